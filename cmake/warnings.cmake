@@ -1,0 +1,8 @@
+# Warnings of our own code, and the sanitizers of the build.
+add_library(sentrel_options INTERFACE)
+target_compile_options(sentrel_options INTERFACE -Wall -Wextra -Werror)
+if(SENTREL_SANITIZE)
+  add_compile_options(-fsanitize=${SENTREL_SANITIZE} -fno-omit-frame-pointer
+                      -fno-sanitize-recover=undefined -g)
+  add_link_options(-fsanitize=${SENTREL_SANITIZE})
+endif()
