@@ -1,0 +1,37 @@
+#ifndef PLATFORM_HOST_CONFUTILS_TEMPORARY_FILE_H
+#define PLATFORM_HOST_CONFUTILS_TEMPORARY_FILE_H
+
+#include <sys/types.h>
+
+#include <string>
+#include <string_view>
+
+namespace confutils {
+
+// A file that takes the place of another in the same folder, or leaves no trace. Every operation
+// throws std::system_error when the system refuses it.
+class TemporaryFile {
+ public:
+  // Creates ".<name>.XXXXXX" beside the path, readable by the owner alone.
+  explicit TemporaryFile(const std::string& path);
+  // Removes the file unless it has been put in place.
+  ~TemporaryFile();
+  TemporaryFile(const TemporaryFile&) = delete;
+  TemporaryFile& operator=(const TemporaryFile&) = delete;
+
+  void setMode(mode_t mode);
+  void write(std::string_view contents);
+  // Flushes the contents to storage, renames the file to the path and flushes the folder. When only
+  // the last of these fails, the new contents are already in place.
+  void replace();
+
+ private:
+  const std::string path_;
+  const std::string folder_;
+  std::string temporaryPath_;  // empty once the file is in place
+  int file_ = -1;
+};
+
+}  // namespace confutils
+
+#endif

@@ -1,0 +1,239 @@
+#include "ovevent.h"
+
+#include <memory>
+#include <string>
+#include <utility>
+
+#include "ovevent/event_handler.h"
+#include "ovevent/types.h"
+
+struct OVEventHandler {
+  std::unique_ptr<EventHandler> handler;
+};
+
+namespace {
+
+gboolean refuse(GError** error, const char* message) {
+  g_set_error_literal(error, G_IO_ERROR, G_IO_ERROR_INVALID_ARGUMENT, message);
+  return FALSE;
+}
+
+const char* orEmpty(const char* text) {
+  return text == nullptr ? "" : text;
+}
+
+// The bus carries valid UTF-8 only and ends the connection otherwise.
+bool isText(const char* text) {
+  return text != nullptr && g_utf8_validate(text, -1, nullptr);
+}
+
+bool isTextOrNull(const char* text) {
+  return isText(orEmpty(text));
+}
+
+bool isKeyName(const char* key, const char* name_space) {
+  return isText(key) && *key != '\0' && isTextOrNull(name_space);
+}
+
+EventValue copyValue(OVEventValueType type, const void* value) {
+  switch (type) {
+    case OV_EVENT_VALUE_INT:
+      return *static_cast<const int*>(value);
+    case OV_EVENT_VALUE_BOOL:
+      return *static_cast<const gboolean*>(value) != FALSE;
+    case OV_EVENT_VALUE_DOUBLE:
+      return *static_cast<const double*>(value);
+    case OV_EVENT_VALUE_STRING:
+      break;
+  }
+  return std::string(static_cast<const char*>(value));
+}
+
+bool isValueType(OVEventValueType type) {
+  return type >= OV_EVENT_VALUE_INT && type <= OV_EVENT_VALUE_STRING;
+}
+
+void reportAbsent(GError** error, const char* key) {
+  g_set_error(error, G_IO_ERROR, G_IO_ERROR_NOT_FOUND, "No key %s in the set", key);
+}
+
+// Null, with *error set, when the key is absent.
+EventKey* findKey(OVEventKeyValueSet* set, const char* key, const char* name_space,
+                  GError** error) {
+  if (set == nullptr || key == nullptr) {
+    refuse(error, "A set and a key are needed");
+    return nullptr;
+  }
+  EventKey* found = set->keys.find(key, orEmpty(name_space));
+  if (found == nullptr) reportAbsent(error, key);
+  return found;
+}
+
+// Null, with *error set, when the key is absent or has no value of the type.
+template <typename T>
+const T* findValue(const OVEventKeyValueSet* set, const char* key, const char* name_space,
+                   GError** error) {
+  if (set == nullptr || key == nullptr) {
+    refuse(error, "A set and a key are needed");
+    return nullptr;
+  }
+  const EventKey* found = set->keys.find(key, orEmpty(name_space));
+  if (found == nullptr) {
+    reportAbsent(error, key);
+    return nullptr;
+  }
+  const T* value = found->value ? std::get_if<T>(&*found->value) : nullptr;
+  if (value == nullptr) {
+    g_set_error(error, G_IO_ERROR, G_IO_ERROR_NOT_FOUND, "The key %s has no such value", key);
+  }
+  return value;
+}
+
+}  // namespace
+
+OVEventKeyValueSet* ov_event_key_value_set_new(void) {
+  return new OVEventKeyValueSet;
+}
+
+void ov_event_key_value_set_free(OVEventKeyValueSet* set) {
+  delete set;
+}
+
+gboolean ov_event_key_value_set_add(OVEventKeyValueSet* set, const char* key,
+                                    const char* name_space, OVEventValueType type,
+                                    const void* value, GError** error) {
+  if (set == nullptr) return refuse(error, "A set is needed");
+  if (!isKeyName(key, name_space)) return refuse(error, "The key is no valid text");
+  if (!isValueType(type)) return refuse(error, "Unknown type of value");
+  if (value != nullptr && type == OV_EVENT_VALUE_STRING &&
+      !isText(static_cast<const char*>(value))) {
+    return refuse(error, "The value is no valid text");
+  }
+  EventKey& target = set->keys.at(key, orEmpty(name_space));
+  target.value.reset();
+  if (value != nullptr) target.value = copyValue(type, value);
+  return TRUE;
+}
+
+gboolean ov_event_key_value_set_add_nice_names(OVEventKeyValueSet* set, const char* key,
+                                               const char* name_space, const char* key_nice_name,
+                                               const char* value_nice_name, GError** error) {
+  if (!isTextOrNull(key_nice_name) || !isTextOrNull(value_nice_name)) {
+    return refuse(error, "The nice name is no valid text");
+  }
+  EventKey* target = findKey(set, key, name_space, error);
+  if (target == nullptr) return FALSE;
+  target->nice_name = orEmpty(key_nice_name);
+  target->value_nice_name = orEmpty(value_nice_name);
+  return TRUE;
+}
+
+gboolean ov_event_key_value_set_mark_as_source(OVEventKeyValueSet* set, const char* key,
+                                               const char* name_space, GError** error) {
+  EventKey* target = findKey(set, key, name_space, error);
+  if (target == nullptr) return FALSE;
+  target->is_source = true;
+  return TRUE;
+}
+
+gboolean ov_event_key_value_set_mark_as_data(OVEventKeyValueSet* set, const char* key,
+                                             const char* name_space, GError** error) {
+  EventKey* target = findKey(set, key, name_space, error);
+  if (target == nullptr) return FALSE;
+  target->is_data = true;
+  return TRUE;
+}
+
+gboolean ov_event_key_value_set_mark_as_user_defined(OVEventKeyValueSet* set, const char* key,
+                                                     const char* name_space, const char* tag,
+                                                     GError** error) {
+  if (!isText(tag)) return refuse(error, "The tag is no valid text");
+  EventKey* target = findKey(set, key, name_space, error);
+  if (target == nullptr) return FALSE;
+  if (!target->tag.empty()) target->tag += ' ';
+  target->tag += tag;
+  return TRUE;
+}
+
+gboolean ov_event_key_value_set_get_int(const OVEventKeyValueSet* set, const char* key,
+                                        const char* name_space, int* value, GError** error) {
+  if (value == nullptr) return refuse(error, "A place for the value is needed");
+  const int* found = findValue<int>(set, key, name_space, error);
+  if (found == nullptr) return FALSE;
+  *value = *found;
+  return TRUE;
+}
+
+gboolean ov_event_key_value_set_get_bool(const OVEventKeyValueSet* set, const char* key,
+                                         const char* name_space, gboolean* value, GError** error) {
+  if (value == nullptr) return refuse(error, "A place for the value is needed");
+  const bool* found = findValue<bool>(set, key, name_space, error);
+  if (found == nullptr) return FALSE;
+  *value = *found ? TRUE : FALSE;
+  return TRUE;
+}
+
+gboolean ov_event_key_value_set_get_string(const OVEventKeyValueSet* set, const char* key,
+                                           const char* name_space, char** value, GError** error) {
+  if (value == nullptr) return refuse(error, "A place for the value is needed");
+  const std::string* found = findValue<std::string>(set, key, name_space, error);
+  if (found == nullptr) return FALSE;
+  *value = g_strdup(found->c_str());
+  return TRUE;
+}
+
+const OVEventKeyValueSet* ov_event_get_key_value_set(const OVEvent* event) {
+  return &event->set;
+}
+
+int64_t ov_event_get_time_stamp(const OVEvent* event) {
+  return event->time;
+}
+
+void ov_event_free(OVEvent* event) {
+  delete event;
+}
+
+OVEventHandler* ov_event_handler_new(void) {
+  std::unique_ptr<EventHandler> handler = EventHandler::create(nullptr);
+  return handler ? new OVEventHandler{std::move(handler)} : nullptr;
+}
+
+void ov_event_handler_free(OVEventHandler* handler) {
+  delete handler;
+}
+
+gboolean ov_event_handler_declare(OVEventHandler* handler, const OVEventKeyValueSet* set,
+                                  gboolean stateless, uint32_t* declaration, GError** error) {
+  if (handler == nullptr || set == nullptr || declaration == nullptr) {
+    return refuse(error, "A handler, a set and a place for the id are needed");
+  }
+  return handler->handler->declare(set->keys, stateless != FALSE, *declaration, error);
+}
+
+gboolean ov_event_handler_send_event(OVEventHandler* handler, uint32_t declaration,
+                                     const OVEventKeyValueSet* set, int64_t time_stamp,
+                                     GError** error) {
+  if (handler == nullptr || set == nullptr) return refuse(error, "A handler and a set are needed");
+  return handler->handler->send(declaration, set->keys, time_stamp, error);
+}
+
+gboolean ov_event_handler_undeclare(OVEventHandler* handler, uint32_t declaration, GError** error) {
+  if (handler == nullptr) return refuse(error, "A handler is needed");
+  return handler->handler->undeclare(declaration, error);
+}
+
+gboolean ov_event_handler_subscribe(OVEventHandler* handler, const OVEventKeyValueSet* set,
+                                    OVEventSubscriptionCallback callback, void* user_data,
+                                    uint32_t* subscription, GError** error) {
+  if (handler == nullptr || set == nullptr || callback == nullptr || subscription == nullptr) {
+    return refuse(error, "A handler, a set, a callback and a place for the id are needed");
+  }
+  return handler->handler->subscribe(set->keys, callback, user_data, *subscription, error);
+}
+
+gboolean ov_event_handler_unsubscribe(OVEventHandler* handler, uint32_t subscription,
+                                      GError** error) {
+  if (handler == nullptr) return refuse(error, "A handler is needed");
+  return handler->handler->unsubscribe(subscription, error);
+}

@@ -1,0 +1,47 @@
+// Answers the requests that the web server hands to this application, one at a time on a thread of
+// its own.
+#ifndef OVHTTP_HTTP_SERVER_H
+#define OVHTTP_HTTP_SERVER_H
+
+#include <chrono>
+#include <memory>
+#include <string>
+#include <thread>
+
+#include "ovhttp.h"
+#include "ovhttp/wire.h"
+#include "socket/file_descriptor.h"
+
+class HttpServer {
+ public:
+  // Listens at a path, whose folder is made when it is missing. Null on failure. The web server is
+  // at hand and sends and reads at once; transfer_timeout is for one that stops in the middle.
+  static std::unique_ptr<HttpServer> create(
+      const std::string& path, OVHttpCallback callback, void* user_data,
+      std::chrono::milliseconds transfer_timeout = std::chrono::seconds(5));
+
+  // Waits for a request that is being answered, and removes the socket.
+  ~HttpServer();
+
+  HttpServer(const HttpServer&) = delete;
+  HttpServer& operator=(const HttpServer&) = delete;
+
+ private:
+  HttpServer(std::string path, FileDescriptor listener, FileDescriptor stop,
+             OVHttpCallback callback, void* user_data, std::chrono::milliseconds transfer_timeout);
+
+  void run();
+  void serve(const FileDescriptor& client) const;
+  std::optional<HttpRequest> receiveRequest(int client) const;
+  std::string answer(const HttpRequest& request) const;
+
+  const std::string path_;
+  const FileDescriptor listener_;
+  const FileDescriptor stop_;  // readable once the server is to end
+  const OVHttpCallback callback_;
+  void* const user_data_;
+  const std::chrono::milliseconds transfer_timeout_;
+  std::thread thread_;
+};
+
+#endif

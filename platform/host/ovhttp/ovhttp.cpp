@@ -1,0 +1,34 @@
+#include "ovhttp.h"
+
+#include <cerrno>
+
+#include <memory>
+#include <string>
+#include <utility>
+
+#include "bus/g_ptr.h"
+#include "ovhttp/http_server.h"
+
+struct OVHttpHandler {
+  std::unique_ptr<HttpServer> server;
+};
+
+namespace {
+
+std::string socketPath() {
+  const char* program = g_get_prgname();
+  const GTextPtr name(
+      g_path_get_basename(program == nullptr ? program_invocation_short_name : program));
+  return std::string(kHttpSocketFolder) + '/' + name.get();
+}
+
+}  // namespace
+
+OVHttpHandler* ov_http_handler_new(OVHttpCallback callback, void* user_data) {
+  std::unique_ptr<HttpServer> server = HttpServer::create(socketPath(), callback, user_data);
+  return server ? new OVHttpHandler{std::move(server)} : nullptr;
+}
+
+void ov_http_handler_free(OVHttpHandler* handler) {
+  delete handler;
+}

@@ -1,0 +1,57 @@
+#ifndef PLATFORM_HOST_PTZMATH_PINHOLE_H
+#define PLATFORM_HOST_PTZMATH_PINHOLE_H
+
+namespace ptzmath {
+
+// Where the optical axis of an overview camera points, in the head's angles. Degrees.
+struct Mounting {
+  double pan = 0;   // to the right
+  double tilt = 0;  // upwards
+  double roll = 0;  // about the optical axis; positive: turned clockwise as seen from behind
+};
+
+// Where the head looks. Degrees.
+struct Direction {
+  double pan;   // -180 inclusive to 180 exclusive; at the zenith any pan is right
+  double tilt;  // -90 to 90
+};
+
+// The pinhole model of a camera: each pixel has its line of sight, a picture's middle
+// (width / 2, height / 2) has the optical axis. Pure arithmetic in double precision.
+class Pinhole {
+ public:
+  // Pixels. Without a picture (0 or less) every pixel is its middle.
+  void setPicture(int width, int height);
+  void setMounting(const Mounting& mounting) { mounting_ = mounting; }
+  // The angle in degrees across the whole width or height. A plane picture has an angle of more
+  // than 0 and less than 180 degrees; with any other angle every pixel is taken for the middle in
+  // that direction.
+  void setHorizontalFov(double degrees) { horizontalFov_ = degrees; }
+  void setVerticalFov(double degrees) { verticalFov_ = degrees; }
+
+  // The pixel may lie beyond the picture.
+  Direction directionOf(double x, double y) const;
+
+  // Degrees between the lines of sight to both ends of a horizontal extent in pixels that is
+  // centred on (x, y). Never negative.
+  double angleAcross(double x, double y, double extent) const;
+
+ private:
+  struct Ray {
+    double right;
+    double up;
+    double forward;
+  };
+
+  Ray rayOf(double x, double y) const;
+
+  int width_ = 0;
+  int height_ = 0;
+  double horizontalFov_ = 0;
+  double verticalFov_ = 0;
+  Mounting mounting_;
+};
+
+}  // namespace ptzmath
+
+#endif

@@ -1,0 +1,49 @@
+# The platform libraries that speak for services of the device.
+
+# only_exports(TARGET PREFIX): nothing but the functions of the public header leaves the library, so
+# that what the libraries share inside cannot clash in one process.
+function(only_exports target prefix)
+  set(script ${CMAKE_CURRENT_BINARY_DIR}/${target}.map)
+  file(CONFIGURE OUTPUT ${script} CONTENT "{ global: ${prefix}*; local: *; };\n" @ONLY)
+  target_link_options(${target} PRIVATE LINKER:--version-script=${script})
+  set_target_properties(${target} PROPERTIES LINK_DEPENDS ${script})
+endfunction()
+
+# inner_library(NAME SOURCES... [LINK LIBRARIES...]): what is inside of a library, for its tests and
+# for the device that speaks to it.
+function(inner_library name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "LINK")
+  add_library(${name} STATIC ${arg_UNPARSED_ARGUMENTS})
+  target_include_directories(${name} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
+  target_link_libraries(${name} PUBLIC platform_headers ${arg_LINK} PRIVATE sentrel_options)
+endfunction()
+
+inner_library(service_client bus/service_client.cpp)
+inner_library(local_socket socket/local_socket.cpp)
+
+platform_library(ovparameter ovparameter/ovparameter.cpp LINK service_client)
+only_exports(ovparameter ov_parameter_)
+
+platform_library(ovevent ovevent/ovevent.cpp ovevent/event_handler.cpp ovevent/event_keys.cpp
+                 ovevent/subscription.cpp LINK service_client Threads::Threads)
+only_exports(ovevent ov_event_)
+
+platform_library(ptztolva ptztolva/ptztolva.cpp LINK service_client)
+only_exports(ptztolva ptztolva_)
+
+platform_library(scene scene/scene.cpp)
+only_exports(scene scene_)
+inner_library(scene_encoder scene/scene_encoder.cpp)
+
+inner_library(ovhttp_wire ovhttp/wire.cpp)
+inner_library(ovhttp_server ovhttp/http_server.cpp LINK ovhttp_wire local_socket Threads::Threads)
+platform_library(ovhttp ovhttp/ovhttp.cpp LINK ovhttp_server)
+only_exports(ovhttp ov_http_)
+
+inner_library(scene_subscriber subscriber/scene_subscriber.cpp
+              LINK scene local_socket Threads::Threads)
+add_library(video_scene_subscriber MODULE subscriber/video_scene_subscriber.cpp)
+set_target_properties(video_scene_subscriber PROPERTIES PREFIX ""
+                      OUTPUT_NAME libvideo_scene_subscriber SUFFIX .so.0)
+target_link_libraries(video_scene_subscriber PRIVATE sentrel_options scene_subscriber)
+only_exports(video_scene_subscriber video_scene_subscriber_)

@@ -1,0 +1,172 @@
+#include "subscriber/scene_subscriber.h"
+
+#include <sys/socket.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <cstddef>
+#include <cstdlib>
+#include <memory>
+#include <span>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+#include "scene.h"
+#include "socket/local_socket.h"
+
+namespace {
+
+constexpr std::size_t kFrameHeaderSize = 12;  // length and time
+constexpr std::size_t kSceneHeadSize = 8;     // what scene_area_size reads
+constexpr std::size_t kMaxFrameSize = std::size_t{16} << 20;
+
+thread_local const SceneSubscriber* t_reading = nullptr;
+
+struct Free {
+  void operator()(char* data) const { std::free(data); }
+};
+
+std::span<const std::uint8_t> bytesOf(std::string_view text) {
+  return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
+}
+
+int connectionError(int reason) {
+  return reason == EACCES || reason == EPERM ? VIDEO_SCENE_SUBSCRIBER_NOT_ALLOWED
+                                             : VIDEO_SCENE_SUBSCRIBER_NO_PROVIDER;
+}
+
+int answerError(const std::array<std::uint8_t, 3>& answer) {
+  const std::string_view text(reinterpret_cast<const char*>(answer.data()), answer.size());
+  if (text == "OK\n") return VIDEO_SCENE_SUBSCRIBER_OK;
+  return text == "NO\n" ? VIDEO_SCENE_SUBSCRIBER_NO_PROVIDER : VIDEO_SCENE_SUBSCRIBER_FAILED;
+}
+
+std::size_t lengthFrom(const std::array<std::uint8_t, kFrameHeaderSize>& header) {
+  return std::size_t{header[0]} << 24 | std::size_t{header[1]} << 16 | std::size_t{header[2]} << 8 |
+         std::size_t{header[3]};
+}
+
+}  // namespace
+
+SceneSubscriber::SceneSubscriber(std::string socket_path, int channel, data_format_t format,
+                                 void* user_data, std::chrono::milliseconds answer_timeout)
+    : socket_path_(std::move(socket_path)),
+      channel_(channel),
+      format_(format),
+      user_data_(user_data),
+      answer_timeout_(answer_timeout) {}
+
+SceneSubscriber::~SceneSubscriber() {
+  endReader();
+}
+
+bool SceneSubscriber::isWithinCallback() const {
+  return t_reading == this;
+}
+
+int SceneSubscriber::subscribe() {
+  if (isWithinCallback()) return VIDEO_SCENE_SUBSCRIBER_BAD_STATE;
+  const std::scoped_lock lock(mutex_);
+  if (!has_ended_) return VIDEO_SCENE_SUBSCRIBER_BAD_STATE;
+  endReader();
+  if (format_ != DATA_FORMAT_SCENE) return VIDEO_SCENE_SUBSCRIBER_BAD_FORMAT;
+
+  FileDescriptor stream;
+  if (const int error = openStream(stream); error != 0) return error;
+  stream_ = std::move(stream);
+  is_stopping_ = false;
+  has_ended_ = false;
+  try {
+    reader_ = std::thread(&SceneSubscriber::run, this);
+  } catch (const std::system_error&) {
+    has_ended_ = true;
+    stream_.reset();
+    return VIDEO_SCENE_SUBSCRIBER_FAILED;
+  }
+  return VIDEO_SCENE_SUBSCRIBER_OK;
+}
+
+int SceneSubscriber::unsubscribe() {
+  if (isWithinCallback()) return VIDEO_SCENE_SUBSCRIBER_BAD_STATE;
+  const std::scoped_lock lock(mutex_);
+  return endReader() ? VIDEO_SCENE_SUBSCRIBER_OK : VIDEO_SCENE_SUBSCRIBER_BAD_STATE;
+}
+
+template <typename Change>
+int SceneSubscriber::change(Change apply) {
+  if (isWithinCallback()) return VIDEO_SCENE_SUBSCRIBER_BAD_STATE;
+  const std::scoped_lock lock(mutex_);
+  if (!has_ended_) return VIDEO_SCENE_SUBSCRIBER_BAD_STATE;
+  apply();
+  return VIDEO_SCENE_SUBSCRIBER_OK;
+}
+
+int SceneSubscriber::setDisconnectCallback(video_scene_subscriber_disconnect_callback callback) {
+  return change([&] { on_disconnect_ = callback; });
+}
+
+int SceneSubscriber::setMessageCallback(video_scene_subscriber_message_callback callback) {
+  return change([&] { on_message_ = callback; });
+}
+
+int SceneSubscriber::setEnabled(Property property, bool enabled) {
+  return change([&] { properties_ = enabled ? properties_ | property : properties_ & ~property; });
+}
+
+int SceneSubscriber::openStream(FileDescriptor& stream) const {
+  FileDescriptor opened = local_socket::connectTo(socket_path_);
+  if (!opened.isOpen()) return connectionError(errno);
+  const std::string request =
+      "SUBSCRIBE " + std::to_string(channel_) + ' ' + std::to_string(properties_) + '\n';
+  std::array<std::uint8_t, 3> answer{};
+  if (!local_socket::setTimeout(opened.get(), answer_timeout_) ||
+      !local_socket::sendAll(opened.get(), bytesOf(request)) ||
+      !local_socket::receiveAll(opened.get(), answer)) {
+    return VIDEO_SCENE_SUBSCRIBER_FAILED;
+  }
+  if (const int error = answerError(answer); error != 0) return error;
+  if (!local_socket::setTimeout(opened.get(), std::chrono::milliseconds(0))) {
+    return VIDEO_SCENE_SUBSCRIBER_FAILED;
+  }
+  stream = std::move(opened);
+  return VIDEO_SCENE_SUBSCRIBER_OK;
+}
+
+// False when there is no reader to end. One whose stream has ended is still to be joined.
+bool SceneSubscriber::endReader() {
+  if (!reader_.joinable()) return false;
+  is_stopping_ = true;
+  shutdown(stream_.get(), SHUT_RDWR);
+  reader_.join();
+  stream_.reset();
+  return true;
+}
+
+void SceneSubscriber::run() {
+  t_reading = this;
+  while (!is_stopping_ && readFrame()) {
+  }
+  if (!is_stopping_ && on_disconnect_ != nullptr) on_disconnect_(user_data_);
+  has_ended_ = true;
+}
+
+// False when the stream has ended or can no longer be understood.
+bool SceneSubscriber::readFrame() const {
+  std::array<std::uint8_t, kFrameHeaderSize> header{};
+  if (!local_socket::receiveAll(stream_.get(), header)) return false;
+  const std::size_t length = lengthFrom(header);
+  if (length > kMaxFrameSize) return false;
+  std::unique_ptr<char, Free> frame(
+      static_cast<char*>(std::malloc(std::max<std::size_t>(length, 1))));
+  if (!frame) return false;
+  if (!local_socket::receiveAll(stream_.get(),
+                                {reinterpret_cast<std::uint8_t*>(frame.get()), length})) {
+    return false;
+  }
+  if (length < kSceneHeadSize || scene_area_size(frame.get()) != length) return true;
+  if (on_message_ != nullptr && !is_stopping_) on_message_(frame.release(), user_data_);
+  return true;
+}

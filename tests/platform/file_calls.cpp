@@ -1,0 +1,68 @@
+#include "platform/file_calls.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+
+namespace {
+
+FileCalls* current = nullptr;
+
+bool isFolder(int file) {
+  struct stat status;
+  return fstat(file, &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+bool isRegular(int file) {
+  struct stat status;
+  return fstat(file, &status) == 0 && S_ISREG(status.st_mode);
+}
+
+bool interrupted() {
+  if (current->interruptions == 0) return false;
+  --current->interruptions;
+  errno = EINTR;
+  return true;
+}
+
+}  // namespace
+
+FileCalls::FileCalls() {
+  current = this;
+}
+
+FileCalls::~FileCalls() {
+  current = nullptr;
+}
+
+bool FileCalls::enter(const std::string& call) {
+  if (log.empty() || log.back() != call) log.push_back(call);
+  if (failing != call) return true;
+  errno = error;
+  return false;
+}
+
+extern "C" ssize_t write(int file, const void* data, size_t size) {
+  if (current != nullptr && isRegular(file)) {
+    if (!current->enter("write") || interrupted()) return -1;
+    size = std::min(size, current->longestWrite);
+  }
+  return syscall(SYS_write, file, data, size);
+}
+
+extern "C" int fsync(int file) {
+  if (current != nullptr && !current->enter(isFolder(file) ? "flush folder" : "flush file")) {
+    return -1;
+  }
+  return static_cast<int>(syscall(SYS_fsync, file));
+}
+
+extern "C" int rename(const char* from, const char* to) noexcept {
+  if (current != nullptr && !current->enter("rename")) return -1;
+  return static_cast<int>(syscall(SYS_renameat2, AT_FDCWD, from, AT_FDCWD, to, 0));
+}

@@ -1,0 +1,401 @@
+#include "ptzmath.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cmath>
+#include <memory>
+#include <numbers>
+#include <random>
+#include <string>
+
+#include "platform/fake_parameter_store.h"
+#include "ptzmath/pinhole.h"
+
+namespace {
+
+using ptzmath::Direction;
+using ptzmath::Mounting;
+using ptzmath::Pinhole;
+
+constexpr double kRadians = std::numbers::pi / 180;
+constexpr double kTolerance = 0.05;  // degrees
+
+using Vector = std::array<double, 3>;  // to the right, upwards, ahead, for a head at pan and tilt 0
+
+Vector sightOf(double pan, double tilt) {
+  return {std::sin(pan * kRadians) * std::cos(tilt * kRadians), std::sin(tilt * kRadians),
+          std::cos(pan * kRadians) * std::cos(tilt * kRadians)};
+}
+
+double dot(const Vector& a, const Vector& b) {
+  return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
+}
+
+// Degrees between two directions, also exact for small angles.
+double apart(const Vector& a, const Vector& b) {
+  const Vector difference{a[0] - b[0], a[1] - b[1], a[2] - b[2]};
+  const double lengths = std::sqrt(dot(a, a) * dot(b, b));
+  return 2 * std::asin(std::min(1.0, std::sqrt(dot(difference, difference) / lengths) / 2)) /
+         kRadians;
+}
+
+// A camera written the other way round: from a direction to the pixel where it is seen.
+struct Projector {
+  int width;
+  int height;
+  double horizontalFov;
+  double verticalFov;
+  Mounting mounting;
+
+  // False when the direction lies behind the camera or near the plane of its picture.
+  bool project(double pan, double tilt, double& x, double& y) const {
+    const Vector sight = sightOf(pan, tilt);
+    const Vector axis = sightOf(mounting.pan, mounting.tilt);
+    // What is right and up for a camera that is not rolled.
+    const Vector right = sightOf(mounting.pan + 90, 0);
+    const Vector up = sightOf(mounting.pan, mounting.tilt + 90);
+    const double ahead = dot(sight, axis);
+    if (ahead < 0.05) return false;
+    const double across = dot(sight, right) / ahead;
+    const double above = dot(sight, up) / ahead;
+    // A camera that is turned clockwise sees the world turned counter-clockwise.
+    const double roll = mounting.roll * kRadians;
+    const double pictureRight = across * std::cos(roll) - above * std::sin(roll);
+    const double pictureUp = across * std::sin(roll) + above * std::cos(roll);
+    x = width / 2.0 * (1 + pictureRight / std::tan(horizontalFov * kRadians / 2));
+    y = height / 2.0 * (1 - pictureUp / std::tan(verticalFov * kRadians / 2));
+    return true;
+  }
+};
+
+Pinhole cameraFor(const Projector& projector) {
+  Pinhole camera;
+  camera.setPicture(projector.width, projector.height);
+  camera.setMounting(projector.mounting);
+  camera.setHorizontalFov(projector.horizontalFov);
+  camera.setVerticalFov(projector.verticalFov);
+  return camera;
+}
+
+Pinhole squareCamera(const Mounting& mounting) {
+  return cameraFor({2000, 2000, 90, 90, mounting});
+}
+
+void expectDirection(double pan, double tilt, const Direction& found) {
+  EXPECT_NEAR(pan, found.pan, 1e-9);
+  EXPECT_NEAR(tilt, found.tilt, 1e-9);
+}
+
+TEST(Pinhole, TheMiddleIsTheOpticalAxis) {
+  expectDirection(30, -20, squareCamera({30, -20, 10}).directionOf(1000, 1000));
+  expectDirection(0, 0, squareCamera({}).directionOf(1000, 1000));
+}
+
+TEST(Pinhole, TheEdgesAreHalfTheFieldAngleAway) {
+  const Pinhole camera = squareCamera({});
+  expectDirection(45, 0, camera.directionOf(2000, 1000));
+  expectDirection(-45, 0, camera.directionOf(0, 1000));
+  expectDirection(0, 45, camera.directionOf(1000, 0));
+  expectDirection(0, -45, camera.directionOf(1000, 2000));
+}
+
+TEST(Pinhole, AnglesAreNotProportionalToPixels) {
+  // Half of the way to the edge is atan(1/2), not half of the angle.
+  expectDirection(std::atan(0.5) / kRadians, 0, squareCamera({}).directionOf(1500, 1000));
+}
+
+TEST(Pinhole, TheCornerOfALevelCamera) {
+  // One to the right, one up, one ahead.
+  expectDirection(45, std::atan(1 / std::sqrt(2.0)) / kRadians,
+                  squareCamera({}).directionOf(2000, 0));
+}
+
+TEST(Pinhole, BothFieldAnglesAreIndependent) {
+  const Pinhole camera = cameraFor({1920, 1080, 60, 30, {}});
+  expectDirection(30, 0, camera.directionOf(1920, 540));
+  expectDirection(0, 15, camera.directionOf(960, 0));
+}
+
+TEST(Pinhole, PanIsAddedAcrossTheSeam) {
+  expectDirection(-145, 0, squareCamera({170, 0, 0}).directionOf(2000, 1000));
+  expectDirection(145, 0, squareCamera({-170, 0, 0}).directionOf(0, 1000));
+}
+
+TEST(Pinhole, PanIsBelowHalfATurn) {
+  EXPECT_EQ(-180, squareCamera({180, 0, 0}).directionOf(1000, 1000).pan);
+  EXPECT_EQ(-180, squareCamera({-180, 0, 0}).directionOf(1000, 1000).pan);
+  EXPECT_EQ(-180, squareCamera({540, 0, 0}).directionOf(1000, 1000).pan);
+  EXPECT_EQ(-10, squareCamera({-730, 0, 0}).directionOf(1000, 1000).pan);
+}
+
+TEST(Pinhole, TiltedCameraKeepsTheVerticalThroughItsMiddle) {
+  const Pinhole camera = squareCamera({0, -30, 0});
+  expectDirection(0, 15, camera.directionOf(1000, 0));
+  expectDirection(0, -75, camera.directionOf(1000, 2000));
+}
+
+TEST(Pinhole, TiltedCameraSeesTheSidesAtAWiderPan) {
+  // Ahead cos(-60) = 1/2, to the right 1, down sin(60): pan = atan(2).
+  const Direction found = squareCamera({0, -60, 0}).directionOf(2000, 1000);
+  expectDirection(std::atan(2.0) / kRadians,
+                  -std::atan(std::sin(60 * kRadians) / std::sqrt(1.25)) / kRadians, found);
+}
+
+TEST(Pinhole, BeyondTheZenithPanTurnsRound) {
+  // Axis at 80 degrees, the upper edge 45 degrees further: 55 degrees up on the other side.
+  expectDirection(-180, 55, squareCamera({0, 80, 0}).directionOf(1000, 0));
+  expectDirection(-80, 55, squareCamera({100, 80, 0}).directionOf(1000, 0));
+}
+
+TEST(Pinhole, LookingStraightUpTheSidesAreAtTheirOwnPan) {
+  const Pinhole camera = squareCamera({0, 90, 0});
+  expectDirection(90, 45, camera.directionOf(2000, 1000));
+  expectDirection(-90, 45, camera.directionOf(0, 1000));
+  expectDirection(0, 45, camera.directionOf(1000, 2000));
+  EXPECT_NEAR(90, camera.directionOf(1000, 1000).tilt, 1e-9);
+}
+
+TEST(Pinhole, ACameraTurnedClockwiseSeesBelowTheAxisAtItsRight) {
+  const Pinhole camera = squareCamera({0, 0, 90});
+  expectDirection(0, -45, camera.directionOf(2000, 1000));
+  expectDirection(45, 0, camera.directionOf(1000, 0));
+}
+
+TEST(Pinhole, UpsideDown) {
+  const Pinhole camera = squareCamera({20, 0, 180});
+  expectDirection(-25, 0, camera.directionOf(2000, 1000));
+  expectDirection(20, -45, camera.directionOf(1000, 0));
+}
+
+TEST(Pinhole, WithoutAFieldAngleEveryPixelIsTheMiddle) {
+  expectDirection(5, 6, cameraFor({2000, 2000, 0, 0, {5, 6, 0}}).directionOf(0, 2000));
+  expectDirection(45, 0, cameraFor({2000, 2000, 90, 0, {}}).directionOf(2000, 0));
+  expectDirection(0, 45, cameraFor({2000, 2000, 0, 90, {}}).directionOf(2000, 0));
+}
+
+TEST(Pinhole, ImpossibleFieldAnglesCountAsNone) {
+  for (const double fov : {-90.0, 180.0, 360.0, std::nan("")}) {
+    expectDirection(0, 0, cameraFor({2000, 2000, fov, fov, {}}).directionOf(0, 2000));
+  }
+}
+
+TEST(Pinhole, WithoutAPictureEveryPixelIsTheMiddle) {
+  expectDirection(1, 2, cameraFor({0, 0, 90, 90, {1, 2, 0}}).directionOf(300, 400));
+}
+
+TEST(Pinhole, TheWholeWidthIsTheFieldAngle) {
+  const Pinhole camera = cameraFor({1920, 1080, 80, 50, {70, 30, 20}});
+  EXPECT_NEAR(80, camera.angleAcross(960, 540, 1920), 1e-9);
+  EXPECT_NEAR(80, camera.angleAcross(960, 540, -1920), 1e-9);
+  EXPECT_EQ(0, camera.angleAcross(960, 540, 0));
+}
+
+TEST(Pinhole, ExtentsShrinkAwayFromTheMiddle) {
+  // Right half of a picture of 90 degrees: from 0 to 45 degrees.
+  const Pinhole camera = squareCamera({});
+  EXPECT_NEAR(45, camera.angleAcross(1500, 1000, 1000), 1e-9);
+  // At the upper edge the sight goes (-1, 1, 1) to (1, 1, 1): the cosine is 1/3.
+  EXPECT_NEAR(std::acos(1.0 / 3) / kRadians, camera.angleAcross(1000, 0, 2000), 1e-9);
+}
+
+TEST(Pinhole, AgreesWithAProjectionOverWholePictures) {
+  std::mt19937 random(7);
+  std::uniform_real_distribution<double> turn(-180, 180);
+  std::uniform_real_distribution<double> tilts(-90, 90);
+  std::uniform_real_distribution<double> fov(20, 110);
+  int seen = 0;
+  for (int i = 0; i < 300; ++i) {
+    const Projector projector{
+        1920, 1080, fov(random), fov(random), {turn(random), tilts(random), turn(random)}};
+    const Pinhole camera = cameraFor(projector);
+    for (int k = 0; k < 60; ++k) {
+      const double pan = turn(random);
+      const double tilt = tilts(random);
+      double x = 0;
+      double y = 0;
+      if (!projector.project(pan, tilt, x, y)) continue;
+      ++seen;
+      const Direction found = camera.directionOf(x, y);
+      ASSERT_LT(apart(sightOf(pan, tilt), sightOf(found.pan, found.tilt)), 1e-6);
+      ASSERT_GE(found.pan, -180);
+      ASSERT_LT(found.pan, 180);
+    }
+  }
+  EXPECT_GT(seen, 5000);
+}
+
+TEST(Pinhole, AgreesWithAProjectionRoundTheZenith) {
+  for (const double mountingTilt : {60.0, 85.0, 90.0, -88.0}) {
+    const Projector projector{1920, 1080, 90, 60, {175, mountingTilt, 5}};
+    const Pinhole camera = cameraFor(projector);
+    const double pole = mountingTilt > 0 ? 90 : -90;
+    for (int pan = -180; pan < 180; pan += 5) {
+      for (const double away : {0.01, 0.5, 5.0}) {
+        const double tilt = pole > 0 ? pole - away : pole + away;
+        double x = 0;
+        double y = 0;
+        ASSERT_TRUE(projector.project(pan, tilt, x, y));
+        const Direction found = camera.directionOf(x, y);
+        EXPECT_NEAR(0, std::remainder(found.pan - pan, 360), 1e-6);
+        EXPECT_NEAR(tilt, found.tilt, 1e-6);
+      }
+    }
+  }
+}
+
+struct DeleteContext {
+  void operator()(ptzmath_context* context) const { ptzmath_context_delete(context); }
+};
+
+using Context = std::unique_ptr<ptzmath_context, DeleteContext>;
+
+int32_t fixed(double degrees) {
+  return static_cast<int32_t>(std::lround(degrees * 65536));
+}
+
+Direction look(const Context& context, int x, int y) {
+  int32_t pan = 0;
+  int32_t tilt = 0;
+  ptzmath_to_ptz_x(context.get(), &pan, &tilt, x, y);
+  return {pan / 65536.0, tilt / 65536.0};
+}
+
+void mount(FakeParameterStore& store, int channel, const Mounting& mounting) {
+  const std::string group = "root.PTZ.RemoteCenter.C" + std::to_string(channel);
+  store.values[group + ".Pan"] = std::to_string(mounting.pan);
+  store.values[group + ".Tilt"] = std::to_string(mounting.tilt);
+  store.values[group + ".Roll"] = std::to_string(mounting.roll);
+}
+
+class Ptzmath : public testing::Test {
+ protected:
+  Ptzmath() {
+    ptzmath_set_pic_dim(context_.get(), 1920, 1080);
+    ptzmath_set_horiz_fov_x(context_.get(), fixed(90));
+    ptzmath_set_vert_fov_x(context_.get(), fixed(60));
+  }
+  ~Ptzmath() override { EXPECT_EQ(0, store_.openHandles); }
+
+  FakeParameterStore store_;
+  const Context context_{ptzmath_context_create()};
+};
+
+TEST(PtzmathContext, FreshOneTakesEveryPixelForTheMiddle) {
+  const Context context(ptzmath_context_create());
+  ASSERT_NE(nullptr, context);
+  expectDirection(0, 0, look(context, 123, 456));
+  EXPECT_EQ(0, ptzmath_to_remote_zoom(context.get(), 123, 456, 100));
+}
+
+TEST(PtzmathContext, DeletingNullDoesNothing) {
+  ptzmath_context_delete(nullptr);
+}
+
+TEST_F(Ptzmath, WithoutAMountingTheAxisIsZero) {
+  expectDirection(0, 0, look(context_, 960, 540));
+  expectDirection(45, 0, look(context_, 1920, 540));
+  expectDirection(0, 30, look(context_, 960, 0));
+}
+
+TEST_F(Ptzmath, TakesTheMountingOfTheChannel) {
+  mount(store_, 1, {10, -5, 0});
+  mount(store_, 2, {-100.5, 20.25, 0});
+  EXPECT_EQ(0, ptzmath_get_remote_center(context_.get(), 2));
+  expectDirection(-100.5, 20.25, look(context_, 960, 540));
+  EXPECT_EQ(0, ptzmath_get_remote_center(context_.get(), 1));
+  expectDirection(10, -5, look(context_, 960, 540));
+}
+
+TEST_F(Ptzmath, TheMountingsRollTurnsThePicture) {
+  mount(store_, 1, {0, 0, 90});
+  EXPECT_EQ(0, ptzmath_get_remote_center(context_.get(), 1));
+  expectDirection(0, -45, look(context_, 1920, 540));
+}
+
+TEST_F(Ptzmath, FailsForAChannelWithoutAMounting) {
+  mount(store_, 1, {10, -5, 0});
+  EXPECT_EQ(0, ptzmath_get_remote_center(context_.get(), 1));
+  EXPECT_EQ(-1, ptzmath_get_remote_center(context_.get(), 2));
+  EXPECT_EQ(-1, ptzmath_get_remote_center(context_.get(), 0));
+  expectDirection(10, -5, look(context_, 960, 540));  // keeps what it had
+}
+
+TEST_F(Ptzmath, FailsWhenAnyAngleIsMissing) {
+  for (const std::string name : {"Pan", "Tilt", "Roll"}) {
+    mount(store_, 1, {10, -5, 0});
+    store_.values.erase("root.PTZ.RemoteCenter.C1." + name);
+    EXPECT_EQ(-1, ptzmath_get_remote_center(context_.get(), 1)) << name;
+  }
+}
+
+TEST_F(Ptzmath, FailsWhenAnAngleIsNotANumber) {
+  for (const std::string value : {"", "left", "10 degrees", "1,5", "nan", "inf", "1e999"}) {
+    mount(store_, 1, {10, -5, 0});
+    store_.values["root.PTZ.RemoteCenter.C1.Tilt"] = value;
+    EXPECT_EQ(-1, ptzmath_get_remote_center(context_.get(), 1)) << value;
+  }
+}
+
+TEST_F(Ptzmath, FailsWhenTheStoreCannotBeReached) {
+  mount(store_, 1, {10, -5, 0});
+  store_.reachable = false;
+  EXPECT_EQ(-1, ptzmath_get_remote_center(context_.get(), 1));
+}
+
+TEST_F(Ptzmath, ReadsPlainDecimals) {
+  store_.values = {{"root.PTZ.RemoteCenter.C1.Pan", "-0.5"},
+                   {"root.PTZ.RemoteCenter.C1.Tilt", "-35"},
+                   {"root.PTZ.RemoteCenter.C1.Roll", "0.0"}};
+  EXPECT_EQ(0, ptzmath_get_remote_center(context_.get(), 1));
+  expectDirection(-0.5, -35, look(context_, 960, 540));
+}
+
+TEST_F(Ptzmath, TheSeamIsNeverReportedAsHalfATurn) {
+  mount(store_, 1, {179.999999, 0, 0});  // rounds up to 180 in fixed point
+  EXPECT_EQ(0, ptzmath_get_remote_center(context_.get(), 1));
+  EXPECT_EQ(-180, look(context_, 960, 540).pan);
+}
+
+TEST_F(Ptzmath, EveryPixelOfThePictureIsWithinTheTolerance) {
+  for (const Mounting& mounting :
+       {Mounting{0, -20, 0}, {178, -35, 3}, {-90, 85, 0}, {45, -89, -170}}) {
+    mount(store_, 1, mounting);
+    ASSERT_EQ(0, ptzmath_get_remote_center(context_.get(), 1));
+    const Projector projector{1920, 1080, 90, 60, mounting};
+    for (int x = 0; x <= 1920; x += 40) {
+      for (int y = 0; y <= 1080; y += 40) {
+        const Direction found = look(context_, x, y);
+        double seenX = 0;
+        double seenY = 0;
+        ASSERT_TRUE(projector.project(found.pan, found.tilt, seenX, seenY));
+        // The projection of what was found, turned into an angle at the densest place.
+        const double pixelsPerDegree = 960 * kRadians;
+        EXPECT_LT(std::hypot(seenX - x, seenY - y) / pixelsPerDegree, kTolerance);
+      }
+    }
+  }
+}
+
+TEST_F(Ptzmath, FieldAnglesMayChangeAtAnyTime) {
+  ptzmath_set_horiz_fov_x(context_.get(), fixed(40));
+  expectDirection(20, 0, look(context_, 1920, 540));
+  ptzmath_set_vert_fov_x(context_.get(), fixed(20));
+  expectDirection(0, -10, look(context_, 960, 1080));
+}
+
+TEST_F(Ptzmath, RemoteZoomIsTheAngleOfTheExtent) {
+  EXPECT_EQ(fixed(90), ptzmath_to_remote_zoom(context_.get(), 960, 540, 1920));
+  EXPECT_EQ(fixed(90), ptzmath_to_remote_zoom(context_.get(), 960, 540, -1920));
+  EXPECT_EQ(0, ptzmath_to_remote_zoom(context_.get(), 960, 540, 0));
+}
+
+TEST_F(Ptzmath, ContextsAreIndependent) {
+  const Context other(ptzmath_context_create());
+  mount(store_, 1, {33, 0, 0});
+  EXPECT_EQ(0, ptzmath_get_remote_center(other.get(), 1));
+  expectDirection(0, 0, look(context_, 960, 540));
+  expectDirection(33, 0, look(other, 5, 5));
+}
+
+}  // namespace
