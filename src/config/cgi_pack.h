@@ -1,0 +1,39 @@
+#ifndef CONFIG_CGI_PACK_H
+#define CONFIG_CGI_PACK_H
+
+#include "config/data_boundaries.h"
+#include "config/default_values.h"
+#include "config/json_auto_ptr.h"
+
+// Builds the description of what a configuration may hold, for clients that let people edit one:
+// {"profiles": {...}, "presets": {...}, "triggers": [...], "filters": [...]}.
+class CGI_Pack {
+ public:
+  CGI_Pack(const DataBoundaries& boundaries, const DefaultValues& defaults);
+
+  // The whole description. A piece that cannot be built is left out.
+  JsonAutoPtr capabilities() const;
+
+  JsonAutoPtr profiles() const;
+  JsonAutoPtr presets() const;
+  JsonAutoPtr shortLivedFilter() const;
+  JsonAutoPtr swayingFilter() const;
+  JsonAutoPtr sizePercentageFilter() const;
+  JsonAutoPtr includeArea() const;
+  JsonAutoPtr excludeArea() const;
+  JsonAutoPtr loiteringArea() const;
+  JsonAutoPtr fence() const;
+
+  // Assembly: a new member of that name in the parent (borrowed, null on failure), and additions
+  // that take the value.
+  static json_t* object(json_t* parent, const char* name);
+  static json_t* array(json_t* parent, const char* name);
+  static bool insertInObject(json_t* object, const char* name, JsonAutoPtr value);
+  static bool appendToArray(json_t* array, JsonAutoPtr value);
+
+ private:
+  const DataBoundaries& boundaries;
+  const DefaultValues& defaults;
+};
+
+#endif

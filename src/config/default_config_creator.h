@@ -1,0 +1,28 @@
+#ifndef CONFIG_DEFAULT_CONFIG_CREATOR_H
+#define CONFIG_DEFAULT_CONFIG_CREATOR_H
+
+#include <string>
+
+#include "config/default_values.h"
+#include "config/json_auto_ptr.h"
+
+// Builds the configuration document of a device that has none: every camera with one profile that
+// watches almost the whole picture. Never throws; a step that fails is logged and its piece is
+// missing.
+class DefaultConfigCreator {
+ public:
+  // withPresets: profiles get an empty "presets" array.
+  explicit DefaultConfigCreator(bool withPresets);
+  virtual ~DefaultConfigCreator() = default;
+
+  JsonAutoPtr create(const DefaultValues& defaults, const std::string& apiVersion) const;
+
+ protected:
+  // The profile of one camera (from 1).
+  virtual JsonAutoPtr createProfile(const DefaultValues& defaults, int camera) const;
+
+ private:
+  bool withPresets;
+};
+
+#endif

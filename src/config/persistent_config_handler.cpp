@@ -1,0 +1,40 @@
+#include "config/persistent_config_handler.h"
+
+#include <glib.h>
+#include <syslog.h>
+
+#include "config/json_file.h"
+#include "config/json_parser.h"
+
+std::string PersistentConfigHandler::load(const std::string& path) {
+  gchar* contents = nullptr;
+  gsize length = 0;
+  GError* error = nullptr;
+  if (g_file_get_contents(path.c_str(), &contents, &length, &error)) {
+    std::string text(contents, length);
+    g_free(contents);
+    return text;
+  }
+  const bool isMissing = g_error_matches(error, G_FILE_ERROR, G_FILE_ERROR_NOENT);
+  std::string text;
+  if (!isMissing) {
+    syslog(LOG_ERR, "Failed to read %s (%s)\n", path.c_str(), error->message);
+    text = error->message;
+  }
+  g_clear_error(&error);
+  return text;
+}
+
+bool PersistentConfigHandler::save(const json_t* document, const std::string& path) {
+  return !writeJsonFile(path, document).has_value();
+}
+
+std::int32_t PersistentConfigHandler::getConfigurationStatus(const std::string& path) {
+  JsonParser parser;
+  int status = 0;
+  if (!parser.decode(load(path)) || json_unpack(json_object_get(parser.get(), "params"), "{s:i}",
+                                                "configurationStatus", &status) != 0) {
+    return 0;
+  }
+  return status;
+}

@@ -1,0 +1,15 @@
+#ifndef CONFIG_TRACKER_DEFAULT_CONFIG_CREATOR_H
+#define CONFIG_TRACKER_DEFAULT_CONFIG_CREATOR_H
+
+#include "config/default_config_creator.h"
+
+// Gives every default profile the priority that the tracker asks for.
+class TrackerDefaultConfigCreator : public DefaultConfigCreator {
+ public:
+  using DefaultConfigCreator::DefaultConfigCreator;
+
+ protected:
+  JsonAutoPtr createProfile(const DefaultValues& defaults, int camera) const override;
+};
+
+#endif

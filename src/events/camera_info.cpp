@@ -1,0 +1,86 @@
+#include "events/camera_info.h"
+
+#include <syslog.h>
+
+#include <array>
+#include <cstdlib>
+#include <mutex>
+#include <optional>
+#include <span>
+
+#include "events/sdk_wrapper.h"
+
+namespace {
+
+constexpr std::size_t VALUE_SIZE = 100;
+constexpr std::size_t COUNT_SIZE = 4;  // at most three digits
+
+std::mutex s_mutex;  // guards the kept answers
+std::optional<bool> s_isMechanicalPTZ;
+API_Version s_sdkVersion;
+int s_nbrOfCameras = -1;  // unknown
+
+std::string readParameter(const std::string& name) {
+  std::array<char, VALUE_SIZE> value{};
+  sdk_wrapper_param_get(name, value.data(), static_cast<int>(value.size()));
+  return value.data();
+}
+
+bool isYes(const char* parameter) {
+  return readParameter(parameter) == "yes";
+}
+
+int readNbrOfSources() {
+  std::array<char, COUNT_SIZE> value{};
+  sdk_wrapper_param_get("root.ImageSource.NbrOfSources", value.data(),
+                        static_cast<int>(value.size()));
+  return static_cast<int>(std::strtol(value.data(), nullptr, 10));
+}
+
+}  // namespace
+
+std::string CameraInfo::getProdNbr() {
+  return readParameter("root.Brand.ProdNbr");
+}
+
+bool CameraInfo::isMechanicalPTZ() {
+  const std::lock_guard lock(s_mutex);
+  if (!s_isMechanicalPTZ) {
+    const bool hasPTZ = isYes("root.Properties.PTZ.PTZ");
+    const bool isDigital = isYes("root.Properties.PTZ.DigitalPTZ");
+    const bool hasDrivers = isYes("root.Properties.PTZ.DriverManagement");
+    const bool isRemote = isYes("root.Properties.RemoteCameraControl.TRAVO");
+    s_isMechanicalPTZ = hasPTZ && !isDigital && !hasDrivers && !isRemote;
+  }
+  return *s_isMechanicalPTZ;
+}
+
+API_Version CameraInfo::getSDK_Version() {
+  const std::lock_guard lock(s_mutex);
+  if (!s_sdkVersion.isValid()) {
+    s_sdkVersion = API_Version(readParameter("root.Properties.EmbeddedDevelopment.Version"));
+  }
+  return s_sdkVersion;
+}
+
+int CameraInfo::getNbrOfCameras() {
+  const std::lock_guard lock(s_mutex);
+  if (s_nbrOfCameras == -1) {
+    s_nbrOfCameras = isYes("root.Properties.EmbeddedDevelopment.RuleEngine.MultiConfiguration")
+                         ? readNbrOfSources()
+                         : 1;
+  }
+  return s_nbrOfCameras;
+}
+
+bool CameraInfo::isMultiCamera() {
+  return getNbrOfCameras() > 1;
+}
+
+std::string CameraInfo::getCameraName(int camera) {
+  if (camera < 1 || camera > getNbrOfCameras()) {
+    syslog(LOG_WARNING, "Invalid input. Camera number %i is not valid.\n", camera);
+    return {};
+  }
+  return readParameter("root.ImageSource.I" + std::to_string(camera - 1) + ".Name");
+}

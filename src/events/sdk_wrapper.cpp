@@ -1,0 +1,478 @@
+#include "events/sdk_wrapper.h"
+
+#include <glib-utils.h>
+#include <glib.h>
+#include <ovparameter.h>
+#include <syslog.h>
+
+#include <algorithm>
+#include <cstring>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "app/clock.h"
+#include "app/interval_timer_observable.h"
+#include "events/event_key_value_set.h"
+#include "events/time_conversion.h"
+
+namespace {
+
+constexpr int HANDLE_ATTEMPTS = 10;
+constexpr std::int64_t ATTEMPT_PAUSE = 100000;  // microseconds
+constexpr std::int64_t REMOVAL_DELAY = 50000;   // microseconds
+constexpr std::size_t MAX_DATA_KEY_LENGTH = 127;
+constexpr std::int32_t QUIET_FAILURES = 5;
+
+constexpr const char* NAME_SPACE = "tnsorva";
+constexpr const char* ONVIF_NAME_SPACE = "tns1";
+
+struct DeclaredEvent {
+  std::uint32_t declarationId = 0;
+  std::uint32_t value = 0;
+  std::uint32_t flags = 0;
+  std::uint32_t refCount = 0;
+  std::uint32_t source = 0;
+  std::string dataKey;
+  std::int32_t failures = 0;
+};
+
+struct PendingRemoval {
+  std::string name;
+  std::int32_t timerId;
+};
+
+struct FreeSet {
+  void operator()(OVEventKeyValueSet* set) const { ov_event_key_value_set_free(set); }
+};
+
+using EventTable = std::map<std::string, std::unique_ptr<DeclaredEvent>>;
+
+std::mutex s_mutex;  // guards all below
+OVEventHandler* s_eventHandler = nullptr;
+OVParameter* s_parameterHandler = nullptr;
+std::string s_appName;
+std::string s_niceName;
+std::string s_topic0;
+std::unique_ptr<EventTable> s_events;
+std::vector<PendingRemoval> s_pendingRemovals;
+
+// What the two ways of sending say when they fail.
+struct SendMessages {
+  const char* noHandler;
+  const char* noTable;
+  const char* unknown;
+  const char* noRecord;
+  const char* failed;
+};
+
+constexpr SendMessages EVENT_MESSAGES{
+    "Cannot send event %s. Handler is not initialized\n",
+    "Cannot send event %s. No events are registered\n",
+    "Cannot send event %s.  Event is not registered\n",
+    "Cannot send event %s. Event properties = NULL\n",
+    "Could not send event %s (id %d)\n",
+};
+
+constexpr SendMessages MOTION_ALARM_MESSAGES{
+    "Cannot send ONVIF Motion Alarm event. Handler is not initialized\n",
+    "Cannot send ONVIF Motion Alarm event. No events are registered\n",
+    "Cannot send ONVIF Motion Alarm event.  Event is not registered\n",
+    "Cannot send ONVIF Motion Alarm event. Event properties = NULL\n",
+    "Could not send ONVIF Motion Alarm event %s (id %d)\n",
+};
+
+// The messages above take the name or nothing.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+#pragma GCC diagnostic ignored "-Wformat-security"
+#pragma GCC diagnostic ignored "-Wformat-extra-args"
+void logError(const char* message, const std::string& name) {
+  syslog(LOG_ERR, message, name.c_str());
+}
+
+void logSendFailure(const SendMessages& messages, const std::string& name, DeclaredEvent& event) {
+  const bool quiet = (event.flags & SDK_EVENT_QUIET) != 0 && event.failures < QUIET_FAILURES;
+  syslog(quiet ? LOG_INFO : LOG_ERR, messages.failed, name.c_str(),
+         static_cast<int>(event.declarationId));
+  ++event.failures;
+}
+#pragma GCC diagnostic pop
+
+void obtainEventHandler() {
+  if (s_eventHandler != nullptr) {
+    syslog(LOG_WARNING, "The event handler is already initialized.\n");
+    return;
+  }
+  for (int attempt = 1; attempt <= HANDLE_ATTEMPTS && s_eventHandler == nullptr; ++attempt) {
+    s_eventHandler = ov_event_handler_new();
+    if (s_eventHandler == nullptr) {
+      syslog(LOG_WARNING, "Could not get an event-handler, try %d of %d\n", attempt,
+             HANDLE_ATTEMPTS);
+      utils::sleep(ATTEMPT_PAUSE);
+    }
+  }
+  if (s_events == nullptr) {
+    s_events = std::make_unique<EventTable>();
+  }
+}
+
+void obtainParameterHandler() {
+  if (s_parameterHandler != nullptr) {
+    syslog(LOG_WARNING, "The parameter handler is already initialized.\n");
+    return;
+  }
+  for (int attempt = 1; attempt <= HANDLE_ATTEMPTS && s_parameterHandler == nullptr; ++attempt) {
+    s_parameterHandler = ov_parameter_new(s_appName.c_str(), nullptr);
+    if (s_parameterHandler == nullptr) {
+      syslog(LOG_WARNING, "Could not get an parameter-handler, try %d of %d\n", attempt,
+             HANDLE_ATTEMPTS);
+      utils::sleep(ATTEMPT_PAUSE);
+    }
+  }
+}
+
+// The record of a name: null when there is no table or no such name.
+DeclaredEvent* findEvent(const std::string& name) {
+  if (s_events == nullptr) {
+    return nullptr;
+  }
+  const auto found = s_events->find(name);
+  return found == s_events->end() ? nullptr : found->second.get();
+}
+
+// Adds a declaration to an event of that name. False, logged, when the event is another one.
+bool shareEvent(DeclaredEvent& event, const std::string& name, bool sameProperties) {
+  if (!sameProperties) {
+    syslog(LOG_ERR, "Cannot add event %s as it is already declared, but with other properties\n",
+           name.c_str());
+    return false;
+  }
+  ++event.refCount;
+  return true;
+}
+
+bool declareEvent(const std::string& name, std::unique_ptr<DeclaredEvent> event,
+                  const OVEventKeyValueSet* set, bool stateless) {
+  if (set == nullptr ||
+      !ov_event_handler_declare(s_eventHandler, set, stateless, &event->declarationId, nullptr)) {
+    return false;
+  }
+  event->refCount = 1;
+  (*s_events)[name] = std::move(event);
+  return true;
+}
+
+EventKeyValueSet createApplicationEventSet(const std::string& topic, const std::string& niceName,
+                                           std::uint32_t flags, const std::string& dataKey) {
+  EventKeyValueSet set;
+  set.add("topic0", NAME_SPACE, s_topic0)
+      .add("topic1", NAME_SPACE, s_appName)
+      .niceName("topic1", NAME_SPACE, s_niceName)
+      .add("topic2", NAME_SPACE, topic)
+      .niceName("topic2", NAME_SPACE, niceName);
+  if ((flags & SDK_EVENT_STATEFUL) != 0) {
+    set.addBool("active", nullptr, false).markAsData("active", nullptr);
+  }
+  if ((flags & SDK_EVENT_APPLICATION_DATA) != 0) {
+    set.markAsUserDefined("topic2", NAME_SPACE, "isApplicationData");
+  }
+  if ((flags & SDK_EVENT_DEPRECATED) != 0) {
+    set.markAsUserDefined("topic2", NAME_SPACE, "isDeprecated");
+  }
+  if (!dataKey.empty()) {
+    set.add(dataKey.c_str(), nullptr, std::string()).markAsData(dataKey.c_str(), nullptr);
+  }
+  return set;
+}
+
+// With the mutex held. prefix stands before the messages.
+bool addEvent(const std::string& name, std::uint32_t flags, const std::string& dataKey,
+              const OVEventKeyValueSet* set, const char* prefix) {
+  auto event = std::make_unique<DeclaredEvent>();
+  event->flags = flags;
+  event->dataKey = dataKey;
+  const bool stateless = (flags & SDK_EVENT_STATEFUL) == 0;
+  if (declareEvent(name, std::move(event), set, stateless)) {
+    return true;
+  }
+  syslog(LOG_ERR, "%sCannot declare event %s (internal error)\n", prefix, name.c_str());
+  return false;
+}
+
+bool hasProperties(const DeclaredEvent& event, std::uint32_t flags, const std::string& dataKey) {
+  return event.flags == flags && event.source == 0 && event.dataKey == dataKey;
+}
+
+// The event to send, or null after a message.
+DeclaredEvent* findEventToSend(const SendMessages& messages, const std::string& name) {
+  if (s_eventHandler == nullptr) {
+    logError(messages.noHandler, name);
+    return nullptr;
+  }
+  if (s_events == nullptr) {
+    logError(messages.noTable, name);
+    return nullptr;
+  }
+  const auto found = s_events->find(name);
+  if (found == s_events->end()) {
+    logError(messages.unknown, name);
+    return nullptr;
+  }
+  if (found->second == nullptr) {
+    logError(messages.noRecord, name);
+  }
+  return found->second.get();
+}
+
+std::int64_t toEventTime(const std::int64_t* timestamp) {
+  if (timestamp == nullptr) {
+    return utils::utcTime();
+  }
+  return *timestamp == 0 ? 0 : utils::convertMonotonicToUTC_Time(*timestamp);
+}
+
+bool sendEvent(const SendMessages& messages, const std::string& name, DeclaredEvent& event,
+               const EventKeyValueSet& set, const std::int64_t* timestamp) {
+  if (!ov_event_handler_send_event(s_eventHandler, event.declarationId, set.get(),
+                                   toEventTime(timestamp), nullptr)) {
+    logSendFailure(messages, name, event);
+    return false;
+  }
+  event.failures = 0;
+  return true;
+}
+
+// Undeclares an event that nobody uses any more; one that was declared again meanwhile stays.
+void completeRemoval(const std::string& name) {
+  const DeclaredEvent* event = findEvent(name);
+  if (event == nullptr || event->refCount > 0) {
+    return;
+  }
+  ov_event_handler_undeclare(s_eventHandler, event->declarationId, nullptr);
+  s_events->erase(name);
+}
+
+void removalTimerCallback(std::int32_t timerId) {
+  const std::lock_guard lock(s_mutex);
+  const auto pending = std::ranges::find(s_pendingRemovals, timerId, &PendingRemoval::timerId);
+  if (pending != s_pendingRemovals.end()) {
+    const std::string name = pending->name;
+    s_pendingRemovals.erase(pending);
+    completeRemoval(name);
+  }
+  // Also without an entry: an observer that was unregistered before it became active stays active.
+  IntervalTimerObservable::unregisterObserver(timerId);
+}
+
+std::string cutDataKey(const std::string& dataKey) {
+  return dataKey.substr(0, MAX_DATA_KEY_LENGTH);
+}
+
+}  // namespace
+
+void sdk_wrapper_init(const std::string& appName, const std::string& niceName,
+                      const std::string& topic0) {
+  const std::lock_guard lock(s_mutex);
+  mainloop_start(appName.c_str(), niceName.c_str(), topic0.c_str());
+  s_appName = appName;
+  s_niceName = niceName;
+  s_topic0 = topic0;
+  obtainEventHandler();
+  obtainParameterHandler();
+}
+
+bool sdk_wrapper_event_add(const std::string& name, const std::string& topic,
+                           const std::string& niceName, int flags, const std::string& dataKey) {
+  const std::lock_guard lock(s_mutex);
+  if (s_eventHandler == nullptr) {
+    syslog(LOG_ERR, "Cannot register event %s (handler not initialized)\n", niceName.c_str());
+    return false;
+  }
+  const auto eventFlags = static_cast<std::uint32_t>(flags);
+  const std::string key = cutDataKey(dataKey);
+  if (DeclaredEvent* event = findEvent(name)) {
+    return shareEvent(*event, name, hasProperties(*event, eventFlags, key));
+  }
+  const EventKeyValueSet set = createApplicationEventSet(topic, niceName, eventFlags, key);
+  return addEvent(name, eventFlags, key, set.ok() ? set.get() : nullptr, "");
+}
+
+bool sdk_wrapper_event_add(const std::string& name, const char*, int flags,
+                           const std::string& dataKey, OVEventKeyValueSet* set) {
+  const std::unique_ptr<OVEventKeyValueSet, FreeSet> owned(set);
+  const std::lock_guard lock(s_mutex);
+  if (s_eventHandler == nullptr) {
+    syslog(LOG_ERR, "SDK Wrapper: Cannot register event %s (handler not initialized)\n",
+           name.c_str());
+    return false;
+  }
+  const auto eventFlags = static_cast<std::uint32_t>(flags);
+  const std::string key = cutDataKey(dataKey);
+  if (DeclaredEvent* event = findEvent(name)) {
+    if (hasProperties(*event, eventFlags, key)) {
+      ++event->refCount;
+      return true;
+    }
+    syslog(LOG_ERR,
+           "SDK Wrapper: Cannot add event %s as it is already declared, but with other "
+           "properties\n",
+           name.c_str());
+    return false;
+  }
+  return addEvent(name, eventFlags, key, set, "SDK Wrapper: ");
+}
+
+bool sdk_wrapper_event_add_onvif_motion_alarm_event(const std::string& name, int source,
+                                                    int state) {
+  const std::lock_guard lock(s_mutex);
+  if (s_eventHandler == nullptr) {
+    syslog(LOG_ERR, "Cannot register event %s (handler not initialized)\n", name.c_str());
+    return false;
+  }
+  const auto sourceNumber = static_cast<std::uint32_t>(source);
+  if (DeclaredEvent* event = findEvent(name)) {
+    return shareEvent(
+        *event, name,
+        event->flags == SDK_EVENT_QUIET && event->source == sourceNumber && event->dataKey.empty());
+  }
+  EventKeyValueSet set;
+  set.add("topic0", ONVIF_NAME_SPACE, "VideoSource")
+      .add("topic1", ONVIF_NAME_SPACE, "MotionAlarm")
+      .add("Source", nullptr, source)
+      .markAsSource("Source", nullptr)
+      .markAsUserDefined("Source", nullptr, "wstype:tt:ReferenceToken")
+      .addBool("State", nullptr, state != 0)
+      .markAsData("State", nullptr);
+  auto event = std::make_unique<DeclaredEvent>();
+  event->flags = SDK_EVENT_QUIET;
+  event->source = sourceNumber;
+  event->value = static_cast<std::uint32_t>(state);
+  if (declareEvent(name, std::move(event), set.ok() ? set.get() : nullptr, false)) {
+    return true;
+  }
+  syslog(LOG_ERR, "Cannot declare ONVIF Motion Alarm event %s (internal error)\n", name.c_str());
+  return false;
+}
+
+bool sdk_wrapper_event_send(const std::string& name, int value, const char* data,
+                            const std::int64_t* timestamp) {
+  const std::lock_guard lock(s_mutex);
+  DeclaredEvent* event = findEventToSend(EVENT_MESSAGES, name);
+  if (event == nullptr) {
+    return false;
+  }
+  event->value = static_cast<std::uint32_t>(value);
+  EventKeyValueSet set;
+  if ((event->flags & SDK_EVENT_STATEFUL) != 0) {
+    set.addBool("active", nullptr, value != 0);
+  }
+  if (data != nullptr && !event->dataKey.empty()) {
+    set.add(event->dataKey.c_str(), nullptr, std::string(data));
+  }
+  if (!set.ok()) {
+    syslog(LOG_ERR, "Could not send event %s.  Internal error\n", name.c_str());
+    return false;
+  }
+  return sendEvent(EVENT_MESSAGES, name, *event, set, timestamp);
+}
+
+bool sdk_wrapper_onvif_motion_alarm_event_send(const std::string& name, int state,
+                                               const std::int64_t* timestamp) {
+  const std::lock_guard lock(s_mutex);
+  DeclaredEvent* event = findEventToSend(MOTION_ALARM_MESSAGES, name);
+  if (event == nullptr) {
+    return false;
+  }
+  event->value = static_cast<std::uint32_t>(state);
+  EventKeyValueSet set;
+  set.add("Source", nullptr, static_cast<int>(event->source)).addBool("State", nullptr, state != 0);
+  if (!set.ok()) {
+    syslog(LOG_ERR, "Could not send event %s.  Internal error\n", name.c_str());
+    return false;
+  }
+  return sendEvent(MOTION_ALARM_MESSAGES, name, *event, set, timestamp);
+}
+
+bool sdk_wrapper_event_remove(const std::string& name) {
+  const std::lock_guard lock(s_mutex);
+  DeclaredEvent* event = findEvent(name);
+  if (event == nullptr || event->refCount == 0) {
+    return false;
+  }
+  --event->refCount;
+  if (event->refCount == 0) {
+    const std::int32_t timerId =
+        IntervalTimerObservable::registerObserver(removalTimerCallback, REMOVAL_DELAY);
+    s_pendingRemovals.push_back({name, timerId});
+  }
+  return true;
+}
+
+void sdk_wrapper_param_get(const std::string& name, char* dest, int destSize) {
+  if (dest == nullptr || destSize < 1) {
+    return;
+  }
+  const std::lock_guard lock(s_mutex);
+  dest[0] = '\0';
+  if (s_parameterHandler == nullptr) {
+    syslog(LOG_WARNING, "Cannot get parameter %s (handler not initialized). Using: %s = %s\n",
+           name.c_str(), name.c_str(), dest);
+    return;
+  }
+  char* value = nullptr;
+  if (!ov_parameter_get(s_parameterHandler, name.c_str(), &value, nullptr) || value == nullptr) {
+    return;
+  }
+  g_strlcpy(dest, value, static_cast<gsize>(destSize));
+  g_free(value);
+}
+
+void sdk_wrapper_cleanup() {
+  const std::lock_guard lock(s_mutex);
+  for (const PendingRemoval& pending : s_pendingRemovals) {
+    completeRemoval(pending.name);
+    IntervalTimerObservable::unregisterObserver(pending.timerId);
+  }
+  s_pendingRemovals.clear();
+  if (s_events != nullptr) {
+    for (const auto& [name, event] : *s_events) {
+      ov_event_handler_undeclare(s_eventHandler, event->declarationId, nullptr);
+    }
+    s_events.reset();
+  }
+  ov_event_handler_free(s_eventHandler);
+  s_eventHandler = nullptr;
+  ov_parameter_free(s_parameterHandler);
+  s_parameterHandler = nullptr;
+}
+
+OVEventHandler* sdk_wrapper_handler_new() {
+  const std::lock_guard lock(s_mutex);
+  return ov_event_handler_new();
+}
+
+void sdk_wrapper_handler_free(OVEventHandler* handler) {
+  const std::lock_guard lock(s_mutex);
+  ov_event_handler_free(handler);
+}
+
+bool sdk_wrapper_handler_declare(OVEventHandler* handler, const EventKeyValueSet& set,
+                                 bool stateless, std::uint32_t& declarationId) {
+  const std::lock_guard lock(s_mutex);
+  return handler != nullptr && set.ok() &&
+         ov_event_handler_declare(handler, set.get(), stateless, &declarationId, nullptr);
+}
+
+bool sdk_wrapper_handler_send(OVEventHandler* handler, std::uint32_t declarationId,
+                              const EventKeyValueSet& set) {
+  const std::lock_guard lock(s_mutex);
+  return handler != nullptr && set.ok() &&
+         ov_event_handler_send_event(handler, declarationId, set.get(), utils::utcTime(), nullptr);
+}
+
+bool sdk_wrapper_handler_undeclare(OVEventHandler* handler, std::uint32_t declarationId) {
+  const std::lock_guard lock(s_mutex);
+  return handler != nullptr && ov_event_handler_undeclare(handler, declarationId, nullptr);
+}

@@ -1,0 +1,52 @@
+#ifndef EVENTS_STATE_EVENT_PRODUCER_H
+#define EVENTS_STATE_EVENT_PRODUCER_H
+
+#include <cstdint>
+#include <mutex>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "events/state_event_producer_i.h"
+
+// Sends a stateful event for each profile, and two kinds of aggregate events beside it: one per
+// camera while any of its profiles is in alarm, and, on a device with several cameras, one for the
+// device while any camera is.
+//
+// A failed send leaves the counters as they are; a profile counts at most once, so that the
+// counters heal with its next start and end. Camera numbers without a counter only get their
+// profile's event.
+class StateEventProducer : public StateEventProducerI {
+ public:
+  explicit StateEventProducer(int cameraCount);
+
+  // Counters for the device and for cameras 1 to cameraCount, all 0.
+  void prepareReferenceCounterVectors(int cameraCount);
+
+  StateEventProducerHandle registerEvent(std::int32_t camera, const std::string& name,
+                                         const std::string& niceName) override;
+  void unregisterEvent(const StateEventProducerHandle& handle) override;
+  void sendStartEvent(const StateEventProducerHandle& handle, std::int64_t time) override;
+  void sendEndEvent(const StateEventProducerHandle& handle, std::int64_t time) override;
+  void sendEndEvent(const StateEventProducerHandle& handle) override;
+
+  // The aggregate events.
+  void declareAnyEvents(std::int32_t camera);
+  void declareGlobalAnyEvent();
+  void removeAnyEvents(std::int32_t camera);
+  void removeGlobalAnyEvent();
+
+ private:
+  static constexpr std::size_t DEVICE = 0;  // index of the device's counter
+
+  bool isCameraCounted(std::int32_t camera) const;
+  void sendEnd(const StateEventProducerHandle& handle, const std::int64_t* time);
+
+  std::mutex mutex;  // guards all below
+  std::vector<std::int32_t> counters;
+  std::vector<std::string> anyLookupKeys;  // by camera, the device's at index 0
+  std::set<std::string> countedProfiles;   // lookup keys
+  std::set<std::int32_t> countedCameras;   // those in the device's counter
+};
+
+#endif
