@@ -1,0 +1,65 @@
+#include "ptz/bearing.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+constexpr double FULL_TURN = 360.0;
+constexpr double HALF_TURN = 180.0;
+
+}  // namespace
+
+double Bearing::normalize(double x) {
+  while (x < 0.0) {
+    x += FULL_TURN;
+  }
+  while (x >= FULL_TURN) {
+    x -= FULL_TURN;
+  }
+  return x;
+}
+
+double Bearing::shortestDiff(double a, double b) {
+  double difference = a - b;
+  if (difference < -HALF_TURN) {
+    difference += FULL_TURN;
+  }
+  if (difference > HALF_TURN) {
+    difference -= FULL_TURN;
+  }
+  return difference;
+}
+
+double Bearing::clockwiseDiff(double a, double b) {
+  const double difference = normalize(b) - normalize(a);
+  return difference < 0.0 ? difference + FULL_TURN : difference;
+}
+
+double Bearing::center(double a, double b) {
+  const double low = std::min(a, b);
+  double high = std::max(a, b);
+  if (high - low > HALF_TURN) {
+    high -= FULL_TURN;
+  }
+  const double middle = (low + high) / 2.0;
+  return middle < 0.0 ? middle + FULL_TURN : middle;
+}
+
+void Bearing::bounds(std::vector<double> list, double& first, double& second) {
+  if (list.empty()) {
+    return;
+  }
+  std::ranges::sort(list);
+  first = second = list.front();
+  double largestGap = 0.0;
+  for (std::size_t i = 0; i < list.size(); ++i) {
+    const double successor = list[(i + 1) % list.size()];
+    const double gap = std::abs(clockwiseDiff(list[i], successor));
+    if (gap > largestGap) {
+      largestGap = gap;
+      first = successor;
+      second = list[i];
+    }
+  }
+}

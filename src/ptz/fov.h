@@ -1,0 +1,54 @@
+#ifndef PTZ_FOV_H
+#define PTZ_FOV_H
+
+#include <gio/gio.h>
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+// Follows the field of view and the rotation of one video channel (from 0), which its lens
+// publishes as properties on the system bus. Changes arrive on the main loop's thread; the values
+// may be read from any thread.
+class Fov {
+ public:
+  explicit Fov(std::uint32_t channel);
+  Fov(const Fov&) = delete;
+  Fov& operator=(const Fov&) = delete;
+  ~Fov();
+
+  double getHorizontalFov() const { return values->horizontalFov; }  // degrees, 0 until known
+  double getVerticalFov() const { return values->verticalFov; }      // degrees, 0 until known
+  std::int32_t getSensorRotation() const { return values->sensorRotation; }  // 0, 90, 180 or 270
+
+  // Takes one property; one that is not known is ignored, one of a wrong type is logged.
+  void setProperty(const std::string& name, GVariant* value) { values->set(name, value); }
+
+ private:
+  // Shared with the change handler, which may be running on the main loop's thread while the Fov is
+  // destroyed.
+  struct Values {
+    void set(const std::string& name, GVariant* value);
+    bool hasType(const std::string& name, GVariant* value, const GVariantType* type) const;
+
+    std::uint32_t channel = 0;
+    std::atomic<double> horizontalFov{0.0};
+    std::atomic<double> verticalFov{0.0};
+    std::atomic<std::int32_t> sensorRotation{0};
+  };
+
+  using SharedValues = std::shared_ptr<Values>;
+
+  static void propertiesChanged(GDBusProxy* proxy, GVariant* changed,
+                                const char* const* invalidated, gpointer sharedValues);
+  static void releaseValues(gpointer sharedValues, GClosure* closure);
+  void applyCachedProperties();
+
+  GDBusConnection* connection = nullptr;
+  GDBusProxy* proxy = nullptr;
+  gulong signalHandler = 0;
+  SharedValues values = std::make_shared<Values>();
+};
+
+#endif

@@ -1,0 +1,197 @@
+#include "ptz/video_channel.h"
+
+#include <fixmath.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdlib>
+#include <string>
+#include <utility>
+
+#include "events/sdk_wrapper.h"
+#include "ptz/bearing.h"
+
+namespace {
+
+constexpr int Q12_ENTRY = 12;
+constexpr int Q16_ENTRY = 16;
+constexpr float FIXED_ONE = 65536.0F;
+constexpr int RESOLUTION_SIZE = 21;  // at most 20 characters
+
+double fromQ12(std::int16_t value) {
+  return static_cast<double>(static_cast<float>(value) * fx_xtof_tab[Q12_ENTRY]);
+}
+
+double fromFixed(std::int32_t value) {
+  return static_cast<double>(static_cast<float>(value) * fx_xtof_tab[Q16_ENTRY]);
+}
+
+std::int32_t toFixed(double degrees) {
+  const float scaled = static_cast<float>(degrees) * FIXED_ONE;
+  return static_cast<std::int32_t>(scaled + (scaled > 0.0F ? 0.5F : -0.5F));
+}
+
+int truncate(double value) {
+  return static_cast<int>(value);
+}
+
+bool isSideways(std::int32_t rotation) {
+  return rotation == 90 || rotation == 270;
+}
+
+// The middle and both ends of an extent, as pixels of the picture.
+struct PixelRange {
+  PixelRange(double middle, double extent, int size)
+      : first(toPixel(middle - extent * 0.5, size)),
+        centre(toPixel(middle, size)),
+        last(toPixel(middle + extent * 0.5, size)) {}
+
+  static int toPixel(double value, int size) {
+    return std::clamp(truncate(value), 0, std::max(size - 1, 0));
+  }
+
+  int first;
+  int centre;
+  int last;
+};
+
+}  // namespace
+
+VideoChannel::VideoChannel(int channel)
+    : channel(channel), fov(static_cast<std::uint32_t>(channel)) {}
+
+bool VideoChannel::init() {
+  width = 0;
+  height = 0;
+  if (!getCameraResolution(channel, width, height)) {
+    return false;
+  }
+  if (isSideways(fov.getSensorRotation())) {
+    std::swap(width, height);
+  }
+  context.reset(ptzmath_context_create());
+  ptzmath_set_pic_dim(context.get(), width, height);
+  return ptzmath_get_remote_center(context.get(), channel + 1) != -1;
+}
+
+bool VideoChannel::getCameraResolution(int channel, int& width, int& height) {
+  std::array<char, RESOLUTION_SIZE> value{};
+  sdk_wrapper_param_get("Image.I" + std::to_string(channel) + ".Appearance.Resolution",
+                        value.data(), static_cast<int>(value.size()));
+  const std::string text(value.data());
+  const std::size_t separator = text.find('x');
+  if (separator == std::string::npos) {
+    return false;
+  }
+  width = static_cast<int>(std::strtol(text.c_str(), nullptr, 10));
+  height = static_cast<int>(std::strtol(text.c_str() + separator + 1, nullptr, 10));
+  return true;
+}
+
+PointF VideoChannel::toImagePosition(const Point& point) const {
+  double x = fromQ12(point.x);
+  double y = fromQ12(point.y);
+  unrotatePosition(x, y);
+  return {(x + 1.0) * width * 0.5, height - (y + 1.0) * height * 0.5};
+}
+
+PointF VideoChannel::toImageSize(const Point& size) const {
+  double w = fromQ12(size.x);
+  double h = fromQ12(size.y);
+  unrotateSize(w, h);
+  return {w * width * 0.5, h * height * 0.5};
+}
+
+PointF VideoChannel::toImageVelocity(const Point& velocity) const {
+  double x = fromQ12(velocity.x);
+  double y = fromQ12(velocity.y);
+  unrotateVelocity(x, y);
+  return {x * width * 0.5, y * height * 0.5};
+}
+
+void VideoChannel::unrotatePosition(double& x, double& y) const {
+  const double oldX = x;
+  const double oldY = y;
+  switch (fov.getSensorRotation()) {
+    case 180:
+      x = -oldX;
+      y = -oldY;
+      break;
+    case 270:
+      x = -oldY;
+      y = oldX;
+      break;
+    case 90:
+      x = oldY;
+      y = -oldX;
+      break;
+    default:
+      break;
+  }
+}
+
+void VideoChannel::unrotateVelocity(double& x, double& y) const {
+  unrotatePosition(x, y);
+}
+
+void VideoChannel::unrotateSize(double& w, double& h) const {
+  if (isSideways(fov.getSensorRotation())) {
+    std::swap(w, h);
+  }
+}
+
+// The lens may change the field of view at any time.
+void VideoChannel::applyFov() {
+  ptzmath_set_horiz_fov_x(context.get(), toFixed(fov.getHorizontalFov()));
+  ptzmath_set_vert_fov_x(context.get(), toFixed(fov.getVerticalFov()));
+}
+
+bool VideoChannel::getPanTilt(int x, int y, double& pan, double& tilt) {
+  const std::int32_t rotation = fov.getSensorRotation();
+  if (appliedRotation != rotation) {
+    init();
+    appliedRotation = rotation;
+  }
+  applyFov();
+  std::int32_t fixedPan = 0;
+  std::int32_t fixedTilt = 0;
+  ptzmath_to_ptz_x(context.get(), &fixedPan, &fixedTilt, x, y);
+  pan = fromFixed(fixedPan);
+  tilt = fromFixed(fixedTilt);
+  return true;
+}
+
+bool VideoChannel::getPanTilt(const PointF& position, const PointF& size, double& pan, double& tilt,
+                              double& panSpan, double& tiltSpan) {
+  const PixelRange columns(position.x, size.x, width);
+  const PixelRange rows(position.y, size.y, height);
+  double leftPan = 0.0;
+  double rightPan = 0.0;
+  double topTilt = 0.0;
+  double bottomTilt = 0.0;
+  double unused = 0.0;
+  if (!getPanTilt(columns.first, rows.centre, leftPan, unused) ||
+      !getPanTilt(columns.last, rows.centre, rightPan, unused) ||
+      !getPanTilt(columns.centre, rows.first, unused, topTilt) ||
+      !getPanTilt(columns.centre, rows.last, unused, bottomTilt) ||
+      !getPanTilt(columns.centre, rows.centre, pan, tilt)) {
+    return false;
+  }
+  panSpan = std::abs(Bearing::shortestDiff(leftPan, rightPan));
+  tiltSpan = std::abs(topTilt - bottomTilt);
+  return true;
+}
+
+double VideoChannel::subtendedAngle(const PointF& position, double extent) const {
+  const double angle = fromFixed(ptzmath_to_remote_zoom(context.get(), truncate(position.x),
+                                                        truncate(position.y), truncate(extent)));
+  return extent < 0.0 ? -angle : angle;
+}
+
+PointF VideoChannel::getAngle(const PointF& position, const PointF& extent) {
+  applyFov();
+  const double angleX = subtendedAngle(position, extent.x);
+  const double angleY = subtendedAngle(position, extent.y);
+  return {angleX, angleY};
+}

@@ -1,0 +1,75 @@
+#ifndef PTZ_VIDEO_CHANNEL_H
+#define PTZ_VIDEO_CHANNEL_H
+
+#include <ptzmath.h>
+
+#include <cstdint>
+#include <memory>
+
+#include "geometry/math_vector.h"
+#include "geometry/point.h"
+#include "geometry/point_f.h"
+#include "ptz/fov.h"
+
+// The geometry of one video channel (from 0): turns scene coordinates (Q12, y upwards) into pixels
+// of its picture (origin top left, y downwards), and pixels into the head's pan and tilt in
+// degrees. Used under the tracker's mutex.
+class VideoChannel {
+ public:
+  explicit VideoChannel(int channel);
+
+  // Builds the picture's geometry. False when the picture's size or the mounting is not known.
+  bool init();
+
+  // The picture's size in pixels as the device states it, before rotation.
+  static bool getCameraResolution(int channel, int& width, int& height);
+
+  PointF toImagePosition(const Point& point) const;
+
+  // size holds width and height.
+  PointF toImageSize(const Point& size) const;
+
+  // Pixels per second; y stays upwards.
+  PointF toImageVelocity(const Point& velocity) const;
+
+  // From the coordinates of a rotated sensor to the picture's.
+  void unrotatePosition(double& x, double& y) const;
+  void unrotateVelocity(double& x, double& y) const;
+  void unrotateSize(double& w, double& h) const;
+
+  // Pan and tilt of one pixel; always true.
+  bool getPanTilt(int x, int y, double& pan, double& tilt);
+
+  // Pan and tilt of a box' middle and its angular width and height. What reaches beyond the picture
+  // is cut.
+  bool getPanTilt(const PointF& position, const PointF& size, double& pan, double& tilt,
+                  double& panSpan, double& tiltSpan);
+
+  // The angles that an extent in pixels subtends at a position, with the extent's signs.
+  PointF getAngle(const PointF& position, const PointF& extent);
+
+  int getChannel() const { return channel; }
+  int getWidth() const { return width; }
+  int getHeight() const { return height; }
+  const Fov& getFov() const { return fov; }
+
+  // Number of users, kept by VideoChannels.
+  std::int32_t refCount = 0;
+
+ private:
+  struct DeleteContext {
+    void operator()(ptzmath_context* context) const { ptzmath_context_delete(context); }
+  };
+
+  void applyFov();
+  double subtendedAngle(const PointF& position, double extent) const;
+
+  std::int32_t channel;
+  std::unique_ptr<ptzmath_context, DeleteContext> context;
+  std::int32_t width = 0;  // pixels, after rotation
+  std::int32_t height = 0;
+  Fov fov;
+  std::int32_t appliedRotation = 0;  // the one that the context was built for
+};
+
+#endif

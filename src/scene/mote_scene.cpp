@@ -1,0 +1,68 @@
+#include "scene/mote_scene.h"
+
+#include <scene.h>
+
+#include <optional>
+
+namespace {
+
+struct DeleteScene {
+  void operator()(scene* s) const { scene_delete(s); }
+};
+
+std::int64_t readTimestamp(const scene* s) {
+  const std::int64_t* values = nullptr;
+  return scene_get_prop(s, SCENE_PROP_TIMESTAMP, &values) > 0 ? values[0] : 0;
+}
+
+// All ids of an event's property; nothing when it cannot be read.
+std::optional<std::vector<std::int32_t>> readIds(const scene_event* event, int property) {
+  const std::int32_t* values = nullptr;
+  const int count = scene_get_evt_prop(event, property, &values);
+  if (count < 0) {
+    return std::nullopt;
+  }
+  return std::vector<std::int32_t>(values, values + count);
+}
+
+template <typename Data>
+void appendChange(const scene_event* event, std::vector<std::unique_ptr<Data>>& changes) {
+  const auto from = readIds(event, SCENE_EVT_PROP_FROM);
+  auto to = readIds(event, SCENE_EVT_PROP_TO);
+  if (from && !from->empty() && to) {
+    changes.push_back(std::make_unique<Data>(Data{from->front(), std::move(*to)}));
+  }
+}
+
+}  // namespace
+
+MoteScene::MoteScene(const SceneFrame& frame, std::int32_t propertyMask) {
+  const std::unique_ptr<scene, DeleteScene> decoded(
+      scene_copy_from_area(frame.data.get(), frame.size));
+  if (decoded == nullptr) {
+    return;
+  }
+  timestamp = readTimestamp(decoded.get());
+  for (const scene_object* object = scene_next_object(decoded.get(), nullptr); object != nullptr;
+       object = scene_next_object(decoded.get(), object)) {
+    objects.push_back(std::make_unique<MoteObject>(object, timestamp, propertyMask));
+  }
+  for (const scene_event* event = scene_next_event(decoded.get(), nullptr); event != nullptr;
+       event = scene_next_event(decoded.get(), event)) {
+    switch (scene_get_event_action(event)) {
+      case SCENE_EVENT_DELETE:
+        if (const auto ids = readIds(event, SCENE_EVT_PROP_FROM)) {
+          deletedIds.insert(deletedIds.end(), ids->begin(), ids->end());
+        }
+        break;
+      case SCENE_EVENT_SPLIT:
+        appendChange(event, splits);
+        break;
+      case SCENE_EVENT_MERGE:
+        appendChange(event, merges);
+        break;
+      default:
+        break;
+    }
+  }
+}

@@ -1,0 +1,142 @@
+#include "scene/scene_reader.h"
+
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <syslog.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <string_view>
+
+#include "scene/mote_utils.h"
+#include "scene/scene_properties.h"
+
+namespace {
+
+constexpr std::size_t MAX_ANSWER_LENGTH = 100;
+constexpr std::size_t SKIPPED_HEADER_BYTES = 8;
+constexpr std::int32_t MAX_FRAME_LENGTH = 16 * 1024 * 1024;
+constexpr std::array CAPABILITIES{SCENE_BOUNDING_BOX, SCENE_POLYGON, SCENE_VELOCITY,
+                                  SCENE_CONFIDENCE};
+
+// Receives exactly that many bytes.
+bool readFromSocket(int fd, void* buffer, std::size_t count) {
+  auto* bytes = static_cast<char*>(buffer);
+  while (count > 0) {
+    const ssize_t received = recv(fd, bytes, count, 0);
+    if (received == -1 && errno == EINTR) {
+      continue;
+    }
+    if (received == 0) {
+      return false;
+    }
+    if (received == -1) {
+      syslog(LOG_WARNING, "readFromSocket: Receive failed.\n");
+      return false;
+    }
+    if (received < 0) {
+      syslog(LOG_WARNING, "readFromSocket: Something really unexpected.\n");
+      return false;
+    }
+    bytes += received;
+    count -= static_cast<std::size_t>(received);
+  }
+  return true;
+}
+
+std::string createRequest(std::int32_t propertyMask, int channel, const API_Version& version) {
+  std::string request = version.toString() + " OPEN";
+  for (const std::int32_t capability : CAPABILITIES) {
+    if (MoteUtils::areCapabilitiesSupported(version, capability)) {
+      request += (propertyMask & capability) != 0 ? " 1" : " 0";
+    }
+  }
+  return request + " " + std::to_string(channel) + "\n";
+}
+
+// The answer up to its zero byte, or what of it could be read.
+std::string readAnswer(int fd) {
+  std::string answer;
+  while (answer.size() < MAX_ANSWER_LENGTH) {
+    char byte = 0;
+    if (!readFromSocket(fd, &byte, 1)) {
+      syslog(LOG_WARNING, "Read failed\n");
+      return answer;
+    }
+    if (byte == '\0') {
+      return answer;
+    }
+    answer += byte;
+  }
+  syslog(LOG_WARNING, "Reached max_len without match\n");
+  return answer;
+}
+
+std::int32_t fromBigEndian(const std::array<unsigned char, 4>& bytes) {
+  return static_cast<std::int32_t>(std::uint32_t{bytes[0]} << 24 | std::uint32_t{bytes[1]} << 16 |
+                                   std::uint32_t{bytes[2]} << 8 | std::uint32_t{bytes[3]});
+}
+
+}  // namespace
+
+int SceneReader::connect(const std::string& path) {
+  const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  if (fd == -1) {
+    syslog(LOG_ERR, "Could not connect to service, result: %i\n\n", fd);
+    return -1;
+  }
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  std::memcpy(address.sun_path, path.data(), std::min(path.size(), sizeof(address.sun_path)));
+  const int result = ::connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof(address));
+  if (result != 0) {
+    syslog(LOG_ERR, "Could not connect to service, result: %i\n\n", result);
+    close(fd);
+    return -1;
+  }
+  return fd;
+}
+
+void SceneReader::disconnect(int fd) {
+  if (fd >= 0) {
+    close(fd);
+  }
+}
+
+SceneReaderResult SceneReader::initialize(int fd, std::int32_t propertyMask, int channel,
+                                          const API_Version& version) {
+  if (fd < 0) {
+    syslog(LOG_WARNING, "Invalid scene descriptor: %i\n\n", fd);
+    return {};
+  }
+  const std::string request = createRequest(propertyMask, channel, version);
+  if (send(fd, request.data(), request.size(), MSG_NOSIGNAL) <= 0) {
+    return {};
+  }
+  return SceneReaderResult(readAnswer(fd));
+}
+
+bool SceneReader::readScene(int fd, SceneFrame& frame) {
+  std::array<unsigned char, 4> lengthBytes{};
+  std::array<char, SKIPPED_HEADER_BYTES> skipped{};
+  if (!readFromSocket(fd, lengthBytes.data(), lengthBytes.size()) ||
+      !readFromSocket(fd, skipped.data(), skipped.size())) {
+    return false;
+  }
+  const std::int32_t length = fromBigEndian(lengthBytes);
+  if (length < 1 || length > MAX_FRAME_LENGTH) {
+    return false;
+  }
+  const auto size = static_cast<std::size_t>(length);
+  frame.data.reset(static_cast<char*>(std::calloc(size, 1)));
+  if (frame.data == nullptr) {
+    return false;
+  }
+  frame.size = size;
+  // A short payload shows up as a failure on the next frame.
+  readFromSocket(fd, frame.data.get(), size);
+  return true;
+}

@@ -1,0 +1,34 @@
+#ifndef SCENE_SCENE_READER_H
+#define SCENE_SCENE_READER_H
+
+#include <cstdint>
+#include <string>
+
+#include "app/api_version.h"
+#include "scene/scene_frame.h"
+#include "scene/scene_reader_result.h"
+
+// Scene frames over the local stream socket of the scene service: plain functions on a descriptor,
+// which its owner uses from one thread at a time. Reads block until the service sends or closes.
+class SceneReader {
+ public:
+  SceneReader() = delete;
+
+  static constexpr const char* SCENE_SOCKET_PATH = "/var/run/strata/scenes";
+
+  // A connected descriptor, or -1 (logged).
+  static int connect(const std::string& path);
+
+  static void disconnect(int fd);
+
+  // Asks for the stream of a channel (from 1) with the properties of the mask, in the words of the
+  // given version.
+  static SceneReaderResult initialize(int fd, std::int32_t propertyMask, int channel,
+                                      const API_Version& version);
+
+  // Reads one frame. False when the stream has ended, the length is below 1 or above 16 MiB. A
+  // frame whose payload comes short is zero at its end.
+  static bool readScene(int fd, SceneFrame& frame);
+};
+
+#endif
