@@ -1,0 +1,85 @@
+#include "addon/libs/vigil_pack_lib/guard/area_guard.h"
+
+#include <utility>
+
+#include "addon/libs/vigil_pack_lib/filters/filter_data_key.h"
+#include "geometry/svg_doc.h"
+#include "scene/tracking_object_external_data_no_merge.h"
+
+namespace {
+
+constexpr const char* AREA_COLOUR = "#FF0000";
+constexpr double FILL_OPACITY = 0.2;
+constexpr double STROKE_WIDTH = 0.005;
+
+}  // namespace
+
+AreaGuard::AreaGuard(const Polygon& includeArea, const std::string& name, std::int32_t uid,
+                     std::int32_t camera, std::int64_t eventDuration, const std::string& appName,
+                     StateEventProducerI& producer, std::int32_t preset)
+    : Guard(name, uid, camera, eventDuration, appName, producer, preset),
+      protectionArea(includeArea),
+      dataKey(utils::generateFilterDataKey("area_guard", uid)),
+      includeAreaSvg(protectionArea.toStringSvg(
+          createSVGStyle(AREA_COLOUR, FILL_OPACITY, AREA_COLOUR, STROKE_WIDTH))) {}
+
+void AreaGuard::addExcludeArea(const Polygon& excludeArea) {
+  const std::lock_guard guard(lock);
+  protectionArea.addExcludeArea(excludeArea);
+}
+
+void AreaGuard::updatePreset(int newPreset) {
+  const std::lock_guard guard(lock);
+  preset = newPreset;
+}
+
+void AreaGuard::checkObjects(ParsedScene& scene) {
+  Guard::checkObjects(scene, includeAreaSvg);
+}
+
+void AreaGuard::sendAlarmEvent() {
+  testAlarmRequested = true;
+}
+
+TrackingObjectExternalData& AreaGuard::memoryOf(TrackingObject& object) const {
+  if (object.getData(dataKey) == nullptr) {
+    auto memory = std::make_unique<TrackingObjectExternalDataNoMerge>();
+    memory->insert(pendingAlarmKey, false);
+    object.insertData(dataKey, std::move(memory));
+  }
+  return *object.getData(dataKey);
+}
+
+AlarmData AreaGuard::updateObjectsAndGetAlarms(ParsedScene& scene) {
+  AlarmData alarms;
+  for (TrackingObject* object : scene.getActiveObjects()) {
+    updateFilterData(*object);
+    TrackingObjectExternalData& memory = memoryOf(*object);
+    const bool isPending = memory.getBool(pendingAlarmKey);
+    const bool isInside = protectionArea.checkObject(*object) == AreaStatus_e::inside;
+    const bool passes = canObjectTriggerAlarm(*object);
+    if (passes) {
+      if (isPending || isInside) {
+        memory.insert(pendingAlarmKey, false);
+      }
+    } else if (isInside) {
+      memory.insert(pendingAlarmKey, true);
+    }
+    const bool triggers = (isPending || isInside) && passes;
+    alarms.addObjectStatus(object, createAlarmStatus(triggers, passes));
+    alarms.anyAlarm |= triggers;
+  }
+  return alarms;
+}
+
+void AreaGuard::stopAllEvents(std::int64_t time) {
+  const std::lock_guard guard(lock);
+  visualConfirmation.clearScreen();
+  stateEvents.stopAllEvents(time);
+  stopTestAlarm();
+}
+
+bool AreaGuard::isStateEventOngoing() const {
+  const std::lock_guard guard(lock);
+  return stateEvents.isOngoing();
+}

@@ -1,0 +1,46 @@
+#ifndef ADDON_LIBS_VIGIL_PACK_LIB_GUARD_AREA_GUARD_H
+#define ADDON_LIBS_VIGIL_PACK_LIB_GUARD_AREA_GUARD_H
+
+#include <cstdint>
+#include <string>
+
+#include "addon/libs/vigil_pack_lib/filters/protection_area.h"
+#include "addon/libs/vigil_pack_lib/guard/guard.h"
+#include "geometry/polygon.h"
+
+// A guard that watches an area: an object inside it that passes the filters raises the alarm. One
+// that was inside while a filter still held it back raises the alarm once, in the first frame in
+// which it passes, even when it has left by then.
+class AreaGuard : public Guard {
+ public:
+  AreaGuard(const Polygon& includeArea, const std::string& name, std::int32_t uid,
+            std::int32_t camera, std::int64_t eventDuration, const std::string& appName,
+            StateEventProducerI& producer, std::int32_t preset);
+
+  void addExcludeArea(const Polygon& excludeArea);
+
+  // Binds the guard to another preset.
+  void updatePreset(int newPreset);
+
+  void checkObjects(ParsedScene& scene) override;
+  void sendAlarmEvent() override;
+  AlarmData updateObjectsAndGetAlarms(ParsedScene& scene) override;
+  void stopAllEvents(std::int64_t time) override;
+
+  bool isStateEventOngoing() const;
+
+ protected:
+  AreaStatus_e checkArea(const TrackingObject& object) const {
+    return protectionArea.checkObject(object);
+  }
+
+ private:
+  TrackingObjectExternalData& memoryOf(TrackingObject& object) const;
+
+  ProtectionArea protectionArea;
+  const std::string pendingAlarmKey = "hasPendingAlarm";
+  const std::string dataKey;
+  const std::string includeAreaSvg;
+};
+
+#endif

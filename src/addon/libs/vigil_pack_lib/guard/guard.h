@@ -1,0 +1,124 @@
+#ifndef ADDON_LIBS_VIGIL_PACK_LIB_GUARD_GUARD_H
+#define ADDON_LIBS_VIGIL_PACK_LIB_GUARD_GUARD_H
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "addon/libs/vigil_pack_lib/filters/exclusion_filter.h"
+#include "addon/libs/vigil_pack_lib/guard/alarm_data.h"
+#include "addon/libs/vigil_pack_lib/guard/visual_confirmation_handler.h"
+#include "config/preset.h"
+#include "events/state_event_handler.h"
+#include "scene/parsed_scene.h"
+
+// Which guard draws its visual confirmation, and with what header.
+struct VisualConfirmationData {
+  std::int32_t uid = 0;
+  std::string svgHeader;
+  bool enabled = false;
+};
+
+// The run-time form of one profile of one camera: decides for each frame which objects raise the
+// profile's alarm, drives its alarm event, and draws what it sees while somebody watches.
+//
+// Frames come on the camera's scene thread; PTZ events and API calls on others. Each guard
+// serialises them with its own recursive lock: all public operations take it, except where said.
+// Times are monotonic microseconds, of frames as well as of PTZ events. Guards are called with
+// their camera's lock held and take no lock above their own but the tracker's.
+class Guard {
+ public:
+  // eventDuration in microseconds, negative counts as 0. preset is a preset number, PRESET_ANY or
+  // PRESET_NOT_BOUND. The producer must outlive the guard.
+  Guard(const std::string& name, std::int32_t uid, std::int32_t camera, std::int64_t eventDuration,
+        const std::string& appName, StateEventProducerI& producer, std::int32_t preset);
+  Guard(const Guard&) = delete;
+  Guard& operator=(const Guard&) = delete;
+
+  virtual ~Guard();
+
+  // The step for one frame.
+  virtual void checkObjects(ParsedScene& scene) = 0;
+
+  // Asks for a test alarm, which begins with the next frame. Takes no lock.
+  virtual void sendAlarmEvent() = 0;
+
+  // Where the camera rests when the guard is made.
+  virtual void handleStartupPreset(std::int32_t p);
+  virtual void handleArrivingAtPreset(std::int32_t p, std::int64_t time);
+  virtual void handleLeavingPreset(std::int64_t time);
+  virtual void handleMovementEvent(bool moving, std::int64_t time);
+
+  virtual AlarmData updateObjectsAndGetAlarms(ParsedScene& scene) = 0;
+
+  // Ends the alarm at once and clears the viewer's screen.
+  virtual void stopAllEvents(std::int64_t time) = 0;
+
+  // Feeds one observation to every filter in order.
+  virtual void updateFilterData(TrackingObject& object);
+
+  virtual std::string createVisualConfirmationSvg(const AlarmData& alarms) const;
+
+  // The stream of frames has broken off: ends the alarm. What comes next may be other objects under
+  // the same ids.
+  virtual void handleTransportLoss(std::int64_t time);
+
+  // On a device with a mechanical head: whether the camera rests, where this guard watches, since
+  // before the given time.
+  bool shouldDataBeProcessed(std::int64_t time) const;
+
+  // Null is ignored.
+  void addExclusionFilter(std::unique_ptr<ExclusionFilter> filter);
+
+  // True when every filter lets the object pass; asked in order until one does not.
+  bool canObjectTriggerAlarm(TrackingObject& object) const;
+
+  // svgHeader begins every drawing. False when the event cannot be declared.
+  bool enableVisualConfirmation(const std::string& svgHeader);
+  void disableVisualConfirmation();
+  bool isVisualConfirmationAllowedToSend() const;
+  VisualConfirmationData getVC_Data() const;
+
+  static AlarmDataStatus_e createAlarmStatus(bool triggers, bool passesFilters);
+
+  const std::string& getName() const { return name; }
+  std::int32_t getUid() const { return uid; }
+  std::int32_t getCamera() const { return camera; }
+  std::int32_t getPriority() const { return priority; }
+
+ protected:
+  // The per-frame step of every kind of guard; svg is the drawing of its area.
+  void checkObjects(ParsedScene& scene, const std::string& svg);
+
+  // Ends a test alarm that is running. With the lock held.
+  void stopTestAlarm();
+
+  const std::string name;
+  const std::int32_t uid;
+  const std::int32_t camera;
+  const std::int64_t eventDuration;
+  VisualConfirmationHandler visualConfirmation;
+  std::vector<std::unique_ptr<ExclusionFilter>> filters;
+  std::int32_t preset;
+  std::int32_t currentPreset = PRESET_NONE;
+  mutable std::recursive_mutex lock;
+  std::int64_t arrivalTime = 0;
+  std::int64_t movementTime = 0;
+  const bool isMechanicalPtz;
+  bool isMoving = false;
+  std::string svgHeader;
+  StateEventHandler stateEvents;
+  bool testAlarmStarted = false;
+  std::atomic<bool> testAlarmRequested{false};
+  std::int32_t priority = 1;
+
+ private:
+  void handleTestEvent(std::int64_t time, const std::string& svg);
+  void sendVisualConfirmationEvent(const AlarmData& alarms, std::int64_t time,
+                                   const std::string& svg);
+};
+
+#endif

@@ -1,0 +1,55 @@
+#ifndef ADDON_LIBS_VIGIL_PACK_LIB_GUARD_VISUAL_CONFIRMATION_HANDLER_H
+#define ADDON_LIBS_VIGIL_PACK_LIB_GUARD_VISUAL_CONFIRMATION_HANDLER_H
+
+#include <cstdint>
+#include <string>
+
+#include "app/timer.h"
+#include "geometry/svg_doc.h"
+
+// Sends drawings of what a guard sees to whoever set it up: an event with an SVG document for each
+// frame, from enable() until disable() or until the time-out has passed. One empty document clears
+// the viewer's screen; further empty ones are not sent. Times are monotonic microseconds. Covered
+// by the guard's lock.
+class VisualConfirmationHandler {
+ public:
+  // Disabled.
+  VisualConfirmationHandler(const std::string& eventName, std::int64_t timeout);
+  VisualConfirmationHandler(const VisualConfirmationHandler&) = delete;
+  VisualConfirmationHandler& operator=(const VisualConfirmationHandler&) = delete;
+  ~VisualConfirmationHandler();
+
+  // Begins (again) the time in which drawings are sent. False when the event cannot be declared.
+  bool enable();
+
+  // Clears the viewer's screen and removes the event.
+  void disable();
+
+  bool isEnabled() const { return enabled; }
+  bool isAllowedToSend() const;
+  bool isAllowedToSend(std::int64_t time) const;
+
+  // Answer whether something was sent.
+  bool sendEvent(const SvgDoc& document, std::int64_t time);
+  bool sendEvent(const std::string& text, std::int64_t time);
+  bool sendEvent(const std::string& text);
+  bool sendEmptyEvent();
+
+  // Clears the viewer's screen, unless the last document was empty. The next empty document is sent
+  // in any case.
+  void clearScreen();
+
+  bool wasLastEventEmpty() const { return emptyEventsSent > 0; }
+
+ private:
+  bool declareEvent() const;
+  bool send(const std::string& text, std::int64_t time) const;
+  bool sendOnce(const std::string& text, std::int64_t time);
+
+  std::string eventName;
+  bool enabled = false;
+  Timer timer;
+  std::int32_t emptyEventsSent = 0;  // since the last drawing
+};
+
+#endif

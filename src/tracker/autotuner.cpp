@@ -1,0 +1,169 @@
+#include "tracker/autotuner.h"
+
+#include <syslog.h>
+
+#include <array>
+
+namespace {
+
+constexpr double TUNING_PAN = 0.0;     // degrees
+constexpr double TUNING_TILT = -45.0;  // degrees
+constexpr double POSITION_TOLERANCE = 0.5;
+constexpr double FINAL_TILT = -3.6;       // degrees
+constexpr int ZOOM_CHECK_POSITION = 100;  // on the head's scale
+constexpr int WIDEST_ZOOM = 1;
+constexpr std::int32_t TUNING_ZOOM_LIMIT = 20;
+constexpr double RELAY_AMPLITUDE = 35.0;  // percent of full speed
+constexpr std::int32_t MAX_WAITS = 100;
+constexpr std::int32_t MAX_RUNS = 3;
+
+// How a head that was told the check position reports it.
+struct ZoomReport {
+  std::int32_t low;
+  std::int32_t high;
+  double correction;
+};
+
+constexpr std::array ZOOM_REPORTS{ZoomReport{45, 55, 2.0}, ZoomReport{95, 105, 1.0},
+                                  ZoomReport{190, 210, 0.5}};
+
+bool isWithin(double value, double middle) {
+  return value >= middle - POSITION_TOLERANCE && value <= middle + POSITION_TOLERANCE;
+}
+
+bool isAtTuningPosition(const PtzHeadStatus& status) {
+  return !status.isMoving && isWithin(status.pan, TUNING_PAN) && isWithin(status.tilt, TUNING_TILT);
+}
+
+}  // namespace
+
+Autotuner::Autotuner(PtzHead& head, Regulator& regulator, AutotuneListener& listener)
+    : head(head), regulator(regulator), listener(listener) {}
+
+void Autotuner::start() {
+  autotuneStep = GO_TO_ZOOM_CHECK;
+  autotuneRetryCount = 0;
+}
+
+bool Autotuner::step() {
+  switch (autotuneStep) {
+    case GO_TO_ZOOM_CHECK:
+      goToZoomCheck();
+      break;
+    case CHECK_ZOOM:
+      checkZoom();
+      break;
+    case WAIT_FOR_POSITION:
+      waitForPosition();
+      break;
+    case START_RELAY:
+      startRelay();
+      break;
+    case RUN_RELAY:
+      runRelay();
+      break;
+    case FAILED:
+      handleFailure();
+      break;
+    case FINISH:
+      head.ptzMove(TUNING_PAN, PtzHead::ABSOLUTE, FINAL_TILT, PtzHead::ABSOLUTE, WIDEST_ZOOM,
+                   PtzHead::ABSOLUTE);
+      autotuneStep = IDLE;
+      return true;
+    default:
+      syslog(LOG_ERR, "Autotuning internal error\n");
+  }
+  return false;
+}
+
+void Autotuner::goToZoomCheck() {
+  head.ptzMove(TUNING_PAN, PtzHead::ABSOLUTE, TUNING_TILT, PtzHead::ABSOLUTE, ZOOM_CHECK_POSITION,
+               PtzHead::ABSOLUTE);
+  autotuneWaitCount = 0;
+  autotuneStep = CHECK_ZOOM;
+}
+
+bool Autotuner::hasWaitedTooLong(const char* message) {
+  ++autotuneWaitCount;
+  if (autotuneWaitCount <= MAX_WAITS) {
+    return false;
+  }
+  syslog(LOG_ERR, "%s", message);
+  return true;
+}
+
+void Autotuner::checkZoom() {
+  PtzHeadStatus status;
+  if (hasWaitedTooLong("Failed to go to autotune zoom check position\n") ||
+      !head.getStatus(status)) {
+    autotuneStep = FAILED;
+    return;
+  }
+  if (!isAtTuningPosition(status)) {
+    return;
+  }
+  for (const ZoomReport& report : ZOOM_REPORTS) {
+    if (status.zoom >= report.low && status.zoom <= report.high) {
+      listener.zoomCorrectionFound(report.correction);
+      head.ptzMove(TUNING_PAN, PtzHead::ABSOLUTE, TUNING_TILT, PtzHead::ABSOLUTE, WIDEST_ZOOM,
+                   PtzHead::ABSOLUTE);
+      autotuneWaitCount = 0;
+      autotuneStep = WAIT_FOR_POSITION;
+      return;
+    }
+  }
+}
+
+void Autotuner::waitForPosition() {
+  PtzHeadStatus status;
+  if (hasWaitedTooLong("Failed to go to autotune position\n") || !head.getStatus(status)) {
+    autotuneStep = FAILED;
+    return;
+  }
+  if (isAtTuningPosition(status) && status.zoom < TUNING_ZOOM_LIMIT) {
+    autotuneStep = START_RELAY;
+  }
+}
+
+void Autotuner::startRelay() {
+  PtzHeadStatus status;
+  if (!head.getStatus(status)) {
+    autotuneStep = FAILED;
+    return;
+  }
+  regulator.autotuneStart(status.pan, RELAY_AMPLITUDE, status.tilt, RELAY_AMPLITUDE);
+  autotuneStep = RUN_RELAY;
+}
+
+void Autotuner::runRelay() {
+  PtzHeadStatus status;
+  if (!head.getStatus(status)) {
+    autotuneStep = FAILED;
+    return;
+  }
+  // An axis that times out gets no speed.
+  double panSpeed = 0.0;
+  double tiltSpeed = 0.0;
+  if (regulator.autotuneRun(status.pan, status.tilt, panSpeed, tiltSpeed)) {
+    if (regulator.autotuned()) {
+      listener.gainsFound();
+      autotuneRetryCount = 0;
+      autotuneStep = FINISH;
+    } else {
+      autotuneStep = FAILED;
+    }
+  }
+  head.ptzMove(panSpeed, PtzHead::CONTINUOUS, tiltSpeed, PtzHead::CONTINUOUS, 0,
+               PtzHead::CONTINUOUS);
+}
+
+void Autotuner::handleFailure() {
+  ++autotuneRetryCount;
+  if (autotuneRetryCount < MAX_RUNS) {
+    regulator.pidDebug();
+    autotuneStep = GO_TO_ZOOM_CHECK;
+    return;
+  }
+  autotuneRetryCount = 0;
+  autotuneStep = FINISH;
+}

@@ -1,0 +1,67 @@
+#ifndef TRACKER_AUTOTUNER_H
+#define TRACKER_AUTOTUNER_H
+
+#include <cstdint>
+
+#include "ptz/regulator.h"
+#include "tracker/ptz_head.h"
+
+// What an autotune run finds out, told as it goes.
+class AutotuneListener {
+ public:
+  virtual ~AutotuneListener() = default;
+
+  // How the head counts its zoom.
+  virtual void zoomCorrectionFound(double correction) = 0;
+
+  // The regulator's autotune gains are good.
+  virtual void gainsFound() = 0;
+};
+
+// Makes the controllers fit an unknown head, one step at a call: goes to a position of known zoom
+// and sees how the head counts it, then to the tuning position, and lets the regulator swing the
+// head by relay. A run that fails is repeated twice; then the gains stay as they are. Used by the
+// tracker's thread alone.
+class Autotuner {
+ public:
+  // All must outlive the tuner.
+  Autotuner(PtzHead& head, Regulator& regulator, AutotuneListener& listener);
+
+  // Begins at the first step with no failed run.
+  void start();
+
+  // One step; true when the last one has been done.
+  bool step();
+
+  // 1 to 7 while tuning, 0 when idle.
+  std::int32_t getStep() const { return autotuneStep; }
+
+ private:
+  enum Step : std::int32_t {
+    IDLE = 0,
+    GO_TO_ZOOM_CHECK = 1,
+    CHECK_ZOOM = 2,
+    WAIT_FOR_POSITION = 3,
+    START_RELAY = 4,
+    RUN_RELAY = 5,
+    FAILED = 6,
+    FINISH = 7
+  };
+
+  void goToZoomCheck();
+  void checkZoom();
+  void waitForPosition();
+  void startRelay();
+  void runRelay();
+  void handleFailure();
+  bool hasWaitedTooLong(const char* message);
+
+  PtzHead& head;
+  Regulator& regulator;
+  AutotuneListener& listener;
+  std::int32_t autotuneStep = IDLE;
+  std::int32_t autotuneWaitCount = 0;
+  std::int32_t autotuneRetryCount = 0;
+};
+
+#endif

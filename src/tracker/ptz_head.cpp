@@ -1,0 +1,71 @@
+#include "tracker/ptz_head.h"
+
+#include <glib.h>
+#include <ptztolva.h>
+#include <syslog.h>
+
+#include <cstdio>
+#include <string>
+
+namespace {
+
+constexpr int CHANNEL = 1;
+constexpr const char* SOURCE = "Trailmark";
+constexpr int FULL_SPEED = 100;  // percent
+constexpr int MOVING = 1;
+
+// Takes and frees the error.
+std::string takeMessage(GError* error) {
+  std::string message = error != nullptr ? error->message : "unknown error";
+  g_clear_error(&error);
+  return message;
+}
+
+}  // namespace
+
+void PtzHead::initialize() {
+  ptztolva_init();
+}
+
+void PtzHead::cleanup() {
+  ptztolva_cleanup();
+}
+
+void PtzHead::ptzMove(double panValue, Kind panKind, double tiltValue, Kind tiltKind, int zoom,
+                      Kind zoomKind) {
+  GError* error = nullptr;
+  if (!ptztolva_move_ptz_travo(0, CHANNEL, SOURCE, 0, panKind, tiltKind, zoom, zoomKind, panValue,
+                               tiltValue, FULL_SPEED, 0, 0, &error)) {
+    syslog(LOG_ERR, "Failed ptztolva_move_ptz_travo: %s\n\n", takeMessage(error).c_str());
+  }
+}
+
+void PtzHead::ptzStop() {
+  GError* error = nullptr;
+  if (!ptztolva_move_ptz_travo(0, CHANNEL, SOURCE, 0, CONTINUOUS, CONTINUOUS, 0, CONTINUOUS, 0.0,
+                               0.0, 0, 0, 0, &error)) {
+    std::printf("Failed ptztolva_move_ptz_travo: %s\n", takeMessage(error).c_str());
+  }
+}
+
+void PtzHead::gotoHome() {
+  GError* error = nullptr;
+  if (!ptztolva_goto_home(0, CHANNEL, SOURCE, 0, FULL_SPEED, 0, 0, &error)) {
+    std::printf("Failed ptztolva_goto_home: %s\n", takeMessage(error).c_str());
+  }
+}
+
+bool PtzHead::getStatus(PtzHeadStatus& status) {
+  GError* error = nullptr;
+  ptztolva_status raw{};
+  if (!ptztolva_get_ptz_status(CHANNEL, &raw, &error)) {
+    std::printf("Failed ptztolva_get_ptz_status: %s\n", takeMessage(error).c_str());
+    return false;
+  }
+  status.pan = static_cast<double>(raw.pan);
+  status.tilt = static_cast<double>(raw.tilt);
+  status.zoom = raw.zoom;
+  status.isMoving =
+      raw.pan_moving == MOVING || raw.tilt_moving == MOVING || raw.zoom_moving == MOVING;
+  return true;
+}

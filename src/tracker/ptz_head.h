@@ -1,0 +1,45 @@
+#ifndef TRACKER_PTZ_HEAD_H
+#define TRACKER_PTZ_HEAD_H
+
+#include <ptztolva.h>
+
+#include <cstdint>
+
+// What the head says of itself.
+struct PtzHeadStatus {
+  double pan = 0.0;       // degrees
+  double tilt = 0.0;      // degrees
+  std::int32_t zoom = 0;  // on the head's scale
+  bool isMoving = false;  // any axis
+};
+
+// The PTZ head as the device's library moves it. Failures are logged. Any thread: the library
+// serialises its calls.
+class PtzHead {
+ public:
+  // How a command drives an axis.
+  enum Kind : int {
+    NOT_DRIVEN = PTZTOLVA_MOVE_NONE,
+    ABSOLUTE = PTZTOLVA_MOVE_ABSOLUTE,
+    CONTINUOUS = PTZTOLVA_MOVE_CONTINUOUS
+  };
+
+  // Prepares and releases the library.
+  void initialize();
+  void cleanup();
+
+  // Values are degrees for positions, percent of full speed for speeds; zoom is on the head's scale
+  // or percent.
+  void ptzMove(double panValue, Kind panKind, double tiltValue, Kind tiltKind, int zoom,
+               Kind zoomKind);
+
+  // Stops all axes.
+  void ptzStop();
+
+  void gotoHome();
+
+  // False, logged, when the head does not answer; the status is then left alone.
+  bool getStatus(PtzHeadStatus& status);
+};
+
+#endif

@@ -1,0 +1,71 @@
+#ifndef TRACKER_SUPER_OBJECT_MANAGER_H
+#define TRACKER_SUPER_OBJECT_MANAGER_H
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "tracker/single_object.h"
+#include "tracker/super_object.h"
+
+// Keeps every object that the cameras report in the head's angles, groups those that fit together
+// into the head's widest view, and answers which group to follow now. Angles are degrees. No lock:
+// used under the tracker's mutex.
+class SuperObjectManager {
+ public:
+  // Whether an object of that size fits into the head's widest view (the bounds are inclusive):
+  // 60.0 by 45.0 degrees until the head is known.
+  static bool objectSizeValid(double width, double height);
+  static void setMaxObjectSize(double horizontal, double vertical);
+
+  // How far two pans are apart, the short way round.
+  static double getPanDelta(double a, double b);
+
+  // The angle between two directions.
+  static double getGreatCircle(double pan1, double tilt1, double pan2, double tilt2);
+
+  // Takes an observation to the object that it is of, or begins a new one. An object that does not
+  // fit into the widest view is dropped.
+  void updateSingleObject(const SingleObject::Observation& observation);
+
+  // Puts an object into the first group that it fits into, else into a new one at the end.
+  void addSingleObject(std::unique_ptr<SingleObject> single);
+
+  void removeSingleObject(std::int32_t channel, std::int32_t id);
+  void removeSingleObjects(std::int32_t channel);
+
+  // Dissolves groups that have grown too large, then joins groups that fit together.
+  void updateSuperObjects();
+
+  // The group to follow with the head looking at pan and tilt; null when there is none. Without
+  // switching: the one chosen before while it lives and has the highest priority, else the nearest
+  // of the highest priority. With switching: of the highest priority the one that has waited
+  // longest, each for timePerObject seconds. Valid until the next call that changes objects.
+  const SuperObject* getSuperObject(double pan, double tilt);
+
+  bool getSwitchObject() const { return switchObject; }
+  void setSwitchObject(bool on) { switchObject = on; }
+  std::int32_t getTimePerObject() const { return timePerObject; }
+  void setTimePerObject(std::int32_t seconds) { timePerObject = seconds; }
+
+  // In creation order (sorted by selection while switching).
+  const std::vector<std::unique_ptr<SuperObject>>& getSuperObjects() const { return superObjects; }
+
+ private:
+  void splitSuperObjects();
+  void mergeSuperObjects();
+  void removeEmptySuperObjects();
+  std::int32_t findMaxPriority() const;
+  const SuperObject* selectNearest(double pan, double tilt);
+  const SuperObject* selectInTurn();
+
+  static double m_maxHorizontalObjectSize;
+  static double m_maxVerticalObjectSize;
+
+  std::vector<std::unique_ptr<SuperObject>> superObjects;
+  const SuperObject* current = nullptr;  // the group chosen last; null once it is gone
+  bool switchObject = false;
+  std::int32_t timePerObject = 5;  // seconds
+};
+
+#endif

@@ -1,0 +1,167 @@
+#include "tracker/tracker_area_guard.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "addon/libs/vigil_pack_lib/filters/filter_data_key.h"
+#include "app/clock.h"
+#include "scene/tracking_object_external_data_no_merge.h"
+
+namespace {
+
+constexpr const char* ONCE_INSIDE = "onceInside";
+constexpr const char* LAST_TRACKED = "lastTracked";
+constexpr std::int64_t NEVER_TRACKED = -1;
+constexpr std::int64_t ADD_CAMERA_INTERVAL = 1000000;  // microseconds
+
+}  // namespace
+
+TrackerAreaGuard::TrackerAreaGuard(const Polygon& includeArea, const std::string& name,
+                                   std::int32_t uid, std::int32_t camera,
+                                   std::int64_t eventDuration, std::int32_t priority,
+                                   const std::string& appName, StateEventProducerI& producer,
+                                   std::int32_t preset)
+    : AreaGuard(includeArea, name, uid, camera, eventDuration, appName, producer, preset),
+      tracker(Tracker::getInstance()),
+      dataKey(utils::generateFilterDataKey("tracker_area_guard", uid)),
+      isCameraAdded(tracker.addCamera(camera)),
+      lastAddAttempt(utils::monotonicTime()) {
+  this->priority = priority;
+}
+
+TrackerAreaGuard::~TrackerAreaGuard() {
+  untrackAll();
+  if (isCameraAdded) {
+    tracker.removeCamera(camera);
+  }
+  Tracker::releaseInstance();
+}
+
+void TrackerAreaGuard::checkObjects(ParsedScene& scene) {
+  AreaGuard::checkObjects(scene);
+  const std::lock_guard guard(lock);
+  addCameraIfDue();
+  for (const auto& object : scene.getDeletedObjects()) {
+    handleExcludedOrDeletedObjects(object->getId());
+  }
+  if (std::exchange(skipNextScene, false)) {
+    return;
+  }
+  if (!isMechanicalPtz || shouldDataBeProcessed(scene.getTimestamp())) {
+    updateObjectsAndTrack(scene);
+  }
+}
+
+// The camera's mounting may become known only after the start.
+void TrackerAreaGuard::addCameraIfDue() {
+  const std::int64_t now = utils::monotonicTime();
+  if (isCameraAdded || now - lastAddAttempt < ADD_CAMERA_INTERVAL) {
+    return;
+  }
+  lastAddAttempt = now;
+  isCameraAdded = tracker.addCamera(camera);
+}
+
+void TrackerAreaGuard::stopAllEvents(std::int64_t time) {
+  const std::lock_guard guard(lock);
+  AreaGuard::stopAllEvents(time);
+  untrackAll();
+}
+
+void TrackerAreaGuard::handleTransportLoss(std::int64_t time) {
+  const std::lock_guard guard(lock);
+  AreaGuard::handleTransportLoss(time);
+  skipNextScene = true;
+}
+
+void TrackerAreaGuard::updateObjectsAndTrack(ParsedScene& scene) {
+  resetTrackedObjects();
+  for (TrackingObject* object : scene.getActiveObjects()) {
+    updateObject(*object);
+  }
+  handleUntrackedObjects();
+}
+
+void TrackerAreaGuard::updateObject(TrackingObject& object) {
+  updateFilterData(object);
+  TrackingObjectExternalData& memory = memoryOf(object);
+  const AreaStatus_e area = checkArea(object);
+  const bool passes = canObjectTriggerAlarm(object);
+  if (area == AreaStatus_e::inside || memory.getBool(ONCE_INSIDE)) {
+    if (passes) {
+      memory.insert(ONCE_INSIDE, false);
+      trackOnce(object, memory);
+      return;
+    }
+    if (area == AreaStatus_e::inside) {
+      memory.insert(ONCE_INSIDE, true);
+    }
+  }
+  if (area == AreaStatus_e::excluded) {
+    handleExcludedOrDeletedObjects(object.getId());
+  }
+}
+
+// Each observation is handed over once, even if its frame comes again.
+void TrackerAreaGuard::trackOnce(TrackingObject& object, TrackingObjectExternalData& memory) {
+  if (memory.getTimeVal(LAST_TRACKED, NEVER_TRACKED) == object.getLastSeen()) {
+    markSeen(object.getId());
+    return;
+  }
+  memory.insert(LAST_TRACKED, object.getLastSeen());
+  handleTrackedObject(priority, object);
+}
+
+void TrackerAreaGuard::handleTrackedObject(std::int32_t profileId, const TrackingObject& object) {
+  tracker.track(camera, profileId, object);
+  const auto known = std::ranges::find(trackedObjects, object.getId(), &TrackedObject::id);
+  if (known != trackedObjects.end()) {
+    known->seen = true;
+  } else {
+    trackedObjects.emplace_back(object.getId(), true);
+  }
+}
+
+void TrackerAreaGuard::markSeen(std::int32_t id) {
+  const auto known = std::ranges::find(trackedObjects, id, &TrackedObject::id);
+  if (known != trackedObjects.end()) {
+    known->seen = true;
+  }
+}
+
+// Only what this guard has handed over: another profile may follow the object.
+void TrackerAreaGuard::handleExcludedOrDeletedObjects(std::int32_t id) {
+  if (std::erase_if(trackedObjects, [id](const TrackedObject& t) { return t.id == id; }) > 0) {
+    tracker.untrack(camera, id);
+  }
+}
+
+void TrackerAreaGuard::handleUntrackedObjects() {
+  std::erase_if(trackedObjects, [this](const TrackedObject& object) {
+    if (!object.seen) {
+      tracker.untrack(camera, object.id);
+    }
+    return !object.seen;
+  });
+}
+
+void TrackerAreaGuard::resetTrackedObjects() {
+  for (TrackedObject& object : trackedObjects) {
+    object.seen = false;
+  }
+}
+
+void TrackerAreaGuard::untrackAll() {
+  resetTrackedObjects();
+  handleUntrackedObjects();
+}
+
+TrackingObjectExternalData& TrackerAreaGuard::memoryOf(TrackingObject& object) const {
+  if (object.getData(dataKey) == nullptr) {
+    auto memory = std::make_unique<TrackingObjectExternalDataNoMerge>();
+    memory->insert(ONCE_INSIDE, false);
+    memory->insert(LAST_TRACKED, NEVER_TRACKED);
+    object.insertData(dataKey, std::move(memory));
+  }
+  return *object.getData(dataKey);
+}

@@ -1,0 +1,50 @@
+#ifndef TRACKER_TRACKER_AREA_GUARD_H
+#define TRACKER_TRACKER_AREA_GUARD_H
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "addon/libs/vigil_pack_lib/guard/area_guard.h"
+#include "tracker/tracked_object.h"
+#include "tracker/tracker.h"
+
+// An area guard that feeds the tracker: hands it every object that is (or once was) inside the
+// include area and may raise the alarm, and takes back those that are gone, excluded or out of
+// sight.
+class TrackerAreaGuard : public AreaGuard {
+ public:
+  // Holds a reference to the tracker and a use of the camera's channel for its life.
+  TrackerAreaGuard(const Polygon& includeArea, const std::string& name, std::int32_t uid,
+                   std::int32_t camera, std::int64_t eventDuration, std::int32_t priority,
+                   const std::string& appName, StateEventProducerI& producer, std::int32_t preset);
+  ~TrackerAreaGuard() override;
+
+  void checkObjects(ParsedScene& scene) override;
+  void stopAllEvents(std::int64_t time) override;
+  void handleTransportLoss(std::int64_t time) override;
+
+  const std::vector<TrackedObject>& getTrackedObjects() const { return trackedObjects; }
+
+ private:
+  void addCameraIfDue();
+  void updateObjectsAndTrack(ParsedScene& scene);
+  void updateObject(TrackingObject& object);
+  void trackOnce(TrackingObject& object, TrackingObjectExternalData& memory);
+  void handleTrackedObject(std::int32_t profileId, const TrackingObject& object);
+  void handleExcludedOrDeletedObjects(std::int32_t id);
+  void handleUntrackedObjects();
+  void resetTrackedObjects();
+  void markSeen(std::int32_t id);
+  void untrackAll();
+  TrackingObjectExternalData& memoryOf(TrackingObject& object) const;
+
+  Tracker& tracker;
+  const std::string dataKey;
+  std::vector<TrackedObject> trackedObjects;
+  bool isCameraAdded = false;
+  std::int64_t lastAddAttempt;
+  bool skipNextScene = false;  // the first frame after a break may show other objects by known ids
+};
+
+#endif
