@@ -1,0 +1,170 @@
+#include "camera/camera.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "app/clock.h"
+#include "scene/mote_scene.h"
+
+namespace {
+
+constexpr std::int32_t NO_PRESET_TOKEN = -1;
+
+bool sortByPriority(const std::unique_ptr<Guard>& a, const std::unique_ptr<Guard>& b) {
+  return a->getPriority() < b->getPriority();
+}
+
+}  // namespace
+
+Camera::Camera(std::int32_t cameraNbr, std::int32_t rotation, float aspectRatio,
+               std::int32_t propertyMask, std::int32_t startupPreset)
+    : cameraNbr(cameraNbr),
+      propertyMask(propertyMask),
+      currentPreset(startupPreset),
+      parser(rotation, aspectRatio) {}
+
+Camera::~Camera() = default;
+
+void Camera::processFrame(const SceneFrame& frame) {
+  const MoteScene scene(frame, propertyMask);
+  ParsedScene parsed = parser.parse(scene);
+  sortGuards();
+  for (const auto& guard : guards) {
+    guard->checkObjects(parsed);
+  }
+}
+
+// Ascending, so that the most important profile has the last word on an object.
+void Camera::sortGuards() {
+  std::ranges::stable_sort(guards, sortByPriority);
+}
+
+void Camera::insertGuard(std::unique_ptr<Guard> guard) {
+  const std::lock_guard guardLock(lock);
+  guard->handleStartupPreset(currentPreset);
+  guards.push_back(std::move(guard));
+}
+
+Guard* Camera::getGuard(int uid) const {
+  const std::lock_guard guardLock(lock);
+  const auto found =
+      std::ranges::find_if(guards, [uid](const auto& guard) { return guard->getUid() == uid; });
+  return found == guards.end() ? nullptr : found->get();
+}
+
+void Camera::removeAllGuards() {
+  const std::lock_guard guardLock(lock);
+  guards.clear();
+}
+
+bool Camera::doesProfileExist(int uid) const {
+  return getGuard(uid) != nullptr;
+}
+
+bool Camera::sendAlarmEvent(int uid) {
+  const std::lock_guard guardLock(lock);
+  Guard* guard = getGuard(uid);
+  if (guard == nullptr) {
+    return false;
+  }
+  guard->sendAlarmEvent();
+  return true;
+}
+
+bool Camera::enableVisualConfirmation(int uid, const std::string& svgHeader) {
+  const std::lock_guard guardLock(lock);
+  Guard* guard = getGuard(uid);
+  return guard != nullptr && guard->enableVisualConfirmation(svgHeader);
+}
+
+void Camera::disableVisualConfirmation() {
+  const std::lock_guard guardLock(lock);
+  for (const auto& guard : guards) {
+    guard->disableVisualConfirmation();
+  }
+}
+
+void Camera::disableVisualConfirmation(int uid) {
+  const std::lock_guard guardLock(lock);
+  if (Guard* guard = getGuard(uid)) {
+    guard->disableVisualConfirmation();
+  }
+}
+
+std::optional<VisualConfirmationData> Camera::getVC_Data() const {
+  const std::lock_guard guardLock(lock);
+  for (const auto& guard : guards) {
+    if (VisualConfirmationData data = guard->getVC_Data(); data.enabled) {
+      return data;
+    }
+  }
+  return std::nullopt;
+}
+
+void Camera::handlePTZ_PresetEvent(const PTZ_PresetEvent& event) {
+  const std::lock_guard guardLock(lock);
+  if (event.presetToken == NO_PRESET_TOKEN) {
+    return;
+  }
+  if (event.onPreset) {
+    currentPreset = event.presetToken;
+    for (const auto& guard : guards) {
+      guard->handleArrivingAtPreset(event.presetToken, event.timestamp);
+    }
+    return;
+  }
+  if (event.presetToken != currentPreset) {
+    return;
+  }
+  for (const auto& guard : guards) {
+    guard->handleLeavingPreset(event.timestamp);
+  }
+  currentPreset = PRESET_NONE;
+}
+
+void Camera::handlePTZ_MovementEvent(const PTZ_MovementEvent& event) {
+  const std::lock_guard guardLock(lock);
+  for (const auto& guard : guards) {
+    guard->handleMovementEvent(event.isMoving, event.timestamp);
+  }
+}
+
+void Camera::updateWithNewConfiguration(CameraConfiguration& configuration) {
+  const std::lock_guard guardLock(lock);
+  const auto drawing = getVC_Data();
+  // The old guards go while no frame can come: the end of an alarm must not follow the start of its
+  // successor's.
+  CameraConfiguration::Guards oldGuards = std::exchange(guards, std::move(configuration.guards));
+  for (const auto& guard : guards) {
+    guard->handleStartupPreset(currentPreset);
+  }
+  if (drawing && doesProfileExist(drawing->uid)) {
+    enableVisualConfirmation(drawing->uid, drawing->svgHeader);
+  }
+  oldGuards.clear();
+  parser.updateCameraRotation(configuration.rotation);
+}
+
+void Camera::handleTransportLoss() {
+  const std::lock_guard guardLock(lock);
+  parser.deleteAll();
+  const std::int64_t now = utils::monotonicTime();
+  for (const auto& guard : guards) {
+    guard->handleTransportLoss(now);
+  }
+}
+
+std::int32_t Camera::getCurrentPreset() const {
+  const std::lock_guard guardLock(lock);
+  return currentPreset;
+}
+
+std::int32_t Camera::getPropertyMask() const {
+  const std::lock_guard guardLock(lock);
+  return propertyMask;
+}
+
+void Camera::setPropertyMask(std::int32_t mask) {
+  const std::lock_guard guardLock(lock);
+  propertyMask = mask;
+}

@@ -1,0 +1,88 @@
+#ifndef CAMERA_CAMERA_H
+#define CAMERA_CAMERA_H
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "addon/libs/vigil_pack_lib/guard/guard.h"
+#include "app/thread.h"
+#include "camera/camera_configuration.h"
+#include "camera/ptz_events.h"
+#include "scene/mote_scene_parser.h"
+#include "scene/scene_frame.h"
+
+// One video channel: receives its scene frames and gives each to its guards, the most important one
+// last; passes PTZ events on to them. All public operations take the camera's recursive lock,
+// inside the container's lock where that is held.
+class Camera : public Thread {
+ public:
+  // cameraNbr counts from 1; propertyMask tells what its frames hold (SceneProperty).
+  Camera(std::int32_t cameraNbr, std::int32_t rotation, float aspectRatio,
+         std::int32_t propertyMask, std::int32_t startupPreset);
+  ~Camera() override;
+
+  // Takes one frame as its transport delivered it; a frame without data is ignored.
+  virtual void handleMoteData(SceneFrame frame) = 0;
+
+  void insertGuard(std::unique_ptr<Guard> guard);
+
+  // The guard of that uid, or null; valid until the guards change.
+  Guard* getGuard(int uid) const;
+  void removeAllGuards();
+  bool doesProfileExist(int uid) const;
+
+  // Asks a profile for a test alarm; false when there is no such profile.
+  bool sendAlarmEvent(int uid);
+
+  // Switches the drawings of one profile on; false when it is unknown or its event cannot be
+  // declared.
+  bool enableVisualConfirmation(int uid, const std::string& svgHeader);
+  void disableVisualConfirmation();
+  void disableVisualConfirmation(int uid);
+
+  // The guard whose drawings are on.
+  std::optional<VisualConfirmationData> getVC_Data() const;
+
+  void handlePTZ_PresetEvent(const PTZ_PresetEvent& event);
+  void handlePTZ_MovementEvent(const PTZ_MovementEvent& event);
+
+  // Puts the configuration's guards in the place of the present ones and takes over its rotation.
+  // Objects in view stay known; a drawing that is on goes on under the same uid.
+  void updateWithNewConfiguration(CameraConfiguration& configuration);
+
+  // The stream of frames has broken off: all objects are forgotten, all alarms end.
+  void handleTransportLoss();
+
+  // A configuration is for this camera when it names its number, whatever the rotation.
+  bool matches(const CameraConfiguration& configuration) const {
+    return cameraNbr == configuration.cameraNbr;
+  }
+
+  std::int32_t getCameraNbr() const { return cameraNbr; }
+  std::int32_t getCurrentPreset() const;
+  std::int32_t getPropertyMask() const;
+
+ protected:
+  // Decodes the frame and runs the guards. With the lock held.
+  void processFrame(const SceneFrame& frame);
+
+  // The service may deliver less than was asked for.
+  void setPropertyMask(std::int32_t mask);
+
+  const std::int32_t cameraNbr;
+  mutable std::recursive_mutex lock;
+
+ private:
+  void sortGuards();
+
+  std::int32_t propertyMask;
+  CameraConfiguration::Guards guards;
+  std::int32_t currentPreset;
+  MoteSceneParser parser;
+};
+
+#endif

@@ -1,0 +1,309 @@
+#include "camera/camera_container.h"
+
+#include <glib.h>
+#include <syslog.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <string>
+#include <utility>
+
+#include "app/ratio.h"
+#include "events/camera_info.h"
+#include "events/sdk_wrapper.h"
+#include "events/time_conversion.h"
+#include "geometry/svg_doc.h"
+
+namespace {
+
+constexpr double DEFAULT_ASPECT_RATIO = 16.0 / 9.0;
+constexpr std::size_t PARAMETER_SIZE = 100;
+constexpr std::array IDENTITY{1.0, 0.0, 0.0, 0.0, 1.0, 0.0, 0.0, 0.0, 1.0};
+
+std::string readParameter(const std::string& name) {
+  std::array<char, PARAMETER_SIZE> value{};
+  sdk_wrapper_param_get(name, value.data(), static_cast<int>(value.size()));
+  return value.data();
+}
+
+struct FreeEvent {
+  void operator()(OVEvent* event) const { ov_event_free(event); }
+};
+
+using EventPtr = std::unique_ptr<OVEvent, FreeEvent>;
+
+std::int64_t monotonicTimeOf(const OVEvent* event) {
+  return utils::convertUTC_ToMonotonicTime(ov_event_get_time_stamp(event));
+}
+
+// Logs and frees the error of a key that could not be read.
+void logUnpackError(const char* key, GError* error) {
+  syslog(LOG_WARNING, "Failed to unpack '%s' in a PTZ event, message: %s\n", key,
+         error != nullptr ? error->message : "unknown error");
+  g_clear_error(&error);
+}
+
+bool readBool(const OVEvent* event, const char* key, bool& value) {
+  GError* error = nullptr;
+  gboolean flag = FALSE;
+  if (!ov_event_key_value_set_get_bool(ov_event_get_key_value_set(event), key, nullptr, &flag,
+                                       &error)) {
+    logUnpackError(key, error);
+    return false;
+  }
+  value = flag != FALSE;
+  return true;
+}
+
+bool readInt(const OVEvent* event, const char* key, std::int32_t& value) {
+  GError* error = nullptr;
+  if (!ov_event_key_value_set_get_int(ov_event_get_key_value_set(event), key, nullptr, &value,
+                                      &error)) {
+    logUnpackError(key, error);
+    return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+CameraContainer::Cameras CameraContainer::s_cameras;
+std::mutex CameraContainer::s_mutex;
+std::atomic<bool> CameraContainer::s_canReceivePTZ_Callbacks{false};
+std::int32_t CameraContainer::s_lastPreset = PRESET_NONE;
+
+CameraContainer::CameraContainer(const API_VersionHandler& versionHandler,
+                                 std::int32_t propertyMask)
+    : versionHandler(versionHandler), propertyMask(propertyMask) {
+  // A head that the tracker drives must not gate the camera that watches for it.
+  if (CameraInfo::isMechanicalPTZ()) {
+    s_canReceivePTZ_Callbacks = true;
+    ptzSubscription = std::make_unique<PTZ_Subscription>(&CameraContainer::PTZ_PresetCallback,
+                                                         &CameraContainer::PTZ_MovementCallback);
+  }
+}
+
+CameraContainer::~CameraContainer() {
+  shutDownPTZ();
+  removeAllCameras();
+}
+
+bool CameraContainer::isEmpty() {
+  const std::lock_guard lock(s_mutex);
+  return s_cameras.empty();
+}
+
+// ---- Configuration ----
+
+void CameraContainer::updateWithNewConfiguration(CameraConfigurationContainer configurations) {
+  removeUnusedCameras(configurations);
+  for (CameraConfiguration& configuration : configurations.getConfigurations()) {
+    if (getCamera(configuration) == nullptr) {
+      createCamera(configuration.cameraNbr, configuration.rotation, versionHandler, propertyMask);
+    }
+    const std::lock_guard lock(s_mutex);
+    for (const auto& camera : s_cameras) {
+      if (camera->matches(configuration)) {
+        camera->updateWithNewConfiguration(configuration);
+      }
+    }
+  }
+}
+
+CameraContainer::Cameras CameraContainer::takeUnusedCameras(
+    const CameraConfigurationContainer& configurations) {
+  const std::lock_guard lock(s_mutex);
+  const auto isUsed = [&configurations](const std::unique_ptr<Camera>& camera) {
+    return std::ranges::any_of(configurations.getConfigurations(),
+                               [&camera](const CameraConfiguration& configuration) {
+                                 return camera->matches(configuration);
+                               });
+  };
+  const auto unused = std::stable_partition(s_cameras.begin(), s_cameras.end(), isUsed);
+  Cameras taken(std::make_move_iterator(unused), std::make_move_iterator(s_cameras.end()));
+  s_cameras.erase(unused, s_cameras.end());
+  return taken;
+}
+
+void CameraContainer::removeUnusedCameras(const CameraConfigurationContainer& configurations) {
+  takeUnusedCameras(configurations).clear();
+}
+
+void CameraContainer::insertCamera(std::unique_ptr<Camera> camera) {
+  const std::lock_guard lock(s_mutex);
+  s_cameras.push_back(std::move(camera));
+}
+
+Camera* CameraContainer::getCamera(const CameraConfiguration& configuration) const {
+  const std::lock_guard lock(s_mutex);
+  const auto found = std::ranges::find_if(
+      s_cameras, [&configuration](const auto& camera) { return camera->matches(configuration); });
+  return found == s_cameras.end() ? nullptr : found->get();
+}
+
+bool CameraContainer::doesCameraExist(const Camera* camera) {
+  return std::ranges::any_of(s_cameras,
+                             [camera](const auto& known) { return known.get() == camera; });
+}
+
+void CameraContainer::removeAllCameras() {
+  Cameras removed;
+  {
+    const std::lock_guard lock(s_mutex);
+    removed.swap(s_cameras);
+  }
+  removed.clear();
+}
+
+float CameraContainer::readAspectRatio(int cameraNbr) {
+  const std::string index = std::to_string(cameraNbr - 1);
+  double ratio =
+      utils::parseRatio(readParameter("root.ImageSource.I" + index + ".Sensor.AspectRatio"), ':');
+  if (ratio <= 0.0) {
+    ratio =
+        utils::parseRatio(readParameter("root.Image.I" + index + ".Appearance.Resolution"), 'x');
+  }
+  return static_cast<float>(ratio > 0.0 ? ratio : DEFAULT_ASPECT_RATIO);
+}
+
+// ---- Requests of the API ----
+
+bool CameraContainer::anyCamera(const std::function<bool(Camera&)>& predicate) const {
+  const std::lock_guard lock(s_mutex);
+  return std::ranges::any_of(s_cameras, [&predicate](const auto& c) { return predicate(*c); });
+}
+
+bool CameraContainer::doesProfileExist(int uid) const {
+  return anyCamera([uid](Camera& camera) { return camera.doesProfileExist(uid); });
+}
+
+bool CameraContainer::sendAlarmEvent(int uid) {
+  return anyCamera([uid](Camera& camera) { return camera.sendAlarmEvent(uid); });
+}
+
+bool CameraContainer::enableVisualConfirmation(int uid) {
+  if (!doesProfileExist(uid)) {
+    return false;
+  }
+  if (const int drawing = getVisualConfIdNbr(); drawing != uid) {
+    disableVisualConfirmation();
+  }
+  const std::string header = createSVGTransform(IDENTITY);
+  return anyCamera([uid, &header](Camera& camera) {
+    return camera.doesProfileExist(uid) && camera.enableVisualConfirmation(uid, header);
+  });
+}
+
+void CameraContainer::disableVisualConfirmation() {
+  anyCamera([](Camera& camera) {
+    camera.disableVisualConfirmation();
+    return false;
+  });
+}
+
+void CameraContainer::disableVisualConfirmation(int uid) {
+  anyCamera([uid](Camera& camera) {
+    camera.disableVisualConfirmation(uid);
+    return false;
+  });
+}
+
+std::optional<VisualConfirmationData> CameraContainer::findVC_Data() const {
+  std::optional<VisualConfirmationData> data;
+  anyCamera([&data](Camera& camera) {
+    data = camera.getVC_Data();
+    return data.has_value();
+  });
+  return data;
+}
+
+int CameraContainer::getVisualConfIdNbr() const {
+  const auto data = findVC_Data();
+  return data ? data->uid : -1;
+}
+
+bool CameraContainer::isVisualConfEnabled() const {
+  return findVC_Data().has_value();
+}
+
+// ---- PTZ events ----
+
+void CameraContainer::PTZ_PresetCallback(std::uint32_t, OVEvent* rawEvent, void*) {
+  const EventPtr event(rawEvent);
+  if (!s_canReceivePTZ_Callbacks) {
+    return;
+  }
+  const std::lock_guard lock(s_mutex);
+  if (!s_canReceivePTZ_Callbacks) {
+    return;
+  }
+  PTZ_PresetEvent preset;
+  if (!readBool(event.get(), "on_preset", preset.onPreset) ||
+      !readInt(event.get(), "PresetToken", preset.presetToken)) {
+    return;
+  }
+  preset.timestamp = monotonicTimeOf(event.get());
+  handlePresetEvent(preset);
+}
+
+void CameraContainer::PTZ_MovementCallback(std::uint32_t, OVEvent* rawEvent, void*) {
+  const EventPtr event(rawEvent);
+  if (!s_canReceivePTZ_Callbacks) {
+    return;
+  }
+  const std::lock_guard lock(s_mutex);
+  if (!s_canReceivePTZ_Callbacks) {
+    return;
+  }
+  PTZ_MovementEvent movement;
+  if (!readBool(event.get(), "is_moving", movement.isMoving)) {
+    return;
+  }
+  movement.timestamp = monotonicTimeOf(event.get());
+  for (const auto& camera : s_cameras) {
+    camera->handlePTZ_MovementEvent(movement);
+  }
+}
+
+// With the lock held.
+void CameraContainer::handlePresetEvent(const PTZ_PresetEvent& event) {
+  constexpr std::int32_t NO_TOKEN = -1;
+  if (event.presetToken != NO_TOKEN) {
+    if (event.onPreset) {
+      s_lastPreset = event.presetToken;
+    } else if (event.presetToken == s_lastPreset) {
+      s_lastPreset = PRESET_NONE;
+    }
+  }
+  for (const auto& camera : s_cameras) {
+    camera->handlePTZ_PresetEvent(event);
+  }
+}
+
+void CameraContainer::handlePTZ_PresetEvent(const PTZ_PresetEvent& event) {
+  const std::lock_guard lock(s_mutex);
+  handlePresetEvent(event);
+}
+
+void CameraContainer::handlePTZ_MovementEvent(const PTZ_MovementEvent& event) {
+  const std::lock_guard lock(s_mutex);
+  for (const auto& camera : s_cameras) {
+    camera->handlePTZ_MovementEvent(event);
+  }
+}
+
+// ---- Shutting down ----
+
+void CameraContainer::shutDownPTZ() {
+  {
+    const std::lock_guard lock(s_mutex);
+    s_canReceivePTZ_Callbacks = false;
+  }
+  ptzSubscription.reset();
+}
+
+void CameraContainer::shutDown() {
+  shutDownPTZ();
+  shutDownSub();
+}

@@ -1,0 +1,116 @@
+#ifndef CAMERA_CAMERA_CONTAINER_H
+#define CAMERA_CAMERA_CONTAINER_H
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <vector>
+
+#include "app/api_version_handler.h"
+#include "camera/camera.h"
+#include "camera/camera_configuration_container.h"
+#include "camera/ptz_subscription.h"
+
+// Owns all cameras: creates, reconfigures and removes them when a configuration arrives, and passes
+// PTZ events on. There is one container in the process.
+//
+// One process-wide lock serialises the delivery of subscribed frames, PTZ events, API requests and
+// changes of the set of cameras; inside it cameras take their own locks. Transports are stopped,
+// and waited for, only after it has been released.
+class CameraContainer {
+ public:
+  // Every camera asks for the scene properties of the mask. On a device with a mechanical head the
+  // PTZ events are subscribed to.
+  CameraContainer(const API_VersionHandler& versionHandler, std::int32_t propertyMask);
+  CameraContainer(const CameraContainer&) = delete;
+  CameraContainer& operator=(const CameraContainer&) = delete;
+
+  // Removes all cameras.
+  virtual ~CameraContainer();
+
+  // Whether no camera has been created yet.
+  static bool isEmpty();
+
+  // Removes the cameras that no configuration names, gives new guards to those that remain, and
+  // creates the others.
+  void updateWithNewConfiguration(CameraConfigurationContainer configurations);
+
+  void insertCamera(std::unique_ptr<Camera> camera);
+
+  // The camera of a configuration, or null; valid until the set of cameras changes.
+  Camera* getCamera(const CameraConfiguration& configuration) const;
+  void removeAllCameras();
+
+  bool doesProfileExist(int uid) const;
+
+  // Asks a profile for a test alarm; false when there is no such profile.
+  bool sendAlarmEvent(int uid);
+
+  // Switches the drawings of one profile on and all others off. False when it is unknown or its
+  // event cannot be declared.
+  bool enableVisualConfirmation(int uid);
+  void disableVisualConfirmation();
+  void disableVisualConfirmation(int uid);
+
+  // The uid of the profile whose drawings are on, -1 for none.
+  int getVisualConfIdNbr() const;
+  bool isVisualConfEnabled() const;
+
+  void handlePTZ_PresetEvent(const PTZ_PresetEvent& event);
+  void handlePTZ_MovementEvent(const PTZ_MovementEvent& event);
+
+  // Ends the PTZ events, then all frames. The cameras stay until they are removed.
+  void shutDown();
+
+  static void PTZ_PresetCallback(std::uint32_t subscription, OVEvent* event, void* userData);
+  static void PTZ_MovementCallback(std::uint32_t subscription, OVEvent* event, void* userData);
+
+ protected:
+  using Cameras = std::vector<std::unique_ptr<Camera>>;
+
+  // Removes the cameras that no configuration names.
+  virtual void removeUnusedCameras(const CameraConfigurationContainer& configurations);
+
+  // Makes a camera, with its transport, and inserts it.
+  virtual void createCamera(int cameraNbr, int rotation, const API_VersionHandler& versionHandler,
+                            int propertyMask) = 0;
+
+  // Stops the family's transports.
+  virtual void shutDownSub() = 0;
+
+  void shutDownPTZ();
+
+  // With the lock held.
+  static bool doesCameraExist(const Camera* camera);
+
+  // Takes the cameras that no configuration names out of the set.
+  static Cameras takeUnusedCameras(const CameraConfigurationContainer& configurations);
+
+  // Width over height of a camera's picture, from the device's parameters; 16:9 when they do not
+  // tell.
+  static float readAspectRatio(int cameraNbr);
+
+  // Cameras are numbered from 1; another number gets no frames.
+  static bool hasTransport(int cameraNbr) { return cameraNbr >= 1; }
+
+  static Cameras s_cameras;
+  static std::mutex s_mutex;  // guards the set of cameras
+  static std::atomic<bool> s_canReceivePTZ_Callbacks;
+
+  // Where the head rests, for cameras and guards that are made later. Guarded by the lock.
+  static std::int32_t s_lastPreset;
+
+ private:
+  static void handlePresetEvent(const PTZ_PresetEvent& event);
+  bool anyCamera(const std::function<bool(Camera&)>& predicate) const;
+  std::optional<VisualConfirmationData> findVC_Data() const;
+
+  const API_VersionHandler versionHandler;
+  const std::int32_t propertyMask;
+  std::unique_ptr<PTZ_Subscription> ptzSubscription;
+};
+
+#endif

@@ -1,0 +1,137 @@
+#include "camera/socket_camera.h"
+
+#include <sys/socket.h>
+#include <syslog.h>
+
+#include <utility>
+
+#include "app/clock.h"
+#include "scene/mote_utils.h"
+#include "scene/scene_reader.h"
+
+namespace {
+
+constexpr std::int64_t RECONNECT_PAUSE = 100000;  // microseconds
+
+}  // namespace
+
+SocketCamera::SocketCamera(std::int32_t cameraNbr, std::int32_t rotation, float aspectRatio,
+                           std::int32_t propertyMask, std::int32_t startupPreset,
+                           const API_VersionHandler& versionHandler)
+    : Camera(cameraNbr, rotation, aspectRatio, propertyMask, startupPreset),
+      versionHandler(versionHandler),
+      requestedMask(propertyMask) {}
+
+SocketCamera::~SocketCamera() {
+  stop();
+  shutDownSocket();
+  join();
+}
+
+void SocketCamera::stop() {
+  Thread::stop();
+}
+
+void SocketCamera::start() {
+  Thread::start(&SocketCamera::run, this);
+}
+
+void SocketCamera::shutDownSocket() {
+  const std::lock_guard guard(socketMutex);
+  if (socketFd >= 0) {
+    shutdown(socketFd, SHUT_RDWR);
+  }
+}
+
+void SocketCamera::handleMoteData(SceneFrame frame) {
+  const std::lock_guard guard(lock);
+  if (frame.data != nullptr) {
+    processFrame(frame);
+  }
+}
+
+gpointer SocketCamera::run(gpointer self) {
+  static_cast<SocketCamera*>(self)->runLoop();
+  return nullptr;
+}
+
+void SocketCamera::runLoop() {
+  bool isConnected = connect();
+  while (isRunning()) {
+    SceneFrame frame;
+    if (isConnected && SceneReader::readScene(socketFd, frame)) {
+      handleMoteData(std::move(frame));
+      continue;
+    }
+    if (!isRunning()) {
+      break;
+    }
+    if (isConnected) {
+      syslog(LOG_WARNING, "Could not read scene.\n");
+      handleTransportLoss();
+    }
+    utils::sleep(RECONNECT_PAUSE);
+    isConnected = isRunning() && reconnect();
+  }
+  closeSocket();
+}
+
+bool SocketCamera::reconnect() {
+  closeSocket();
+  return connect();
+}
+
+bool SocketCamera::connect() {
+  if (connectSocket() && negotiateVersion()) {
+    setPropertyMask(MoteUtils::removeUnsupportedCapabilites(handshake.version, requestedMask));
+    return true;
+  }
+  closeSocket();
+  return false;
+}
+
+// A descriptor that appears after stop() would not be shut down any more.
+bool SocketCamera::connectSocket() {
+  const int fd = SceneReader::connect(SceneReader::SCENE_SOCKET_PATH);
+  const std::lock_guard guard(socketMutex);
+  if (!isRunning()) {
+    SceneReader::disconnect(fd);
+    return false;
+  }
+  socketFd = fd;
+  return fd >= 0;
+}
+
+void SocketCamera::closeSocket() {
+  const std::lock_guard guard(socketMutex);
+  SceneReader::disconnect(socketFd);
+  socketFd = -1;
+}
+
+SceneReaderResult SocketCamera::shakeHands(const API_Version& version) const {
+  return SceneReader::initialize(socketFd, requestedMask, cameraNbr, version);
+}
+
+// Begins with the highest version of ours; then all of ours that the service can speak.
+bool SocketCamera::negotiateVersion() {
+  handshake = shakeHands(versionHandler.getHighestSupportedVersion());
+  if (handshake.success) {
+    return true;
+  }
+  const API_Version answered = handshake.version;
+  for (const API_Version& version : versionHandler.getSupportedVersions(answered)) {
+    closeSocket();
+    if (!connectSocket()) {
+      return false;
+    }
+    handshake = shakeHands(version);
+    if (handshake.success) {
+      return true;
+    }
+  }
+  syslog(LOG_WARNING,
+         "Could not initialize the object data stream to camera %i, requred version %s supported "
+         "versions %s\n",
+         cameraNbr, answered.toString().c_str(), versionHandler.toString().c_str());
+  return false;
+}

@@ -1,0 +1,46 @@
+#include "camera/socket_camera_container.h"
+
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include "camera/socket_camera.h"
+
+void SocketCameraContainer::createCamera(int cameraNbr, int rotation,
+                                         const API_VersionHandler& versionHandler,
+                                         int propertyMask) {
+  std::int32_t startupPreset = 0;
+  {
+    const std::lock_guard lock(s_mutex);
+    startupPreset = s_lastPreset;
+  }
+  auto camera = std::make_unique<SocketCamera>(cameraNbr, rotation, readAspectRatio(cameraNbr),
+                                               propertyMask, startupPreset, versionHandler);
+  if (hasTransport(cameraNbr)) {
+    camera->start();
+  }
+  insertCamera(std::move(camera));
+}
+
+void SocketCameraContainer::stopAllCameras() {
+  const std::lock_guard lock(s_mutex);
+  for (const auto& camera : s_cameras) {
+    camera->stop();
+    if (auto* reader = dynamic_cast<SocketCamera*>(camera.get())) {
+      reader->shutDownSocket();
+    }
+  }
+}
+
+// Without the lock: a camera's thread must be able to finish its frame. The set of cameras does not
+// change meanwhile, as that is the caller's to do.
+void SocketCameraContainer::joinAllCameras() {
+  for (const auto& camera : s_cameras) {
+    camera->join();
+  }
+}
+
+void SocketCameraContainer::shutDownSub() {
+  stopAllCameras();
+  joinAllCameras();
+}
