@@ -1,0 +1,58 @@
+#ifndef DEVICE_HEAD_AXIS_H
+#define DEVICE_HEAD_AXIS_H
+
+#include <optional>
+
+namespace device {
+
+// What a motor and its gears can do. Units are those of the axis (degrees, or steps of zoom).
+struct AxisSetup {
+  double speed = 0;         // units per second, full speed
+  double acceleration = 0;  // units per second squared, for speeding up and for braking
+  double low = 0;           // end stops; with endless, the two names of the seam
+  double high = 0;
+  bool endless = false;  // turns for ever; positions stay in [low, high)
+};
+
+// One motor-driven axis: a position, a speed, and what it has been told last. Pure arithmetic.
+class Axis {
+ public:
+  // Stands still at a position, clamped to the end stops.
+  Axis(const AxisSetup& setup, double position);
+
+  // Goes to a position by a trapezoid of speed and stops there. The target is clamped to the end
+  // stops; an endless axis takes the shorter way round (up when both are equal). speed is the limit
+  // in units per second, at most the axis' own.
+  void moveTo(double target, double speed);
+
+  // Goes on at a signed speed, at most the axis' own, and brakes in time for an end stop.
+  void moveAt(double speed);
+
+  // Advances time; the length of a step has no influence on the way taken.
+  void step(double seconds);
+
+  double position() const { return position_; }
+  double velocity() const { return velocity_; }
+
+  // True while it turns or has still to start for a target.
+  bool moving() const;
+
+ private:
+  void stepOnce();
+  double distanceTo(double target) const;
+  double brakingSpeed(double distance, double approach) const;
+  double wantedVelocity() const;
+  void keepInRange();
+  void settle();
+
+  AxisSetup setup_;
+  double position_;
+  double velocity_ = 0;
+  std::optional<double> target_;  // of moveTo, until reached
+  double demand_ = 0;             // signed speed of moveAt, or speed limit of moveTo
+  double clock_ = 0;              // seconds that have passed but are not yet worked out
+};
+
+}  // namespace device
+
+#endif

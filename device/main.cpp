@@ -1,0 +1,42 @@
+#include <glib-unix.h>
+
+#include <csignal>
+#include <exception>
+#include <iostream>
+
+#include "services/bus.h"
+#include "services/options.h"
+#include "services/virtual_device.h"
+
+namespace {
+
+constexpr int kFailed = 1;
+constexpr int kUsage = 2;
+
+gboolean stopDevice(gpointer device) {
+  static_cast<device::VirtualDevice*>(device)->stop();
+  return G_SOURCE_CONTINUE;
+}
+
+int runDevice(const device::Options& options) {
+  const auto connection = device::connectToSystemBus();
+  device::VirtualDevice device(options, device::DevicePaths(), connection.get());
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    g_unix_signal_add(signal, stopDevice, &device);
+  }
+  return device.run();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    return runDevice(device::parseOptions({argv, argv + argc}));
+  } catch (const device::OptionError& error) {
+    std::cerr << error.what() << '\n';
+    return kUsage;
+  } catch (const std::exception& error) {
+    std::cerr << error.what() << '\n';
+    return kFailed;
+  }
+}

@@ -1,0 +1,38 @@
+# The device's services on the bus and its sockets, and the process that offers them.
+sentrel_dbus_code(device_dbus Bus
+  com.orva.EventService
+  com.orva.M12LensSelectionFov
+  com.orva.PTZService
+  com.orva.ParameterService
+  com.orva.RemoteCameraControl.PTZ.Travo)
+
+add_library(device_services STATIC
+  services/application_monitor.cpp
+  services/bus.cpp
+  services/console.cpp
+  services/daemon_process.cpp
+  services/event_keys.cpp
+  services/event_service.cpp
+  services/event_table.cpp
+  services/frame_encoding.cpp
+  services/frame_handshake.cpp
+  services/frame_server.cpp
+  services/head_drive.cpp
+  services/lens_service.cpp
+  services/local_socket.cpp
+  services/options.cpp
+  services/parameter_service.cpp
+  services/parameter_store.cpp
+  services/periodic_timer.cpp
+  services/ptz_service.cpp
+  services/remote_ptz_service.cpp
+  services/stream_client.cpp
+  services/syslog_server.cpp
+  services/virtual_device.cpp)
+target_include_directories(device_services PUBLIC ${CMAKE_CURRENT_LIST_DIR})
+target_compile_definitions(device_services PRIVATE DEVICE_MODELS="${CMAKE_CURRENT_LIST_DIR}/models")
+target_link_libraries(device_services PUBLIC device_core PkgConfig::GLIB
+                                      PRIVATE sentrel_options device_dbus scene_encoder)
+
+add_executable(virtual_device main.cpp)
+target_link_libraries(virtual_device PRIVATE sentrel_options device_services)

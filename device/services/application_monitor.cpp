@@ -1,0 +1,55 @@
+#include "services/application_monitor.h"
+
+#include <algorithm>
+#include <string_view>
+#include <utility>
+
+namespace device {
+
+namespace {
+
+bool takeWord(std::string_view word, std::string_view* text) {
+  if (!text->starts_with(word)) return false;
+  text->remove_prefix(word.size());
+  return true;
+}
+
+bool takeNumber(std::string_view* text) {
+  const std::size_t end = std::min(text->find_first_not_of("0123456789"), text->size());
+  text->remove_prefix(end);
+  return end > 0;
+}
+
+// "Camera1Profile2"; the aggregate events of a camera and of the device end in "ANY" instead.
+bool isProfile(std::string_view topic) {
+  return takeWord("Camera", &topic) && takeNumber(&topic) && takeWord("Profile", &topic) &&
+         takeNumber(&topic) && topic.empty();
+}
+
+}  // namespace
+
+ApplicationMonitor::ApplicationMonitor(Callbacks callbacks) : callbacks_(std::move(callbacks)) {}
+
+void ApplicationMonitor::handle(const Event& event) {
+  if (valueOf<std::string>(event.keys, "topic1") != "SentrelVideo") return;
+  const auto topic = valueOf<std::string>(event.keys, "topic2");
+  if (!topic) return;
+
+  if (*topic == "state") {
+    const auto state = valueOf<std::string>(event.keys, "value");
+    if (!state) return;
+    state_ = *state;
+    callbacks_.onState(state_);
+    return;
+  }
+  const auto active = valueOf<bool>(event.keys, "active");
+  if (!active) return;
+  if (*topic == "isSentreling") {
+    callbacks_.onSentreling(*active);
+  } else if (isProfile(*topic) && alarms_[event.id] != *active) {
+    alarms_[event.id] = *active;
+    callbacks_.onAlarm(*active);
+  }
+}
+
+}  // namespace device

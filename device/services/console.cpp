@@ -1,0 +1,58 @@
+#include "services/console.h"
+
+#include <array>
+#include <cstdio>
+#include <iostream>
+#include <stdexcept>
+
+namespace device {
+
+namespace {
+
+template <typename... Values>
+std::string format(const char* pattern, Values... values) {
+  std::array<char, 256> buffer;
+  std::snprintf(buffer.data(), buffer.size(), pattern, values...);
+  return buffer.data();
+}
+
+std::string logLine(double time, const SyslogLine& line) {
+  return format("%8.3f s  %-7s  ", time, severityName(line.severity)) + line.ident + ": " +
+         line.text;
+}
+
+}  // namespace
+
+std::string statusLine(const Status& status) {
+  const std::string state = status.state.empty() ? "-" : status.state;
+  std::string line = format("%6.1f s  %-10s  ", status.time, state.c_str());
+  line += status.target ? format("target %6.1f %5.1f", status.target->pan, status.target->tilt)
+                        : format("target %6s %5s", "-", "-");
+  line += format("  head %6.1f %5.1f x%.1f", status.head.pan, status.head.tilt, status.multiplier);
+  line += status.target ? format("  error %5.1f",
+                                 angleBetween(*status.target, {status.head.pan, status.head.tilt}))
+                        : format("  error %5s", "-");
+  return line + format("  objects %d", status.objects);
+}
+
+void Console::openLog(const std::filesystem::path& file) {
+  std::filesystem::create_directories(file.parent_path());
+  file_.open(file);
+  if (!file_) throw std::runtime_error("Cannot write " + file.string());
+}
+
+void Console::status(const Status& status) {
+  if (!quiet_) message(statusLine(status));
+}
+
+void Console::log(double time, const SyslogLine& line) {
+  const std::string text = logLine(time, line);
+  if (file_.is_open()) file_ << text << std::endl;
+  if (!quiet_) message(text);
+}
+
+void Console::message(const std::string& text) {
+  std::cout << text << std::endl;
+}
+
+}  // namespace device

@@ -1,0 +1,125 @@
+#include "services/daemon_process.h"
+
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <charconv>
+#include <csignal>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+#include <utility>
+
+namespace device {
+
+namespace {
+
+pid_t parentOf(const std::filesystem::path& process) {
+  std::ifstream file(process / "stat");
+  std::string text;
+  std::getline(file, text);
+  // The name in brackets may hold anything; a state and the parent follow it.
+  const std::size_t end = text.rfind(')');
+  if (end == std::string::npos || text.size() < end + 4) return 0;
+  pid_t parent = 0;
+  std::from_chars(text.data() + end + 4, text.data() + text.size(), parent);
+  return parent;
+}
+
+// The children of this process, those included that have ended and were not waited for.
+std::set<pid_t> children() {
+  std::set<pid_t> found;
+  for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
+    const std::string name = entry.path().filename();
+    pid_t pid = 0;
+    const auto [end, error] = std::from_chars(name.data(), name.data() + name.size(), pid);
+    if (error != std::errc() || end != name.data() + name.size()) continue;
+    if (parentOf(entry.path()) == getpid()) found.insert(pid);
+  }
+  return found;
+}
+
+std::vector<char*> toArgv(std::vector<std::string>& command) {
+  std::vector<char*> argv;
+  argv.reserve(command.size() + 1);
+  for (std::string& argument : command) argv.push_back(argument.data());
+  argv.push_back(nullptr);
+  return argv;
+}
+
+}  // namespace
+
+std::string describeWaitStatus(int waitStatus) {
+  if (WIFEXITED(waitStatus)) return "status " + std::to_string(WEXITSTATUS(waitStatus));
+  const int signal = WTERMSIG(waitStatus);
+  return "signal " + std::to_string(signal) + " (" + strsignal(signal) + ")";
+}
+
+DaemonProcess::DaemonProcess(std::vector<std::string> command, OnEnd onEnd, int graceSeconds)
+    : onEnd_(std::move(onEnd)), graceSeconds_(graceSeconds), others_(children()) {
+  prctl(PR_SET_CHILD_SUBREAPER, 1, 0, 0, 0);
+  ErrorSlot error;
+  GPid pid = 0;
+  const GSpawnFlags flags = G_SPAWN_DO_NOT_REAP_CHILD;
+  if (!g_spawn_async(nullptr, toArgv(command).data(), nullptr, flags, nullptr, nullptr, &pid,
+                     error.out())) {
+    throw std::runtime_error("Cannot start the daemon: " + error.message());
+  }
+  watch(pid);
+}
+
+DaemonProcess::~DaemonProcess() {
+  if (pid_ == 0) return;
+  kill(pid_, SIGKILL);
+  waitpid(pid_, nullptr, 0);
+}
+
+void DaemonProcess::terminate() {
+  if (pid_ == 0 || asked_ != 0) return;
+  asked_ = g_get_monotonic_time();
+  kill(pid_, SIGTERM);
+  grace_.reset(g_timeout_source_new_seconds(static_cast<guint>(graceSeconds_)));
+  g_source_set_callback(grace_.get(), graceOver, this, nullptr);
+  g_source_attach(grace_.get(), g_main_context_get_thread_default());
+}
+
+void DaemonProcess::watch(pid_t pid) {
+  pid_ = pid;
+  watch_.reset(g_child_watch_source_new(pid));
+  g_source_set_callback(watch_.get(), G_SOURCE_FUNC(ended), this, nullptr);
+  g_source_attach(watch_.get(), g_main_context_get_thread_default());
+}
+
+pid_t DaemonProcess::inherited() const {
+  for (const pid_t pid : children()) {
+    if (!others_.contains(pid)) return pid;
+  }
+  return 0;
+}
+
+void DaemonProcess::ended(GPid, gint waitStatus, gpointer data) {
+  auto* self = static_cast<DaemonProcess*>(data);
+  const bool launched = std::exchange(self->launching_, false);
+  const pid_t child = launched ? self->inherited() : 0;
+  if (child != 0) {
+    self->watch(child);
+    if (self->asked_ != 0) kill(child, self->killed_ ? SIGKILL : SIGTERM);
+    return;
+  }
+  self->pid_ = 0;
+  self->grace_.reset();
+  DaemonEnd end{self->asked_ != 0, self->killed_, waitStatus, 0};
+  if (end.asked) end.seconds = static_cast<double>(g_get_monotonic_time() - self->asked_) / 1e6;
+  self->onEnd_(end);
+}
+
+gboolean DaemonProcess::graceOver(gpointer data) {
+  auto* self = static_cast<DaemonProcess*>(data);
+  self->killed_ = true;
+  kill(self->pid_, SIGKILL);
+  return G_SOURCE_REMOVE;
+}
+
+}  // namespace device

@@ -1,0 +1,152 @@
+#include "services/event_service.h"
+
+#include <utility>
+
+#include "device_dbus.h"
+
+namespace device {
+
+namespace {
+
+constexpr char kName[] = "com.orva.EventService";
+constexpr char kPath[] = "/com/orva/EventService";
+constexpr char kDevice[] = "device";  // no bus client can have this name
+
+}  // namespace
+
+struct EventService::Handlers {
+  static gboolean declare(BusEventService* skeleton, GDBusMethodInvocation* invocation,
+                          GVariant* variant, gboolean stateless, gpointer self) {
+    auto* service = static_cast<EventService*>(self);
+    auto keys = eventKeysFromVariant(variant);
+    if (!keys) return refuse(invocation, "A value has an unknown type");
+    std::uint32_t id = 0;
+    const EventStatus_e status =
+        service->declareFor(sender(invocation), std::move(*keys), stateless != FALSE, &id);
+    if (status != EventStatus_e::kOk) return refuse(invocation, toString(status));
+    bus_event_service_complete_declare(skeleton, invocation, id);
+    return TRUE;
+  }
+
+  static gboolean send(BusEventService* skeleton, GDBusMethodInvocation* invocation, guint32 id,
+                       GVariant* variant, gint64 time, gpointer self) {
+    auto* service = static_cast<EventService*>(self);
+    const auto keys = eventKeysFromVariant(variant);
+    if (!keys) return refuse(invocation, "A value has an unknown type");
+    const EventStatus_e status = service->sendFor(sender(invocation), id, *keys, time);
+    if (status != EventStatus_e::kOk) return refuse(invocation, toString(status));
+    bus_event_service_complete_send(skeleton, invocation);
+    return TRUE;
+  }
+
+  static gboolean undeclare(BusEventService* skeleton, GDBusMethodInvocation* invocation,
+                            guint32 id, gpointer self) {
+    auto* service = static_cast<EventService*>(self);
+    const EventStatus_e status = service->undeclareFor(sender(invocation), id);
+    if (status != EventStatus_e::kOk) return refuse(invocation, toString(status));
+    bus_event_service_complete_undeclare(skeleton, invocation);
+    return TRUE;
+  }
+
+  static gboolean list(BusEventService* skeleton, GDBusMethodInvocation* invocation,
+                       gpointer self) {
+    GVariantBuilder builder;
+    g_variant_builder_init(&builder, G_VARIANT_TYPE("a(uba(ssavusss)x)"));
+    for (const auto& [id, event] : static_cast<EventService*>(self)->table_.events()) {
+      g_variant_builder_add(&builder, "(ub@a(ssavusss)x)", id, event.stateless ? TRUE : FALSE,
+                            toVariant(event.keys), event.time);
+    }
+    bus_event_service_complete_list(skeleton, invocation, g_variant_builder_end(&builder));
+    return TRUE;
+  }
+
+  static void left(GDBusConnection*, const gchar* client, gpointer self) {
+    static_cast<EventService*>(self)->clientLeft(client);
+  }
+
+  static std::string sender(GDBusMethodInvocation* invocation) {
+    return g_dbus_method_invocation_get_sender(invocation);
+  }
+
+  static gboolean refuse(GDBusMethodInvocation* invocation, const char* message) {
+    answerInvalidArgs(invocation, message);
+    return TRUE;
+  }
+};
+
+EventService::EventService(GDBusConnection* connection)
+    : connection_(G_DBUS_CONNECTION(g_object_ref(connection))),
+      object_(connection, bus_event_service_skeleton_new(), kPath) {
+  g_signal_connect(object_.get(), "handle-declare", G_CALLBACK(Handlers::declare), this);
+  g_signal_connect(object_.get(), "handle-send", G_CALLBACK(Handlers::send), this);
+  g_signal_connect(object_.get(), "handle-undeclare", G_CALLBACK(Handlers::undeclare), this);
+  g_signal_connect(object_.get(), "handle-list", G_CALLBACK(Handlers::list), this);
+  name_.emplace(connection, kName);
+}
+
+EventService::~EventService() {
+  for (const auto& [client, watch] : watches_) g_bus_unwatch_name(watch);
+}
+
+std::uint32_t EventService::declare(EventKeys keys, bool stateless) {
+  std::uint32_t id = 0;
+  const EventStatus_e status = declareFor(kDevice, std::move(keys), stateless, &id);
+  g_return_val_if_fail(status == EventStatus_e::kOk, 0);
+  return id;
+}
+
+bool EventService::send(std::uint32_t id, const EventKeys& keys) {
+  return sendFor(kDevice, id, keys, g_get_real_time()) == EventStatus_e::kOk;
+}
+
+EventStatus_e EventService::declareFor(const std::string& owner, EventKeys keys, bool stateless,
+                                       std::uint32_t* id) {
+  const EventStatus_e status =
+      table_.declare(owner, std::move(keys), stateless, g_get_real_time(), id);
+  if (status != EventStatus_e::kOk) return status;
+  if (owner != kDevice) watch(owner);
+  bus_event_service_emit_declared(BUS_EVENT_SERVICE(object_.get()), *id, stateless ? TRUE : FALSE,
+                                  toVariant(table_.events().at(*id).keys));
+  return status;
+}
+
+EventStatus_e EventService::sendFor(const std::string& owner, std::uint32_t id,
+                                    const EventKeys& keys, std::int64_t time) {
+  Event sent;
+  const EventStatus_e status = table_.send(owner, id, keys, time, &sent);
+  if (status != EventStatus_e::kOk) return status;
+  bus_event_service_emit_sent(BUS_EVENT_SERVICE(object_.get()), id, toVariant(sent.keys), time);
+  for (const Observer& observer : observers_) observer(sent);
+  return status;
+}
+
+EventStatus_e EventService::undeclareFor(const std::string& owner, std::uint32_t id) {
+  const EventStatus_e status = table_.undeclare(owner, id);
+  if (status != EventStatus_e::kOk) return status;
+  bus_event_service_emit_undeclared(BUS_EVENT_SERVICE(object_.get()), id);
+  unwatchIfIdle(owner);
+  return status;
+}
+
+void EventService::watch(const std::string& client) {
+  if (watches_.contains(client)) return;
+  watches_[client] = g_bus_watch_name_on_connection(connection_.get(), client.c_str(),
+                                                    G_BUS_NAME_WATCHER_FLAGS_NONE, nullptr,
+                                                    Handlers::left, this, nullptr);
+}
+
+void EventService::unwatchIfIdle(const std::string& client) {
+  const auto found = watches_.find(client);
+  if (found == watches_.end() || table_.hasEventsOf(client)) return;
+  g_bus_unwatch_name(found->second);
+  watches_.erase(found);
+}
+
+void EventService::clientLeft(const std::string& client) {
+  for (const std::uint32_t id : table_.undeclareAll(client)) {
+    bus_event_service_emit_undeclared(BUS_EVENT_SERVICE(object_.get()), id);
+  }
+  unwatchIfIdle(client);
+}
+
+}  // namespace device

@@ -1,0 +1,64 @@
+#ifndef DEVICE_SERVICES_EVENT_TABLE_H
+#define DEVICE_SERVICES_EVENT_TABLE_H
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "services/event_keys.h"
+
+namespace device {
+
+// What an owner declared. A stateful event's keys hold the values sent last.
+struct Event {
+  std::uint32_t id = 0;
+  std::string owner;
+  bool stateless = false;
+  EventKeys keys;
+  std::int64_t time = 0;  // of the last change, microseconds of wall-clock time
+};
+
+enum class EventStatus_e {
+  kOk,
+  kNoKeys,
+  kDuplicateKey,
+  kUnknownDeclaration,
+  kUnknownKey,
+  kWrongType
+};
+
+// A message for the client; empty for kOk.
+const char* toString(EventStatus_e status);
+
+// The declared events and their state. An owner reaches its own events only.
+class EventTable {
+ public:
+  // Ids count from 1 and are never given twice.
+  EventStatus_e declare(const std::string& owner, EventKeys keys, bool stateless, std::int64_t time,
+                        std::uint32_t* id);
+
+  // Merges the values of keys into the event; *sent is the event with all its keys. A key without a
+  // value keeps the present one. The values of a stateless event are forgotten after the send.
+  EventStatus_e send(const std::string& owner, std::uint32_t id, const EventKeys& keys,
+                     std::int64_t time, Event* sent);
+
+  EventStatus_e undeclare(const std::string& owner, std::uint32_t id);
+
+  // Removes everything of an owner and returns the ids.
+  std::vector<std::uint32_t> undeclareAll(const std::string& owner);
+
+  bool hasEventsOf(const std::string& owner) const;
+
+  const std::map<std::uint32_t, Event>& events() const { return events_; }
+
+ private:
+  Event* find(const std::string& owner, std::uint32_t id);
+
+  std::map<std::uint32_t, Event> events_;
+  std::uint32_t lastId_ = 0;
+};
+
+}  // namespace device
+
+#endif

@@ -1,0 +1,16 @@
+#include "services/head_drive.h"
+
+#include <utility>
+
+namespace device {
+
+HeadDrive::HeadDrive(const HeadSetup& setup, Clock clock)
+    : clock_(std::move(clock)), time_(clock_()), head_(setup) {}
+
+void HeadDrive::advance() {
+  constexpr double kMicrosecondsPerSecond = 1e6;
+  const std::int64_t now = clock_();
+  for (; time_ + kStep <= now; time_ += kStep) head_.step(kStep / kMicrosecondsPerSecond);
+}
+
+}  // namespace device

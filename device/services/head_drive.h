@@ -1,0 +1,38 @@
+#ifndef DEVICE_SERVICES_HEAD_DRIVE_H
+#define DEVICE_SERVICES_HEAD_DRIVE_H
+
+#include <cstdint>
+#include <functional>
+
+#include "head/head.h"
+
+namespace device {
+
+// Takes the head through real time, in even steps that lag behind the clock by less than one step.
+class HeadDrive {
+ public:
+  static constexpr std::int64_t kStep = 5000;  // microseconds
+
+  // Microseconds of a clock that never goes back.
+  using Clock = std::function<std::int64_t()>;
+
+  HeadDrive(const HeadSetup& setup, Clock clock);
+
+  // Steps the head up to the present.
+  void advance();
+
+  // The head as it is at the present.
+  Head& head() {
+    advance();
+    return head_;
+  }
+
+ private:
+  Clock clock_;
+  std::int64_t time_;  // up to which the head has been stepped
+  Head head_;
+};
+
+}  // namespace device
+
+#endif

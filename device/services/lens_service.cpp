@@ -1,0 +1,32 @@
+#include "services/lens_service.h"
+
+#include <string>
+
+#include "device_dbus.h"
+
+namespace device {
+
+namespace {
+
+constexpr char kName[] = "com.orva.M12LensSelectionFov";
+constexpr char kPath[] = "/com/orva/M12LensSelectionFov/";
+
+std::list<BusObject> offer(GDBusConnection* connection, std::span<const Lens> lenses) {
+  std::list<BusObject> objects;
+  for (std::size_t channel = 0; channel < lenses.size(); ++channel) {
+    const Lens& lens = lenses[channel];
+    auto* skeleton = bus_m12_lens_selection_fov_skeleton_new();
+    bus_m12_lens_selection_fov_set_optics_wide_hfo_v(skeleton, lens.horizontalFov);
+    bus_m12_lens_selection_fov_set_optics_wide_vfo_v(skeleton, lens.verticalFov);
+    bus_m12_lens_selection_fov_set_sensor_rotation(skeleton, lens.rotation);
+    objects.emplace_back(connection, skeleton, kPath + std::to_string(channel));
+  }
+  return objects;
+}
+
+}  // namespace
+
+LensService::LensService(GDBusConnection* connection, std::span<const Lens> lenses)
+    : objects_(offer(connection, lenses)), name_(connection, kName) {}
+
+}  // namespace device

@@ -1,0 +1,113 @@
+#include "services/options.h"
+
+#include <glib.h>
+
+#include <cmath>
+#include <utility>
+
+#include "services/glib_ptr.h"
+
+namespace device {
+
+namespace {
+
+struct StrvDeleter {
+  void operator()(char** texts) const { g_strfreev(texts); }
+};
+
+struct ContextDeleter {
+  void operator()(GOptionContext* context) const { g_option_context_free(context); }
+};
+
+// Where GOption leaves what it reads; texts are its own.
+struct Raw {
+  char* model = nullptr;
+  char* models = nullptr;
+  char* tracks = nullptr;
+  char* transport = nullptr;
+  double duration = 0;
+  gint64 seed = 1;
+  char* report = nullptr;
+  char* daemon = nullptr;
+  double headBoot = -1;
+  int framesPerSecond = 10;
+  gboolean quiet = FALSE;
+
+  Raw() = default;
+  Raw(const Raw&) = delete;
+  Raw& operator=(const Raw&) = delete;
+  ~Raw() {
+    for (char* text : {model, models, tracks, transport, report, daemon}) g_free(text);
+  }
+};
+
+void parse(const std::vector<std::string>& arguments, Raw* raw) {
+  const std::vector<GOptionEntry> entries = {
+      {"model", 0, 0, G_OPTION_ARG_STRING, &raw->model, "Model by name, or its file", "NAME"},
+      {"models", 0, 0, G_OPTION_ARG_FILENAME, &raw->models, "Folder of the models", "DIR"},
+      {"tracks", 0, 0, G_OPTION_ARG_FILENAME, &raw->tracks, "Recording of people to play", "FILE"},
+      {"transport", 0, 0, G_OPTION_ARG_STRING, &raw->transport, "How scene frames are offered",
+       "socket|module"},
+      {"duration", 0, 0, G_OPTION_ARG_DOUBLE, &raw->duration, "End after this time (0: never)",
+       "SECONDS"},
+      {"seed", 0, 0, G_OPTION_ARG_INT64, &raw->seed, "Seed of people and noise", "N"},
+      {"report", 0, 0, G_OPTION_ARG_FILENAME, &raw->report, "Folder for the report", "DIR"},
+      {"daemon", 0, 0, G_OPTION_ARG_FILENAME, &raw->daemon, "Application to start", "PROGRAM"},
+      {"head-boot", 0, 0, G_OPTION_ARG_DOUBLE, &raw->headBoot, "Time until the head answers",
+       "SECONDS"},
+      {"fps", 0, 0, G_OPTION_ARG_INT, &raw->framesPerSecond, "Scene frames per second", "N"},
+      {"quiet", 0, 0, G_OPTION_ARG_NONE, &raw->quiet, "No status and log lines", nullptr},
+      {nullptr, 0, 0, G_OPTION_ARG_NONE, nullptr, nullptr, nullptr}};
+
+  const std::unique_ptr<GOptionContext, ContextDeleter> context(g_option_context_new(nullptr));
+  g_option_context_set_summary(context.get(),
+                               "A camera with its PTZ head and the people in front of it.");
+  g_option_context_add_main_entries(context.get(), entries.data(), nullptr);
+
+  char** argv = g_new0(char*, arguments.size() + 1);
+  for (std::size_t i = 0; i < arguments.size(); ++i) argv[i] = g_strdup(arguments[i].c_str());
+  ErrorSlot error;
+  const bool parsed = g_option_context_parse_strv(context.get(), &argv, error.out()) != FALSE;
+  const std::unique_ptr<char*, StrvDeleter> rest(argv);
+  if (!parsed) throw OptionError(error.message());
+  if (g_strv_length(argv) > 1) throw OptionError(std::string("Not an option: ") + argv[1]);
+}
+
+void check(const Raw& raw) {
+  const std::string transport = raw.transport != nullptr ? raw.transport : "";
+  if (!transport.empty() && transport != "socket" && transport != "module") {
+    throw OptionError("--transport is socket or module");
+  }
+  if (!std::isfinite(raw.duration) || raw.duration < 0) {
+    throw OptionError("--duration is a time of 0 or more");
+  }
+  if (!std::isfinite(raw.headBoot)) throw OptionError("--head-boot is a time");
+  if (raw.seed < 0) throw OptionError("--seed is a number of 0 or more");
+  if (raw.framesPerSecond < 1 || raw.framesPerSecond > 100) {
+    throw OptionError("--fps is a number from 1 to 100");
+  }
+}
+
+}  // namespace
+
+Options parseOptions(const std::vector<std::string>& arguments) {
+  Raw raw;
+  parse(arguments, &raw);
+  check(raw);
+
+  Options options;
+  if (raw.model != nullptr) options.model = raw.model;
+  options.models = raw.models != nullptr ? raw.models : DEVICE_MODELS;
+  if (raw.tracks != nullptr) options.tracks = raw.tracks;
+  if (raw.transport != nullptr) options.transport = raw.transport;
+  options.duration = raw.duration;
+  options.seed = static_cast<std::uint64_t>(raw.seed);
+  if (raw.report != nullptr) options.report = raw.report;
+  if (raw.daemon != nullptr) options.daemon = raw.daemon;
+  if (raw.headBoot >= 0) options.headBoot = raw.headBoot;
+  options.framesPerSecond = raw.framesPerSecond;
+  options.quiet = raw.quiet != FALSE;
+  return options;
+}
+
+}  // namespace device

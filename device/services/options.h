@@ -1,0 +1,40 @@
+#ifndef DEVICE_SERVICES_OPTIONS_H
+#define DEVICE_SERVICES_OPTIONS_H
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace device {
+
+// What the user asked for on the command line.
+struct Options {
+  std::string model = "default";  // a name within models, or a file
+  std::filesystem::path models;
+  std::optional<std::filesystem::path> tracks;  // the product's own people without
+  std::string transport;                        // "socket" or "module"; empty: what the model says
+  double duration = 0;                          // seconds, 0 for no end
+  std::uint64_t seed = 1;
+  std::optional<std::filesystem::path> report;
+  std::string daemon;              // program to start, empty for none
+  std::optional<double> headBoot;  // seconds; what the model says without
+  int framesPerSecond = 10;
+  bool quiet = false;  // no status and log lines
+};
+
+// A command line that cannot be used; what() is for the user.
+class OptionError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+// arguments begin with the program's name. Throws OptionError; prints help and ends the process for
+// --help.
+Options parseOptions(const std::vector<std::string>& arguments);
+
+}  // namespace device
+
+#endif

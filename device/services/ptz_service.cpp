@@ -1,0 +1,168 @@
+#include "services/ptz_service.h"
+
+#include <cmath>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "device_dbus.h"
+
+namespace device {
+
+namespace {
+
+constexpr char kName[] = "com.orva.PTZService";
+constexpr char kPath[] = "/com/orva/PTZService";
+constexpr guint kChannel = 1;
+constexpr guint kFullSpeed = 100;  // percent
+
+EventKeys topics(const char* event) {
+  return {{"topic0", "tns1", "PTZController", 0, "", "", ""},
+          {"topic1", "tnsorva", event, 0, "", "", ""},
+          {"channel", "", static_cast<std::int32_t>(kChannel), kMarkSource, "", "", ""}};
+}
+
+EventKey change(const char* name, EventValue value) {
+  return {name, "", std::move(value), 0, "", "", ""};
+}
+
+EventKeys presetKeys() {
+  EventKeys keys = topics("PTZPresets");
+  keys.push_back({"PresetToken", "", -1, kMarkSource, "", "", ""});
+  keys.push_back({"on_preset", "", false, kMarkData, "", "", ""});
+  return keys;
+}
+
+EventKeys moveKeys() {
+  EventKeys keys = topics("Move");
+  keys.push_back({"is_moving", "", false, kMarkData, "", "", ""});
+  return keys;
+}
+
+std::optional<AxisCommand> axisCommand(int kind, double value) {
+  switch (kind) {
+    case 0:
+      return AxisCommand{MoveKind::None, 0};
+    case 1:
+    case 3:
+      if (!std::isfinite(value)) return std::nullopt;
+      return AxisCommand{static_cast<MoveKind>(kind), value};
+    default:
+      return std::nullopt;
+  }
+}
+
+}  // namespace
+
+struct PtzService::Handlers {
+  static gboolean move(BusPTZService* skeleton, GDBusMethodInvocation* invocation, guint channel,
+                       const gchar*, gint panKind, gdouble pan, gint tiltKind, gdouble tilt,
+                       gint zoomKind, gint zoom, guint speed, gpointer self) {
+    if (!accepts(invocation, channel, speed)) return TRUE;
+    const auto panCommand = axisCommand(panKind, pan);
+    const auto tiltCommand = axisCommand(tiltKind, tilt);
+    const auto zoomCommand = axisCommand(zoomKind, zoom);
+    if (!panCommand || !tiltCommand || !zoomCommand) {
+      answerInvalidArgs(invocation, "Not a kind of movement, or not a number");
+      return TRUE;
+    }
+    head(self).command({*panCommand, *tiltCommand, *zoomCommand, static_cast<int>(speed)});
+    bus_ptzservice_complete_move(skeleton, invocation);
+    return TRUE;
+  }
+
+  static gboolean gotoHome(BusPTZService* skeleton, GDBusMethodInvocation* invocation,
+                           guint channel, const gchar*, guint speed, gpointer self) {
+    if (!accepts(invocation, channel, speed)) return TRUE;
+    head(self).goHome(static_cast<int>(speed));
+    bus_ptzservice_complete_goto_home(skeleton, invocation);
+    return TRUE;
+  }
+
+  static gboolean getStatus(BusPTZService* skeleton, GDBusMethodInvocation* invocation,
+                            guint channel, gpointer self) {
+    if (!accepts(invocation, channel)) return TRUE;
+    const HeadStatus status = head(self).status();
+    bus_ptzservice_complete_get_status(skeleton, invocation, status.pan, status.panMoving,
+                                       status.tilt, status.tiltMoving, status.zoom,
+                                       status.zoomMoving);
+    return TRUE;
+  }
+
+  static gboolean setPreset(BusPTZService* skeleton, GDBusMethodInvocation* invocation,
+                            guint channel, gint preset, gpointer self) {
+    if (!accepts(invocation, channel)) return TRUE;
+    if (!head(self).setPreset(preset)) {
+      answerInvalidArgs(invocation, "Presets count from 1");
+      return TRUE;
+    }
+    bus_ptzservice_complete_set_preset(skeleton, invocation);
+    return TRUE;
+  }
+
+  static gboolean gotoPreset(BusPTZService* skeleton, GDBusMethodInvocation* invocation,
+                             guint channel, gint preset, guint speed, gpointer self) {
+    if (!accepts(invocation, channel, speed)) return TRUE;
+    if (!head(self).goToPreset(preset, static_cast<int>(speed))) {
+      answerInvalidArgs(invocation, "There is no preset " + std::to_string(preset));
+      return TRUE;
+    }
+    bus_ptzservice_complete_goto_preset(skeleton, invocation);
+    return TRUE;
+  }
+
+  static gboolean listPresets(BusPTZService* skeleton, GDBusMethodInvocation* invocation,
+                              guint channel, gpointer self) {
+    if (!accepts(invocation, channel)) return TRUE;
+    GVariantBuilder builder;
+    g_variant_builder_init(&builder, G_VARIANT_TYPE("a(iddi)"));
+    for (const auto& [preset, position] : head(self).presets()) {
+      g_variant_builder_add(&builder, "(iddi)", preset, position.pan, position.tilt, position.zoom);
+    }
+    bus_ptzservice_complete_list_presets(skeleton, invocation, g_variant_builder_end(&builder));
+    return TRUE;
+  }
+
+  static Head& head(gpointer self) { return static_cast<PtzService*>(self)->drive_.head(); }
+
+  // Answers with an error itself.
+  static bool accepts(GDBusMethodInvocation* invocation, guint channel, guint speed = 0) {
+    if (channel == kChannel && speed <= kFullSpeed) return true;
+    answerInvalidArgs(invocation, channel == kChannel ? "A speed is 0 to 100 percent"
+                                                      : "The head is on channel 1");
+    return false;
+  }
+};
+
+PtzService::PtzService(GDBusConnection* connection, HeadDrive& drive, EventService& events)
+    : drive_(drive),
+      events_(events),
+      presetEvent_(events.declare(presetKeys(), false)),
+      moveEvent_(events.declare(moveKeys(), false)),
+      object_(connection, bus_ptzservice_skeleton_new(), kPath),
+      name_(connection, kName) {
+  g_signal_connect(object_.get(), "handle-move", G_CALLBACK(Handlers::move), this);
+  g_signal_connect(object_.get(), "handle-goto-home", G_CALLBACK(Handlers::gotoHome), this);
+  g_signal_connect(object_.get(), "handle-get-status", G_CALLBACK(Handlers::getStatus), this);
+  g_signal_connect(object_.get(), "handle-set-preset", G_CALLBACK(Handlers::setPreset), this);
+  g_signal_connect(object_.get(), "handle-goto-preset", G_CALLBACK(Handlers::gotoPreset), this);
+  g_signal_connect(object_.get(), "handle-list-presets", G_CALLBACK(Handlers::listPresets), this);
+  update();
+}
+
+void PtzService::update() {
+  const Head& head = drive_.head();
+  const bool moving = head.status().moving();
+  const int preset = head.presetHere();
+  if (preset != preset_ && preset_ != 0) sendPreset(false, preset_);
+  if (moving != moving_) events_.send(moveEvent_, {change("is_moving", moving)});
+  if (preset != preset_ && preset != 0) sendPreset(true, preset);
+  moving_ = moving;
+  preset_ = preset;
+}
+
+void PtzService::sendPreset(bool onPreset, int preset) {
+  events_.send(presetEvent_, {change("on_preset", onPreset), change("PresetToken", preset)});
+}
+
+}  // namespace device

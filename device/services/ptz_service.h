@@ -1,0 +1,42 @@
+#ifndef DEVICE_SERVICES_PTZ_SERVICE_H
+#define DEVICE_SERVICES_PTZ_SERVICE_H
+
+#include <gio/gio.h>
+
+#include <cstdint>
+
+#include "services/bus.h"
+#include "services/event_service.h"
+#include "services/head_drive.h"
+
+namespace device {
+
+// Drives the head for clients on the bus, on channel 1, and tells by the events "PTZPresets" and
+// "Move" when it comes to rest on a preset, leaves it, starts and stops. Used from the thread of
+// the main loop only.
+class PtzService {
+ public:
+  // Head and events must outlive the service.
+  PtzService(GDBusConnection* connection, HeadDrive& drive, EventService& events);
+
+  // Sends the events that are due. Call it often.
+  void update();
+
+ private:
+  struct Handlers;
+
+  void sendPreset(bool onPreset, int preset);
+
+  HeadDrive& drive_;
+  EventService& events_;
+  std::uint32_t presetEvent_;
+  std::uint32_t moveEvent_;
+  int preset_ = 0;  // at which the head rests, 0 for none
+  bool moving_ = false;
+  BusObject object_;
+  BusName name_;
+};
+
+}  // namespace device
+
+#endif

@@ -1,0 +1,92 @@
+#include "services/syslog_server.h"
+
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <charconv>
+#include <utility>
+
+namespace device {
+
+namespace {
+
+constexpr std::array<const char*, 8> kSeverities = {"emerg",   "alert",  "crit", "err",
+                                                    "warning", "notice", "info", "debug"};
+constexpr std::size_t kTimeLength = 16;  // "Mmm dd hh:mm:ss "
+constexpr std::size_t kMaxMessage = 8192;
+
+// Removes "<PRIORITY>" and returns the severity, notice when there is none.
+int takeSeverity(std::string_view* text) {
+  constexpr int kNotice = 5;
+  if (!text->starts_with('<')) return kNotice;
+  int priority = 0;
+  const auto [end, error] =
+      std::from_chars(text->data() + 1, text->data() + text->size(), priority);
+  if (error != std::errc() || end == text->data() + text->size() || *end != '>') return kNotice;
+  text->remove_prefix(static_cast<std::size_t>(end - text->data()) + 1);
+  return priority & 7;
+}
+
+void skipTime(std::string_view* text) {
+  if (text->size() < kTimeLength) return;
+  const bool time = (*text)[3] == ' ' && (*text)[6] == ' ' && (*text)[9] == ':' &&
+                    (*text)[12] == ':' && (*text)[15] == ' ';
+  if (time) text->remove_prefix(kTimeLength);
+}
+
+// Removes "IDENT[PID]: " or "IDENT: " and returns the name.
+std::string takeIdent(std::string_view* text) {
+  const std::size_t colon = text->find(": ");
+  if (colon == std::string_view::npos) return "";
+  std::string_view ident = text->substr(0, colon);
+  ident = ident.substr(0, ident.find('['));
+  const auto isBlank = [](unsigned char c) { return std::isspace(c) != 0; };
+  if (ident.empty() || std::ranges::any_of(ident, isBlank)) return "";
+  text->remove_prefix(colon + 2);
+  return std::string(ident);
+}
+
+}  // namespace
+
+const char* severityName(int severity) {
+  return kSeverities[static_cast<std::size_t>(std::clamp(severity, 0, 7))];
+}
+
+SyslogLine parseSyslog(std::string_view message) {
+  SyslogLine line;
+  line.severity = takeSeverity(&message);
+  skipTime(&message);
+  line.ident = takeIdent(&message);
+  while (message.ends_with('\n') || message.ends_with('\0')) message.remove_suffix(1);
+  line.text = message;
+  return line;
+}
+
+SyslogServer::SyslogServer(std::string path, Callback callback)
+    : path_(std::move(path)),
+      callback_(std::move(callback)),
+      socket_(bindLocalSocket(path_, G_SOCKET_TYPE_DATAGRAM)),
+      source_(watchSocket(socket_.get(), G_IO_IN, readable, this)) {}
+
+SyslogServer::~SyslogServer() {
+  unlink(path_.c_str());
+}
+
+void SyslogServer::drain() {
+  std::array<char, kMaxMessage> buffer;
+  ssize_t count = 0;
+  while ((count = recv(g_socket_get_fd(socket_.get()), buffer.data(), buffer.size(),
+                       MSG_DONTWAIT)) >= 0) {
+    callback_(parseSyslog({buffer.data(), static_cast<std::size_t>(count)}));
+  }
+}
+
+gboolean SyslogServer::readable(GSocket*, GIOCondition, gpointer self) {
+  static_cast<SyslogServer*>(self)->drain();
+  return G_SOURCE_CONTINUE;
+}
+
+}  // namespace device

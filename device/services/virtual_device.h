@@ -1,0 +1,102 @@
+#ifndef DEVICE_SERVICES_VIRTUAL_DEVICE_H
+#define DEVICE_SERVICES_VIRTUAL_DEVICE_H
+
+#include <gio/gio.h>
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "model/model.h"
+#include "report/report.h"
+#include "services/application_monitor.h"
+#include "services/console.h"
+#include "services/daemon_process.h"
+#include "services/event_service.h"
+#include "services/frame_server.h"
+#include "services/head_drive.h"
+#include "services/lens_service.h"
+#include "services/options.h"
+#include "services/parameter_service.h"
+#include "services/parameter_store.h"
+#include "services/periodic_timer.h"
+#include "services/ptz_service.h"
+#include "services/remote_ptz_service.h"
+#include "services/syslog_server.h"
+#include "world/world.h"
+
+namespace device {
+
+// Where a device has its sockets.
+struct DevicePaths {
+  std::string scenes = "/var/run/strata/scenes";
+  std::string subscriber = "/var/run/strata/subscriber";
+  std::string ptzFolder = "/var/run/strata/ptz";
+  std::string log = "/dev/log";
+};
+
+// All that a camera has beside the application, in one thread: the services on the bus, the head,
+// the world in front of the lenses, the system log and the platform that starts and ends the
+// application.
+class VirtualDevice {
+ public:
+  // Offers everything. Throws std::runtime_error (ModelError and TrackError are such).
+  VirtualDevice(Options options, const DevicePaths& paths, GDBusConnection* connection);
+  VirtualDevice(const VirtualDevice&) = delete;
+  VirtualDevice& operator=(const VirtualDevice&) = delete;
+
+  // Starts the application and lives until stop(), the duration's end or the application's; then
+  // writes the report. Returns the process' exit status: 0 when the application ended as it was
+  // told to.
+  int run();
+
+  // Ends the application, then the device. Again is ignored.
+  void stop();
+
+ private:
+  static Model loadModelOf(const Options& options);
+  RunInfo runInfo() const;
+  std::vector<Lens> lenses() const;
+  double secondsSinceStart() const;
+  bool isHeadReady() const;
+  ApplicationMonitor::Callbacks monitorCallbacks();
+
+  void stepHead();
+  void sendFrames();
+  void showStatus();
+  std::optional<Direction> target(const HeadStatus& head) const;
+  void daemonEnded(const DaemonEnd& end);
+  void writeReport();
+
+  Options options_;
+  Model model_;
+  std::int64_t start_;  // monotonic microseconds
+  Console console_;
+  Report report_;
+  World world_;
+  HeadDrive drive_;
+  ParameterStore parameterStore_;
+  std::vector<int> objects_;  // in the last frame of each channel
+  bool sampleDue_ = false;
+  int exitStatus_ = 0;
+  bool stopping_ = false;
+
+  ApplicationMonitor monitor_;
+  SyslogServer syslog_;
+  EventService events_;
+  PtzService ptz_;
+  ParameterService parameters_;
+  RemotePtzService remotePtz_;
+  LensService lens_;
+  FrameServer scenes_;
+  FrameServer subscribers_;
+
+  std::unique_ptr<GMainLoop, decltype(&g_main_loop_unref)> loop_;
+  std::unique_ptr<DaemonProcess> daemon_;
+};
+
+}  // namespace device
+
+#endif

@@ -1,0 +1,216 @@
+#include "world/analytics.h"
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <iterator>
+#include <optional>
+#include <utility>
+
+namespace device {
+namespace {
+
+constexpr double kMergeOverlap = 0.5;  // of the smaller box: from here on two people are one object
+constexpr double kPartOverlap = 0.25;  // below it they are two again
+constexpr double kNoisePixels = 0.8;   // standard deviation of a vertex, each way
+constexpr double kVelocityNoise = 0.02;  // standard deviation, share of the velocity
+constexpr double kEdgeZone = 0.02;       // within it of the picture's edge confidence is low
+constexpr double kLeastConfidence = 0.25;
+constexpr double kUnit = 4096;
+
+std::int32_t toUnits(double value) {
+  return static_cast<std::int32_t>(std::lround(value * kUnit));
+}
+
+FramePoint toFramePoint(const PicturePoint& point) {
+  return {toUnits(point.x), toUnits(point.y)};
+}
+
+bool overlapsAny(const std::vector<int>& people, const Silhouette& silhouette,
+                 const std::map<int, Silhouette>& seen, double limit) {
+  return std::any_of(people.begin(), people.end(), [&](int other) {
+    return overlap(seen.at(other).box, silhouette.box) > limit;
+  });
+}
+
+// Those of a group that still hang together, the first person's part first.
+std::vector<std::vector<int>> partsOf(std::vector<int> people,
+                                      const std::map<int, Silhouette>& seen) {
+  std::vector<std::vector<int>> parts;
+  while (!people.empty()) {
+    std::vector<int> part{people.front()};
+    people.erase(people.begin());
+    for (std::size_t i = 0; i < part.size(); ++i) {
+      const auto hangsOn = [&](int other) {
+        return overlapsAny({part[i]}, seen.at(other), seen, kPartOverlap);
+      };
+      const auto rest = std::stable_partition(people.begin(), people.end(), std::not_fn(hangsOn));
+      part.insert(part.end(), rest, people.end());
+      people.erase(rest, people.end());
+    }
+    parts.push_back(std::move(part));
+  }
+  return parts;
+}
+
+std::int32_t confidenceOf(const PictureBox& box) {
+  const double edge = std::max({-box.low.x, -box.low.y, box.high.x, box.high.y});
+  const double depth = std::clamp((1 - edge) / kEdgeZone, 0.0, 1.0);
+  return toUnits(std::lerp(kLeastConfidence, 1.0, depth));
+}
+
+}  // namespace
+
+Analytics::Analytics(std::uint64_t seed) : random_(seed) {}
+
+Frame Analytics::observe(const OverviewCamera& camera, std::span<const Person> people,
+                         std::int64_t timestamp) {
+  Seen seen;
+  for (const Person& person : people) {
+    if (std::optional<Silhouette> silhouette = silhouetteOf(camera, person)) {
+      seen.emplace(person.id, std::move(*silhouette));
+    }
+  }
+  Frame frame{.timestamp = timestamp, .objects = {}, .events = {}};
+  forgetLeavers(seen, frame);
+  if (!splitParted(seen, frame)) {
+    mergeOverlapping(seen,
+                     frame);  // else in the next picture: no object is split and merged in one
+  }
+  addNewcomers(seen);
+  for (const Tracked& tracked : tracked_) {
+    frame.objects.push_back(describe(camera, tracked, seen));
+  }
+  return frame;
+}
+
+void Analytics::forgetLeavers(const Seen& seen, Frame& frame) {
+  FrameEvent gone{.action = FrameAction::Delete, .from = {}, .to = {}};
+  for (Tracked& tracked : tracked_) {
+    std::erase_if(tracked.people, [&](int person) { return !seen.contains(person); });
+    if (tracked.people.empty()) {
+      gone.from.push_back(tracked.id);
+    }
+  }
+  std::erase_if(tracked_, [](const Tracked& tracked) { return tracked.people.empty(); });
+  if (!gone.from.empty()) {
+    frame.events.push_back(std::move(gone));
+  }
+}
+
+bool Analytics::splitParted(const Seen& seen, Frame& frame) {
+  std::vector<Tracked> parted;
+  for (Tracked& tracked : tracked_) {
+    std::vector<std::vector<int>> parts = partsOf(tracked.people, seen);
+    if (parts.size() < 2) {
+      continue;
+    }
+    FrameEvent split{.action = FrameAction::Split, .from = {tracked.id}, .to = {tracked.id}};
+    tracked.people = std::move(parts.front());
+    for (auto part = std::next(parts.begin()); part != parts.end(); ++part) {
+      split.to.push_back(nextId_);
+      parted.push_back({nextId_++, std::move(*part)});
+    }
+    frame.events.push_back(std::move(split));
+  }
+  std::move(parted.begin(), parted.end(), std::back_inserter(tracked_));
+  return !parted.empty();
+}
+
+void Analytics::mergeOverlapping(const Seen& seen, Frame& frame) {
+  for (std::size_t i = 0; i < tracked_.size(); ++i) {
+    FrameEvent merge{.action = FrameAction::Merge, .from = {tracked_[i].id}, .to = {}};
+    for (std::size_t j = i + 1; j < tracked_.size();) {
+      const std::vector<int>& others = tracked_[j].people;
+      const bool meets = std::any_of(others.begin(), others.end(), [&](int other) {
+        return overlapsAny(tracked_[i].people, seen.at(other), seen, kMergeOverlap);
+      });
+      if (!meets) {
+        ++j;
+        continue;
+      }
+      merge.to.push_back(tracked_[j].id);
+      tracked_[i].people.insert(tracked_[i].people.end(), others.begin(), others.end());
+      tracked_.erase(tracked_.begin() + static_cast<std::ptrdiff_t>(j));
+      j = i + 1;  // the grown object may meet one that was free of it before
+    }
+    if (!merge.to.empty()) {
+      frame.events.push_back(std::move(merge));
+    }
+  }
+}
+
+void Analytics::addNewcomers(const Seen& seen) {
+  for (const auto& [person, silhouette] : seen) {
+    if (isTracked(person)) {
+      continue;
+    }
+    const auto hides = std::find_if(tracked_.begin(), tracked_.end(), [&](const Tracked& tracked) {
+      return overlapsAny(tracked.people, silhouette, seen, kMergeOverlap);
+    });
+    if (hides != tracked_.end()) {
+      hides->people.push_back(person);
+    } else {
+      tracked_.push_back({nextId_++, {person}});
+    }
+  }
+}
+
+bool Analytics::isTracked(int person) const {
+  return std::any_of(tracked_.begin(), tracked_.end(), [person](const Tracked& tracked) {
+    return std::find(tracked.people.begin(), tracked.people.end(), person) != tracked.people.end();
+  });
+}
+
+FrameObject Analytics::describe(const OverviewCamera& camera, const Tracked& tracked,
+                                const Seen& seen) {
+  const std::vector<PicturePoint> upright = outlineOf(camera, tracked, seen);
+  std::vector<PicturePoint> outline;
+  std::transform(upright.begin(), upright.end(), std::back_inserter(outline),
+                 [&](const PicturePoint& point) { return camera.toScene(point); });
+
+  FrameObject object{.id = tracked.id, .box = {}, .outline = {}, .velocity = {}};
+  std::transform(outline.begin(), outline.end(), std::back_inserter(object.outline), toFramePoint);
+  const PictureBox box = boxOf(outline);
+  object.box = {toFramePoint(box.low), toFramePoint({box.low.x, box.high.y}),
+                toFramePoint(box.high), toFramePoint({box.high.x, box.low.y})};
+  object.confidence = toUnits(1);
+  for (const int person : tracked.people) {
+    object.confidence = std::min(object.confidence, confidenceOf(seen.at(person).box));
+  }
+
+  PicturePoint velocity;
+  for (const int person : tracked.people) {
+    velocity.x += seen.at(person).velocity.x / static_cast<double>(tracked.people.size());
+    velocity.y += seen.at(person).velocity.y / static_cast<double>(tracked.people.size());
+  }
+  std::normal_distribution<double> factor(1, kVelocityNoise);
+  velocity.x *= factor(random_);
+  velocity.y *= factor(random_);
+  object.velocity = toFramePoint(camera.toScene(velocity));
+  return object;
+}
+
+// The noisy outline in the upright picture.
+std::vector<PicturePoint> Analytics::outlineOf(const OverviewCamera& camera, const Tracked& tracked,
+                                               const Seen& seen) {
+  std::vector<PicturePoint> outline = seen.at(tracked.people.front()).outline;
+  if (tracked.people.size() > 1) {
+    for (auto person = std::next(tracked.people.begin()); person != tracked.people.end();
+         ++person) {
+      const std::vector<PicturePoint>& more = seen.at(*person).outline;
+      outline.insert(outline.end(), more.begin(), more.end());
+    }
+    outline = hullOf(std::move(outline));
+  }
+  outline = withFitCount(std::move(outline));
+  std::normal_distribution<double> noise(0, kNoisePixels);
+  for (PicturePoint& point : outline) {
+    point.x += noise(random_) * 2 / camera.pictureWidth();
+    point.y += noise(random_) * 2 / camera.pictureHeight();
+    point = {std::clamp(point.x, -1.0, 1.0), std::clamp(point.y, -1.0, 1.0)};
+  }
+  return outline;
+}
+
+}  // namespace device

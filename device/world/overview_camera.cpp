@@ -1,0 +1,106 @@
+#include "world/overview_camera.h"
+
+#include <cmath>
+
+namespace device {
+namespace {
+
+struct Axes {
+  SpacePoint right;
+  SpacePoint forward;
+  SpacePoint up;
+};
+
+Axes axesOf(const OverviewCameraSetup& setup) {
+  const double pan = toRadians(setup.pan);
+  const double tilt = toRadians(setup.tilt);
+  return {.right = {std::cos(pan), -std::sin(pan), 0},
+          .forward = unitVector({setup.pan, setup.tilt}),
+          .up = {-std::sin(pan) * std::sin(tilt), -std::cos(pan) * std::sin(tilt), std::cos(tilt)}};
+}
+
+double dot(const SpacePoint& a, const SpacePoint& b) {
+  return a.x * b.x + a.y * b.y + a.z * b.z;
+}
+
+// A quarter turn swaps the sides of the picture.
+bool liesOnSide(int rotation) {
+  return rotation == 90 || rotation == 270;
+}
+
+}  // namespace
+
+OverviewCamera::OverviewCamera(const OverviewCameraSetup& setup) : setup_(setup) {
+  pointAt({setup.pan, setup.tilt}, setup.horizontalFov);
+}
+
+int OverviewCamera::pictureWidth() const {
+  return liesOnSide(setup_.rotation) ? setup_.sensorHeight : setup_.sensorWidth;
+}
+
+int OverviewCamera::pictureHeight() const {
+  return liesOnSide(setup_.rotation) ? setup_.sensorWidth : setup_.sensorHeight;
+}
+
+double OverviewCamera::verticalFov() const {
+  return toDegrees(2 * std::atan(tanY_));
+}
+
+void OverviewCamera::pointAt(const Direction& axis, double horizontalFov) {
+  setup_.pan = axis.pan;
+  setup_.tilt = axis.tilt;
+  if (horizontalFov > 0) {
+    setup_.horizontalFov = horizontalFov;
+  }
+  tanX_ = std::tan(toRadians(setup_.horizontalFov / 2));
+  tanY_ = tanX_ * pictureHeight() / pictureWidth();
+}
+
+std::optional<PicturePoint> OverviewCamera::project(const SpacePoint& point) const {
+  constexpr double kNearest = 0.1;  // metres
+  const SpacePoint ray{point.x - setup_.position.x, point.y - setup_.position.y,
+                       point.z - setup_.position.z};
+  const Axes axes = axesOf(setup_);
+  const double depth = dot(ray, axes.forward);
+  if (depth < kNearest) {
+    return std::nullopt;
+  }
+  return PicturePoint{dot(ray, axes.right) / depth / tanX_, dot(ray, axes.up) / depth / tanY_};
+}
+
+Direction OverviewCamera::lineOfSight(const PicturePoint& point) const {
+  const Axes axes = axesOf(setup_);
+  const double x = point.x * tanX_;
+  const double y = point.y * tanY_;
+  return directionOf({axes.forward.x + x * axes.right.x + y * axes.up.x,
+                      axes.forward.y + x * axes.right.y + y * axes.up.y,
+                      axes.forward.z + x * axes.right.z + y * axes.up.z});
+}
+
+PicturePoint OverviewCamera::toScene(const PicturePoint& upright) const {
+  switch (setup_.rotation) {
+    case 90:
+      return {-upright.y, upright.x};
+    case 180:
+      return {-upright.x, -upright.y};
+    case 270:
+      return {upright.y, -upright.x};
+    default:
+      return upright;
+  }
+}
+
+PicturePoint OverviewCamera::toUpright(const PicturePoint& scene) const {
+  switch (setup_.rotation) {
+    case 90:
+      return {scene.y, -scene.x};
+    case 180:
+      return {-scene.x, -scene.y};
+    case 270:
+      return {-scene.y, scene.x};
+    default:
+      return scene;
+  }
+}
+
+}  // namespace device

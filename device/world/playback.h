@@ -1,0 +1,52 @@
+#ifndef DEVICE_WORLD_PLAYBACK_H
+#define DEVICE_WORLD_PLAYBACK_H
+
+#include <cstddef>
+#include <vector>
+
+#include "world/stage.h"
+#include "world/tracks.h"
+
+namespace device {
+
+// Plays the people of a track set on a stage, from its first moment on, again and again.
+//
+// A recording is played in scenes, so that a head that follows busy places has its rests too: those
+// who appear within kSceneLength of a scene's first person belong to it; when all of them have
+// left, nobody is there for kPause, and the next scene begins in front of the next camera of the
+// stage. A pause of that length in the recording itself ends a scene too and is kept as it is.
+// Within a scene everybody walks as recorded.
+class Playback {
+ public:
+  static constexpr double kSceneLength = 45;  // seconds
+  static constexpr double kPause = 20;        // seconds
+
+  Playback(TrackSet tracks, const Stage& stage);
+
+  // Everybody there at a moment, in world coordinates. The first person appears at time 0. Each
+  // round has ids of its own.
+  std::vector<Person> at(double time) const;
+
+  // The length of one round in seconds, the pause after it included; 0 without people.
+  double length() const { return length_; }
+
+  int sceneCount() const { return sceneCount_; }
+
+ private:
+  // One track in its place; in the order of appearance.
+  struct Part {
+    std::size_t track;
+    double shift;  // from the recording's time to that of the round
+    Placement placement;
+  };
+
+  TrackSet tracks_;
+  std::vector<Part> parts_;
+  double length_ = 0;
+  int sceneCount_ = 0;
+  int idStride_ = 1;
+};
+
+}  // namespace device
+
+#endif

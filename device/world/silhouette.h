@@ -1,0 +1,60 @@
+#ifndef DEVICE_WORLD_SILHOUETTE_H
+#define DEVICE_WORLD_SILHOUETTE_H
+
+#include <cstddef>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "world/overview_camera.h"
+#include "world/tracks.h"
+
+namespace device {
+
+inline constexpr double kPersonWidth = 0.5;    // metres across the shoulders
+inline constexpr double kPersonHeight = 1.75;  // metres from the ground to the crown
+
+inline constexpr std::size_t kFewestVertices = 8;
+inline constexpr std::size_t kMostVertices = 24;
+
+// An upright rectangle of a picture.
+struct PictureBox {
+  PicturePoint low;
+  PicturePoint high;
+
+  double width() const { return high.x - low.x; }
+  double height() const { return high.y - low.y; }
+  double area() const { return width() * height(); }
+};
+
+// The smallest box around points; at least one point.
+PictureBox boxOf(std::span<const PicturePoint> points);
+
+// The area common to both boxes as a share of the smaller one's area, 0 to 1.
+double overlap(const PictureBox& a, const PictureBox& b);
+
+// A person in an upright picture.
+struct Silhouette {
+  std::vector<PicturePoint> outline;  // head, shoulders, legs; clipped to the picture, not closed
+  PictureBox box;                     // of the clipped outline
+  PicturePoint velocity;              // of the person's middle, per second
+};
+
+// What a camera sees of a person. Nothing when less than a tenth of the person's box is in the
+// picture.
+std::optional<Silhouette> silhouetteOf(const OverviewCamera& camera, const Person& person);
+
+// The part of an outline that lies within the picture (-1 to 1 both ways); empty when there is
+// none.
+std::vector<PicturePoint> clippedToPicture(std::span<const PicturePoint> outline);
+
+// The convex hull of points, counter-clockwise: the outline of several silhouettes together.
+std::vector<PicturePoint> hullOf(std::vector<PicturePoint> points);
+
+// The outline with kFewestVertices to kMostVertices vertices: the longest edges are halved, or the
+// vertices that tell least about the shape left out. At least two vertices.
+std::vector<PicturePoint> withFitCount(std::vector<PicturePoint> outline);
+
+}  // namespace device
+
+#endif

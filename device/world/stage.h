@@ -1,0 +1,53 @@
+#ifndef DEVICE_WORLD_STAGE_H
+#define DEVICE_WORLD_STAGE_H
+
+#include <vector>
+
+#include "world/tracks.h"
+
+namespace device {
+
+// A turn and a shift of the ground plane; distances stay as they are.
+class Placement {
+ public:
+  Placement() = default;
+
+  // Turns counter-clockwise (seen from above) by an angle in degrees about a point, which then
+  // comes to lie on another.
+  Placement(const GroundPoint& from, const GroundPoint& to, double turn);
+
+  GroundPoint apply(const GroundPoint& point) const;
+  Person apply(const Person& person) const;
+
+ private:
+  GroundPoint turn(const GroundPoint& vector) const;
+
+  GroundPoint from_;
+  GroundPoint to_;
+  double cosine_ = 1;
+  double sine_ = 0;
+};
+
+// Where people walk: a place in front of each overview camera. A recording keeps its scale; the
+// middle of its bounding box is put at the stage's distance on the axis of the camera whose turn it
+// is.
+class Stage {
+ public:
+  // pans: degrees, the directions of the cameras in the order of their turns; at least one.
+  // distance: metres from the mast's foot. turn: degrees by which a recording is turned against the
+  // camera's axis.
+  Stage(std::vector<double> pans, double distance, double turn);
+
+  // The placement, for the given turn (from 0, going round the cameras), of a recording with these
+  // bounds.
+  Placement placementFor(const Bounds& bounds, int turn) const;
+
+ private:
+  std::vector<double> pans_;
+  double distance_;
+  double turn_;
+};
+
+}  // namespace device
+
+#endif

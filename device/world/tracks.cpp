@@ -1,0 +1,201 @@
+#include "world/tracks.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <fstream>
+#include <map>
+#include <string_view>
+#include <utility>
+
+namespace device {
+namespace {
+
+constexpr std::string_view kHeading = "time_s,id,x_m,y_m";
+constexpr double kVelocitySpan = 0.4;  // seconds to either side of a moment
+
+struct Row {
+  double time;
+  int id;
+  GroundPoint position;
+};
+
+class RowReader {
+ public:
+  RowReader(const std::string& name, int line) : where_(name + ":" + std::to_string(line) + ": ") {}
+
+  [[noreturn]] void fail(const std::string& reason) const { throw TrackError(where_ + reason); }
+
+  Row read(std::string_view text) const {
+    const std::array<std::string_view, 4> fields = split(text);
+    return {.time = number(fields[0], "time_s"),
+            .id = whole(fields[1]),
+            .position = {number(fields[2], "x_m"), number(fields[3], "y_m")}};
+  }
+
+ private:
+  std::array<std::string_view, 4> split(std::string_view text) const {
+    std::array<std::string_view, 4> fields;
+    const auto commas = std::count(text.begin(), text.end(), ',');
+    if (commas != 3) {
+      fail("expected 4 fields, found " + std::to_string(commas + 1));
+    }
+    for (std::string_view& field : fields) {
+      const std::size_t comma = text.find(',');
+      field = text.substr(0, comma);
+      text.remove_prefix(comma == std::string_view::npos ? text.size() : comma + 1);
+    }
+    return fields;
+  }
+
+  double number(std::string_view text, const char* field) const {
+    double value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error != std::errc() || end != text.data() + text.size() || !std::isfinite(value)) {
+      fail(std::string(field) + " '" + std::string(text) + "' is not a number");
+    }
+    return value;
+  }
+
+  int whole(std::string_view text) const {
+    int value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error != std::errc() || end != text.data() + text.size()) {
+      fail("id '" + std::string(text) + "' is not a whole number");
+    }
+    return value;
+  }
+
+  std::string where_;
+};
+
+std::string_view trimmed(std::string_view text) {
+  constexpr std::string_view kBlank = " \t\r";
+  const std::size_t first = text.find_first_not_of(kBlank);
+  if (first == std::string_view::npos) {
+    return {};
+  }
+  return text.substr(first, text.find_last_not_of(kBlank) - first + 1);
+}
+
+}  // namespace
+
+Track::Track(int id, std::vector<TrackPoint> points) : id_(id), points_(std::move(points)) {}
+
+std::optional<Person> Track::at(double time) const {
+  if (time < start() || time > end()) {
+    return std::nullopt;
+  }
+  Person person{.id = id_, .position = positionAt(time), .velocity = {}};
+  const double before = std::max(time - kVelocitySpan, start());
+  const double after = std::min(time + kVelocitySpan, end());
+  if (after > before) {
+    const GroundPoint from = positionAt(before);
+    const GroundPoint to = positionAt(after);
+    person.velocity = {(to.x - from.x) / (after - before), (to.y - from.y) / (after - before)};
+  }
+  return person;
+}
+
+GroundPoint Track::positionAt(double time) const {
+  const auto after =
+      std::upper_bound(points_.begin(), points_.end(), time,
+                       [](double moment, const TrackPoint& point) { return moment < point.time; });
+  if (after == points_.end()) {
+    return points_.back().position;
+  }
+  const TrackPoint& from = *(after - 1);
+  const double share = (time - from.time) / (after->time - from.time);
+  return {std::lerp(from.position.x, after->position.x, share),
+          std::lerp(from.position.y, after->position.y, share)};
+}
+
+TrackSet::TrackSet(std::vector<Track> tracks) : tracks_(std::move(tracks)) {
+  std::stable_sort(tracks_.begin(), tracks_.end(),
+                   [](const Track& a, const Track& b) { return a.start() < b.start(); });
+}
+
+TrackSet TrackSet::parse(std::istream& in, const std::string& name) {
+  std::string line;
+  int number = 1;
+  if (!std::getline(in, line) || trimmed(line) != kHeading) {
+    RowReader(name, number).fail("expected the heading " + std::string(kHeading));
+  }
+  std::map<int, std::vector<TrackPoint>> people;
+  while (std::getline(in, line)) {
+    ++number;
+    const std::string_view text = trimmed(line);
+    if (text.empty()) {
+      continue;
+    }
+    const RowReader reader(name, number);
+    const Row row = reader.read(text);
+    std::vector<TrackPoint>& points = people[row.id];
+    if (!points.empty() && row.time <= points.back().time) {
+      reader.fail("time of person " + std::to_string(row.id) + " does not grow");
+    }
+    points.push_back({row.time, row.position});
+  }
+  if (people.empty()) {
+    RowReader(name, number).fail("no rows");
+  }
+  std::vector<Track> tracks;
+  tracks.reserve(people.size());
+  for (auto& [id, points] : people) {
+    tracks.emplace_back(id, std::move(points));
+  }
+  return TrackSet(std::move(tracks));
+}
+
+TrackSet TrackSet::read(const std::filesystem::path& file) {
+  std::ifstream in(file);
+  if (!in) {
+    throw TrackError(file.string() + ": cannot be opened");
+  }
+  return parse(in, file.string());
+}
+
+double TrackSet::start() const {
+  return tracks_.empty() ? 0 : tracks_.front().start();
+}
+
+double TrackSet::end() const {
+  double latest = 0;
+  for (const Track& track : tracks_) {
+    latest = &track == &tracks_.front() ? track.end() : std::max(latest, track.end());
+  }
+  return latest;
+}
+
+Bounds TrackSet::bounds() const {
+  if (tracks_.empty()) {
+    return {};
+  }
+  const GroundPoint first = tracks_.front().points().front().position;
+  Bounds bounds{first, first};
+  for (const Track& track : tracks_) {
+    for (const TrackPoint& point : track.points()) {
+      bounds.low.x = std::min(bounds.low.x, point.position.x);
+      bounds.low.y = std::min(bounds.low.y, point.position.y);
+      bounds.high.x = std::max(bounds.high.x, point.position.x);
+      bounds.high.y = std::max(bounds.high.y, point.position.y);
+    }
+  }
+  return bounds;
+}
+
+std::vector<Person> TrackSet::at(double time) const {
+  std::vector<Person> people;
+  for (const Track& track : tracks_) {
+    if (track.start() > time) {
+      break;
+    }
+    if (const std::optional<Person> person = track.at(time)) {
+      people.push_back(*person);
+    }
+  }
+  return people;
+}
+
+}  // namespace device

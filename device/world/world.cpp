@@ -1,0 +1,78 @@
+#include "world/world.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "world/people_generator.h"
+#include "world/stage.h"
+
+namespace device {
+namespace {
+
+TrackSet peopleOf(const WorldOptions& options) {
+  return options.tracks ? TrackSet::read(*options.tracks) : generatePeople(options.seed);
+}
+
+Stage stageOf(const Model& model) {
+  std::vector<double> pans;
+  for (const ChannelModel& channel : model.channels) {
+    pans.push_back(channel.camera.pan);
+  }
+  // People come first where the head's way from home is short.
+  const double home = model.head.home.pan;
+  std::stable_sort(pans.begin(), pans.end(), [home](double a, double b) {
+    return std::abs(normalizedPan(a - home)) < std::abs(normalizedPan(b - home));
+  });
+  return Stage(std::move(pans), model.stageDistance, model.stageTurn);
+}
+
+}  // namespace
+
+World::World(const Model& model, const WorldOptions& options)
+    : mast_{0, 0, model.mastHeight},
+      includeArea_(options.includeArea),
+      playback_(peopleOf(options), stageOf(model)) {
+  for (const ChannelModel& channel : model.channels) {
+    const std::uint64_t seed = options.seed * 1000 + channels_.size();
+    channels_.push_back({OverviewCamera(channel.camera), Analytics(seed), channel.movesWithHead});
+  }
+}
+
+void World::followHead(const HeadStatus& head) {
+  for (Channel& channel : channels_) {
+    if (channel.movesWithHead) {
+      channel.camera.pointAt({head.pan, head.tilt}, head.pictureWidth);
+    }
+  }
+}
+
+Frame World::frame(int channel, double time, std::int64_t timestamp) {
+  Channel& seen = channels_.at(static_cast<std::size_t>(channel));
+  const std::vector<Person> people = playback_.at(time);
+  return seen.analytics.observe(seen.camera, people, timestamp);
+}
+
+std::vector<PersonView> World::people(double time) const {
+  std::vector<PersonView> views;
+  for (const Person& person : playback_.at(time)) {
+    const auto directionAt = [&](double height) {
+      return directionOf(
+          {person.position.x - mast_.x, person.position.y - mast_.y, height - mast_.z});
+    };
+    const SpacePoint centre{person.position.x, person.position.y, kPersonHeight / 2};
+    views.push_back({.id = person.id,
+                     .centre = directionAt(kPersonHeight / 2),
+                     .height = angleBetween(directionAt(0), directionAt(kPersonHeight)),
+                     .inside = isInside(centre)});
+  }
+  return views;
+}
+
+bool World::isInside(const SpacePoint& centre) const {
+  return std::any_of(channels_.begin(), channels_.end(), [&](const Channel& channel) {
+    const std::optional<PicturePoint> seen = channel.camera.project(centre);
+    return seen && std::abs(seen->x) <= includeArea_ && std::abs(seen->y) <= includeArea_;
+  });
+}
+
+}  // namespace device
