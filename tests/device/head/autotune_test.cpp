@@ -1,0 +1,181 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <optional>
+#include <random>
+#include <vector>
+
+#include "device/source_folder.h"
+#include "head/head.h"
+#include "model/model.h"
+
+// A relay on each axis, as an application uses it to learn how a head behaves, must make every head
+// oscillate quickly and evenly enough.
+namespace device {
+namespace {
+
+constexpr double kRelayPercent = 35;
+constexpr double kSampleInterval = 0.05;  // seconds
+constexpr double kTimeLimit = 25;         // seconds
+constexpr std::size_t kPeriodsNeeded = 12;
+constexpr std::size_t kPeriodsJudged = 10;
+
+struct Sample {
+  double time;
+  double value;
+};
+
+struct Period {
+  double length;
+  double swing;
+};
+
+struct Spread {
+  double mean;
+  double deviation;
+};
+
+// From one rising crossing of the band around the middle (a tenth of the swing to either side) to
+// the next; between them the value has been below the band.
+std::vector<Period> periodsOf(const std::vector<Sample>& samples) {
+  double low = 9999.9;
+  double high = -9999.9;
+  for (const Sample& sample : samples) {
+    low = std::min(low, sample.value);
+    high = std::max(high, sample.value);
+  }
+  const double upper = (high + low) / 2 + (high - low) / 10;
+  const double lower = (high + low) / 2 - (high - low) / 10;
+  std::vector<Period> periods;
+  std::optional<std::size_t> rise;
+  bool wasBelow = true;
+  for (std::size_t i = 0; i < samples.size(); ++i) {
+    if (samples[i].value < lower) {
+      wasBelow = true;
+    }
+    if (samples[i].value <= upper || !wasBelow) {
+      continue;
+    }
+    wasBelow = false;
+    if (rise) {
+      double least = 9999.9;
+      double most = -9999.9;
+      for (std::size_t k = *rise; k < i; ++k) {
+        least = std::min(least, samples[k].value);
+        most = std::max(most, samples[k].value);
+      }
+      periods.push_back({samples[i].time - samples[*rise].time, most - least});
+    }
+    rise = i;
+  }
+  return periods;
+}
+
+template <typename Field>
+Spread spreadOf(const std::vector<Period>& periods, Field field) {
+  const std::size_t first = periods.size() - kPeriodsJudged;
+  double sum = 0;
+  for (std::size_t i = first; i < periods.size(); ++i) {
+    sum += periods[i].*field;
+  }
+  const double mean = sum / kPeriodsJudged;
+  double squares = 0;
+  for (std::size_t i = first; i < periods.size(); ++i) {
+    squares += std::pow(periods[i].*field - mean, 2);
+  }
+  return {mean, std::sqrt(squares / kPeriodsJudged)};
+}
+
+bool isRegular(const std::vector<Period>& periods) {
+  if (periods.size() < kPeriodsNeeded) {
+    return false;
+  }
+  const Spread length = spreadOf(periods, &Period::length);
+  const Spread swing = spreadOf(periods, &Period::swing);
+  return length.deviation < length.mean / 4 && swing.deviation < swing.mean / 4;
+}
+
+double relay(double setpoint, double value) {
+  return setpoint < value ? -kRelayPercent : kRelayPercent;
+}
+
+struct Learned {
+  std::optional<double> panTime;  // seconds until the oscillation of the axis was regular
+  std::optional<double> tiltTime;
+};
+
+// jitter: seconds by which samples and commands may come late.
+Learned learn(Head& head, double jitter) {
+  std::mt19937 random(11);
+  std::uniform_real_distribution<double> late(0, jitter);
+  const HeadStatus start = head.status();
+  std::vector<Sample> pan;
+  std::vector<Sample> tilt;
+  Learned learned;
+  for (double time = 0; time < kTimeLimit;) {
+    const HeadStatus status = head.status();
+    pan.push_back({time, status.pan});
+    tilt.push_back({time, status.tilt});
+    if (!learned.panTime && isRegular(periodsOf(pan))) {
+      learned.panTime = time;
+    }
+    if (!learned.tiltTime && isRegular(periodsOf(tilt))) {
+      learned.tiltTime = time;
+    }
+    const double onTheWay = late(random);
+    head.step(onTheWay);
+    head.command({.pan = {MoveKind::Continuous, relay(start.pan, status.pan)},
+                  .tilt = {MoveKind::Continuous, relay(start.tilt, status.tilt)},
+                  .zoom = {MoveKind::Continuous, 0}});
+    const double pause = kSampleInterval + late(random);
+    head.step(pause);
+    time += onTheWay + pause;
+  }
+  return learned;
+}
+
+class AutotuneTest : public testing::TestWithParam<const char*> {
+ protected:
+  static Head headAtStart() {
+    Head head(loadModel(modelsFolder(), GetParam()).head);
+    head.command({.pan = {MoveKind::Absolute, 0},
+                  .tilt = {MoveKind::Absolute, -45},
+                  .zoom = {MoveKind::Absolute, 1}});
+    head.step(10);
+    return head;
+  }
+};
+
+TEST_P(AutotuneTest, bothAxesOscillateRegularlyInTime) {
+  Head head = headAtStart();
+  const Learned learned = learn(head, 0);
+  EXPECT_TRUE(learned.panTime);
+  EXPECT_TRUE(learned.tiltTime);
+}
+
+TEST_P(AutotuneTest, bothAxesOscillateRegularlyWhenCommandsComeLate) {
+  Head head = headAtStart();
+  const Learned learned = learn(head, 0.015);
+  EXPECT_TRUE(learned.panTime);
+  EXPECT_TRUE(learned.tiltTime);
+}
+
+TEST_P(AutotuneTest, zoomCheckPositionIsReachedInTime) {
+  Head head(loadModel(modelsFolder(), GetParam()).head);
+  head.command({.pan = {MoveKind::Absolute, 0},
+                .tilt = {MoveKind::Absolute, -45},
+                .zoom = {MoveKind::Absolute, 100}});
+  head.step(100 * kSampleInterval);
+  EXPECT_FALSE(head.status().moving());
+  EXPECT_NEAR(head.status().pan, 0, 0.5);
+  EXPECT_NEAR(head.status().tilt, -45, 0.5);
+  EXPECT_EQ(head.status().zoom, 100);
+}
+
+INSTANTIATE_TEST_SUITE_P(Heads, AutotuneTest,
+                         testing::Values("fixed", "ordinary", "slow", "fast", "k47", "mechanical",
+                                         "compass"),
+                         [](const auto& info) { return std::string(info.param); });
+
+}  // namespace
+}  // namespace device

@@ -1,0 +1,250 @@
+#include "head/head.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+namespace device {
+namespace {
+
+HeadSetup ordinaryHead() {
+  HeadSetup setup;
+  setup.pan = {.speed = 100, .acceleration = 400, .low = -180, .high = 180, .endless = true};
+  setup.tilt = {.speed = 100, .acceleration = 400, .low = -90, .high = 20};
+  setup.latency = 0.04;
+  setup.zoomSpeed = 1000;
+  setup.minZoom = 1;
+  setup.maxZoom = 9999;
+  setup.minFieldAngle = 2.5;
+  setup.maxFieldAngle = 63.4;
+  setup.aspectRatio = 16.0 / 9;
+  setup.home = {.pan = 0, .tilt = -3.6, .zoom = 1};
+  return setup;
+}
+
+HeadCommand goTo(double pan, double tilt, int zoom, int speed = 100) {
+  return {.pan = {MoveKind::Absolute, pan},
+          .tilt = {MoveKind::Absolute, tilt},
+          .zoom = {MoveKind::Absolute, static_cast<double>(zoom)},
+          .speed = speed};
+}
+
+HeadCommand goOn(double pan, double tilt, double zoom, int speed = 100) {
+  return {.pan = {MoveKind::Continuous, pan},
+          .tilt = {MoveKind::Continuous, tilt},
+          .zoom = {MoveKind::Continuous, zoom},
+          .speed = speed};
+}
+
+void run(Head& head, double seconds) {
+  const int steps = static_cast<int>(std::lround(seconds / 0.01));
+  for (int i = 0; i < steps; ++i) {
+    head.step(0.01);
+  }
+}
+
+TEST(HeadTest, standsAtHomeAtFirst) {
+  Head head(ordinaryHead());
+  run(head, 1);
+  const HeadStatus status = head.status();
+  EXPECT_DOUBLE_EQ(status.pan, 0);
+  EXPECT_DOUBLE_EQ(status.tilt, -3.6);
+  EXPECT_EQ(status.zoom, 1);
+  EXPECT_FALSE(status.moving());
+}
+
+TEST(HeadTest, aCommandTakesEffectAfterTheLatency) {
+  Head head(ordinaryHead());
+  head.command(goOn(100, 0, 0));
+  head.step(0.039);
+  EXPECT_DOUBLE_EQ(head.status().pan, 0);
+  EXPECT_FALSE(head.status().panMoving);
+  head.step(0.051);  // 0.05 s of motion: 400 * 0.05^2 / 2
+  EXPECT_NEAR(head.status().pan, 0.5, 0.02);
+  EXPECT_TRUE(head.status().panMoving);
+  EXPECT_FALSE(head.status().tiltMoving);
+}
+
+TEST(HeadTest, commandsTakeEffectInTheirOrder) {
+  Head head(ordinaryHead());
+  head.command(goOn(100, 0, 0));
+  head.step(0.02);
+  head.command(goOn(0, -100, 0));
+  run(head, 2);
+  // Pan was driven for 0.02 s, up to 8 deg/s, and braked at once: 2 * 400 * 0.02^2 / 2.
+  EXPECT_NEAR(head.status().pan, 0.16, 0.02);
+  EXPECT_LT(head.status().tilt, -60);
+}
+
+TEST(HeadTest, oneLongStepDoesWhatManyShortOnesDo) {
+  Head once(ordinaryHead());
+  Head often(ordinaryHead());
+  for (Head* head : {&once, &often}) {
+    head->command(goTo(30, -45, 500));
+  }
+  once.step(0.5);
+  run(often, 0.5);
+  EXPECT_NEAR(once.status().pan, often.status().pan, 0.06);
+  EXPECT_NEAR(once.status().tilt, often.status().tilt, 0.06);
+}
+
+TEST(HeadTest, percentOfFullSpeed) {
+  Head head(ordinaryHead());
+  head.command(goOn(35, -20, 50));
+  head.step(1.04);
+  const double panWay = 35 * (1 - 0.0875 / 2);  // 35 / 400 s to speed up
+  const double tiltWay = 20 * (1 - 0.05 / 2);
+  EXPECT_NEAR(head.status().pan, panWay, 0.1);
+  EXPECT_NEAR(head.status().tilt, -3.6 - tiltWay, 0.1);
+  EXPECT_NEAR(head.status().zoom, 1 + 500 * (1 - 0.05 / 2), 2);
+}
+
+TEST(HeadTest, percentBeyondAHundredCountsAsAHundred) {
+  Head head(ordinaryHead());
+  head.command(goOn(1000, 0, 0));
+  head.step(1.04);
+  EXPECT_NEAR(head.status().pan, 87.5, 0.1);
+}
+
+TEST(HeadTest, anAxisThatIsNotDrivenKeepsWhatItDoes) {
+  Head head(ordinaryHead());
+  head.command(goOn(50, 0, 0));
+  run(head, 0.5);
+  head.command({.pan = {}, .tilt = {}, .zoom = {MoveKind::Absolute, 400}});
+  const double before = head.status().pan;
+  run(head, 0.6);
+  EXPECT_NEAR(head.status().pan, before + 30, 0.1);
+  EXPECT_EQ(head.status().zoom, 400);
+}
+
+TEST(HeadTest, goesToPositionsAndSaysWhenItIsThere) {
+  Head head(ordinaryHead());
+  head.command(goTo(0, -45, 100));
+  run(head, 0.1);
+  EXPECT_TRUE(head.status().tiltMoving);
+  EXPECT_TRUE(head.status().zoomMoving);
+  EXPECT_FALSE(head.status().panMoving);
+  run(head, 2);
+  EXPECT_FALSE(head.status().moving());
+  EXPECT_DOUBLE_EQ(head.status().tilt, -45);
+  EXPECT_EQ(head.status().zoom, 100);
+}
+
+TEST(HeadTest, absoluteMotionsKeepToTheSpeedOfTheCommand) {
+  Head head(ordinaryHead());
+  head.command(goTo(90, -3.6, 1, 10));
+  run(head, 2.04);  // 10 deg/s, 0.025 s to speed up
+  EXPECT_NEAR(head.status().pan, 10 * (2 - 0.025 / 2), 0.1);
+}
+
+TEST(HeadTest, panTurnsForEverAndTiltStops) {
+  Head head(ordinaryHead());
+  head.command(goOn(100, -100, 0));
+  run(head, 4.04);
+  EXPECT_NEAR(head.status().pan, 387.5 - 360, 0.2);
+  EXPECT_DOUBLE_EQ(head.status().tilt, -90);
+  EXPECT_FALSE(head.status().tiltMoving);
+}
+
+TEST(HeadTest, zoomStaysOnItsScale) {
+  Head head(ordinaryHead());
+  head.command(goOn(0, 0, -100));
+  run(head, 1);
+  EXPECT_EQ(head.status().zoom, 1);
+  head.command(goOn(0, 0, 100));
+  run(head, 12);
+  EXPECT_EQ(head.status().zoom, 9999);
+}
+
+// The multiplier grows linearly from 1: 25.36 - 1 = 24.36 over 9999 steps, so that step 4106 gives
+// 24.36 * 4105 / 9999 + 1 = 11.0007.
+TEST(HeadTest, thePictureShrinksWithTheMultiplier) {
+  Head head(ordinaryHead());
+  EXPECT_DOUBLE_EQ(head.status().magnification, 1);
+  EXPECT_DOUBLE_EQ(head.status().pictureWidth, 63.4);
+  EXPECT_NEAR(head.status().pictureHeight, 35.6625, 1e-9);
+  head.command(goTo(0, 0, 4106));
+  run(head, 6);
+  EXPECT_NEAR(head.status().magnification, 11.0007, 0.001);
+  EXPECT_NEAR(head.status().pictureWidth, 63.4 / 11.0007, 0.001);
+}
+
+TEST(HeadTest, aStopDropsWhatIsStillOnItsWay) {
+  Head head(ordinaryHead());
+  head.command(goTo(90, -45, 1));
+  head.step(0.02);
+  head.command(goOn(0, 0, 0, 0));
+  run(head, 3);
+  EXPECT_DOUBLE_EQ(head.status().pan, 0);
+  EXPECT_DOUBLE_EQ(head.status().tilt, -3.6);
+}
+
+TEST(HeadTest, speedZeroWithMotionIsNoStop) {
+  Head head(ordinaryHead());
+  head.command(goTo(20, -3.6, 1));
+  head.step(0.02);
+  head.command(goOn(0, -10, 0, 0));
+  run(head, 1);
+  EXPECT_GT(head.status().pan, 0);  // the first was obeyed until the second took over
+}
+
+TEST(HeadTest, aStopEndsMotion) {
+  Head head(ordinaryHead());
+  head.command(goOn(100, -50, 100));
+  run(head, 0.5);
+  head.command(goOn(0, 0, 0, 0));
+  run(head, 0.5);
+  const HeadStatus rest = head.status();
+  EXPECT_FALSE(rest.moving());
+  run(head, 1);
+  EXPECT_DOUBLE_EQ(head.status().pan, rest.pan);
+}
+
+TEST(HeadTest, goesHome) {
+  Head head(ordinaryHead());
+  head.command(goTo(120, 10, 3000));
+  run(head, 5);
+  head.goHome(100);
+  run(head, 5);
+  EXPECT_DOUBLE_EQ(head.status().pan, 0);
+  EXPECT_DOUBLE_EQ(head.status().tilt, -3.6);
+  EXPECT_EQ(head.status().zoom, 1);
+}
+
+TEST(HeadTest, keepsPresets) {
+  Head head(ordinaryHead());
+  EXPECT_FALSE(head.setPreset(0));
+  EXPECT_FALSE(head.goToPreset(3, 100));
+  head.command(goTo(-175, -20, 700));
+  run(head, 3);
+  EXPECT_TRUE(head.setPreset(3));
+  ASSERT_EQ(head.presets().size(), 1u);
+  EXPECT_NEAR(head.presets().at(3).pan, -175, 1e-9);
+  EXPECT_EQ(head.presetHere(), 3);
+
+  head.goHome(100);
+  run(head, 0.5);
+  EXPECT_EQ(head.presetHere(), 0);
+  run(head, 5);
+  EXPECT_EQ(head.presetHere(), 0);
+
+  EXPECT_TRUE(head.goToPreset(3, 100));
+  run(head, 5);
+  EXPECT_EQ(head.presetHere(), 3);
+  EXPECT_NEAR(head.status().tilt, -20, 1e-9);
+  EXPECT_EQ(head.status().zoom, 700);
+}
+
+TEST(HeadTest, presetsAreFoundAcrossTheSeam) {
+  Head head(ordinaryHead());
+  head.command(goTo(-179.9, -3.6, 1));
+  run(head, 4);
+  head.setPreset(1);
+  head.command(goTo(179.9, -3.6, 1));
+  run(head, 1);
+  EXPECT_NEAR(head.status().pan, 179.9, 1e-9);
+  EXPECT_EQ(head.presetHere(), 1);
+}
+
+}  // namespace
+}  // namespace device

@@ -1,0 +1,303 @@
+#include "world/analytics.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <set>
+
+namespace device {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+OverviewCamera cameraOf(int rotation = 0) {
+  OverviewCameraSetup setup;
+  setup.position = {0, 0, 9};
+  setup.tilt = -11.5;
+  setup.horizontalFov = rotation % 180 == 0 ? 36 : 21;
+  setup.rotation = rotation;
+  return OverviewCamera(setup);
+}
+
+std::vector<std::int32_t> idsOf(const Frame& frame) {
+  std::vector<std::int32_t> ids;
+  for (const FrameObject& object : frame.objects) {
+    ids.push_back(object.id);
+  }
+  return ids;
+}
+
+// Where a receiver takes an object to be: its outline's centroid in the upright picture.
+PicturePoint centreOf(const FrameObject& object, const OverviewCamera& camera) {
+  double area = 0;
+  PicturePoint sum;
+  for (std::size_t i = 0; i < object.outline.size(); ++i) {
+    const FramePoint& a = object.outline[i];
+    const FramePoint& b = object.outline[(i + 1) % object.outline.size()];
+    const double cross = static_cast<double>(a.x) * b.y - static_cast<double>(b.x) * a.y;
+    area += cross;
+    sum.x += (a.x + b.x) * cross;
+    sum.y += (a.y + b.y) * cross;
+  }
+  return camera.toUpright({sum.x / (3 * area) / 4096, sum.y / (3 * area) / 4096});
+}
+
+class AnalyticsTest : public testing::Test {
+ protected:
+  Frame see(const std::vector<Person>& people) {
+    time_ += 100000;
+    return analytics_.observe(camera_, people, time_);
+  }
+
+  static Person at(int id, double x, double y = 40, GroundPoint velocity = {}) {
+    return {id, {x, y}, velocity};
+  }
+
+  OverviewCamera camera_ = cameraOf();
+  Analytics analytics_{1};
+  std::int64_t time_ = 0;
+};
+
+TEST_F(AnalyticsTest, anEmptyGround) {
+  const Frame frame = see({});
+  EXPECT_EQ(frame.timestamp, 100000);
+  EXPECT_THAT(frame.objects, IsEmpty());
+  EXPECT_THAT(frame.events, IsEmpty());
+}
+
+TEST_F(AnalyticsTest, objectsHaveIdsOfTheirOwnAndKeepThem) {
+  EXPECT_THAT(idsOf(see({at(70, 0)})), ElementsAre(1));
+  EXPECT_THAT(idsOf(see({at(70, 0.2), at(12, 5)})), ElementsAre(1, 2));
+  EXPECT_THAT(idsOf(see({at(70, 0.4), at(12, 4.8)})), ElementsAre(1, 2));
+}
+
+TEST_F(AnalyticsTest, whoLeavesIsDeletedOnceAndComesBackAsAnother) {
+  see({at(1, 0), at(2, 5)});
+  const Frame left = see({at(2, 5)});
+  EXPECT_THAT(idsOf(left), ElementsAre(2));
+  EXPECT_THAT(left.events, ElementsAre(FrameEvent{FrameAction::Delete, {1}, {}}));
+  EXPECT_THAT(see({at(2, 5)}).events, IsEmpty());
+  EXPECT_THAT(idsOf(see({at(1, 0), at(2, 5)})), ElementsAre(2, 3));
+}
+
+TEST_F(AnalyticsTest, severalWhoLeaveAtOnceShareAnEvent) {
+  see({at(1, 0), at(2, 5), at(3, -5)});
+  EXPECT_THAT(see({at(2, 5)}).events, ElementsAre(FrameEvent{FrameAction::Delete, {1, 3}, {}}));
+}
+
+TEST_F(AnalyticsTest, walkingOutOfThePictureEndsAnObject) {
+  see({at(1, 12)});
+  EXPECT_THAT(see({at(1, 20)}).events, ElementsAre(FrameEvent{FrameAction::Delete, {1}, {}}));
+}
+
+// Boxes are 0.5 m wide: at 0.2 m apart they share 60 % of their width, at 0.3 m 40 %.
+TEST_F(AnalyticsTest, outlinesThatMeetMergeAndAreSplitWhenTheyPart) {
+  see({at(1, -1), at(2, 1)});
+  EXPECT_THAT(see({at(1, -0.15), at(2, 0.15)}).events, IsEmpty());
+
+  const Frame met = see({at(1, -0.1), at(2, 0.1)});
+  EXPECT_THAT(idsOf(met), ElementsAre(1));
+  EXPECT_THAT(met.events, ElementsAre(FrameEvent{FrameAction::Merge, {1}, {2}}));
+
+  const Frame still =
+      see({at(1, 0.15), at(2, -0.15)});  // apart enough not to meet, but not to part
+  EXPECT_THAT(idsOf(still), ElementsAre(1));
+  EXPECT_THAT(still.events, IsEmpty());
+
+  const Frame parted = see({at(1, 0.25), at(2, -0.25)});
+  EXPECT_THAT(idsOf(parted), ElementsAre(1, 3));
+  EXPECT_THAT(parted.events, ElementsAre(FrameEvent{FrameAction::Split, {1}, {1, 3}}));
+  EXPECT_GT(centreOf(parted.objects[0], camera_).x, 0);  // the first person kept the id
+}
+
+TEST_F(AnalyticsTest, aMergedObjectIsAsWideAsBothAndMovesInTheMean) {
+  see({at(1, -1), at(2, 1)});
+  const Frame apart = see({at(1, -1, 40, {1, 0}), at(2, 1, 40, {-1, 0})});
+  const Frame met = see({at(1, -0.1, 40, {1.5, 0}), at(2, 0.1, 40, {-1.5, 0})});
+  ASSERT_THAT(met.objects, SizeIs(1));
+  const auto width = [](const FrameObject& object) { return object.box[2].x - object.box[0].x; };
+  EXPECT_NEAR(width(met.objects[0]), width(apart.objects[0]) * 1.4, 20);
+  EXPECT_NEAR(met.objects[0].velocity.x, 0, 2);
+  EXPECT_NEAR(centreOf(met.objects[0], camera_).x, 0, 0.003);
+}
+
+TEST_F(AnalyticsTest, threeMeetAndPartInOneFrame) {
+  see({at(1, -1), at(2, 0), at(3, 1)});
+  const Frame met = see({at(1, -0.2), at(2, 0), at(3, 0.2)});
+  EXPECT_THAT(idsOf(met), ElementsAre(1));
+  EXPECT_THAT(met.events, ElementsAre(FrameEvent{FrameAction::Merge, {1}, {2, 3}}));
+  const Frame parted = see({at(1, -2), at(2, 0), at(3, 2)});
+  EXPECT_THAT(parted.events, ElementsAre(FrameEvent{FrameAction::Split, {1}, {1, 4, 5}}));
+  EXPECT_THAT(idsOf(parted), ElementsAre(1, 4, 5));
+}
+
+TEST_F(AnalyticsTest, theObjectLivesWhileOneOfItsPeopleIsThere) {
+  see({at(1, -1), at(2, 1)});
+  see({at(1, -0.1), at(2, 0.1)});
+  const Frame left = see({at(2, 0.1)});
+  EXPECT_THAT(idsOf(left), ElementsAre(1));
+  EXPECT_THAT(left.events, IsEmpty());
+  EXPECT_THAT(see({}).events, ElementsAre(FrameEvent{FrameAction::Delete, {1}, {}}));
+}
+
+TEST_F(AnalyticsTest, whoAppearsHiddenBehindAnotherHasNoObjectYet) {
+  EXPECT_THAT(idsOf(see({at(1, 0), at(2, 0.1)})), ElementsAre(1));
+  const Frame parted = see({at(1, 0), at(2, 2)});
+  EXPECT_THAT(idsOf(parted), ElementsAre(1, 2));
+  EXPECT_THAT(parted.events, ElementsAre(FrameEvent{FrameAction::Split, {1}, {1, 2}}));
+}
+
+TEST_F(AnalyticsTest, objectsAreWhereThePeopleAre) {
+  for (double x = -10; x <= 10; x += 2.5) {
+    for (double y = 33; y <= 48; y += 5) {
+      Analytics analytics(static_cast<std::uint64_t>(100 + x + y));
+      const std::vector<Person> people{at(1, x, y)};
+      const Frame frame = analytics.observe(camera_, people, 0);
+      ASSERT_THAT(frame.objects, SizeIs(1)) << x << " " << y;
+      const PicturePoint truth = *camera_.project({x, y, 0.9});
+      const PicturePoint seen = centreOf(frame.objects[0], camera_);
+      EXPECT_NEAR(seen.x, truth.x, 2.0 / 960) << x << " " << y;
+      EXPECT_NEAR(seen.y, truth.y, 8.0 / 540) << x << " " << y;
+    }
+  }
+}
+
+TEST_F(AnalyticsTest, boxesHoldTheirOutlines) {
+  const Frame frame = see({at(1, 0), at(2, 5), at(3, -13), at(4, 13)});
+  for (const FrameObject& object : frame.objects) {
+    ASSERT_GE(object.outline.size(), 8u);
+    ASSERT_LE(object.outline.size(), 24u);
+    const auto byX = [](const FramePoint& a, const FramePoint& b) { return a.x < b.x; };
+    const auto byY = [](const FramePoint& a, const FramePoint& b) { return a.y < b.y; };
+    const auto [left, right] =
+        std::minmax_element(object.outline.begin(), object.outline.end(), byX);
+    const auto [bottom, top] =
+        std::minmax_element(object.outline.begin(), object.outline.end(), byY);
+    EXPECT_THAT(object.box,
+                ElementsAre(FramePoint{left->x, bottom->y}, FramePoint{left->x, top->y},
+                            FramePoint{right->x, top->y}, FramePoint{right->x, bottom->y}));
+    EXPECT_GE(left->x, -4096);
+    EXPECT_LE(right->x, 4096);
+  }
+}
+
+// 1 m/s across at 40.8 m from the lens is 1/40.8 per second of the focal length, which is half the
+// picture's width over tan(18).
+TEST_F(AnalyticsTest, velocityIsInUnitsOfTheScene) {
+  const Frame frame = see({at(1, 0, 40, {1, 0})});
+  const double expected = 4096 / 40.8 / std::tan(toRadians(18));
+  EXPECT_NEAR(frame.objects[0].velocity.x, expected, expected * 0.08);
+  EXPECT_NEAR(frame.objects[0].velocity.y, 0, 2);
+}
+
+TEST_F(AnalyticsTest, confidenceIsLowNearTheEdge) {
+  EXPECT_EQ(see({at(1, 0)}).objects[0].confidence, 4096);
+  EXPECT_EQ(see({at(1, 12)}).objects[0].confidence, 4096);
+  std::int32_t confidence = 4096;
+  bool wasBetween = false;
+  for (double x = 12.4; x < 13.3; x += 0.05) {
+    Analytics fresh(4);
+    const std::vector<Person> people{at(1, x)};
+    const Frame frame = fresh.observe(camera_, people, 0);
+    ASSERT_THAT(frame.objects, SizeIs(1));
+    EXPECT_LE(frame.objects[0].confidence, confidence);
+    confidence = frame.objects[0].confidence;
+    wasBetween = wasBetween || (confidence > 1024 && confidence < 4096);
+  }
+  EXPECT_TRUE(wasBetween);
+  EXPECT_EQ(confidence, 1024);
+}
+
+TEST_F(AnalyticsTest, theSameSeedGivesTheSameFrames) {
+  Analytics one(42);
+  Analytics same(42);
+  Analytics other(43);
+  bool differs = false;
+  for (int i = 0; i < 50; ++i) {
+    const std::vector<Person> people{at(1, -5 + 0.2 * i), at(2, 5 - 0.2 * i)};
+    const Frame frame = one.observe(camera_, people, i);
+    ASSERT_EQ(frame, same.observe(camera_, people, i));
+    differs = differs || frame != other.observe(camera_, people, i);
+  }
+  EXPECT_TRUE(differs);
+}
+
+// Vertices of the outline shake by 0.8 pixels, a standard deviation.
+TEST_F(AnalyticsTest, noiseIsAboutAPixel) {
+  double sum = 0;
+  double squares = 0;
+  constexpr int kFrames = 2000;
+  for (int i = 0; i < kFrames; ++i) {
+    const double pixels = see({at(1, 0)}).objects[0].outline[0].x / 4096.0 * 960;
+    sum += pixels;
+    squares += pixels * pixels;
+  }
+  const double mean = sum / kFrames;
+  EXPECT_NEAR(std::sqrt(squares / kFrames - mean * mean), 0.8, 0.1);
+}
+
+class RotatedAnalyticsTest : public testing::TestWithParam<int> {};
+
+TEST_P(RotatedAnalyticsTest, aReceiverFindsPeopleWhereTheyAre) {
+  const OverviewCamera camera = cameraOf(GetParam());
+  Analytics analytics(8);
+  for (double x = -6; x <= 6; x += 2) {
+    const std::vector<Person> people{{static_cast<int>(x) + 100, {x, 41}, {1.2, 0}}};
+    const Frame frame = analytics.observe(camera, people, 0);
+    ASSERT_THAT(frame.objects, SizeIs(1));
+    const Direction seen = camera.lineOfSight(centreOf(frame.objects[0], camera));
+    EXPECT_NEAR(seen.pan, toDegrees(std::atan2(x, 41)), 0.1);
+    EXPECT_NEAR(seen.tilt, toDegrees(std::atan2(0.9 - 9, std::hypot(x, 41))), 0.2);
+    const FramePoint& velocity = frame.objects[0].velocity;
+    const PicturePoint upright =
+        camera.toUpright({static_cast<double>(velocity.x), static_cast<double>(velocity.y)});
+    EXPECT_GT(upright.x, 100);  // to the right for a viewer
+    EXPECT_LT(std::abs(upright.y), 20);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Turns, RotatedAnalyticsTest, testing::Values(0, 90, 180, 270));
+
+// Whatever people do, ids are unique in a frame, new ones are never old ones, and events speak of
+// objects that were there.
+TEST_F(AnalyticsTest, randomWalksKeepTheBooksInOrder) {
+  std::mt19937 random(17);
+  std::uniform_real_distribution<double> step(-0.4, 0.4);
+  std::vector<Person> people;
+  for (int i = 0; i < 12; ++i) {
+    people.push_back(at(i, -3 + 0.5 * i, 40));
+  }
+  std::set<std::int32_t> known;
+  std::int32_t highest = 0;
+  for (int i = 0; i < 1500; ++i) {
+    for (Person& person : people) {
+      person.position.x = std::clamp(person.position.x + step(random), -15.0, 15.0);
+      person.position.y = std::clamp(person.position.y + step(random), 33.0, 48.0);
+    }
+    const Frame frame = see(people);
+    std::set<std::int32_t> now;
+    for (const std::int32_t id : idsOf(frame)) {
+      ASSERT_TRUE(now.insert(id).second);
+      ASSERT_TRUE(known.contains(id) || id > highest);
+    }
+    for (const FrameEvent& event : frame.events) {
+      for (const std::int32_t id : event.from) {
+        ASSERT_TRUE(known.contains(id));
+        ASSERT_EQ(now.contains(id), event.action != FrameAction::Delete);
+      }
+      for (const std::int32_t id : event.to) {
+        ASSERT_EQ(now.contains(id), event.action == FrameAction::Split);
+      }
+    }
+    known = now;
+    highest = known.empty() ? highest : std::max(highest, *known.rbegin());
+  }
+  EXPECT_GT(highest, 50);
+}
+
+}  // namespace
+}  // namespace device

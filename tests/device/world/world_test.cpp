@@ -1,0 +1,146 @@
+#include "world/world.h"
+
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "device/source_folder.h"
+
+namespace device {
+namespace {
+
+class WorldTest : public testing::Test {
+ protected:
+  WorldTest()
+      : file_(std::filesystem::temp_directory_path() /
+              ("world_test." + std::to_string(getpid()) + ".csv")) {}
+  ~WorldTest() override { std::filesystem::remove(file_); }
+
+  // A world with one recording.
+  World worldOf(const std::string& model, const std::string& rows) {
+    std::ofstream(file_) << "time_s,id,x_m,y_m\n" << rows;
+    return World(loadModel(modelsFolder(), model), {.tracks = file_});
+  }
+
+  std::filesystem::path file_;
+};
+
+// One point, so the middle of the bounds: 45 m in front, seen from 18 m.
+TEST_F(WorldTest, peopleAreSeenFromTheMast) {
+  const World world = worldOf("fixed", "0,7,3,4\n");
+  const std::vector<PersonView> people = world.people(0);
+  ASSERT_EQ(people.size(), 1u);
+  EXPECT_EQ(people[0].id, 7);
+  EXPECT_NEAR(people[0].centre.pan, 0, 1e-9);
+  EXPECT_NEAR(people[0].centre.tilt, -toDegrees(std::atan2(18 - 0.875, 45)), 1e-9);
+  EXPECT_NEAR(people[0].height, toDegrees(std::atan2(18, 45) - std::atan2(16.25, 45)), 1e-9);
+  EXPECT_TRUE(people[0].inside);
+}
+
+TEST_F(WorldTest, insideMeansWithinTheIncludeArea) {
+  // Walks 40 m from left to right past the middle of the stage, along the axis' normal.
+  Model model = loadModel(modelsFolder(), "fixed");
+  model.stageTurn = 0;
+  std::ofstream(file_) << "time_s,id,x_m,y_m\n0,1,0,0\n40,1,40,0\n";
+  const World world(model, {.tracks = file_});
+  // The picture is tan(13.5) to either side at the depth of the axis; 0.97 of it counts.
+  const double axis = toRadians(-20.8);
+  const double depth = 45 * std::cos(axis) + (0.875 - 18) * std::sin(axis);
+  const double reach = 0.97 * std::tan(toRadians(13.5)) * depth;
+  EXPECT_FALSE(world.people(20 - reach - 0.05)[0].inside);
+  EXPECT_TRUE(world.people(20 - reach + 0.05)[0].inside);
+  EXPECT_TRUE(world.people(20 + reach - 0.05)[0].inside);
+  EXPECT_FALSE(world.people(20 + reach + 0.05)[0].inside);
+}
+
+TEST_F(WorldTest, framesShowThePeople) {
+  World world = worldOf("fixed", "0,7,3,4\n1,7,3,4\n");
+  const Frame frame = world.frame(0, 0.5, 123456);
+  EXPECT_EQ(frame.timestamp, 123456);
+  EXPECT_EQ(frame.objects.size(), 1u);
+  EXPECT_TRUE(world.frame(0, 5, 1).objects.empty());
+}
+
+TEST_F(WorldTest, everyChannelOfACompassHasItsTurn) {
+  World world = worldOf("compass",
+                        "0,1,0,0\n5,1,1,0\n30,2,0,0\n35,2,1,0\n60,3,0,0\n65,3,1,0\n"
+                        "90,4,0,0\n95,4,1,0\n");
+  ASSERT_EQ(world.channelCount(), 4);
+  // The one opposite to where the head is at home comes last.
+  const int order[] = {0, 1, 3, 2};
+  for (int turn = 0; turn < 4; ++turn) {
+    for (int channel = 0; channel < 4; ++channel) {
+      const Frame frame = world.frame(channel, turn * 30 + 2, 1);
+      EXPECT_EQ(frame.objects.size(), channel == order[turn] ? 1u : 0u) << channel << " " << turn;
+    }
+  }
+  const double pans[] = {0, 90, -90, -180};
+  for (int turn = 0; turn < 4; ++turn) {
+    EXPECT_NEAR(normalizedPan(world.people(turn * 30 + 2.5)[0].centre.pan - pans[turn]), 0, 1);
+  }
+}
+
+TEST_F(WorldTest, theChannelOfAMechanicalHeadLooksWhereItLooks) {
+  World world = worldOf("mechanical", "0,7,3,4\n1,7,3,4\n");
+  HeadStatus head{.pan = 0, .tilt = -3.6, .pictureWidth = 63.4};
+  world.followHead(head);
+  EXPECT_EQ(world.frame(0, 0, 1).objects.size(), 1u);
+  head.pan = 90;
+  head.pictureWidth = 20;
+  world.followHead(head);
+  EXPECT_DOUBLE_EQ(world.camera(0).setup().pan, 90);
+  EXPECT_DOUBLE_EQ(world.camera(0).horizontalFov(), 20);
+  EXPECT_TRUE(world.frame(0, 0.1, 1).objects.empty());
+  EXPECT_FALSE(world.people(0.1)[0].inside);
+}
+
+TEST_F(WorldTest, fixedChannelsStayWhereTheyAre) {
+  World world = worldOf("fixed", "0,7,3,4\n");
+  world.followHead({.pan = 90, .tilt = -50, .pictureWidth = 20});
+  EXPECT_DOUBLE_EQ(world.camera(0).setup().pan, 0);
+}
+
+TEST_F(WorldTest, theSameSeedGivesTheSameWorld) {
+  const Model model = loadModel(modelsFolder(), "fixed");
+  World one(model, {.tracks = std::nullopt, .seed = 3});
+  World same(model, {.tracks = std::nullopt, .seed = 3});
+  World other(model, {.tracks = std::nullopt, .seed = 4});
+  bool differs = false;
+  for (int i = 0; i < 300; ++i) {
+    const Frame frame = one.frame(0, i * 0.1, i);
+    ASSERT_EQ(frame, same.frame(0, i * 0.1, i));
+    differs = differs || frame != other.frame(0, i * 0.1, i);
+  }
+  EXPECT_TRUE(differs);
+}
+
+TEST_F(WorldTest, aBadRecordingIsRefused) {
+  EXPECT_THROW(worldOf("fixed", "0,7,3\n"), TrackError);
+}
+
+// With everybody of a recording in front of the camera, frames hold objects for most of the time in
+// which somebody is there.
+TEST_F(WorldTest, recordingsWalkInFrontOfTheCamera) {
+  if (!std::filesystem::exists(recordingsFolder())) {
+    GTEST_SKIP() << "no recordings beside the sources";
+  }
+  for (const auto& entry : std::filesystem::directory_iterator(recordingsFolder())) {
+    World world(loadModel(modelsFolder(), "fixed"), {.tracks = entry.path()});
+    int there = 0;
+    int inside = 0;
+    for (double time = 0; time < 300; time += 0.5) {
+      for (const PersonView& person : world.people(time)) {
+        ++there;
+        inside += person.inside ? 1 : 0;
+      }
+    }
+    EXPECT_GT(inside, 0.85 * there) << entry.path();
+  }
+}
+
+}  // namespace
+}  // namespace device

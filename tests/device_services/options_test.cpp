@@ -1,0 +1,68 @@
+#include "services/options.h"
+
+#include <gtest/gtest.h>
+
+namespace device {
+namespace {
+
+Options parse(std::vector<std::string> arguments) {
+  arguments.insert(arguments.begin(), "virtual_device");
+  return parseOptions(arguments);
+}
+
+TEST(OptionsTest, DefaultsRunWithoutEndAndWithoutDaemon) {
+  const Options options = parse({});
+  EXPECT_EQ("default", options.model);
+  EXPECT_EQ("models", options.models.filename());
+  EXPECT_FALSE(options.tracks);
+  EXPECT_EQ("", options.transport);
+  EXPECT_EQ(0, options.duration);
+  EXPECT_EQ(1u, options.seed);
+  EXPECT_FALSE(options.report);
+  EXPECT_EQ("", options.daemon);
+  EXPECT_FALSE(options.headBoot);
+  EXPECT_EQ(10, options.framesPerSecond);
+  EXPECT_FALSE(options.quiet);
+}
+
+TEST(OptionsTest, EveryOptionIsRead) {
+  const Options options =
+      parse({"--model",     "k47", "--models", "m",  "--tracks", "t.csv", "--transport", "module",
+             "--duration",  "1.5", "--seed",   "7",  "--report", "r",     "--daemon",    "d",
+             "--head-boot", "0",   "--fps",    "25", "--quiet"});
+  EXPECT_EQ("k47", options.model);
+  EXPECT_EQ("m", options.models);
+  EXPECT_EQ("t.csv", options.tracks);
+  EXPECT_EQ("module", options.transport);
+  EXPECT_EQ(1.5, options.duration);
+  EXPECT_EQ(7u, options.seed);
+  EXPECT_EQ("r", options.report);
+  EXPECT_EQ("d", options.daemon);
+  EXPECT_EQ(0.0, options.headBoot);
+  EXPECT_EQ(25, options.framesPerSecond);
+  EXPECT_TRUE(options.quiet);
+}
+
+TEST(OptionsTest, BadOptionsAreRefusedWithAWord) {
+  const std::vector<std::vector<std::string>> cases = {{"--none"},
+                                                       {"word"},
+                                                       {"--transport", "pigeon"},
+                                                       {"--duration", "-1"},
+                                                       {"--duration", "x"},
+                                                       {"--seed", "-1"},
+                                                       {"--fps", "0"},
+                                                       {"--fps", "101"},
+                                                       {"--model"},
+                                                       {"--duration", "nan"}};
+  for (const auto& arguments : cases) {
+    try {
+      parse(arguments);
+      ADD_FAILURE() << arguments[0];
+    } catch (const OptionError& error) {
+      EXPECT_STRNE("", error.what());
+    }
+  }
+}
+
+}  // namespace
+}  // namespace device

@@ -1,0 +1,144 @@
+#ifndef DEVICE_SERVICES_PRIVATE_BUS_H
+#define DEVICE_SERVICES_PRIVATE_BUS_H
+
+#include <gio/gio.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "services/bus.h"
+#include "services/glib_ptr.h"
+
+namespace device {
+
+// Runs the main loop until a condition holds; false when it does not within a time that only a
+// broken test needs.
+inline bool iterateUntil(const std::function<bool()>& condition) {
+  constexpr guint kPatienceSeconds = 30;
+  bool expired = false;
+  const auto expire = [](gpointer data) -> gboolean {
+    *static_cast<bool*>(data) = true;
+    return G_SOURCE_CONTINUE;
+  };
+  const GSourcePtr guard(g_timeout_source_new_seconds(kPatienceSeconds));
+  g_source_set_callback(guard.get(), expire, &expired, nullptr);
+  g_source_attach(guard.get(), nullptr);
+  while (!condition() && !expired) g_main_context_iteration(nullptr, TRUE);
+  return condition();
+}
+
+// A message bus of the test's own in place of the system bus.
+class PrivateBus {
+ public:
+  PrivateBus() : bus_(g_test_dbus_new(G_TEST_DBUS_NONE)) {
+    g_test_dbus_up(bus_);
+    setenv("DBUS_SYSTEM_BUS_ADDRESS", g_test_dbus_get_bus_address(bus_), 1);
+  }
+  PrivateBus(const PrivateBus&) = delete;
+  PrivateBus& operator=(const PrivateBus&) = delete;
+  ~PrivateBus() {
+    g_test_dbus_stop(bus_);
+    g_object_unref(bus_);
+  }
+
+ private:
+  GTestDBus* bus_;
+};
+
+struct Reply {
+  GVariantPtr value;
+  std::string error;  // the error's name on the bus, empty on success
+
+  bool ok() const { return value != nullptr; }
+};
+
+// A client of one service; the service may live in the same thread.
+class BusClient {
+ public:
+  // The interface and the bus name are the same for most services.
+  BusClient(std::string name, std::string path, std::string interface = "")
+      : connection_(connectToSystemBus()),
+        name_(std::move(name)),
+        path_(std::move(path)),
+        interface_(interface.empty() ? name_ : std::move(interface)) {
+    g_dbus_connection_signal_subscribe(connection_.get(), nullptr, interface_.c_str(), nullptr,
+                                       nullptr, nullptr, G_DBUS_SIGNAL_FLAGS_NONE, onSignal, this,
+                                       nullptr);
+  }
+  BusClient(const BusClient&) = delete;
+  BusClient& operator=(const BusClient&) = delete;
+  ~BusClient() { leave(); }
+
+  Reply call(const char* method, GVariant* arguments) {
+    return callOn(interface_, method, arguments);
+  }
+
+  std::optional<GVariantPtr> property(const char* name) {
+    Reply reply = callOn("org.freedesktop.DBus.Properties", "Get",
+                         g_variant_new("(ss)", interface_.c_str(), name));
+    if (!reply.ok()) return std::nullopt;
+    GVariant* value = nullptr;
+    g_variant_get(reply.value.get(), "(v)", &value);
+    return GVariantPtr(value);
+  }
+
+  void leave() { g_dbus_connection_close_sync(connection_.get(), nullptr, nullptr); }
+
+  struct Signal {
+    std::string name;
+    GVariantPtr arguments;
+  };
+  std::vector<Signal> signals;
+
+  std::size_t count(const std::string& name) const {
+    std::size_t found = 0;
+    for (const Signal& signal : signals) found += signal.name == name ? 1 : 0;
+    return found;
+  }
+
+ private:
+  Reply callOn(const std::string& interface, const char* method, GVariant* arguments) {
+    struct Call {
+      bool done = false;
+      Reply reply;
+    } call;
+    const auto done = [](GObject* source, GAsyncResult* result, gpointer data) {
+      auto* call = static_cast<Call*>(data);
+      GError* error = nullptr;
+      call->reply.value.reset(
+          g_dbus_connection_call_finish(G_DBUS_CONNECTION(source), result, &error));
+      if (error != nullptr) {
+        const GCharPtr name(g_dbus_error_get_remote_error(error));
+        call->reply.error = name ? name.get() : error->message;
+        g_error_free(error);
+      }
+      call->done = true;
+    };
+    g_dbus_connection_call(connection_.get(), name_.c_str(), path_.c_str(), interface.c_str(),
+                           method, arguments, nullptr, G_DBUS_CALL_FLAGS_NONE, -1, nullptr, done,
+                           &call);
+    EXPECT_TRUE(iterateUntil([&] { return call.done; }));
+    return std::move(call.reply);
+  }
+
+  static void onSignal(GDBusConnection*, const gchar*, const gchar*, const gchar*,
+                       const gchar* name, GVariant* arguments, gpointer self) {
+    static_cast<BusClient*>(self)->signals.push_back({name, GVariantPtr(g_variant_ref(arguments))});
+  }
+
+  GObjectPtr<GDBusConnection> connection_;
+  std::string name_;
+  std::string path_;
+  std::string interface_;
+};
+
+constexpr char kInvalidArgs[] = "org.freedesktop.DBus.Error.InvalidArgs";
+
+}  // namespace device
+
+#endif

@@ -1,0 +1,125 @@
+#include "services/virtual_device.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "private_bus.h"
+#include "socket_client.h"
+#include "temporary_folder.h"
+
+namespace device {
+namespace {
+
+std::string contents(const std::string& path) {
+  std::ifstream file(path);
+  return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
+class VirtualDeviceTest : public testing::Test {
+ protected:
+  VirtualDeviceTest() {
+    options = parseOptions({"virtual_device", "--quiet", "--head-boot", "0"});
+    paths = {folder / "scenes", folder / "subscriber", folder / "ptz", folder / "log"};
+  }
+
+  // A program that detaches a shell script and leaves.
+  void useDaemon(const std::string& script) {
+    options.daemon = folder / "daemon";
+    std::ofstream(options.daemon) << "#!/bin/sh\nsetsid /bin/sh -c '" << script << "' & exit 0\n";
+    std::filesystem::permissions(options.daemon, std::filesystem::perms::owner_all);
+  }
+
+  std::unique_ptr<VirtualDevice> make() {
+    return std::make_unique<VirtualDevice>(options, paths, connection.get());
+  }
+
+  std::string parameter(const std::string& name) {
+    BusClient client("com.orva.ParameterService", "/com/orva/ParameterService");
+    const Reply reply = client.call("Get", g_variant_new("(s)", name.c_str()));
+    if (!reply.ok()) return reply.error;
+    const char* value = nullptr;
+    g_variant_get(reply.value.get(), "(&s)", &value);
+    return value;
+  }
+
+  PrivateBus bus;
+  TemporaryFolder folder;
+  GObjectPtr<GDBusConnection> connection = connectToSystemBus();
+  Options options;
+  DevicePaths paths;
+};
+
+TEST_F(VirtualDeviceTest, OffersItsSocketsAndServices) {
+  const auto device = make();
+  for (const std::string& path : {paths.scenes, paths.subscriber, paths.log}) {
+    EXPECT_TRUE(std::filesystem::exists(path)) << path;
+  }
+  EXPECT_EQ("2.14", parameter("root.Properties.EmbeddedDevelopment.Version"));
+  BusClient lens("com.orva.M12LensSelectionFov", "/com/orva/M12LensSelectionFov/0");
+  EXPECT_TRUE(lens.property("OpticsWideHFoV"));
+  BusClient head("com.orva.PTZService", "/com/orva/PTZService");
+  EXPECT_TRUE(head.call("GetStatus", g_variant_new("(u)", 1)).ok());
+}
+
+TEST_F(VirtualDeviceTest, TransportSetsThePlatformsVersion) {
+  options.transport = "module";
+  const auto device = make();
+  EXPECT_EQ("2.16", parameter("root.Properties.EmbeddedDevelopment.Version"));
+}
+
+TEST_F(VirtualDeviceTest, DaemonIsEndedAfterTheDurationAndTheReportWritten) {
+  useDaemon("trap \"exit 0\" TERM; while :; do sleep 0.05; done");
+  options.duration = 0.5;
+  options.report = folder / "report";
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(0, make()->run());
+  EXPECT_TRUE(testing::internal::GetCapturedStdout().starts_with("The daemon ended with status 0"));
+  const std::string report = contents(folder / "report/report.json");
+  EXPECT_NE(std::string::npos, report.find("\"transport\": \"socket\""));
+  EXPECT_TRUE(std::filesystem::exists(folder / "report/syslog.txt"));
+}
+
+TEST_F(VirtualDeviceTest, DaemonThatDiesByItselfEndsTheDeviceWithStatusOne) {
+  useDaemon("exit 0");
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(1, make()->run());
+  EXPECT_NE(std::string::npos,
+            testing::internal::GetCapturedStdout().find("The daemon ended by itself"));
+}
+
+TEST_F(VirtualDeviceTest, DaemonThatEndsWithAnotherStatusGivesStatusOne) {
+  useDaemon("trap \"exit 4\" TERM; while :; do sleep 0.05; done");
+  options.duration = 0.5;
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(1, make()->run());
+  EXPECT_NE(std::string::npos, testing::internal::GetCapturedStdout().find("status 4"));
+}
+
+TEST_F(VirtualDeviceTest, FramesArriveAtTheSubscriber) {
+  options.duration = 0.5;
+  const auto device = make();
+  SocketClient client(paths.subscriber);
+  client.send("SUBSCRIBE 0 15\n");
+  EXPECT_EQ(0, device->run());
+  EXPECT_EQ("OK\n", client.receiveUntil('\n'));
+  const std::string head = client.receive(12);
+  ASSERT_EQ(12u, head.size());
+  std::uint32_t length = 0;
+  for (int i = 0; i < 4; ++i) length = length << 8 | static_cast<std::uint8_t>(head[i]);
+  EXPECT_EQ(length, client.receive(length).size());
+}
+
+TEST_F(VirtualDeviceTest, UnknownModelAndBadTracksAreErrors) {
+  options.model = "none";
+  EXPECT_THROW(make(), std::runtime_error);
+  options.model = "fixed";
+  options.tracks = folder / "none.csv";
+  EXPECT_THROW(make(), std::runtime_error);
+}
+
+}  // namespace
+}  // namespace device
