@@ -17,17 +17,17 @@ struct Free {
 
 }  // namespace
 
-std::optional<std::string> writeJsonFile(const std::string& path, const json_t* document) {
+JsonFileResult_e writeJsonFile(const std::string& path, const json_t* document) {
   const std::unique_ptr<char, Free> text(json_dumps(document, constants::JSON_DUMP_FLAGS));
   if (text == nullptr) {
-    return "the document cannot be serialised";
+    return JsonFileResult_e::notSerialised;
   }
   GError* error = nullptr;
   if (confutils_set_file_contents_with_sync(path.c_str(), text.get(), -1, &error)) {
-    return std::nullopt;
+    return JsonFileResult_e::written;
   }
-  const std::string reason = error != nullptr ? error->message : "unknown error";
+  syslog(LOG_ERR, "Failed to write %s to disk (%s)\n", path.c_str(),
+         error != nullptr ? error->message : "unknown error");
   g_clear_error(&error);
-  syslog(LOG_ERR, "Failed to write %s to disk (%s)\n", path.c_str(), reason.c_str());
-  return reason;
+  return JsonFileResult_e::notWritten;
 }

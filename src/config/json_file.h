@@ -3,11 +3,16 @@
 
 #include <jansson.h>
 
-#include <optional>
 #include <string>
 
-// Replaces the file's contents by the document in one step, flushed to storage. Nothing when that
-// worked, else what went wrong; the old file then stands untouched.
-std::optional<std::string> writeJsonFile(const std::string& path, const json_t* document);
+enum class JsonFileResult_e {
+  written,
+  notSerialised,  // the document has no text; not logged
+  notWritten      // logged
+};
+
+// Replaces the file's contents by the document in one step, flushed to storage. Unless it was
+// written, the old file stands untouched.
+JsonFileResult_e writeJsonFile(const std::string& path, const json_t* document);
 
 #endif

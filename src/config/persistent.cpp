@@ -67,7 +67,7 @@ void writeKeys(std::initializer_list<Member> members, const char* message) {
     syslog(LOG_ERR, "%s", message);
     return;
   }
-  if (writeJsonFile(path(), settings.get())) {
+  if (writeJsonFile(path(), settings.get()) != JsonFileResult_e::written) {
     syslog(LOG_ERR, "Error writing config file\n");
   }
 }

@@ -26,7 +26,11 @@ std::string PersistentConfigHandler::load(const std::string& path) {
 }
 
 bool PersistentConfigHandler::save(const json_t* document, const std::string& path) {
-  return !writeJsonFile(path, document).has_value();
+  const JsonFileResult_e result = writeJsonFile(path, document);
+  if (result == JsonFileResult_e::notSerialised) {
+    syslog(LOG_ERR, "The document for %s cannot be serialised\n", path.c_str());
+  }
+  return result == JsonFileResult_e::written;
 }
 
 std::int32_t PersistentConfigHandler::getConfigurationStatus(const std::string& path) {

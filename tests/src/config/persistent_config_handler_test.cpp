@@ -1,0 +1,105 @@
+#include "config/persistent_config_handler.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "config/json_auto_ptr.h"
+#include "fakes/log_capture.h"
+#include "src/config/json_memory.h"
+#include "src/config/temporary_folder.h"
+
+namespace {
+
+class PersistentConfigHandlerTest : public testing::Test {
+ protected:
+  const TemporaryFolder folder;
+  const std::string path = folder.path("config.json");
+  const LogCapture log;
+};
+
+TEST_F(PersistentConfigHandlerTest, AMissingFileIsEmpty) {
+  EXPECT_EQ(PersistentConfigHandler::load(path), "");
+}
+
+TEST_F(PersistentConfigHandlerTest, AnEmptyFileIsEmpty) {
+  writeText(path, "");
+  EXPECT_EQ(PersistentConfigHandler::load(path), "");
+}
+
+TEST_F(PersistentConfigHandlerTest, TheTextIsReadAsItStands) {
+  const std::string text = " {\"a\":  1}\n\ttail that is no JSON \xff";
+  writeText(path, text);
+  EXPECT_EQ(PersistentConfigHandler::load(path), text);
+}
+
+TEST_F(PersistentConfigHandlerTest, ALargeFileIsReadWhole) {
+  const std::string text = "[" + std::string(1'000'000, ' ') + "]";
+  writeText(path, text);
+  EXPECT_EQ(PersistentConfigHandler::load(path), text);
+}
+
+// Nobody may take it for a missing file and put the default in its place.
+TEST_F(PersistentConfigHandlerTest, AFileThatCannotBeReadGivesATextThatDoesNotParse) {
+  std::filesystem::create_directory(path);
+  const std::string text = PersistentConfigHandler::load(path);
+  EXPECT_NE(text, "");
+  EXPECT_FALSE(JsonAutoPtr(json_loads(text.c_str(), 0, nullptr)));
+}
+
+TEST_F(PersistentConfigHandlerTest, WhatIsSavedIsLoaded) {
+  const JsonAutoPtr document(json_pack("{s:{s:i, s:[f, f]}}", "params", "a", 1, "b", -0.97, 0.97));
+  EXPECT_TRUE(PersistentConfigHandler::save(document.get(), path));
+  const JsonAutoPtr loaded(json_loads(PersistentConfigHandler::load(path).c_str(), 0, nullptr));
+  EXPECT_TRUE(json_equal(loaded.get(), document.get()));
+  EXPECT_TRUE(log.lines().empty());
+}
+
+TEST_F(PersistentConfigHandlerTest, RealsHaveFourSignificantDigits) {
+  const JsonAutoPtr document(json_pack("[f]", 0.123456));
+  EXPECT_TRUE(PersistentConfigHandler::save(document.get(), path));
+  EXPECT_NE(readText(path).find("0.1235"), std::string::npos);
+  EXPECT_EQ(readText(path).find("0.12345"), std::string::npos);
+}
+
+TEST_F(PersistentConfigHandlerTest, SavingReplacesTheWholeFile) {
+  writeText(path, std::string(10'000, 'x'));
+  const JsonAutoPtr document(json_object());
+  EXPECT_TRUE(PersistentConfigHandler::save(document.get(), path));
+  EXPECT_EQ(PersistentConfigHandler::load(path), "{}");
+  EXPECT_EQ(folder.fileCount(), 1);
+}
+
+TEST_F(PersistentConfigHandlerTest, AFailedSaveIsLogged) {
+  const JsonAutoPtr document(json_object());
+  EXPECT_FALSE(PersistentConfigHandler::save(document.get(), folder.path("missing/config.json")));
+  EXPECT_FALSE(log.lines().empty());
+}
+
+TEST_F(PersistentConfigHandlerTest, AFailedSaveLeavesTheOldFile) {
+  writeText(path, "{\"old\": true}");
+  const JsonAutoPtr document(json_object());
+  const JsonMemory memory(0);
+  EXPECT_FALSE(PersistentConfigHandler::save(document.get(), path));
+  EXPECT_FALSE(PersistentConfigHandler::save(nullptr, path));
+  EXPECT_EQ(readText(path), "{\"old\": true}");
+  EXPECT_FALSE(log.lines().empty());
+}
+
+TEST_F(PersistentConfigHandlerTest, TheStatusIsThatOfTheParams) {
+  writeText(path, R"({"params": {"configurationStatus": 17}, "configurationStatus": 3})");
+  EXPECT_EQ(PersistentConfigHandler::getConfigurationStatus(path), 17);
+}
+
+TEST_F(PersistentConfigHandlerTest, AMissingStatusIsZero) {
+  EXPECT_EQ(PersistentConfigHandler::getConfigurationStatus(path), 0) << "no file";
+  for (const char* text :
+       {"", "nonsense", "[]", "{}", R"({"params": 1})", R"({"params": {}})",
+        R"({"configurationStatus": 3})", R"({"params": {"configurationStatus": "3"}})",
+        R"({"params": {"configurationStatus": 3.5}})"}) {
+    writeText(path, text);
+    EXPECT_EQ(PersistentConfigHandler::getConfigurationStatus(path), 0) << text;
+  }
+}
+
+}  // namespace
