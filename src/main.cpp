@@ -126,8 +126,7 @@ void loadConfiguration(CameraContainer& container) {
   }
 }
 
-std::unique_ptr<CameraContainer> createCameraContainer() {
-  const API_VersionHandler versionHandler(API_VERSIONS.data(), API_VERSIONS.size());
+std::unique_ptr<CameraContainer> createCameraContainer(const API_VersionHandler& versionHandler) {
   auto container = CameraContainerFactory::create(versionHandler, PROPERTY_MASK);
   s_isContainerCreated = true;
   return container;
@@ -148,7 +147,8 @@ int main() {
   installTerminationHandler();
   IntervalTimerObservable::initialize(TIMER_TICK);
   sdk_wrapper_init(constants::APP_NAME, constants::APP_NAME, APP_CLASS);
-  std::unique_ptr<CameraContainer> container = createCameraContainer();
+  const API_VersionHandler sceneVersionHandler(API_VERSIONS.data(), API_VERSIONS.size());
+  std::unique_ptr<CameraContainer> container = createCameraContainer(sceneVersionHandler);
   if (CameraContainer::isEmpty()) {
     loadConfiguration(*container);
   }

@@ -3,8 +3,8 @@
 #include <utility>
 
 CallbackCamera::CallbackCamera(std::int32_t cameraNbr, std::int32_t rotation, float aspectRatio,
-                               std::int32_t propertyMask, std::int32_t startupPreset)
-    : Camera(cameraNbr, rotation, aspectRatio, propertyMask, startupPreset) {}
+                               std::int32_t propertyMask, const StartupPosition& startupPosition)
+    : Camera(cameraNbr, rotation, aspectRatio, propertyMask, startupPosition) {}
 
 CallbackCamera::~CallbackCamera() {
   if (VideoSceneSubscriber::Handle handle = releaseSubscriber()) {

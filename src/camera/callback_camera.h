@@ -11,7 +11,7 @@
 class CallbackCamera : public Camera {
  public:
   CallbackCamera(std::int32_t cameraNbr, std::int32_t rotation, float aspectRatio,
-                 std::int32_t propertyMask, std::int32_t startupPreset);
+                 std::int32_t propertyMask, const StartupPosition& startupPosition);
 
   // Ends the subscription; without the container's lock.
   ~CallbackCamera() override;

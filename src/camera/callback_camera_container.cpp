@@ -13,6 +13,7 @@
 namespace {
 
 constexpr std::int64_t RECONNECT_PERIOD = 200000;  // microseconds
+constexpr std::int32_t NO_TIMER = -1;
 
 }  // namespace
 
@@ -79,8 +80,11 @@ bool CallbackCameraContainer::subscribeToMoteData(CallbackCamera* camera) {
 
 void CallbackCameraContainer::scheduleReconnection(CallbackCamera* camera) {
   removeOngoingReconnections(camera);
-  const std::int32_t id =
-      IntervalTimerObservable::registerObserver(reconnectCamera, RECONNECT_PERIOD);
+  // Two registrations may get the same id; the observer of a second one then finds the entry, too.
+  std::int32_t id = IntervalTimerObservable::registerObserver(reconnectCamera, RECONNECT_PERIOD);
+  while (id != NO_TIMER && s_reconnections.contains(id)) {
+    id = IntervalTimerObservable::registerObserver(reconnectCamera, RECONNECT_PERIOD);
+  }
   s_reconnections[id] = camera;
 }
 
@@ -135,7 +139,7 @@ void CallbackCameraContainer::createCamera(int cameraNbr, int rotation, const AP
   const float aspectRatio = readAspectRatio(cameraNbr);
   const std::lock_guard lock(s_mutex);
   auto camera = std::make_unique<CallbackCamera>(cameraNbr, rotation, aspectRatio, propertyMask,
-                                                 s_lastPreset);
+                                                 StartupPosition{s_lastPreset, s_lastMovement});
   CallbackCamera* inserted = camera.get();
   s_cameras.push_back(std::move(camera));
   if (hasTransport(cameraNbr) && !subscribeToMoteData(inserted)) {

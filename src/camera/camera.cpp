@@ -1,5 +1,7 @@
 #include "camera/camera.h"
 
+#include <syslog.h>
+
 #include <algorithm>
 #include <utility>
 
@@ -17,16 +19,21 @@ bool sortByPriority(const std::unique_ptr<Guard>& a, const std::unique_ptr<Guard
 }  // namespace
 
 Camera::Camera(std::int32_t cameraNbr, std::int32_t rotation, float aspectRatio,
-               std::int32_t propertyMask, std::int32_t startupPreset)
+               std::int32_t propertyMask, const StartupPosition& startupPosition)
     : cameraNbr(cameraNbr),
       propertyMask(propertyMask),
-      currentPreset(startupPreset),
+      currentPreset(startupPosition.preset),
+      lastMovement(startupPosition.movement),
       parser(rotation, aspectRatio) {}
 
 Camera::~Camera() = default;
 
 void Camera::processFrame(const SceneFrame& frame) {
   const MoteScene scene(frame, propertyMask);
+  if (!scene.isDecoded) {
+    syslog(LOG_WARNING, "Could not decode scene.\n");
+    return;
+  }
   ParsedScene parsed = parser.parse(scene);
   sortGuards();
   for (const auto& guard : guards) {
@@ -41,7 +48,7 @@ void Camera::sortGuards() {
 
 void Camera::insertGuard(std::unique_ptr<Guard> guard) {
   const std::lock_guard guardLock(lock);
-  guard->handleStartupPreset(currentPreset);
+  tellPosition(*guard);
   guards.push_back(std::move(guard));
 }
 
@@ -124,8 +131,17 @@ void Camera::handlePTZ_PresetEvent(const PTZ_PresetEvent& event) {
 
 void Camera::handlePTZ_MovementEvent(const PTZ_MovementEvent& event) {
   const std::lock_guard guardLock(lock);
+  lastMovement = event;
   for (const auto& guard : guards) {
     guard->handleMovementEvent(event.isMoving, event.timestamp);
+  }
+}
+
+// A new guard does not know of earlier events.
+void Camera::tellPosition(Guard& guard) const {
+  guard.handleStartupPreset(currentPreset);
+  if (lastMovement.isMoving) {
+    guard.handleMovementEvent(true, lastMovement.timestamp);
   }
 }
 
@@ -136,7 +152,7 @@ void Camera::updateWithNewConfiguration(CameraConfiguration& configuration) {
   // successor's.
   CameraConfiguration::Guards oldGuards = std::exchange(guards, std::move(configuration.guards));
   for (const auto& guard : guards) {
-    guard->handleStartupPreset(currentPreset);
+    tellPosition(*guard);
   }
   if (drawing && doesProfileExist(drawing->uid)) {
     enableVisualConfirmation(drawing->uid, drawing->svgHeader);

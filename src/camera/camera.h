@@ -15,6 +15,12 @@
 #include "scene/mote_scene_parser.h"
 #include "scene/scene_frame.h"
 
+// Where the head is when a camera is made.
+struct StartupPosition {
+  std::int32_t preset = PRESET_NONE;
+  PTZ_MovementEvent movement;
+};
+
 // One video channel: receives its scene frames and gives each to its guards, the most important one
 // last; passes PTZ events on to them. All public operations take the camera's recursive lock,
 // inside the container's lock where that is held.
@@ -22,7 +28,7 @@ class Camera : public Thread {
  public:
   // cameraNbr counts from 1; propertyMask tells what its frames hold (SceneProperty).
   Camera(std::int32_t cameraNbr, std::int32_t rotation, float aspectRatio,
-         std::int32_t propertyMask, std::int32_t startupPreset);
+         std::int32_t propertyMask, const StartupPosition& startupPosition);
   ~Camera() override;
 
   // Takes one frame as its transport delivered it; a frame without data is ignored.
@@ -78,10 +84,12 @@ class Camera : public Thread {
 
  private:
   void sortGuards();
+  void tellPosition(Guard& guard) const;
 
   std::int32_t propertyMask;
   CameraConfiguration::Guards guards;
   std::int32_t currentPreset;
+  PTZ_MovementEvent lastMovement;
   MoteSceneParser parser;
 };
 

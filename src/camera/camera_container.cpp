@@ -18,6 +18,8 @@
 namespace {
 
 constexpr double DEFAULT_ASPECT_RATIO = 16.0 / 9.0;
+constexpr double SMALLEST_ASPECT_RATIO = 0.1;
+constexpr double LARGEST_ASPECT_RATIO = 10.0;
 constexpr std::size_t PARAMETER_SIZE = 100;
 constexpr std::array IDENTITY{1.0, 0.0, 0.0, 0.0, 1.0, 0.0, 0.0, 0.0, 1.0};
 
@@ -72,6 +74,7 @@ CameraContainer::Cameras CameraContainer::s_cameras;
 std::mutex CameraContainer::s_mutex;
 std::atomic<bool> CameraContainer::s_canReceivePTZ_Callbacks{false};
 std::int32_t CameraContainer::s_lastPreset = PRESET_NONE;
+PTZ_MovementEvent CameraContainer::s_lastMovement;
 
 CameraContainer::CameraContainer(const API_VersionHandler& versionHandler,
                                  std::int32_t propertyMask)
@@ -158,13 +161,16 @@ void CameraContainer::removeAllCameras() {
 
 float CameraContainer::readAspectRatio(int cameraNbr) {
   const std::string index = std::to_string(cameraNbr - 1);
+  const auto isPlausible = [](double ratio) {
+    return ratio >= SMALLEST_ASPECT_RATIO && ratio <= LARGEST_ASPECT_RATIO;
+  };
   double ratio =
       utils::parseRatio(readParameter("root.ImageSource.I" + index + ".Sensor.AspectRatio"), ':');
-  if (ratio <= 0.0) {
+  if (!isPlausible(ratio)) {
     ratio =
         utils::parseRatio(readParameter("root.Image.I" + index + ".Appearance.Resolution"), 'x');
   }
-  return static_cast<float>(ratio > 0.0 ? ratio : DEFAULT_ASPECT_RATIO);
+  return static_cast<float>(isPlausible(ratio) ? ratio : DEFAULT_ASPECT_RATIO);
 }
 
 // ---- Requests of the API ----
@@ -261,9 +267,7 @@ void CameraContainer::PTZ_MovementCallback(std::uint32_t, OVEvent* rawEvent, voi
     return;
   }
   movement.timestamp = monotonicTimeOf(event.get());
-  for (const auto& camera : s_cameras) {
-    camera->handlePTZ_MovementEvent(movement);
-  }
+  handleMovementEvent(movement);
 }
 
 // With the lock held.
@@ -288,6 +292,12 @@ void CameraContainer::handlePTZ_PresetEvent(const PTZ_PresetEvent& event) {
 
 void CameraContainer::handlePTZ_MovementEvent(const PTZ_MovementEvent& event) {
   const std::lock_guard lock(s_mutex);
+  handleMovementEvent(event);
+}
+
+// With the lock held.
+void CameraContainer::handleMovementEvent(const PTZ_MovementEvent& event) {
+  s_lastMovement = event;
   for (const auto& camera : s_cameras) {
     camera->handlePTZ_MovementEvent(event);
   }

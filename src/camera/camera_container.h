@@ -100,11 +100,14 @@ class CameraContainer {
   static std::mutex s_mutex;  // guards the set of cameras
   static std::atomic<bool> s_canReceivePTZ_Callbacks;
 
-  // Where the head rests, for cameras and guards that are made later. Guarded by the lock.
+  // Where the head rests and whether it moves, for cameras and guards that are made later. Guarded
+  // by the lock.
   static std::int32_t s_lastPreset;
+  static PTZ_MovementEvent s_lastMovement;
 
  private:
   static void handlePresetEvent(const PTZ_PresetEvent& event);
+  static void handleMovementEvent(const PTZ_MovementEvent& event);
   bool anyCamera(const std::function<bool(Camera&)>& predicate) const;
   std::optional<VisualConfirmationData> findVC_Data() const;
 

@@ -15,7 +15,7 @@ namespace {
 
 using enum StatusCode_e;
 
-constexpr std::array ROTATIONS{0, 90, 180, 270};
+constexpr std::array<json_int_t, 4> ROTATIONS{0, 90, 180, 270};
 
 }  // namespace
 
@@ -63,27 +63,29 @@ void ConfigurationParserBase::createCameras(const json_t* params) {
     json_t* element = json_array_get(array, i);
     throwIf(element == nullptr, "Could not get data for a camera", missingParameter);
     int active = 0;
-    ParsedCamera camera{};
-    throwIf(json_unpack(element, "{s:b, s:i, s:i}", "active", &active, "id", &camera.id, "rotation",
-                        &camera.rotation) != 0,
+    json_int_t id = 0;
+    json_int_t rotation = 0;
+    throwIf(json_unpack(element, "{s:b, s:I, s:I}", "active", &active, "id", &id, "rotation",
+                        &rotation) != 0,
             "Could not unpack data for the camera", missingParameter);
-    camera.active = active != 0;
-    checkCgiCamera(camera, cameraCount);
-    cameras.push_back(camera);
+    checkCgiCamera(id, rotation, cameraCount);
+    cameras.push_back(
+        {static_cast<std::int32_t>(id), static_cast<std::int32_t>(rotation), active != 0});
   }
   throwIf(cameras.empty(), "No cameras found", missingParameter);
 }
 
-void ConfigurationParserBase::checkCgiCamera(const ParsedCamera& camera, int cameraCount) const {
-  throwIf(std::ranges::find(ROTATIONS, camera.rotation) == ROTATIONS.end(),
+void ConfigurationParserBase::checkCgiCamera(json_int_t id, json_int_t rotation,
+                                             int cameraCount) const {
+  throwIf(std::ranges::find(ROTATIONS, rotation) == ROTATIONS.end(),
           "Invalid rotation parameter in configuration file", invalidParameter);
-  throwIf(camera.id < 0 || camera.id > cameraCount,
-          "Invalid camera id parameter in configuration file", invalidParameter);
-  throwIf(findCamera(camera.id) != nullptr, "Duplicate cameras found", contradiction);
+  throwIf(id < 0 || id > cameraCount, "Invalid camera id parameter in configuration file",
+          invalidParameter);
+  throwIf(findCamera(id) != nullptr, "Duplicate cameras found", contradiction);
 }
 
 const ConfigurationParserBase::ParsedCamera* ConfigurationParserBase::findCamera(
-    std::int32_t id) const {
+    json_int_t id) const {
   const auto found = std::ranges::find(cameras, id, &ParsedCamera::id);
   return found == cameras.end() ? nullptr : &*found;
 }
@@ -103,9 +105,9 @@ void ConfigurationParserBase::createGuardFactories(const json_t* params,
   }
 }
 
-std::int32_t ConfigurationParserBase::parseCameraId(const json_t* profile) {
-  int id = 0;
-  throwIf(json_unpack(const_cast<json_t*>(profile), "{s:i}", "camera", &id) != 0,
+json_int_t ConfigurationParserBase::parseCameraId(const json_t* profile) {
+  json_int_t id = 0;
+  throwIf(json_unpack(const_cast<json_t*>(profile), "{s:I}", "camera", &id) != 0,
           "Missing camera id paramter", missingParameter);
   return id;
 }

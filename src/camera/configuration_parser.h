@@ -35,14 +35,14 @@ class ConfigurationParserBase : public ConfigurationParserI {
   static JsonAutoPtr decode(const std::string& text);
   static const json_t* getParams(const json_t* document);
   void createCameras(const json_t* params);
-  void checkCgiCamera(const ParsedCamera& camera, int cameraCount) const;
+  void checkCgiCamera(json_int_t id, json_int_t rotation, int cameraCount) const;
   void createGuardFactories(const json_t* params, const DataBoundaries& boundaries);
-  static std::int32_t parseCameraId(const json_t* profile);
+  static json_int_t parseCameraId(const json_t* profile);
   void checkParsedData(const DataBoundaries& boundaries) const;
   bool areAllProfileUidsUnique() const;
   bool areAllProfileCamerasKnown() const;
   bool doesAnyCameraHaveTooManyProfiles(std::int32_t maximum) const;
-  const ParsedCamera* findCamera(std::int32_t id) const;
+  const ParsedCamera* findCamera(json_int_t id) const;
 
   StatusCode_e parseStatus = StatusCode_e::ok;
   std::vector<ParsedCamera> cameras;

@@ -16,9 +16,9 @@ constexpr std::int64_t RECONNECT_PAUSE = 100000;  // microseconds
 }  // namespace
 
 SocketCamera::SocketCamera(std::int32_t cameraNbr, std::int32_t rotation, float aspectRatio,
-                           std::int32_t propertyMask, std::int32_t startupPreset,
+                           std::int32_t propertyMask, const StartupPosition& startupPosition,
                            const API_VersionHandler& versionHandler)
-    : Camera(cameraNbr, rotation, aspectRatio, propertyMask, startupPreset),
+    : Camera(cameraNbr, rotation, aspectRatio, propertyMask, startupPosition),
       versionHandler(versionHandler),
       requestedMask(propertyMask) {}
 
@@ -83,7 +83,7 @@ bool SocketCamera::reconnect() {
 
 bool SocketCamera::connect() {
   if (connectSocket() && negotiateVersion()) {
-    setPropertyMask(MoteUtils::removeUnsupportedCapabilites(handshake.version, requestedMask));
+    setPropertyMask(MoteUtils::removeUnsupportedCapabilites(acceptedVersion, requestedMask));
     return true;
   }
   closeSocket();
@@ -114,18 +114,19 @@ SceneReaderResult SocketCamera::shakeHands(const API_Version& version) const {
 
 // Begins with the highest version of ours; then all of ours that the service can speak.
 bool SocketCamera::negotiateVersion() {
-  handshake = shakeHands(versionHandler.getHighestSupportedVersion());
-  if (handshake.success) {
+  acceptedVersion = versionHandler.getHighestSupportedVersion();
+  const SceneReaderResult first = shakeHands(acceptedVersion);
+  if (first.success) {
     return true;
   }
-  const API_Version answered = handshake.version;
+  const API_Version& answered = first.version;
   for (const API_Version& version : versionHandler.getSupportedVersions(answered)) {
     closeSocket();
     if (!connectSocket()) {
       return false;
     }
-    handshake = shakeHands(version);
-    if (handshake.success) {
+    acceptedVersion = version;
+    if (shakeHands(version).success) {
       return true;
     }
   }

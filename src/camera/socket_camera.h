@@ -15,7 +15,7 @@ class SocketCamera : public Camera {
   // The mask is what to ask for; the versions are those of the scene service that the application
   // speaks.
   SocketCamera(std::int32_t cameraNbr, std::int32_t rotation, float aspectRatio,
-               std::int32_t propertyMask, std::int32_t startupPreset,
+               std::int32_t propertyMask, const StartupPosition& startupPosition,
                const API_VersionHandler& versionHandler);
 
   // Ends the thread.
@@ -42,9 +42,9 @@ class SocketCamera : public Camera {
 
   const API_VersionHandler versionHandler;
   const std::int32_t requestedMask;
-  std::mutex socketMutex;  // guards changes of the descriptor, which the thread alone makes
-  int socketFd = -1;       // -1 when not connected
-  SceneReaderResult handshake;
+  std::mutex socketMutex;       // guards changes of the descriptor, which the thread alone makes
+  int socketFd = -1;            // -1 when not connected
+  API_Version acceptedVersion;  // what the service speaks with us
 };
 
 #endif

@@ -9,17 +9,15 @@
 void SocketCameraContainer::createCamera(int cameraNbr, int rotation,
                                          const API_VersionHandler& versionHandler,
                                          int propertyMask) {
-  std::int32_t startupPreset = 0;
-  {
-    const std::lock_guard lock(s_mutex);
-    startupPreset = s_lastPreset;
-  }
-  auto camera = std::make_unique<SocketCamera>(cameraNbr, rotation, readAspectRatio(cameraNbr),
-                                               propertyMask, startupPreset, versionHandler);
+  const float aspectRatio = readAspectRatio(cameraNbr);
+  const std::lock_guard lock(s_mutex);
+  auto camera =
+      std::make_unique<SocketCamera>(cameraNbr, rotation, aspectRatio, propertyMask,
+                                     StartupPosition{s_lastPreset, s_lastMovement}, versionHandler);
   if (hasTransport(cameraNbr)) {
     camera->start();
   }
-  insertCamera(std::move(camera));
+  s_cameras.push_back(std::move(camera));
 }
 
 void SocketCameraContainer::stopAllCameras() {

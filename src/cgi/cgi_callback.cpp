@@ -4,6 +4,7 @@
 #include <syslog.h>
 
 #include <cstdlib>
+#include <exception>
 #include <memory>
 #include <mutex>
 
@@ -59,8 +60,12 @@ void CGI_Callback::handle(const char*, const char*, const char* query, GHashTabl
   if (!s_isRunning) {
     return;
   }
-  const std::string text = repairTail(pickRequestText(query, parameters));
-  CGI_Responder::sendResponse(createAnswer(*static_cast<CGI_Handler*>(userData), text), out);
+  try {
+    const std::string text = repairTail(pickRequestText(query, parameters));
+    CGI_Responder::sendResponse(createAnswer(*static_cast<CGI_Handler*>(userData), text), out);
+  } catch (const std::exception& problem) {
+    syslog(LOG_ERR, "%s\n", problem.what());
+  }
 }
 
 void CGI_Callback::shutDown() {

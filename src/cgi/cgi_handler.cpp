@@ -5,6 +5,7 @@
 #include <array>
 #include <exception>
 #include <limits>
+#include <utility>
 
 #include "config/cgi_pack.h"
 #include "config/json_parser.h"
@@ -183,10 +184,11 @@ CGI_HandlerResult CGI_Handler::handleConfigurationCapabilities(const std::string
 
 int CGI_Handler::unpackProfile(const std::string& text, const std::string& method) {
   const JsonAutoPtr params = decodeParams(text, method);
-  int profile = 0;
-  throwIf(json_unpack(params.get(), "{s:i}", "profile", &profile) != 0,
-          "Could not unpack data for profile uid for " + method, missingParameter);
-  return profile;
+  json_int_t profile = 0;
+  throwIf(
+      json_unpack(params.get(), "{s:I}", "profile", &profile) != 0 || !std::in_range<int>(profile),
+      "Could not unpack data for profile uid for " + method, missingParameter);
+  return static_cast<int>(profile);
 }
 
 CGI_HandlerResult CGI_Handler::handleStartVisualConfirmation(const std::string& text) {

@@ -19,13 +19,13 @@ std::optional<bool> unpackBool(json_t* params, const char* key) {
 }
 
 std::optional<int> unpackSeconds(json_t* params, const char* key) {
-  int value = 0;
-  if (json_unpack(params, "{s:i}", key, &value) != 0) {
+  json_int_t value = 0;
+  if (json_unpack(params, "{s:I}", key, &value) != 0) {
     return std::nullopt;
   }
   throwIf(value < MIN_SECONDS || value > MAX_SECONDS,
           std::string("Invalid value for parameter '") + key + "'", invalidParameter);
-  return value;
+  return static_cast<int>(value);
 }
 
 }  // namespace

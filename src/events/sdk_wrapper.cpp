@@ -263,7 +263,11 @@ void removalTimerCallback(std::int32_t timerId) {
     completeRemoval(name);
   }
   // Also without an entry: an observer that was unregistered before it became active stays active.
-  IntervalTimerObservable::unregisterObserver(timerId);
+  // Not while another removal waits under the same id.
+  if (std::ranges::find(s_pendingRemovals, timerId, &PendingRemoval::timerId) ==
+      s_pendingRemovals.end()) {
+    IntervalTimerObservable::unregisterObserver(timerId);
+  }
 }
 
 std::string cutDataKey(const std::string& dataKey) {

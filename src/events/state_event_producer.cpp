@@ -60,6 +60,11 @@ StateEventProducerHandle StateEventProducer::registerEvent(std::int32_t camera,
 }
 
 void StateEventProducer::unregisterEvent(const StateEventProducerHandle& handle) {
+  {
+    // A profile whose end could not be sent must not keep its camera in alarm for ever.
+    const std::lock_guard lock(mutex);
+    discount(handle, nullptr);
+  }
   if (!sdk_wrapper_event_remove(handle.lookupKey)) {
     syslog(LOG_ERR, "FAILED to unregister event for Camera %d\n", handle.camera);
   }
@@ -108,6 +113,11 @@ void StateEventProducer::sendEnd(const StateEventProducerHandle& handle, const s
     syslog(LOG_ERR, "FAILED to send end event\n");
     return;
   }
+  discount(handle, time);
+}
+
+void StateEventProducer::discount(const StateEventProducerHandle& handle,
+                                  const std::int64_t* time) {
   if (!isCameraCounted(handle.camera) || countedProfiles.erase(handle.lookupKey) == 0) {
     return;
   }

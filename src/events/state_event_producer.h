@@ -42,6 +42,9 @@ class StateEventProducer : public StateEventProducerI {
   bool isCameraCounted(std::int32_t camera) const;
   void sendEnd(const StateEventProducerHandle& handle, const std::int64_t* time);
 
+  // Takes a profile out of its camera's counter and ends what thereby ends. With the mutex held.
+  void discount(const StateEventProducerHandle& handle, const std::int64_t* time);
+
   std::mutex mutex;  // guards all below
   std::vector<std::int32_t> counters;
   std::vector<std::string> anyLookupKeys;  // by camera, the device's at index 0

@@ -15,9 +15,8 @@
 
 namespace {
 
-constexpr int PICTURE_LIMIT = 4096;      // Q12, the picture's border
-constexpr int PADDING_THRESHOLD = 2048;  // padding grows below it and shrinks from it on
-constexpr std::int32_t NO_EXTENT = -65535;
+constexpr int PICTURE_LIMIT = 4096;             // Q12, the picture's border
+constexpr int PADDING_THRESHOLD = 2048;         // padding grows below it and shrinks from it on
 constexpr float FIXED_ONE = 65536.0F;           // 16.16
 constexpr float LARGEST_FIXED = 2147483520.0F;  // the largest float below 2^31
 
@@ -131,11 +130,6 @@ void Polygon::initialize(std::span<const Point> array) {
     return;
   }
   vertices.assign(array.begin(), array.end());
-  if (vertices.empty()) {
-    width = NO_EXTENT;
-    height = NO_EXTENT;
-    return;
-  }
   minX = minY = std::numeric_limits<std::int16_t>::max();
   maxX = maxY = std::numeric_limits<std::int16_t>::min();
   for (const Point& vertex : vertices) {

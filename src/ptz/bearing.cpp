@@ -11,6 +11,9 @@ constexpr double HALF_TURN = 180.0;
 }  // namespace
 
 double Bearing::normalize(double x) {
+  if (std::abs(x) >= 2.0 * FULL_TURN) {
+    x = std::fmod(x, FULL_TURN);
+  }
   while (x < 0.0) {
     x += FULL_TURN;
   }

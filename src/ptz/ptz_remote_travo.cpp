@@ -21,8 +21,8 @@ constexpr const char* BUS_NAME = "com.orva.RemoteCameraControl.PTZ";
 constexpr const char* OBJECT_PATH = "/com/orva/RemoteCameraControl/PTZ";
 constexpr const char* INTERFACE = "com.orva.RemoteCameraControl.PTZ.Travo";
 constexpr const char* METHOD = "OpenChannel";
-constexpr int CALL_TIMEOUT = 5000;     // milliseconds
-constexpr time_t RECEIVE_TIMEOUT = 5;  // seconds
+constexpr int CALL_TIMEOUT = 5000;    // milliseconds
+constexpr time_t SOCKET_TIMEOUT = 5;  // seconds
 
 constexpr std::size_t MAX_RECEIVED = 255;
 constexpr int SEND_ATTEMPTS = 2;
@@ -43,9 +43,11 @@ bool isAnalogType(const std::string& type) {
   return std::ranges::any_of(ANALOG_TYPES, [&type](const char* known) { return type == known; });
 }
 
-void limitReceiveTime(int fd) {
-  const timeval timeout{RECEIVE_TIMEOUT, 0};
+// Also bounds connecting: to a head that does not accept any more it would wait for ever.
+void limitWaiting(int fd) {
+  const timeval timeout{SOCKET_TIMEOUT, 0};
   setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof(timeout));
+  setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &timeout, sizeof(timeout));
 }
 
 int connectTo(const std::string& path) {
@@ -53,6 +55,7 @@ int connectTo(const std::string& path) {
   if (fd == -1) {
     return -1;
   }
+  limitWaiting(fd);
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
   std::memcpy(address.sun_path, path.data(), std::min(path.size(), sizeof(address.sun_path)));
@@ -60,7 +63,6 @@ int connectTo(const std::string& path) {
     close(fd);
     return -1;
   }
-  limitReceiveTime(fd);
   return fd;
 }
 
@@ -187,7 +189,8 @@ std::optional<std::string> PtzRemoteTravo::send_rec(const char* request, const c
     syslog(LOG_ERR, "Received non valid response. PTZ camera connection not ready.\n");
     return std::nullopt;
   }
-  reply = socketFd >= 0 ? receive() : std::nullopt;
+  // After the end of the stream there is nothing more to read.
+  reply = socketFd >= 0 ? receive() : std::string();
   if (!reply) {
     syslog(LOG_ERR, "Failed to receive second camera block response!\n");
     return std::nullopt;

@@ -6,6 +6,7 @@
 #include <array>
 #include <cmath>
 #include <cstdlib>
+#include <limits>
 #include <string>
 #include <utility>
 
@@ -27,13 +28,22 @@ double fromFixed(std::int32_t value) {
   return static_cast<double>(static_cast<float>(value) * fx_xtof_tab[Q16_ENTRY]);
 }
 
+// Truncated; what no integer can hold becomes the nearest that can, and what is no number 0.
+std::int32_t saturate(double value) {
+  using Limits = std::numeric_limits<std::int32_t>;
+  if (std::isnan(value)) {
+    return 0;
+  }
+  return static_cast<std::int32_t>(std::clamp<double>(value, Limits::min(), Limits::max()));
+}
+
 std::int32_t toFixed(double degrees) {
   const float scaled = static_cast<float>(degrees) * FIXED_ONE;
-  return static_cast<std::int32_t>(scaled + (scaled > 0.0F ? 0.5F : -0.5F));
+  return saturate(scaled + (scaled > 0.0F ? 0.5F : -0.5F));
 }
 
 int truncate(double value) {
-  return static_cast<int>(value);
+  return saturate(value);
 }
 
 bool isSideways(std::int32_t rotation) {

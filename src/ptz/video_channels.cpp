@@ -8,12 +8,24 @@ bool VideoChannels::addChannel(int channel) {
     ++known->refCount;
     return true;
   }
-  auto added = std::make_unique<VideoChannel>(channel);
-  if (!added->init()) {
+  return addChannel(createChannel(channel));
+}
+
+std::unique_ptr<VideoChannel> VideoChannels::createChannel(int channel) {
+  auto created = std::make_unique<VideoChannel>(channel);
+  return created->init() ? std::move(created) : nullptr;
+}
+
+bool VideoChannels::addChannel(std::unique_ptr<VideoChannel> channel) {
+  if (channel == nullptr) {
     return false;
   }
-  added->refCount = 1;
-  channels.push_back(std::move(added));
+  if (VideoChannel* known = getVideoChannel(channel->getChannel())) {
+    ++known->refCount;
+    return true;
+  }
+  channel->refCount = 1;
+  channels.push_back(std::move(channel));
   return true;
 }
 

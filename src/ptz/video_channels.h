@@ -15,6 +15,12 @@ class VideoChannels {
   // when the channel's geometry is not known.
   bool addChannel(int channel);
 
+  // The same in two steps, for callers that must not wait for the device under a lock: null when
+  // the channel's geometry is not known, and then not added. Another user may have added it
+  // meanwhile.
+  static std::unique_ptr<VideoChannel> createChannel(int channel);
+  bool addChannel(std::unique_ptr<VideoChannel> channel);
+
   // Drops a user. True when it was the last one and the channel is gone; false while it is in use
   // (or not there).
   bool removeChannel(int channel);

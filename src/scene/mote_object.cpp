@@ -12,10 +12,16 @@ namespace {
 constexpr std::int32_t LOW_CONFIDENCE_LIMIT = 4095;  // Q12; only above it an object is confident
 constexpr int COORDINATES = 2;
 
+// An outline of more coordinates is none: clipping it would hold up the camera.
+constexpr int MAX_OUTLINE_VALUES = 2048;
+
 std::unique_ptr<Polygon> readPolygon(const scene_object* object, int property) {
   const std::int32_t* values = nullptr;
   const int count = scene_get_obj_prop(object, property, &values);
   std::vector<Point> vertices;
+  if (count > MAX_OUTLINE_VALUES) {
+    return std::make_unique<Polygon>();
+  }
   for (int i = 0; i + 1 < count; i += COORDINATES) {
     vertices.push_back(
         {static_cast<std::int16_t>(values[i]), static_cast<std::int16_t>(values[i + 1])});

@@ -2,9 +2,14 @@
 
 #include <scene.h>
 
+#include <algorithm>
 #include <optional>
+#include <utility>
 
 namespace {
+
+// Far beyond any machine's life, and far enough from the limit that times can be added.
+constexpr std::int64_t LATEST_TIME = std::int64_t{1} << 61;
 
 struct DeleteScene {
   void operator()(scene* s) const { scene_delete(s); }
@@ -12,7 +17,10 @@ struct DeleteScene {
 
 std::int64_t readTimestamp(const scene* s) {
   const std::int64_t* values = nullptr;
-  return scene_get_prop(s, SCENE_PROP_TIMESTAMP, &values) > 0 ? values[0] : 0;
+  if (scene_get_prop(s, SCENE_PROP_TIMESTAMP, &values) < 1) {
+    return 0;
+  }
+  return std::clamp<std::int64_t>(values[0], 0, LATEST_TIME);
 }
 
 // All ids of an event's property; nothing when it cannot be read.
@@ -40,6 +48,7 @@ MoteScene::MoteScene(const SceneFrame& frame, std::int32_t propertyMask) {
   const std::unique_ptr<scene, DeleteScene> decoded(
       scene_copy_from_area(frame.data.get(), frame.size));
   if (decoded == nullptr) {
+    isDecoded = false;
     return;
   }
   timestamp = readTimestamp(decoded.get());

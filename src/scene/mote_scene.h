@@ -30,7 +30,8 @@ class MoteScene {
   // An empty scene, to be filled.
   explicit MoteScene(std::int64_t timestamp) : timestamp(timestamp) {}
 
-  std::int64_t timestamp = 0;  // monotonic microseconds
+  std::int64_t timestamp = 0;  // monotonic microseconds, never negative
+  bool isDecoded = true;       // false for a frame that could not be decoded
   std::vector<std::unique_ptr<MoteObject>> objects;
   std::vector<std::int32_t> deletedIds;
   std::vector<std::unique_ptr<MoteMergeData>> merges;

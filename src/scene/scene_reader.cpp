@@ -1,6 +1,7 @@
 #include "scene/scene_reader.h"
 
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <sys/un.h>
 #include <syslog.h>
 #include <unistd.h>
@@ -16,6 +17,7 @@
 
 namespace {
 
+constexpr time_t SEND_TIMEOUT = 5;  // seconds
 constexpr std::size_t MAX_ANSWER_LENGTH = 100;
 constexpr std::size_t SKIPPED_HEADER_BYTES = 8;
 constexpr std::int32_t MAX_FRAME_LENGTH = 16 * 1024 * 1024;
@@ -88,6 +90,9 @@ int SceneReader::connect(const std::string& path) {
     syslog(LOG_ERR, "Could not connect to service, result: %i\n\n", fd);
     return -1;
   }
+  // Bounds connecting to a service that does not accept any more.
+  const timeval timeout{SEND_TIMEOUT, 0};
+  setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &timeout, sizeof(timeout));
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
   std::memcpy(address.sun_path, path.data(), std::min(path.size(), sizeof(address.sun_path)));

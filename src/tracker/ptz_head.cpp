@@ -23,8 +23,9 @@ std::string takeMessage(GError* error) {
 
 }  // namespace
 
-void PtzHead::initialize() {
-  ptztolva_init();
+bool PtzHead::initialize() {
+  isInitialized = isInitialized || ptztolva_init();
+  return isInitialized;
 }
 
 void PtzHead::cleanup() {

@@ -24,8 +24,10 @@ class PtzHead {
     CONTINUOUS = PTZTOLVA_MOVE_CONTINUOUS
   };
 
-  // Prepares and releases the library.
-  void initialize();
+  // Prepares the library, once; false while the PTZ service cannot be reached.
+  bool initialize();
+
+  // Releases the library.
   void cleanup();
 
   // Values are degrees for positions, percent of full speed for speeds; zoom is on the head's scale
@@ -40,6 +42,9 @@ class PtzHead {
 
   // False, logged, when the head does not answer; the status is then left alone.
   bool getStatus(PtzHeadStatus& status);
+
+ private:
+  bool isInitialized = false;
 };
 
 #endif

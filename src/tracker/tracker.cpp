@@ -6,6 +6,7 @@
 #include <array>
 #include <cmath>
 #include <limits>
+#include <utility>
 
 #include "app/clock.h"
 #include "config/persistent.h"
@@ -113,8 +114,16 @@ bool Tracker::addCamera(int camera) {
   if (camera < 1) {
     return false;
   }
+  {
+    const std::lock_guard lock(mutex);
+    if (videoChannels.getVideoChannel(camera - 1) != nullptr) {
+      return videoChannels.addChannel(camera - 1);
+    }
+  }
+  // Asks the device, which may take its time: not while the control step waits for the mutex.
+  auto channel = VideoChannels::createChannel(camera - 1);
   const std::lock_guard lock(mutex);
-  return videoChannels.addChannel(camera - 1);
+  return videoChannels.addChannel(std::move(channel));
 }
 
 void Tracker::removeCamera(int camera) {
@@ -158,6 +167,21 @@ void Tracker::track(int camera, int profileId, const TrackingObject& object) {
                                           .velocity = angularVelocity});
 }
 
+void Tracker::hold(int camera, int objectId, const void* holder) {
+  const std::lock_guard lock(mutex);
+  holders[{camera, objectId}].insert(holder);
+}
+
+void Tracker::letGo(int camera, int objectId, const void* holder) {
+  const std::lock_guard lock(mutex);
+  const auto held = holders.find({camera, objectId});
+  if (held == holders.end() || held->second.erase(holder) == 0 || !held->second.empty()) {
+    return;
+  }
+  holders.erase(held);
+  untrack(camera, objectId);
+}
+
 void Tracker::untrack(int camera, int objectId) {
   const std::lock_guard lock(mutex);
   if (videoChannels.getVideoChannel(camera - 1) != nullptr) {
@@ -175,8 +199,11 @@ void Tracker::trackCameraCenter(int camera) {
   double tilt = 0.0;
   double width = 0.0;
   double height = 0.0;
-  channel->getPanTilt(channel->toImagePosition({0, 0}),
-                      channel->toImageSize({CENTER_SIZE, CENTER_SIZE}), pan, tilt, width, height);
+  if (!channel->getPanTilt(channel->toImagePosition({0, 0}),
+                           channel->toImageSize({CENTER_SIZE, CENTER_SIZE}), pan, tilt, width,
+                           height)) {
+    return;
+  }
   superObjectManager->updateSingleObject({.channel = camera - 1,
                                           .id = CENTER_OBJECT_ID,
                                           .priority = CENTER_PRIORITY,
@@ -196,7 +223,9 @@ std::string Tracker::getStateString() const {
   return STATE_STRINGS.at(static_cast<std::size_t>(state.load()));
 }
 
+// The event sent last tells the state that was reached last, whoever changes it at once.
 void Tracker::sendStateEvent() {
+  const std::lock_guard lock(stateEventMutex);
   events.sendStateEvent(getStateString());
 }
 
@@ -320,14 +349,28 @@ void Tracker::runOneStep() {
       syslog(LOG_ERR, "Tracker in a bad state\n");
       return;
   }
-  // Switched off while the step was under way: whatever it has commanded must not go on.
-  if (before != CameraState::stopped && state == CameraState::stopped) {
-    head.ptzStop();
-    if (events.isSentrelingActive()) {
-      events.sendIsSentrelingEvent(false);
-    }
+  if (wasSwitchedOff(before, state)) {
+    stopForGood();
   }
   utils::sleep(pause);
+}
+
+// Whether tracking was switched off, and perhaps on again, while a step was under way.
+bool Tracker::wasSwitchedOff(CameraState before, CameraState after) {
+  if (after == CameraState::stopped) {
+    return before != CameraState::stopped;
+  }
+  return after == CameraState::connecting &&
+         (before == CameraState::running || before == CameraState::autotuning);
+}
+
+// Whatever the step has commanded must not go on.
+void Tracker::stopForGood() {
+  head.ptzStop();
+  regulator->inactivate();
+  if (events.isSentrelingActive()) {
+    events.sendIsSentrelingEvent(false);
+  }
 }
 
 // ---- Connecting and tuning ----
@@ -341,7 +384,7 @@ bool Tracker::readHead() {
 }
 
 void Tracker::connect() {
-  if (!readHead()) {
+  if (!head.initialize() || !readHead()) {
     return;
   }
   {
@@ -353,6 +396,8 @@ void Tracker::connect() {
   if (!ptzRemote->getProdNbr(number) || number.size() < SHORTEST_PRODUCT_NUMBER) {
     return;
   }
+  // The errors of an earlier run must not count as the last ones.
+  regulator->inactivate();
   regulator->setZoomEnabled(!number.starts_with(ABSOLUTE_ZOOM_HEADS));
   productNumber = number;
   if (productNumber == cameraName) {
@@ -418,6 +463,7 @@ bool Tracker::readStatus(PtzHeadStatus& status) {
   ++statusFailures;
   if (statusFailures == MAX_STATUS_FAILURES && events.isSentrelingActive()) {
     head.ptzStop();
+    regulator->inactivate();
   }
   return false;
 }
@@ -435,7 +481,9 @@ void Tracker::updateTarget(const PtzHeadStatus& status) {
 // The target is to fill half of the picture.
 double Tracker::calculateTargetMultiplier(const SuperObject& target) const {
   const double extent = std::max(2.0 * target.getWidth(), 2.0 * aspectRatio * target.getHeight());
-  return std::clamp(zoomScale.maxFieldAngle / extent, MIN_MULTIPLIER, MAX_MULTIPLIER);
+  const double multiplier = zoomScale.maxFieldAngle / extent;
+  return std::isnan(multiplier) ? MIN_MULTIPLIER
+                                : std::clamp(multiplier, MIN_MULTIPLIER, MAX_MULTIPLIER);
 }
 
 void Tracker::stopFollowing() {

@@ -3,9 +3,12 @@
 
 #include <atomic>
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <string>
+#include <utility>
 
 #include "app/thread.h"
 #include "ptz/ptz_remote_travo.h"
@@ -57,6 +60,10 @@ class Tracker : public Thread, private AutotuneListener {
   // Forgets an object.
   void untrack(int camera, int objectId);
 
+  // Several guards may watch an object: it is forgotten when the last one that holds it lets go.
+  void hold(int camera, int objectId, const void* holder);
+  void letGo(int camera, int objectId, const void* holder);
+
   // Turns the head to the middle of a camera's picture for one step. On the tracker's thread only.
   void trackCameraCenter(int camera);
 
@@ -98,6 +105,8 @@ class Tracker : public Thread, private AutotuneListener {
 
   void sendStateEvent();
   bool changeState(CameraState from, CameraState to);
+  static bool wasSwitchedOff(CameraState before, CameraState after);
+  void stopForGood();
   bool readHead();
   void zoomCorrectionFound(double correction) override;
   void gainsFound() override;
@@ -119,6 +128,7 @@ class Tracker : public Thread, private AutotuneListener {
   std::unique_ptr<SuperObjectManager> superObjectManager;
   std::unique_ptr<Regulator> regulator;
   VideoChannels videoChannels;
+  std::map<std::pair<int, int>, std::set<const void*>> holders;  // by camera and object
   std::unique_ptr<PtzRemoteTravo> ptzRemote;
   PtzHead head;
   std::unique_ptr<Autotuner> autotuner;
@@ -129,6 +139,7 @@ class Tracker : public Thread, private AutotuneListener {
   std::atomic<std::int64_t> returnToHomeTime{0};     // of the last movement; 0 when disarmed
   ZoomScale zoomScale;
   double aspectRatio = 1.33;
+  std::mutex stateEventMutex;  // orders the state events
   TrackerEvents events;
   std::int64_t lastZoomCommandTime = 0;  // of the last absolute zoom; 0 when none
   int statusFailures = 0;                // in a row

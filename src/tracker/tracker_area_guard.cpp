@@ -119,6 +119,7 @@ void TrackerAreaGuard::handleTrackedObject(std::int32_t profileId, const Trackin
     known->seen = true;
   } else {
     trackedObjects.emplace_back(object.getId(), true);
+    tracker.hold(camera, object.getId(), this);
   }
 }
 
@@ -132,14 +133,14 @@ void TrackerAreaGuard::markSeen(std::int32_t id) {
 // Only what this guard has handed over: another profile may follow the object.
 void TrackerAreaGuard::handleExcludedOrDeletedObjects(std::int32_t id) {
   if (std::erase_if(trackedObjects, [id](const TrackedObject& t) { return t.id == id; }) > 0) {
-    tracker.untrack(camera, id);
+    tracker.letGo(camera, id, this);
   }
 }
 
 void TrackerAreaGuard::handleUntrackedObjects() {
   std::erase_if(trackedObjects, [this](const TrackedObject& object) {
     if (!object.seen) {
-      tracker.untrack(camera, object.id);
+      tracker.letGo(camera, object.id, this);
     }
     return !object.seen;
   });

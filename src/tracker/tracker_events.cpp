@@ -68,6 +68,7 @@ void TrackerEvents::sendStateEvent(const std::string& state) {
 }
 
 void TrackerEvents::sendIsSentrelingEvent(bool active) {
+  const std::lock_guard lock(sentrelingMutex);
   sentrelingActive = active;
   EventKeyValueSet set;
   set.addBool(IS_SENTRELING_KEY, nullptr, active);

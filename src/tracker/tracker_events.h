@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <mutex>
 #include <string>
 
 // The tracker's two stateful events: its state, and whether it is steering the head. Failures are
@@ -26,6 +27,7 @@ class TrackerEvents {
   OVEventHandler* eventHandler = nullptr;
   std::uint32_t stateEventId = 0;
   std::uint32_t isSentrelingEventId = 0;
+  std::mutex sentrelingMutex;  // keeps what is remembered and what is sent the same
   std::atomic<bool> sentrelingActive{false};
 };
 

@@ -1,5 +1,7 @@
 #include "tracker/tracker_guard_factory.h"
 
+#include <utility>
+
 #include "config/constants.h"
 #include "config/status_exception.h"
 #include "events/state_event_fan_out.h"
@@ -12,10 +14,11 @@ TrackerGuardFactory::TrackerGuardFactory(const json_t* profile, int rotation,
 }
 
 void TrackerGuardFactory::parseGuardData(const json_t* profile) {
-  int value = 0;
-  throwIf(json_unpack(const_cast<json_t*>(profile), "{s:i}", "priority", &value) != 0,
+  json_int_t value = 0;
+  throwIf(json_unpack(const_cast<json_t*>(profile), "{s:I}", "priority", &value) != 0 ||
+              !std::in_range<std::int32_t>(value),
           "Could not unpack data for the guard", StatusCode_e::missingParameter);
-  priority = value;
+  priority = static_cast<std::int32_t>(value);
   GuardFactory::parseGuardData(profile);
 }
 

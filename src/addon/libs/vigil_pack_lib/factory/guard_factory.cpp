@@ -43,7 +43,7 @@ std::int16_t toSceneValue(double coordinate) {
   return static_cast<std::int16_t>(std::lround(coordinate * SCENE_ONE));
 }
 
-bool isWithin(std::int32_t value, std::int32_t min, std::int32_t max) {
+bool isWithin(json_int_t value, json_int_t min, json_int_t max) {
   return value >= min && value <= max;
 }
 
@@ -91,10 +91,11 @@ std::string trim(const std::string& text) {
   return trimmed;
 }
 
-// A single value with its switch: {"data": ..., "active": ...}.
-bool unpackSwitched(const json_t* filter, std::int32_t& data, bool& active) {
+// A single value with its switch: {"data": ..., "active": ...}. Values are taken whole, so that
+// what no 32 bits can hold is out of bounds like any other.
+bool unpackSwitched(const json_t* filter, json_int_t& data, bool& active) {
   int activeFlag = 0;
-  if (!unpack(filter, "{s:i, s:b}", "data", &data, "active", &activeFlag)) {
+  if (!unpack(filter, "{s:I, s:b}", "data", &data, "active", &activeFlag)) {
     return false;
   }
   active = activeFlag != 0;
@@ -102,13 +103,20 @@ bool unpackSwitched(const json_t* filter, std::int32_t& data, bool& active) {
 }
 
 // A pair of values with its switch.
-bool unpackSwitched(const json_t* filter, std::int32_t& first, std::int32_t& second, bool& active) {
+bool unpackSwitched(const json_t* filter, json_int_t& first, json_int_t& second, bool& active) {
   int activeFlag = 0;
-  if (!unpack(filter, "{s:[ii!], s:b}", "data", &first, &second, "active", &activeFlag)) {
+  if (!unpack(filter, "{s:[II!], s:b}", "data", &first, &second, "active", &activeFlag)) {
     return false;
   }
   active = activeFlag != 0;
   return true;
+}
+
+constexpr json_int_t LARGEST_VALUE = std::numeric_limits<std::int32_t>::max();
+
+// For values that are within 32 bits.
+std::int32_t narrow(json_int_t value) {
+  return static_cast<std::int32_t>(value);
 }
 
 }  // namespace
@@ -132,13 +140,17 @@ void GuardFactory::parseJson(const json_t* profile) {
 
 void GuardFactory::parseGuardData(const json_t* profile) {
   const char* text = nullptr;
-  int duration = 0;
-  throwIf(!unpack(profile, "{s:s, s:i, s:i, s?i}", "name", &text, "uid", &uid, "camera", &camera,
-                  "xinternalEventDuration", &duration),
+  json_int_t uidValue = 0;
+  json_int_t cameraValue = 0;
+  json_int_t duration = eventDuration;
+  throwIf(!unpack(profile, "{s:s, s:I, s:I, s?I}", "name", &text, "uid", &uidValue, "camera",
+                  &cameraValue, "xinternalEventDuration", &duration) ||
+              !std::in_range<std::int32_t>(uidValue) || !std::in_range<std::int32_t>(cameraValue) ||
+              !std::in_range<std::int32_t>(duration),
           "Could not unpack data for the guard", missingParameter);
-  if (json_object_get(profile, "xinternalEventDuration") != nullptr) {
-    eventDuration = duration;
-  }
+  uid = narrow(uidValue);
+  camera = narrow(cameraValue);
+  eventDuration = duration;
   setName(text);
 }
 
@@ -244,29 +256,29 @@ LoiteringCondition GuardFactory::createOneCondition(const json_t* condition) con
           missingParameter);
   LoiteringCondition result{type, {}, false};
   const auto& limits = boundaries.conditionParameters;
-  std::int32_t first = 0;
+  json_int_t first = 0;
   if (result.type == "individual") {
     throwIf(!unpackSwitched(condition, first, result.active),
             "Could not unpack an individual condition", missingParameter);
     throwIf(!isWithin(first, limits[1], limits[0]),
             "Incorrect parameter value for the individual condition", invalidParameter);
-    result.parameters = {first};
+    result.parameters = {narrow(first)};
   } else if (result.type == "group") {
     throwIf(!unpackSwitched(condition, first, result.active), "Could not unpack a group condition",
             missingParameter);
     throwIf(!isWithin(first, limits[3], limits[2]),
             "Incorrect parameter value for the group condition", invalidParameter);
-    result.parameters = {first};
+    result.parameters = {narrow(first)};
   } else if (result.type == "objectStopped") {
     const json_t* data = json_object_get(condition, "data");
     throwIf(json_is_array(data) && json_array_size(data) != 2,
             "Wrong number of params for the objectStopped condition.", invalidParameter);
-    std::int32_t second = 0;
+    json_int_t second = 0;
     throwIf(!unpackSwitched(condition, first, second, result.active),
             "Could not unpack an object stopped condition", missingParameter);
     throwIf(!isWithin(first, limits[5], limits[4]) || !isWithin(second, limits[7], limits[6]),
             "Incorrect parameter value for object stopped condition", invalidParameter);
-    result.parameters = {first, second};
+    result.parameters = {narrow(first), narrow(second)};
   } else {
     throwIf(true, "Unknown trigger condition: " + result.type, invalidParameter);
   }
@@ -317,15 +329,15 @@ void GuardFactory::createExcludeArea(const json_t* filter) {
 }
 
 void GuardFactory::createSizeFilterPercent(const json_t* filter) {
-  std::int32_t width = 0;
-  std::int32_t height = 0;
+  json_int_t width = 0;
+  json_int_t height = 0;
   bool active = false;
   throwIf(!unpackSwitched(filter, width, height, active), "Could not unpack a size filter percent",
           missingParameter);
   throwIf(!isWithin(width, boundaries.sizePercentWidthMin, boundaries.sizePercentWidthMax) ||
               !isWithin(height, boundaries.sizePercentHeightMin, boundaries.sizePercentHeightMax),
           "Incorrect parameter value for size filter percent", invalidParameter);
-  filters.push_back(std::make_unique<SizeFilterPercent>(width, height, active));
+  filters.push_back(std::make_unique<SizeFilterPercent>(narrow(width), narrow(height), active));
 }
 
 void GuardFactory::createSizeFilterPerspective(const json_t* filter) {
@@ -333,35 +345,35 @@ void GuardFactory::createSizeFilterPerspective(const json_t* filter) {
   if (!perspectiveBars.empty()) {
     perspectiveBarUtils::validatePerspectiveBars(perspectiveBars, rotation);
   }
-  std::int32_t width = 0;
-  std::int32_t height = 0;
+  json_int_t width = 0;
+  json_int_t height = 0;
   bool active = false;
   throwIf(!unpackSwitched(filter, width, height, active),
           "Could not unpack a size filter perspective", missingParameter);
-  throwIf(width < 0 || height < 0, "Incorrect parameter value for size filter perspective",
-          invalidParameter);
+  throwIf(!isWithin(width, 0, LARGEST_VALUE) || !isWithin(height, 0, LARGEST_VALUE),
+          "Incorrect parameter value for size filter perspective", invalidParameter);
   filters.push_back(std::make_unique<SizeFilterPerspective>(uid, width, height,
                                                             Perspective(perspectiveBars), active));
 }
 
 void GuardFactory::createObjectLifetimeFilter(const json_t* filter) {
-  std::int32_t seconds = 0;
+  json_int_t seconds = 0;
   bool active = false;
   throwIf(!unpackSwitched(filter, seconds, active), "Could not unpack an object lifetime filter",
           missingParameter);
   throwIf(!isWithin(seconds, boundaries.shortLivedMin, boundaries.shortLivedMax),
           "Incorrect parameter value for object lifetime filter", invalidParameter);
-  filters.push_back(std::make_unique<ObjectLifetimeFilter>(seconds, active));
+  filters.push_back(std::make_unique<ObjectLifetimeFilter>(narrow(seconds), active));
 }
 
 void GuardFactory::createSwayingFilter(const json_t* filter) {
-  std::int32_t percent = 0;
+  json_int_t percent = 0;
   bool active = false;
   throwIf(!unpackSwitched(filter, percent, active), "Could not unpack a swaying filter",
           missingParameter);
   throwIf(!isWithin(percent, boundaries.swayingPercentMin, boundaries.swayingPercentMax),
           "Incorrect parameter value for swaying filter percent", invalidParameter);
-  filters.push_back(std::make_unique<SwayingFilter>(uid, percent, active));
+  filters.push_back(std::make_unique<SwayingFilter>(uid, narrow(percent), active));
 }
 
 void GuardFactory::createPresets(const json_t* profile) {
@@ -375,10 +387,9 @@ void GuardFactory::createPresets(const json_t* profile) {
   for (std::size_t i = 0; i < count; ++i) {
     const json_t* entry = json_array_get(array, i);
     throwIf(entry == nullptr, "Could not parse the preset", missingParameter);
-    int number = 0;
-    throwIf(!unpack(entry, "i", &number), "Could not unpack preset number", missingParameter);
-    throwIf(!isWithin(number, std::numeric_limits<std::int16_t>::min(),
-                      std::numeric_limits<std::int16_t>::max()),
+    json_int_t number = 0;
+    throwIf(!unpack(entry, "I", &number), "Could not unpack preset number", missingParameter);
+    throwIf(!isWithin(number, PRESET_NOT_BOUND, std::numeric_limits<std::int16_t>::max()),
             "Could not unpack preset number", invalidParameter);
     presets.push_back(static_cast<std::int16_t>(number));
   }

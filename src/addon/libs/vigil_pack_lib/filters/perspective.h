@@ -14,7 +14,7 @@ class Perspective {
   explicit Perspective(std::span<const PerspectiveBar> bars);
 
   // The real-world size of something that measures sizeInScene (Q12) at a foot position (Q12);
-  // saturated, and 0 where the scale is no use.
+  // saturated, and 0 where slope or scale are no use.
   std::int32_t calculateRealWorldSize(std::int32_t footValue, std::int32_t sizeInScene) const;
 
   // Both coefficients within 1e-5.
