@@ -3,6 +3,9 @@
 #include <glib.h>
 #include <syslog.h>
 
+#include <algorithm>
+#include <limits>
+
 #include "config/json_file.h"
 #include "config/json_parser.h"
 
@@ -35,10 +38,11 @@ bool PersistentConfigHandler::save(const json_t* document, const std::string& pa
 
 std::int32_t PersistentConfigHandler::getConfigurationStatus(const std::string& path) {
   JsonParser parser;
-  int status = 0;
-  if (!parser.decode(load(path)) || json_unpack(json_object_get(parser.get(), "params"), "{s:i}",
+  json_int_t status = 0;
+  if (!parser.decode(load(path)) || json_unpack(json_object_get(parser.get(), "params"), "{s:I}",
                                                 "configurationStatus", &status) != 0) {
     return 0;
   }
-  return status;
+  using Limits = std::numeric_limits<std::int32_t>;
+  return static_cast<std::int32_t>(std::clamp<json_int_t>(status, Limits::min(), Limits::max()));
 }
