@@ -1,0 +1,58 @@
+#include "socket/local_socket.h"
+
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "platform_services/temporary_folder.h"
+
+namespace {
+
+std::array<FileDescriptor, 2> socketPair() {
+  std::array<int, 2> ends{-1, -1};
+  EXPECT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()));
+  return {FileDescriptor(ends[0]), FileDescriptor(ends[1])};
+}
+
+TEST(LocalSocketTest, SendingToAPeerThatHasLeftIsAnErrorAndNoSignal) {
+  std::signal(SIGPIPE, SIG_DFL);  // libraries of the process may have it ignored
+  auto [mine, other] = socketPair();
+  other.reset();
+  EXPECT_FALSE(local_socket::sendAll(mine.get(), std::vector<std::uint8_t>{1}));
+  EXPECT_EQ(EPIPE, errno);
+}
+
+TEST(LocalSocketTest, ReceivingFillsWhatWasAskedForOrFails) {
+  auto [mine, other] = socketPair();
+  ASSERT_TRUE(local_socket::sendAll(other.get(), std::vector<std::uint8_t>{1, 2, 3}));
+  other.reset();
+  std::vector<std::uint8_t> two(2);
+  EXPECT_TRUE(local_socket::receiveAll(mine.get(), two));
+  EXPECT_EQ((std::vector<std::uint8_t>{1, 2}), two);
+  EXPECT_FALSE(local_socket::receiveAll(mine.get(), two));
+  EXPECT_EQ(0, errno);
+}
+
+TEST(LocalSocketTest, APathThatIsEmptyOrTooLongIsAnError) {
+  EXPECT_FALSE(local_socket::connectTo("").isOpen());
+  EXPECT_FALSE(local_socket::connectTo("/" + std::string(107, 'n')).isOpen());
+  EXPECT_EQ(ENAMETOOLONG, errno);
+  EXPECT_FALSE(local_socket::connectTo("/" + std::string(106, 'n')).isOpen());
+  EXPECT_EQ(ENOENT, errno);
+}
+
+TEST(LocalSocketTest, APathInUseIsAnError) {
+  const TemporaryFolder folder;
+  const FileDescriptor first = local_socket::listenAt(folder / "socket");
+  ASSERT_TRUE(first.isOpen());
+  EXPECT_FALSE(local_socket::listenAt(folder / "socket").isOpen());
+  EXPECT_EQ(EADDRINUSE, errno);
+}
+
+}  // namespace

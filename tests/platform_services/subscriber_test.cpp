@@ -1,0 +1,496 @@
+#include "subscriber/scene_subscriber.h"
+
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <future>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "platform_services/temporary_folder.h"
+#include "scene.h"
+#include "scene/scene_encoder.h"
+#include "socket/local_socket.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+using Bytes = std::vector<std::uint8_t>;
+
+constexpr std::chrono::seconds kLongEnough{30};
+constexpr data_format_t kFormat = DATA_FORMAT_SCENE;
+
+Bytes sceneFrame(std::int32_t object, std::size_t values = 0) {
+  SceneEncoder encoder;
+  encoder.beginObject(object);
+  encoder.addObjectProperty(SCENE_OBJ_PROP_POLYGON, std::vector<std::int32_t>(values, object));
+  return encoder.bytes();
+}
+
+// The head and the payload as they travel; the time is one that must not matter.
+Bytes packet(std::uint32_t length, const Bytes& payload) {
+  Bytes bytes;
+  for (int shift = 24; shift >= 0; shift -= 8) {
+    bytes.push_back(static_cast<std::uint8_t>(length >> shift));
+  }
+  bytes.insert(bytes.end(), 8, 0xa5);
+  bytes.insert(bytes.end(), payload.begin(), payload.end());
+  return bytes;
+}
+
+Bytes packet(const Bytes& payload) {
+  return packet(static_cast<std::uint32_t>(payload.size()), payload);
+}
+
+Bytes operator+(Bytes left, const Bytes& right) {
+  left.insert(left.end(), right.begin(), right.end());
+  return left;
+}
+
+// What the service sees of one subscription.
+struct Served {
+  FileDescriptor stream;
+  std::string request;
+
+  void send(const Bytes& bytes) const { EXPECT_TRUE(local_socket::sendAll(stream.get(), bytes)); }
+};
+
+class SceneService {
+ public:
+  explicit SceneService(const std::string& path) : listener_(local_socket::listenAt(path)) {
+    EXPECT_TRUE(listener_.isOpen());
+    EXPECT_EQ(0, fcntl(listener_.get(), F_SETFL, 0));  // accept is to wait
+  }
+
+  // Accepts one subscription, reads its line and answers.
+  std::future<Served> serve(std::string answer) {
+    return std::async(std::launch::async, [this, answer = std::move(answer)] {
+      Served served{FileDescriptor(accept(listener_.get(), nullptr, nullptr)), ""};
+      std::uint8_t byte = 0;
+      while (byte != '\n' && local_socket::receiveAll(served.stream.get(), {&byte, 1})) {
+        served.request += static_cast<char>(byte);
+      }
+      served.send(Bytes(answer.begin(), answer.end()));
+      return served;
+    });
+  }
+
+ private:
+  FileDescriptor listener_;
+};
+
+// Collects what the callbacks are told.
+class Receiver {
+ public:
+  static void onMessage(char* data, void* user_data) {
+    auto* self = static_cast<Receiver*>(user_data);
+    const std::size_t size = scene_area_size(data);
+    const auto* first = reinterpret_cast<const std::uint8_t*>(data);
+    Bytes frame(first, first + size);
+    std::free(data);
+    if (self->during) self->during();
+    const std::scoped_lock lock(self->mutex_);
+    self->frames_.push_back(std::move(frame));
+    self->changed_.notify_all();
+  }
+
+  static void onDisconnect(void* user_data) {
+    auto* self = static_cast<Receiver*>(user_data);
+    const std::scoped_lock lock(self->mutex_);
+    ++self->disconnects_;
+    self->changed_.notify_all();
+  }
+
+  std::vector<Bytes> waitForFrames(std::size_t count) {
+    std::unique_lock lock(mutex_);
+    EXPECT_TRUE(changed_.wait_for(lock, kLongEnough, [&] { return frames_.size() >= count; }));
+    return frames_;
+  }
+
+  void waitForDisconnect() {
+    std::unique_lock lock(mutex_);
+    EXPECT_TRUE(changed_.wait_for(lock, kLongEnough, [&] { return disconnects_ > 0; }));
+  }
+
+  std::vector<Bytes> frames() {
+    const std::scoped_lock lock(mutex_);
+    return frames_;
+  }
+
+  int disconnects() {
+    const std::scoped_lock lock(mutex_);
+    return disconnects_;
+  }
+
+  std::function<void()> during;
+
+ private:
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  std::vector<Bytes> frames_;
+  int disconnects_ = 0;
+};
+
+class SceneSubscriberTest : public testing::Test {
+ protected:
+  SceneSubscriberTest() { listen(subscriber_); }
+
+  void listen(SceneSubscriber& subscriber) {
+    EXPECT_EQ(0, subscriber.setMessageCallback(&Receiver::onMessage));
+    EXPECT_EQ(0, subscriber.setDisconnectCallback(&Receiver::onDisconnect));
+  }
+
+  Served subscribe() {
+    std::future<Served> served = service_.serve("OK\n");
+    EXPECT_EQ(0, subscriber_.subscribe());
+    return served.get();
+  }
+
+  // Subscribes anew as soon as the old subscription has come to its end.
+  Served subscribeAgain() {
+    std::future<Served> served = service_.serve("OK\n");
+    const auto deadline = std::chrono::steady_clock::now() + kLongEnough;
+    int result = VIDEO_SCENE_SUBSCRIBER_BAD_STATE;
+    while (result == VIDEO_SCENE_SUBSCRIBER_BAD_STATE &&
+           std::chrono::steady_clock::now() < deadline) {
+      result = subscriber_.subscribe();
+      std::this_thread::yield();
+    }
+    EXPECT_EQ(0, result);
+    return served.get();
+  }
+
+  TemporaryFolder folder_;
+  const std::string path_ = folder_ / "subscriber";
+  SceneService service_{path_};
+  Receiver receiver_;
+  SceneSubscriber subscriber_{path_, 0, kFormat, &receiver_};
+};
+
+TEST_F(SceneSubscriberTest, AsksForItsChannelAndProperties) {
+  SceneSubscriber other(path_, 3, kFormat, nullptr);
+  const auto requestOf = [&] {
+    std::future<Served> served = service_.serve("OK\n");
+    EXPECT_EQ(0, other.subscribe());
+    std::string request = served.get().request;
+    EXPECT_EQ(0, other.unsubscribe());
+    return request;
+  };
+  EXPECT_EQ("SUBSCRIBE 3 0\n", requestOf());
+  other.setEnabled(SceneSubscriber::kBoundingBox, true);
+  EXPECT_EQ("SUBSCRIBE 3 1\n", requestOf());
+  other.setEnabled(SceneSubscriber::kPolygon, true);
+  other.setEnabled(SceneSubscriber::kVelocity, true);
+  other.setEnabled(SceneSubscriber::kLowConfident, true);
+  EXPECT_EQ("SUBSCRIBE 3 15\n", requestOf());
+  other.setEnabled(SceneSubscriber::kBoundingBox, false);
+  EXPECT_EQ("SUBSCRIBE 3 14\n", requestOf());
+}
+
+TEST_F(SceneSubscriberTest, WithoutAServiceThereIsNoProvider) {
+  SceneSubscriber lonely(folder_ / "nobody", 0, kFormat, nullptr);
+  EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_NO_PROVIDER, lonely.subscribe());
+  EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_BAD_STATE, lonely.unsubscribe());
+}
+
+TEST_F(SceneSubscriberTest, AnUnknownChannelHasNoProvider) {
+  std::future<Served> served = service_.serve("NO\n");
+  EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_NO_PROVIDER, subscriber_.subscribe());
+  served.get();
+  EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_BAD_STATE, subscriber_.unsubscribe());
+}
+
+TEST_F(SceneSubscriberTest, AnyOtherAnswerIsAFailure) {
+  for (const char* answer : {"OK?", "\n\n\n", ""}) {
+    std::future<Served> served = service_.serve(answer);
+    std::future<int> result =
+        std::async(std::launch::async, [this] { return subscriber_.subscribe(); });
+    served.get();  // and ends the stream
+    EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_FAILED, result.get()) << answer;
+  }
+}
+
+TEST_F(SceneSubscriberTest, AServiceThatDoesNotAnswerIsAFailure) {
+  SceneSubscriber hasty(path_, 0, kFormat, nullptr, std::chrono::milliseconds(50));
+  EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_FAILED, hasty.subscribe());
+}
+
+TEST_F(SceneSubscriberTest, AQuietStreamIsNoDisconnection) {
+  // Long enough for the service of the test to answer, even on a busy machine.
+  constexpr std::chrono::milliseconds timeout(2000);
+  SceneSubscriber hasty(path_, 0, kFormat, &receiver_, timeout);
+  listen(hasty);
+  std::future<Served> serving = service_.serve("OK\n");
+  ASSERT_EQ(0, hasty.subscribe());
+  const Served served = serving.get();
+  pollfd end{served.stream.get(), POLLIN, 0};
+  EXPECT_EQ(0, poll(&end, 1, 2500));
+  served.send(packet(sceneFrame(1)));
+  EXPECT_THAT(receiver_.waitForFrames(1), ElementsAre(sceneFrame(1)));
+  EXPECT_EQ(0, receiver_.disconnects());
+}
+
+TEST_F(SceneSubscriberTest, ASocketThatMayNotBeUsedIsAPolicy) {
+  std::filesystem::permissions(path_, std::filesystem::perms::none);
+  const uid_t user = geteuid();
+  constexpr uid_t nobody = 65534;
+  if (user == 0) {
+    ASSERT_EQ(0, seteuid(nobody));  // permissions do not bind root
+  }
+  const int result = subscriber_.subscribe();
+  ASSERT_EQ(0, seteuid(user));
+  EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_NOT_ALLOWED, result);
+}
+
+TEST_F(SceneSubscriberTest, AnUnknownFormatIsRefusedAtTheSubscription) {
+  SceneSubscriber other(path_, 0, static_cast<data_format_t>(1), nullptr);
+  EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_BAD_FORMAT, other.subscribe());
+}
+
+TEST_F(SceneSubscriberTest, HandsOnEachFrame) {
+  const Served served = subscribe();
+  served.send(packet(sceneFrame(1)));
+  served.send(packet(sceneFrame(2, 100'000)) + packet(sceneFrame(3)));
+  EXPECT_THAT(receiver_.waitForFrames(3),
+              ElementsAre(sceneFrame(1), sceneFrame(2, 100'000), sceneFrame(3)));
+}
+
+TEST_F(SceneSubscriberTest, AFrameMayComeInPieces) {
+  const Served served = subscribe();
+  for (const std::uint8_t byte : packet(sceneFrame(1)) + packet(sceneFrame(2))) served.send({byte});
+  EXPECT_THAT(receiver_.waitForFrames(2), ElementsAre(sceneFrame(1), sceneFrame(2)));
+}
+
+TEST_F(SceneSubscriberTest, WhatIsNoFrameIsLeftOut) {
+  Bytes longer = sceneFrame(1);
+  longer.push_back(0);
+  Bytes shorter = sceneFrame(1);
+  shorter.pop_back();
+  const Bytes seven(7, 'S');
+  const Bytes eight(8, 'S');
+  const Served served = subscribe();
+  served.send(packet(Bytes()) + packet(seven) + packet(eight) + packet(longer) + packet(shorter) +
+              packet(sceneFrame(9)));
+  EXPECT_THAT(receiver_.waitForFrames(1), ElementsAre(sceneFrame(9)));
+}
+
+TEST_F(SceneSubscriberTest, TheEndOfTheStreamIsToldOnce) {
+  {
+    const Served served = subscribe();
+    served.send(packet(sceneFrame(1)));
+  }
+  receiver_.waitForDisconnect();
+  EXPECT_EQ(0, subscriber_.unsubscribe());
+  EXPECT_EQ(1, receiver_.disconnects());
+  EXPECT_THAT(receiver_.frames(), ElementsAre(sceneFrame(1)));
+}
+
+TEST_F(SceneSubscriberTest, AFrameCutByTheEndOfTheStreamIsNotHandedOn) {
+  {
+    Bytes cut = packet(sceneFrame(1));
+    cut.pop_back();
+    subscribe().send(cut);
+  }
+  receiver_.waitForDisconnect();
+  EXPECT_THAT(receiver_.frames(), IsEmpty());
+}
+
+TEST_F(SceneSubscriberTest, AnImpossibleLengthEndsTheStream) {
+  for (const std::uint32_t length : {(16U << 20) + 1, 0x80000000U, 0xffffffffU}) {
+    Receiver receiver;
+    SceneSubscriber subscriber(path_, 0, kFormat, &receiver);
+    listen(subscriber);
+    std::future<Served> serving = service_.serve("OK\n");
+    EXPECT_EQ(0, subscriber.subscribe());
+    const Served served = serving.get();
+    served.send(packet(length, sceneFrame(1)));
+    receiver.waitForDisconnect();
+    EXPECT_THAT(receiver.frames(), IsEmpty());
+  }
+}
+
+TEST_F(SceneSubscriberTest, TheEndOfASubscriptionIsNoDisconnection) {
+  const Served served = subscribe();
+  EXPECT_EQ(0, subscriber_.unsubscribe());
+  EXPECT_EQ(0, receiver_.disconnects());
+}
+
+TEST_F(SceneSubscriberTest, TheServiceSeesTheEndOfASubscription) {
+  const Served served = subscribe();
+  EXPECT_EQ(0, subscriber_.unsubscribe());
+  std::uint8_t byte = 0;
+  EXPECT_EQ(0, recv(served.stream.get(), &byte, 1, 0));
+}
+
+TEST_F(SceneSubscriberTest, SubscribingAndEndingNeedTheRightState) {
+  EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_BAD_STATE, subscriber_.unsubscribe());
+  const Served served = subscribe();
+  EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_BAD_STATE, subscriber_.subscribe());
+  EXPECT_EQ(0, subscriber_.unsubscribe());
+  EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_BAD_STATE, subscriber_.unsubscribe());
+}
+
+TEST_F(SceneSubscriberTest, SettingsCannotChangeWhileSubscribed) {
+  const Served served = subscribe();
+  EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_BAD_STATE, subscriber_.setMessageCallback(nullptr));
+  EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_BAD_STATE, subscriber_.setDisconnectCallback(nullptr));
+  EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_BAD_STATE,
+            subscriber_.setEnabled(SceneSubscriber::kPolygon, true));
+  EXPECT_EQ(0, subscriber_.unsubscribe());
+  EXPECT_EQ(0, subscriber_.setEnabled(SceneSubscriber::kPolygon, true));
+}
+
+TEST_F(SceneSubscriberTest, ANewSubscriptionFollowsAnEnd) {
+  { const Served served = subscribe(); }
+  receiver_.waitForDisconnect();
+  const Served served = subscribeAgain();
+  served.send(packet(sceneFrame(2)));
+  EXPECT_THAT(receiver_.waitForFrames(1), ElementsAre(sceneFrame(2)));
+  EXPECT_EQ(0, subscriber_.unsubscribe());
+  const Served third = subscribe();
+  third.send(packet(sceneFrame(3)));
+  EXPECT_THAT(receiver_.waitForFrames(2), ElementsAre(sceneFrame(2), sceneFrame(3)));
+  EXPECT_EQ(1, receiver_.disconnects());
+}
+
+TEST_F(SceneSubscriberTest, ACallbackThatAsksForMoreIsRefused) {
+  std::vector<int> results;
+  receiver_.during = [&] {
+    results = {subscriber_.subscribe(), subscriber_.unsubscribe(),
+               subscriber_.setMessageCallback(nullptr)};
+  };
+  const Served served = subscribe();
+  served.send(packet(sceneFrame(1)));
+  receiver_.waitForFrames(1);
+  EXPECT_THAT(results, ElementsAre(-2, -2, -2));
+}
+
+TEST_F(SceneSubscriberTest, TheEndWaitsForARunningCallback) {
+  std::promise<void> entered;
+  std::promise<void> gate;
+  std::atomic<bool> has_left = false;
+  receiver_.during = [&] {
+    entered.set_value();
+    gate.get_future().wait();
+    has_left = true;
+  };
+  const Served served = subscribe();
+  served.send(packet(sceneFrame(1)));
+  entered.get_future().wait();
+  std::future<bool> left_before_end = std::async(std::launch::async, [&] {
+    subscriber_.unsubscribe();
+    return has_left.load();
+  });
+  EXPECT_EQ(std::future_status::timeout, left_before_end.wait_for(std::chrono::milliseconds(100)));
+  gate.set_value();
+  EXPECT_TRUE(left_before_end.get());
+}
+
+TEST_F(SceneSubscriberTest, WithoutCallbacksTheStreamIsStillRead) {
+  SceneSubscriber silent(path_, 0, kFormat, nullptr);
+  std::future<Served> serving = service_.serve("OK\n");
+  EXPECT_EQ(0, silent.subscribe());
+  const Served served = serving.get();
+  // More than the socket holds.
+  for (int i = 0; i < 20; ++i) served.send(packet(sceneFrame(i, 100'000)));
+}
+
+TEST_F(SceneSubscriberTest, DeletingASubscriberEndsItsSubscription) {
+  auto subscriber = std::make_unique<SceneSubscriber>(path_, 0, kFormat, &receiver_);
+  listen(*subscriber);
+  std::future<Served> serving = service_.serve("OK\n");
+  EXPECT_EQ(0, subscriber->subscribe());
+  const Served served = serving.get();
+  subscriber.reset();
+  std::uint8_t byte = 0;
+  EXPECT_EQ(0, recv(served.stream.get(), &byte, 1, 0));
+  EXPECT_EQ(0, receiver_.disconnects());
+}
+
+class SubscriberModuleTest : public testing::Test {
+ protected:
+  SubscriberModuleTest() : module_(dlopen(SCENE_SUBSCRIBER_MODULE, RTLD_LAZY)) {
+    EXPECT_NE(nullptr, module_) << dlerror();
+  }
+  ~SubscriberModuleTest() override { dlclose(module_); }
+
+  template <typename Function>
+  Function find(const char* name) {
+    auto function = reinterpret_cast<Function>(dlsym(module_, name));
+    EXPECT_NE(nullptr, function) << name;
+    return function;
+  }
+
+  void* const module_;
+  const video_scene_subscriber_create_fn create_ =
+      find<video_scene_subscriber_create_fn>("video_scene_subscriber_create");
+  const video_scene_subscriber_delete_fn delete_ =
+      find<video_scene_subscriber_delete_fn>("video_scene_subscriber_delete");
+  const video_scene_subscriber_subscribe_fn subscribe_ =
+      find<video_scene_subscriber_subscribe_fn>("video_scene_subscriber_subscribe");
+  const video_scene_subscriber_unsubscribe_fn unsubscribe_ =
+      find<video_scene_subscriber_unsubscribe_fn>("video_scene_subscriber_unsubscribe");
+  const video_scene_subscriber_set_on_disconnect_callback_fn set_on_disconnect_ =
+      find<video_scene_subscriber_set_on_disconnect_callback_fn>(
+          "video_scene_subscriber_set_on_disconnect_callback");
+  const video_scene_subscriber_set_on_message_arrived_callback_fn set_on_message_ =
+      find<video_scene_subscriber_set_on_message_arrived_callback_fn>(
+          "video_scene_subscriber_set_on_message_arrived_callback");
+  const std::vector<video_scene_subscriber_set_enabled_fn> set_enabled_ = {
+      find<video_scene_subscriber_set_enabled_fn>(
+          "video_scene_subscriber_set_bounding_box_enabled"),
+      find<video_scene_subscriber_set_enabled_fn>("video_scene_subscriber_set_polygon_enabled"),
+      find<video_scene_subscriber_set_enabled_fn>("video_scene_subscriber_set_velocity_enabled"),
+      find<video_scene_subscriber_set_enabled_fn>(
+          "video_scene_subscriber_set_low_confident_enabled")};
+};
+
+TEST_F(SubscriberModuleTest, NothingIsABadArgumentEverywhere) {
+  EXPECT_EQ(-5, delete_(nullptr));
+  EXPECT_EQ(-5, subscribe_(nullptr));
+  EXPECT_EQ(-5, unsubscribe_(nullptr));
+  EXPECT_EQ(-5, set_on_disconnect_(nullptr, nullptr));
+  EXPECT_EQ(-5, set_on_message_(nullptr, nullptr));
+  for (const auto set_enabled : set_enabled_) EXPECT_EQ(-5, set_enabled(nullptr, 1));
+}
+
+TEST_F(SubscriberModuleTest, ThereIsNoNegativeChannel) {
+  EXPECT_EQ(nullptr, create_(-1, kFormat, nullptr));
+}
+
+TEST_F(SubscriberModuleTest, ASubscriberTakesItsSettings) {
+  video_scene_subscriber* subscriber = create_(0, kFormat, nullptr);
+  ASSERT_NE(nullptr, subscriber);
+  EXPECT_EQ(0, set_on_disconnect_(subscriber, &Receiver::onDisconnect));
+  EXPECT_EQ(0, set_on_message_(subscriber, &Receiver::onMessage));
+  for (const auto set_enabled : set_enabled_) EXPECT_EQ(0, set_enabled(subscriber, 1));
+  EXPECT_EQ(-2, unsubscribe_(subscriber));
+  EXPECT_EQ(0, delete_(subscriber));
+}
+
+TEST_F(SubscriberModuleTest, AnUnknownFormatIsRefusedAtTheSubscription) {
+  video_scene_subscriber* subscriber = create_(0, static_cast<data_format_t>(3), nullptr);
+  ASSERT_NE(nullptr, subscriber);
+  EXPECT_EQ(-4, subscribe_(subscriber));
+  EXPECT_EQ(0, delete_(subscriber));
+}
+
+}  // namespace
