@@ -220,7 +220,8 @@ void Tracker::trackCameraCenter(int camera) {
 // ---- State and settings ----
 
 std::string Tracker::getStateString() const {
-  return STATE_STRINGS.at(static_cast<std::size_t>(state.load()));
+  const auto index = static_cast<std::size_t>(state.load());
+  return index < STATE_STRINGS.size() ? STATE_STRINGS[index] : "unknown";
 }
 
 // The event sent last tells the state that was reached last, whoever changes it at once.

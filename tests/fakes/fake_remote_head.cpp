@@ -1,0 +1,228 @@
+#include "fakes/fake_remote_head.h"
+
+#include <linux/sockios.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <stdexcept>
+#include <thread>
+#include <utility>
+
+#include "head_services.h"
+
+namespace {
+
+constexpr auto PATIENCE = std::chrono::seconds(10);
+
+std::string makeFolder() {
+  std::string name = (std::filesystem::temp_directory_path() / "head-XXXXXX").string();
+  if (mkdtemp(name.data()) == nullptr) {
+    throw std::runtime_error("no temporary folder");
+  }
+  return name;
+}
+
+// Whether the other side has read everything, for which this waits.
+bool isRead(int fd) {
+  const auto end = std::chrono::steady_clock::now() + PATIENCE;
+  while (std::chrono::steady_clock::now() < end) {
+    int unread = 0;
+    if (ioctl(fd, SIOCOUTQ, &unread) != 0) {
+      return false;
+    }
+    if (unread == 0) {
+      return true;
+    }
+    std::this_thread::yield();
+  }
+  return false;
+}
+
+// The parameter that a request line asks for; empty for another kind of line.
+std::string parameterOf(const std::string& line) {
+  constexpr std::string_view BEFORE = "GET orva-cgi/param.cgi?action=list&group=";
+  constexpr std::string_view AFTER = " 1";
+  const bool isRequest = line.starts_with(BEFORE) && line.ends_with(AFTER) &&
+                         line.size() > BEFORE.size() + AFTER.size();
+  return isRequest ? line.substr(BEFORE.size(), line.size() - BEFORE.size() - AFTER.size()) : "";
+}
+
+}  // namespace
+
+FakeRemoteHead::FakeRemoteHead()
+    : folder(makeFolder()),
+      path(folder + "/channel"),
+      handedOut(path),
+      services("com.orva.RemoteCameraControl.PTZ") {
+  services.invoke([this] {
+    listenAt(path);
+    skeleton.reset(head_services_remote_camera_control_ptztravo_skeleton_new());
+    g_signal_connect(skeleton.get(), "handle-open-channel",
+                     G_CALLBACK(&FakeRemoteHead::handleOpenChannel), this);
+    services.exportAt(G_DBUS_INTERFACE_SKELETON(skeleton.get()),
+                      "/com/orva/RemoteCameraControl/PTZ");
+  });
+}
+
+FakeRemoteHead::~FakeRemoteHead() {
+  dropConnections();
+  services.invoke([this] {
+    services.withdraw(G_DBUS_INTERFACE_SKELETON(skeleton.get()));
+    skeleton.reset();
+    forget(listener);
+  });
+  std::filesystem::remove_all(folder);
+}
+
+void FakeRemoteHead::setParameter(const std::string& name, const std::string& value) {
+  setReply(name, {name + "=" + value + "\n"});
+}
+
+void FakeRemoteHead::setReply(const std::string& name, const std::vector<std::string>& parts) {
+  services.invoke([&] { replies[name] = parts; });
+}
+
+void FakeRemoteHead::setUp(const std::string& productNumber) {
+  setParameter("Brand.ProdNbr", productNumber);
+  setParameter("PTZ.Limit.L1.MinFieldAngle", "25");
+  setParameter("PTZ.Limit.L1.MaxFieldAngle", "646");
+  setParameter("PTZ.Limit.L1.MinZoom", "1");
+  setParameter("PTZ.Limit.L1.MaxZoom", "9999");
+  setParameter("ImageSource.I0.Sensor.AspectRatio", "4:3");
+  setParameter("Image.I0.Appearance.Resolution", "1280x960");
+  setParameter("ImageSource.I0.Video.DetectedType", "");
+}
+
+void FakeRemoteHead::dropConnections() {
+  services.invoke([this] {
+    const auto all = sources;
+    for (const auto& [fd, source] : all) {
+      if (fd != listener) {
+        forget(fd);
+      }
+    }
+  });
+}
+
+void FakeRemoteHead::failOpens(int count) {
+  services.invoke([&] { opensToFail = count; });
+}
+
+void FakeRemoteHead::setPath(const std::string& newPath) {
+  services.invoke([&] { handedOut = newPath; });
+}
+
+std::vector<std::uint32_t> FakeRemoteHead::opens() {
+  std::vector<std::uint32_t> copy;
+  services.invoke([&] { copy = channels; });
+  return copy;
+}
+
+std::vector<std::string> FakeRemoteHead::requests() {
+  std::vector<std::string> copy;
+  services.invoke([&] { copy = lines; });
+  return copy;
+}
+
+int FakeRemoteHead::connections() {
+  int count = 0;
+  services.invoke([&] { count = accepted; });
+  return count;
+}
+
+int FakeRemoteHead::handleOpenChannel(_HeadServicesRemoteCameraControlPTZTravo* skeleton,
+                                      GDBusMethodInvocation* invocation, guint channel,
+                                      gpointer self) {
+  auto& head = *static_cast<FakeRemoteHead*>(self);
+  head.channels.push_back(channel);
+  if (head.opensToFail > 0) {
+    --head.opensToFail;
+    g_dbus_method_invocation_return_error_literal(invocation, G_DBUS_ERROR, G_DBUS_ERROR_FAILED,
+                                                  "no such channel");
+  } else {
+    head_services_remote_camera_control_ptztravo_complete_open_channel(skeleton, invocation,
+                                                                       head.handedOut.c_str());
+  }
+  return TRUE;
+}
+
+gboolean FakeRemoteHead::handleListener(gint fd, GIOCondition, gpointer self) {
+  auto& head = *static_cast<FakeRemoteHead*>(self);
+  const int client = accept4(fd, nullptr, nullptr, SOCK_CLOEXEC);
+  if (client >= 0) {
+    ++head.accepted;
+    head.watch(client, &FakeRemoteHead::handleClient);
+  }
+  return G_SOURCE_CONTINUE;
+}
+
+gboolean FakeRemoteHead::handleClient(gint fd, GIOCondition, gpointer self) {
+  auto& head = *static_cast<FakeRemoteHead*>(self);
+  char buffer[1024];
+  const ssize_t count = recv(fd, buffer, sizeof buffer, 0);
+  if (count <= 0) {
+    head.forget(fd);
+    return G_SOURCE_CONTINUE;
+  }
+  std::string& text = head.unfinished[fd];
+  text.append(buffer, static_cast<std::size_t>(count));
+  for (std::size_t end = text.find('\n'); end != std::string::npos; end = text.find('\n')) {
+    const std::string line = text.substr(0, end);
+    text.erase(0, end + 1);
+    head.lines.push_back(line);
+    if (!head.answer(fd, line)) {
+      head.forget(fd);
+      break;
+    }
+  }
+  return G_SOURCE_CONTINUE;
+}
+
+void FakeRemoteHead::listenAt(const std::string& address) {
+  sockaddr_un name{};
+  name.sun_family = AF_UNIX;
+  std::strncpy(name.sun_path, address.c_str(), sizeof name.sun_path - 1);
+  listener = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  if (bind(listener, reinterpret_cast<const sockaddr*>(&name), sizeof name) != 0 ||
+      listen(listener, 8) != 0) {
+    throw std::runtime_error("cannot listen at " + address);
+  }
+  watch(listener, &FakeRemoteHead::handleListener);
+}
+
+void FakeRemoteHead::watch(int fd, GUnixFDSourceFunc function) {
+  GSource* source = g_unix_fd_source_new(fd, G_IO_IN);
+  g_source_set_callback(source, G_SOURCE_FUNC(function), this, nullptr);
+  g_source_attach(source, services.getContext());
+  sources[fd] = source;
+}
+
+bool FakeRemoteHead::answer(int fd, const std::string& line) {
+  const auto found = replies.find(parameterOf(line));
+  const std::vector<std::string> parts =
+      found != replies.end() ? found->second : std::vector<std::string>{"0 0\n"};
+  for (std::size_t i = 0; i < parts.size(); ++i) {
+    if (i > 0 && !isRead(fd)) {
+      return false;
+    }
+    if (send(fd, parts[i].data(), parts[i].size(), MSG_NOSIGNAL) < 0) {
+      return false;
+    }
+  }
+  return !parts.empty();
+}
+
+void FakeRemoteHead::forget(int fd) {
+  const auto found = sources.find(fd);
+  g_source_destroy(found->second);
+  g_source_unref(found->second);
+  sources.erase(found);
+  unfinished.erase(fd);
+  close(fd);
+}

@@ -1,0 +1,379 @@
+#include "ptz/ptz_remote_travo.h"
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <syslog.h>
+
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "fakes/fake_remote_head.h"
+#include "fakes/log_capture.h"
+#include "fakes/private_bus.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+const char* const PROD_NBR = "Brand.ProdNbr";
+const char* const MAX_ANGLE = "PTZ.Limit.L1.MaxFieldAngle";
+const char* const SENSOR_RATIO = "ImageSource.I0.Sensor.AspectRatio";
+const char* const RESOLUTION = "Image.I0.Appearance.Resolution";
+const char* const VIDEO_TYPE = "ImageSource.I0.Video.DetectedType";
+
+std::string requestLine(const std::string& name) {
+  return "GET orva-cgi/param.cgi?action=list&group=" + name + " 1";
+}
+
+bool isOpen(int fd) {
+  return fcntl(fd, F_GETFD) >= 0;
+}
+
+class PtzRemoteTravoTest : public testing::Test {
+ protected:
+  PtzRemoteTravoTest() { LogCapture::clear(); }
+
+  // The value that the head's answer gives for the product number.
+  std::optional<std::string> valueOf(const std::vector<std::string>& parts) {
+    head.setReply(PROD_NBR, parts);
+    return link.get_remote_param(PROD_NBR);
+  }
+
+  FakeRemoteHead head;
+  PtzRemoteTravo link;
+};
+
+// ---- The channel ----
+
+TEST_F(PtzRemoteTravoTest, OpensTheChannelOnceWhenMadeAndUsesNoSocketYet) {
+  EXPECT_THAT(head.opens(), ElementsAre(1U));
+  EXPECT_EQ(head.connections(), 0);
+  EXPECT_THAT(LogCapture::lines(), IsEmpty());
+}
+
+TEST_F(PtzRemoteTravoTest, TheSocketIsOpenedOnDemandAndKept) {
+  const int fd = link.request_socket();
+  ASSERT_GE(fd, 0);
+  EXPECT_EQ(link.request_socket(), fd);
+  EXPECT_THAT(head.opens(), ElementsAre(1U, 1U));
+}
+
+TEST_F(PtzRemoteTravoTest, TheChannelsNumberIsPassedOn) {
+  link.setChannel(4);
+  EXPECT_GE(link.request_socket(), 0);
+  EXPECT_THAT(head.opens(), ElementsAre(1U, 4U));
+}
+
+TEST_F(PtzRemoteTravoTest, ANegativeChannelIsNotAskedFor) {
+  link.setChannel(-1);
+  EXPECT_EQ(link.request_socket(), -1);
+  EXPECT_EQ(LogCapture::count(LOG_ERR, "Channel not set for port!\n"), 1);
+  EXPECT_THAT(head.opens(), SizeIs(1));
+}
+
+TEST_F(PtzRemoteTravoTest, ABusErrorGivesNoSocketAndNoMessage) {
+  head.failOpens(1);
+  EXPECT_EQ(link.request_socket(), -1);
+  EXPECT_THAT(LogCapture::lines(), IsEmpty());
+  EXPECT_GE(link.request_socket(), 0);
+}
+
+TEST_F(PtzRemoteTravoTest, ASocketThatNobodyListensOnIsTriedAnewNextTime) {
+  head.setPath(head.socketPath() + "-gone");
+  EXPECT_EQ(link.request_socket(), -1);
+  head.setPath(head.socketPath());
+  EXPECT_GE(link.request_socket(), 0);
+}
+
+TEST_F(PtzRemoteTravoTest, APathLongerThanAnAddressIsCut) {
+  head.setPath("/" + std::string(300, 'x'));
+  EXPECT_EQ(link.request_socket(), -1);
+}
+
+TEST(PtzRemoteTravoLifeTest, ClosesItsSocket) {
+  FakeRemoteHead head;
+  auto link = std::make_unique<PtzRemoteTravo>();
+  const int fd = link->request_socket();
+  ASSERT_TRUE(isOpen(fd));
+  link.reset();
+  EXPECT_FALSE(isOpen(fd));
+}
+
+TEST(PtzRemoteTravoLifeTest, ABusThatCannotBeReachedAtFirstIsTriedAgain) {
+  FakeRemoteHead head;
+  const LogCapture log;
+  g_setenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/bus", TRUE);
+  PtzRemoteTravo link;
+  EXPECT_EQ(LogCapture::count(LOG_ERR, "PtzRemoteTravo: Could not connect to the proxy\n"), 1);
+  EXPECT_EQ(link.request_socket(), -1);
+  g_setenv("DBUS_SYSTEM_BUS_ADDRESS", PrivateBus::address(), TRUE);
+  EXPECT_GE(link.request_socket(), 0);
+}
+
+// ---- Sending ----
+
+TEST_F(PtzRemoteTravoTest, SendRequestReturnsTheNumberOfBytes) {
+  const std::string line = requestLine(PROD_NBR) + "\n";
+  EXPECT_EQ(link.send_request(line.c_str()), static_cast<int>(line.size()));
+}
+
+TEST_F(PtzRemoteTravoTest, SendRequestRefusesNull) {
+  EXPECT_EQ(link.send_request(nullptr), -1);
+  EXPECT_EQ(LogCapture::count(LOG_ERR, "Port not set! Null pointer.\n"), 1);
+}
+
+TEST_F(PtzRemoteTravoTest, SendRequestFailsWithoutASocket) {
+  head.failOpens(5);
+  EXPECT_EQ(link.send_request("GET\n"), -1);
+  EXPECT_THAT(head.opens(), SizeIs(2));  // a socket that cannot be had ends the attempts
+}
+
+TEST_F(PtzRemoteTravoTest, ASendErrorOnAStaleSocketIsRetriedOnceWithANewSocket) {
+  head.setParameter(PROD_NBR, "Q8742");
+  ASSERT_EQ(link.get_remote_param(PROD_NBR), "Q8742");
+  head.dropConnections();
+  EXPECT_EQ(link.get_remote_param(PROD_NBR), "Q8742");
+  EXPECT_EQ(head.connections(), 2);
+  EXPECT_THAT(head.opens(), SizeIs(3));
+  EXPECT_THAT(LogCapture::lines(), IsEmpty());
+}
+
+TEST_F(PtzRemoteTravoTest, AStaleSocketWithoutANewOneFails) {
+  head.setParameter(PROD_NBR, "Q8742");
+  ASSERT_TRUE(link.get_remote_param(PROD_NBR));
+  head.dropConnections();
+  head.failOpens(1);
+  EXPECT_EQ(link.get_remote_param(PROD_NBR), std::nullopt);
+  EXPECT_EQ(LogCapture::count(LOG_ERR, "Failed to send camera block request!\n"), 1);
+  EXPECT_EQ(link.get_remote_param(PROD_NBR), "Q8742");
+}
+
+// ---- Request and reply ----
+
+TEST_F(PtzRemoteTravoTest, OneLineIsSentForOneParameter) {
+  EXPECT_EQ(valueOf({"Brand.ProdNbr=Q8742\n"}), "Q8742");
+  EXPECT_THAT(head.requests(), ElementsAre(requestLine(PROD_NBR)));
+}
+
+TEST_F(PtzRemoteTravoTest, SendRecReturnsTheReplyFromTheNeedleOn) {
+  head.setReply(PROD_NBR, {"first\nroot.Brand.ProdNbr=Q8742\nlast\n"});
+  const std::string line = requestLine(PROD_NBR) + "\n";
+  EXPECT_EQ(link.send_rec(line.c_str(), PROD_NBR), "Brand.ProdNbr=Q8742\nlast\n");
+}
+
+TEST_F(PtzRemoteTravoTest, SendRecTakesTheLastPlaceOfTheNeedle) {
+  EXPECT_EQ(valueOf({"Brand.ProdNbr=old\nBrand.ProdNbr=new\n"}), "new");
+}
+
+TEST_F(PtzRemoteTravoTest, SendRecRefusesNull) {
+  EXPECT_EQ(link.send_rec(nullptr, "x"), std::nullopt);
+  EXPECT_EQ(link.send_rec("x", nullptr), std::nullopt);
+  EXPECT_EQ(LogCapture::count(LOG_ERR, "Failed send request! NULL pointer.\n"), 2);
+  EXPECT_THAT(head.requests(), IsEmpty());
+}
+
+TEST_F(PtzRemoteTravoTest, TheValueComesWithTheSecondRead) {
+  EXPECT_EQ(valueOf({"HTTP/1.0 200 OK\n", "Brand.ProdNbr=Q8742\n"}), "Q8742");
+  EXPECT_THAT(LogCapture::lines(), IsEmpty());
+}
+
+TEST_F(PtzRemoteTravoTest, ALongReplyIsReadInPiecesOf255Bytes) {
+  EXPECT_EQ(valueOf({std::string(255, 'x') + "Brand.ProdNbr=Q8742\n"}), "Q8742");
+}
+
+TEST_F(PtzRemoteTravoTest, AReplyIsCutAt255Bytes) {
+  const std::string start = "Brand.ProdNbr=";
+  EXPECT_EQ(valueOf({start + std::string(300, 'y') + "\n"}), std::string(255 - start.size(), 'y'));
+}
+
+// Each read is looked at for itself.
+TEST_F(PtzRemoteTravoTest, ANameThatIsCutInTwoIsNotFound) {
+  EXPECT_EQ(valueOf({"Brand.Pro", "dNbr=Q8742\n"}), std::nullopt);
+  EXPECT_EQ(LogCapture::count(LOG_ERR, "Failed to find substring!\n"), 1);
+  EXPECT_EQ(LogCapture::count(LOG_ERR, "Failed to find parameter string!\n"), 1);
+}
+
+TEST_F(PtzRemoteTravoTest, OnlyTwoReadsAreEverMade) {
+  EXPECT_EQ(valueOf({"one\n", "two\n"}), std::nullopt);
+  EXPECT_EQ(LogCapture::count(LOG_ERR, "Failed to find substring!\n"), 1);
+}
+
+TEST_F(PtzRemoteTravoTest, AHeadThatIsNotReadyFailsAtOnceWithoutASecondRead) {
+  EXPECT_EQ(valueOf({"0 0\n", "Brand.ProdNbr=Q8742\n"}), std::nullopt);
+  EXPECT_EQ(
+      LogCapture::count(LOG_ERR, "Received non valid response. PTZ camera connection not ready.\n"),
+      1);
+  EXPECT_EQ(LogCapture::count(LOG_ERR, "Failed to find parameter string!\n"), 1);
+  EXPECT_FALSE(LogCapture::has("Failed to find substring!\n"));
+}
+
+TEST_F(PtzRemoteTravoTest, TheNameCountsMoreThanTheMarkOfAHeadThatIsNotReady) {
+  EXPECT_EQ(valueOf({"0 0\nBrand.ProdNbr=Q8742\n"}), "Q8742");
+}
+
+TEST_F(PtzRemoteTravoTest, AConnectionThatEndsInTheReplyIsOpenedAnewNextTime) {
+  EXPECT_EQ(valueOf({}), std::nullopt);
+  EXPECT_THAT(head.opens(), SizeIs(2));
+  EXPECT_EQ(valueOf({"Brand.ProdNbr=Q8742\n"}), "Q8742");
+  EXPECT_THAT(head.opens(), SizeIs(3));
+}
+
+// ---- One parameter ----
+
+TEST_F(PtzRemoteTravoTest, GetRemoteParamRefusesNull) {
+  EXPECT_EQ(link.get_remote_param(nullptr), std::nullopt);
+  EXPECT_EQ(LogCapture::count(LOG_ERR, "Parameter not set!\n"), 1);
+}
+
+TEST_F(PtzRemoteTravoTest, TheValueEndsWithItsLine) {
+  EXPECT_EQ(valueOf({"Brand.ProdNbr=Q8742\nrest\n"}), "Q8742");
+  EXPECT_EQ(valueOf({"Brand.ProdNbr=Q8742"}), "Q8742");
+}
+
+TEST_F(PtzRemoteTravoTest, ATrailingCarriageReturnIsNoPartOfTheValue) {
+  EXPECT_EQ(valueOf({"Brand.ProdNbr=Q8742\r\n"}), "Q8742");
+}
+
+TEST_F(PtzRemoteTravoTest, TheValueFollowsTheLastEqualsSign) {
+  EXPECT_EQ(valueOf({"Brand.ProdNbr=a=b\n"}), "b");
+}
+
+TEST_F(PtzRemoteTravoTest, AnEmptyValueIsAValue) {
+  EXPECT_EQ(valueOf({"Brand.ProdNbr=\n"}), "");
+}
+
+TEST_F(PtzRemoteTravoTest, ALineWithoutAValueGivesNothingAndNoMessage) {
+  EXPECT_EQ(valueOf({"Brand.ProdNbr\n"}), std::nullopt);
+  EXPECT_THAT(LogCapture::lines(), IsEmpty());
+}
+
+// ---- The getters ----
+
+TEST_F(PtzRemoteTravoTest, ProductNumber) {
+  head.setParameter(PROD_NBR, "K4711-B");
+  std::string number;
+  EXPECT_TRUE(link.getProdNbr(number));
+  EXPECT_EQ(number, "K4711-B");
+}
+
+TEST_F(PtzRemoteTravoTest, ProductNumberThatCannotBeRead) {
+  std::string number = "untouched";
+  EXPECT_FALSE(link.getProdNbr(number));
+  EXPECT_EQ(number, "untouched");
+  EXPECT_EQ(LogCapture::count(LOG_ERR, "Failed to get parameter value!\n"), 1);
+}
+
+TEST_F(PtzRemoteTravoTest, FieldAnglesComeInTenthsOfADegree) {
+  head.setParameter(MAX_ANGLE, "634");
+  head.setParameter("PTZ.Limit.L1.MinFieldAngle", "23");
+  double degrees = 0.0;
+  EXPECT_TRUE(link.getMaxFieldAngle(degrees));
+  EXPECT_DOUBLE_EQ(degrees, 63.4);
+  EXPECT_TRUE(link.getMinFieldAngle(degrees));
+  EXPECT_DOUBLE_EQ(degrees, 2.3);
+}
+
+TEST_F(PtzRemoteTravoTest, FieldAnglesMayHaveDecimals) {
+  head.setParameter(MAX_ANGLE, "634.5");
+  double degrees = 0.0;
+  EXPECT_TRUE(link.getMaxFieldAngle(degrees));
+  EXPECT_DOUBLE_EQ(degrees, 63.45);
+}
+
+TEST_F(PtzRemoteTravoTest, ZoomLimits) {
+  head.setParameter("PTZ.Limit.L1.MinZoom", "1");
+  head.setParameter("PTZ.Limit.L1.MaxZoom", "9999");
+  int zoom = 0;
+  EXPECT_TRUE(link.getMinZoom(zoom));
+  EXPECT_EQ(zoom, 1);
+  EXPECT_TRUE(link.getMaxZoom(zoom));
+  EXPECT_EQ(zoom, 9999);
+}
+
+TEST_F(PtzRemoteTravoTest, LimitsThatCannotBeReadLeaveTheArgumentAlone) {
+  double degrees = -7.0;
+  int zoom = -7;
+  EXPECT_FALSE(link.getMinFieldAngle(degrees));
+  EXPECT_FALSE(link.getMaxFieldAngle(degrees));
+  EXPECT_FALSE(link.getMinZoom(zoom));
+  EXPECT_FALSE(link.getMaxZoom(zoom));
+  EXPECT_EQ(degrees, -7.0);
+  EXPECT_EQ(zoom, -7);
+  for (const char* name : {"PTZ.Limit.L1.MinFieldAngle", "PTZ.Limit.L1.MaxFieldAngle",
+                           "PTZ.Limit.L1.MinZoom", "PTZ.Limit.L1.MaxZoom"}) {
+    EXPECT_EQ(
+        LogCapture::count(LOG_ERR, std::string("Failed to get parameter value ") + name + "\n"), 1)
+        << name;
+  }
+}
+
+// ---- The aspect ratio ----
+
+class AspectRatioTest : public PtzRemoteTravoTest {
+ protected:
+  double ratio(const std::string& sensor, const std::string& resolution,
+               const std::string& videoType) {
+    head.setParameter(SENSOR_RATIO, sensor);
+    head.setParameter(RESOLUTION, resolution);
+    head.setParameter(VIDEO_TYPE, videoType);
+    double result = -1.0;
+    EXPECT_TRUE(link.getAspectRatio(result));
+    return result;
+  }
+};
+
+TEST_F(AspectRatioTest, AllThreeParametersAreAskedForInOrder) {
+  ratio("16:9", "", "");
+  EXPECT_THAT(head.requests(), ElementsAre(requestLine(SENSOR_RATIO), requestLine(RESOLUTION),
+                                           requestLine(VIDEO_TYPE)));
+}
+
+TEST_F(AspectRatioTest, TheSensorsRatioComesFirst) {
+  EXPECT_DOUBLE_EQ(ratio("16:9", "640x480", "pal"), 16.0 / 9.0);
+  EXPECT_THAT(LogCapture::lines(), IsEmpty());
+}
+
+TEST_F(AspectRatioTest, ASensorRatioOfUnknownFormatIsStoredAsZero) {
+  EXPECT_EQ(ratio("16/9", "640x480", "pal"), 0.0);
+  EXPECT_EQ(LogCapture::count(LOG_WARNING, "Sensor aspect ratio '16/9' has unknown format.\n"), 1);
+}
+
+TEST_F(AspectRatioTest, AnEmptySensorRatioLeavesTheResolution) {
+  EXPECT_DOUBLE_EQ(ratio("", "1920x1080", ""), 1920.0 / 1080.0);
+}
+
+TEST_F(AspectRatioTest, AMissingSensorRatioLeavesTheResolution) {
+  head.setParameter(RESOLUTION, "1920x1080");
+  double result = 0.0;
+  EXPECT_TRUE(link.getAspectRatio(result));
+  EXPECT_DOUBLE_EQ(result, 1920.0 / 1080.0);
+}
+
+TEST_F(AspectRatioTest, AnalogueVideoIsFourToThreeInSinglePrecision) {
+  for (const char* type : {"pal", "ntsc", "PAL", "NTSC"}) {
+    EXPECT_EQ(ratio("", "CIF", type), 1.3333333730697632) << type;
+  }
+  EXPECT_THAT(LogCapture::lines(), IsEmpty());
+}
+
+TEST_F(AspectRatioTest, AnythingElseIsTakenForASquare) {
+  EXPECT_EQ(ratio("", "CIF", "Pal"), 1.0);
+  EXPECT_EQ(LogCapture::count(LOG_WARNING,
+                              "Detected video type 'Pal' is invalid, assuming aspect ratio 1.0.\n"),
+            1);
+}
+
+TEST_F(AspectRatioTest, AHeadThatTellsNothingIsTakenForASquare) {
+  double result = 0.0;
+  EXPECT_TRUE(link.getAspectRatio(result));
+  EXPECT_EQ(result, 1.0);
+}
+
+}  // namespace
