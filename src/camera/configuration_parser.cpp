@@ -43,7 +43,8 @@ void ConfigurationParserBase::clear() {
 
 JsonAutoPtr ConfigurationParserBase::decode(const std::string& text) {
   JsonParser parser;
-  throwIf(!parser.decode(text), "Unable to decode Json: " + parser.getError(), malformed);
+  const bool isDecoded = parser.decode(text);
+  throwIf(!isDecoded, "Unable to decode Json: " + parser.getError(), malformed);
   return JsonAutoPtr(json_incref(parser.get()));
 }
 

@@ -1,0 +1,185 @@
+#include "geometry/movement.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "fakes/log_capture.h"
+
+namespace {
+
+using Points = std::vector<Point>;
+using Crossed = std::optional<std::pair<std::size_t, std::size_t>>;
+
+// Boxes of different sizes, so that no corner can be taken for another.
+constexpr int kFromHalfWidth = 10;
+constexpr int kFromHalfHeight = 20;
+constexpr int kToHalfWidth = 30;
+constexpr int kToHalfHeight = 40;
+
+Polygon box(int x, int y, int halfWidth, int halfHeight) {
+  return Polygon(x - halfWidth, x + halfWidth, y - halfHeight, y + halfHeight);
+}
+
+Movement moved(int dx, int dy) {
+  return Movement(box(0, 0, kFromHalfWidth, kFromHalfHeight),
+                  box(dx, dy, kToHalfWidth, kToHalfHeight));
+}
+
+enum Corner { kMinMin, kMinMax, kMaxMax, kMaxMin };  // x, then y
+
+Point corner(Corner which, int x, int y, int halfWidth, int halfHeight) {
+  const bool isRight = which == kMaxMax || which == kMaxMin;
+  const bool isTop = which == kMinMax || which == kMaxMax;
+  return {static_cast<std::int16_t>(x + (isRight ? halfWidth : -halfWidth)),
+          static_cast<std::int16_t>(y + (isTop ? halfHeight : -halfHeight))};
+}
+
+struct TracksCase {
+  const char* name;
+  int dx;
+  int dy;
+  std::array<std::pair<Corner, Corner>, 3> tracks;
+};
+
+constexpr std::array<std::pair<Corner, Corner>, 3> kRightDown = {
+    {{kMaxMax, kMaxMax}, {kMinMax, kMaxMin}, {kMinMin, kMinMin}}};
+constexpr std::array<std::pair<Corner, Corner>, 3> kRightUp = {
+    {{kMinMax, kMinMax}, {kMinMin, kMaxMax}, {kMaxMin, kMaxMin}}};
+constexpr std::array<std::pair<Corner, Corner>, 3> kLeftUp = {
+    {{kMaxMax, kMaxMax}, {kMaxMin, kMinMax}, {kMinMin, kMinMin}}};
+constexpr std::array<std::pair<Corner, Corner>, 3> kLeftDown = {
+    {{kMinMax, kMinMax}, {kMaxMax, kMinMin}, {kMaxMin, kMaxMin}}};
+
+class MovementTracks : public testing::TestWithParam<TracksCase> {};
+
+TEST_P(MovementTracks, JoinTheCornersOfBothBoxes) {
+  const auto& [name, dx, dy, expected] = GetParam();
+  const Movement movement = moved(dx, dy);
+  EXPECT_EQ((MathVector{static_cast<std::int16_t>(dx), static_cast<std::int16_t>(dy)}),
+            movement.getMoveVector());
+  ASSERT_EQ(3u, movement.getTracks().size());
+  for (std::size_t i = 0; i < 3; ++i) {
+    const auto& [from, to] = expected[i];
+    EXPECT_EQ((Points{corner(from, 0, 0, kFromHalfWidth, kFromHalfHeight),
+                      corner(to, dx, dy, kToHalfWidth, kToHalfHeight)}),
+              movement.getTracks()[i].getPoints())
+        << "track " << i;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(AllDirections, MovementTracks,
+                         testing::Values(TracksCase{"RightDown", 200, -300, kRightDown},
+                                         TracksCase{"RightUp", 200, 300, kRightUp},
+                                         TracksCase{"LeftUp", -200, 300, kLeftUp},
+                                         TracksCase{"LeftDown", -200, -300, kLeftDown},
+                                         TracksCase{"Right", 200, 0, kRightDown},
+                                         TracksCase{"Down", 0, -300, kRightDown},
+                                         TracksCase{"Nowhere", 0, 0, kRightDown},
+                                         TracksCase{"Up", 0, 300, kRightUp},
+                                         TracksCase{"Left", -200, 0, kLeftUp}),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+TEST(Movement, MoveVectorJoinsTheCentroids) {
+  // The triangle's centroid is (100, 200), that of its box is not.
+  const Polygon from(Points{{0, 0}, {300, 0}, {0, 600}});
+  EXPECT_EQ((MathVector{-90, -180}), Movement(from, box(10, 20, 5, 5)).getMoveVector());
+}
+
+TEST(Movement, TracksUseTheBoundingBoxesOfOutlines) {
+  const Polygon from(Points{{0, 0}, {300, 0}, {0, 600}});
+  const Movement movement(from, box(1000, 1000, 50, 50));
+  EXPECT_EQ((Points{{0, 600}, {950, 1050}}), movement.getTracks()[0].getPoints());
+  EXPECT_EQ((Points{{0, 0}, {1050, 1050}}), movement.getTracks()[1].getPoints());
+  EXPECT_EQ((Points{{300, 0}, {1050, 950}}), movement.getTracks()[2].getPoints());
+}
+
+// To the right, from a box around (-500, 0) to an equal one around (500, 0): the outer tracks run
+// at y = 100 and y = -100, the middle one from (-600, 100) to (600, -100).
+Movement toTheRight() {
+  return Movement(box(-500, 0, 100, 100), box(500, 0, 100, 100));
+}
+
+TEST(Movement, IntersectsWhenAnyTrackDoes) {
+  const Movement movement = toTheRight();
+  EXPECT_TRUE(movement.doesIntersect(Polyline(Points{{0, 90}, {0, 110}})));    // track 1
+  EXPECT_TRUE(movement.doesIntersect(Polyline(Points{{0, -10}, {0, 10}})));    // track 2
+  EXPECT_TRUE(movement.doesIntersect(Polyline(Points{{0, -110}, {0, -90}})));  // track 3
+  EXPECT_FALSE(movement.doesIntersect(Polyline(Points{{0, 110}, {0, 200}})));
+  EXPECT_FALSE(movement.doesIntersect(Polyline(Points{{0, 40}, {0, 60}})));
+}
+
+Segment fence(Point a, Point b) {
+  return Segment(a, b, FenceDirection_e::leftToRight);
+}
+
+TEST(Movement, IntersectValueIsTheLargestOfTheTracks) {
+  const Movement movement = toTheRight();
+  // At x = 0: track 1 (-400 to 600) 4/10, track 2 (-600 to 600) 1/2, track 3 (-600 to 400) 6/10.
+  EXPECT_EQ(614, movement.getIntersectValue(fence({0, -1000}, {0, 1000})));
+  EXPECT_EQ(512, movement.getIntersectValue(fence({0, -50}, {0, 1000})));
+  EXPECT_EQ(409, movement.getIntersectValue(fence({0, 50}, {0, 1000})));
+}
+
+TEST(Movement, IntersectValueIsMinusOneWhenNoTrackCrosses) {
+  EXPECT_EQ(-1, toTheRight().getIntersectValue(fence({0, 101}, {0, 1000})));
+  EXPECT_EQ(-1, moved(0, 0).getIntersectValue(fence({500, -1000}, {500, 1000})));
+}
+
+TEST(Movement, CrossedSegmentsAreTheFirstAndTheLast) {
+  const std::vector<Segment> segments = {fence({100, -1000}, {100, 1000}),
+                                         fence({-300, -1000}, {-300, 1000}),
+                                         fence({300, -1000}, {300, 1000})};
+  EXPECT_EQ(Crossed({1, 2}), toTheRight().getIntersectedSegments(segments));
+}
+
+TEST(Movement, CrossedSegmentsSkipThoseThatAreNotCrossed) {
+  const std::vector<Segment> segments = {fence({-900, -1000}, {-900, 1000}),
+                                         fence({100, -1000}, {100, 1000}),
+                                         fence({0, 101}, {0, 1000})};
+  EXPECT_EQ(Crossed({1, 1}), toTheRight().getIntersectedSegments(segments));
+}
+
+TEST(Movement, CrossedSegmentsKeepTheEarlierOfEqualOnes) {
+  const std::vector<Segment> segments = {fence({0, -1000}, {0, 1000}), fence({0, 1000}, {0, -1000}),
+                                         fence({0, -900}, {0, 900})};
+  EXPECT_EQ(Crossed({0, 0}), toTheRight().getIntersectedSegments(segments));
+}
+
+TEST(Movement, CrossedSegmentsTakeOneAtTheVeryEnd) {
+  // Value 1024, the largest there is, is still below the first bound.
+  const Movement movement(box(-500, 0, 100, 100), box(500, 0, 100, 100));
+  const std::vector<Segment> segments = {fence({400, -1000}, {400, 0})};
+  ASSERT_EQ(1024, movement.getIntersectValue(segments[0]));
+  EXPECT_EQ(Crossed({0, 0}), movement.getIntersectedSegments(segments));
+}
+
+TEST(Movement, NoSegmentsCrossedGivesNothing) {
+  EXPECT_EQ(std::nullopt, toTheRight().getIntersectedSegments({}));
+  const std::vector<Segment> segments = {fence({0, 101}, {0, 1000})};
+  EXPECT_EQ(std::nullopt, toTheRight().getIntersectedSegments(segments));
+}
+
+TEST(Movement, SvgIsThatOfItsTracksInOrder) {
+  const Movement movement = toTheRight();
+  std::string expected;
+  for (const Polyline& track : movement.getTracks()) {
+    expected += track.toStringSvg("stroke:red", "movement");
+  }
+  EXPECT_EQ(expected, movement.toStringSvg("stroke:red"));
+  EXPECT_NE("", expected);
+}
+
+TEST(Movement, PrintLogsItsTracks) {
+  const LogCapture log;
+  toTheRight().print();
+  std::string logged;
+  for (const LogLine& line : log.lines()) logged += line.text;
+  EXPECT_NE(std::string::npos, logged.find("(-400, 100)"));
+  EXPECT_NE(std::string::npos, logged.find("(400, -100)"));
+}
+
+}  // namespace

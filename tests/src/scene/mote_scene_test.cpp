@@ -1,0 +1,211 @@
+#include "scene/mote_scene.h"
+
+#include <gtest/gtest.h>
+#include <syslog.h>
+
+#include <cstdint>
+#include <limits>
+#include <random>
+#include <utility>
+#include <vector>
+
+#include "fakes/log_capture.h"
+#include "src/scene/frames.h"
+
+namespace {
+
+constexpr std::int32_t kAll = 15;
+
+void expectEmpty(const MoteScene& scene, bool isDecoded) {
+  EXPECT_EQ(isDecoded, scene.isDecoded);
+  EXPECT_EQ(0, scene.timestamp);
+  EXPECT_TRUE(scene.objects.empty());
+  EXPECT_TRUE(scene.deletedIds.empty());
+  EXPECT_TRUE(scene.merges.empty());
+  EXPECT_TRUE(scene.splits.empty());
+}
+
+TEST(MoteScene, ReadsTheTimeOfTheScene) {
+  SceneEncoder encoder;
+  addTimestamp(encoder, 1'234'567'890'123);
+  EXPECT_EQ(1'234'567'890'123, MoteScene(frameOf(encoder), kAll).timestamp);
+}
+
+TEST(MoteScene, WithoutATimeIsOfTimeZero) {
+  const SceneEncoder encoder;
+  expectEmpty(MoteScene(frameOf(encoder), kAll), true);
+}
+
+TEST(MoteScene, TimeIsNeverNegative) {
+  for (const std::int64_t time : {std::int64_t{-1}, std::numeric_limits<std::int64_t>::min()}) {
+    SceneEncoder encoder;
+    addTimestamp(encoder, time);
+    EXPECT_GE(MoteScene(frameOf(encoder), kAll).timestamp, 0);
+  }
+}
+
+TEST(MoteScene, CanBeFilledByHand) {
+  const MoteScene scene(77);
+  EXPECT_EQ(77, scene.timestamp);
+  EXPECT_TRUE(scene.objects.empty());
+}
+
+TEST(MoteScene, ReadsObjectsInOrderWithTheScenesTime) {
+  SceneEncoder encoder;
+  addTimestamp(encoder, 5000);
+  for (const std::int32_t id : {7, -3, 12}) {
+    encoder.beginObject(id);
+    encoder.addObjectProperty(SCENE_OBJ_PROP_VELOCITY, Ids{id, 2 * id});
+  }
+  const MoteScene scene(frameOf(encoder), 4);
+  ASSERT_EQ(3u, scene.objects.size());
+  const Ids expected = {7, -3, 12};
+  for (std::size_t i = 0; i < 3; ++i) {
+    EXPECT_EQ(expected[i], scene.objects[i]->getId());
+    EXPECT_EQ(2 * expected[i], scene.objects[i]->getVelocity().y);
+    EXPECT_EQ(5000, scene.objects[i]->getTimestamp());
+    EXPECT_EQ(nullptr, scene.objects[i]->getPolygon());
+  }
+}
+
+TEST(MoteScene, PassesTheMaskToItsObjects) {
+  SceneEncoder encoder;
+  encoder.beginObject(1);
+  encoder.addObjectProperty(SCENE_OBJ_PROP_CONFIDENCE, Ids{4095});
+  EXPECT_FALSE(MoteScene(frameOf(encoder), 14).objects.at(0)->getIsConfident());
+  EXPECT_TRUE(MoteScene(frameOf(encoder), 6).objects.at(0)->getIsConfident());
+  EXPECT_TRUE(MoteScene(frameOf(encoder), 14).objects.at(0)->getPolygon());
+}
+
+TEST(MoteScene, LogsEachObjectWithoutConfidence) {
+  SceneEncoder encoder;
+  encoder.beginObject(1);
+  encoder.beginObject(2);
+  const LogCapture log;
+  MoteScene(frameOf(encoder), 14);
+  EXPECT_EQ(2, log.count(LOG_WARNING, "Could not get confidence value for object\n"));
+  log.clear();
+  MoteScene(frameOf(encoder), 6);
+  EXPECT_TRUE(log.lines().empty());
+}
+
+TEST(MoteScene, CollectsTheIdsOfAllDeleteEvents) {
+  SceneEncoder encoder;
+  encoder.addEvent(SCENE_EVENT_DELETE, Ids{4, 2}, {});
+  encoder.addEvent(SCENE_EVENT_DELETE, Ids{}, {});
+  encoder.addEvent(SCENE_EVENT_DELETE, Ids{9}, {});
+  const MoteScene scene(frameOf(encoder), kAll);
+  EXPECT_EQ((Ids{4, 2, 9}), scene.deletedIds);
+  EXPECT_TRUE(scene.merges.empty());
+  EXPECT_TRUE(scene.splits.empty());
+}
+
+TEST(MoteScene, ReadsSplitsAndMerges) {
+  SceneEncoder encoder;
+  encoder.addEvent(SCENE_EVENT_SPLIT, Ids{1}, Ids{2, 3});
+  encoder.addEvent(SCENE_EVENT_MERGE, Ids{4}, Ids{5});
+  encoder.addEvent(SCENE_EVENT_SPLIT, Ids{6}, Ids{7});
+  encoder.addEvent(SCENE_EVENT_MERGE, Ids{8}, Ids{9, 10, 11});
+  const MoteScene scene(frameOf(encoder), 0);
+  ASSERT_EQ(2u, scene.splits.size());
+  EXPECT_EQ(1, scene.splits[0]->id);
+  EXPECT_EQ((Ids{2, 3}), scene.splits[0]->ids);
+  EXPECT_EQ(6, scene.splits[1]->id);
+  EXPECT_EQ((Ids{7}), scene.splits[1]->ids);
+  ASSERT_EQ(2u, scene.merges.size());
+  EXPECT_EQ(4, scene.merges[0]->id);
+  EXPECT_EQ((Ids{5}), scene.merges[0]->ids);
+  EXPECT_EQ(8, scene.merges[1]->id);
+  EXPECT_EQ((Ids{9, 10, 11}), scene.merges[1]->ids);
+  EXPECT_TRUE(scene.deletedIds.empty());
+}
+
+TEST(MoteScene, OfSeveralSourcesTheFirstCounts) {
+  SceneEncoder encoder;
+  encoder.addEvent(SCENE_EVENT_SPLIT, Ids{1, 100}, Ids{2});
+  encoder.addEvent(SCENE_EVENT_MERGE, Ids{3, 100}, Ids{4});
+  const MoteScene scene(frameOf(encoder), 0);
+  EXPECT_EQ(1, scene.splits.at(0)->id);
+  EXPECT_EQ(3, scene.merges.at(0)->id);
+}
+
+TEST(MoteScene, SkipsEventsWithoutASource) {
+  SceneEncoder encoder;
+  encoder.addEvent(SCENE_EVENT_SPLIT, Ids{}, Ids{2});
+  encoder.addEvent(SCENE_EVENT_MERGE, Ids{}, Ids{4});
+  const MoteScene scene(frameOf(encoder), 0);
+  EXPECT_TRUE(scene.splits.empty());
+  EXPECT_TRUE(scene.merges.empty());
+}
+
+// A frame whose only event is of the action and names where it comes from, but not where it leads.
+std::vector<std::uint8_t> eventWithoutTargets(int action) {
+  SceneEncoder encoder;
+  encoder.addEvent(SCENE_EVENT_DELETE, Ids{1}, {});
+  std::vector<std::uint8_t> bytes = encoder.bytes();
+  // The last 20 bytes: action, number of properties, and the property's number, count and value.
+  bytes[bytes.size() - 20] = static_cast<std::uint8_t>(action);
+  return bytes;
+}
+
+TEST(MoteScene, SkipsEventsWithoutTargets) {
+  ASSERT_EQ((Ids{1}), MoteScene(frameOf(eventWithoutTargets(SCENE_EVENT_DELETE)), 0).deletedIds);
+  for (const int action : {SCENE_EVENT_SPLIT, SCENE_EVENT_MERGE}) {
+    const MoteScene scene(frameOf(eventWithoutTargets(action)), 0);
+    EXPECT_TRUE(scene.splits.empty());
+    EXPECT_TRUE(scene.merges.empty());
+    EXPECT_TRUE(scene.deletedIds.empty());
+  }
+}
+
+TEST(MoteScene, FramesThatCannotBeDecodedAreEmpty) {
+  expectEmpty(MoteScene(SceneFrame(), kAll), false);
+  expectEmpty(MoteScene(frameOf(std::vector<std::uint8_t>(100, 0)), kAll), false);
+  expectEmpty(MoteScene(frameOf(std::vector<std::uint8_t>(1, 0x53)), kAll), false);
+}
+
+TEST(MoteScene, FramesCutOffAnywhereAreEmpty) {
+  SceneEncoder encoder;
+  addTimestamp(encoder, 5000);
+  encoder.beginObject(1);
+  encoder.addObjectProperty(SCENE_OBJ_PROP_POLYGON, Ids{0, 0, 10, 0, 0, 10});
+  encoder.addEvent(SCENE_EVENT_MERGE, Ids{1}, Ids{2, 3});
+  const std::vector<std::uint8_t> whole = encoder.bytes();
+  for (std::size_t length = 0; length < whole.size(); ++length) {
+    std::vector<std::uint8_t> cut(whole.begin(),
+                                  whole.begin() + static_cast<std::ptrdiff_t>(length));
+    expectEmpty(MoteScene(frameOf(cut), kAll), false);
+    // As a short read leaves it.
+    cut.resize(whole.size());
+    const MoteScene filled(frameOf(cut), kAll);
+    EXPECT_LE(filled.objects.size(), 1u);
+  }
+  EXPECT_EQ(1u, MoteScene(frameOf(whole), kAll).objects.size());
+}
+
+TEST(MoteScene, FramesWithDamagedBytesAreRead) {
+  SceneEncoder encoder;
+  addTimestamp(encoder, 5000);
+  for (int id = 0; id < 3; ++id) {
+    encoder.beginObject(id);
+    encoder.addObjectProperty(SCENE_OBJ_PROP_POLYGON, Ids{0, 0, 10, 0, 0, 10});
+    encoder.addObjectProperty(SCENE_OBJ_PROP_VELOCITY, Ids{5, 6});
+    encoder.addObjectProperty(SCENE_OBJ_PROP_CONFIDENCE, Ids{4096});
+  }
+  encoder.addEvent(SCENE_EVENT_SPLIT, Ids{1}, Ids{2, 3});
+  encoder.addEvent(SCENE_EVENT_DELETE, Ids{1}, {});
+  const std::vector<std::uint8_t> whole = encoder.bytes();
+  std::mt19937 random(8);
+  std::uniform_int_distribution<std::size_t> place(0, whole.size() - 1);
+  std::uniform_int_distribution<int> value(0, 255);
+  for (int i = 0; i < 3000; ++i) {
+    std::vector<std::uint8_t> damaged = whole;
+    for (int k = 0; k < 1 + i % 3; ++k) {
+      damaged[place(random)] = static_cast<std::uint8_t>(value(random));
+    }
+    const MoteScene scene(frameOf(damaged), kAll);
+    EXPECT_LE(scene.objects.size(), whole.size());
+  }
+}
+
+}  // namespace
