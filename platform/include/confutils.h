@@ -14,8 +14,8 @@ extern "C" {
  * folder is flushed. length -1 means up to the terminating zero. The mode of an existing file is
  * kept; a new file gets 0644. On failure the old file stands untouched, no temporary file remains,
  * FALSE is returned and *error (when error is not null) holds a GError that the caller frees. */
-gboolean confutils_set_file_contents_with_sync(const char* path, const char* contents, gssize length,
-                                               GError** error);
+gboolean confutils_set_file_contents_with_sync(const char* path, const char* contents,
+                                               gssize length, GError** error);
 
 #ifdef __cplusplus
 }

@@ -37,7 +37,8 @@ int gm_inside_p(gm_point point, const gm_point* polygon, int count);
 int gm_intersect_pp(const gm_point* a, int a_count, const gm_point* b, int b_count);
 
 /* 1 when the polygon (its area and its border) and the polyline share at least one point. */
-int gm_intersect_ps(const gm_point* polygon, int polygon_count, const gm_point* line, int line_count);
+int gm_intersect_ps(const gm_point* polygon, int polygon_count, const gm_point* line,
+                    int line_count);
 
 /* 1 when the polylines share at least one point. */
 int gm_intersect_ss(const gm_point* a, int a_count, const gm_point* b, int b_count);

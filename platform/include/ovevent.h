@@ -38,8 +38,9 @@ void ov_event_key_value_set_free(OVEventKeyValueSet* set);
 
 /* Adds a key or replaces its value. name_space may be null. value points to what the type says and
  * is copied; a null value adds the key without a value (in a subscription: any value matches). */
-gboolean ov_event_key_value_set_add(OVEventKeyValueSet* set, const char* key, const char* name_space,
-                                    OVEventValueType type, const void* value, GError** error);
+gboolean ov_event_key_value_set_add(OVEventKeyValueSet* set, const char* key,
+                                    const char* name_space, OVEventValueType type,
+                                    const void* value, GError** error);
 
 /* Names for people, of the key and of its value; either may be null. */
 gboolean ov_event_key_value_set_add_nice_names(OVEventKeyValueSet* set, const char* key,
@@ -110,7 +111,8 @@ gboolean ov_event_handler_subscribe(OVEventHandler* handler, const OVEventKeyVal
 /* Ends a subscription. No callback of it runs after the call returns, and none is waited for that
  * is called from the callback itself. A running callback is waited for: do not hold a lock that it
  * takes. */
-gboolean ov_event_handler_unsubscribe(OVEventHandler* handler, uint32_t subscription, GError** error);
+gboolean ov_event_handler_unsubscribe(OVEventHandler* handler, uint32_t subscription,
+                                      GError** error);
 
 #ifdef __cplusplus
 }

@@ -26,7 +26,9 @@ extern "C" {
 #endif
 
 /* Key of the request body in the parameters. No query field can have it. */
-#define OV_HTTP_BODY "\x01" "body"
+#define OV_HTTP_BODY \
+  "\x01"             \
+  "body"
 
 typedef struct OVHttpHandler OVHttpHandler;
 

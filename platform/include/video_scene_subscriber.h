@@ -23,11 +23,11 @@ typedef enum data_format_t { DATA_FORMAT_SCENE = 2 } data_format_t;
 typedef enum VideoSceneSubscriberError {
   VIDEO_SCENE_SUBSCRIBER_OK = 0,
   VIDEO_SCENE_SUBSCRIBER_FAILED = -1,
-  VIDEO_SCENE_SUBSCRIBER_BAD_STATE = -2,    /* subscribed already, or not subscribed */
-  VIDEO_SCENE_SUBSCRIBER_NO_PROVIDER = -3,  /* no scene service for the channel */
-  VIDEO_SCENE_SUBSCRIBER_BAD_FORMAT = -4,   /* the data format is unknown */
+  VIDEO_SCENE_SUBSCRIBER_BAD_STATE = -2,   /* subscribed already, or not subscribed */
+  VIDEO_SCENE_SUBSCRIBER_NO_PROVIDER = -3, /* no scene service for the channel */
+  VIDEO_SCENE_SUBSCRIBER_BAD_FORMAT = -4,  /* the data format is unknown */
   VIDEO_SCENE_SUBSCRIBER_BAD_ARGUMENT = -5,
-  VIDEO_SCENE_SUBSCRIBER_NOT_ALLOWED = -6   /* system policy */
+  VIDEO_SCENE_SUBSCRIBER_NOT_ALLOWED = -6 /* system policy */
 } VideoSceneSubscriberError;
 
 /* data is one frame (its length is in its head, scene_area_size); the callee owns it and releases
@@ -39,7 +39,8 @@ typedef void (*video_scene_subscriber_disconnect_callback)(void* user_data);
 
 /* "video_scene_subscriber_create": channel counts from 0; user_data is given to both callbacks.
  * Null on failure. */
-typedef video_scene_subscriber* (*video_scene_subscriber_create_fn)(int channel, data_format_t format,
+typedef video_scene_subscriber* (*video_scene_subscriber_create_fn)(int channel,
+                                                                    data_format_t format,
                                                                     void* user_data);
 /* "video_scene_subscriber_delete": releases a subscriber; ends its subscription first. */
 typedef int (*video_scene_subscriber_delete_fn)(video_scene_subscriber* subscriber);
@@ -55,7 +56,8 @@ typedef int (*video_scene_subscriber_set_on_message_arrived_callback_fn)(
 /* "video_scene_subscriber_set_bounding_box_enabled", "..._set_polygon_enabled",
  * "..._set_velocity_enabled" and "..._set_low_confident_enabled": what the frames are to hold; set
  * before subscribing. Nonzero enables. Low-confident objects come with their confidence. */
-typedef int (*video_scene_subscriber_set_enabled_fn)(video_scene_subscriber* subscriber, int enabled);
+typedef int (*video_scene_subscriber_set_enabled_fn)(video_scene_subscriber* subscriber,
+                                                     int enabled);
 
 #ifdef __cplusplus
 }

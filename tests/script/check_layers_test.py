@@ -1,0 +1,84 @@
+"""check-layers finds what it is there for, each fault in a small tree of its own."""
+
+import pathlib
+import subprocess
+import sys
+import tempfile
+import unittest
+
+CHECK = pathlib.Path(__file__).resolve().parents[2] / "script" / "check-layers"
+
+
+class CheckLayersTest(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.root = pathlib.Path(folder.name)
+        self.write("src/app/clock.h", "#include <string>\n")
+        self.write("src/app/clock.cpp", '#include "app/clock.h"\n\n#include <vector>\n')
+        self.write("src/ptz/pid.h", '#include "app/clock.h"\n')
+        self.write("src/ptz/pid.cpp", '#include "ptz/pid.h"\n')
+        self.write("src/main.cpp", '#include <gm.h>\n\n#include "ptz/pid.h"\n')
+        self.write("platform/include/gm.h", "")
+        self.write("platform/host/scene/encoder.h", "")
+        self.write("device/head/head.h", "")
+
+    def write(self, name, text):
+        path = self.root / name
+        path.parent.mkdir(parents=True, exist_ok=True)
+        path.write_text(text, encoding="utf-8")
+
+    def check(self):
+        result = subprocess.run([sys.executable, CHECK, self.root], capture_output=True, text=True)
+        return result.returncode, result.stdout
+
+    def assert_fault(self, line):
+        self.assertEqual((1, line + "\n"), self.check())
+
+    def test_clean_tree_passes(self):
+        self.assertEqual((0, ""), self.check())
+
+    def test_lower_folder_may_not_include_a_higher_one(self):
+        self.write("src/app/clock.h", '#include "ptz/pid.h"\n')
+        self.assert_fault("src/app/clock.h:1: app is below ptz and may not include ptz/pid.h")
+
+    def test_nobody_includes_the_main_program(self):
+        self.write("src/ptz/pid.h", '\n#include "main.cpp"\n')
+        self.assert_fault("src/ptz/pid.h:2: ptz is below main.cpp and may not include main.cpp")
+
+    def test_include_has_to_be_written_from_the_source_folder(self):
+        self.write("src/ptz/pid.cpp", '#include "ptz/pid.h"\n#include "pid.h"\n')
+        self.assert_fault("src/ptz/pid.cpp:2: pid.h is not a file below src")
+
+    def test_own_header_comes_first(self):
+        self.write("src/ptz/pid.cpp", '#include "app/clock.h"\n#include "ptz/pid.h"\n')
+        self.assert_fault("src/ptz/pid.cpp:1: the first include has to be ptz/pid.h")
+
+    def test_source_without_an_include_is_a_fault(self):
+        self.write("src/ptz/pid.cpp", "int x;\n")
+        self.assert_fault("src/ptz/pid.cpp:1: the first include has to be ptz/pid.h")
+
+    def test_headers_of_the_host_libraries_are_out_of_reach(self):
+        self.write("src/main.cpp", '#include "scene/encoder.h"\n')
+        self.assert_fault("src/main.cpp:1: scene/encoder.h is not the daemon's")
+
+    def test_headers_of_the_device_are_out_of_reach_in_angle_brackets_too(self):
+        self.write("src/main.cpp", "#include <head/head.h>\n")
+        self.assert_fault("src/main.cpp:1: head/head.h is not the daemon's")
+
+    def test_platform_header_wins_over_one_of_the_host_of_the_same_name(self):
+        self.write("platform/host/geometry/gm.h", "")
+        self.assertEqual((0, ""), self.check())
+
+    def test_new_folder_has_to_be_given_its_place(self):
+        self.write("src/extra/thing.h", "")
+        self.assert_fault("src/extra/thing.h:1: extra has no place in the order of folders")
+
+    def test_folder_without_sources_is_an_error(self):
+        with tempfile.TemporaryDirectory() as empty:
+            result = subprocess.run([sys.executable, CHECK, empty], capture_output=True)
+        self.assertEqual(2, result.returncode)
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,85 @@
+"""script/run as a user calls it."""
+
+import json
+import os
+import pathlib
+import re
+import signal
+import subprocess
+import tempfile
+import unittest
+
+from journal import PATIENCE, Journal
+from namespace import REPOSITORY, require
+
+STATUS = re.compile(r"^ *([0-9.]+) s  (\S+) +target +(\S+) +(\S+)  head +(\S+) +(\S+) x([0-9.]+)")
+
+
+class RunTest(unittest.TestCase):
+    """Every test has folders of its own for the state and the report."""
+
+    def setUp(self):
+        require()
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = pathlib.Path(folder.name)
+        self.state = self.folder / "state"
+        self.report = self.folder / "report"
+
+    def start(self, *options):
+        run = Run(["--state", self.state, "--report", self.report, *options])
+        self.addCleanup(run.kill)
+        return run
+
+    def run_for(self, seconds, *options):
+        run = self.start("--duration", str(seconds), *options)
+        self.assertEqual(0, run.wait(seconds + PATIENCE), run.text())
+        return run
+
+    def read_report(self):
+        return json.loads((self.report / "report.json").read_text(encoding="utf-8"))
+
+
+class Run:
+    def __init__(self, options):
+        command = [REPOSITORY / "script" / "run", "--build", os.environ["SENTREL_BUILD"], *options]
+        self._process = subprocess.Popen([str(word) for word in command], stdout=subprocess.PIPE,
+                                         stderr=subprocess.STDOUT, text=True)
+        self.output = Journal()
+        self._reader = self.output.follow(line.rstrip("\n") for line in self._process.stdout)
+
+    def wait(self, patience=PATIENCE):
+        status = self._process.wait(patience)
+        self._reader.join(PATIENCE)
+        return status
+
+    def interrupt(self):
+        self._process.send_signal(signal.SIGINT)
+
+    def kill(self):
+        if self._process.poll() is None:
+            self._process.terminate()
+            self._process.wait(PATIENCE)
+        self._process.stdout.close()
+
+    def text(self):
+        return "\n".join(self.output.entries())
+
+    def wait_for_state(self, state):
+        def matches(line):
+            status = STATUS.match(line)
+            return status is not None and status[2] == state
+
+        self.output.wait_for(matches, f"the state {state}")
+
+    def statuses(self):
+        """Status lines as matches: time, state, target pan and tilt, head pan, tilt and zoom."""
+        return [status for status in map(STATUS.match, self.output.entries()) if status]
+
+    def states(self):
+        """The states in their order, without repetitions."""
+        found = []
+        for status in self.statuses():
+            if not found or found[-1] != status[2]:
+                found.append(status[2])
+        return found
