@@ -6,6 +6,10 @@ sentrel_dbus_code(device_dbus Bus
   com.orva.ParameterService
   com.orva.RemoteCameraControl.PTZ.Travo)
 
+# The web server, and the events' way to a broker.
+pkg_check_modules(SOUP REQUIRED IMPORTED_TARGET GLOBAL libsoup-3.0)
+pkg_check_modules(MOSQUITTO REQUIRED IMPORTED_TARGET GLOBAL libmosquitto)
+
 add_library(device_services STATIC
   services/application_monitor.cpp
   services/bus.cpp
@@ -28,11 +32,28 @@ add_library(device_services STATIC
   services/remote_ptz_service.cpp
   services/stream_client.cpp
   services/syslog_server.cpp
-  services/virtual_device.cpp)
+  services/virtual_device.cpp
+  web_server/application_answer.cpp
+  web_server/application_forwarder.cpp
+  web_server/application_request.cpp
+  web_server/event_json.cpp
+  web_server/event_stream.cpp
+  web_server/json_ptr.cpp
+  web_server/lingering_refusal.cpp
+  web_server/live_json.cpp
+  web_server/mqtt_publisher.cpp
+  web_server/origin_check.cpp
+  web_server/static_files.cpp
+  web_server/web_interface.cpp
+  web_server/web_options.cpp
+  web_server/web_server.cpp)
 target_include_directories(device_services PUBLIC ${CMAKE_CURRENT_LIST_DIR})
-target_compile_definitions(device_services PRIVATE DEVICE_MODELS="${CMAKE_CURRENT_LIST_DIR}/models")
-target_link_libraries(device_services PUBLIC device_core PkgConfig::GLIB
-                                      PRIVATE sentrel_options device_dbus scene_encoder)
+target_compile_definitions(device_services PRIVATE DEVICE_MODELS="${CMAKE_CURRENT_LIST_DIR}/models"
+                                                   DEVICE_WEB="${CMAKE_CURRENT_LIST_DIR}/web")
+target_link_libraries(device_services PUBLIC device_core PkgConfig::GLIB PkgConfig::SOUP
+                                             PkgConfig::JANSSON
+                                      PRIVATE sentrel_options device_dbus scene_encoder ovhttp_wire
+                                              PkgConfig::MOSQUITTO Threads::Threads)
 
 add_executable(virtual_device main.cpp)
 target_link_libraries(virtual_device PRIVATE sentrel_options device_services)

@@ -99,6 +99,10 @@ bool EventService::send(std::uint32_t id, const EventKeys& keys) {
   return sendFor(kDevice, id, keys, g_get_real_time()) == EventStatus_e::kOk;
 }
 
+bool EventService::isOfDevice(const Event& event) {
+  return event.owner == kDevice;
+}
+
 EventStatus_e EventService::declareFor(const std::string& owner, EventKeys keys, bool stateless,
                                        std::uint32_t* id) {
   const EventStatus_e status =
@@ -107,6 +111,7 @@ EventStatus_e EventService::declareFor(const std::string& owner, EventKeys keys,
   if (owner != kDevice) watch(owner);
   bus_event_service_emit_declared(BUS_EVENT_SERVICE(object_.get()), *id, stateless ? TRUE : FALSE,
                                   toVariant(table_.events().at(*id).keys));
+  for (const Observer& observer : declaredObservers_) observer(table_.events().at(*id));
   return status;
 }
 
@@ -121,11 +126,18 @@ EventStatus_e EventService::sendFor(const std::string& owner, std::uint32_t id,
 }
 
 EventStatus_e EventService::undeclareFor(const std::string& owner, std::uint32_t id) {
+  const auto found = table_.events().find(id);
+  const Event event = found != table_.events().end() ? found->second : Event();
   const EventStatus_e status = table_.undeclare(owner, id);
   if (status != EventStatus_e::kOk) return status;
-  bus_event_service_emit_undeclared(BUS_EVENT_SERVICE(object_.get()), id);
+  undeclared(event);
   unwatchIfIdle(owner);
   return status;
+}
+
+void EventService::undeclared(const Event& event) {
+  bus_event_service_emit_undeclared(BUS_EVENT_SERVICE(object_.get()), event.id);
+  for (const Observer& observer : undeclaredObservers_) observer(event);
 }
 
 void EventService::watch(const std::string& client) {
@@ -143,9 +155,8 @@ void EventService::unwatchIfIdle(const std::string& client) {
 }
 
 void EventService::clientLeft(const std::string& client) {
-  for (const std::uint32_t id : table_.undeclareAll(client)) {
-    bus_event_service_emit_undeclared(BUS_EVENT_SERVICE(object_.get()), id);
-  }
+  const std::map<std::uint32_t, Event> before = table_.events();
+  for (const std::uint32_t id : table_.undeclareAll(client)) undeclared(before.at(id));
   unwatchIfIdle(client);
 }
 

@@ -36,6 +36,13 @@ class EventService {
   // Observers are called in the order in which they were added and stay for good.
   void observe(Observer observer) { observers_.push_back(std::move(observer)); }
 
+  // The same for events that were declared, and for those that have just been undeclared.
+  void observeDeclared(Observer observer) { declaredObservers_.push_back(std::move(observer)); }
+  void observeUndeclared(Observer observer) { undeclaredObservers_.push_back(std::move(observer)); }
+
+  // True for an event of the device's own.
+  static bool isOfDevice(const Event& event);
+
   const EventTable& table() const { return table_; }
 
  private:
@@ -46,6 +53,7 @@ class EventService {
   EventStatus_e sendFor(const std::string& owner, std::uint32_t id, const EventKeys& keys,
                         std::int64_t time);
   EventStatus_e undeclareFor(const std::string& owner, std::uint32_t id);
+  void undeclared(const Event& event);
   void watch(const std::string& client);
   void unwatchIfIdle(const std::string& client);
   void clientLeft(const std::string& client);
@@ -53,6 +61,8 @@ class EventService {
   GObjectPtr<GDBusConnection> connection_;
   EventTable table_;
   std::vector<Observer> observers_;
+  std::vector<Observer> declaredObservers_;
+  std::vector<Observer> undeclaredObservers_;
   std::map<std::string, guint> watches_;  // of clients with declarations
   BusObject object_;
   std::optional<BusName> name_;

@@ -32,12 +32,21 @@ struct Raw {
   double headBoot = -1;
   int framesPerSecond = 10;
   gboolean quiet = FALSE;
+  char* listen = nullptr;
+  char* port = nullptr;
+  char* user = nullptr;
+  char* passwordFile = nullptr;
+  char* web = nullptr;
+  char* mqtt = nullptr;
 
   Raw() = default;
   Raw(const Raw&) = delete;
   Raw& operator=(const Raw&) = delete;
   ~Raw() {
-    for (char* text : {model, models, tracks, transport, report, daemon}) g_free(text);
+    for (char* text : {model, models, tracks, transport, report, daemon, listen, port, user,
+                       passwordFile, web, mqtt}) {
+      g_free(text);
+    }
   }
 };
 
@@ -57,6 +66,15 @@ void parse(const std::vector<std::string>& arguments, Raw* raw) {
        "SECONDS"},
       {"fps", 0, 0, G_OPTION_ARG_INT, &raw->framesPerSecond, "Scene frames per second", "N"},
       {"quiet", 0, 0, G_OPTION_ARG_NONE, &raw->quiet, "No status and log lines", nullptr},
+      {"port", 0, 0, G_OPTION_ARG_STRING, &raw->port, "Port of the web server (0: any free one)",
+       "N"},
+      {"listen", 0, 0, G_OPTION_ARG_STRING, &raw->listen, "Address of the web server", "ADDRESS"},
+      {"user", 0, 0, G_OPTION_ARG_STRING, &raw->user, "User whom the web server asks for", "NAME"},
+      {"password-file", 0, 0, G_OPTION_ARG_FILENAME, &raw->passwordFile,
+       "File whose first line is the user's password", "FILE"},
+      {"web", 0, 0, G_OPTION_ARG_FILENAME, &raw->web, "Folder of the page", "DIR"},
+      {"mqtt", 0, 0, G_OPTION_ARG_STRING, &raw->mqtt, "Broker to which events are published",
+       "HOST[:PORT]"},
       {nullptr, 0, 0, G_OPTION_ARG_NONE, nullptr, nullptr, nullptr}};
 
   const std::unique_ptr<GOptionContext, ContextDeleter> context(g_option_context_new(nullptr));
@@ -88,6 +106,17 @@ void check(const Raw& raw) {
   }
 }
 
+WebOptions webOptionsOf(const Raw& raw) try {
+  return readWebOptions({.address = raw.listen,
+                         .port = raw.port,
+                         .user = raw.user,
+                         .passwordFile = raw.passwordFile,
+                         .folder = raw.web != nullptr ? raw.web : DEVICE_WEB,
+                         .broker = raw.mqtt});
+} catch (const WebOptionError& error) {
+  throw OptionError(error.what());
+}
+
 }  // namespace
 
 Options parseOptions(const std::vector<std::string>& arguments) {
@@ -107,6 +136,7 @@ Options parseOptions(const std::vector<std::string>& arguments) {
   if (raw.headBoot >= 0) options.headBoot = raw.headBoot;
   options.framesPerSecond = raw.framesPerSecond;
   options.quiet = raw.quiet != FALSE;
+  options.web = webOptionsOf(raw);
   return options;
 }
 

@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "web_server/web_options.h"
+
 namespace device {
 
 // What the user asked for on the command line.
@@ -23,6 +25,7 @@ struct Options {
   std::optional<double> headBoot;  // seconds; what the model says without
   int framesPerSecond = 10;
   bool quiet = false;  // no status and log lines
+  WebOptions web;
 };
 
 // A command line that cannot be used; what() is for the user.

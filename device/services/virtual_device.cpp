@@ -42,8 +42,7 @@ VirtualDevice::VirtualDevice(Options options, const DevicePaths& paths, GDBusCon
       parameterStore_(model_.parameters),
       objects_(model_.channels.size()),
       monitor_(monitorCallbacks()),
-      syslog_(paths.log,
-              [this](const SyslogLine& line) { console_.log(secondsSinceStart(), line); }),
+      syslog_(paths.log, [this](const SyslogLine& line) { logLine(line); }),
       events_(connection),
       ptz_(connection, drive_, events_),
       parameters_(connection, parameterStore_),
@@ -55,6 +54,8 @@ VirtualDevice::VirtualDevice(Options options, const DevicePaths& paths, GDBusCon
       loop_(g_main_loop_new(g_main_context_get_thread_default(), FALSE), g_main_loop_unref) {
   events_.observe([this](const Event& event) { monitor_.handle(event); });
   if (options_.report) console_.openLog(*options_.report / "syslog.txt");
+  web_ = std::make_unique<WebInterface>(options_.web, paths.application, webSources());
+  console_.message("The page: " + web_->url());
 }
 
 int VirtualDevice::run() {
@@ -69,6 +70,7 @@ int VirtualDevice::run() {
     daemon_ = std::make_unique<DaemonProcess>(
         std::vector<std::string>{options_.daemon},
         [this](const DaemonEnd& daemonEnd) { daemonEnded(daemonEnd); });
+    web_->daemonRunning(true);
   }
   g_main_loop_run(loop_.get());
   syslog_.drain();
@@ -102,6 +104,16 @@ RunInfo VirtualDevice::runInfo() const {
           .tracks = options_.tracks ? options_.tracks->string() : "generated",
           .transport = transportOf(model_),
           .seed = options_.seed};
+}
+
+WebSources VirtualDevice::webSources() {
+  return {.model = model_,
+          .run = runInfo(),
+          .world = world_,
+          .drive = drive_,
+          .events = events_,
+          .seconds = [this] { return secondsSinceStart(); },
+          .announce = [this](const std::string& text) { console_.message(text); }};
 }
 
 std::vector<Lens> VirtualDevice::lenses() const {
@@ -150,6 +162,7 @@ void VirtualDevice::sendFrames() {
     scenes_.publish(channel, time, encode);
     subscribers_.publish(channel, time, encode);
     report_.frameSent();
+    web_->frame(static_cast<double>(time - start_) / kSecond, channel, frame);
     objects_[static_cast<std::size_t>(channel)] = static_cast<int>(frame.objects.size());
   }
 }
@@ -178,8 +191,15 @@ std::optional<Direction> VirtualDevice::target(const HeadStatus& head) const {
   return nearest;
 }
 
+void VirtualDevice::logLine(const SyslogLine& line) {
+  const double now = secondsSinceStart();
+  console_.log(now, line);
+  web_->log(now, line);
+}
+
 void VirtualDevice::daemonEnded(const DaemonEnd& end) {
   const std::string how = describeWaitStatus(end.waitStatus);
+  web_->daemonRunning(false);
   syslog_.drain();
   if (!end.asked) {
     console_.message("The daemon ended by itself with " + how);

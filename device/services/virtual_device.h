@@ -25,6 +25,7 @@
 #include "services/ptz_service.h"
 #include "services/remote_ptz_service.h"
 #include "services/syslog_server.h"
+#include "web_server/web_interface.h"
 #include "world/world.h"
 
 namespace device {
@@ -35,6 +36,7 @@ struct DevicePaths {
   std::string subscriber = "/var/run/strata/subscriber";
   std::string ptzFolder = "/var/run/strata/ptz";
   std::string log = "/dev/log";
+  std::string application = "/var/run/strata/http/SentrelVideo";  // where it answers requests
 };
 
 // All that a camera has beside the application, in one thread: the services on the bus, the head,
@@ -58,6 +60,7 @@ class VirtualDevice {
  private:
   static Model loadModelOf(const Options& options);
   RunInfo runInfo() const;
+  WebSources webSources();
   std::vector<Lens> lenses() const;
   double secondsSinceStart() const;
   bool isHeadReady() const;
@@ -66,6 +69,7 @@ class VirtualDevice {
   void stepHead();
   void sendFrames();
   void showStatus();
+  void logLine(const SyslogLine& line);
   std::optional<Direction> target(const HeadStatus& head) const;
   void daemonEnded(const DaemonEnd& end);
   void writeReport();
@@ -95,6 +99,7 @@ class VirtualDevice {
 
   std::unique_ptr<GMainLoop, decltype(&g_main_loop_unref)> loop_;
   std::unique_ptr<DaemonProcess> daemon_;
+  std::unique_ptr<WebInterface> web_;
 };
 
 }  // namespace device

@@ -63,7 +63,8 @@ std::vector<PersonView> World::people(double time) const {
     views.push_back({.id = person.id,
                      .centre = directionAt(kPersonHeight / 2),
                      .height = angleBetween(directionAt(0), directionAt(kPersonHeight)),
-                     .inside = isInside(centre)});
+                     .inside = isInside(centre),
+                     .position = person.position});
   }
   return views;
 }

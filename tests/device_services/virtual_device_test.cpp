@@ -77,7 +77,9 @@ TEST_F(VirtualDeviceTest, DaemonIsEndedAfterTheDurationAndTheReportWritten) {
   options.report = folder / "report";
   testing::internal::CaptureStdout();
   EXPECT_EQ(0, make()->run());
-  EXPECT_TRUE(testing::internal::GetCapturedStdout().starts_with("The daemon ended with status 0"));
+  const std::string output = testing::internal::GetCapturedStdout();
+  EXPECT_TRUE(output.starts_with("The page: http://127.0.0.1:")) << output;
+  EXPECT_NE(std::string::npos, output.find("\nThe daemon ended with status 0")) << output;
   const std::string report = contents(folder / "report/report.json");
   EXPECT_NE(std::string::npos, report.find("\"transport\": \"socket\""));
   EXPECT_TRUE(std::filesystem::exists(folder / "report/syslog.txt"));

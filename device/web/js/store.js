@@ -1,0 +1,160 @@
+/** What is known of the device at the moment. */
+
+import { nearestTo, normalisedPan } from './geometry.js';
+
+export const HISTORY = 60; // seconds
+const TRAIL = 15; // seconds
+const SPEED_SPAN = 0.45; // seconds over which a speed is measured
+
+/**
+ * Speeds at the end of a list of positions.
+ * @param {Array<{time: number, pan: number, tilt: number}>} heads by growing time
+ * @returns {{pan: number, tilt: number}} degrees a second; 0 while too little is known
+ */
+export function speedsOf(heads) {
+  const last = heads[heads.length - 1];
+  const first = heads.findLast((head) => last.time - head.time >= SPEED_SPAN);
+  if (!last || !first) return { pan: 0, tilt: 0 };
+  const span = last.time - first.time;
+  return {
+    pan: normalisedPan(last.pan - first.pan) / span,
+    tilt: (last.tilt - first.tilt) / span,
+  };
+}
+
+/** Drops what is older than a span before the newest. */
+export function forgetOlder(list, span) {
+  const limit = list.length ? list[list.length - 1].time - span : 0;
+  const first = list.findIndex((item) => item.time >= limit);
+  if (first > 0) list.splice(0, first);
+}
+
+/** Two events of one id and text are one: states are told again with each connection. */
+const identityOf = (event) => JSON.stringify([event.id, event.time, event.data, event.topics]);
+
+/**
+ * Emits: model, reachable, daemon, frame, head, world, event, replayed, undeclared, log.
+ * detail: the message.
+ */
+export class Store extends EventTarget {
+  model = null;
+  reachable = null; // null: not known yet
+  daemonRunning = null;
+  head = null;
+  people = [];
+  nearest = null; // the person nearest to the head's axis
+  objects = new Map(); // by camera
+  heads = []; // {time, pan, tilt, zoom, hfov, vfov}
+  targets = []; // {time, id, pan, tilt}
+  trails = new Map(); // person's id -> [{time, x, y}]
+  states = new Map(); // last topic -> event
+
+  handlers() {
+    return {
+      model: (model) => this.begin(model),
+      daemon: ({ running }) => this.setDaemon(running),
+      frame: (frame) => {
+        this.objects.set(frame.camera, frame.objects);
+        this.emit('frame', frame);
+      },
+      head: (head) => this.addHead(head),
+      world: (world) => this.addWorld(world),
+      event: (event) => this.addEvent(event),
+      undeclared: (event) => {
+        this.states.delete(this.nameOf(event));
+        this.emit('undeclared', event);
+      },
+      log: (line) => this.emit('log', line),
+    };
+  }
+
+  emit(type, detail) {
+    this.dispatchEvent(Object.assign(new Event(type), { detail }));
+  }
+
+  on(type, listener) {
+    this.addEventListener(type, (event) => listener(event.detail));
+  }
+
+  /** The last topic names an event. */
+  nameOf({ topics }) {
+    return topics.topic2 ?? topics.topic1 ?? topics.topic0 ?? '';
+  }
+
+  /** Whether the daemon says that it steers the head. */
+  get isSteering() {
+    return this.states.get('isSentreling')?.data.active === true;
+  }
+
+  get trackerState() {
+    return this.daemonRunning ? (this.states.get('state')?.data.value ?? null) : null;
+  }
+
+  setReachable(reachable) {
+    if (this.reachable === reachable) return;
+    this.reachable = reachable;
+    this.emit('reachable', reachable);
+  }
+
+  setDaemon(running) {
+    this.daemonRunning = running;
+    if (!running) this.states.clear();
+    this.emit('daemon', running);
+  }
+
+  /** A new connection, perhaps to a device that has started anew. */
+  begin(model) {
+    this.model = model;
+    this.head = null;
+    this.people = [];
+    this.nearest = null;
+    this.heads = [];
+    this.targets = [];
+    this.objects.clear();
+    this.trails.clear();
+    this.states.clear();
+    this.emit('model', model);
+  }
+
+  addHead(head) {
+    this.head = head;
+    this.heads.push(head);
+    forgetOlder(this.heads, HISTORY);
+    this.emit('head', head);
+  }
+
+  addWorld({ time, people }) {
+    this.people = people;
+    this.nearest = this.head ? nearestTo(this.head, people) : null;
+    if (this.nearest) {
+      const { id, pan, tilt } = this.nearest;
+      this.targets.push({ time, id, pan, tilt });
+      forgetOlder(this.targets, HISTORY);
+    }
+    this.growTrails(time, people);
+    this.emit('world', people);
+  }
+
+  growTrails(time, people) {
+    for (const { id, x, y } of people) {
+      if (!this.trails.has(id)) this.trails.set(id, []);
+      this.trails.get(id).push({ time, x, y });
+    }
+    for (const [id, trail] of this.trails) {
+      const first = trail.findIndex((point) => point.time >= time - TRAIL);
+      if (first < 0) this.trails.delete(id);
+      else if (first > 0) trail.splice(0, first);
+    }
+  }
+
+  seen = []; // identities of the latest stateful events, which survive a new connection
+
+  addEvent(event) {
+    const isKnown = event.stateful && this.seen.includes(identityOf(event));
+    if (event.stateful) {
+      this.states.set(this.nameOf(event), event);
+      if (!isKnown) this.seen = [...this.seen.slice(-199), identityOf(event)];
+    }
+    this.emit(isKnown ? 'replayed' : 'event', event);
+  }
+}

@@ -1,0 +1,123 @@
+#include "web_server/event_json.h"
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cstdio>
+#include <ctime>
+#include <string_view>
+
+#include "web_server/json_ptr.h"
+
+namespace device {
+
+namespace {
+
+constexpr std::array<const char*, 3> kTopics = {"topic0", "topic1", "topic2"};
+
+struct ValueToJson {
+  json_t* operator()(std::int32_t value) const { return json_integer(value); }
+  json_t* operator()(bool value) const { return json_boolean(value); }
+  json_t* operator()(double value) const { return json_real(value); }
+  json_t* operator()(const std::string& value) const { return jsonText(value); }
+};
+
+struct ValueToText {
+  std::string operator()(std::int32_t value) const { return std::to_string(value); }
+  std::string operator()(bool value) const { return value ? "true" : "false"; }
+  std::string operator()(double value) const { return std::to_string(value); }
+  std::string operator()(const std::string& value) const { return value; }
+};
+
+bool isTopic(const EventKey& key) {
+  return std::ranges::count(kTopics, std::string_view(key.name)) > 0;
+}
+
+bool isSource(const EventKey& key) {
+  return (key.marks & kMarkSource) != 0 && !isTopic(key);
+}
+
+bool isData(const EventKey& key) {
+  return !isTopic(key) && ((key.marks & kMarkData) != 0 || (key.marks & kMarkSource) == 0);
+}
+
+json_t* jsonOf(const EventKeys& keys, bool (*isWanted)(const EventKey&)) {
+  json_t* object = json_object();
+  for (const EventKey& key : keys) {
+    if (!isWanted(key)) continue;
+    json_t* value = key.value ? std::visit(ValueToJson(), *key.value) : nullptr;
+    json_object_set_new(object, key.name.c_str(), value != nullptr ? value : json_null());
+  }
+  return object;
+}
+
+const EventKey* findTopic(const EventKeys& keys, std::string_view name) {
+  const auto found = std::ranges::find(keys, name, &EventKey::name);
+  return found == keys.end() ? nullptr : &*found;
+}
+
+std::string niceName(const EventKeys& keys) {
+  for (const std::string_view name : {"topic2", "topic1", "topic0"}) {
+    const EventKey* key = findTopic(keys, name);
+    if (key == nullptr) continue;
+    if (!key->valueNiceName.empty()) return key->valueNiceName;
+    if (!key->niceName.empty()) return key->niceName;
+  }
+  return "";
+}
+
+void appendLevel(const EventKey& key, std::string* topic) {
+  if (!key.value) return;
+  std::string level = std::visit(ValueToText(), *key.value);
+  std::ranges::replace_if(
+      level, [](char c) { return c == '/' || c == '+' || c == '#' || c == '\0'; }, '_');
+  if (!topic->empty()) *topic += '/';
+  *topic += level;
+}
+
+}  // namespace
+
+std::string eventJson(const Event& event) {
+  const JsonPtr json(json_object());
+  json_object_set_new(json.get(), "id", json_integer(event.id));
+  json_object_set_new(json.get(), "topics", jsonOf(event.keys, isTopic));
+  json_object_set_new(json.get(), "data", jsonOf(event.keys, isData));
+  json_object_set_new(json.get(), "source", jsonOf(event.keys, isSource));
+  json_object_set_new(json.get(), "stateful", json_boolean(!event.stateless));
+  json_object_set_new(json.get(), "time", jsonText(isoTime(event.time)));
+  json_object_set_new(json.get(), "nice", jsonText(niceName(event.keys)));
+  return toText(json.get());
+}
+
+std::string undeclaredJson(const Event& event) {
+  const JsonPtr json(json_object());
+  json_object_set_new(json.get(), "id", json_integer(event.id));
+  json_object_set_new(json.get(), "topics", jsonOf(event.keys, isTopic));
+  return toText(json.get());
+}
+
+std::string isoTime(std::int64_t time) {
+  const auto since = std::chrono::floor<std::chrono::milliseconds>(std::chrono::microseconds(time));
+  const auto whole = std::chrono::floor<std::chrono::seconds>(since);
+  const std::time_t seconds = whole.count();
+  std::tm parts{};
+  gmtime_r(&seconds, &parts);
+  std::array<char, 40> text{};
+  const std::size_t length = std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S", &parts);
+  std::snprintf(text.data() + length, text.size() - length, ".%03dZ",
+                static_cast<int>((since - whole).count()));
+  return text.data();
+}
+
+std::string brokerTopic(const Event& event) {
+  std::string topic;
+  for (const char* name : kTopics) {
+    if (const EventKey* key = findTopic(event.keys, name)) appendLevel(*key, &topic);
+  }
+  for (const EventKey& key : event.keys) {
+    if (isSource(key)) appendLevel(key, &topic);
+  }
+  return topic;
+}
+
+}  // namespace device

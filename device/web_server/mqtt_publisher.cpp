@@ -1,0 +1,187 @@
+#include "web_server/mqtt_publisher.h"
+
+#include <mosquitto.h>
+
+#include <memory>
+#include <utility>
+
+namespace device {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr int kOnce = 1;  // QoS: at least once, for what is retained
+constexpr int kKeepAlive =
+    15;  // seconds; the broker takes a silent device for gone after 1.5 times
+constexpr int kLoopMs = 100;
+constexpr std::chrono::seconds kFarewell(1);
+constexpr char kOnline[] = "online";
+constexpr char kOffline[] = "offline";
+
+struct MosquittoDeleter {
+  void operator()(mosquitto* client) const { mosquitto_destroy(client); }
+};
+
+// The library is initialised as long as the program runs.
+void useLibrary() {
+  static const int s_used = mosquitto_lib_init();
+  static_cast<void>(s_used);
+}
+
+int send(mosquitto* client, const std::string& topic, const std::string& payload, int qos,
+         bool isRetained) {
+  int id = 0;
+  mosquitto_publish(client, &id, topic.c_str(), static_cast<int>(payload.size()), payload.data(),
+                    qos, isRetained);
+  return id;
+}
+
+}  // namespace
+
+// One connection; each has a client of its own, so that nothing of an earlier one is sent after the
+// present state.
+struct MqttPublisher::Connection {
+  std::unique_ptr<mosquitto, MosquittoDeleter> client;
+  bool answered = false;
+  int refusal = 0;
+  int lastAcknowledged = 0;
+
+  Connection() : client(mosquitto_new(nullptr, true, this)) {
+    if (!client) return;
+    mosquitto_threaded_set(client.get(), true);
+    mosquitto_connect_callback_set(client.get(), [](mosquitto*, void* data, int code) {
+      auto* self = static_cast<Connection*>(data);
+      self->answered = code == 0;
+      self->refusal = code;
+    });
+    mosquitto_publish_callback_set(client.get(), [](mosquitto*, void* data, int id) {
+      static_cast<Connection*>(data)->lastAcknowledged = id;
+    });
+  }
+  Connection(const Connection&) = delete;
+  Connection& operator=(const Connection&) = delete;
+};
+
+MqttPublisher::MqttPublisher(BrokerAddress broker, std::chrono::milliseconds reconnect,
+                             std::chrono::milliseconds patience)
+    : broker_(std::move(broker)), reconnect_(reconnect), patience_(patience) {
+  useLibrary();
+  thread_ = std::thread(&MqttPublisher::run, this);
+}
+
+MqttPublisher::~MqttPublisher() {
+  {
+    const std::lock_guard lock(mutex_);
+    stopping_ = true;
+  }
+  changed_.notify_all();
+  thread_.join();
+}
+
+void MqttPublisher::retain(const std::string& topic, const std::string& payload) {
+  const std::lock_guard lock(mutex_);
+  retained_[topic] = payload;
+  cleared_.erase(topic);
+  if (connected_ != nullptr) send(connected_, topic, payload, kOnce, true);
+}
+
+void MqttPublisher::clear(const std::string& topic) {
+  const std::lock_guard lock(mutex_);
+  if (retained_.erase(topic) == 0) return;
+  cleared_.insert(topic);
+  if (connected_ != nullptr) send(connected_, topic, "", kOnce, true);
+}
+
+void MqttPublisher::publish(const std::string& topic, const std::string& payload) {
+  const std::lock_guard lock(mutex_);
+  if (connected_ != nullptr) send(connected_, topic, payload, 0, false);
+}
+
+std::vector<std::string> MqttPublisher::takeNews() {
+  const std::lock_guard lock(mutex_);
+  return std::exchange(news_, {});
+}
+
+void MqttPublisher::run() {
+  while (!isStopping()) {
+    connectOnce();
+    std::unique_lock lock(mutex_);
+    changed_.wait_for(lock, reconnect_, [this] { return stopping_; });
+  }
+}
+
+void MqttPublisher::connectOnce() {
+  Connection connection;
+  if (!connection.client) return tell("no memory");
+  mosquitto_will_set(connection.client.get(), kAvailability, sizeof(kOffline) - 1, kOffline, kOnce,
+                     true);
+  const int result = mosquitto_connect_async(connection.client.get(), broker_.host.c_str(),
+                                             broker_.port, kKeepAlive);
+  if (result != MOSQ_ERR_SUCCESS) return tell(mosquitto_strerror(result));
+  serve(&connection);
+  const std::lock_guard lock(mutex_);
+  connected_ = nullptr;
+}
+
+void MqttPublisher::serve(Connection* connection) {
+  const Clock::time_point deadline = Clock::now() + patience_;
+  bool announced = false;
+  while (!isStopping()) {
+    const int result = mosquitto_loop(connection->client.get(), kLoopMs, 1);
+    if (connection->refusal != 0) return tell(mosquitto_connack_string(connection->refusal));
+    if (result != MOSQ_ERR_SUCCESS) return tell(mosquitto_strerror(result));
+    if (!announced && connection->answered) {
+      announce(connection);
+      announced = true;
+    }
+    if (!announced && Clock::now() > deadline) return tell("no answer");
+  }
+  if (announced) leave(connection);
+}
+
+// From here on every change is sent as it comes; the lock keeps the order.
+void MqttPublisher::announce(Connection* connection) {
+  tell("connected");
+  const std::lock_guard lock(mutex_);
+  mosquitto* client = connection->client.get();
+  for (const std::string& topic : cleared_) send(client, topic, "", kOnce, true);
+  for (const auto& [topic, payload] : retained_) send(client, topic, payload, kOnce, true);
+  send(client, kAvailability, kOnline, kOnce, true);
+  connected_ = client;
+}
+
+// Messages are acknowledged in the order in which they were sent.
+void MqttPublisher::leave(Connection* connection) {
+  mosquitto* client = connection->client.get();
+  int last = 0;
+  {
+    const std::lock_guard lock(mutex_);
+    connected_ = nullptr;
+    for (const auto& [topic, payload] : retained_) send(client, topic, "", kOnce, true);
+    last = send(client, kAvailability, kOffline, kOnce, true);
+  }
+  const Clock::time_point deadline = Clock::now() + kFarewell;
+  while (connection->lastAcknowledged != last && Clock::now() < deadline &&
+         mosquitto_loop(client, kLoopMs, 1) == MOSQ_ERR_SUCCESS) {
+  }
+  mosquitto_disconnect(client);
+  mosquitto_loop(client, 0, 1);
+}
+
+bool MqttPublisher::isStopping() {
+  const std::lock_guard lock(mutex_);
+  return stopping_;
+}
+
+// The same again and again, as while a broker is away, is told once.
+void MqttPublisher::tell(const std::string& news) {
+  const std::string text =
+      "MQTT broker " + broker_.host + " port " + std::to_string(broker_.port) + ": " + news;
+  const std::lock_guard lock(mutex_);
+  if (text == lastNews_) return;
+  lastNews_ = text;
+  news_.push_back(text);
+}
+
+}  // namespace device

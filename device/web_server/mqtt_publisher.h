@@ -1,0 +1,80 @@
+#ifndef DEVICE_WEB_SERVER_MQTT_PUBLISHER_H
+#define DEVICE_WEB_SERVER_MQTT_PUBLISHER_H
+
+#include <chrono>
+#include <condition_variable>
+#include <map>
+#include <mutex>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "web_server/web_options.h"
+
+struct mosquitto;
+
+namespace device {
+
+// Publishes to a broker, on a thread of its own, so that a broker that hangs or is not there holds
+// up nobody. What is retained is kept here as well: after each new connection all of it is
+// published again and what was cleared meanwhile is cleared there, so that the broker has the
+// present state whatever it lost. Messages that are not retained are for those who listen now;
+// without a connection they are dropped.
+//
+// kAvailability tells whether the device is there: "online", and by the broker's own hand "offline"
+// once the connection is lost. All functions may be called from any thread and return at once.
+class MqttPublisher {
+ public:
+  static constexpr char kAvailability[] = "SentrelVideo/device";
+
+  // reconnect: pause between two tries; patience: for a broker's answer to a new connection.
+  explicit MqttPublisher(BrokerAddress broker,
+                         std::chrono::milliseconds reconnect = std::chrono::seconds(2),
+                         std::chrono::milliseconds patience = std::chrono::seconds(10));
+  MqttPublisher(const MqttPublisher&) = delete;
+  MqttPublisher& operator=(const MqttPublisher&) = delete;
+
+  // Clears what is retained, tells "offline" and leaves the broker; waits a second at most for its
+  // acknowledgement.
+  ~MqttPublisher();
+
+  void retain(const std::string& topic, const std::string& payload);
+  void clear(const std::string& topic);
+  void publish(const std::string& topic, const std::string& payload);
+
+  // What the user should know of the connection since the last call.
+  std::vector<std::string> takeNews();
+
+ private:
+  struct Connection;
+
+  void run();
+  void connectOnce();
+  void serve(Connection* connection);
+  void announce(Connection* connection);
+  void leave(Connection* connection);
+  bool isStopping();
+  void tell(const std::string& news);
+
+  const BrokerAddress broker_;
+  const std::chrono::milliseconds reconnect_;
+  const std::chrono::milliseconds patience_;
+
+  std::mutex mutex_;  // guards what follows
+  std::condition_variable changed_;
+  bool stopping_ = false;
+  mosquitto* connected_ = nullptr;  // set while the broker has answered and is there
+  std::map<std::string, std::string> retained_;
+  // Cleared and not retained since. They are cleared again with each new connection, as the old one
+  // may have been dead already when they were.
+  std::set<std::string> cleared_;
+  std::vector<std::string> news_;
+  std::string lastNews_;
+
+  std::thread thread_;
+};
+
+}  // namespace device
+
+#endif

@@ -1,0 +1,80 @@
+#ifndef DEVICE_WEB_SERVER_WEB_INTERFACE_H
+#define DEVICE_WEB_SERVER_WEB_INTERFACE_H
+
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "model/model.h"
+#include "report/report.h"
+#include "services/event_service.h"
+#include "services/head_drive.h"
+#include "services/periodic_timer.h"
+#include "services/syslog_server.h"
+#include "web_server/mqtt_publisher.h"
+#include "web_server/web_server.h"
+#include "world/world.h"
+
+namespace device {
+
+// What the web interface shows; all of it outlives the interface.
+struct WebSources {
+  const Model& model;
+  RunInfo run;
+  const World& world;
+  HeadDrive& drive;
+  EventService& events;
+  std::function<double()> seconds;                   // since the device's start
+  std::function<void(const std::string&)> announce;  // tells the user something
+};
+
+// The device as seen over the network: the web server with its streams of events, of all that the
+// page shows, and the messages for a broker.
+//
+//   GET /events  the application's events, "event" and "undeclared" messages
+//   GET /live    the page's stream
+class WebInterface {
+ public:
+  // application: its local socket. Throws std::runtime_error when the server cannot listen.
+  WebInterface(const WebOptions& options, const std::string& application, WebSources sources,
+               const WebServerLimits& limits = {});
+  WebInterface(const WebInterface&) = delete;
+  WebInterface& operator=(const WebInterface&) = delete;
+
+  std::string url() const { return server_.url(); }
+
+  // channel counts from 0; time: seconds since the device's start.
+  void frame(double time, int channel, const Frame& frame);
+  void log(double time, const SyslogLine& line);
+  void daemonRunning(bool running);
+
+ private:
+  static constexpr std::size_t kLogLines = 200;        // told to a new reader
+  static constexpr std::int64_t kLivePeriod = 100000;  // microseconds
+  static constexpr std::int64_t kNewsPeriod = 500000;  // microseconds
+
+  void observeEvents();
+  void event(const Event& sent);
+  void undeclared(const Event& event);
+  bool isDeclared(const std::string& topic) const;
+  std::string presentEvents() const;
+  std::string liveOpening() const;
+  void sendLive();
+  void tellNews();
+
+  WebSources sources_;
+  bool running_ = false;
+  std::deque<std::string> log_;  // messages of the stream
+  WebServer server_;
+  EventStream& events_;
+  EventStream& live_;
+  std::unique_ptr<MqttPublisher> publisher_;
+  PeriodicTimer liveTimer_;
+  PeriodicTimer newsTimer_;
+};
+
+}  // namespace device
+
+#endif

@@ -1,0 +1,57 @@
+#ifndef DEVICE_WEB_SERVER_WEB_OPTIONS_H
+#define DEVICE_WEB_SERVER_WEB_OPTIONS_H
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+namespace device {
+
+// Who may use the web server.
+struct WebUser {
+  std::string name;
+  std::string password;
+};
+
+// Where a broker is.
+struct BrokerAddress {
+  std::string host;
+  int port = 1883;
+};
+
+// How the device is reached over the network.
+struct WebOptions {
+  std::string address = "127.0.0.1";    // to listen on
+  std::optional<std::uint16_t> port;    // 0: any free one; without: the usual one, else a free one
+  std::optional<WebUser> user;          // without: everybody, from this machine only
+  std::filesystem::path folder;         // of the page
+  std::optional<BrokerAddress> broker;  // to which the events are published
+};
+
+// Options that cannot be used; what() is for the user.
+class WebOptionError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+// What stands on the command line; null for what does not.
+struct RawWebOptions {
+  const char* address = nullptr;
+  const char* port = nullptr;
+  const char* user = nullptr;
+  const char* passwordFile = nullptr;
+  const char* folder = nullptr;
+  const char* broker = nullptr;
+};
+
+// Checks the options and reads the password, the first line of its file. Throws WebOptionError.
+WebOptions readWebOptions(const RawWebOptions& raw);
+
+// True for the addresses of 127.0.0.0/8 and for ::1, as text without brackets.
+bool isLoopback(const std::string& address);
+
+}  // namespace device
+
+#endif

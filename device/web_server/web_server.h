@@ -1,0 +1,96 @@
+#ifndef DEVICE_WEB_SERVER_WEB_SERVER_H
+#define DEVICE_WEB_SERVER_WEB_SERVER_H
+
+#include <libsoup/soup.h>
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <list>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "services/glib_ptr.h"
+#include "web_server/application_forwarder.h"
+#include "web_server/event_stream.h"
+#include "web_server/lingering_refusal.h"
+#include "web_server/origin_check.h"
+#include "web_server/static_files.h"
+#include "web_server/web_options.h"
+
+namespace device {
+
+struct WebServerLimits {
+  std::chrono::milliseconds answer = std::chrono::seconds(10);  // of the application
+  std::chrono::microseconds heartbeat = std::chrono::seconds(15);
+  std::size_t streamQueue = EventStream::kQueueLimit;  // bytes for one reader
+};
+
+// The device's web server, in the main loop of its thread: hands the application's requests to it,
+// sends streams of server-sent events and gives out the files of the page. Refusals of its own are
+// {"error":{"code":"HTTP","message":"..."}}:
+//
+//   401  no user, or a wrong password (where a user is asked for; without JSON)
+//   403  the request was made by a page from elsewhere
+//   404  nothing there
+//   405  another method than the path's
+//   413  a body above 1 MiB
+//   503  the application is not there, or has not answered in time
+class WebServer {
+ public:
+  static constexpr std::uint16_t kUsualPort = 8080;
+  static constexpr std::size_t kMaxBody = std::size_t{1} << 20;  // bytes
+
+  // Gives what a new reader of a stream is told first.
+  using Opening = std::function<std::string()>;
+
+  // application: its local socket. Throws std::runtime_error when the server cannot listen.
+  WebServer(const WebOptions& options, std::string application, const WebServerLimits& limits = {});
+  WebServer(const WebServer&) = delete;
+  WebServer& operator=(const WebServer&) = delete;
+
+  // Ends all connections; requests on their way stay without an answer.
+  ~WebServer();
+
+  // Offers a stream at a path; it lives as long as the server.
+  EventStream& addStream(const std::string& path, Opening opening);
+
+  std::uint16_t port() const { return port_; }
+
+  // "http://127.0.0.1:8080/"
+  std::string url() const;
+
+ private:
+  struct Handlers;
+  struct Stream {
+    Opening opening;
+    std::unique_ptr<EventStream> readers;
+  };
+
+  void listen(const WebOptions& options);
+  void askForUser();
+  void check(SoupServerMessage* message);
+  void handle(SoupServerMessage* message, const std::string& path, GHashTable* fields);
+  void forward(SoupServerMessage* message, const std::string& path, GHashTable* fields);
+  void openStream(SoupServerMessage* message, Stream* stream);
+  void sendFile(SoupServerMessage* message, const std::string& path);
+  void refuseBody(SoupServerMessage* message);
+
+  WebServerLimits limits_;
+  std::string address_;
+  std::uint16_t port_ = 0;
+  std::optional<WebUser> user_;
+  std::optional<OriginCheck> origins_;
+  StaticFiles files_;
+  std::map<std::string, Stream> streams_;  // by path
+  std::list<std::unique_ptr<LingeringRefusal>> refusals_;
+  GObjectPtr<SoupServer> server_;
+  ApplicationForwarder forwarder_;  // before the server in the end, as it holds on to requests
+};
+
+}  // namespace device
+
+#endif

@@ -1,0 +1,147 @@
+#ifndef DEVICE_WEB_BROKER_H
+#define DEVICE_WEB_BROKER_H
+
+#include <arpa/inet.h>
+#include <gtest/gtest.h>
+#include <mosquitto.h>
+#include <netinet/in.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "device_services/temporary_folder.h"
+
+namespace device {
+
+inline constexpr char kBrokerProgram[] = "/usr/sbin/mosquitto";
+inline constexpr std::chrono::seconds kBrokerPatience(30);  // that only a broken test needs
+
+// A port that nobody listens on now.
+inline int freePort() {
+  const int fd = socket(AF_INET, SOCK_STREAM, 0);
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  socklen_t size = sizeof(address);
+  EXPECT_EQ(0, bind(fd, reinterpret_cast<sockaddr*>(&address), size));
+  EXPECT_EQ(0, getsockname(fd, reinterpret_cast<sockaddr*>(&address), &size));
+  close(fd);
+  return ntohs(address.sin_port);
+}
+
+// A real broker on a port of its own; it keeps what is retained over a restart.
+class Broker {
+ public:
+  explicit Broker(bool keeps = true) : port_(freePort()) {
+    std::ofstream file(folder_ / "conf");
+    file << "listener " << port_ << " 127.0.0.1\nallow_anonymous true\nlog_dest none\n";
+    if (geteuid() == 0) file << "user root\n";
+    if (keeps) file << "persistence true\npersistence_location " << (folder_ / "") << "\n";
+    file.close();
+    start();
+  }
+  Broker(const Broker&) = delete;
+  Broker& operator=(const Broker&) = delete;
+  ~Broker() { stop(); }
+
+  void start() {
+    std::string program = kBrokerProgram;
+    std::string option = "-c";
+    std::string file = folder_ / "conf";
+    char* const arguments[] = {program.data(), option.data(), file.data(), nullptr};
+    ASSERT_EQ(0, posix_spawn(&pid_, kBrokerProgram, nullptr, nullptr, arguments, environ));
+  }
+
+  void stop(int signal = SIGTERM) {
+    if (pid_ == 0) return;
+    kill(pid_, signal);
+    waitpid(pid_, nullptr, 0);
+    pid_ = 0;
+  }
+
+  int port() const { return port_; }
+
+ private:
+  TemporaryFolder folder_;
+  int port_;
+  pid_t pid_ = 0;
+};
+
+struct BrokerMessage {
+  std::string topic;
+  std::string payload;
+  bool retained = false;
+};
+
+// Subscribes to everything; tries until the broker is there.
+class Subscriber {
+ public:
+  explicit Subscriber(int port) : client_(mosquitto_new(nullptr, true, this), mosquitto_destroy) {
+    mosquitto_message_callback_set(
+        client_.get(), [](mosquitto*, void* data, const mosquitto_message* message) {
+          static_cast<Subscriber*>(data)->messages.push_back(
+              {message->topic,
+               std::string(static_cast<const char*>(message->payload),
+                           static_cast<std::size_t>(message->payloadlen)),
+               message->retain});
+        });
+    mosquitto_subscribe_callback_set(client_.get(),
+                                     [](mosquitto*, void* data, int, int, const int*) {
+                                       static_cast<Subscriber*>(data)->subscribed_ = true;
+                                     });
+    const auto deadline = std::chrono::steady_clock::now() + kBrokerPatience;
+    while (mosquitto_connect(client_.get(), "127.0.0.1", port, 60) != MOSQ_ERR_SUCCESS &&
+           std::chrono::steady_clock::now() < deadline) {
+      usleep(10000);  // between two tries
+    }
+    mosquitto_subscribe(client_.get(), nullptr, "#", 1);
+    EXPECT_TRUE(runUntil([this] { return subscribed_; }));
+  }
+
+  bool runUntil(const std::function<bool()>& condition) {
+    const auto deadline = std::chrono::steady_clock::now() + kBrokerPatience;
+    while (!condition() && std::chrono::steady_clock::now() < deadline) {
+      if (mosquitto_loop(client_.get(), 20, 1) != MOSQ_ERR_SUCCESS) break;
+    }
+    return condition();
+  }
+
+  // Takes everything that the broker had to say before now: sends itself a word behind it.
+  void drain() {
+    mosquitto_publish(client_.get(), nullptr, "test/end", 1, "x", 1, false);
+    EXPECT_TRUE(sees("test/end", "x"));
+  }
+
+  // Waits for a message of this topic and payload.
+  bool sees(const std::string& topic, const std::string& payload) {
+    return runUntil([&] { return find(topic, payload) != nullptr; });
+  }
+
+  const BrokerMessage* find(const std::string& topic, const std::string& payload) const {
+    for (const BrokerMessage& message : messages) {
+      if (message.topic == topic && message.payload == payload) return &message;
+    }
+    return nullptr;
+  }
+
+  std::vector<BrokerMessage> messages;
+
+ private:
+  std::unique_ptr<mosquitto, decltype(&mosquitto_destroy)> client_;
+  bool subscribed_ = false;
+};
+
+}  // namespace device
+
+#endif

@@ -1,0 +1,69 @@
+#include "web_server/event_json.h"
+
+#include <gtest/gtest.h>
+
+namespace device {
+namespace {
+
+EventKey topic(const std::string& name, const std::string& value, const std::string& nice = "") {
+  return {name, "tns", value, 0, "", "", nice};
+}
+
+EventKey key(const std::string& name, EventValue value, std::uint32_t marks) {
+  return {name, "", std::move(value), marks, "", "", ""};
+}
+
+Event event(EventKeys keys, bool stateless = false) {
+  // 2026-01-01T12:00:00.123456 UTC
+  return {.id = 7,
+          .owner = ":1.1",
+          .stateless = stateless,
+          .keys = std::move(keys),
+          .time = 1767268800123456};
+}
+
+TEST(EventJsonTest, TopicsDataSourceAndTimeAreTold) {
+  EXPECT_EQ(R"({"id":7,"topics":{"topic0":"A","topic1":"B","topic2":"C"},)"
+            R"("data":{"active":true,"count":-3,"level":0.5,"text":"x\"y"},"source":{"Source":2},)"
+            R"("stateful":true,"time":"2026-01-01T12:00:00.123Z","nice":"of C"})",
+            eventJson(event(
+                {topic("topic0", "A"), topic("topic1", "B", "of B"), topic("topic2", "C", "of C"),
+                 key("active", true, kMarkData), key("count", -3, kMarkData), key("level", 0.5, 0),
+                 key("text", std::string("x\"y"), kMarkData), key("Source", 2, kMarkSource)})));
+}
+
+TEST(EventJsonTest, MissingTopicsAndValuesAreNoFault) {
+  EventKey empty = key("value", 0, kMarkData);
+  empty.value.reset();
+  EXPECT_EQ(R"({"id":7,"topics":{"topic0":"A","topic1":"B"},"data":{"value":null},"source":{},)"
+            R"("stateful":false,"time":"2026-01-01T12:00:00.123Z","nice":"of B"})",
+            eventJson(event({topic("topic0", "A"), topic("topic1", "B", "of B"), empty}, true)));
+}
+
+TEST(EventJsonTest, KeyMarkedAsBothIsInBoth) {
+  const std::string json = eventJson(event({key("a", 1, kMarkSource | kMarkData)}));
+  EXPECT_NE(std::string::npos, json.find(R"("data":{"a":1},"source":{"a":1})"));
+}
+
+TEST(EventJsonTest, UndeclaredEventIsNamedByItsTopics) {
+  EXPECT_EQ(R"({"id":7,"topics":{"topic0":"A"}})",
+            undeclaredJson(event({topic("topic0", "A"), key("active", true, kMarkData)})));
+}
+
+TEST(EventJsonTest, TimesAreOfUtcAndCutToMilliseconds) {
+  EXPECT_EQ("1970-01-01T00:00:00.000Z", isoTime(0));
+  EXPECT_EQ("1970-01-01T00:00:01.999Z", isoTime(1999999));
+  EXPECT_EQ("2024-02-29T23:59:59.001Z", isoTime(1709251199001000));
+}
+
+TEST(EventJsonTest, BrokersTopicHasALevelForEachTopicAndSource) {
+  EXPECT_EQ("A/B/C", brokerTopic(event({topic("topic2", "C"), topic("topic0", "A"),
+                                        topic("topic1", "B"), key("active", true, kMarkData)})));
+  EXPECT_EQ("A/C", brokerTopic(event({topic("topic0", "A"), topic("topic2", "C")})));
+  EXPECT_EQ("A/B/3", brokerTopic(event({topic("topic0", "A"), topic("topic1", "B"),
+                                        key("Source", 3, kMarkSource)})));
+  EXPECT_EQ("_/a_b_c", brokerTopic(event({topic("topic0", "#"), topic("topic1", "a/b+c")})));
+}
+
+}  // namespace
+}  // namespace device

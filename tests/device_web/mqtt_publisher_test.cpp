@@ -1,0 +1,200 @@
+#include "web_server/mqtt_publisher.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+#include "broker.h"
+
+namespace device {
+namespace {
+
+using testing::Contains;
+using testing::HasSubstr;
+using testing::Key;
+using testing::Not;
+using testing::Pair;
+
+using Milliseconds = std::chrono::milliseconds;
+
+constexpr const char* kAvailability = MqttPublisher::kAvailability;
+
+class MqttPublisherTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (access(kBrokerProgram, X_OK) != 0) {
+      GTEST_SKIP() << "the broker is not installed (package mosquitto, see script/bootstrap)";
+    }
+  }
+
+  static std::unique_ptr<MqttPublisher> publisherFor(int port) {
+    return std::make_unique<MqttPublisher>(BrokerAddress{"127.0.0.1", port}, Milliseconds(20));
+  }
+
+  // What a subscriber who comes now is told.
+  static std::map<std::string, std::string> retainedAt(int port) {
+    Subscriber subscriber(port);
+    subscriber.drain();
+    std::map<std::string, std::string> retained;
+    for (const BrokerMessage& message : subscriber.messages) {
+      if (message.retained) retained[message.topic] = message.payload;
+    }
+    return retained;
+  }
+};
+
+TEST_F(MqttPublisherTest, StatesAreRetainedAndPulsesAreNot) {
+  const Broker broker;
+  Subscriber early(broker.port());
+  const auto publisher = publisherFor(broker.port());
+  ASSERT_TRUE(early.sees(kAvailability, "online"));
+  publisher->retain("a/state", "1");
+  publisher->publish("a/pulse", "x");
+  publisher->retain("a/state", "2");
+  publisher->retain("a/last", "3");
+  ASSERT_TRUE(early.sees("a/last", "3"));
+  EXPECT_TRUE(early.sees("a/state", "1"));
+  EXPECT_TRUE(early.sees("a/pulse", "x"));
+
+  Subscriber late(broker.port());
+  ASSERT_TRUE(late.sees("a/state", "2"));
+  ASSERT_TRUE(late.sees("a/last", "3"));
+  EXPECT_TRUE(late.find("a/state", "2")->retained);
+  EXPECT_EQ(nullptr, late.find("a/pulse", "x"));
+  EXPECT_EQ(nullptr, late.find("a/state", "1"));
+}
+
+TEST_F(MqttPublisherTest, ClearedStateIsGone) {
+  const Broker broker;
+  Subscriber subscriber(broker.port());
+  const auto publisher = publisherFor(broker.port());
+  ASSERT_TRUE(subscriber.sees(kAvailability, "online"));
+  publisher->retain("a", "1");
+  publisher->clear("a");
+  ASSERT_TRUE(subscriber.sees("a", ""));
+  EXPECT_THAT(retainedAt(broker.port()), Not(Contains(Key("a"))));
+}
+
+TEST_F(MqttPublisherTest, BrokerThatComesLaterIsToldEverything) {
+  Broker broker;
+  broker.stop();
+  const auto publisher = publisherFor(broker.port());
+  publisher->retain("a", "1");
+  publisher->retain("b", "2");
+  publisher->clear("b");
+  broker.start();
+  Subscriber subscriber(broker.port());
+  ASSERT_TRUE(subscriber.sees(kAvailability, "online"));
+  EXPECT_THAT(retainedAt(broker.port()), Contains(Pair("a", "1")));
+  EXPECT_EQ(nullptr, subscriber.find("b", "2"));
+}
+
+TEST_F(MqttPublisherTest, BrokerThatForgotIsToldThePresentStatesAgain) {
+  Broker broker(false);
+  const auto publisher = publisherFor(broker.port());
+  publisher->retain("changes", "old");
+  publisher->retain("stays", "same");
+  {
+    Subscriber subscriber(broker.port());
+    ASSERT_TRUE(subscriber.sees(kAvailability, "online"));
+    ASSERT_TRUE(subscriber.sees("changes", "old"));
+  }
+  broker.stop(SIGKILL);
+  publisher->retain("changes", "new");
+  broker.start();
+  Subscriber subscriber(broker.port());
+  ASSERT_TRUE(subscriber.sees(kAvailability, "online"));
+  const auto retained = retainedAt(broker.port());
+  EXPECT_THAT(retained, Contains(Pair("changes", "new")));
+  EXPECT_THAT(retained, Contains(Pair("stays", "same")));
+}
+
+TEST_F(MqttPublisherTest, StateClearedWithoutAConnectionIsClearedAfterwards) {
+  Broker broker;
+  const auto publisher = publisherFor(broker.port());
+  publisher->retain("gone", "1");
+  publisher->retain("back", "1");
+  {
+    Subscriber subscriber(broker.port());
+    ASSERT_TRUE(subscriber.sees("gone", "1"));
+    ASSERT_TRUE(subscriber.sees("back", "1"));
+    ASSERT_TRUE(subscriber.sees(kAvailability, "online"));
+  }
+  broker.stop();
+  publisher->clear("gone");
+  publisher->clear("back");
+  publisher->retain("back", "2");
+  broker.start();
+  Subscriber subscriber(broker.port());
+  ASSERT_TRUE(subscriber.sees("back", "2"));  // comes behind what is cleared
+  const auto retained = retainedAt(broker.port());
+  EXPECT_THAT(retained, Not(Contains(Key("gone"))));
+  EXPECT_THAT(retained, Contains(Pair("back", "2")));
+}
+
+TEST_F(MqttPublisherTest, DeviceThatDiesIsToldOfflineByTheBroker) {
+  const Broker broker;
+  const pid_t device = fork();
+  if (device == 0) {
+    const auto publisher = publisherFor(broker.port());
+    publisher->retain("a", "1");
+    for (;;) pause();
+  }
+  Subscriber subscriber(broker.port());
+  EXPECT_TRUE(subscriber.sees(kAvailability, "online"));
+  kill(device, SIGKILL);
+  waitpid(device, nullptr, 0);
+  EXPECT_TRUE(subscriber.sees(kAvailability, "offline"));
+  EXPECT_THAT(retainedAt(broker.port()), Contains(Pair(kAvailability, "offline")));
+}
+
+TEST_F(MqttPublisherTest, DeviceThatLeavesClearsItsStatesAndSaysSo) {
+  const Broker broker;
+  auto publisher = publisherFor(broker.port());
+  for (int i = 0; i < 50; ++i) publisher->retain("state/" + std::to_string(i), "1");
+  {
+    Subscriber subscriber(broker.port());
+    ASSERT_TRUE(subscriber.sees(kAvailability, "online"));
+  }
+  publisher.reset();
+  EXPECT_THAT(retainedAt(broker.port()), testing::ElementsAre(Pair(kAvailability, "offline")));
+}
+
+TEST_F(MqttPublisherTest, BrokerThatIsAwayIsToldOfOnce) {
+  const auto publisher = publisherFor(freePort());
+  std::vector<std::string> news;
+  const auto deadline = std::chrono::steady_clock::now() + kBrokerPatience;
+  while (news.empty() && std::chrono::steady_clock::now() < deadline) {
+    news = publisher->takeNews();
+    usleep(1000);
+  }
+  ASSERT_EQ(1u, news.size());
+  EXPECT_THAT(news[0], HasSubstr("MQTT broker 127.0.0.1"));
+}
+
+TEST_F(MqttPublisherTest, BrokerThatNeverAnswersHoldsUpNobody) {
+  const int listener = socket(AF_INET, SOCK_STREAM, 0);
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  socklen_t size = sizeof(address);
+  ASSERT_EQ(0, bind(listener, reinterpret_cast<sockaddr*>(&address), size));
+  ASSERT_EQ(0, listen(listener, 4));
+  ASSERT_EQ(0, getsockname(listener, reinterpret_cast<sockaddr*>(&address), &size));
+  auto publisher = std::make_unique<MqttPublisher>(
+      BrokerAddress{"127.0.0.1", ntohs(address.sin_port)}, Milliseconds(1), Milliseconds(50));
+  // It gives up and comes again.
+  for (int i = 0; i < 2; ++i) {
+    const int client = accept(listener, nullptr, nullptr);
+    EXPECT_GE(client, 0);
+    publisher->retain("a", "1");
+    close(client);
+  }
+  publisher.reset();
+  close(listener);
+}
+
+}  // namespace
+}  // namespace device

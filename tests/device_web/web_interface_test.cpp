@@ -1,0 +1,339 @@
+#include "web_server/web_interface.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <jansson.h>
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <memory>
+#include <optional>
+
+#include "broker.h"
+#include "device_services/private_bus.h"
+#include "device_services/temporary_folder.h"
+#include "services/options.h"
+#include "web_client.h"
+#include "web_server/json_ptr.h"
+
+namespace device {
+namespace {
+
+using testing::HasSubstr;
+using testing::StartsWith;
+
+constexpr char kMessage[] = "event: ";
+
+struct Message {
+  std::string type;
+  JsonPtr data;
+
+  json_t* at(const char* key) const { return json_object_get(data.get(), key); }
+  std::string text(const char* key) const { return json_string_value(at(key)); }
+  double number(const char* key) const { return json_number_value(at(key)); }
+};
+
+Message parse(const std::string& text) {
+  const std::size_t data = text.find("\ndata: ");
+  EXPECT_THAT(text, StartsWith(kMessage));
+  if (data == std::string::npos) return {};
+  return {text.substr(sizeof(kMessage) - 1, data - sizeof(kMessage) + 1),
+          JsonPtr(json_loads(text.c_str() + data + 7, 0, nullptr))};
+}
+
+EventKeys stateKeys(const std::string& name, bool active) {
+  return {{"topic0", "t", std::string("MiruPlatform"), 0, "", "", ""},
+          {"topic1", "t", std::string("SentrelVideo"), 0, "", "", "SentrelVideo"},
+          {"topic2", "t", name, 0, "", "", ""},
+          {"active", "", active, kMarkData, "", "", ""}};
+}
+
+class WebInterfaceTest : public testing::Test {
+ protected:
+  void SetUp() override { start(); }
+
+  void start(std::optional<BrokerAddress> broker = std::nullopt) {
+    WebOptions options;
+    options.port = 0;
+    options.broker = std::move(broker);
+    web.emplace(
+        options, folder / "application",
+        WebSources{
+            .model = model,
+            .run = {.model = "default", .tracks = "generated", .transport = "socket", .seed = 5},
+            .world = world,
+            .drive = drive,
+            .events = events,
+            .seconds = [] { return 12.5; },
+            .announce = [](const std::string&) {}});
+    port = static_cast<std::uint16_t>(
+        std::stoi(web->url().substr(std::string("http://127.0.0.1:").size())));
+  }
+
+  std::uint32_t declare(EventKeys keys, bool stateless = false) {
+    const Reply reply = application.call(
+        "Declare", g_variant_new("(@a(ssavusss)b)", toVariant(keys), stateless ? TRUE : FALSE));
+    EXPECT_TRUE(reply.ok()) << reply.error;
+    std::uint32_t id = 0;
+    if (reply.ok()) g_variant_get(reply.value.get(), "(u)", &id);
+    return id;
+  }
+
+  void send(std::uint32_t id, bool active, std::int64_t time) {
+    const EventKeys keys = {{"active", "", active, 0, "", "", ""}};
+    EXPECT_TRUE(
+        application.call("Send", g_variant_new("(u@a(ssavusss)x)", id, toVariant(keys), time))
+            .ok());
+  }
+
+  // The next message, of that type if one is given; nothing when too many others come before it.
+  Message next(WebClient& client, const std::string& type = "") {
+    constexpr int kOthers = 1000;
+    for (int i = 0; i < kOthers; ++i) {
+      const std::string text = client.message();
+      if (text.empty()) break;
+      if (text == ":") continue;
+      Message message = parse(text);
+      if (type.empty() || message.type == type) return message;
+    }
+    ADD_FAILURE() << "no message " << type;
+    return {};
+  }
+
+  std::string daemon(WebClient& client) { return toText(next(client, "daemon").data.get()); }
+
+  PrivateBus bus;
+  TemporaryFolder folder;
+  GObjectPtr<GDBusConnection> connection = connectToSystemBus();
+  Model model = loadModel(parseOptions({"virtual_device"}).models, "default");
+  World world{model, {}};
+  HeadDrive drive{model.head, g_get_monotonic_time};
+  EventService events{connection.get()};
+  BusClient application{"com.orva.EventService", "/com/orva/EventService"};
+  std::optional<WebInterface> web;
+  std::uint16_t port = 0;
+};
+
+TEST_F(WebInterfaceTest, ReaderOfEventsIsToldThePresentStatesFirst) {
+  events.declare(stateKeys("ofTheDevice", true), false);
+  const std::uint32_t first = declare(stateKeys("Camera1Profile1", false));
+  declare(stateKeys("stateless", true), true);
+  const std::uint32_t second = declare(stateKeys("Camera1ProfileANY", true));
+  send(first, true, 1767268800123456);
+  WebClient client(port);
+  client.get("/events");
+  Message message = next(client);
+  EXPECT_EQ("event", message.type);
+  EXPECT_EQ(first, message.number("id"));
+  EXPECT_EQ("2026-01-01T12:00:00.123Z", message.text("time"));
+  EXPECT_EQ("SentrelVideo", message.text("nice"));
+  EXPECT_TRUE(json_is_true(json_object_get(message.at("data"), "active")));
+  EXPECT_EQ(second, next(client).number("id"));
+  const std::uint32_t third = declare(stateKeys("later", false));
+  EXPECT_EQ(third, next(client).number("id"));
+}
+
+TEST_F(WebInterfaceTest, ChangesAreToldAsTheyCome) {
+  WebClient client(port);
+  client.get("/events");
+  const std::uint32_t stateful = declare(stateKeys("Camera1Profile1", false));
+  const std::uint32_t stateless = declare(stateKeys("pulse", false), true);
+  send(stateful, true, 1);
+  send(stateless, true, 2);
+  EXPECT_TRUE(application.call("Undeclare", g_variant_new("(u)", stateful)).ok());
+  Message message = next(client);
+  EXPECT_EQ(stateful, message.number("id"));
+  EXPECT_TRUE(json_is_false(json_object_get(message.at("data"), "active")));
+  message = next(client);
+  EXPECT_EQ(stateful, message.number("id"));
+  EXPECT_TRUE(json_is_true(json_object_get(message.at("data"), "active")));
+  message = next(client);
+  EXPECT_EQ(stateless, message.number("id"));
+  EXPECT_TRUE(json_is_false(message.at("stateful")));
+  message = next(client);
+  EXPECT_EQ("undeclared", message.type);
+  EXPECT_EQ(stateful, message.number("id"));
+  EXPECT_STREQ("Camera1Profile1",
+               json_string_value(json_object_get(message.at("topics"), "topic2")));
+}
+
+TEST_F(WebInterfaceTest, EventsOfAnApplicationThatLeftAreToldAsUndeclared) {
+  const std::uint32_t id = declare(stateKeys("Camera1Profile1", true));
+  WebClient client(port);
+  client.get("/events");
+  EXPECT_EQ(id, next(client).number("id"));
+  application.leave();
+  const Message message = next(client);
+  EXPECT_EQ("undeclared", message.type);
+  EXPECT_EQ(id, message.number("id"));
+}
+
+TEST_F(WebInterfaceTest, EventWithoutATimeIsGivenThePresentOne) {
+  const std::uint32_t id = declare(stateKeys("pulse", false), true);
+  WebClient client(port);
+  client.get("/events");
+  send(id, true, 0);
+  EXPECT_THAT(next(client).text("time"), testing::Not(StartsWith("1970")));
+}
+
+// Starts the interface itself.
+class LateWebInterfaceTest : public WebInterfaceTest {
+ protected:
+  void SetUp() override {}
+};
+
+TEST_F(LateWebInterfaceTest, EventsReachTheBroker) {
+  if (access(kBrokerProgram, X_OK) != 0) {
+    GTEST_SKIP() << "the broker is not installed (package mosquitto, see script/bootstrap)";
+  }
+  const Broker broker;
+  const std::uint32_t before = declare(stateKeys("before", true));
+  start(BrokerAddress{"127.0.0.1", broker.port()});
+  Subscriber subscriber(broker.port());
+  ASSERT_TRUE(subscriber.runUntil(
+      [&] { return subscriber.find(MqttPublisher::kAvailability, "online") != nullptr; }));
+  const std::uint32_t stateful = declare(stateKeys("alarm", false));
+  const std::uint32_t twin = declare(stateKeys("alarm", true));
+  const std::uint32_t stateless = declare(stateKeys("pulse", false), true);
+  send(stateless, true, 1);
+  for (const std::uint32_t id : {stateful, before}) {
+    EXPECT_TRUE(application.call("Undeclare", g_variant_new("(u)", id)).ok());
+  }
+  const std::string top = "MiruPlatform/SentrelVideo/";
+  ASSERT_TRUE(subscriber.sees(top + "before", ""));
+
+  Subscriber late(broker.port());
+  late.drain();
+  std::map<std::string, std::string> retained;
+  for (const BrokerMessage& message : late.messages) {
+    if (message.retained) retained[message.topic] = message.payload;
+  }
+  // The one that is left of two with the same topics is still there.
+  EXPECT_THAT(retained,
+              testing::ElementsAre(
+                  testing::Pair(top + "alarm", HasSubstr("\"id\":" + std::to_string(twin))),
+                  testing::Pair(MqttPublisher::kAvailability, "online")));
+  EXPECT_TRUE(subscriber.runUntil([&] {
+    return std::ranges::any_of(subscriber.messages, [&](const BrokerMessage& message) {
+      return message.topic == top + "pulse" && !message.retained;
+    });
+  }));
+}
+
+TEST_F(WebInterfaceTest, PageIsToldAllInItsOrder) {
+  const std::uint32_t id = declare(stateKeys("Camera1Profile1", true));
+  web->daemonRunning(true);
+  for (int i = 0; i < 205; ++i) web->log(i, {3, "SentrelVideo", "line " + std::to_string(i)});
+  WebClient client(port);
+  client.get("/live");
+
+  Message message = next(client);
+  EXPECT_EQ("model", message.type);
+  EXPECT_EQ("default", message.text("name"));
+  EXPECT_EQ("generated", message.text("tracks"));
+  EXPECT_EQ("socket", message.text("transport"));
+  EXPECT_EQ(5, message.number("seed"));
+  EXPECT_EQ(model.mastHeight, message.number("mast_height_m"));
+  ASSERT_EQ(model.channels.size(), json_array_size(message.at("channels")));
+  const json_t* channel = json_array_get(message.at("channels"), 0);
+  for (const char* key : {"camera", "name", "width", "height", "rotation", "pan", "tilt", "roll",
+                          "hfov", "vfov", "moves_with_head"}) {
+    EXPECT_NE(nullptr, json_object_get(channel, key)) << key;
+  }
+  EXPECT_EQ(1, json_integer_value(json_object_get(channel, "camera")));
+  EXPECT_EQ(model.channels[0].camera.horizontalFov,
+            json_number_value(json_object_get(channel, "hfov")));
+  for (const char* key : {"product", "min_field_angle", "max_field_angle", "aspect", "home"}) {
+    EXPECT_NE(nullptr, json_object_get(message.at("head"), key)) << key;
+  }
+
+  message = next(client);
+  EXPECT_EQ("daemon", message.type);
+  EXPECT_TRUE(json_is_true(message.at("running")));
+  message = next(client);
+  EXPECT_EQ("event", message.type);
+  EXPECT_EQ(id, message.number("id"));
+  for (int i = 5; i < 205; ++i) {
+    message = next(client);
+    EXPECT_EQ("log", message.type);
+    EXPECT_EQ("line " + std::to_string(i), message.text("text"));
+    EXPECT_EQ("err", message.text("level"));
+    EXPECT_EQ(i, message.number("time"));
+  }
+}
+
+TEST_F(WebInterfaceTest, PageIsToldOfFramesInSceneCoordinates) {
+  WebClient client(port);
+  client.get("/live");
+  next(client, "daemon");
+  FrameObject object;
+  object.id = 9;
+  object.confidence = 2048;
+  object.outline = {{-4096, 4096}, {1024, -2048}};
+  web->frame(3.5, 1, Frame{.timestamp = 1, .objects = {object}, .events = {}});
+  const Message message = next(client, "frame");
+  EXPECT_EQ(R"({"time":3.5,"camera":2,"objects":[{"id":9,"confidence":0.5,)"
+            R"("polygon":[[-1.0,1.0],[0.25,-0.5]]}]})",
+            toText(message.data.get()));
+}
+
+TEST_F(WebInterfaceTest, PageIsToldOfTheHeadAndThePeople) {
+  WebClient client(port);
+  client.get("/live");
+  Message message = next(client, "head");
+  EXPECT_EQ(12.5, message.number("time"));
+  EXPECT_NEAR(model.head.home.pan, message.number("pan"), 1e-6);
+  EXPECT_NEAR(model.head.home.tilt, message.number("tilt"), 1e-6);
+  EXPECT_NEAR(model.head.maxFieldAngle, message.number("hfov"), 0.1);
+  EXPECT_TRUE(json_is_false(message.at("moving")));
+
+  message = next(client, "world");
+  const std::vector<PersonView> people = world.people(12.5);
+  ASSERT_FALSE(people.empty());
+  ASSERT_EQ(people.size(), json_array_size(message.at("people")));
+  for (std::size_t i = 0; i < people.size(); ++i) {
+    const json_t* person = json_array_get(message.at("people"), i);
+    const auto number = [&](const char* key) {
+      return json_number_value(json_object_get(person, key));
+    };
+    EXPECT_EQ(people[i].id, number("id"));
+    EXPECT_EQ(0, number("z_foot"));
+    EXPECT_EQ(1.75, number("height"));
+    // The direction is the one from the head to the place.
+    const double ground = std::hypot(number("x"), number("y"));
+    const double drop = model.mastHeight - 1.75 / 2;
+    EXPECT_NEAR(number("pan"), std::atan2(number("x"), number("y")) * 180 / M_PI, 1e-4);
+    EXPECT_NEAR(number("tilt"), -std::atan2(drop, ground) * 180 / M_PI, 1e-4);
+    EXPECT_NEAR(number("distance"), std::hypot(ground, drop), 1e-4);
+    EXPECT_EQ(people[i].inside, json_is_true(json_object_get(person, "inside")));
+  }
+}
+
+TEST_F(WebInterfaceTest, PageIsToldWhenTheDaemonGoesAndComes) {
+  WebClient client(port);
+  client.get("/live");
+  EXPECT_EQ(R"({"running":false})", daemon(client));
+  web->daemonRunning(true);
+  web->daemonRunning(true);
+  web->daemonRunning(false);
+  EXPECT_EQ(R"({"running":true})", daemon(client));
+  EXPECT_EQ(R"({"running":false})", daemon(client));
+}
+
+TEST_F(WebInterfaceTest, LogTextThatIsNoUtf8IsStillTold) {
+  WebClient client(port);
+  client.get("/live");
+  web->log(1, {6, "",
+               "a\xff"
+               "b"});
+  const Message message = next(client, "log");
+  EXPECT_EQ(
+      "a\xef\xbf\xbd"
+      "b",
+      message.text("text"));
+  EXPECT_EQ("info", message.text("level"));
+}
+
+}  // namespace
+}  // namespace device

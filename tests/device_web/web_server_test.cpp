@@ -1,0 +1,418 @@
+#include "web_server/web_server.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <vector>
+
+#include "device_services/private_bus.h"
+#include "device_services/temporary_folder.h"
+#include "fake_application.h"
+#include "services/local_socket.h"
+#include "web_client.h"
+
+namespace device {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+constexpr char kApi[] = "/api/sentrelvideo";
+
+std::string errorOf(const std::string& message) {
+  return R"({"error":{"code":"HTTP","message":")" + message + "\"}}";
+}
+
+class WebServerTest : public testing::Test {
+ protected:
+  WebServerTest() {
+    options.port = 0;
+    options.folder = folder / "web";
+    std::filesystem::create_directories(options.folder);
+  }
+
+  WebServer& start() {
+    server = std::make_unique<WebServer>(options, socket, limits);
+    return *server;
+  }
+
+  void write(const std::string& name, const std::string& text) {
+    std::filesystem::create_directories((options.folder / name).parent_path());
+    std::ofstream(options.folder / name) << text;
+  }
+
+  TemporaryFolder folder;
+  std::string socket = folder / "http/application";
+  WebOptions options;
+  WebServerLimits limits;
+  std::unique_ptr<WebServer> server;
+};
+
+TEST_F(WebServerTest, ForwardsARequestAndReturnsWhatTheCallbackWrote) {
+  FakeApplication application(socket);
+  application.setAnswer("X-Own: yes\r\nContent-Type: text/x-own\r\nStatus: 418 Teapot\r\n\r\n<$>");
+  WebClient client(start().port());
+  client.request("POST", std::string(kApi) + "?a=b%20c", R"({"x":1})");
+  const WebResponse response = client.response();
+  EXPECT_EQ(418, response.status);
+  EXPECT_EQ("yes", response.headers.at("X-Own"));
+  EXPECT_EQ("text/x-own", response.headers.at("Content-Type"));
+  EXPECT_EQ(R"(<{"x":1}>)", response.body);
+  EXPECT_THAT(application.requests(), ElementsAre(R"(POST /api/sentrelvideo a=b%20c b c {"x":1})"));
+}
+
+TEST_F(WebServerTest, OneConnectionCarriesManyRequests) {
+  FakeApplication application(socket);
+  WebClient client(start().port());
+  for (const std::string body : {"1", "22", "333"}) {
+    EXPECT_EQ("{\"body\":\"" + body + "\"}", client.post(body).body);
+  }
+}
+
+TEST_F(WebServerTest, EightClientsAtOnceAreAllAnswered) {
+  FakeApplication application(socket);
+  const std::uint16_t port = start().port();
+  std::vector<std::unique_ptr<WebClient>> clients;
+  for (int i = 0; i < 8; ++i) {
+    clients.push_back(std::make_unique<WebClient>(port));
+    clients.back()->request("POST", kApi, "client " + std::to_string(i));
+  }
+  for (int i = 7; i >= 0; --i) {
+    EXPECT_EQ("{\"body\":\"client " + std::to_string(i) + "\"}", clients[i]->response().body);
+  }
+}
+
+TEST_F(WebServerTest, OtherMethodsThanPostAreRefusedAtTheApi) {
+  FakeApplication application(socket);
+  const std::uint16_t port = start().port();
+  for (const char* method : {"GET", "PUT", "DELETE", "PATCH", "OPTIONS"}) {
+    WebClient client(port);
+    client.request(method, kApi);
+    const WebResponse response = client.response();
+    EXPECT_EQ(405, response.status) << method;
+    EXPECT_EQ("POST", response.headers.at("Allow"));
+    EXPECT_EQ("application/json", response.headers.at("Content-Type"));
+    EXPECT_EQ(errorOf("Only POST is possible here"), response.body);
+  }
+  EXPECT_THAT(application.requests(), ElementsAre());
+}
+
+TEST_F(WebServerTest, BodyOfOneMebibyteIsTheLargest) {
+  FakeApplication application(socket);
+  application.setAnswer("Status: 200 OK\r\n\r\nfine");
+  const std::uint16_t port = start().port();
+  EXPECT_EQ(200, WebClient(port).post(std::string(1048576, 'x')).status);
+  const WebResponse refused = WebClient(port).post(std::string(1048577, 'x'));
+  EXPECT_EQ(413, refused.status);
+  EXPECT_EQ("application/json", refused.headers.at("Content-Type"));
+  EXPECT_EQ(errorOf("A request may have 1 MiB"), refused.body);
+  EXPECT_EQ(1u, application.requests().size());
+}
+
+TEST_F(WebServerTest, AnnouncedLargeBodyIsRefusedBeforeItIsSent) {
+  WebClient client(start().port());
+  client.request("POST", kApi, "", "Content-Length: 1048577\r\n");
+  EXPECT_EQ(413, client.response().status);
+  EXPECT_TRUE(client.isClosed());
+}
+
+TEST_F(WebServerTest, BodyWithoutALengthIsRefusedWhileItIsRead) {
+  WebClient client(start().port());
+  client.request("POST", kApi, "", "Transfer-Encoding: chunked\r\n");
+  const std::string chunk = "10000\r\n" + std::string(0x10000, 'x') + "\r\n";
+  for (int i = 0; i < 17; ++i) client.send(chunk);  // 1 MiB and 64 KiB, with no end
+  EXPECT_EQ(413, client.response().status);
+}
+
+TEST_F(WebServerTest, ClientThatGoesOnSendingStillReadsTheRefusal) {
+  WebClient client(start().port());
+  client.request("POST", kApi, std::string(8 << 20, 'x'));
+  const WebResponse response = client.response();
+  EXPECT_EQ(413, response.status);
+  EXPECT_EQ(errorOf("A request may have 1 MiB"), response.body);
+}
+
+TEST_F(WebServerTest, ApplicationThatIsDownGives503) {
+  WebClient client(start().port());
+  WebResponse response = client.post("{}");
+  EXPECT_EQ(503, response.status);
+  EXPECT_EQ("application/json", response.headers.at("Content-Type"));
+  EXPECT_EQ(errorOf("The application is not running"), response.body);
+
+  FakeApplication application(socket);  // and its return is noticed
+  EXPECT_EQ(200, client.post("{}").status);
+}
+
+TEST_F(WebServerTest, ApplicationThatHangsGives503AndHoldsUpNobodyElse) {
+  limits.answer = std::chrono::milliseconds(300);
+  std::vector<GObjectPtr<GSocket>> kept;
+  const LocalListener application(
+      socket, [&](GObjectPtr<GSocket> request) { kept.push_back(std::move(request)); });
+  write("index.html", "page");
+  const std::uint16_t port = start().port();
+  WebClient first(port);
+  WebClient second(port);
+  first.request("POST", kApi, "{}");
+  second.request("POST", kApi, "{}");
+  ASSERT_TRUE(iterateUntil([&] { return !kept.empty(); }));
+  EXPECT_EQ("page", WebClient(port).get("/").body);
+  EXPECT_EQ("", first.received());
+  const WebResponse response = first.response();
+  EXPECT_EQ(503, response.status);
+  EXPECT_EQ(errorOf("The application did not answer in time"), response.body);
+  // The second had its time from when it came, not from when the first was given up.
+  EXPECT_EQ(503, second.response().status);
+}
+
+TEST_F(WebServerTest, AnswerThatIsNoneGives503) {
+  FakeApplication application(socket);
+  WebClient client(start().port());
+  for (const char* answer :
+       {"", "Status: 200 OK\r\n", "no header\r\n\r\n", "Status: 99 No\r\n\r\n"}) {
+    application.setAnswer(answer);
+    EXPECT_EQ(503, client.post("{}").status) << answer;
+  }
+}
+
+TEST_F(WebServerTest, ClientThatLeavesBeforeItsAnswerHarmsNobody) {
+  std::vector<GObjectPtr<GSocket>> kept;
+  const LocalListener application(
+      socket, [&](GObjectPtr<GSocket> request) { kept.push_back(std::move(request)); });
+  const std::uint16_t port = start().port();
+  {
+    WebClient client(port);
+    client.request("POST", kApi, "{}");
+    ASSERT_TRUE(iterateUntil([&] { return kept.size() == 1; }));
+  }
+  kept.clear();  // the application breaks off; the answer goes to nobody
+  EXPECT_EQ(404, WebClient(port).get("/none").status);
+}
+
+TEST_F(WebServerTest, ServerThatEndsWithRequestsOnTheirWayReleasesThem) {
+  std::vector<GObjectPtr<GSocket>> kept;
+  const LocalListener application(
+      socket, [&](GObjectPtr<GSocket> request) { kept.push_back(std::move(request)); });
+  WebClient client(start().port());
+  client.request("POST", kApi, "{}");
+  ASSERT_TRUE(iterateUntil([&] { return kept.size() == 1; }));
+  server.reset();
+  EXPECT_TRUE(client.isClosed());
+}
+
+// ---- Requests from elsewhere ----
+
+TEST_F(WebServerTest, RequestOfAForeignPageIsRefused) {
+  FakeApplication application(socket);
+  const std::uint16_t port = start().port();
+  const std::string number = std::to_string(port);
+  const auto statusWith = [&](const std::string& headers) {
+    WebClient client(port);
+    client.request("POST", kApi, "{}", headers);
+    return client.response();
+  };
+  EXPECT_EQ(200, statusWith("Origin: http://127.0.0.1:" + number + "\r\n").status);
+  const WebResponse refused = statusWith("Origin: http://elsewhere.example\r\n");
+  EXPECT_EQ(403, refused.status);
+  EXPECT_EQ("application/json", refused.headers.at("Content-Type"));
+  EXPECT_EQ(errorOf("The request was made from elsewhere"), refused.body);
+  EXPECT_EQ(403, statusWith("Host: elsewhere.example:" + number + "\r\n").status);
+  EXPECT_EQ(403, statusWith("Origin: http://127.0.0.1:" + number +
+                            "\r\nOrigin: http://elsewhere.example\r\n")
+                     .status);
+  EXPECT_EQ(1u, application.requests().size());
+  EXPECT_EQ(403, WebClient(port).get("/live", "Origin: null\r\n").status);
+}
+
+// ---- Files ----
+
+TEST_F(WebServerTest, FilesComeWithTheirTypeAndStrictHeaders) {
+  write("index.html", "<p>page</p>");
+  write("code/main.js", "run();");
+  const std::uint16_t port = start().port();
+  WebClient client(port);
+  WebResponse response = client.get("/");
+  EXPECT_EQ(200, response.status);
+  EXPECT_EQ("<p>page</p>", response.body);
+  EXPECT_EQ("text/html; charset=utf-8", response.headers.at("Content-Type"));
+  EXPECT_EQ("no-store", response.headers.at("Cache-Control"));
+  EXPECT_EQ("nosniff", response.headers.at("X-Content-Type-Options"));
+  EXPECT_EQ("no-referrer", response.headers.at("Referrer-Policy"));
+  EXPECT_THAT(response.headers.at("Content-Security-Policy"),
+              StartsWith("default-src 'self'; img-src 'self' data:; style-src 'self'"));
+  response = client.get("/code/main.js");
+  EXPECT_EQ("text/javascript; charset=utf-8", response.headers.at("Content-Type"));
+  EXPECT_EQ("run();", response.body);
+  response = client.get("/none.js");
+  EXPECT_EQ(404, response.status);
+  EXPECT_EQ(errorOf("There is nothing at this path"), response.body);
+  EXPECT_EQ(405, client.post("x", "/index.html").status);
+}
+
+TEST_F(WebServerTest, FilesOutsideOfTheFolderStayThere) {
+  write("index.html", "page");
+  std::ofstream(folder / "secret.json") << "secret";
+  const std::uint16_t port = start().port();
+  for (const char* path : {"/../secret.json", "/%2e%2e/secret.json", "/..%2fsecret.json",
+                           "/x/../../secret.json", "//etc/hosts.json"}) {
+    const WebResponse response = WebClient(port).get(path);
+    EXPECT_GE(response.status, 400) << path;
+    EXPECT_THAT(response.body, Not(HasSubstr("secret"))) << path;
+  }
+}
+
+// ---- Users ----
+
+struct SessionAnswer {
+  bool done = false;
+  unsigned status = 0;
+  int asked = 0;
+};
+
+SessionAnswer fetchAs(const std::string& url, const std::string& user,
+                      const std::string& password) {
+  struct Login {
+    std::string user;
+    std::string password;
+    SessionAnswer answer;
+  } login{user, password, {}};
+  const GObjectPtr<SoupSession> session(soup_session_new());
+  const GObjectPtr<SoupMessage> message(soup_message_new("GET", url.c_str()));
+  const auto authenticate =
+      +[](SoupMessage*, SoupAuth* auth, gboolean again, gpointer data) -> gboolean {
+    auto* self = static_cast<Login*>(data);
+    ++self->answer.asked;
+    EXPECT_STREQ("Digest", soup_auth_get_scheme_name(auth));
+    if (again == FALSE) soup_auth_authenticate(auth, self->user.c_str(), self->password.c_str());
+    return again == FALSE;
+  };
+  g_signal_connect(message.get(), "authenticate", G_CALLBACK(authenticate), &login);
+  soup_session_send_and_read_async(
+      session.get(), message.get(), G_PRIORITY_DEFAULT, nullptr,
+      [](GObject* source, GAsyncResult* result, gpointer data) {
+        g_bytes_unref(soup_session_send_and_read_finish(SOUP_SESSION(source), result, nullptr));
+        static_cast<Login*>(data)->answer.done = true;
+      },
+      &login);
+  EXPECT_TRUE(iterateUntil([&] { return login.answer.done; }));
+  login.answer.status = soup_message_get_status(message.get());
+  return login.answer;
+}
+
+TEST_F(WebServerTest, EveryPathAsksForTheUser) {
+  options.user = WebUser{"anna", "secret word"};
+  write("index.html", "page");
+  FakeApplication application(socket);
+  const std::uint16_t port = start().port();
+  server->addStream("/live", [] { return std::string("told"); });
+  for (const char* path : {"/", "/none", "/live", kApi}) {
+    const WebResponse response = WebClient(port).get(path);
+    EXPECT_EQ(401, response.status) << path;
+    EXPECT_THAT(response.headers.at("WWW-Authenticate"), StartsWith("Digest ")) << path;
+  }
+  EXPECT_EQ(401, WebClient(port).post("{}").status);
+  EXPECT_THAT(application.requests(), ElementsAre());
+}
+
+TEST_F(WebServerTest, RightPasswordOpensAndAWrongOneDoesNot) {
+  options.user = WebUser{"anna", "secret word"};
+  write("index.html", "page");
+  const std::string url = start().url();
+  const SessionAnswer right = fetchAs(url, "anna", "secret word");
+  EXPECT_EQ(200u, right.status);
+  EXPECT_EQ(1, right.asked);
+  EXPECT_EQ(401u, fetchAs(url, "anna", "Secret word").status);
+  EXPECT_EQ(401u, fetchAs(url, "bert", "secret word").status);
+}
+
+TEST_F(WebServerTest, LargeBodyWithoutAUserIsCutOffAsWell) {
+  options.user = WebUser{"anna", "secret word"};
+  WebClient client(start().port());
+  client.request("POST", kApi, std::string(4 << 20, 'x'));
+  EXPECT_EQ(413, client.response().status);
+}
+
+// ---- Listening ----
+
+TEST_F(WebServerTest, UsualPortThatIsTakenGivesAnother) {
+  options.port = std::nullopt;
+  const WebServer first(options, socket);
+  const WebServer second(options, socket);
+  EXPECT_NE(first.port(), second.port());
+  EXPECT_EQ("http://127.0.0.1:" + std::to_string(second.port()) + "/", second.url());
+}
+
+TEST_F(WebServerTest, GivenPortThatIsTakenIsAnError) {
+  options.port = start().port();
+  EXPECT_THROW(WebServer(options, socket), std::runtime_error);
+}
+
+// ---- Streams ----
+
+TEST_F(WebServerTest, StreamTellsTheOpeningFirstAndThenWhatIsSent) {
+  int readers = 0;
+  EventStream& stream = start().addStream(
+      "/events", [&] { return streamMessage("hello", std::to_string(++readers)); });
+  EXPECT_FALSE(stream.hasReaders());
+  WebClient first(server->port());
+  WebResponse head = first.get("/events");
+  EXPECT_EQ(200, head.status);
+  EXPECT_EQ("text/event-stream", head.headers.at("Content-Type"));
+  EXPECT_EQ("no-store", head.headers.at("Cache-Control"));
+  EXPECT_EQ("event: hello\ndata: 1", first.message());
+  stream.send(streamMessage("news", "{}"));
+  EXPECT_EQ("event: news\ndata: {}", first.message());
+  WebClient second(server->port());
+  second.get("/events");
+  EXPECT_EQ("event: hello\ndata: 2", second.message());
+  stream.send(streamMessage("more", "{}"));
+  EXPECT_EQ("event: more\ndata: {}", first.message());
+  EXPECT_EQ("event: more\ndata: {}", second.message());
+  EXPECT_EQ(405, WebClient(server->port()).post("x", "/events").status);
+}
+
+TEST_F(WebServerTest, StreamSendsCommentsBetweenItsMessages) {
+  limits.heartbeat = std::chrono::milliseconds(20);
+  start().addStream("/events", [] { return std::string(); });
+  WebClient client(server->port());
+  client.get("/events");
+  EXPECT_EQ(":", client.message());
+  EXPECT_EQ(":", client.message());
+}
+
+TEST_F(WebServerTest, ReaderThatDoesNotReadIsDroppedAndOthersAreNot) {
+  limits.streamQueue = 256 << 10;
+  EventStream& stream = start().addStream("/events", [] { return std::string(); });
+  WebClient slow(server->port(), 4096);
+  slow.get("/events");
+  slow.stopReading();
+  WebClient quick(server->port());
+  quick.get("/events");
+  const std::string text = streamMessage("big", std::string(64 << 10, 'x'));
+  // More than every buffer between the two can hold.
+  for (int i = 0; i < 400; ++i) {
+    stream.send(text);
+    ASSERT_EQ(text.size() - 2, quick.message().size()) << i;
+  }
+  slow.read();
+  EXPECT_TRUE(slow.isClosed());
+  stream.send("still\n\n");
+  EXPECT_EQ("still", quick.message());
+}
+
+TEST_F(WebServerTest, ReaderThatHasGoneIsForgotten) {
+  EventStream& stream = start().addStream("/events", [] { return std::string(); });
+  {
+    WebClient client(server->port());
+    client.get("/events");
+    EXPECT_TRUE(stream.hasReaders());
+  }
+  EXPECT_TRUE(iterateUntil([&] { return !stream.hasReaders(); }));
+}
+
+}  // namespace
+}  // namespace device
