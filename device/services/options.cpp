@@ -24,6 +24,7 @@ struct Raw {
   char* model = nullptr;
   char* models = nullptr;
   char* tracks = nullptr;
+  gboolean asRecorded = FALSE;
   char* transport = nullptr;
   double duration = 0;
   gint64 seed = 1;
@@ -55,6 +56,8 @@ void parse(const std::vector<std::string>& arguments, Raw* raw) {
       {"model", 0, 0, G_OPTION_ARG_STRING, &raw->model, "Model by name, or its file", "NAME"},
       {"models", 0, 0, G_OPTION_ARG_FILENAME, &raw->models, "Folder of the models", "DIR"},
       {"tracks", 0, 0, G_OPTION_ARG_FILENAME, &raw->tracks, "Recording of people to play", "FILE"},
+      {"as-recorded", 0, 0, G_OPTION_ARG_NONE, &raw->asRecorded,
+       "Play it without adding rests in which nobody is there", nullptr},
       {"transport", 0, 0, G_OPTION_ARG_STRING, &raw->transport, "How scene frames are offered",
        "socket|module"},
       {"duration", 0, 0, G_OPTION_ARG_DOUBLE, &raw->duration, "End after this time (0: never)",
@@ -128,6 +131,7 @@ Options parseOptions(const std::vector<std::string>& arguments) {
   if (raw.model != nullptr) options.model = raw.model;
   options.models = raw.models != nullptr ? raw.models : DEVICE_MODELS;
   if (raw.tracks != nullptr) options.tracks = raw.tracks;
+  options.asRecorded = raw.asRecorded != FALSE;
   if (raw.transport != nullptr) options.transport = raw.transport;
   options.duration = raw.duration;
   options.seed = static_cast<std::uint64_t>(raw.seed);

@@ -17,6 +17,7 @@ struct Options {
   std::string model = "default";  // a name within models, or a file
   std::filesystem::path models;
   std::optional<std::filesystem::path> tracks;  // the product's own people without
+  bool asRecorded = false;                      // no rests are added to the tracks
   std::string transport;                        // "socket" or "module"; empty: what the model says
   double duration = 0;                          // seconds, 0 for no end
   std::uint64_t seed = 1;

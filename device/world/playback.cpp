@@ -6,7 +6,7 @@
 
 namespace device {
 
-Playback::Playback(TrackSet tracks, const Stage& stage) : tracks_(std::move(tracks)) {
+Playback::Playback(TrackSet tracks, const Stage& stage, Rests rests) : tracks_(std::move(tracks)) {
   const std::span<const Track> all = tracks_.tracks();
   if (all.empty()) {
     return;
@@ -21,7 +21,7 @@ Playback::Playback(TrackSet tracks, const Stage& stage) : tracks_(std::move(trac
     const double appears = all[i].start() + shift;
     const bool isFirst = i == 0;
     const bool isAfterPause = appears - emptyFrom >= kPause;
-    const bool isLate = appears - sceneStart > kSceneLength;
+    const bool isLate = rests == Rests::added && appears - sceneStart > kSceneLength;
     if (isFirst || isAfterPause || isLate) {
       sceneStart = isFirst ? 0 : std::max(appears, emptyFrom + kPause);
       shift += sceneStart - appears;

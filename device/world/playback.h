@@ -15,13 +15,16 @@ namespace device {
 // who appear within kSceneLength of a scene's first person belong to it; when all of them have
 // left, nobody is there for kPause, and the next scene begins in front of the next camera of the
 // stage. A pause of that length in the recording itself ends a scene too and is kept as it is.
-// Within a scene everybody walks as recorded.
+// Within a scene everybody walks as recorded. Without added rests only the recording's own pauses
+// end a scene, and everybody appears when recorded.
 class Playback {
  public:
   static constexpr double kSceneLength = 45;  // seconds
   static constexpr double kPause = 20;        // seconds
 
-  Playback(TrackSet tracks, const Stage& stage);
+  enum class Rests { added, asRecorded };
+
+  Playback(TrackSet tracks, const Stage& stage, Rests rests = Rests::added);
 
   // Everybody there at a moment, in world coordinates. The first person appears at time 0. Each
   // round has ids of its own.

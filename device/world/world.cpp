@@ -31,7 +31,8 @@ Stage stageOf(const Model& model) {
 World::World(const Model& model, const WorldOptions& options)
     : mast_{0, 0, model.mastHeight},
       includeArea_(options.includeArea),
-      playback_(peopleOf(options), stageOf(model)) {
+      playback_(peopleOf(options), stageOf(model),
+                options.asRecorded ? Playback::Rests::asRecorded : Playback::Rests::added) {
   for (const ChannelModel& channel : model.channels) {
     const std::uint64_t seed = options.seed * 1000 + channels_.size();
     channels_.push_back({OverviewCamera(channel.camera), Analytics(seed), channel.movesWithHead});

@@ -18,6 +18,7 @@ namespace device {
 
 struct WorldOptions {
   std::optional<std::filesystem::path> tracks;  // a recording; the product's own people without
+  bool asRecorded = false;                      // without added rests
   std::uint64_t seed = 1;     // of the product's own people and of the analytics' noise
   double includeArea = 0.97;  // half the side of the square in the picture that counts as inside
 };

@@ -3,7 +3,7 @@
 const ADDRESS = '/api/sentrelvideo';
 const TIMEOUT = 15000; // milliseconds; the device itself gives up after 10 s
 
-/** An error of the API ("2004"), of the device's server ("HTTP") or of the way there ("network"). */
+/** An error of the API ("2004"), the device's server ("HTTP") or the way there ("network"). */
 export class ApiError extends Error {
   constructor(code, message) {
     super(message);

@@ -1,6 +1,6 @@
 /**
- * The configuration as a document: what it may hold, and changes to it. The document is the "params"
- * of setConfiguration; keys that the page does not know are kept as they are.
+ * The configuration as a document: what it may hold, and changes to it. The document is the
+ * "params" of setConfiguration; keys that the page does not know are kept as they are.
  *
  * @typedef {{path: string, code: string, reason: string}} Violation
  *     path: the field ("profiles.0.name"); code: what the API would answer

@@ -53,7 +53,7 @@ export class Editor {
       if (changedElsewhere && !isOwnChange) {
         setText(
           byTestId('changed-elsewhere'),
-          'The configuration in force was changed elsewhere. Save replaces it, Revert takes it over.',
+          'The configuration was changed elsewhere. Save replaces it, Revert takes it over.',
         );
       }
       if (isFirst) this.showError('');

@@ -34,7 +34,7 @@ export class TrackingControls {
     const field = fieldOf(name);
     field.addEventListener('input', () => this.unsent.add(name));
     field.addEventListener('change', () => {
-      // An empty field is sent as it is, for the daemon passes over what is no number.
+      // The daemon would pass over what is no whole number, without an error.
       const value = field.value === '' ? Number.NaN : Number(field.value);
       if (Number.isInteger(value)) this.send(name, value);
       else this.showError(name, 'A whole number of seconds is needed.');
@@ -56,14 +56,19 @@ export class TrackingControls {
       await call('setSentrel', { [name]: value });
     } catch (error) {
       this.showError(name, [describe(error), this.boundsOf(name)].filter(Boolean).join('. '));
-      // A switch that did not take effect must not look as if it had.
-      if (SWITCHES.includes(name)) this.unsent.delete(name);
+      if (SWITCHES.includes(name)) this.undo(name, !value);
       return;
     }
     // What was typed while the request was on its way is still unsent.
     if (SWITCHES.includes(name) || fieldOf(name).value === String(value)) this.unsent.delete(name);
     this.showError(name, '');
     await this.refresh();
+  }
+
+  /** A switch that did not take effect must not look as if it had. */
+  undo(name, value) {
+    fieldOf(name).checked = value;
+    this.unsent.delete(name);
   }
 
   boundsOf(name) {

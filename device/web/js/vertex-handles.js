@@ -8,6 +8,7 @@ import { edgeMiddle, insertVertex, moveVertex, removeVertex } from './polygon.js
 
 const STEP = 0.01; // of an arrow key
 const LARGE_STEP = 0.1; // with Shift
+const ROOM = 60; // pixels; on a shorter edge its button would cover the vertices
 
 const ARROWS = {
   ArrowLeft: [-1, 0],
@@ -36,7 +37,16 @@ export class VertexHandles {
     this.fit(this.vertices, vertices.length, (index) => this.createVertex(index));
     this.fit(this.edges, canGrow ? vertices.length : 0, (index) => this.createEdge(index));
     vertices.forEach((vertex, index) => this.placeVertex(index, vertex));
-    this.edges.forEach((edge, index) => placeAt(edge, edgeMiddle(vertices, index)));
+    this.edges.forEach((edge, index) => {
+      placeAt(edge, edgeMiddle(vertices, index));
+      edge.hidden = this.lengthOf(vertices[index], vertices[(index + 1) % vertices.length]) < ROOM;
+    });
+  }
+
+  /** Pixels between two vertices. */
+  lengthOf([ax, ay], [bx, by]) {
+    const { clientWidth, clientHeight } = this.element;
+    return Math.hypot(((bx - ax) / 2) * clientWidth, ((by - ay) / 2) * clientHeight);
   }
 
   fit(buttons, count, create) {

@@ -63,6 +63,17 @@ TEST(PlaybackTest, busyPlacesGetARest) {
   EXPECT_EQ(playback.at(84.1).size(), 1u);
 }
 
+// Nobody is held back: the third is there at 46 s, together with the second.
+TEST(PlaybackTest, asRecordedNoRestIsAdded) {
+  const Playback playback(
+      TrackSet({walker(1, 0, 30), walker(2, 44, 60), walker(3, 46, 50), walker(4, 48, 52)}), kStage,
+      Playback::Rests::asRecorded);
+  EXPECT_EQ(playback.sceneCount(), 1);
+  EXPECT_EQ(playback.at(47).size(), 2u);
+  EXPECT_EQ(playback.at(49).size(), 3u);
+  EXPECT_TRUE(playback.at(60.1).empty());
+}
+
 TEST(PlaybackTest, everySceneIsInFrontOfTheNextCamera) {
   const Playback playback(TrackSet({walker(1, 0, 10), walker(2, 40, 50), walker(3, 80, 90)}),
                           kStage);

@@ -102,8 +102,7 @@ TEST(SwayingFilterTest, NearerThanAFifthOfTheDistanceTheObjectBeginsAnew) {
 }
 
 TEST(SwayingFilterTest, TheFifthIsCutToWholeUnits) {
-  // 41² = 1681 is above 42049 / 25 = 1681.96 cut to 1681 only if the cut is kept: at 1681 nothing
-  // changes.
+  // 42050 / 25 is 1682; 42041 / 25 is 1681.64, cut to 1681, which 41² = 1681 is not below.
   Walk walk(20, 0, 0);
   walk.goTo(205, 5);
   ASSERT_EQ(walk.displacement(), 42'050);

@@ -1,5 +1,5 @@
-// The scene subscriber module of the tests. The test that includes it puts its loader in the place
-// of GModule's at link time (callback_camera_container_test.cpp).
+// The scene subscriber module of the tests. callback_camera_container_test.cpp has its functions,
+// and a loader that takes the place of GModule's at link time.
 #ifndef TESTS_SRC_CAMERA_FAKE_SCENE_MODULE_H
 #define TESTS_SRC_CAMERA_FAKE_SCENE_MODULE_H
 
