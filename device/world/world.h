@@ -29,7 +29,7 @@ struct PersonView {
   Direction centre;      // half-way up the person
   double height = 0;     // degrees from feet to crown
   bool inside = false;   // the centre lies within the include area of some channel's picture
-  GroundPoint position;  // of the feet
+  GroundPoint position{};  // of the feet
 };
 
 // The ground with its people, and the overview cameras with their analytics. World time is seconds
