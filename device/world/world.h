@@ -26,9 +26,9 @@ struct WorldOptions {
 // A person as seen from the mast.
 struct PersonView {
   int id = 0;
-  Direction centre;      // half-way up the person
-  double height = 0;     // degrees from feet to crown
-  bool inside = false;   // the centre lies within the include area of some channel's picture
+  Direction centre;        // half-way up the person
+  double height = 0;       // degrees from feet to crown
+  bool inside = false;     // the centre lies within the include area of some channel's picture
   GroundPoint position{};  // of the feet
 };
 

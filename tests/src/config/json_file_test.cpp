@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "config/json_auto_ptr.h"
+#include "fakes/log_capture.h"
 #include "src/config/json_memory.h"
 #include "src/config/temporary_folder.h"
 
@@ -16,14 +17,14 @@ class JsonFileTest : public testing::Test {
 
 TEST_F(JsonFileTest, WritesTheDocument) {
   const JsonAutoPtr document(json_pack("{s:i, s:[i, i]}", "a", 1, "b", 2, 3));
-  EXPECT_FALSE(writeJsonFile(path, document.get()).has_value());
+  EXPECT_EQ(writeJsonFile(path, document.get()), JsonFileResult_e::written);
   const JsonAutoPtr read(json_load_file(path.c_str(), 0, nullptr));
   EXPECT_TRUE(json_equal(read.get(), document.get()));
 }
 
 TEST_F(JsonFileTest, RealsHaveFourSignificantDigits) {
   const JsonAutoPtr document(json_pack("{s:f}", "a", 0.123456));
-  EXPECT_FALSE(writeJsonFile(path, document.get()).has_value());
+  EXPECT_EQ(writeJsonFile(path, document.get()), JsonFileResult_e::written);
   EXPECT_NE(readText(path).find("0.1235"), std::string::npos);
   EXPECT_EQ(readText(path).find("0.12345"), std::string::npos);
 }
@@ -31,21 +32,23 @@ TEST_F(JsonFileTest, RealsHaveFourSignificantDigits) {
 TEST_F(JsonFileTest, ReplacesTheWholeFile) {
   writeText(path, std::string(10'000, 'x'));
   const JsonAutoPtr document(json_object());
-  EXPECT_FALSE(writeJsonFile(path, document.get()).has_value());
+  EXPECT_EQ(writeJsonFile(path, document.get()), JsonFileResult_e::written);
   EXPECT_EQ(readText(path), "{}");
   EXPECT_EQ(folder.fileCount(), 1);
 }
 
-TEST_F(JsonFileTest, TellsWhyTheFileCannotBeWritten) {
+TEST_F(JsonFileTest, TellsTheLogWhyTheFileCannotBeWritten) {
   const JsonAutoPtr document(json_object());
-  const auto error = writeJsonFile(folder.path("missing/document.json"), document.get());
-  ASSERT_TRUE(error.has_value());
-  EXPECT_FALSE(error->empty());
+  const std::string missing = folder.path("missing/document.json");
+  LogCapture::clear();
+  EXPECT_EQ(writeJsonFile(missing, document.get()), JsonFileResult_e::notWritten);
+  ASSERT_EQ(LogCapture::lines().size(), 1U);
+  EXPECT_TRUE(LogCapture::lines()[0].text.starts_with("Failed to write " + missing + " to disk ("));
 }
 
 TEST_F(JsonFileTest, ADocumentThatCannotBeSerialisedLeavesTheOldFile) {
   writeText(path, "old");
-  EXPECT_TRUE(writeJsonFile(path, nullptr).has_value());
+  EXPECT_EQ(writeJsonFile(path, nullptr), JsonFileResult_e::notSerialised);
   EXPECT_EQ(readText(path), "old");
 }
 
@@ -53,7 +56,7 @@ TEST_F(JsonFileTest, RunningOutOfMemoryLeavesTheOldFile) {
   writeText(path, "old");
   const JsonAutoPtr document(json_pack("{s:i}", "a", 1));
   const JsonMemory memory(0);
-  EXPECT_TRUE(writeJsonFile(path, document.get()).has_value());
+  EXPECT_EQ(writeJsonFile(path, document.get()), JsonFileResult_e::notSerialised);
   EXPECT_EQ(readText(path), "old");
 }
 
