@@ -30,6 +30,7 @@ struct Raw {
   gint64 seed = 1;
   char* report = nullptr;
   char* daemon = nullptr;
+  gboolean restartDaemon = FALSE;
   double headBoot = -1;
   int framesPerSecond = 10;
   gboolean quiet = FALSE;
@@ -65,6 +66,8 @@ void parse(const std::vector<std::string>& arguments, Raw* raw) {
       {"seed", 0, 0, G_OPTION_ARG_INT64, &raw->seed, "Seed of people and noise", "N"},
       {"report", 0, 0, G_OPTION_ARG_FILENAME, &raw->report, "Folder for the report", "DIR"},
       {"daemon", 0, 0, G_OPTION_ARG_FILENAME, &raw->daemon, "Application to start", "PROGRAM"},
+      {"restart-daemon", 0, 0, G_OPTION_ARG_NONE, &raw->restartDaemon,
+       "Start it again when it ends by itself", nullptr},
       {"head-boot", 0, 0, G_OPTION_ARG_DOUBLE, &raw->headBoot, "Time until the head answers",
        "SECONDS"},
       {"fps", 0, 0, G_OPTION_ARG_INT, &raw->framesPerSecond, "Scene frames per second", "N"},
@@ -137,6 +140,7 @@ Options parseOptions(const std::vector<std::string>& arguments) {
   options.seed = static_cast<std::uint64_t>(raw.seed);
   if (raw.report != nullptr) options.report = raw.report;
   if (raw.daemon != nullptr) options.daemon = raw.daemon;
+  options.restartDaemon = raw.restartDaemon != FALSE;
   if (raw.headBoot >= 0) options.headBoot = raw.headBoot;
   options.framesPerSecond = raw.framesPerSecond;
   options.quiet = raw.quiet != FALSE;

@@ -23,6 +23,7 @@ struct Options {
   std::uint64_t seed = 1;
   std::optional<std::filesystem::path> report;
   std::string daemon;              // program to start, empty for none
+  bool restartDaemon = false;      // when it ends by itself
   std::optional<double> headBoot;  // seconds; what the model says without
   int framesPerSecond = 10;
   bool quiet = false;  // no status and log lines

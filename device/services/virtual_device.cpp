@@ -1,6 +1,7 @@
 #include "services/virtual_device.h"
 
 #include <cstdio>
+#include <exception>
 #include <limits>
 #include <utility>
 
@@ -17,6 +18,7 @@ constexpr char kModuleVersion[] = "2.16";
 constexpr int kModuleMajor = 2;
 constexpr int kModuleMinor = 15;
 constexpr std::int64_t kSecond = 1000000;    // microseconds
+constexpr guint kRestartDelay = 1000;        // milliseconds
 constexpr std::int64_t kHeadPeriod = 10000;  // microseconds
 
 std::string transportOf(const Model& model) {
@@ -67,12 +69,7 @@ int VirtualDevice::run() {
   if (options_.duration > 0) {
     end.emplace(static_cast<std::int64_t>(options_.duration * kSecond), [this] { stop(); });
   }
-  if (!options_.daemon.empty()) {
-    daemon_ = std::make_unique<DaemonProcess>(
-        std::vector<std::string>{options_.daemon},
-        [this](const DaemonEnd& daemonEnd) { daemonEnded(daemonEnd); });
-    web_->daemonRunning(true);
-  }
+  if (!options_.daemon.empty()) startDaemon();
   g_main_loop_run(loop_.get());
   syslog_.drain();
   writeReport();
@@ -198,10 +195,26 @@ void VirtualDevice::logLine(const SyslogLine& line) {
   web_->log(now, line);
 }
 
+void VirtualDevice::startDaemon() {
+  daemon_ = std::make_unique<DaemonProcess>(std::vector<std::string>{options_.daemon},
+                                            [this](const DaemonEnd& end) { daemonEnded(end); });
+  web_->daemonRunning(true);
+}
+
 void VirtualDevice::daemonEnded(const DaemonEnd& end) {
-  const std::string how = describeWaitStatus(end.waitStatus);
   web_->daemonRunning(false);
   syslog_.drain();
+  announceEnd(end);
+  exitStatus_ = end.ok() ? 0 : 1;
+  if (!end.asked && options_.restartDaemon) {
+    restartLater();
+  } else {
+    g_main_loop_quit(loop_.get());
+  }
+}
+
+void VirtualDevice::announceEnd(const DaemonEnd& end) {
+  const std::string how = describeWaitStatus(end.waitStatus);
   if (!end.asked) {
     console_.message("The daemon ended by itself with " + how);
   } else if (end.killed) {
@@ -211,8 +224,25 @@ void VirtualDevice::daemonEnded(const DaemonEnd& end) {
     console_.message("The daemon ended with " + how + " after " +
                      std::to_string(static_cast<int>(end.seconds * 1000)) + " ms");
   }
-  exitStatus_ = end.ok() ? 0 : 1;
-  g_main_loop_quit(loop_.get());
+}
+
+void VirtualDevice::restartLater() {
+  restart_.reset(g_timeout_source_new(kRestartDelay));
+  g_source_set_callback(restart_.get(), restartDue, this, nullptr);
+  g_source_attach(restart_.get(), g_main_context_get_thread_default());
+}
+
+// Exceptions may not pass the main loop.
+gboolean VirtualDevice::restartDue(gpointer data) {
+  auto* self = static_cast<VirtualDevice*>(data);
+  try {
+    self->console_.message("The daemon is started again");
+    self->startDaemon();
+  } catch (const std::exception& error) {
+    self->console_.message(error.what());
+    g_main_loop_quit(self->loop_.get());
+  }
+  return G_SOURCE_REMOVE;
 }
 
 void VirtualDevice::writeReport() {

@@ -49,9 +49,9 @@ class VirtualDevice {
   VirtualDevice(const VirtualDevice&) = delete;
   VirtualDevice& operator=(const VirtualDevice&) = delete;
 
-  // Starts the application and lives until stop(), the duration's end or the application's; then
-  // writes the report. Returns the process' exit status: 0 when the application ended as it was
-  // told to.
+  // Starts the application and lives until stop(), the duration's end or the application's, which
+  // may be started again instead; then writes the report. Returns the process' exit status: 0 when
+  // the application, if there is one, ended as it was told to.
   int run();
 
   // Ends the application, then the device. Again is ignored.
@@ -71,7 +71,12 @@ class VirtualDevice {
   void showStatus();
   void logLine(const SyslogLine& line);
   std::optional<Direction> target(const HeadStatus& head) const;
+  // Throws std::runtime_error when it cannot be started.
+  void startDaemon();
   void daemonEnded(const DaemonEnd& end);
+  void announceEnd(const DaemonEnd& end);
+  void restartLater();
+  static gboolean restartDue(gpointer self);
   void writeReport();
 
   Options options_;
@@ -99,6 +104,7 @@ class VirtualDevice {
 
   std::unique_ptr<GMainLoop, decltype(&g_main_loop_unref)> loop_;
   std::unique_ptr<DaemonProcess> daemon_;
+  GSourcePtr restart_;
   std::unique_ptr<WebInterface> web_;
 };
 

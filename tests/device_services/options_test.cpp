@@ -20,16 +20,24 @@ TEST(OptionsTest, DefaultsRunWithoutEndAndWithoutDaemon) {
   EXPECT_EQ(1u, options.seed);
   EXPECT_FALSE(options.report);
   EXPECT_EQ("", options.daemon);
+  EXPECT_FALSE(options.restartDaemon);
   EXPECT_FALSE(options.headBoot);
   EXPECT_EQ(10, options.framesPerSecond);
   EXPECT_FALSE(options.quiet);
 }
 
 TEST(OptionsTest, EveryOptionIsRead) {
-  const Options options =
-      parse({"--model",     "k47", "--models", "m",  "--tracks", "t.csv", "--transport", "module",
-             "--duration",  "1.5", "--seed",   "7",  "--report", "r",     "--daemon",    "d",
-             "--head-boot", "0",   "--fps",    "25", "--quiet"});
+  const Options options = parse({"--model",     "k47",
+                                 "--models",    "m",
+                                 "--tracks",    "t.csv",
+                                 "--transport", "module",
+                                 "--duration",  "1.5",
+                                 "--seed",      "7",
+                                 "--report",    "r",
+                                 "--daemon",    "d",
+                                 "--head-boot", "0",
+                                 "--fps",       "25",
+                                 "--quiet",     "--restart-daemon"});
   EXPECT_EQ("k47", options.model);
   EXPECT_EQ("m", options.models);
   EXPECT_EQ("t.csv", options.tracks);
@@ -38,6 +46,7 @@ TEST(OptionsTest, EveryOptionIsRead) {
   EXPECT_EQ(7u, options.seed);
   EXPECT_EQ("r", options.report);
   EXPECT_EQ("d", options.daemon);
+  EXPECT_TRUE(options.restartDaemon);
   EXPECT_EQ(0.0, options.headBoot);
   EXPECT_EQ(25, options.framesPerSecond);
   EXPECT_TRUE(options.quiet);

@@ -1,8 +1,11 @@
 #include "services/virtual_device.h"
 
+#include <glib-unix.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -18,6 +21,23 @@ std::string contents(const std::string& path) {
   std::ifstream file(path);
   return std::string(std::istreambuf_iterator<char>(file), {});
 }
+
+// The device ends as its program's does.
+class StopOnTerm {
+ public:
+  explicit StopOnTerm(VirtualDevice& device) : source_(g_unix_signal_source_new(SIGTERM)) {
+    g_source_set_callback(source_.get(), stop, &device, nullptr);
+    g_source_attach(source_.get(), nullptr);
+  }
+
+ private:
+  static gboolean stop(gpointer device) {
+    static_cast<VirtualDevice*>(device)->stop();
+    return G_SOURCE_CONTINUE;
+  }
+
+  GSourcePtr source_;
+};
 
 class VirtualDeviceTest : public testing::Test {
  protected:
@@ -99,6 +119,43 @@ TEST_F(VirtualDeviceTest, DaemonThatEndsWithAnotherStatusGivesStatusOne) {
   testing::internal::CaptureStdout();
   EXPECT_EQ(1, make()->run());
   EXPECT_NE(std::string::npos, testing::internal::GetCapturedStdout().find("status 4"));
+}
+
+TEST_F(VirtualDeviceTest, DaemonThatDiesByItselfIsStartedAgainOnRequest) {
+  // The second one is there for good: it ends the device, so that no time has to be waited for.
+  useDaemon("mkdir " + (folder / "first") + " 2> /dev/null && kill -SEGV $$;" +
+            "trap \"exit 0\" TERM; kill -TERM " + std::to_string(getpid()) +
+            "; while :; do sleep 0.05; done");
+  options.restartDaemon = true;
+  testing::internal::CaptureStdout();
+  const auto device = make();
+  const StopOnTerm stopOnTerm(*device);
+  EXPECT_EQ(0, device->run());
+  const std::string output = testing::internal::GetCapturedStdout();
+  const std::size_t crash = output.find("The daemon ended by itself with signal 11");
+  ASSERT_NE(std::string::npos, crash) << output;
+  const std::size_t again = output.find("The daemon is started again", crash);
+  ASSERT_NE(std::string::npos, again) << output;
+  EXPECT_NE(std::string::npos, output.find("The daemon ended with status 0", again)) << output;
+}
+
+TEST_F(VirtualDeviceTest, DaemonThatCannotBeStartedAgainEndsTheDevice) {
+  useDaemon("rm " + (folder / "daemon"));
+  options.restartDaemon = true;
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(1, make()->run());
+  EXPECT_NE(std::string::npos,
+            testing::internal::GetCapturedStdout().find("Cannot start the daemon"));
+}
+
+TEST_F(VirtualDeviceTest, DaemonThatWasToldToEndIsNotStartedAgain) {
+  useDaemon("trap \"exit 4\" TERM; while :; do sleep 0.05; done");
+  options.restartDaemon = true;
+  options.duration = 0.5;
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(1, make()->run());
+  EXPECT_EQ(std::string::npos,
+            testing::internal::GetCapturedStdout().find("The daemon is started again"));
 }
 
 TEST_F(VirtualDeviceTest, FramesArriveAtTheSubscriber) {

@@ -44,7 +44,8 @@ class Run:
     def __init__(self, options):
         command = [REPOSITORY / "script" / "run", "--build", os.environ["SENTREL_BUILD"], *options]
         self._process = subprocess.Popen([str(word) for word in command], stdout=subprocess.PIPE,
-                                         stderr=subprocess.STDOUT, text=True)
+                                         stderr=subprocess.STDOUT, text=True,
+                                         errors="backslashreplace")
         self.output = Journal()
         self._reader = self.output.follow(line.rstrip("\n") for line in self._process.stdout)
 

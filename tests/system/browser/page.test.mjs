@@ -1,0 +1,195 @@
+/**
+ * The page in a browser, beside the real processes. Needs SENTREL_BUILD, the build folder; writes a
+ * picture of the page to the file SENTREL_SCREENSHOT when that is set.
+ */
+
+import assert from 'node:assert/strict';
+import { mkdirSync, writeFileSync } from 'node:fs';
+import { createRequire } from 'node:module';
+import path from 'node:path';
+import { after, before, test } from 'node:test';
+
+import { DeviceRun, REPOSITORY } from './device_run.mjs';
+
+const BUILD = path.resolve(process.env.SENTREL_BUILD);
+const { chromium } = createRequire(path.join(BUILD, 'browser/package.json'))('playwright-core');
+
+const BROWSER = {
+  executablePath: '/usr/bin/chromium',
+  args: [
+    '--no-sandbox',
+    '--disable-gpu',
+    '--disable-quic',
+    '--no-first-run',
+    '--disable-background-networking',
+    '--disable-component-update',
+    '--disable-sync',
+  ],
+};
+const PATIENCE = 90_000; // milliseconds; more than a machine that is busy needs
+const SAMPLES = 120;
+const SAMPLE_PERIOD = 250; // milliseconds: half a minute altogether
+const FOLLOWING_WITHIN = 150_000; // milliseconds; there are rests in which nobody is there
+const LEAST_TURN = 2; // degrees
+const LEAST_IN_VIEW = 0.75; // as a share of the samples
+const BAD_SIZE = 101; // per cent
+
+// It ends by itself should nobody be left to end it.
+const run = new DeviceRun(BUILD, '--restart-daemon', '--duration', '240');
+let url;
+let browser;
+let page;
+
+const element = (id) => page.getByTestId(id).first();
+
+async function waitForState(id, state) {
+  const selector = `[data-testid="${id}"][data-state="${state}"]`;
+  await page.locator(selector).waitFor({ state: 'attached', timeout: PATIENCE });
+}
+
+async function ask(method, params) {
+  const body = JSON.stringify({ apiVersion: '1.0', method, params });
+  const answer = await fetch(new URL('api/sentrelvideo', url), { method: 'POST', body });
+  return answer.json();
+}
+
+async function firstProfile() {
+  const { data } = await ask('getConfiguration');
+  return { configuration: data, profile: data.profiles[0] };
+}
+
+/** The vertices of a profile's include area. */
+const areaOf = ({ triggers }) => triggers.find(({ type }) => type === 'includeArea').data;
+
+before(async () => {
+  url = await run.address();
+  browser = await chromium.launch(BROWSER);
+  page = await browser.newPage({ viewport: { width: 1400, height: 900 }, colorScheme: 'light' });
+  page.setDefaultTimeout(PATIENCE);
+  await page.goto(url);
+  await waitForState('tracker-state', 'running');
+});
+
+after(async () => {
+  await browser?.close();
+  assert.equal(await run.stop(), 0, run.lines.join('\n'));
+});
+
+/** What the page shows while the head follows somebody. */
+function readSamples({ count, period }) {
+  const text = (id) => document.querySelector(`[data-testid="${id}"]`).textContent;
+  const samples = [];
+  return new Promise((resolve) => {
+    const timer = setInterval(() => {
+      const error = Number.parseFloat(text('target-error'));
+      if (text('steering') !== 'following' || Number.isNaN(error)) return;
+      samples.push({
+        pan: Number.parseFloat(text('head-pan')),
+        field: Number.parseFloat(text('head-field')),
+        error,
+      });
+      if (samples.length < count) return;
+      clearInterval(timer);
+      resolve(samples);
+    }, period);
+  });
+}
+
+test(
+  'the head follows people and keeps them in its picture',
+  { timeout: FOLLOWING_WITHIN },
+  async (t) => {
+    const samples = await page.evaluate(readSamples, { count: SAMPLES, period: SAMPLE_PERIOD });
+    const pans = samples.map(({ pan }) => pan);
+    const inView = samples.filter(({ error, field }) => error < field / 2);
+    const turned = Math.max(...pans) - Math.min(...pans);
+    t.diagnostic(
+      `In view ${inView.length} of ${SAMPLES} times, turned by ${turned.toFixed(1)} degrees`,
+    );
+    const all = JSON.stringify(samples);
+    assert.ok(turned > LEAST_TURN, `The head hardly moved: ${all}`);
+    assert.ok(inView.length >= LEAST_IN_VIEW * SAMPLES, `Nobody in its picture: ${all}`);
+  },
+);
+
+test('a vertex that is dragged and saved is in force', async () => {
+  const { profile: old } = await firstProfile();
+  await element('profile-select').click();
+  const vertex = page.getByTestId('vertex').nth(1);
+  await vertex.scrollIntoViewIfNeeded();
+  const box = await vertex.boundingBox();
+  const picture = await element('picture-1').boundingBox();
+  const [fromX, fromY] = areaOf(old)[1];
+  // Towards the middle, wherever the vertex is; y counts upwards.
+  const [dx, dy] = [-Math.sign(fromX) * 40, Math.sign(fromY) * 24];
+  const [x, y] = [box.x + box.width / 2, box.y + box.height / 2];
+  await page.mouse.move(x, y);
+  await page.mouse.down();
+  await page.mouse.move(x + dx, y + dy, { steps: 8 });
+  await page.mouse.up();
+  await element('save').click();
+  await page.getByTestId('editor-status').filter({ hasText: 'Saved.' }).waitFor();
+
+  const { profile } = await firstProfile();
+  const [toX, toY] = areaOf(profile)[1];
+  const near = (value, expected) => assert.ok(Math.abs(value - expected) < 0.01, [value, expected]);
+  near(toX, fromX + (2 * dx) / picture.width);
+  near(toY, fromY - (2 * dy) / picture.height);
+  await element('visual-confirmation').click();
+  // Drawings have three decimals, of coordinates in steps of 1/4096.
+  await page.waitForFunction(
+    ([vertexX, vertexY]) => {
+      const areas = document.querySelectorAll('[data-testid=confirmation-1] polygon.includeArea');
+      return [...areas].some((area) =>
+        [...area.points].some((point) => Math.hypot(point.x - vertexX, point.y - vertexY) < 0.002),
+      );
+    },
+    [toX, toY],
+  );
+  await takePicture();
+});
+
+async function takePicture() {
+  if (!process.env.SENTREL_SCREENSHOT) return;
+  await page.evaluate(() => {
+    document.activeElement?.blur();
+    scrollTo(0, 0);
+  });
+  const file = path.resolve(REPOSITORY, process.env.SENTREL_SCREENSHOT);
+  mkdirSync(path.dirname(file), { recursive: true });
+  writeFileSync(file, await page.screenshot());
+}
+
+test('a value that the daemon refuses is told at its field', async () => {
+  const { configuration } = await firstProfile();
+  const bad = structuredClone(configuration);
+  bad.profiles[0].filters.find(({ type }) => type === 'sizePercentage').data[0] = BAD_SIZE;
+  const { error } = await ask('setConfiguration', bad);
+  assert.ok(error.message);
+
+  const field = element('field-sizePercentage-width');
+  const before = await field.inputValue();
+  await field.fill(String(BAD_SIZE));
+  await element('save').click();
+  await element('error-sizePercentage-width').filter({ hasText: error.message }).waitFor();
+  await element('api-error').filter({ hasText: error.message }).waitFor();
+  assert.equal(await field.getAttribute('aria-invalid'), 'true');
+  assert.deepEqual((await firstProfile()).configuration, configuration);
+  await field.fill(before);
+});
+
+test('a daemon that is lost and comes back loses nothing that was typed', async () => {
+  await element('field-name').fill('Kept');
+  const lost = run.daemonPid();
+  assert.ok(lost);
+  process.kill(lost, 'SIGKILL');
+  await waitForState('banner', 'daemonDown');
+  assert.match(await element('banner').textContent(), /not running/);
+  await waitForState('banner', 'fine');
+  await waitForState('tracker-state', 'running');
+  assert.notEqual(run.daemonPid(), lost);
+  assert.equal(await element('field-name').inputValue(), 'Kept');
+  await element('save').click();
+  await page.getByTestId('editor-status').filter({ hasText: 'Saved.' }).waitFor();
+  assert.equal((await firstProfile()).profile.name, 'Kept');
+});
