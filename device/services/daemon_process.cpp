@@ -80,7 +80,9 @@ void DaemonProcess::terminate() {
   if (pid_ == 0 || asked_ != 0) return;
   asked_ = g_get_monotonic_time();
   kill(pid_, SIGTERM);
-  grace_.reset(g_timeout_source_new_seconds(static_cast<guint>(graceSeconds_)));
+  // Not the timer of whole seconds: to wake up together with others, it may fire early.
+  constexpr guint kMillisecondsPerSecond = 1000;
+  grace_.reset(g_timeout_source_new(static_cast<guint>(graceSeconds_) * kMillisecondsPerSecond));
   g_source_set_callback(grace_.get(), graceOver, this, nullptr);
   g_source_attach(grace_.get(), g_main_context_get_thread_default());
 }
