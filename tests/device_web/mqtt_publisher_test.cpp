@@ -24,9 +24,8 @@ constexpr const char* kAvailability = MqttPublisher::kAvailability;
 class MqttPublisherTest : public testing::Test {
  protected:
   void SetUp() override {
-    if (access(kBrokerProgram, X_OK) != 0) {
-      GTEST_SKIP() << "the broker is not installed (package mosquitto, see script/bootstrap)";
-    }
+    ASSERT_EQ(access(kBrokerProgram, X_OK), 0)
+        << "the broker is not installed (package mosquitto, see script/bootstrap)";
   }
 
   static std::unique_ptr<MqttPublisher> publisherFor(int port) {

@@ -61,7 +61,7 @@ TEST(SvgElement, NumbersFollowTheirFormat) {
 
 TEST(SvgElement, NumbersHaveADecimalPointInEveryLocale) {
   const CommaLocale locale;
-  if (!locale.isMade()) GTEST_SKIP() << "the package locales is not installed";
+  ASSERT_TRUE(locale.isMade()) << "the package locales is not installed (see script/bootstrap)";
   const std::vector<Point> points = {{2048, -1024}};
   EXPECT_EQ("0.500", formatSVGNumber("%.3f", 0.5));
   EXPECT_EQ("<polyline class=\"c\" points=\" 0.500,-0.250\" />\n",
