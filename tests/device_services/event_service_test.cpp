@@ -37,7 +37,7 @@ class EventServiceTest : public testing::Test {
         "Send", g_variant_new("(u@a(ssavusss)x)", id, change(std::move(value)), gint64{1234}));
   }
 
-  PrivateBus bus;
+  DbusDaemon bus;
   GObjectPtr<GDBusConnection> connection = connectToSystemBus();
   EventService service{connection.get()};
   std::unique_ptr<BusClient> client = newClient();

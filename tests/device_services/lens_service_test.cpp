@@ -23,7 +23,7 @@ class LensServiceTest : public testing::Test {
     return g_variant_get_int32(value->get());
   }
 
-  PrivateBus bus;
+  DbusDaemon bus;
   GObjectPtr<GDBusConnection> connection = connectToSystemBus();
   std::array<Lens, 2> lenses = {{{97.5, 54.25, 0}, {50, 90, 270}}};
   LensService service{connection.get(), lenses};

@@ -48,7 +48,7 @@ class ParameterServiceTest : public testing::Test {
     return value;
   }
 
-  PrivateBus bus;
+  DbusDaemon bus;
   GObjectPtr<GDBusConnection> connection = connectToSystemBus();
   ParameterStore store{values()};
   ParameterService service{connection.get(), store};

@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "fakes/dbus_daemon.h"
 #include "services/bus.h"
 #include "services/glib_ptr.h"
 
@@ -31,24 +32,6 @@ inline bool iterateUntil(const std::function<bool()>& condition) {
   while (!condition() && !expired) g_main_context_iteration(nullptr, TRUE);
   return condition();
 }
-
-// A message bus of the test's own in place of the system bus.
-class PrivateBus {
- public:
-  PrivateBus() : bus_(g_test_dbus_new(G_TEST_DBUS_NONE)) {
-    g_test_dbus_up(bus_);
-    setenv("DBUS_SYSTEM_BUS_ADDRESS", g_test_dbus_get_bus_address(bus_), 1);
-  }
-  PrivateBus(const PrivateBus&) = delete;
-  PrivateBus& operator=(const PrivateBus&) = delete;
-  ~PrivateBus() {
-    g_test_dbus_stop(bus_);
-    g_object_unref(bus_);
-  }
-
- private:
-  GTestDBus* bus_;
-};
 
 struct Reply {
   GVariantPtr value;

@@ -68,7 +68,7 @@ class PtzServiceTest : public testing::Test {
     return found;
   }
 
-  PrivateBus bus;
+  DbusDaemon bus;
   std::int64_t now = 1000000;
   GObjectPtr<GDBusConnection> connection = connectToSystemBus();
   EventService events{connection.get()};

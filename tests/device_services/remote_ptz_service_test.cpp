@@ -26,7 +26,7 @@ class RemotePtzServiceTest : public testing::Test {
     return path;
   }
 
-  PrivateBus bus;
+  DbusDaemon bus;
   TemporaryFolder folder;
   bool ready = true;
   GObjectPtr<GDBusConnection> connection = connectToSystemBus();

@@ -66,7 +66,7 @@ class VirtualDeviceTest : public testing::Test {
     return value;
   }
 
-  PrivateBus bus;
+  DbusDaemon bus;
   TemporaryFolder folder;
   GObjectPtr<GDBusConnection> connection = connectToSystemBus();
   Options options;

@@ -103,7 +103,7 @@ class WebInterfaceTest : public testing::Test {
 
   std::string daemon(WebClient& client) { return toText(next(client, "daemon").data.get()); }
 
-  PrivateBus bus;
+  DbusDaemon bus;
   TemporaryFolder folder;
   GObjectPtr<GDBusConnection> connection = connectToSystemBus();
   Model model = loadModel(parseOptions({"virtual_device"}).models, "default");

@@ -5,23 +5,11 @@
 #include <stdexcept>
 #include <utility>
 
+#include "fakes/dbus_daemon.h"
+
 namespace {
 
 constexpr auto PATIENCE = std::chrono::seconds(30);
-
-class Bus {
- public:
-  Bus() : bus(g_test_dbus_new(G_TEST_DBUS_NONE)) {
-    g_test_dbus_up(bus.get());
-    g_setenv("DBUS_SYSTEM_BUS_ADDRESS", g_test_dbus_get_bus_address(bus.get()), TRUE);
-  }
-  ~Bus() { g_test_dbus_stop(bus.get()); }
-
-  const char* address() { return g_test_dbus_get_bus_address(bus.get()); }
-
- private:
-  GOwned<GTestDBus> bus;
-};
 
 gboolean callFunction(gpointer function) {
   (*static_cast<std::function<void()>*>(function))();
@@ -33,7 +21,7 @@ gboolean callFunction(gpointer function) {
 namespace PrivateBus {
 
 const char* address() {
-  static Bus bus;
+  static const DbusDaemon bus;
   return bus.address();
 }
 

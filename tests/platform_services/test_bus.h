@@ -13,6 +13,7 @@
 #include <utility>
 
 #include "bus/g_ptr.h"
+#include "fakes/dbus_daemon.h"
 
 constexpr std::chrono::seconds kLongEnough{30};
 
@@ -20,18 +21,9 @@ constexpr std::chrono::seconds kLongEnough{30};
 class TestBus {
  public:
   static const char* address() {
-    static TestBus bus;
-    return g_test_dbus_get_bus_address(bus.bus_.get());
+    static const DbusDaemon bus;
+    return bus.address();
   }
-
- private:
-  TestBus() : bus_(g_test_dbus_new(G_TEST_DBUS_NONE)) {
-    g_test_dbus_up(bus_.get());
-    g_setenv("DBUS_SYSTEM_BUS_ADDRESS", g_test_dbus_get_bus_address(bus_.get()), TRUE);
-  }
-  ~TestBus() { g_test_dbus_down(bus_.get()); }
-
-  GObjectPtr<GTestDBus> bus_;
 };
 
 // Runs a main context on a thread.

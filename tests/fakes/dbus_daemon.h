@@ -1,0 +1,63 @@
+// A message bus of the test program's own in the place of the system's.
+#ifndef TESTS_FAKES_DBUS_DAEMON_H
+#define TESTS_FAKES_DBUS_DAEMON_H
+
+#include <gio/gio.h>
+#include <signal.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <sys/wait.h>
+
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+// From its construction to its end every system bus client of the process that is new finds this
+// bus. The daemon is a program of its own, never a fork of this one: a fork of a process with
+// threads may wait forever for a lock that a thread held, and would keep the test's output open
+// meanwhile.
+class DbusDaemon {
+ public:
+  DbusDaemon() {
+    // The kernel ends the daemon even when the test program dies.
+    const char* command[] = {"setpriv",           "--pdeathsig", "TERM",        "dbus-daemon",
+                             "--session",         "--nofork",    "--nopidfile", "--nosyslog",
+                             "--print-address=1", nullptr};
+    int output = -1;
+    GError* error = nullptr;
+    constexpr auto flags = static_cast<GSpawnFlags>(
+        G_SPAWN_SEARCH_PATH | G_SPAWN_DO_NOT_REAP_CHILD | G_SPAWN_STDERR_TO_DEV_NULL);
+    if (!g_spawn_async_with_pipes(nullptr, const_cast<char**>(command), nullptr, flags, nullptr,
+                                  nullptr, &pid_, nullptr, &output, nullptr, &error)) {
+      std::string reason = error->message;
+      g_error_free(error);
+      throw std::runtime_error("no message bus: " + reason);
+    }
+    // The daemon prints its address, which holds no blank, as soon as it can be reached.
+    std::unique_ptr<FILE, int (*)(FILE*)> stream(fdopen(output, "r"), &fclose);
+    char address[256] = "";
+    if (fscanf(stream.get(), "%255s", address) != 1) {
+      end();
+      throw std::runtime_error("the message bus ended at once");
+    }
+    address_ = address;
+    setenv("DBUS_SYSTEM_BUS_ADDRESS", address, 1);
+  }
+  DbusDaemon(const DbusDaemon&) = delete;
+  DbusDaemon& operator=(const DbusDaemon&) = delete;
+  ~DbusDaemon() { end(); }
+
+  const char* address() const { return address_.c_str(); }
+
+ private:
+  void end() {
+    kill(pid_, SIGTERM);
+    waitpid(pid_, nullptr, 0);
+    g_spawn_close_pid(pid_);
+  }
+
+  GPid pid_ = 0;
+  std::string address_;
+};
+
+#endif
