@@ -6,7 +6,6 @@
 #include <utility>
 
 #include "app/clock.h"
-#include "scene/mote_scene.h"
 
 namespace {
 
@@ -29,7 +28,7 @@ Camera::Camera(std::int32_t cameraNbr, std::int32_t rotation, float aspectRatio,
 Camera::~Camera() = default;
 
 void Camera::processFrame(const SceneFrame& frame) {
-  const MoteScene scene(frame, propertyMask);
+  scene.read(frame, propertyMask);
   if (!scene.isDecoded) {
     syslog(LOG_WARNING, "Could not decode scene.\n");
     return;

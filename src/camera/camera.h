@@ -12,6 +12,7 @@
 #include "app/thread.h"
 #include "camera/camera_configuration.h"
 #include "camera/ptz_events.h"
+#include "scene/mote_scene.h"
 #include "scene/mote_scene_parser.h"
 #include "scene/scene_frame.h"
 
@@ -90,6 +91,7 @@ class Camera : public Thread {
   CameraConfiguration::Guards guards;
   std::int32_t currentPreset;
   PTZ_MovementEvent lastMovement;
+  MoteScene scene{0};  // the latest frame
   MoteSceneParser parser;
 };
 

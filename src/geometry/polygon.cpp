@@ -15,6 +15,7 @@
 
 namespace {
 
+constexpr std::size_t COORDINATES = 2;          // of a vertex
 constexpr int PICTURE_LIMIT = 4096;             // Q12, the picture's border
 constexpr int PADDING_THRESHOLD = 2048;         // padding grows below it and shrinks from it on
 constexpr float FIXED_ONE = 65536.0F;           // 16.16
@@ -106,14 +107,14 @@ Polygon::Polygon(std::span<const Point> vertices) {
 Polygon::Polygon(const Point& centre, std::int16_t width, std::int16_t height) {
   const int left = centre.x - width / 2;
   const int bottom = centre.y - height / 2;
-  setRectangle(left, left + width, bottom, bottom + height);
+  assignRectangle(left, left + width, bottom, bottom + height);
 }
 
 Polygon::Polygon(int minX, int maxX, int minY, int maxY) {
-  setRectangle(minX, maxX, minY, maxY);
+  assignRectangle(minX, maxX, minY, maxY);
 }
 
-void Polygon::setRectangle(int left, int right, int bottom, int top) {
+void Polygon::assignRectangle(int left, int right, int bottom, int top) {
   const auto x1 = static_cast<std::int16_t>(left);
   const auto x2 = static_cast<std::int16_t>(right);
   const auto y1 = static_cast<std::int16_t>(bottom);
@@ -130,6 +131,22 @@ void Polygon::initialize(std::span<const Point> array) {
     return;
   }
   vertices.assign(array.begin(), array.end());
+  measure();
+}
+
+void Polygon::assign(std::span<const std::int32_t> coordinates) {
+  vertices.resize(coordinates.size() / COORDINATES);
+  for (std::size_t i = 0; i < vertices.size(); ++i) {
+    vertices[i] = {static_cast<std::int16_t>(coordinates[COORDINATES * i]),
+                   static_cast<std::int16_t>(coordinates[COORDINATES * i + 1])};
+  }
+  if (vertices.size() < 3) {
+    vertices = pad(vertices);
+  }
+  measure();
+}
+
+void Polygon::measure() {
   minX = minY = std::numeric_limits<std::int16_t>::max();
   maxX = maxY = std::numeric_limits<std::int16_t>::min();
   for (const Point& vertex : vertices) {

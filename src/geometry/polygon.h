@@ -38,6 +38,13 @@ class Polygon {
   // span empties the polygon and makes width and height -65535; one without data does nothing.
   void initialize(std::span<const Point> array);
 
+  // Takes these vertices, padded where they are too few, in the memory that the polygon has. Pairs
+  // of x and y, of which the low 16 bits count.
+  void assign(std::span<const std::int32_t> coordinates);
+
+  // Becomes the upright rectangle of the given limits, in the memory that the polygon has.
+  void assignRectangle(int minX, int maxX, int minY, int maxY);
+
   // Equal counts, and the same vertices in the same or the opposite direction, beginning at any of
   // them. The first vertex is looked for once: with a repeated vertex only its first place counts.
   bool operator==(const Polygon& other) const;
@@ -80,7 +87,7 @@ class Polygon {
   std::string toBoundingBoxStringSvg(const std::string& style, const std::string& svgClass) const;
 
  private:
-  void setRectangle(int left, int right, int bottom, int top);
+  void measure();
   void clip(const Polygon& other, int operation, PolygonContainer& result) const;
   std::vector<Point> adjustDuplicates(const std::vector<Point>& clipVertices) const;
 

@@ -50,6 +50,10 @@ double Bearing::center(double a, double b) {
 }
 
 void Bearing::bounds(std::vector<double> list, double& first, double& second) {
+  boundsInPlace(list, first, second);
+}
+
+void Bearing::boundsInPlace(std::span<double> list, double& first, double& second) {
   if (list.empty()) {
     return;
   }
@@ -57,7 +61,7 @@ void Bearing::bounds(std::vector<double> list, double& first, double& second) {
   first = second = list.front();
   double largestGap = 0.0;
   for (std::size_t i = 0; i < list.size(); ++i) {
-    const double successor = list[(i + 1) % list.size()];
+    const double successor = list[i + 1 < list.size() ? i + 1 : 0];
     const double gap = std::abs(clockwiseDiff(list[i], successor));
     if (gap > largestGap) {
       largestGap = gap;

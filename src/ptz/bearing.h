@@ -1,6 +1,7 @@
 #ifndef PTZ_BEARING_H
 #define PTZ_BEARING_H
 
+#include <span>
 #include <vector>
 
 // Angle operations on bearings in degrees. Pure arithmetic.
@@ -25,6 +26,9 @@ class Bearing {
   // out the largest gap (the earliest of equal ones). An empty list leaves both untouched; equal
   // bearings give that bearing twice.
   static void bounds(std::vector<double> list, double& first, double& second);
+
+  // The same; sorts the caller's list.
+  static void boundsInPlace(std::span<double> list, double& first, double& second);
 };
 
 #endif

@@ -75,19 +75,25 @@ std::int32_t InvariantBox::getFootPositionValue(const Point& p) const {
 }
 
 Polygon InvariantBox::getFootBox(const Point& p) const {
+  Polygon footBox;
+  placeFootBox(p, footBox);
+  return footBox;
+}
+
+void InvariantBox::placeFootBox(const Point& p, Polygon& footBox) const {
   const int left = p.x - width / 2;
   const int right = p.x + width / 2;
   const int bottom = p.y - height / 2;
   const int top = p.y + height / 2;
   switch (rotation) {
     case 180:
-      return {left, right, p.y + height / 4, top};
+      return footBox.assignRectangle(left, right, p.y + height / 4, top);
     case 270:
-      return {left, p.x - width / 4, bottom, top};
+      return footBox.assignRectangle(left, p.x - width / 4, bottom, top);
     case 90:
-      return {p.x + width / 4, right, bottom, top};
+      return footBox.assignRectangle(p.x + width / 4, right, bottom, top);
     default:
-      return {left, right, bottom, p.y - height / 4};
+      return footBox.assignRectangle(left, right, bottom, p.y - height / 4);
   }
 }
 

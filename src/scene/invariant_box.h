@@ -35,6 +35,9 @@ class InvariantBox {
   // The quarter of the box around p that is nearest the feet, as an upright rectangle.
   Polygon getFootBox(const Point& p) const;
 
+  // The same into a polygon that is there.
+  void placeFootBox(const Point& p, Polygon& footBox) const;
+
   // The corner of the box around p that a viewer sees at the lower left.
   Point getViewedLowerLeft(const Point& p) const;
 

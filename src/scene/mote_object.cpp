@@ -3,7 +3,6 @@
 #include <syslog.h>
 
 #include <utility>
-#include <vector>
 
 #include "scene/scene_properties.h"
 
@@ -15,18 +14,23 @@ constexpr int COORDINATES = 2;
 // An outline of more coordinates is none: clipping it would hold up the camera.
 constexpr int MAX_OUTLINE_VALUES = 2048;
 
-std::unique_ptr<Polygon> readPolygon(const scene_object* object, int property) {
+// Into the polygon that is there, if there is one.
+void readPolygon(const scene_object* object, int property, bool isWanted,
+                 std::unique_ptr<Polygon>& polygon) {
+  if (!isWanted) {
+    polygon.reset();
+    return;
+  }
+  if (polygon == nullptr) {
+    polygon = std::make_unique<Polygon>();
+  }
   const std::int32_t* values = nullptr;
   const int count = scene_get_obj_prop(object, property, &values);
-  std::vector<Point> vertices;
-  if (count > MAX_OUTLINE_VALUES) {
-    return std::make_unique<Polygon>();
+  if (count < 0 || count > MAX_OUTLINE_VALUES) {
+    polygon->assign({});
+  } else {
+    polygon->assign({values, static_cast<std::size_t>(count)});
   }
-  for (int i = 0; i + 1 < count; i += COORDINATES) {
-    vertices.push_back(
-        {static_cast<std::int16_t>(values[i]), static_cast<std::int16_t>(values[i + 1])});
-  }
-  return std::make_unique<Polygon>(vertices);
 }
 
 MoteVelocity readVelocity(const scene_object* object) {
@@ -50,19 +54,19 @@ bool readIsConfident(const scene_object* object) {
 
 MoteObject::MoteObject(const scene_object* object, std::int64_t timestamp,
                        std::int32_t propertyMask)
-    : id(scene_get_object_id(object)), timestamp(timestamp) {
-  if ((propertyMask & SCENE_VELOCITY) != 0) {
-    velocity = readVelocity(object);
-  }
-  if ((propertyMask & SCENE_POLYGON) != 0) {
-    polygon = readPolygon(object, SCENE_OBJ_PROP_POLYGON);
-  }
-  if ((propertyMask & SCENE_BOUNDING_BOX) != 0) {
-    boundingBox = readPolygon(object, SCENE_OBJ_PROP_BOUNDING_BOX);
-  }
-  if ((propertyMask & SCENE_CONFIDENCE) != 0) {
-    isConfident = readIsConfident(object);
-  }
+    : timestamp(timestamp) {
+  read(object, timestamp, propertyMask);
+}
+
+void MoteObject::read(const scene_object* object, std::int64_t frameTime,
+                      std::int32_t propertyMask) {
+  id = scene_get_object_id(object);
+  timestamp = frameTime;
+  velocity = (propertyMask & SCENE_VELOCITY) != 0 ? readVelocity(object) : MoteVelocity{};
+  readPolygon(object, SCENE_OBJ_PROP_POLYGON, (propertyMask & SCENE_POLYGON) != 0, polygon);
+  readPolygon(object, SCENE_OBJ_PROP_BOUNDING_BOX, (propertyMask & SCENE_BOUNDING_BOX) != 0,
+              boundingBox);
+  isConfident = (propertyMask & SCENE_CONFIDENCE) == 0 || readIsConfident(object);
 }
 
 MoteObject::MoteObject(std::int32_t id, std::int64_t timestamp, MoteVelocity velocity,

@@ -16,6 +16,9 @@ class MoteObject {
   // polygon of its points.
   MoteObject(const scene_object* object, std::int64_t timestamp, std::int32_t propertyMask);
 
+  // Becomes another object, in the memory that this one has.
+  void read(const scene_object* object, std::int64_t timestamp, std::int32_t propertyMask);
+
   MoteObject(std::int32_t id, std::int64_t timestamp, MoteVelocity velocity,
              std::unique_ptr<Polygon> polygon, std::unique_ptr<Polygon> boundingBox,
              bool isConfident);

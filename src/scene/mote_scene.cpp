@@ -3,6 +3,7 @@
 #include <scene.h>
 
 #include <algorithm>
+#include <iterator>
 #include <optional>
 #include <utility>
 
@@ -10,6 +11,9 @@ namespace {
 
 // Far beyond any machine's life, and far enough from the limit that times can be added.
 constexpr std::int64_t LATEST_TIME = std::int64_t{1} << 61;
+
+// One frame with more objects must not hold their memory for ever.
+constexpr std::size_t MAX_SPARE_OBJECTS = 500;
 
 struct DeleteScene {
   void operator()(scene* s) const { scene_delete(s); }
@@ -45,6 +49,34 @@ void appendChange(const scene_event* event, std::vector<std::unique_ptr<Data>>& 
 }  // namespace
 
 MoteScene::MoteScene(const SceneFrame& frame, std::int32_t propertyMask) {
+  read(frame, propertyMask);
+}
+
+void MoteScene::clear() {
+  timestamp = 0;
+  isDecoded = true;
+  std::ranges::move(objects, std::back_inserter(spareObjects));
+  if (spareObjects.size() > MAX_SPARE_OBJECTS) {
+    spareObjects.resize(MAX_SPARE_OBJECTS);
+  }
+  objects.clear();
+  deletedIds.clear();
+  merges.clear();
+  splits.clear();
+}
+
+void MoteScene::readObject(const scene_object* object, std::int32_t propertyMask) {
+  if (spareObjects.empty()) {
+    objects.push_back(std::make_unique<MoteObject>(object, timestamp, propertyMask));
+    return;
+  }
+  objects.push_back(std::move(spareObjects.back()));
+  spareObjects.pop_back();
+  objects.back()->read(object, timestamp, propertyMask);
+}
+
+void MoteScene::read(const SceneFrame& frame, std::int32_t propertyMask) {
+  clear();
   const std::unique_ptr<scene, DeleteScene> decoded(
       scene_copy_from_area(frame.data.get(), frame.size));
   if (decoded == nullptr) {
@@ -54,7 +86,7 @@ MoteScene::MoteScene(const SceneFrame& frame, std::int32_t propertyMask) {
   timestamp = readTimestamp(decoded.get());
   for (const scene_object* object = scene_next_object(decoded.get(), nullptr); object != nullptr;
        object = scene_next_object(decoded.get(), object)) {
-    objects.push_back(std::make_unique<MoteObject>(object, timestamp, propertyMask));
+    readObject(object, propertyMask);
   }
   for (const scene_event* event = scene_next_event(decoded.get(), nullptr); event != nullptr;
        event = scene_next_event(decoded.get(), event)) {

@@ -27,6 +27,9 @@ class MoteScene {
   // empty scene of time 0.
   MoteScene(const SceneFrame& frame, std::int32_t propertyMask);
 
+  // Becomes another frame, in the memory of the objects of the one before.
+  void read(const SceneFrame& frame, std::int32_t propertyMask);
+
   // An empty scene, to be filled.
   explicit MoteScene(std::int64_t timestamp) : timestamp(timestamp) {}
 
@@ -36,6 +39,12 @@ class MoteScene {
   std::vector<std::int32_t> deletedIds;
   std::vector<std::unique_ptr<MoteMergeData>> merges;
   std::vector<std::unique_ptr<MoteSplitData>> splits;
+
+ private:
+  void clear();
+  void readObject(const scene_object* object, std::int32_t propertyMask);
+
+  std::vector<std::unique_ptr<MoteObject>> spareObjects;
 };
 
 #endif

@@ -72,6 +72,7 @@ void MoteSceneParser::deleteObjects(const MoteScene& scene, ParsedScene& parsed)
 }
 
 void MoteSceneParser::collectActiveObjects(const MoteScene& scene, ParsedScene& parsed) const {
+  parsed.reserve(scene.objects.size());
   for (const auto& object : scene.objects) {
     TrackingObject* stored = storage.getObject(object->getId());
     if (stored == nullptr) {

@@ -1,6 +1,7 @@
 #ifndef SCENE_PARSED_SCENE_H
 #define SCENE_PARSED_SCENE_H
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -17,6 +18,9 @@ class ParsedScene {
   ParsedScene& operator=(const ParsedScene&) = delete;
   ParsedScene(ParsedScene&&) = default;
   ~ParsedScene();
+
+  // Makes room for so many objects in view.
+  void reserve(std::size_t count) { activeObjects.reserve(count); }
 
   // Null is ignored.
   void insertActiveObject(TrackingObject* object);

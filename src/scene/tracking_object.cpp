@@ -17,13 +17,13 @@ MathVector toVector(const MoteVelocity& velocity) {
   return {saturate(velocity.x), saturate(velocity.y)};
 }
 
-// A copy of the best outline that the frame has.
-std::unique_ptr<Polygon> copyOutline(const MoteObject& object) {
+// The best outline that the frame has.
+const Polygon& outlineOf(const MoteObject& object) {
+  static const Polygon none;
   if (object.getPolygon() != nullptr) {
-    return object.getPolygon()->clone();
+    return *object.getPolygon();
   }
-  return object.getBoundingBox() != nullptr ? object.getBoundingBox()->clone()
-                                            : std::make_unique<Polygon>();
+  return object.getBoundingBox() != nullptr ? *object.getBoundingBox() : none;
 }
 
 }  // namespace
@@ -35,7 +35,7 @@ TrackingObject::TrackingObject(const MoteObject& object, std::int32_t rotation, 
       lastSeen(object.getTimestamp()),
       maxWidth(getWidth()),
       maxHeight(getHeight()),
-      polygon(copyOutline(object)),
+      polygon(outlineOf(object).clone()),
       isConfident(object.getIsConfident()),
       velocity(toVector(object.getVelocity())) {
   position = previousPosition = polygon->getCentroid();
@@ -44,14 +44,14 @@ TrackingObject::TrackingObject(const MoteObject& object, std::int32_t rotation, 
 }
 
 void TrackingObject::update(const MoteObject& object) {
-  polygon = copyOutline(object);
+  *polygon = outlineOf(object);
   previousPosition = position;
   position = polygon->getCentroid();
   lastSeen = object.getTimestamp();
   velocity = toVector(object.getVelocity());
-  previousFootBox = std::move(footBox);
+  std::swap(previousFootBox, footBox);
   InvariantBox::update(object.getWidth(), object.getHeight());
-  footBox = std::make_unique<Polygon>(getFootBox(position));
+  placeFootBox(position, *footBox);
   growMaximum(getWidth(), getHeight());
   isConfident = object.getIsConfident();
 }
@@ -106,14 +106,19 @@ void TrackingObject::splitFromSource(const TrackingObject& source) {
   }
 }
 
-TrackingObjectExternalData* TrackingObject::getData(const std::string& key) const {
-  const auto found = externalData.find(key);
-  return found == externalData.end() ? nullptr : found->second.get();
+TrackingObjectExternalData* TrackingObject::getData(std::string_view key) const {
+  const auto* data = externalData.find(key);
+  return data == nullptr ? nullptr : data->get();
 }
 
-void TrackingObject::insertData(const std::string& key,
+TrackingObjectExternalData* TrackingObject::getData(const DataKey& key) const {
+  const auto* data = externalData.find(key.text, key.place);
+  return data == nullptr ? nullptr : data->get();
+}
+
+void TrackingObject::insertData(std::string_view key,
                                 std::unique_ptr<TrackingObjectExternalData> data) {
-  externalData[key] = std::move(data);
+  externalData.put(key, std::move(data));
 }
 
 std::string TrackingObject::toStringSvg(const std::string& style) const {

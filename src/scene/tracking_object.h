@@ -2,16 +2,18 @@
 #define SCENE_TRACKING_OBJECT_H
 
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "geometry/math_vector.h"
 #include "geometry/point.h"
 #include "geometry/polygon.h"
+#include "scene/data_key.h"
 #include "scene/invariant_box.h"
+#include "scene/keyed_values.h"
 #include "scene/mote_object.h"
 #include "scene/tracking_object_external_data.h"
 
@@ -41,10 +43,11 @@ class TrackingObject : public InvariantBox {
   void setPreviousPosition(const Point& position) { previousPosition = position; }
 
   // The data under the key, or null.
-  TrackingObjectExternalData* getData(const std::string& key) const;
+  TrackingObjectExternalData* getData(std::string_view key) const;
+  TrackingObjectExternalData* getData(const DataKey& key) const;
 
   // Stores data under the key, replacing what is there.
-  void insertData(const std::string& key, std::unique_ptr<TrackingObjectExternalData> data);
+  void insertData(std::string_view key, std::unique_ptr<TrackingObjectExternalData> data);
 
   // The polygon's bounding box as an SVG element of the class "object".
   std::string toStringSvg(const std::string& style) const;
@@ -85,7 +88,7 @@ class TrackingObject : public InvariantBox {
   bool isConfident;
   bool isActive = true;
   MathVector velocity;
-  std::map<std::string, std::unique_ptr<TrackingObjectExternalData>> externalData;
+  KeyedValues<std::unique_ptr<TrackingObjectExternalData>> externalData;
 };
 
 #endif

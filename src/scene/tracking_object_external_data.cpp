@@ -2,20 +2,15 @@
 
 #include <syslog.h>
 
-namespace {
-
 template <typename Value>
-Value find(const std::map<std::string, Value>& values, const std::string& key,
-           const Value& defaultValue) {
-  const auto found = values.find(key);
-  if (found == values.end()) {
-    syslog(LOG_ERR, "Could not find stored data for key %s\n", key.c_str());
-    return defaultValue;
+Value TrackingObjectExternalData::find(const KeyedValues<Value>& values, std::string_view key,
+                                       const Value& defaultValue) {
+  if (const Value* value = values.find(key)) {
+    return *value;
   }
-  return found->second;
+  syslog(LOG_ERR, "Could not find stored data for key %s\n", std::string(key).c_str());
+  return defaultValue;
 }
-
-}  // namespace
 
 void TrackingObjectExternalData::debugPrint() const {
   for (const auto& [key, value] : bools) {
@@ -32,35 +27,35 @@ void TrackingObjectExternalData::debugPrint() const {
   }
 }
 
-void TrackingObjectExternalData::insert(const std::string& key, bool value) {
-  bools[key] = value;
+void TrackingObjectExternalData::insert(std::string_view key, bool value) {
+  bools.put(key, value);
 }
 
-void TrackingObjectExternalData::insert(const std::string& key, std::int32_t value) {
-  ints[key] = value;
+void TrackingObjectExternalData::insert(std::string_view key, std::int32_t value) {
+  ints.put(key, value);
 }
 
-void TrackingObjectExternalData::insert(const std::string& key, const Point& value) {
-  points[key] = value;
+void TrackingObjectExternalData::insert(std::string_view key, const Point& value) {
+  points.put(key, value);
 }
 
-void TrackingObjectExternalData::insert(const std::string& key, std::int64_t value) {
-  times[key] = value;
+void TrackingObjectExternalData::insert(std::string_view key, std::int64_t value) {
+  times.put(key, value);
 }
 
-bool TrackingObjectExternalData::getBool(const std::string& key) const {
+bool TrackingObjectExternalData::getBool(std::string_view key) const {
   return find(bools, key, false);
 }
 
-std::int32_t TrackingObjectExternalData::getInt(const std::string& key) const {
+std::int32_t TrackingObjectExternalData::getInt(std::string_view key) const {
   return find(ints, key, 0);
 }
 
-Point TrackingObjectExternalData::getPoint(const std::string& key) const {
+Point TrackingObjectExternalData::getPoint(std::string_view key) const {
   return find(points, key, Point{});
 }
 
-std::int64_t TrackingObjectExternalData::getTimeVal(const std::string& key,
+std::int64_t TrackingObjectExternalData::getTimeVal(std::string_view key,
                                                     std::int64_t defaultValue) const {
   return find(times, key, defaultValue);
 }

@@ -2,11 +2,12 @@
 #define SCENE_TRACKING_OBJECT_EXTERNAL_DATA_H
 
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "geometry/point.h"
+#include "scene/keyed_values.h"
 
 // What a filter or guard remembers of one object: named values of four kinds. Getters of a missing
 // key log it and give a default.
@@ -22,21 +23,25 @@ class TrackingObjectExternalData {
   virtual void debugPrint() const;
 
   // Store a value, replacing one under the same key.
-  void insert(const std::string& key, bool value);
-  void insert(const std::string& key, std::int32_t value);
-  void insert(const std::string& key, const Point& value);
-  void insert(const std::string& key, std::int64_t value);
+  void insert(std::string_view key, bool value);
+  void insert(std::string_view key, std::int32_t value);
+  void insert(std::string_view key, const Point& value);
+  void insert(std::string_view key, std::int64_t value);
 
-  bool getBool(const std::string& key) const;         // false
-  std::int32_t getInt(const std::string& key) const;  // 0
-  Point getPoint(const std::string& key) const;       // (0, 0)
-  std::int64_t getTimeVal(const std::string& key, std::int64_t defaultValue) const;
+  bool getBool(std::string_view key) const;         // false
+  std::int32_t getInt(std::string_view key) const;  // 0
+  Point getPoint(std::string_view key) const;       // (0, 0)
+  std::int64_t getTimeVal(std::string_view key, std::int64_t defaultValue) const;
 
  private:
-  std::map<std::string, bool> bools;
-  std::map<std::string, std::int32_t> ints;
-  std::map<std::string, Point> points;
-  std::map<std::string, std::int64_t> times;
+  template <typename Value>
+  static Value find(const KeyedValues<Value>& values, std::string_view key,
+                    const Value& defaultValue);
+
+  KeyedValues<bool> bools;
+  KeyedValues<std::int32_t> ints;
+  KeyedValues<Point> points;
+  KeyedValues<std::int64_t> times;
 };
 
 #endif

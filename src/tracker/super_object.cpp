@@ -1,6 +1,7 @@
 #include "tracker/super_object.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <utility>
 
@@ -19,7 +20,7 @@ SuperObject::SuperObject() : untrackedSince(utils::monotonicTime()) {}
 
 void SuperObject::add(std::unique_ptr<SingleObject> single) {
   singles.push_back(std::move(single));
-  internalUpdatePosition();
+  isPositionStale = true;
 }
 
 bool SuperObject::updateSingleObject(const SingleObject::Observation& observation) {
@@ -29,20 +30,30 @@ bool SuperObject::updateSingleObject(const SingleObject::Observation& observatio
   if (member == singles.end()) {
     return false;
   }
-  (*member)->update(observation);
-  if (!(*member)->sizeValid()) {
-    singles.erase(member);
-  }
-  internalUpdatePosition();
+  updateMember(**member, observation);
   return true;
+}
+
+bool SuperObject::updateMember(SingleObject& member, const SingleObject::Observation& observation) {
+  if (singles.size() == 1) {
+    current();  // the position that stays should the last member go
+  }
+  member.update(observation);
+  const bool isStillMember = member.sizeValid();
+  if (!isStillMember) {
+    std::erase_if(singles, [&member](const auto& single) { return single.get() == &member; });
+  }
+  isPositionStale = !singles.empty();
+  return isStillMember;
 }
 
 template <typename Predicate>
 bool SuperObject::removeIf(Predicate predicate) {
+  current();
   if (std::erase_if(singles, predicate) == 0) {
     return false;
   }
-  internalUpdatePosition();
+  isPositionStale = !singles.empty();
   return true;
 }
 
@@ -55,43 +66,55 @@ bool SuperObject::removeSingleObjects(std::int32_t channel) {
 }
 
 std::unique_ptr<SingleObject> SuperObject::takeFirst() {
+  if (singles.size() == 1) {
+    current();
+  }
   auto first = std::move(singles.front());
   singles.erase(singles.begin());
-  internalUpdatePosition();
+  isPositionStale = !singles.empty();
   return first;
 }
 
 SuperObject::Singles SuperObject::takeAll() {
+  current();
   return std::exchange(singles, {});
 }
 
-void SuperObject::internalUpdatePosition() {
+void SuperObject::internalUpdatePosition() const {
+  isPositionStale = false;
   if (singles.empty()) {
     return;
   }
-  priority = LOWEST_PRIORITY;
-  top = singles.front()->getTop();
-  bottom = singles.front()->getBottom();
-  std::vector<double> edges;
-  edges.reserve(2 * singles.size());
+  Position next{.top = singles.front()->getTop(), .bottom = singles.front()->getBottom()};
+  next.priority = LOWEST_PRIORITY;
   for (const auto& single : singles) {
-    priority = std::max(priority, single->getPriority());
-    edges.push_back(single->getLeft());
-    edges.push_back(single->getRight());
-    top = std::max(top, single->getTop());
-    bottom = std::min(bottom, single->getBottom());
+    next.priority = std::max(next.priority, single->getPriority());
+    next.top = std::max(next.top, single->getTop());
+    next.bottom = std::min(next.bottom, single->getBottom());
   }
-  Bearing::bounds(std::move(edges), left, right);
-  pan = Bearing::center(left, right);
-  tilt = (top + bottom) / 2.0;
+  if (singles.size() == 1) {
+    std::array edges{singles.front()->getLeft(), singles.front()->getRight()};
+    Bearing::boundsInPlace(edges, next.left, next.right);
+  } else {
+    std::vector<double> edges;
+    edges.reserve(2 * singles.size());
+    for (const auto& single : singles) {
+      edges.push_back(single->getLeft());
+      edges.push_back(single->getRight());
+    }
+    Bearing::boundsInPlace(edges, next.left, next.right);
+  }
+  next.pan = Bearing::center(next.left, next.right);
+  next.tilt = (next.top + next.bottom) / 2.0;
   // The plain difference, not the circular extent: a group across the seam is taken for too wide
   // and is dissolved again.
-  width = std::abs(left - right);
-  height = std::abs(top - bottom);
+  next.width = std::abs(next.left - next.right);
+  next.height = std::abs(next.top - next.bottom);
+  position = next;
 }
 
 bool SuperObject::sizeValid() const {
-  return SuperObjectManager::objectSizeValid(width, height);
+  return SuperObjectManager::objectSizeValid(getWidth(), getHeight());
 }
 
 bool SuperObject::sizeValid(const SingleObject& single) const {
@@ -99,16 +122,18 @@ bool SuperObject::sizeValid(const SingleObject& single) const {
 }
 
 bool SuperObject::sizeValid(const SuperObject& other) const {
-  return fitsWith(other.left, other.right, other.top, other.bottom);
+  return fitsWith(other.getLeft(), other.getRight(), other.getTop(), other.getBottom());
 }
 
 bool SuperObject::fitsWith(double otherLeft, double otherRight, double otherTop,
                            double otherBottom) const {
+  const Position& own = current();
   double unionLeft = 0.0;
   double unionRight = 0.0;
-  Bearing::bounds({left, right, otherLeft, otherRight}, unionLeft, unionRight);
+  std::array edges{own.left, own.right, otherLeft, otherRight};
+  Bearing::boundsInPlace(edges, unionLeft, unionRight);
   const double unionWidth = Bearing::clockwiseDiff(unionLeft, unionRight);
-  const double unionHeight = std::max(top, otherTop) - std::min(bottom, otherBottom);
+  const double unionHeight = std::max(own.top, otherTop) - std::min(own.bottom, otherBottom);
   return SuperObjectManager::objectSizeValid(unionWidth, unionHeight);
 }
 

@@ -23,6 +23,9 @@ class SuperObject {
   // has become too large. False when no member is meant.
   bool updateSingleObject(const SingleObject::Observation& observation);
 
+  // The same for a member that the caller has found; whether it is still a member.
+  bool updateMember(SingleObject& member, const SingleObject::Observation& observation);
+
   // Drop members; answer whether any was dropped.
   bool removeSingleObject(std::int32_t channel, std::int32_t id);
   bool removeSingleObjects(std::int32_t channel);
@@ -42,15 +45,17 @@ class SuperObject {
   std::size_t size() const { return singles.size(); }
   const Singles& getSingles() const { return singles; }
 
-  double getPan() const { return pan; }
-  double getTilt() const { return tilt; }
-  double getWidth() const { return width; }
-  double getHeight() const { return height; }
-  double getLeft() const { return left; }
-  double getRight() const { return right; }
-  double getTop() const { return top; }
-  double getBottom() const { return bottom; }
-  std::int32_t getPriority() const { return priority; }
+  // The group's box and rank are worked out when they are asked for, however often its members have
+  // changed before.
+  double getPan() const { return current().pan; }
+  double getTilt() const { return current().tilt; }
+  double getWidth() const { return current().width; }
+  double getHeight() const { return current().height; }
+  double getLeft() const { return current().left; }
+  double getRight() const { return current().right; }
+  double getTop() const { return current().top; }
+  double getBottom() const { return current().bottom; }
+  std::int32_t getPriority() const { return current().priority; }
 
   // Seconds for which the group has been the followed one; 0 when it is not.
   double trackedTime(std::int64_t now) const;
@@ -62,22 +67,33 @@ class SuperObject {
   void markUntracked(std::int64_t now);
 
  private:
+  struct Position {
+    double pan = 0.0;
+    double tilt = 0.0;
+    double width = 0.0;
+    double height = 0.0;
+    double left = 0.0;
+    double right = 0.0;
+    double top = 0.0;
+    double bottom = 0.0;
+    std::int32_t priority = 1;
+  };
+
+  const Position& current() const {
+    if (isPositionStale) {
+      internalUpdatePosition();
+    }
+    return position;
+  }
   bool fitsWith(double otherLeft, double otherRight, double otherTop, double otherBottom) const;
-  void internalUpdatePosition();
+  void internalUpdatePosition() const;
 
   template <typename Predicate>
   bool removeIf(Predicate predicate);
 
   Singles singles;
-  double pan = 0.0;
-  double tilt = 0.0;
-  double width = 0.0;
-  double height = 0.0;
-  double left = 0.0;
-  double right = 0.0;
-  double top = 0.0;
-  double bottom = 0.0;
-  std::int32_t priority = 1;
+  mutable Position position;  // stays as it was when the last member goes
+  mutable bool isPositionStale = false;
   std::int64_t trackedSince = 0;  // monotonic microseconds, 0 when not tracked
   std::int64_t untrackedSince;    // monotonic microseconds
 };

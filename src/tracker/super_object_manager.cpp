@@ -52,14 +52,23 @@ double SuperObjectManager::getGreatCircle(double pan1, double tilt1, double pan2
   return std::acos(std::clamp(cosine, -1.0, 1.0)) * DEGREES_PER_RADIAN;
 }
 
+std::uint64_t SuperObjectManager::keyOf(std::int32_t channel, std::int32_t id) {
+  return std::uint64_t{static_cast<std::uint32_t>(channel)} << 32 | static_cast<std::uint32_t>(id);
+}
+
 void SuperObjectManager::updateSingleObject(const SingleObject::Observation& observation) {
-  for (const auto& group : superObjects) {
-    if (group->updateSingleObject(observation)) {
+  const auto known = members.find(keyOf(observation.channel, observation.id));
+  if (known == members.end()) {
+    addSingleObject(std::make_unique<SingleObject>(observation));
+    return;
+  }
+  const auto [group, single] = known->second;
+  if (!group->updateMember(*single, observation)) {
+    members.erase(known);
+    if (group->empty()) {
       removeEmptySuperObjects();
-      return;
     }
   }
-  addSingleObject(std::make_unique<SingleObject>(observation));
 }
 
 void SuperObjectManager::addSingleObject(std::unique_ptr<SingleObject> single) {
@@ -69,21 +78,35 @@ void SuperObjectManager::addSingleObject(std::unique_ptr<SingleObject> single) {
   const auto fitting = std::ranges::find_if(
       superObjects, [&single](const auto& group) { return group->sizeValid(*single); });
   if (fitting != superObjects.end()) {
-    (*fitting)->add(std::move(single));
+    place(std::move(single), **fitting);
     return;
   }
   superObjects.push_back(std::make_unique<SuperObject>());
-  superObjects.back()->add(std::move(single));
+  place(std::move(single), *superObjects.back());
+}
+
+void SuperObjectManager::place(std::unique_ptr<SingleObject> single, SuperObject& group) {
+  members[keyOf(single->getChannel(), single->getId())] = {&group, single.get()};
+  group.add(std::move(single));
 }
 
 void SuperObjectManager::removeSingleObject(std::int32_t channel, std::int32_t id) {
-  for (const auto& group : superObjects) {
-    group->removeSingleObject(channel, id);
+  const auto known = members.find(keyOf(channel, id));
+  if (known == members.end()) {
+    return;
   }
-  removeEmptySuperObjects();
+  SuperObject* const group = known->second.group;
+  members.erase(known);
+  group->removeSingleObject(channel, id);
+  if (group->empty()) {
+    removeEmptySuperObjects();
+  }
 }
 
 void SuperObjectManager::removeSingleObjects(std::int32_t channel) {
+  std::erase_if(members, [channel](const auto& member) {
+    return member.second.single->getChannel() == channel;
+  });
   for (const auto& group : superObjects) {
     group->removeSingleObjects(channel);
   }
@@ -116,26 +139,76 @@ void SuperObjectManager::splitSuperObjects() {
       }
     }
   }
+  if (held.empty()) {
+    return;
+  }
   removeEmptySuperObjects();
   for (auto& single : held) {
+    members.erase(keyOf(single->getChannel(), single->getId()));
     addSingleObject(std::move(single));
   }
 }
 
-void SuperObjectManager::mergeSuperObjects() {
-  for (std::size_t i = 0; i < superObjects.size(); ++i) {
-    SuperObject& group = *superObjects[i];
-    for (std::size_t j = i + 1; j < superObjects.size(); ++j) {
-      SuperObject& later = *superObjects[j];
-      if (later.empty() || !group.sizeValid(later)) {
-        continue;
-      }
-      while (!later.empty()) {
-        group.add(later.takeFirst());
-      }
-    }
-    removeEmptySuperObjects();
+SuperObjectManager::Extent::Extent(const SuperObject& group)
+    : left(group.getLeft()),
+      right(group.getRight()),
+      top(group.getTop()),
+      bottom(group.getBottom()) {}
+
+void SuperObjectManager::measureSuperObjects() {
+  extents.clear();
+  for (const auto& group : superObjects) {
+    extents.emplace_back(*group);
   }
+}
+
+// True only when the union of both certainly exceeds the widest view: an arc that holds two
+// bearings is no shorter than the short way between them. That asks for bearings within one turn of
+// each other; around the seam they may not be.
+bool SuperObjectManager::cannotFit(const Extent& a, const Extent& b) {
+  constexpr double FULL_TURN = 360.0;
+  constexpr double ROUNDING = 1e-6;  // degrees, far more than the arithmetic may be off
+  if (std::max(a.top, b.top) - std::min(a.bottom, b.bottom) > m_maxVerticalObjectSize) {
+    return true;
+  }
+  const double low = std::min(std::min(a.left, a.right), std::min(b.left, b.right));
+  const double high = std::max(std::max(a.left, a.right), std::max(b.left, b.right));
+  if (high - low > FULL_TURN) {
+    return false;
+  }
+  const auto isTooFar = [](double one, double other) {
+    const double distance = std::abs(one - other);
+    return std::min(distance, FULL_TURN - distance) > m_maxHorizontalObjectSize + ROUNDING;
+  };
+  return isTooFar(a.left, b.right) || isTooFar(a.right, b.left) || isTooFar(a.left, b.left) ||
+         isTooFar(a.right, b.right);
+}
+
+void SuperObjectManager::mergeSuperObjects() {
+  measureSuperObjects();
+  for (std::size_t i = 0; i < superObjects.size(); ++i) {
+    if (mergeInto(i)) {
+      removeEmptySuperObjects();
+      measureSuperObjects();
+    }
+  }
+}
+
+// Takes in every later group that fits with this one as it has become; whether there was one.
+bool SuperObjectManager::mergeInto(std::size_t index) {
+  SuperObject& group = *superObjects[index];
+  bool hasMerged = false;
+  for (std::size_t j = index + 1; j < superObjects.size(); ++j) {
+    if (cannotFit(extents[index], extents[j]) || !group.sizeValid(*superObjects[j])) {
+      continue;
+    }
+    while (!superObjects[j]->empty()) {
+      place(superObjects[j]->takeFirst(), group);
+    }
+    extents[index] = Extent(group);
+    hasMerged = true;
+  }
+  return hasMerged;
 }
 
 std::int32_t SuperObjectManager::findMaxPriority() const {

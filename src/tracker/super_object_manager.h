@@ -1,8 +1,10 @@
 #ifndef TRACKER_SUPER_OBJECT_MANAGER_H
 #define TRACKER_SUPER_OBJECT_MANAGER_H
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <unordered_map>
 #include <vector>
 
 #include "tracker/single_object.h"
@@ -52,8 +54,29 @@ class SuperObjectManager {
   const std::vector<std::unique_ptr<SuperObject>>& getSuperObjects() const { return superObjects; }
 
  private:
+  // The box of a group, beside those of the others.
+  struct Extent {
+    explicit Extent(const SuperObject& group);
+
+    double left;
+    double right;
+    double top;
+    double bottom;
+  };
+
+  struct Member {
+    SuperObject* group;
+    SingleObject* single;
+  };
+
+  static std::uint64_t keyOf(std::int32_t channel, std::int32_t id);
+  static bool cannotFit(const Extent& a, const Extent& b);
+
+  void place(std::unique_ptr<SingleObject> single, SuperObject& group);
   void splitSuperObjects();
   void mergeSuperObjects();
+  bool mergeInto(std::size_t index);
+  void measureSuperObjects();
   void removeEmptySuperObjects();
   std::int32_t findMaxPriority() const;
   const SuperObject* selectNearest(double pan, double tilt);
@@ -63,7 +86,9 @@ class SuperObjectManager {
   static double m_maxVerticalObjectSize;
 
   std::vector<std::unique_ptr<SuperObject>> superObjects;
-  const SuperObject* current = nullptr;  // the group chosen last; null once it is gone
+  std::unordered_map<std::uint64_t, Member> members;  // by channel and id
+  std::vector<Extent> extents;                        // of superObjects, while groups are joined
+  const SuperObject* current = nullptr;               // the group chosen last; null once it is gone
   bool switchObject = false;
   std::int32_t timePerObject = 5;  // seconds
 };

@@ -76,20 +76,21 @@ void TrackerAreaGuard::handleTransportLoss(std::int64_t time) {
 
 void TrackerAreaGuard::updateObjectsAndTrack(ParsedScene& scene) {
   resetTrackedObjects();
-  for (TrackingObject* object : scene.getActiveObjects()) {
-    updateObject(*object);
+  for (std::size_t i = 0; i < scene.getActiveObjects().size(); ++i) {
+    updateObject(*scene.getActiveObjects()[i], verdictOf(scene, i));
   }
   handleUntrackedObjects();
 }
 
-void TrackerAreaGuard::updateObject(TrackingObject& object) {
-  updateFilterData(object);
+void TrackerAreaGuard::updateObject(TrackingObject& object, Verdict verdict) {
+  const auto [area, passes] = verdict;
   TrackingObjectExternalData& memory = memoryOf(object);
-  const AreaStatus_e area = checkArea(object);
-  const bool passes = canObjectTriggerAlarm(object);
-  if (area == AreaStatus_e::inside || memory.getBool(ONCE_INSIDE)) {
+  const bool wasOnceInside = memory.getBool(ONCE_INSIDE);
+  if (area == AreaStatus_e::inside || wasOnceInside) {
     if (passes) {
-      memory.insert(ONCE_INSIDE, false);
+      if (wasOnceInside) {
+        memory.insert(ONCE_INSIDE, false);
+      }
       trackOnce(object, memory);
       return;
     }
@@ -114,20 +115,25 @@ void TrackerAreaGuard::trackOnce(TrackingObject& object, TrackingObjectExternalD
 
 void TrackerAreaGuard::handleTrackedObject(std::int32_t profileId, const TrackingObject& object) {
   tracker.track(camera, profileId, object);
-  const auto known = std::ranges::find(trackedObjects, object.getId(), &TrackedObject::id);
-  if (known != trackedObjects.end()) {
-    known->seen = true;
-  } else {
+  if (!markSeen(object.getId())) {
     trackedObjects.emplace_back(object.getId(), true);
     tracker.hold(camera, object.getId(), this);
   }
 }
 
-void TrackerAreaGuard::markSeen(std::int32_t id) {
-  const auto known = std::ranges::find(trackedObjects, id, &TrackedObject::id);
-  if (known != trackedObjects.end()) {
-    known->seen = true;
+// Frames mostly name the objects in the same order, so that the one looked for mostly follows the
+// one found last.
+bool TrackerAreaGuard::markSeen(std::int32_t id) {
+  const std::size_t count = trackedObjects.size();
+  for (std::size_t i = 0; i < count; ++i) {
+    const std::size_t index = (nextTracked + i) % count;
+    if (trackedObjects[index].id == id) {
+      trackedObjects[index].seen = true;
+      nextTracked = index + 1;
+      return true;
+    }
   }
+  return false;
 }
 
 // Only what this guard has handed over: another profile may follow the object.
@@ -158,11 +164,12 @@ void TrackerAreaGuard::untrackAll() {
 }
 
 TrackingObjectExternalData& TrackerAreaGuard::memoryOf(TrackingObject& object) const {
-  if (object.getData(dataKey) == nullptr) {
-    auto memory = std::make_unique<TrackingObjectExternalDataNoMerge>();
-    memory->insert(ONCE_INSIDE, false);
-    memory->insert(LAST_TRACKED, NEVER_TRACKED);
-    object.insertData(dataKey, std::move(memory));
+  if (TrackingObjectExternalData* memory = object.getData(dataKey)) {
+    return *memory;
   }
+  auto memory = std::make_unique<TrackingObjectExternalDataNoMerge>();
+  memory->insert(ONCE_INSIDE, false);
+  memory->insert(LAST_TRACKED, NEVER_TRACKED);
+  object.insertData(dataKey.getText(), std::move(memory));
   return *object.getData(dataKey);
 }

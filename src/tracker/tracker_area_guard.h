@@ -1,6 +1,7 @@
 #ifndef TRACKER_TRACKER_AREA_GUARD_H
 #define TRACKER_TRACKER_AREA_GUARD_H
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -29,19 +30,20 @@ class TrackerAreaGuard : public AreaGuard {
  private:
   void addCameraIfDue();
   void updateObjectsAndTrack(ParsedScene& scene);
-  void updateObject(TrackingObject& object);
+  void updateObject(TrackingObject& object, Verdict verdict);
   void trackOnce(TrackingObject& object, TrackingObjectExternalData& memory);
   void handleTrackedObject(std::int32_t profileId, const TrackingObject& object);
   void handleExcludedOrDeletedObjects(std::int32_t id);
   void handleUntrackedObjects();
   void resetTrackedObjects();
-  void markSeen(std::int32_t id);
+  bool markSeen(std::int32_t id);
   void untrackAll();
   TrackingObjectExternalData& memoryOf(TrackingObject& object) const;
 
   Tracker& tracker;
-  const std::string dataKey;
+  const DataKey dataKey;
   std::vector<TrackedObject> trackedObjects;
+  std::size_t nextTracked = 0;  // where the search for a tracked object begins
   bool isCameraAdded = false;
   std::int64_t lastAddAttempt;
   bool skipNextScene = false;  // the first frame after a break may show other objects by known ids

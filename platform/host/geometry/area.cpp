@@ -68,8 +68,12 @@ bool keeps(ClipperLib::ClipType operation, bool inSubject, bool inClip) {
   return inSubject && !inClip;
 }
 
-double widthAt(double y, const std::vector<Edge>& edges, ClipperLib::ClipType operation) {
-  std::vector<std::pair<double, bool>> crossings;
+using Crossings = std::vector<std::pair<double, bool>>;
+
+// crossings only lends its memory.
+double widthAt(double y, const std::vector<Edge>& edges, ClipperLib::ClipType operation,
+               Crossings& crossings) {
+  crossings.clear();
   for (const Edge& edge : edges) {
     if (edge.lowY < y && y < edge.highY) crossings.emplace_back(edge.xAt(y), edge.isSubject);
   }
@@ -94,9 +98,11 @@ double measureArea(ClipperLib::ClipType operation, const Paths& subject, const P
   addEdges(clip, false, edges);
   const std::vector<double> heights = bandsOf(edges);
   double area = 0;
+  Crossings crossings;
   for (size_t i = 1; i < heights.size(); ++i) {
     const double height = heights[i] - heights[i - 1];
-    if (height > 0) area += height * widthAt(heights[i - 1] + height / 2, edges, operation);
+    if (height > 0)
+      area += height * widthAt(heights[i - 1] + height / 2, edges, operation, crossings);
   }
   return area;
 }

@@ -14,8 +14,10 @@ namespace {
 using geometry::Outline;
 using geometry::Points;
 
-// Moments of area are cubes of coordinates, summed over any number of vertices.
+// Moments of area are cubes of coordinates: twice a coordinate needs 17 bits, the doubled area of a
+// triangle 34. Up to so many of them fit into 64 bits.
 __extension__ using Wide = __int128;
+constexpr size_t kFewVertices = 2048;
 
 struct Free {
   void operator()(void* memory) const { std::free(memory); }
@@ -34,10 +36,13 @@ bool isUsable(const gm_point* points, int count) {
 }
 
 // To the nearest integer, halves away from zero.
-Wide roundedQuotient(Wide dividend, Wide divisor) {
-  if (divisor < 0) return roundedQuotient(-dividend, -divisor);
-  if (dividend < 0) return -roundedQuotient(-dividend, divisor);
-  return (2 * dividend + divisor) / (2 * divisor);
+template <typename Integer>
+Integer roundedQuotient(Integer dividend, Integer divisor) {
+  if (divisor < 0) return roundedQuotient<Integer>(-dividend, -divisor);
+  if (dividend < 0) return -roundedQuotient<Integer>(-dividend, divisor);
+  const Integer quotient = dividend / divisor;
+  const Integer rest = dividend % divisor;
+  return quotient + (rest >= divisor - rest ? 1 : 0);
 }
 
 bool fitsGrid(Wide value) {
@@ -46,7 +51,31 @@ bool fitsGrid(Wide value) {
 }
 
 Wide scaled(int16_t coordinate, int32_t scale) {
-  return roundedQuotient(Wide{coordinate} * scale, 1 << 16);
+  return roundedQuotient<Wide>(Wide{coordinate} * scale, 1 << 16);
+}
+
+// 0, or -1 without writing when there is none on the grid.
+template <typename Sum>
+int centroidOf(Points points, gm_point* centroid) {
+  if (points.empty()) return -1;
+  // Triangles of the origin with every edge: doubled areas, and six times their moments.
+  Sum area = 0;
+  Sum momentX = 0;
+  Sum momentY = 0;
+  gm_point from = points.back();
+  for (const gm_point& to : points) {
+    const int64_t triangle = int64_t{from.x} * to.y - int64_t{from.y} * to.x;
+    area += triangle;
+    momentX += static_cast<Sum>(from.x + to.x) * triangle;
+    momentY += static_cast<Sum>(from.y + to.y) * triangle;
+    from = to;
+  }
+  if (area == 0) return -1;
+  const Sum x = roundedQuotient<Sum>(momentX, 3 * area);
+  const Sum y = roundedQuotient<Sum>(momentY, 3 * area);
+  if (!fitsGrid(x) || !fitsGrid(y)) return -1;
+  *centroid = {static_cast<int16_t>(x), static_cast<int16_t>(y)};
+  return 0;
 }
 
 template <typename T>
@@ -93,25 +122,8 @@ int gm_intersect_ss(const gm_point* a, int a_count, const gm_point* b, int b_cou
 
 int gm_centroid_p(const gm_point* polygon, int count, gm_point* centroid) {
   const Points points = pointsOf(polygon, count);
-  // Triangles of the origin with every edge: doubled areas, and six times their moments.
-  constexpr gm_point kOrigin{0, 0};
-  Wide area = 0;
-  Wide momentX = 0;
-  Wide momentY = 0;
-  for (size_t i = 0; i < points.size(); ++i) {
-    const gm_point from = points[i];
-    const gm_point to = points[i + 1 < points.size() ? i + 1 : 0];
-    const int64_t triangle = geometry::cross(kOrigin, from, to);
-    area += triangle;
-    momentX += Wide{from.x + to.x} * triangle;
-    momentY += Wide{from.y + to.y} * triangle;
-  }
-  if (area == 0) return -1;
-  const Wide x = roundedQuotient(momentX, 3 * area);
-  const Wide y = roundedQuotient(momentY, 3 * area);
-  if (!fitsGrid(x) || !fitsGrid(y)) return -1;
-  *centroid = {static_cast<int16_t>(x), static_cast<int16_t>(y)};
-  return 0;
+  return points.size() <= kFewVertices ? centroidOf<int64_t>(points, centroid)
+                                       : centroidOf<Wide>(points, centroid);
 }
 
 int gm_transform_scale(gm_point* vertices, int count, const int32_t scale[2]) {

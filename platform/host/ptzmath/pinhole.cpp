@@ -8,10 +8,10 @@ namespace {
 
 constexpr double kRadians = std::numbers::pi / 180;
 
-// The offset from the picture's middle at a distance of 1 along the optical axis.
-double slopeOf(double offset, int size, double fov) {
-  if (size <= 0 || !(fov > 0 && fov < 180)) return 0;
-  return offset / (size / 2.0) * std::tan(fov / 2 * kRadians);
+// The offset from the picture's middle at a distance of 1 along the optical axis; reach is that of
+// the picture's border.
+double slopeOf(double offset, int size, double reach) {
+  return size <= 0 ? 0 : offset / (size / 2.0) * reach;
 }
 
 double wrapped(double pan) {
@@ -26,25 +26,37 @@ void Pinhole::setPicture(int width, int height) {
   height_ = height;
 }
 
+void Pinhole::setMounting(const Mounting& mounting) {
+  pan_ = mounting.pan;
+  roll_ = Turn(mounting.roll);
+  tilt_ = Turn(mounting.tilt);
+}
+
+Pinhole::Turn::Turn(double degrees)
+    : sine(std::sin(degrees * kRadians)), cosine(std::cos(degrees * kRadians)) {}
+
+void Pinhole::FieldOfView::set(double degrees) {
+  if (degrees == degrees_) return;
+  degrees_ = degrees;
+  reach_ = degrees > 0 && degrees < 180 ? std::tan(degrees / 2 * kRadians) : 0;
+}
+
 Pinhole::Ray Pinhole::rayOf(double x, double y) const {
-  return {slopeOf(x - width_ / 2.0, width_, horizontalFov_),
-          slopeOf(height_ / 2.0 - y, height_, verticalFov_), 1};
+  return {slopeOf(x - width_ / 2.0, width_, horizontalFov_.reach()),
+          slopeOf(height_ / 2.0 - y, height_, verticalFov_.reach()), 1};
 }
 
 Direction Pinhole::directionOf(double x, double y) const {
   const Ray camera = rayOf(x, y);
 
-  const double roll = mounting_.roll * kRadians;
-  const Ray level{camera.right * std::cos(roll) + camera.up * std::sin(roll),
-                  camera.up * std::cos(roll) - camera.right * std::sin(roll), camera.forward};
-
-  const double tilt = mounting_.tilt * kRadians;
-  const Ray horizontal{level.right, level.forward * std::sin(tilt) + level.up * std::cos(tilt),
-                       level.forward * std::cos(tilt) - level.up * std::sin(tilt)};
+  const Ray level{camera.right * roll_.cosine + camera.up * roll_.sine,
+                  camera.up * roll_.cosine - camera.right * roll_.sine, camera.forward};
+  const Ray horizontal{level.right, level.forward * tilt_.sine + level.up * tilt_.cosine,
+                       level.forward * tilt_.cosine - level.up * tilt_.sine};
 
   const double pan = std::atan2(horizontal.right, horizontal.forward) / kRadians;
   const double distance = std::hypot(horizontal.right, horizontal.forward);
-  return {wrapped(mounting_.pan + pan), std::atan2(horizontal.up, distance) / kRadians};
+  return {wrapped(pan_ + pan), std::atan2(horizontal.up, distance) / kRadians};
 }
 
 double Pinhole::angleAcross(double x, double y, double extent) const {

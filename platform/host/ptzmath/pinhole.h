@@ -22,12 +22,12 @@ class Pinhole {
  public:
   // Pixels. Without a picture (0 or less) every pixel is its middle.
   void setPicture(int width, int height);
-  void setMounting(const Mounting& mounting) { mounting_ = mounting; }
+  void setMounting(const Mounting& mounting);
   // The angle in degrees across the whole width or height. A plane picture has an angle of more
   // than 0 and less than 180 degrees; with any other angle every pixel is taken for the middle in
   // that direction.
-  void setHorizontalFov(double degrees) { horizontalFov_ = degrees; }
-  void setVerticalFov(double degrees) { verticalFov_ = degrees; }
+  void setHorizontalFov(double degrees) { horizontalFov_.set(degrees); }
+  void setVerticalFov(double degrees) { verticalFov_.set(degrees); }
 
   // The pixel may lie beyond the picture.
   Direction directionOf(double x, double y) const;
@@ -43,13 +43,34 @@ class Pinhole {
     double forward;
   };
 
+  struct Turn {
+    explicit Turn(double degrees);
+
+    double sine;
+    double cosine;
+  };
+
+  // Set anew before every question, to the same angle mostly.
+  class FieldOfView {
+   public:
+    void set(double degrees);
+    // Half the picture at a distance of 1; 0 for an angle that no plane picture has.
+    double reach() const { return reach_; }
+
+   private:
+    double degrees_ = 0;
+    double reach_ = 0;
+  };
+
   Ray rayOf(double x, double y) const;
 
   int width_ = 0;
   int height_ = 0;
-  double horizontalFov_ = 0;
-  double verticalFov_ = 0;
-  Mounting mounting_;
+  FieldOfView horizontalFov_;
+  FieldOfView verticalFov_;
+  double pan_ = 0;
+  Turn roll_{0};
+  Turn tilt_{0};
 };
 
 }  // namespace ptzmath

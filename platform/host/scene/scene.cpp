@@ -1,6 +1,8 @@
 #include "scene.h"
 
 #include <algorithm>
+#include <bit>
+#include <cstdint>
 #include <memory>
 #include <new>
 #include <span>
@@ -15,11 +17,38 @@ namespace {
 template <typename T>
 struct Property {
   std::uint32_t number = 0;
-  std::vector<T> values;
+  std::span<const T> values;
 };
 
 template <typename T>
-using Properties = std::vector<Property<T>>;
+using Properties = std::span<const Property<T>>;
+
+// Values and their properties as they come from the frame. Room for all is made once, so that what
+// points to them stays valid.
+template <typename T>
+class PropertyStore {
+ public:
+  // For as many as a frame of that size can hold.
+  explicit PropertyStore(std::size_t frame_size) {
+    values_.reserve(frame_size / sizeof(T));
+    properties_.reserve(frame_size / frame_format::kMinPropertySize);
+  }
+
+  std::span<T> addValues(std::size_t count) {
+    const std::size_t first = values_.size();
+    values_.resize(first + count);
+    return std::span(values_).subspan(first);
+  }
+
+  void add(const Property<T>& property) { properties_.push_back(property); }
+
+  std::size_t size() const { return properties_.size(); }
+  Properties<T> from(std::size_t first) const { return std::span(properties_).subspan(first); }
+
+ private:
+  std::vector<T> values_;
+  std::vector<Property<T>> properties_;
+};
 
 }  // namespace
 
@@ -34,6 +63,10 @@ struct scene_event {
 };
 
 struct scene {
+  explicit scene(std::size_t size) : times(size), numbers(size) {}
+
+  PropertyStore<std::int64_t> times;
+  PropertyStore<std::int32_t> numbers;
   Properties<std::int64_t> properties;
   std::vector<scene_object> objects;
   std::vector<scene_event> events;
@@ -49,18 +82,34 @@ class Reader {
 
   bool isOk() const { return is_ok_; }
   bool isAtEnd() const { return bytes_.empty(); }
+  std::size_t left() const { return bytes_.size(); }
 
   void fail() { is_ok_ = false; }
 
   template <typename T>
   T number() {
-    if (!has(1, sizeof(T))) return 0;
-    std::make_unsigned_t<T> bits = 0;
-    for (std::size_t i = 0; i < sizeof(T); ++i) {
-      bits |= static_cast<std::make_unsigned_t<T>>(bytes_[i]) << (8 * i);
+    T value = 0;
+    if (has(1, sizeof(T))) read(std::span(&value, 1));
+    return value;
+  }
+
+  // The caller has seen that so many are there.
+  template <typename T>
+  void read(std::span<T> values) {
+    if constexpr (std::endian::native == std::endian::little) {
+      std::copy_n(bytes_.data(), values.size_bytes(),
+                  reinterpret_cast<std::uint8_t*>(values.data()));
+    } else {
+      const std::uint8_t* byte = bytes_.data();
+      for (T& value : values) {
+        std::make_unsigned_t<T> bits = 0;
+        for (std::size_t i = 0; i < sizeof(T); ++i) {
+          bits |= static_cast<std::make_unsigned_t<T>>(*byte++) << (8 * i);
+        }
+        value = static_cast<T>(bits);
+      }
     }
-    bytes_ = bytes_.subspan(sizeof(T));
-    return static_cast<T>(bits);
+    bytes_ = bytes_.subspan(values.size_bytes());
   }
 
   // A number of items, each of which takes item_size bytes or more of what is left.
@@ -81,49 +130,37 @@ class Reader {
 };
 
 template <typename T>
-Property<T> readProperty(Reader& reader) {
-  Property<T> property{.number = reader.number<std::uint32_t>(), .values = {}};
-  property.values.resize(reader.count(sizeof(T)));
-  for (T& value : property.values) value = reader.number<T>();
-  return property;
-}
-
-template <typename T>
-Properties<T> readProperties(Reader& reader, std::uint32_t count) {
-  Properties<T> properties;
-  if (!reader.has(count, frame_format::kMinPropertySize)) return properties;
-  properties.reserve(count);
+Properties<T> readProperties(Reader& reader, std::uint32_t count, PropertyStore<T>& store) {
+  if (!reader.has(count, frame_format::kMinPropertySize)) return {};
+  const std::size_t first = store.size();
   for (std::uint32_t i = 0; i < count && reader.isOk(); ++i) {
-    properties.push_back(readProperty<T>(reader));
+    const auto number = reader.number<std::uint32_t>();
+    const std::span<T> values = store.addValues(reader.count(sizeof(T)));
+    reader.read(values);
+    store.add({number, values});
   }
-  return properties;
+  return store.from(first);
 }
 
-std::vector<scene_object> readObjects(Reader& reader, std::uint32_t count) {
-  std::vector<scene_object> objects;
-  if (!reader.has(count, frame_format::kMinObjectSize)) return objects;
-  objects.reserve(count);
+void readObjects(Reader& reader, std::uint32_t count, scene& into) {
+  if (!reader.has(count, frame_format::kMinObjectSize)) return;
+  into.objects.reserve(count);
   for (std::uint32_t i = 0; i < count && reader.isOk(); ++i) {
-    scene_object& object = objects.emplace_back();
-    object.id = reader.number<std::int32_t>();
+    const auto id = reader.number<std::int32_t>();
     const auto properties = reader.number<std::uint32_t>();
-    object.properties = readProperties<std::int32_t>(reader, properties);
+    into.objects.push_back({id, readProperties(reader, properties, into.numbers)});
   }
-  return objects;
 }
 
-std::vector<scene_event> readEvents(Reader& reader, std::uint32_t count) {
-  std::vector<scene_event> events;
-  if (!reader.has(count, frame_format::kMinEventSize)) return events;
-  events.reserve(count);
+void readEvents(Reader& reader, std::uint32_t count, scene& into) {
+  if (!reader.has(count, frame_format::kMinEventSize)) return;
+  into.events.reserve(count);
   for (std::uint32_t i = 0; i < count && reader.isOk(); ++i) {
-    scene_event& event = events.emplace_back();
-    event.action = reader.number<std::uint32_t>();
-    if (event.action > SCENE_EVENT_MERGE) reader.fail();
+    const auto action = reader.number<std::uint32_t>();
+    if (action > SCENE_EVENT_MERGE) reader.fail();
     const auto properties = reader.number<std::uint32_t>();
-    event.properties = readProperties<std::int32_t>(reader, properties);
+    into.events.push_back({action, readProperties(reader, properties, into.numbers)});
   }
-  return events;
 }
 
 std::unique_ptr<scene> decode(std::span<const std::uint8_t> frame) {
@@ -133,22 +170,21 @@ std::unique_ptr<scene> decode(std::span<const std::uint8_t> frame) {
   const auto objects = reader.number<std::uint32_t>();
   const auto events = reader.number<std::uint32_t>();
 
-  auto result = std::make_unique<scene>();
-  result->properties = readProperties<std::int64_t>(reader, properties);
-  result->objects = readObjects(reader, objects);
-  result->events = readEvents(reader, events);
+  auto result = std::make_unique<scene>(reader.left());
+  result->properties = readProperties(reader, properties, result->times);
+  readObjects(reader, objects, *result);
+  readEvents(reader, events, *result);
   return reader.isOk() && reader.isAtEnd() ? std::move(result) : nullptr;
 }
 
 template <typename T>
-int getProperty(const Properties<T>& properties, int number, const T** values) {
-  const auto found =
-      std::find_if(properties.begin(), properties.end(), [number](const Property<T>& property) {
-        return property.number == static_cast<std::uint32_t>(number);
-      });
-  if (found == properties.end()) return -1;
-  if (values != nullptr) *values = found->values.data();
-  return static_cast<int>(found->values.size());
+int getProperty(Properties<T> properties, int number, const T** values) {
+  for (const Property<T>& property : properties) {
+    if (property.number != static_cast<std::uint32_t>(number)) continue;
+    if (values != nullptr) *values = property.values.data();
+    return static_cast<int>(property.values.size());
+  }
+  return -1;
 }
 
 template <typename T>

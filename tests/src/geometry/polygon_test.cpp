@@ -515,4 +515,38 @@ TEST(Polygon, PrintLogsItsVertices) {
   }
 }
 
+TEST(Polygon, TakesPairsOfCoordinatesAsTheConstructorTakesPoints) {
+  for (const Points& points :
+       {Points{}, Points{{3000, 100}}, Points{{5, 5}, {5, 5}}, Points{{5, 5}, {2048, -7}},
+        Points{{0, 0}, {0, 10}, {10, 10}}, Points{{-9, 4}, {1, 12}, {10, 10}, {40, -3}}}) {
+    std::vector<std::int32_t> coordinates;
+    for (const Point& p : points) coordinates.insert(coordinates.end(), {p.x, p.y});
+    Polygon polygon(Points{{-100, -100}, {-100, 100}, {100, 100}, {100, -100}, {0, -200}});
+    polygon.assign(coordinates);
+    const Polygon expected(points);
+    EXPECT_EQ(expected.getVertices(), polygon.getVertices());
+    EXPECT_EQ(expected.getMinX(), polygon.getMinX());
+    EXPECT_EQ(expected.getMaxX(), polygon.getMaxX());
+    EXPECT_EQ(expected.getMinY(), polygon.getMinY());
+    EXPECT_EQ(expected.getMaxY(), polygon.getMaxY());
+    EXPECT_EQ(expected.getWidth(), polygon.getWidth());
+    EXPECT_EQ(expected.getHeight(), polygon.getHeight());
+  }
+}
+
+TEST(Polygon, OfPairsOfCoordinatesTheLow16BitsCountAndAnOddLastOneDoesNot) {
+  Polygon polygon;
+  polygon.assign(std::vector<std::int32_t>{65536, 0, 70000, 1, 3, -65535, 9});
+  EXPECT_EQ((Points{{0, 0}, {4464, 1}, {3, 1}}), polygon.getVertices());
+}
+
+TEST(Polygon, BecomesTheRectangleOfItsLimits) {
+  Polygon polygon(Points{{0, 0}, {1, 5}, {7, 7}, {9, -3}, {2, -20}});
+  polygon.assignRectangle(-3, 8, 10, 40);
+  const Polygon expected(-3, 8, 10, 40);
+  EXPECT_EQ(expected.getVertices(), polygon.getVertices());
+  EXPECT_EQ(expected.getMinY(), polygon.getMinY());
+  EXPECT_EQ(expected.getHeight(), polygon.getHeight());
+}
+
 }  // namespace

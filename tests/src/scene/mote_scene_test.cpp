@@ -208,4 +208,66 @@ TEST(MoteScene, FramesWithDamagedBytesAreRead) {
   }
 }
 
+// What one object of a frame tells, to compare two readings.
+void expectSame(const MoteObject& expected, const MoteObject& object) {
+  EXPECT_EQ(expected.getId(), object.getId());
+  EXPECT_EQ(expected.getTimestamp(), object.getTimestamp());
+  EXPECT_EQ(expected.getVelocity().x, object.getVelocity().x);
+  EXPECT_EQ(expected.getVelocity().y, object.getVelocity().y);
+  EXPECT_EQ(expected.getIsConfident(), object.getIsConfident());
+  ASSERT_EQ(expected.getPolygon() == nullptr, object.getPolygon() == nullptr);
+  if (expected.getPolygon() != nullptr) {
+    EXPECT_EQ(expected.getPolygon()->getVertices(), object.getPolygon()->getVertices());
+    EXPECT_EQ(expected.getPolygon()->getMaxX(), object.getPolygon()->getMaxX());
+  }
+  ASSERT_EQ(expected.getBoundingBox() == nullptr, object.getBoundingBox() == nullptr);
+  if (expected.getBoundingBox() != nullptr) {
+    EXPECT_EQ(expected.getBoundingBox()->getVertices(), object.getBoundingBox()->getVertices());
+  }
+}
+
+// Nothing of an earlier frame may shine through, whatever either of them holds.
+TEST(MoteScene, ReadAgainIsAsIfReadAnew) {
+  std::mt19937 random(11);
+  const auto number = [&random](int low, int high) {
+    return std::uniform_int_distribution<int>(low, high)(random);
+  };
+  MoteScene reused(77);
+  for (int i = 0; i < 300; ++i) {
+    SceneEncoder encoder;
+    if (number(0, 3) > 0) addTimestamp(encoder, number(0, 1'000'000));
+    for (int k = number(0, 12); k > 0; --k) {
+      encoder.beginObject(number(-5, 50));
+      for (const int property : {SCENE_OBJ_PROP_BOUNDING_BOX, SCENE_OBJ_PROP_POLYGON,
+                                 SCENE_OBJ_PROP_VELOCITY, SCENE_OBJ_PROP_CONFIDENCE}) {
+        if (number(0, 3) == 0) continue;
+        Ids values;
+        for (int v = number(0, 20); v > 0; --v) values.push_back(number(-5000, 5000));
+        encoder.addObjectProperty(property, values);
+      }
+    }
+    for (int k = number(0, 2); k > 0; --k) {
+      encoder.addEvent(number(0, 2), Ids{number(0, 50)}, Ids{number(0, 50), number(0, 50)});
+    }
+    const std::int32_t mask = number(0, 15);
+    const bool isDamaged = number(0, 9) == 0;
+    const auto frame = [&] {
+      auto bytes = encoder.bytes();
+      if (isDamaged) bytes.resize(bytes.size() / 2);
+      return frameOf(bytes);
+    };
+    const MoteScene anew(frame(), mask);
+    reused.read(frame(), mask);
+    EXPECT_EQ(anew.isDecoded, reused.isDecoded);
+    EXPECT_EQ(anew.timestamp, reused.timestamp);
+    EXPECT_EQ(anew.deletedIds, reused.deletedIds);
+    EXPECT_EQ(anew.merges.size(), reused.merges.size());
+    EXPECT_EQ(anew.splits.size(), reused.splits.size());
+    ASSERT_EQ(anew.objects.size(), reused.objects.size());
+    for (std::size_t k = 0; k < anew.objects.size(); ++k) {
+      expectSame(*anew.objects[k], *reused.objects[k]);
+    }
+  }
+}
+
 }  // namespace

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <memory>
@@ -10,6 +11,7 @@
 #include <vector>
 
 #include "fakes/fake_clock.h"
+#include "ptz/bearing.h"
 
 namespace {
 
@@ -447,5 +449,196 @@ TEST_F(SwitchingTest, WhoHasWaitedLongestComesNext) {
   pass(3'000'001);
   EXPECT_THAT(choose(), ElementsAre(1));
 }
+
+// ---- Against groups kept in the plainest way ----
+
+// The same rules without an index, without what is remembered and without shortcuts.
+class PlainGroups {
+ public:
+  using Group = std::vector<SingleObject>;
+
+  void observe(const SingleObject::Observation& observation) {
+    for (Group& group : groups) {
+      const auto member = std::ranges::find_if(group, [&](const SingleObject& single) {
+        return single.isObject(observation.channel, observation.id);
+      });
+      if (member == group.end()) {
+        continue;
+      }
+      member->update(observation);
+      if (!member->sizeValid()) {
+        group.erase(member);
+      }
+      dropEmpty();
+      return;
+    }
+    add(SingleObject(observation));
+  }
+
+  void remove(int channel, int id) {
+    for (Group& group : groups) {
+      std::erase_if(group, [=](const SingleObject& s) { return s.isObject(channel, id); });
+    }
+    dropEmpty();
+  }
+
+  void removeChannel(int channel) {
+    for (Group& group : groups) {
+      std::erase_if(group, [=](const SingleObject& s) { return s.getChannel() == channel; });
+    }
+    dropEmpty();
+  }
+
+  void regroup() {
+    std::vector<SingleObject> held;
+    std::erase_if(groups, [&held](const Group& group) {
+      const Extent box = boxOf(group);
+      if (group.size() < 2 || SuperObjectManager::objectSizeValid(std::abs(box.left - box.right),
+                                                                  std::abs(box.top - box.bottom))) {
+        return false;
+      }
+      held.insert(held.end(), group.begin(), group.end());
+      return true;
+    });
+    for (const SingleObject& single : held) {
+      add(single);
+    }
+    for (std::size_t i = 0; i < groups.size(); ++i) {
+      for (std::size_t j = i + 1; j < groups.size();) {
+        if (fits(boxOf(groups[i]), boxOf(groups[j]))) {
+          groups[i].insert(groups[i].end(), groups[j].begin(), groups[j].end());
+          groups.erase(groups.begin() + static_cast<std::ptrdiff_t>(j));
+        } else {
+          ++j;
+        }
+      }
+    }
+  }
+
+  struct Extent {
+    double left;
+    double right;
+    double top;
+    double bottom;
+  };
+
+  static Extent boxOf(const Group& group) {
+    std::vector<double> edges;
+    Extent box{0.0, 0.0, group.front().getTop(), group.front().getBottom()};
+    for (const SingleObject& single : group) {
+      edges.insert(edges.end(), {single.getLeft(), single.getRight()});
+      box.top = std::max(box.top, single.getTop());
+      box.bottom = std::min(box.bottom, single.getBottom());
+    }
+    Bearing::bounds(edges, box.left, box.right);
+    return box;
+  }
+
+  std::vector<Group> groups;
+
+ private:
+  static bool fits(const Extent& a, const Extent& b) {
+    double left = 0.0;
+    double right = 0.0;
+    Bearing::bounds({a.left, a.right, b.left, b.right}, left, right);
+    return SuperObjectManager::objectSizeValid(
+        Bearing::clockwiseDiff(left, right), std::max(a.top, b.top) - std::min(a.bottom, b.bottom));
+  }
+
+  void add(const SingleObject& single) {
+    if (!single.sizeValid()) {
+      return;
+    }
+    const Extent own{single.getLeft(), single.getRight(), single.getTop(), single.getBottom()};
+    for (Group& group : groups) {
+      if (fits(boxOf(group), own)) {
+        group.push_back(single);
+        return;
+      }
+    }
+    groups.push_back({single});
+  }
+
+  void dropEmpty() {
+    std::erase_if(groups, [](const Group& group) { return group.empty(); });
+  }
+};
+
+class GroupingTest : public SuperObjectManagerTest, public testing::WithParamInterface<int> {
+ protected:
+  ~GroupingTest() override { SuperObjectManager::setMaxObjectSize(60.0, 45.0); }
+
+  int number(int low, int high) { return std::uniform_int_distribution<int>(low, high)(random); }
+  double angle(double low, double high) {
+    return std::uniform_real_distribution<double>(low, high)(random);
+  }
+
+  void expectSame() {
+    const auto& found = manager.getSuperObjects();
+    ASSERT_EQ(found.size(), plain.groups.size());
+    for (std::size_t i = 0; i < found.size(); ++i) {
+      std::vector<int> ids;
+      for (const SingleObject& single : plain.groups[i]) {
+        ids.push_back(single.getId());
+      }
+      ASSERT_EQ(idsOf(*found[i]), ids);
+      const PlainGroups::Extent box = PlainGroups::boxOf(plain.groups[i]);
+      EXPECT_EQ(found[i]->getLeft(), box.left);
+      EXPECT_EQ(found[i]->getRight(), box.right);
+      EXPECT_EQ(found[i]->getTop(), box.top);
+      EXPECT_EQ(found[i]->getBottom(), box.bottom);
+    }
+  }
+
+  std::mt19937 random{static_cast<unsigned>(GetParam())};
+  PlainGroups plain;
+};
+
+// Pans beyond the seam, too: objects are led by their velocity without being folded.
+TEST_P(GroupingTest, GroupsAreThoseOfThePlainRules) {
+  SuperObjectManager::setMaxObjectSize(angle(5.0, 75.0), angle(10.0, 60.0));
+  for (int i = 0; i < 1500; ++i) {
+    const int channel = number(0, 2);
+    const int id = 100 * channel + number(0, 25);
+    switch (number(0, 19)) {
+      case 0:
+        manager.removeSingleObject(channel, id);
+        plain.remove(channel, id);
+        break;
+      case 1:
+        if (number(0, 9) == 0) {
+          manager.removeSingleObjects(channel);
+          plain.removeChannel(channel);
+        }
+        break;
+      case 2:
+      case 3:
+        manager.updateSuperObjects();
+        plain.regroup();
+        break;
+      case 4:
+        if (number(0, 9) == 0) {
+          SuperObjectManager::setMaxObjectSize(angle(5.0, 75.0), angle(10.0, 60.0));
+        }
+        break;
+      default: {
+        const SingleObject::Observation seen{.channel = channel,
+                                             .id = id,
+                                             .priority = number(0, 3),
+                                             .pan = angle(-190.0, 190.0),
+                                             .tilt = angle(-60.0, 10.0),
+                                             .width = angle(0.0, 30.0),
+                                             .height = angle(0.0, 20.0),
+                                             .timestamp = 0,
+                                             .velocity = {}};
+        manager.updateSingleObject(seen);
+        plain.observe(seen);
+      }
+    }
+    expectSame();
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Seeds, GroupingTest, testing::Range(1, 21));
 
 }  // namespace

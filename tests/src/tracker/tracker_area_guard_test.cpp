@@ -456,4 +456,77 @@ TEST_F(TrackerAreaGuardTest, AGuardThatIsBoundToAPresetWaitsForIt) {
   EXPECT_THAT(tracked(guard), IsEmpty());
 }
 
+// ---- One verdict a frame ----
+
+// Counts how often it is fed and asked; the counts outlive the guard.
+class CountingFilter : public ExclusionFilter {
+ public:
+  struct Counts {
+    int updates = 0;
+    int questions = 0;
+  };
+
+  explicit CountingFilter(Counts& counts) : counts(counts) {}
+
+  bool canObjectTriggerAlarm(TrackingObject&) override {
+    ++counts.questions;
+    return true;
+  }
+  std::unique_ptr<ExclusionFilter> clone() const override {
+    return std::make_unique<CountingFilter>(*this);
+  }
+  void updateFilterData(TrackingObject&) override { ++counts.updates; }
+
+ private:
+  Counts& counts;
+};
+
+TEST_F(TrackerAreaGuardTest, AlarmAndTrackingShareTheVerdictOfAFrame) {
+  startWithTracker();
+  CountingFilter::Counts counts;
+  TrackerAreaGuard& guard = makeGuard();
+  guard.addExclusionFilter(std::make_unique<CountingFilter>(counts));
+  see(1);
+  see(2, {.pan = OUTSIDE_PAN});
+  frame(guard, {1, 2});
+  EXPECT_EQ(2, counts.updates);
+  EXPECT_EQ(2, counts.questions);
+  EXPECT_THAT(tracked(guard), ElementsAre(1));
+  guards.clear();
+}
+
+TEST_F(TrackerAreaGuardTest, DuringATestAlarmObjectsAreStillJudgedForTracking) {
+  startWithTracker();
+  CountingFilter::Counts counts;
+  TrackerAreaGuard& guard = makeGuard();
+  guard.addExclusionFilter(std::make_unique<CountingFilter>(counts));
+  see(1);
+  see(2);
+  frame(guard, {1, 2});
+  guard.sendAlarmEvent();
+  see(1, {.pan = OUTSIDE_PAN});
+  see(2);
+  frame(guard, {1, 2});
+  EXPECT_EQ(4, counts.updates);
+  EXPECT_THAT(tracked(guard), ElementsAre(2));
+  guards.clear();
+}
+
+TEST_F(TrackerAreaGuardTest, ObjectsAreFoundInWhateverOrderAFrameNamesThem) {
+  startWithTracker();
+  TrackerAreaGuard& guard = makeGuard();
+  for (const int id : {1, 2, 3, 4}) see(id);
+  frame(guard, {1, 2, 3, 4});
+  for (const std::vector<int>& order :
+       {std::vector<int>{4, 3, 2, 1}, std::vector<int>{2, 1, 4, 3}, std::vector<int>{3, 4, 1, 2}}) {
+    for (const int id : order) see(id);
+    frame(guard, order);
+    EXPECT_THAT(tracked(guard), ElementsAre(1, 2, 3, 4));
+  }
+  see(4);
+  see(2);
+  frame(guard, {4, 2});
+  EXPECT_THAT(tracked(guard), ElementsAre(2, 4));
+}
+
 }  // namespace

@@ -14,7 +14,7 @@ void PerspectiveFilterExternalData::merge(const TrackingObjectExternalData& othe
   raise(MAX_WIDTH, other.getInt(MAX_WIDTH));
 }
 
-void PerspectiveFilterExternalData::raise(const std::string& key, std::int32_t value) {
+void PerspectiveFilterExternalData::raise(std::string_view key, std::int32_t value) {
   if (value > getInt(key)) {
     insert(key, value);
   }

@@ -1,6 +1,8 @@
 #ifndef ADDON_LIBS_VIGIL_PACK_LIB_FILTERS_PERSPECTIVE_FILTER_EXTERNAL_DATA_H
 #define ADDON_LIBS_VIGIL_PACK_LIB_FILTERS_PERSPECTIVE_FILTER_EXTERNAL_DATA_H
 
+#include <string_view>
+
 #include "scene/tracking_object_external_data.h"
 
 // The largest real-world size of an object so far; of two objects that become one the larger
@@ -17,7 +19,7 @@ class PerspectiveFilterExternalData : public TrackingObjectExternalData {
   void merge(const TrackingObjectExternalData& other) override;
 
   // Stores the value when it is larger than the one under the key.
-  void raise(const std::string& key, std::int32_t value);
+  void raise(std::string_view key, std::int32_t value);
 };
 
 #endif

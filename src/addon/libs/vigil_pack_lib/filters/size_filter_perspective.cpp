@@ -15,10 +15,12 @@ SizeFilterPerspective::SizeFilterPerspective(std::int32_t uid, std::int32_t minW
 
 // Only this filter stores data under its key.
 PerspectiveFilterExternalData& SizeFilterPerspective::memoryOf(TrackingObject& object) const {
-  if (object.getData(dataKey) == nullptr) {
-    object.insertData(dataKey, std::make_unique<PerspectiveFilterExternalData>());
+  TrackingObjectExternalData* memory = object.getData(dataKey);
+  if (memory == nullptr) {
+    object.insertData(dataKey.getText(), std::make_unique<PerspectiveFilterExternalData>());
+    memory = object.getData(dataKey);
   }
-  return static_cast<PerspectiveFilterExternalData&>(*object.getData(dataKey));
+  return static_cast<PerspectiveFilterExternalData&>(*memory);
 }
 
 void SizeFilterPerspective::updateFilterData(TrackingObject& object) {

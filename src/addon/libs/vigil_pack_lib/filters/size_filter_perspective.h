@@ -26,7 +26,7 @@ class SizeFilterPerspective : public ExclusionFilter {
  private:
   PerspectiveFilterExternalData& memoryOf(TrackingObject& object) const;
 
-  std::string dataKey;
+  DataKey dataKey;
   std::int32_t minWidth;
   std::int32_t minHeight;
   Perspective perspective;

@@ -30,7 +30,7 @@ TrackingObjectExternalData& SwayingFilter::memoryOf(TrackingObject& object) cons
   auto memory = std::make_unique<TrackingObjectExternalDataNoMerge>();
   memory->insert(LOCAL_DISPLACEMENT, std::int32_t{0});
   memory->insert(POINT_OF_ORIGIN, object.getPosition());
-  object.insertData(dataKey, std::move(memory));
+  object.insertData(dataKey.getText(), std::move(memory));
   return *object.getData(dataKey);
 }
 

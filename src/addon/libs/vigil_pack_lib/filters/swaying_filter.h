@@ -24,7 +24,7 @@ class SwayingFilter : public ExclusionFilter {
   TrackingObjectExternalData& memoryOf(TrackingObject& object) const;
 
   bool enabled;
-  std::string dataKey;
+  DataKey dataKey;
   std::int32_t maxSquaredDisplacement;  // squared Q12 units
 };
 

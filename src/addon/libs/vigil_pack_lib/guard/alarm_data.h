@@ -1,6 +1,7 @@
 #ifndef ADDON_LIBS_VIGIL_PACK_LIB_GUARD_ALARM_DATA_H
 #define ADDON_LIBS_VIGIL_PACK_LIB_GUARD_ALARM_DATA_H
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -20,6 +21,9 @@ struct ObjectAlarmStatus {
 // What one frame did to one guard.
 class AlarmData {
  public:
+  // Makes room for so many objects.
+  void reserve(std::size_t count) { objects.reserve(count); }
+
   void addObjectStatus(TrackingObject* object, AlarmDataStatus_e status);
 
   // Whether the object of that id raises the alarm; false, logged, for an unknown one.

@@ -34,6 +34,8 @@ void AreaGuard::updatePreset(int newPreset) {
 }
 
 void AreaGuard::checkObjects(ParsedScene& scene) {
+  const std::lock_guard guard(lock);
+  verdicts.clear();
   Guard::checkObjects(scene, includeAreaSvg);
 }
 
@@ -42,27 +44,38 @@ void AreaGuard::sendAlarmEvent() {
 }
 
 TrackingObjectExternalData& AreaGuard::memoryOf(TrackingObject& object) const {
-  if (object.getData(dataKey) == nullptr) {
-    auto memory = std::make_unique<TrackingObjectExternalDataNoMerge>();
-    memory->insert(pendingAlarmKey, false);
-    object.insertData(dataKey, std::move(memory));
+  if (TrackingObjectExternalData* memory = object.getData(dataKey)) {
+    return *memory;
   }
+  auto memory = std::make_unique<TrackingObjectExternalDataNoMerge>();
+  memory->insert(pendingAlarmKey, false);
+  object.insertData(dataKey.getText(), std::move(memory));
   return *object.getData(dataKey);
+}
+
+AreaGuard::Verdict AreaGuard::judge(TrackingObject& object) {
+  updateFilterData(object);
+  const AreaStatus_e area = protectionArea.checkObject(object);
+  return {area, canObjectTriggerAlarm(object)};
+}
+
+AreaGuard::Verdict AreaGuard::verdictOf(const ParsedScene& scene, std::size_t index) {
+  const auto& objects = scene.getActiveObjects();
+  return verdicts.size() == objects.size() ? verdicts[index] : judge(*objects[index]);
 }
 
 AlarmData AreaGuard::updateObjectsAndGetAlarms(ParsedScene& scene) {
   AlarmData alarms;
+  alarms.reserve(scene.getActiveObjects().size());
+  verdicts.clear();
   for (TrackingObject* object : scene.getActiveObjects()) {
-    updateFilterData(*object);
+    const auto [area, passes] = verdicts.emplace_back(judge(*object));
     TrackingObjectExternalData& memory = memoryOf(*object);
     const bool isPending = memory.getBool(pendingAlarmKey);
-    const bool isInside = protectionArea.checkObject(*object) == AreaStatus_e::inside;
-    const bool passes = canObjectTriggerAlarm(*object);
-    if (passes) {
-      if (isPending || isInside) {
-        memory.insert(pendingAlarmKey, false);
-      }
-    } else if (isInside) {
+    const bool isInside = area == AreaStatus_e::inside;
+    if (isPending && passes) {
+      memory.insert(pendingAlarmKey, false);
+    } else if (isInside && !passes) {
       memory.insert(pendingAlarmKey, true);
     }
     const bool triggers = (isPending || isInside) && passes;

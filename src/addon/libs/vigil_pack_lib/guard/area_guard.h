@@ -1,8 +1,10 @@
 #ifndef ADDON_LIBS_VIGIL_PACK_LIB_GUARD_AREA_GUARD_H
 #define ADDON_LIBS_VIGIL_PACK_LIB_GUARD_AREA_GUARD_H
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "addon/libs/vigil_pack_lib/filters/protection_area.h"
 #include "addon/libs/vigil_pack_lib/guard/guard.h"
@@ -30,17 +32,26 @@ class AreaGuard : public Guard {
   bool isStateEventOngoing() const;
 
  protected:
-  AreaStatus_e checkArea(const TrackingObject& object) const {
-    return protectionArea.checkObject(object);
-  }
+  struct Verdict {
+    AreaStatus_e area;
+    bool passes;  // the filters, the present observation included
+  };
+
+  // Of the object in view of that index, in the frame that checkObjects() was called with last:
+  // what that found, or found now when it did not look at the objects. Nothing that it depends on
+  // changes within a frame. With the lock held.
+  Verdict verdictOf(const ParsedScene& scene, std::size_t index);
 
  private:
+  Verdict judge(TrackingObject& object);
   TrackingObjectExternalData& memoryOf(TrackingObject& object) const;
 
   ProtectionArea protectionArea;
   const std::string pendingAlarmKey = "hasPendingAlarm";
-  const std::string dataKey;
+  const DataKey dataKey;
   const std::string includeAreaSvg;
+  std::vector<Verdict>
+      verdicts;  // of the present frame's objects in view; empty when not looked at
 };
 
 #endif
