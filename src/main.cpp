@@ -117,12 +117,15 @@ std::string createDefaultConfiguration() {
 // A document that does not parse leaves the cameras without configuration; the API can set one.
 void loadConfiguration(CameraContainer& container) {
   std::string text = PersistentConfigHandler::load(constants::CONFIGURATION_PATH);
-  if (text.empty()) {
+  const bool isStored = !text.empty();
+  if (!isStored) {
     text = createDefaultConfiguration();
   }
   Parser parser;
   if (parser.parse(text, s_boundaries) == 0) {
     container.updateWithNewConfiguration(parser.createConfigurations());
+  } else if (isStored) {
+    PersistentConfigHandler::keepAside(constants::CONFIGURATION_PATH);
   }
 }
 

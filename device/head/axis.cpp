@@ -25,9 +25,10 @@ void Axis::moveTo(double target, double speed) {
   demand_ = std::clamp(speed, 0.0, setup_.speed);
 }
 
-void Axis::moveAt(double speed) {
+void Axis::moveAt(double speed, double seconds) {
   target_.reset();
   demand_ = std::clamp(speed, -setup_.speed, setup_.speed);
+  left_ = seconds;
 }
 
 void Axis::step(double seconds) {
@@ -43,11 +44,23 @@ bool Axis::moving() const {
 
 void Axis::stepOnce() {
   const double before = velocity_;
+  expire();
   const double change = setup_.acceleration * kPiece;
   velocity_ += std::clamp(wantedVelocity() - velocity_, -change, change);
   position_ += (before + velocity_) / 2 * kPiece;
   keepInRange();
   settle();
+}
+
+// A speed whose time is over is one of zero.
+void Axis::expire() {
+  if (target_) {
+    return;
+  }
+  if (left_ <= 0) {
+    demand_ = 0;
+  }
+  left_ -= kPiece;
 }
 
 double Axis::distanceTo(double target) const {

@@ -1,6 +1,7 @@
 #ifndef DEVICE_HEAD_AXIS_H
 #define DEVICE_HEAD_AXIS_H
 
+#include <limits>
 #include <optional>
 
 namespace device {
@@ -25,8 +26,9 @@ class Axis {
   // in units per second, at most the axis' own.
   void moveTo(double target, double speed);
 
-  // Goes on at a signed speed, at most the axis' own, and brakes in time for an end stop.
-  void moveAt(double speed);
+  // Goes on at a signed speed, at most the axis' own, for so many seconds, and brakes in time for
+  // an end stop.
+  void moveAt(double speed, double seconds = std::numeric_limits<double>::infinity());
 
   // Advances time; the length of a step has no influence on the way taken.
   void step(double seconds);
@@ -39,6 +41,7 @@ class Axis {
 
  private:
   void stepOnce();
+  void expire();
   double distanceTo(double target) const;
   double brakingSpeed(double distance, double approach) const;
   double wantedVelocity() const;
@@ -50,6 +53,7 @@ class Axis {
   double velocity_ = 0;
   std::optional<double> target_;  // of moveTo, until reached
   double demand_ = 0;             // signed speed of moveAt, or speed limit of moveTo
+  double left_ = 0;               // seconds for which the speed of moveAt still holds
   double clock_ = 0;              // seconds that have passed but are not yet worked out
 };
 

@@ -22,7 +22,8 @@ bool isStop(const HeadCommand& command) {
   return command.speed == 0 && halts(command.pan) && halts(command.tilt) && halts(command.zoom);
 }
 
-void drive(Axis& axis, const AxisCommand& command, double fullSpeed, int limitPercent) {
+void drive(Axis& axis, const AxisCommand& command, double fullSpeed, int limitPercent,
+           double speedHold) {
   switch (command.kind) {
     case MoveKind::None:
       return;
@@ -30,7 +31,7 @@ void drive(Axis& axis, const AxisCommand& command, double fullSpeed, int limitPe
       axis.moveTo(command.value, fullSpeed * limitPercent / 100);
       return;
     case MoveKind::Continuous:
-      axis.moveAt(fullSpeed * std::clamp(command.value, -100.0, 100.0) / 100);
+      axis.moveAt(fullSpeed * std::clamp(command.value, -100.0, 100.0) / 100, speedHold);
       return;
   }
 }
@@ -122,9 +123,9 @@ double Head::multiplier(const HeadSetup& setup, double zoom) {
 
 void Head::apply(const HeadCommand& command) {
   const int limit = std::clamp(command.speed, 1, 100);
-  drive(pan_, command.pan, setup_.pan.speed, limit);
-  drive(tilt_, command.tilt, setup_.tilt.speed, limit);
-  drive(zoom_, command.zoom, setup_.zoomSpeed, limit);
+  drive(pan_, command.pan, setup_.pan.speed, limit, setup_.speedHold);
+  drive(tilt_, command.tilt, setup_.tilt.speed, limit, setup_.speedHold);
+  drive(zoom_, command.zoom, setup_.zoomSpeed, limit, setup_.speedHold);
 }
 
 void Head::goTo(const HeadPosition& position, int speed) {

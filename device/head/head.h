@@ -2,6 +2,7 @@
 #define DEVICE_HEAD_HEAD_H
 
 #include <deque>
+#include <limits>
 #include <map>
 
 #include "head/axis.h"
@@ -17,9 +18,12 @@ struct HeadPosition {
 };
 
 struct HeadSetup {
-  AxisSetup pan;         // degrees
-  AxisSetup tilt;        // degrees
-  double latency = 0;    // seconds from a command to its first effect
+  AxisSetup pan;       // degrees
+  AxisSetup tilt;      // degrees
+  double latency = 0;  // seconds from a command to its first effect
+  // Seconds for which a speed holds without another command for the axis: a head that nobody
+  // commands any more stands still.
+  double speedHold = std::numeric_limits<double>::infinity();
   double zoomSpeed = 0;  // zoom steps per second
   int minZoom = 1;
   int maxZoom = 9999;

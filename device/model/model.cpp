@@ -211,12 +211,13 @@ HeadPosition readHome(const Section& section, const HeadSetup& head) {
 }
 
 HeadSetup readHead(const Section& section) {
-  section.allowOnly({"product", "pan", "tilt", "latency_s", "boot_s", "zoom", "field", "aspect",
+  section.allowOnly({"product", "pan", "tilt", "latency_s", "speed_hold_s", "boot_s", "zoom", "field", "aspect",
                      "resolution", "home", "parameters"});
   HeadSetup head;
   head.pan = readAxis(section.section("pan"));
   head.tilt = readAxis(section.section("tilt"));
   head.latency = section.number("latency_s", 0, 1);
+  head.speedHold = section.number("speed_hold_s", 0.2, 3600);
   const Section zoom = section.section("zoom");
   zoom.allowOnly({"speed", "min", "max"});
   head.zoomSpeed = zoom.number("speed", 1, 1e6);

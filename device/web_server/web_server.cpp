@@ -105,6 +105,9 @@ struct WebServer::Handlers {
   static void started(SoupServer*, SoupServerMessage* message, gpointer self) {
     SoupMessageHeaders* headers = soup_server_message_get_response_headers(message);
     for (const auto& [name, value] : kHeaders) soup_message_headers_replace(headers, name, value);
+    // The library never notices that a client has ended a connection that waits for its next
+    // request: each would stay open for ever.
+    soup_message_headers_replace(headers, "Connection", "close");
     g_signal_connect(message, "got-chunk", G_CALLBACK(gotChunk), self);
   }
 

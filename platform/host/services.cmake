@@ -18,7 +18,7 @@ function(inner_library name)
   target_link_libraries(${name} PUBLIC platform_headers ${arg_LINK} PRIVATE sentrel_options)
 endfunction()
 
-inner_library(service_client bus/service_client.cpp)
+inner_library(service_client bus/service_client.cpp bus/system_bus.cpp)
 inner_library(local_socket socket/local_socket.cpp)
 
 platform_library(ovparameter ovparameter/ovparameter.cpp LINK service_client)

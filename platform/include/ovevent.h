@@ -5,6 +5,10 @@
  * an event once, sends it as often as it likes and undeclares it. A stateful event keeps the values
  * sent last (at first those of its declaration), and a new subscriber is told them at once.
  *
+ * A handler outlives the service and the bus: while they are away, stateful events may still be
+ * declared, sent and undeclared. When the service is back it is told every declaration with the
+ * values sent last, and subscribers are told its present state. All else fails meanwhile.
+ *
  * A handler may be used from any thread; it serialises its own calls. A key-value set belongs to
  * its caller and is used from one thread at a time. Functions with a GError return FALSE and set
  * *error (when error is not null) on failure. */

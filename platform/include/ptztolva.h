@@ -3,8 +3,10 @@
  * Pan and tilt are degrees (pan -180 to 180 growing to the right, tilt growing upwards) for
  * positions and percent of full speed (-100 to 100) for speeds. Zoom is a position on the head's
  * own scale (its MinZoom to MaxZoom) or percent of full speed. A continuous motion goes on until
- * the next command for that axis. The library serialises its calls; each may be made from any
- * thread. Functions return TRUE, or FALSE with *error set (when error is not null). */
+ * the next command for that axis, and no longer than a second or so without one: whoever moves a
+ * head repeats the speed as long as it is to move. The library serialises its calls; each may be
+ * made from any thread. Functions return TRUE, or FALSE with *error set (when error is not null).
+ */
 #ifndef PLATFORM_PTZTOLVA_H
 #define PLATFORM_PTZTOLVA_H
 

@@ -10,6 +10,7 @@
 namespace {
 
 constexpr std::int32_t NO_PRESET_TOKEN = -1;
+constexpr std::int64_t LARGEST_STEP_BACK = 1000000;  // microseconds
 
 bool sortByPriority(const std::unique_ptr<Guard>& a, const std::unique_ptr<Guard>& b) {
   return a->getPriority() < b->getPriority();
@@ -33,6 +34,12 @@ void Camera::processFrame(const SceneFrame& frame) {
     syslog(LOG_WARNING, "Could not decode scene.\n");
     return;
   }
+  // What was timed by the old clock would last for as long as the clock was set back.
+  if (lastTimestamp && scene.timestamp < *lastTimestamp - LARGEST_STEP_BACK) {
+    syslog(LOG_WARNING, "The time of the scene was set back.\n");
+    handleTransportLoss();
+  }
+  lastTimestamp = scene.timestamp;
   ParsedScene parsed = parser.parse(scene);
   sortGuards();
   for (const auto& guard : guards) {
@@ -163,6 +170,7 @@ void Camera::updateWithNewConfiguration(CameraConfiguration& configuration) {
 void Camera::handleTransportLoss() {
   const std::lock_guard guardLock(lock);
   parser.deleteAll();
+  lastTimestamp.reset();
   const std::int64_t now = utils::monotonicTime();
   for (const auto& guard : guards) {
     guard->handleTransportLoss(now);

@@ -91,7 +91,8 @@ class Camera : public Thread {
   CameraConfiguration::Guards guards;
   std::int32_t currentPreset;
   PTZ_MovementEvent lastMovement;
-  MoteScene scene{0};  // the latest frame
+  std::optional<std::int64_t> lastTimestamp;  // of the stream's frames
+  MoteScene scene{0};                         // the latest frame
   MoteSceneParser parser;
 };
 

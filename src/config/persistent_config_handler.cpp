@@ -1,31 +1,76 @@
 #include "config/persistent_config_handler.h"
 
+#include <confutils.h>
 #include <glib.h>
 #include <syslog.h>
 
 #include <algorithm>
 #include <limits>
+#include <memory>
+#include <optional>
 
 #include "config/json_file.h"
 #include "config/json_parser.h"
 
-std::string PersistentConfigHandler::load(const std::string& path) {
+namespace {
+
+struct FreeError {
+  void operator()(GError* error) const { g_error_free(error); }
+};
+using ErrorPtr = std::unique_ptr<GError, FreeError>;
+
+// Nothing, with the error, when the file cannot be read.
+std::optional<std::string> readFile(const std::string& path, ErrorPtr& error) {
   gchar* contents = nullptr;
   gsize length = 0;
-  GError* error = nullptr;
-  if (g_file_get_contents(path.c_str(), &contents, &length, &error)) {
-    std::string text(contents, length);
-    g_free(contents);
-    return text;
+  GError* reason = nullptr;
+  if (!g_file_get_contents(path.c_str(), &contents, &length, &reason)) {
+    error.reset(reason);
+    return std::nullopt;
   }
-  const bool isMissing = g_error_matches(error, G_FILE_ERROR, G_FILE_ERROR_NOENT);
-  std::string text;
-  if (!isMissing) {
-    syslog(LOG_ERR, "Failed to read %s (%s)\n", path.c_str(), error->message);
-    text = error->message;
-  }
-  g_clear_error(&error);
+  std::string text(contents, length);
+  g_free(contents);
   return text;
+}
+
+bool writeFile(const std::string& path, const std::string& text, ErrorPtr& error) {
+  GError* reason = nullptr;
+  const bool isWritten = confutils_set_file_contents_with_sync(
+      path.c_str(), text.data(), static_cast<gssize>(text.size()), &reason);
+  error.reset(reason);
+  return isWritten;
+}
+
+}  // namespace
+
+std::string PersistentConfigHandler::load(const std::string& path) {
+  ErrorPtr error;
+  if (const std::optional<std::string> text = readFile(path, error)) {
+    return *text;
+  }
+  if (g_error_matches(error.get(), G_FILE_ERROR, G_FILE_ERROR_NOENT)) {
+    return {};
+  }
+  syslog(LOG_ERR, "Failed to read %s (%s)\n", path.c_str(), error->message);
+  return error->message;
+}
+
+bool PersistentConfigHandler::keepAside(const std::string& path) {
+  const std::string asidePath = path + ".refused";
+  ErrorPtr error;
+  const std::optional<std::string> text = readFile(path, error);
+  // Every start meets the same document again until somebody sets another one.
+  ErrorPtr ignored;
+  const bool isKept =
+      text && (readFile(asidePath, ignored) == text || writeFile(asidePath, *text, error));
+  if (isKept) {
+    syslog(LOG_ERR, "The configuration in %s was refused, a copy is kept in %s\n", path.c_str(),
+           asidePath.c_str());
+  } else {
+    syslog(LOG_ERR, "The configuration in %s was refused, no copy could be kept in %s (%s)\n",
+           path.c_str(), asidePath.c_str(), error ? error->message : "unknown error");
+  }
+  return isKept;
 }
 
 bool PersistentConfigHandler::save(const json_t* document, const std::string& path) {

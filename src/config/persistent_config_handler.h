@@ -18,6 +18,11 @@ class PersistentConfigHandler {
   // Replaces the file in one step; false, logged, when that fails and the old file stands.
   static bool save(const json_t* document, const std::string& path);
 
+  // Keeps a copy of a document that was refused beside it, as "<path>.refused", and logs where: the
+  // next save replaces the document, and what a user has made must not be lost by that. A copy of
+  // an earlier document is replaced. False, logged, when no copy could be made.
+  static bool keepAside(const std::string& path);
+
   // "configurationStatus" of the stored document; 0 when there is none.
   static std::int32_t getConfigurationStatus(const std::string& path);
 };

@@ -2,66 +2,248 @@
 
 #include <syslog.h>
 
+#include <mutex>
+#include <utility>
+
+#include "ptz/system_bus.h"
+
 namespace {
 
 constexpr const char* BUS_NAME = "com.orva.M12LensSelectionFov";
 constexpr const char* PATH_PREFIX = "/com/orva/M12LensSelectionFov/";
+constexpr const char* PROPERTIES = "org.freedesktop.DBus.Properties";
+constexpr int FIRST_LOAD_TIMEOUT = 1000;  // milliseconds
+constexpr int NO_TIMEOUT = G_MAXINT;
+constexpr guint RECONNECT_PERIOD = 1000;  // milliseconds
+
+struct Unref {
+  void operator()(GDBusProxy* proxy) const { g_object_unref(proxy); }
+  void operator()(GVariant* variant) const { g_variant_unref(variant); }
+};
+
+using ProxyPtr = std::unique_ptr<GDBusProxy, Unref>;
+using VariantPtr = std::unique_ptr<GVariant, Unref>;
 
 }  // namespace
 
+// The way to the lens service. Its handlers run on the main loop's thread and hold weak pointers,
+// as the Fov may have gone by then.
+class Fov::Link : public std::enable_shared_from_this<Link> {
+ public:
+  explicit Link(std::shared_ptr<Values> values)
+      : values(std::move(values)), path(PATH_PREFIX + std::to_string(this->values->channel)) {}
+
+  // Waits for the properties, for a second at most.
+  void open();
+  void close();
+
+ private:
+  using Weak = std::weak_ptr<Link>;
+
+  Weak* weakCopy() { return new Weak(weak_from_this()); }
+  static std::shared_ptr<Link> lock(gpointer weak) { return static_cast<Weak*>(weak)->lock(); }
+  static void release(gpointer weak) { delete static_cast<Weak*>(weak); }
+  static void releaseClosure(gpointer weak, GClosure*) { release(weak); }
+
+  static void propertiesChanged(GDBusConnection* connection, const gchar* sender, const gchar* path,
+                                const gchar* interface, const gchar* signal, GVariant* arguments,
+                                gpointer weak);
+  static void ownerChanged(GObject* proxy, GParamSpec* property, gpointer weak);
+  static void propertiesLoaded(GObject* connection, GAsyncResult* result, gpointer weak);
+  static void busLost(GDBusConnection* connection, gboolean byPeer, GError* error, gpointer weak);
+  static gboolean reconnectDue(gpointer weak);
+
+  // With the mutex held.
+  bool connect(bool isLogged);
+  void disconnect();
+  void load();
+  void loadLater();
+  void reconnectLater();
+
+  const std::shared_ptr<Values> values;
+  const std::string path;
+
+  std::mutex mutex;  // guards what follows
+  bool isOpen = false;
+  SystemBusPtr connection;
+  ProxyPtr proxy;
+  gulong closedHandler = 0;
+  guint changeSubscription = 0;
+  gulong ownerHandler = 0;
+};
+
+// ---- Opening and closing ----
+
+void Fov::Link::open() {
+  const std::lock_guard guard(mutex);
+  isOpen = true;
+  if (connect(true)) {
+    load();
+  } else {
+    reconnectLater();
+  }
+}
+
+void Fov::Link::close() {
+  const std::lock_guard guard(mutex);
+  isOpen = false;
+  disconnect();
+}
+
+bool Fov::Link::connect(bool isLogged) {
+  GError* error = nullptr;
+  connection = openSystemBus(&error);
+  if (connection == nullptr) {
+    if (isLogged) {
+      syslog(LOG_ERR, "Could not connect to the bus %s\n", error->message);
+    }
+    g_clear_error(&error);
+    return false;
+  }
+  // The proxy itself would wait for the properties for as long as a service that hangs.
+  constexpr auto FLAGS =
+      static_cast<GDBusProxyFlags>(G_DBUS_PROXY_FLAGS_DO_NOT_LOAD_PROPERTIES |
+                                   G_DBUS_PROXY_FLAGS_DO_NOT_AUTO_START_AT_CONSTRUCTION);
+  proxy.reset(g_dbus_proxy_new_sync(connection.get(), FLAGS, nullptr, BUS_NAME, path.c_str(),
+                                    BUS_NAME, nullptr, nullptr));
+  if (proxy == nullptr) {
+    if (isLogged) {
+      syslog(LOG_ERR, "Failed to setup property proxy\n");
+    }
+    connection.reset();
+    return false;
+  }
+  closedHandler = g_signal_connect_data(connection.get(), "closed", G_CALLBACK(busLost), weakCopy(),
+                                        releaseClosure, GConnectFlags{});
+  // Such a proxy does not listen to changes either.
+  changeSubscription = g_dbus_connection_signal_subscribe(
+      connection.get(), BUS_NAME, PROPERTIES, "PropertiesChanged", path.c_str(), BUS_NAME,
+      G_DBUS_SIGNAL_FLAGS_NONE, propertiesChanged, weakCopy(), release);
+  ownerHandler =
+      g_signal_connect_data(proxy.get(), "notify::g-name-owner", G_CALLBACK(ownerChanged),
+                            weakCopy(), releaseClosure, GConnectFlags{});
+  return true;
+}
+
+void Fov::Link::disconnect() {
+  if (proxy != nullptr) {
+    g_signal_handler_disconnect(proxy.get(), ownerHandler);
+    g_dbus_connection_signal_unsubscribe(connection.get(), changeSubscription);
+    g_signal_handler_disconnect(connection.get(), closedHandler);
+  }
+  proxy.reset();
+  connection.reset();
+}
+
+// ---- Properties ----
+
+// A service that does not answer in time may do so later.
+void Fov::Link::load() {
+  GError* error = nullptr;
+  const VariantPtr reply(
+      g_dbus_connection_call_sync(connection.get(), BUS_NAME, path.c_str(), PROPERTIES, "GetAll",
+                                  g_variant_new("(s)", BUS_NAME), G_VARIANT_TYPE("(a{sv})"),
+                                  G_DBUS_CALL_FLAGS_NONE, FIRST_LOAD_TIMEOUT, nullptr, &error));
+  if (reply != nullptr) {
+    const VariantPtr properties(g_variant_get_child_value(reply.get(), 0));
+    values->setAll(properties.get());
+  } else if (g_error_matches(error, G_IO_ERROR, G_IO_ERROR_TIMED_OUT)) {
+    loadLater();
+  }
+  g_clear_error(&error);
+}
+
+void Fov::Link::loadLater() {
+  g_dbus_connection_call(connection.get(), BUS_NAME, path.c_str(), PROPERTIES, "GetAll",
+                         g_variant_new("(s)", BUS_NAME), G_VARIANT_TYPE("(a{sv})"),
+                         G_DBUS_CALL_FLAGS_NONE, NO_TIMEOUT, nullptr, propertiesLoaded, weakCopy());
+}
+
+void Fov::Link::propertiesLoaded(GObject* connection, GAsyncResult* result, gpointer weak) {
+  const std::unique_ptr<Weak> owned(static_cast<Weak*>(weak));
+  const VariantPtr reply(
+      g_dbus_connection_call_finish(G_DBUS_CONNECTION(connection), result, nullptr));
+  const auto self = owned->lock();
+  if (self != nullptr && reply != nullptr) {
+    const VariantPtr properties(g_variant_get_child_value(reply.get(), 0));
+    self->values->setAll(properties.get());
+  }
+}
+
+void Fov::Link::propertiesChanged(GDBusConnection*, const gchar*, const gchar*, const gchar*,
+                                  const gchar*, GVariant* arguments, gpointer weak) {
+  const auto self = lock(weak);
+  if (self == nullptr || !g_variant_is_of_type(arguments, G_VARIANT_TYPE("(sa{sv}as)"))) {
+    return;
+  }
+  const VariantPtr changed(g_variant_get_child_value(arguments, 1));
+  self->values->setAll(changed.get());
+}
+
+// ---- The service and the bus come and go ----
+
+void Fov::Link::ownerChanged(GObject* proxy, GParamSpec*, gpointer weak) {
+  gchar* owner = g_dbus_proxy_get_name_owner(G_DBUS_PROXY(proxy));
+  const auto self = lock(weak);
+  if (owner != nullptr && self != nullptr) {
+    const std::lock_guard guard(self->mutex);
+    if (self->connection != nullptr) {
+      self->loadLater();
+    }
+  }
+  g_free(owner);
+}
+
+void Fov::Link::busLost(GDBusConnection* connection, gboolean, GError*, gpointer weak) {
+  if (const auto self = lock(weak)) {
+    const std::lock_guard guard(self->mutex);
+    if (self->connection.get() == connection) {
+      self->disconnect();
+      self->reconnectLater();
+    }
+  }
+}
+
+void Fov::Link::reconnectLater() {
+  g_timeout_add_full(G_PRIORITY_DEFAULT, RECONNECT_PERIOD, reconnectDue, weakCopy(), release);
+}
+
+gboolean Fov::Link::reconnectDue(gpointer weak) {
+  const auto self = lock(weak);
+  if (self == nullptr) {
+    return G_SOURCE_REMOVE;
+  }
+  const std::lock_guard guard(self->mutex);
+  if (!self->isOpen) {
+    return G_SOURCE_REMOVE;
+  }
+  if (!self->connect(false)) {
+    return G_SOURCE_CONTINUE;
+  }
+  self->loadLater();
+  return G_SOURCE_REMOVE;
+}
+
+// ---- Fov ----
+
 Fov::Fov(std::uint32_t channel) {
   values->channel = channel;
-  GError* error = nullptr;
-  connection = g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, &error);
-  if (connection == nullptr) {
-    syslog(LOG_ERR, "Could not connect to the bus %s\n", error->message);
-    g_clear_error(&error);
-    return;
-  }
-  const std::string path = PATH_PREFIX + std::to_string(channel);
-  proxy = g_dbus_proxy_new_sync(connection, G_DBUS_PROXY_FLAGS_NONE, nullptr, BUS_NAME,
-                                path.c_str(), BUS_NAME, nullptr, nullptr);
-  if (proxy == nullptr) {
-    syslog(LOG_ERR, "Failed to setup property proxy\n");
-    return;
-  }
-  applyCachedProperties();
-  signalHandler =
-      g_signal_connect_data(proxy, "g-properties-changed", G_CALLBACK(propertiesChanged),
-                            new SharedValues(values), releaseValues, GConnectFlags{});
+  link = std::make_shared<Link>(values);
+  link->open();
 }
 
 Fov::~Fov() {
-  if (signalHandler != 0) {
-    g_signal_handler_disconnect(proxy, signalHandler);
-  }
-  g_clear_object(&proxy);
-  g_clear_object(&connection);
+  link->close();
 }
 
-void Fov::applyCachedProperties() {
-  gchar** names = g_dbus_proxy_get_cached_property_names(proxy);
-  for (gchar** name = names; name != nullptr && *name != nullptr; ++name) {
-    GVariant* value = g_dbus_proxy_get_cached_property(proxy, *name);
-    setProperty(*name, value);
-    g_variant_unref(value);
-  }
-  g_strfreev(names);
-}
-
-void Fov::propertiesChanged(GDBusProxy*, GVariant* changed, const char* const*,
-                            gpointer sharedValues) {
+void Fov::Values::setAll(GVariant* properties) {
   GVariantIter iterator;
-  g_variant_iter_init(&iterator, changed);
+  g_variant_iter_init(&iterator, properties);
   const gchar* name = nullptr;
   GVariant* value = nullptr;
   while (g_variant_iter_loop(&iterator, "{&sv}", &name, &value)) {
-    (*static_cast<SharedValues*>(sharedValues))->set(name, value);
+    set(name, value);
   }
-}
-
-void Fov::releaseValues(gpointer sharedValues, GClosure*) {
-  delete static_cast<SharedValues*>(sharedValues);
 }
 
 bool Fov::Values::hasType(const std::string& name, GVariant* value,

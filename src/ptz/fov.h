@@ -11,6 +11,9 @@
 // Follows the field of view and the rotation of one video channel (from 0), which its lens
 // publishes as properties on the system bus. Changes arrive on the main loop's thread; the values
 // may be read from any thread.
+//
+// What the lens service does not say within a second at construction is taken when it comes: from
+// a service that answers late, appears later, or returns together with the bus.
 class Fov {
  public:
   explicit Fov(std::uint32_t channel);
@@ -26,9 +29,9 @@ class Fov {
   void setProperty(const std::string& name, GVariant* value) { values->set(name, value); }
 
  private:
-  // Shared with the change handler, which may be running on the main loop's thread while the Fov is
-  // destroyed.
   struct Values {
+    // The argument is a dictionary "a{sv}".
+    void setAll(GVariant* properties);
     void set(const std::string& name, GVariant* value);
     bool hasType(const std::string& name, GVariant* value, const GVariantType* type) const;
 
@@ -38,17 +41,12 @@ class Fov {
     std::atomic<std::int32_t> sensorRotation{0};
   };
 
-  using SharedValues = std::shared_ptr<Values>;
+  class Link;
 
-  static void propertiesChanged(GDBusProxy* proxy, GVariant* changed,
-                                const char* const* invalidated, gpointer sharedValues);
-  static void releaseValues(gpointer sharedValues, GClosure* closure);
-  void applyCachedProperties();
-
-  GDBusConnection* connection = nullptr;
-  GDBusProxy* proxy = nullptr;
-  gulong signalHandler = 0;
-  SharedValues values = std::make_shared<Values>();
+  // Shared with the handlers on the main loop's thread, which may be running while the Fov is
+  // destroyed.
+  std::shared_ptr<Values> values = std::make_shared<Values>();
+  std::shared_ptr<Link> link;
 };
 
 #endif

@@ -14,6 +14,7 @@
 #include <cstring>
 
 #include "app/ratio.h"
+#include "ptz/system_bus.h"
 
 namespace {
 
@@ -79,11 +80,19 @@ PtzRemoteTravo::~PtzRemoteTravo() {
 }
 
 bool PtzRemoteTravo::createProxy() {
+  const SystemBusPtr bus = openSystemBus(nullptr);
+  if (bus == nullptr) {
+    return false;
+  }
   // The interface has no properties; asking for them would block on a service that hangs.
-  proxy.reset(g_dbus_proxy_new_for_bus_sync(G_BUS_TYPE_SYSTEM,
-                                            G_DBUS_PROXY_FLAGS_DO_NOT_LOAD_PROPERTIES, nullptr,
-                                            BUS_NAME, OBJECT_PATH, INTERFACE, nullptr, nullptr));
+  proxy.reset(g_dbus_proxy_new_sync(bus.get(), G_DBUS_PROXY_FLAGS_DO_NOT_LOAD_PROPERTIES, nullptr,
+                                    BUS_NAME, OBJECT_PATH, INTERFACE, nullptr, nullptr));
   return proxy != nullptr;
+}
+
+// False when there is none, or its bus has been lost.
+bool PtzRemoteTravo::isProxyUsable() const {
+  return proxy != nullptr && !g_dbus_connection_is_closed(g_dbus_proxy_get_connection(proxy.get()));
 }
 
 // The path of the channel's socket.
@@ -112,7 +121,7 @@ int PtzRemoteTravo::request_socket() {
     syslog(LOG_ERR, "Channel not set for port!\n");
     return -1;
   }
-  if (proxy == nullptr && !createProxy()) {
+  if (!isProxyUsable() && !createProxy()) {
     return -1;
   }
   const auto path = openChannel();
@@ -240,11 +249,12 @@ bool PtzRemoteTravo::getProdNbr(std::string& number) {
 bool PtzRemoteTravo::getFieldAngle(const char* name, double& degrees) {
   constexpr double TENTHS_PER_DEGREE = 10.0;
   const auto value = get_remote_param(name);
-  if (!value) {
+  const double tenths = value ? g_ascii_strtod(value->c_str(), nullptr) : 0.0;
+  if (!value || !std::isfinite(tenths)) {
     syslog(LOG_ERR, "Failed to get parameter value %s\n", name);
     return false;
   }
-  degrees = g_ascii_strtod(value->c_str(), nullptr) / TENTHS_PER_DEGREE;
+  degrees = tenths / TENTHS_PER_DEGREE;
   return true;
 }
 

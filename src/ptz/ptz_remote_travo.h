@@ -52,6 +52,7 @@ class PtzRemoteTravo {
   };
 
   bool createProxy();
+  bool isProxyUsable() const;
   std::optional<std::string> openChannel();
   std::optional<std::string> receive();
   void closeSocket();

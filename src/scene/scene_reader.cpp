@@ -1,5 +1,6 @@
 #include "scene/scene_reader.h"
 
+#include <poll.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <sys/un.h>
@@ -17,7 +18,8 @@
 
 namespace {
 
-constexpr time_t SEND_TIMEOUT = 5;  // seconds
+constexpr time_t SERVICE_TIMEOUT = 5;  // seconds
+constexpr int NO_TIMEOUT = -1;
 constexpr std::size_t MAX_ANSWER_LENGTH = 100;
 constexpr std::size_t SKIPPED_HEADER_BYTES = 8;
 constexpr std::int32_t MAX_FRAME_LENGTH = 16 * 1024 * 1024;
@@ -77,6 +79,14 @@ std::string readAnswer(int fd) {
   return answer;
 }
 
+// A scene in which nothing happens may be silent for any time; within a frame a silent service has
+// failed.
+void waitForFrame(int fd) {
+  pollfd input{.fd = fd, .events = POLLIN, .revents = 0};
+  while (fd >= 0 && poll(&input, 1, NO_TIMEOUT) == -1 && errno == EINTR) {
+  }
+}
+
 std::int32_t fromBigEndian(const std::array<unsigned char, 4>& bytes) {
   return static_cast<std::int32_t>(std::uint32_t{bytes[0]} << 24 | std::uint32_t{bytes[1]} << 16 |
                                    std::uint32_t{bytes[2]} << 8 | std::uint32_t{bytes[3]});
@@ -90,9 +100,10 @@ int SceneReader::connect(const std::string& path) {
     syslog(LOG_ERR, "Could not connect to service, result: %i\n\n", fd);
     return -1;
   }
-  // Bounds connecting to a service that does not accept any more.
-  const timeval timeout{SEND_TIMEOUT, 0};
+  // Bound connecting to a service that does not accept any more, and what it has begun to send.
+  const timeval timeout{SERVICE_TIMEOUT, 0};
   setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &timeout, sizeof(timeout));
+  setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof(timeout));
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
   std::memcpy(address.sun_path, path.data(), std::min(path.size(), sizeof(address.sun_path)));
@@ -125,6 +136,7 @@ SceneReaderResult SceneReader::initialize(int fd, std::int32_t propertyMask, int
 }
 
 bool SceneReader::readScene(int fd, SceneFrame& frame) {
+  waitForFrame(fd);
   std::array<unsigned char, 4> lengthBytes{};
   std::array<char, SKIPPED_HEADER_BYTES> skipped{};
   if (!readFromSocket(fd, lengthBytes.data(), lengthBytes.size()) ||
@@ -141,7 +153,9 @@ bool SceneReader::readScene(int fd, SceneFrame& frame) {
     return false;
   }
   frame.size = size;
-  // A short payload shows up as a failure on the next frame.
-  readFromSocket(fd, frame.data.get(), size);
+  // A short payload shows up as a failure on the next frame, for which nothing more may come.
+  if (!readFromSocket(fd, frame.data.get(), size)) {
+    shutdown(fd, SHUT_RDWR);
+  }
   return true;
 }

@@ -9,7 +9,8 @@
 #include "scene/scene_reader_result.h"
 
 // Scene frames over the local stream socket of the scene service: plain functions on a descriptor,
-// which its owner uses from one thread at a time. Reads block until the service sends or closes.
+// which its owner uses from one thread at a time. Reads block until the service sends or closes;
+// one that stops for 5 s within an answer or a frame has failed.
 class SceneReader {
  public:
   SceneReader() = delete;
@@ -26,8 +27,9 @@ class SceneReader {
   static SceneReaderResult initialize(int fd, std::int32_t propertyMask, int channel,
                                       const API_Version& version);
 
-  // Reads one frame. False when the stream has ended, the length is below 1 or above 16 MiB. A
-  // frame whose payload comes short is zero at its end.
+  // Reads one frame, for which it waits as long as it takes. False when the stream has ended, the
+  // length is below 1 or above 16 MiB. A frame whose payload comes short is zero at its end, and
+  // the stream has ended.
   static bool readScene(int fd, SceneFrame& frame);
 };
 

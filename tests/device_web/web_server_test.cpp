@@ -5,6 +5,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <memory>
 #include <vector>
 
@@ -66,12 +67,21 @@ TEST_F(WebServerTest, ForwardsARequestAndReturnsWhatTheCallbackWrote) {
   EXPECT_THAT(application.requests(), ElementsAre(R"(POST /api/sentrelvideo a=b%20c b c {"x":1})"));
 }
 
-TEST_F(WebServerTest, OneConnectionCarriesManyRequests) {
+TEST_F(WebServerTest, ConnectionEndsWithItsAnswerAndIsNotKept) {
   FakeApplication application(socket);
-  WebClient client(start().port());
+  const std::uint16_t port = start().port();
+  const auto open = [] {
+    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"),
+                         std::filesystem::directory_iterator());
+  };
+  const auto before = open();
   for (const std::string body : {"1", "22", "333"}) {
+    WebClient client(port);
     EXPECT_EQ("{\"body\":\"" + body + "\"}", client.post(body).body);
+    EXPECT_TRUE(client.isClosed());
   }
+  for (int i = 0; i < 20; ++i) WebClient(port).get("/nothing");
+  EXPECT_TRUE(iterateUntil([&] { return open() == before; }));
 }
 
 TEST_F(WebServerTest, EightClientsAtOnceAreAllAnswered) {

@@ -6,12 +6,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "platform/file_calls.h"
@@ -206,6 +208,42 @@ TEST_F(Confutils, AFolderInThePlaceOfTheFileStays) {
   EXPECT_EQ(G_FILE_ERROR_ISDIR, set(path_, "text"));
   EXPECT_TRUE(fs::is_directory(path_));
   EXPECT_THAT(names(), ElementsAre("settings.json"));
+}
+
+// A process that is killed while it writes leaves its temporary file.
+TEST_F(Confutils, RemainsOfThoseWhoDiedAreRemoved) {
+  for (const char* name : {".settings.json.aB3dE6", ".settings.json.zzzzzz"}) {
+    std::ofstream(folder_ / name) << "half";
+  }
+  const std::vector<std::string> foreign{".settings.json.longer1", ".settings.json.",
+                                         ".other.json.aB3dE6", "settings.json.aB3dE6"};
+  for (const std::string& name : foreign) std::ofstream(folder_ / name) << "foreign";
+  EXPECT_EQ(std::nullopt, set(path_, "new"));
+  std::vector<std::string> expected = foreign;
+  expected.push_back("settings.json");
+  EXPECT_THAT(names(), testing::UnorderedElementsAreArray(expected));
+}
+
+// None takes the file of another for the remains of the dead.
+TEST_F(Confutils, WritersAtTheSameTimeAllSucceed) {
+  constexpr int kWriters = 4;
+  constexpr int kTimes = 25;
+  std::atomic<int> failures = 0;
+  {
+    std::vector<std::jthread> writers;
+    for (int writer = 0; writer < kWriters; ++writer) {
+      writers.emplace_back([&, text = std::string(1000, static_cast<char>('a' + writer))] {
+        for (int i = 0; i < kTimes; ++i) {
+          failures += confutils_set_file_contents_with_sync(path_.c_str(), text.c_str(), -1,
+                                                            nullptr) == FALSE;
+        }
+      });
+    }
+  }
+  EXPECT_EQ(0, failures);
+  EXPECT_THAT(names(), ElementsAre("settings.json"));
+  const std::string last = contents(path_);
+  EXPECT_EQ(std::string(1000, last.at(0)), last);
 }
 
 TEST_F(Confutils, NobodyHasToTakeTheError) {

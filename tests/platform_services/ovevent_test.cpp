@@ -20,8 +20,12 @@
 
 namespace {
 
+using testing::AllOf;
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::IsEmpty;
+using testing::StartsWith;
+using testing::UnorderedElementsAre;
 
 struct SetFree {
   void operator()(OVEventKeyValueSet* set) const { ov_event_key_value_set_free(set); }
@@ -330,6 +334,24 @@ class EventHandlerTest : public testing::Test {
 
   bool unsubscribe(uint32_t id) {
     return ov_event_handler_unsubscribe(handler_.get(), id, nullptr) != FALSE;
+  }
+
+  // The service's calls, once it has had so many.
+  std::vector<std::string> callsOnceThereAre(std::size_t count) {
+    const auto deadline = std::chrono::steady_clock::now() + kLongEnough;
+    std::vector<std::string> calls = service_->calls();
+    while (calls.size() < count && std::chrono::steady_clock::now() < deadline) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+      calls = service_->calls();
+    }
+    return calls;
+  }
+
+  static std::string declarationOf(const char* topic, int value) {
+    const std::string printed = "[('topic0', 'tnsorva', [<'" + std::string(topic) +
+                                "'>], 0, '', '', ''), ('value', '', [<" + std::to_string(value) +
+                                ">], 0, '', '', '')]";
+    return "Declare " + printed + " stateful";
   }
 
   std::unique_ptr<EventService> service_;
@@ -677,6 +699,66 @@ TEST_F(EventHandlerTest, AServiceThatReturnsIsHeard) {
   id = declare(event("T", 0), true);
   send(id, event("T", 4), 40);
   EXPECT_THAT(listener.waitFor(1), ElementsAre("4@40"));
+}
+
+TEST_F(EventHandlerTest, AServiceThatReturnsIsToldEveryEventWithItsLastValues) {
+  const uint32_t kept = declare(event("T", 1));
+  const uint32_t dropped = declare(event("U", 2));
+  send(kept, event("T", 3), 30);
+  service_.reset();
+  send(kept, event("T", 4), 40);
+  EXPECT_TRUE(ov_event_handler_undeclare(handler_.get(), dropped, nullptr));
+  const uint32_t late = declare(event("V", 5));
+  service_ = std::make_unique<EventService>();
+  EXPECT_THAT(callsOnceThereAre(2),
+              UnorderedElementsAre(declarationOf("T", 4), declarationOf("V", 5)));
+  send(kept, event("T", 6), 60);
+  send(late, event("V", 7), 70);
+  EXPECT_THAT(service_->calls().back(), AllOf(StartsWith("Send "), EndsWith(" 70")));
+}
+
+TEST_F(EventHandlerTest, AServiceThatReturnsIsToldOnceWhoeverNoticesItFirst) {
+  const uint32_t id = declare(event("T", 1));
+  service_.reset();
+  service_ = std::make_unique<EventService>();
+  send(id, event("T", 2), 20);
+  // Whatever the main context has heard by now has been dealt with.
+  main_.invoke([] {});
+  std::vector<std::string> calls = service_->calls();
+  std::erase_if(calls, [](const std::string& call) { return !call.starts_with("Declare "); });
+  EXPECT_EQ(1U, calls.size());
+}
+
+TEST_F(EventHandlerTest, ASubscriptionIsToldTheStateOfAServiceThatReturns) {
+  const uint32_t id = declare(event("T", 1));
+  Listener listener;
+  subscribe(topicOnly("T"), listener);
+  EXPECT_THAT(listener.waitFor(1), ElementsAre("1@0"));
+  service_.reset();
+  send(id, event("T", 2), 20);
+  service_ = std::make_unique<EventService>();
+  EXPECT_THAT(listener.waitFor(2), ElementsAre("1@0", "2@0"));
+}
+
+TEST_F(EventHandlerTest, ALostBusIsFoundAgainAndTheServiceToldEverything) {
+  const uint32_t id = declare(event("T", 1));
+  Listener listener;
+  subscribe(topicOnly("T"), listener);
+  EXPECT_THAT(listener.waitFor(1), ElementsAre("1@0"));
+  service_.reset();
+  TestBus::restart();
+  send(id, event("T", 2), 20);
+  service_ = std::make_unique<EventService>();
+  EXPECT_THAT(callsOnceThereAre(1), ElementsAre(declarationOf("T", 2)));
+  EXPECT_THAT(listener.waitFor(2), ElementsAre("1@0", "2@0"));
+  send(id, event("T", 3), 30);
+  EXPECT_THAT(listener.waitFor(3), ElementsAre("1@0", "2@0", "3@30"));
+}
+
+TEST_F(EventHandlerTest, StatelessEventsThatNobodyHearsAreErrors) {
+  const uint32_t id = declare(event("T", 1), true);
+  service_.reset();
+  EXPECT_FALSE(ov_event_handler_send_event(handler_.get(), id, event("T", 2).get(), 20, nullptr));
 }
 
 TEST_F(EventHandlerTest, ASubscriptionWithoutTheServiceFails) {

@@ -233,6 +233,17 @@ TEST_F(PtzTolvaTest, CallsOfSeveralThreadsComeOneAfterTheOther) {
   EXPECT_THAT(service.openCalls(), Each(1));
 }
 
+TEST_F(PtzTolvaTest, ALostBusIsFoundWithoutAnotherInit) {
+  auto service = std::make_unique<PtzService>();
+  ASSERT_TRUE(ptztolva_init());
+  EXPECT_TRUE(move(1, 1, 0, 100, nullptr));
+  service.reset();
+  TestBus::restart();
+  EXPECT_FALSE(move(1, 1, 0, 100, nullptr));
+  service = std::make_unique<PtzService>();
+  EXPECT_TRUE(move(1, 1, 0, 100, nullptr));
+}
+
 TEST_F(PtzTolvaTest, AServiceThatReturnsIsFoundWithoutAnotherInit) {
   auto service = std::make_unique<PtzService>();
   ASSERT_TRUE(ptztolva_init());

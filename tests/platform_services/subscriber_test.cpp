@@ -248,6 +248,24 @@ TEST_F(SceneSubscriberTest, AQuietStreamIsNoDisconnection) {
   EXPECT_EQ(0, receiver_.disconnects());
 }
 
+TEST_F(SceneSubscriberTest, AFrameThatStallsEndsTheStream) {
+  for (const std::size_t sent : {std::size_t{3}, std::size_t{20}}) {  // in the head, in the payload
+    Receiver receiver;
+    // Long enough for the service of the test to answer, even on a busy machine.
+    SceneSubscriber hasty(path_, 0, kFormat, &receiver, std::chrono::milliseconds(2000));
+    listen(hasty);
+    std::future<Served> serving = service_.serve("OK\n");
+    ASSERT_EQ(0, hasty.subscribe());
+    const Served served = serving.get();
+    const Bytes whole = packet(sceneFrame(1));
+    served.send(whole);
+    receiver.waitForFrames(1);
+    served.send(Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(sent)));
+    receiver.waitForDisconnect();
+    EXPECT_EQ(1U, receiver.frames().size());
+  }
+}
+
 TEST_F(SceneSubscriberTest, ASocketThatMayNotBeUsedIsAPolicy) {
   std::filesystem::permissions(path_, std::filesystem::perms::none);
   const uid_t user = geteuid();

@@ -20,9 +20,18 @@ constexpr std::chrono::seconds kLongEnough{30};
 // Started with its first use; every system bus client of the process finds it.
 class TestBus {
  public:
-  static const char* address() {
-    static const DbusDaemon bus;
-    return bus.address();
+  static const char* address() { return daemon()->address(); }
+
+  // Ends the bus and starts another one; services on the old one are to be made anew.
+  static void restart() {
+    daemon().reset();
+    daemon() = std::make_unique<DbusDaemon>();
+  }
+
+ private:
+  static std::unique_ptr<DbusDaemon>& daemon() {
+    static auto bus = std::make_unique<DbusDaemon>();
+    return bus;
   }
 };
 

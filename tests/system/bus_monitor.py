@@ -7,7 +7,8 @@ import subprocess
 from journal import Journal
 
 # what: "declared", "sent" or "undeclared" (name: the event's; value: its data), "move" (value: a
-# Move), "home", or "sought" (name: the service that was looked for).
+# Move), "home", "sought" (name: the service that was looked for), "asked" (name: the parameter), or
+# "declaring" (name: the event's; before the event service has answered).
 Happening = collections.namedtuple("Happening", "what name value", defaults=(None, None))
 Move = collections.namedtuple("Move", "pan_kind pan tilt_kind tilt zoom_kind zoom speed")
 
@@ -16,6 +17,8 @@ CONTINUOUS = 3
 
 HEAD = re.compile(r"^(signal|method call|method return|error) time=")
 MEMBER = re.compile(r"member=(\w+)")
+ARGUMENT = re.compile(r"^ {3,}(string|variant|array|struct|dict entry|boolean|u?int\d+|double|byte|"
+                      r"object path|[\]})])")
 OPENINGS = ("[", "{", "(")
 CLOSINGS = ("]", "}", ")")
 NUMBERS = {"double": float, "boolean": lambda text: text == "true"}
@@ -78,6 +81,12 @@ class BusMonitor:
         self._names[number] = event_name(keys)
         yield Happening("declared", self._names[number], event_value(keys))
 
+    def _declaring(self, values):
+        yield Happening("declaring", event_name(values[0]))
+
+    def _ask(self, values):
+        yield Happening("asked", values[0])
+
     def _send(self, values):
         number, keys, _ = values
         yield Happening("sent", self._names.get(number), event_value(keys))
@@ -97,6 +106,8 @@ class BusMonitor:
 
 READERS = {
     ("signal", "Declared"): BusMonitor._declared,
+    ("method call", "Declare"): BusMonitor._declaring,
+    ("method call", "Get"): BusMonitor._ask,
     ("method call", "Send"): BusMonitor._send,
     ("method call", "Undeclare"): BusMonitor._undeclare,
     ("method call", "Move"): BusMonitor._move,
@@ -122,7 +133,7 @@ def values_of(lines):
     """The arguments of a message; arrays, structures and variants as lists and plain values."""
     levels = [[]]
     text = None
-    for line in lines:
+    for line, following in zip(lines, [*lines[1:], None]):
         if text is not None:
             text += line
         else:
@@ -131,8 +142,8 @@ def values_of(lines):
             if line.startswith('string "'):
                 text = line.removeprefix('string "') + "\n"
         if text is not None:
-            # A text may have several lines.
-            if text.endswith('"\n'):
+            # A text may have several lines, some of which end like it.
+            if text.endswith('"\n') and (following is None or ARGUMENT.match(following)):
                 levels[-1].append(text[:-2])
                 text = None
         elif line.endswith(OPENINGS):

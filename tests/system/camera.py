@@ -53,8 +53,12 @@ class CameraTest(unittest.TestCase):
         SETTINGS.write_text(self.settings, encoding="utf-8")
         BUS_SOCKET.parent.mkdir()
         pathlib.Path("/run/strata").mkdir()
-        subprocess.Popen(["dbus-daemon", f"--config-file={REPOSITORY}/device/bus/system.conf",
-                          "--nofork", "--nosyslog"])
+        self.start_bus()
+
+    def start_bus(self):
+        self.bus_process = subprocess.Popen(
+            ["dbus-daemon", f"--config-file={REPOSITORY}/device/bus/system.conf", "--nofork",
+             "--nosyslog"])
         wait_until(lambda: is_listening(BUS_SOCKET), "the message bus")
         self.bus = BusMonitor()
 
@@ -62,8 +66,8 @@ class CameraTest(unittest.TestCase):
         self.device = Device(*options)
         wait_until(lambda: is_listening(SUBSCRIBER_SOCKET), "the virtual device")
 
-    def start_daemon(self):
-        self.daemon = Daemon()
+    def start_daemon(self, *sandbox):
+        self.daemon = Daemon(*sandbox)
 
     def wait_for_attempts(self):
         """While the daemon waits for the scene source, it looks for the device again and again."""
@@ -98,10 +102,10 @@ class Device:
 
 
 class Daemon:
-    """The daemon, which detaches itself."""
+    """The daemon, which detaches itself; sandbox: a command that starts it elsewhere."""
 
-    def __init__(self):
-        subprocess.run([program("sentrelvideo")], check=True)
+    def __init__(self, *sandbox):
+        subprocess.run([*sandbox, program("sentrelvideo")], check=True)
         found = [pid for pid in children() if comm(pid) == "sentrelvideo"]
         assert len(found) == 1, f"daemons: {found}"
         self.pid = found[0]

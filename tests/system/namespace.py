@@ -45,4 +45,6 @@ def arguments(build):
             options += ["--ro-bind", entry, entry]
     for folder in (str(REPOSITORY), build):
         options += ["--ro-bind", folder, folder]
+    if reports := os.environ.get("SENTREL_SANITIZER_REPORTS"):
+        options += ["--bind", reports, reports]
     return [*options, "--chdir", str(REPOSITORY)]

@@ -4,10 +4,28 @@ Tests of classes with in_namespace set run inside a private mount and process na
 """
 
 import os
+import select
+import signal
 import sys
 import unittest
 
+import camera
 import namespace
+from journal import PATIENCE
+
+
+def end_processes():
+    for name in ("sentrelvideo", "virtual_device"):
+        for pid in camera.children():
+            if camera.comm(pid) == name and not end(pid):
+                sys.exit(f"{name} did not end")
+
+
+def end(pid):
+    descriptor = os.pidfd_open(pid)
+    os.kill(pid, signal.SIGTERM)
+    os.kill(pid, signal.SIGCONT)
+    return bool(select.select([descriptor], [], [], PATIENCE)[0])
 
 
 def main(build, name):
@@ -16,6 +34,8 @@ def main(build, name):
     if any(getattr(test, "in_namespace", False) for test in suite):
         namespace.enter(build)
     result = unittest.TextTestRunner(verbosity=2).run(suite)
+    if namespace.MARK in os.environ and "SENTREL_SANITIZER_REPORTS" in os.environ:
+        end_processes()  # memory that leaks is only seen at the end
     return 0 if result.wasSuccessful() and result.testsRun > 0 else 1
 
 

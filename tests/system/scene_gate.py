@@ -12,9 +12,9 @@ class SceneGate:
     """Passes everything on while it is open; takes the socket's place in the file system."""
 
     def __init__(self, path):
-        self._path = pathlib.Path(path)
-        self._behind = self._path.with_name(self._path.name + ".device")
-        os.rename(self._path, self._behind)
+        self.path = pathlib.Path(path)
+        self._behind = self.path.with_name(self.path.name + ".device")
+        os.rename(self.path, self._behind)
         self._lock = threading.Lock()
         self._listener = None
         self._connections = []
@@ -24,14 +24,14 @@ class SceneGate:
 
     def open(self):
         listener = socket.socket(socket.AF_UNIX, socket.SOCK_STREAM)
-        listener.bind(str(self._path))
+        listener.bind(str(self.path))
         listener.listen()
         self._listener = listener
         threading.Thread(target=self._accept, args=(listener,), daemon=True).start()
 
     def close(self):
         """The service is gone: nobody listens, and what was connected is cut off."""
-        self._path.unlink()
+        self.path.unlink()
         self._listener.shutdown(socket.SHUT_RDWR)
         self._listener.close()
         with self._lock:

@@ -2,15 +2,24 @@
 
 #include <utility>
 
+#include "bus/system_bus.h"
+
 namespace {
 
 constexpr int kTimeoutMs = 5000;
+constexpr int kSilentTimeoutMs = 500;
+constexpr const char* kBus = "org.freedesktop.DBus";
+constexpr const char* kBusPath = "/org/freedesktop/DBus";
+
+GVariantPtr callBus(GDBusConnection* bus, const char* method, const char* name, const char* reply,
+                    GError** error) {
+  return GVariantPtr(g_dbus_connection_call_sync(
+      bus, kBus, kBusPath, kBus, method, g_variant_new("(s)", name), G_VARIANT_TYPE(reply),
+      G_DBUS_CALL_FLAGS_NONE, kTimeoutMs, nullptr, error));
+}
 
 bool nameHasOwner(GDBusConnection* bus, const char* name, GError** error) {
-  const GVariantPtr reply(g_dbus_connection_call_sync(
-      bus, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "NameHasOwner",
-      g_variant_new("(s)", name), G_VARIANT_TYPE("(b)"), G_DBUS_CALL_FLAGS_NONE, kTimeoutMs,
-      nullptr, error));
+  const GVariantPtr reply = callBus(bus, "NameHasOwner", name, "(b)", error);
   if (!reply) return false;
   gboolean owned = FALSE;
   g_variant_get(reply.get(), "(b)", &owned);
@@ -28,20 +37,45 @@ ServiceClient::ServiceClient(GObjectPtr<GDBusConnection> connection, const char*
 
 std::unique_ptr<ServiceClient> ServiceClient::connect(const char* name, const char* path,
                                                       GError** error) {
-  GObjectPtr<GDBusConnection> bus(g_bus_get_sync(G_BUS_TYPE_SYSTEM, nullptr, error));
-  if (!bus) return nullptr;
-  // A lost bus is an error of the calls that need it, not the end of the application.
-  g_dbus_connection_set_exit_on_close(bus.get(), FALSE);
-  if (!nameHasOwner(bus.get(), name, error)) return nullptr;
+  GObjectPtr<GDBusConnection> bus = openSystemBus(error);
+  if (!bus || !nameHasOwner(bus.get(), name, error)) return nullptr;
   return std::unique_ptr<ServiceClient>(new ServiceClient(std::move(bus), name, path));
+}
+
+GObjectPtr<GDBusConnection> ServiceClient::bus(GError** error) const {
+  const std::scoped_lock lock(mutex_);
+  if (g_dbus_connection_is_closed(connection_.get())) {
+    GObjectPtr<GDBusConnection> opened = openSystemBus(error);
+    if (!opened) return nullptr;
+    connection_ = std::move(opened);
+  }
+  return GObjectPtr<GDBusConnection>(G_DBUS_CONNECTION(g_object_ref(connection_.get())));
+}
+
+std::string ServiceClient::owner(GDBusConnection* bus, GError** error) const {
+  const GVariantPtr reply = callBus(bus, "GetNameOwner", name(), "(s)", error);
+  const char* owner = "";
+  if (reply) g_variant_get(reply.get(), "(&s)", &owner);
+  return owner;
 }
 
 GVariantPtr ServiceClient::call(const char* method, GVariant* arguments, const char* reply,
                                 GError** error) const {
+  const GVariantPtr owned(arguments != nullptr ? g_variant_ref_sink(arguments) : nullptr);
+  const GObjectPtr<GDBusConnection> connection = bus(error);
+  if (!connection) return nullptr;
+  return callOwner(connection.get(), name_, method, owned.get(), reply, error);
+}
+
+GVariantPtr ServiceClient::callOwner(GDBusConnection* bus, const std::string& owner,
+                                     const char* method, GVariant* arguments, const char* reply,
+                                     GError** error) const {
   GError* failure = nullptr;
+  const int timeout = is_silent_ ? kSilentTimeoutMs : kTimeoutMs;
   GVariantPtr answer(g_dbus_connection_call_sync(
-      connection_.get(), name(), path(), name(), method, arguments, G_VARIANT_TYPE(reply),
-      G_DBUS_CALL_FLAGS_NO_AUTO_START, kTimeoutMs, nullptr, &failure));
+      bus, owner.c_str(), path(), name(), method, arguments, G_VARIANT_TYPE(reply),
+      G_DBUS_CALL_FLAGS_NO_AUTO_START, timeout, nullptr, &failure));
+  is_silent_ = g_error_matches(failure, G_IO_ERROR, G_IO_ERROR_TIMED_OUT) != FALSE;
   if (failure != nullptr) {
     g_dbus_error_strip_remote_error(failure);
     g_propagate_error(error, failure);
@@ -49,9 +83,10 @@ GVariantPtr ServiceClient::call(const char* method, GVariant* arguments, const c
   return answer;
 }
 
-void ServiceClient::callAsync(const char* method, GVariant* arguments, const char* reply,
-                              GAsyncReadyCallback done, void* user_data) const {
-  g_dbus_connection_call(connection_.get(), name(), path(), name(), method, arguments,
+void ServiceClient::callOwnerAsync(GDBusConnection* bus, const std::string& owner,
+                                   const char* method, GVariant* arguments, const char* reply,
+                                   GAsyncReadyCallback done, void* user_data) const {
+  g_dbus_connection_call(bus, owner.c_str(), path(), name(), method, arguments,
                          G_VARIANT_TYPE(reply), G_DBUS_CALL_FLAGS_NO_AUTO_START, kTimeoutMs,
                          nullptr, done, user_data);
 }

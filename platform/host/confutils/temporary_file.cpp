@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <stdlib.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -22,30 +23,42 @@ std::string folderOf(const std::filesystem::path& path) {
   return path.has_parent_path() ? path.parent_path().string() : ".";
 }
 
-std::string templateFor(const std::filesystem::path& path) {
-  return path.parent_path() / ("." + path.filename().string() + ".XXXXXX");
+// False where the file system has no locks.
+bool lockWhole(int folder) {
+  int result = 0;
+  do {
+    result = flock(folder, LOCK_EX);
+  } while (result != 0 && errno == EINTR);
+  return result == 0;
 }
 
-class Descriptor {
- public:
-  explicit Descriptor(int number) : number_(number) {}
-  ~Descriptor() {
-    if (number_ >= 0) close(number_);
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  int get() const { return number_; }
+constexpr std::string_view kRandomPart = "XXXXXX";
 
- private:
-  const int number_;
-};
+// What the names of all temporary files of a path begin with.
+std::string prefixFor(const std::filesystem::path& path) {
+  return "." + path.filename().string() + ".";
+}
+
+std::string templateFor(const std::filesystem::path& path) {
+  return path.parent_path() / (prefixFor(path) + std::string(kRandomPart));
+}
 
 }  // namespace
 
+TemporaryFile::Descriptor::~Descriptor() {
+  if (number_ >= 0) close(number_);
+}
+
 TemporaryFile::TemporaryFile(const std::string& path)
-    : path_(path), folder_(folderOf(path)), temporaryPath_(templateFor(path)) {
+    : path_(path),
+      folderPath_(folderOf(path)),
+      folder_(open(folderPath_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)),
+      temporaryPath_(templateFor(path)) {
+  check(folder_.get() >= 0, "Failed to open " + folderPath_);
+  // The lock ends with its process, however that ends: whatever is there now is nobody's.
+  if (lockWhole(folder_.get())) removeRemains();
   file_ = mkostemp(temporaryPath_.data(), O_CLOEXEC);
-  check(file_ >= 0, "Failed to create a file in " + folder_);
+  check(file_ >= 0, "Failed to create a file in " + folderPath_);
 }
 
 TemporaryFile::~TemporaryFile() {
@@ -66,13 +79,22 @@ void TemporaryFile::write(std::string_view contents) {
   }
 }
 
+void TemporaryFile::removeRemains() const {
+  const std::string prefix = prefixFor(path_);
+  std::error_code ignored;
+  for (const auto& entry : std::filesystem::directory_iterator(folderPath_, ignored)) {
+    const std::string name = entry.path().filename();
+    if (name.size() == prefix.size() + kRandomPart.size() && name.starts_with(prefix)) {
+      unlink(entry.path().c_str());
+    }
+  }
+}
+
 void TemporaryFile::replace() {
-  const Descriptor folder(open(folder_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  check(folder.get() >= 0, "Failed to open " + folder_);
   check(fsync(file_) == 0, "Failed to flush " + temporaryPath_);
   check(rename(temporaryPath_.c_str(), path_.c_str()) == 0, "Failed to replace " + path_);
   temporaryPath_.clear();
-  check(fsync(folder.get()) == 0, "Failed to flush " + folder_);
+  check(fsync(folder_.get()) == 0, "Failed to flush " + folderPath_);
 }
 
 }  // namespace confutils

@@ -12,7 +12,9 @@ namespace confutils {
 // throws std::system_error when the system refuses it.
 class TemporaryFile {
  public:
-  // Creates ".<name>.XXXXXX" beside the path, readable by the owner alone.
+  // Creates ".<name>.XXXXXX" beside the path, readable by the owner alone. One at a time in a
+  // folder: waits until no other thread or process has one there. What is left of those whose
+  // process died is removed.
   explicit TemporaryFile(const std::string& path);
   // Removes the file unless it has been put in place.
   ~TemporaryFile();
@@ -26,8 +28,23 @@ class TemporaryFile {
   void replace();
 
  private:
+  class Descriptor {
+   public:
+    explicit Descriptor(int number) : number_(number) {}
+    ~Descriptor();
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    int get() const { return number_; }
+
+   private:
+    const int number_;
+  };
+
+  void removeRemains() const;
+
   const std::string path_;
-  const std::string folder_;
+  const std::string folderPath_;
+  const Descriptor folder_;    // with the lock, where the file system has locks
   std::string temporaryPath_;  // empty once the file is in place
   int file_ = -1;
 };

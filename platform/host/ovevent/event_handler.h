@@ -3,24 +3,30 @@
 #define OVEVENT_EVENT_HANDLER_H
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
-#include <set>
+#include <string>
 
 #include "bus/service_client.h"
 #include "ovevent.h"
 #include "ovevent/event_keys.h"
 #include "ovevent/subscription.h"
 
-class EventHandler {
+// The service forgets a client whose connection ends, and everything when it ends itself. The
+// handler speaks with one owner of the service's name at a time and remembers what it has declared
+// there; a new owner is told everything anew. It is noticed on the main context, or by the first
+// call that the old one does not answer.
+class EventHandler : public std::enable_shared_from_this<EventHandler> {
  public:
   // Null, with *error set when error is not null, when there is no event service.
-  static std::unique_ptr<EventHandler> create(GError** error);
+  static std::shared_ptr<EventHandler> create(GError** error);
 
-  // Ends all subscriptions as unsubscribe() does, and undeclares what is left.
+  // Ends all subscriptions as unsubscribe() does, and undeclares what is left. The last call.
+  void shutDown();
+
   ~EventHandler();
-
   EventHandler(const EventHandler&) = delete;
   EventHandler& operator=(const EventHandler&) = delete;
 
@@ -35,20 +41,51 @@ class EventHandler {
  private:
   // The subscriptions outlive the handler for as long as a signal is on its way to them.
   class Subscriptions;
+  struct Signals;
+
+  struct Declaration {
+    EventKeys keys;  // with the values sent last
+    bool stateless = false;
+    std::uint32_t id = 0;  // at the service, 0 while it does not know the event
+  };
+
+  using MakeArguments = std::function<GVariant*()>;
 
   explicit EventHandler(std::unique_ptr<ServiceClient> service);
 
-  bool isDeclared(std::uint32_t declaration, GError** error) const;
-  void listenToSignals();
+  // All with calls_ held.
+  bool attach(GError** error);
+  void listenOn(GObjectPtr<GDBusConnection> bus);
+  void listenToSent();
+  void stopListening();
+  void detach();
+  bool tellEverything(GError** error);
+  bool tellDeclaration(Declaration& declaration, GError** error);
+  void askForPresentState(const std::shared_ptr<Subscription>& subscription);
+  GVariantPtr call(const char* method, const MakeArguments& arguments, const char* reply,
+                   GError** error);
+  void lookForBus();
+
+  // On the main context.
+  void ownerChanged();
+  void busLost(GDBusConnection* bus);
+  bool busFound();
 
   const std::unique_ptr<ServiceClient> service_;
   const std::shared_ptr<Subscriptions> subscriptions_;
 
   // Held over every call to the service. No callback is ever waited for under it.
   std::mutex calls_;
-  std::set<std::uint32_t> declarations_;
+  bool is_shut_down_ = false;
+  GObjectPtr<GDBusConnection> bus_;  // the one that is listened on
+  std::string owner_;                // of the service's name there, empty while it is away
+  std::map<std::uint32_t, Declaration> declarations_;  // by the ids that the application has
+  std::uint32_t last_declaration_ = 0;
   std::uint32_t last_subscription_ = 0;
-  guint signal_ = 0;
+  guint owner_signal_ = 0;
+  guint sent_signal_ = 0;
+  gulong closed_signal_ = 0;
+  bool is_looking_for_bus_ = false;
 };
 
 #endif

@@ -89,6 +89,12 @@ EventKey& EventKeys::at(std::string_view name, std::string_view name_space) {
   return keys_.emplace_back(std::move(key));
 }
 
+void EventKeys::update(const EventKeys& changes) {
+  for (const EventKey& change : changes.keys_) {
+    if (EventKey* key = find(change.name, change.name_space)) key->value = change.value;
+  }
+}
+
 bool EventKeys::match(const EventKeys& pattern) const {
   return std::all_of(pattern.keys_.begin(), pattern.keys_.end(), [&](const EventKey& wanted) {
     const EventKey* key = find(wanted.name, wanted.name_space);

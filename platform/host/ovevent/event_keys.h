@@ -32,6 +32,9 @@ class EventKeys {
   // The key, added at the end when it is absent.
   EventKey& at(std::string_view name, std::string_view name_space);
 
+  // Takes over the values of the keys that both have.
+  void update(const EventKeys& changes);
+
   // True when the event has all keys of the pattern with the same values; a key of the pattern
   // without a value asks for the key only.
   bool match(const EventKeys& pattern) const;

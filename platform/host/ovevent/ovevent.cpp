@@ -8,7 +8,7 @@
 #include "ovevent/types.h"
 
 struct OVEventHandler {
-  std::unique_ptr<EventHandler> handler;
+  std::shared_ptr<EventHandler> handler;
 };
 
 namespace {
@@ -195,11 +195,12 @@ void ov_event_free(OVEvent* event) {
 }
 
 OVEventHandler* ov_event_handler_new(void) {
-  std::unique_ptr<EventHandler> handler = EventHandler::create(nullptr);
+  std::shared_ptr<EventHandler> handler = EventHandler::create(nullptr);
   return handler ? new OVEventHandler{std::move(handler)} : nullptr;
 }
 
 void ov_event_handler_free(OVEventHandler* handler) {
+  if (handler != nullptr) handler->handler->shutDown();
   delete handler;
 }
 

@@ -128,9 +128,6 @@ int SceneSubscriber::openStream(FileDescriptor& stream) const {
     return VIDEO_SCENE_SUBSCRIBER_FAILED;
   }
   if (const int error = answerError(answer); error != 0) return error;
-  if (!local_socket::setTimeout(opened.get(), std::chrono::milliseconds(0))) {
-    return VIDEO_SCENE_SUBSCRIBER_FAILED;
-  }
   stream = std::move(opened);
   return VIDEO_SCENE_SUBSCRIBER_OK;
 }
@@ -153,10 +150,17 @@ void SceneSubscriber::run() {
   has_ended_ = true;
 }
 
-// False when the stream has ended or can no longer be understood.
+// False when the stream has ended, stalls within a frame or can no longer be understood.
 bool SceneSubscriber::readFrame() const {
   std::array<std::uint8_t, kFrameHeaderSize> header{};
-  if (!local_socket::receiveAll(stream_.get(), header)) return false;
+  const std::span<std::uint8_t> bytes(header);
+  // Frames may be as far apart as they like, but one that has begun is to end.
+  if (!local_socket::setTimeout(stream_.get(), std::chrono::milliseconds(0)) ||
+      !local_socket::receiveAll(stream_.get(), bytes.first(1)) ||
+      !local_socket::setTimeout(stream_.get(), answer_timeout_) ||
+      !local_socket::receiveAll(stream_.get(), bytes.subspan(1))) {
+    return false;
+  }
   const std::size_t length = lengthFrom(header);
   if (length > kMaxFrameSize) return false;
   std::unique_ptr<char, Free> frame(

@@ -30,7 +30,8 @@ class SceneSubscriber {
   enum Property : unsigned { kBoundingBox = 1, kPolygon = 2, kVelocity = 4, kLowConfident = 8 };
 
   // The format is judged by subscribe(). The service must answer a request within the time-out;
-  // frames may then be as far apart as they like.
+  // frames may then be as far apart as they like. A stream that stalls for the time-out within a
+  // frame counts as ended.
   SceneSubscriber(std::string socket_path, int channel, data_format_t format, void* user_data,
                   std::chrono::milliseconds answer_timeout = std::chrono::seconds(5));
 

@@ -99,6 +99,36 @@ TEST(AxisTest, speedZeroBrakesAsFastAsItCan) {
   EXPECT_NEAR(axis.position(), before + 12.5, 0.05);
 }
 
+// 20 deg/s at 400 deg/s2: 0.05 s and half a degree to full speed and as much to brake.
+TEST(AxisTest, aSpeedHoldsForItsTimeOnly) {
+  Axis axis(kTilt, -80);
+  axis.moveAt(20, 1);
+  axis.step(0.99);
+  EXPECT_NEAR(axis.velocity(), 20, 1e-9);
+  axis.step(0.07);
+  EXPECT_FALSE(axis.moving());
+  axis.step(1);
+  EXPECT_NEAR(axis.position(), -80 + 0.5 + 20 * 0.95 + 0.5, 0.05);
+}
+
+TEST(AxisTest, aSpeedThatIsRepeatedGoesOn) {
+  Axis axis(kTilt, -80);
+  for (int i = 0; i < 4; ++i) {
+    axis.moveAt(20, 1);
+    axis.step(0.9);
+  }
+  EXPECT_NEAR(axis.velocity(), 20, 1e-9);
+  EXPECT_NEAR(axis.position(), -80 + 0.5 + 20 * (4 * 0.9 - 0.05), 0.05);
+}
+
+TEST(AxisTest, theTimeOfASpeedDoesNotCutAWayShort) {
+  Axis axis(kTilt, 0);
+  axis.moveAt(20, 0.1);
+  axis.moveTo(-85, 100);
+  axis.step(3);
+  EXPECT_DOUBLE_EQ(axis.position(), -85);
+}
+
 TEST(AxisTest, noSpeedAboveItsOwn) {
   Axis axis(kPan, 0);
   axis.moveAt(1000);

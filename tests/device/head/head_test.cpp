@@ -146,6 +146,30 @@ TEST(HeadTest, panTurnsForEverAndTiltStops) {
   EXPECT_FALSE(head.status().tiltMoving);
 }
 
+TEST(HeadTest, standsStillWhenNobodyCommandsItAnyMore) {
+  HeadSetup setup = ordinaryHead();
+  setup.speedHold = 1;
+  Head head(setup);
+  head.command(goOn(40, -20, 30));
+  run(head, 1.0);
+  EXPECT_TRUE(head.status().panMoving && head.status().tiltMoving && head.status().zoomMoving);
+  run(head, 0.04 + 0.1 + 0.02);  // the latency, the braking of pan and zoom, two steps
+  EXPECT_FALSE(head.status().moving());
+}
+
+TEST(HeadTest, anAxisThatIsNotDrivenAnyMoreStandsStill) {
+  HeadSetup setup = ordinaryHead();
+  setup.speedHold = 1;
+  Head head(setup);
+  head.command(goOn(40, 40, 0));
+  for (int i = 0; i < 13; ++i) {
+    run(head, 0.1);
+    head.command({.pan = {MoveKind::Continuous, 40}, .tilt = {}, .zoom = {}});
+  }
+  EXPECT_TRUE(head.status().panMoving);
+  EXPECT_FALSE(head.status().tiltMoving);
+}
+
 TEST(HeadTest, zoomStaysOnItsScale) {
   Head head(ordinaryHead());
   head.command(goOn(0, 0, -100));

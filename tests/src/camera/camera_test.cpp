@@ -238,6 +238,25 @@ TEST_F(CameraTest, ALostTransportForgetsObjectsAndTellsGuards) {
   EXPECT_EQ(notes.take(), Texts({"a frame 200: 3/0"}));
 }
 
+TEST_F(CameraTest, ATimeThatIsSetBackIsALostTransport) {
+  constexpr std::int64_t START = 5000000;
+  insert("a", 1).showsAge = true;
+  camera.handleMoteData(FrameOf{.time = START, .ids = {3}}.make());
+  camera.handleMoteData(FrameOf{.time = START - 1000000, .ids = {3}}.make());
+  EXPECT_EQ(notes.take(), Texts({"a frame 5000000: 3/0", "a frame 4000000: 3/-1000000"}));
+  camera.handleMoteData(FrameOf{.time = START - 2000001, .ids = {3}}.make());
+  EXPECT_EQ(notes.take(), Texts({"a lost", "a frame 2999999: 3/0"}));
+}
+
+TEST_F(CameraTest, TheTimeBeginsAnewWithTheTransport) {
+  insert("a", 1).showsAge = true;
+  camera.handleMoteData(FrameOf{.time = 5000000, .ids = {3}}.make());
+  camera.handleTransportLoss();
+  notes.take();
+  camera.handleMoteData(FrameOf{.time = 100, .ids = {3}}.make());
+  EXPECT_EQ(notes.take(), Texts({"a frame 100: 3/0"}));
+}
+
 // ---- New configurations ----
 
 TEST_F(CameraTest, NewGuardsTakeThePlaceOfTheOld) {

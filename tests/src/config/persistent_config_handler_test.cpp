@@ -1,7 +1,10 @@
 #include "config/persistent_config_handler.h"
 
 #include <gtest/gtest.h>
+#include <syslog.h>
 
+#include <chrono>
+#include <filesystem>
 #include <string>
 
 #include "config/json_auto_ptr.h"
@@ -84,6 +87,55 @@ TEST_F(PersistentConfigHandlerTest, AFailedSaveLeavesTheOldFile) {
   EXPECT_FALSE(PersistentConfigHandler::save(nullptr, path));
   EXPECT_EQ(readText(path), "{\"old\": true}");
   EXPECT_FALSE(log.lines().empty());
+}
+
+TEST_F(PersistentConfigHandlerTest, ARefusedDocumentIsKeptAsideByteByByteAndStaysInPlace) {
+  const std::string text("{\"params\": {\0\xff", 14);
+  writeText(path, text);
+  EXPECT_TRUE(PersistentConfigHandler::keepAside(path));
+  EXPECT_EQ(readText(path), text);
+  EXPECT_EQ(readText(path + ".refused"), text);
+  EXPECT_EQ(folder.fileCount(), 2);
+  EXPECT_EQ(log.count(LOG_ERR, "The configuration in " + path + " was refused, a copy is kept in " +
+                                   path + ".refused\n"),
+            1);
+  EXPECT_EQ(log.lines().size(), 1U);
+}
+
+TEST_F(PersistentConfigHandlerTest, ARefusedDocumentOutlivesTheNextSave) {
+  writeText(path, "{\"made by hand\"");
+  EXPECT_TRUE(PersistentConfigHandler::keepAside(path));
+  const JsonAutoPtr document(json_object());
+  EXPECT_TRUE(PersistentConfigHandler::save(document.get(), path));
+  EXPECT_EQ(readText(path), "{}");
+  EXPECT_EQ(readText(path + ".refused"), "{\"made by hand\"");
+}
+
+TEST_F(PersistentConfigHandlerTest, TheDocumentRefusedLastIsTheOneThatIsKept) {
+  writeText(path, "first");
+  EXPECT_TRUE(PersistentConfigHandler::keepAside(path));
+  writeText(path, "second");
+  EXPECT_TRUE(PersistentConfigHandler::keepAside(path));
+  EXPECT_EQ(readText(path + ".refused"), "second");
+}
+
+TEST_F(PersistentConfigHandlerTest, ACopyThatIsThereIsNotWrittenAgain) {
+  writeText(path, "text");
+  EXPECT_TRUE(PersistentConfigHandler::keepAside(path));
+  const auto then = std::filesystem::file_time_type(std::chrono::seconds(1));
+  std::filesystem::last_write_time(path + ".refused", then);
+  EXPECT_TRUE(PersistentConfigHandler::keepAside(path));
+  EXPECT_EQ(std::filesystem::last_write_time(path + ".refused"), then);
+  EXPECT_EQ(log.lines().size(), 2U) << "it says so at every start";
+}
+
+TEST_F(PersistentConfigHandlerTest, ACopyThatCannotBeMadeIsLogged) {
+  writeText(path, "text");
+  std::filesystem::create_directory(path + ".refused");
+  EXPECT_FALSE(PersistentConfigHandler::keepAside(path));
+  EXPECT_FALSE(PersistentConfigHandler::keepAside(folder.path("missing.json")));
+  EXPECT_EQ(log.lines().size(), 2U);
+  EXPECT_EQ(readText(path), "text");
 }
 
 TEST_F(PersistentConfigHandlerTest, TheStatusIsThatOfTheParams) {

@@ -24,12 +24,12 @@ class FovTest : public testing::Test {
     g_variant_unref(value);
   }
 
-  FakeLens lens;
+  std::unique_ptr<FakeLens> lens = std::make_unique<FakeLens>();
   const LogCapture log;
 };
 
 TEST_F(FovTest, TakesWhatTheLensPublishesWhenMade) {
-  lens.set(0, 92.5, 54.25, 270);
+  lens->set(0, 92.5, 54.25, 270);
   const Fov fov(0);
   EXPECT_DOUBLE_EQ(fov.getHorizontalFov(), 92.5);
   EXPECT_DOUBLE_EQ(fov.getVerticalFov(), 54.25);
@@ -38,8 +38,8 @@ TEST_F(FovTest, TakesWhatTheLensPublishesWhenMade) {
 }
 
 TEST_F(FovTest, EveryChannelHasItsOwnLens) {
-  lens.set(0, 90.0, 50.0, 0);
-  lens.set(3, 60.0, 40.0, 180);
+  lens->set(0, 90.0, 50.0, 0);
+  lens->set(3, 60.0, 40.0, 180);
   const Fov fov(3);
   EXPECT_DOUBLE_EQ(fov.getHorizontalFov(), 60.0);
   EXPECT_DOUBLE_EQ(fov.getVerticalFov(), 40.0);
@@ -54,19 +54,29 @@ TEST_F(FovTest, KnowsNothingWithoutALens) {
 }
 
 TEST_F(FovTest, FollowsChanges) {
-  lens.set(0, 90.0, 50.0, 0);
+  lens->set(0, 90.0, 50.0, 0);
   const Fov fov(0);
-  lens.set(0, 45.0, 25.0, 90);
+  lens->set(0, 45.0, 25.0, 90);
   EXPECT_TRUE(iterateUntil([&] { return fov.getSensorRotation() == 90; }));
   EXPECT_DOUBLE_EQ(fov.getHorizontalFov(), 45.0);
   EXPECT_DOUBLE_EQ(fov.getVerticalFov(), 25.0);
 }
 
+TEST_F(FovTest, TakesTheValuesOfAServiceThatComesLate) {
+  lens.reset();
+  const Fov fov(0);
+  EXPECT_EQ(fov.getHorizontalFov(), 0.0);
+  lens = std::make_unique<FakeLens>();
+  lens->set(0, 92.5, 54.25, 90);
+  EXPECT_TRUE(iterateUntil([&] { return fov.getSensorRotation() == 90; }));
+  EXPECT_DOUBLE_EQ(fov.getHorizontalFov(), 92.5);
+}
+
 TEST_F(FovTest, ChangesAfterItsEndReachNobody) {
-  lens.set(0, 90.0, 50.0, 0);
+  lens->set(0, 90.0, 50.0, 0);
   const Fov watcher(0);
   auto fov = std::make_unique<Fov>(0);
-  lens.set(0, 45.0, 25.0, 90);
+  lens->set(0, 45.0, 25.0, 90);
   fov.reset();
   EXPECT_TRUE(iterateUntil([&] { return watcher.getSensorRotation() == 90; }));
 }

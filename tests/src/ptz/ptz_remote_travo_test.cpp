@@ -287,6 +287,15 @@ TEST_F(PtzRemoteTravoTest, FieldAnglesMayHaveDecimals) {
   EXPECT_DOUBLE_EQ(degrees, 63.45);
 }
 
+TEST_F(PtzRemoteTravoTest, AFieldAngleThatIsNoNumberIsNotTaken) {
+  for (const char* value : {"nan", "inf", "-inf", "1e999"}) {
+    head.setParameter(MAX_ANGLE, value);
+    double degrees = -7.0;
+    EXPECT_FALSE(link.getMaxFieldAngle(degrees)) << value;
+    EXPECT_EQ(degrees, -7.0) << value;
+  }
+}
+
 TEST_F(PtzRemoteTravoTest, ZoomLimits) {
   head.setParameter("PTZ.Limit.L1.MinZoom", "1");
   head.setParameter("PTZ.Limit.L1.MaxZoom", "9999");

@@ -1,0 +1,298 @@
+"""The head, its services and the message bus break: what the daemon does, what becomes of the head,
+and how all recovers.
+
+A head that nobody commands any more stands still by itself, a second after the last command; then it
+has to stand for as long as the fault lasts.
+"""
+
+import json
+import signal
+import time
+
+from bus_gate import BusGate, answering, daemon_options, fail, hang, marshal, vanish
+from camera import SETTINGS
+from fault_fixture import FaultTest, alarm
+from frame_gate import FrameGate
+from head_gate import (HeadGate, byte_by_byte, cut_short, not_ready, once_for_each_connection,
+                       whole)
+from scene_frames import Walker, encode, packed
+from web import Web, topic_of
+
+PTZ = "com.orva.PTZService"
+LENS = "com.orva.M12LensSelectionFov"
+FAULT = 30  # seconds
+SHORT_FAULT = 5
+ATTEMPTS = 4  # of the daemon to connect to the head
+
+LEAST_PAN = 3.0  # degrees: the head looks at somebody on the right of the picture
+RIGHT_HALF = (1500, 3000)  # Q12
+
+
+class HeadFaultTest(FaultTest):
+    model = "default"
+    watched = 1
+
+    def setUp(self):
+        super().setUp()
+        self.bus_gate = BusGate()
+
+    def start_daemon(self, *options):
+        super().start_daemon(*daemon_options(), *options)
+
+    def watch_head(self):
+        self.live = self.web.follow("/live")
+        self.wait_for_head(True)
+
+    def wait_for_head(self, moving, start=0):
+        return self.live.journal.wait_for(
+            lambda message: message.kind == "head" and message.data["moving"] == moving,
+            "a head that moves" if moving else "a head that stands", start)
+
+    def follow(self):
+        self.start_scenes()
+        self.start_following()
+        self.watch_head()
+
+    def wait_until_head_stands(self, what, start, since):
+        stood = self.wait_for_head(False, start)
+        self.tell(f"{what}: head stood after", since)
+        return stood
+
+    def assert_head_stood(self, start):
+        moved = [message for message in self.live.journal.entries(start)
+                 if message.kind == "head" and message.data["moving"]]
+        self.assertEqual([], moved)
+
+    def wait_until_head_follows(self, what, start, since):
+        self.wait_for_head(True, start)
+        self.tell(f"{what}: head followed again after", since)
+
+    # ---- The PTZ service ----
+
+    def break_ptz_service(self, what, fault, seconds):
+        self.follow()
+        start, since = len(self.live.journal), time.monotonic()
+        self.bus_gate.break_service(PTZ, fault)
+        stood = self.wait_until_head_stands(what, start, since)
+        position = len(self.bus.journal)
+        while time.monotonic() < since + seconds:
+            self.assert_daemon_is_well()
+            time.sleep(1)
+        self.assert_head_stood(stood)
+        # All but the head goes on: who leaves ends the alarm, who comes raises it.
+        self.gate.sources[1] = lambda: packed(encode([], deleted=[1]))
+        ended = self.wait_for_alarm(1, False, start=position)
+        self.gate.sources[1] = self.walkers[1]
+        self.wait_for_alarm(1, True, start=ended)
+        start, since = len(self.live.journal), time.monotonic()
+        self.bus_gate.mend_service(PTZ)
+        self.wait_until_head_follows(what, start, since)
+        self.end_well()
+
+    def test_ptz_service_that_answers_errors(self):
+        self.break_ptz_service("PTZ service answered errors", fail, FAULT)
+
+    def test_ptz_service_that_hangs(self):
+        self.break_ptz_service("PTZ service hung", hang, FAULT)
+
+    def test_ptz_service_that_hangs_does_not_keep_the_daemon_from_its_end(self):
+        self.follow()
+        start, since = len(self.live.journal), time.monotonic()
+        self.bus_gate.break_service(PTZ, hang)
+        self.wait_until_head_stands("PTZ service hung", start, since)
+        self.assert_daemon_is_well()
+        since = time.monotonic()
+        self.assertEqual(0, self.daemon.end())
+        self.tell("PTZ service hung: SIGTERM took", since)
+
+    def test_ptz_service_that_vanishes_and_returns(self):
+        self.break_ptz_service("PTZ service vanished", vanish, SHORT_FAULT)
+
+    def test_ptz_service_that_is_not_there_at_start_is_waited_for(self):
+        self.bus_gate.break_service(PTZ, vanish)
+        self.start_scenes()
+        self.start_daemon()
+        self.wait_for_alarm(1, True)
+        self.bus_gate.calls.wait_for(lambda _: len(self.bus_gate.calls) >= ATTEMPTS,
+                                     "the daemon's attempts")
+        self.assertEqual({"stopped", "connecting"}, set(self.bus.states()))
+        since = time.monotonic()
+        self.bus_gate.mend_service(PTZ)
+        self.bus.wait_for("sent", "isSentreling", True)
+        self.tell("PTZ service came late: head followed after", since)
+        self.assertEqual(0, self.daemon.end())
+
+    # ---- The message bus ----
+
+    def wait_until_forgotten(self, event, start):
+        """The device undeclares the events of a client that has left the bus."""
+        self.live.journal.wait_for(
+            lambda message: message.kind == "undeclared" and
+            topic_of(message.data).endswith("/" + event), f"the end of {event}", start)
+
+    def test_bus_that_is_lost_and_found_again(self):
+        self.follow()
+        self.lose_and_find_bus()
+        # A lost connection is kept until somebody needs a new one, but only one.
+        resources = self.resources()
+        self.lose_and_find_bus()
+        self.wait_for_no_more_than(resources)
+        self.end_well()
+
+    def lose_and_find_bus(self):
+        start, since = len(self.live.journal), time.monotonic()
+        self.bus_gate.close()
+        self.wait_until_forgotten(alarm(1), start)
+        stood = self.wait_until_head_stands("bus lost", start, since)
+        # Who leaves meanwhile has left afterwards.
+        self.gate.sources[1] = lambda: packed(encode([], deleted=[1]))
+        while time.monotonic() < since + SHORT_FAULT:
+            self.assert_daemon_is_well()
+            time.sleep(1)
+        self.assert_head_stood(stood)
+        position, since = len(self.bus.journal), time.monotonic()
+        self.bus_gate.open()
+        for name in (alarm(1), "Camera1ProfileANY"):
+            self.bus.wait_for("declared", name, False, start=position)
+        self.bus.wait_for("declared", "state", "running", start=position)
+        self.tell("bus found: events declared again after", since)
+        start, since = len(self.live.journal), time.monotonic()
+        self.gate.sources[1] = self.walkers[1]
+        for name in (alarm(1), "Camera1ProfileANY"):
+            self.bus.wait_for("sent", name, True, start=position)
+        self.wait_until_head_follows("bus found, somebody came", start, since)
+
+    def test_bus_that_restarts_with_all_its_services(self):
+        self.start_scenes()
+        self.start_following()
+        self.gate.close()
+        self.device.end()
+        self.bus_process.terminate()
+        self.bus_process.wait()
+        self.start_bus()
+        since = time.monotonic()
+        self.start_device("--model", self.model, "--head-boot", "0", "--port", "0")
+        self.gate = FrameGate(self.gate.path, self.walkers)
+        self.bus.wait_for("declared", "state", "running")
+        self.tell("bus and services restarted: events declared after", since)
+        for name in (alarm(1), "Camera1ProfileANY"):
+            self.bus.wait_for("sent", name, True)
+        self.bus.wait_for_move(lambda move: move.pan != 0, "a move of the head")
+        self.tell("bus and services restarted: head followed after", since)
+        self.web = Web(self.device)
+        self.end_well()
+
+    # ---- The daemon that commands the head ----
+
+    def test_head_stands_when_the_daemon_is_killed(self):
+        self.follow()
+        start, since = len(self.live.journal), time.monotonic()
+        self.daemon.send(signal.SIGKILL)
+        stood = self.wait_until_head_stands("daemon killed", start, since)
+        self.assertEqual(-signal.SIGKILL, self.daemon.wait())
+        position = len(self.bus.journal)
+        self.wait_until_forgotten("state", start)
+        self.assert_head_stood(stood)
+        self.start_daemon()
+        self.bus.wait_for("sent", "isSentreling", True, start=position)
+        self.assertEqual(0, self.daemon.end())
+
+    def test_head_stands_when_the_daemon_hangs(self):
+        self.follow()
+        start, since = len(self.live.journal), time.monotonic()
+        self.daemon.send(signal.SIGSTOP)
+        self.wait_until_head_stands("daemon hung", start, since)
+        start, since = len(self.live.journal), time.monotonic()
+        self.daemon.send(signal.SIGCONT)
+        self.wait_until_head_follows("daemon hung", start, since)
+        self.end_well()
+
+    # ---- The channel to the remote head ----
+
+    def connect_over(self, way):
+        """The head's answers are spoilt from the start on."""
+        self.start_scenes()
+        self.head_gate = HeadGate(way)
+        self.start_daemon()
+        self.wait_for_alarm(1, True)
+        self.head_gate.answers.wait_for(lambda _: len(self.head_gate.answers) >= ATTEMPTS,
+                                        "the daemon's questions")
+
+    def mend_channel(self, what):
+        self.assertEqual({"stopped", "connecting"}, set(self.bus.states()))
+        since = time.monotonic()
+        self.head_gate.way = whole
+        self.bus.wait_for("sent", "isSentreling", True)
+        self.tell(f"{what}: head followed after", since)
+        self.assert_head_is_known()
+
+    def assert_head_is_known(self):
+        """As what it was tuned for; nothing half-read was taken for its name."""
+        self.assertEqual(["stopped", "connecting", "running"], self.bus.states())
+        settings = json.loads(SETTINGS.read_text(encoding="utf-8"))
+        self.assertEqual("TRK-100", settings["camera_name"])
+        self.assertEqual(0, self.daemon.end())
+
+    def test_head_that_is_not_ready_is_asked_again(self):
+        self.connect_over(not_ready)
+        self.device.wait_for_log("Received non valid response. PTZ camera connection not ready.")
+        self.mend_channel("head not ready")
+
+    def test_head_whose_answers_are_cut_is_asked_again(self):
+        self.connect_over(cut_short)
+        self.device.wait_for_log("Failed to find substring!")
+        self.mend_channel("answers cut")
+
+    def test_head_that_answers_byte_by_byte_is_asked_again(self):
+        self.connect_over(byte_by_byte)
+        self.device.wait_for_log("Failed to find substring!")
+        self.mend_channel("answers byte by byte")
+
+    def test_head_that_closes_after_each_answer_is_connected(self):
+        self.connect_over(once_for_each_connection)
+        self.bus.wait_for("sent", "isSentreling", True)
+        self.assertGreaterEqual(len(self.head_gate.arrivals), 8)
+        self.assert_head_is_known()
+
+    # ---- The lens ----
+
+    def aim_right(self):
+        """Somebody walks on the right only, who is not there before the lens is known."""
+        self.gate.sources[1] = Walker(9, *RIGHT_HALF)
+
+    def wait_until_head_looks_right(self, what, since):
+        self.live.journal.wait_for(
+            lambda message: message.kind == "head" and message.data["pan"] > LEAST_PAN,
+            "a head that looks to the right")
+        self.tell(f"{what}: head aimed right after", since)
+
+    def start_with_lens(self, fault):
+        self.bus_gate.break_service(LENS, fault)
+        self.start_scenes()
+        self.aim_right()
+        begun = time.monotonic()
+        self.start_following()
+        self.tell("first alarm and movement after the daemon's start", begun)
+        self.live = self.web.follow("/live")
+
+    def test_lens_that_answers_late_is_taken_late(self):
+        self.start_with_lens(hang)
+        self.assertIn((LENS, "GetAll"), self.bus_gate.calls.entries())
+        since = time.monotonic()
+        self.bus_gate.mend_service(LENS)
+        self.wait_until_head_looks_right("lens late", since)
+        self.end_well()
+
+    def test_lens_with_wrong_types_is_refused_until_they_are_right(self):
+        wrong = [("OpticsWideHFoV", "s", "27"), ("OpticsWideVFoV", "i", 15),
+                 ("SensorRotation", "u", 90)]
+        self.start_with_lens(answering("a{sv}", marshal("a{sv}", wrong)))
+        for name, _, _ in wrong:
+            self.device.wait_for_log(f"channel 0: bad type for {name}")
+        since = time.monotonic()
+        self.bus_gate.mend_service(LENS)
+        # Right ones are told anew by a service that returns, here with its bus.
+        self.bus_gate.close()
+        self.bus_gate.open()
+        self.wait_until_head_looks_right("lens wrong, then right", since)
+        self.end_well()
