@@ -6,3 +6,7 @@ if(SENTREL_SANITIZE)
                       -fno-sanitize-recover=undefined -g)
   add_link_options(-fsanitize=${SENTREL_SANITIZE})
 endif()
+if(SENTREL_FUZZ)
+  # Everything reports which of its branches an input reaches.
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()

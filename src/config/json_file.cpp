@@ -8,6 +8,7 @@
 #include <memory>
 
 #include "config/constants.h"
+#include "config/json_auto_ptr.h"
 
 namespace {
 
@@ -15,11 +16,16 @@ struct Free {
   void operator()(char* text) const { std::free(text); }
 };
 
+// Rounding the largest reals up gives numbers beyond all reals, which no reader takes.
+bool isReadable(const char* text) {
+  return static_cast<bool>(JsonAutoPtr(json_loads(text, 0, nullptr)));
+}
+
 }  // namespace
 
 JsonFileResult_e writeJsonFile(const std::string& path, const json_t* document) {
   const std::unique_ptr<char, Free> text(json_dumps(document, constants::JSON_DUMP_FLAGS));
-  if (text == nullptr) {
+  if (text == nullptr || !isReadable(text.get())) {
     return JsonFileResult_e::notSerialised;
   }
   GError* error = nullptr;

@@ -7,7 +7,7 @@
 
 enum class JsonFileResult_e {
   written,
-  notSerialised,  // the document has no text; not logged
+  notSerialised,  // the document has no text that could be read again; not logged
   notWritten      // logged
 };
 

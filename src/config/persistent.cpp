@@ -4,6 +4,7 @@
 #include <syslog.h>
 
 #include <initializer_list>
+#include <utility>
 
 #include "config/constants.h"
 #include "config/json_auto_ptr.h"
@@ -42,9 +43,11 @@ bool readBool(const char* key) {
   return value != 0;
 }
 
+// What no int can hold is no value.
 int readInt(const char* key, int defaultValue) {
-  readKey(loadSettings(), "{s:i}", key, defaultValue);
-  return defaultValue;
+  json_int_t value = defaultValue;
+  readKey(loadSettings(), "{s:I}", key, value);
+  return std::in_range<int>(value) ? static_cast<int>(value) : defaultValue;
 }
 
 struct Member {

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
+
 #include "config/json_auto_ptr.h"
 #include "fakes/log_capture.h"
 #include "src/config/json_memory.h"
@@ -50,6 +52,18 @@ TEST_F(JsonFileTest, ADocumentThatCannotBeSerialisedLeavesTheOldFile) {
   writeText(path, "old");
   EXPECT_EQ(writeJsonFile(path, nullptr), JsonFileResult_e::notSerialised);
   EXPECT_EQ(readText(path), "old");
+}
+
+// 1.7976931348623157e308 is rounded to 1.798e308, which is beyond the largest real.
+TEST_F(JsonFileTest, ARealThatRoundingTakesBeyondAllRealsLeavesTheOldFile) {
+  writeText(path, "old");
+  for (const double value : {std::numeric_limits<double>::max(), -1.7976e308}) {
+    const JsonAutoPtr document(json_pack("{s:[f]}", "a", value));
+    EXPECT_EQ(writeJsonFile(path, document.get()), JsonFileResult_e::notSerialised);
+    EXPECT_EQ(readText(path), "old");
+  }
+  const JsonAutoPtr document(json_pack("{s:f}", "a", 1.797e308));
+  EXPECT_EQ(writeJsonFile(path, document.get()), JsonFileResult_e::written);
 }
 
 TEST_F(JsonFileTest, RunningOutOfMemoryLeavesTheOldFile) {

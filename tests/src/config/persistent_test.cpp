@@ -121,6 +121,15 @@ TEST_F(PersistentTest, ARealIsNoInteger) {
   EXPECT_EQ(Persistent::getReturnToHomeTimeout(), 5);
 }
 
+TEST_F(PersistentTest, SecondsThatNoIntegerOf32BitsHoldsAreNone) {
+  write(R"({"time_per_object":4294967306,"return_to_home_timeout":-2147483649})");
+  EXPECT_EQ(Persistent::getTimePerObject(), 5);
+  EXPECT_EQ(Persistent::getReturnToHomeTimeout(), 5);
+  write(R"({"time_per_object":2147483647,"return_to_home_timeout":-2147483648})");
+  EXPECT_EQ(Persistent::getTimePerObject(), 2147483647);
+  EXPECT_EQ(Persistent::getReturnToHomeTimeout(), -2147483648);
+}
+
 TEST_F(PersistentTest, AnIntegerIsNoReal) {
   write(R"({"pan_kp": 2, "tilt_kd": 2, "zoom_correction": 2})");
   EXPECT_EQ(panGains()[0], 1.0);

@@ -1,0 +1,229 @@
+// What the PTZ head replies to requests for its parameters, in any pieces.
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cmath>
+#include <cstdint>
+#include <cstdlib>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "fakes/log_capture.h"
+#include "fuzz/fake_bus.h"
+#include "fuzz/fake_sockets.h"
+#include "fuzz/input.h"
+#include "fuzz/require.h"
+#include "ptz/ptz_remote_travo.h"
+
+namespace {
+
+using fuzz::require;
+using Kind = SocketCall::Kind;
+using Result = SocketCall::Result;
+
+constexpr std::size_t LONGEST_READ = 255;
+constexpr int MOST_QUESTIONS = 6;
+
+// What the link must have made of the calls that it made, by the rules of the protocol.
+class Protocol {
+ public:
+  explicit Protocol(bool canOpen) : canOpen_(canOpen) {}
+
+  void setCalls(std::vector<SocketCall> calls) {
+    calls_ = std::move(calls);
+    position_ = 0;
+  }
+
+  // The value of a parameter that is asked for next.
+  std::optional<std::string> ask(const std::string& name) {
+    if (!send("GET orva-cgi/param.cgi?action=list&group=" + name + " 1\n")) return std::nullopt;
+    std::optional<std::string> reply = receive();
+    if (!reply) return std::nullopt;
+    if (reply->find(name) == std::string::npos) {
+      if (reply->find("0 0") != std::string::npos || !isOpen_) return std::nullopt;
+      reply = receive();
+    }
+    const std::size_t found = reply ? reply->rfind(name) : std::string::npos;
+    if (found == std::string::npos) return std::nullopt;
+    const std::size_t equals = reply->rfind('=');
+    if (equals == std::string::npos || equals < found) return std::nullopt;
+    std::string value = reply->substr(equals + 1);
+    value = value.substr(0, value.find('\n'));
+    if (value.ends_with('\r')) value.pop_back();
+    return value;
+  }
+
+  void finish() const { require(position_ == calls_.size(), "nothing more is read or sent"); }
+
+ private:
+  const SocketCall& next(Kind kind) {
+    require(position_ < calls_.size() && calls_[position_].kind == kind, "calls are as they must");
+    return calls_[position_++];
+  }
+
+  bool send(const std::string& line) {
+    for (int attempt = 0; attempt < 2; ++attempt) {
+      if (!isOpen_ && (!canOpen_ || next(Kind::connect).result != Result::done)) return false;
+      const SocketCall& call = next(Kind::send);
+      require(call.bytes == line, "the request is one line", call.bytes);
+      isOpen_ = call.result == Result::done;
+      if (isOpen_) return true;
+    }
+    return false;
+  }
+
+  // The text of one read, which ends at a zero.
+  std::optional<std::string> receive() {
+    const SocketCall* call = nullptr;
+    do {
+      call = &next(Kind::receive);
+      require(call->asked <= LONGEST_READ, "a read takes at most 255 bytes");
+    } while (call->result == Result::interrupted);
+    isOpen_ = call->result == Result::done && !call->bytes.empty();
+    if (call->result == Result::failed) return std::nullopt;
+    return call->bytes.substr(0, call->bytes.find('\0'));
+  }
+
+  const bool canOpen_;
+  bool isOpen_ = false;
+  std::vector<SocketCall> calls_;
+  std::size_t position_ = 0;
+};
+
+long long integerOf(const std::string& text) {
+  return std::strtoll(text.c_str(), nullptr, 10);
+}
+
+bool fitsInt(long long value) {
+  return value >= INT32_MIN && value <= INT32_MAX;
+}
+
+// "A:B" or "AxB"; 0 when it is neither.
+double ratioOf(const std::string& text, char separator) {
+  const std::size_t position = text.find(separator);
+  if (position == std::string::npos) return 0;
+  const long long divisor = integerOf(text.substr(position + 1));
+  return divisor == 0 ? 0 : static_cast<double>(integerOf(text)) / static_cast<double>(divisor);
+}
+
+double expectedRatio(Protocol& protocol) {
+  const auto sensor = protocol.ask("ImageSource.I0.Sensor.AspectRatio");
+  const std::string resolution = protocol.ask("Image.I0.Appearance.Resolution").value_or("");
+  const std::string type = protocol.ask("ImageSource.I0.Video.DetectedType").value_or("");
+  if (sensor && !sensor->empty()) return ratioOf(*sensor, ':');
+  const double ratio = ratioOf(resolution, 'x');
+  if (std::fabs(ratio) >= 0.001) return ratio;
+  const bool isAnalog = type == "pal" || type == "PAL" || type == "ntsc" || type == "NTSC";
+  return isAnalog ? 1.3333333730697632 : 1.0;
+}
+
+// Asks the link and the rules the same question.
+class Questioner {
+ public:
+  Questioner(PtzRemoteTravo& link, FakeSockets& sockets, bool canOpen)
+      : link_(link), sockets_(sockets), protocol_(canOpen) {}
+
+  void ask(int question) {
+    switch (question) {
+      case 0:
+        return askNumber();
+      case 1:
+        return askAngle("PTZ.Limit.L1.MinFieldAngle", &PtzRemoteTravo::getMinFieldAngle);
+      case 2:
+        return askAngle("PTZ.Limit.L1.MaxFieldAngle", &PtzRemoteTravo::getMaxFieldAngle);
+      case 3:
+        return askZoom("PTZ.Limit.L1.MinZoom", &PtzRemoteTravo::getMinZoom);
+      case 4:
+        return askZoom("PTZ.Limit.L1.MaxZoom", &PtzRemoteTravo::getMaxZoom);
+      default:
+        return askRatio();
+    }
+  }
+
+ private:
+  void askNumber() {
+    std::string number = "untouched";
+    const bool isKnown = link_.getProdNbr(number);
+    const auto expected = expect("Brand.ProdNbr");
+    require(isKnown == expected.has_value(), "a number is known when it was replied");
+    require(number == expected.value_or("untouched"), "the number is as it was replied", number);
+  }
+
+  void askAngle(const char* name, bool (PtzRemoteTravo::*get)(double&)) {
+    constexpr double UNTOUCHED = -1234.5;
+    double degrees = UNTOUCHED;
+    const bool isKnown = (link_.*get)(degrees);
+    const auto expected = expect(name);
+    const double tenths = expected ? std::strtod(expected->c_str(), nullptr) : 0;
+    require(isKnown == (expected && std::isfinite(tenths)),
+            "an angle is known when it was replied");
+    require(degrees == (isKnown ? tenths / 10 : UNTOUCHED), "an angle is told in tenths");
+  }
+
+  void askZoom(const char* name, bool (PtzRemoteTravo::*get)(int&)) {
+    constexpr int UNTOUCHED = -12345;
+    int zoom = UNTOUCHED;
+    const bool isKnown = (link_.*get)(zoom);
+    const auto expected = expect(name);
+    require(isKnown == expected.has_value(), "a zoom is known when it was replied");
+    if (!isKnown) require(zoom == UNTOUCHED, "what is not known is not written");
+    if (isKnown && fitsInt(integerOf(*expected))) {
+      require(zoom == integerOf(*expected), "a zoom is a whole number");
+    }
+  }
+
+  void askRatio() {
+    double ratio = NAN;
+    require(link_.getAspectRatio(ratio), "there is always a ratio");
+    protocol_.setCalls(sockets_.takeCalls());
+    require(ratio == expectedRatio(protocol_), "the ratio follows from the three parameters");
+    protocol_.finish();
+  }
+
+  std::optional<std::string> expect(const char* name) {
+    protocol_.setCalls(sockets_.takeCalls());
+    auto value = protocol_.ask(name);
+    protocol_.finish();
+    return value;
+  }
+
+  PtzRemoteTravo& link_;
+  FakeSockets& sockets_;
+  Protocol protocol_;
+};
+
+// The descriptor that the next file or socket gets.
+int nextDescriptor() {
+  const int next = fcntl(STDERR_FILENO, F_DUPFD, 0);
+  close(next);
+  return next;
+}
+
+bool takeService(fuzz::Input& input) {
+  using FakeBus::Reply;
+  constexpr Reply FAILING[] = {Reply::none, Reply::error, Reply::nothing, Reply::number};
+  const int kind = input.between(0, 31);
+  const std::string path(input.byte(), 'p');
+  FakeBus::setService(kind < 4 ? FAILING[kind] : Reply::text, path);
+  return kind >= 4;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  fuzz::Input input(data, size);
+  const int before = nextDescriptor();
+  const bool canOpen = takeService(input);
+  const int questions = input.between(0, MOST_QUESTIONS);
+  {
+    FakeSockets sockets(input);
+    PtzRemoteTravo link;
+    Questioner questioner(link, sockets, canOpen);
+    for (int i = 0; i <= questions; ++i) questioner.ask(input.between(0, 5));
+  }
+  require(nextDescriptor() == before, "no socket is left open");
+  LogCapture::clear();
+  return 0;
+}

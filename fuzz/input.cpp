@@ -1,0 +1,47 @@
+#include "fuzz/input.h"
+
+#include <algorithm>
+
+namespace fuzz {
+
+std::uint8_t Input::byte() {
+  if (bytes_.empty()) return 0;
+  const std::uint8_t last = bytes_.back();
+  bytes_ = bytes_.first(bytes_.size() - 1);
+  return last;
+}
+
+std::uint64_t Input::bits(int count) {
+  std::uint64_t value = 0;
+  for (int i = 0; i < count; i += 8) value = value << 8 | byte();
+  return value;
+}
+
+std::int16_t Input::word() {
+  return static_cast<std::int16_t>(bits(16));
+}
+
+std::int32_t Input::number() {
+  return static_cast<std::int32_t>(bits(32));
+}
+
+std::int64_t Input::longNumber() {
+  return static_cast<std::int64_t>(bits(64));
+}
+
+int Input::between(int low, int high) {
+  return low + byte() % (high - low + 1);
+}
+
+std::span<const std::uint8_t> Input::bytes(std::size_t count) {
+  const auto taken = bytes_.first(std::min(count, bytes_.size()));
+  bytes_ = bytes_.subspan(taken.size());
+  return taken;
+}
+
+std::string Input::text() {
+  const auto all = rest();
+  return {all.begin(), all.end()};
+}
+
+}  // namespace fuzz
