@@ -48,8 +48,10 @@ add_library(device_services STATIC
   web_server/web_options.cpp
   web_server/web_server.cpp)
 target_include_directories(device_services PUBLIC ${CMAKE_CURRENT_LIST_DIR})
-target_compile_definitions(device_services PRIVATE DEVICE_MODELS="${CMAKE_CURRENT_LIST_DIR}/models"
-                                                   DEVICE_WEB="${CMAKE_CURRENT_LIST_DIR}/web")
+set(SENTREL_DEVICE_DATA ${CMAKE_CURRENT_LIST_DIR} CACHE STRING
+    "Where the virtual device looks for its models and its page, unless it is told otherwise")
+target_compile_definitions(device_services PRIVATE DEVICE_MODELS="${SENTREL_DEVICE_DATA}/models"
+                                                   DEVICE_WEB="${SENTREL_DEVICE_DATA}/web")
 target_link_libraries(device_services PUBLIC device_core PkgConfig::GLIB PkgConfig::SOUP
                                              PkgConfig::JANSSON
                                       PRIVATE sentrel_options device_dbus scene_encoder ovhttp_wire

@@ -34,6 +34,7 @@ struct Raw {
   double headBoot = -1;
   int framesPerSecond = 10;
   gboolean quiet = FALSE;
+  gboolean noLog = FALSE;
   char* listen = nullptr;
   char* port = nullptr;
   char* user = nullptr;
@@ -72,6 +73,8 @@ void parse(const std::vector<std::string>& arguments, Raw* raw) {
        "SECONDS"},
       {"fps", 0, 0, G_OPTION_ARG_INT, &raw->framesPerSecond, "Scene frames per second", "N"},
       {"quiet", 0, 0, G_OPTION_ARG_NONE, &raw->quiet, "No status and log lines", nullptr},
+      {"no-log", 0, 0, G_OPTION_ARG_NONE, &raw->noLog,
+       "Leave the system log to the machine, which has one already", nullptr},
       {"port", 0, 0, G_OPTION_ARG_STRING, &raw->port, "Port of the web server (0: any free one)",
        "N"},
       {"listen", 0, 0, G_OPTION_ARG_STRING, &raw->listen, "Address of the web server", "ADDRESS"},
@@ -144,6 +147,7 @@ Options parseOptions(const std::vector<std::string>& arguments) {
   if (raw.headBoot >= 0) options.headBoot = raw.headBoot;
   options.framesPerSecond = raw.framesPerSecond;
   options.quiet = raw.quiet != FALSE;
+  options.log = raw.noLog == FALSE;
   options.web = webOptionsOf(raw);
   return options;
 }

@@ -19,6 +19,7 @@ struct Options {
   std::optional<std::filesystem::path> tracks;  // the product's own people without
   bool asRecorded = false;                      // no rests are added to the tracks
   std::string transport;                        // "socket" or "module"; empty: what the model says
+  bool log = true;                              // the device is the system log, too
   double duration = 0;                          // seconds, 0 for no end
   std::uint64_t seed = 1;
   std::optional<std::filesystem::path> report;

@@ -45,7 +45,6 @@ VirtualDevice::VirtualDevice(Options options, const DevicePaths& paths, GDBusCon
       parameterStore_(model_.parameters),
       objects_(model_.channels.size()),
       monitor_(monitorCallbacks()),
-      syslog_(paths.log, [this](const SyslogLine& line) { logLine(line); }),
       events_(connection),
       ptz_(connection, drive_, events_),
       parameters_(connection, parameterStore_),
@@ -55,6 +54,7 @@ VirtualDevice::VirtualDevice(Options options, const DevicePaths& paths, GDBusCon
       scenes_(paths.scenes, sceneHandshake, world_.channelCount()),
       subscribers_(paths.subscriber, subscriberHandshake, world_.channelCount()),
       loop_(g_main_loop_new(g_main_context_get_thread_default(), FALSE), g_main_loop_unref) {
+  if (options_.log) syslog_.emplace(paths.log, [this](const SyslogLine& line) { logLine(line); });
   events_.observe([this](const Event& event) { monitor_.handle(event); });
   if (options_.report) console_.openLog(*options_.report / "syslog.txt");
   web_ = std::make_unique<WebInterface>(options_.web, paths.application, webSources());
@@ -71,7 +71,7 @@ int VirtualDevice::run() {
   }
   if (!options_.daemon.empty()) startDaemon();
   g_main_loop_run(loop_.get());
-  syslog_.drain();
+  drainLog();
   writeReport();
   return exitStatus_;
 }
@@ -195,6 +195,10 @@ void VirtualDevice::logLine(const SyslogLine& line) {
   web_->log(now, line);
 }
 
+void VirtualDevice::drainLog() {
+  if (syslog_) syslog_->drain();
+}
+
 void VirtualDevice::startDaemon() {
   daemon_ = std::make_unique<DaemonProcess>(std::vector<std::string>{options_.daemon},
                                             [this](const DaemonEnd& end) { daemonEnded(end); });
@@ -203,7 +207,7 @@ void VirtualDevice::startDaemon() {
 
 void VirtualDevice::daemonEnded(const DaemonEnd& end) {
   web_->daemonRunning(false);
-  syslog_.drain();
+  drainLog();
   announceEnd(end);
   exitStatus_ = end.ok() ? 0 : 1;
   if (!end.asked && options_.restartDaemon) {

@@ -70,6 +70,7 @@ class VirtualDevice {
   void sendFrames();
   void showStatus();
   void logLine(const SyslogLine& line);
+  void drainLog();
   std::optional<Direction> target(const HeadStatus& head) const;
   // Throws std::runtime_error when it cannot be started.
   void startDaemon();
@@ -93,7 +94,7 @@ class VirtualDevice {
   bool stopping_ = false;
 
   ApplicationMonitor monitor_;
-  SyslogServer syslog_;
+  std::optional<SyslogServer> syslog_;
   EventService events_;
   PtzService ptz_;
   ParameterService parameters_;

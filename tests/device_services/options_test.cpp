@@ -24,6 +24,7 @@ TEST(OptionsTest, DefaultsRunWithoutEndAndWithoutDaemon) {
   EXPECT_FALSE(options.headBoot);
   EXPECT_EQ(10, options.framesPerSecond);
   EXPECT_FALSE(options.quiet);
+  EXPECT_TRUE(options.log);
 }
 
 TEST(OptionsTest, EveryOptionIsRead) {
@@ -37,7 +38,8 @@ TEST(OptionsTest, EveryOptionIsRead) {
                                  "--daemon",    "d",
                                  "--head-boot", "0",
                                  "--fps",       "25",
-                                 "--quiet",     "--restart-daemon"});
+                                 "--quiet",     "--restart-daemon",
+                                 "--no-log"});
   EXPECT_EQ("k47", options.model);
   EXPECT_EQ("m", options.models);
   EXPECT_EQ("t.csv", options.tracks);
@@ -50,6 +52,7 @@ TEST(OptionsTest, EveryOptionIsRead) {
   EXPECT_EQ(0.0, options.headBoot);
   EXPECT_EQ(25, options.framesPerSecond);
   EXPECT_TRUE(options.quiet);
+  EXPECT_FALSE(options.log);
 }
 
 TEST(OptionsTest, BadOptionsAreRefusedWithAWord) {

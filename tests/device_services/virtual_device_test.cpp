@@ -85,6 +85,16 @@ TEST_F(VirtualDeviceTest, OffersItsSocketsAndServices) {
   EXPECT_TRUE(head.call("GetStatus", g_variant_new("(u)", 1)).ok());
 }
 
+TEST_F(VirtualDeviceTest, LeavesTheLogToTheMachineOnRequest) {
+  options.log = false;
+  options.duration = 0.01;
+  std::ofstream(paths.log) << "of the machine";
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(0, make()->run());
+  testing::internal::GetCapturedStdout();
+  EXPECT_EQ("of the machine", contents(paths.log));
+}
+
 TEST_F(VirtualDeviceTest, TransportSetsThePlatformsVersion) {
   options.transport = "module";
   const auto device = make();
