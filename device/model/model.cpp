@@ -211,8 +211,8 @@ HeadPosition readHome(const Section& section, const HeadSetup& head) {
 }
 
 HeadSetup readHead(const Section& section) {
-  section.allowOnly({"product", "pan", "tilt", "latency_s", "speed_hold_s", "boot_s", "zoom", "field", "aspect",
-                     "resolution", "home", "parameters"});
+  section.allowOnly({"product", "pan", "tilt", "latency_s", "speed_hold_s", "boot_s", "zoom",
+                     "field", "aspect", "resolution", "home", "parameters"});
   HeadSetup head;
   head.pan = readAxis(section.section("pan"));
   head.tilt = readAxis(section.section("tilt"));

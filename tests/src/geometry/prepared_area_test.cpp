@@ -121,7 +121,8 @@ TEST(PreparedArea, ARepeatedVertexIsNoCorner) {
 
 // The two upper ends of the cup lie on one line.
 TEST(PreparedArea, AnEdgeBoundsAreaUnlessAnotherLiesAlongIt) {
-  for (std::size_t i = 0; i < kCup.size(); ++i) EXPECT_EQ(i != 1 && i != 5, PreparedArea::isBorder(kCup, i));
+  for (std::size_t i = 0; i < kCup.size(); ++i)
+    EXPECT_EQ(i != 1 && i != 5, PreparedArea::isBorder(kCup, i));
   const Points spike{{0, 0}, {100, 0}, {100, 100}, {100, 300}, {100, 100}, {0, 100}};
   EXPECT_TRUE(PreparedArea::isBorder(spike, 0));
   EXPECT_FALSE(PreparedArea::isBorder(spike, 2));
