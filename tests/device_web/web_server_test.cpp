@@ -74,6 +74,7 @@ TEST_F(WebServerTest, ConnectionEndsWithItsAnswerAndIsNotKept) {
     return std::distance(std::filesystem::directory_iterator("/proc/self/fd"),
                          std::filesystem::directory_iterator());
   };
+  WebClient(port).post("0");  // what the libraries open once is open then
   const auto before = open();
   for (const std::string body : {"1", "22", "333"}) {
     WebClient client(port);
@@ -148,14 +149,14 @@ TEST_F(WebServerTest, ClientThatGoesOnSendingStillReadsTheRefusal) {
 }
 
 TEST_F(WebServerTest, ApplicationThatIsDownGives503) {
-  WebClient client(start().port());
-  WebResponse response = client.post("{}");
+  const std::uint16_t port = start().port();
+  const WebResponse response = WebClient(port).post("{}");
   EXPECT_EQ(503, response.status);
   EXPECT_EQ("application/json", response.headers.at("Content-Type"));
   EXPECT_EQ(errorOf("The application is not running"), response.body);
 
   FakeApplication application(socket);  // and its return is noticed
-  EXPECT_EQ(200, client.post("{}").status);
+  EXPECT_EQ(200, WebClient(port).post("{}").status);
 }
 
 TEST_F(WebServerTest, ApplicationThatHangsGives503AndHoldsUpNobodyElse) {
@@ -181,11 +182,11 @@ TEST_F(WebServerTest, ApplicationThatHangsGives503AndHoldsUpNobodyElse) {
 
 TEST_F(WebServerTest, AnswerThatIsNoneGives503) {
   FakeApplication application(socket);
-  WebClient client(start().port());
+  const std::uint16_t port = start().port();
   for (const char* answer :
        {"", "Status: 200 OK\r\n", "no header\r\n\r\n", "Status: 99 No\r\n\r\n"}) {
     application.setAnswer(answer);
-    EXPECT_EQ(503, client.post("{}").status) << answer;
+    EXPECT_EQ(503, WebClient(port).post("{}").status) << answer;
   }
 }
 
@@ -244,8 +245,7 @@ TEST_F(WebServerTest, FilesComeWithTheirTypeAndStrictHeaders) {
   write("index.html", "<p>page</p>");
   write("code/main.js", "run();");
   const std::uint16_t port = start().port();
-  WebClient client(port);
-  WebResponse response = client.get("/");
+  WebResponse response = WebClient(port).get("/");
   EXPECT_EQ(200, response.status);
   EXPECT_EQ("<p>page</p>", response.body);
   EXPECT_EQ("text/html; charset=utf-8", response.headers.at("Content-Type"));
@@ -254,13 +254,13 @@ TEST_F(WebServerTest, FilesComeWithTheirTypeAndStrictHeaders) {
   EXPECT_EQ("no-referrer", response.headers.at("Referrer-Policy"));
   EXPECT_THAT(response.headers.at("Content-Security-Policy"),
               StartsWith("default-src 'self'; img-src 'self' data:; style-src 'self'"));
-  response = client.get("/code/main.js");
+  response = WebClient(port).get("/code/main.js");
   EXPECT_EQ("text/javascript; charset=utf-8", response.headers.at("Content-Type"));
   EXPECT_EQ("run();", response.body);
-  response = client.get("/none.js");
+  response = WebClient(port).get("/none.js");
   EXPECT_EQ(404, response.status);
   EXPECT_EQ(errorOf("There is nothing at this path"), response.body);
-  EXPECT_EQ(405, client.post("x", "/index.html").status);
+  EXPECT_EQ(405, WebClient(port).post("x", "/index.html").status);
 }
 
 TEST_F(WebServerTest, FilesOutsideOfTheFolderStayThere) {
