@@ -133,6 +133,25 @@ void obtainParameterHandler() {
   }
 }
 
+// A service may come up after the attempts of the start, yet before the cameras are made and their
+// configuration is applied: no alarm may be lost for that. Without initialisation there is no
+// handle.
+bool hasEventHandler() {
+  const bool isInitialised = s_events != nullptr;
+  if (s_eventHandler == nullptr && isInitialised) {
+    s_eventHandler = ov_event_handler_new();
+  }
+  return s_eventHandler != nullptr;
+}
+
+bool hasParameterHandler() {
+  const bool isInitialised = s_events != nullptr;
+  if (s_parameterHandler == nullptr && isInitialised) {
+    s_parameterHandler = ov_parameter_new(s_appName.c_str(), nullptr);
+  }
+  return s_parameterHandler != nullptr;
+}
+
 // The record of a name: null when there is no table or no such name.
 DeclaredEvent* findEvent(const std::string& name) {
   if (s_events == nullptr) {
@@ -290,7 +309,7 @@ void sdk_wrapper_init(const std::string& appName, const std::string& niceName,
 bool sdk_wrapper_event_add(const std::string& name, const std::string& topic,
                            const std::string& niceName, int flags, const std::string& dataKey) {
   const std::lock_guard lock(s_mutex);
-  if (s_eventHandler == nullptr) {
+  if (!hasEventHandler()) {
     syslog(LOG_ERR, "Cannot register event %s (handler not initialized)\n", niceName.c_str());
     return false;
   }
@@ -307,7 +326,7 @@ bool sdk_wrapper_event_add(const std::string& name, const char*, int flags,
                            const std::string& dataKey, OVEventKeyValueSet* set) {
   const std::unique_ptr<OVEventKeyValueSet, FreeSet> owned(set);
   const std::lock_guard lock(s_mutex);
-  if (s_eventHandler == nullptr) {
+  if (!hasEventHandler()) {
     syslog(LOG_ERR, "SDK Wrapper: Cannot register event %s (handler not initialized)\n",
            name.c_str());
     return false;
@@ -331,7 +350,7 @@ bool sdk_wrapper_event_add(const std::string& name, const char*, int flags,
 bool sdk_wrapper_event_add_onvif_motion_alarm_event(const std::string& name, int source,
                                                     int state) {
   const std::lock_guard lock(s_mutex);
-  if (s_eventHandler == nullptr) {
+  if (!hasEventHandler()) {
     syslog(LOG_ERR, "Cannot register event %s (handler not initialized)\n", name.c_str());
     return false;
   }
@@ -420,7 +439,7 @@ void sdk_wrapper_param_get(const std::string& name, char* dest, int destSize) {
   }
   const std::lock_guard lock(s_mutex);
   dest[0] = '\0';
-  if (s_parameterHandler == nullptr) {
+  if (!hasParameterHandler()) {
     syslog(LOG_WARNING, "Cannot get parameter %s (handler not initialized). Using: %s = %s\n",
            name.c_str(), name.c_str(), dest);
     return;

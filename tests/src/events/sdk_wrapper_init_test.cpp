@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 #include <syslog.h>
 
+#include <array>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -134,6 +135,30 @@ TEST_F(SdkWrapperInitTest, ASecondInitObtainsWhatTheFirstCouldNot) {
   EXPECT_EQ(FakeEvents::handlersMade(), 1);
   EXPECT_EQ(log.count("The event handler is already initialized.\n"), 0);
   EXPECT_EQ(log.count(LOG_WARNING, "The parameter handler is already initialized.\n"), 1);
+}
+
+TEST_F(SdkWrapperInitTest, AnEventServiceThatComesLaterIsFoundByTheNextEvent) {
+  FakeEvents::failHandlers(12);
+  init();
+  for (const bool isThere : {false, false, true}) {
+    EXPECT_EQ(isThere, sdk_wrapper_event_add("name", "topic", "Nice", SDK_EVENT_STATEFUL));
+  }
+  EXPECT_EQ(FakeEvents::handlersMade(), 1);
+  EXPECT_EQ(log.count("Cannot register event Nice (handler not initialized)\n"), 2);
+  EXPECT_EQ(log.count(LOG_WARNING, eventAttempt(10)), 1);
+  EXPECT_EQ(clock.sleeps.size(), 10U) << "only the start waits";
+}
+
+TEST_F(SdkWrapperInitTest, AParameterServiceThatComesLaterIsFoundByTheNextQuestion) {
+  FakeParameters::failOpens(11);
+  FakeParameters::set("root.Brand.ProdNbr", "Q6315");
+  init();
+  for (const char* expected : {"", "Q6315"}) {
+    std::array<char, 8> value{};
+    sdk_wrapper_param_get("root.Brand.ProdNbr", value.data(), value.size());
+    EXPECT_STREQ(expected, value.data());
+  }
+  EXPECT_EQ(FakeParameters::openCount(), 1);
 }
 
 TEST_F(SdkWrapperInitTest, CleanupReleasesBothHandles) {
