@@ -5,6 +5,13 @@ if(SENTREL_SANITIZE)
   add_compile_options(-fsanitize=${SENTREL_SANITIZE} -fno-omit-frame-pointer
                       -fno-sanitize-recover=undefined -g)
   add_link_options(-fsanitize=${SENTREL_SANITIZE})
+  if(SENTREL_SANITIZE STREQUAL "thread")
+    # GLib's locks are those of every program.
+    set(is_program $<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>)
+    set(synchronization ${PROJECT_SOURCE_DIR}/tests/sanitizers/glib_synchronization.cpp)
+    target_sources(sentrel_options INTERFACE $<${is_program}:${synchronization}>)
+    target_link_libraries(sentrel_options INTERFACE $<${is_program}:PkgConfig::GLIB>)
+  endif()
 endif()
 if(SENTREL_FUZZ)
   # Everything reports which of its branches an input reaches.
