@@ -3,7 +3,7 @@ add_library(sentrel_options INTERFACE)
 target_compile_options(sentrel_options INTERFACE -Wall -Wextra -Werror)
 if(SENTREL_SANITIZE)
   add_compile_options(-fsanitize=${SENTREL_SANITIZE} -fno-omit-frame-pointer
-                      -fno-sanitize-recover=undefined -g)
+                      -fno-sanitize-recover=undefined)
   add_link_options(-fsanitize=${SENTREL_SANITIZE})
   if(SENTREL_SANITIZE STREQUAL "thread")
     # GLib's locks are those of every program.

@@ -119,23 +119,25 @@ TEST(ThreadTest, StartsAgainAfterStopAndJoin) {
 TEST(ThreadTest, DestructionLetsGoOfAThreadThatStillRuns) {
   Work work;
   std::promise<void> ended;
+  const std::future<void> end = ended.get_future();
   struct Late {
     Work* work;
-    std::promise<void>* ended;
-  } late{&work, &ended};
+    std::promise<void> ended;
+  };
+  auto late = std::make_unique<Late>(Late{&work, std::move(ended)});
   {
     Thread thread;
     thread.start(
         [](gpointer data) -> gpointer {
-          auto* late = static_cast<Late*>(data);
+          const std::unique_ptr<Late> late(static_cast<Late*>(data));
           Work::run(late->work);
-          late->ended->set_value_at_thread_exit();
+          late->ended.set_value();
           return nullptr;
         },
-        &late);
+        late.release());
   }
   work.release.set_value();
-  ended.get_future().wait();
+  end.wait();
   EXPECT_EQ(work.runs, 1);
 }
 
