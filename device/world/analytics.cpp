@@ -118,6 +118,7 @@ bool Analytics::splitParted(const Seen& seen, Frame& frame) {
 }
 
 void Analytics::mergeOverlapping(const Seen& seen, Frame& frame) {
+  FrameEvent absorbed{.action = FrameAction::Delete, .from = {}, .to = {}};
   for (std::size_t i = 0; i < tracked_.size(); ++i) {
     FrameEvent merge{.action = FrameAction::Merge, .from = {tracked_[i].id}, .to = {}};
     for (std::size_t j = i + 1; j < tracked_.size();) {
@@ -135,8 +136,12 @@ void Analytics::mergeOverlapping(const Seen& seen, Frame& frame) {
       j = i + 1;  // the grown object may meet one that was free of it before
     }
     if (!merge.to.empty()) {
+      absorbed.from.insert(absorbed.from.end(), merge.to.begin(), merge.to.end());
       frame.events.push_back(std::move(merge));
     }
+  }
+  if (!absorbed.from.empty()) {
+    frame.events.push_back(std::move(absorbed));
   }
 }
 

@@ -21,9 +21,10 @@ namespace device {
 //
 // Ids are the analytics' own. Somebody who appears gets a new one, unless hidden from the start in
 // the outline of another. When objects merge, the one with the smaller id remains and the others
-// are absorbed, which ends their ids without a delete event. When people part, a split event names
-// the object they were and all objects they are now: the person who was first in it keeps its id,
-// the others get new ones. A delete event ends an object whose last person is out of sight.
+// are absorbed, which ends their ids: a delete event in the same picture names them. When people
+// part, a split event names the object they were and all objects they are now: the person who was
+// first in it keeps its id, the others get new ones. A delete event also ends an object whose last
+// person is out of sight.
 class Analytics {
  public:
   explicit Analytics(std::uint64_t seed);

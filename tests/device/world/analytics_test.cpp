@@ -101,7 +101,8 @@ TEST_F(AnalyticsTest, outlinesThatMeetMergeAndAreSplitWhenTheyPart) {
 
   const Frame met = see({at(1, -0.1), at(2, 0.1)});
   EXPECT_THAT(idsOf(met), ElementsAre(1));
-  EXPECT_THAT(met.events, ElementsAre(FrameEvent{FrameAction::Merge, {1}, {2}}));
+  EXPECT_THAT(met.events, ElementsAre(FrameEvent{FrameAction::Merge, {1}, {2}},
+                                      FrameEvent{FrameAction::Delete, {2}, {}}));
 
   const Frame still =
       see({at(1, 0.15), at(2, -0.15)});  // apart enough not to meet, but not to part
@@ -112,6 +113,15 @@ TEST_F(AnalyticsTest, outlinesThatMeetMergeAndAreSplitWhenTheyPart) {
   EXPECT_THAT(idsOf(parted), ElementsAre(1, 3));
   EXPECT_THAT(parted.events, ElementsAre(FrameEvent{FrameAction::Split, {1}, {1, 3}}));
   EXPECT_GT(centreOf(parted.objects[0], camera_).x, 0);  // the first person kept the id
+}
+
+TEST_F(AnalyticsTest, whatIsAbsorbedIsDeletedOnceWhenOthersLeaveInTheSamePicture) {
+  see({at(1, -1), at(2, 1), at(3, 5)});
+  EXPECT_THAT(see({at(1, -0.1), at(2, 0.1)}).events,
+              ElementsAre(FrameEvent{FrameAction::Delete, {3}, {}},
+                          FrameEvent{FrameAction::Merge, {1}, {2}},
+                          FrameEvent{FrameAction::Delete, {2}, {}}));
+  EXPECT_THAT(see({at(1, -0.1), at(2, 0.1)}).events, IsEmpty());
 }
 
 TEST_F(AnalyticsTest, aMergedObjectIsAsWideAsBothAndMovesInTheMean) {
@@ -129,7 +139,8 @@ TEST_F(AnalyticsTest, threeMeetAndPartInOneFrame) {
   see({at(1, -1), at(2, 0), at(3, 1)});
   const Frame met = see({at(1, -0.2), at(2, 0), at(3, 0.2)});
   EXPECT_THAT(idsOf(met), ElementsAre(1));
-  EXPECT_THAT(met.events, ElementsAre(FrameEvent{FrameAction::Merge, {1}, {2, 3}}));
+  EXPECT_THAT(met.events, ElementsAre(FrameEvent{FrameAction::Merge, {1}, {2, 3}},
+                                      FrameEvent{FrameAction::Delete, {2, 3}, {}}));
   const Frame parted = see({at(1, -2), at(2, 0), at(3, 2)});
   EXPECT_THAT(parted.events, ElementsAre(FrameEvent{FrameAction::Split, {1}, {1, 4, 5}}));
   EXPECT_THAT(idsOf(parted), ElementsAre(1, 4, 5));
