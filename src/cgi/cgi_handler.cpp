@@ -237,7 +237,8 @@ JsonAutoPtr CGI_Handler::packSupportedVersions() const {
   JsonAutoPtr texts(json_array());
   throwIf(!texts, "Could not create a version json array", internalError);
   for (const API_Version& version : versionHandler.getVersions()) {
-    json_array_append_new(texts.get(), json_string(version.toString().c_str()));
+    throwIf(json_array_append_new(texts.get(), json_string(version.toString().c_str())) != 0,
+            "Could not create a version json array", internalError);
   }
   throwIf(json_array_extend(versions.get(), texts.get()) != 0,
           "Could not extend the versions json array", internalError);

@@ -410,14 +410,17 @@ void GuardFactory::createPerspectiveBars(const json_t* profile) {
 
 void GuardFactory::createOnePerspectiveBar(const json_t* bar) {
   const char* type = nullptr;
-  int height = 0;
-  throwIf(!unpack(bar, "{s:s, s:i}", "type", &type, "height", &height),
+  json_int_t height = 0;
+  throwIf(!unpack(bar, "{s:s, s:I}", "type", &type, "height", &height),
           "Could not unpack a perspective bar", missingParameter);
+  using Height = std::numeric_limits<std::int32_t>;
+  throwIf(!isWithin(height, Height::min(), Height::max()), "Could not unpack a perspective bar",
+          invalidParameter);
   const json_t* data = json_object_get(bar, "data");
   throwIf(data == nullptr, "Could not get the data for a perspective bar", invalidParameter);
   throwIf(std::string(type) != PERSPECTIVE_BAR_TYPE, "Unknown type of perspective.",
           invalidParameter);
-  createPerspectivePoints(data, height);
+  createPerspectivePoints(data, static_cast<std::int32_t>(height));
 }
 
 // A bar is measured along the upward direction of the picture: y, or x when it is turned sideways.

@@ -51,7 +51,7 @@ Perspective::Perspective(std::span<const PerspectiveBar> bars) {
 std::int32_t Perspective::calculateRealWorldSize(std::int32_t footValue,
                                                  std::int32_t sizeInScene) const {
   const float scale = std::fma(slope, static_cast<float>(footValue), intercept);
-  if (slope == 0.0F || scale == 0.0F || !std::isfinite(slope) || !std::isfinite(scale)) {
+  if (scale == 0.0F || !std::isfinite(slope) || !std::isfinite(scale)) {
     return 0;
   }
   return truncateSaturated(static_cast<float>(sizeInScene) / scale + 0.5F);
