@@ -85,6 +85,17 @@ bool VideoChannel::init() {
   return ptzmath_get_remote_center(context.get(), channel + 1) != -1;
 }
 
+bool VideoChannel::isMounted(int channel) {
+  int width = 0;
+  int height = 0;
+  if (!getCameraResolution(channel, width, height)) {
+    return false;
+  }
+  const Context context(ptzmath_context_create());
+  ptzmath_set_pic_dim(context.get(), width, height);
+  return ptzmath_get_remote_center(context.get(), channel + 1) != -1;
+}
+
 bool VideoChannel::getCameraResolution(int channel, int& width, int& height) {
   std::array<char, RESOLUTION_SIZE> value{};
   sdk_wrapper_param_get("Image.I" + std::to_string(channel) + ".Appearance.Resolution",

@@ -21,6 +21,9 @@ class VideoChannel {
   // Builds the picture's geometry. False when the picture's size or the mounting is not known.
   bool init();
 
+  // True when both are known: whether init() of such a channel would succeed.
+  static bool isMounted(int channel);
+
   // The picture's size in pixels as the device states it, before rotation.
   static bool getCameraResolution(int channel, int& width, int& height);
 
@@ -65,7 +68,9 @@ class VideoChannel {
   double subtendedAngle(const PointF& position, double extent) const;
 
   std::int32_t channel;
-  std::unique_ptr<ptzmath_context, DeleteContext> context;
+  using Context = std::unique_ptr<ptzmath_context, DeleteContext>;
+
+  Context context;
   std::int32_t width = 0;  // pixels, after rotation
   std::int32_t height = 0;
   Fov fov;

@@ -12,6 +12,10 @@ bool VideoChannels::addChannel(int channel) {
 }
 
 std::unique_ptr<VideoChannel> VideoChannels::createChannel(int channel) {
+  // The lens, which may not answer, is only asked for a channel that there is.
+  if (!VideoChannel::isMounted(channel)) {
+    return nullptr;
+  }
   auto created = std::make_unique<VideoChannel>(channel);
   return created->init() ? std::move(created) : nullptr;
 }

@@ -78,6 +78,16 @@ TEST_F(VideoChannelTest, InitFailsWithoutAResolution) {
   EXPECT_EQ(channel.getHeight(), 0);
 }
 
+TEST_F(VideoChannelTest, IsMountedWithAResolutionAndAMounting) {
+  EXPECT_TRUE(VideoChannel::isMounted(0));
+  EXPECT_FALSE(VideoChannel::isMounted(1));
+  FakePtzMath::setCenter(2, 0.0, 0.0);
+  EXPECT_FALSE(VideoChannel::isMounted(1));
+  setResolution(1, "640x480");
+  EXPECT_TRUE(VideoChannel::isMounted(1));
+  EXPECT_EQ(FakePtzMath::contextsAlive(), 0);
+}
+
 TEST_F(VideoChannelTest, InitFailsWithoutAMounting) {
   setResolution(1, "1920x1080");
   VideoChannel channel(1);

@@ -58,6 +58,17 @@ TEST_F(VideoChannelsTest, AFailedAddCanBeRepeated) {
   EXPECT_EQ(channels.getVideoChannel(0)->refCount, 1);
 }
 
+// A bus that cannot be reached would be logged by whoever asks the lens.
+TEST_F(VideoChannelsTest, TheLensOfAChannelThatCannotBeAddedIsNotAsked) {
+  g_setenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/bus", TRUE);
+  VideoChannels channels;
+  EXPECT_FALSE(channels.addChannel(1));
+  EXPECT_THAT(LogCapture::lines(), IsEmpty());
+  EXPECT_TRUE(channels.addChannel(0));
+  EXPECT_EQ(LogCapture::lines().size(), 1U);
+  g_setenv("DBUS_SYSTEM_BUS_ADDRESS", PrivateBus::address(), TRUE);
+}
+
 TEST_F(VideoChannelsTest, AddingTwiceAndRemovingOnceKeepsTheChannel) {
   VideoChannels channels;
   EXPECT_TRUE(channels.addChannel(0));
