@@ -3,11 +3,12 @@
 
 #include <ovevent.h>
 
-#include <cstdint>
+#include <memory>
 
 // The subscriptions to the PTZ service's preset and movement events, for as long as the object
-// lives. Callbacks come on the main loop's thread. The destructor waits for one that is running:
-// hold no lock that it takes.
+// lives. What cannot be had is logged and asked for again every second, on the main loop's thread.
+// Callbacks come on that thread, too. The destructor waits for one that is running: hold no lock
+// that it takes.
 class PTZ_Subscription {
  public:
   PTZ_Subscription(OVEventSubscriptionCallback presetCallback,
@@ -17,12 +18,9 @@ class PTZ_Subscription {
   ~PTZ_Subscription();
 
  private:
-  std::uint32_t subscribe(const char* topic, OVEventSubscriptionCallback callback);
-  void unsubscribe(std::uint32_t id);
+  class Link;
 
-  OVEventHandler* handler;
-  std::uint32_t presetSubscription = 0;  // 0: none
-  std::uint32_t movementSubscription = 0;
+  const std::shared_ptr<Link> link;
 };
 
 #endif

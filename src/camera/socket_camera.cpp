@@ -122,13 +122,13 @@ bool SocketCamera::negotiateVersion() {
   const API_Version& answered = first.version;
   for (const API_Version& version : versionHandler.getSupportedVersions(answered)) {
     closeSocket();
-    if (!connectSocket()) {
-      return false;
-    }
     acceptedVersion = version;
-    if (shakeHands(version).success) {
+    if (connectSocket() && shakeHands(version).success) {
       return true;
     }
+  }
+  if (!isRunning()) {
+    return false;
   }
   syslog(LOG_WARNING,
          "Could not initialize the object data stream to camera %i, requred version %s supported "

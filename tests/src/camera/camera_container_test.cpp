@@ -41,6 +41,13 @@ class CameraContainerTest : public InitializedWrapperTest {
     container->updateWithNewConfiguration(std::move(configurations));
   }
 
+  static bool isLogged(const std::string& beginning) {
+    const std::vector<LogLine> lines = LogCapture::lines();
+    return std::any_of(lines.begin(), lines.end(), [&](const LogLine& line) {
+      return line.text.starts_with(beginning) && line.text.ends_with("\n");
+    });
+  }
+
   Camera* camera(int number) const { return container->getCamera({number, 0, {}}); }
 
   RecordingProducer producer;
@@ -252,6 +259,40 @@ TEST_F(MechanicalCameraContainerTest, SubscribesToPresetsAndMovement) {
   }
 }
 
+// The event service may come up last, and what is refused once may be granted later.
+TEST_F(MechanicalCameraContainerTest, SubscriptionsThatAreRefusedAreAskedForAgain) {
+  container.reset();
+  FakeEvents::reset();
+  FakeEvents::failHandlers(1);
+  container = std::make_unique<TestContainer>(notes);
+  EXPECT_TRUE(FakeEvents::subscriptions().empty());
+  EXPECT_TRUE(isLogged("Could not subscribe to PTZ events"));
+  FakeEvents::failSubscribes(1);
+  while (FakeEvents::subscriptions().size() < 2) {
+    g_main_context_iteration(nullptr, TRUE);
+  }
+  configure({1});
+  notes.take();
+  deliverPreset(true, 4);
+  EXPECT_EQ(notes.take(), Texts({"g10 arrive 4"}));
+  EXPECT_FALSE(g_main_context_iteration(nullptr, FALSE));  // nothing is left to be asked for
+  container.reset();
+  for (const FakeEvents::Subscription& subscription : FakeEvents::subscriptions()) {
+    EXPECT_TRUE(subscription.unsubscribed);
+  }
+}
+
+TEST_F(MechanicalCameraContainerTest, ASubscriptionThatIsGoneIsNotAskedForAgain) {
+  container.reset();
+  FakeEvents::reset();
+  FakeEvents::failHandlers(1);
+  container = std::make_unique<TestContainer>(notes);
+  container.reset();
+  g_main_context_iteration(nullptr, TRUE);  // until the timer is due
+  EXPECT_TRUE(FakeEvents::subscriptions().empty());
+  EXPECT_EQ(FakeEvents::handlersMade(), FakeEvents::handlersFreed());
+}
+
 TEST_F(MechanicalCameraContainerTest, PresetEventsReachTheGuards) {
   configure({1});
   notes.take();
@@ -288,12 +329,6 @@ TEST_F(MechanicalCameraContainerTest, MovementEventsReachTheGuards) {
 TEST_F(MechanicalCameraContainerTest, EventsThatCannotBeReadAreLoggedAndDropped) {
   configure({1});
   notes.take();
-  const auto isLogged = [](const std::string& beginning) {
-    const std::vector<LogLine> lines = LogCapture::lines();
-    return std::any_of(lines.begin(), lines.end(), [&](const LogLine& line) {
-      return line.text.starts_with(beginning) && line.text.ends_with("\n");
-    });
-  };
   deliver("PTZPresets", {{"PresetToken", keyOf(4)}});
   EXPECT_TRUE(isLogged("Failed to unpack 'on_preset' in a PTZ event, message: "));
   deliver("PTZPresets", {{"on_preset", keyOf(true)}});

@@ -121,7 +121,12 @@ class SceneService {
     EXPECT_EQ(listen(fd_, 8), 0);
   }
   SceneService(const SceneService&) = delete;
-  ~SceneService() { close(fd_); }
+  ~SceneService() { goAway(); }
+
+  void goAway() {
+    if (fd_ >= 0) close(fd_);
+    fd_ = -1;
+  }
 
   std::unique_ptr<Connection> accept() const {
     if (!isReadable(fd_, LONG_WAIT)) return nullptr;
@@ -257,6 +262,19 @@ TEST_F(SocketCameraTest, AServiceThatAcceptsNoVersionIsLoggedAndTriedAgain) {
   connection = service.accept(clock);
   ASSERT_TRUE(connection);
   EXPECT_EQ(connection->readRequest(), "1.0 OPEN 0 1 1 2");
+}
+
+TEST_F(SocketCameraTest, AServiceThatRefusesAndGoesIsLoggedAsAcceptingNoVersion) {
+  start();
+  const auto connection = service.accept();
+  ASSERT_TRUE(connection);
+  connection->readRequest();
+  service.goAway();
+  connection->answer("2.7 NO");
+  ASSERT_TRUE(clock.waitForSleepers(2));
+  EXPECT_EQ(log.count("Could not initialize the object data stream to camera 2, requred version "
+                      "2.7 supported versions 1.0\n"),
+            1);
 }
 
 TEST_F(SocketCameraTest, ABrokenStreamForgetsObjectsTellsGuardsAndIsConnectedAgain) {
