@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr int kTimeoutMs = 5000;
+constexpr int kTimeoutMs = 3000;
 constexpr int kSilentTimeoutMs = 500;
 constexpr const char* kBus = "org.freedesktop.DBus";
 constexpr const char* kBusPath = "/org/freedesktop/DBus";
