@@ -47,7 +47,7 @@ class CameraContainer {
   bool doesProfileExist(int uid) const;
 
   // Asks a profile for a test alarm; false when there is no such profile.
-  bool sendAlarmEvent(int uid);
+  virtual bool sendAlarmEvent(int uid);
 
   // Switches the drawings of one profile on and all others off. False when it is unknown or its
   // event cannot be declared.

@@ -124,6 +124,12 @@ class TestContainer : public CameraContainer {
   using CameraContainer::readAspectRatio;
   using CameraContainer::s_canReceivePTZ_Callbacks;
 
+  bool sendAlarmEvent(int uid) override {
+    return !refusesTestAlarms && CameraContainer::sendAlarmEvent(uid);
+  }
+
+  bool refusesTestAlarms = false;
+
  protected:
   void createCamera(int cameraNbr, int rotation, const API_VersionHandler& versions,
                     int propertyMask) override {

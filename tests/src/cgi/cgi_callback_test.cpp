@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <future>
 #include <random>
+#include <semaphore>
 #include <string>
 
 #include "src/cgi/cgi_test_base.h"
@@ -166,6 +169,58 @@ TEST_F(CgiCallbackTest, NothingEscapes) {
   fakeParser.throwsWhileBuilding = true;
   EXPECT_EQ(codeOf(request("setConfiguration", "{}")), "1000");
   EXPECT_EQ(codeOf(request("getSupportedVersions")), "") << "the next one is answered again";
+}
+
+// A handler that keeps each request until it is let go.
+class KeepingHandler : public CGI_Handler {
+ public:
+  using CGI_Handler::CGI_Handler;
+
+  CGI_HandlerResult handleRequestedCgi(const std::string&, const std::string&) override {
+    arrived.release();
+    letGo.acquire();
+    return CGI_HandlerResult(StatusCode_e::ok);
+  }
+
+  std::counting_semaphore<> arrived{0};
+  std::counting_semaphore<> letGo{0};
+};
+
+class BusyCgiCallbackTest : public CgiCallbackTest {
+ protected:
+  // Long enough for what must not happen to happen.
+  static constexpr auto SHORTLY = std::chrono::milliseconds(100);
+
+  std::future<std::string> askInTheBackground() {
+    return std::async(std::launch::async, [this] {
+      const std::string body = request("getSupportedVersions");
+      return callBack("POST", nullptr, body.c_str(), static_cast<CGI_Handler*>(&keeping));
+    });
+  }
+
+  KeepingHandler keeping{*container, versions, configurationPath, boundaries, defaults, realParser};
+};
+
+TEST_F(BusyCgiCallbackTest, RequestsAreAnsweredOneAtATime) {
+  std::future<std::string> first = askInTheBackground();
+  keeping.arrived.acquire();
+  std::future<std::string> second = askInTheBackground();
+  EXPECT_FALSE(keeping.arrived.try_acquire_for(SHORTLY));
+  keeping.letGo.release(2);
+  EXPECT_NE(first.get(), "");
+  EXPECT_NE(second.get(), "");
+}
+
+TEST_F(BusyCgiCallbackTest, TheShutdownWaitsForTheRequestThatIsBeingAnswered) {
+  std::future<std::string> answer = askInTheBackground();
+  keeping.arrived.acquire();
+  const std::future<void> shutdown =
+      std::async(std::launch::async, [] { CGI_Callback::shutDown(); });
+  EXPECT_EQ(shutdown.wait_for(SHORTLY), std::future_status::timeout);
+  keeping.letGo.release();
+  EXPECT_NE(answer.get(), "");
+  shutdown.wait();
+  EXPECT_EQ(ask(request("getSupportedVersions")), "");
 }
 
 TEST_F(CgiCallbackTest, AfterTheShutdownNothingIsWritten) {

@@ -307,6 +307,15 @@ TEST_F(CgiHandlerTest, ATestAlarmNeedsAProfileThatIsThere) {
   EXPECT_EQ(codeOf(request("sendAlarmEvent", R"({"profile":5})")), "2004");
 }
 
+TEST_F(CgiHandlerTest, ATestAlarmThatCannotBeSentIsAnErrorInside) {
+  ASSERT_EQ(codeOf(configuration({5})), "");
+  container->refusesTestAlarms = true;
+  log.clear();
+  expectResult(handler->handleSendAlarmEvent(request("sendAlarmEvent", R"({"profile":5})")),
+               internalError, "Could not send alarm event\n");
+  EXPECT_EQ(codeOf(request("sendAlarmEvent", R"({"profile":5})")), "1000");
+}
+
 // ---- Versions and capabilities ----
 
 TEST_F(CgiHandlerTest, SupportedVersionsAreInTheHandlersOrder) {

@@ -4,7 +4,9 @@
 #include <syslog.h>
 
 #include <algorithm>
+#include <latch>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "src/events/wrapper_test_base.h"
@@ -167,6 +169,21 @@ TEST_F(CameraInfoTest, TheCountIsKept) {
   EXPECT_EQ(CameraInfo::getNbrOfCameras(), 4);
   FakeParameters::set(SOURCES, "2");
   EXPECT_EQ(CameraInfo::getNbrOfCameras(), 4);
+}
+
+TEST_F(CameraInfoTest, TheCountIsReadOnceWhenManyAskAtOnce) {
+  setSources("4");
+  std::latch start(8);
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 8; ++i) {
+    threads.emplace_back([&start] {
+      start.arrive_and_wait();
+      EXPECT_EQ(CameraInfo::getNbrOfCameras(), 4);
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  const std::vector<std::string> reads = FakeParameters::reads();
+  EXPECT_EQ(std::count(reads.begin(), reads.end(), SOURCES), 1);
 }
 
 TEST_F(CameraInfoTest, TheZeroIsKeptToo) {
