@@ -23,8 +23,9 @@ def end_processes():
 
 def end(pid):
     descriptor = os.pidfd_open(pid)
-    os.kill(pid, signal.SIGTERM)
+    # In this order: the search for leaks stops the process, which continuing it later would undo.
     os.kill(pid, signal.SIGCONT)
+    os.kill(pid, signal.SIGTERM)
     return bool(select.select([descriptor], [], [], PATIENCE)[0])
 
 
