@@ -11,6 +11,7 @@ import struct
 import threading
 
 from camera import BUS_SOCKET
+from frame_gate import send
 from journal import Journal
 from scene_gate import cut
 
@@ -127,7 +128,7 @@ class Connection:
         held, self._held = self._held, []
         for call in held:
             if call.fields.get(DESTINATION) == name:
-                self._bus.sendall(call.data)
+                send(self._bus, call.data)
             else:
                 self._held.append(call)
 

@@ -1,8 +1,8 @@
 """The head, its services and the message bus break: what the daemon does, what becomes of the head,
 and how all recovers.
 
-A head that nobody commands any more stands still by itself, a second after the last command; then it
-has to stand for as long as the fault lasts.
+A head that nobody commands any more stands still by itself, a second after the last command; then
+it has to stand for as long as the fault lasts.
 """
 
 import json
@@ -13,8 +13,8 @@ from bus_gate import BusGate, answering, daemon_options, fail, hang, marshal, va
 from camera import SETTINGS
 from fault_fixture import FaultTest, alarm
 from frame_gate import FrameGate
-from head_gate import (HeadGate, byte_by_byte, cut_short, not_ready, once_for_each_connection,
-                       whole)
+from head_gate import (HeadGate, byte_by_byte, cut_short, half_a_name, not_ready,
+                       once_for_each_connection, whole)
 from scene_frames import Walker, encode, packed
 from web import Web, topic_of
 
@@ -22,7 +22,10 @@ PTZ = "com.orva.PTZService"
 LENS = "com.orva.M12LensSelectionFov"
 FAULT = 30  # seconds
 SHORT_FAULT = 5
+END = 5  # seconds that the daemon has for its end
 ATTEMPTS = 4  # of the daemon to connect to the head
+FAILURES = 10  # in a row, until the daemon counts as not steering
+QUESTIONS = 8  # until the head is known
 
 LEAST_PAN = 3.0  # degrees: the head looks at somebody on the right of the picture
 RIGHT_HALF = (1500, 3000)  # Q12
@@ -74,6 +77,7 @@ class HeadFaultTest(FaultTest):
         start, since = len(self.live.journal), time.monotonic()
         self.bus_gate.break_service(PTZ, fault)
         stood = self.wait_until_head_stands(what, start, since)
+        self.wait_until_not_steering()
         position = len(self.bus.journal)
         while time.monotonic() < since + seconds:
             self.assert_daemon_is_well()
@@ -89,6 +93,20 @@ class HeadFaultTest(FaultTest):
         self.wait_until_head_follows(what, start, since)
         self.end_well()
 
+    def wait_until_not_steering(self):
+        """After nothing but questions for the position the daemon gives a stop a try."""
+        asked = []
+
+        def gives_up(call):
+            if call != (PTZ, "Move"):
+                asked.append(call)
+                return False
+            stops = len(asked) >= FAILURES
+            asked.clear()
+            return stops
+
+        self.bus_gate.calls.wait_for(gives_up, f"a stop after {FAILURES} failures")
+
     def test_ptz_service_that_answers_errors(self):
         self.break_ptz_service("PTZ service answered errors", fail, FAULT)
 
@@ -102,7 +120,8 @@ class HeadFaultTest(FaultTest):
         self.wait_until_head_stands("PTZ service hung", start, since)
         self.assert_daemon_is_well()
         since = time.monotonic()
-        self.assertEqual(0, self.daemon.end())
+        self.daemon.send(signal.SIGTERM)
+        self.assertEqual(0, self.daemon.wait(END))
         self.tell("PTZ service hung: SIGTERM took", since)
 
     def test_ptz_service_that_vanishes_and_returns(self):
@@ -130,6 +149,12 @@ class HeadFaultTest(FaultTest):
             lambda message: message.kind == "undeclared" and
             topic_of(message.data).endswith("/" + event), f"the end of {event}", start)
 
+    def wait_until_told(self, name, value, start=0):
+        """What was so before the event was declared anew comes with the declaration."""
+        self.bus.journal.wait_for(
+            lambda happening: happening.what in ("declared", "sent") and
+            (happening.name, happening.value) == (name, value), f"{name}: {value}", start)
+
     def test_bus_that_is_lost_and_found_again(self):
         self.follow()
         self.lose_and_find_bus()
@@ -146,6 +171,7 @@ class HeadFaultTest(FaultTest):
         stood = self.wait_until_head_stands("bus lost", start, since)
         # Who leaves meanwhile has left afterwards.
         self.gate.sources[1] = lambda: packed(encode([], deleted=[1]))
+        since = time.monotonic()
         while time.monotonic() < since + SHORT_FAULT:
             self.assert_daemon_is_well()
             time.sleep(1)
@@ -153,7 +179,7 @@ class HeadFaultTest(FaultTest):
         position, since = len(self.bus.journal), time.monotonic()
         self.bus_gate.open()
         for name in (alarm(1), "Camera1ProfileANY"):
-            self.bus.wait_for("declared", name, False, start=position)
+            self.wait_until_told(name, False, position)
         self.bus.wait_for("declared", "state", "running", start=position)
         self.tell("bus found: events declared again after", since)
         start, since = len(self.live.journal), time.monotonic()
@@ -176,10 +202,7 @@ class HeadFaultTest(FaultTest):
         self.bus.wait_for("declared", "state", "running")
         self.tell("bus and services restarted: events declared after", since)
         for name in (alarm(1), "Camera1ProfileANY"):
-            # Raised before its event was declared anew, it comes with the declaration.
-            self.bus.journal.wait_for(
-                lambda happening: happening.what in ("declared", "sent") and
-                (happening.name, happening.value) == (name, True), f"{name} on")
+            self.wait_until_told(name, True)
         self.bus.wait_for_move(lambda move: move.pan != 0, "a move of the head")
         self.tell("bus and services restarted: head followed after", since)
         self.web = Web(self.device)
@@ -212,13 +235,18 @@ class HeadFaultTest(FaultTest):
 
     # ---- The channel to the remote head ----
 
-    def connect_over(self, way):
-        """The head's answers are spoilt from the start on."""
+    def connect_over(self, way, questions=QUESTIONS + ATTEMPTS):
+        """The head's answers are spoilt from the start on. A daemon that took each of them for good
+        would have no more questions than QUESTIONS."""
         self.start_scenes()
         self.head_gate = HeadGate(way)
         self.start_daemon()
         self.wait_for_alarm(1, True)
-        self.head_gate.answers.wait_for(lambda _: len(self.head_gate.answers) >= ATTEMPTS,
+        self.wait_for_questions(questions)
+
+    def wait_for_questions(self, questions):
+        count = len(self.head_gate.answers) + questions
+        self.head_gate.answers.wait_for(lambda _: len(self.head_gate.answers) >= count,
                                         "the daemon's questions")
 
     def mend_channel(self, what):
@@ -249,12 +277,14 @@ class HeadFaultTest(FaultTest):
     def test_head_that_answers_byte_by_byte_is_asked_again(self):
         self.connect_over(byte_by_byte)
         self.device.wait_for_log("Failed to find substring!")
+        self.head_gate.way = half_a_name
+        self.wait_for_questions(2 * QUESTIONS)
         self.mend_channel("answers byte by byte")
 
     def test_head_that_closes_after_each_answer_is_connected(self):
-        self.connect_over(once_for_each_connection)
+        self.connect_over(once_for_each_connection, QUESTIONS)
         self.bus.wait_for("sent", "isSentreling", True)
-        self.assertGreaterEqual(len(self.head_gate.arrivals), 8)
+        self.assertGreaterEqual(len(self.head_gate.arrivals), QUESTIONS)
         self.assert_head_is_known()
 
     # ---- The lens ----

@@ -4,6 +4,7 @@ import contextlib
 import errno
 import json
 import os
+import pathlib
 import random
 import signal
 import socket
@@ -91,6 +92,7 @@ class FaultStartTest(CameraTest):
     def test_before_the_handler_is_there_the_signal_has_its_default_action(self):
         with blocked_log():
             self.start_daemon()
+            wait_until(lambda: is_asleep(self.daemon.pid), "the daemon's wait for the log")
             self.daemon.send(signal.SIGTERM)
             self.assertEqual(-signal.SIGTERM, self.daemon.wait(PATIENCE))
 
@@ -179,6 +181,12 @@ class FaultStartTest(CameraTest):
         # The files that such starts leave are good ones.
         json.loads(CONFIGURATION.read_text(encoding="utf-8"))
         self.assertEqual(TUNED, SETTINGS.read_text(encoding="utf-8"))
+
+
+def is_asleep(process):
+    """True while its main thread waits for something."""
+    status = pathlib.Path(f"/proc/{process}/stat").read_text(encoding="utf-8")
+    return status.rpartition(") ")[2].startswith("S")
 
 
 @contextlib.contextmanager
@@ -279,3 +287,5 @@ class Clients:
             if answer.status == 200:
                 assert "data" in answer.document, answer
                 self.answered += 1
+            else:
+                assert answer.status == 503, answer

@@ -1,6 +1,8 @@
-"""What happens when the daemon's folder cannot be written, and when the daemon dies while it writes."""
+"""The daemon's folder cannot be written, or the daemon dies while it writes."""
 
+import errno
 import json
+import os
 import pathlib
 import random
 import signal
@@ -8,7 +10,6 @@ import threading
 import time
 
 from camera import CONFIGURATION, ENABLED, LOCALDATA, SETTINGS, TUNED, CameraTest
-from journal import wait_until
 from web import Web, document
 
 NESTED = ("bwrap", "--dev-bind", "/", "/")
@@ -53,14 +54,19 @@ class StorageCase(CameraTest):
         self.assertIsNone(self.error("sendAlarmEvent", {"profile": uid}))
         self.assertEqual(INVALID_PARAMETER, self.error("sendAlarmEvent", {"profile": other}))
 
-    def assert_changes_are_refused_or_not_kept(self, settings):
-        """With the profile 1 in force; settings: the file as the daemon sees it, if there is one."""
+    def assert_changes_are_refused_or_not_kept(self, settings, reason):
+        """With the profile 1 in force; settings: the file as the daemon sees it, if there is one;
+        reason: of the system, for which nothing can be written."""
         before = settings and settings.read_bytes()
         self.assertEqual(INTERNAL_ERROR, self.error("setConfiguration", configuration(2)))
         self.assert_runs(1, 2)
         self.assertIsNone(self.error("setSentrel", {"timePerObject": 17}))
         self.assertEqual(17, self.web.call("getSentrel")["timePerObject"])
         self.device.wait_for_log("Error writing config file")
+        for path in (CONFIGURATION, SETTINGS):
+            self.device.output.wait_for(
+                lambda line, path=path: f"Failed to write {path} to disk (" in line and
+                line.endswith(f"{os.strerror(reason)})"), f"why {path} was not written")
         if settings:
             self.assertEqual(before, settings.read_bytes())
 
@@ -78,7 +84,7 @@ class FaultStorageTest(StorageCase):
     def test_read_only_folder_leaves_the_daemon_serving_and_refuses_a_configuration(self):
         self.serve(*READ_ONLY)
         # The default that could not be stored is in force.
-        self.assert_changes_are_refused_or_not_kept(SETTINGS)
+        self.assert_changes_are_refused_or_not_kept(SETTINGS, errno.EROFS)
         self.assertEqual(INTERNAL_ERROR, self.error("getConfiguration"))
         self.bus.wait_for("sent", "state", "running")
         self.assertEqual([SETTINGS], list(LOCALDATA.iterdir()))
@@ -95,7 +101,9 @@ class FaultStorageTest(StorageCase):
         stored = (seen / CONFIGURATION.name).read_bytes()
         filler = seen / "filler"
         fill(filler)
-        self.assert_changes_are_refused_or_not_kept(seen / SETTINGS.name)
+        self.assert_changes_are_refused_or_not_kept(seen / SETTINGS.name, errno.ENOSPC)
+        self.assertEqual(configuration(1)["profiles"],
+                         self.web.call("getConfiguration")["profiles"])
         self.assertEqual(stored, (seen / CONFIGURATION.name).read_bytes())
         self.assertEqual({CONFIGURATION.name, SETTINGS.name, filler.name},
                          {path.name for path in seen.iterdir()})
@@ -112,7 +120,8 @@ class FaultStorageTest(StorageCase):
         self.assert_runs(1, 2)
         away = LOCALDATA.with_name("away")
         LOCALDATA.rename(away)
-        self.assert_changes_are_refused_or_not_kept(None)
+        self.assert_changes_are_refused_or_not_kept(None, errno.ENOENT)
+        self.assertEqual(INTERNAL_ERROR, self.error("getConfiguration"))
         self.assertFalse(LOCALDATA.exists())
         away.rename(LOCALDATA)
         self.assert_changes_are_kept()
@@ -121,7 +130,8 @@ class FaultStorageTest(StorageCase):
         away = LOCALDATA.with_name("away")
         LOCALDATA.rename(away)
         self.serve()
-        self.assert_changes_are_refused_or_not_kept(None)
+        self.assert_changes_are_refused_or_not_kept(None, errno.ENOENT)
+        self.assertEqual(INTERNAL_ERROR, self.error("getConfiguration"))
         self.assertEqual("stopped", self.web.call("getSentrel")["state"])
         self.assertFalse(LOCALDATA.exists())
         away.rename(LOCALDATA)
@@ -131,6 +141,7 @@ class FaultStorageTest(StorageCase):
         CONFIGURATION.write_bytes(CUT_OFF)
         self.serve()
         said = f"The configuration in {CONFIGURATION} was refused, a copy is kept in {REFUSED}"
+        self.device.output.wait_for(lambda line: "Unable to decode Json: " in line, "what is wrong")
         self.device.wait_for_log(said)
         self.assertEqual((CUT_OFF, CUT_OFF), (CONFIGURATION.read_bytes(), REFUSED.read_bytes()))
         self.assertEqual(INVALID_PARAMETER, self.error("sendAlarmEvent", {"profile": 1}))
@@ -149,7 +160,11 @@ class FaultStorageTest(StorageCase):
         stored["params"]["cameras"] += [{"id": 2, "active": True, "rotation": 0}]
         CONFIGURATION.write_text(json.dumps(stored), encoding="utf-8")
         self.serve()
+        self.device.wait_for_log("The configuration contains more cameras than device supports")
+        self.assertEqual((stored, stored), (read(CONFIGURATION), read(REFUSED)))
+        self.assertEqual(INVALID_PARAMETER, self.error("sendAlarmEvent", {"profile": 1}))
         self.assertIsNone(self.error("setConfiguration", configuration(1)))
+        self.assert_runs(1, 2)
         self.assertEqual(stored, read(REFUSED))
 
     def test_corrupt_settings_count_as_none_until_a_setting_replaces_them(self):
@@ -161,6 +176,9 @@ class FaultStorageTest(StorageCase):
         self.assertIsNone(self.error("setSentrel", {"timePerObject": 17}))
         self.assertEqual({"time_per_object": 17}, read(SETTINGS))
         self.assert_runs(1, 2)
+        # The head is not known any more for which it was tuned.
+        self.assertIsNone(self.error("setSentrel", {"enable": True}))
+        self.bus.wait_for("sent", "state", "autotuning")
 
     def as_the_daemon_sees(self, path):
         return pathlib.Path(f"/proc/{self.daemon.pid}/root{path}")
@@ -181,6 +199,9 @@ def fill(path):
                 block //= 2
 
 
+# Temporary files of daemons that were killed.
+REMAINS = (LOCALDATA / ".config.json.AbCd12", LOCALDATA / ".sentrelvideo.json.Ef34Gh")
+
 KILLS = 75  # in each test
 LONGEST_LIFE = 0.4  # seconds after the first answer
 LONGEST_START = 0.1  # seconds after the start, in one of so many lives:
@@ -196,12 +217,16 @@ class FaultKillTest(StorageCase):
         chance = random.Random(seed)
         self.start_device("--head-boot", "1000000", "--quiet")
         self.start_again()
+        for path in REMAINS:
+            path.write_bytes(CUT_OFF)
         self.changes = Changes(self.web)
         self.changes.make_all()
+        self.assertEqual({CONFIGURATION, SETTINGS}, set(LOCALDATA.iterdir()))
         self.daemon.send(signal.SIGKILL)
         self.daemon.wait()
         for count in range(KILLS):
             with self.subTest(seed=seed, count=count):
+                files = [Untouched(path) for path in (CONFIGURATION, SETTINGS)]
                 self.start_daemon()
                 if chance.randrange(EARLY) == 0:
                     time.sleep(chance.uniform(0, LONGEST_START))
@@ -212,6 +237,8 @@ class FaultKillTest(StorageCase):
                 self.daemon.send(signal.SIGKILL)
                 self.assertEqual(-signal.SIGKILL, self.daemon.wait())
                 self.changes.end()
+                for file in files:
+                    self.assertEqual(file.before, file.read())
                 self.assertIn(read(CONFIGURATION)["params"], self.changes.configurations())
                 self.assertIn(read(SETTINGS), self.changes.settings())
                 self.assertLessEqual(len(list(LOCALDATA.iterdir())), 4)
@@ -232,6 +259,19 @@ class FaultKillTest(StorageCase):
 
     def test_killed_in_the_midst_of_changes_4(self):
         self.kill_again_and_again(4)
+
+
+class Untouched:
+    """A file as it is now: it is replaced by another one, and never written to itself. A write that
+    a kill cuts short is too rare to be waited for."""
+
+    def __init__(self, path):
+        self._file = path.open("rb")
+        self.before = path.read_bytes()
+
+    def read(self):
+        with self._file:
+            return self._file.read()
 
 
 class Changes:

@@ -28,6 +28,12 @@ def cut_short(daemon, line):
     return False
 
 
+def half_a_name(daemon, line):
+    """Half a product number, and never the rest."""
+    daemon.sendall(line[:line.index(b"=") + 3] if b".ProdNbr=" in line else line)
+    return True
+
+
 def byte_by_byte(daemon, line):
     for place in range(len(line)):
         daemon.sendall(line[place:place + 1])

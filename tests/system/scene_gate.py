@@ -9,9 +9,13 @@ from journal import Journal
 
 
 class SceneGate:
-    """Passes everything on while it is open; takes the socket's place in the file system."""
+    """Passes everything on while it is open; takes the socket's place in the file system.
 
-    def __init__(self, path):
+    What note returns when the daemon ends a connection is that departure's entry.
+    """
+
+    def __init__(self, path, note=lambda: "departure"):
+        self._note = note
         self.path = pathlib.Path(path)
         self._behind = self.path.with_name(self.path.name + ".device")
         os.rename(self.path, self._behind)
@@ -60,7 +64,7 @@ class SceneGate:
         except OSError:
             pass
         if from_daemon:
-            self.departures.append("departure")
+            self.departures.append(self._note())
         cut(source)
         cut(target)
 

@@ -24,13 +24,15 @@ class StopTest(CameraTest):
 
     def test_sigterm_while_serving_takes_everything_down_in_order(self):
         self.start_device("--head-boot", "0")
-        gate = SceneGate(SCENE_SOCKET)
+        gate = SceneGate(SCENE_SOCKET, note=HTTP_SOCKET.exists)
         self.start_daemon()
         self.wait_until_serving()
         steering = self.bus.wait_for("sent", "isSentreling", True)
+        probes = len(gate.departures)  # that the scene source was there
         self.assertEqual(0, self.daemon.end())
         self.assertFalse(HTTP_SOCKET.exists())
-        gate.departures.wait_for(lambda _: True, "the end of the scene connection")
+        gate.departures.wait_for(lambda _: True, "the end of the scene connection", probes)
+        self.assertEqual([False], gate.departures.entries(probes), "the API ends first")
 
         self.bus.wait_for("undeclared", "state", start=steering)
         happenings = self.bus.journal.entries(steering)
