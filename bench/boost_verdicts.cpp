@@ -62,26 +62,16 @@ struct PreparedArea {
   bool hasExcludes = false;
 };
 
-class BoostVerdicts : public LibraryVerdicts {
+class BoostVerdicts : public PreparedVerdicts<PreparedArea> {
  public:
-  explicit BoostVerdicts(const VerdictPairs& pairs) : outlines(pairs.outlines) {
-    for (const Areas& drawn : pairs.areas) {
-      areas.emplace_back(drawn);
-    }
-    for (const auto& outline : outlines) {
-      boxes.emplace_back(outline);
-    }
-  }
+  using PreparedVerdicts::PreparedVerdicts;
 
-  int verdict(std::size_t areaIndex, std::size_t outline) override {
-    const PreparedArea& area = areas[areaIndex];
-    if (!area.box.touches(boxes[outline])) {
-      return OUTSIDE;
-    }
-    const Shape object = toShape(outlines[outline]);
+ protected:
+  int judge(const PreparedArea& area, std::span<const Point> outline, const Box& box) override {
+    const Shape object = toShape(outline);
     bool touches = false;
     for (std::size_t i = 0; i < area.free.size(); ++i) {
-      if (!area.freeBoxes[i].touches(boxes[outline])) {
+      if (!area.freeBoxes[i].touches(box)) {
         continue;
       }
       // Mostly an object does not touch, or shares area with what it touches.
@@ -96,11 +86,6 @@ class BoostVerdicts : public LibraryVerdicts {
     touches = touches || (area.hasExcludes && bg::intersects(object, area.include));
     return touches ? EXCLUDED : OUTSIDE;
   }
-
- private:
-  const std::vector<std::vector<Point>>& outlines;
-  std::vector<PreparedArea> areas;
-  std::vector<Box> boxes;
 };
 
 }  // namespace

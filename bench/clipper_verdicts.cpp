@@ -45,23 +45,13 @@ struct PreparedArea {
 };
 
 // The library answers no questions about touching: an object that only touches counts as outside.
-class ClipperVerdicts : public LibraryVerdicts {
+class ClipperVerdicts : public PreparedVerdicts<PreparedArea> {
  public:
-  explicit ClipperVerdicts(const VerdictPairs& pairs) : outlines(pairs.outlines) {
-    for (const Areas& drawn : pairs.areas) {
-      areas.emplace_back(drawn);
-    }
-    for (const auto& outline : outlines) {
-      boxes.emplace_back(outline);
-    }
-  }
+  using PreparedVerdicts::PreparedVerdicts;
 
-  int verdict(std::size_t areaIndex, std::size_t outline) override {
-    const PreparedArea& area = areas[areaIndex];
-    if (!area.box.touches(boxes[outline])) {
-      return OUTSIDE;
-    }
-    const Paths object{toPath(outlines[outline])};
+ protected:
+  int judge(const PreparedArea& area, std::span<const Point> outline, const Box& /*box*/) override {
+    const Paths object{toPath(outline)};
     if (sharesArea(area.free, object)) {
       return INSIDE;
     }
@@ -74,9 +64,6 @@ class ClipperVerdicts : public LibraryVerdicts {
     return !common.empty();
   }
 
-  const std::vector<std::vector<Point>>& outlines;
-  std::vector<PreparedArea> areas;
-  std::vector<Box> boxes;
   Paths common;
 };
 

@@ -71,23 +71,13 @@ struct PreparedArea {
   bool hasExcludes = false;
 };
 
-class GeosVerdicts : public LibraryVerdicts {
+class GeosVerdicts : public PreparedVerdicts<PreparedArea> {
  public:
-  explicit GeosVerdicts(const VerdictPairs& pairs) : outlines(pairs.outlines) {
-    for (const Areas& drawn : pairs.areas) {
-      areas.emplace_back(drawn);
-    }
-    for (const auto& outline : outlines) {
-      boxes.emplace_back(outline);
-    }
-  }
+  using PreparedVerdicts::PreparedVerdicts;
 
-  int verdict(std::size_t areaIndex, std::size_t outline) override {
-    const PreparedArea& area = areas[areaIndex];
-    if (!area.box.touches(boxes[outline])) {
-      return OUTSIDE;
-    }
-    const Shape object = toShape(outlines[outline]);
+ protected:
+  int judge(const PreparedArea& area, std::span<const Point> outline, const Box& /*box*/) override {
+    const Shape object = toShape(outline);
     if (GEOSPreparedIntersects_r(engine(), area.preparedFree.get(), object.get()) == 1) {
       return sharesArea(area, object) ? INSIDE : EXCLUDED;
     }
@@ -112,10 +102,6 @@ class GeosVerdicts : public LibraryVerdicts {
     }
     return answer == 1;
   }
-
-  const std::vector<std::vector<Point>>& outlines;
-  std::vector<PreparedArea> areas;
-  std::vector<Box> boxes;
 };
 
 }  // namespace

@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <memory>
 #include <span>
+#include <vector>
 
 #include "bench/verdict_pairs.h"
 #include "geometry/point.h"
@@ -46,6 +47,34 @@ class LibraryVerdicts {
   virtual ~LibraryVerdicts() = default;
 
   virtual int verdict(std::size_t area, std::size_t outline) = 0;
+};
+
+// With areas as a library prepares them: constructed from Areas, with a member box.
+template <typename PreparedArea>
+class PreparedVerdicts : public LibraryVerdicts {
+ public:
+  explicit PreparedVerdicts(const VerdictPairs& pairs) : outlines(pairs.outlines) {
+    for (const Areas& drawn : pairs.areas) {
+      areas.emplace_back(drawn);
+    }
+    for (const auto& outline : outlines) {
+      boxes.emplace_back(outline);
+    }
+  }
+
+  int verdict(std::size_t area, std::size_t outline) final {
+    const bool mayTouch = areas[area].box.touches(boxes[outline]);
+    return mayTouch ? judge(areas[area], outlines[outline], boxes[outline]) : OUTSIDE;
+  }
+
+ protected:
+  // Of an outline whose box touches the area's.
+  virtual int judge(const PreparedArea& area, std::span<const Point> outline, const Box& box) = 0;
+
+ private:
+  const std::vector<std::vector<Point>>& outlines;
+  std::vector<PreparedArea> areas;
+  std::vector<Box> boxes;
 };
 
 // The pairs must outlive the result.
