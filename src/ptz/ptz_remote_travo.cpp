@@ -12,6 +12,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 
 #include "app/ratio.h"
 #include "ptz/system_bus.h"
@@ -35,8 +36,11 @@ constexpr const char* DETECTED_TYPE = "ImageSource.I0.Video.DetectedType";
 constexpr double SMALLEST_RATIO = 0.001;
 constexpr double ANALOG_RATIO = static_cast<double>(4.0F / 3.0F);
 
+// What is out of range becomes the nearest limit.
 int readInteger(const std::string& text) {
-  return static_cast<int>(std::strtol(text.c_str(), nullptr, 10));
+  using Limits = std::numeric_limits<int>;
+  const long value = std::strtol(text.c_str(), nullptr, 10);
+  return static_cast<int>(std::clamp<long>(value, Limits::min(), Limits::max()));
 }
 
 bool isAnalogType(const std::string& type) {

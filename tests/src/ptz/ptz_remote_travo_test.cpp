@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <string>
@@ -304,6 +305,16 @@ TEST_F(PtzRemoteTravoTest, ZoomLimits) {
   EXPECT_EQ(zoom, 1);
   EXPECT_TRUE(link.getMaxZoom(zoom));
   EXPECT_EQ(zoom, 9999);
+}
+
+TEST_F(PtzRemoteTravoTest, ZoomLimitsBeyondTheRangeAreTheNearest) {
+  head.setParameter("PTZ.Limit.L1.MinZoom", "-4294967297");
+  head.setParameter("PTZ.Limit.L1.MaxZoom", "4294967297");
+  int zoom = 0;
+  EXPECT_TRUE(link.getMinZoom(zoom));
+  EXPECT_EQ(zoom, std::numeric_limits<int>::min());
+  EXPECT_TRUE(link.getMaxZoom(zoom));
+  EXPECT_EQ(zoom, std::numeric_limits<int>::max());
 }
 
 TEST_F(PtzRemoteTravoTest, LimitsThatCannotBeReadLeaveTheArgumentAlone) {
