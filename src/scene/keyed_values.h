@@ -43,8 +43,8 @@ class KeyedValues {
 
   // Replaces a value of that name.
   void put(std::string_view key, Value value) {
-    if (const Value* known = find(key)) {
-      const_cast<Value&>(*known) = std::move(value);  // of entries, which are not const here
+    if (const auto known = std::ranges::find(entries, key, &Entry::key); known != entries.end()) {
+      known->value = std::move(value);
     } else {
       entries.insert(locate(key), Entry{std::string(key), std::move(value)});
     }
