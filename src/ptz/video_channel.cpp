@@ -80,20 +80,25 @@ bool VideoChannel::init() {
   if (isSideways(fov.getSensorRotation())) {
     std::swap(width, height);
   }
-  context.reset(ptzmath_context_create());
-  ptzmath_set_pic_dim(context.get(), width, height);
-  return ptzmath_get_remote_center(context.get(), channel + 1) != -1;
+  context = createContext(width, height);
+  return isMounted(*context, channel);
 }
 
 bool VideoChannel::isMounted(int channel) {
   int width = 0;
   int height = 0;
-  if (!getCameraResolution(channel, width, height)) {
-    return false;
-  }
-  const Context context(ptzmath_context_create());
+  return getCameraResolution(channel, width, height) &&
+         isMounted(*createContext(width, height), channel);
+}
+
+VideoChannel::Context VideoChannel::createContext(int width, int height) {
+  Context context(ptzmath_context_create());
   ptzmath_set_pic_dim(context.get(), width, height);
-  return ptzmath_get_remote_center(context.get(), channel + 1) != -1;
+  return context;
+}
+
+bool VideoChannel::isMounted(ptzmath_context& context, int channel) {
+  return ptzmath_get_remote_center(&context, channel + 1) != -1;
 }
 
 bool VideoChannel::getCameraResolution(int channel, int& width, int& height) {

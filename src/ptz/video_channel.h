@@ -64,12 +64,15 @@ class VideoChannel {
     void operator()(ptzmath_context* context) const { ptzmath_context_delete(context); }
   };
 
+  using Context = std::unique_ptr<ptzmath_context, DeleteContext>;
+
+  static Context createContext(int width, int height);
+  static bool isMounted(ptzmath_context& context, int channel);
+
   void applyFov();
   double subtendedAngle(const PointF& position, double extent) const;
 
   std::int32_t channel;
-  using Context = std::unique_ptr<ptzmath_context, DeleteContext>;
-
   Context context;
   std::int32_t width = 0;  // pixels, after rotation
   std::int32_t height = 0;
