@@ -634,6 +634,8 @@ TEST_F(GuardFactoryTest, BarsAreChecked) {
       {"[{}]", {"Could not unpack a perspective bar", MISSING}},
       {R"([{"type":"bar","data":[]}])", {"Could not unpack a perspective bar", MISSING}},
       {R"([{"height":3,"data":[]}])", {"Could not unpack a perspective bar", MISSING}},
+      {"[" + bar("[[0,0],[0,1]]", "4294967396") + "]",  // 100 when it is cut to 32 bits
+       {"Could not unpack a perspective bar", INVALID}},
       {R"([{"type":"bar","height":3}])", {"Could not get the data for a perspective bar", INVALID}},
       {R"([{"type":"cube","height":3,"data":[[0,0],[0,1]]}])",
        {"Unknown type of perspective.", INVALID}},

@@ -102,7 +102,7 @@ TEST(PerspectiveTest, BarsAtOnePositionGiveNoLineAndZeroSizes) {
   EXPECT_EQ(single.calculateRealWorldSize(100, 1000), 0);
 }
 
-// As from straight above: 20 pixels a centimetre everywhere.
+// As from straight above: 20 scene units a centimetre everywhere.
 TEST(PerspectiveTest, BarsOfOneScaleMeasureTheSameEverywhere) {
   const Perspective flat(Bars{{-1000, 1000, 100}, {1000, 3000, 100}});
   EXPECT_EQ(flat.calculateRealWorldSize(-1000, 2000), 100);
