@@ -9,6 +9,7 @@
 #include <string>
 #include <utility>
 
+#include "app/clock.h"
 #include "app/ratio.h"
 #include "events/camera_info.h"
 #include "events/sdk_wrapper.h"
@@ -35,8 +36,11 @@ struct FreeEvent {
 
 using EventPtr = std::unique_ptr<OVEvent, FreeEvent>;
 
+// Never of the future, as which an event appears when the wall clock was set back since it was
+// sent: the guards would drop all frames until that time has come.
 std::int64_t monotonicTimeOf(const OVEvent* event) {
-  return utils::convertUTC_ToMonotonicTime(ov_event_get_time_stamp(event));
+  const std::int64_t time = utils::convertUTC_ToMonotonicTime(ov_event_get_time_stamp(event));
+  return std::min(time, utils::monotonicTime());
 }
 
 // Logs and frees the error of a key that could not be read.

@@ -318,6 +318,20 @@ TEST_F(MechanicalCameraContainerTest, EventTimesBecomeMonotonic) {
               static_cast<double>(utils::convertUTC_ToMonotonicTime(utc - 300'000'000)), MINUTE);
 }
 
+// By an hour, say: no frame of the hour to come would be young enough for the guards.
+TEST_F(MechanicalCameraContainerTest, AnEventFromBeforeTheWallClockWasSetBackIsOfNow) {
+  constexpr std::int64_t HOUR = 3'600'000'000;
+  configure({1});
+  const auto* const guard = dynamic_cast<NotingGuard*>(camera(1)->getGuard(10));
+  const std::int64_t before = utils::monotonicTime();
+  deliverPreset(true, 4, utils::utcTime() + HOUR);
+  EXPECT_GE(guard->lastTime, before);
+  EXPECT_LE(guard->lastTime, utils::monotonicTime());
+  deliver("Move", {{"is_moving", keyOf(false)}}, utils::utcTime() + HOUR);
+  EXPECT_GE(guard->lastTime, before);
+  EXPECT_LE(guard->lastTime, utils::monotonicTime());
+}
+
 TEST_F(MechanicalCameraContainerTest, MovementEventsReachTheGuards) {
   configure({1});
   notes.take();
