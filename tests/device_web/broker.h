@@ -27,57 +27,6 @@ namespace device {
 inline constexpr char kBrokerProgram[] = "/usr/sbin/mosquitto";
 inline constexpr std::chrono::seconds kBrokerPatience(30);  // that only a broken test needs
 
-// A port that nobody listens on now.
-inline int freePort() {
-  const int fd = socket(AF_INET, SOCK_STREAM, 0);
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  socklen_t size = sizeof(address);
-  EXPECT_EQ(0, bind(fd, reinterpret_cast<sockaddr*>(&address), size));
-  EXPECT_EQ(0, getsockname(fd, reinterpret_cast<sockaddr*>(&address), &size));
-  close(fd);
-  return ntohs(address.sin_port);
-}
-
-// A real broker on a port of its own; it keeps what is retained over a restart.
-class Broker {
- public:
-  explicit Broker(bool keeps = true) : port_(freePort()) {
-    std::ofstream file(folder_ / "conf");
-    file << "listener " << port_ << " 127.0.0.1\nallow_anonymous true\nlog_dest none\n";
-    if (geteuid() == 0) file << "user root\n";
-    if (keeps) file << "persistence true\npersistence_location " << (folder_ / "") << "\n";
-    file.close();
-    start();
-  }
-  Broker(const Broker&) = delete;
-  Broker& operator=(const Broker&) = delete;
-  ~Broker() { stop(); }
-
-  void start() {
-    std::string program = kBrokerProgram;
-    std::string option = "-c";
-    std::string file = folder_ / "conf";
-    char* const arguments[] = {program.data(), option.data(), file.data(), nullptr};
-    ASSERT_EQ(0, posix_spawn(&pid_, kBrokerProgram, nullptr, nullptr, arguments, environ));
-  }
-
-  void stop(int signal = SIGTERM) {
-    if (pid_ == 0) return;
-    kill(pid_, signal);
-    waitpid(pid_, nullptr, 0);
-    pid_ = 0;
-  }
-
-  int port() const { return port_; }
-
- private:
-  TemporaryFolder folder_;
-  int port_;
-  pid_t pid_ = 0;
-};
-
 struct BrokerMessage {
   std::string topic;
   std::string payload;
@@ -140,6 +89,72 @@ class Subscriber {
  private:
   std::unique_ptr<mosquitto, decltype(&mosquitto_destroy)> client_;
   bool subscribed_ = false;
+};
+
+// A port that only a program started by this one may listen on: the socket that is bound to it
+// keeps it from other tests, also while the program does not run.
+class ReservedPort {
+ public:
+  ReservedPort() {
+    constexpr int kOn = 1;  // as the program's own has, which may then be bound as well
+    setsockopt(fd_, SOL_SOCKET, SO_REUSEADDR, &kOn, sizeof(kOn));
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t size = sizeof(address);
+    EXPECT_EQ(0, bind(fd_, reinterpret_cast<sockaddr*>(&address), size));
+    EXPECT_EQ(0, getsockname(fd_, reinterpret_cast<sockaddr*>(&address), &size));
+    number_ = ntohs(address.sin_port);
+  }
+  ReservedPort(const ReservedPort&) = delete;
+  ReservedPort& operator=(const ReservedPort&) = delete;
+  ~ReservedPort() { close(fd_); }
+
+  int number() const { return number_; }
+
+ private:
+  int fd_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  int number_ = 0;
+};
+
+// A real broker on a port of its own; it keeps what is retained over a restart.
+class Broker {
+ public:
+  explicit Broker(bool keeps = true) {
+    std::ofstream file(folder_ / "conf");
+    file << "listener " << port() << " 127.0.0.1\nallow_anonymous true\nlog_dest none\n";
+    if (geteuid() == 0) file << "user root\n";
+    if (keeps) file << "persistence true\npersistence_location " << (folder_ / "") << "\n";
+    file.close();
+    start();
+  }
+  Broker(const Broker&) = delete;
+  Broker& operator=(const Broker&) = delete;
+  ~Broker() { stop(); }
+
+  // Returns once it serves: one that is told to end before may not have heard it.
+  void start() {
+    std::string program = kBrokerProgram;
+    std::string option = "-c";
+    std::string file = folder_ / "conf";
+    char* const arguments[] = {program.data(), option.data(), file.data(), nullptr};
+    ASSERT_EQ(0, posix_spawn(&pid_, kBrokerProgram, nullptr, nullptr, arguments, environ));
+    const Subscriber served(port());
+  }
+
+  void stop(int signal = SIGTERM) {
+    if (pid_ == 0) return;
+    kill(pid_, signal);
+    waitpid(pid_, nullptr, 0);
+    pid_ = 0;
+  }
+
+  int port() const { return port_.number(); }
+
+ private:
+  TemporaryFolder folder_;
+  ReservedPort port_;
+  pid_t pid_ = 0;
 };
 
 }  // namespace device

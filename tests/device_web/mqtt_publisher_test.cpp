@@ -162,7 +162,8 @@ TEST_F(MqttPublisherTest, DeviceThatLeavesClearsItsStatesAndSaysSo) {
 }
 
 TEST_F(MqttPublisherTest, BrokerThatIsAwayIsToldOfOnce) {
-  const auto publisher = publisherFor(freePort());
+  const ReservedPort nobodys;
+  const auto publisher = publisherFor(nobodys.number());
   std::vector<std::string> news;
   const auto deadline = std::chrono::steady_clock::now() + kBrokerPatience;
   while (news.empty() && std::chrono::steady_clock::now() < deadline) {

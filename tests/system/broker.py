@@ -17,7 +17,12 @@ Publication = collections.namedtuple("Publication", "retained qos topic event")
 class Broker:
     def __init__(self, test):
         self._test = test
-        self.port = free_port()
+        # Bound to the port, it keeps other tests from it; the broker's socket may be bound as well.
+        reserving = socket.socket()
+        test.addCleanup(reserving.close)
+        reserving.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
+        reserving.bind((HOST, 0))
+        self.port = reserving.getsockname()[1]
         self._start(["mosquitto", "-p", str(self.port)], stdout=subprocess.DEVNULL)
         wait_until(self._is_listening, "the broker")
         subprocess.run(["mosquitto_pub", *self._address(), "-t", READY, "-r", "-m", "ready"],
@@ -44,12 +49,6 @@ class Broker:
     def _is_listening(self):
         with socket.socket() as probe:
             return probe.connect_ex((HOST, self.port)) == 0
-
-
-def free_port():
-    with socket.socket() as probe:
-        probe.bind((HOST, 0))
-        return probe.getsockname()[1]
 
 
 def read(line):
