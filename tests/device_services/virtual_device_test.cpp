@@ -17,6 +17,9 @@
 namespace device {
 namespace {
 
+// Seconds until a shell has surely set its trap and a frame has come, even on a busy machine.
+constexpr double kLongEnough = 2;
+
 std::string contents(const std::string& path) {
   std::ifstream file(path);
   return std::string(std::istreambuf_iterator<char>(file), {});
@@ -103,7 +106,7 @@ TEST_F(VirtualDeviceTest, TransportSetsThePlatformsVersion) {
 
 TEST_F(VirtualDeviceTest, DaemonIsEndedAfterTheDurationAndTheReportWritten) {
   useDaemon("trap \"exit 0\" TERM; while :; do sleep 0.05; done");
-  options.duration = 0.5;
+  options.duration = kLongEnough;
   options.report = folder / "report";
   testing::internal::CaptureStdout();
   EXPECT_EQ(0, make()->run());
@@ -125,7 +128,7 @@ TEST_F(VirtualDeviceTest, DaemonThatDiesByItselfEndsTheDeviceWithStatusOne) {
 
 TEST_F(VirtualDeviceTest, DaemonThatEndsWithAnotherStatusGivesStatusOne) {
   useDaemon("trap \"exit 4\" TERM; while :; do sleep 0.05; done");
-  options.duration = 0.5;
+  options.duration = kLongEnough;
   testing::internal::CaptureStdout();
   EXPECT_EQ(1, make()->run());
   EXPECT_NE(std::string::npos, testing::internal::GetCapturedStdout().find("status 4"));
@@ -161,7 +164,7 @@ TEST_F(VirtualDeviceTest, DaemonThatCannotBeStartedAgainEndsTheDevice) {
 TEST_F(VirtualDeviceTest, DaemonThatWasToldToEndIsNotStartedAgain) {
   useDaemon("trap \"exit 4\" TERM; while :; do sleep 0.05; done");
   options.restartDaemon = true;
-  options.duration = 0.5;
+  options.duration = kLongEnough;
   testing::internal::CaptureStdout();
   EXPECT_EQ(1, make()->run());
   EXPECT_EQ(std::string::npos,
@@ -169,7 +172,7 @@ TEST_F(VirtualDeviceTest, DaemonThatWasToldToEndIsNotStartedAgain) {
 }
 
 TEST_F(VirtualDeviceTest, FramesArriveAtTheSubscriber) {
-  options.duration = 0.5;
+  options.duration = kLongEnough;
   const auto device = make();
   SocketClient client(paths.subscriber);
   client.send("SUBSCRIBE 0 15\n");

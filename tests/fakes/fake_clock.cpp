@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr auto PATIENCE = std::chrono::seconds(10);
+constexpr auto PATIENCE = std::chrono::seconds(30);
 
 }  // namespace
 

@@ -27,7 +27,7 @@ class FakeClock : public Clock {
   // Moves time without waking anybody up.
   void set(std::int64_t time);
 
-  // Waits (really) until that many threads are blocked in sleep(); false after 10 s.
+  // Waits (really) until that many threads are blocked in sleep(); false after 30 s.
   bool waitForSleepers(int count);
 
   // Advances in one step and waits until that many threads are asleep again.

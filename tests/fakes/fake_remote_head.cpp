@@ -18,7 +18,7 @@
 
 namespace {
 
-constexpr auto PATIENCE = std::chrono::seconds(10);
+constexpr auto PATIENCE = std::chrono::seconds(30);
 
 std::string makeFolder() {
   std::string name = (std::filesystem::temp_directory_path() / "head-XXXXXX").string();

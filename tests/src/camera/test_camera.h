@@ -32,10 +32,10 @@ class Notes {
     return std::exchange(notes_, {});
   }
 
-  // Waits (really) until there are that many; false after 10 s.
+  // Waits (really) until there are that many; false after 30 s.
   bool waitFor(std::size_t count) {
     std::unique_lock lock(mutex_);
-    return changed_.wait_for(lock, std::chrono::seconds(10),
+    return changed_.wait_for(lock, std::chrono::seconds(30),
                              [&] { return notes_.size() >= count; });
   }
 

@@ -165,10 +165,10 @@ class TrackerFixture : public testing::Test {
     return values;
   }
 
-  // Waits (really) for something that another thread does; false after 10 s.
+  // Waits (really) for something that another thread does; false after 30 s.
   template <typename Condition>
   static bool waitFor(Condition condition) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
     while (!condition()) {
       if (std::chrono::steady_clock::now() > end) return false;
       std::this_thread::yield();
