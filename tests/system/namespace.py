@@ -9,6 +9,15 @@ import sys
 REPOSITORY = pathlib.Path(__file__).resolve().parents[2]
 MARK = "SENTREL_TEST_NAMESPACE"
 PACKAGES = "/usr/local/packages"
+AGE = "SENTREL_TEST_AGE"  # seconds for which the machine seems to have been up when a test begins
+
+
+def enter_age():
+    """Starts this very program again on a machine of the age that is asked for."""
+    if age := os.environ.pop(AGE, None):
+        at_age = REPOSITORY / "tests" / "at_age.py"
+        os.execv(sys.executable, [sys.executable, "-B", str(at_age), age,
+                                  sys.executable, "-B", *sys.argv])
 
 
 def enter(build):

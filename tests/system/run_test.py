@@ -30,6 +30,7 @@ def end(pid):
 
 
 def main(build, name):
+    namespace.enter_age()
     os.environ["SENTREL_BUILD"] = os.path.realpath(build)
     suite = unittest.defaultTestLoader.loadTestsFromName(name)
     if any(getattr(test, "in_namespace", False) for test in suite):

@@ -1,0 +1,151 @@
+"""script/test says what failed and how to see it again; what it calls is played by small scripts."""
+
+import os
+import pathlib
+import shutil
+import subprocess
+import tempfile
+import unittest
+
+REPOSITORY = pathlib.Path(__file__).resolve().parents[2]
+
+# Each writes down how it was called. CTest fails the tests that the test has named.
+CALLED = '#!/bin/bash\necho "${0##*/} $*" >> "$ROOT/calls"\n'
+NINJA = CALLED + '[ ! -e "$ROOT/build-fails" ]\n'
+CTEST = CALLED + '''
+preset=$2
+echo "age ${SENTREL_TEST_AGE:-own}" >> "$ROOT/calls"
+log=build/$preset/Testing/Temporary
+mkdir -p "$log"
+[ -e "$ROOT/$preset-fails" ] || exit 0
+cp "$ROOT/$preset-fails" "$log/LastTestsFailed.log"
+exit 8
+'''
+CLANG_FORMAT = CALLED + '[ ! -e "$ROOT/format-fails" ]\n'
+PLAYED = {"bin/cmake": CALLED, "bin/ninja": NINJA, "bin/ctest": CTEST,
+          "bin/clang-format": CLANG_FORMAT, "script/bootstrap": CALLED,
+          "script/check-layers": CALLED}
+
+
+class ScriptTestTest(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.root = pathlib.Path(folder.name)
+        for name, text in PLAYED.items():
+            path = self.root / name
+            path.parent.mkdir(exist_ok=True)
+            path.write_text(text, encoding="utf-8")
+            path.chmod(0o755)
+        shutil.copy(REPOSITORY / "script" / "test", self.root / "script")
+        (self.root / "tests").mkdir()
+        shutil.copy(REPOSITORY / "tests" / "at_age.py", self.root / "tests")
+        (self.root / "source.cpp").write_text("", encoding="utf-8")
+        subprocess.run(["git", "init", "--quiet", self.root], check=True)
+
+    def fail(self, what, *lines):
+        (self.root / f"{what}-fails").write_text("".join(f"{line}\n" for line in lines),
+                                                 encoding="utf-8")
+
+    def run_script(self, *options):
+        """Returns the exit status and the lines about failures."""
+        environment = os.environ | {"ROOT": str(self.root),
+                                    "PATH": f"{self.root / 'bin'}:{os.environ['PATH']}"}
+        result = subprocess.run([self.root / "script" / "test", *options], env=environment,
+                                capture_output=True, text=True)
+        lines = result.stderr.splitlines()
+        told = [line for line in lines if line.startswith("test: failed: ")]
+        self.assertEqual(told, lines[len(lines) - len(told):], "they are the last")
+        return result.returncode, told
+
+    def calls(self, program):
+        calls = (self.root / "calls").read_text(encoding="utf-8").splitlines()
+        return [call.partition(" ")[2] for call in calls if call.startswith(program + " ")]
+
+    def test_success_is_told_by_the_status_alone(self):
+        self.assertEqual((0, []), self.run_script())
+        self.assertEqual((0, []), self.run_script("--ci"))
+
+    def test_each_test_that_failed_is_told_with_what_runs_it_alone(self):
+        self.fail("release", "7:app_tests.ClockTest.Runs", "9:system.StopTest.test_sigterm")
+        status, told = self.run_script()
+        self.assertEqual(1, status)
+        self.assertEqual(
+            ["test: failed: app_tests.ClockTest.Runs; alone: "
+             r"script/test --only '^app_tests\.ClockTest\.Runs$'",
+             "test: failed: system.StopTest.test_sigterm; alone: "
+             r"script/test --only '^system\.StopTest\.test_sigterm$'"], told)
+
+    def test_names_of_tests_are_no_patterns(self):
+        self.fail("release", "1:a_tests.All/B.C/(x+1)[0]")
+        _, told = self.run_script("--unit")
+        self.assertEqual([r"test: failed: a_tests.All/B.C/(x+1)[0]; alone: "
+                          r"script/test --only '^a_tests\.All/B\.C/\(x\+1\)\[0\]$'"], told)
+
+    def test_what_a_sanitizer_an_age_and_a_load_found_is_run_alone_under_the_same(self):
+        self.fail("thread", "1:system.A.test_b")
+        _, told = self.run_script("--sanitize", "thread", "--age=60", "--busy")
+        self.assertEqual([r"test: failed: system.A.test_b; alone: script/test --sanitize thread "
+                          r"--age 60 --busy --only '^system\.A\.test_b$'"], told)
+
+    def test_failures_of_an_earlier_run_are_not_told_again(self):
+        self.fail("release", "1:a.B.c")
+        self.run_script()
+        (self.root / "release-fails").unlink()
+        self.assertEqual((0, []), self.run_script())
+
+    def test_run_that_broke_off_is_told_though_no_test_failed(self):
+        self.fail("release")
+        self.assertEqual((1, ["test: failed: the tests of build/release; alone: script/test"]),
+                         self.run_script())
+
+    def test_build_that_failed_is_told(self):
+        self.fail("build")
+        expected = (1, ["test: failed: building build/release; alone: "
+                        "cmake --preset release && cmake --build --preset release"])
+        self.assertEqual(expected, self.run_script())
+        self.assertEqual(expected, self.run_script("--ci"))
+        self.assertEqual([], self.calls("ctest"))
+
+    def test_format_that_is_wrong_is_told(self):
+        self.fail("format")
+        expected = (1, ["test: failed: the sources' format; alone: script/test --sources"])
+        self.assertEqual(expected, self.run_script("--sources"))
+        self.assertEqual(expected, self.run_script("--ci"))
+
+    def test_every_stage_of_ci_tells_what_failed_in_it(self):
+        for preset in ("release", "thread", "address"):
+            self.fail(preset, f"1:{preset}.A.b")
+        status, told = self.run_script("--ci")
+        self.assertEqual(1, status)
+        names = [line.split(";")[0].removeprefix("test: failed: ") for line in told]
+        # The release's tests are run twice: what is measured comes last, alone.
+        self.assertEqual(["release.A.b", "address.A.b", "thread.A.b", "release.A.b"], names)
+
+    def test_ci_runs_on_machines_of_three_ages(self):
+        if subprocess.run(["unshare", "--time", "true"], capture_output=True).returncode:
+            self.skipTest("no time namespaces on this machine")
+        self.run_script("--ci")
+        self.assertEqual({"own", "60", "34560000"}, set(self.calls("age")))
+
+    def test_only_what_is_named_is_run_and_there_has_to_be_such_a_test(self):
+        self.run_script("--only", "Clock")
+        self.assertEqual(["--preset release --parallel 4 --no-tests=error --tests-regex Clock"],
+                         self.calls("ctest"))
+
+    def test_what_is_measured_is_left_out_on_a_busy_machine(self):
+        self.run_script("--busy", "--system")
+        self.assertEqual(["--preset release --parallel 4 --no-tests=error "
+                          "--label-regex ^system$ --label-exclude ^measured$"],
+                         self.calls("ctest"))
+
+    def test_options_that_do_not_fit_are_refused(self):
+        for options in (["--what"], ["--age"], ["--age", "old"], ["--sanitize", "memory"],
+                        ["--ci", "--unit"], ["--ci", "--busy"], ["--sources", "--age", "60"]):
+            with self.subTest(options=options):
+                self.assertEqual((2, []), self.run_script(*options))
+        self.assertFalse((self.root / "calls").exists())
+
+
+if __name__ == "__main__":
+    unittest.main()
