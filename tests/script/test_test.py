@@ -15,6 +15,9 @@ NINJA = CALLED + '[ ! -e "$ROOT/build-fails" ]\n'
 CTEST = CALLED + '''
 preset=$2
 echo "age ${SENTREL_TEST_AGE:-own}" >> "$ROOT/calls"
+for process in $(pgrep --parent $PPID); do
+  [ "$process" = $$ ] || echo "beside $process" >> "$ROOT/calls"
+done
 log=build/$preset/Testing/Temporary
 mkdir -p "$log"
 [ -e "$ROOT/$preset-fails" ] || exit 0
@@ -133,11 +136,15 @@ class ScriptTestTest(unittest.TestCase):
         self.assertEqual(["--preset release --parallel 4 --no-tests=error --tests-regex Clock"],
                          self.calls("ctest"))
 
-    def test_what_is_measured_is_left_out_on_a_busy_machine(self):
-        self.run_script("--busy", "--system")
-        self.assertEqual(["--preset release --parallel 4 --no-tests=error "
-                          "--label-regex ^system$ --label-exclude ^measured$"],
-                         self.calls("ctest"))
+    def test_busy_keeps_every_processor_busy_until_the_tests_end(self):
+        self.run_script("--busy")
+        others = self.calls("beside")
+        self.assertEqual(os.cpu_count(), len(others))
+        self.assertEqual([], [other for other in others if pathlib.Path(f"/proc/{other}").exists()])
+
+    def test_nothing_else_runs_beside_the_tests(self):
+        self.run_script()
+        self.assertEqual([], self.calls("beside"))
 
     def test_options_that_do_not_fit_are_refused(self):
         for options in (["--what"], ["--age"], ["--age", "old"], ["--sanitize", "memory"],

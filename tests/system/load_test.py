@@ -10,7 +10,6 @@ import threading
 import time
 
 from camera import TUNED, CameraTest
-from journal import wait_until
 from web import Web, document
 
 CLIENTS = 8
@@ -22,6 +21,7 @@ MOST_RMS_ERROR = 4.0  # degrees
 
 ATTEMPTS = 3
 CONTROL = 10  # seconds
+MOST_WAITING = 120  # seconds for a machine that is free
 
 WALK = 900  # seconds for which the person is there
 RADIUS = 6.0  # metres of the circle
@@ -62,6 +62,16 @@ class ControlSteps:
         time.sleep(seconds)  # what is measured is of this length
         times = self._times[start:]
         return [later - earlier for earlier, later in zip(times, times[1:])]
+
+
+def is_machine_free():
+    """Who wakes up as often as the loop does so in time when nobody sends requests."""
+    times = [time.monotonic()]
+    while times[-1] < times[0] + CONTROL:
+        time.sleep(PERIOD)
+        times.append(time.monotonic())
+    return late([later - earlier for earlier, later in zip(times, times[1:])]) < (
+        MOST_PERIODS * PERIOD)
 
 
 def late(periods):
@@ -134,14 +144,19 @@ class LoadTest(CameraTest):
         """Those of the first attempt in which nobody but the clients was in the way."""
         for _ in range(ATTEMPTS):
             periods = self.load()
-            if late(periods) < MOST_PERIODS * PERIOD or self.is_machine_free():
-                break
-            wait_until(self.is_machine_free, "time on this machine", patience=120)
-        return periods
+            if late(periods) < MOST_PERIODS * PERIOD or is_machine_free():
+                return periods
+            self.wait_for_free_machine()
+        self.pass_over()
 
-    def is_machine_free(self):
-        """The loop holds its period when nobody sends requests."""
-        return late(self.steps.periods(CONTROL)) < MOST_PERIODS * PERIOD
+    def wait_for_free_machine(self):
+        deadline = time.monotonic() + MOST_WAITING
+        while not is_machine_free():
+            if time.monotonic() > deadline:
+                self.pass_over()
+
+    def pass_over(self):
+        self.skipTest("The time that this takes is not on this machine: others are in the way")
 
     def load(self):
         clients = [Client(self.web, number) for number in range(CLIENTS)]
