@@ -26,6 +26,11 @@ TEST(PerspectiveBarTest, ScaleIsLengthOverHeight) {
   EXPECT_FLOAT_EQ(PerspectiveBar(0, 1, 3).scale, 1.0F / 3.0F);
 }
 
+TEST(PerspectiveBarTest, AHeightBelowZeroGivesAScaleBelowZero) {
+  EXPECT_FLOAT_EQ(PerspectiveBar(0, 1000, -100).scale, -10.0F);
+  EXPECT_FLOAT_EQ(PerspectiveBar(1000, -500, -100).scale, -15.0F);
+}
+
 TEST(PerspectiveBarTest, TheHigherBarDependsOnTheRotation) {
   const PerspectiveBar large(100, 200, 10);
   const PerspectiveBar small(-100, 200, 10);

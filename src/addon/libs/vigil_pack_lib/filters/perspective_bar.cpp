@@ -6,7 +6,7 @@ PerspectiveBar::PerspectiveBar(std::int32_t position, std::int32_t otherEnd, std
     : position(position),
       otherEnd(otherEnd),
       height(height),
-      scale(std::fabs(static_cast<float>(otherEnd - position) / static_cast<float>(height))) {}
+      scale(std::fabs(static_cast<float>(otherEnd - position)) / static_cast<float>(height)) {}
 
 bool PerspectiveBar::isAbove(const PerspectiveBar& other, std::int32_t rotation) const {
   if (rotation == 90 || rotation == 180) {

@@ -15,7 +15,7 @@ struct PerspectiveBar {
   std::int32_t position;
   std::int32_t otherEnd;
   std::int32_t height;
-  float scale;  // Q12 units per real-world unit
+  float scale;  // Q12 units per real-world unit, with the height's sign
 };
 
 #endif
