@@ -27,6 +27,8 @@ bool isInteger(Json value, json_int_t low, json_int_t high) {
          json_integer_value(value) <= high;
 }
 
+constexpr json_int_t DAY = 86'400'000'000;  // microseconds
+
 bool is32Bit(Json value) {
   return isInteger(value, INT32_MIN, INT32_MAX);
 }
@@ -143,7 +145,7 @@ bool isProfile(Json profile, const DeviceFacts& device) {
       perspective != nullptr && (!json_is_array(perspective) || json_array_size(perspective) > 0);
   return isName(member(profile, "name")) && is32Bit(member(profile, "uid")) &&
          is32Bit(member(profile, "camera")) && is32Bit(member(profile, "priority")) &&
-         (duration == nullptr || is32Bit(duration)) && !hasPerspective &&
+         (duration == nullptr || isInteger(duration, -DAY, DAY)) && !hasPerspective &&
          areTriggers(member(profile, "triggers")) && areFilters(member(profile, "filters")) &&
          arePresets(member(profile, "presets"), device);
 }

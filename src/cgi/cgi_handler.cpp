@@ -185,9 +185,10 @@ CGI_HandlerResult CGI_Handler::handleConfigurationCapabilities(const std::string
 int CGI_Handler::unpackProfile(const std::string& text, const std::string& method) {
   const JsonAutoPtr params = decodeParams(text, method);
   json_int_t profile = 0;
-  throwIf(
-      json_unpack(params.get(), "{s:I}", "profile", &profile) != 0 || !std::in_range<int>(profile),
-      "Could not unpack data for profile uid for " + method, missingParameter);
+  throwIf(json_unpack(params.get(), "{s:I}", "profile", &profile) != 0,
+          "Could not unpack data for profile uid for " + method, missingParameter);
+  throwIf(!std::in_range<std::int32_t>(profile), "Incorrect profile uid for " + method,
+          invalidParameter);
   return static_cast<int>(profile);
 }
 

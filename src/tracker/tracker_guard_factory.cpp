@@ -15,11 +15,12 @@ TrackerGuardFactory::TrackerGuardFactory(const json_t* profile, int rotation,
 
 void TrackerGuardFactory::parseGuardData(const json_t* profile) {
   json_int_t value = 0;
-  throwIf(json_unpack(const_cast<json_t*>(profile), "{s:I}", "priority", &value) != 0 ||
-              !std::in_range<std::int32_t>(value),
+  throwIf(json_unpack(const_cast<json_t*>(profile), "{s:I}", "priority", &value) != 0,
           "Could not unpack data for the guard", StatusCode_e::missingParameter);
-  priority = static_cast<std::int32_t>(value);
   GuardFactory::parseGuardData(profile);
+  throwIf(!std::in_range<std::int32_t>(value), "Incorrect parameter value for the guard",
+          StatusCode_e::invalidParameter);
+  priority = static_cast<std::int32_t>(value);
 }
 
 // An empty array says that there is none.

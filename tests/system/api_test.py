@@ -17,6 +17,7 @@ MESSAGES = {
     "2005": "The requested CGI method was not found",
 }
 MEBIBYTE = 1 << 20
+DAY = 86_400_000_000  # microseconds
 
 SQUARE = [[-0.9, -0.9], [-0.9, 0.9], [0.9, 0.9], [0.9, -0.9]]
 AREA = {"type": "includeArea", "data": SQUARE}
@@ -96,6 +97,10 @@ REFUSED = [
     *[("2003", "Could not unpack data for the guard", of_profile(**changes))
       for changes in ({"name": MISSING}, {"uid": MISSING}, {"priority": MISSING}, {"name": 7},
                       {"uid": "1"}, {"priority": "high"}, {"xinternalEventDuration": "long"})],
+    *[("2004", "Incorrect parameter value for the guard", of_profile(**{key: number}))
+      for key in ("uid", "priority") for number in (1 << 31, -(1 << 31) - 1, (1 << 32) + 1)],
+    *[("2004", "Incorrect parameter value for the guard",
+       of_profile(xinternalEventDuration=duration)) for duration in (DAY + 1, -DAY - 1)],
     *[("2004", "The name of the profile is not valid", of_profile(name=name))
       for name in ("", "   ", "sixteen letters.", 16 * "\u00fc", "a<b", "a>b")],
     ("2003", "Could not find the 'triggers' tag", of_profile(triggers=MISSING)),
@@ -165,6 +170,8 @@ ACCEPTED = [
     params(profiles=profiles(3)),
     *[of_profile(name=name) for name in ("x", 15 * "y", 15 * "\u00fc", "  " + 15 * "z" + "  ")],
     of_profile(uid=-5, priority=-1),
+    of_profile(uid=(1 << 31) - 1, priority=-(1 << 31)),
+    *[of_profile(xinternalEventDuration=duration) for duration in (DAY // 24, DAY, -DAY)],
     of_profile(presets=[], perspective=[], xinternalEventDuration=1000000),
     of_area(SQUARE[:3]),
     of_area(20 * [[0.0, 0.0]]),
@@ -189,7 +196,8 @@ REFUSED_BY_METHOD = [
           ("2001", "Could not decode the params for ", None),
           ("2003", "Could not unpack data for profile uid for ", {}),
           ("2003", "Could not unpack data for profile uid for ", {"profile": "1"}),
-          ("2003", "Could not unpack data for profile uid for ", {"profile": 1 << 40}))],
+          ("2004", "Incorrect profile uid for ", {"profile": 1 << 40}),
+          ("2004", "Incorrect profile uid for ", {"profile": -(1 << 31) - 1}))],
     ("startVisualConfirmation", "2002", "Could not enable visual confirmation", {"profile": 99}),
     ("sendAlarmEvent", "2004", "Profile does not exist", {"profile": 99}),
     ("setSentrel", "2001", "Could not decode the params for setSentrel", None),

@@ -156,6 +156,31 @@ TEST_F(GuardFactoryTest, GuardDataMustBeWholeAndOfTheRightTypes) {
   EXPECT_EQ(parse(profile), expected);
 }
 
+TEST_F(GuardFactoryTest, NumbersOfTheGuardBeyond32BitsAreOutOfBounds) {
+  const Refusal expected{"Incorrect parameter value for the guard", INVALID};
+  for (const char* number : {"2147483648", "-2147483649", "4294967303", "9223372036854775807"}) {
+    for (std::string Profile::*const member : {&Profile::uid, &Profile::camera}) {
+      Profile profile;
+      profile.*member = number;
+      EXPECT_EQ(parse(profile), expected) << number;
+    }
+  }
+  Profile profile;
+  profile.uid = "2147483647";
+  ASSERT_EQ(parse(profile), ACCEPTED);
+  EXPECT_EQ(factory->getUid(), 2147483647);
+  profile.uid = "-2147483648";
+  ASSERT_EQ(parse(profile), ACCEPTED);
+  EXPECT_EQ(factory->getUid(), -2147483647 - 1);
+}
+
+TEST_F(GuardFactoryTest, WhatIsMissingIsToldBeforeWhatIsOutOfBounds) {
+  Profile profile;
+  profile.uid = "4294967303";
+  profile.camera = "";
+  EXPECT_EQ(parse(profile), (Refusal{"Could not unpack data for the guard", MISSING}));
+}
+
 TEST_F(GuardFactoryTest, APlainGuardNeedsNoPriority) {
   Profile profile;
   profile.priority = "";
@@ -206,6 +231,20 @@ TEST_F(GuardFactoryTest, TheEventDurationIsFiveSecondsOrWhatTheProfileSays) {
   profile.eventDuration = "1234";
   EXPECT_EQ(parse(profile), ACCEPTED);
   EXPECT_EQ(factory->eventDuration, 1234);
+}
+
+TEST_F(GuardFactoryTest, TheEventDurationIsAtMostADayEitherWay) {
+  Profile profile;
+  for (const std::int64_t accepted : {3'600'000'000, 86'400'000'000, -1L, -86'400'000'000}) {
+    profile.eventDuration = std::to_string(accepted);
+    ASSERT_EQ(parse(profile), ACCEPTED) << accepted;
+    EXPECT_EQ(factory->eventDuration, accepted);
+  }
+  for (const char* refused : {"86400000001", "-86400000001", "9223372036854775807"}) {
+    profile.eventDuration = refused;
+    EXPECT_EQ(parse(profile), (Refusal{"Incorrect parameter value for the guard", INVALID}))
+        << refused;
+  }
 }
 
 // ---- Triggers ----

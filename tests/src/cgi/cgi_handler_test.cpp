@@ -281,6 +281,23 @@ TEST_F(CgiHandlerTest, VisualConfirmationNeedsAProfileThatIsThere) {
   EXPECT_EQ(codeOf(request("startVisualConfirmation", R"({"profile":5})")), "2002");
 }
 
+TEST_F(CgiHandlerTest, AProfileUidBeyond32BitsIsOutOfBounds) {
+  // Cut to 32 bits, the last two would name the profile that is there.
+  ASSERT_EQ(codeOf(configuration({5})), "");
+  for (const char* uid : {"2147483648", "-2147483649", "4294967301", "-4294967291"}) {
+    const std::string params = std::string(R"({"profile":)") + uid + "}";
+    log.clear();
+    expectResult(handler->handleStartVisualConfirmation(request("startVisualConfirmation", params)),
+                 invalidParameter, "Incorrect profile uid for startVisualConfirmation\n");
+    log.clear();
+    expectResult(handler->handleSendAlarmEvent(request("sendAlarmEvent", params)), invalidParameter,
+                 "Incorrect profile uid for sendAlarmEvent\n");
+    EXPECT_EQ(codeOf(request("startVisualConfirmation", params)), "2004");
+    EXPECT_EQ(codeOf(request("sendAlarmEvent", params)), "2004");
+  }
+  EXPECT_FALSE(container->isVisualConfEnabled());
+}
+
 // ---- Test alarms ----
 
 TEST_F(CgiHandlerTest, ATestAlarmStartsTheAlarmOfItsProfile) {

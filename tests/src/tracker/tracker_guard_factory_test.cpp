@@ -70,6 +70,22 @@ TEST_F(TrackerGuardFactoryTest, ThePriorityIsAnInteger) {
   EXPECT_EQ(refusal(), "Could not unpack data for the guard");
 }
 
+TEST_F(TrackerGuardFactoryTest, APriorityBeyond32BitsIsOutOfBounds) {
+  for (const char* priority : {"2147483648", "-2147483649", "4294967297"}) {
+    set("priority", priority);
+    EXPECT_EQ(refusal(), "Incorrect parameter value for the guard") << priority;
+    EXPECT_EQ(status, StatusCode_e::invalidParameter);
+  }
+  for (const char* priority : {"2147483647", "-2147483648"}) {
+    set("priority", priority);
+    EXPECT_EQ(refusal(), "") << priority;
+  }
+  set("priority", "4294967297");
+  remove("uid");
+  EXPECT_EQ(refusal(), "Could not unpack data for the guard");
+  EXPECT_EQ(status, StatusCode_e::missingParameter);
+}
+
 TEST_F(TrackerGuardFactoryTest, OtherKeysOfTheGuardAreRequiredAsWell) {
   for (const char* key : {"name", "uid", "camera"}) {
     JsonAutoPtr whole(json_deep_copy(profile.get()));

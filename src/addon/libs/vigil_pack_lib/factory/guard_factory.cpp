@@ -144,10 +144,11 @@ void GuardFactory::parseGuardData(const json_t* profile) {
   json_int_t cameraValue = 0;
   json_int_t duration = eventDuration;
   throwIf(!unpack(profile, "{s:s, s:I, s:I, s?I}", "name", &text, "uid", &uidValue, "camera",
-                  &cameraValue, "xinternalEventDuration", &duration) ||
-              !std::in_range<std::int32_t>(uidValue) || !std::in_range<std::int32_t>(cameraValue) ||
-              !std::in_range<std::int32_t>(duration),
+                  &cameraValue, "xinternalEventDuration", &duration),
           "Could not unpack data for the guard", missingParameter);
+  throwIf(!std::in_range<std::int32_t>(uidValue) || !std::in_range<std::int32_t>(cameraValue) ||
+              !isWithin(duration, -MAX_EVENT_DURATION, MAX_EVENT_DURATION),
+          "Incorrect parameter value for the guard", invalidParameter);
   uid = narrow(uidValue);
   camera = narrow(cameraValue);
   eventDuration = duration;

@@ -26,6 +26,9 @@ class GuardFactory {
   // Held while an alarm lasts, when the profile does not say: 5 s.
   static constexpr std::int64_t DEFAULT_EVENT_DURATION = 5'000'000;  // microseconds
 
+  // What a profile may say at most: a day. Below 0, down to as much, counts as 0.
+  static constexpr std::int64_t MAX_EVENT_DURATION = 86'400'000'000;  // microseconds
+
   // rotation of the profile's camera in degrees. The boundaries must outlive the factory.
   GuardFactory(int rotation, const DataBoundaries& boundaries);
   GuardFactory(int rotation, const DataBoundaries& boundaries, std::int64_t eventDuration);
