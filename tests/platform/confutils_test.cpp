@@ -188,13 +188,45 @@ TEST_F(Confutils, AFailedRenameLeavesTheOldFile) {
   expectOldFileStands("rename", EACCES, G_FILE_ERROR_ACCES);
 }
 
-TEST_F(Confutils, AFailedFlushOfTheFolderIsReported) {
+TEST_F(Confutils, AFailedFlushOfTheFolderLeavesTheOldFile) {
+  ASSERT_EQ(std::nullopt, set(path_, "old"));
+  ASSERT_EQ(0, chmod(path_.c_str(), 0600));
+  expectOldFileStands("flush folder", EIO, G_FILE_ERROR_IO);
+  EXPECT_EQ(0600u, mode(path_));
+  EXPECT_THAT(message_, HasSubstr("Failed to flush"));
+}
+
+TEST_F(Confutils, AFailedFlushOfTheFolderLeavesNoFileWhereThereWasNone) {
   {
     FileCalls calls;
     calls.failing = "flush folder";
     calls.error = EIO;
     EXPECT_EQ(G_FILE_ERROR_IO, set(path_, "text"));
   }
+  EXPECT_THAT(names(), IsEmpty());
+}
+
+TEST_F(Confutils, WhereNamesCannotBeExchangedTheFileIsReplaced) {
+  ASSERT_EQ(std::nullopt, set(path_, "old"));
+  {
+    FileCalls calls;
+    calls.exchangesNames = false;
+    EXPECT_EQ(std::nullopt, set(path_, "new"));
+  }
+  EXPECT_EQ("new", contents(path_));
+  EXPECT_THAT(names(), ElementsAre("settings.json"));
+}
+
+TEST_F(Confutils, WhereNamesCannotBeExchangedAFailedFlushOfTheFolderKeepsTheNewFile) {
+  ASSERT_EQ(std::nullopt, set(path_, "old"));
+  {
+    FileCalls calls;
+    calls.exchangesNames = false;
+    calls.failing = "flush folder";
+    calls.error = EIO;
+    EXPECT_EQ(G_FILE_ERROR_IO, set(path_, "new"));
+  }
+  EXPECT_EQ("new", contents(path_));
   EXPECT_THAT(names(), ElementsAre("settings.json"));
 }
 

@@ -62,6 +62,16 @@ extern "C" int fsync(int file) {
   return static_cast<int>(syscall(SYS_fsync, file));
 }
 
+extern "C" int renameat2(int fromFolder, const char* from, int toFolder, const char* to,
+                         unsigned flags) noexcept {
+  if (current != nullptr && !current->enter("rename")) return -1;
+  if (current != nullptr && !current->exchangesNames && (flags & RENAME_EXCHANGE) != 0) {
+    errno = EINVAL;
+    return -1;
+  }
+  return static_cast<int>(syscall(SYS_renameat2, fromFolder, from, toFolder, to, flags));
+}
+
 extern "C" int rename(const char* from, const char* to) noexcept {
   if (current != nullptr && !current->enter("rename")) return -1;
   return static_cast<int>(syscall(SYS_renameat2, AT_FDCWD, from, AT_FDCWD, to, 0));

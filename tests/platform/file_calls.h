@@ -1,5 +1,5 @@
 // Watches and disturbs the calls that bring a file to storage: while one of these objects exists,
-// the test program's own write, fsync and rename take the place of the C library's.
+// the test program's own write, fsync, rename and renameat2 take the place of the C library's.
 #ifndef TESTS_PLATFORM_FILE_CALLS_H
 #define TESTS_PLATFORM_FILE_CALLS_H
 
@@ -22,6 +22,8 @@ class FileCalls {
   // The most that one write takes, and how many writes a signal interrupts first.
   size_t longestWrite = static_cast<size_t>(-1);
   int interruptions = 0;
+  // Whether the file system can exchange two names.
+  bool exchangesNames = true;
 
   // Notes the call. False, with errno set, when it is to fail.
   bool enter(const std::string& call);

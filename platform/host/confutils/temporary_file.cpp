@@ -32,6 +32,10 @@ bool lockWhole(int folder) {
   return result == 0;
 }
 
+bool swapNames(const std::string& a, const std::string& b) {
+  return renameat2(AT_FDCWD, a.c_str(), AT_FDCWD, b.c_str(), RENAME_EXCHANGE) == 0;
+}
+
 constexpr std::string_view kRandomPart = "XXXXXX";
 
 // What the names of all temporary files of a path begin with.
@@ -63,7 +67,7 @@ TemporaryFile::TemporaryFile(const std::string& path)
 
 TemporaryFile::~TemporaryFile() {
   close(file_);
-  if (!temporaryPath_.empty()) unlink(temporaryPath_.c_str());
+  unlink(temporaryPath_.c_str());
 }
 
 void TemporaryFile::setMode(mode_t mode) {
@@ -92,9 +96,31 @@ void TemporaryFile::removeRemains() const {
 
 void TemporaryFile::replace() {
   check(fsync(file_) == 0, "Failed to flush " + temporaryPath_);
+  const Taken_e taken = takeName();
+  if (fsync(folder_.get()) == 0) return;
+  const int error = errno;
+  giveNameBack(taken);
+  throw std::system_error(error, std::generic_category(), "Failed to flush " + folderPath_);
+}
+
+// A swap keeps the old file, under the temporary name. It would do so with a folder, too, which is
+// to be refused.
+TemporaryFile::Taken_e TemporaryFile::takeName() const {
+  const auto old = std::filesystem::symlink_status(path_);
+  if (std::filesystem::exists(old) && !std::filesystem::is_directory(old)) {
+    if (swapNames(temporaryPath_, path_)) return Taken_e::swapped;
+    check(errno == EINVAL || errno == ENOSYS, "Failed to replace " + path_);
+  }
   check(rename(temporaryPath_.c_str(), path_.c_str()) == 0, "Failed to replace " + path_);
-  temporaryPath_.clear();
-  check(fsync(folder_.get()) == 0, "Failed to flush " + folderPath_);
+  return std::filesystem::exists(old) ? Taken_e::replaced : Taken_e::free;
+}
+
+void TemporaryFile::giveNameBack(Taken_e taken) const {
+  if (taken == Taken_e::swapped) {
+    swapNames(temporaryPath_, path_);
+  } else if (taken == Taken_e::free) {
+    rename(path_.c_str(), temporaryPath_.c_str());
+  }
 }
 
 }  // namespace confutils

@@ -16,15 +16,16 @@ class TemporaryFile {
   // folder: waits until no other thread or process has one there. What is left of those whose
   // process died is removed.
   explicit TemporaryFile(const std::string& path);
-  // Removes the file unless it has been put in place.
+  // Removes what has the temporary name: the file unless it is in place, else the one it replaced.
   ~TemporaryFile();
   TemporaryFile(const TemporaryFile&) = delete;
   TemporaryFile& operator=(const TemporaryFile&) = delete;
 
   void setMode(mode_t mode);
   void write(std::string_view contents);
-  // Flushes the contents to storage, renames the file to the path and flushes the folder. When only
-  // the last of these fails, the new contents are already in place.
+  // Flushes the contents to storage, gives the file the path's name and flushes the folder. When
+  // the last of these fails, the name goes back to the file that had it, or to none; only where the
+  // file system cannot exchange two names, the new file keeps it.
   void replace();
 
  private:
@@ -40,12 +41,21 @@ class TemporaryFile {
     const int number_;
   };
 
+  // How the path's name was come by.
+  enum class Taken_e {
+    swapped,   // the file that had it has the temporary name
+    replaced,  // the file that had it is gone
+    free       // nobody had it
+  };
+
   void removeRemains() const;
+  Taken_e takeName() const;
+  void giveNameBack(Taken_e taken) const;
 
   const std::string path_;
   const std::string folderPath_;
-  const Descriptor folder_;    // with the lock, where the file system has locks
-  std::string temporaryPath_;  // empty once the file is in place
+  const Descriptor folder_;  // with the lock, where the file system has locks
+  std::string temporaryPath_;
   int file_ = -1;
 };
 
