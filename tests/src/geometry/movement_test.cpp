@@ -151,10 +151,12 @@ TEST(Movement, CrossedSegmentsKeepTheEarlierOfEqualOnes) {
 
 TEST(Movement, CrossedSegmentsTakeOneAtTheVeryEnd) {
   // Value 1024, the largest there is, is still below the first bound.
-  const Movement movement(box(-500, 0, 100, 100), box(500, 0, 100, 100));
-  const std::vector<Segment> segments = {fence({400, -1000}, {400, 0})};
-  ASSERT_EQ(1024, movement.getIntersectValue(segments[0]));
-  EXPECT_EQ(Crossed({0, 0}), movement.getIntersectedSegments(segments));
+  // The segment before it is not crossed, so that its place is not that of nothing found.
+  const std::vector<Segment> segments = {fence({900, -1000}, {900, 1000}),
+                                         fence({400, -1000}, {400, 0})};
+  ASSERT_EQ(-1, toTheRight().getIntersectValue(segments[0]));
+  ASSERT_EQ(1024, toTheRight().getIntersectValue(segments[1]));
+  EXPECT_EQ(Crossed({1, 1}), toTheRight().getIntersectedSegments(segments));
 }
 
 TEST(Movement, NoSegmentsCrossedGivesNothing) {

@@ -418,6 +418,42 @@ TEST(PolygonClipping, TakesEveryFreePointOnlyOnce) {
   EXPECT_TRUE(Polygon(0, 400, 0, 1) == result[0]);
 }
 
+// What is cut out of a large square whose outline also runs through the given points.
+PolygonContainer cutOutOfSquareThrough(const Points& points, const Polygon& clip) {
+  Points outline = points;
+  for (const Point& corner : Points{{-3000, -3000}, {-3000, 3000}, {3000, 3000}, {3000, -3000}}) {
+    outline.push_back(corner);
+  }
+  PolygonContainer result;
+  Polygon(outline).intersect(clip, result);
+  return result;
+}
+
+bool isSame(const PolygonContainer& a, const PolygonContainer& b) {
+  bool same = a.size() == b.size();
+  for (std::size_t i = 0; same && i < a.size(); ++i) same = a[i] == b[i];
+  return same;
+}
+
+Polygon triangleFrom(Point tip) {
+  return Polygon(Points{tip, {1500, -2000}, {2000, -1500}});
+}
+
+TEST(PolygonClipping, OfARingsSidesTheLeftOneIsTakenFirst) {
+  // Of the ring around (0, 0) the subject holds the rows above and below.
+  Points taken{{0, 0}, {-1, 1}, {0, 1}, {1, 1}, {1, -1}, {0, -1}, {-1, -1}};
+  const PolygonContainer atLeft = cutOutOfSquareThrough(taken, triangleFrom({-1, 0}));
+  const PolygonContainer atRight = cutOutOfSquareThrough(taken, triangleFrom({1, 0}));
+  ASSERT_FALSE(atLeft.empty());
+  ASSERT_FALSE(isSame(atLeft, atRight));
+  EXPECT_TRUE(isSame(atLeft, cutOutOfSquareThrough(taken, triangleFrom({0, 0}))));
+
+  taken.push_back({-1, 0});
+  const PolygonContainer whereLeftIsTaken = cutOutOfSquareThrough(taken, triangleFrom({1, 0}));
+  ASSERT_FALSE(whereLeftIsTaken.empty());
+  EXPECT_TRUE(isSame(whereLeftIsTaken, cutOutOfSquareThrough(taken, triangleFrom({0, 0}))));
+}
+
 TEST(PolygonClipping, ReplacementGoesOnToTheNextRing) {
   // The subject holds the whole first ring around (0, 0) and the point itself, so that the clip
   // polygon's vertex there goes to the second ring's first point, (-2, 2).
