@@ -17,6 +17,7 @@
 #include "app/api_version_handler.h"
 #include "app/daemonize.h"
 #include "app/interval_timer_observable.h"
+#include "app/memory_lease.h"
 #include "camera/camera_container.h"
 #include "camera/camera_container_factory.h"
 #include "camera/configuration_parser.h"
@@ -116,6 +117,7 @@ std::string createDefaultConfiguration() {
 
 // A document that does not parse leaves the cameras without configuration; the API can set one.
 void loadConfiguration(CameraContainer& container) {
+  const MemoryLease lease;
   std::string text = PersistentConfigHandler::load(constants::CONFIGURATION_PATH);
   const bool isStored = !text.empty();
   if (!isStored) {

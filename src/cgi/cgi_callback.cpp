@@ -8,6 +8,7 @@
 #include <memory>
 #include <mutex>
 
+#include "app/memory_lease.h"
 #include "cgi/cgi_handler.h"
 #include "cgi/cgi_responder.h"
 #include "config/constants.h"
@@ -60,6 +61,7 @@ void CGI_Callback::handle(const char*, const char*, const char* query, GHashTabl
   if (!s_isRunning) {
     return;
   }
+  const MemoryLease lease;
   try {
     const std::string text = repairTail(pickRequestText(query, parameters));
     CGI_Responder::sendResponse(createAnswer(*static_cast<CGI_Handler*>(userData), text), out);

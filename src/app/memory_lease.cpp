@@ -1,0 +1,29 @@
+#include "app/memory_lease.h"
+
+#include <malloc.h>
+#include <unistd.h>
+
+#include <fstream>
+
+namespace {
+
+constexpr std::size_t LITTLE = 1U << 20U;  // bytes
+
+// Of the process, in bytes; 0 when the system does not tell.
+std::size_t residentMemory() {
+  std::ifstream status("/proc/self/statm");
+  std::size_t total = 0;
+  std::size_t resident = 0;
+  status >> total >> resident;
+  return resident * static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+}
+
+}  // namespace
+
+MemoryLease::MemoryLease() : before(residentMemory()) {}
+
+MemoryLease::~MemoryLease() {
+  if (residentMemory() > before + LITTLE) {
+    malloc_trim(0);
+  }
+}

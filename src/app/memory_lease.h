@@ -1,0 +1,20 @@
+#ifndef APP_MEMORY_LEASE_H
+#define APP_MEMORY_LEASE_H
+
+#include <cstddef>
+
+// Around work that takes much memory for a moment, as a large document does: at its end, what the
+// work has freed goes back to the system, which the allocator would keep for the next time. Little
+// is not worth the effort and stays. To be made before, and so destroyed after, what it is about.
+class MemoryLease {
+ public:
+  MemoryLease();
+  ~MemoryLease();
+  MemoryLease(const MemoryLease&) = delete;
+  MemoryLease& operator=(const MemoryLease&) = delete;
+
+ private:
+  const std::size_t before;  // bytes
+};
+
+#endif
