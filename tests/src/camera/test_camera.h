@@ -2,6 +2,7 @@
 #ifndef TESTS_SRC_CAMERA_TEST_CAMERA_H
 #define TESTS_SRC_CAMERA_TEST_CAMERA_H
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
@@ -37,6 +38,13 @@ class Notes {
     std::unique_lock lock(mutex_);
     return changed_.wait_for(lock, std::chrono::seconds(30),
                              [&] { return notes_.size() >= count; });
+  }
+
+  // Waits (really) for that note; false after 10 s.
+  bool waitForNote(const std::string& note) {
+    std::unique_lock lock(mutex_);
+    return changed_.wait_for(lock, std::chrono::seconds(10),
+                             [&] { return std::ranges::count(notes_, note) > 0; });
   }
 
  private:
