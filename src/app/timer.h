@@ -11,6 +11,7 @@ class Timer {
   explicit Timer(std::int64_t duration);
 
   // Starts counting at now, only if not running already.
+  // Only for deadlines that a second start must not put off; the daemon has none.
   void start(std::int64_t now);
 
   // Starts counting at now in any case.

@@ -24,8 +24,8 @@ class CGI_Pack {
   JsonAutoPtr loiteringArea() const;
   JsonAutoPtr fence() const;
 
-  // Assembly: a new member of that name in the parent (borrowed, null on failure), and additions
-  // that take the value.
+  // Assembly: a new member of that name in the parent (borrowed, null on failure; so far nothing
+  // here needs an object), and additions that take the value.
   static json_t* object(json_t* parent, const char* name);
   static json_t* array(json_t* parent, const char* name);
   static bool insertInObject(json_t* object, const char* name, JsonAutoPtr value);

@@ -27,6 +27,7 @@ class JsonAutoPtr {
   json_t* release() { return std::exchange(value, nullptr); }
 
   // Releases the reference.
+  // Only for other applications of these classes.
   void free() { json_decref(release()); }
 
  private:

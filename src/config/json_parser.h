@@ -20,10 +20,13 @@ class JsonParser {
   const std::string& getError() const { return error; }
 
   // Lets go of the document.
+  // Only for other applications of these classes.
   void decref();
 
   // The member of that name when it is an array (or object), else null. Borrowed.
   static json_t* getArray(const json_t* parent, const char* key);
+
+  // Only for other applications of these classes.
   static json_t* getObject(const json_t* parent, const char* key);
 
  private:

@@ -16,6 +16,7 @@ struct MathVector {
   static MathVector between(const Point& from, const Point& to);
 
   // The sign of the dot product with v: 1, -1 or 0.
+  // Only for applications that have fences.
   int projectionDirection(const MathVector& v) const;
 
   // This vector turned by 90 degrees counter-clockwise.

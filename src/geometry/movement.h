@@ -15,6 +15,7 @@
 // What a box sweeps between two frames: three tracks between corners of both boxes. The outer two
 // join the corners at the sides of the swept area, the middle one is the diagonal from the trailing
 // to the leading corner.
+// Only for applications that have fences.
 class Movement {
  public:
   Movement(const Polygon& from, const Polygon& to);

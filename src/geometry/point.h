@@ -22,6 +22,7 @@ struct Point {
   std::string toString() const;
 
   // Logs the point.
+  // Only for developers' logs.
   void print() const;
 };
 

@@ -27,9 +27,11 @@ class Polygon {
   explicit Polygon(std::span<const Point> vertices);
 
   // The upright rectangle around a centre (integer halves).
+  // Only for other applications of these classes.
   Polygon(const Point& centre, std::int16_t width, std::int16_t height);
 
   // The upright rectangle of the given limits.
+  // Only for other applications of these classes.
   Polygon(int minX, int maxX, int minY, int maxY);
 
   std::unique_ptr<Polygon> clone() const;
@@ -47,6 +49,7 @@ class Polygon {
 
   // Equal counts, and the same vertices in the same or the opposite direction, beginning at any of
   // them. The first vertex is looked for once: with a repeated vertex only its first place counts.
+  // Only for other applications of these classes.
   bool operator==(const Polygon& other) const;
 
   const std::vector<Point>& getVertices() const { return vertices; }
@@ -58,9 +61,12 @@ class Polygon {
   std::int16_t getMaxY() const { return maxY; }
 
   // Index of the first vertex equal to p, or -1.
+  // Only for other applications of these classes.
   int findPosition(const Point& p) const;
 
   bool doesIntersect(const Polygon& other) const;
+
+  // Only for applications that have fences.
   bool doesIntersect(const Polyline& line) const;
 
   // Whether every vertex of the other polygon lies inside this one.
@@ -70,9 +76,11 @@ class Polygon {
   Point getCentroid() const;
 
   // Shifts every vertex so that the centroid comes to p. The bounding box stays as it was.
+  // Only for other applications of these classes.
   void moveTo(const Point& p);
 
   // A copy scaled about its centroid; an unscaled one, with a warning, when that fails.
+  // Only for other applications of these classes.
   Polygon createScaledCopy(float factor) const;
 
   // Appends the pieces of this polygon inside (or outside) the other one.
@@ -80,6 +88,7 @@ class Polygon {
   void cutOff(const Polygon& other, PolygonContainer& result) const;
 
   // Logs the vertices.
+  // Only for developers' logs.
   void print() const;
 
   // SVG elements with the given style (may be empty) and class: the outline, or its bounding box.

@@ -13,7 +13,10 @@ class PolygonContainer {
   using Polygons = std::vector<std::unique_ptr<Polygon>>;
 
   PolygonContainer() = default;
+
+  // Only for other applications of these classes.
   PolygonContainer(const PolygonContainer& other);
+
   PolygonContainer& operator=(const PolygonContainer& other);
   PolygonContainer(PolygonContainer&&) = default;
   PolygonContainer& operator=(PolygonContainer&&) = default;
@@ -23,9 +26,11 @@ class PolygonContainer {
   void insert(std::unique_ptr<Polygon> polygon);
 
   // Adds copies of the other's polygons.
+  // Only for other applications of these classes.
   void append(const PolygonContainer& other);
 
   // Moves the other's polygons over; the other is empty afterwards.
+  // Only for other applications of these classes.
   void takeOwnership(PolygonContainer& other);
 
   void clear() { polygons.clear(); }

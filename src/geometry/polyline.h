@@ -12,6 +12,7 @@
 class Polygon;
 
 // Points joined in order; two of them are a line segment.
+// Only for applications that have fences.
 class Polyline {
  public:
   Polyline() = default;

@@ -12,6 +12,7 @@
 enum class FenceDirection_e : std::int32_t { rightToLeft = -1, both = 0, leftToRight = 1 };
 
 // A fence: the line segment between two points.
+// Only for applications that have fences; this one's limits allow none.
 class Segment : public Polyline {
  public:
   Segment(const Point& a, const Point& b, FenceDirection_e fenceDirection);

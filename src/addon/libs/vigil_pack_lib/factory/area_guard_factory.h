@@ -5,6 +5,7 @@
 #include "events/state_event_producer_i.h"
 
 // Builds plain area guards.
+// Only for other applications of these classes.
 class AreaGuardFactory : public GuardFactory {
  public:
   // The producer must outlive the guards.

@@ -47,6 +47,8 @@ class GuardFactory {
 
   std::int32_t getUid() const { return uid; }
   std::int32_t getCamera() const { return camera; }
+
+  // Only for tests.
   const std::string& getName() const { return name; }
 
   // Not empty, at most 15 characters, without "<" and ">".

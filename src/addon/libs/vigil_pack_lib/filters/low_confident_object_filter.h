@@ -10,6 +10,7 @@ class LowConfidentObjectFilter : public ExclusionFilter {
   std::unique_ptr<ExclusionFilter> clone() const override;
   void updateFilterData(TrackingObject& object) override;
 
+  // Only for applications that compare filters before they replace them.
   bool operator==(const LowConfidentObjectFilter&) const { return true; }
 };
 

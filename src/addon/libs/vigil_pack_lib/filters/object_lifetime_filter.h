@@ -15,6 +15,7 @@ class ObjectLifetimeFilter : public ExclusionFilter {
   std::unique_ptr<ExclusionFilter> clone() const override;
   void updateFilterData(TrackingObject& object) override;
 
+  // Only for applications that compare filters before they replace them.
   bool operator==(const ObjectLifetimeFilter& other) const;
 
  private:

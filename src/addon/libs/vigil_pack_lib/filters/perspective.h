@@ -18,6 +18,7 @@ class Perspective {
   std::int32_t calculateRealWorldSize(std::int32_t footValue, std::int32_t sizeInScene) const;
 
   // Both coefficients within 1e-5.
+  // Only for applications that compare filters before they replace them.
   bool operator==(const Perspective& other) const;
 
  private:

@@ -17,6 +17,8 @@ class SizeFilterPercent : public ExclusionFilter {
   void updateFilterData(TrackingObject& object) override;
 
   bool isEnabled() const { return enabled; }
+
+  // Only for applications that compare filters before they replace them.
   bool operator==(const SizeFilterPercent& other) const;
 
  private:

@@ -21,6 +21,8 @@ class SizeFilterPerspective : public ExclusionFilter {
   void updateFilterData(TrackingObject& object) override;
 
   bool isEnabled() const { return enabled; }
+
+  // Only for applications that compare filters before they replace them.
   bool operator==(const SizeFilterPerspective& other) const;
 
  private:

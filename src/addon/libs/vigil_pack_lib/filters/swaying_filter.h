@@ -18,6 +18,7 @@ class SwayingFilter : public ExclusionFilter {
   std::unique_ptr<ExclusionFilter> clone() const override;
   void updateFilterData(TrackingObject& object) override;
 
+  // Only for applications that compare filters before they replace them.
   bool operator==(const SwayingFilter& other) const;
 
  private:

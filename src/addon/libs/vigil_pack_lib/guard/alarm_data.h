@@ -27,6 +27,7 @@ class AlarmData {
   void addObjectStatus(TrackingObject* object, AlarmDataStatus_e status);
 
   // Whether the object of that id raises the alarm; false, logged, for an unknown one.
+  // Only for other applications of these classes.
   bool didTriggerAlarm(std::int32_t objectId) const;
 
   const std::vector<ObjectAlarmStatus>& getObjects() const { return objects; }

@@ -22,6 +22,7 @@ class AreaGuard : public Guard {
   void addExcludeArea(const Polygon& excludeArea);
 
   // Binds the guard to another preset.
+  // Only for other applications of these classes.
   void updatePreset(int newPreset);
 
   void checkObjects(ParsedScene& scene) override;
@@ -29,6 +30,7 @@ class AreaGuard : public Guard {
   AlarmData updateObjectsAndGetAlarms(ParsedScene& scene) override;
   void stopAllEvents(std::int64_t time) override;
 
+  // Only for other applications of these classes.
   bool isStateEventOngoing() const;
 
  protected:

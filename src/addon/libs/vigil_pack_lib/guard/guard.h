@@ -79,7 +79,10 @@ class Guard {
   // svgHeader begins every drawing. False when the event cannot be declared.
   bool enableVisualConfirmation(const std::string& svgHeader);
   void disableVisualConfirmation();
+
+  // Only for other applications of these classes.
   bool isVisualConfirmationAllowedToSend() const;
+
   VisualConfirmationData getVC_Data() const;
 
   static AlarmDataStatus_e createAlarmStatus(bool triggers, bool passesFilters);

@@ -26,12 +26,18 @@ class VisualConfirmationHandler {
   void disable();
 
   bool isEnabled() const { return enabled; }
+
+  // Only for other applications of these classes.
   bool isAllowedToSend() const;
+
   bool isAllowedToSend(std::int64_t time) const;
 
   // Answer whether something was sent.
   bool sendEvent(const SvgDoc& document, std::int64_t time);
+
+  // Only for other applications of these classes.
   bool sendEvent(const std::string& text, std::int64_t time);
+
   bool sendEvent(const std::string& text);
   bool sendEmptyEvent();
 
