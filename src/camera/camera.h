@@ -35,11 +35,15 @@ class Camera : public Thread {
   // Takes one frame as its transport delivered it; a frame without data is ignored.
   virtual void handleMoteData(SceneFrame frame) = 0;
 
+  // Only for other applications of these classes.
   void insertGuard(std::unique_ptr<Guard> guard);
 
   // The guard of that uid, or null; valid until the guards change.
   Guard* getGuard(int uid) const;
+
+  // Only for other applications of these classes.
   void removeAllGuards();
+
   bool doesProfileExist(int uid) const;
 
   // Asks a profile for a test alarm; false when there is no such profile.
@@ -49,6 +53,8 @@ class Camera : public Thread {
   // declared.
   bool enableVisualConfirmation(int uid, const std::string& svgHeader);
   void disableVisualConfirmation();
+
+  // Only for other applications of these classes.
   void disableVisualConfirmation(int uid);
 
   // The guard whose drawings are on.
@@ -70,7 +76,10 @@ class Camera : public Thread {
   }
 
   std::int32_t getCameraNbr() const { return cameraNbr; }
+
+  // Only for tests.
   std::int32_t getCurrentPreset() const;
+
   std::int32_t getPropertyMask() const;
 
  protected:

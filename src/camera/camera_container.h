@@ -38,6 +38,7 @@ class CameraContainer {
   // creates the others.
   void updateWithNewConfiguration(CameraConfigurationContainer configurations);
 
+  // Only for other applications of these classes.
   void insertCamera(std::unique_ptr<Camera> camera);
 
   // The camera of a configuration, or null; valid until the set of cameras changes.
@@ -53,12 +54,17 @@ class CameraContainer {
   // event cannot be declared.
   bool enableVisualConfirmation(int uid);
   void disableVisualConfirmation();
+
+  // Only for other applications of these classes.
   void disableVisualConfirmation(int uid);
 
   // The uid of the profile whose drawings are on, -1 for none.
   int getVisualConfIdNbr() const;
+
+  // Only for other applications of these classes.
   bool isVisualConfEnabled() const;
 
+  // Only for other applications of these classes, both: the daemon's events come by callbacks.
   void handlePTZ_PresetEvent(const PTZ_PresetEvent& event);
   void handlePTZ_MovementEvent(const PTZ_MovementEvent& event);
 

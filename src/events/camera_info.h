@@ -28,6 +28,7 @@ class CameraInfo {
   static bool isMultiCamera();
 
   // The name of camera 1 to getNbrOfCameras(); empty, with a warning, for another number.
+  // Only for other applications of these classes.
   static std::string getCameraName(int camera);
 };
 

@@ -4,6 +4,7 @@
 #include "events/state_event_producer_i.h"
 
 // Does nothing: for guards that must not send events.
+// Only for other applications of these classes.
 class DummyEventProducer : public StateEventProducerI {
  public:
   // Counted: each getInstance needs a releaseInstance; the last one destroys the producer. Any

@@ -25,6 +25,7 @@ class Bearing {
   // The arc that holds all bearings of the list: clockwise from first to second, found by leaving
   // out the largest gap (the earliest of equal ones). An empty list leaves both untouched; equal
   // bearings give that bearing twice.
+  // Only for callers that keep their list; the daemon's sort it in place.
   static void bounds(std::vector<double> list, double& first, double& second);
 
   // The same; sorts the caller's list.

@@ -54,7 +54,10 @@ class Pid {
   double output() const;
 
   void setPid(double newKp, double newKi, double newKd);
+
+  // Only for tests.
   void getPid(double& outKp, double& outKi, double& outKd) const;
+
   void getAutotunePid(double& outKp, double& outKi, double& outKd) const;
 
   // Begins a relay run around a measured value.

@@ -44,8 +44,11 @@ class Regulator {
 
   void setPanPid(double kp, double ki, double kd);
   void setTiltPid(double kp, double ki, double kd);
+
+  // Only for tests, both.
   void getPanPid(double* kp, double* ki, double* kd) const;
   void getTiltPid(double* kp, double* ki, double* kd) const;
+
   void getPanAutotunePid(double* kp, double* ki, double* kd) const;
   void getTiltAutotunePid(double* kp, double* ki, double* kd) const;
 
@@ -53,6 +56,7 @@ class Regulator {
   void pidDebug() const;
 
   // "pan speed: ..., tilt speed: ..., zoom speed: ...".
+  // Only for developers' logs.
   std::string toString() const;
 
   // A zoom loop that is not enabled gives no speed and is left out of settling: for heads that are

@@ -39,9 +39,11 @@ class InvariantBox {
   void placeFootBox(const Point& p, Polygon& footBox) const;
 
   // The corner of the box around p that a viewer sees at the lower left.
+  // Only for other applications of these classes.
   Point getViewedLowerLeft(const Point& p) const;
 
   // "{width: %d, height: %d, rotation: %d, aspect ratio: %f}".
+  // Only for developers' logs.
   std::string toString() const;
 
  private:

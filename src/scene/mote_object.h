@@ -19,6 +19,7 @@ class MoteObject {
   // Becomes another object, in the memory that this one has.
   void read(const scene_object* object, std::int64_t timestamp, std::int32_t propertyMask);
 
+  // Only for tests.
   MoteObject(std::int32_t id, std::int64_t timestamp, MoteVelocity velocity,
              std::unique_ptr<Polygon> polygon, std::unique_ptr<Polygon> boundingBox,
              bool isConfident);

@@ -25,6 +25,7 @@ class MoteScene {
  public:
   // Decodes a frame, reading the properties of the mask. A frame that cannot be decoded gives an
   // empty scene of time 0.
+  // Only for tests and benchmarks: the daemon reads into the scene that it has.
   MoteScene(const SceneFrame& frame, std::int32_t propertyMask);
 
   // Becomes another frame, in the memory of the objects of the one before.

@@ -32,6 +32,7 @@ class TrackingObject : public InvariantBox {
   void merge(const TrackingObject& other, bool keepOwnHistory);
 
   // Absorbs each in order.
+  // Only for other applications of these classes.
   void merge(std::span<const TrackingObject* const> others, bool keepOwnHistory);
 
   // Passes this object's history to each part with another id; both must be active.
@@ -40,6 +41,7 @@ class TrackingObject : public InvariantBox {
   // Takes over the history of the object that this one is a part of.
   void splitFromSource(const TrackingObject& source);
 
+  // Only for other applications of these classes.
   void setPreviousPosition(const Point& position) { previousPosition = position; }
 
   // The data under the key, or null.
@@ -53,6 +55,7 @@ class TrackingObject : public InvariantBox {
   std::string toStringSvg(const std::string& style) const;
 
   // Logs the object.
+  // Only for developers' logs.
   void debugPrint() const;
 
   std::int32_t getId() const { return id; }

@@ -37,6 +37,7 @@ class SingleObject {
   bool sizeValid() const;
 
   // Age of the observation in the mixed units in which it always was counted.
+  // Only for tests.
   std::int32_t inactivityTime() const;
 
   std::int32_t getChannel() const { return channel; }

@@ -21,6 +21,7 @@ class SuperObject {
 
   // Takes the observation to the member that it is of: the member is renewed, or dropped when it
   // has become too large. False when no member is meant.
+  // Only for tests.
   bool updateSingleObject(const SingleObject::Observation& observation);
 
   // The same for a member that the caller has found; whether it is still a member.

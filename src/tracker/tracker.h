@@ -65,6 +65,7 @@ class Tracker : public Thread, private AutotuneListener {
   void letGo(int camera, int objectId, const void* holder);
 
   // Turns the head to the middle of a camera's picture for one step. On the tracker's thread only.
+  // Only for developers: no request leads to it.
   void trackCameraCenter(int camera);
 
   // Switches tracking on or off, for good: the choice is stored.
