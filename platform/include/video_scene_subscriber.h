@@ -5,9 +5,20 @@
  * VideoSceneSubscriberError.
  *
  * Callbacks are called on a thread of the module, one at a time for a subscriber, and never before
- * video_scene_subscriber_subscribe or after video_scene_subscriber_unsubscribe has returned.
+ * video_scene_subscriber_subscribe was called or after video_scene_subscriber_unsubscribe has
+ * returned. The first may come before subscribe has returned.
  * unsubscribe and delete wait for a running callback: hold no lock that it takes, and do not call
- * them from a callback. */
+ * them from a callback.
+ *
+ * video_scene_subscriber_subscribe may wait up to 5 s for the service's answer. Nothing else waits
+ * for the service, and one subscriber's waiting holds up no other's functions and callbacks.
+ *
+ * Different subscribers may be used by different threads at the same time. The functions of one are
+ * called one at a time, but for video_scene_subscriber_unsubscribe: called while subscribe waits on
+ * another thread it cuts the attempt short and returns 0 at once; subscribe then returns
+ * VIDEO_SCENE_SUBSCRIBER_FAILED within 0.1 s, and no callback comes of it. Called before subscribe
+ * has begun to wait it may find nothing to cut short (VIDEO_SCENE_SUBSCRIBER_BAD_STATE), and is
+ * called again. */
 #ifndef PLATFORM_VIDEO_SCENE_SUBSCRIBER_H
 #define PLATFORM_VIDEO_SCENE_SUBSCRIBER_H
 
@@ -22,7 +33,7 @@ typedef enum data_format_t { DATA_FORMAT_SCENE = 2 } data_format_t;
 
 typedef enum VideoSceneSubscriberError {
   VIDEO_SCENE_SUBSCRIBER_OK = 0,
-  VIDEO_SCENE_SUBSCRIBER_FAILED = -1,
+  VIDEO_SCENE_SUBSCRIBER_FAILED = -1,      /* among others: cut short */
   VIDEO_SCENE_SUBSCRIBER_BAD_STATE = -2,   /* subscribed already, or not subscribed */
   VIDEO_SCENE_SUBSCRIBER_NO_PROVIDER = -3, /* no scene service for the channel */
   VIDEO_SCENE_SUBSCRIBER_BAD_FORMAT = -4,  /* the data format is unknown */
@@ -42,7 +53,8 @@ typedef void (*video_scene_subscriber_disconnect_callback)(void* user_data);
 typedef video_scene_subscriber* (*video_scene_subscriber_create_fn)(int channel,
                                                                     data_format_t format,
                                                                     void* user_data);
-/* "video_scene_subscriber_delete": releases a subscriber; ends its subscription first. */
+/* "video_scene_subscriber_delete": releases a subscriber; ends its subscription first. Not while
+ * another function of it is under way. */
 typedef int (*video_scene_subscriber_delete_fn)(video_scene_subscriber* subscriber);
 /* "video_scene_subscriber_subscribe" and "video_scene_subscriber_unsubscribe". */
 typedef int (*video_scene_subscriber_subscribe_fn)(video_scene_subscriber* subscriber);

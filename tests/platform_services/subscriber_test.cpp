@@ -233,6 +233,74 @@ TEST_F(SceneSubscriberTest, AServiceThatDoesNotAnswerIsAFailure) {
   EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_FAILED, hasty.subscribe());
 }
 
+// A subscriber whose attempt waits for an answer that does not come.
+class MuteServiceTest : public SceneSubscriberTest {
+ protected:
+  MuteServiceTest() {
+    listen(patient_);
+    std::future<Served> serving = service_.serve("");
+    attempt_ = std::async(std::launch::async, [this] { return patient_.subscribe(); });
+    served_ = serving.get();  // the service has been asked
+  }
+  ~MuteServiceTest() override { patient_.unsubscribe(); }
+
+  SceneSubscriber patient_{path_, 0, kFormat, &receiver_, kLongEnough};
+  std::future<int> attempt_;
+  Served served_;
+};
+
+TEST_F(MuteServiceTest, AnAttemptIsCutShort) {
+  EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_OK, patient_.unsubscribe());
+  EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_FAILED, attempt_.get());
+  EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_BAD_STATE, patient_.unsubscribe());
+  EXPECT_EQ(0, receiver_.disconnects());
+}
+
+TEST_F(MuteServiceTest, AnAnswerThatCameAsItWasCutShortDoesNotCount) {
+  served_.send({'O', 'K'});
+  EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_OK, patient_.unsubscribe());
+  send(served_.stream.get(), "\n", 1, MSG_NOSIGNAL);
+  EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_FAILED, attempt_.get());
+}
+
+TEST_F(MuteServiceTest, NothingElseIsPossibleDuringAnAttempt) {
+  EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_BAD_STATE, patient_.subscribe());
+  EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_BAD_STATE, patient_.setMessageCallback(nullptr));
+  EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_BAD_STATE, patient_.setEnabled(SceneSubscriber::kPolygon, true));
+  EXPECT_EQ(std::future_status::timeout, attempt_.wait_for(std::chrono::seconds(0)));
+}
+
+TEST_F(MuteServiceTest, AnotherSubscriberIsNotHeldUp) {
+  const Served served = subscribe();
+  served.send(packet(sceneFrame(1)));
+  EXPECT_THAT(receiver_.waitForFrames(1), ElementsAre(sceneFrame(1)));
+  EXPECT_EQ(0, subscriber_.unsubscribe());
+  EXPECT_EQ(std::future_status::timeout, attempt_.wait_for(std::chrono::seconds(0)));
+}
+
+TEST_F(MuteServiceTest, AfterAnAttemptThatWasCutShortTheNextOneSucceeds) {
+  patient_.unsubscribe();
+  attempt_.get();
+  std::future<Served> serving = service_.serve("OK\n");
+  ASSERT_EQ(0, patient_.subscribe());
+  const Served served = serving.get();
+  served.send(packet(sceneFrame(2)));
+  EXPECT_THAT(receiver_.waitForFrames(1), ElementsAre(sceneFrame(2)));
+}
+
+TEST_F(SceneSubscriberTest, AnAnswerThatTricklesInIsAFailure) {
+  // Each byte comes within the time-out, the whole does not.
+  SceneSubscriber hasty(path_, 0, kFormat, nullptr, std::chrono::milliseconds(300));
+  std::future<Served> serving = service_.serve("");
+  std::future<int> attempt = std::async(std::launch::async, [&] { return hasty.subscribe(); });
+  const Served served = serving.get();
+  for (const char letter : {'O', 'K', '\n'}) {
+    attempt.wait_for(std::chrono::milliseconds(200));
+    send(served.stream.get(), &letter, 1, MSG_NOSIGNAL);
+  }
+  EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_FAILED, attempt.get());
+}
+
 TEST_F(SceneSubscriberTest, AQuietStreamIsNoDisconnection) {
   // Long enough for the service of the test to answer, even on a busy machine.
   constexpr std::chrono::milliseconds timeout(2000);

@@ -33,6 +33,20 @@ std::span<const std::uint8_t> bytesOf(std::string_view text) {
   return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
 }
 
+// The limit holds for the whole, however it is cut into pieces.
+bool receiveUntil(std::chrono::steady_clock::time_point deadline, int fd,
+                  std::span<std::uint8_t> bytes) {
+  for (std::uint8_t& byte : bytes) {
+    const auto left =
+        std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+    if (left <= std::chrono::milliseconds(0) || !local_socket::setTimeout(fd, left) ||
+        !local_socket::receiveAll(fd, {&byte, 1})) {
+      return false;
+    }
+  }
+  return true;
+}
+
 int connectionError(int reason) {
   return reason == EACCES || reason == EPERM ? VIDEO_SCENE_SUBSCRIBER_NOT_ALLOWED
                                              : VIDEO_SCENE_SUBSCRIBER_NO_PROVIDER;
@@ -69,29 +83,35 @@ bool SceneSubscriber::isWithinCallback() const {
 
 int SceneSubscriber::subscribe() {
   if (isWithinCallback()) return VIDEO_SCENE_SUBSCRIBER_BAD_STATE;
-  const std::scoped_lock lock(mutex_);
-  if (!has_ended_) return VIDEO_SCENE_SUBSCRIBER_BAD_STATE;
+  std::unique_lock lock(mutex_);
+  if (is_attempting_ || !has_ended_) return VIDEO_SCENE_SUBSCRIBER_BAD_STATE;
   endReader();
   if (format_ != DATA_FORMAT_SCENE) return VIDEO_SCENE_SUBSCRIBER_BAD_FORMAT;
+  stream_ = local_socket::connectTo(socket_path_);
+  if (!stream_.isOpen()) return connectionError(errno);
 
-  FileDescriptor stream;
-  if (const int error = openStream(stream); error != 0) return error;
-  stream_ = std::move(stream);
-  is_stopping_ = false;
-  has_ended_ = false;
-  try {
-    reader_ = std::thread(&SceneSubscriber::run, this);
-  } catch (const std::system_error&) {
-    has_ended_ = true;
-    stream_.reset();
-    return VIDEO_SCENE_SUBSCRIBER_FAILED;
-  }
-  return VIDEO_SCENE_SUBSCRIBER_OK;
+  const std::string request =
+      "SUBSCRIBE " + std::to_string(channel_) + ' ' + std::to_string(properties_) + '\n';
+  is_attempting_ = true;
+  is_cut_short_ = false;
+  lock.unlock();
+  int result = ask(request);
+  lock.lock();
+  is_attempting_ = false;
+  if (is_cut_short_) result = VIDEO_SCENE_SUBSCRIBER_FAILED;
+  if (result == VIDEO_SCENE_SUBSCRIBER_OK) result = startReader();
+  if (result != VIDEO_SCENE_SUBSCRIBER_OK) stream_.reset();
+  return result;
 }
 
 int SceneSubscriber::unsubscribe() {
   if (isWithinCallback()) return VIDEO_SCENE_SUBSCRIBER_BAD_STATE;
   const std::scoped_lock lock(mutex_);
+  if (is_attempting_) {
+    is_cut_short_ = true;
+    shutdown(stream_.get(), SHUT_RDWR);
+    return VIDEO_SCENE_SUBSCRIBER_OK;
+  }
   return endReader() ? VIDEO_SCENE_SUBSCRIBER_OK : VIDEO_SCENE_SUBSCRIBER_BAD_STATE;
 }
 
@@ -99,7 +119,7 @@ template <typename Change>
 int SceneSubscriber::change(Change apply) {
   if (isWithinCallback()) return VIDEO_SCENE_SUBSCRIBER_BAD_STATE;
   const std::scoped_lock lock(mutex_);
-  if (!has_ended_) return VIDEO_SCENE_SUBSCRIBER_BAD_STATE;
+  if (is_attempting_ || !has_ended_) return VIDEO_SCENE_SUBSCRIBER_BAD_STATE;
   apply();
   return VIDEO_SCENE_SUBSCRIBER_OK;
 }
@@ -116,19 +136,27 @@ int SceneSubscriber::setEnabled(Property property, bool enabled) {
   return change([&] { properties_ = enabled ? properties_ | property : properties_ & ~property; });
 }
 
-int SceneSubscriber::openStream(FileDescriptor& stream) const {
-  FileDescriptor opened = local_socket::connectTo(socket_path_);
-  if (!opened.isOpen()) return connectionError(errno);
-  const std::string request =
-      "SUBSCRIBE " + std::to_string(channel_) + ' ' + std::to_string(properties_) + '\n';
+// Without the mutex: the service may take its time, and the stream stays as it is meanwhile.
+int SceneSubscriber::ask(const std::string& request) const {
+  const auto deadline = std::chrono::steady_clock::now() + answer_timeout_;
   std::array<std::uint8_t, 3> answer{};
-  if (!local_socket::setTimeout(opened.get(), answer_timeout_) ||
-      !local_socket::sendAll(opened.get(), bytesOf(request)) ||
-      !local_socket::receiveAll(opened.get(), answer)) {
+  if (!local_socket::setTimeout(stream_.get(), answer_timeout_) ||
+      !local_socket::sendAll(stream_.get(), bytesOf(request)) ||
+      !receiveUntil(deadline, stream_.get(), answer)) {
     return VIDEO_SCENE_SUBSCRIBER_FAILED;
   }
-  if (const int error = answerError(answer); error != 0) return error;
-  stream = std::move(opened);
+  return answerError(answer);
+}
+
+int SceneSubscriber::startReader() {
+  is_stopping_ = false;
+  has_ended_ = false;
+  try {
+    reader_ = std::thread(&SceneSubscriber::run, this);
+  } catch (const std::system_error&) {
+    has_ended_ = true;
+    return VIDEO_SCENE_SUBSCRIBER_FAILED;
+  }
   return VIDEO_SCENE_SUBSCRIBER_OK;
 }
 

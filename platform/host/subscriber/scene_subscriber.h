@@ -41,10 +41,13 @@ class SceneSubscriber {
   SceneSubscriber(const SceneSubscriber&) = delete;
   SceneSubscriber& operator=(const SceneSubscriber&) = delete;
 
+  // Waits for the service's answer, up to the time-out.
   int subscribe();
+
+  // Ends the subscription, or cuts an attempt short that waits on another thread.
   int unsubscribe();
 
-  // Refused while subscribed, as is what a callback of this subscriber asks for.
+  // Refused while subscribed or subscribing, as is what a callback of this subscriber asks for.
   int setDisconnectCallback(video_scene_subscriber_disconnect_callback callback);
   int setMessageCallback(video_scene_subscriber_message_callback callback);
   int setEnabled(Property property, bool enabled);
@@ -56,7 +59,8 @@ class SceneSubscriber {
   template <typename Change>
   int change(Change apply);
 
-  int openStream(FileDescriptor& stream) const;
+  int ask(const std::string& request) const;
+  int startReader();
   bool endReader();
   void run();
   bool readFrame() const;
@@ -67,7 +71,9 @@ class SceneSubscriber {
   void* const user_data_;
   const std::chrono::milliseconds answer_timeout_;
 
-  std::mutex mutex_;  // never taken by the reader thread
+  std::mutex mutex_;  // never taken by the reader thread, nor held while the service is waited for
+  bool is_attempting_ = false;  // the stream stays as it is until the attempt is over
+  bool is_cut_short_ = false;
   video_scene_subscriber_disconnect_callback on_disconnect_ = nullptr;
   video_scene_subscriber_message_callback on_message_ = nullptr;
   unsigned properties_ = 0;
