@@ -1,16 +1,12 @@
 #include "camera/callback_camera.h"
 
-#include <utility>
-
 CallbackCamera::CallbackCamera(std::int32_t cameraNbr, std::int32_t rotation, float aspectRatio,
                                std::int32_t propertyMask, const StartupPosition& startupPosition)
     : Camera(cameraNbr, rotation, aspectRatio, propertyMask, startupPosition) {}
 
 CallbackCamera::~CallbackCamera() {
-  if (VideoSceneSubscriber::Handle handle = releaseSubscriber()) {
-    VideoSceneSubscriber::unsubscribe(handle);
-    VideoSceneSubscriber::deleteSubscriber(handle);
-  }
+  // Attempt and callbacks use the whole camera.
+  subscription.end();
 }
 
 void CallbackCamera::stop() {
@@ -23,8 +19,4 @@ void CallbackCamera::handleMoteData(SceneFrame frame) {
   if (frame.data != nullptr && acceptsFrames) {
     processFrame(frame);
   }
-}
-
-VideoSceneSubscriber::Handle CallbackCamera::releaseSubscriber() {
-  return std::exchange(subscriber, nullptr);
 }

@@ -5,7 +5,7 @@
 #include <cstdint>
 
 #include "camera/camera.h"
-#include "scene/video_scene_subscriber.h"
+#include "scene/scene_subscription.h"
 
 // A camera that the subscriber module feeds, on the module's thread.
 class CallbackCamera : public Camera {
@@ -13,22 +13,21 @@ class CallbackCamera : public Camera {
   CallbackCamera(std::int32_t cameraNbr, std::int32_t rotation, float aspectRatio,
                  std::int32_t propertyMask, const StartupPosition& startupPosition);
 
-  // Ends the subscription; without the container's lock.
+  // Ends the subscription, and an attempt that is under way; without the container's lock.
   ~CallbackCamera() override;
 
   // From now on frames are dropped.
   void stop() override;
   void handleMoteData(SceneFrame frame) override;
 
-  VideoSceneSubscriber::Handle getSubscriber() const { return subscriber; }
+  SceneSubscription& getSubscription() { return subscription; }
 
-  // Takes the subscriber, or gives it up to the caller. With the container's lock held.
-  void setSubscriber(VideoSceneSubscriber::Handle handle) { subscriber = handle; }
-  VideoSceneSubscriber::Handle releaseSubscriber();
+  // Whether the present subscription has come to its end. With the container's lock held.
+  bool isStreamLost = false;
 
  private:
   std::atomic<bool> acceptsFrames{true};
-  VideoSceneSubscriber::Handle subscriber = nullptr;
+  SceneSubscription subscription;
 };
 
 #endif

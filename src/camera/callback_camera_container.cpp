@@ -3,6 +3,7 @@
 #include <scene.h>
 #include <syslog.h>
 
+#include <algorithm>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -19,7 +20,6 @@ constexpr std::int32_t NO_TIMER = -1;
 
 std::atomic<bool> CallbackCameraContainer::s_isRunning{false};
 std::map<std::int32_t, CallbackCamera*> CallbackCameraContainer::s_reconnections;
-std::mutex CallbackCameraContainer::s_reconnectMutex;
 
 CallbackCameraContainer::CallbackCameraContainer(const API_VersionHandler& versionHandler,
                                                  std::int32_t propertyMask)
@@ -49,37 +49,65 @@ void CallbackCameraContainer::disconnectCallback(void* camera) {
   if (!s_isRunning || !doesCameraExist(lost)) {
     return;
   }
+  lost->isStreamLost = true;
   lost->handleTransportLoss();
   scheduleReconnection(lost);
 }
 
 bool CallbackCameraContainer::subscribeToMoteData(CallbackCamera* camera) {
-  if (camera->getSubscriber() == nullptr) {
-    camera->setSubscriber(
-        VideoSceneSubscriber::createSubscriber(camera->getCameraNbr(), DATA_FORMAT_SCENE, camera));
-  }
-  VideoSceneSubscriber::Handle subscriber = camera->getSubscriber();
+  SceneSubscription& subscription = camera->getSubscription();
+  const SceneSubscription::Subscriber subscriber =
+      subscription.obtainSubscriber(camera->getCameraNbr(), camera);
   if (subscriber == nullptr) {
     return false;
   }
   const std::int32_t mask = camera->getPropertyMask();
-  VideoSceneSubscriber::setBoundingBoxEnabled(subscriber, (mask & SCENE_BOUNDING_BOX) != 0);
-  VideoSceneSubscriber::setPolygonEnabled(subscriber, (mask & SCENE_POLYGON) != 0);
-  VideoSceneSubscriber::setVelocityEnabled(subscriber, (mask & SCENE_VELOCITY) != 0);
-  VideoSceneSubscriber::setLowConfidentEnabled(subscriber, (mask & SCENE_CONFIDENCE) != 0);
-  VideoSceneSubscriber::setOnMessageArrivedCallback(subscriber, newMoteDataCallback);
-  VideoSceneSubscriber::setOnDisconnectCallback(subscriber, disconnectCallback);
-  const int result = VideoSceneSubscriber::subscribe(subscriber);
+  VideoSceneSubscriber::setBoundingBoxEnabled(subscriber.get(), (mask & SCENE_BOUNDING_BOX) != 0);
+  VideoSceneSubscriber::setPolygonEnabled(subscriber.get(), (mask & SCENE_POLYGON) != 0);
+  VideoSceneSubscriber::setVelocityEnabled(subscriber.get(), (mask & SCENE_VELOCITY) != 0);
+  VideoSceneSubscriber::setLowConfidentEnabled(subscriber.get(), (mask & SCENE_CONFIDENCE) != 0);
+  VideoSceneSubscriber::setOnMessageArrivedCallback(subscriber.get(), newMoteDataCallback);
+  VideoSceneSubscriber::setOnDisconnectCallback(subscriber.get(), disconnectCallback);
+  const int result = subscription.subscribe();
   if (result != 0) {
     syslog(LOG_WARNING, "Could not subscribe to scene data. Code: %d\n", result);
-    VideoSceneSubscriber::deleteSubscriber(camera->releaseSubscriber());
+    subscription.giveSubscriberUp();
     return false;
   }
   return true;
 }
 
+// The camera lives until its attempt is over, but may have been taken out of the set.
+void CallbackCameraContainer::attemptSubscription(CallbackCamera* camera) {
+  camera->getSubscription().giveSubscriberUp();
+  {
+    const std::lock_guard lock(s_mutex);
+    camera->isStreamLost = false;
+  }
+  const bool isSubscribed = subscribeToMoteData(camera);
+  const std::lock_guard lock(s_mutex);
+  if (!s_isRunning || !doesCameraExist(camera)) {
+    return;
+  }
+  // The new stream may have come to its end before it is known here that it had begun.
+  if (isSubscribed && !camera->isStreamLost) {
+    removeOngoingReconnections(camera);
+  } else {
+    scheduleReconnection(camera);
+  }
+}
+
+void CallbackCameraContainer::startSubscribing(CallbackCamera* camera) {
+  if (!camera->getSubscription().start([camera] { attemptSubscription(camera); })) {
+    scheduleReconnection(camera);
+  }
+}
+
 void CallbackCameraContainer::scheduleReconnection(CallbackCamera* camera) {
-  removeOngoingReconnections(camera);
+  const auto isOfCamera = [camera](const auto& entry) { return entry.second == camera; };
+  if (std::ranges::any_of(s_reconnections, isOfCamera)) {
+    return;
+  }
   // Two registrations may get the same id; the observer of a second one then finds the entry, too.
   std::int32_t id = IntervalTimerObservable::registerObserver(reconnectCamera, RECONNECT_PERIOD);
   while (id != NO_TIMER && s_reconnections.contains(id)) {
@@ -99,25 +127,15 @@ void CallbackCameraContainer::removeOngoingReconnections(const Camera* camera) {
 }
 
 void CallbackCameraContainer::reconnectCamera(int timerId) {
-  const std::lock_guard reconnectLock(s_reconnectMutex);
-  // The old subscriber is deleted without the lock, which its last callback may be waiting for.
-  VideoSceneSubscriber::Handle old = nullptr;
-  {
-    const std::lock_guard lock(s_mutex);
-    if (const auto found = s_reconnections.find(timerId); found != s_reconnections.end()) {
-      old = found->second->releaseSubscriber();
-    }
-  }
-  if (old != nullptr) {
-    VideoSceneSubscriber::deleteSubscriber(old);
-  }
   const std::lock_guard lock(s_mutex);
   const auto found = s_reconnections.find(timerId);
-  const bool isDone =
-      found == s_reconnections.end() || !s_isRunning || subscribeToMoteData(found->second);
-  if (isDone) {
+  if (!s_isRunning || found == s_reconnections.end() || !doesCameraExist(found->second)) {
     s_reconnections.erase(timerId);
     IntervalTimerObservable::unregisterObserver(timerId);
+    return;
+  }
+  if (!found->second->getSubscription().isUnderWay()) {
+    startSubscribing(found->second);
   }
 }
 
@@ -142,13 +160,13 @@ void CallbackCameraContainer::createCamera(int cameraNbr, int rotation, const AP
                                                  StartupPosition{s_lastPreset, s_lastMovement});
   CallbackCamera* inserted = camera.get();
   s_cameras.push_back(std::move(camera));
-  if (hasTransport(cameraNbr) && !subscribeToMoteData(inserted)) {
-    scheduleReconnection(inserted);
+  if (hasTransport(cameraNbr)) {
+    startSubscribing(inserted);
   }
 }
 
 void CallbackCameraContainer::shutDownSub() {
-  std::vector<VideoSceneSubscriber::Handle> subscribers;
+  std::vector<CallbackCamera*> subscribed;
   {
     const std::lock_guard lock(s_mutex);
     if (!s_isRunning.exchange(false)) {
@@ -157,16 +175,15 @@ void CallbackCameraContainer::shutDownSub() {
     for (const auto& camera : s_cameras) {
       camera->stop();
       removeOngoingReconnections(camera.get());
-      auto* subscribed = dynamic_cast<CallbackCamera*>(camera.get());
-      if (subscribed != nullptr && subscribed->getSubscriber() != nullptr) {
-        subscribers.push_back(subscribed->releaseSubscriber());
+      if (auto* callbackCamera = dynamic_cast<CallbackCamera*>(camera.get())) {
+        subscribed.push_back(callbackCamera);
       }
     }
   }
-  const std::lock_guard reconnectLock(s_reconnectMutex);
-  for (const VideoSceneSubscriber::Handle subscriber : subscribers) {
-    VideoSceneSubscriber::unsubscribe(subscriber);
-    VideoSceneSubscriber::deleteSubscriber(subscriber);
+  // Without the lock: attempts and callbacks must be able to end. The set of cameras does not
+  // change meanwhile, as that is the caller's to do.
+  for (CallbackCamera* camera : subscribed) {
+    camera->getSubscription().end();
   }
   VideoSceneSubscriber::deinitialize();
 }

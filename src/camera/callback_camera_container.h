@@ -4,13 +4,13 @@
 #include <atomic>
 #include <cstdint>
 #include <map>
-#include <mutex>
 
 #include "camera/callback_camera.h"
 #include "camera/camera_container.h"
 
 // Cameras that the subscriber module feeds. A camera that cannot be subscribed, or whose stream
-// ends, is tried again every 200 ms.
+// ends, is tried again every 200 ms. Attempts to subscribe run on threads of their own, so that a
+// service that does not answer holds up nobody else.
 class CallbackCameraContainer : public CameraContainer {
  public:
   CallbackCameraContainer(const API_VersionHandler& versionHandler, std::int32_t propertyMask);
@@ -27,21 +27,23 @@ class CallbackCameraContainer : public CameraContainer {
   void shutDownSub() override;
 
  private:
-  // All with the lock held.
+  // Without the lock: the module may take seconds. Called by the camera's attempt, which then tells
+  // the container what has come of it.
   static bool subscribeToMoteData(CallbackCamera* camera);
+  static void attemptSubscription(CallbackCamera* camera);
+
+  // All with the lock held. A reconnection that is scheduled stays until the camera is subscribed.
+  static void startSubscribing(CallbackCamera* camera);
   static void scheduleReconnection(CallbackCamera* camera);
   static void removeOngoingReconnections(const Camera* camera);
 
-  // The timer's callback. Takes the reconnect mutex, then the lock.
+  // The timer's callback. Takes the lock.
   static void reconnectCamera(int timerId);
 
   static std::atomic<bool> s_isRunning;
 
   // The cameras to be subscribed again, by timer id. Guarded by the lock.
   static std::map<std::int32_t, CallbackCamera*> s_reconnections;
-
-  // Keeps the module loaded while a reconnection is under way. Taken before the lock.
-  static std::mutex s_reconnectMutex;
 };
 
 #endif

@@ -20,10 +20,12 @@ class Stall(Exception):
 
 class FrameGate(SceneGate):
     """sources: by channel (from 1), what is sent in the place of each frame; a channel without one
-    gets the device's own."""
+    gets the device's own. mute: the channels whose requests are taken and never answered."""
 
     def __init__(self, path, sources):
         self.sources = dict(sources)
+        self.mute = set()
+        self.muted = Journal()  # the channel of each request that was not answered
         self.stalled = Journal()  # connections that were stalled
         self._channels = {}
         super().__init__(path)
@@ -31,9 +33,7 @@ class FrameGate(SceneGate):
     def _pass(self, source, target, from_daemon):
         if from_daemon:
             if line := read_until(source, b"\n"):
-                with self._lock:
-                    self._channels[target] = channel_of(line)
-                send(target, line)
+                self._pass_request(line, source, target)
             super()._pass(source, target, True)
             return
         try:
@@ -42,6 +42,16 @@ class FrameGate(SceneGate):
             pass
         cut(source)
         cut(target)
+
+    def _pass_request(self, line, daemon, device):
+        channel = channel_of(line)
+        if channel in self.mute:
+            self.muted.append(channel)
+            wait_for_end(daemon)
+            return
+        with self._lock:
+            self._channels[device] = channel
+        send(device, line)
 
     def _pass_frames(self, device, daemon):
         # Both kinds of answers begin with what they end with elsewhere: "1.0 OK\0", "OK\n".

@@ -5,6 +5,7 @@
 #include <syslog.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstring>
 #include <map>
 #include <thread>
@@ -26,6 +27,7 @@ std::string named(const char* call, const video_scene_subscriber* subscriber) {
 
 video_scene_subscriber* create(int channel, data_format_t format, void* userData) {
   module().note("create " + std::to_string(channel));
+  const std::scoped_lock lock(module().mutex);
   if (module().failingCreates > 0) {
     --module().failingCreates;
     return nullptr;
@@ -40,24 +42,36 @@ video_scene_subscriber* create(int channel, data_format_t format, void* userData
 
 int destroy(video_scene_subscriber* subscriber) {
   module().note(named("delete", subscriber));
+  const std::scoped_lock lock(module().mutex);
   subscriber->isDeleted = true;
   subscriber->isSubscribed = false;
   return 0;
 }
 
+bool takesOneOf(int& count) {
+  const std::scoped_lock lock(module().mutex);
+  return count > 0 && count-- > 0;
+}
+
 int subscribe(video_scene_subscriber* subscriber) {
   module().note(named("subscribe", subscriber));
-  if (module().failingSubscribes > 0) {
-    --module().failingSubscribes;
-    return module().subscribeResult;
+  if (takesOneOf(module().failingSubscribes)) return module().subscribeResult;
+  if (module().muteChannels.contains(subscriber->channel)) {
+    module().waitForAnswer(*subscriber);
+    return VIDEO_SCENE_SUBSCRIBER_FAILED;
   }
+  if (module().whileSubscribing) module().whileSubscribing(*subscriber);
+  const std::scoped_lock lock(module().mutex);
   subscriber->isSubscribed = true;
   return 0;
 }
 
 int unsubscribe(video_scene_subscriber* subscriber) {
   module().note(named("unsubscribe", subscriber));
+  if (takesOneOf(module().failingUnsubscribes)) return VIDEO_SCENE_SUBSCRIBER_BAD_STATE;
+  if (module().cutShort(*subscriber)) return 0;
   if (module().whileUnsubscribing) module().whileUnsubscribing(*subscriber);
+  const std::scoped_lock lock(module().mutex);
   subscriber->isSubscribed = false;
   return 0;
 }
@@ -138,6 +152,8 @@ using Texts = std::vector<std::string>;
 constexpr const char* VERSIONS[] = {"1.0"};
 constexpr std::int64_t PERIOD = 200'000;
 
+constexpr int LARGEST_CAMERA = 4;
+
 // Long enough for the timer to be due once and not twice.
 constexpr std::int64_t ONE_PERIOD = PERIOD + 50'000;
 
@@ -168,6 +184,28 @@ class CallbackCameraContainerTest : public InitializedWrapperTest {
     }
     container->updateWithNewConfiguration(std::move(configurations));
     notes.take();
+    settle();
+  }
+
+  // Waits (really) until every attempt is over that is not held up by a mute service.
+  void settle() const {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    for (int number = 1; number <= LARGEST_CAMERA; ++number) {
+      auto* camera = dynamic_cast<CallbackCamera*>(container->getCamera({number, 0, {}}));
+      if (camera == nullptr) continue;
+      while (camera->getSubscription().isUnderWay() && !module().isWaiting(number - 1)) {
+        ASSERT_LT(std::chrono::steady_clock::now(), deadline) << "camera " << number;
+        std::this_thread::yield();
+      }
+    }
+  }
+
+  // As time passes, attempts are over before it goes on.
+  void wait(std::int64_t microseconds) {
+    for (std::int64_t waited = 0; waited < microseconds; waited += TICK) {
+      ASSERT_TRUE(clock.advanceAndSettle(TICK));
+      settle();
+    }
   }
 
   static void deliver(const video_scene_subscriber& subscriber, const FrameOf& frame) {
@@ -402,6 +440,147 @@ TEST_F(CallbackCameraContainerTest, TwoCamerasAreConnectedAgainEach) {
   EXPECT_EQ(std::count(texts.begin(), texts.end(), "g2 frame 2:"), 1);
 }
 
+// ---- A service that takes a subscription and does not answer ----
+
+class MuteSceneServiceTest : public CallbackCameraContainerTest {
+ protected:
+  ~MuteSceneServiceTest() override {
+    container.reset();
+    module().muteChannels = {};
+    module().whileSubscribing = nullptr;
+  }
+
+  static long count(const Texts& calls, const std::string& call) {
+    return std::count(calls.begin(), calls.end(), call);
+  }
+};
+
+TEST_F(MuteSceneServiceTest, HoldsUpNeitherTheConfigurationNorOtherCameras) {
+  module().muteChannels = {0};
+  configure({1, 2});
+  EXPECT_TRUE(module().waitForMute(0));
+  EXPECT_TRUE(container->doesProfileExist(1));
+  deliver(*module().find(1), {.time = 5, .ids = {3}});
+  EXPECT_EQ(notes.take(), Texts({"g2 frame 5: 3/0"}));
+  EXPECT_TRUE(module().isWaiting(0));
+}
+
+TEST_F(MuteSceneServiceTest, CamerasDoNotWaitForEachOther) {
+  module().muteChannels = {0, 1, 2, 3};
+  configure({1, 2, 3, 4});
+  for (const int channel : {0, 1, 2, 3}) EXPECT_TRUE(module().waitForMute(channel)) << channel;
+}
+
+TEST_F(MuteSceneServiceTest, HoldsUpNoTimerAndIsAskedOnceAtATime) {
+  configure({1, 2});
+  disconnect(*module().find(0));
+  disconnect(*module().find(1));
+  module().muteChannels = {0};
+  module().takeCalls();
+  wait(10 * PERIOD);
+  EXPECT_TRUE(module().isWaiting(0));
+  EXPECT_TRUE(module().find(1)->isSubscribed);
+  const Texts calls = module().takeCalls();
+  EXPECT_EQ(count(calls, "subscribe 0"), 1);
+  EXPECT_EQ(count(calls, "subscribe 1"), 1);
+}
+
+TEST_F(MuteSceneServiceTest, IsAskedAgainWhenItsTimeIsOver) {
+  module().muteChannels = {0};
+  configure({1});
+  ASSERT_TRUE(module().waitForMute(0));
+  wait(10 * PERIOD);
+  module().takeCalls();
+  module().muteChannels = {};
+  ASSERT_TRUE(module().cutShort(*module().find(0)));  // as by the module itself
+  settle();
+  EXPECT_EQ(log.count("Could not subscribe to scene data. Code: -1\n"), 1);
+  wait(ONE_PERIOD);
+  EXPECT_EQ(module().takeCalls(), Texts({"delete 0", "create 0", "subscribe 0"}));
+  EXPECT_TRUE(module().find(0)->isSubscribed);
+}
+
+TEST_F(MuteSceneServiceTest, ACameraThatGoesCutsItsAttemptShort) {
+  module().muteChannels = {0};
+  configure({1, 2});
+  ASSERT_TRUE(module().waitForMute(0));
+  module().takeCalls();
+  configure({2});
+  EXPECT_EQ(module().takeCalls(), Texts({"unsubscribe 0", "delete 0"}));
+  EXPECT_EQ(module().alive(), 1);
+  wait(2 * ONE_PERIOD);
+  EXPECT_TRUE(module().takeCalls().empty()) << "nobody asks for it any more";
+}
+
+TEST_F(MuteSceneServiceTest, ACameraThatComesBackIsSubscribedAnew) {
+  module().muteChannels = {0};
+  configure({1, 2});
+  ASSERT_TRUE(module().waitForMute(0));
+  configure({2});
+  module().muteChannels = {};
+  configure({1, 2});
+  deliver(*module().find(0), {.time = 5});
+  EXPECT_EQ(notes.take(), Texts({"g1 frame 5:"}));
+}
+
+TEST_F(MuteSceneServiceTest, ShuttingDownCutsAllAttemptsShort) {
+  module().muteChannels = {0, 1, 2, 3};
+  configure({1, 2, 3, 4});
+  for (const int channel : {0, 1, 2, 3}) ASSERT_TRUE(module().waitForMute(channel));
+  container->shutDown();
+  EXPECT_EQ(module().alive(), 0);
+  const Texts calls = module().takeCalls();
+  for (const char* call : {"unsubscribe 0", "unsubscribe 3", "delete 0", "delete 3"}) {
+    EXPECT_EQ(count(calls, call), 1) << call;
+  }
+  EXPECT_EQ(calls.back(), "close");
+}
+
+TEST_F(MuteSceneServiceTest, AnAttemptThatDoesNotWaitYetIsCutShortWhenItDoes) {
+  module().muteChannels = {0};
+  configure({1});
+  ASSERT_TRUE(module().waitForMute(0));
+  module().takeCalls();
+  module().failingUnsubscribes = 2;
+  container->shutDown();
+  const Texts calls = module().takeCalls();
+  EXPECT_EQ(count(calls, "unsubscribe 0"), 3);
+  EXPECT_EQ(count(calls, "delete 0"), 1);
+}
+
+TEST_F(MuteSceneServiceTest, ASubscriptionThatSucceedsWhileItEndsIsEnded) {
+  // The module has answered, and the end comes before the attempt knows.
+  configure({1});
+  disconnect(*module().find(0));
+  std::thread ending;
+  module().whileSubscribing = [&](video_scene_subscriber&) {
+    ending = std::thread([&] { container->shutDown(); });
+    // Another function of the module is called only when the end has come to this camera.
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (count(module().takeCalls(), "unsubscribe 0") == 0 &&
+           std::chrono::steady_clock::now() < deadline) {
+      std::this_thread::yield();
+    }
+  };
+  wait(ONE_PERIOD);
+  ASSERT_TRUE(ending.joinable());
+  ending.join();
+  EXPECT_EQ(module().alive(), 0);
+}
+
+TEST_F(MuteSceneServiceTest, AStreamThatEndsBeforeItsAttemptIsAskedForAgain) {
+  module().whileSubscribing = [](video_scene_subscriber& subscriber) {
+    std::thread([&] { disconnect(subscriber); }).join();
+  };
+  configure({1});
+  module().whileSubscribing = nullptr;
+  module().takeCalls();
+  wait(ONE_PERIOD);
+  EXPECT_EQ(module().takeCalls(), Texts({"delete 0", "create 0", "subscribe 0"}));
+  wait(ONE_PERIOD);
+  EXPECT_TRUE(module().takeCalls().empty());
+}
+
 // ---- A camera on its own ----
 
 TEST_F(CallbackCameraContainerTest, AStoppedCameraDropsFrames) {
@@ -423,19 +602,12 @@ TEST_F(CallbackCameraContainerTest, ACameraIgnoresAFrameWithoutData) {
   EXPECT_TRUE(notes.take().empty());
 }
 
-TEST_F(CallbackCameraContainerTest, ACameraGivesItsSubscriberUp) {
-  CallbackCamera camera(1, 0, 1.0F, 14, {});
-  video_scene_subscriber subscriber;
-  camera.setSubscriber(&subscriber);
-  EXPECT_EQ(camera.getSubscriber(), &subscriber);
-  EXPECT_EQ(camera.releaseSubscriber(), &subscriber);
-  EXPECT_EQ(camera.getSubscriber(), nullptr);
-}
-
 // ---- The choice of the family ----
 
 class CameraContainerFactoryTest : public InitializedWrapperTest {
  protected:
+  CameraContainerFactoryTest() { module().takeCalls(); }
+
   static void setVersion(const std::string& version) {
     FakeParameters::set("root.Properties.EmbeddedDevelopment.Version", version);
   }

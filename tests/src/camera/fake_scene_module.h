@@ -5,9 +5,12 @@
 
 #include <video_scene_subscriber.h>
 
+#include <chrono>
+#include <condition_variable>
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -24,8 +27,11 @@ struct video_scene_subscriber {
   bool hasLowConfident = false;
   bool isSubscribed = false;
   bool isDeleted = false;
+  bool isWaiting = false;  // in subscribe, for a service that does not answer
+  bool isCutShort = false;
 };
 
+// Its functions come from several threads; what a test sets, it sets while none is under way.
 class FakeSceneModule {
  public:
   static FakeSceneModule& get() {
@@ -42,30 +48,78 @@ class FakeSceneModule {
   void note(const std::string& call) {
     const std::scoped_lock lock(mutex);
     calls.push_back(call);
+    changed.notify_all();
   }
 
   // The newest subscriber of a channel (from 0) that lives, or null.
   video_scene_subscriber* find(int channel) const {
-    for (auto i = subscribers.rbegin(); i != subscribers.rend(); ++i) {
-      if ((*i)->channel == channel && !(*i)->isDeleted) return i->get();
-    }
-    return nullptr;
+    const std::scoped_lock lock(mutex);
+    return findLocked(channel);
   }
   int alive() const {
+    const std::scoped_lock lock(mutex);
     int count = 0;
     for (const auto& subscriber : subscribers) count += subscriber->isDeleted ? 0 : 1;
     return count;
   }
 
+  // Waits (really) until the channel's attempt waits for its service; false after 10 s.
+  bool waitForMute(int channel) {
+    std::unique_lock lock(mutex);
+    return changed.wait_for(lock, PATIENCE, [&] { return isWaitingLocked(channel); });
+  }
+  bool isWaiting(int channel) const {
+    const std::scoped_lock lock(mutex);
+    return isWaitingLocked(channel);
+  }
+
+  // Blocks until the attempt is cut short (or for 10 s).
+  void waitForAnswer(video_scene_subscriber& subscriber) {
+    std::unique_lock lock(mutex);
+    subscriber.isWaiting = true;
+    changed.notify_all();
+    changed.wait_for(lock, PATIENCE, [&] { return subscriber.isCutShort; });
+    subscriber.isWaiting = false;
+  }
+
+  // Whether there was an attempt to cut short.
+  bool cutShort(video_scene_subscriber& subscriber) {
+    const std::scoped_lock lock(mutex);
+    if (!subscriber.isWaiting) return false;
+    subscriber.isWaiting = false;
+    subscriber.isCutShort = true;
+    changed.notify_all();
+    return true;
+  }
+
   bool isAbsent = false;
   int failingCreates = 0;
   int failingSubscribes = 0;
+  int failingUnsubscribes = 0;
   int subscribeResult = VIDEO_SCENE_SUBSCRIBER_NO_PROVIDER;
+  std::set<int> muteChannels;
+  std::function<void(video_scene_subscriber&)> whileSubscribing;
   std::function<void(video_scene_subscriber&)> whileUnsubscribing;
 
-  std::mutex mutex;  // guards the calls
+  mutable std::mutex mutex;  // guards the calls and subscribers
   std::vector<std::string> calls;
   std::vector<std::unique_ptr<video_scene_subscriber>> subscribers;
+
+ private:
+  static constexpr std::chrono::seconds PATIENCE{10};
+
+  video_scene_subscriber* findLocked(int channel) const {
+    for (auto i = subscribers.rbegin(); i != subscribers.rend(); ++i) {
+      if ((*i)->channel == channel && !(*i)->isDeleted) return i->get();
+    }
+    return nullptr;
+  }
+  bool isWaitingLocked(int channel) const {
+    const video_scene_subscriber* const subscriber = findLocked(channel);
+    return subscriber != nullptr && subscriber->isWaiting;
+  }
+
+  std::condition_variable changed;
 };
 
 #endif
