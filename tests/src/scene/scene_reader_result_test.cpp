@@ -23,6 +23,19 @@ TEST(SceneReaderResult, BlanksAroundTheAnswerAreTrimmed) {
   EXPECT_TRUE(result.version == API_Version("1.0"));
 }
 
+TEST(SceneReaderResult, SeveralBlanksSeparateAsOneDoes) {
+  for (const char* answer : {"1.0  OK", "1.0    OK", "  1.0  OK  "}) {
+    const SceneReaderResult result(answer);
+    EXPECT_TRUE(result.success) << answer;
+    EXPECT_TRUE(result.version == API_Version("1.0")) << answer;
+  }
+}
+
+TEST(SceneReaderResult, NothingButBlanksSeparates) {
+  EXPECT_FALSE(SceneReaderResult("1.0\tOK").success);
+  EXPECT_FALSE(SceneReaderResult("1.0\nOK").success);
+}
+
 TEST(SceneReaderResult, AnotherSecondWordIsARefusalWithAVersion) {
   for (const char* answer : {"1.0 ERROR", "1.0 ok", "1.0 OK\n"}) {
     const SceneReaderResult result(answer);
