@@ -1,6 +1,7 @@
 #include "camera/camera.h"
 
 #include <gtest/gtest.h>
+#include <syslog.h>
 
 #include "src/camera/test_camera.h"
 #include "src/events/wrapper_test_base.h"
@@ -92,6 +93,18 @@ TEST_F(CameraTest, SizesFollowTheRotation) {
   insert(turned, "b", 1).showsSize = true;
   turned.handleMoteData(FrameOf{.time = 1, .ids = {3}}.make());
   EXPECT_EQ(notes.take(), Texts({"b frame 1: 3/800x400"}));
+}
+
+TEST_F(CameraTest, AFrameThatCannotBeDecodedIsPassedOver) {
+  insert("a", 1).showsAge = true;
+  camera.handleMoteData(FrameOf{.time = 9'000'000, .ids = {3}}.make());
+  notes.take();
+  camera.handleMoteData(frameOf(std::vector<std::uint8_t>(40, 0)));
+  EXPECT_TRUE(notes.take().empty()) << "no guard is asked, and none loses its objects";
+  EXPECT_EQ(log.count(LOG_WARNING, "Could not decode scene.\n"), 1);
+  EXPECT_EQ(log.lines().size(), 1U);
+  camera.handleMoteData(FrameOf{.time = 9'000'150, .ids = {3}}.make());
+  EXPECT_EQ(notes.take(), Texts({"a frame 9000150: 3/150"}));
 }
 
 // ---- Guards ----

@@ -318,6 +318,17 @@ TEST_F(SocketCameraTest, WithoutAServiceItTriesEvery100Milliseconds) {
   }
 }
 
+TEST_F(SocketCameraTest, WithoutAConnectionNothingIsSaidOfFrames) {
+  servicePath() = "/nonexistent/scenes";
+  start();
+  // The timer's thread and the camera's, which has failed to connect.
+  ASSERT_TRUE(clock.waitForSleepers(2));
+  ASSERT_TRUE(clock.advanceAndSettle(PAUSE, 2));
+  ASSERT_TRUE(clock.advanceAndSettle(PAUSE, 2));
+  EXPECT_EQ(log.count("Could not read scene.\n"), 0);
+  EXPECT_TRUE(notes.take().empty()) << "there is no stream that could have been lost";
+}
+
 TEST_F(SocketCameraTest, AThreadThatWaitsForAFrameCanBeEnded) {
   start();
   const auto connection = service.accept();

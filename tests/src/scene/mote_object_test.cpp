@@ -116,6 +116,29 @@ TEST(MoteObject, MissingVerticesBecomeThePaddedTriangle) {
   }
 }
 
+// An upright comb of that many coordinates.
+Values combOf(int coordinates) {
+  Values values;
+  for (int i = 0; i < coordinates; ++i) values.push_back(i % 2 == 0 ? i : i % 4 * 100);
+  return values;
+}
+
+TEST(MoteObject, OutlinesOfMoreThan1024VerticesCountAsMissing) {
+  const MoteObject largest = OneObject({{SCENE_OBJ_PROP_POLYGON, combOf(2048)},
+                                        {SCENE_OBJ_PROP_BOUNDING_BOX, combOf(2048)}})
+                                 .read(3);
+  EXPECT_EQ(1024U, largest.getPolygon()->getVertices().size());
+  EXPECT_EQ(1024U, largest.getBoundingBox()->getVertices().size());
+  const Points triangle = {{0, 0}, {0, 1}, {1, 0}};
+  for (const int coordinates : {2049, 2050, 100'000}) {
+    const MoteObject tooLarge = OneObject({{SCENE_OBJ_PROP_POLYGON, combOf(coordinates)},
+                                           {SCENE_OBJ_PROP_BOUNDING_BOX, combOf(coordinates)}})
+                                    .read(3);
+    EXPECT_EQ(triangle, tooLarge.getPolygon()->getVertices()) << coordinates;
+    EXPECT_EQ(triangle, tooLarge.getBoundingBox()->getVertices()) << coordinates;
+  }
+}
+
 TEST(MoteObject, FewVerticesArePadded) {
   const MoteObject object = OneObject({{SCENE_OBJ_PROP_POLYGON, {3000, 100}},
                                        {SCENE_OBJ_PROP_BOUNDING_BOX, {0, 0, 10, 20}}})

@@ -36,11 +36,20 @@ TEST(MoteScene, WithoutATimeIsOfTimeZero) {
   expectEmpty(MoteScene(frameOf(encoder), kAll), true);
 }
 
-TEST(MoteScene, TimeIsNeverNegative) {
-  for (const std::int64_t time : {std::int64_t{-1}, std::numeric_limits<std::int64_t>::min()}) {
+TEST(MoteScene, TimesAreLimitedToWhatCanBeComputedWith) {
+  using Limits = std::numeric_limits<std::int64_t>;
+  constexpr std::int64_t latest = 2'305'843'009'213'693'952;  // 2 to the power of 61
+  const std::vector<std::pair<std::int64_t, std::int64_t>> limited = {
+      {Limits::min(), 0},       {-1, 0},          {0, 0},
+      {latest - 1, latest - 1}, {latest, latest}, {latest + 1, latest},
+      {Limits::max(), latest}};
+  for (const auto& [time, expected] : limited) {
     SceneEncoder encoder;
     addTimestamp(encoder, time);
-    EXPECT_GE(MoteScene(frameOf(encoder), kAll).timestamp, 0);
+    encoder.beginObject(1);
+    const MoteScene scene(frameOf(encoder), 0);
+    EXPECT_EQ(expected, scene.timestamp) << time;
+    EXPECT_EQ(expected, scene.objects.at(0)->getTimestamp()) << time;
   }
 }
 
