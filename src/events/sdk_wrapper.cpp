@@ -10,6 +10,8 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
+#include <utility>
 #include <vector>
 
 #include "app/clock.h"
@@ -28,6 +30,14 @@ constexpr std::int32_t QUIET_FAILURES = 5;
 constexpr const char* NAME_SPACE = "tnsorva";
 constexpr const char* ONVIF_NAME_SPACE = "tns1";
 
+// What others know an event by.
+struct EventNames {
+  std::string topic;
+  std::string niceName;
+
+  bool operator==(const EventNames&) const = default;
+};
+
 struct DeclaredEvent {
   std::uint32_t declarationId = 0;
   std::uint32_t value = 0;
@@ -36,6 +46,10 @@ struct DeclaredEvent {
   std::uint32_t source = 0;
   std::string dataKey;
   std::int32_t failures = 0;
+  std::string data;                      // of a stateful event, sent last
+  std::optional<std::int64_t> sentTime;  // of what was sent last, as the service was told it
+  EventNames names;                      // as the service knows them
+  std::vector<EventNames> wantedNames;   // of those who share it; the latest, at the end, holds
 };
 
 struct PendingRemoval {
@@ -172,6 +186,10 @@ bool shareEvent(DeclaredEvent& event, const std::string& name, bool sameProperti
   return true;
 }
 
+bool isStateless(const DeclaredEvent& event) {
+  return (event.flags & SDK_EVENT_STATEFUL) == 0;
+}
+
 bool declareEvent(const std::string& name, std::unique_ptr<DeclaredEvent> event,
                   const OVEventKeyValueSet* set, bool stateless) {
   if (set == nullptr ||
@@ -183,45 +201,45 @@ bool declareEvent(const std::string& name, std::unique_ptr<DeclaredEvent> event,
   return true;
 }
 
-EventKeyValueSet createApplicationEventSet(const std::string& topic, const std::string& niceName,
-                                           std::uint32_t flags, const std::string& dataKey) {
+// With the event's present values.
+EventKeyValueSet createApplicationEventSet(const DeclaredEvent& event, const EventNames& names) {
   EventKeyValueSet set;
   set.add("topic0", NAME_SPACE, s_topic0)
       .add("topic1", NAME_SPACE, s_appName)
       .niceName("topic1", NAME_SPACE, s_niceName)
-      .add("topic2", NAME_SPACE, topic)
-      .niceName("topic2", NAME_SPACE, niceName);
-  if ((flags & SDK_EVENT_STATEFUL) != 0) {
-    set.addBool("active", nullptr, false).markAsData("active", nullptr);
+      .add("topic2", NAME_SPACE, names.topic)
+      .niceName("topic2", NAME_SPACE, names.niceName);
+  if (!isStateless(event)) {
+    set.addBool("active", nullptr, event.value != 0).markAsData("active", nullptr);
   }
-  if ((flags & SDK_EVENT_APPLICATION_DATA) != 0) {
+  if ((event.flags & SDK_EVENT_APPLICATION_DATA) != 0) {
     set.markAsUserDefined("topic2", NAME_SPACE, "isApplicationData");
   }
-  if ((flags & SDK_EVENT_DEPRECATED) != 0) {
+  if ((event.flags & SDK_EVENT_DEPRECATED) != 0) {
     set.markAsUserDefined("topic2", NAME_SPACE, "isDeprecated");
   }
-  if (!dataKey.empty()) {
-    set.add(dataKey.c_str(), nullptr, std::string()).markAsData(dataKey.c_str(), nullptr);
+  if (!event.dataKey.empty()) {
+    set.add(event.dataKey.c_str(), nullptr, event.data).markAsData(event.dataKey.c_str(), nullptr);
   }
   return set;
 }
 
-// With the mutex held. prefix stands before the messages.
-bool addEvent(const std::string& name, std::uint32_t flags, const std::string& dataKey,
-              const OVEventKeyValueSet* set, const char* prefix) {
-  auto event = std::make_unique<DeclaredEvent>();
-  event->flags = flags;
-  event->dataKey = dataKey;
-  const bool stateless = (flags & SDK_EVENT_STATEFUL) == 0;
-  if (declareEvent(name, std::move(event), set, stateless)) {
-    return true;
+// The topics of a set that a caller has built, as one text.
+std::string readTopics(const OVEventKeyValueSet* set) {
+  std::string topics;
+  for (const char* key : {"topic0", "topic1", "topic2"}) {
+    char* topic = nullptr;
+    if (ov_event_key_value_set_get_string(set, key, NAME_SPACE, &topic, nullptr)) {
+      topics += topic;
+      g_free(topic);
+    }
+    topics += '/';
   }
-  syslog(LOG_ERR, "%sCannot declare event %s (internal error)\n", prefix, name.c_str());
-  return false;
+  return topics;
 }
 
-bool hasProperties(const DeclaredEvent& event, std::uint32_t flags, const std::string& dataKey) {
-  return event.flags == flags && event.source == 0 && event.dataKey == dataKey;
+bool hasPropertiesOf(const DeclaredEvent& event, const DeclaredEvent& added) {
+  return event.flags == added.flags && event.source == 0 && event.dataKey == added.dataKey;
 }
 
 // The event to send, or null after a message.
@@ -253,14 +271,72 @@ std::int64_t toEventTime(const std::int64_t* timestamp) {
 }
 
 bool sendEvent(const SendMessages& messages, const std::string& name, DeclaredEvent& event,
-               const EventKeyValueSet& set, const std::int64_t* timestamp) {
-  if (!ov_event_handler_send_event(s_eventHandler, event.declarationId, set.get(),
-                                   toEventTime(timestamp), nullptr)) {
+               const EventKeyValueSet& set, std::int64_t eventTime) {
+  event.sentTime = eventTime;
+  if (!ov_event_handler_send_event(s_eventHandler, event.declarationId, set.get(), eventTime,
+                                   nullptr)) {
     logSendFailure(messages, name, event);
     return false;
   }
   event.failures = 0;
   return true;
+}
+
+// The event's value; data is left out when it is null or there is no key for it.
+bool sendValue(const std::string& name, DeclaredEvent& event, const char* data,
+               std::int64_t eventTime) {
+  EventKeyValueSet set;
+  if (!isStateless(event)) {
+    set.addBool("active", nullptr, event.value != 0);
+  }
+  if (data != nullptr && !event.dataKey.empty()) {
+    set.add(event.dataKey.c_str(), nullptr, std::string(data));
+  }
+  if (!set.ok()) {
+    syslog(LOG_ERR, "Could not send event %s.  Internal error\n", name.c_str());
+    return false;
+  }
+  return sendEvent(EVENT_MESSAGES, name, event, set, eventTime);
+}
+
+// Puts a new declaration in the place of the present one, which goes last: an event that is active
+// is active for every listener all the time. What was a message is not sent again.
+bool declareAnew(const std::string& name, DeclaredEvent& event, const EventNames& names,
+                 const OVEventKeyValueSet* set) {
+  std::uint32_t id = 0;
+  if (set == nullptr ||
+      !ov_event_handler_declare(s_eventHandler, set, isStateless(event), &id, nullptr)) {
+    return false;
+  }
+  const std::uint32_t former = std::exchange(event.declarationId, id);
+  event.names = names;
+  if (!isStateless(event) && event.sentTime) {
+    sendValue(name, event, event.data.c_str(), *event.sentTime);
+  }
+  ov_event_handler_undeclare(s_eventHandler, former, nullptr);
+  return true;
+}
+
+// Sees to it that the service knows the event by the names that are wanted. While it cannot be told
+// them, the event goes on under the former ones.
+void applyNames(const std::string& name, DeclaredEvent& event) {
+  if (event.wantedNames.empty() || event.wantedNames.back() == event.names) {
+    return;
+  }
+  const EventNames names = event.wantedNames.back();
+  const EventKeyValueSet set = createApplicationEventSet(event, names);
+  if (!declareAnew(name, event, names, set.ok() ? set.get() : nullptr)) {
+    syslog(LOG_ERR, "Cannot declare event %s (internal error)\n", name.c_str());
+  }
+}
+
+// Forgets the names of one who shared the event: those with that nice name, or the oldest.
+void forgetNames(DeclaredEvent& event, const std::string& niceName) {
+  if (event.wantedNames.empty()) {
+    return;
+  }
+  const auto found = std::ranges::find(event.wantedNames, niceName, &EventNames::niceName);
+  event.wantedNames.erase(found != event.wantedNames.end() ? found : event.wantedNames.begin());
 }
 
 // Undeclares an event that nobody uses any more; one that was declared again meanwhile stays.
@@ -289,8 +365,42 @@ void removalTimerCallback(std::int32_t timerId) {
   }
 }
 
-std::string cutDataKey(const std::string& dataKey) {
-  return dataKey.substr(0, MAX_DATA_KEY_LENGTH);
+std::unique_ptr<DeclaredEvent> createEvent(int flags, const std::string& dataKey,
+                                           EventNames names) {
+  auto event = std::make_unique<DeclaredEvent>();
+  event->flags = static_cast<std::uint32_t>(flags);
+  event->dataKey = dataKey.substr(0, MAX_DATA_KEY_LENGTH);
+  event->names = std::move(names);
+  return event;
+}
+
+// The same with the keys of a caller, which are there for this one declaration only.
+bool declareOwnAnew(const std::string& name, DeclaredEvent& event, const EventNames& names,
+                    OVEventKeyValueSet* set) {
+  const gboolean isActive = event.value != 0 ? TRUE : FALSE;
+  if (set != nullptr && !isStateless(event) &&
+      !ov_event_key_value_set_add(set, "active", nullptr, OV_EVENT_VALUE_BOOL, &isActive,
+                                  nullptr)) {
+    return false;
+  }
+  return declareAnew(name, event, names, set);
+}
+
+bool removeEvent(const std::string& name, const std::string& niceName) {
+  DeclaredEvent* event = findEvent(name);
+  if (event == nullptr || event->refCount == 0) {
+    return false;
+  }
+  --event->refCount;
+  forgetNames(*event, niceName);
+  if (event->refCount > 0) {
+    applyNames(name, *event);
+    return true;
+  }
+  const std::int32_t timerId =
+      IntervalTimerObservable::registerObserver(removalTimerCallback, REMOVAL_DELAY);
+  s_pendingRemovals.push_back({name, timerId});
+  return true;
 }
 
 }  // namespace
@@ -313,38 +423,57 @@ bool sdk_wrapper_event_add(const std::string& name, const std::string& topic,
     syslog(LOG_ERR, "Cannot register event %s (handler not initialized)\n", niceName.c_str());
     return false;
   }
-  const auto eventFlags = static_cast<std::uint32_t>(flags);
-  const std::string key = cutDataKey(dataKey);
+  auto added = createEvent(flags, dataKey, {topic, niceName});
   if (DeclaredEvent* event = findEvent(name)) {
-    return shareEvent(*event, name, hasProperties(*event, eventFlags, key));
+    if (!shareEvent(*event, name, hasPropertiesOf(*event, *added))) {
+      return false;
+    }
+    event->wantedNames.push_back(added->names);
+    applyNames(name, *event);
+    return true;
   }
-  const EventKeyValueSet set = createApplicationEventSet(topic, niceName, eventFlags, key);
-  return addEvent(name, eventFlags, key, set.ok() ? set.get() : nullptr, "");
+  added->wantedNames.push_back(added->names);
+  const EventKeyValueSet set = createApplicationEventSet(*added, added->names);
+  const bool stateless = isStateless(*added);
+  if (declareEvent(name, std::move(added), set.ok() ? set.get() : nullptr, stateless)) {
+    return true;
+  }
+  syslog(LOG_ERR, "Cannot declare event %s (internal error)\n", name.c_str());
+  return false;
 }
 
-bool sdk_wrapper_event_add(const std::string& name, const char*, int flags,
+bool sdk_wrapper_event_add(const std::string& name, const char* niceName, int flags,
                            const std::string& dataKey, OVEventKeyValueSet* set) {
-  const std::unique_ptr<OVEventKeyValueSet, FreeSet> owned(set);
   const std::lock_guard lock(s_mutex);
+  const std::unique_ptr<OVEventKeyValueSet, FreeSet> owned(set);
   if (!hasEventHandler()) {
     syslog(LOG_ERR, "SDK Wrapper: Cannot register event %s (handler not initialized)\n",
            name.c_str());
     return false;
   }
-  const auto eventFlags = static_cast<std::uint32_t>(flags);
-  const std::string key = cutDataKey(dataKey);
+  auto added = createEvent(flags, dataKey,
+                           {set != nullptr ? readTopics(set) : std::string(),
+                            niceName != nullptr ? niceName : std::string()});
   if (DeclaredEvent* event = findEvent(name)) {
-    if (hasProperties(*event, eventFlags, key)) {
-      ++event->refCount;
-      return true;
+    if (!hasPropertiesOf(*event, *added)) {
+      syslog(LOG_ERR,
+             "SDK Wrapper: Cannot add event %s as it is already declared, but with other "
+             "properties\n",
+             name.c_str());
+      return false;
     }
-    syslog(LOG_ERR,
-           "SDK Wrapper: Cannot add event %s as it is already declared, but with other "
-           "properties\n",
-           name.c_str());
-    return false;
+    ++event->refCount;
+    if (event->names != added->names && !declareOwnAnew(name, *event, added->names, set)) {
+      syslog(LOG_ERR, "SDK Wrapper: Cannot declare event %s (internal error)\n", name.c_str());
+    }
+    return true;
   }
-  return addEvent(name, eventFlags, key, set, "SDK Wrapper: ");
+  const bool stateless = isStateless(*added);
+  if (declareEvent(name, std::move(added), set, stateless)) {
+    return true;
+  }
+  syslog(LOG_ERR, "SDK Wrapper: Cannot declare event %s (internal error)\n", name.c_str());
+  return false;
 }
 
 bool sdk_wrapper_event_add_onvif_motion_alarm_event(const std::string& name, int source,
@@ -386,19 +515,12 @@ bool sdk_wrapper_event_send(const std::string& name, int value, const char* data
   if (event == nullptr) {
     return false;
   }
+  applyNames(name, *event);
   event->value = static_cast<std::uint32_t>(value);
-  EventKeyValueSet set;
-  if ((event->flags & SDK_EVENT_STATEFUL) != 0) {
-    set.addBool("active", nullptr, value != 0);
+  if (data != nullptr && !isStateless(*event)) {
+    event->data = data;
   }
-  if (data != nullptr && !event->dataKey.empty()) {
-    set.add(event->dataKey.c_str(), nullptr, std::string(data));
-  }
-  if (!set.ok()) {
-    syslog(LOG_ERR, "Could not send event %s.  Internal error\n", name.c_str());
-    return false;
-  }
-  return sendEvent(EVENT_MESSAGES, name, *event, set, timestamp);
+  return sendValue(name, *event, data, toEventTime(timestamp));
 }
 
 bool sdk_wrapper_onvif_motion_alarm_event_send(const std::string& name, int state,
@@ -415,22 +537,22 @@ bool sdk_wrapper_onvif_motion_alarm_event_send(const std::string& name, int stat
     syslog(LOG_ERR, "Could not send event %s.  Internal error\n", name.c_str());
     return false;
   }
-  return sendEvent(MOTION_ALARM_MESSAGES, name, *event, set, timestamp);
+  return sendEvent(MOTION_ALARM_MESSAGES, name, *event, set, toEventTime(timestamp));
 }
 
 bool sdk_wrapper_event_remove(const std::string& name) {
   const std::lock_guard lock(s_mutex);
-  DeclaredEvent* event = findEvent(name);
-  if (event == nullptr || event->refCount == 0) {
-    return false;
-  }
-  --event->refCount;
-  if (event->refCount == 0) {
-    const std::int32_t timerId =
-        IntervalTimerObservable::registerObserver(removalTimerCallback, REMOVAL_DELAY);
-    s_pendingRemovals.push_back({name, timerId});
-  }
-  return true;
+  return removeEvent(name, std::string());
+}
+
+bool sdk_wrapper_event_remove(const std::string& name, const std::string& niceName) {
+  const std::lock_guard lock(s_mutex);
+  return removeEvent(name, niceName);
+}
+
+bool sdk_wrapper_has_event_service() {
+  const std::lock_guard lock(s_mutex);
+  return hasEventHandler();
 }
 
 void sdk_wrapper_param_get(const std::string& name, char* dest, int destSize) {

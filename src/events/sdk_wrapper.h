@@ -26,13 +26,21 @@ enum SdkEventFlags : std::uint32_t {
 void sdk_wrapper_init(const std::string& appName, const std::string& niceName,
                       const std::string& topic0);
 
+// Whether the event service has been reached; when it has not, one attempt more is made. Once it
+// has, it stays so: what is declared outlives the service's absence.
+bool sdk_wrapper_has_event_service();
+
 // Declares an application event under a name of the caller's choosing. Declaring a name again with
-// the same flags and data key shares the event: each declaration needs a removal of its own. An
-// empty data key means none; one longer than 127 characters is cut.
+// the same flags and data key shares the event: each declaration needs a removal of its own. With
+// another topic or nice name it is declared anew at once, under those given last; a stateful event
+// keeps its value, which is sent again at the time it had. When that fails, the event goes on under
+// its former names and the next send tries again. An empty data key means none; one longer than 127
+// characters is cut.
 bool sdk_wrapper_event_add(const std::string& name, const std::string& topic,
                            const std::string& niceName, int flags, const std::string& dataKey = "");
 
-// The same with a set of keys built by the caller, which is freed in any case.
+// The same with a set of keys built by the caller, which is freed in any case. Other topics are
+// those that the set has; a new declaration that fails is not tried again.
 bool sdk_wrapper_event_add(const std::string& name, const char* niceName, int flags,
                            const std::string& dataKey, OVEventKeyValueSet* set);
 
@@ -50,6 +58,10 @@ bool sdk_wrapper_onvif_motion_alarm_event_send(const std::string& name, int stat
 // Drops one declaration of the name. The last one undeclares the event 50 ms later, unless it has
 // been declared again by then. False for an unknown name.
 bool sdk_wrapper_event_remove(const std::string& name);
+
+// The same for one who says under which nice name it declared the event: the names that hold are
+// then those of who declared it last of those who are left. Without one, the oldest goes.
+bool sdk_wrapper_event_remove(const std::string& name, const std::string& niceName);
 
 // Copies a parameter's value, cut to destSize - 1 characters; empty text when it cannot be read.
 void sdk_wrapper_param_get(const std::string& name, char* dest, int destSize);

@@ -40,6 +40,8 @@ struct Service {
   std::vector<Sent> sent;
   std::vector<Subscriber> subscribers;
   std::uint32_t lastId = 0;
+  int calls = 0;
+  std::function<void()> freeCallback;
   int handlersMade = 0;
   int handlersFreed = 0;
   int sets = 0;
@@ -158,6 +160,7 @@ void reset() {
   service.declarations.clear();
   service.sent.clear();
   service.subscribers.clear();
+  service.freeCallback = nullptr;
   service.handlersMade = 0;
   service.handlersFreed = 0;
   service.handlersToFail = 0;
@@ -248,6 +251,11 @@ void failSubscribes(int count) {
   theService().subscribesToFail = count;
 }
 
+void onFree(std::function<void()> callback) {
+  const std::scoped_lock lock(theService().mutex);
+  theService().freeCallback = std::move(callback);
+}
+
 void deliver(std::uint32_t subscription, const Keys& keys, std::int64_t time) {
   OVEventSubscriptionCallback callback = nullptr;
   void* userData = nullptr;
@@ -279,8 +287,15 @@ void ov_event_key_value_set_free(OVEventKeyValueSet* set) {
     return;
   }
   delete set;
-  const std::scoped_lock lock(theService().mutex);
-  --theService().sets;
+  std::function<void()> callback;
+  {
+    const std::scoped_lock lock(theService().mutex);
+    --theService().sets;
+    callback = theService().freeCallback;
+  }
+  if (callback) {
+    callback();
+  }
 }
 
 gboolean ov_event_key_value_set_add(OVEventKeyValueSet* set, const char* key,
@@ -395,8 +410,10 @@ gboolean ov_event_handler_declare(OVEventHandler*, const OVEventKeyValueSet* set
     return failed(error, "the event cannot be declared");
   }
   *declaration = ++theService().lastId;
-  theService().declarations.push_back(
-      {.id = *declaration, .keys = set->keys, .stateless = stateless != FALSE});
+  theService().declarations.push_back({.id = *declaration,
+                                       .keys = set->keys,
+                                       .stateless = stateless != FALSE,
+                                       .declaredAt = ++theService().calls});
   return TRUE;
 }
 
@@ -411,7 +428,8 @@ gboolean ov_event_handler_send_event(OVEventHandler*, uint32_t declaration,
   theService().sent.push_back({.declaration = declaration,
                                .keys = set->keys,
                                .time = time_stamp,
-                               .topic2 = topic2Of(target->keys)});
+                               .topic2 = topic2Of(target->keys),
+                               .at = ++theService().calls});
   return TRUE;
 }
 
@@ -422,6 +440,7 @@ gboolean ov_event_handler_undeclare(OVEventHandler*, uint32_t declaration, GErro
     return failed(error, "no such declaration");
   }
   target->undeclared = true;
+  target->undeclaredAt = ++theService().calls;
   return TRUE;
 }
 

@@ -2,6 +2,7 @@
 #define TESTS_FAKES_FAKE_EVENTS_H
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <string>
 #include <variant>
@@ -30,6 +31,8 @@ struct Declaration {
   Keys keys;
   bool stateless = false;
   bool undeclared = false;
+  int declaredAt = 0;    // number of the call, as of all calls to the service
+  int undeclaredAt = 0;  // 0 as long as it stands
 };
 
 struct Sent {
@@ -37,6 +40,7 @@ struct Sent {
   Keys keys;  // those given with the send
   std::int64_t time = 0;
   std::string topic2;  // of the declaration, "" when it has none
+  int at = 0;          // number of the call
 };
 
 struct Subscription {
@@ -68,6 +72,9 @@ void failDeclares(int count);
 void failSends(int count);
 void failAdds(int count);  // adding keys to sets
 void failSubscribes(int count);
+
+// Called whenever a key-value set is freed, without a lock; empty for nothing.
+void onFree(std::function<void()> callback);
 
 // Delivers an event to the callback of a subscription that has not ended, on the calling thread.
 // time is UTC microseconds.
