@@ -8,12 +8,22 @@
 
 namespace {
 
+constexpr std::uint32_t ANY_REGISTRATION = 0;  // of all: one is as good as the other
+
 std::string motionAlarmKey(std::int32_t camera) {
   return "MotionAlarmCamera" + std::to_string(camera);
 }
 
 bool isInRange(std::int32_t camera, std::size_t cameraCount) {
   return camera >= 1 && static_cast<std::size_t>(camera) <= cameraCount;
+}
+
+bool declareMotionAlarm(std::int32_t camera) {
+  if (sdk_wrapper_event_add_onvif_motion_alarm_event(motionAlarmKey(camera), camera, 0)) {
+    return true;
+  }
+  syslog(LOG_CRIT, "FAILED to create event %s \n", motionAlarmKey(camera).c_str());
+  return false;
 }
 
 }  // namespace
@@ -25,6 +35,7 @@ ONVIF_StateEventProducer::ONVIF_StateEventProducer(int cameraCount) {
 void ONVIF_StateEventProducer::adjustNbrCameras(int count) {
   const std::lock_guard lock(mutex);
   alarmedProfiles.assign(static_cast<std::size_t>(std::max(count, 0)), {});
+  missedStarts.clear();
 }
 
 bool ONVIF_StateEventProducer::isCameraNbrInRange(std::int32_t camera) const {
@@ -34,19 +45,48 @@ bool ONVIF_StateEventProducer::isCameraNbrInRange(std::int32_t camera) const {
 
 StateEventProducerHandle ONVIF_StateEventProducer::registerEvent(std::int32_t camera,
                                                                  const std::string& name,
-                                                                 const std::string&) {
-  if (isCameraNbrInRange(camera) &&
-      !sdk_wrapper_event_add_onvif_motion_alarm_event(motionAlarmKey(camera), camera, 0)) {
-    syslog(LOG_CRIT, "FAILED to create event %s \n", motionAlarmKey(camera).c_str());
+                                                                 const std::string& niceName) {
+  const std::lock_guard lock(mutex);
+  if (isInRange(camera, alarmedProfiles.size())) {
+    makeUp();
+    if (!owed.declare(motionAlarmKey(camera), ANY_REGISTRATION,
+                      [camera] { return declareMotionAlarm(camera); })) {
+      retry.begin();
+    }
   }
-  return {name, camera, 0};
+  return {name, camera, 0, niceName};
 }
 
 void ONVIF_StateEventProducer::unregisterEvent(const StateEventProducerHandle& handle) {
-  if (isCameraNbrInRange(handle.camera) &&
+  const std::lock_guard lock(mutex);
+  if (isInRange(handle.camera, alarmedProfiles.size()) &&
+      !owed.forgive(motionAlarmKey(handle.camera), ANY_REGISTRATION) &&
       !sdk_wrapper_event_remove(motionAlarmKey(handle.camera))) {
     syslog(LOG_ERR, "FAILED to unregister event for Camera %d\n", handle.camera);
   }
+}
+
+void ONVIF_StateEventProducer::makeUp() {
+  if (owed.empty() || !sdk_wrapper_has_event_service()) {
+    return;
+  }
+  owed.settle();
+  for (auto next = missedStarts.begin(); next != missedStarts.end();) {
+    const auto missed = next++;
+    if (!owed.isOwed(motionAlarmKey(missed->first))) {
+      const auto told = missedStarts.extract(missed);
+      start(told.key(), told.mapped());
+    }
+  }
+}
+
+bool ONVIF_StateEventProducer::makeUpOnceThereIsAService() {
+  if (!sdk_wrapper_has_event_service()) {
+    return false;
+  }
+  const std::lock_guard lock(mutex);
+  makeUp();
+  return true;
 }
 
 void ONVIF_StateEventProducer::sendStartEvent(const StateEventProducerHandle& handle,
@@ -55,12 +95,21 @@ void ONVIF_StateEventProducer::sendStartEvent(const StateEventProducerHandle& ha
   if (!isInRange(handle.camera, alarmedProfiles.size())) {
     return;
   }
+  makeUp();
   auto& alarmed = alarmedProfiles[static_cast<std::size_t>(handle.camera) - 1];
   if (!alarmed.insert(handle.lookupKey).second || alarmed.size() != 1) {
     return;
   }
-  if (!sdk_wrapper_onvif_motion_alarm_event_send(motionAlarmKey(handle.camera), 1, &time)) {
-    syslog(LOG_ERR, "FAILED to send event\n");
+  start(handle.camera, time);
+}
+
+void ONVIF_StateEventProducer::start(std::int32_t camera, std::int64_t time) {
+  if (sdk_wrapper_onvif_motion_alarm_event_send(motionAlarmKey(camera), 1, &time)) {
+    return;
+  }
+  syslog(LOG_ERR, "FAILED to send event\n");
+  if (owed.isOwed(motionAlarmKey(camera))) {
+    missedStarts.insert_or_assign(camera, time);
   }
 }
 
@@ -79,10 +128,12 @@ void ONVIF_StateEventProducer::sendEnd(const StateEventProducerHandle& handle,
   if (!isInRange(handle.camera, alarmedProfiles.size())) {
     return;
   }
+  makeUp();
   auto& alarmed = alarmedProfiles[static_cast<std::size_t>(handle.camera) - 1];
   if (alarmed.erase(handle.lookupKey) == 0 || !alarmed.empty()) {
     return;
   }
+  missedStarts.erase(handle.camera);
   if (!sdk_wrapper_onvif_motion_alarm_event_send(motionAlarmKey(handle.camera), 0, time)) {
     syslog(LOG_ERR, "FAILED to send end event\n");
   }

@@ -2,15 +2,19 @@
 #define EVENTS_ONVIF_STATE_EVENT_PRODUCER_H
 
 #include <cstdint>
+#include <map>
 #include <mutex>
 #include <set>
 #include <string>
 #include <vector>
 
+#include "events/main_loop_retry.h"
+#include "events/owed_declarations.h"
 #include "events/state_event_producer_i.h"
 
 // Sends the ONVIF motion alarm of a camera: on while any of the camera's profiles is in alarm. Its
-// source number is the camera number.
+// source number is the camera number. What could not be declared is made up for as by
+// StateEventProducer.
 class ONVIF_StateEventProducer : public StateEventProducerI {
  public:
   explicit ONVIF_StateEventProducer(int cameraCount);
@@ -31,8 +35,19 @@ class ONVIF_StateEventProducer : public StateEventProducerI {
  private:
   void sendEnd(const StateEventProducerHandle& handle, const std::int64_t* time);
 
+  // On the main loop's thread.
+  bool makeUpOnceThereIsAService();
+
+  // With the mutex held.
+  void makeUp();
+  void start(std::int32_t camera, std::int64_t time);
+
   mutable std::mutex mutex;                            // guards all below
   std::vector<std::set<std::string>> alarmedProfiles;  // lookup keys, by camera number minus one
+  OwedDeclarations owed;
+  std::map<std::int32_t, std::int64_t> missedStarts;  // camera number -> time, of what is owed
+
+  MainLoopRetry retry{[this] { return makeUpOnceThereIsAService(); }};
 };
 
 #endif

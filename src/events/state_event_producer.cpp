@@ -3,6 +3,7 @@
 #include <syslog.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "events/camera_info.h"
 #include "events/event_names.h"
@@ -13,16 +14,24 @@ namespace {
 constexpr int ALARM = 1;
 constexpr int NO_ALARM = 0;
 constexpr const char* ANY_SUFFIX = "ANY";
+constexpr std::uint32_t ANY_REGISTRATION = 0;  // of all: one is as good as the other
 
 bool send(const std::string& lookupKey, int value, const std::int64_t* time) {
   return sdk_wrapper_event_send(lookupKey, value, nullptr, time);
 }
 
-void removeEvent(const std::string& lookupKey) {
-  if (!sdk_wrapper_event_remove(lookupKey)) {
-    syslog(LOG_ERR, "FAILED to remove event %s \n", lookupKey.c_str());
+// failure takes the name.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+bool add(const std::string& lookupKey, const std::string& name, const std::string& niceName,
+         const char* failure) {
+  if (sdk_wrapper_event_add(lookupKey, name, niceName, SDK_EVENT_STATEFUL)) {
+    return true;
   }
+  syslog(LOG_CRIT, failure, name.c_str());
+  return false;
 }
+#pragma GCC diagnostic pop
 
 }  // namespace
 
@@ -49,38 +58,92 @@ StateEventProducerHandle StateEventProducer::registerEvent(std::int32_t camera,
                                                            const std::string& name,
                                                            const std::string& niceName) {
   const std::string lookupKey = utils::generateEventLookupKey(name);
-  if (!sdk_wrapper_event_add(lookupKey, name, niceName, SDK_EVENT_STATEFUL)) {
-    syslog(LOG_CRIT, "FAILED to create event %s \n", lookupKey.c_str());
-  }
-  declareAnyEvents(camera);
+  const std::lock_guard lock(mutex);
+  const std::uint32_t registration = ++lastRegistration;
+  makeUp();
+  declare(lookupKey, registration, [lookupKey, name, niceName] {
+    return add(lookupKey, name, niceName, "FAILED to create event %s \n");
+  });
+  declareAny(camera);
   if (CameraInfo::isMultiCamera()) {
-    declareGlobalAnyEvent();
+    declareGlobalAny();
   }
-  return {lookupKey, camera, 0};
+  return {lookupKey, camera, 0, niceName, registration};
 }
 
 void StateEventProducer::unregisterEvent(const StateEventProducerHandle& handle) {
-  {
-    // A profile whose end could not be sent must not keep its camera in alarm for ever.
-    const std::lock_guard lock(mutex);
+  const std::lock_guard lock(mutex);
+  const auto missed = missedStarts.find(handle.lookupKey);
+  if (missed != missedStarts.end() && missed->second.handle.registration == handle.registration) {
+    missedStarts.erase(missed);
+  }
+  // A profile whose end could not be sent must not keep its camera in alarm for ever. The alarm of
+  // another one under the same key goes on.
+  const auto counted = countedProfiles.find(handle.lookupKey);
+  if (counted != countedProfiles.end() && counted->second == handle.registration) {
     discount(handle, nullptr);
   }
-  if (!sdk_wrapper_event_remove(handle.lookupKey)) {
+  if (!owed.forgive(handle.lookupKey, handle.registration) &&
+      !sdk_wrapper_event_remove(handle.lookupKey, handle.niceName)) {
     syslog(LOG_ERR, "FAILED to unregister event for Camera %d\n", handle.camera);
   }
-  removeAnyEvents(handle.camera);
+  remove(utils::generateEventLookupKey(utils::generateAnyEventName(handle.camera)));
   if (CameraInfo::isMultiCamera()) {
-    removeGlobalAnyEvent();
+    remove(utils::generateEventLookupKey(utils::generateGlobalAnyEventName()));
   }
 }
 
-void StateEventProducer::sendStartEvent(const StateEventProducerHandle& handle, std::int64_t time) {
-  const std::lock_guard lock(mutex);
-  if (!send(handle.lookupKey, ALARM, &time)) {
-    syslog(LOG_ERR, "FAILED to send event\n");
+// ---- What could not be declared ----
+
+void StateEventProducer::declare(const std::string& lookupKey, std::uint32_t registration,
+                                 OwedDeclarations::Declare declare) {
+  if (!owed.declare(lookupKey, registration, std::move(declare))) {
+    retry.begin();
+  }
+}
+
+void StateEventProducer::makeUp() {
+  if (owed.empty() || !sdk_wrapper_has_event_service()) {
     return;
   }
-  if (!isCameraCounted(handle.camera) || !countedProfiles.insert(handle.lookupKey).second) {
+  owed.settle();
+  for (auto next = missedStarts.begin(); next != missedStarts.end();) {
+    const auto missed = next++;
+    if (!owed.isOwed(missed->first)) {
+      const auto told = missedStarts.extract(missed);
+      start(told.mapped().handle, told.mapped().time);
+    }
+  }
+}
+
+// What is refused then is not asked for without need.
+bool StateEventProducer::makeUpOnceThereIsAService() {
+  if (!sdk_wrapper_has_event_service()) {
+    return false;
+  }
+  const std::lock_guard lock(mutex);
+  makeUp();
+  return true;
+}
+
+// ---- Starts and ends ----
+
+void StateEventProducer::sendStartEvent(const StateEventProducerHandle& handle, std::int64_t time) {
+  const std::lock_guard lock(mutex);
+  makeUp();
+  start(handle, time);
+}
+
+void StateEventProducer::start(const StateEventProducerHandle& handle, std::int64_t time) {
+  if (!send(handle.lookupKey, ALARM, &time)) {
+    syslog(LOG_ERR, "FAILED to send event\n");
+    if (owed.isOwed(handle.lookupKey)) {
+      missedStarts.insert_or_assign(handle.lookupKey, MissedStart{handle, time});
+    }
+    return;
+  }
+  if (!isCameraCounted(handle.camera) ||
+      !countedProfiles.emplace(handle.lookupKey, handle.registration).second) {
     return;
   }
   const auto camera = static_cast<std::size_t>(handle.camera);
@@ -109,6 +172,8 @@ void StateEventProducer::sendEndEvent(const StateEventProducerHandle& handle) {
 
 void StateEventProducer::sendEnd(const StateEventProducerHandle& handle, const std::int64_t* time) {
   const std::lock_guard lock(mutex);
+  makeUp();
+  missedStarts.erase(handle.lookupKey);
   if (!send(handle.lookupKey, NO_ALARM, time)) {
     syslog(LOG_ERR, "FAILED to send end event\n");
     return;
@@ -137,29 +202,49 @@ void StateEventProducer::discount(const StateEventProducerHandle& handle,
   }
 }
 
+// ---- The aggregate events ----
+
 void StateEventProducer::declareAnyEvents(std::int32_t camera) {
-  const std::string name = utils::generateAnyEventName(camera);
-  const std::string niceName =
-      utils::generateEventNiceName("Camera " + std::to_string(camera), ANY_SUFFIX);
-  if (!sdk_wrapper_event_add(utils::generateEventLookupKey(name), name, niceName,
-                             SDK_EVENT_STATEFUL)) {
-    syslog(LOG_CRIT, "FAILED to create any event %s \n", name.c_str());
-  }
+  const std::lock_guard lock(mutex);
+  declareAny(camera);
 }
 
 void StateEventProducer::declareGlobalAnyEvent() {
-  const std::string name = utils::generateGlobalAnyEventName();
-  if (!sdk_wrapper_event_add(utils::generateEventLookupKey(name), name,
-                             utils::generateEventNiceName("Camera", ANY_SUFFIX),
-                             SDK_EVENT_STATEFUL)) {
-    syslog(LOG_CRIT, "FAILED to create any global event %s \n", name.c_str());
-  }
+  const std::lock_guard lock(mutex);
+  declareGlobalAny();
 }
 
 void StateEventProducer::removeAnyEvents(std::int32_t camera) {
-  removeEvent(utils::generateEventLookupKey(utils::generateAnyEventName(camera)));
+  const std::lock_guard lock(mutex);
+  remove(utils::generateEventLookupKey(utils::generateAnyEventName(camera)));
 }
 
 void StateEventProducer::removeGlobalAnyEvent() {
-  removeEvent(utils::generateEventLookupKey(utils::generateGlobalAnyEventName()));
+  const std::lock_guard lock(mutex);
+  remove(utils::generateEventLookupKey(utils::generateGlobalAnyEventName()));
+}
+
+void StateEventProducer::declareAny(std::int32_t camera) {
+  const std::string name = utils::generateAnyEventName(camera);
+  const std::string lookupKey = utils::generateEventLookupKey(name);
+  const std::string niceName =
+      utils::generateEventNiceName("Camera " + std::to_string(camera), ANY_SUFFIX);
+  declare(lookupKey, ANY_REGISTRATION, [lookupKey, name, niceName] {
+    return add(lookupKey, name, niceName, "FAILED to create any event %s \n");
+  });
+}
+
+void StateEventProducer::declareGlobalAny() {
+  const std::string name = utils::generateGlobalAnyEventName();
+  const std::string lookupKey = utils::generateEventLookupKey(name);
+  declare(lookupKey, ANY_REGISTRATION, [lookupKey, name] {
+    return add(lookupKey, name, utils::generateEventNiceName("Camera", ANY_SUFFIX),
+               "FAILED to create any global event %s \n");
+  });
+}
+
+void StateEventProducer::remove(const std::string& lookupKey) {
+  if (!owed.forgive(lookupKey, ANY_REGISTRATION) && !sdk_wrapper_event_remove(lookupKey)) {
+    syslog(LOG_ERR, "FAILED to remove event %s \n", lookupKey.c_str());
+  }
 }

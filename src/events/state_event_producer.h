@@ -2,11 +2,14 @@
 #define EVENTS_STATE_EVENT_PRODUCER_H
 
 #include <cstdint>
+#include <map>
 #include <mutex>
 #include <set>
 #include <string>
 #include <vector>
 
+#include "events/main_loop_retry.h"
+#include "events/owed_declarations.h"
 #include "events/state_event_producer_i.h"
 
 // Sends a stateful event for each profile, and two kinds of aggregate events beside it: one per
@@ -16,6 +19,9 @@
 // A failed send leaves the counters as they are; a profile counts at most once, so that the
 // counters heal with its next start and end. Camera numbers without a counter only get their
 // profile's event.
+//
+// What could not be declared, because the event service was away, is tried again every second and
+// with the next start or end; an alarm that began meanwhile is then told.
 class StateEventProducer : public StateEventProducerI {
  public:
   explicit StateEventProducer(int cameraCount);
@@ -39,17 +45,39 @@ class StateEventProducer : public StateEventProducerI {
  private:
   static constexpr std::size_t DEVICE = 0;  // index of the device's counter
 
+  struct MissedStart {
+    StateEventProducerHandle handle;
+    std::int64_t time;
+  };
+
   bool isCameraCounted(std::int32_t camera) const;
   void sendEnd(const StateEventProducerHandle& handle, const std::int64_t* time);
 
-  // Takes a profile out of its camera's counter and ends what thereby ends. With the mutex held.
+  // On the main loop's thread.
+  bool makeUpOnceThereIsAService();
+
+  // All with the mutex held.
+  void declare(const std::string& lookupKey, std::uint32_t registration,
+               OwedDeclarations::Declare declare);
+  void declareAny(std::int32_t camera);
+  void declareGlobalAny();
+  void remove(const std::string& lookupKey);
+  void makeUp();
+  void start(const StateEventProducerHandle& handle, std::int64_t time);
+
+  // Takes a profile out of its camera's counter and ends what thereby ends.
   void discount(const StateEventProducerHandle& handle, const std::int64_t* time);
 
   std::mutex mutex;  // guards all below
   std::vector<std::int32_t> counters;
-  std::vector<std::string> anyLookupKeys;  // by camera, the device's at index 0
-  std::set<std::string> countedProfiles;   // lookup keys
-  std::set<std::int32_t> countedCameras;   // those in the device's counter
+  std::vector<std::string> anyLookupKeys;                // by camera, the device's at index 0
+  std::map<std::string, std::uint32_t> countedProfiles;  // lookup key -> registration
+  std::set<std::int32_t> countedCameras;                 // those in the device's counter
+  std::uint32_t lastRegistration = 0;
+  OwedDeclarations owed;
+  std::map<std::string, MissedStart> missedStarts;  // by lookup key, of events that are owed
+
+  MainLoopRetry retry{[this] { return makeUpOnceThereIsAService(); }};
 };
 
 #endif

@@ -1,0 +1,220 @@
+#include <glib.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "events/onvif_state_event_producer.h"
+#include "events/state_event_fan_out.h"
+#include "events/state_event_producer.h"
+#include "src/events/wrapper_test_base.h"
+
+namespace {
+
+using FakeEvents::Sent;
+using FakeEvents::Value;
+using Topics = std::vector<std::string>;
+
+constexpr int FOR_EVER = 1'000'000;
+constexpr std::int64_t AGE = 3'600'000'000;
+constexpr std::int64_t MINUTE = 60'000'000;
+
+// Alarm events that are registered while the event service is away. Whether the device has several
+// cameras is read once for the process: each test runs in a process of its own, as ctest runs them.
+class LateEventServiceTest : public WrapperTest {
+ protected:
+  LateEventServiceTest() {
+    FakeParameters::set("root.Properties.EmbeddedDevelopment.RuleEngine.MultiConfiguration", "yes");
+    FakeParameters::set("root.ImageSource.NbrOfSources", "2");
+    FakeEvents::failHandlers(FOR_EVER);
+    std::thread starting(init);
+    for (int attempt = 0; attempt < ATTEMPTS; ++attempt) {
+      EXPECT_TRUE(clock.waitForSleepers(2));
+      clock.advance(ATTEMPT_PAUSE);
+    }
+    starting.join();
+    log.clear();
+  }
+
+  static void serviceComes() { FakeEvents::failHandlers(0); }
+
+  // Runs the main loop, really, until there is something to be seen; a failure after 10 s.
+  static void runUntil(const std::function<bool()>& condition) {
+    const std::int64_t end = g_get_monotonic_time() + 10'000'000;
+    while (!condition()) {
+      ASSERT_LT(g_get_monotonic_time(), end);
+      if (!g_main_context_iteration(nullptr, FALSE)) std::this_thread::yield();
+    }
+  }
+
+  static bool isDeclared(const std::string& topic) {
+    const Topics topics = activeTopics();
+    return std::ranges::count(topics, topic) > 0;
+  }
+
+  static Topics sortedTopics() {
+    Topics topics = activeTopics();
+    std::ranges::sort(topics);
+    return topics;
+  }
+
+  // What was sent since the last look: the topic ("" for the motion alarm) with "+" for on and "-"
+  // for off.
+  static Topics news() {
+    Topics topics;
+    for (const Sent& event : FakeEvents::sent()) {
+      const auto active = event.keys.find("active");
+      const auto& key = active != event.keys.end() ? active->second : event.keys.at("State");
+      topics.push_back((key.value == Value(true) ? "+" : "-") + event.topic2);
+    }
+    FakeEvents::clearSent();
+    return topics;
+  }
+
+  static constexpr int ATTEMPTS = 10;
+  static constexpr int ATTEMPT_PAUSE = 100'000;
+
+  StateEventFanOut alarms{2};
+};
+
+TEST_F(LateEventServiceTest, IsAskedForAgainUntilAllIsDeclared) {
+  alarms.registerEvent(1, "Camera1Profile7", "Nice");
+  alarms.registerEvent(2, "Camera2Profile8", "Nice");
+  EXPECT_TRUE(activeTopics().empty());
+  serviceComes();
+  runUntil([] { return FakeEvents::activeDeclarations().size() >= 7; });
+  EXPECT_EQ(sortedTopics(), (Topics{"", "", "Camera1Profile7", "Camera1ProfileANY",
+                                    "Camera2Profile8", "Camera2ProfileANY", "CameraANY"}));
+  EXPECT_TRUE(news().empty());
+}
+
+TEST_F(LateEventServiceTest, AnAlarmThatBeganMeanwhileIsToldAtItsTime) {
+  const StateEventProducerHandle handle = alarms.registerEvent(1, "Camera1Profile7", "Nice");
+  const std::int64_t before = g_get_real_time();
+  alarms.sendStartEvent(handle, clock.now() - AGE);
+  const std::int64_t after = g_get_real_time();
+  EXPECT_EQ(log.count("FAILED to send event\n"), 2);
+  serviceComes();
+  runUntil([] { return FakeEvents::sent().size() >= 4; });
+  for (const Sent& sent : FakeEvents::sent()) {
+    EXPECT_GE(sent.time, before - AGE) << sent.topic2;
+    // The test's clock stands still while the main loop waits.
+    EXPECT_LE(sent.time, after - AGE + MINUTE) << sent.topic2;
+  }
+  Topics told = news();
+  std::ranges::sort(told);
+  EXPECT_EQ(told, (Topics{"+", "+Camera1Profile7", "+Camera1ProfileANY", "+CameraANY"}));
+  alarms.sendEndEvent(handle, clock.now());
+  EXPECT_EQ(news(), (Topics{"-Camera1Profile7", "-Camera1ProfileANY", "-CameraANY", "-"}));
+}
+
+TEST_F(LateEventServiceTest, AnAlarmThatHasEndedMeanwhileIsNotTold) {
+  const StateEventProducerHandle handle = alarms.registerEvent(1, "Camera1Profile7", "Nice");
+  alarms.sendStartEvent(handle, clock.now());
+  alarms.sendEndEvent(handle, clock.now());
+  serviceComes();
+  runUntil([] { return FakeEvents::activeDeclarations().size() >= 4; });
+  EXPECT_TRUE(news().empty());
+}
+
+TEST_F(LateEventServiceTest, AnAlarmOfAProfileThatHasGoneIsNotTold) {
+  StateEventProducer producer(2);
+  const StateEventProducerHandle handle = producer.registerEvent(1, "Camera1Profile7", "Nice");
+  producer.sendStartEvent(handle, clock.now());
+  producer.unregisterEvent(handle);
+  producer.registerEvent(1, "Camera1Profile7", "Nice");
+  serviceComes();
+  runUntil([] { return isDeclared("Camera1Profile7"); });
+  EXPECT_TRUE(news().empty());
+}
+
+TEST_F(LateEventServiceTest, TheNextStartDoesNotWait) {
+  const StateEventProducerHandle handle = alarms.registerEvent(1, "Camera1Profile7", "Nice");
+  serviceComes();
+  alarms.sendStartEvent(handle, clock.now());
+  EXPECT_EQ(news(), (Topics{"+Camera1Profile7", "+Camera1ProfileANY", "+CameraANY", "+"}));
+}
+
+TEST_F(LateEventServiceTest, NorDoesTheNextEnd) {
+  const StateEventProducerHandle handle = alarms.registerEvent(1, "Camera1Profile7", "Nice");
+  alarms.sendStartEvent(handle, clock.now());
+  serviceComes();
+  alarms.sendEndEvent(handle, clock.now());
+  EXPECT_EQ(news(), (Topics{"+Camera1Profile7", "+Camera1ProfileANY", "+CameraANY",
+                            "-Camera1Profile7", "-Camera1ProfileANY", "-CameraANY", "+", "-"}));
+}
+
+TEST_F(LateEventServiceTest, NorDoesTheNextRegistration) {
+  alarms.registerEvent(1, "Camera1Profile7", "Nice");
+  serviceComes();
+  alarms.registerEvent(1, "Camera1Profile8", "Nice");
+  EXPECT_TRUE(isDeclared("Camera1Profile7"));
+  EXPECT_TRUE(isDeclared("Camera1Profile8"));
+}
+
+// As a configuration that is set after the service has come, and one that is refused.
+TEST_F(LateEventServiceTest, EachRegistrationIsTakenBackOnce) {
+  const StateEventProducerHandle first = alarms.registerEvent(1, "Camera1Profile7", "Profile 7");
+  const StateEventProducerHandle refused = alarms.registerEvent(1, "Camera1Profile7", "Refused");
+  alarms.unregisterEvent(refused);
+  serviceComes();
+  const StateEventProducerHandle second = alarms.registerEvent(1, "Camera1Profile7", "Gate");
+  alarms.unregisterEvent(first);
+  wait(60'000);
+  EXPECT_EQ(sortedTopics(), (Topics{"", "Camera1Profile7", "Camera1ProfileANY", "CameraANY"}));
+  alarms.unregisterEvent(second);
+  wait(60'000);
+  EXPECT_TRUE(activeTopics().empty());
+  EXPECT_EQ(log.count("FAILED to unregister event for Camera 1\n"), 0);
+}
+
+TEST_F(LateEventServiceTest, WhatHasGoneBeforeItCameIsNotDeclared) {
+  const StateEventProducerHandle handle = alarms.registerEvent(1, "Camera1Profile7", "Nice");
+  alarms.unregisterEvent(handle);
+  serviceComes();
+  alarms.registerEvent(2, "Camera2Profile8", "Nice");
+  EXPECT_EQ(sortedTopics(), (Topics{"", "Camera2Profile8", "Camera2ProfileANY", "CameraANY"}));
+}
+
+TEST_F(LateEventServiceTest, WaitingForItIsQuiet) {
+  alarms.registerEvent(1, "Camera1Profile7", "Nice");
+  log.clear();
+  for (int attempts = 0; attempts < 2;) {
+    if (g_main_context_iteration(nullptr, TRUE)) ++attempts;
+  }
+  EXPECT_TRUE(log.lines().empty());
+}
+
+TEST_F(LateEventServiceTest, ARefusedDeclarationIsTriedAgainWithTheNextAlarm) {
+  StateEventProducer producer(2);
+  serviceComes();
+  FakeEvents::failDeclares(1);
+  const StateEventProducerHandle handle = producer.registerEvent(1, "Camera1Profile7", "Nice");
+  EXPECT_FALSE(isDeclared("Camera1Profile7"));
+  producer.sendStartEvent(handle, clock.now());
+  EXPECT_EQ(news(), (Topics{"+Camera1Profile7", "+Camera1ProfileANY", "+CameraANY"}));
+}
+
+// A configuration that is refused has made some of its guards by then.
+TEST_F(LateEventServiceTest, AnotherRegistrationUnderTheKeyThatGoesLeavesTheAlarmAndItsName) {
+  serviceComes();
+  const StateEventProducerHandle handle = alarms.registerEvent(1, "Camera1Profile7", "Profile 7");
+  alarms.sendStartEvent(handle, clock.now());
+  news();
+  alarms.unregisterEvent(alarms.registerEvent(1, "Camera1Profile7", "Refused"));
+  for (const std::string& one : news()) EXPECT_EQ(one, "+Camera1Profile7") << "nothing has ended";
+  for (const FakeEvents::Declaration& declaration : FakeEvents::activeDeclarations()) {
+    const auto topic = declaration.keys.find("topic2");
+    if (topic != declaration.keys.end() && topic->second.value == Value("Camera1Profile7")) {
+      EXPECT_EQ(topic->second.valueNiceName, "Profile 7");
+    }
+  }
+  alarms.sendEndEvent(handle, clock.now());
+  EXPECT_EQ(news(), (Topics{"-Camera1Profile7", "-Camera1ProfileANY", "-CameraANY", "-"}));
+}
+
+}  // namespace
