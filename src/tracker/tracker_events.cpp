@@ -28,24 +28,16 @@ EventKeyValueSet createTopics(const char* topic2) {
 }  // namespace
 
 void TrackerEvents::declareEvents() {
-  eventHandler = sdk_wrapper_handler_new();
-
-  EventKeyValueSet state = createTopics(STATE_TOPIC);
-  state.markAsUserDefined("topic2", NAME_SPACE, "isApplicationData")
-      .add(STATE_KEY, nullptr, std::string(FIRST_STATE))
-      .markAsData(STATE_KEY, nullptr);
-  if (!sdk_wrapper_handler_declare(eventHandler, state, false, stateEventId)) {
-    syslog(LOG_ERR, "Cannot declare state event\n");
-  }
-
-  EventKeyValueSet isSentreling = createTopics(IS_SENTRELING_TOPIC);
-  isSentreling.addBool(IS_SENTRELING_KEY, nullptr, false).markAsData(IS_SENTRELING_KEY, nullptr);
-  if (!sdk_wrapper_handler_declare(eventHandler, isSentreling, false, isSentrelingEventId)) {
-    syslog(LOG_ERR, "Cannot declare isSentreling event\n");
+  const std::lock_guard lock(mutex);
+  isInUse = true;
+  if (!declareMissing()) {
+    retry.begin();
   }
 }
 
 void TrackerEvents::undeclareEvents() {
+  const std::lock_guard lock(mutex);
+  isInUse = false;
   if (eventHandler == nullptr) {
     return;
   }
@@ -53,11 +45,87 @@ void TrackerEvents::undeclareEvents() {
   sdk_wrapper_handler_undeclare(eventHandler, stateEventId);
   sdk_wrapper_handler_free(eventHandler);
   eventHandler = nullptr;
+  isSentrelingEventId = 0;
+  stateEventId = 0;
 }
 
+// ---- Declaring ----
+
+// What was sent before is told with the declaration that it was sent without. False while
+// something is missing.
+bool TrackerEvents::declareMissing() {
+  if (eventHandler == nullptr) {
+    eventHandler = sdk_wrapper_handler_new();
+  }
+  if (stateEventId == 0 && declareState() && lastState) {
+    tellState();
+  }
+  if (isSentrelingEventId == 0 && declareIsSentreling() && wasSentrelingSent) {
+    tellIsSentreling();
+  }
+  return stateEventId != 0 && isSentrelingEventId != 0;
+}
+
+bool TrackerEvents::declareState() {
+  EventKeyValueSet set = createTopics(STATE_TOPIC);
+  set.markAsUserDefined("topic2", NAME_SPACE, "isApplicationData")
+      .add(STATE_KEY, nullptr, std::string(FIRST_STATE))
+      .markAsData(STATE_KEY, nullptr);
+  if (!sdk_wrapper_handler_declare(eventHandler, set, false, stateEventId)) {
+    syslog(LOG_ERR, "Cannot declare state event\n");
+  }
+  return stateEventId != 0;
+}
+
+bool TrackerEvents::declareIsSentreling() {
+  EventKeyValueSet set = createTopics(IS_SENTRELING_TOPIC);
+  set.addBool(IS_SENTRELING_KEY, nullptr, false).markAsData(IS_SENTRELING_KEY, nullptr);
+  if (!sdk_wrapper_handler_declare(eventHandler, set, false, isSentrelingEventId)) {
+    syslog(LOG_ERR, "Cannot declare isSentreling event\n");
+  }
+  return isSentrelingEventId != 0;
+}
+
+// What is refused then is tried again with the next event only.
+bool TrackerEvents::declareOnceThereIsAService() {
+  const std::lock_guard lock(mutex);
+  if (isInUse && eventHandler == nullptr) {
+    eventHandler = sdk_wrapper_handler_new();
+  }
+  if (isInUse && eventHandler != nullptr) {
+    declareMissing();
+  }
+  return !isInUse || eventHandler != nullptr;
+}
+
+// ---- Sending ----
+
 void TrackerEvents::sendStateEvent(const std::string& state) {
+  const std::lock_guard lock(mutex);
+  const bool wasMissing = stateEventId == 0;
+  lastState = state;
+  declareMissing();
+  const bool isTold = wasMissing && stateEventId != 0;
+  if (!isTold) {
+    tellState();
+  }
+}
+
+void TrackerEvents::sendIsSentrelingEvent(bool active) {
+  const std::lock_guard lock(mutex);
+  const bool wasMissing = isSentrelingEventId == 0;
+  sentrelingActive = active;
+  wasSentrelingSent = true;
+  declareMissing();
+  const bool isTold = wasMissing && isSentrelingEventId != 0;
+  if (!isTold) {
+    tellIsSentreling();
+  }
+}
+
+void TrackerEvents::tellState() {
   EventKeyValueSet set;
-  set.add(STATE_KEY, nullptr, state);
+  set.add(STATE_KEY, nullptr, *lastState);
   if (!set.ok()) {
     syslog(LOG_ERR, "Could not create state event. Internal error\n");
     return;
@@ -67,11 +135,9 @@ void TrackerEvents::sendStateEvent(const std::string& state) {
   }
 }
 
-void TrackerEvents::sendIsSentrelingEvent(bool active) {
-  const std::lock_guard lock(sentrelingMutex);
-  sentrelingActive = active;
+void TrackerEvents::tellIsSentreling() {
   EventKeyValueSet set;
-  set.addBool(IS_SENTRELING_KEY, nullptr, active);
+  set.addBool(IS_SENTRELING_KEY, nullptr, sentrelingActive);
   if (!set.ok()) {
     syslog(LOG_ERR, "Could not create isSentreling event. Internal error\n");
     return;

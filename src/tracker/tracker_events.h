@@ -6,10 +6,15 @@
 #include <atomic>
 #include <cstdint>
 #include <mutex>
+#include <optional>
 #include <string>
 
+#include "events/main_loop_retry.h"
+
 // The tracker's two stateful events: its state, and whether it is steering the head. Failures are
-// logged. Any thread, between declareEvents and undeclareEvents.
+// logged. What could not be declared, because the event service was away, is tried again with the
+// next event, and every second; the values sent last are then told. Any thread, between
+// declareEvents and undeclareEvents.
 class TrackerEvents {
  public:
   void declareEvents();
@@ -24,11 +29,26 @@ class TrackerEvents {
   bool isSentrelingActive() const { return sentrelingActive; }
 
  private:
+  // All with the mutex held.
+  bool declareMissing();
+  bool declareState();
+  bool declareIsSentreling();
+  void tellState();
+  void tellIsSentreling();
+
+  // On the main loop's thread.
+  bool declareOnceThereIsAService();
+
+  std::mutex mutex;  // keeps what is remembered and what is sent the same; guards all but the flag
+  bool isInUse = false;
   OVEventHandler* eventHandler = nullptr;
-  std::uint32_t stateEventId = 0;
+  std::uint32_t stateEventId = 0;  // 0: not declared
   std::uint32_t isSentrelingEventId = 0;
-  std::mutex sentrelingMutex;  // keeps what is remembered and what is sent the same
+  std::optional<std::string> lastState;  // empty before the first event
+  bool wasSentrelingSent = false;
   std::atomic<bool> sentrelingActive{false};
+
+  MainLoopRetry retry{[this] { return declareOnceThereIsAService(); }};
 };
 
 #endif

@@ -1,18 +1,22 @@
 #include "tracker/tracker_events.h"
 
+#include <glib.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <syslog.h>
 
 #include <cstdint>
 #include <string>
+#include <thread>
 #include <variant>
+#include <vector>
 
 #include "fakes/fake_events.h"
 #include "fakes/log_capture.h"
 
 namespace {
 
+using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
@@ -121,6 +125,96 @@ TEST_F(TrackerEventsTest, AnEventThatCannotBeMadeIsLogged) {
   EXPECT_TRUE(LogCapture::has("Could not create isSentreling event. Internal error\n"));
   EXPECT_THAT(FakeEvents::sent(), IsEmpty());
   events.undeclareEvents();
+}
+
+// Topics of the declarations that stand, in order.
+std::vector<std::string> activeTopics() {
+  std::vector<std::string> topics;
+  for (const FakeEvents::Declaration& declaration : FakeEvents::activeDeclarations()) {
+    topics.push_back(std::get<std::string>(declaration.keys.at("topic2").value));
+  }
+  return topics;
+}
+
+std::vector<Value> valuesSentTo(const std::string& topic, const std::string& key) {
+  std::vector<Value> values;
+  for (const FakeEvents::Sent& sent : FakeEvents::sentTo(topic)) {
+    values.push_back(sent.keys.at(key).value);
+  }
+  return values;
+}
+
+TEST_F(TrackerEventsTest, AStateEventFindsAServiceThatHasComeSince) {
+  FakeEvents::failHandlers(2);
+  events.declareEvents();
+  events.sendStateEvent("connecting");
+  EXPECT_THAT(FakeEvents::declarations(), IsEmpty());
+  events.sendStateEvent("running");
+  EXPECT_THAT(activeTopics(), ElementsAre("state", "isSentreling"));
+  EXPECT_THAT(valuesSentTo("state", "value"), ElementsAre(Value(std::string("running"))));
+  EXPECT_THAT(FakeEvents::sentTo("isSentreling"), IsEmpty()) << "nothing was sent before either";
+  EXPECT_EQ(FakeEvents::handlersMade(), 1);
+  events.undeclareEvents();
+  EXPECT_THAT(activeTopics(), IsEmpty());
+  EXPECT_EQ(FakeEvents::handlersFreed(), 1);
+}
+
+TEST_F(TrackerEventsTest, ASteeringEventDoesSoTooAndTellsTheStateSentBefore) {
+  FakeEvents::failHandlers(2);
+  events.declareEvents();
+  events.sendStateEvent("running");
+  events.sendIsSentrelingEvent(true);
+  EXPECT_THAT(activeTopics(), ElementsAre("state", "isSentreling"));
+  EXPECT_THAT(valuesSentTo("state", "value"), ElementsAre(Value(std::string("running"))));
+  EXPECT_THAT(valuesSentTo("isSentreling", "active"), ElementsAre(Value(true)));
+  events.undeclareEvents();
+}
+
+TEST_F(TrackerEventsTest, AStateEventTellsWhetherItIsSteeringAsWasSentBefore) {
+  FakeEvents::failHandlers(2);
+  events.declareEvents();
+  events.sendIsSentrelingEvent(true);
+  events.sendStateEvent("running");
+  EXPECT_THAT(valuesSentTo("isSentreling", "active"), ElementsAre(Value(true)));
+  EXPECT_THAT(valuesSentTo("state", "value"), ElementsAre(Value(std::string("running"))));
+  events.undeclareEvents();
+}
+
+TEST_F(TrackerEventsTest, OnlyTheDeclarationThatFailedIsMadeAgain) {
+  FakeEvents::failDeclares(1);
+  events.declareEvents();
+  EXPECT_THAT(activeTopics(), ElementsAre("isSentreling"));
+  events.sendIsSentrelingEvent(false);
+  EXPECT_THAT(activeTopics(), ElementsAre("isSentreling", "state"));
+  EXPECT_THAT(FakeEvents::declarations(), SizeIs(2));
+  EXPECT_EQ(FakeEvents::handlersMade(), 1);
+  events.undeclareEvents();
+}
+
+// A tracker that is switched off sends nothing, and yet its state is to be seen.
+TEST_F(TrackerEventsTest, AServiceThatComesLaterIsFoundWithoutAnEvent) {
+  FakeEvents::failHandlers(2);
+  events.declareEvents();
+  events.sendStateEvent("connecting");
+  LogCapture::clear();
+  const std::int64_t end = g_get_monotonic_time() + 10'000'000;
+  while (activeTopics().size() < 2) {
+    ASSERT_LT(g_get_monotonic_time(), end);
+    if (!g_main_context_iteration(nullptr, FALSE)) std::this_thread::yield();
+  }
+  EXPECT_THAT(valuesSentTo("state", "value"), ElementsAre(Value(std::string("connecting"))));
+  EXPECT_THAT(LogCapture::lines(), IsEmpty());
+  events.undeclareEvents();
+}
+
+TEST_F(TrackerEventsTest, NothingIsDeclaredOnceTheyAreUndeclared) {
+  FakeEvents::failHandlers(1);
+  events.declareEvents();
+  events.undeclareEvents();
+  while (!g_main_context_iteration(nullptr, TRUE)) {
+  }
+  EXPECT_THAT(FakeEvents::declarations(), IsEmpty());
+  EXPECT_EQ(FakeEvents::handlersMade(), 0);
 }
 
 TEST_F(TrackerEventsTest, WithoutAnEventServiceNothingBreaks) {
