@@ -104,6 +104,12 @@ void Camera::disableVisualConfirmation(int uid) {
   }
 }
 
+bool Camera::resumeVisualConfirmation(const VisualConfirmationData& drawing) {
+  const std::lock_guard guardLock(lock);
+  Guard* guard = getGuard(drawing.uid);
+  return guard != nullptr && guard->resumeVisualConfirmation(drawing);
+}
+
 std::optional<VisualConfirmationData> Camera::getVC_Data() const {
   const std::lock_guard guardLock(lock);
   for (const auto& guard : guards) {
@@ -160,8 +166,8 @@ void Camera::updateWithNewConfiguration(CameraConfiguration& configuration) {
   for (const auto& guard : guards) {
     tellPosition(*guard);
   }
-  if (drawing && doesProfileExist(drawing->uid)) {
-    enableVisualConfirmation(drawing->uid, drawing->svgHeader);
+  if (drawing) {
+    resumeVisualConfirmation(*drawing);
   }
   oldGuards.clear();
   parser.updateCameraRotation(configuration.rotation);

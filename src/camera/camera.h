@@ -57,6 +57,10 @@ class Camera : public Thread {
   // Only for other applications of these classes.
   void disableVisualConfirmation(int uid);
 
+  // Goes on with a drawing of that profile for the rest of its time; false when there is no such
+  // profile or nothing is drawn any more.
+  bool resumeVisualConfirmation(const VisualConfirmationData& drawing);
+
   // The guard whose drawings are on.
   std::optional<VisualConfirmationData> getVC_Data() const;
 

@@ -104,6 +104,7 @@ bool CameraContainer::isEmpty() {
 // ---- Configuration ----
 
 void CameraContainer::updateWithNewConfiguration(CameraConfigurationContainer configurations) {
+  const auto drawing = findVC_Data();
   removeUnusedCameras(configurations);
   for (CameraConfiguration& configuration : configurations.getConfigurations()) {
     if (getCamera(configuration) == nullptr) {
@@ -115,6 +116,14 @@ void CameraContainer::updateWithNewConfiguration(CameraConfigurationContainer co
         camera->updateWithNewConfiguration(configuration);
       }
     }
+  }
+  resumeOnAnotherCamera(drawing);
+}
+
+// A profile that has moved to another camera keeps its drawing.
+void CameraContainer::resumeOnAnotherCamera(const std::optional<VisualConfirmationData>& drawing) {
+  if (drawing && !isVisualConfEnabled()) {
+    anyCamera([&drawing](Camera& camera) { return camera.resumeVisualConfirmation(*drawing); });
   }
 }
 

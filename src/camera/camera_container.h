@@ -116,6 +116,7 @@ class CameraContainer {
   static void handleMovementEvent(const PTZ_MovementEvent& event);
   bool anyCamera(const std::function<bool(Camera&)>& predicate) const;
   std::optional<VisualConfirmationData> findVC_Data() const;
+  void resumeOnAnotherCamera(const std::optional<VisualConfirmationData>& drawing);
 
   const API_VersionHandler versionHandler;
   const std::int32_t propertyMask;

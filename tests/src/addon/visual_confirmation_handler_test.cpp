@@ -87,6 +87,39 @@ TEST_F(VisualConfirmationHandlerTest, AFailedDeclarationIsLoggedAndReported) {
   EXPECT_EQ(log.count(LOG_WARNING, "FAILED to create event xinternal_data \n"), 1);
 }
 
+TEST_F(VisualConfirmationHandlerTest, EnablingThatFailedLeavesItDisabled) {
+  FakeEvents::failDeclares(2);
+  EXPECT_FALSE(handler.enable());
+  EXPECT_FALSE(handler.isEnabled());
+  EXPECT_FALSE(handler.isAllowedToSend());
+  EXPECT_FALSE(handler.enable()) << "there is still no event";
+  EXPECT_TRUE(handler.enable());
+  EXPECT_EQ(activeTopics(), texts({EVENT}));
+  EXPECT_TRUE(handler.sendEvent(drawing(), clock.now()));
+}
+
+TEST_F(VisualConfirmationHandlerTest, ResumedItSendsForTheRestOfItsTime) {
+  const std::int64_t since = clock.now() - 10 * MINUTE;
+  ASSERT_TRUE(handler.resume(since));
+  EXPECT_EQ(handler.getEnabledSince(), since);
+  EXPECT_EQ(activeTopics(), texts({EVENT}));
+  EXPECT_TRUE(handler.isAllowedToSend(since + TIMEOUT));
+  EXPECT_FALSE(handler.isAllowedToSend(since + TIMEOUT + 1));
+}
+
+TEST_F(VisualConfirmationHandlerTest, ResumedWhenItsTimeIsOverItStaysDisabled) {
+  EXPECT_FALSE(handler.resume(clock.now() - TIMEOUT - 1));
+  EXPECT_FALSE(handler.isEnabled());
+  EXPECT_TRUE(activeTopics().empty());
+  EXPECT_TRUE(handler.resume(clock.now() - TIMEOUT));
+}
+
+TEST_F(VisualConfirmationHandlerTest, ResumingThatFailedLeavesItDisabled) {
+  FakeEvents::failDeclares(1);
+  EXPECT_FALSE(handler.resume(clock.now()));
+  EXPECT_FALSE(handler.isEnabled());
+}
+
 TEST_F(VisualConfirmationHandlerTest, DisablingSendsAnEmptyTextAndRemovesTheEvent) {
   enable();
   handler.disable();

@@ -41,6 +41,14 @@ class CameraContainerTest : public InitializedWrapperTest {
     container->updateWithNewConfiguration(std::move(configurations));
   }
 
+  // Both cameras remain; the first has no guard any more.
+  void move(int uid, int toCamera) {
+    CameraConfigurationContainer configurations;
+    configurations.insert({1, 0, {}});
+    configurations.insert({toCamera, 0, guardsOf({uid}, toCamera)});
+    container->updateWithNewConfiguration(std::move(configurations));
+  }
+
   static bool isLogged(const std::string& beginning) {
     const std::vector<LogLine> lines = LogCapture::lines();
     return std::any_of(lines.begin(), lines.end(), [&](const LogLine& line) {
@@ -216,6 +224,49 @@ TEST_F(CameraContainerTest, AnEventThatCannotBeDeclaredIsReported) {
   configure({1});
   FakeEvents::failDeclares(1);
   EXPECT_FALSE(container->enableVisualConfirmation(10));
+}
+
+TEST_F(CameraContainerTest, AfterAnEventThatCouldNotBeDeclaredItIsDeclaredByTheNextRequest) {
+  configure({1});
+  FakeEvents::failDeclares(2);
+  EXPECT_FALSE(container->enableVisualConfirmation(10));
+  EXPECT_FALSE(container->isVisualConfEnabled());
+  EXPECT_FALSE(container->enableVisualConfirmation(10)) << "nothing would be drawn";
+  EXPECT_TRUE(container->enableVisualConfirmation(10));
+  EXPECT_TRUE(camera(1)->getGuard(10)->isVisualConfirmationAllowedToSend());
+  EXPECT_EQ(activeTopics(), Texts({"xinternal_data"}));
+}
+
+TEST_F(CameraContainerTest, AProfileThatMovesToAnotherCameraKeepsItsDrawing) {
+  configure({1, 2});
+  ASSERT_TRUE(container->enableVisualConfirmation(10));
+  const std::int64_t start = clock.now();
+  clock.set(start + 300'000'000);
+  move(10, 2);
+  EXPECT_FALSE(camera(1)->getVC_Data());
+  ASSERT_TRUE(camera(2)->getVC_Data());
+  EXPECT_EQ(camera(2)->getVC_Data()->uid, 10);
+  EXPECT_EQ(camera(2)->getVC_Data()->enabledSince, start) << "and its time";
+  wait(200'000);
+  EXPECT_EQ(activeTopics(), Texts({"xinternal_data"}));
+}
+
+TEST_F(CameraContainerTest, AProfileThatMovesToANewCameraKeepsItsDrawing) {
+  configure({1});
+  ASSERT_TRUE(container->enableVisualConfirmation(10));
+  CameraConfigurationContainer configurations;
+  configurations.insert({2, 0, guardsOf({10}, 2)});
+  container->updateWithNewConfiguration(std::move(configurations));
+  EXPECT_EQ(camera(1), nullptr);
+  EXPECT_EQ(container->getVisualConfIdNbr(), 10);
+}
+
+TEST_F(CameraContainerTest, ADrawingWhoseTimeIsOverDoesNotMove) {
+  configure({1, 2});
+  ASSERT_TRUE(container->enableVisualConfirmation(10));
+  clock.set(clock.now() + 900'000'001);
+  move(10, 2);
+  EXPECT_FALSE(container->isVisualConfEnabled());
 }
 
 TEST_F(CameraContainerTest, DrawingEndsForOneProfileOrForAll) {

@@ -35,6 +35,15 @@ class CameraTest : public InitializedWrapperTest {
     return {1, rotation, std::move(list)};
   }
 
+  void replaceGuardsByOne(int uid) {
+    std::vector<std::unique_ptr<NotingGuard>> guards;
+    guards.push_back(makeGuard("new", uid));
+    CameraConfiguration configuration = configurationOf(std::move(guards));
+    camera.updateWithNewConfiguration(configuration);
+  }
+
+  static constexpr std::int64_t FIFTEEN_MINUTES = 900'000'000;
+
   RecordingProducer producer;
   Notes notes;
   TestCamera camera{1};
@@ -309,6 +318,27 @@ TEST_F(CameraTest, ADrawingGoesOnUnderTheSameUid) {
   wait(200'000);
   EXPECT_EQ(activeTopics(), Texts({"xinternal_data"}));
   FakeEvents::clearSent();
+}
+
+TEST_F(CameraTest, ADrawingThatGoesOnKeepsItsTime) {
+  insert("old", 1);
+  ASSERT_TRUE(camera.enableVisualConfirmation(1, "<g>"));
+  const std::int64_t start = clock.now();
+  clock.set(start + FIFTEEN_MINUTES - 1);
+  replaceGuardsByOne(1);
+  ASSERT_TRUE(camera.getVC_Data());
+  EXPECT_TRUE(camera.getGuard(1)->isVisualConfirmationAllowedToSend());
+  clock.set(start + FIFTEEN_MINUTES + 1);
+  EXPECT_FALSE(camera.getGuard(1)->isVisualConfirmationAllowedToSend());
+}
+
+TEST_F(CameraTest, ADrawingWhoseTimeIsOverDoesNotBeginAgain) {
+  insert("old", 1);
+  ASSERT_TRUE(camera.enableVisualConfirmation(1, "<g>"));
+  clock.set(clock.now() + FIFTEEN_MINUTES + 1);
+  replaceGuardsByOne(1);
+  EXPECT_FALSE(camera.getVC_Data());
+  EXPECT_FALSE(camera.getGuard(1)->isVisualConfirmationAllowedToSend());
 }
 
 TEST_F(CameraTest, ADrawingOfAProfileThatIsGoneEnds) {

@@ -111,6 +111,12 @@ bool Guard::enableVisualConfirmation(const std::string& header) {
   return visualConfirmation.enable();
 }
 
+bool Guard::resumeVisualConfirmation(const VisualConfirmationData& drawing) {
+  const std::lock_guard guard(lock);
+  svgHeader = drawing.svgHeader;
+  return visualConfirmation.resume(drawing.enabledSince);
+}
+
 void Guard::disableVisualConfirmation() {
   const std::lock_guard guard(lock);
   visualConfirmation.disable();
@@ -123,7 +129,7 @@ bool Guard::isVisualConfirmationAllowedToSend() const {
 
 VisualConfirmationData Guard::getVC_Data() const {
   const std::lock_guard guard(lock);
-  return {uid, svgHeader, visualConfirmation.isEnabled()};
+  return {uid, svgHeader, visualConfirmation.isEnabled(), visualConfirmation.getEnabledSince()};
 }
 
 AlarmDataStatus_e Guard::createAlarmStatus(bool triggers, bool passesFilters) {

@@ -20,6 +20,7 @@ struct VisualConfirmationData {
   std::int32_t uid = 0;
   std::string svgHeader;
   bool enabled = false;
+  std::int64_t enabledSince = 0;  // monotonic microseconds
 };
 
 // The run-time form of one profile of one camera: decides for each frame which objects raise the
@@ -76,8 +77,12 @@ class Guard {
   // True when every filter lets the object pass; asked in order until one does not.
   bool canObjectTriggerAlarm(TrackingObject& object) const;
 
-  // svgHeader begins every drawing. False when the event cannot be declared.
+  // svgHeader begins every drawing. False, and nothing is drawn, when the event cannot be declared.
   bool enableVisualConfirmation(const std::string& svgHeader);
+
+  // Goes on with the drawing of a former guard for the rest of its time; false when that is over or
+  // the event cannot be declared.
+  bool resumeVisualConfirmation(const VisualConfirmationData& drawing);
   void disableVisualConfirmation();
 
   // Only for other applications of these classes.

@@ -20,13 +20,22 @@ VisualConfirmationHandler::~VisualConfirmationHandler() {
 }
 
 bool VisualConfirmationHandler::enable() {
-  timer.restart(utils::monotonicTime());
+  return enableSince(utils::monotonicTime());
+}
+
+bool VisualConfirmationHandler::resume(std::int64_t enabledSince) {
+  Timer elsewhere = timer;
+  elsewhere.restart(enabledSince);
+  return !elsewhere.reachedEnd(utils::monotonicTime()) && enableSince(enabledSince);
+}
+
+// Without its event it is not enabled: the next attempt declares it again.
+bool VisualConfirmationHandler::enableSince(std::int64_t time) {
+  timer.restart(time);
+  enabledSince = time;
   emptyEventsSent = 0;
-  if (enabled) {
-    return true;
-  }
-  enabled = true;
-  return declareEvent();
+  enabled = enabled || declareEvent();
+  return enabled;
 }
 
 bool VisualConfirmationHandler::declareEvent() const {

@@ -19,13 +19,21 @@ class VisualConfirmationHandler {
   VisualConfirmationHandler& operator=(const VisualConfirmationHandler&) = delete;
   ~VisualConfirmationHandler();
 
-  // Begins (again) the time in which drawings are sent. False when the event cannot be declared.
+  // Begins (again) the time in which drawings are sent. False, and still disabled, when the event
+  // cannot be declared.
   bool enable();
+
+  // Goes on with what was enabled elsewhere at that time. False, and still disabled, when its time
+  // is over or the event cannot be declared.
+  bool resume(std::int64_t enabledSince);
 
   // Clears the viewer's screen and removes the event.
   void disable();
 
   bool isEnabled() const { return enabled; }
+
+  // When it was enabled last.
+  std::int64_t getEnabledSince() const { return enabledSince; }
 
   // Only for other applications of these classes.
   bool isAllowedToSend() const;
@@ -48,6 +56,7 @@ class VisualConfirmationHandler {
   bool wasLastEventEmpty() const { return emptyEventsSent > 0; }
 
  private:
+  bool enableSince(std::int64_t time);
   bool declareEvent() const;
   bool send(const std::string& text, std::int64_t time) const;
   bool sendOnce(const std::string& text, std::int64_t time);
@@ -55,6 +64,7 @@ class VisualConfirmationHandler {
   std::string eventName;
   bool enabled = false;
   Timer timer;
+  std::int64_t enabledSince = 0;
   std::int32_t emptyEventsSent = 0;  // since the last drawing
 };
 
