@@ -6,6 +6,8 @@
 #include <mutex>
 #include <utility>
 
+#include "fakes/call_journal.h"
+
 struct OVEventKeyValueSet {
   FakeEvents::Keys keys;
 };
@@ -414,6 +416,7 @@ gboolean ov_event_handler_declare(OVEventHandler*, const OVEventKeyValueSet* set
                                        .keys = set->keys,
                                        .stateless = stateless != FALSE,
                                        .declaredAt = ++theService().calls});
+  CallJournal::add("declare " + topic2Of(set->keys));
   return TRUE;
 }
 
@@ -441,6 +444,7 @@ gboolean ov_event_handler_undeclare(OVEventHandler*, uint32_t declaration, GErro
   }
   target->undeclared = true;
   target->undeclaredAt = ++theService().calls;
+  CallJournal::add("undeclare " + topic2Of(target->keys));
   return TRUE;
 }
 

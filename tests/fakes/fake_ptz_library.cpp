@@ -1,6 +1,9 @@
 #include "fakes/fake_ptz_library.h"
 
 #include <mutex>
+#include <utility>
+
+#include "fakes/call_journal.h"
 
 namespace {
 
@@ -30,10 +33,21 @@ struct Head {
   Failure statusFailure;
   Failure homeFailure;
   std::vector<std::string> calls;
+  std::function<void()> duringStatus = [] {};
+
+  void note(const std::string& call) {
+    calls.push_back(call);
+    CallJournal::add("ptz " + call);
+  }
 };
 
 std::mutex mutex;  // guards the head
 Head head;
+
+std::function<void()> takeDuringStatus() {
+  const std::scoped_lock lock(mutex);
+  return std::exchange(head.duringStatus, [] {});
+}
 
 }  // namespace
 
@@ -107,6 +121,11 @@ void failHome(int count, const std::string& message) {
   head.homeFailure = {count, message};
 }
 
+void duringNextStatus(std::function<void()> function) {
+  const std::scoped_lock lock(mutex);
+  head.duringStatus = std::move(function);
+}
+
 std::vector<std::string> calls() {
   const std::scoped_lock lock(mutex);
   return head.calls;
@@ -119,7 +138,7 @@ extern "C" {
 gboolean ptztolva_init(void) {
   const std::scoped_lock lock(mutex);
   ++head.initCount;
-  head.calls.emplace_back("init");
+  head.note("init");
   if (head.initsToFail == 0) {
     return TRUE;
   }
@@ -130,7 +149,7 @@ gboolean ptztolva_init(void) {
 void ptztolva_cleanup(void) {
   const std::scoped_lock lock(mutex);
   ++head.cleanupCount;
-  head.calls.emplace_back("cleanup");
+  head.note("cleanup");
 }
 
 gboolean ptztolva_move_ptz_travo(int reserved_a, int channel, const char* source, int reserved_b,
@@ -138,7 +157,7 @@ gboolean ptztolva_move_ptz_travo(int reserved_a, int channel, const char* source
                                  double tilt, int speed, int reserved_c, int reserved_d,
                                  GError** error) {
   const std::scoped_lock lock(mutex);
-  head.calls.emplace_back("move");
+  head.note("move");
   head.moves.push_back({.channel = channel,
                         .source = source != nullptr ? source : "",
                         .panKind = pan_kind,
@@ -155,7 +174,7 @@ gboolean ptztolva_move_ptz_travo(int reserved_a, int channel, const char* source
 gboolean ptztolva_goto_home(int reserved_a, int channel, const char* source, int reserved_b,
                             int speed, int reserved_c, int reserved_d, GError** error) {
   const std::scoped_lock lock(mutex);
-  head.calls.emplace_back("home");
+  head.note("home");
   head.homes.push_back({.channel = channel,
                         .source = source != nullptr ? source : "",
                         .speed = speed,
@@ -164,8 +183,9 @@ gboolean ptztolva_goto_home(int reserved_a, int channel, const char* source, int
 }
 
 gboolean ptztolva_get_ptz_status(int channel, ptztolva_status* status, GError** error) {
+  takeDuringStatus()();
   const std::scoped_lock lock(mutex);
-  head.calls.emplace_back("status");
+  head.note("status");
   head.statusChannels.push_back(channel);
   if (head.statusFailure.strikes(error)) {
     return FALSE;

@@ -3,6 +3,7 @@
 
 #include <ptztolva.h>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -46,6 +47,9 @@ void failInits(int count);
 void failMoves(int count, const std::string& message);
 void failStatus(int count, const std::string& message);
 void failHome(int count, const std::string& message);
+
+// What happens while the head is next asked for its status, on the thread that asks.
+void duringNextStatus(std::function<void()> function);
 
 // Everything in order: "init", "move", "home", "status", "cleanup".
 std::vector<std::string> calls();

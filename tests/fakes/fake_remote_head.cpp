@@ -75,6 +75,7 @@ FakeRemoteHead::~FakeRemoteHead() {
   services.invoke([this] {
     services.withdraw(G_DBUS_INTERFACE_SKELETON(skeleton.get()));
     skeleton.reset();
+    heldOpens.clear();
     forget(listener);
   });
   std::filesystem::remove_all(folder);
@@ -85,7 +86,15 @@ void FakeRemoteHead::setParameter(const std::string& name, const std::string& va
 }
 
 void FakeRemoteHead::setReply(const std::string& name, const std::vector<std::string>& parts) {
-  services.invoke([&] { replies[name] = parts; });
+  services.invoke([&] { replies[name] = {.parts = parts, .isEnd = parts.empty()}; });
+}
+
+void FakeRemoteHead::setLastWords(const std::string& name, const std::vector<std::string>& parts) {
+  services.invoke([&] { replies[name] = {.parts = parts, .isEnd = true}; });
+}
+
+void FakeRemoteHead::fallSilent(const std::string& name) {
+  services.invoke([&] { replies[name] = {}; });
 }
 
 void FakeRemoteHead::setUp(const std::string& productNumber) {
@@ -112,6 +121,10 @@ void FakeRemoteHead::dropConnections() {
 
 void FakeRemoteHead::failOpens(int count) {
   services.invoke([&] { opensToFail = count; });
+}
+
+void FakeRemoteHead::holdOpens(bool on) {
+  services.invoke([&] { areOpensHeld = on; });
 }
 
 void FakeRemoteHead::setPath(const std::string& newPath) {
@@ -141,7 +154,9 @@ int FakeRemoteHead::handleOpenChannel(_HeadServicesRemoteCameraControlPTZTravo* 
                                       gpointer self) {
   auto& head = *static_cast<FakeRemoteHead*>(self);
   head.channels.push_back(channel);
-  if (head.opensToFail > 0) {
+  if (head.areOpensHeld) {
+    head.heldOpens.emplace_back(invocation);
+  } else if (head.opensToFail > 0) {
     --head.opensToFail;
     g_dbus_method_invocation_return_error_literal(invocation, G_DBUS_ERROR, G_DBUS_ERROR_FAILED,
                                                   "no such channel");
@@ -205,17 +220,14 @@ void FakeRemoteHead::watch(int fd, GUnixFDSourceFunc function) {
 
 bool FakeRemoteHead::answer(int fd, const std::string& line) {
   const auto found = replies.find(parameterOf(line));
-  const std::vector<std::string> parts =
-      found != replies.end() ? found->second : std::vector<std::string>{"0 0\n"};
-  for (std::size_t i = 0; i < parts.size(); ++i) {
-    if (i > 0 && !isRead(fd)) {
-      return false;
-    }
-    if (send(fd, parts[i].data(), parts[i].size(), MSG_NOSIGNAL) < 0) {
+  const Script script = found != replies.end() ? found->second : Script{.parts = {"0 0\n"}};
+  for (std::size_t i = 0; i < script.parts.size(); ++i) {
+    const std::string& part = script.parts[i];
+    if ((i > 0 && !isRead(fd)) || send(fd, part.data(), part.size(), MSG_NOSIGNAL) < 0) {
       return false;
     }
   }
-  return !parts.empty();
+  return !script.isEnd;
 }
 
 void FakeRemoteHead::forget(int fd) {

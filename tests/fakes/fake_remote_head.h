@@ -30,6 +30,12 @@ class FakeRemoteHead {
   // No text at all: the connection is closed instead.
   void setReply(const std::string& name, const std::vector<std::string>& parts);
 
+  // The same; then the connection is closed.
+  void setLastWords(const std::string& name, const std::vector<std::string>& parts);
+
+  // Takes questions for the parameter and never answers them.
+  void fallSilent(const std::string& name);
+
   // The four limits, the ratio and the number of a complete head.
   void setUp(const std::string& productNumber);
 
@@ -38,6 +44,9 @@ class FakeRemoteHead {
 
   // The next requests for a channel fail that many times.
   void failOpens(int count);
+
+  // Requests for a channel are taken and never answered, or not any more.
+  void holdOpens(bool on);
 
   // What is handed out in the place of the true socket.
   void setPath(const std::string& path);
@@ -53,6 +62,11 @@ class FakeRemoteHead {
                                GDBusMethodInvocation* invocation, guint channel, gpointer self);
   static gboolean handleListener(gint fd, GIOCondition condition, gpointer self);
   static gboolean handleClient(gint fd, GIOCondition condition, gpointer self);
+  struct Script {
+    std::vector<std::string> parts;
+    bool isEnd = false;  // of the connection
+  };
+
   void listenAt(const std::string& path);
   void watch(int fd, GUnixFDSourceFunc function);
   bool answer(int fd, const std::string& line);
@@ -64,10 +78,12 @@ class FakeRemoteHead {
   int listener = -1;
   std::map<int, GSource*> sources;        // by descriptor
   std::map<int, std::string> unfinished;  // lines, by descriptor
-  std::map<std::string, std::vector<std::string>> replies;
+  std::map<std::string, Script> replies;
   std::vector<std::uint32_t> channels;
   std::vector<std::string> lines;
   int opensToFail = 0;
+  bool areOpensHeld = false;
+  std::vector<GOwned<GDBusMethodInvocation>> heldOpens;
   int accepted = 0;
   BusServices services;
   GOwned<_HeadServicesRemoteCameraControlPTZTravo> skeleton;
