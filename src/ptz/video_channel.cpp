@@ -10,6 +10,7 @@
 #include <string>
 #include <utility>
 
+#include "app/clock.h"
 #include "events/sdk_wrapper.h"
 #include "ptz/bearing.h"
 
@@ -17,8 +18,9 @@ namespace {
 
 constexpr int Q12_ENTRY = 12;
 constexpr int Q16_ENTRY = 16;
-constexpr float FIXED_ONE = 65536.0F;
-constexpr int RESOLUTION_SIZE = 21;  // at most 20 characters
+constexpr double FIXED_ONE = 65536.0;
+constexpr int RESOLUTION_SIZE = 21;               // at most 20 characters
+constexpr std::int64_t ATTEMPT_PERIOD = 1000000;  // microseconds
 
 double fromQ12(std::int16_t value) {
   return static_cast<double>(static_cast<float>(value) * fx_xtof_tab[Q12_ENTRY]);
@@ -38,8 +40,8 @@ std::int32_t saturate(double value) {
 }
 
 std::int32_t toFixed(double degrees) {
-  const float scaled = static_cast<float>(degrees) * FIXED_ONE;
-  return saturate(scaled + (scaled > 0.0F ? 0.5F : -0.5F));
+  const double scaled = static_cast<double>(static_cast<float>(degrees)) * FIXED_ONE;
+  return saturate(scaled + (scaled > 0.0 ? 0.5 : -0.5));
 }
 
 int truncate(double value) {
@@ -74,31 +76,60 @@ VideoChannel::VideoChannel(int channel)
 bool VideoChannel::init() {
   width = 0;
   height = 0;
-  if (!getCameraResolution(channel, width, height)) {
+  auto geometry = readGeometry(channel, fov.getSensorRotation());
+  if (!geometry) {
     return false;
   }
-  if (isSideways(fov.getSensorRotation())) {
-    std::swap(width, height);
-  }
-  context = createContext(width, height);
-  return isMounted(*context, channel);
+  const bool isComplete = geometry->isMounted;
+  apply(std::move(*geometry));
+  return isComplete;
 }
 
 bool VideoChannel::isMounted(int channel) {
-  int width = 0;
-  int height = 0;
-  return getCameraResolution(channel, width, height) &&
-         isMounted(*createContext(width, height), channel);
+  const auto geometry = readGeometry(channel, 0);
+  return geometry && geometry->isMounted;
 }
 
-VideoChannel::Context VideoChannel::createContext(int width, int height) {
-  Context context(ptzmath_context_create());
-  ptzmath_set_pic_dim(context.get(), width, height);
-  return context;
+// Nothing when the picture's size is not known.
+std::optional<VideoChannel::Geometry> VideoChannel::readGeometry(int channel,
+                                                                 std::int32_t rotation) {
+  Geometry geometry;
+  geometry.rotation = rotation;
+  if (!getCameraResolution(channel, geometry.width, geometry.height)) {
+    return std::nullopt;
+  }
+  if (isSideways(rotation)) {
+    std::swap(geometry.width, geometry.height);
+  }
+  geometry.context.reset(ptzmath_context_create());
+  ptzmath_set_pic_dim(geometry.context.get(), geometry.width, geometry.height);
+  geometry.isMounted = ptzmath_get_remote_center(geometry.context.get(), channel + 1) != -1;
+  return geometry;
 }
 
-bool VideoChannel::isMounted(ptzmath_context& context, int channel) {
-  return ptzmath_get_remote_center(&context, channel + 1) != -1;
+void VideoChannel::apply(Geometry geometry) {
+  context = std::move(geometry.context);
+  width = geometry.width;
+  height = geometry.height;
+  appliedRotation = geometry.rotation;
+}
+
+// A device that cannot tell at the moment is not asked for each pixel.
+void VideoChannel::followRotation() {
+  const std::int32_t rotation = fov.getSensorRotation();
+  if (rotation == appliedRotation) {
+    return;
+  }
+  const std::int64_t now = utils::monotonicTime();
+  if (lastAttempt != 0 && now - lastAttempt < ATTEMPT_PERIOD) {
+    return;
+  }
+  auto geometry = readGeometry(channel, rotation);
+  const bool isComplete = geometry && geometry->isMounted;
+  if (isComplete) {
+    apply(std::move(*geometry));
+  }
+  lastAttempt = isComplete ? 0 : now;
 }
 
 bool VideoChannel::getCameraResolution(int channel, int& width, int& height) {
@@ -139,7 +170,7 @@ PointF VideoChannel::toImageVelocity(const Point& velocity) const {
 void VideoChannel::unrotatePosition(double& x, double& y) const {
   const double oldX = x;
   const double oldY = y;
-  switch (fov.getSensorRotation()) {
+  switch (appliedRotation) {
     case 180:
       x = -oldX;
       y = -oldY;
@@ -162,7 +193,7 @@ void VideoChannel::unrotateVelocity(double& x, double& y) const {
 }
 
 void VideoChannel::unrotateSize(double& w, double& h) const {
-  if (isSideways(fov.getSensorRotation())) {
+  if (isSideways(appliedRotation)) {
     std::swap(w, h);
   }
 }
@@ -174,11 +205,7 @@ void VideoChannel::applyFov() {
 }
 
 bool VideoChannel::getPanTilt(int x, int y, double& pan, double& tilt) {
-  const std::int32_t rotation = fov.getSensorRotation();
-  if (appliedRotation != rotation) {
-    init();
-    appliedRotation = rotation;
-  }
+  followRotation();
   applyFov();
   std::int32_t fixedPan = 0;
   std::int32_t fixedTilt = 0;

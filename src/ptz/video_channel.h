@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 #include "geometry/math_vector.h"
 #include "geometry/point.h"
@@ -27,6 +28,11 @@ class VideoChannel {
   // The picture's size in pixels as the device states it, before rotation.
   static bool getCameraResolution(int channel, int& width, int& height);
 
+  // Takes over a rotation that has changed, with the picture's geometry read anew. While that
+  // cannot be read the old rotation holds, and the device is asked again once a second. Every
+  // question for pan and tilt begins with it.
+  void followRotation();
+
   PointF toImagePosition(const Point& point) const;
 
   // size holds width and height.
@@ -35,7 +41,7 @@ class VideoChannel {
   // Pixels per second; y stays upwards.
   PointF toImageVelocity(const Point& velocity) const;
 
-  // From the coordinates of a rotated sensor to the picture's.
+  // From the coordinates of a sensor with the rotation taken over last to the picture's.
   void unrotatePosition(double& x, double& y) const;
   void unrotateVelocity(double& x, double& y) const;
   void unrotateSize(double& w, double& h) const;
@@ -66,9 +72,18 @@ class VideoChannel {
 
   using Context = std::unique_ptr<ptzmath_context, DeleteContext>;
 
-  static Context createContext(int width, int height);
-  static bool isMounted(ptzmath_context& context, int channel);
+  // What the device states of a picture.
+  struct Geometry {
+    Context context;
+    int width = 0;  // pixels, after rotation
+    int height = 0;
+    std::int32_t rotation = 0;
+    bool isMounted = false;
+  };
 
+  static std::optional<Geometry> readGeometry(int channel, std::int32_t rotation);
+
+  void apply(Geometry geometry);
   void applyFov();
   double subtendedAngle(const PointF& position, double extent) const;
 
@@ -78,6 +93,7 @@ class VideoChannel {
   std::int32_t height = 0;
   Fov fov;
   std::int32_t appliedRotation = 0;  // the one that the context was built for
+  std::int64_t lastAttempt = 0;      // to follow the rotation, in vain; 0 when none
 };
 
 #endif

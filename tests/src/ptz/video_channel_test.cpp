@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "fakes/fake_clock.h"
 #include "fakes/fake_ptz_math.h"
 #include "src/ptz/video_channel_fixture.h"
 
@@ -142,6 +143,17 @@ TEST_F(VideoChannelTest, ResolutionOfAChannel) {
   EXPECT_FALSE(VideoChannel::getCameraResolution(5, width, height));
 }
 
+TEST_F(VideoChannelTest, AResolutionHas20CharactersAtMost) {
+  int width = 0;
+  int height = 0;
+  for (const char* text : {"0000001920x000001080", "0000001920x0000010809"}) {
+    setResolution(2, text);
+    EXPECT_TRUE(VideoChannel::getCameraResolution(2, width, height));
+    EXPECT_EQ(width, 1920);
+    EXPECT_EQ(height, 1080);
+  }
+}
+
 // ---- From the scene to the picture ----
 
 TEST_F(VideoChannelTest, TheScenesCornersAreThePicturesCorners) {
@@ -263,6 +275,107 @@ TEST_F(VideoChannelTest, AChangedRotationRebuildsTheGeometryOnce) {
   EXPECT_EQ(FakePtzMath::contextsAlive(), 1);
   channel.getPanTilt(540, 960, pan, tilt);
   EXPECT_THAT(takeCalls(), Not(Contains("set_pic_dim 1080 1920")));
+}
+
+// 128 + 3 / 65536: a product in single precision has no place for the half that rounds.
+TEST_F(VideoChannelTest, FieldAnglesAbove128DegreesAreRoundedInDoublePrecision) {
+  lens.set(0, 128.0000457763672, -128.0000457763672, 0);
+  VideoChannel channel(0);
+  ASSERT_TRUE(channel.init());
+  takeCalls();
+  double pan = 0.0;
+  double tilt = 0.0;
+  channel.getPanTilt(0, 0, pan, tilt);
+  EXPECT_THAT(takeCalls(),
+              ElementsAre("set_horiz_fov_x 8388611", "set_vert_fov_x -8388611", "to_ptz_x 0 0"));
+}
+
+class LateRotationTest : public VideoChannelTest {
+ protected:
+  static constexpr std::int64_t SECOND = 1'000'000;
+
+  // A channel whose sensor has been turned by 90 degrees since.
+  LateRotationTest() {
+    EXPECT_TRUE(channel.init());
+    lens.set(0, 96.0, 54.0, 90);
+    EXPECT_TRUE(iterateUntil([this] { return channel.getFov().getSensorRotation() == 90; }));
+  }
+
+  // The old picture's middle is still where it was, and so is all of its geometry.
+  void expectOldGeometry() {
+    double pan = 0.0;
+    double tilt = 0.0;
+    EXPECT_TRUE(channel.getPanTilt(960, 540, pan, tilt));
+    EXPECT_NEAR(pan, 10.0, FINE);
+    EXPECT_NEAR(tilt, -20.0, FINE);
+    EXPECT_EQ(channel.getWidth(), 1920);
+    EXPECT_EQ(channel.getHeight(), 1080);
+    EXPECT_THAT(channel.toImagePosition(scenePoint(0.5, 0)), IsAt(1440, 540));
+    EXPECT_THAT(channel.toImageSize(scenePoint(0.5, 0.25)), IsAt(480, 135));
+    EXPECT_THAT(channel.toImageVelocity(scenePoint(0.5, 0.25)), IsAt(480, 135));
+  }
+
+  void expectNewGeometry() {
+    double pan = 0.0;
+    double tilt = 0.0;
+    EXPECT_TRUE(channel.getPanTilt(540, 960, pan, tilt));
+    EXPECT_NEAR(pan, 10.0, FINE);
+    EXPECT_EQ(channel.getWidth(), 1080);
+    EXPECT_EQ(channel.getHeight(), 1920);
+    EXPECT_THAT(channel.toImagePosition(scenePoint(0.5, 0)), IsAt(540, 1440));
+    EXPECT_EQ(FakePtzMath::contextsAlive(), 1);
+  }
+
+  FakeClock clock;
+  VideoChannel channel{0};
+};
+
+TEST_F(LateRotationTest, CountsOnlyWhenThePicturesSizeCanBeReadAgain) {
+  FakeParameters::remove("Image.I0.Appearance.Resolution");
+  expectOldGeometry();
+  clock.advance(60 * SECOND);
+  expectOldGeometry();
+  setResolution(0, "1920x1080");
+  clock.advance(SECOND);
+  expectNewGeometry();
+}
+
+TEST_F(LateRotationTest, CountsOnlyWhenTheMountingIsKnownAgain) {
+  FakePtzMath::removeCenter(1);
+  expectOldGeometry();
+  FakePtzMath::setCenter(1, 10.0, -20.0);
+  clock.advance(SECOND);
+  expectNewGeometry();
+}
+
+TEST_F(LateRotationTest, ADeviceThatCannotTellIsAskedOnceASecond) {
+  FakeParameters::remove("Image.I0.Appearance.Resolution");
+  const auto before = FakeParameters::reads().size();
+  for (int i = 0; i < 10; ++i) expectOldGeometry();
+  EXPECT_EQ(FakeParameters::reads().size(), before + 1);
+  clock.advance(SECOND - 1);
+  expectOldGeometry();
+  EXPECT_EQ(FakeParameters::reads().size(), before + 1);
+  clock.advance(1);
+  expectOldGeometry();
+  EXPECT_EQ(FakeParameters::reads().size(), before + 2);
+}
+
+TEST_F(LateRotationTest, IsTakenOverBeforeAnObservationIsTurned) {
+  channel.followRotation();
+  EXPECT_THAT(channel.toImagePosition(scenePoint(0.5, 0)), IsAt(540, 1440));
+  expectNewGeometry();
+}
+
+TEST_F(LateRotationTest, ThatIsTakenBackMeanwhileIsForgotten) {
+  FakeParameters::remove("Image.I0.Appearance.Resolution");
+  expectOldGeometry();
+  lens.set(0, 96.0, 54.0, 0);
+  EXPECT_TRUE(iterateUntil([this] { return channel.getFov().getSensorRotation() == 0; }));
+  const auto before = FakeParameters::reads().size();
+  clock.advance(2 * SECOND);
+  expectOldGeometry();
+  EXPECT_EQ(FakeParameters::reads().size(), before);
 }
 
 // 200 x 100 pixels around (960, 540).
