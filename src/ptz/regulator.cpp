@@ -45,8 +45,7 @@ double clampZoom(double zoom) {
 Regulator::Regulator()
     : panPid(Pid::ControlType::PID, 1.0, 0.0, 0.0, 1.0, -100.0, 100.0, 2.0, 3.0),
       tiltPid(Pid::ControlType::PID, 1.0, 0.0, 0.0, 1.0, -100.0, 100.0, 2.0, 3.0),
-      zoomPid(Pid::ControlType::P, 20.0, 0.0, 0.0, 25.0, -100.0, 100.0, static_cast<double>(0.4F),
-              7.0) {}
+      zoomPid(Pid::ControlType::P, 20.0, 0.0, 0.0, 25.0, -100.0, 100.0, ZOOM_ERROR_DEADBAND, 7.0) {}
 
 void Regulator::updateTargetPosition(double pan, double tilt, double zoom) {
   targetPan = clampPan(pan);

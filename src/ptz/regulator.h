@@ -17,6 +17,10 @@ class Regulator {
  public:
   enum class State : std::int32_t { inactive = 0, active = 1 };
 
+  // The zoom error below which the loop may settle, exactly 0.4000000059604645. No speed shows it,
+  // as the band of the loop's output is narrower.
+  static constexpr double ZOOM_ERROR_DEADBAND = static_cast<double>(0.4F);
+
   Regulator();
 
   // A new set point; activates.

@@ -182,6 +182,12 @@ TEST_F(RegulatorTest, TheZoomLoopsDeadBands) {
   EXPECT_DOUBLE_EQ(speeds().zoom, 7.5);
 }
 
+// 0.4 in single precision: 13421773 / 2^25.
+TEST_F(RegulatorTest, TheZoomLoopsErrorDeadBandIsOfSinglePrecision) {
+  EXPECT_EQ(Regulator::ZOOM_ERROR_DEADBAND, 13421773.0 / 33554432.0);
+  EXPECT_EQ(Regulator::ZOOM_ERROR_DEADBAND, 0.4000000059604645);
+}
+
 TEST_F(RegulatorTest, SmoothingStartsFromTheNewTargetWithoutARamp) {
   regulator.updateTargetPosition(0.0, 0.0, 3.0);
   EXPECT_EQ(regulator.getSmoothedZoom(), 3.0);
