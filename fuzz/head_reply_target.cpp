@@ -41,15 +41,20 @@ class Protocol {
     if (!send("GET orva-cgi/param.cgi?action=list&group=" + name + " 1\n")) return std::nullopt;
     std::optional<std::string> reply = receive();
     if (!reply) return std::nullopt;
-    if (reply->find(name) == std::string::npos) {
-      if (reply->find("0 0") != std::string::npos || !isOpen_) return std::nullopt;
+    if (!hasWhole(*reply, name)) {
+      const bool isBegun = reply->find(name) != std::string::npos;
+      if (!isBegun && reply->find("0 0") != std::string::npos) return std::nullopt;
+      if (!isOpen_) return std::nullopt;
+      const std::string beginning = isBegun ? *reply : "";
       reply = receive();
+      if (!reply) return std::nullopt;
+      reply = beginning + *reply;
     }
-    const std::size_t found = reply ? reply->rfind(name) : std::string::npos;
-    if (found == std::string::npos) return std::nullopt;
+    if (!hasWhole(*reply, name)) return std::nullopt;
     const std::size_t equals = reply->rfind('=');
-    if (equals == std::string::npos || equals < found) return std::nullopt;
+    if (equals == std::string::npos || equals < reply->rfind(name)) return std::nullopt;
     std::string value = reply->substr(equals + 1);
+    if (value.find('\n') == std::string::npos) return std::nullopt;
     value = value.substr(0, value.find('\n'));
     if (value.ends_with('\r')) value.pop_back();
     return value;
@@ -58,6 +63,12 @@ class Protocol {
   void finish() const { require(position_ == calls_.size(), "nothing more is read or sent"); }
 
  private:
+  // Whether a line of that name is there to its end: its last place counts.
+  static bool hasWhole(const std::string& reply, const std::string& name) {
+    const std::size_t found = reply.rfind(name);
+    return found != std::string::npos && reply.substr(found).find('\n') != std::string::npos;
+  }
+
   const SocketCall& next(Kind kind) {
     require(position_ < calls_.size() && calls_[position_].kind == kind, "calls are as they must");
     return calls_[position_++];
@@ -94,6 +105,17 @@ class Protocol {
 
 long long integerOf(const std::string& text) {
   return std::strtoll(text.c_str(), nullptr, 10);
+}
+
+// Whether a number can be read from its beginning.
+bool isNumber(const std::string& text, bool mayHaveDecimals) {
+  char* end = nullptr;
+  if (mayHaveDecimals) {
+    std::strtod(text.c_str(), &end);
+  } else {
+    std::strtoll(text.c_str(), &end, 10);
+  }
+  return end != text.c_str();
 }
 
 bool fitsInt(long long value) {
@@ -157,7 +179,7 @@ class Questioner {
     const bool isKnown = (link_.*get)(degrees);
     const auto expected = expect(name);
     const double tenths = expected ? std::strtod(expected->c_str(), nullptr) : 0;
-    require(isKnown == (expected && std::isfinite(tenths)),
+    require(isKnown == (expected && isNumber(*expected, true) && std::isfinite(tenths)),
             "an angle is known when it was replied");
     require(degrees == (isKnown ? tenths / 10 : UNTOUCHED), "an angle is told in tenths");
   }
@@ -167,7 +189,8 @@ class Questioner {
     int zoom = UNTOUCHED;
     const bool isKnown = (link_.*get)(zoom);
     const auto expected = expect(name);
-    require(isKnown == expected.has_value(), "a zoom is known when it was replied");
+    require(isKnown == (expected && isNumber(*expected, false)),
+            "a zoom is known when a number was replied");
     if (!isKnown) require(zoom == UNTOUCHED, "what is not known is not written");
     if (isKnown && fitsInt(integerOf(*expected))) {
       require(zoom == integerOf(*expected), "a zoom is a whole number");

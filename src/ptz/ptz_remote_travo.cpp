@@ -1,7 +1,6 @@
 #include "ptz/ptz_remote_travo.h"
 
 #include <sys/socket.h>
-#include <sys/time.h>
 #include <sys/un.h>
 #include <syslog.h>
 #include <unistd.h>
@@ -24,7 +23,8 @@ constexpr const char* OBJECT_PATH = "/com/orva/RemoteCameraControl/PTZ";
 constexpr const char* INTERFACE = "com.orva.RemoteCameraControl.PTZ.Travo";
 constexpr const char* METHOD = "OpenChannel";
 constexpr int CALL_TIMEOUT = 5000;    // milliseconds
-constexpr time_t SOCKET_TIMEOUT = 5;  // seconds
+constexpr int SOCKET_TIMEOUT = 5000;  // milliseconds
+constexpr int CONNECT_PERIOD = 50;    // milliseconds
 
 constexpr std::size_t MAX_RECEIVED = 255;
 constexpr int SEND_ATTEMPTS = 2;
@@ -36,11 +36,25 @@ constexpr const char* DETECTED_TYPE = "ImageSource.I0.Video.DetectedType";
 constexpr double SMALLEST_RATIO = 0.001;
 constexpr double ANALOG_RATIO = static_cast<double>(4.0F / 3.0F);
 
-// What is out of range becomes the nearest limit.
-int readInteger(const std::string& text) {
+// Nothing without digits. What is out of range becomes the nearest limit.
+std::optional<int> readInteger(const std::string& text) {
   using Limits = std::numeric_limits<int>;
-  const long value = std::strtol(text.c_str(), nullptr, 10);
+  char* end = nullptr;
+  const long value = std::strtol(text.c_str(), &end, 10);
+  if (end == text.c_str()) {
+    return std::nullopt;
+  }
   return static_cast<int>(std::clamp<long>(value, Limits::min(), Limits::max()));
+}
+
+// Nothing without digits, and for what is not finite.
+std::optional<double> readDecimal(const std::string& text) {
+  char* end = nullptr;
+  const double value = g_ascii_strtod(text.c_str(), &end);
+  if (end == text.c_str() || !std::isfinite(value)) {
+    return std::nullopt;
+  }
+  return value;
 }
 
 bool isAnalogType(const std::string& type) {
@@ -48,27 +62,13 @@ bool isAnalogType(const std::string& type) {
   return std::ranges::any_of(ANALOG_TYPES, [&type](const char* known) { return type == known; });
 }
 
-// Also bounds connecting: to a head that does not accept any more it would wait for ever.
-void limitWaiting(int fd) {
-  const timeval timeout{SOCKET_TIMEOUT, 0};
-  setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof(timeout));
-  setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &timeout, sizeof(timeout));
-}
-
-int connectTo(const std::string& path) {
-  const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  if (fd == -1) {
-    return -1;
+// From the last place of the needle on, when the line that begins there has ended.
+std::optional<std::string> findLine(const std::string& reply, const char* needle) {
+  const std::size_t position = reply.rfind(needle);
+  if (position == std::string::npos || reply.find('\n', position) == std::string::npos) {
+    return std::nullopt;
   }
-  limitWaiting(fd);
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  std::memcpy(address.sun_path, path.data(), std::min(path.size(), sizeof(address.sun_path)));
-  if (connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
-    close(fd);
-    return -1;
-  }
-  return fd;
+  return reply.substr(position);
 }
 
 }  // namespace
@@ -83,14 +83,59 @@ PtzRemoteTravo::~PtzRemoteTravo() {
   closeSocket();
 }
 
+// ---- Attempts ----
+
+bool PtzRemoteTravo::beginAttempt() {
+  if (cancellable != nullptr) {
+    return false;
+  }
+  const std::lock_guard lock(attemptMutex);
+  cancellable.reset(g_cancellable_new());
+  isGone = false;
+  return true;
+}
+
+void PtzRemoteTravo::endAttempt() {
+  const std::lock_guard lock(attemptMutex);
+  cancellable.reset();
+}
+
+void PtzRemoteTravo::cancel() {
+  const std::lock_guard lock(attemptMutex);
+  if (cancellable != nullptr) {
+    g_cancellable_cancel(cancellable.get());
+  }
+}
+
+bool PtzRemoteTravo::isAttemptOver() const {
+  return cancellable != nullptr &&
+         (isGone || g_cancellable_is_cancelled(cancellable.get()) != FALSE);
+}
+
+// False when the socket is not ready in time, or the attempt is cut short.
+bool PtzRemoteTravo::waitFor(int fd, gushort condition, int milliseconds) {
+  std::array<GPollFD, 2> polled{GPollFD{.fd = fd, .events = condition, .revents = 0}};
+  const bool canBeCut = g_cancellable_make_pollfd(cancellable.get(), &polled[1]) != FALSE;
+  int ready = 0;
+  do {
+    ready = g_poll(polled.data(), canBeCut ? 2 : 1, milliseconds);
+  } while (ready == -1 && errno == EINTR);
+  if (canBeCut) {
+    g_cancellable_release_fd(cancellable.get());
+  }
+  return ready > 0 && polled[0].revents != 0 && !isAttemptOver();
+}
+
+// ---- The channel ----
+
 bool PtzRemoteTravo::createProxy() {
-  const SystemBusPtr bus = openSystemBus(nullptr);
+  const SystemBusPtr bus = openSystemBus(nullptr, cancellable.get());
   if (bus == nullptr) {
     return false;
   }
   // The interface has no properties; asking for them would block on a service that hangs.
   proxy.reset(g_dbus_proxy_new_sync(bus.get(), G_DBUS_PROXY_FLAGS_DO_NOT_LOAD_PROPERTIES, nullptr,
-                                    BUS_NAME, OBJECT_PATH, INTERFACE, nullptr, nullptr));
+                                    BUS_NAME, OBJECT_PATH, INTERFACE, cancellable.get(), nullptr));
   return proxy != nullptr;
 }
 
@@ -101,10 +146,13 @@ bool PtzRemoteTravo::isProxyUsable() const {
 
 // The path of the channel's socket.
 std::optional<std::string> PtzRemoteTravo::openChannel() {
-  GVariant* reply = g_dbus_proxy_call_sync(proxy.get(), METHOD,
-                                           g_variant_new("(u)", static_cast<guint32>(channel)),
-                                           G_DBUS_CALL_FLAGS_NONE, CALL_TIMEOUT, nullptr, nullptr);
+  GError* error = nullptr;
+  GVariant* reply = g_dbus_proxy_call_sync(
+      proxy.get(), METHOD, g_variant_new("(u)", static_cast<guint32>(channel)),
+      G_DBUS_CALL_FLAGS_NONE, CALL_TIMEOUT, cancellable.get(), &error);
   if (reply == nullptr) {
+    isGone = g_error_matches(error, G_IO_ERROR, G_IO_ERROR_TIMED_OUT) != FALSE;
+    g_clear_error(&error);
     return std::nullopt;
   }
   std::optional<std::string> path;
@@ -117,7 +165,33 @@ std::optional<std::string> PtzRemoteTravo::openChannel() {
   return path;
 }
 
+// A head that does not accept any more is asked again and again: such a connection cannot be waited
+// for.
+int PtzRemoteTravo::connectTo(const std::string& path) {
+  const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+  if (fd == -1) {
+    return -1;
+  }
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  std::memcpy(address.sun_path, path.data(), std::min(path.size(), sizeof(address.sun_path)));
+  int waited = 0;  // milliseconds
+  while (connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
+    isGone = errno == EAGAIN && waited >= SOCKET_TIMEOUT;
+    if (errno != EAGAIN || isGone || isAttemptOver()) {
+      close(fd);
+      return -1;
+    }
+    waitFor(-1, 0, CONNECT_PERIOD);
+    waited += CONNECT_PERIOD;
+  }
+  return fd;
+}
+
 int PtzRemoteTravo::request_socket() {
+  if (isAttemptOver()) {
+    return -1;
+  }
   if (socketFd >= 0) {
     return socketFd;
   }
@@ -149,17 +223,36 @@ int PtzRemoteTravo::send_request(const char* request) {
     return -1;
   }
   for (int attempt = 0; attempt < SEND_ATTEMPTS; ++attempt) {
-    const int fd = request_socket();
-    if (fd < 0) {
+    if (request_socket() < 0) {
       return -1;
     }
-    const ssize_t sent = send(fd, request, std::strlen(request), MSG_NOSIGNAL);
-    if (sent >= 0) {
-      return static_cast<int>(sent);
+    if (sendAll(request)) {
+      return static_cast<int>(std::strlen(request));
     }
     closeSocket();
   }
   return -1;
+}
+
+// After a call on the socket that has failed: false when it is not to be made again.
+bool PtzRemoteTravo::canTryAgain(gushort condition) {
+  if (errno != EAGAIN) {
+    return errno == EINTR;
+  }
+  isGone = !waitFor(socketFd, condition, SOCKET_TIMEOUT);
+  return !isGone;
+}
+
+bool PtzRemoteTravo::sendAll(std::string_view text) {
+  while (!text.empty()) {
+    const ssize_t sent = send(socketFd, text.data(), text.size(), MSG_NOSIGNAL);
+    if (sent >= 0) {
+      text.remove_prefix(static_cast<std::size_t>(sent));
+    } else if (!canTryAgain(G_IO_OUT)) {
+      return false;
+    }
+  }
+  return true;
 }
 
 // One read of the reply. Nothing on an error; the socket is then closed, as it is when the head has
@@ -169,7 +262,7 @@ std::optional<std::string> PtzRemoteTravo::receive() {
   ssize_t received = 0;
   do {
     received = recv(socketFd, buffer.data(), buffer.size(), 0);
-  } while (received == -1 && errno == EINTR);
+  } while (received == -1 && canTryAgain(G_IO_IN));
   if (received <= 0) {
     closeSocket();
   }
@@ -194,26 +287,26 @@ std::optional<std::string> PtzRemoteTravo::send_rec(const char* request, const c
     syslog(LOG_ERR, "Failed to receive camera block response!\n");
     return std::nullopt;
   }
-  std::size_t position = reply->rfind(needle);
-  if (position != std::string::npos) {
-    return reply->substr(position);
+  if (auto line = findLine(*reply, needle)) {
+    return line;
   }
-  if (reply->find(NOT_READY) != std::string::npos) {
+  const bool isBegun = reply->find(needle) != std::string::npos;
+  if (!isBegun && reply->find(NOT_READY) != std::string::npos) {
     syslog(LOG_ERR, "Received non valid response. PTZ camera connection not ready.\n");
     return std::nullopt;
   }
+  const std::string beginning = isBegun ? *reply : "";
   // After the end of the stream there is nothing more to read.
   reply = socketFd >= 0 ? receive() : std::string();
   if (!reply) {
     syslog(LOG_ERR, "Failed to receive second camera block response!\n");
     return std::nullopt;
   }
-  position = reply->rfind(needle);
-  if (position == std::string::npos) {
+  auto line = findLine(beginning + *reply, needle);
+  if (!line) {
     syslog(LOG_ERR, "Failed to find substring!\n");
-    return std::nullopt;
   }
-  return reply->substr(position);
+  return line;
 }
 
 std::optional<std::string> PtzRemoteTravo::get_remote_param(const char* name) {
@@ -232,8 +325,11 @@ std::optional<std::string> PtzRemoteTravo::get_remote_param(const char* name) {
   if (equals == std::string::npos) {
     return std::nullopt;
   }
-  std::string value = reply->substr(equals + 1);
-  value.erase(std::min(value.find('\n'), value.size()));
+  const std::size_t end = reply->find('\n', equals);
+  if (end == std::string::npos) {
+    return std::nullopt;
+  }
+  std::string value = reply->substr(equals + 1, end - equals - 1);
   if (value.ends_with('\r')) {
     value.pop_back();
   }
@@ -253,12 +349,12 @@ bool PtzRemoteTravo::getProdNbr(std::string& number) {
 bool PtzRemoteTravo::getFieldAngle(const char* name, double& degrees) {
   constexpr double TENTHS_PER_DEGREE = 10.0;
   const auto value = get_remote_param(name);
-  const double tenths = value ? g_ascii_strtod(value->c_str(), nullptr) : 0.0;
-  if (!value || !std::isfinite(tenths)) {
+  const auto tenths = value ? readDecimal(*value) : std::nullopt;
+  if (!tenths) {
     syslog(LOG_ERR, "Failed to get parameter value %s\n", name);
     return false;
   }
-  degrees = tenths / TENTHS_PER_DEGREE;
+  degrees = *tenths / TENTHS_PER_DEGREE;
   return true;
 }
 
@@ -272,11 +368,12 @@ bool PtzRemoteTravo::getMaxFieldAngle(double& degrees) {
 
 bool PtzRemoteTravo::getZoom(const char* name, int& zoom) {
   const auto value = get_remote_param(name);
-  if (!value) {
+  const auto number = value ? readInteger(*value) : std::nullopt;
+  if (!number) {
     syslog(LOG_ERR, "Failed to get parameter value %s\n", name);
     return false;
   }
-  zoom = readInteger(*value);
+  zoom = *number;
   return true;
 }
 

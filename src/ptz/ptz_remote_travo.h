@@ -5,16 +5,37 @@
 
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
+#include <string_view>
 
 // The link over which the properties of the PTZ head are read: a service on the system bus hands
 // out a local stream socket, on which one request line is answered by lines of the form name=value.
 //
-// Every failure is logged and comes back as nothing, -1 or false. Calls block for up to 5 s each.
-// No lock: used by the tracker alone.
+// Every failure is logged and comes back as nothing, -1 or false. Each wait for the head or the
+// service lasts 5 s at most. Used by one thread alone; cancel may be called by any.
 class PtzRemoteTravo {
  public:
+  // While one is alive, what is asked belongs together: after a wait in vain the head counts as
+  // gone, and whatever else is asked fails at once, unasked. cancel() does the same at any time.
+  // The next attempt asks anew. One that is made within another is part of it.
+  class Attempt {
+   public:
+    explicit Attempt(PtzRemoteTravo& link) : link(link), isOwner(link.beginAttempt()) {}
+    Attempt(const Attempt&) = delete;
+    Attempt& operator=(const Attempt&) = delete;
+    ~Attempt() {
+      if (isOwner) {
+        link.endAttempt();
+      }
+    }
+
+   private:
+    PtzRemoteTravo& link;
+    const bool isOwner;
+  };
+
   PtzRemoteTravo();
   PtzRemoteTravo(const PtzRemoteTravo&) = delete;
   PtzRemoteTravo& operator=(const PtzRemoteTravo&) = delete;
@@ -27,7 +48,11 @@ class PtzRemoteTravo {
   // socket. null is refused.
   int send_request(const char* request);
 
-  // Sends a request; the reply from the last place of the needle on.
+  // Cuts the attempt that is under way short, also while it waits. Any thread.
+  void cancel();
+
+  // Sends a request; the reply from the last place of the needle on. The line that begins there has
+  // to end within two reads of 255 bytes.
   std::optional<std::string> send_rec(const char* request, const char* needle);
 
   // The value of one parameter.
@@ -48,12 +73,20 @@ class PtzRemoteTravo {
 
  private:
   struct Unref {
-    void operator()(GDBusProxy* proxy) const { g_object_unref(proxy); }
+    void operator()(gpointer object) const { g_object_unref(object); }
   };
+
+  bool beginAttempt();
+  void endAttempt();
+  bool isAttemptOver() const;
+  bool waitFor(int fd, gushort condition, int milliseconds);
 
   bool createProxy();
   bool isProxyUsable() const;
   std::optional<std::string> openChannel();
+  int connectTo(const std::string& path);
+  bool canTryAgain(gushort condition);
+  bool sendAll(std::string_view text);
   std::optional<std::string> receive();
   void closeSocket();
   bool getFieldAngle(const char* name, double& degrees);
@@ -61,7 +94,11 @@ class PtzRemoteTravo {
 
   std::int32_t channel = 1;
   std::unique_ptr<GDBusProxy, Unref> proxy;
-  std::int32_t socketFd = -1;
+  std::int32_t socketFd = -1;  // does not block
+
+  std::mutex attemptMutex;                           // guards the change of what follows
+  std::unique_ptr<GCancellable, Unref> cancellable;  // the attempt's; null while there is none
+  bool isGone = false;                               // the head, for the rest of the attempt
 };
 
 #endif

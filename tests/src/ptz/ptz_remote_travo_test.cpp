@@ -3,10 +3,16 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <syslog.h>
+#include <unistd.h>
 
+#include <chrono>
 #include <cstdint>
 #include <cstring>
+#include <functional>
+#include <future>
 #include <limits>
 #include <memory>
 #include <optional>
@@ -173,6 +179,14 @@ TEST_F(PtzRemoteTravoTest, SendRecTakesTheLastPlaceOfTheNeedle) {
   EXPECT_EQ(valueOf({"Brand.ProdNbr=old\nBrand.ProdNbr=new\n"}), "new");
 }
 
+TEST_F(PtzRemoteTravoTest, SendRecBeginsAtTheLastPlaceOfTheNeedle) {
+  const std::string line = requestLine(PROD_NBR) + "\n";
+  head.setReply(PROD_NBR, {"Brand.ProdNbr=old\nBrand.ProdNbr=new\n"});
+  EXPECT_EQ(link.send_rec(line.c_str(), PROD_NBR), "Brand.ProdNbr=new\n");
+  head.setReply(PROD_NBR, {"HTTP/1.0 200 OK\n", "Brand.ProdNbr=old\nBrand.ProdNbr=new\n"});
+  EXPECT_EQ(link.send_rec(line.c_str(), PROD_NBR), "Brand.ProdNbr=new\n");
+}
+
 TEST_F(PtzRemoteTravoTest, SendRecRefusesNull) {
   EXPECT_EQ(link.send_rec(nullptr, "x"), std::nullopt);
   EXPECT_EQ(link.send_rec("x", nullptr), std::nullopt);
@@ -189,9 +203,12 @@ TEST_F(PtzRemoteTravoTest, ALongReplyIsReadInPiecesOf255Bytes) {
   EXPECT_EQ(valueOf({std::string(255, 'x') + "Brand.ProdNbr=Q8742\n"}), "Q8742");
 }
 
-TEST_F(PtzRemoteTravoTest, AReplyIsCutAt255Bytes) {
+// Of 255 bytes each.
+TEST_F(PtzRemoteTravoTest, AValueMayFillTwoReadsToItsLineFeed) {
   const std::string start = "Brand.ProdNbr=";
-  EXPECT_EQ(valueOf({start + std::string(300, 'y') + "\n"}), std::string(255 - start.size(), 'y'));
+  const std::string longest(2 * 255 - start.size() - 1, 'y');
+  EXPECT_EQ(valueOf({start + longest + "\n"}), longest);
+  EXPECT_EQ(valueOf({start + longest + "y\n"}), std::nullopt);
 }
 
 // Each read is looked at for itself.
@@ -235,7 +252,30 @@ TEST_F(PtzRemoteTravoTest, GetRemoteParamRefusesNull) {
 
 TEST_F(PtzRemoteTravoTest, TheValueEndsWithItsLine) {
   EXPECT_EQ(valueOf({"Brand.ProdNbr=Q8742\nrest\n"}), "Q8742");
-  EXPECT_EQ(valueOf({"Brand.ProdNbr=Q8742"}), "Q8742");
+}
+
+TEST_F(PtzRemoteTravoTest, AValueWhoseLineEndsWithTheSecondReadIsTakenAsAWhole) {
+  EXPECT_EQ(valueOf({"root.Brand.ProdNbr=TRK-1", "00\n"}), "TRK-100");
+  EXPECT_EQ(valueOf({"root.Brand.ProdNbr=TRK-100", "\n"}), "TRK-100");
+  EXPECT_EQ(valueOf({"root.Brand.ProdNbr", "=TRK-100\n"}), "TRK-100");
+  EXPECT_THAT(LogCapture::lines(), IsEmpty());
+}
+
+TEST_F(PtzRemoteTravoTest, AValueWhoseLineDoesNotEndWithinTwoReadsIsNotFound) {
+  EXPECT_EQ(valueOf({"Brand.ProdNbr=TRK-1", "0", "0\n"}), std::nullopt);
+  EXPECT_EQ(LogCapture::count(LOG_ERR, "Failed to find substring!\n"), 1);
+  EXPECT_EQ(LogCapture::count(LOG_ERR, "Failed to find parameter string!\n"), 1);
+}
+
+TEST_F(PtzRemoteTravoTest, AValueWhoseLineIsCutByTheEndOfTheConnectionIsNotFound) {
+  head.setLastWords(PROD_NBR, {"Brand.ProdNbr=TRK-1"});
+  EXPECT_EQ(link.get_remote_param(PROD_NBR), std::nullopt);
+  EXPECT_EQ(LogCapture::count(LOG_ERR, "Failed to find substring!\n"), 1);
+  EXPECT_EQ(valueOf({"Brand.ProdNbr=TRK-100\n"}), "TRK-100");
+}
+
+TEST_F(PtzRemoteTravoTest, AnUnfinishedLineBehindTheNameIsNoValue) {
+  EXPECT_EQ(valueOf({"Brand.ProdNbr=TRK-100\nBrand.Web=w"}), std::nullopt);
 }
 
 TEST_F(PtzRemoteTravoTest, ATrailingCarriageReturnIsNoPartOfTheValue) {
@@ -317,6 +357,29 @@ TEST_F(PtzRemoteTravoTest, ZoomLimitsBeyondTheRangeAreTheNearest) {
   EXPECT_EQ(zoom, std::numeric_limits<int>::max());
 }
 
+TEST_F(PtzRemoteTravoTest, AFieldAngleInTwoReadsIsTakenAsAWhole) {
+  head.setReply(MAX_ANGLE, {"PTZ.Limit.L1.MaxFieldAngle=6", "34\n"});
+  double degrees = 0.0;
+  EXPECT_TRUE(link.getMaxFieldAngle(degrees));
+  EXPECT_DOUBLE_EQ(degrees, 63.4);
+}
+
+TEST_F(PtzRemoteTravoTest, ANumberNeedsDigits) {
+  for (const char* value : {"", "wide", "-", " "}) {
+    head.setParameter(MAX_ANGLE, value);
+    head.setParameter("PTZ.Limit.L1.MaxZoom", value);
+    double degrees = -7.0;
+    int zoom = -7;
+    EXPECT_FALSE(link.getMaxFieldAngle(degrees)) << value;
+    EXPECT_FALSE(link.getMaxZoom(zoom)) << value;
+    EXPECT_EQ(degrees, -7.0) << value;
+    EXPECT_EQ(zoom, -7) << value;
+  }
+  EXPECT_EQ(
+      LogCapture::count(LOG_ERR, "Failed to get parameter value PTZ.Limit.L1.MaxFieldAngle\n"), 4);
+  EXPECT_EQ(LogCapture::count(LOG_ERR, "Failed to get parameter value PTZ.Limit.L1.MaxZoom\n"), 4);
+}
+
 TEST_F(PtzRemoteTravoTest, LimitsThatCannotBeReadLeaveTheArgumentAlone) {
   double degrees = -7.0;
   int zoom = -7;
@@ -332,6 +395,172 @@ TEST_F(PtzRemoteTravoTest, LimitsThatCannotBeReadLeaveTheArgumentAlone) {
         LogCapture::count(LOG_ERR, std::string("Failed to get parameter value ") + name + "\n"), 1)
         << name;
   }
+}
+
+// ---- A head that does not answer ----
+
+constexpr auto TIMEOUT = std::chrono::seconds(5);
+
+// What another thread cuts short has ended long before the head's time is up.
+constexpr auto CUT_SHORT = std::chrono::milliseconds(2500);
+
+class SilentHeadTest : public PtzRemoteTravoTest {
+ protected:
+  SilentHeadTest() { head.setUp("Q8742"); }
+
+  // Asks for the product number within an attempt, on a thread of its own.
+  std::future<std::optional<std::string>> askInBackground() {
+    return std::async(std::launch::async, [this] {
+      const PtzRemoteTravo::Attempt attempt(link);
+      return link.get_remote_param(PROD_NBR);
+    });
+  }
+
+  // Cuts the attempt short once the link waits for something.
+  void expectCutShort(const std::function<bool()>& isWaiting) {
+    auto answer = askInBackground();
+    ASSERT_TRUE(iterateUntil(isWaiting));
+    link.cancel();
+    EXPECT_EQ(answer.wait_for(CUT_SHORT), std::future_status::ready);
+    EXPECT_EQ(answer.get(), std::nullopt);
+  }
+};
+
+// The one wait of this test is a real one.
+TEST_F(SilentHeadTest, AfterOneWaitInVainTheRestOfTheAttemptFailsUnasked) {
+  head.fallSilent("PTZ.Limit.L1.MinZoom");
+  const int fd = link.request_socket();
+  {
+    const PtzRemoteTravo::Attempt attempt(link);
+    double degrees = 0.0;
+    int zoom = -7;
+    double ratio = 0.0;
+    std::string number;
+    EXPECT_TRUE(link.getMinFieldAngle(degrees));
+    const auto begun = std::chrono::steady_clock::now();
+    EXPECT_FALSE(link.getMinZoom(zoom));
+    EXPECT_GE(std::chrono::steady_clock::now() - begun, TIMEOUT);
+    EXPECT_FALSE(isOpen(fd));
+    EXPECT_FALSE(link.getMaxZoom(zoom));
+    EXPECT_TRUE(link.getAspectRatio(ratio));  // of a head that tells nothing
+    EXPECT_EQ(ratio, 1.0);
+    EXPECT_FALSE(link.getProdNbr(number));
+    EXPECT_THAT(head.requests(), SizeIs(2));
+    EXPECT_EQ(LogCapture::count(LOG_ERR, "Failed to receive camera block response!\n"), 1);
+  }
+  const PtzRemoteTravo::Attempt next(link);
+  EXPECT_EQ(link.get_remote_param(PROD_NBR), "Q8742");
+  EXPECT_EQ(head.connections(), 2);
+}
+
+TEST_F(SilentHeadTest, AWaitForTheRestOfALineInVainEndsTheAttempt) {
+  head.setReply(PROD_NBR, {"Brand.ProdNbr=Q87"});
+  const PtzRemoteTravo::Attempt attempt(link);
+  EXPECT_EQ(link.get_remote_param(PROD_NBR), std::nullopt);
+  EXPECT_EQ(LogCapture::count(LOG_ERR, "Failed to receive second camera block response!\n"), 1);
+  EXPECT_EQ(link.get_remote_param(MAX_ANGLE), std::nullopt);
+  EXPECT_THAT(head.requests(), SizeIs(1));
+}
+
+TEST_F(SilentHeadTest, AChannelThatDoesNotOpenEndsTheAttempt) {
+  head.holdOpens(true);
+  const PtzRemoteTravo::Attempt attempt(link);
+  EXPECT_EQ(link.request_socket(), -1);
+  EXPECT_EQ(link.request_socket(), -1);
+  EXPECT_THAT(head.opens(), SizeIs(2));  // the first one is the constructor's
+}
+
+TEST_F(SilentHeadTest, AHeadThatRefusesIsAskedOnAtOnce) {
+  head.failOpens(1);
+  const PtzRemoteTravo::Attempt attempt(link);
+  EXPECT_EQ(link.get_remote_param(PROD_NBR), std::nullopt);
+  EXPECT_EQ(link.get_remote_param(PROD_NBR), "Q8742");
+}
+
+TEST_F(SilentHeadTest, AWaitForAnAnswerIsCutShort) {
+  head.fallSilent(PROD_NBR);
+  const int fd = link.request_socket();
+  expectCutShort([this] { return head.requests().size() == 1; });
+  EXPECT_FALSE(isOpen(fd));
+}
+
+TEST_F(SilentHeadTest, AWaitForTheChannelIsCutShort) {
+  head.holdOpens(true);
+  expectCutShort([this] { return head.opens().size() == 2; });
+}
+
+// The connections that a listener without a queue holds, and one more that finds no room.
+class FullListener {
+ public:
+  explicit FullListener(const std::string& path) : listener(open()) {
+    path.copy(name.sun_path, sizeof(name.sun_path) - 1);
+    EXPECT_EQ(bind(listener, reinterpret_cast<const sockaddr*>(&name), sizeof(name)), 0);
+    EXPECT_EQ(listen(listener, 0), 0);
+    do {
+      clients.push_back(open());
+    } while (connect(clients.back(), reinterpret_cast<const sockaddr*>(&name), sizeof(name)) == 0);
+    EXPECT_EQ(errno, EAGAIN);
+  }
+  FullListener(const FullListener&) = delete;
+  FullListener& operator=(const FullListener&) = delete;
+  ~FullListener() {
+    close(listener);
+    for (const int client : clients) close(client);
+  }
+
+ private:
+  static int open() { return socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0); }
+
+  sockaddr_un name{.sun_family = AF_UNIX, .sun_path = ""};
+  const int listener;
+  std::vector<int> clients;
+};
+
+TEST_F(SilentHeadTest, AWaitForAHeadThatDoesNotAcceptIsCutShort) {
+  const std::string path = head.socketPath() + "-full";
+  const FullListener listener(path);
+  head.setPath(path);
+  expectCutShort([this] { return head.opens().size() == 2; });
+}
+
+TEST_F(SilentHeadTest, AHeadThatDoesNotAcceptEndsTheAttempt) {
+  const std::string path = head.socketPath() + "-full";
+  const FullListener listener(path);
+  head.setPath(path);
+  const PtzRemoteTravo::Attempt attempt(link);
+  EXPECT_EQ(link.request_socket(), -1);
+  EXPECT_EQ(link.request_socket(), -1);
+  EXPECT_THAT(head.opens(), SizeIs(2));
+}
+
+TEST_F(SilentHeadTest, AnAttemptThatIsCutShortAsksNothingMoreAndTheNextOneDoes) {
+  {
+    const PtzRemoteTravo::Attempt attempt(link);
+    EXPECT_EQ(link.get_remote_param(PROD_NBR), "Q8742");
+    link.cancel();
+    EXPECT_EQ(link.get_remote_param(PROD_NBR), std::nullopt);
+    const PtzRemoteTravo::Attempt part(link);
+    EXPECT_EQ(link.get_remote_param(PROD_NBR), std::nullopt);
+    EXPECT_THAT(head.requests(), SizeIs(1));
+  }
+  const PtzRemoteTravo::Attempt next(link);
+  EXPECT_EQ(link.get_remote_param(PROD_NBR), "Q8742");
+}
+
+TEST_F(SilentHeadTest, AnAttemptIsNotOverWithOneThatIsPartOfIt) {
+  const PtzRemoteTravo::Attempt attempt(link);
+  {
+    const PtzRemoteTravo::Attempt part(link);
+    link.cancel();
+  }
+  EXPECT_EQ(link.get_remote_param(PROD_NBR), std::nullopt);
+}
+
+TEST_F(SilentHeadTest, WithoutAnAttemptThereIsNothingToCutShort) {
+  link.cancel();
+  EXPECT_EQ(link.get_remote_param(PROD_NBR), "Q8742");
+  const PtzRemoteTravo::Attempt attempt(link);
+  EXPECT_EQ(link.get_remote_param(PROD_NBR), "Q8742");
 }
 
 // ---- The aspect ratio ----
@@ -363,6 +592,11 @@ TEST_F(AspectRatioTest, TheSensorsRatioComesFirst) {
 TEST_F(AspectRatioTest, ASensorRatioOfUnknownFormatIsStoredAsZero) {
   EXPECT_EQ(ratio("16/9", "640x480", "pal"), 0.0);
   EXPECT_EQ(LogCapture::count(LOG_WARNING, "Sensor aspect ratio '16/9' has unknown format.\n"), 1);
+}
+
+TEST_F(AspectRatioTest, ASensorRatioOverNothingIsOfUnknownFormat) {
+  EXPECT_EQ(ratio("16:0", "640x480", "pal"), 0.0);
+  EXPECT_EQ(LogCapture::count(LOG_WARNING, "Sensor aspect ratio '16:0' has unknown format.\n"), 1);
 }
 
 TEST_F(AspectRatioTest, AnEmptySensorRatioLeavesTheResolution) {
