@@ -41,12 +41,14 @@ void PtzHead::ptzMove(double panValue, Kind panKind, double tiltValue, Kind tilt
   }
 }
 
-void PtzHead::ptzStop() {
+bool PtzHead::ptzStop() {
   GError* error = nullptr;
   if (!ptztolva_move_ptz_travo(0, CHANNEL, SOURCE, 0, CONTINUOUS, CONTINUOUS, 0, CONTINUOUS, 0.0,
                                0.0, 0, 0, 0, &error)) {
     std::printf("Failed ptztolva_move_ptz_travo: %s\n", takeMessage(error).c_str());
+    return false;
   }
+  return true;
 }
 
 void PtzHead::gotoHome() {

@@ -35,8 +35,8 @@ class PtzHead {
   void ptzMove(double panValue, Kind panKind, double tiltValue, Kind tiltKind, int zoom,
                Kind zoomKind);
 
-  // Stops all axes.
-  void ptzStop();
+  // Stops all axes. False, logged, when the stop did not get through.
+  bool ptzStop();
 
   void gotoHome();
 

@@ -139,6 +139,7 @@ void Tracker::track(int camera, int profileId, const TrackingObject& object) {
   if (channel == nullptr) {
     return;
   }
+  channel->followRotation();  // before anything of the observation is turned
   const PointF position = channel->toImagePosition(object.getPosition());
   const PointF size = channel->toImageSize(
       saturatedPoint(object.getAspectCorrectedWidth(), object.getAspectCorrectedHeight()));
@@ -195,6 +196,7 @@ void Tracker::trackCameraCenter(int camera) {
   if (channel == nullptr) {
     return;
   }
+  channel->followRotation();
   double pan = 0.0;
   double tilt = 0.0;
   double width = 0.0;
@@ -240,6 +242,7 @@ void Tracker::enableSentrel(bool on) {
   if (state.exchange(CameraState::stopped) == CameraState::stopped) {
     return;
   }
+  ptzRemote->cancel();
   events.sendIsSentrelingEvent(false);
   sendStateEvent();
   head.ptzStop();
@@ -251,6 +254,7 @@ void Tracker::setState(CameraState newState) {
     return;
   }
   if (newState == CameraState::stopped) {
+    ptzRemote->cancel();
     events.sendIsSentrelingEvent(false);
   }
   sendStateEvent();
@@ -321,13 +325,16 @@ void Tracker::setZoomCorrectionValue(double correction) {
 gpointer Tracker::run(gpointer self) {
   auto& tracker = *static_cast<Tracker*>(self);
   while (tracker.isRunning()) {
-    tracker.runOneStep();
+    utils::sleep(tracker.runOneStep());
   }
   tracker.head.ptzStop();
   return nullptr;
 }
 
-void Tracker::runOneStep() {
+// Returns how long to sleep until the next one, microseconds.
+std::int64_t Tracker::runOneStep() {
+  // Before the state is looked at: whoever switches off from here on cuts short what the step asks.
+  const PtzRemoteTravo::Attempt attempt(*ptzRemote);
   std::int64_t pause = 0;
   const CameraState before = state;
   switch (before) {
@@ -348,12 +355,12 @@ void Tracker::runOneStep() {
       break;
     default:
       syslog(LOG_ERR, "Tracker in a bad state\n");
-      return;
+      return 0;
   }
   if (wasSwitchedOff(before, state)) {
     stopForGood();
   }
-  utils::sleep(pause);
+  return pause;
 }
 
 // Whether tracking was switched off, and perhaps on again, while a step was under way.
@@ -385,6 +392,7 @@ bool Tracker::readHead() {
 }
 
 void Tracker::connect() {
+  const PtzRemoteTravo::Attempt attempt(*ptzRemote);
   if (!head.initialize() || !readHead()) {
     return;
   }
@@ -463,8 +471,9 @@ bool Tracker::readStatus(PtzHeadStatus& status) {
   }
   ++statusFailures;
   if (statusFailures == MAX_STATUS_FAILURES && events.isSentrelingActive()) {
-    head.ptzStop();
+    isStopOwed = !head.ptzStop();
     regulator->inactivate();
+    events.sendIsSentrelingEvent(false);
   }
   return false;
 }
@@ -488,11 +497,14 @@ double Tracker::calculateTargetMultiplier(const SuperObject& target) const {
 }
 
 void Tracker::stopFollowing() {
-  if (!events.isSentrelingActive()) {
-    return;
+  const bool wasFollowing = events.isSentrelingActive();
+  if (wasFollowing || isStopOwed) {
+    head.ptzMove(0.0, PtzHead::CONTINUOUS, 0.0, PtzHead::CONTINUOUS, 0, PtzHead::CONTINUOUS);
+    isStopOwed = false;
   }
-  head.ptzMove(0.0, PtzHead::CONTINUOUS, 0.0, PtzHead::CONTINUOUS, 0, PtzHead::CONTINUOUS);
-  events.sendIsSentrelingEvent(false);
+  if (wasFollowing) {
+    events.sendIsSentrelingEvent(false);
+  }
 }
 
 void Tracker::commandHead(double multiplier) {

@@ -102,7 +102,7 @@ class Tracker : public Thread, private AutotuneListener {
   Tracker();
 
   static gpointer run(gpointer self);
-  void runOneStep();
+  std::int64_t runOneStep();
 
   void sendStateEvent();
   bool changeState(CameraState from, CameraState to);
@@ -144,6 +144,7 @@ class Tracker : public Thread, private AutotuneListener {
   TrackerEvents events;
   std::int64_t lastZoomCommandTime = 0;  // of the last absolute zoom; 0 when none
   int statusFailures = 0;                // in a row
+  bool isStopOwed = false;               // the one after many of them did not get through
 };
 
 #endif

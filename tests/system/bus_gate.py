@@ -165,6 +165,8 @@ class Connection:
             wanted = name
             if name == BUS and call.fields.get(MEMBER) in ("NameHasOwner", "GetNameOwner"):
                 wanted = text_of(call)
+            elif name is not None and name.startswith(":"):
+                wanted = name = call.fields.get(INTERFACE)  # of a proxy, to the service's owner
             fault = self._gate.fault_of(wanted) if call.kind == CALL else None
             if fault is None or (wanted != name and fault is not vanish):
                 self._bus.sendall(call.data)

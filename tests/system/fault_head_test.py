@@ -13,19 +13,23 @@ from bus_gate import BusGate, answering, daemon_options, fail, hang, marshal, va
 from camera import SETTINGS
 from fault_fixture import FaultTest, alarm
 from frame_gate import FrameGate
-from head_gate import (HeadGate, byte_by_byte, cut_short, half_a_name, not_ready,
-                       once_for_each_connection, whole)
+from head_gate import (HeadGate, byte_by_byte, cut_short, first_answers, half_a_name, in_two_reads,
+                       not_ready, once_for_each_connection, whole)
 from scene_frames import Walker, encode, packed
 from web import Web, topic_of
 
 PTZ = "com.orva.PTZService"
+CHANNEL = "com.orva.RemoteCameraControl.PTZ.Travo"
 LENS = "com.orva.M12LensSelectionFov"
+PARAMETERS = "com.orva.ParameterService"
 FAULT = 30  # seconds
 SHORT_FAULT = 5
 END = 5  # seconds that the daemon has for its end
 ATTEMPTS = 4  # of the daemon to connect to the head
 FAILURES = 10  # in a row, until the daemon counts as not steering
 QUESTIONS = 8  # until the head is known
+SILENCES = 6  # from the start, and after so many answers
+SHORT = 3  # seconds: what was cut short did not wait for a head that is silent, which takes 5
 
 LEAST_PAN = 3.0  # degrees: the head looks at somebody on the right of the picture
 RIGHT_HALF = (1500, 3000)  # Q12
@@ -74,11 +78,12 @@ class HeadFaultTest(FaultTest):
 
     def break_ptz_service(self, what, fault, seconds):
         self.follow()
+        position = len(self.bus.journal)
         start, since = len(self.live.journal), time.monotonic()
         self.bus_gate.break_service(PTZ, fault)
         stood = self.wait_until_head_stands(what, start, since)
         self.wait_until_not_steering()
-        position = len(self.bus.journal)
+        position = self.bus.wait_for("sent", "isSentreling", False, start=position)
         while time.monotonic() < since + seconds:
             self.assert_daemon_is_well()
             time.sleep(1)
@@ -91,6 +96,7 @@ class HeadFaultTest(FaultTest):
         start, since = len(self.live.journal), time.monotonic()
         self.bus_gate.mend_service(PTZ)
         self.wait_until_head_follows(what, start, since)
+        self.bus.wait_for("sent", "isSentreling", True, start=position)
         self.end_well()
 
     def wait_until_not_steering(self):
@@ -281,6 +287,61 @@ class HeadFaultTest(FaultTest):
         self.wait_for_questions(2 * QUESTIONS, len(self.head_gate.answers))
         self.mend_channel("answers byte by byte")
 
+    def test_head_whose_values_come_in_two_reads_is_known_as_what_it_is(self):
+        self.connect_over(in_two_reads, QUESTIONS)
+        self.bus.wait_for("sent", "isSentreling", True)
+        self.assert_head_is_known()
+
+    def test_head_that_falls_silent_is_asked_again_from_the_start(self):
+        self.connect_over(first_answers(4), 6)
+        silent, next_one = self.head_gate.answers.entries()[4:6]
+        self.assertIn(b".AspectRatio=", silent)
+        self.assertIn(b".MinFieldAngle=", next_one)  # what was left of the first attempt was not
+        self.mend_channel("head silent")
+
+    def test_head_that_falls_silent_does_not_keep_the_daemon_from_its_end(self):
+        self.start_scenes()
+        self.head_gate = HeadGate(whole)
+        for answers in range(SILENCES):
+            self.head_gate.way = first_answers(answers)
+            asked = len(self.head_gate.answers)
+            self.start_daemon()
+            self.wait_for_questions(answers + 1, asked)
+            self.end_within(END, f"head silent after {answers} answers")
+
+    def test_channel_that_does_not_open_does_not_keep_the_daemon_from_its_end(self):
+        self.connect_over(cut_short)
+        self.bus_gate.break_service(CHANNEL, hang)
+        self.bus_gate.calls.wait_for(lambda call: call == (CHANNEL, "OpenChannel"),
+                                     "a channel that is asked for")
+        self.end_within(SHORT, "channel does not open")
+
+    def end_within(self, seconds, what):
+        since = time.monotonic()
+        self.daemon.send(signal.SIGTERM)
+        status = self.daemon.wait()
+        self.tell(f"{what}: SIGTERM took", since)
+        self.assertLess(time.monotonic() - since, seconds)
+        self.assertEqual(0, status)
+
+    def test_head_that_is_silent_is_left_at_once_when_tracking_is_switched_off(self):
+        self.connect_over(first_answers(0), 1)
+        web = Web(self.device)
+        self.wait_for_questions(1, len(self.head_gate.answers))
+        left, since = len(self.head_gate.departures), time.monotonic()
+        web.call("setSentrel", {"enable": False})
+        self.head_gate.departures.wait_for(lambda _: True, "the end of the daemon's wait", left,
+                                           patience=SHORT)
+        self.tell("head silent, switched off: left after", since)
+        self.head_gate.way = whole
+        since = time.monotonic()
+        web.call("setSentrel", {"enable": True})
+        self.bus.wait_for("sent", "isSentreling", True)
+        self.tell("switched on again: head followed after", since)
+        self.assertEqual(["stopped", "connecting", "stopped", "connecting", "running"],
+                         self.bus.states())
+        self.assertEqual(0, self.daemon.end())
+
     def test_head_that_closes_after_each_answer_is_connected(self):
         self.connect_over(once_for_each_connection, QUESTIONS)
         self.bus.wait_for("sent", "isSentreling", True)
@@ -329,3 +390,36 @@ class HeadFaultTest(FaultTest):
         self.bus_gate.open()
         self.wait_until_head_looks_right("lens wrong, then right", since)
         self.end_well()
+
+    def test_sensor_that_is_turned_while_the_parameters_are_away_counts_when_they_are_back(self):
+        self.start_scenes()
+        self.aim_right()
+        self.start_following()
+        self.live = self.web.follow("/live")
+        self.wait_until_head_looks_right("at the start", time.monotonic())
+        turned = [("OpticsWideHFoV", "d", 27.0), ("OpticsWideVFoV", "d", 15.0),
+                  ("SensorRotation", "i", 180)]
+        self.bus_gate.break_service(PARAMETERS, vanish)
+        self.bus_gate.break_service(LENS, answering("a{sv}", marshal("a{sv}", turned)))
+        # A lens that returns, here with its bus, is asked anew.
+        self.bus_gate.close()
+        self.bus_gate.open()
+        position = self.wait_for_call(LENS, "GetAll")
+        position = self.wait_for_call(PARAMETERS, "Get", position)
+        start = len(self.live.journal)
+        for _ in range(3):
+            position = self.wait_for_call(PARAMETERS, "Get", position)
+        pans = [message.data["pan"] for message in self.live.journal.entries(start)
+                if message.kind == "head"]
+        self.assertTrue(pans and min(pans) > 0, pans)
+        start, since = len(self.live.journal), time.monotonic()
+        self.bus_gate.mend_service(PARAMETERS)
+        self.live.journal.wait_for(
+            lambda message: message.kind == "head" and message.data["pan"] < -LEAST_PAN,
+            "a head that looks to the left", start)
+        self.tell("sensor turned, parameters back: head aimed right after", since)
+        self.end_well()
+
+    def wait_for_call(self, name, method, start=0):
+        return self.bus_gate.calls.wait_for(lambda call: call == (name, method),
+                                            f"a call of {method}", start)

@@ -1,10 +1,13 @@
 """Stands between the daemon and the channel of the remote head, and spoils its answers."""
 
+import fcntl
 import pathlib
+import struct
+import termios
 import time
 
 from frame_gate import read_until
-from journal import Journal
+from journal import Journal, wait_until
 from scene_gate import SceneGate, cut
 
 CHANNEL_SOCKET = pathlib.Path("/run/strata/ptz/channel1")
@@ -29,9 +32,38 @@ def cut_short(daemon, line):
 
 
 def half_a_name(daemon, line):
-    """Half a product number, and never the rest."""
-    daemon.sendall(line[:line.index(b"=") + 3] if b".ProdNbr=" in line else line)
+    """Half a product number, which is long enough for one, and never the rest."""
+    is_name = b".ProdNbr=" in line
+    daemon.sendall(line[:line.index(b"=") + 6] if is_name else line)
+    return not is_name
+
+
+def in_two_reads(daemon, line):
+    """Half a value; its rest comes when the daemon has read that."""
+    value = line.index(b"=") + 1
+    place = max(value + 1, len(line) - 3)
+    daemon.sendall(line[:place])
+    wait_until(lambda: is_read(daemon), "the daemon's first read")
+    daemon.sendall(line[place:])
     return True
+
+
+def is_read(connection):
+    """Whether all that was sent has been read."""
+    unread = fcntl.ioctl(connection, termios.TIOCOUTQ, bytes(4))
+    return struct.unpack("i", unread)[0] == 0
+
+
+def first_answers(count):
+    """So many answers, over all connections, and not a word after them."""
+    left = iter(range(count))
+
+    def answer(daemon, line):
+        if next(left, None) is not None:
+            daemon.sendall(line)
+        return True
+
+    return answer
 
 
 def byte_by_byte(daemon, line):

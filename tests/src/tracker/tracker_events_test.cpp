@@ -11,6 +11,7 @@
 #include <variant>
 #include <vector>
 
+#include "fakes/call_journal.h"
 #include "fakes/fake_events.h"
 #include "fakes/log_capture.h"
 
@@ -69,6 +70,13 @@ TEST_F(TrackerEventsTest, UndeclaresBothAndFreesTheHandler) {
   EXPECT_THAT(FakeEvents::activeDeclarations(), IsEmpty());
   EXPECT_EQ(FakeEvents::handlersMade(), 1);
   EXPECT_EQ(FakeEvents::handlersFreed(), 1);
+}
+
+TEST_F(TrackerEventsTest, UndeclaresTheStateLast) {
+  events.declareEvents();
+  CallJournal::clear();
+  events.undeclareEvents();
+  EXPECT_THAT(CallJournal::calls(), ElementsAre("undeclare isSentreling", "undeclare state"));
 }
 
 TEST_F(TrackerEventsTest, SendsTheState) {

@@ -13,6 +13,7 @@
 
 #include "config/persistent.h"
 #include "events/sdk_wrapper.h"
+#include "fakes/call_journal.h"
 #include "fakes/fake_clock.h"
 #include "fakes/fake_events.h"
 #include "fakes/fake_lens.h"
@@ -71,6 +72,7 @@ inline MoteObject moteObject(std::int32_t id, std::int64_t timestamp, const Look
 class TrackerFixture : public testing::Test {
  protected:
   TrackerFixture() {
+    CallJournal::clear();
     FakeEvents::reset();
     FakeMainLoop::reset();
     FakeParameters::reset();

@@ -4,9 +4,11 @@
 #include <gtest/gtest.h>
 #include <syslog.h>
 
+#include <chrono>
 #include <cstdint>
 #include <deque>
 #include <exception>
+#include <functional>
 #include <future>
 #include <string>
 #include <vector>
@@ -30,6 +32,14 @@ class TrackerTest : public TrackerFixture {
       lines.push_back("GET orva-cgi/param.cgi?action=list&group=" + name + " 1");
     }
     return lines;
+  }
+
+  // Whether there is somebody to follow, long after what was followed has been forgotten.
+  bool isTarget() {
+    pass(8 * SECOND);
+    step();
+    pass(STEP);
+    return !step().empty();
   }
 
   // Ready to be connected, with the thread asleep.
@@ -87,9 +97,16 @@ TEST_F(TrackerTest, StartsConnectingWhenSwitchedOn) {
 
 TEST_F(TrackerTest, DeclaresItsEventsBeforeTheHeadIsInitialised) {
   start();
-  EXPECT_THAT(FakeEvents::activeDeclarations(), SizeIs(2));
+  EXPECT_THAT(CallJournal::calls(),
+              ElementsAre("declare state", "declare isSentreling", "ptz init"));
+}
+
+TEST_F(TrackerTest, UndeclaresItsEventsWhenTheHeadStandsAndBeforeItIsLeft) {
+  start();
+  CallJournal::clear();
   stop();
-  EXPECT_THAT(FakeEvents::activeDeclarations(), IsEmpty());
+  EXPECT_THAT(CallJournal::calls(), ElementsAre("ptz move", "ptz move", "undeclare isSentreling",
+                                                "undeclare state", "ptz cleanup"));
   EXPECT_EQ(FakeEvents::handlersMade(), FakeEvents::handlersFreed() + 1);  // the wrapper's own
 }
 
@@ -352,6 +369,85 @@ TEST_F(TrackerTest, ConnectDoesNotSwitchAStoppedTrackerOn) {
   EXPECT_THAT(sentStates(), IsEmpty());
 }
 
+TEST_F(TrackerTest, ConnectingAnewForgetsWhatWasFollowed) {
+  head.setUp("Q8742");
+  startConnected("Q8742");
+  track(1);
+  EXPECT_THAT(step(), SizeIs(1));
+  tracker->untrack(1, 1);
+  tracker->setState(CameraState::connecting);
+  tracker->connect();
+  ASSERT_EQ(tracker->getState(), CameraState::running);
+  EXPECT_THAT(step(), ElementsAre(IsMove(0.0, 3, 0.0, 3, 0, 3)));
+  EXPECT_THAT(sentSentreling(), ElementsAre(true, false));
+}
+
+// ---- A head that falls silent ----
+
+class SilentHeadTest : public TrackerTest {
+ protected:
+  // What is cut short has ended long before the 5 s that the head has for an answer.
+  static constexpr auto CUT_SHORT = std::chrono::milliseconds(2500);
+
+  // The tracker's thread waits for the head's first answer.
+  void startWaiting() {
+    startConnecting();
+    head.setUp("Q8742");
+    head.fallSilent("PTZ.Limit.L1.MinFieldAngle");
+    clock.advance(300'000);
+    ASSERT_TRUE(waitFor([this] { return head.requests().size() == 1; }));
+    begun = std::chrono::steady_clock::now();
+  }
+
+  std::chrono::steady_clock::duration passed() const {
+    return std::chrono::steady_clock::now() - begun;
+  }
+
+  std::chrono::steady_clock::time_point begun;
+};
+
+// The wait of this test is a real one.
+TEST_F(SilentHeadTest, IsAskedNothingMoreInThisStepAndAnewInTheNext) {
+  startConnecting();
+  head.setUp("Q8742");
+  head.fallSilent("ImageSource.I0.Sensor.AspectRatio");
+  tracker->connect();
+  EXPECT_THAT(head.requests(), SizeIs(5));
+  EXPECT_EQ(tracker->getState(), CameraState::connecting);
+  head.setUp("Q8742");
+  tracker->connect();
+  EXPECT_THAT(head.requests(), SizeIs(5 + 8));
+  EXPECT_EQ(tracker->getState(), CameraState::autotuning);
+}
+
+TEST_F(SilentHeadTest, IsLeftAtOnceWhenTrackingIsSwitchedOff) {
+  startWaiting();
+  tracker->enableSentrel(false);
+  EXPECT_TRUE(clock.waitForSleepers(1));
+  EXPECT_LT(passed(), CUT_SHORT);
+  EXPECT_THAT(head.requests(), SizeIs(1));
+  // And asked anew when it is switched on again.
+  head.setUp("Q8742");
+  tracker->enableSentrel(true);
+  ASSERT_TRUE(clock.advanceAndSettle(500'000));
+  EXPECT_EQ(tracker->getState(), CameraState::autotuning);
+}
+
+TEST_F(SilentHeadTest, IsLeftAtOnceWhenTrackingIsStoppedForThisRun) {
+  startWaiting();
+  tracker->setState(CameraState::stopped);
+  EXPECT_TRUE(clock.waitForSleepers(1));
+  EXPECT_LT(passed(), CUT_SHORT);
+}
+
+TEST_F(SilentHeadTest, DoesNotKeepTheTrackerFromItsEnd) {
+  startWaiting();
+  clock.free();
+  Tracker::releaseInstance();
+  tracker = nullptr;
+  EXPECT_LT(passed(), CUT_SHORT);
+}
+
 // ---- Autotuning ----
 
 class TrackerAutotuneTest : public TrackerTest {
@@ -553,6 +649,19 @@ TEST_F(TrackerTest, AnObjectThatIsTooLargeIsNeverFollowed) {
   EXPECT_THAT(step(), IsEmpty());
 }
 
+// A quarter to the right of the middle becomes a quarter below it: 1/8 of 32 degrees.
+TEST_F(TrackerTest, AnObservationOfASensorThatHasBeenTurnedIsTurnedAsAWhole) {
+  startRunning();
+  const Fov watcher(0);
+  lens.set(0, 64.0, 32.0, 90);
+  ASSERT_TRUE(iterateUntil([&watcher] { return watcher.getSensorRotation() == 90; }));
+  track(1, {.pan = CENTER_PAN + 8.0});
+  const auto moves = step();
+  ASSERT_THAT(moves, SizeIs(1));
+  EXPECT_NEAR(moves[0].pan, 10.0, 1e-9);
+  EXPECT_NEAR(moves[0].tilt, -4.0, 1e-9);
+}
+
 TEST_F(TrackerTest, RemovingACameraForItsLastUserDropsItsObjects) {
   startRunning();
   ASSERT_TRUE(tracker->addCamera(1));
@@ -624,6 +733,77 @@ TEST_F(TrackerTest, AfterOffAndOnTheSteeringIsToldAgain) {
   EXPECT_THAT(sentSentreling(), ElementsAre(true, false, true));
 }
 
+TEST_F(TrackerTest, AnObjectThatSeveralHoldIsForgottenWhenTheLastLetsGo) {
+  startRunning();
+  const int guards[3] = {};
+  track(1);
+  tracker->hold(1, 1, &guards[0]);
+  tracker->hold(1, 1, &guards[1]);
+  tracker->hold(1, 1, &guards[1]);
+  tracker->letGo(1, 1, &guards[2]);
+  tracker->letGo(1, 1, &guards[0]);
+  tracker->letGo(1, 1, &guards[0]);
+  EXPECT_TRUE(isTarget());
+  tracker->letGo(1, 1, &guards[1]);
+  EXPECT_FALSE(isTarget());
+}
+
+// ---- Switched off while a step is under way ----
+
+// Each step's thread asks the head for its status first; meanwhile somebody switches.
+class SwitchedOffInAStepTest : public TrackerTest {
+ protected:
+  // One step of the thread that was to follow an object.
+  void stepWhile(const std::function<void()>& switching) {
+    startRunning();
+    track(1);
+    FakePtzLibrary::duringNextStatus(switching);
+    ASSERT_TRUE(clock.advanceAndSettle(300'000));
+    tracker->untrack(1, 1);
+  }
+};
+
+TEST_F(SwitchedOffInAStepTest, TheHeadIsStoppedAfterWhatTheStepCommands) {
+  stepWhile([this] { tracker->enableSentrel(false); });
+  EXPECT_EQ(tracker->getState(), CameraState::stopped);
+  EXPECT_THAT(FakePtzLibrary::moves(), ElementsAre(IsStop(), testing::Not(IsStop()), IsStop()));
+  EXPECT_THAT(sentSentreling(), ElementsAre(false, true, false));
+}
+
+TEST_F(SwitchedOffInAStepTest, NothingIsFollowedAfterwards) {
+  stepWhile([this] { tracker->enableSentrel(false); });
+  tracker->setState(CameraState::running);
+  EXPECT_THAT(step(), IsEmpty());
+  EXPECT_THAT(sentSentreling(), ElementsAre(false, true, false));
+}
+
+TEST_F(SwitchedOffInAStepTest, AndOnAgainStopsTheHeadAllTheSame) {
+  stepWhile([this] {
+    tracker->enableSentrel(false);
+    tracker->enableSentrel(true);
+  });
+  EXPECT_EQ(tracker->getState(), CameraState::connecting);
+  EXPECT_THAT(FakePtzLibrary::moves(), ElementsAre(IsStop(), testing::Not(IsStop()), IsStop()));
+  EXPECT_THAT(sentSentreling(), ElementsAre(false, true, false));
+}
+
+TEST_F(SwitchedOffInAStepTest, OfTuningAndOnAgainStopsTheHeadAllTheSame) {
+  startConnecting();
+  head.setUp("Q8742");
+  tracker->connect();
+  ASSERT_TRUE(clock.advanceAndSettle(300'000));  // the first position is commanded
+  FakePtzLibrary::clearMoves();
+  setHead(0.0, -45.0, 100);
+  FakePtzLibrary::duringNextStatus([this] {
+    tracker->enableSentrel(false);
+    tracker->enableSentrel(true);
+  });
+  ASSERT_TRUE(clock.advanceAndSettle(50'000));
+  EXPECT_EQ(tracker->getState(), CameraState::connecting);
+  EXPECT_THAT(FakePtzLibrary::moves(),
+              ElementsAre(IsStop(), IsMove(0.0, 1, -45.0, 1, 1, 1), IsStop()));
+}
+
 // ---- A head that does not answer ----
 
 TEST_F(TrackerTest, AStatusThatCannotBeReadEndsTheStep) {
@@ -645,6 +825,43 @@ TEST_F(TrackerTest, TheTenthFailureInARowStopsASteeredHeadOnce) {
   for (int i = 0; i < 9; ++i) EXPECT_THAT(step(), IsEmpty()) << i;
   EXPECT_THAT(step(), ElementsAre(IsStop()));
   for (int i = 0; i < 20; ++i) EXPECT_THAT(step(), IsEmpty()) << i;
+}
+
+TEST_F(TrackerTest, AfterTenFailuresTheHeadCountsAsNotSteeredUntilItIsAgain) {
+  startRunning();
+  track(1);
+  step();
+  FakePtzLibrary::failStatus(3000, "mute");
+  for (int i = 0; i < 9; ++i) step();
+  EXPECT_THAT(sentSentreling(), ElementsAre(true));
+  for (int i = 9; i < 3000; ++i) step();
+  EXPECT_THAT(sentSentreling(), ElementsAre(true, false));
+  EXPECT_THAT(step(), SizeIs(1));
+  EXPECT_THAT(sentSentreling(), ElementsAre(true, false, true));
+}
+
+TEST_F(TrackerTest, AfterTenFailuresNothingIsFollowedWithoutANewTarget) {
+  startRunning();
+  track(1);
+  step();
+  FakePtzLibrary::failStatus(10, "mute");
+  for (int i = 0; i < 10; ++i) step();
+  tracker->untrack(1, 1);
+  EXPECT_THAT(step(), IsEmpty());
+  EXPECT_THAT(sentSentreling(), ElementsAre(true, false));
+}
+
+TEST_F(TrackerTest, AStopThatDidNotGetThroughIsMadeUpForOnce) {
+  startRunning();
+  track(1);
+  step();
+  FakePtzLibrary::failStatus(10, "mute");
+  FakePtzLibrary::failMoves(1, "mute");
+  for (int i = 0; i < 10; ++i) step();
+  tracker->untrack(1, 1);
+  EXPECT_THAT(step(), ElementsAre(IsMove(0.0, 3, 0.0, 3, 0, 3)));
+  EXPECT_THAT(step(), IsEmpty());
+  EXPECT_THAT(sentSentreling(), ElementsAre(true, false));
 }
 
 TEST_F(TrackerTest, AHeadThatIsNotSteeredIsNotStopped) {
