@@ -36,15 +36,19 @@ add_library(device_services STATIC
   web_server/application_answer.cpp
   web_server/application_forwarder.cpp
   web_server/application_request.cpp
+  web_server/digest_login.cpp
   web_server/event_json.cpp
   web_server/event_stream.cpp
   web_server/json_ptr.cpp
   web_server/lingering_refusal.cpp
   web_server/live_json.cpp
   web_server/mqtt_publisher.cpp
+  web_server/nonce_book.cpp
   web_server/origin_check.cpp
   web_server/static_files.cpp
+  web_server/web_connections.cpp
   web_server/web_interface.cpp
+  web_server/web_listener.cpp
   web_server/web_options.cpp
   web_server/web_server.cpp)
 target_include_directories(device_services PUBLIC ${CMAKE_CURRENT_LIST_DIR})

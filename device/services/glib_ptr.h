@@ -46,6 +46,7 @@ class ErrorSlot {
  public:
   GError** out() { return &error_; }
   bool isSet() const { return error_ != nullptr; }
+  bool is(GQuark domain, int code) const { return g_error_matches(error_, domain, code) != FALSE; }
   std::string message() const { return error_ != nullptr ? error_->message : "unknown error"; }
   ErrorSlot() = default;
   ErrorSlot(const ErrorSlot&) = delete;

@@ -1,5 +1,8 @@
 #include "web_server/web_server.h"
 
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+
 #include <array>
 #include <stdexcept>
 #include <string_view>
@@ -13,7 +16,6 @@ namespace device {
 namespace {
 
 constexpr char kApiPath[] = "/api/sentrelvideo";
-constexpr char kRealm[] = "SentrelVideo";
 constexpr char kJson[] = "application/json";
 
 struct Header {
@@ -22,11 +24,13 @@ struct Header {
 };
 
 // With every response: the page loads nothing from elsewhere, is shown nowhere else and is never
-// an old one.
-constexpr std::array<Header, 4> kHeaders = {
+// an old one. The library never notices that a client has ended a connection that waits for its
+// next request: each would stay open until its time is over.
+constexpr std::array<Header, 5> kHeaders = {
     {{"Cache-Control", "no-store"},
      {"Content-Security-Policy",
       "default-src 'self'; img-src 'self' data:; style-src 'self'; frame-ancestors 'none'"},
+     {"Connection", "close"},
      {"Referrer-Policy", "no-referrer"},
      {"X-Content-Type-Options", "nosniff"}}};
 
@@ -40,12 +44,23 @@ std::string errorJson(const std::string& message) {
 std::string rawHead(unsigned status, const char* type) {
   std::string head = "HTTP/1.1 " + std::to_string(status) + ' ' + soup_status_get_phrase(status);
   for (const auto& [name, value] : kHeaders) head += std::string("\r\n") + name + ": " + value;
-  return head + "\r\nContent-Type: " + type + "\r\nConnection: close\r\n";
+  return head + "\r\nContent-Type: " + type + "\r\n";
+}
+
+void setHeaders(SoupServerMessage* message) {
+  SoupMessageHeaders* headers = soup_server_message_get_response_headers(message);
+  for (const auto& [name, value] : kHeaders) soup_message_headers_replace(headers, name, value);
+}
+
+// Where the headers are set: those of an interim response are dropped with it.
+void beginResponse(SoupServerMessage* message, unsigned status) {
+  setHeaders(message);
+  soup_server_message_set_status(message, status, nullptr);
 }
 
 void respond(SoupServerMessage* message, unsigned status, const char* type,
              const std::string& body) {
-  soup_server_message_set_status(message, status, nullptr);
+  beginResponse(message, status);
   soup_server_message_set_response(message, type, SOUP_MEMORY_COPY, body.data(), body.size());
 }
 
@@ -60,7 +75,7 @@ void refuseMethod(SoupServerMessage* message, const char* allowed) {
 }
 
 void respond(SoupServerMessage* message, const ApplicationAnswer& answer) {
-  soup_server_message_set_status(message, answer.status, nullptr);
+  beginResponse(message, answer.status);
   SoupMessageHeaders* headers = soup_server_message_get_response_headers(message);
   for (const auto& [name, value] : answer.headers) {
     soup_message_headers_replace(headers, name.c_str(), value.c_str());
@@ -103,11 +118,7 @@ HttpRequest requestOf(SoupServerMessage* message, const std::string& path, GHash
 
 struct WebServer::Handlers {
   static void started(SoupServer*, SoupServerMessage* message, gpointer self) {
-    SoupMessageHeaders* headers = soup_server_message_get_response_headers(message);
-    for (const auto& [name, value] : kHeaders) soup_message_headers_replace(headers, name, value);
-    // The library never notices that a client has ended a connection that waits for its next
-    // request: each would stay open for ever.
-    soup_message_headers_replace(headers, "Connection", "close");
+    setHeaders(message);  // of what the library refuses by itself
     g_signal_connect(message, "got-chunk", G_CALLBACK(gotChunk), self);
   }
 
@@ -127,28 +138,22 @@ struct WebServer::Handlers {
                      gpointer self) {
     static_cast<WebServer*>(self)->handle(message, path, fields);
   }
-
-  static char* passwordOf(SoupAuthDomain*, SoupServerMessage*, const char* name, gpointer data) {
-    const auto* self = static_cast<WebServer*>(data);
-    if (self->user_->name != name) return nullptr;
-    return soup_auth_domain_digest_encode_password(name, kRealm, self->user_->password.c_str());
-  }
 };
 
 WebServer::WebServer(const WebOptions& options, std::string application,
                      const WebServerLimits& limits)
     : limits_(limits),
       address_(options.address),
-      user_(options.user),
       files_(options.folder),
+      connections_(limits.connections),
       server_(soup_server_new(nullptr, nullptr)),
       forwarder_(std::move(application), limits.answer) {
   g_signal_connect(server_.get(), "request-started", G_CALLBACK(Handlers::started), this);
   soup_server_add_early_handler(server_.get(), nullptr, Handlers::early, this, nullptr);
   soup_server_add_handler(server_.get(), nullptr, Handlers::handle, this, nullptr);
-  if (user_) askForUser();
+  if (options.user) login_.emplace(*options.user, limits.nonce);
   listen(options);
-  origins_.emplace(address_, port_);
+  origins_.emplace(address_, port());
 }
 
 WebServer::~WebServer() {
@@ -164,51 +169,63 @@ EventStream& WebServer::addStream(const std::string& path, Opening opening) {
 
 std::string WebServer::url() const {
   const bool bracketed = address_.find(':') != std::string::npos;
-  return "http://" + (bracketed ? '[' + address_ + ']' : address_) + ':' + std::to_string(port_) +
+  return "http://" + (bracketed ? '[' + address_ + ']' : address_) + ':' + std::to_string(port()) +
          '/';
 }
 
 void WebServer::listen(const WebOptions& options) {
-  const auto tryPort = [&](std::uint16_t port, GError** error) {
-    const GObjectPtr<GSocketAddress> address(
-        g_inet_socket_address_new_from_string(address_.c_str(), port));
-    return address && soup_server_listen(server_.get(), address.get(),
-                                         static_cast<SoupServerListenOptions>(0), error) != FALSE;
+  const auto at = [&](std::uint16_t port) {
+    return std::make_unique<WebListener>(
+        address_, port, [this](GObjectPtr<GSocket> socket) { accept(std::move(socket)); },
+        [this] { connections_.makeRoom(); });
   };
-  ErrorSlot error;
-  const bool listens = options.port ? tryPort(*options.port, error.out())
-                                    : tryPort(kUsualPort, nullptr) || tryPort(0, error.out());
-  if (!listens) {
-    throw std::runtime_error("Cannot listen on " + address_ + " port " +
-                             std::to_string(options.port.value_or(kUsualPort)) + ": " +
-                             error.message());
+  if (options.port) {
+    listener_ = at(*options.port);
+    return;
   }
-  const std::unique_ptr<GSList, decltype(&g_slist_free)> sockets(
-      soup_server_get_listeners(server_.get()), g_slist_free);
-  const GObjectPtr<GSocketAddress> own(
-      g_socket_get_local_address(G_SOCKET(sockets->data), nullptr));
-  port_ = g_inet_socket_address_get_port(G_INET_SOCKET_ADDRESS(own.get()));
+  try {
+    listener_ = at(kUsualPort);
+  } catch (const std::runtime_error&) {
+    listener_ = at(0);
+  }
 }
 
-void WebServer::askForUser() {
-  const GObjectPtr<SoupAuthDomain> domain(soup_auth_domain_digest_new("realm", kRealm, nullptr));
-  soup_auth_domain_digest_set_auth_callback(domain.get(), Handlers::passwordOf, this, nullptr);
-  soup_auth_domain_add_path(domain.get(), "/");
-  soup_server_add_auth_domain(server_.get(), domain.get());
+void WebServer::accept(GObjectPtr<GSocket> socket) {
+  const GObjectPtr<GSocketAddress> remote(g_socket_get_remote_address(socket.get(), nullptr));
+  if (!remote) return;  // it has gone already
+  const GObjectPtr<GSocketAddress> local(g_socket_get_local_address(socket.get(), nullptr));
+  g_socket_set_option(socket.get(), IPPROTO_TCP, TCP_NODELAY, TRUE, nullptr);
+  const GObjectPtr<GSocketConnection> connection(
+      g_socket_connection_factory_create_connection(socket.get()));
+  if (!connections_.add(connection.get(), remote.get())) return;
+  soup_server_accept_iostream(server_.get(), G_IO_STREAM(connection.get()), local.get(),
+                              remote.get(), nullptr);
 }
 
-// Before the body is read.
+// Before the body is read, and before anything else: a page from elsewhere is not even told that a
+// user is asked for.
 void WebServer::check(SoupServerMessage* message) {
-  SoupMessageHeaders* headers = soup_server_message_get_request_headers(message);
+  connections_.enter(soup_server_message_get_remote_address(message), ConnectionStep_e::kBody);
   if (!origins_->isAllowed(header(message, "Host"), header(message, "Origin"))) {
-    refuse(message, SOUP_STATUS_FORBIDDEN, "The request was made from elsewhere");
-  } else if (soup_message_headers_get_encoding(headers) == SOUP_ENCODING_CONTENT_LENGTH &&
-             soup_message_headers_get_content_length(headers) > static_cast<goffset>(kMaxBody)) {
-    refuseBody(message);
+    return refuse(message, SOUP_STATUS_FORBIDDEN, "The request was made from elsewhere");
   }
+  SoupMessageHeaders* headers = soup_server_message_get_request_headers(message);
+  if (soup_message_headers_get_encoding(headers) == SOUP_ENCODING_CONTENT_LENGTH &&
+      soup_message_headers_get_content_length(headers) > static_cast<goffset>(kMaxBody)) {
+    return refuseBody(message);
+  }
+  if (!login_) return;
+  if (const auto challenge = login_->challengeFor(message)) askForUser(message, *challenge);
+}
+
+void WebServer::askForUser(SoupServerMessage* message, const std::string& challenge) {
+  refuse(message, SOUP_STATUS_UNAUTHORIZED, "A user is asked for");
+  soup_message_headers_replace(soup_server_message_get_response_headers(message),
+                               "WWW-Authenticate", challenge.c_str());
 }
 
 void WebServer::handle(SoupServerMessage* message, const std::string& path, GHashTable* fields) {
+  connections_.enter(soup_server_message_get_remote_address(message), ConnectionStep_e::kAnswer);
   if (path == kApiPath) {
     if (!isMethod(message, "POST")) return refuseMethod(message, "POST");
     return forward(message, path, fields);
@@ -244,7 +261,11 @@ void WebServer::forward(SoupServerMessage* message, const std::string& path, GHa
 }
 
 void WebServer::openStream(SoupServerMessage* message, Stream* stream) {
-  const GObjectPtr<GSocket> socket(G_SOCKET(g_object_ref(soup_server_message_get_socket(message))));
+  if (!connections_.hasRoomForStream()) {
+    return refuse(message, SOUP_STATUS_SERVICE_UNAVAILABLE, "Too many streams are read already");
+  }
+  connections_.enter(soup_server_message_get_remote_address(message), ConnectionStep_e::kStream);
+  const auto socket = connections_.socketOf(soup_server_message_get_remote_address(message));
   GObjectPtr<GIOStream> connection(soup_server_message_steal_connection(message));
   stream->readers->add(std::move(connection), socket.get(),
                        rawHead(SOUP_STATUS_OK, "text/event-stream") + "\r\n" + stream->opening());
@@ -260,7 +281,7 @@ void WebServer::refuseBody(SoupServerMessage* message) {
   const std::string body = errorJson("A request may have 1 MiB");
   const std::string answer = rawHead(SOUP_STATUS_REQUEST_ENTITY_TOO_LARGE, kJson) +
                              "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
-  const GObjectPtr<GSocket> socket(G_SOCKET(g_object_ref(soup_server_message_get_socket(message))));
+  const auto socket = connections_.socketOf(soup_server_message_get_remote_address(message));
   GObjectPtr<GIOStream> connection(soup_server_message_steal_connection(message));
   const auto place = refusals_.insert(refusals_.end(), nullptr);
   *place = std::make_unique<LingeringRefusal>(std::move(connection), socket.get(), answer,

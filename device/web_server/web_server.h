@@ -15,10 +15,13 @@
 
 #include "services/glib_ptr.h"
 #include "web_server/application_forwarder.h"
+#include "web_server/digest_login.h"
 #include "web_server/event_stream.h"
 #include "web_server/lingering_refusal.h"
 #include "web_server/origin_check.h"
 #include "web_server/static_files.h"
+#include "web_server/web_connections.h"
+#include "web_server/web_listener.h"
 #include "web_server/web_options.h"
 
 namespace device {
@@ -27,18 +30,20 @@ struct WebServerLimits {
   std::chrono::milliseconds answer = std::chrono::seconds(10);  // of the application
   std::chrono::microseconds heartbeat = std::chrono::seconds(15);
   std::size_t streamQueue = EventStream::kQueueLimit;  // bytes for one reader
+  std::chrono::milliseconds nonce = std::chrono::minutes(5);
+  ConnectionLimits connections;
 };
 
 // The device's web server, in the main loop of its thread: hands the application's requests to it,
 // sends streams of server-sent events and gives out the files of the page. Refusals of its own are
 // {"error":{"code":"HTTP","message":"..."}}:
 //
-//   401  no user, or a wrong password (where a user is asked for; without JSON)
+//   401  no user, or a wrong password (where a user is asked for)
 //   403  the request was made by a page from elsewhere
 //   404  nothing there
 //   405  another method than the path's
 //   413  a body above 1 MiB
-//   503  the application is not there, or has not answered in time
+//   503  the application is not there, or has not answered in time; too many streams
 class WebServer {
  public:
   static constexpr std::uint16_t kUsualPort = 8080;
@@ -58,7 +63,10 @@ class WebServer {
   // Offers a stream at a path; it lives as long as the server.
   EventStream& addStream(const std::string& path, Opening opening);
 
-  std::uint16_t port() const { return port_; }
+  std::uint16_t port() const { return listener_->port(); }
+
+  // How many there are at present.
+  std::size_t connections() const { return connections_.size(); }
 
   // "http://127.0.0.1:8080/"
   std::string url() const;
@@ -71,8 +79,9 @@ class WebServer {
   };
 
   void listen(const WebOptions& options);
-  void askForUser();
+  void accept(GObjectPtr<GSocket> socket);
   void check(SoupServerMessage* message);
+  void askForUser(SoupServerMessage* message, const std::string& challenge);
   void handle(SoupServerMessage* message, const std::string& path, GHashTable* fields);
   void forward(SoupServerMessage* message, const std::string& path, GHashTable* fields);
   void openStream(SoupServerMessage* message, Stream* stream);
@@ -81,13 +90,14 @@ class WebServer {
 
   WebServerLimits limits_;
   std::string address_;
-  std::uint16_t port_ = 0;
-  std::optional<WebUser> user_;
+  std::optional<DigestLogin> login_;
   std::optional<OriginCheck> origins_;
   StaticFiles files_;
   std::map<std::string, Stream> streams_;  // by path
   std::list<std::unique_ptr<LingeringRefusal>> refusals_;
+  WebConnections connections_;
   GObjectPtr<SoupServer> server_;
+  std::unique_ptr<WebListener> listener_;
   ApplicationForwarder forwarder_;  // before the server in the end, as it holds on to requests
 };
 

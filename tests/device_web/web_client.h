@@ -26,7 +26,8 @@ struct WebResponse {
 // One connection to a web server that lives in the same thread.
 class WebClient {
  public:
-  explicit WebClient(std::uint16_t port, int receiveBuffer = 0)
+  // source: a loopback address, from which it comes.
+  explicit WebClient(std::uint16_t port, int receiveBuffer = 0, const char* source = "127.0.0.1")
       : socket_(g_socket_new(G_SOCKET_FAMILY_IPV4, G_SOCKET_TYPE_STREAM, G_SOCKET_PROTOCOL_TCP,
                              nullptr)),
         host_("127.0.0.1:" + std::to_string(port)) {
@@ -34,6 +35,8 @@ class WebClient {
       setsockopt(g_socket_get_fd(socket_.get()), SOL_SOCKET, SO_RCVBUF, &receiveBuffer,
                  sizeof(receiveBuffer));
     }
+    const GObjectPtr<GSocketAddress> own(g_inet_socket_address_new_from_string(source, 0));
+    EXPECT_TRUE(g_socket_bind(socket_.get(), own.get(), FALSE, nullptr));
     const GObjectPtr<GSocketAddress> address(
         g_inet_socket_address_new_from_string("127.0.0.1", port));
     EXPECT_TRUE(g_socket_connect(socket_.get(), address.get(), nullptr, nullptr));

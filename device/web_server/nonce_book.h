@@ -1,0 +1,58 @@
+#ifndef DEVICE_WEB_SERVER_NONCE_BOOK_H
+#define DEVICE_WEB_SERVER_NONCE_BOOK_H
+
+#include <bitset>
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <string>
+
+namespace device {
+
+// The nonces of digest logins: each is good for some time, and each count of it once. A nonce
+// carries its time and a seal, so that only those that are used take memory: whoever asks for
+// nonces without end fills nothing.
+class NonceBook {
+ public:
+  using Clock = std::function<std::int64_t()>;  // microseconds, never back
+
+  static constexpr std::size_t kMaxUsed = 1024;  // nonces; beyond, the oldest are good no more
+  // Requests of a browser overtake each other: a count that is this far behind the greatest is
+  // late.
+  static constexpr std::size_t kWindow = 64;
+
+  NonceBook(std::chrono::microseconds lifetime, Clock clock);
+
+  std::string issue();
+
+  // True when the nonce is one of these, not too old, and has not been used with this count. Only
+  // for requests whose digest is right: it takes the memory of a used one.
+  bool use(const std::string& nonce, std::uint32_t count);
+
+ private:
+  class Counts {
+   public:
+    bool take(std::uint32_t count);
+
+   private:
+    std::uint32_t greatest_ = 0;
+    std::bitset<kWindow> taken_;  // counted back from the greatest
+  };
+
+  std::string sealOf(const std::string& stamp) const;
+  bool isOld(const std::string& stamp) const;
+  void forgetOld();
+
+  std::chrono::microseconds lifetime_;
+  Clock clock_;
+  std::string secret_;
+  std::uint64_t issued_ = 0;
+  std::map<std::string, Counts> used_;  // by stamp, the oldest first
+  std::string forgotten_;               // the youngest stamp that was forgotten before its time
+};
+
+}  // namespace device
+
+#endif

@@ -1,0 +1,135 @@
+#include "web_server/web_connections.h"
+
+#include <algorithm>
+
+namespace device {
+
+struct WebConnections::Connection {
+  WebConnections* owner;
+  GSocketConnection* stream;  // not owned
+  const GSocketAddress* remote;
+  std::string address;
+  ConnectionStep_e step;
+  GSourcePtr timer;
+
+  bool isOpen() const { return step != ConnectionStep_e::kEnded; }
+  bool isWaiting() const {
+    return step == ConnectionStep_e::kHeader || step == ConnectionStep_e::kBody;
+  }
+};
+
+namespace {
+
+std::string textOf(GSocketAddress* remote) {
+  const GCharPtr text(
+      g_inet_address_to_string(g_inet_socket_address_get_address(G_INET_SOCKET_ADDRESS(remote))));
+  return text.get();
+}
+
+}  // namespace
+
+WebConnections::WebConnections(const ConnectionLimits& limits) : limits_(limits) {}
+
+WebConnections::~WebConnections() {
+  for (Connection& connection : connections_) {
+    g_object_weak_unref(G_OBJECT(connection.stream), gone, &connection);
+  }
+}
+
+bool WebConnections::add(GSocketConnection* stream, GSocketAddress* remote) {
+  const std::string address = textOf(remote);
+  const auto isOfAddress = [&](const Connection& connection) {
+    return connection.address == address;
+  };
+  const auto isAny = [](const Connection&) { return true; };
+  if (count(isOfAddress) >= limits_.ofAddress && !endOldestWaiting(isOfAddress)) return false;
+  if (count(isAny) >= limits_.all && !endOldestWaiting(isAny)) return false;
+  Connection& connection = connections_.emplace_back(
+      Connection{this, stream, remote, address, ConnectionStep_e::kHeader, nullptr});
+  g_object_weak_ref(G_OBJECT(stream), gone, &connection);
+  enter(&connection, ConnectionStep_e::kHeader);
+  return true;
+}
+
+void WebConnections::enter(GSocketAddress* remote, ConnectionStep_e step) {
+  const auto found = std::ranges::find(connections_, remote, &Connection::remote);
+  if (found != connections_.end() && found->isOpen()) enter(&*found, step);
+}
+
+GObjectPtr<GSocket> WebConnections::socketOf(GSocketAddress* remote) const {
+  const auto found = std::ranges::find(connections_, remote, &Connection::remote);
+  if (found == connections_.end()) return nullptr;
+  GSocket* socket = g_socket_connection_get_socket(found->stream);
+  return GObjectPtr<GSocket>(G_SOCKET(g_object_ref(socket)));
+}
+
+void WebConnections::makeRoom() {
+  endOldestWaiting([](const Connection&) { return true; });
+}
+
+bool WebConnections::hasRoomForStream() const {
+  return count([](const Connection& connection) {
+           return connection.step == ConnectionStep_e::kStream;
+         }) < limits_.streams;
+}
+
+std::size_t WebConnections::size() const {
+  return count([](const Connection&) { return true; });
+}
+
+void WebConnections::gone(gpointer data, GObject*) {
+  const auto* connection = static_cast<const Connection*>(data);
+  connection->owner->connections_.remove_if(
+      [&](const Connection& candidate) { return &candidate == connection; });
+}
+
+gboolean WebConnections::late(gpointer data) {
+  auto* connection = static_cast<Connection*>(data);
+  connection->owner->enter(connection, ConnectionStep_e::kEnded);
+  return G_SOURCE_REMOVE;
+}
+
+std::size_t WebConnections::count(const Condition& condition) const {
+  return static_cast<std::size_t>(std::ranges::count_if(
+      connections_,
+      [&](const Connection& connection) { return connection.isOpen() && condition(connection); }));
+}
+
+bool WebConnections::endOldestWaiting(const Condition& condition) {
+  const auto oldest = std::ranges::find_if(connections_, [&](const Connection& connection) {
+    return connection.isWaiting() && condition(connection);
+  });
+  if (oldest == connections_.end()) return false;
+  enter(&*oldest, ConnectionStep_e::kEnded);
+  return true;
+}
+
+std::chrono::milliseconds WebConnections::limitOf(ConnectionStep_e step) const {
+  switch (step) {
+    case ConnectionStep_e::kHeader:
+      return limits_.header;
+    case ConnectionStep_e::kBody:
+      return limits_.body;
+    case ConnectionStep_e::kAnswer:
+      return limits_.answer;
+    default:
+      return {};
+  }
+}
+
+void WebConnections::enter(Connection* connection, ConnectionStep_e step) {
+  connection->step = step;
+  connection->timer.reset();
+  if (step == ConnectionStep_e::kEnded) {
+    // The library reads the end and closes; the descriptor stays its own until then.
+    g_socket_shutdown(g_socket_connection_get_socket(connection->stream), TRUE, TRUE, nullptr);
+    return;
+  }
+  const auto limit = limitOf(step);
+  if (limit.count() == 0) return;
+  connection->timer.reset(g_timeout_source_new(static_cast<guint>(limit.count())));
+  g_source_set_callback(connection->timer.get(), late, connection, nullptr);
+  g_source_attach(connection->timer.get(), g_main_context_get_thread_default());
+}
+
+}  // namespace device
