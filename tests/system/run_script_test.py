@@ -1,9 +1,19 @@
 """What script/run promises beside the following itself."""
 
+import pathlib
 import subprocess
+import tempfile
 
 from namespace import REPOSITORY
 from run_script import RunTest
+
+
+BUILD = """rule touch
+  command = touch $out
+build sentrelvideo: touch
+build virtual_device: touch
+build video_scene_subscriber: touch
+"""
 
 
 class RunScriptTest(RunTest):
@@ -38,6 +48,35 @@ class RunScriptTest(RunTest):
         settings = (self.state / "sentrelvideo.json").read_text(encoding="utf-8")
         self.assertIn('"sentrel_enabled":true', settings)
         self.assertIn('"return_to_home_enabled":true', settings)
+
+    def test_building_is_told_when_something_is_built(self):
+        self.run_for(1)  # whatever there was to build is built
+        self.assertNotIn("building", self.run_for(1).text())
+
+    def test_building_is_told_once_and_before_it_ends(self):
+        # A build of its own, in which only touching files is work.
+        with tempfile.TemporaryDirectory() as folder:
+            pathlib.Path(folder, "build.ninja").write_text(BUILD, encoding="utf-8")
+            self.assertEqual(1, self.output_with(folder).count("run: building in "))
+            self.assertEqual(0, self.output_with(folder).count("run: building in "))
+            pathlib.Path(folder, "sentrelvideo").unlink()
+            self.assertEqual(1, self.output_with(folder).count("run: building in "))
+
+    def test_build_that_fails_is_told_with_its_reason(self):
+        with tempfile.TemporaryDirectory() as folder:
+            broken = BUILD.replace("touch $out", "echo the reason && false")
+            pathlib.Path(folder, "build.ninja").write_text(broken, encoding="utf-8")
+            result = self.run_with(folder)
+            self.assertEqual(1, result.returncode)
+            self.assertIn("the reason", result.stderr)
+
+    def run_with(self, build):
+        """Of a build in which the programs are empty files, so that nothing can be started."""
+        command = [REPOSITORY / "script" / "run", "--build", build, "--state", self.state]
+        return subprocess.run(command, capture_output=True, text=True)
+
+    def output_with(self, build):
+        return self.run_with(build).stdout
 
     def test_unknown_option_is_refused(self):
         result = subprocess.run([REPOSITORY / "script" / "run", "--no-such-option"],
