@@ -4,6 +4,7 @@ import errno
 import http.client
 import json
 import os
+import re
 import resource
 import select
 import socket
@@ -11,6 +12,7 @@ import time
 
 from camera import CameraTest
 from journal import PATIENCE, wait_until
+from namespace import REPOSITORY
 from web import API, PAGE, EventStream, Web, document
 
 HEADER = 10.0  # seconds that a client has for its request
@@ -20,6 +22,7 @@ WITHIN = 1.0  # seconds in which each of a crowd is answered
 CROWD = 100
 MULTITUDE = 2000
 PLACES = 256  # of one address
+UNIT = REPOSITORY / "packaging" / "device" / "sentrelvideo-virtual-device.service"
 REQUEST = b"GET / HTTP/1.1\r\nHost: 127.0.0.1:%d\r\n\r\n"
 
 
@@ -161,7 +164,8 @@ class WebLoadTest(CameraTest):
         self.assertEqual(0, self.daemon.end())
 
     def test_two_thousand_clients_at_once_leave_a_server_that_answers(self):
-        self.serve()
+        limit = re.search(r"^LimitNOFILE=(\d+)$", UNIT.read_text(encoding="utf-8"), re.MULTILINE)
+        self.serve(descriptors=int(limit[1]))
         self.assert_serves()
         before = self.descriptors()
         clients = self.connect_at_once(MULTITUDE)
