@@ -5,27 +5,12 @@
 
 import assert from 'node:assert/strict';
 import { mkdirSync, writeFileSync } from 'node:fs';
-import { createRequire } from 'node:module';
 import path from 'node:path';
 import { after, before, test } from 'node:test';
 
+import { BUILD, launch } from './browser.mjs';
 import { DeviceRun, REPOSITORY } from './device_run.mjs';
 
-const BUILD = path.resolve(process.env.SENTREL_BUILD);
-const { chromium } = createRequire(path.join(BUILD, 'browser/package.json'))('playwright-core');
-
-const BROWSER = {
-  executablePath: '/usr/bin/chromium',
-  args: [
-    '--no-sandbox',
-    '--disable-gpu',
-    '--disable-quic',
-    '--no-first-run',
-    '--disable-background-networking',
-    '--disable-component-update',
-    '--disable-sync',
-  ],
-};
 const PATIENCE = 90_000; // milliseconds; more than a machine that is busy needs
 const SAMPLES = 120;
 const SAMPLE_PERIOD = 250; // milliseconds: half a minute altogether
@@ -63,7 +48,7 @@ const areaOf = ({ triggers }) => triggers.find(({ type }) => type === 'includeAr
 
 before(async () => {
   url = await run.address();
-  browser = await chromium.launch(BROWSER);
+  browser = await launch();
   page = await browser.newPage({ viewport: { width: 1400, height: 900 }, colorScheme: 'light' });
   page.setDefaultTimeout(PATIENCE);
   await page.goto(url);
