@@ -136,6 +136,16 @@ class ScriptTestTest(unittest.TestCase):
         self.assertEqual(["--preset release --parallel 4 --no-tests=error --tests-regex Clock"],
                          self.calls("ctest"))
 
+    def test_only_what_a_named_test_needs_is_built(self):
+        daemon_and_device = " sentrelvideo virtual_device video_scene_subscriber"
+        for pattern, targets in ((r"^app_tests\.ClockTest\.Runs$", " app_tests"),
+                                 (r"^system\.StopTest\.test_sighup$", daemon_and_device),
+                                 (r"^system\.A\.b$|^app_tests\.A\.b$", ""),
+                                 (r"^fuzz\.handshake$", ""), ("Clock", ""), ("app_tests", "")):
+            with self.subTest(pattern=pattern):
+                self.run_script("--only", pattern)
+                self.assertEqual(f"-C build/release{targets}", self.calls("ninja")[-1])
+
     def test_busy_keeps_every_processor_busy_until_the_tests_end(self):
         self.run_script("--busy")
         others = self.calls("beside")
