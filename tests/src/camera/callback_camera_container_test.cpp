@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstring>
+#include <future>
 #include <map>
 #include <thread>
 
@@ -450,6 +451,12 @@ class MuteSceneServiceTest : public CallbackCameraContainerTest {
     module().whileSubscribing = nullptr;
   }
 
+  // Whether the timer service has nobody to call: ids begin at 0 then.
+  bool isTimerIdle() {
+    wait(2 * TICK);
+    return IntervalTimerObservable::registerObserver([](std::int32_t) {}, PERIOD) == 0;
+  }
+
   static long count(const Texts& calls, const std::string& call) {
     return std::count(calls.begin(), calls.end(), call);
   }
@@ -508,8 +515,9 @@ TEST_F(MuteSceneServiceTest, ACameraThatGoesCutsItsAttemptShort) {
   configure({2});
   EXPECT_EQ(module().takeCalls(), Texts({"unsubscribe 0", "delete 0"}));
   EXPECT_EQ(module().alive(), 1);
+  EXPECT_TRUE(isTimerIdle()) << "its attempt is over, and no other is to come";
   wait(2 * ONE_PERIOD);
-  EXPECT_TRUE(module().takeCalls().empty()) << "nobody asks for it any more";
+  EXPECT_TRUE(module().takeCalls().empty());
 }
 
 TEST_F(MuteSceneServiceTest, ACameraThatComesBackIsSubscribedAnew) {
@@ -534,6 +542,7 @@ TEST_F(MuteSceneServiceTest, ShuttingDownCutsAllAttemptsShort) {
     EXPECT_EQ(count(calls, call), 1) << call;
   }
   EXPECT_EQ(calls.back(), "close");
+  EXPECT_TRUE(isTimerIdle());
 }
 
 TEST_F(MuteSceneServiceTest, AnAttemptThatDoesNotWaitYetIsCutShortWhenItDoes) {
@@ -578,6 +587,42 @@ TEST_F(MuteSceneServiceTest, AStreamThatEndsBeforeItsAttemptIsAskedForAgain) {
   wait(ONE_PERIOD);
   EXPECT_EQ(module().takeCalls(), Texts({"delete 0", "create 0", "subscribe 0"}));
   wait(ONE_PERIOD);
+  EXPECT_TRUE(module().takeCalls().empty());
+}
+
+// ---- A subscription on its own ----
+
+TEST_F(MuteSceneServiceTest, NoAttemptBeginsAfterTheEnd) {
+  SceneSubscription subscription;
+  subscription.end();
+  bool hasBegun = false;
+  EXPECT_TRUE(subscription.start([&] { hasBegun = true; }));
+  subscription.end();
+  EXPECT_FALSE(hasBegun);
+}
+
+TEST_F(MuteSceneServiceTest, OnceTheEndHasBegunTheModuleIsNotAskedAnyMore) {
+  SceneSubscription subscription;
+  int result = -1;
+  std::promise<void> hasBegun;
+  subscription.start([&] {
+    EXPECT_NE(subscription.obtainSubscriber(1, nullptr), nullptr);
+    result = subscription.subscribe();
+    hasBegun.set_value();
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (result == 0 && std::chrono::steady_clock::now() < deadline) {
+      result = subscription.subscribe();
+    }
+  });
+  hasBegun.get_future().wait();
+  subscription.end();
+  EXPECT_EQ(result, VIDEO_SCENE_SUBSCRIBER_FAILED);
+  EXPECT_EQ(module().alive(), 0);
+}
+
+TEST_F(MuteSceneServiceTest, WithoutASubscriberNothingIsAsked) {
+  SceneSubscription subscription;
+  EXPECT_EQ(subscription.subscribe(), VIDEO_SCENE_SUBSCRIBER_FAILED);
   EXPECT_TRUE(module().takeCalls().empty());
 }
 
