@@ -60,11 +60,11 @@ class CheckLayersTest(unittest.TestCase):
 
     def test_headers_of_the_host_libraries_are_out_of_reach(self):
         self.write("src/main.cpp", '#include "scene/encoder.h"\n')
-        self.assert_fault("src/main.cpp:1: scene/encoder.h is not the daemon's")
+        self.assert_fault("src/main.cpp:1: scene/encoder.h is not of src")
 
     def test_headers_of_the_device_are_out_of_reach_in_angle_brackets_too(self):
         self.write("src/main.cpp", "#include <head/head.h>\n")
-        self.assert_fault("src/main.cpp:1: head/head.h is not the daemon's")
+        self.assert_fault("src/main.cpp:1: head/head.h is not of src")
 
     def test_platform_header_wins_over_one_of_the_host_of_the_same_name(self):
         self.write("platform/host/geometry/gm.h", "")
@@ -73,6 +73,61 @@ class CheckLayersTest(unittest.TestCase):
     def test_new_folder_has_to_be_given_its_place(self):
         self.write("src/extra/thing.h", "")
         self.assert_fault("src/extra/thing.h:1: extra has no place in the order of folders")
+
+    def test_files_that_include_each_other_are_a_fault(self):
+        self.write("src/ptz/regulator.h", '#include "ptz/pid.h"\n')
+        self.write("src/ptz/pid.cpp", '#include "ptz/pid.h"\n#include "ptz/regulator.h"\n')
+        self.assert_fault("src/ptz/pid.h:1: files include each other: "
+                          "ptz/pid -> ptz/regulator -> ptz/pid")
+
+    def test_cycle_over_three_files_is_told_once(self):
+        self.write("src/ptz/a.h", '#include "ptz/b.h"\n')
+        self.write("src/ptz/b.h", '#include "ptz/c.h"\n')
+        self.write("src/ptz/c.h", '#include "ptz/a.h"\n')
+        self.assert_fault("src/ptz/a.h:1: files include each other: "
+                          "ptz/a -> ptz/b -> ptz/c -> ptz/a")
+
+    def test_header_that_its_own_source_includes_is_no_cycle(self):
+        self.write("src/ptz/pid.cpp", '#include "ptz/pid.h"\n')
+        self.assertEqual((0, ""), self.check())
+
+    def test_every_tree_stands_on_the_floor(self):
+        self.write("base/glib_ptr.h", "")
+        for user in ("src/ptz/pid.h", "platform/host/scene/encoder.h", "device/head/head.h"):
+            self.write(user, '#include "base/glib_ptr.h"\n')
+        self.assertEqual((0, ""), self.check())
+
+    def test_floor_stands_on_nothing_of_the_house(self):
+        self.write("base/glib_ptr.h", '#include "app/clock.h"\n')
+        self.assert_fault("base/glib_ptr.h:1: app/clock.h is not of base")
+
+    def test_floor_does_not_know_the_device(self):
+        self.write("base/glib_ptr.h", "#include <gm.h>\n")
+        self.write("platform/host/geometry/gm.h", "")
+        self.assert_fault("base/glib_ptr.h:1: gm.h is not of base")
+
+    def test_device_has_an_order_of_folders_too(self):
+        self.write("device/services/lens.h", "")
+        self.write("device/head/head.h", '#include "services/lens.h"\n')
+        self.assert_fault("device/head/head.h:1: head is below services and may not include "
+                          "services/lens.h")
+
+    def test_libraries_of_the_host_have_one_too(self):
+        self.write("platform/host/ovevent/event.h", "")
+        self.write("platform/host/bus/client.h", '#include "ovevent/event.h"\n')
+        self.assert_fault("platform/host/bus/client.h:1: bus is below ovevent and may not include "
+                          "ovevent/event.h")
+
+    def test_device_knows_nothing_of_the_daemon(self):
+        self.write("device/head/head.h", '#include "ptz/pid.h"\n')
+        self.assert_fault("device/head/head.h:1: ptz/pid.h is not of device")
+
+    def test_device_shares_the_wire_with_the_libraries_and_nothing_else(self):
+        self.write("platform/host/ovhttp/wire.h", "")
+        self.write("device/head/head.h", '#include "ovhttp/wire.h"\n')
+        self.assertEqual((0, ""), self.check())
+        self.write("device/head/head.h", '#include "scene/encoder.h"\n')
+        self.assert_fault("device/head/head.h:1: scene/encoder.h is not of device")
 
     def test_folder_without_sources_is_an_error(self):
         with tempfile.TemporaryDirectory() as empty:
