@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
+#include "base/json_auto_ptr.h"
 #include "camera/configuration_parser.h"
 #include "config/constants.h"
-#include "config/json_auto_ptr.h"
 #include "fuzz/configuration_rules.h"
 #include "fuzz/daemon.h"
 #include "fuzz/require.h"

@@ -19,11 +19,11 @@
 #include <utility>
 #include <vector>
 
+#include "base/json_auto_ptr.h"
 #include "camera/configuration_parser.h"
 #include "cgi/cgi_callback.h"
 #include "cgi/tracker_cgi_handler.h"
 #include "config/constants.h"
-#include "config/json_auto_ptr.h"
 #include "fuzz/configuration_rules.h"
 #include "fuzz/daemon.h"
 #include "fuzz/require.h"

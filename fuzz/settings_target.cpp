@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "config/json_auto_ptr.h"
+#include "base/json_auto_ptr.h"
 #include "config/persistent.h"
 #include "fakes/log_capture.h"
 #include "fuzz/fake_storage.h"

@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "addon/libs/vigil_pack_lib/factory/guard_factory.h"
+#include "base/json_auto_ptr.h"
 #include "camera/configuration_parser_i.h"
-#include "config/json_auto_ptr.h"
 
 // What parsing has in common for all kinds of guards.
 class ConfigurationParserBase : public ConfigurationParserI {

@@ -4,8 +4,8 @@
 #include <string>
 #include <utility>
 
+#include "base/json_auto_ptr.h"
 #include "cgi/status_text.h"
-#include "config/json_auto_ptr.h"
 #include "config/status_exception.h"
 
 // What became of a request.

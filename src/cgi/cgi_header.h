@@ -4,7 +4,7 @@
 #include <string>
 
 #include "app/api_version_handler.h"
-#include "config/json_auto_ptr.h"
+#include "base/json_auto_ptr.h"
 #include "config/status_exception.h"
 
 // What every request begins with, and what its answer begins with.

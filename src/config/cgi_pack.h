@@ -1,9 +1,9 @@
 #ifndef CONFIG_CGI_PACK_H
 #define CONFIG_CGI_PACK_H
 
+#include "base/json_auto_ptr.h"
 #include "config/data_boundaries.h"
 #include "config/default_values.h"
-#include "config/json_auto_ptr.h"
 
 // Builds the description of what a configuration may hold, for clients that let people edit one:
 // {"profiles": {...}, "presets": {...}, "triggers": [...], "filters": [...]}.

@@ -3,8 +3,8 @@
 
 #include <string>
 
+#include "base/json_auto_ptr.h"
 #include "config/default_values.h"
-#include "config/json_auto_ptr.h"
 
 // Builds the configuration document of a device that has none: every camera with one profile that
 // watches almost the whole picture. Never throws; a step that fails is logged and its piece is

@@ -7,8 +7,8 @@
 #include <cstdlib>
 #include <memory>
 
+#include "base/json_auto_ptr.h"
 #include "config/constants.h"
-#include "config/json_auto_ptr.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "config/json_auto_ptr.h"
+#include "base/json_auto_ptr.h"
 
 // Decodes a text and keeps the document.
 class JsonParser {

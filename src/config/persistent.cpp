@@ -6,8 +6,8 @@
 #include <initializer_list>
 #include <utility>
 
+#include "base/json_auto_ptr.h"
 #include "config/constants.h"
-#include "config/json_auto_ptr.h"
 #include "config/json_file.h"
 
 namespace {

@@ -11,7 +11,7 @@
 
 #include "addon/libs/vigil_pack_lib/factory/area_guard_factory.h"
 #include "addon/libs/vigil_pack_lib/guard/area_guard.h"
-#include "config/json_auto_ptr.h"
+#include "base/json_auto_ptr.h"
 #include "config/status_exception.h"
 #include "src/addon/objects.h"
 #include "src/addon/profiles.h"

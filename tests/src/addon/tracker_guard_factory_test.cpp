@@ -7,7 +7,7 @@
 #include <memory>
 #include <string>
 
-#include "config/json_auto_ptr.h"
+#include "base/json_auto_ptr.h"
 #include "config/persistent.h"
 #include "config/status_exception.h"
 #include "fakes/fake_ptz_library.h"

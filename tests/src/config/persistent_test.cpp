@@ -11,7 +11,7 @@
 #include <random>
 #include <string>
 
-#include "config/json_auto_ptr.h"
+#include "base/json_auto_ptr.h"
 #include "fakes/log_capture.h"
 #include "src/config/json_memory.h"
 #include "src/config/temporary_folder.h"

@@ -8,7 +8,7 @@
 #include <string>
 
 #include "app/interval_timer_observable.h"
-#include "config/json_auto_ptr.h"
+#include "base/json_auto_ptr.h"
 #include "config/status_exception.h"
 #include "src/tracker/tracker_fixture.h"
 #include "tracker/tracker_area_guard.h"

@@ -1,4 +1,4 @@
-#include "config/json_auto_ptr.h"
+#include "base/json_auto_ptr.h"
 
 #include <gtest/gtest.h>
 

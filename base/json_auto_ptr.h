@@ -1,5 +1,5 @@
-#ifndef CONFIG_JSON_AUTO_PTR_H
-#define CONFIG_JSON_AUTO_PTR_H
+#ifndef BASE_JSON_AUTO_PTR_H
+#define BASE_JSON_AUTO_PTR_H
 
 #include <jansson.h>
 

@@ -1,0 +1,59 @@
+// Owners for what GLib and GIO hand out.
+#ifndef BASE_GLIB_PTR_H
+#define BASE_GLIB_PTR_H
+
+#include <gio/gio.h>
+#include <glib.h>
+
+#include <memory>
+#include <string>
+
+template <auto RELEASE>
+struct GDeleter {
+  template <typename T>
+  void operator()(T* pointer) const {
+    RELEASE(pointer);
+  }
+};
+
+template <typename T>
+using GObjectPtr = std::unique_ptr<T, GDeleter<g_object_unref>>;
+
+using GVariantPtr = std::unique_ptr<GVariant, GDeleter<g_variant_unref>>;
+using GErrorPtr = std::unique_ptr<GError, GDeleter<g_error_free>>;
+using GTextPtr = std::unique_ptr<char, GDeleter<g_free>>;
+
+// A source of a main context, destroyed with its owner; destroying it from its own callback is
+// allowed.
+struct GSourceDeleter {
+  void operator()(GSource* source) const {
+    g_source_destroy(source);
+    g_source_unref(source);
+  }
+};
+using GSourcePtr = std::unique_ptr<GSource, GSourceDeleter>;
+
+// For arguments of type GError**: pass out(), then ask message().
+class ErrorSlot {
+ public:
+  ErrorSlot() = default;
+  ErrorSlot(const ErrorSlot&) = delete;
+  ErrorSlot& operator=(const ErrorSlot&) = delete;
+  ~ErrorSlot() { g_clear_error(&error); }
+
+  // Forgets what an earlier call has left.
+  GError** out() {
+    g_clear_error(&error);
+    return &error;
+  }
+  bool isSet() const { return error != nullptr; }
+  const GError* get() const { return error; }
+
+  // Never empty: a call that failed without telling why has an "unknown error".
+  std::string message() const { return error != nullptr ? error->message : "unknown error"; }
+
+ private:
+  GError* error = nullptr;
+};
+
+#endif

@@ -1,0 +1,41 @@
+#include "base/glib_ptr.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+void fail(GError** error, const char* message) {
+  g_set_error_literal(error, G_IO_ERROR, G_IO_ERROR_FAILED, message);
+}
+
+TEST(ErrorSlotTest, TellsWhatACallHasLeft) {
+  ErrorSlot error;
+  EXPECT_FALSE(error.isSet());
+  fail(error.out(), "broken");
+  EXPECT_TRUE(error.isSet());
+  EXPECT_EQ(error.message(), "broken");
+  EXPECT_TRUE(g_error_matches(error.get(), G_IO_ERROR, G_IO_ERROR_FAILED));
+}
+
+TEST(ErrorSlotTest, AFailureWithoutAReasonHasAnUnknownOne) {
+  EXPECT_EQ(ErrorSlot().message(), "unknown error");
+}
+
+TEST(ErrorSlotTest, TheNextCallBeginsWithoutTheErrorOfTheLast) {
+  ErrorSlot error;
+  fail(error.out(), "first");
+  fail(error.out(), "second");
+  EXPECT_EQ(error.message(), "second");
+  error.out();
+  EXPECT_FALSE(error.isSet());
+}
+
+TEST(GSourcePtrTest, ItsSourceIsDestroyedWithIt) {
+  GSource* source = g_idle_source_new();
+  g_source_ref(source);
+  GSourcePtr(source).reset();
+  EXPECT_TRUE(g_source_is_destroyed(source));
+  g_source_unref(source);
+}
+
+}  // namespace
