@@ -254,7 +254,12 @@ struct Settings {
   }
 };
 
-// The profile that a request names.
+// Whether a request names a profile, be it one that there may be.
+bool namesNumber(Json request) {
+  return json_is_integer(json_object_get(paramsOf(request), "profile"));
+}
+
+// The profile that a request names; nothing for a number that no uid can be.
 std::optional<int> profileOf(Json request) {
   const Json profile = json_object_get(paramsOf(request), "profile");
   const json_int_t uid = json_integer_value(profile);
@@ -459,7 +464,7 @@ class Judge {
   void checkStartDrawing() {
     if (paramsOf(request_.get()) == nullptr) return expectNoChange(MALFORMED);
     const auto profile = profileOf(request_.get());
-    if (!profile) return expectNoChange(MISSING);
+    if (!profile) return expectNoChange(namesNumber(request_.get()) ? INVALID : MISSING);
     if (!before_.profiles.contains(*profile)) return expectNoChange(CONTRADICTION);
     before_.drawing = *profile;
     expectNoChange(SUCCESS);
@@ -468,7 +473,7 @@ class Judge {
   void checkAlarm() {
     if (paramsOf(request_.get()) == nullptr) return expectNoChange(MALFORMED);
     const auto profile = profileOf(request_.get());
-    if (!profile) return expectNoChange(MISSING);
+    if (!profile) return expectNoChange(namesNumber(request_.get()) ? INVALID : MISSING);
     expectNoChange(before_.profiles.contains(*profile) ? SUCCESS : INVALID);
   }
 
