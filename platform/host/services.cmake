@@ -18,8 +18,7 @@ function(inner_library name)
   target_link_libraries(${name} PUBLIC platform_headers ${arg_LINK} PRIVATE sentrel_options)
 endfunction()
 
-inner_library(service_client bus/service_client.cpp bus/system_bus.cpp)
-inner_library(local_socket socket/local_socket.cpp)
+inner_library(service_client bus/service_client.cpp LINK base)
 
 platform_library(ovparameter ovparameter/ovparameter.cpp LINK service_client)
 only_exports(ovparameter ov_parameter_)
@@ -36,12 +35,12 @@ only_exports(scene scene_)
 inner_library(scene_encoder scene/scene_encoder.cpp)
 
 inner_library(ovhttp_wire ovhttp/wire.cpp)
-inner_library(ovhttp_server ovhttp/http_server.cpp LINK ovhttp_wire local_socket Threads::Threads)
+inner_library(ovhttp_server ovhttp/http_server.cpp LINK ovhttp_wire base Threads::Threads)
 platform_library(ovhttp ovhttp/ovhttp.cpp LINK ovhttp_server)
 only_exports(ovhttp ov_http_)
 
 inner_library(scene_subscriber subscriber/scene_subscriber.cpp
-              LINK scene local_socket Threads::Threads)
+              LINK scene base Threads::Threads)
 add_library(video_scene_subscriber MODULE subscriber/video_scene_subscriber.cpp)
 set_target_properties(video_scene_subscriber PROPERTIES PREFIX ""
                       OUTPUT_NAME libvideo_scene_subscriber SUFFIX .so.0)

@@ -20,7 +20,7 @@
 #include "ovhttp/http_server.h"
 #include "ovhttp/wire.h"
 #include "platform_services/temporary_folder.h"
-#include "socket/local_socket.h"
+#include "base/local_socket.h"
 
 namespace {
 

@@ -26,7 +26,7 @@
 #include "platform_services/temporary_folder.h"
 #include "scene.h"
 #include "scene/scene_encoder.h"
-#include "socket/local_socket.h"
+#include "base/local_socket.h"
 
 namespace {
 

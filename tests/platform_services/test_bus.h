@@ -12,7 +12,7 @@
 #include <thread>
 #include <utility>
 
-#include "bus/g_ptr.h"
+#include "base/glib_ptr.h"
 #include "fakes/dbus_daemon.h"
 
 constexpr std::chrono::seconds kLongEnough{30};

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "bus/system_bus.h"
+#include "base/system_bus.h"
 
 namespace {
 

@@ -16,7 +16,7 @@
 #include <mutex>
 #include <string>
 
-#include "bus/g_ptr.h"
+#include "base/glib_ptr.h"
 
 class ServiceClient {
  public:

@@ -8,7 +8,7 @@
 #include <variant>
 #include <vector>
 
-#include "bus/g_ptr.h"
+#include "base/glib_ptr.h"
 
 using EventValue = std::variant<int, bool, double, std::string>;
 

@@ -15,8 +15,8 @@
 #include <utility>
 #include <vector>
 
-#include "bus/g_ptr.h"
-#include "socket/local_socket.h"
+#include "base/glib_ptr.h"
+#include "base/local_socket.h"
 
 namespace {
 

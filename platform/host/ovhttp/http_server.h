@@ -10,7 +10,7 @@
 
 #include "ovhttp.h"
 #include "ovhttp/wire.h"
-#include "socket/file_descriptor.h"
+#include "base/file_descriptor.h"
 
 class HttpServer {
  public:

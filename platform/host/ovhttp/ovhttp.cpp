@@ -6,7 +6,7 @@
 #include <string>
 #include <utility>
 
-#include "bus/g_ptr.h"
+#include "base/glib_ptr.h"
 #include "ovhttp/http_server.h"
 
 struct OVHttpHandler {

@@ -1,6 +1,6 @@
 #include "ovhttp/wire.h"
 
-#include "bus/g_ptr.h"
+#include "base/glib_ptr.h"
 
 namespace {
 

@@ -15,7 +15,7 @@
 #include <utility>
 
 #include "scene.h"
-#include "socket/local_socket.h"
+#include "base/local_socket.h"
 
 namespace {
 

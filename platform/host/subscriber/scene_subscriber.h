@@ -20,7 +20,7 @@
 #include <string>
 #include <thread>
 
-#include "socket/file_descriptor.h"
+#include "base/file_descriptor.h"
 #include "video_scene_subscriber.h"
 
 inline constexpr const char* kSubscriberSocket = "/var/run/strata/subscriber";
