@@ -146,8 +146,9 @@ class FilmCamera : public Camera {
 Batch prepareFrame(Profiles kind, std::size_t people, std::size_t profiles) {
   prepareSurroundings();
   constexpr double WIDEST_VIEW = 63.4;  // degrees, of an ordinary head
-  SuperObjectManager::setMaxObjectSize(WIDEST_VIEW,
-                                       WIDEST_VIEW / static_cast<double>(ASPECT_RATIO));
+  Tracker::getInstance().setWidestView(
+      {WIDEST_VIEW, WIDEST_VIEW / static_cast<double>(ASPECT_RATIO)});
+  Tracker::releaseInstance();
   auto camera = std::make_shared<FilmCamera>(kind, profiles);
   return filmBatch(people, profiles, [camera](const SceneFrame& frame) { camera->show(frame); });
 }

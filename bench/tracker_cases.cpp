@@ -39,7 +39,7 @@ MoteObject objectInGrid(int index, std::int64_t time) {
 class Tracked {
  public:
   Tracked(int count, double view) : tracker(Tracker::getInstance()) {
-    SuperObjectManager::setMaxObjectSize(view, view / static_cast<double>(ASPECT_RATIO));
+    tracker.setWidestView({view, view / static_cast<double>(ASPECT_RATIO)});
     setHead(0.0, -20.8, 1);
     tracker.setState(Tracker::CameraState::running);
     tracker.addCamera(CAMERA);
@@ -100,9 +100,8 @@ Batch prepareUpdate(int count, double view) {
 // The grouping alone.
 Batch prepareGrouping(int count) {
   prepareSurroundings();
-  SuperObjectManager::setMaxObjectSize(NARROW_VIEW,
-                                       NARROW_VIEW / static_cast<double>(ASPECT_RATIO));
   auto manager = std::make_shared<SuperObjectManager>();
+  manager->setMaxObjectSize({NARROW_VIEW, NARROW_VIEW / static_cast<double>(ASPECT_RATIO)});
   for (int i = 0; i < count; ++i) {
     manager->updateSingleObject({.channel = 0,
                                  .id = i + 1,

@@ -37,21 +37,21 @@ bool isAtTuningPosition(const PtzHeadStatus& status) {
 
 }  // namespace
 
-Autotuner::Autotuner(PtzHead& head, Regulator& regulator, AutotuneListener& listener)
-    : head(head), regulator(regulator), listener(listener) {}
+Autotuner::Autotuner(PtzHead& head, Regulator& regulator) : head(head), regulator(regulator) {}
 
 void Autotuner::start() {
   autotuneStep = GO_TO_ZOOM_CHECK;
   autotuneRetryCount = 0;
 }
 
-bool Autotuner::step() {
+AutotuneFinding Autotuner::step() {
+  AutotuneFinding finding;
   switch (autotuneStep) {
     case GO_TO_ZOOM_CHECK:
       goToZoomCheck();
       break;
     case CHECK_ZOOM:
-      checkZoom();
+      finding.zoomCorrection = checkZoom();
       break;
     case WAIT_FOR_POSITION:
       waitForPosition();
@@ -60,7 +60,7 @@ bool Autotuner::step() {
       startRelay();
       break;
     case RUN_RELAY:
-      runRelay();
+      finding.hasGains = runRelay();
       break;
     case FAILED:
       handleFailure();
@@ -69,11 +69,12 @@ bool Autotuner::step() {
       head.ptzMove(TUNING_PAN, PtzHead::ABSOLUTE, FINAL_TILT, PtzHead::ABSOLUTE, WIDEST_ZOOM,
                    PtzHead::ABSOLUTE);
       autotuneStep = IDLE;
-      return true;
+      finding.isFinished = true;
+      break;
     default:
       syslog(LOG_ERR, "Autotuning internal error\n");
   }
-  return false;
+  return finding;
 }
 
 void Autotuner::goToZoomCheck() {
@@ -92,26 +93,27 @@ bool Autotuner::hasWaitedTooLong(const char* message) {
   return true;
 }
 
-void Autotuner::checkZoom() {
+// Nothing while the head is on its way or counts its zoom in no known way.
+std::optional<double> Autotuner::checkZoom() {
   PtzHeadStatus status;
   if (hasWaitedTooLong("Failed to go to autotune zoom check position\n") ||
       !head.getStatus(status)) {
     autotuneStep = FAILED;
-    return;
+    return std::nullopt;
   }
   if (!isAtTuningPosition(status)) {
-    return;
+    return std::nullopt;
   }
   for (const ZoomReport& report : ZOOM_REPORTS) {
     if (status.zoom >= report.low && status.zoom <= report.high) {
-      listener.zoomCorrectionFound(report.correction);
       head.ptzMove(TUNING_PAN, PtzHead::ABSOLUTE, TUNING_TILT, PtzHead::ABSOLUTE, WIDEST_ZOOM,
                    PtzHead::ABSOLUTE);
       autotuneWaitCount = 0;
       autotuneStep = WAIT_FOR_POSITION;
-      return;
+      return report.correction;
     }
   }
+  return std::nullopt;
 }
 
 void Autotuner::waitForPosition() {
@@ -135,26 +137,25 @@ void Autotuner::startRelay() {
   autotuneStep = RUN_RELAY;
 }
 
-void Autotuner::runRelay() {
+// True when both axes have been tuned.
+bool Autotuner::runRelay() {
   PtzHeadStatus status;
   if (!head.getStatus(status)) {
     autotuneStep = FAILED;
-    return;
+    return false;
   }
   // An axis that times out gets no speed.
   double panSpeed = 0.0;
   double tiltSpeed = 0.0;
+  bool isTuned = false;
   if (regulator.autotuneRun(status.pan, status.tilt, panSpeed, tiltSpeed)) {
-    if (regulator.autotuned()) {
-      listener.gainsFound();
-      autotuneRetryCount = 0;
-      autotuneStep = FINISH;
-    } else {
-      autotuneStep = FAILED;
-    }
+    isTuned = regulator.autotuned();
+    autotuneRetryCount = isTuned ? 0 : autotuneRetryCount;
+    autotuneStep = isTuned ? FINISH : FAILED;
   }
   head.ptzMove(panSpeed, PtzHead::CONTINUOUS, tiltSpeed, PtzHead::CONTINUOUS, 0,
                PtzHead::CONTINUOUS);
+  return isTuned;
 }
 
 void Autotuner::handleFailure() {

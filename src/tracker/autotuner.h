@@ -2,20 +2,16 @@
 #define TRACKER_AUTOTUNER_H
 
 #include <cstdint>
+#include <optional>
 
+#include "ptz/ptz_head.h"
 #include "ptz/regulator.h"
-#include "tracker/ptz_head.h"
 
-// What an autotune run finds out, told as it goes.
-class AutotuneListener {
- public:
-  virtual ~AutotuneListener() = default;
-
-  // How the head counts its zoom.
-  virtual void zoomCorrectionFound(double correction) = 0;
-
-  // The regulator's autotune gains are good.
-  virtual void gainsFound() = 0;
+// What a step of an autotune run has found out.
+struct AutotuneFinding {
+  std::optional<double> zoomCorrection;  // how the head counts its zoom
+  bool hasGains = false;                 // the regulator's autotune gains are good
+  bool isFinished = false;               // the last step has been done
 };
 
 // Makes the controllers fit an unknown head, one step at a call: goes to a position of known zoom
@@ -25,13 +21,13 @@ class AutotuneListener {
 class Autotuner {
  public:
   // All must outlive the tuner.
-  Autotuner(PtzHead& head, Regulator& regulator, AutotuneListener& listener);
+  Autotuner(PtzHead& head, Regulator& regulator);
 
   // Begins at the first step with no failed run.
   void start();
 
-  // One step; true when the last one has been done.
-  bool step();
+  // One step and what it has found.
+  AutotuneFinding step();
 
   // 1 to 7 while tuning, 0 when idle.
   std::int32_t getStep() const { return autotuneStep; }
@@ -49,16 +45,15 @@ class Autotuner {
   };
 
   void goToZoomCheck();
-  void checkZoom();
+  std::optional<double> checkZoom();
   void waitForPosition();
   void startRelay();
-  void runRelay();
+  bool runRelay();
   void handleFailure();
   bool hasWaitedTooLong(const char* message);
 
   PtzHead& head;
   Regulator& regulator;
-  AutotuneListener& listener;
   std::int32_t autotuneStep = IDLE;
   std::int32_t autotuneWaitCount = 0;
   std::int32_t autotuneRetryCount = 0;

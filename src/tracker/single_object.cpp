@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "app/clock.h"
-#include "tracker/super_object_manager.h"
 
 namespace {
 
@@ -50,10 +49,6 @@ void SingleObject::updatePosition() {
   right = pan + width / 2.0;
   top = tilt + height / 2.0;
   bottom = tilt - height / 2.0;
-}
-
-bool SingleObject::sizeValid() const {
-  return SuperObjectManager::objectSizeValid(width, height);
 }
 
 std::int32_t SingleObject::inactivityTime() const {

@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "geometry/point_f.h"
+#include "tracker/widest_view.h"
 
 // One object of one channel in the head's angles. Angles are degrees: pan is circular, -180 to 180,
 // tilt is not.
@@ -33,8 +34,7 @@ class SingleObject {
     return channel == otherChannel && id == otherId;
   }
 
-  // Whether it fits into the head's widest view.
-  bool sizeValid() const;
+  bool sizeValid(const WidestView& view) const { return view.holds(width, height); }
 
   // Age of the observation in the mixed units in which it always was counted.
   // Only for tests.

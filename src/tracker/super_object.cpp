@@ -7,7 +7,6 @@
 
 #include "app/clock.h"
 #include "ptz/bearing.h"
-#include "tracker/super_object_manager.h"
 
 namespace {
 
@@ -23,23 +22,25 @@ void SuperObject::add(std::unique_ptr<SingleObject> single) {
   isPositionStale = true;
 }
 
-bool SuperObject::updateSingleObject(const SingleObject::Observation& observation) {
+bool SuperObject::updateSingleObject(const SingleObject::Observation& observation,
+                                     const WidestView& view) {
   const auto member = std::ranges::find_if(singles, [&](const auto& single) {
     return single->isObject(observation.channel, observation.id);
   });
   if (member == singles.end()) {
     return false;
   }
-  updateMember(**member, observation);
+  updateMember(**member, observation, view);
   return true;
 }
 
-bool SuperObject::updateMember(SingleObject& member, const SingleObject::Observation& observation) {
+bool SuperObject::updateMember(SingleObject& member, const SingleObject::Observation& observation,
+                               const WidestView& view) {
   if (singles.size() == 1) {
     current();  // the position that stays should the last member go
   }
   member.update(observation);
-  const bool isStillMember = member.sizeValid();
+  const bool isStillMember = member.sizeValid(view);
   if (!isStillMember) {
     std::erase_if(singles, [&member](const auto& single) { return single.get() == &member; });
   }
@@ -113,20 +114,20 @@ void SuperObject::internalUpdatePosition() const {
   position = next;
 }
 
-bool SuperObject::sizeValid() const {
-  return SuperObjectManager::objectSizeValid(getWidth(), getHeight());
+bool SuperObject::sizeValid(const WidestView& view) const {
+  return view.holds(getWidth(), getHeight());
 }
 
-bool SuperObject::sizeValid(const SingleObject& single) const {
-  return fitsWith(single.getLeft(), single.getRight(), single.getTop(), single.getBottom());
+bool SuperObject::sizeValid(const SingleObject& single, const WidestView& view) const {
+  return fitsWith(single.getLeft(), single.getRight(), single.getTop(), single.getBottom(), view);
 }
 
-bool SuperObject::sizeValid(const SuperObject& other) const {
-  return fitsWith(other.getLeft(), other.getRight(), other.getTop(), other.getBottom());
+bool SuperObject::sizeValid(const SuperObject& other, const WidestView& view) const {
+  return fitsWith(other.getLeft(), other.getRight(), other.getTop(), other.getBottom(), view);
 }
 
-bool SuperObject::fitsWith(double otherLeft, double otherRight, double otherTop,
-                           double otherBottom) const {
+bool SuperObject::fitsWith(double otherLeft, double otherRight, double otherTop, double otherBottom,
+                           const WidestView& view) const {
   const Position& own = current();
   double unionLeft = 0.0;
   double unionRight = 0.0;
@@ -134,7 +135,7 @@ bool SuperObject::fitsWith(double otherLeft, double otherRight, double otherTop,
   Bearing::boundsInPlace(edges, unionLeft, unionRight);
   const double unionWidth = Bearing::clockwiseDiff(unionLeft, unionRight);
   const double unionHeight = std::max(own.top, otherTop) - std::min(own.bottom, otherBottom);
-  return SuperObjectManager::objectSizeValid(unionWidth, unionHeight);
+  return view.holds(unionWidth, unionHeight);
 }
 
 double SuperObject::trackedTime(std::int64_t now) const {

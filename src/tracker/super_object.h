@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "tracker/single_object.h"
+#include "tracker/widest_view.h"
 
 // A group of objects that are close enough together to be framed as one. Angles are degrees.
 class SuperObject {
@@ -22,10 +23,11 @@ class SuperObject {
   // Takes the observation to the member that it is of: the member is renewed, or dropped when it
   // has become too large. False when no member is meant.
   // Only for tests.
-  bool updateSingleObject(const SingleObject::Observation& observation);
+  bool updateSingleObject(const SingleObject::Observation& observation, const WidestView& view);
 
   // The same for a member that the caller has found; whether it is still a member.
-  bool updateMember(SingleObject& member, const SingleObject::Observation& observation);
+  bool updateMember(SingleObject& member, const SingleObject::Observation& observation,
+                    const WidestView& view);
 
   // Drop members; answer whether any was dropped.
   bool removeSingleObject(std::int32_t channel, std::int32_t id);
@@ -38,9 +40,9 @@ class SuperObject {
   Singles takeAll();
 
   // Whether the group, or its union with another box, fits into the head's widest view.
-  bool sizeValid() const;
-  bool sizeValid(const SingleObject& single) const;
-  bool sizeValid(const SuperObject& other) const;
+  bool sizeValid(const WidestView& view) const;
+  bool sizeValid(const SingleObject& single, const WidestView& view) const;
+  bool sizeValid(const SuperObject& other, const WidestView& view) const;
 
   bool empty() const { return singles.empty(); }
   std::size_t size() const { return singles.size(); }
@@ -86,7 +88,8 @@ class SuperObject {
     }
     return position;
   }
-  bool fitsWith(double otherLeft, double otherRight, double otherTop, double otherBottom) const;
+  bool fitsWith(double otherLeft, double otherRight, double otherTop, double otherBottom,
+                const WidestView& view) const;
   void internalUpdatePosition() const;
 
   template <typename Predicate>

@@ -23,18 +23,6 @@ bool sortByPriorityAndUntrackedTime(const std::unique_ptr<SuperObject>& a,
 
 }  // namespace
 
-double SuperObjectManager::m_maxHorizontalObjectSize = 60.0;
-double SuperObjectManager::m_maxVerticalObjectSize = 45.0;
-
-bool SuperObjectManager::objectSizeValid(double width, double height) {
-  return width <= m_maxHorizontalObjectSize && height <= m_maxVerticalObjectSize;
-}
-
-void SuperObjectManager::setMaxObjectSize(double horizontal, double vertical) {
-  m_maxHorizontalObjectSize = horizontal;
-  m_maxVerticalObjectSize = vertical;
-}
-
 double SuperObjectManager::getPanDelta(double a, double b) {
   const double min = std::min(a, b);
   const double max = std::max(a, b);
@@ -63,7 +51,7 @@ void SuperObjectManager::updateSingleObject(const SingleObject::Observation& obs
     return;
   }
   const auto [group, single] = known->second;
-  if (!group->updateMember(*single, observation)) {
+  if (!group->updateMember(*single, observation, widestView)) {
     members.erase(known);
     if (group->empty()) {
       removeEmptySuperObjects();
@@ -72,11 +60,11 @@ void SuperObjectManager::updateSingleObject(const SingleObject::Observation& obs
 }
 
 void SuperObjectManager::addSingleObject(std::unique_ptr<SingleObject> single) {
-  if (!single->sizeValid()) {
+  if (!single->sizeValid(widestView)) {
     return;
   }
   const auto fitting = std::ranges::find_if(
-      superObjects, [&single](const auto& group) { return group->sizeValid(*single); });
+      superObjects, [&](const auto& group) { return group->sizeValid(*single, widestView); });
   if (fitting != superObjects.end()) {
     place(std::move(single), **fitting);
     return;
@@ -133,7 +121,7 @@ void SuperObjectManager::updateSuperObjects() {
 void SuperObjectManager::splitSuperObjects() {
   SuperObject::Singles held;
   for (const auto& group : superObjects) {
-    if (!group->sizeValid() && group->size() >= 2) {
+    if (!group->sizeValid(widestView) && group->size() >= 2) {
       for (auto& single : group->takeAll()) {
         held.push_back(std::move(single));
       }
@@ -165,10 +153,10 @@ void SuperObjectManager::measureSuperObjects() {
 // True only when the union of both certainly exceeds the widest view: an arc that holds two
 // bearings is no shorter than the short way between them. That asks for bearings within one turn of
 // each other; around the seam they may not be.
-bool SuperObjectManager::cannotFit(const Extent& a, const Extent& b) {
+bool SuperObjectManager::cannotFit(const Extent& a, const Extent& b) const {
   constexpr double FULL_TURN = 360.0;
   constexpr double ROUNDING = 1e-6;  // degrees, far more than the arithmetic may be off
-  if (std::max(a.top, b.top) - std::min(a.bottom, b.bottom) > m_maxVerticalObjectSize) {
+  if (std::max(a.top, b.top) - std::min(a.bottom, b.bottom) > widestView.m_maxVerticalObjectSize) {
     return true;
   }
   const double low = std::min(std::min(a.left, a.right), std::min(b.left, b.right));
@@ -176,9 +164,10 @@ bool SuperObjectManager::cannotFit(const Extent& a, const Extent& b) {
   if (high - low > FULL_TURN) {
     return false;
   }
-  const auto isTooFar = [](double one, double other) {
+  const auto isTooFar = [this](double one, double other) {
     const double distance = std::abs(one - other);
-    return std::min(distance, FULL_TURN - distance) > m_maxHorizontalObjectSize + ROUNDING;
+    return std::min(distance, FULL_TURN - distance) >
+           widestView.m_maxHorizontalObjectSize + ROUNDING;
   };
   return isTooFar(a.left, b.right) || isTooFar(a.right, b.left) || isTooFar(a.left, b.left) ||
          isTooFar(a.right, b.right);
@@ -199,7 +188,7 @@ bool SuperObjectManager::mergeInto(std::size_t index) {
   SuperObject& group = *superObjects[index];
   bool hasMerged = false;
   for (std::size_t j = index + 1; j < superObjects.size(); ++j) {
-    if (cannotFit(extents[index], extents[j]) || !group.sizeValid(*superObjects[j])) {
+    if (cannotFit(extents[index], extents[j]) || !group.sizeValid(*superObjects[j], widestView)) {
       continue;
     }
     while (!superObjects[j]->empty()) {

@@ -9,16 +9,20 @@
 
 #include "tracker/single_object.h"
 #include "tracker/super_object.h"
+#include "tracker/widest_view.h"
 
 // Keeps every object that the cameras report in the head's angles, groups those that fit together
 // into the head's widest view, and answers which group to follow now. Angles are degrees. No lock:
 // used under the tracker's mutex.
 class SuperObjectManager {
  public:
-  // Whether an object of that size fits into the head's widest view (the bounds are inclusive):
-  // 60.0 by 45.0 degrees until the head is known.
-  static bool objectSizeValid(double width, double height);
-  static void setMaxObjectSize(double horizontal, double vertical);
+  // Whether an object of that size fits into the head's widest view.
+  bool objectSizeValid(double width, double height) const {
+    return widestView.holds(width, height);
+  }
+
+  // Holds for what is updated, added and grouped from now on.
+  void setMaxObjectSize(const WidestView& view) { widestView = view; }
 
   // How far two pans are apart, the short way round.
   static double getPanDelta(double a, double b);
@@ -70,7 +74,7 @@ class SuperObjectManager {
   };
 
   static std::uint64_t keyOf(std::int32_t channel, std::int32_t id);
-  static bool cannotFit(const Extent& a, const Extent& b);
+  bool cannotFit(const Extent& a, const Extent& b) const;
 
   void place(std::unique_ptr<SingleObject> single, SuperObject& group);
   void splitSuperObjects();
@@ -82,9 +86,7 @@ class SuperObjectManager {
   const SuperObject* selectNearest(double pan, double tilt);
   const SuperObject* selectInTurn();
 
-  static double m_maxHorizontalObjectSize;
-  static double m_maxVerticalObjectSize;
-
+  WidestView widestView;
   std::vector<std::unique_ptr<SuperObject>> superObjects;
   std::unordered_map<std::uint64_t, Member> members;  // by channel and id
   std::vector<Extent> extents;                        // of superObjects, while groups are joined

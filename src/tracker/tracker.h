@@ -3,23 +3,21 @@
 
 #include <atomic>
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <mutex>
-#include <set>
 #include <string>
-#include <utility>
 
 #include "app/thread.h"
+#include "ptz/ptz_head.h"
 #include "ptz/ptz_remote_travo.h"
 #include "ptz/regulator.h"
-#include "ptz/video_channels.h"
 #include "scene/tracking_object.h"
 #include "tracker/autotuner.h"
-#include "tracker/ptz_head.h"
-#include "tracker/super_object_manager.h"
+#include "tracker/head_follower.h"
+#include "tracker/homing.h"
+#include "tracker/observations.h"
+#include "tracker/pid_following.h"
 #include "tracker/tracker_events.h"
-#include "tracker/zoom_scale.h"
 
 // Steers the PTZ head: a thread of its own asks every 100 ms which of the objects that guards have
 // handed over is to be followed, and commands the head's speeds so that it stays in view.
@@ -28,10 +26,11 @@
 //              connecting -> autotuning -> running   an unknown head
 //   any -> stopped
 //
-// Guards call track, untrack, addCamera and removeCamera on scene threads; the API calls the
-// setters and enableSentrel on its own; the mutex covers selection and channels. update, connect
-// and autotune belong to the tracker's thread.
-class Tracker : public Thread, private AutotuneListener {
+// Thread, states and settings are here; what guards report is in Observations, how the head follows
+// in HeadFollower. Guards call track, untrack, addCamera and removeCamera on scene threads; the API
+// calls the setters and enableSentrel on its own. update, connect and autotune belong to the
+// tracker's thread.
+class Tracker : public Thread, private Steering {
  public:
   enum class CameraState : std::int32_t {
     stopped = 0,
@@ -47,22 +46,20 @@ class Tracker : public Thread, private AutotuneListener {
 
   ~Tracker() override;
 
-  // Adds a user of a camera (from 1). False when its geometry is not known (yet).
-  bool addCamera(int camera);
-
-  // Drops a user; the last one takes the camera's objects along.
-  void removeCamera(int camera);
-
-  // Takes an observation of an object. Ignored for a camera that was not added; an object too large
-  // for the head's widest view is dropped. profileId ranks objects: the higher the more important.
-  void track(int camera, int profileId, const TrackingObject& object);
-
-  // Forgets an object.
-  void untrack(int camera, int objectId);
-
-  // Several guards may watch an object: it is forgotten when the last one that holds it lets go.
-  void hold(int camera, int objectId, const void* holder);
-  void letGo(int camera, int objectId, const void* holder);
+  // What guards report, as Observations has it. profileId ranks objects: the higher the more
+  // important.
+  bool addCamera(int camera) { return observations.addCamera(camera); }
+  void removeCamera(int camera) { observations.removeCamera(camera); }
+  void track(int camera, int profileId, const TrackingObject& object) {
+    observations.track(camera, profileId, object);
+  }
+  void untrack(int camera, int objectId) { observations.untrack(camera, objectId); }
+  void hold(int camera, int objectId, const void* holder) {
+    observations.hold(camera, objectId, holder);
+  }
+  void letGo(int camera, int objectId, const void* holder) {
+    observations.letGo(camera, objectId, holder);
+  }
 
   // Turns the head to the middle of a camera's picture for one step. On the tracker's thread only.
   // Only for developers: no request leads to it.
@@ -79,16 +76,19 @@ class Tracker : public Thread, private AutotuneListener {
   std::string getStateString() const;
 
   // Settings; each is stored when it changes.
-  bool getSwitchObject() const;
+  bool getSwitchObject() const { return observations.getSwitchObject(); }
   void setSwitchObject(bool on);
-  int getTimePerObject() const;  // seconds
+  int getTimePerObject() const { return observations.getTimePerObject(); }  // seconds
   void setTimePerObject(int seconds);
-  bool getReturnToHomeEnabled() const { return returnToHomeEnabled; }
+  bool getReturnToHomeEnabled() const { return homing.isEnabled(); }
   void setReturnToHomeEnabled(bool on);
-  int getReturnToHomeTimeout() const { return returnToHomeTimeout; }  // seconds
+  int getReturnToHomeTimeout() const { return homing.getTimeout(); }  // seconds
   void setReturnToHomeTimeout(int seconds);
-  double getZoomCorrectionValue() const { return zoomScale.zoomCorrection; }
+  double getZoomCorrectionValue() const { return optics.zoomScale.zoomCorrection; }
   void setZoomCorrectionValue(double correction);
+
+  // The head's widest view, as connect reads it: what does not fit is not followed.
+  void setWidestView(const WidestView& view) { observations.setWidestView(view); }
 
   // One step in each state.
   void connect();
@@ -107,44 +107,35 @@ class Tracker : public Thread, private AutotuneListener {
   void sendStateEvent();
   bool changeState(CameraState from, CameraState to);
   static bool wasSwitchedOff(CameraState before, CameraState after);
-  void stopForGood();
   bool readHead();
-  void zoomCorrectionFound(double correction) override;
-  void gainsFound() override;
+  void takeGains();
 
-  bool readStatus(PtzHeadStatus& status);
-  void updateTarget(const PtzHeadStatus& status);
-  void stopFollowing();
-  void commandHead(double multiplier);
-  double calculateTargetMultiplier(const SuperObject& target) const;
-  void returnToHomeIfTimeout();
-  void ptzGotoHome();
+  // Steering
+  bool isActive() const override { return events.isSentrelingActive(); }
+  void tell(bool active) override { events.sendIsSentrelingEvent(active); }
+  bool mayGoHome() const override { return state == CameraState::running; }
 
   static std::unique_ptr<Tracker> s_tracker;
   static std::int32_t s_referenceCount;
   static std::mutex s_instanceMutex;
 
-  mutable std::recursive_mutex mutex;  // guards selection and channels
   std::atomic<CameraState> state{CameraState::stopped};
-  std::unique_ptr<SuperObjectManager> superObjectManager;
-  std::unique_ptr<Regulator> regulator;
-  VideoChannels videoChannels;
-  std::map<std::pair<int, int>, std::set<const void*>> holders;  // by camera and object
-  std::unique_ptr<PtzRemoteTravo> ptzRemote;
-  PtzHead head;
-  std::unique_ptr<Autotuner> autotuner;
-  std::string cameraName;     // the head for which the stored gains were tuned
-  std::string productNumber;  // the head at hand
-  std::atomic<bool> returnToHomeEnabled{false};
-  std::atomic<std::int32_t> returnToHomeTimeout{5};  // seconds
-  std::atomic<std::int64_t> returnToHomeTime{0};     // of the last movement; 0 when disarmed
-  ZoomScale zoomScale;
-  double aspectRatio = 1.33;
   std::mutex stateEventMutex;  // orders the state events
   TrackerEvents events;
-  std::int64_t lastZoomCommandTime = 0;  // of the last absolute zoom; 0 when none
-  int statusFailures = 0;                // in a row
-  bool isStopOwed = false;               // the one after many of them did not get through
+
+  Observations observations;
+  Homing homing;
+
+  // The tracker's thread's alone, but for the head and for what cuts a question to it short.
+  PtzHead head;
+  std::unique_ptr<PtzRemoteTravo> ptzRemote;
+  Regulator regulator;
+  PidFollowing following{regulator};
+  HeadFollower follower{head, following, homing, *this};
+  Autotuner autotuner{head, regulator};
+  HeadOptics optics;
+  std::string cameraName;     // the head for which the stored gains were tuned
+  std::string productNumber;  // the head at hand
 };
 
 #endif

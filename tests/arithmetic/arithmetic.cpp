@@ -28,7 +28,7 @@
 #include "ptz/regulator.h"
 #include "scene/scene_encoder.h"
 #include "tracker/super_object.h"
-#include "tracker/zoom_scale.h"
+#include "ptz/zoom_scale.h"
 
 namespace {
 

@@ -19,15 +19,6 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-class Listener : public AutotuneListener {
- public:
-  void zoomCorrectionFound(double correction) override { corrections.push_back(correction); }
-  void gainsFound() override { ++gains; }
-
-  std::vector<double> corrections;
-  int gains = 0;
-};
-
 class AutotunerTest : public testing::Test {
  protected:
   AutotunerTest() {
@@ -43,7 +34,12 @@ class AutotunerTest : public testing::Test {
   // One step and what it commanded.
   std::vector<FakePtzLibrary::Move> step() {
     FakePtzLibrary::clearMoves();
-    isFinished = tuner.step();
+    const AutotuneFinding finding = tuner.step();
+    if (finding.zoomCorrection) {
+      corrections.push_back(*finding.zoomCorrection);
+    }
+    gains += finding.hasGains ? 1 : 0;
+    isFinished = finding.isFinished;
     clock.set(clock.now() + 50'000);
     return FakePtzLibrary::moves();
   }
@@ -66,14 +62,15 @@ class AutotunerTest : public testing::Test {
   const LogCapture log;
   PtzHead head;
   Regulator regulator;
-  Listener listener;
-  Autotuner tuner{head, regulator, listener};
+  Autotuner tuner{head, regulator};
+  std::vector<double> corrections;
+  int gains = 0;  // how often they were found
   bool isFinished = false;
 };
 
 TEST_F(AutotunerTest, BeginsAtTheFirstStep) {
   EXPECT_EQ(tuner.getStep(), 1);
-  Autotuner idle(head, regulator, listener);
+  Autotuner idle(head, regulator);
   EXPECT_EQ(idle.getStep(), 0);
 }
 
@@ -100,11 +97,11 @@ TEST_P(ZoomCheckTest, SeesHowTheHeadCountsItsZoom) {
   const std::vector<FakePtzLibrary::Move> moves = step();
   if (GetParam().correction == 0.0) {
     EXPECT_THAT(moves, IsEmpty());
-    EXPECT_THAT(listener.corrections, IsEmpty());
+    EXPECT_THAT(corrections, IsEmpty());
     EXPECT_EQ(tuner.getStep(), 2);
   } else {
     EXPECT_THAT(moves, ElementsAre(IsMove(0.0, 1, -45.0, 1, 1, 1)));
-    EXPECT_THAT(listener.corrections, ElementsAre(GetParam().correction));
+    EXPECT_THAT(corrections, ElementsAre(GetParam().correction));
     EXPECT_EQ(tuner.getStep(), 3);
   }
 }
@@ -230,7 +227,7 @@ TEST_F(AutotunerTest, AHeadThatSwingsIsTunedAndSentToItsRestingPlace) {
     pending.pop_front();
   }
   ASSERT_EQ(tuner.getStep(), 7);
-  EXPECT_EQ(listener.gains, 1);
+  EXPECT_EQ(gains, 1);
   EXPECT_TRUE(regulator.autotuned());
   EXPECT_EQ(last[0].panKind, 3);
   EXPECT_THAT(step(), ElementsAre(IsMove(0.0, 1, -3.6, 1, 1, 1)));
@@ -250,7 +247,7 @@ TEST_F(AutotunerTest, ARelayThatTimesOutStopsTheHeadAndFails) {
   EXPECT_EQ(tuner.getStep(), 6);
   EXPECT_GT(steps * 0.05, 25.0);
   EXPECT_THAT(last, ElementsAre(IsMove(0.0, 3, 0.0, 3, 0, 3)));
-  EXPECT_EQ(listener.gains, 0);
+  EXPECT_EQ(gains, 0);
 }
 
 class FailureTest : public AutotunerTest {
@@ -280,7 +277,7 @@ TEST_F(FailureTest, ARunIsRepeatedTwiceAndThenGivenUp) {
   EXPECT_EQ(failuresLogged("PAN "), 0);
   EXPECT_THAT(step(), ElementsAre(IsMove(0.0, 1, -3.6, 1, 1, 1)));
   EXPECT_TRUE(isFinished);
-  EXPECT_EQ(listener.gains, 0);
+  EXPECT_EQ(gains, 0);
 }
 
 TEST_F(FailureTest, AStartCountsFailuresAnew) {
@@ -295,7 +292,7 @@ TEST_F(FailureTest, AStartCountsFailuresAnew) {
 }
 
 TEST_F(AutotunerTest, ATunerThatIsIdleIsAnInternalError) {
-  Autotuner idle(head, regulator, listener);
+  Autotuner idle(head, regulator);
   idle.step();
   EXPECT_TRUE(LogCapture::has("Autotuning internal error\n"));
   EXPECT_THAT(FakePtzLibrary::moves(), IsEmpty());

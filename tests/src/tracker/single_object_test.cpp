@@ -5,14 +5,13 @@
 #include <cstdint>
 
 #include "fakes/fake_clock.h"
-#include "tracker/super_object_manager.h"
 
 namespace {
 
+constexpr WidestView VIEW;
+
 class SingleObjectTest : public testing::Test {
  protected:
-  SingleObjectTest() { SuperObjectManager::setMaxObjectSize(60.0, 45.0); }
-
   static SingleObject::Observation observation(PointF velocity = {}) {
     return {.channel = 2,
             .id = 7,
@@ -91,12 +90,12 @@ TEST_F(SingleObjectTest, SizesUpToTheWidestViewAreValid) {
   SingleObject::Observation size = observation();
   size.width = 60.0;
   size.height = 45.0;
-  EXPECT_TRUE(SingleObject(size).sizeValid());
+  EXPECT_TRUE(SingleObject(size).sizeValid(VIEW));
   size.width = 60.1;
-  EXPECT_FALSE(SingleObject(size).sizeValid());
+  EXPECT_FALSE(SingleObject(size).sizeValid(VIEW));
   size.width = 60.0;
   size.height = 45.1;
-  EXPECT_FALSE(SingleObject(size).sizeValid());
+  EXPECT_FALSE(SingleObject(size).sizeValid(VIEW));
 }
 
 // Microseconds less whole seconds, as 32 bits, in thousands.

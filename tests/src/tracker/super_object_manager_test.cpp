@@ -72,19 +72,18 @@ class SuperObjectManagerTest : public testing::Test {
 // ---- Sizes and angles ----
 
 TEST_F(SuperObjectManagerTest, BeforeTheHeadIsKnownObjectsOf60By45DegreesAreAccepted) {
-  EXPECT_TRUE(SuperObjectManager::objectSizeValid(60.0, 45.0));
-  EXPECT_FALSE(SuperObjectManager::objectSizeValid(60.000001, 45.0));
-  EXPECT_FALSE(SuperObjectManager::objectSizeValid(60.0, 45.000001));
+  EXPECT_TRUE(manager.objectSizeValid(60.0, 45.0));
+  EXPECT_FALSE(manager.objectSizeValid(60.000001, 45.0));
+  EXPECT_FALSE(manager.objectSizeValid(60.0, 45.000001));
   observe(1, {.width = 60.0, .height = 45.0});
   EXPECT_EQ(groups(), (Groups{{1}}));
 }
 
 TEST_F(SuperObjectManagerTest, TheWidestViewReplacesTheLimits) {
-  SuperObjectManager::setMaxObjectSize(30.0, 20.0);
-  EXPECT_TRUE(SuperObjectManager::objectSizeValid(30.0, 20.0));
-  EXPECT_FALSE(SuperObjectManager::objectSizeValid(30.1, 20.0));
-  EXPECT_FALSE(SuperObjectManager::objectSizeValid(30.0, 20.1));
-  SuperObjectManager::setMaxObjectSize(60.0, 45.0);
+  manager.setMaxObjectSize({30.0, 20.0});
+  EXPECT_TRUE(manager.objectSizeValid(30.0, 20.0));
+  EXPECT_FALSE(manager.objectSizeValid(30.1, 20.0));
+  EXPECT_FALSE(manager.objectSizeValid(30.0, 20.1));
 }
 
 TEST_F(SuperObjectManagerTest, PanDeltaIsMeasuredAcrossTheSeam) {
@@ -466,7 +465,7 @@ class PlainGroups {
         continue;
       }
       member->update(observation);
-      if (!member->sizeValid()) {
+      if (!member->sizeValid(view)) {
         group.erase(member);
       }
       dropEmpty();
@@ -491,10 +490,10 @@ class PlainGroups {
 
   void regroup() {
     std::vector<SingleObject> held;
-    std::erase_if(groups, [&held](const Group& group) {
+    std::erase_if(groups, [this, &held](const Group& group) {
       const Extent box = boxOf(group);
-      if (group.size() < 2 || SuperObjectManager::objectSizeValid(std::abs(box.left - box.right),
-                                                                  std::abs(box.top - box.bottom))) {
+      if (group.size() < 2 ||
+          view.holds(std::abs(box.left - box.right), std::abs(box.top - box.bottom))) {
         return false;
       }
       held.insert(held.end(), group.begin(), group.end());
@@ -535,18 +534,19 @@ class PlainGroups {
   }
 
   std::vector<Group> groups;
+  WidestView view;
 
  private:
-  static bool fits(const Extent& a, const Extent& b) {
+  bool fits(const Extent& a, const Extent& b) const {
     double left = 0.0;
     double right = 0.0;
     Bearing::bounds({a.left, a.right, b.left, b.right}, left, right);
-    return SuperObjectManager::objectSizeValid(
-        Bearing::clockwiseDiff(left, right), std::max(a.top, b.top) - std::min(a.bottom, b.bottom));
+    return view.holds(Bearing::clockwiseDiff(left, right),
+                      std::max(a.top, b.top) - std::min(a.bottom, b.bottom));
   }
 
   void add(const SingleObject& single) {
-    if (!single.sizeValid()) {
+    if (!single.sizeValid(view)) {
       return;
     }
     const Extent own{single.getLeft(), single.getRight(), single.getTop(), single.getBottom()};
@@ -566,8 +566,6 @@ class PlainGroups {
 
 class GroupingTest : public SuperObjectManagerTest, public testing::WithParamInterface<int> {
  protected:
-  ~GroupingTest() override { SuperObjectManager::setMaxObjectSize(60.0, 45.0); }
-
   int number(int low, int high) { return std::uniform_int_distribution<int>(low, high)(random); }
   double angle(double low, double high) {
     return std::uniform_real_distribution<double>(low, high)(random);
@@ -590,13 +588,18 @@ class GroupingTest : public SuperObjectManagerTest, public testing::WithParamInt
     }
   }
 
+  void takeAnyView() {
+    plain.view = {angle(5.0, 75.0), angle(10.0, 60.0)};
+    manager.setMaxObjectSize(plain.view);
+  }
+
   std::mt19937 random{static_cast<unsigned>(GetParam())};
   PlainGroups plain;
 };
 
 // Pans beyond the seam, too: objects are led by their velocity without being folded.
 TEST_P(GroupingTest, GroupsAreThoseOfThePlainRules) {
-  SuperObjectManager::setMaxObjectSize(angle(5.0, 75.0), angle(10.0, 60.0));
+  takeAnyView();
   for (int i = 0; i < 1500; ++i) {
     const int channel = number(0, 2);
     const int id = 100 * channel + number(0, 25);
@@ -618,7 +621,7 @@ TEST_P(GroupingTest, GroupsAreThoseOfThePlainRules) {
         break;
       case 4:
         if (number(0, 9) == 0) {
-          SuperObjectManager::setMaxObjectSize(angle(5.0, 75.0), angle(10.0, 60.0));
+          takeAnyView();
         }
         break;
       default: {

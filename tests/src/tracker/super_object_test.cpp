@@ -6,14 +6,13 @@
 #include <memory>
 
 #include "fakes/fake_clock.h"
-#include "tracker/super_object_manager.h"
 
 namespace {
 
+constexpr WidestView VIEW;
+
 class SuperObjectTest : public testing::Test {
  protected:
-  SuperObjectTest() { SuperObjectManager::setMaxObjectSize(60.0, 45.0); }
-
   static SingleObject::Observation observation(int id, double pan, double tilt, double width = 4.0,
                                                double height = 2.0, int priority = 1,
                                                int channel = 0) {
@@ -88,7 +87,7 @@ TEST_F(SuperObjectTest, AGroupAcrossTheSeam) {
   EXPECT_EQ(group.getRight(), -168.0);
   EXPECT_EQ(group.getPan(), 180.0);
   EXPECT_EQ(group.getWidth(), 336.0);
-  EXPECT_FALSE(group.sizeValid());
+  EXPECT_FALSE(group.sizeValid(VIEW));
 }
 
 TEST_F(SuperObjectTest, AnObjectWithoutWidthHasBothEdgesAtItsPan) {
@@ -114,17 +113,17 @@ TEST_F(SuperObjectTest, ThePriorityIsTheGreatestButAtLeastOne) {
 TEST_F(SuperObjectTest, TheWidestViewIsInclusive) {
   SuperObject group;
   group.add(single(observation(1, 2.0, 0.0)));
-  EXPECT_TRUE(group.sizeValid(*single(observation(2, 58.0, 0.0))));
-  EXPECT_FALSE(group.sizeValid(*single(observation(2, 58.1, 0.0))));
-  EXPECT_TRUE(group.sizeValid(*single(observation(2, 2.0, 43.0))));
-  EXPECT_FALSE(group.sizeValid(*single(observation(2, 2.0, 43.1))));
+  EXPECT_TRUE(group.sizeValid(*single(observation(2, 58.0, 0.0)), VIEW));
+  EXPECT_FALSE(group.sizeValid(*single(observation(2, 58.1, 0.0)), VIEW));
+  EXPECT_TRUE(group.sizeValid(*single(observation(2, 2.0, 43.0)), VIEW));
+  EXPECT_FALSE(group.sizeValid(*single(observation(2, 2.0, 43.1)), VIEW));
 }
 
 TEST_F(SuperObjectTest, TheUnionIsMeasuredAcrossTheSeam) {
   SuperObject group;
   group.add(single(observation(1, 170.0, 0.0)));
-  EXPECT_TRUE(group.sizeValid(*single(observation(2, -170.0, 0.0))));
-  EXPECT_FALSE(group.sizeValid(*single(observation(2, -110.0, 0.0))));
+  EXPECT_TRUE(group.sizeValid(*single(observation(2, -170.0, 0.0)), VIEW));
+  EXPECT_FALSE(group.sizeValid(*single(observation(2, -110.0, 0.0)), VIEW));
 }
 
 TEST_F(SuperObjectTest, TwoGroupsFitLikeTheirBoxes) {
@@ -132,16 +131,16 @@ TEST_F(SuperObjectTest, TwoGroupsFitLikeTheirBoxes) {
   group.add(single(observation(1, 2.0, 0.0)));
   SuperObject other;
   other.add(single(observation(2, 40.0, 0.0)));
-  EXPECT_TRUE(group.sizeValid(other));
+  EXPECT_TRUE(group.sizeValid(other, VIEW));
   other.add(single(observation(3, 59.0, 0.0)));
-  EXPECT_FALSE(group.sizeValid(other));
+  EXPECT_FALSE(group.sizeValid(other, VIEW));
 }
 
 TEST_F(SuperObjectTest, AnObservationRenewsItsMember) {
   SuperObject group;
   group.add(single(observation(1, 10.0, 0.0)));
   group.add(single(observation(2, 20.0, 0.0)));
-  EXPECT_TRUE(group.updateSingleObject(observation(2, 30.0, 5.0)));
+  EXPECT_TRUE(group.updateSingleObject(observation(2, 30.0, 5.0), VIEW));
   EXPECT_EQ(group.getRight(), 32.0);
   EXPECT_EQ(group.getTop(), 6.0);
   EXPECT_EQ(group.size(), 2U);
@@ -150,8 +149,8 @@ TEST_F(SuperObjectTest, AnObservationRenewsItsMember) {
 TEST_F(SuperObjectTest, AnObservationOfSomebodyElseIsRefused) {
   SuperObject group;
   group.add(single(observation(1, 10.0, 0.0)));
-  EXPECT_FALSE(group.updateSingleObject(observation(2, 30.0, 5.0)));
-  EXPECT_FALSE(group.updateSingleObject(observation(1, 30.0, 5.0, 4.0, 2.0, 1, 1)));
+  EXPECT_FALSE(group.updateSingleObject(observation(2, 30.0, 5.0), VIEW));
+  EXPECT_FALSE(group.updateSingleObject(observation(1, 30.0, 5.0, 4.0, 2.0, 1, 1), VIEW));
   EXPECT_EQ(group.getRight(), 12.0);
 }
 
@@ -159,10 +158,10 @@ TEST_F(SuperObjectTest, AMemberThatBecomesTooLargeIsDropped) {
   SuperObject group;
   group.add(single(observation(1, 10.0, 0.0)));
   group.add(single(observation(2, 20.0, 0.0)));
-  EXPECT_TRUE(group.updateSingleObject(observation(2, 20.0, 0.0, 61.0)));
+  EXPECT_TRUE(group.updateSingleObject(observation(2, 20.0, 0.0, 61.0), VIEW));
   EXPECT_EQ(group.size(), 1U);
   EXPECT_EQ(group.getRight(), 12.0);
-  EXPECT_TRUE(group.updateSingleObject(observation(1, 10.0, 0.0, 4.0, 46.0)));
+  EXPECT_TRUE(group.updateSingleObject(observation(1, 10.0, 0.0, 4.0, 46.0), VIEW));
   EXPECT_TRUE(group.empty());
 }
 

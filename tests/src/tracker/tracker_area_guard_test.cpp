@@ -271,7 +271,7 @@ TEST_F(TrackerAreaGuardTest, ThePriorityOfTheGuardRanksItsObjects) {
   TrackerAreaGuard& high = makeGuard(2, 5);
   EXPECT_EQ(low.getPriority(), 1);
   EXPECT_EQ(high.getPriority(), 5);
-  SuperObjectManager::setMaxObjectSize(5.0, 5.0);
+  tracker->setWidestView({5.0, 5.0});
   see(1, {.pan = CENTER_PAN - 6.0, .width = 2.0});
   frame(low, {1});
   see(2, {.pan = CENTER_PAN + 6.0, .width = 2.0});
@@ -283,7 +283,7 @@ TEST_F(TrackerAreaGuardTest, TheLastGuardToSpeakGivesThePriority) {
   startWithTracker();
   TrackerAreaGuard& low = makeGuard(1, 1);
   TrackerAreaGuard& high = makeGuard(2, 5);
-  SuperObjectManager::setMaxObjectSize(5.0, 5.0);
+  tracker->setWidestView({5.0, 5.0});
   see(1, {.pan = CENTER_PAN - 6.0, .width = 2.0});
   see(2, {.pan = CENTER_PAN + 6.0, .width = 2.0});
   frame(low, {1, 2});

@@ -78,7 +78,6 @@ class TrackerFixture : public testing::Test {
     FakeParameters::reset();
     FakePtzLibrary::reset();
     FakePtzMath::reset();
-    SuperObjectManager::setMaxObjectSize(60.0, 45.0);
     Persistent::setPathForTest(folder.path("settings.json"));
     sdk_wrapper_init("SentrelVideo", "SentrelVideo", "MiruPlatform");
     FakeParameters::set("Image.I0.Appearance.Resolution", "2048x1024");

@@ -321,10 +321,21 @@ TEST_F(TrackerTest, ConnectSetsTheWidestView) {
   startConnecting();
   head.setUp("Q8742");
   head.setParameter("PTZ.Limit.L1.MaxFieldAngle", "480");
+  head.setParameter("ImageSource.I0.Sensor.AspectRatio", "2:1");
   tracker->connect();
-  EXPECT_TRUE(SuperObjectManager::objectSizeValid(48.0, 35.99));
-  EXPECT_FALSE(SuperObjectManager::objectSizeValid(48.01, 1.0));
-  EXPECT_FALSE(SuperObjectManager::objectSizeValid(1.0, 36.01));
+  ASSERT_TRUE(tracker->addCamera(1));
+  const auto isFollowed = [this](const Look& look) {
+    track(1, look);
+    const bool isMoved = !step().empty();
+    tracker->untrack(1, 1);
+    pass(8 * SECOND);
+    step();
+    step();
+    return isMoved;
+  };
+  EXPECT_TRUE(isFollowed({.pan = CENTER_PAN - 1.0, .width = 48.0, .height = 24.0}));
+  EXPECT_FALSE(isFollowed({.pan = CENTER_PAN - 1.0, .width = 48.0625, .height = 1.0}));
+  EXPECT_FALSE(isFollowed({.pan = CENTER_PAN - 1.0, .width = 1.0, .height = 24.0625}));
 }
 
 TEST_F(TrackerTest, AProductNumberOf4CharactersKeepsConnecting) {
@@ -686,7 +697,7 @@ TEST_F(TrackerTest, ACameraWithoutGeometryCannotBeAdded) {
 
 TEST_F(TrackerTest, TheHigherPriorityIsFollowed) {
   startRunning();
-  SuperObjectManager::setMaxObjectSize(10.0, 10.0);
+  tracker->setWidestView({10.0, 10.0});
   track(1, {.pan = CENTER_PAN - 10.0}, 1);
   track(2, {.pan = CENTER_PAN + 15.0}, 3);
   const auto moves = step();
@@ -1103,7 +1114,7 @@ TEST_F(TrackerTest, ObjectsTakeTurnsWhenSwitchingIsOn) {
   Persistent::setTimePerObject(2);
   startRunning();
   setHead(10.0, CENTER_TILT, 1);
-  SuperObjectManager::setMaxObjectSize(10.0, 10.0);
+  tracker->setWidestView({10.0, 10.0});
   std::vector<double> speeds;
   for (int i = 0; i < 60; ++i) {
     track(1, {.pan = CENTER_PAN - 15.0});

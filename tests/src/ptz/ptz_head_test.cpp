@@ -1,4 +1,4 @@
-#include "tracker/ptz_head.h"
+#include "ptz/ptz_head.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

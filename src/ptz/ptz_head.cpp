@@ -1,4 +1,4 @@
-#include "tracker/ptz_head.h"
+#include "ptz/ptz_head.h"
 
 #include <glib.h>
 #include <ptztolva.h>
@@ -39,6 +39,11 @@ void PtzHead::ptzMove(double panValue, Kind panKind, double tiltValue, Kind tilt
                                tiltValue, FULL_SPEED, 0, 0, &error)) {
     syslog(LOG_ERR, "Failed ptztolva_move_ptz_travo: %s\n\n", takeMessage(error).c_str());
   }
+}
+
+void PtzHead::ptzMove(const HeadCommand& command) {
+  ptzMove(command.panValue, command.panKind, command.tiltValue, command.tiltKind, command.zoom,
+          command.zoomKind);
 }
 
 bool PtzHead::ptzStop() {

@@ -1,4 +1,4 @@
-#include "tracker/zoom_scale.h"
+#include "ptz/zoom_scale.h"
 
 #include <gtest/gtest.h>
 

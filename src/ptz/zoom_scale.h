@@ -1,5 +1,5 @@
-#ifndef TRACKER_ZOOM_SCALE_H
-#define TRACKER_ZOOM_SCALE_H
+#ifndef PTZ_ZOOM_SCALE_H
+#define PTZ_ZOOM_SCALE_H
 
 #include <cstdint>
 

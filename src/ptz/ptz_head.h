@@ -1,5 +1,5 @@
-#ifndef TRACKER_PTZ_HEAD_H
-#define TRACKER_PTZ_HEAD_H
+#ifndef PTZ_PTZ_HEAD_H
+#define PTZ_PTZ_HEAD_H
 
 #include <ptztolva.h>
 
@@ -12,6 +12,8 @@ struct PtzHeadStatus {
   std::int32_t zoom = 0;  // on the head's scale
   bool isMoving = false;  // any axis
 };
+
+struct HeadCommand;
 
 // The PTZ head as the device's library moves it. Failures are logged. Any thread: the library
 // serialises its calls.
@@ -34,6 +36,7 @@ class PtzHead {
   // or percent.
   void ptzMove(double panValue, Kind panKind, double tiltValue, Kind tiltKind, int zoom,
                Kind zoomKind);
+  void ptzMove(const HeadCommand& command);
 
   // Stops all axes. False, logged, when the stop did not get through.
   bool ptzStop();
@@ -45,6 +48,16 @@ class PtzHead {
 
  private:
   bool isInitialized = false;
+};
+
+// What one move tells the head; without more, that all axes stand.
+struct HeadCommand {
+  double panValue = 0.0;
+  PtzHead::Kind panKind = PtzHead::CONTINUOUS;
+  double tiltValue = 0.0;
+  PtzHead::Kind tiltKind = PtzHead::CONTINUOUS;
+  int zoom = 0;
+  PtzHead::Kind zoomKind = PtzHead::CONTINUOUS;
 };
 
 #endif

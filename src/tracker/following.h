@@ -1,0 +1,36 @@
+#ifndef TRACKER_FOLLOWING_H
+#define TRACKER_FOLLOWING_H
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+
+#include "ptz/ptz_head.h"
+#include "ptz/zoom_scale.h"
+#include "tracker/target.h"
+
+// What is known of the head that is steered.
+struct HeadOptics {
+  ZoomScale zoomScale;
+  double aspectRatio = 1.33;
+};
+
+// A way of following: turns where the head looks and what is to be followed into what the head is
+// told. No thread, lock, clock or bus inside; used by the tracker's thread alone.
+class Following {
+ public:
+  // Chooses the group to follow with the head looking at pan and tilt; nothing when there is none.
+  using Selection = std::function<std::optional<Target>(double pan, double tilt)>;
+
+  virtual ~Following() = default;
+
+  // One control step, every 100 ms. What to tell the head; nothing when there has been nothing to
+  // follow for long enough that the head is to stand. now is monotonic microseconds.
+  virtual std::optional<HeadCommand> step(const PtzHeadStatus& status, const HeadOptics& optics,
+                                          const Selection& select, std::int64_t now) = 0;
+
+  // Forgets the target and the errors so far: the head has been stopped, or is another one.
+  virtual void forget() = 0;
+};
+
+#endif

@@ -1,0 +1,49 @@
+#ifndef TRACKER_HEAD_FOLLOWER_H
+#define TRACKER_HEAD_FOLLOWER_H
+
+#include <cstdint>
+
+#include "ptz/ptz_head.h"
+#include "tracker/following.h"
+#include "tracker/homing.h"
+
+// Whether the head is being steered, as others are told.
+class Steering {
+ public:
+  virtual ~Steering() = default;
+
+  virtual bool isActive() const = 0;
+  virtual void tell(bool active) = 0;
+
+  // False once tracking has been switched off, which may happen while a step is under way.
+  virtual bool mayGoHome() const = 0;
+};
+
+// How the head follows, from its status to the next command: asks the head where it looks, lets a
+// way of following say what to do, sends the head home when nothing has been followed for long, and
+// never lets it move on without knowing where it is. The tracker's thread's alone; no lock.
+class HeadFollower {
+ public:
+  // All must outlive it.
+  HeadFollower(PtzHead& head, Following& following, Homing& homing, Steering& steering)
+      : head(head), following(following), homing(homing), steering(steering) {}
+
+  // One control step at the time now (monotonic microseconds).
+  void step(const HeadOptics& optics, const Following::Selection& select, std::int64_t now);
+
+  // Stops the head at once and forgets the target, whatever a step has just commanded.
+  void stop();
+
+ private:
+  bool readStatus(PtzHeadStatus& status);
+  void stand();
+
+  PtzHead& head;
+  Following& following;
+  Homing& homing;
+  Steering& steering;
+  int statusFailures = 0;   // in a row
+  bool isStopOwed = false;  // the one after many of them did not get through
+};
+
+#endif

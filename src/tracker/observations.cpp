@@ -1,0 +1,196 @@
+#include "tracker/observations.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+
+#include "app/clock.h"
+
+namespace {
+
+constexpr std::int16_t CENTER_SIZE = 2048;  // Q12
+constexpr int CENTER_OBJECT_ID = 0;
+constexpr int CENTER_PRIORITY = 1;
+
+Point saturatedPoint(std::int32_t x, std::int32_t y) {
+  using Limits = std::numeric_limits<std::int16_t>;
+  const auto saturate = [](std::int32_t value) {
+    return static_cast<std::int16_t>(std::clamp<std::int32_t>(value, Limits::min(), Limits::max()));
+  };
+  return {saturate(x), saturate(y)};
+}
+
+}  // namespace
+
+// ---- Cameras ----
+
+bool Observations::addCamera(int camera) {
+  if (camera < 1) {
+    return false;
+  }
+  {
+    const std::lock_guard lock(mutex);
+    if (videoChannels.getVideoChannel(camera - 1) != nullptr) {
+      return videoChannels.addChannel(camera - 1);
+    }
+  }
+  // Asks the device, which may take its time: not while the control step waits for the mutex.
+  auto channel = VideoChannels::createChannel(camera - 1);
+  const std::lock_guard lock(mutex);
+  return videoChannels.addChannel(std::move(channel));
+}
+
+void Observations::removeCamera(int camera) {
+  const std::lock_guard lock(mutex);
+  if (videoChannels.removeChannel(camera - 1)) {
+    superObjectManager.removeSingleObjects(camera - 1);
+  }
+}
+
+// ---- Objects ----
+
+void Observations::track(int camera, int priority, const TrackingObject& object) {
+  const std::lock_guard lock(mutex);
+  VideoChannel* channel = videoChannels.getVideoChannel(camera - 1);
+  if (channel == nullptr) {
+    return;
+  }
+  channel->followRotation();  // before anything of the observation is turned
+  const PointF position = channel->toImagePosition(object.getPosition());
+  const PointF size = channel->toImageSize(
+      saturatedPoint(object.getAspectCorrectedWidth(), object.getAspectCorrectedHeight()));
+  const PointF velocity =
+      channel->toImageVelocity({object.getVelocity().x, object.getVelocity().y});
+  double pan = 0.0;
+  double tilt = 0.0;
+  double width = 0.0;
+  double height = 0.0;
+  if (!channel->getPanTilt(position, size, pan, tilt, width, height)) {
+    return;
+  }
+  const PointF angularVelocity = channel->getAngle(position, velocity);
+  if (!superObjectManager.objectSizeValid(width, height)) {
+    superObjectManager.removeSingleObject(camera - 1, object.getId());
+    return;
+  }
+  superObjectManager.updateSingleObject({.channel = camera - 1,
+                                         .id = object.getId(),
+                                         .priority = priority,
+                                         .pan = pan,
+                                         .tilt = tilt,
+                                         .width = width,
+                                         .height = height,
+                                         .timestamp = object.getLastSeen(),
+                                         .velocity = angularVelocity});
+}
+
+void Observations::untrack(int camera, int objectId) {
+  const std::lock_guard lock(mutex);
+  untrackObject(camera, objectId);
+}
+
+void Observations::untrackObject(int camera, int objectId) {
+  if (videoChannels.getVideoChannel(camera - 1) != nullptr) {
+    superObjectManager.removeSingleObject(camera - 1, objectId);
+  }
+}
+
+void Observations::hold(int camera, int objectId, const void* holder) {
+  const std::lock_guard lock(mutex);
+  holders[{camera, objectId}].insert(holder);
+}
+
+void Observations::letGo(int camera, int objectId, const void* holder) {
+  const std::lock_guard lock(mutex);
+  const auto held = holders.find({camera, objectId});
+  if (held == holders.end() || held->second.erase(holder) == 0 || !held->second.empty()) {
+    return;
+  }
+  holders.erase(held);
+  untrackObject(camera, objectId);
+}
+
+void Observations::withCenter(int camera, const std::function<void()>& action) {
+  const std::lock_guard lock(mutex);
+  if (insertCenter(camera)) {
+    action();
+    superObjectManager.removeSingleObject(camera - 1, CENTER_OBJECT_ID);
+  }
+}
+
+bool Observations::insertCenter(int camera) {
+  VideoChannel* channel = videoChannels.getVideoChannel(camera - 1);
+  if (channel == nullptr) {
+    return false;
+  }
+  channel->followRotation();
+  double pan = 0.0;
+  double tilt = 0.0;
+  double width = 0.0;
+  double height = 0.0;
+  if (!channel->getPanTilt(channel->toImagePosition({0, 0}),
+                           channel->toImageSize({CENTER_SIZE, CENTER_SIZE}), pan, tilt, width,
+                           height)) {
+    return false;
+  }
+  superObjectManager.updateSingleObject({.channel = camera - 1,
+                                         .id = CENTER_OBJECT_ID,
+                                         .priority = CENTER_PRIORITY,
+                                         .pan = pan,
+                                         .tilt = tilt,
+                                         .width = width,
+                                         .height = height,
+                                         .timestamp = utils::monotonicTime(),
+                                         .velocity = {}});
+  return true;
+}
+
+// ---- Selection ----
+
+void Observations::setWidestView(const WidestView& view) {
+  const std::lock_guard lock(mutex);
+  superObjectManager.setMaxObjectSize(view);
+}
+
+std::optional<Target> Observations::selectTarget(double pan, double tilt) {
+  const std::lock_guard lock(mutex);
+  superObjectManager.updateSuperObjects();
+  const SuperObject* group = superObjectManager.getSuperObject(pan, tilt);
+  if (group == nullptr) {
+    return std::nullopt;
+  }
+  return Target{.pan = group->getPan(),
+                .tilt = group->getTilt(),
+                .width = group->getWidth(),
+                .height = group->getHeight()};
+}
+
+bool Observations::getSwitchObject() const {
+  const std::lock_guard lock(mutex);
+  return superObjectManager.getSwitchObject();
+}
+
+bool Observations::setSwitchObject(bool on) {
+  const std::lock_guard lock(mutex);
+  const bool isChange = superObjectManager.getSwitchObject() != on;
+  superObjectManager.setSwitchObject(on);
+  return isChange;
+}
+
+int Observations::getTimePerObject() const {
+  const std::lock_guard lock(mutex);
+  return superObjectManager.getTimePerObject();
+}
+
+bool Observations::setTimePerObject(int seconds) {
+  const std::lock_guard lock(mutex);
+  const bool isChange = superObjectManager.getTimePerObject() != seconds;
+  superObjectManager.setTimePerObject(seconds);
+  return isChange;
+}
+
+void Observations::clear() {
+  const std::lock_guard lock(mutex);
+  superObjectManager = {};
+  videoChannels.clear();
+}

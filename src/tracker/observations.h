@@ -1,0 +1,71 @@
+#ifndef TRACKER_OBSERVATIONS_H
+#define TRACKER_OBSERVATIONS_H
+
+#include <functional>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <set>
+#include <utility>
+
+#include "ptz/video_channels.h"
+#include "scene/tracking_object.h"
+#include "tracker/super_object_manager.h"
+#include "tracker/target.h"
+#include "tracker/widest_view.h"
+
+// What guards report: the objects that they have handed over, in the head's angles and grouped, and
+// the cameras that they are seen by. Guards call on scene threads, the API on its own, the
+// tracker's thread asks for the group to follow: one recursive mutex covers it all. Cameras count
+// from 1.
+class Observations {
+ public:
+  // Adds a user of a camera. False when its geometry is not known (yet). Asks the device, without
+  // the mutex.
+  bool addCamera(int camera);
+
+  // Drops a user; the last one takes the camera's objects along.
+  void removeCamera(int camera);
+
+  // Takes an observation of an object. Ignored for a camera that was not added; an object that does
+  // not fit into the widest view is dropped. priority ranks objects: the higher the more important.
+  void track(int camera, int priority, const TrackingObject& object);
+
+  // Forgets an object.
+  void untrack(int camera, int objectId);
+
+  // Several guards may watch an object: it is forgotten when the last one that holds it lets go.
+  void hold(int camera, int objectId, const void* holder);
+  void letGo(int camera, int objectId, const void* holder);
+
+  // Runs an action while an object stands in the middle of the camera's picture. Nothing for a
+  // camera that was not added.
+  void withCenter(int camera, const std::function<void()>& action);
+
+  void setWidestView(const WidestView& view);
+
+  // Groups what is there, and chooses the group to follow with the head looking at pan and tilt.
+  std::optional<Target> selectTarget(double pan, double tilt);
+
+  bool getSwitchObject() const;
+  int getTimePerObject() const;  // seconds
+
+  // Whether the value has changed.
+  bool setSwitchObject(bool on);
+  bool setTimePerObject(int seconds);
+
+  // Forgets all objects and cameras.
+  void clear();
+
+ private:
+  // With the mutex held.
+  void untrackObject(int camera, int objectId);
+  bool insertCenter(int camera);
+
+  mutable std::recursive_mutex mutex;  // guards all below
+  SuperObjectManager superObjectManager;
+  VideoChannels videoChannels;
+  std::map<std::pair<int, int>, std::set<const void*>> holders;  // by camera and object
+};
+
+#endif
