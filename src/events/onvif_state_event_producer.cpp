@@ -8,8 +8,6 @@
 
 namespace {
 
-constexpr std::uint32_t ANY_REGISTRATION = 0;  // of all: one is as good as the other
-
 std::string motionAlarmKey(std::int32_t camera) {
   return "MotionAlarmCamera" + std::to_string(camera);
 }
@@ -45,22 +43,21 @@ bool ONVIF_StateEventProducer::isCameraNbrInRange(std::int32_t camera) const {
 
 StateEventProducerHandle ONVIF_StateEventProducer::registerEvent(std::int32_t camera,
                                                                  const std::string& name,
-                                                                 const std::string& niceName) {
+                                                                 const std::string&) {
   const std::lock_guard lock(mutex);
   if (isInRange(camera, alarmedProfiles.size())) {
     makeUp();
-    if (!owed.declare(motionAlarmKey(camera), ANY_REGISTRATION,
-                      [camera] { return declareMotionAlarm(camera); })) {
+    if (!owed.declare(motionAlarmKey(camera), [camera] { return declareMotionAlarm(camera); })) {
       retry.begin();
     }
   }
-  return {name, camera, 0, niceName};
+  return {name, camera, 0};
 }
 
 void ONVIF_StateEventProducer::unregisterEvent(const StateEventProducerHandle& handle) {
   const std::lock_guard lock(mutex);
   if (isInRange(handle.camera, alarmedProfiles.size()) &&
-      !owed.forgive(motionAlarmKey(handle.camera), ANY_REGISTRATION) &&
+      !owed.forgive(motionAlarmKey(handle.camera)) &&
       !sdk_wrapper_event_remove(motionAlarmKey(handle.camera))) {
     syslog(LOG_ERR, "FAILED to unregister event for Camera %d\n", handle.camera);
   }

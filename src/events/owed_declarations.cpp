@@ -3,18 +3,16 @@
 #include <algorithm>
 #include <utility>
 
-bool OwedDeclarations::declare(const std::string& key, std::uint32_t registration,
-                               Declare declare) {
+bool OwedDeclarations::declare(const std::string& key, Declare declare) {
   if (declare()) {
     return true;
   }
-  owed.push_back({key, registration, std::move(declare)});
+  owed.push_back({key, std::move(declare)});
   return false;
 }
 
-bool OwedDeclarations::forgive(const std::string& key, std::uint32_t registration) {
-  const auto found = std::ranges::find_if(
-      owed, [&](const Owed& one) { return one.key == key && one.registration == registration; });
+bool OwedDeclarations::forgive(const std::string& key) {
+  const auto found = std::ranges::find(owed, key, &Owed::key);
   if (found == owed.end()) {
     return false;
   }
@@ -27,5 +25,5 @@ void OwedDeclarations::settle() {
 }
 
 bool OwedDeclarations::isOwed(const std::string& key) const {
-  return std::ranges::any_of(owed, [&key](const Owed& one) { return one.key == key; });
+  return std::ranges::find(owed, key, &Owed::key) != owed.end();
 }

@@ -1,7 +1,6 @@
 #ifndef EVENTS_OWED_DECLARATIONS_H
 #define EVENTS_OWED_DECLARATIONS_H
 
-#include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
@@ -13,12 +12,11 @@ class OwedDeclarations {
  public:
   using Declare = std::function<bool()>;
 
-  // Declares an event; a declaration that fails is owed, and the answer is false. registration
-  // tells apart those that declare under one key.
-  bool declare(const std::string& key, std::uint32_t registration, Declare declare);
+  // Declares an event; a declaration that fails is owed, and the answer is false.
+  bool declare(const std::string& key, Declare declare);
 
-  // Forgives one declaration; false when it is not owed, as the event was declared.
-  bool forgive(const std::string& key, std::uint32_t registration);
+  // Forgives one declaration of the key, the oldest; false when none is owed, as all were made.
+  bool forgive(const std::string& key);
 
   // Tries again all that is owed, in the order of the demands.
   void settle();
@@ -29,7 +27,6 @@ class OwedDeclarations {
  private:
   struct Owed {
     std::string key;
-    std::uint32_t registration;
     Declare declare;
   };
 

@@ -49,7 +49,7 @@ struct DeclaredEvent {
   std::string data;                      // of a stateful event, sent last
   std::optional<std::int64_t> sentTime;  // of what was sent last, as the service was told it
   EventNames names;                      // as the service knows them
-  std::vector<EventNames> wantedNames;   // of those who share it; the latest, at the end, holds
+  EventNames wantedNames;                // those given last
 };
 
 struct PendingRemoval {
@@ -301,7 +301,7 @@ bool sendValue(const std::string& name, DeclaredEvent& event, const char* data,
 
 // Puts a new declaration in the place of the present one, which goes last: an event that is active
 // is active for every listener all the time. What was a message is not sent again.
-bool declareAnew(const std::string& name, DeclaredEvent& event, const EventNames& names,
+bool declareAnew(const std::string& name, DeclaredEvent& event, EventNames names,
                  const OVEventKeyValueSet* set) {
   std::uint32_t id = 0;
   if (set == nullptr ||
@@ -310,6 +310,7 @@ bool declareAnew(const std::string& name, DeclaredEvent& event, const EventNames
   }
   const std::uint32_t former = std::exchange(event.declarationId, id);
   event.names = names;
+  event.wantedNames = names;
   if (!isStateless(event) && event.sentTime) {
     sendValue(name, event, event.data.c_str(), *event.sentTime);
   }
@@ -320,23 +321,13 @@ bool declareAnew(const std::string& name, DeclaredEvent& event, const EventNames
 // Sees to it that the service knows the event by the names that are wanted. While it cannot be told
 // them, the event goes on under the former ones.
 void applyNames(const std::string& name, DeclaredEvent& event) {
-  if (event.wantedNames.empty() || event.wantedNames.back() == event.names) {
+  if (event.wantedNames == event.names) {
     return;
   }
-  const EventNames names = event.wantedNames.back();
-  const EventKeyValueSet set = createApplicationEventSet(event, names);
-  if (!declareAnew(name, event, names, set.ok() ? set.get() : nullptr)) {
+  const EventKeyValueSet set = createApplicationEventSet(event, event.wantedNames);
+  if (!declareAnew(name, event, event.wantedNames, set.ok() ? set.get() : nullptr)) {
     syslog(LOG_ERR, "Cannot declare event %s (internal error)\n", name.c_str());
   }
-}
-
-// Forgets the names of one who shared the event: those with that nice name, or the oldest.
-void forgetNames(DeclaredEvent& event, const std::string& niceName) {
-  if (event.wantedNames.empty()) {
-    return;
-  }
-  const auto found = std::ranges::find(event.wantedNames, niceName, &EventNames::niceName);
-  event.wantedNames.erase(found != event.wantedNames.end() ? found : event.wantedNames.begin());
 }
 
 // Undeclares an event that nobody uses any more; one that was declared again meanwhile stays.
@@ -371,6 +362,7 @@ std::unique_ptr<DeclaredEvent> createEvent(int flags, const std::string& dataKey
   event->flags = static_cast<std::uint32_t>(flags);
   event->dataKey = dataKey.substr(0, MAX_DATA_KEY_LENGTH);
   event->names = std::move(names);
+  event->wantedNames = event->names;
   return event;
 }
 
@@ -384,23 +376,6 @@ bool declareOwnAnew(const std::string& name, DeclaredEvent& event, const EventNa
     return false;
   }
   return declareAnew(name, event, names, set);
-}
-
-bool removeEvent(const std::string& name, const std::string& niceName) {
-  DeclaredEvent* event = findEvent(name);
-  if (event == nullptr || event->refCount == 0) {
-    return false;
-  }
-  --event->refCount;
-  forgetNames(*event, niceName);
-  if (event->refCount > 0) {
-    applyNames(name, *event);
-    return true;
-  }
-  const std::int32_t timerId =
-      IntervalTimerObservable::registerObserver(removalTimerCallback, REMOVAL_DELAY);
-  s_pendingRemovals.push_back({name, timerId});
-  return true;
 }
 
 }  // namespace
@@ -428,11 +403,10 @@ bool sdk_wrapper_event_add(const std::string& name, const std::string& topic,
     if (!shareEvent(*event, name, hasPropertiesOf(*event, *added))) {
       return false;
     }
-    event->wantedNames.push_back(added->names);
+    event->wantedNames = added->names;
     applyNames(name, *event);
     return true;
   }
-  added->wantedNames.push_back(added->names);
   const EventKeyValueSet set = createApplicationEventSet(*added, added->names);
   const bool stateless = isStateless(*added);
   if (declareEvent(name, std::move(added), set.ok() ? set.get() : nullptr, stateless)) {
@@ -542,12 +516,17 @@ bool sdk_wrapper_onvif_motion_alarm_event_send(const std::string& name, int stat
 
 bool sdk_wrapper_event_remove(const std::string& name) {
   const std::lock_guard lock(s_mutex);
-  return removeEvent(name, std::string());
-}
-
-bool sdk_wrapper_event_remove(const std::string& name, const std::string& niceName) {
-  const std::lock_guard lock(s_mutex);
-  return removeEvent(name, niceName);
+  DeclaredEvent* event = findEvent(name);
+  if (event == nullptr || event->refCount == 0) {
+    return false;
+  }
+  --event->refCount;
+  if (event->refCount == 0) {
+    const std::int32_t timerId =
+        IntervalTimerObservable::registerObserver(removalTimerCallback, REMOVAL_DELAY);
+    s_pendingRemovals.push_back({name, timerId});
+  }
+  return true;
 }
 
 bool sdk_wrapper_has_event_service() {

@@ -59,10 +59,6 @@ bool sdk_wrapper_onvif_motion_alarm_event_send(const std::string& name, int stat
 // been declared again by then. False for an unknown name.
 bool sdk_wrapper_event_remove(const std::string& name);
 
-// The same for one who says under which nice name it declared the event: the names that hold are
-// then those of who declared it last of those who are left. Without one, the oldest goes.
-bool sdk_wrapper_event_remove(const std::string& name, const std::string& niceName);
-
 // Copies a parameter's value, cut to destSize - 1 characters; empty text when it cannot be read.
 void sdk_wrapper_param_get(const std::string& name, char* dest, int destSize);
 

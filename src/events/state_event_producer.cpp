@@ -14,7 +14,6 @@ namespace {
 constexpr int ALARM = 1;
 constexpr int NO_ALARM = 0;
 constexpr const char* ANY_SUFFIX = "ANY";
-constexpr std::uint32_t ANY_REGISTRATION = 0;  // of all: one is as good as the other
 
 bool send(const std::string& lookupKey, int value, const std::int64_t* time) {
   return sdk_wrapper_event_send(lookupKey, value, nullptr, time);
@@ -59,32 +58,23 @@ StateEventProducerHandle StateEventProducer::registerEvent(std::int32_t camera,
                                                            const std::string& niceName) {
   const std::string lookupKey = utils::generateEventLookupKey(name);
   const std::lock_guard lock(mutex);
-  const std::uint32_t registration = ++lastRegistration;
   makeUp();
-  declare(lookupKey, registration, [lookupKey, name, niceName] {
+  declare(lookupKey, [lookupKey, name, niceName] {
     return add(lookupKey, name, niceName, "FAILED to create event %s \n");
   });
   declareAny(camera);
   if (CameraInfo::isMultiCamera()) {
     declareGlobalAny();
   }
-  return {lookupKey, camera, 0, niceName, registration};
+  return {lookupKey, camera, 0};
 }
 
 void StateEventProducer::unregisterEvent(const StateEventProducerHandle& handle) {
   const std::lock_guard lock(mutex);
-  const auto missed = missedStarts.find(handle.lookupKey);
-  if (missed != missedStarts.end() && missed->second.handle.registration == handle.registration) {
-    missedStarts.erase(missed);
-  }
-  // A profile whose end could not be sent must not keep its camera in alarm for ever. The alarm of
-  // another one under the same key goes on.
-  const auto counted = countedProfiles.find(handle.lookupKey);
-  if (counted != countedProfiles.end() && counted->second == handle.registration) {
-    discount(handle, nullptr);
-  }
-  if (!owed.forgive(handle.lookupKey, handle.registration) &&
-      !sdk_wrapper_event_remove(handle.lookupKey, handle.niceName)) {
+  // A profile whose end could not be sent must not keep its camera in alarm for ever.
+  missedStarts.erase(handle.lookupKey);
+  discount(handle, nullptr);
+  if (!owed.forgive(handle.lookupKey) && !sdk_wrapper_event_remove(handle.lookupKey)) {
     syslog(LOG_ERR, "FAILED to unregister event for Camera %d\n", handle.camera);
   }
   remove(utils::generateEventLookupKey(utils::generateAnyEventName(handle.camera)));
@@ -95,9 +85,8 @@ void StateEventProducer::unregisterEvent(const StateEventProducerHandle& handle)
 
 // ---- What could not be declared ----
 
-void StateEventProducer::declare(const std::string& lookupKey, std::uint32_t registration,
-                                 OwedDeclarations::Declare declare) {
-  if (!owed.declare(lookupKey, registration, std::move(declare))) {
+void StateEventProducer::declare(const std::string& lookupKey, OwedDeclarations::Declare declare) {
+  if (!owed.declare(lookupKey, std::move(declare))) {
     retry.begin();
   }
 }
@@ -142,8 +131,7 @@ void StateEventProducer::start(const StateEventProducerHandle& handle, std::int6
     }
     return;
   }
-  if (!isCameraCounted(handle.camera) ||
-      !countedProfiles.emplace(handle.lookupKey, handle.registration).second) {
+  if (!isCameraCounted(handle.camera) || !countedProfiles.insert(handle.lookupKey).second) {
     return;
   }
   const auto camera = static_cast<std::size_t>(handle.camera);
@@ -229,7 +217,7 @@ void StateEventProducer::declareAny(std::int32_t camera) {
   const std::string lookupKey = utils::generateEventLookupKey(name);
   const std::string niceName =
       utils::generateEventNiceName("Camera " + std::to_string(camera), ANY_SUFFIX);
-  declare(lookupKey, ANY_REGISTRATION, [lookupKey, name, niceName] {
+  declare(lookupKey, [lookupKey, name, niceName] {
     return add(lookupKey, name, niceName, "FAILED to create any event %s \n");
   });
 }
@@ -237,14 +225,14 @@ void StateEventProducer::declareAny(std::int32_t camera) {
 void StateEventProducer::declareGlobalAny() {
   const std::string name = utils::generateGlobalAnyEventName();
   const std::string lookupKey = utils::generateEventLookupKey(name);
-  declare(lookupKey, ANY_REGISTRATION, [lookupKey, name] {
+  declare(lookupKey, [lookupKey, name] {
     return add(lookupKey, name, utils::generateEventNiceName("Camera", ANY_SUFFIX),
                "FAILED to create any global event %s \n");
   });
 }
 
 void StateEventProducer::remove(const std::string& lookupKey) {
-  if (!owed.forgive(lookupKey, ANY_REGISTRATION) && !sdk_wrapper_event_remove(lookupKey)) {
+  if (!owed.forgive(lookupKey) && !sdk_wrapper_event_remove(lookupKey)) {
     syslog(LOG_ERR, "FAILED to remove event %s \n", lookupKey.c_str());
   }
 }

@@ -57,8 +57,7 @@ class StateEventProducer : public StateEventProducerI {
   bool makeUpOnceThereIsAService();
 
   // All with the mutex held.
-  void declare(const std::string& lookupKey, std::uint32_t registration,
-               OwedDeclarations::Declare declare);
+  void declare(const std::string& lookupKey, OwedDeclarations::Declare declare);
   void declareAny(std::int32_t camera);
   void declareGlobalAny();
   void remove(const std::string& lookupKey);
@@ -70,10 +69,9 @@ class StateEventProducer : public StateEventProducerI {
 
   std::mutex mutex;  // guards all below
   std::vector<std::int32_t> counters;
-  std::vector<std::string> anyLookupKeys;                // by camera, the device's at index 0
-  std::map<std::string, std::uint32_t> countedProfiles;  // lookup key -> registration
-  std::set<std::int32_t> countedCameras;                 // those in the device's counter
-  std::uint32_t lastRegistration = 0;
+  std::vector<std::string> anyLookupKeys;  // by camera, the device's at index 0
+  std::set<std::string> countedProfiles;   // lookup keys
+  std::set<std::int32_t> countedCameras;   // those in the device's counter
   OwedDeclarations owed;
   std::map<std::string, MissedStart> missedStarts;  // by lookup key, of events that are owed
 

@@ -9,8 +9,6 @@ struct StateEventProducerHandle {
   std::string lookupKey;
   std::int32_t camera = 0;
   std::int32_t id = 0;  // the profile's uid
-  std::string niceName{};
-  std::uint32_t registration = 0;  // tells apart the registrations under one key
 };
 
 // Declares, sends and removes the alarm events of profiles. Times are monotonic microseconds. Any

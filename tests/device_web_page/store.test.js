@@ -55,6 +55,17 @@ test('a state that is told again with a new connection is no new event', () => {
   assert.deepEqual(heard, ['event', 'replayed', 'event']);
 });
 
+test('a state that is declared anew outlives its former declaration', () => {
+  const store = new Store();
+  const { event, undeclared } = store.handlers();
+  event(EVENT);
+  event({ ...EVENT, id: 9 });
+  undeclared({ id: EVENT.id, topics: EVENT.topics });
+  assert.equal(store.states.get('state')?.id, 9);
+  undeclared({ id: 9, topics: EVENT.topics });
+  assert.equal(store.states.has('state'), false);
+});
+
 test("the tracker's state is known while the daemon runs", () => {
   const store = new Store();
   const { daemon, event, undeclared } = store.handlers();

@@ -61,7 +61,9 @@ export class Store extends EventTarget {
       world: (world) => this.addWorld(world),
       event: (event) => this.addEvent(event),
       undeclared: (event) => {
-        this.states.delete(this.nameOf(event));
+        const name = this.nameOf(event);
+        // One that is declared anew, as with another name, has its successor already.
+        if (this.states.get(name)?.id === event.id) this.states.delete(name);
         this.emit('undeclared', event);
       },
       log: (line) => this.emit('log', line),

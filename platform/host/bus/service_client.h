@@ -5,7 +5,7 @@
 // restarted service only where a main loop runs, and these libraries must work without one. A bus
 // that was lost is looked for again with every call.
 //
-// Any thread may call; each call blocks for the answer, 5 s at most. A service that has let a call
+// Any thread may call; each call blocks for the answer, 3 s at most. A service that has let a call
 // pass is waited for half a second only until it answers again: whoever makes several calls, to end
 // for instance, does not wait for all of them.
 #ifndef BUS_SERVICE_CLIENT_H

@@ -166,27 +166,6 @@ TEST_F(SdkWrapperRenameTest, OtherPropertiesAreRefusedUnderAnyName) {
   EXPECT_EQ(niceNames(), Texts{"Profile 1"});
 }
 
-// A configuration that is refused has declared some of its events by then.
-TEST_F(SdkWrapperRenameTest, ARenamingThatIsTakenBackLeavesTheFormerName) {
-  add("Profile 1");
-  send(1);
-  add("Gate");
-  EXPECT_TRUE(sdk_wrapper_event_remove(NAME, "Gate"));
-  EXPECT_EQ(niceNames(), Texts{"Profile 1"});
-  EXPECT_EQ(FakeEvents::activeDeclarations().at(0).keys.at("active").value, Value(true));
-  EXPECT_TRUE(sdk_wrapper_event_remove(NAME, "Profile 1"));
-  wait(DELAY);
-  EXPECT_TRUE(niceNames().empty());
-}
-
-TEST_F(SdkWrapperRenameTest, WhenTheFormerOneGoesTheNewNameStays) {
-  add("Profile 1");
-  add("Gate");
-  EXPECT_TRUE(sdk_wrapper_event_remove(NAME, "Profile 1"));
-  EXPECT_EQ(niceNames(), Texts{"Gate"});
-  EXPECT_EQ(FakeEvents::declarations().size(), 2U);
-}
-
 TEST_F(SdkWrapperRenameTest, ARenamingThatFailsIsTriedAgainWithTheNextValue) {
   add("Profile 1");
   FakeEvents::failDeclares(1);
