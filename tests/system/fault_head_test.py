@@ -29,7 +29,7 @@ ATTEMPTS = 4  # of the daemon to connect to the head
 FAILURES = 10  # in a row, until the daemon counts as not steering
 QUESTIONS = 8  # until the head is known
 SILENCES = 6  # from the start, and after so many answers
-SHORT = 3  # seconds: what was cut short did not wait for a head that is silent, which takes 5
+SHORT = 4  # seconds: what was cut short did not wait for a head that is silent, which takes 5
 
 LEAST_PAN = 3.0  # degrees: the head looks at somebody on the right of the picture
 RIGHT_HALF = (1500, 3000)  # Q12
