@@ -28,6 +28,7 @@ END = 5  # seconds that the daemon has for its end
 ATTEMPTS = 4  # of the daemon to connect to the head
 FAILURES = 10  # in a row, until the daemon counts as not steering
 QUESTIONS = 8  # until the head is known
+NEEDED = 5  # of them have to be answered
 SILENCES = 6  # from the start, and after so many answers
 SHORT = 4  # seconds: what was cut short did not wait for a head that is silent, which takes 5
 
@@ -343,9 +344,10 @@ class HeadFaultTest(FaultTest):
         self.assertEqual(0, self.daemon.end())
 
     def test_head_that_closes_after_each_answer_is_connected(self):
-        self.connect_over(once_for_each_connection, QUESTIONS)
+        # A question that crosses the end of the connection is lost; three may be.
+        self.connect_over(once_for_each_connection, NEEDED)
         self.bus.wait_for("sent", "isSentreling", True)
-        self.assertGreaterEqual(len(self.head_gate.arrivals), QUESTIONS)
+        self.assertGreaterEqual(len(self.head_gate.arrivals), NEEDED)
         self.assert_head_is_known()
 
     # ---- The lens ----
