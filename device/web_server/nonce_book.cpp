@@ -5,7 +5,6 @@
 #include <array>
 #include <charconv>
 #include <cstdio>
-#include <iterator>
 #include <random>
 #include <utility>
 
@@ -48,7 +47,6 @@ bool NonceBook::use(const std::string& nonce, std::uint32_t count) {
   if (nonce.size() != kStampLength + kSealLength) return false;
   const std::string stamp = nonce.substr(0, kStampLength);
   if (nonce.substr(kStampLength) != sealOf(stamp)) return false;
-  forgetOld();
   if (isOld(stamp) || stamp <= forgotten_) return false;
   const bool taken = used_[stamp].take(count);
   if (used_.size() > kMaxUsed) {
@@ -69,10 +67,6 @@ bool NonceBook::isOld(const std::string& stamp) const {
   std::uint64_t issued = 0;
   std::from_chars(stamp.data(), stamp.data() + kTimeLength, issued, 16);
   return clock_() - static_cast<std::int64_t>(issued) >= lifetime_.count();
-}
-
-void NonceBook::forgetOld() {
-  while (!used_.empty() && isOld(used_.begin()->first)) used_.erase(used_.begin());
 }
 
 bool NonceBook::Counts::take(std::uint32_t count) {

@@ -43,14 +43,13 @@ class NonceBook {
 
   std::string sealOf(const std::string& stamp) const;
   bool isOld(const std::string& stamp) const;
-  void forgetOld();
 
   std::chrono::microseconds lifetime_;
   Clock clock_;
   std::string secret_;
   std::uint64_t issued_ = 0;
   std::map<std::string, Counts> used_;  // by stamp, the oldest first
-  std::string forgotten_;               // the youngest stamp that was forgotten before its time
+  std::string forgotten_;               // the youngest stamp that was left out of it
 };
 
 }  // namespace device

@@ -11,8 +11,8 @@
 
 namespace device {
 
-// A listening TCP socket. One connection is accepted in each turn of the main loop, so that what
-// the earlier ones have sent is read meanwhile; the others wait in the system's queue. When there
+// A listening TCP socket. A few connections are accepted in each turn of the main loop, so that a
+// crowd does not hold up what else is done there; the others wait in the system's queue. When there
 // are no descriptors left it stands back for a moment and goes on by itself.
 class WebListener {
  public:
