@@ -95,17 +95,5 @@ TEST_F(NonceBookTest, OldestOfVeryManyIsGoodNoMore) {
   EXPECT_TRUE(nonces.use(nonce, 2));
 }
 
-TEST_F(NonceBookTest, OldOnesMakeRoomForNewOnes) {
-  for (std::size_t i = 0; i < NonceBook::kMaxUsed; ++i) nonces.use(nonces.issue(), 1);
-  advance(kLifetime - seconds(1));
-  const std::string young = nonces.issue();
-  EXPECT_TRUE(nonces.use(young, 1));
-  advance(seconds(1));
-  for (std::size_t i = 1; i < NonceBook::kMaxUsed; ++i) {
-    EXPECT_TRUE(nonces.use(nonces.issue(), 1));
-  }
-  EXPECT_TRUE(nonces.use(young, 2));
-}
-
 }  // namespace
 }  // namespace device

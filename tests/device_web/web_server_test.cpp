@@ -496,6 +496,18 @@ TEST_F(WebServerTest, RequestThatIsSentAgainByAListenerIsRefused) {
   EXPECT_EQ(2u, application.requests().size());
 }
 
+// The library takes all of these for the count 1, for which the digest is right.
+TEST_F(WebServerTest, CountOfARequestHasOneSpellingOnly) {
+  options.user = WebUser{"anna", "secret word"};
+  write("index.html", "page");
+  const std::uint16_t port = start().port();
+  for (const char* count : {"1", "000000001", "100000001", "0x000001", "+0000001", "0000001z"}) {
+    std::string line = login.line("GET", "/", nonceFrom(port));
+    line.replace(line.find("nc=00000001"), 11, std::string("nc=") + count);
+    EXPECT_EQ(401, WebClient(port).get("/", line).status) << count;
+  }
+}
+
 TEST_F(WebServerTest, NonceThatIsTooOldIsAskedForAnewWithoutAskingTheUser) {
   options.user = WebUser{"anna", "secret word"};
   limits.nonce = std::chrono::milliseconds(0);
