@@ -49,7 +49,7 @@ class RunScriptTest(RunTest):
         self.assertIn('"sentrel_enabled":true', settings)
         self.assertIn('"return_to_home_enabled":true', settings)
 
-    def test_building_is_told_when_something_is_built(self):
+    def test_building_is_not_told_when_there_is_nothing_to_build(self):
         self.run_for(1)  # whatever there was to build is built
         self.assertNotIn("building", self.run_for(1).text())
 
