@@ -15,7 +15,7 @@ NINJA = CALLED + '[ ! -e "$ROOT/build-fails" ]\n'
 CTEST = CALLED + '''
 preset=$2
 echo "age ${SENTREL_TEST_AGE:-own}" >> "$ROOT/calls"
-for process in $(pgrep --parent $PPID); do
+for process in $(< "/proc/$PPID/task/$PPID/children"); do
   [ "$process" = $$ ] || echo "beside $process" >> "$ROOT/calls"
 done
 log=build/$preset/Testing/Temporary
