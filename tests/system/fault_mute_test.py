@@ -26,7 +26,7 @@ WATCH = 1.6 * ANSWER_TIMEOUT
 
 
 class Client(threading.Thread):
-    """Asks without pause, of the cameras, too; answers: status and seconds of each."""
+    """Asks without pause, of the cameras, too; answers: status, seconds and method of each."""
 
     def __init__(self, web, profile):
         super().__init__(daemon=True)
@@ -37,10 +37,10 @@ class Client(threading.Thread):
         self.answers = []
 
     def run(self):
-        for asked in itertools.cycle(map(json.dumps, self._requests)):
+        for asked in itertools.cycle(self._requests):
             since = time.monotonic()
-            status = self._web.post(asked).status
-            self.answers.append((status, time.monotonic() - since))
+            status = self._web.post(json.dumps(asked)).status
+            self.answers.append((status, time.monotonic() - since, asked["method"]))
             if self._is_over.wait(0.02):
                 return
 
@@ -90,9 +90,10 @@ class MuteSceneServiceTest(FaultTest):
         client.start()
         time.sleep(WATCH)  # what is measured is of this length
         client.end()
-        self.assertEqual({200}, {status for status, _ in client.answers})
-        longest = max(seconds for _, seconds in client.answers)
-        print(f"measured: {what}: {len(client.answers)} answers, the longest after {longest:.3f} s")
+        self.assertEqual({200}, {status for status, _, _ in client.answers})
+        longest, method = max((seconds, method) for _, seconds, method in client.answers)
+        print(f"measured: {what}: {len(client.answers)} answers, the longest after {longest:.3f} s "
+              f"({method})")
         self.assertLess(longest, LONGEST_ANSWER)
         if seen is not None:
             times = [*drawings.entries(), time.monotonic()]
