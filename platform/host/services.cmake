@@ -34,7 +34,7 @@ platform_library(scene scene/scene.cpp)
 only_exports(scene scene_)
 inner_library(scene_encoder scene/scene_encoder.cpp)
 
-inner_library(ovhttp_wire ovhttp/wire.cpp)
+inner_library(ovhttp_wire ovhttp/wire.cpp LINK base)
 inner_library(ovhttp_server ovhttp/http_server.cpp LINK ovhttp_wire base Threads::Threads)
 platform_library(ovhttp ovhttp/ovhttp.cpp LINK ovhttp_server)
 only_exports(ovhttp ov_http_)

@@ -341,7 +341,7 @@ void printGroups() {
         .add(group.getHeight())
         .add(group.getLeft())
         .add(group.getRight())
-        .add(group.sizeValid());
+        .add(group.sizeValid(WidestView{}));
   }
 }
 
