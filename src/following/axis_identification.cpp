@@ -113,27 +113,46 @@ std::size_t Trace::levelOf(int percent) const {
 
 // ---- The model run along a record ----
 
-// Logarithms of the dead time, the acceleration and the speed of each level.
+// Logarithms of the dead time, the acceleration and the speed of each level; then, where they are
+// fitted, what each command took longer than the dead time, in units of JITTER.
 using Unknowns = Eigen::VectorXd;
 constexpr Eigen::Index DEAD_TIME = 0;
 constexpr Eigen::Index ACCELERATION = 1;
 constexpr Eigen::Index FIRST_SPEED_OF_LEVEL = 2;
+constexpr double JITTER = 0.03;  // s, the deviation of one command's way
+// Those of the staircase and some periods of the relay: the time that the fit takes is bounded.
+constexpr std::size_t MOST_DELAYS = 48;
+
+std::size_t delaysOf(const Trace& trace) {
+  return std::min(trace.events.size(), MOST_DELAYS);
+}
 
 void simulate(const Trace& trace, const Unknowns& unknowns, std::vector<double>& modelled) {
   const double deadTime = std::exp(unknowns(DEAD_TIME));
   const double acceleration = std::exp(unknowns(ACCELERATION));
-  const Eigen::ArrayXd speeds = unknowns.tail(unknowns.size() - FIRST_SPEED_OF_LEVEL).array().exp();
+  const auto levels = static_cast<Eigen::Index>(trace.percents.size());
+  const Eigen::ArrayXd speeds = unknowns.segment(FIRST_SPEED_OF_LEVEL, levels).array().exp();
+  // Those of the last commands.
+  const Eigen::Index delays = unknowns.size() - FIRST_SPEED_OF_LEVEL - levels;
+  const Eigen::Index before = static_cast<Eigen::Index>(trace.events.size()) - delays;
+  const auto due = [&](std::size_t number) {
+    const Eigen::Index index = static_cast<Eigen::Index>(number) - before;
+    const double longer =
+        index >= 0 ? JITTER * unknowns(FIRST_SPEED_OF_LEVEL + levels + index) : 0.0;
+    return trace.events[number].time + deadTime + longer;
+  };
   AxisMotion motion;
   double time = 0.0;
   double wanted = 0.0;
-  auto event = trace.events.begin();
+  std::size_t number = 0;
   for (std::size_t i = 0; i < trace.times.size(); ++i) {
-    for (; event != trace.events.end() && event->time + deadTime <= trace.times[i]; ++event) {
-      motion.advance(std::max(event->time + deadTime - time, 0.0), wanted, acceleration);
-      time = std::max(event->time + deadTime, time);
-      wanted = event->level == NO_LEVEL
+    for (; number < trace.events.size() && due(number) <= trace.times[i]; ++number) {
+      const Event& event = trace.events[number];
+      motion.advance(std::max(due(number) - time, 0.0), wanted, acceleration);
+      time = std::max(due(number), time);
+      wanted = event.level == NO_LEVEL
                    ? 0.0
-                   : event->sign * speeds(static_cast<Eigen::Index>(event->level));
+                   : event.sign * speeds(static_cast<Eigen::Index>(event.level));
     }
     motion.advance(std::max(trace.times[i] - time, 0.0), wanted, acceleration);
     time = std::max(trace.times[i], time);
@@ -154,10 +173,12 @@ constexpr double LEAST_NOISE = 0.5;  // of the expected deviation
 
 class Fit {
  public:
-  explicit Fit(const Trace& trace)
+  // With what each command took longer, or one dead time for all.
+  explicit Fit(const Trace& trace, bool withDelays = false)
       : trace(trace),
         modelled(trace.times.size()),
-        residuals(static_cast<Eigen::Index>(trace.differences.size())),
+        residuals(static_cast<Eigen::Index>(trace.differences.size() +
+                                            (withDelays ? delaysOf(trace) : 0))),
         shifted(residuals.size()) {}
 
   // How well each unknown is told by the record: its deviation, if what is left is noise.
@@ -175,14 +196,16 @@ class Fit {
 
   const Trace& trace;
   std::vector<double> modelled;
-  Eigen::VectorXd residuals;
+  Eigen::VectorXd residuals;  // of the differences, then of the delays
   Eigen::VectorXd shifted;
   Eigen::MatrixXd jacobian;
 };
 
 void Fit::evaluate(const Unknowns& unknowns, Eigen::VectorXd& into) {
   simulate(trace, unknowns, modelled);
-  for (Eigen::Index i = 0; i < into.size(); ++i) {
+  const auto differences = static_cast<Eigen::Index>(trace.differences.size());
+  into.tail(into.size() - differences) = unknowns.tail(into.size() - differences);
+  for (Eigen::Index i = 0; i < differences; ++i) {
     const Difference& difference = trace.differences[static_cast<std::size_t>(i)];
     into(i) = (difference.way - (modelled[difference.to] - modelled[difference.from])) *
               difference.weight;
@@ -401,10 +424,22 @@ Fitted fit(const Trace& trace) {
   return best;
 }
 
+// Commands do not all take the same time: with a delay for each the speeds are not taken for what
+// is the link's.
+void refine(const Trace& trace, Fitted& fitted) {
+  const auto delays = static_cast<Eigen::Index>(delaysOf(trace));
+  Unknowns unknowns = Unknowns::Zero(fitted.unknowns.size() + delays);
+  unknowns.head(fitted.unknowns.size()) = fitted.unknowns;
+  const double cost = Fit(trace, true).improve(unknowns);
+  if (cost < fitted.cost) {
+    fitted = {unknowns, cost};
+  }
+}
+
 // ---- What the fit says ----
 
 constexpr double STEPPED_SCORE = 0.7;
-constexpr double LARGEST_DEVIATION = 0.35;  // of a speed's logarithm
+constexpr double LARGEST_DEVIATION = 0.25;  // of a speed's logarithm
 constexpr int COARSE_STEP = 5;              // percent
 constexpr double LARGEST_UNEXPLAINED = 0.25;
 
@@ -425,7 +460,7 @@ double finenessOf(const Trace& trace, const Fitted& fitted) {
 
 // Without the levels that the record does not tell: too slow for its steps.
 SpeedCurve curveOf(const Trace& trace, const Fitted& fitted, int step) {
-  const Eigen::VectorXd deviations = Fit(trace).deviations(fitted.unknowns);
+  const Eigen::VectorXd deviations = Fit(trace, true).deviations(fitted.unknowns);
   std::vector<SpeedLevel> levels;
   for (std::size_t i = 0; i < trace.percents.size(); ++i) {
     if (deviations(FIRST_SPEED_OF_LEVEL + static_cast<Eigen::Index>(i)) < LARGEST_DEVIATION) {
@@ -553,17 +588,19 @@ AxisIdentification identify(const AxisRecord& record) {
   }
   int step = 1;
   Fitted fitted = fit(trace);
+  refine(trace, fitted);
   if (finenessOf(trace, fitted) < STEPPED_SCORE) {
     step = COARSE_STEP;
     trace = Trace(record, step);
     fitted = fit(trace);
+    refine(trace, fitted);
   }
   AxisIdentification identified;
   identified.model.deadTime = std::exp(fitted.unknowns(DEAD_TIME));
   identified.model.acceleration = std::exp(fitted.unknowns(ACCELERATION));
   identified.model.curve = curveOf(trace, fitted, step);
   identified.misfit = std::sqrt(fitted.cost / static_cast<double>(trace.differences.size()));
-  identified.unexplained = Fit(trace).unexplained(fitted.unknowns);
+  identified.unexplained = Fit(trace, true).unexplained(fitted.unknowns);
   identified.refusal = judge(identified);
   return identified;
 }

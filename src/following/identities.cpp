@@ -41,6 +41,11 @@ auto keyOf(std::int32_t channel, std::int32_t id) {
   return std::pair(channel, id);
 }
 
+// Per axis, m2.
+double mountingVariance(const Eigen::Matrix2d& perPixel) {
+  return squared(MOUNTING_DEVIATION) * perPixel.trace() / 2.0;
+}
+
 }  // namespace
 
 void BodyHeight::take(double measured) {
@@ -115,8 +120,7 @@ void Identities::take(Alias& alias, std::int64_t time, const GroundPosition& pos
   } else {
     Person& person = persons[alias.person];
     if (!alias.leads) {
-      // The other camera's mounting is another one: a step of the position is no velocity.
-      person.filter.loosen(squared(MOUNTING_DEVIATION) * position.perPixel.trace(), 0.0);
+      person.filter.loosen(mountingVariance(position.perPixel), 0.0);
       lead(alias);
     }
     person.filter.update(measurement);
@@ -270,6 +274,9 @@ void Identities::merge(std::size_t older, std::size_t young) {
   const Person& continuation = persons[young];
   const bool isSeenTwice = person.lastSeen >= continuation.born;
   if (!isSeenTwice) {
+    // Seen anew, perhaps by another camera, whose mounting is another one: a step of the position
+    // is no velocity.
+    person.filter.loosen(mountingVariance(continuation.perPixel), 0.0);
     for (std::size_t i = 0; i < continuation.filter.keptCount(); ++i) {
       person.filter.updateUngated(continuation.filter.kept(i));
     }

@@ -109,7 +109,7 @@ class Trial {
  public:
   Trial(const Scene& scene, const Condition& condition,
         const following::HeadIdentification& identified, const std::vector<std::size_t>& followed,
-        const Run& run);
+        const TrialRun& run);
 
   Result run();
 
@@ -135,7 +135,7 @@ class Trial {
   const Scene& scene_;
   const Condition& condition_;
   std::vector<std::size_t> followed_;
-  Run run_;
+  TrialRun run_;
   Random random_;
   SimulatedHead head_;
   std::vector<OverviewCamera> cameras_;
@@ -182,7 +182,7 @@ Angles homeOf(const Scene& scene) {
 
 Trial::Trial(const Scene& scene, const Condition& condition,
              const following::HeadIdentification& identified,
-             const std::vector<std::size_t>& followed, const Run& run)
+             const std::vector<std::size_t>& followed, const TrialRun& run)
     : scene_(scene),
       condition_(condition),
       followed_(followed),
@@ -537,7 +537,7 @@ Condition fast() {
 
 Result follow(const Scene& scene, const Condition& condition,
               const following::HeadIdentification& head, const std::vector<std::size_t>& followed,
-              const Run& run) {
+              const TrialRun& run) {
   return Trial(scene, condition, head, followed, run).run();
 }
 

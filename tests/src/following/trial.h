@@ -80,19 +80,19 @@ struct Result {
   std::uint64_t commands = 0;  // a hash of all of them
 };
 
-struct Run {
+struct TrialRun {
   double begin = 0.0;  // s
   double end = 0.0;
   std::uint64_t seed = 1;
   std::uint64_t installation = 1;  // of what is drawn once: how cameras are mounted, what is told
   // An occlusion of those followed: from, to; the id after it is new.
-  std::optional<std::pair<double, double>> occluded;
+  std::optional<std::pair<double, double>> occluded = std::nullopt;
 };
 
 // Follows the walkers of these numbers (into the scene's) together.
 Result follow(const Scene& scene, const Condition& condition,
               const following::HeadIdentification& head, const std::vector<std::size_t>& followed,
-              const Run& run);
+              const TrialRun& run);
 
 // Of many results: the median and a percentile of a figure.
 double quantileOf(std::vector<double> values, double share);

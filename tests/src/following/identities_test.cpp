@@ -1,0 +1,267 @@
+#include "following/identities.h"
+
+#include <cmath>
+
+#include "following/simulated_head.h"
+
+namespace following {
+namespace {
+
+using Seen = Identities::Seen;
+
+constexpr std::int64_t FRAME = 100'000;
+const Viewpoint VIEWPOINT;
+
+// Somebody at a place, as a camera at the head sees him.
+Seen seen(std::int32_t id, double x, double y, double height = 1.7) {
+  const double degree = 180.0 / M_PI;
+  const double r = std::hypot(x, y);
+  return {id,
+          {std::atan2(x, y) * degree, -std::atan2(5.0, r) * degree,
+           -std::atan2(5.0 - height, r) * degree}};
+}
+
+// Feeds frames of one camera, arriving at once.
+class People {
+ public:
+  explicit People(std::size_t capacity = Identities::USUAL_CAPACITY) : identities(capacity) {}
+
+  bool frame(const std::vector<Seen>& all, std::int32_t channel = 0) {
+    return identities.takePicture(now, channel, now, VIEWPOINT, all);
+  }
+  void pass() { now += FRAME; }
+
+  std::int64_t who(std::int32_t id, std::int32_t channel = 0) const {
+    const Person* person = identities.whoIs(channel, id);
+    return person == nullptr ? 0 : person->identity;
+  }
+
+  Identities identities;
+  std::int64_t now = 1'000'000'000;
+};
+
+TEST(IdentitiesTest, EverybodyGetsAnIdentityThatStays) {
+  People people;
+  for (int i = 0; i < 10; ++i, people.pass()) {
+    people.frame({seen(5, 0.1 * i, 6.0), seen(7, 3.0, 6.0)});
+  }
+  EXPECT_EQ(people.who(5), 1);
+  EXPECT_EQ(people.who(7), 2);
+  EXPECT_EQ(people.who(6), 0);
+  EXPECT_EQ(people.identities.people().size(), 2U);
+  const Person* person = people.identities.find(1);
+  ASSERT_NE(person, nullptr);
+  EXPECT_NEAR(person->filter.state().mean(2), 1.0, 0.05);
+  EXPECT_EQ(person->pictures, 10);
+}
+
+TEST(IdentitiesTest, HeightIsAveragedFromAUsualOne) {
+  BodyHeight height;
+  height.take(1.9);
+  EXPECT_NEAR(height.metres, 1.7 + 0.2 / 4, 1e-12);
+  for (int i = 0; i < 200; ++i) height.take(1.9);
+  EXPECT_EQ(height.weight, BodyHeight::MOST_WEIGHT);
+  EXPECT_NEAR(height.metres, 1.9, 1e-3);
+}
+
+TEST(IdentitiesTest, NewNumberAfterAnOcclusionIsTheSamePerson) {
+  People people;
+  for (int i = 0; i < 20; ++i, people.pass()) people.frame({seen(5, 0.12 * i, 6.0)});
+  const std::int64_t identity = people.who(5);
+  for (int i = 20; i < 40; ++i, people.pass()) people.frame({});
+  EXPECT_NE(people.identities.find(identity), nullptr);
+  people.frame({seen(6, 0.12 * 40, 6.0)});
+  EXPECT_NE(people.who(6), identity) << "at the first picture nothing is known of his way";
+  people.pass();
+  people.frame({seen(6, 0.12 * 41, 6.0)});
+  EXPECT_EQ(people.who(6), identity);
+  EXPECT_EQ(people.identities.people().size(), 1U);
+}
+
+TEST(IdentitiesTest, StrangerWhoGoesAnotherWayIsNotTaken) {
+  People people;
+  for (int i = 0; i < 20; ++i, people.pass()) people.frame({seen(5, 0.12 * i, 6.0)});
+  for (int i = 0; i < 5; ++i, people.pass()) people.frame({});
+  // Where he is expected, at the same speed, but back.
+  for (int i = 0; i < 8; ++i, people.pass()) people.frame({seen(6, 3.0 - 0.15 * i, 6.0)});
+  EXPECT_NE(people.who(6), people.who(5));
+}
+
+TEST(IdentitiesTest, HeightsTellPeopleApart) {
+  People people;
+  for (int i = 0; i < 30; ++i, people.pass()) {
+    people.frame({seen(1, 0.1 * i, 6.0, 1.9), seen(2, 0.1 * i, 6.3, 1.5)});
+  }
+  const std::int64_t tall = people.who(1);
+  const std::int64_t small = people.who(2);
+  for (int i = 30; i < 45; ++i, people.pass()) people.frame({});
+  for (int i = 45; i < 55; ++i, people.pass()) {
+    people.frame({seen(3, 0.1 * i, 6.0, 1.9), seen(4, 0.1 * i, 6.3, 1.5)});
+  }
+  EXPECT_EQ(people.who(3), tall);
+  EXPECT_EQ(people.who(4), small);
+}
+
+TEST(IdentitiesTest, CheapestPairIsJoinedFirst) {
+  People people;
+  for (int i = 0; i < 20; ++i, people.pass()) {
+    people.frame({seen(1, 0.0, 6.0 + 0.1 * i), seen(2, 0.6, 6.0 + 0.1 * i)});
+  }
+  const std::int64_t first = people.who(1);
+  const std::int64_t second = people.who(2);
+  for (int i = 20; i < 25; ++i, people.pass()) people.frame({});
+  for (int i = 25; i < 30; ++i, people.pass()) {
+    people.frame({seen(8, 0.6, 6.0 + 0.1 * i), seen(9, 0.0, 6.0 + 0.1 * i)});
+  }
+  EXPECT_EQ(people.who(9), first);
+  EXPECT_EQ(people.who(8), second);
+}
+
+TEST(IdentitiesTest, WhoIsLostForFourSecondsIsForgotten) {
+  People people;
+  for (int i = 0; i < 10; ++i, people.pass()) people.frame({seen(5, 0.0, 6.0)});
+  const std::int64_t identity = people.who(5);
+  people.identities.expire(people.now + 3'800'000);
+  EXPECT_NE(people.identities.find(identity), nullptr);
+  people.identities.expire(people.now + 4'000'000);
+  EXPECT_EQ(people.identities.find(identity), nullptr);
+  EXPECT_EQ(people.who(5), 0);
+  people.now += 4'000'000;
+  people.frame({seen(5, 0.0, 6.0)});
+  EXPECT_NE(people.who(5), identity) << "the camera gave the number to somebody else";
+}
+
+TEST(IdentitiesTest, NumberThatComesBackTakesItsTrackBack) {
+  People people;
+  for (int i = 0; i < 20; ++i, people.pass()) people.frame({seen(5, 0.1 * i, 6.0)});
+  const std::int64_t identity = people.who(5);
+  for (int i = 20; i < 23; ++i, people.pass()) people.frame({});
+  for (int i = 23; i < 28; ++i, people.pass()) people.frame({seen(6, 0.1 * i, 6.1)});
+  ASSERT_EQ(people.who(6), identity) << "a stranger beside the way";
+  for (int i = 28; i < 32; ++i, people.pass()) {
+    people.frame({seen(6, 0.1 * i, 6.9), seen(5, 0.1 * i, 6.0)});
+  }
+  EXPECT_EQ(people.who(5), identity);
+  EXPECT_NE(people.who(6), identity);
+  EXPECT_NEAR(people.identities.find(identity)->filter.state().mean(1), 6.0, 0.05);
+}
+
+TEST(IdentitiesTest, HandOverToAnotherCameraIsTheSamePerson) {
+  People people;
+  for (int i = 0; i < 20; ++i, people.pass()) people.frame({seen(5, 0.12 * i, 6.0)}, 0);
+  const std::int64_t identity = people.who(5, 0);
+  for (int i = 20; i < 25; ++i, people.pass()) {
+    people.frame({}, 0);
+    people.frame({seen(5, 0.12 * i, 6.05)}, 1);
+  }
+  EXPECT_EQ(people.who(5, 1), identity);
+  EXPECT_EQ(people.identities.people().size(), 1U);
+  const auto& state = people.identities.find(identity)->filter.state();
+  EXPECT_LT(std::abs(state.mean(3)), 0.2) << "a step of the mounting is no velocity";
+}
+
+TEST(IdentitiesTest, TwoCamerasThatSeeOnePersonAtOnceAreOneTrack) {
+  People people;
+  for (int i = 0; i < 10; ++i, people.pass()) {
+    people.frame({seen(5, 0.12 * i, 6.0)}, 0);
+    people.frame({seen(900, 0.12 * i + 0.04, 6.05)}, 1);
+  }
+  EXPECT_EQ(people.identities.people().size(), 1U);
+  EXPECT_EQ(people.who(900, 1), people.who(5, 0));
+  // The first one leads: the other one's mounting does not pull the person about.
+  EXPECT_NEAR(people.identities.people()[0].filter.state().mean(1), 6.0, 0.01);
+  const std::int64_t identity = people.who(5, 0);
+  for (int i = 10; i < 30; ++i, people.pass()) people.frame({seen(900, 0.12 * i + 0.04, 6.05)}, 1);
+  EXPECT_EQ(people.who(900, 1), identity) << "the other one goes on alone";
+  EXPECT_NEAR(people.identities.find(identity)->filter.state().mean(1), 6.05, 0.02);
+}
+
+TEST(IdentitiesTest, TwoPeopleOfOneCameraAreNeverOne) {
+  People people;
+  for (int i = 0; i < 20; ++i, people.pass()) {
+    people.frame({seen(1, 0.1 * i, 20.0), seen(2, 0.1 * i, 20.1)});
+  }
+  EXPECT_EQ(people.identities.people().size(), 2U);
+}
+
+TEST(IdentitiesTest, CamerasThatTurnOutToSeeTwoPeopleAreTwoTracks) {
+  People people;
+  for (int i = 0; i < 10; ++i, people.pass()) {
+    people.frame({seen(5, 0.1 * i, 6.0)}, 0);
+    people.frame({seen(9, 0.1 * i, 6.1)}, 1);
+  }
+  ASSERT_EQ(people.identities.people().size(), 1U);
+  const std::int64_t identity = people.who(5, 0);
+  for (int i = 10; i < 40; ++i, people.pass()) {
+    people.frame({seen(5, 0.1 * i, 6.0)}, 0);
+    people.frame({seen(9, 2.0 - 0.1 * i, 6.1)}, 1);
+  }
+  EXPECT_EQ(people.who(5, 0), identity);
+  EXPECT_NE(people.who(9, 1), identity);
+  EXPECT_NEAR(people.identities.find(identity)->filter.state().mean(2), 1.0, 0.1);
+}
+
+TEST(IdentitiesTest, StampsThatLieAreRefused) {
+  People people;
+  const std::vector<Seen> all{seen(1, 0.0, 6.0)};
+  Identities& identities = people.identities;
+  EXPECT_FALSE(identities.takePicture(people.now, 0, people.now + 200'000, VIEWPOINT, all));
+  EXPECT_FALSE(identities.takePicture(people.now, 0, people.now - 4'100'000, VIEWPOINT, all));
+  EXPECT_FALSE(identities.takePicture(people.now, 0, INT64_MAX, VIEWPOINT, all));
+  EXPECT_FALSE(identities.takePicture(people.now, 0, INT64_MIN, VIEWPOINT, all));
+  EXPECT_TRUE(identities.people().empty());
+  EXPECT_TRUE(identities.takePicture(people.now, 0, people.now + 90'000, VIEWPOINT, all));
+}
+
+TEST(IdentitiesTest, ThingsWithoutAPlaceOnTheGroundAreLeftOut) {
+  People people;
+  Seen bird = seen(1, 0.0, 6.0);
+  bird.sighting.footTilt = 5.0;
+  Seen broken = seen(2, 0.0, 6.0);
+  broken.sighting.pan = std::nan("");
+  people.frame({bird, broken, seen(3, 1.0, 6.0)});
+  EXPECT_EQ(people.identities.people().size(), 1U);
+}
+
+TEST(IdentitiesTest, FullStorageMakesRoomByTheLongestLost) {
+  People people(2);
+  people.frame({seen(1, 0.0, 6.0), seen(2, 3.0, 6.0)});
+  people.frame({seen(3, -3.0, 6.0)});
+  EXPECT_EQ(people.who(3), 0) << "nobody is lost";
+  people.pass();
+  people.frame({seen(2, 3.0, 6.0)});
+  people.pass();
+  people.frame({seen(2, 3.0, 6.0), seen(3, -3.0, 6.0)});
+  EXPECT_EQ(people.who(1), 0);
+  EXPECT_NE(people.who(2), 0);
+  EXPECT_NE(people.who(3), 0);
+}
+
+// Sixty people who mill about; whatever happens, numbers and storage stay what they say.
+TEST(IdentitiesTest, CrowdsKeepEverythingConsistent) {
+  simulation::Random random(12);
+  People people(40);
+  std::int32_t next = 60;
+  std::vector<std::int32_t> ids(60);
+  for (std::size_t i = 0; i < ids.size(); ++i) ids[i] = static_cast<std::int32_t>(i);
+  for (int round = 0; round < 300; ++round, people.pass()) {
+    for (std::int32_t channel = 0; channel < 3; ++channel) {
+      std::vector<Seen> all;
+      for (std::size_t i = 0; i < ids.size(); ++i) {
+        if (random.chance(0.4)) continue;
+        if (random.chance(0.02)) ids[i] = ++next;
+        const double angle = 0.1 * static_cast<double>(i) + 0.01 * round;
+        all.push_back(seen(ids[i], 8.0 * std::sin(angle), 8.0 * std::cos(angle)));
+      }
+      people.frame(all, channel);
+      for (const Person& person : people.identities.people()) {
+        ASSERT_TRUE(person.filter.state().mean.allFinite());
+        ASSERT_EQ(people.identities.find(person.identity), &person);
+      }
+      ASSERT_LE(people.identities.people().size(), 40U);
+    }
+  }
+}
+
+}  // namespace
+}  // namespace following
