@@ -30,6 +30,7 @@ using Cases = std::vector<Case>;
 void addVerdictCases(Cases& cases);
 void addFrameCases(Cases& cases);
 void addTrackerCases(Cases& cases);
+void addFollowingCases(Cases& cases);
 void addApiCases(Cases& cases);
 
 // Writes people's walk to standard output: for each frame its size (32 bits of this machine) and

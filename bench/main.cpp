@@ -38,6 +38,7 @@ bench::Cases allCases() {
   bench::addVerdictCases(cases);
   bench::addFrameCases(cases);
   bench::addTrackerCases(cases);
+  bench::addFollowingCases(cases);
   bench::addApiCases(cases);
   return cases;
 }
