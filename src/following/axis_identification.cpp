@@ -430,10 +430,18 @@ void refine(const Trace& trace, Fitted& fitted) {
   const auto delays = static_cast<Eigen::Index>(delaysOf(trace));
   Unknowns unknowns = Unknowns::Zero(fitted.unknowns.size() + delays);
   unknowns.head(fitted.unknowns.size()) = fitted.unknowns;
-  const double cost = Fit(trace, true).improve(unknowns);
-  if (cost < fitted.cost) {
-    fitted = {unknowns, cost};
+  fitted.cost = Fit(trace, true).improve(unknowns);
+  fitted.unknowns = unknowns;
+}
+
+// None when no start gives a number.
+std::optional<Fitted> fitWithDelays(const Trace& trace) {
+  Fitted fitted = fit(trace);
+  if (!std::isfinite(fitted.cost)) {
+    return std::nullopt;
   }
+  refine(trace, fitted);
+  return fitted;
 }
 
 // ---- What the fit says ----
@@ -587,20 +595,21 @@ AxisIdentification identify(const AxisRecord& record) {
     return refused(Refusal::noMotion);
   }
   int step = 1;
-  Fitted fitted = fit(trace);
-  refine(trace, fitted);
-  if (finenessOf(trace, fitted) < STEPPED_SCORE) {
+  std::optional<Fitted> fitted = fitWithDelays(trace);
+  if (fitted && finenessOf(trace, *fitted) < STEPPED_SCORE) {
     step = COARSE_STEP;
     trace = Trace(record, step);
-    fitted = fit(trace);
-    refine(trace, fitted);
+    fitted = fitWithDelays(trace);
+  }
+  if (!fitted) {
+    return refused(Refusal::misfit);
   }
   AxisIdentification identified;
-  identified.model.deadTime = std::exp(fitted.unknowns(DEAD_TIME));
-  identified.model.acceleration = std::exp(fitted.unknowns(ACCELERATION));
-  identified.model.curve = curveOf(trace, fitted, step);
-  identified.misfit = std::sqrt(fitted.cost / static_cast<double>(trace.differences.size()));
-  identified.unexplained = Fit(trace, true).unexplained(fitted.unknowns);
+  identified.model.deadTime = std::exp(fitted->unknowns(DEAD_TIME));
+  identified.model.acceleration = std::exp(fitted->unknowns(ACCELERATION));
+  identified.model.curve = curveOf(trace, *fitted, step);
+  identified.misfit = std::sqrt(fitted->cost / static_cast<double>(trace.differences.size()));
+  identified.unexplained = Fit(trace, true).unexplained(fitted->unknowns);
   identified.refusal = judge(identified);
   return identified;
 }

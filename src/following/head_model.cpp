@@ -30,11 +30,15 @@ AxisModel usable(const AxisModel& model) {
 AxisTracker::AxisTracker(const AxisModel& model) : model(model) {}
 
 void AxisTracker::Course::runTo(std::int64_t later, const AxisModel& model, double ratio) {
-  const std::int64_t end = wantedSince + following::later(0, COMMAND_LIFE);
+  const std::int64_t end = following::later(wantedSince, COMMAND_LIFE);
   if (wanted != 0.0 && end < later) {
-    runTo(std::max(end, time), model, ratio);
+    moveTo(end, model, ratio);
     wanted = 0.0;
   }
+  moveTo(later, model, ratio);
+}
+
+void AxisTracker::Course::moveTo(std::int64_t later, const AxisModel& model, double ratio) {
   motion.advance(std::max(secondsBetween(time, later), 0.0), wanted, model.acceleration, ratio);
   time = std::max(time, later);
 }

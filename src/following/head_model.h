@@ -76,6 +76,7 @@ class AxisTracker {
   // A motion, and the command that acts on it.
   struct Course {
     void runTo(std::int64_t later, const AxisModel& model, double ratio);
+    void moveTo(std::int64_t later, const AxisModel& model, double ratio);
     void take(const UnderWay& command, const AxisModel& model, double ratio);
 
     AxisMotion motion;

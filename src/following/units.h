@@ -5,6 +5,7 @@
 
 #include <cmath>
 #include <cstdint>
+#include <limits>
 #include <numbers>
 
 namespace following {
@@ -16,9 +17,16 @@ constexpr double secondsBetween(std::int64_t from, std::int64_t to) {
   return (static_cast<double>(to) - static_cast<double>(from)) / MICROSECONDS;
 }
 
-// The time so many seconds later; seconds must be finite and less than a million.
+// The time so many seconds later, which must be finite and less than a million; the last time there
+// is, if it were beyond.
 inline std::int64_t later(std::int64_t time, double seconds) {
-  return time + std::llround(seconds * MICROSECONDS);
+  constexpr std::int64_t FIRST = std::numeric_limits<std::int64_t>::min();
+  constexpr std::int64_t LAST = std::numeric_limits<std::int64_t>::max();
+  const std::int64_t step = std::llround(seconds * MICROSECONDS);
+  if (step >= 0) {
+    return time > LAST - step ? LAST : time + step;
+  }
+  return time < FIRST - step ? FIRST : time + step;
 }
 
 constexpr double radians(double degrees) {

@@ -223,6 +223,16 @@ TEST(AxisIdentificationTest, EmptyAndShortRecordsAreRefused) {
   EXPECT_EQ(identify(record).refusal, Refusal::tooShort);
 }
 
+TEST(AxisIdentificationTest, ValuesBeyondAllHeadsAreRefused) {
+  AxisRecord record;
+  const int percents[] = {100, -60, 35, -20, 0};
+  for (int i = 0; i < 100; ++i) {
+    record.addCommand(i * 50'000, percents[i / 20]);
+    record.addStatus(i * 50'000, i % 2 == 0 ? 1e300 : -1e308);
+  }
+  EXPECT_FALSE(identify(record).isBelieved());
+}
+
 TEST(AxisIdentificationTest, AnyRecordGivesFiniteModelsOrIsRefused) {
   Random random(77);
   for (int round = 0; round < 60; ++round) {

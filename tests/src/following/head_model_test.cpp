@@ -207,6 +207,17 @@ TEST(HeadModelTest, TimesThatStandStillOrGoBackAreTakenForTheLastOne) {
   EXPECT_NEAR(head.pan().velocity, 20.0, 1e-9);
 }
 
+TEST(HeadModelTest, CommandOlderThanTheModelActsAtOnceAndEnds) {
+  HeadModel head(linear(0.1, 1e5));
+  head.read(10'000'000, 0.0, 0.0);
+  head.commanded(1'000'000, {20, 0});
+  EXPECT_EQ(head.pan().velocity, 0.0) << "its second is over";
+  head.read(10'050'000, 0.0, 0.0);
+  EXPECT_NEAR(head.pan().position, 0.0, 1e-9);
+  head.read(INT64_MAX, 0.0, 0.0);
+  EXPECT_TRUE(std::isfinite(head.pan().position));
+}
+
 TEST(HeadModelTest, MoreCommandsThanThereIsRoomForStayInOrder) {
   HeadModel head(linear(2.0, 1e5));
   head.read(0, 0.0, 0.0);
