@@ -8,127 +8,127 @@ namespace {
 
 // Time advances in pieces of this many seconds, so short that the braking ends within a thousandth
 // of a degree or so of where it should.
-constexpr double kPiece = 0.0005;
+constexpr double PIECE = 0.0005;
 
 }  // namespace
 
 Axis::Axis(const AxisSetup& setup, double position)
-    : setup_(setup), position_(std::clamp(position, setup.low, setup.high)) {}
+    : setup(setup), position(std::clamp(position, setup.low, setup.high)) {}
 
-void Axis::moveTo(double target, double speed) {
-  if (setup_.endless) {
-    const double turn = setup_.high - setup_.low;
-    target_ = target - turn * std::floor((target - setup_.low) / turn);
+void Axis::moveTo(double goal, double speed) {
+  if (setup.endless) {
+    const double turn = setup.high - setup.low;
+    target = goal - turn * std::floor((goal - setup.low) / turn);
   } else {
-    target_ = std::clamp(target, setup_.low, setup_.high);
+    target = std::clamp(goal, setup.low, setup.high);
   }
-  demand_ = std::clamp(speed, 0.0, setup_.speed);
+  demand = std::clamp(speed, 0.0, setup.speed);
 }
 
 void Axis::moveAt(double speed, double seconds) {
-  target_.reset();
-  demand_ = std::clamp(speed, -setup_.speed, setup_.speed);
-  left_ = seconds;
+  target.reset();
+  demand = std::clamp(speed, -setup.speed, setup.speed);
+  holdLeft = seconds;
 }
 
 void Axis::step(double seconds) {
-  clock_ += seconds;
-  for (; clock_ >= kPiece; clock_ -= kPiece) {
+  clock += seconds;
+  for (; clock >= PIECE; clock -= PIECE) {
     stepOnce();
   }
 }
 
 bool Axis::moving() const {
-  return target_ || velocity_ != 0 || wantedVelocity() != 0;
+  return target || velocity != 0 || wantedVelocity() != 0;
 }
 
 void Axis::stepOnce() {
-  const double before = velocity_;
+  const double before = velocity;
   expire();
-  const double change = setup_.acceleration * kPiece;
-  velocity_ += std::clamp(wantedVelocity() - velocity_, -change, change);
-  position_ += (before + velocity_) / 2 * kPiece;
+  const double change = setup.acceleration * PIECE;
+  velocity += std::clamp(wantedVelocity() - velocity, -change, change);
+  position += (before + velocity) / 2 * PIECE;
   keepInRange();
   settle();
 }
 
 // A speed whose time is over is one of zero.
 void Axis::expire() {
-  if (target_) {
+  if (target) {
     return;
   }
-  if (left_ <= 0) {
-    demand_ = 0;
+  if (holdLeft <= 0) {
+    demand = 0;
   }
-  left_ -= kPiece;
+  holdLeft -= PIECE;
 }
 
-double Axis::distanceTo(double target) const {
-  const double distance = target - position_;
-  if (!setup_.endless) {
+double Axis::distanceTo(double goal) const {
+  const double distance = goal - position;
+  if (!setup.endless) {
     return distance;
   }
-  const double turn = setup_.high - setup_.low;
+  const double turn = setup.high - setup.low;
   return distance - turn * std::ceil(distance / turn - 0.5);
 }
 
 // The greatest speed towards something at a distance, reached at the end of the next piece, from
 // which the axis can still stop in time.
 double Axis::brakingSpeed(double distance, double approach) const {
-  const double left = std::max(distance - approach * kPiece / 2, 0.0);
-  const double lag = setup_.acceleration * kPiece / 2;
-  return std::sqrt(2 * setup_.acceleration * left + lag * lag) - lag;
+  const double left = std::max(distance - approach * PIECE / 2, 0.0);
+  const double lag = setup.acceleration * PIECE / 2;
+  return std::sqrt(2 * setup.acceleration * left + lag * lag) - lag;
 }
 
 double Axis::wantedVelocity() const {
-  if (target_) {
-    const double distance = distanceTo(*target_);
-    const double approach = std::copysign(1.0, distance) * velocity_;
-    return std::copysign(std::min(demand_, brakingSpeed(std::abs(distance), approach)), distance);
+  if (target) {
+    const double distance = distanceTo(*target);
+    const double approach = std::copysign(1.0, distance) * velocity;
+    return std::copysign(std::min(demand, brakingSpeed(std::abs(distance), approach)), distance);
   }
-  if (setup_.endless || demand_ == 0) {
-    return demand_;
+  if (setup.endless || demand == 0) {
+    return demand;
   }
-  const double room = demand_ > 0 ? setup_.high - position_ : position_ - setup_.low;
-  const double approach = std::copysign(1.0, demand_) * velocity_;
-  return std::copysign(std::min(std::abs(demand_), brakingSpeed(room, approach)), demand_);
+  const double room = demand > 0 ? setup.high - position : position - setup.low;
+  const double approach = std::copysign(1.0, demand) * velocity;
+  return std::copysign(std::min(std::abs(demand), brakingSpeed(room, approach)), demand);
 }
 
 void Axis::keepInRange() {
-  if (setup_.endless) {
-    const double turn = setup_.high - setup_.low;
-    position_ -= turn * std::floor((position_ - setup_.low) / turn);
+  if (setup.endless) {
+    const double turn = setup.high - setup.low;
+    position -= turn * std::floor((position - setup.low) / turn);
     return;
   }
-  const double free = position_;
-  position_ = std::clamp(free, setup_.low, setup_.high);
-  if (position_ != free) {
-    velocity_ = 0;
+  const double free = position;
+  position = std::clamp(free, setup.low, setup.high);
+  if (position != free) {
+    velocity = 0;
   }
 }
 
 // Ends the last, endlessly small part of a braking.
 void Axis::settle() {
-  const double crawl = 3 * setup_.acceleration * kPiece;
-  const double near = crawl * kPiece;
-  if (std::abs(velocity_) > crawl) {
+  const double crawl = 3 * setup.acceleration * PIECE;
+  const double near = crawl * PIECE;
+  if (std::abs(velocity) > crawl) {
     return;
   }
-  if (target_ && std::abs(distanceTo(*target_)) <= near) {
-    position_ = *target_;
-    velocity_ = 0;
-    demand_ = 0;
-    target_.reset();
+  if (target && std::abs(distanceTo(*target)) <= near) {
+    position = *target;
+    velocity = 0;
+    demand = 0;
+    target.reset();
     return;
   }
-  if (target_ || setup_.endless || demand_ == 0) {
+  if (target || setup.endless || demand == 0) {
     return;
   }
-  const double stop = demand_ > 0 ? setup_.high : setup_.low;
-  if (std::abs(stop - position_) <= near) {
-    position_ = stop;
-    velocity_ = 0;
-    demand_ = 0;
+  const double stop = demand > 0 ? setup.high : setup.low;
+  if (std::abs(stop - position) <= near) {
+    position = stop;
+    velocity = 0;
+    demand = 0;
   }
 }
 

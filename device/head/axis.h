@@ -21,10 +21,10 @@ class Axis {
   // Stands still at a position, clamped to the end stops.
   Axis(const AxisSetup& setup, double position);
 
-  // Goes to a position by a trapezoid of speed and stops there. The target is clamped to the end
+  // Goes to a position by a trapezoid of speed and stops there. The goal is clamped to the end
   // stops; an endless axis takes the shorter way round (up when both are equal). speed is the limit
   // in units per second, at most the axis' own.
-  void moveTo(double target, double speed);
+  void moveTo(double goal, double speed);
 
   // Goes on at a signed speed, at most the axis' own, for so many seconds, and brakes in time for
   // an end stop.
@@ -33,8 +33,8 @@ class Axis {
   // Advances time; the length of a step has no influence on the way taken.
   void step(double seconds);
 
-  double position() const { return position_; }
-  double velocity() const { return velocity_; }
+  double getPosition() const { return position; }
+  double getVelocity() const { return velocity; }
 
   // True while it turns or has still to start for a target.
   bool moving() const;
@@ -42,19 +42,19 @@ class Axis {
  private:
   void stepOnce();
   void expire();
-  double distanceTo(double target) const;
+  double distanceTo(double goal) const;
   double brakingSpeed(double distance, double approach) const;
   double wantedVelocity() const;
   void keepInRange();
   void settle();
 
-  AxisSetup setup_;
-  double position_;
-  double velocity_ = 0;
-  std::optional<double> target_;  // of moveTo, until reached
-  double demand_ = 0;             // signed speed of moveAt, or speed limit of moveTo
-  double left_ = 0;               // seconds for which the speed of moveAt still holds
-  double clock_ = 0;              // seconds that have passed but are not yet worked out
+  AxisSetup setup;
+  double position;
+  double velocity = 0;
+  std::optional<double> target;  // of moveTo, until reached
+  double demand = 0;             // signed speed of moveAt, or speed limit of moveTo
+  double holdLeft = 0;           // seconds for which the speed of moveAt still holds
+  double clock = 0;              // seconds that have passed but are not yet worked out
 };
 
 }  // namespace device

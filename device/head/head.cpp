@@ -6,11 +6,11 @@
 namespace device {
 namespace {
 
-constexpr double kZoomSpinUp = 0.1;  // seconds for the lens to reach full speed
+constexpr double ZOOM_SPIN_UP = 0.1;  // seconds for the lens to reach full speed
 
 AxisSetup zoomAxis(const HeadSetup& setup) {
   return {.speed = setup.zoomSpeed,
-          .acceleration = setup.zoomSpeed / kZoomSpinUp,
+          .acceleration = setup.zoomSpeed / ZOOM_SPIN_UP,
           .low = static_cast<double>(setup.minZoom),
           .high = static_cast<double>(setup.maxZoom)};
 }
@@ -39,20 +39,20 @@ void drive(Axis& axis, const AxisCommand& command, double fullSpeed, int limitPe
 }  // namespace
 
 Head::Head(const HeadSetup& setup)
-    : setup_(setup),
-      pan_(setup.pan, setup.home.pan),
-      tilt_(setup.tilt, setup.home.tilt),
-      zoom_(zoomAxis(setup), setup.home.zoom) {}
+    : setup(setup),
+      pan(setup.pan, setup.home.pan),
+      tilt(setup.tilt, setup.home.tilt),
+      zoom(zoomAxis(setup), setup.home.zoom) {}
 
 void Head::command(const HeadCommand& command) {
   if (isStop(command)) {
-    waiting_.clear();
+    waitingCommands.clear();
   }
-  waiting_.push_back({setup_.latency, command});
+  waitingCommands.push_back({setup.latency, command});
 }
 
 void Head::goHome(int speed) {
-  goTo(setup_.home, speed);
+  goTo(setup.home, speed);
 }
 
 bool Head::setPreset(int preset) {
@@ -60,13 +60,13 @@ bool Head::setPreset(int preset) {
     return false;
   }
   const HeadStatus here = status();
-  presets_[preset] = {.pan = here.pan, .tilt = here.tilt, .zoom = here.zoom};
+  presets[preset] = {.pan = here.pan, .tilt = here.tilt, .zoom = here.zoom};
   return true;
 }
 
 bool Head::goToPreset(int preset, int speed) {
-  const auto found = presets_.find(preset);
-  if (found == presets_.end()) {
+  const auto found = presets.find(preset);
+  if (found == presets.end()) {
     return false;
   }
   goTo(found->second, speed);
@@ -78,8 +78,8 @@ int Head::presetHere() const {
   if (here.moving()) {
     return 0;
   }
-  const double zoomTolerance = (setup_.maxZoom - setup_.minZoom) * 0.005;
-  for (const auto& [number, position] : presets_) {
+  const double zoomTolerance = (setup.maxZoom - setup.minZoom) * 0.005;
+  for (const auto& [number, position] : presets) {
     const double panOff = std::abs(std::remainder(here.pan - position.pan, 360.0));
     const bool isHere = panOff <= 0.5 && std::abs(here.tilt - position.tilt) <= 0.5 &&
                         std::abs(here.zoom - position.zoom) <= zoomTolerance;
@@ -91,10 +91,10 @@ int Head::presetHere() const {
 }
 
 void Head::step(double seconds) {
-  while (!waiting_.empty() && waiting_.front().remaining <= seconds) {
-    const double part = std::max(waiting_.front().remaining, 0.0);
-    const HeadCommand due = waiting_.front().command;
-    waiting_.pop_front();
+  while (!waitingCommands.empty() && waitingCommands.front().remaining <= seconds) {
+    const double part = std::max(waitingCommands.front().remaining, 0.0);
+    const HeadCommand due = waitingCommands.front().command;
+    waitingCommands.pop_front();
     advance(part);
     seconds -= part;
     apply(due);
@@ -103,17 +103,17 @@ void Head::step(double seconds) {
 }
 
 HeadStatus Head::status() const {
-  const double magnification = multiplier(setup_, zoom_.position());
-  const double width = setup_.maxFieldAngle / magnification;
-  return {.pan = pan_.position(),
-          .tilt = tilt_.position(),
-          .zoom = static_cast<int>(std::lround(zoom_.position())),
-          .panMoving = pan_.moving(),
-          .tiltMoving = tilt_.moving(),
-          .zoomMoving = zoom_.moving(),
+  const double magnification = multiplier(setup, zoom.getPosition());
+  const double width = setup.maxFieldAngle / magnification;
+  return {.pan = pan.getPosition(),
+          .tilt = tilt.getPosition(),
+          .zoom = static_cast<int>(std::lround(zoom.getPosition())),
+          .panMoving = pan.moving(),
+          .tiltMoving = tilt.moving(),
+          .zoomMoving = zoom.moving(),
           .magnification = magnification,
           .pictureWidth = width,
-          .pictureHeight = width / setup_.aspectRatio};
+          .pictureHeight = width / setup.aspectRatio};
 }
 
 double Head::multiplier(const HeadSetup& setup, double zoom) {
@@ -123,9 +123,9 @@ double Head::multiplier(const HeadSetup& setup, double zoom) {
 
 void Head::apply(const HeadCommand& command) {
   const int limit = std::clamp(command.speed, 1, 100);
-  drive(pan_, command.pan, setup_.pan.speed, limit, setup_.speedHold);
-  drive(tilt_, command.tilt, setup_.tilt.speed, limit, setup_.speedHold);
-  drive(zoom_, command.zoom, setup_.zoomSpeed, limit, setup_.speedHold);
+  drive(pan, command.pan, setup.pan.speed, limit, setup.speedHold);
+  drive(tilt, command.tilt, setup.tilt.speed, limit, setup.speedHold);
+  drive(zoom, command.zoom, setup.zoomSpeed, limit, setup.speedHold);
 }
 
 void Head::goTo(const HeadPosition& position, int speed) {
@@ -136,12 +136,12 @@ void Head::goTo(const HeadPosition& position, int speed) {
 }
 
 void Head::advance(double seconds) {
-  for (Waiting& waiting : waiting_) {
+  for (Waiting& waiting : waitingCommands) {
     waiting.remaining -= seconds;
   }
-  pan_.step(seconds);
-  tilt_.step(seconds);
-  zoom_.step(seconds);
+  pan.step(seconds);
+  tilt.step(seconds);
+  zoom.step(seconds);
 }
 
 }  // namespace device

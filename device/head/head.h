@@ -84,7 +84,7 @@ class Head {
   // Queues the way to a kept position; false when there is none of that number.
   bool goToPreset(int preset, int speed);
 
-  const std::map<int, HeadPosition>& presets() const { return presets_; }
+  const std::map<int, HeadPosition>& getPresets() const { return presets; }
 
   // The number of the lowest preset at which the head rests (within half a degree and half a per
   // cent of the zoom range), 0 when it moves or rests elsewhere.
@@ -96,7 +96,7 @@ class Head {
   // Where the head is now. A command has no part in it before its latency has passed.
   HeadStatus status() const;
 
-  const HeadSetup& setup() const { return setup_; }
+  const HeadSetup& getSetup() const { return setup; }
 
   // The magnification at a zoom position: 1 at minZoom, growing linearly. maxZoom is the divisor.
   static double multiplier(const HeadSetup& setup, double zoom);
@@ -111,12 +111,12 @@ class Head {
   void goTo(const HeadPosition& position, int speed);
   void advance(double seconds);
 
-  HeadSetup setup_;
-  Axis pan_;
-  Axis tilt_;
-  Axis zoom_;
-  std::deque<Waiting> waiting_;
-  std::map<int, HeadPosition> presets_;
+  HeadSetup setup;
+  Axis pan;
+  Axis tilt;
+  Axis zoom;
+  std::deque<Waiting> waitingCommands;
+  std::map<int, HeadPosition> presets;
 };
 
 }  // namespace device

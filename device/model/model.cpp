@@ -20,28 +20,28 @@ struct JsonDeleter {
 };
 using Json = std::unique_ptr<json_t, JsonDeleter>;
 
-constexpr int kMostBases = 8;  // bases of bases; more are a circle
-constexpr int kMostChannels = 16;
+constexpr int MOST_BASES = 8;  // bases of bases; more are a circle
+constexpr int MOST_CHANNELS = 16;
 
 // One object of a model file, with its place in the file for error messages.
 class Section {
  public:
   Section(const json_t* json, std::string file, std::string path)
-      : json_(json), file_(std::move(file)), path_(std::move(path)) {
+      : json(json), file(std::move(file)), path(std::move(path)) {
     if (!json_is_object(json)) {
       fail("", "must be an object");
     }
   }
 
   [[noreturn]] void fail(const std::string& key, const std::string& reason) const {
-    std::string where = path_;
+    std::string where = path;
     if (!key.empty()) {
       where += where.empty() ? key : "." + key;
     }
-    throw ModelError(file_ + ": " + (where.empty() ? "" : where + ": ") + reason);
+    throw ModelError(file + ": " + (where.empty() ? "" : where + ": ") + reason);
   }
 
-  bool has(const char* key) const { return json_object_get(json_, key) != nullptr; }
+  bool has(const char* key) const { return json_object_get(json, key) != nullptr; }
 
   double number(const char* key, double low, double high) const {
     const json_t* value = need(key);
@@ -78,7 +78,7 @@ class Section {
     return json_string_value(value);
   }
 
-  Section section(const char* key) const { return Section(need(key), file_, join(key)); }
+  Section section(const char* key) const { return Section(need(key), file, join(key)); }
 
   std::vector<Section> sections(const char* key) const {
     const json_t* list = need(key);
@@ -87,8 +87,7 @@ class Section {
     }
     std::vector<Section> result;
     for (std::size_t i = 0; i < json_array_size(list); ++i) {
-      result.emplace_back(json_array_get(list, i), file_,
-                          join(key) + "[" + std::to_string(i) + "]");
+      result.emplace_back(json_array_get(list, i), file, join(key) + "[" + std::to_string(i) + "]");
     }
     return result;
   }
@@ -98,7 +97,7 @@ class Section {
     std::map<std::string, std::string> result;
     const char* key = nullptr;
     json_t* value = nullptr;
-    json_object_foreach(const_cast<json_t*>(json_), key, value) {
+    json_object_foreach(const_cast<json_t*>(json), key, value) {
       result[key] = text(key);
     }
     return result;
@@ -108,7 +107,7 @@ class Section {
   void allowOnly(std::initializer_list<std::string_view> keys) const {
     const char* key = nullptr;
     json_t* value = nullptr;
-    json_object_foreach(const_cast<json_t*>(json_), key, value) {
+    json_object_foreach(const_cast<json_t*>(json), key, value) {
       if (std::find(keys.begin(), keys.end(), key) == keys.end()) {
         fail(key, "is unknown");
       }
@@ -117,14 +116,14 @@ class Section {
 
  private:
   const json_t* need(const char* key) const {
-    const json_t* value = json_object_get(json_, key);
+    const json_t* value = json_object_get(json, key);
     if (!value) {
       fail(key, "is missing");
     }
     return value;
   }
 
-  std::string join(const std::string& key) const { return path_.empty() ? key : path_ + "." + key; }
+  std::string join(const std::string& key) const { return path.empty() ? key : path + "." + key; }
 
   static std::string shortText(double value) {
     std::array<char, 32> buffer{};
@@ -132,9 +131,9 @@ class Section {
     return buffer.data();
   }
 
-  const json_t* json_;
-  std::string file_;
-  std::string path_;
+  const json_t* json;
+  std::string file;
+  std::string path;
 };
 
 std::string decimals(double value, int count) {
@@ -166,7 +165,7 @@ Json readWithBases(const std::filesystem::path& file, int depth = 0) {
   if (!json_is_string(base)) {
     throw ModelError(file.string() + ": base: must be a text");
   }
-  if (depth == kMostBases) {
+  if (depth == MOST_BASES) {
     throw ModelError(file.string() + ": base: too many bases, or bases in a circle");
   }
   const std::string name = json_string_value(base);
@@ -310,8 +309,8 @@ Model readModel(const Section& root) {
   for (const Section& channel : root.sections("channels")) {
     model.channels.push_back(readChannel(channel, model.mastHeight));
   }
-  if (model.channels.empty() || model.channels.size() > kMostChannels) {
-    root.fail("channels", "must be 1 to " + std::to_string(kMostChannels));
+  if (model.channels.empty() || model.channels.size() > MOST_CHANNELS) {
+    root.fail("channels", "must be 1 to " + std::to_string(MOST_CHANNELS));
   }
   addChannelParameters(model);
   return model;

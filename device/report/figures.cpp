@@ -8,55 +8,55 @@
 namespace device {
 namespace {
 
-constexpr double kReversal = 0.5;  // degrees; smaller movements to and fro are play
-constexpr double kMostNotGreater = 0.95;
+constexpr double REVERSAL = 0.5;  // degrees; smaller movements to and fro are play
+constexpr double MOST_NOT_GREATER = 0.95;
 
 // Counts how often an axis turns back.
 class ReversalCounter {
  public:
   // Angles may wrap; what lies between two calls is taken the short way.
   void follow(double angle) {
-    if (!last_) {
-      last_ = angle;
+    if (!last) {
+      last = angle;
       return;
     }
-    position_ += std::remainder(angle - *last_, 360.0);
-    last_ = angle;
-    if (direction_ == 0) {
+    position += std::remainder(angle - *last, 360.0);
+    last = angle;
+    if (direction == 0) {
       start();
       return;
     }
-    extreme_ = direction_ > 0 ? std::max(extreme_, position_) : std::min(extreme_, position_);
-    if (direction_ * (extreme_ - position_) >= kReversal) {
-      direction_ = -direction_;
-      extreme_ = position_;
-      ++count_;
+    extreme = direction > 0 ? std::max(extreme, position) : std::min(extreme, position);
+    if (direction * (extreme - position) >= REVERSAL) {
+      direction = -direction;
+      extreme = position;
+      ++count;
     }
   }
 
   // What comes next does not follow what came before.
   void breakOff() {
-    last_.reset();
-    position_ = 0;
-    extreme_ = 0;
-    direction_ = 0;
+    last.reset();
+    position = 0;
+    extreme = 0;
+    direction = 0;
   }
 
-  int count() const { return count_; }
+  int getCount() const { return count; }
 
  private:
   void start() {
-    if (std::abs(position_) >= kReversal) {
-      direction_ = position_ > 0 ? 1 : -1;
-      extreme_ = position_;
+    if (std::abs(position) >= REVERSAL) {
+      direction = position > 0 ? 1 : -1;
+      extreme = position;
     }
   }
 
-  std::optional<double> last_;
-  double position_ = 0;  // since the start, unwrapped
-  double extreme_ = 0;   // the farthest in the present direction
-  int direction_ = 0;
-  int count_ = 0;
+  std::optional<double> last;
+  double position = 0;  // since the start, unwrapped
+  double extreme = 0;   // the farthest in the present direction
+  int direction = 0;
+  int count = 0;
 };
 
 // Errors with the seconds for which they stood.
@@ -67,7 +67,7 @@ double percentile(WeightedErrors errors, double total) {
   double passed = 0;
   for (const auto& [error, seconds] : errors) {
     passed += seconds;
-    if (passed >= kMostNotGreater * total) {
+    if (passed >= MOST_NOT_GREATER * total) {
       return error;
     }
   }
@@ -125,7 +125,7 @@ void addTracking(Figures& figures, const std::vector<Moment>& moments) {
   figures.rmsError = std::sqrt(sums.squares / sums.counted);
   figures.p95Error = percentile(std::move(sums.errors), sums.counted);
   figures.targetSwitches = sums.switches;
-  figures.reversalsPerSecond = (pan.count() + tilt.count()) / sums.counted;
+  figures.reversalsPerSecond = (pan.getCount() + tilt.getCount()) / sums.counted;
   if (sums.targetInView > 0) {
     figures.meanHeightShare = sums.heightShare / sums.targetInView;
   }

@@ -20,8 +20,8 @@ struct GFreeDeleter {
   void operator()(void* memory) const { g_free(memory); }
 };
 
-constexpr const char* kSvgTerminal = "set terminal svg size 1200,900 background 'white'";
-constexpr const char* kPngTerminal = "set terminal pngcairo size 1200,900";
+constexpr const char* SVG_TERMINAL = "set terminal svg size 1200,900 background 'white'";
+constexpr const char* PNG_TERMINAL = "set terminal pngcairo size 1200,900";
 
 // One line of data. NaN leaves a gap in a curve.
 void addRow(std::ostream& out, const Moment& moment, bool isSeam) {
@@ -123,7 +123,7 @@ std::string plotScript(const Session& session, const std::string& title,
   const double end = session.moments.empty() ? 1 : session.moments.back().time;
   std::ostringstream out;
   out.imbue(std::locale::classic());
-  out << (terminal == "svg" ? kSvgTerminal : kPngTerminal) << "\n"
+  out << (terminal == "svg" ? SVG_TERMINAL : PNG_TERMINAL) << "\n"
       << "set output " << quoted(file) << "\n";
   addData(out, session.moments);
   out << "set multiplot layout 3,1 title " << quoted(title)

@@ -16,9 +16,9 @@
 namespace device {
 namespace {
 
-constexpr double kSampleInterval = 0.05;  // seconds
-constexpr double kInsideLongEnough = 3;   // seconds
-constexpr double kTimeRounding = 1e-9;    // seconds, of sums of steps
+constexpr double SAMPLE_INTERVAL = 0.05;  // seconds
+constexpr double INSIDE_LONG_ENOUGH = 3;  // seconds
+constexpr double TIME_ROUNDING = 1e-9;    // seconds, of sums of steps
 
 struct JsonDeleter {
   void operator()(json_t* json) const { json_decref(json); }
@@ -73,28 +73,28 @@ bool isInPicture(const HeadStatus& head, const Direction& direction) {
          std::abs(up) <= depth * std::tan(toRadians(head.pictureHeight / 2));
 }
 
-Report::Report(RunInfo info) : info_(std::move(info)) {}
+Report::Report(RunInfo info) : info(std::move(info)) {}
 
 void Report::alarmStarted(double time) {
-  session_.alarms.push_back({time, std::nullopt});
+  session.alarms.push_back({time, std::nullopt});
 }
 
 void Report::alarmEnded(double time) {
-  const auto open = std::find_if(session_.alarms.begin(), session_.alarms.end(),
+  const auto open = std::find_if(session.alarms.begin(), session.alarms.end(),
                                  [](const Interval& alarm) { return !alarm.end; });
-  if (open != session_.alarms.end()) {
+  if (open != session.alarms.end()) {
     open->end = time;
   }
 }
 
 void Report::trackerState(double time, std::string_view state) {
-  if (session_.states.empty() || session_.states.back().name != state) {
-    session_.states.push_back({time, std::string(state)});
+  if (session.states.empty() || session.states.back().name != state) {
+    session.states.push_back({time, std::string(state)});
   }
 }
 
 void Report::sentreling(double time, bool active) {
-  std::vector<Interval>& steering = session_.steering;
+  std::vector<Interval>& steering = session.steering;
   const bool isActive = !steering.empty() && !steering.back().end;
   if (active == isActive) {
     return;
@@ -107,8 +107,8 @@ void Report::sentreling(double time, bool active) {
 }
 
 void Report::sample(double time, std::span<const PersonView> people, const HeadStatus& head) {
-  std::vector<Moment>& moments = session_.moments;
-  if (!moments.empty() && time < moments.back().time + kSampleInterval - kTimeRounding) {
+  std::vector<Moment>& moments = session.moments;
+  if (!moments.empty() && time < moments.back().time + SAMPLE_INTERVAL - TIME_ROUNDING) {
     return;
   }
   const bool longEnough = noteInside(time, people);
@@ -126,7 +126,7 @@ void Report::sample(double time, std::span<const PersonView> people, const HeadS
     return person.inside && isInPicture(head, person.centre);
   });
   moment.lastTargetInside =
-      !moments.empty() && moments.back().target && insideSince_.contains(moments.back().target->id);
+      !moments.empty() && moments.back().target && insideSince.contains(moments.back().target->id);
   moments.push_back(moment);
 }
 
@@ -136,13 +136,13 @@ std::string Report::toJson() const {
   const auto add = [&](const char* key, const auto& value) {
     json_object_set_new(json.get(), key, toJsonValue(value));
   };
-  add("model", info_.model);
-  add("tracks", info_.tracks);
-  add("transport", info_.transport);
-  add("seed", static_cast<std::int64_t>(info_.seed));
+  add("model", info.model);
+  add("tracks", info.tracks);
+  add("transport", info.transport);
+  add("seed", static_cast<std::int64_t>(info.seed));
   add("duration_s", all.duration);
   add("state_running_after_s", all.stateRunningAfter);
-  add("frames", frames_);
+  add("frames", frames);
   add("alarms_started", all.alarmsStarted);
   add("alarms_ended", all.alarmsEnded);
   add("followed_s", all.followed);
@@ -167,9 +167,9 @@ std::string Report::write(const std::filesystem::path& folder) const {
   if (!out) {
     throw std::runtime_error(file.string() + " cannot be written");
   }
-  const std::string title = info_.model + ", " + info_.tracks + ", " + info_.transport + ", seed " +
-                            std::to_string(info_.seed);
-  return drawPlots(session_, title, folder);
+  const std::string title = info.model + ", " + info.tracks + ", " + info.transport + ", seed " +
+                            std::to_string(info.seed);
+  return drawPlots(session, title, folder);
 }
 
 // Keeps since when each person is inside; true when somebody has been there for long enough.
@@ -180,17 +180,17 @@ bool Report::noteInside(double time, std::span<const PersonView> people) {
     if (!person.inside) {
       continue;
     }
-    const auto known = insideSince_.find(person.id);
-    const double since = known == insideSince_.end() ? time : known->second;
+    const auto known = insideSince.find(person.id);
+    const double since = known == insideSince.end() ? time : known->second;
     inside[person.id] = since;
-    longEnough = longEnough || time - since >= kInsideLongEnough - kTimeRounding;
+    longEnough = longEnough || time - since >= INSIDE_LONG_ENOUGH - TIME_ROUNDING;
   }
-  insideSince_ = std::move(inside);
+  insideSince = std::move(inside);
   return longEnough;
 }
 
 bool Report::isRunning() const {
-  return !session_.states.empty() && session_.states.back().name == "running";
+  return !session.states.empty() && session.states.back().name == "running";
 }
 
 }  // namespace device

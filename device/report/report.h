@@ -30,7 +30,7 @@ class Report {
   explicit Report(RunInfo info);
 
   // One scene frame was handed out, of any channel.
-  void frameSent() { ++frames_; }
+  void frameSent() { ++frames; }
 
   // Several alarms may be on at once; an end belongs to the oldest that is still on, and is ignored
   // when none is.
@@ -47,8 +47,8 @@ class Report {
   // after the one kept last is passed over.
   void sample(double time, std::span<const PersonView> people, const HeadStatus& head);
 
-  Figures figures() const { return figuresOf(session_); }
-  const Session& session() const { return session_; }
+  Figures figures() const { return figuresOf(session); }
+  const Session& getSession() const { return session; }
 
   // report.json: the figures (those without a value are null) and what the run was.
   std::string toJson() const;
@@ -62,10 +62,10 @@ class Report {
   bool noteInside(double time, std::span<const PersonView> people);
   bool isRunning() const;
 
-  RunInfo info_;
-  std::int64_t frames_ = 0;
-  Session session_;
-  std::map<int, double> insideSince_;  // person to time
+  RunInfo info;
+  std::int64_t frames = 0;
+  Session session;
+  std::map<int, double> insideSince;  // person to time
 };
 
 // True when the direction lies within the head's picture.

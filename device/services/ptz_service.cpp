@@ -116,7 +116,7 @@ struct PtzService::Handlers {
     if (!accepts(invocation, channel)) return TRUE;
     GVariantBuilder builder;
     g_variant_builder_init(&builder, G_VARIANT_TYPE("a(iddi)"));
-    for (const auto& [preset, position] : head(self).presets()) {
+    for (const auto& [preset, position] : head(self).getPresets()) {
       g_variant_builder_add(&builder, "(iddi)", preset, position.pan, position.tilt, position.zoom);
     }
     bus_ptzservice_complete_list_presets(skeleton, invocation, g_variant_builder_end(&builder));

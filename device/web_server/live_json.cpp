@@ -28,9 +28,9 @@ json_t* channelJson(const Model& model, const World& world, int channel) {
   const std::string roll = parameter(
       model.parameters, "root.PTZ.RemoteCenter.C" + std::to_string(channel + 1) + ".Roll");
   return json_pack("{s:i,s:o,s:i,s:i,s:i,s:f,s:f,s:f,s:f,s:f,s:b}", "camera", channel + 1, "name",
-                   jsonText(own.name), "width", camera.setup().sensorWidth, "height",
-                   camera.setup().sensorHeight, "rotation", camera.rotation(), "pan",
-                   camera.setup().pan, "tilt", camera.setup().tilt, "roll",
+                   jsonText(own.name), "width", camera.getSetup().sensorWidth, "height",
+                   camera.getSetup().sensorHeight, "rotation", camera.rotation(), "pan",
+                   camera.getSetup().pan, "tilt", camera.getSetup().tilt, "roll",
                    std::strtod(roll.c_str(), nullptr), "hfov", camera.horizontalFov(), "vfov",
                    camera.verticalFov(), "moves_with_head", own.movesWithHead ? 1 : 0);
 }
@@ -53,10 +53,10 @@ json_t* objectJson(const FrameObject& object) {
 }
 
 json_t* personJson(const PersonView& person, double mastHeight) {
-  const double drop = mastHeight - kPersonHeight / 2;
+  const double drop = mastHeight - PERSON_HEIGHT / 2;
   const double distance = std::hypot(person.position.x, person.position.y, drop);
   return json_pack("{s:i,s:f,s:f,s:f,s:f,s:f,s:f,s:f,s:b}", "id", person.id, "x", person.position.x,
-                   "y", person.position.y, "z_foot", 0.0, "height", kPersonHeight, "pan",
+                   "y", person.position.y, "z_foot", 0.0, "height", PERSON_HEIGHT, "pan",
                    person.centre.pan, "tilt", person.centre.tilt, "distance", distance, "inside",
                    person.inside ? 1 : 0);
 }

@@ -10,16 +10,16 @@
 namespace device {
 namespace {
 
-constexpr double kMergeOverlap = 0.5;  // of the smaller box: from here on two people are one object
-constexpr double kPartOverlap = 0.25;  // below it they are two again
-constexpr double kNoisePixels = 0.8;   // standard deviation of a vertex, each way
-constexpr double kVelocityNoise = 0.02;  // standard deviation, share of the velocity
-constexpr double kEdgeZone = 0.02;       // within it of the picture's edge confidence is low
-constexpr double kLeastConfidence = 0.25;
-constexpr double kUnit = 4096;
+constexpr double MERGE_OVERLAP = 0.5;  // of the smaller box: from here on two people are one object
+constexpr double PART_OVERLAP = 0.25;  // below it they are two again
+constexpr double NOISE_PIXELS = 0.8;   // standard deviation of a vertex, each way
+constexpr double VELOCITY_NOISE = 0.02;  // standard deviation, share of the velocity
+constexpr double EDGE_ZONE = 0.02;       // within it of the picture's edge confidence is low
+constexpr double LEAST_CONFIDENCE = 0.25;
+constexpr double UNIT = 4096;
 
 std::int32_t toUnits(double value) {
-  return static_cast<std::int32_t>(std::lround(value * kUnit));
+  return static_cast<std::int32_t>(std::lround(value * UNIT));
 }
 
 FramePoint toFramePoint(const PicturePoint& point) {
@@ -42,7 +42,7 @@ std::vector<std::vector<int>> partsOf(std::vector<int> people,
     people.erase(people.begin());
     for (std::size_t i = 0; i < part.size(); ++i) {
       const auto hangsOn = [&](int other) {
-        return overlapsAny({part[i]}, seen.at(other), seen, kPartOverlap);
+        return overlapsAny({part[i]}, seen.at(other), seen, PART_OVERLAP);
       };
       const auto rest = std::stable_partition(people.begin(), people.end(), std::not_fn(hangsOn));
       part.insert(part.end(), rest, people.end());
@@ -55,13 +55,13 @@ std::vector<std::vector<int>> partsOf(std::vector<int> people,
 
 std::int32_t confidenceOf(const PictureBox& box) {
   const double edge = std::max({-box.low.x, -box.low.y, box.high.x, box.high.y});
-  const double depth = std::clamp((1 - edge) / kEdgeZone, 0.0, 1.0);
-  return toUnits(std::lerp(kLeastConfidence, 1.0, depth));
+  const double depth = std::clamp((1 - edge) / EDGE_ZONE, 0.0, 1.0);
+  return toUnits(std::lerp(LEAST_CONFIDENCE, 1.0, depth));
 }
 
 }  // namespace
 
-Analytics::Analytics(std::uint64_t seed) : random_(seed) {}
+Analytics::Analytics(std::uint64_t seed) : random(seed) {}
 
 Frame Analytics::observe(const OverviewCamera& camera, std::span<const Person> people,
                          std::int64_t timestamp) {
@@ -78,7 +78,7 @@ Frame Analytics::observe(const OverviewCamera& camera, std::span<const Person> p
                      frame);  // else in the next picture: no object is split and merged in one
   }
   addNewcomers(seen);
-  for (const Tracked& tracked : tracked_) {
+  for (const Tracked& tracked : trackedObjects) {
     frame.objects.push_back(describe(camera, tracked, seen));
   }
   return frame;
@@ -86,13 +86,13 @@ Frame Analytics::observe(const OverviewCamera& camera, std::span<const Person> p
 
 void Analytics::forgetLeavers(const Seen& seen, Frame& frame) {
   FrameEvent gone{.action = FrameAction::Delete, .from = {}, .to = {}};
-  for (Tracked& tracked : tracked_) {
+  for (Tracked& tracked : trackedObjects) {
     std::erase_if(tracked.people, [&](int person) { return !seen.contains(person); });
     if (tracked.people.empty()) {
       gone.from.push_back(tracked.id);
     }
   }
-  std::erase_if(tracked_, [](const Tracked& tracked) { return tracked.people.empty(); });
+  std::erase_if(trackedObjects, [](const Tracked& tracked) { return tracked.people.empty(); });
   if (!gone.from.empty()) {
     frame.events.push_back(std::move(gone));
   }
@@ -100,7 +100,7 @@ void Analytics::forgetLeavers(const Seen& seen, Frame& frame) {
 
 bool Analytics::splitParted(const Seen& seen, Frame& frame) {
   std::vector<Tracked> parted;
-  for (Tracked& tracked : tracked_) {
+  for (Tracked& tracked : trackedObjects) {
     std::vector<std::vector<int>> parts = partsOf(tracked.people, seen);
     if (parts.size() < 2) {
       continue;
@@ -108,31 +108,31 @@ bool Analytics::splitParted(const Seen& seen, Frame& frame) {
     FrameEvent split{.action = FrameAction::Split, .from = {tracked.id}, .to = {tracked.id}};
     tracked.people = std::move(parts.front());
     for (auto part = std::next(parts.begin()); part != parts.end(); ++part) {
-      split.to.push_back(nextId_);
-      parted.push_back({nextId_++, std::move(*part)});
+      split.to.push_back(nextId);
+      parted.push_back({nextId++, std::move(*part)});
     }
     frame.events.push_back(std::move(split));
   }
-  std::move(parted.begin(), parted.end(), std::back_inserter(tracked_));
+  std::move(parted.begin(), parted.end(), std::back_inserter(trackedObjects));
   return !parted.empty();
 }
 
 void Analytics::mergeOverlapping(const Seen& seen, Frame& frame) {
   FrameEvent absorbed{.action = FrameAction::Delete, .from = {}, .to = {}};
-  for (std::size_t i = 0; i < tracked_.size(); ++i) {
-    FrameEvent merge{.action = FrameAction::Merge, .from = {tracked_[i].id}, .to = {}};
-    for (std::size_t j = i + 1; j < tracked_.size();) {
-      const std::vector<int>& others = tracked_[j].people;
+  for (std::size_t i = 0; i < trackedObjects.size(); ++i) {
+    FrameEvent merge{.action = FrameAction::Merge, .from = {trackedObjects[i].id}, .to = {}};
+    for (std::size_t j = i + 1; j < trackedObjects.size();) {
+      const std::vector<int>& others = trackedObjects[j].people;
       const bool meets = std::any_of(others.begin(), others.end(), [&](int other) {
-        return overlapsAny(tracked_[i].people, seen.at(other), seen, kMergeOverlap);
+        return overlapsAny(trackedObjects[i].people, seen.at(other), seen, MERGE_OVERLAP);
       });
       if (!meets) {
         ++j;
         continue;
       }
-      merge.to.push_back(tracked_[j].id);
-      tracked_[i].people.insert(tracked_[i].people.end(), others.begin(), others.end());
-      tracked_.erase(tracked_.begin() + static_cast<std::ptrdiff_t>(j));
+      merge.to.push_back(trackedObjects[j].id);
+      trackedObjects[i].people.insert(trackedObjects[i].people.end(), others.begin(), others.end());
+      trackedObjects.erase(trackedObjects.begin() + static_cast<std::ptrdiff_t>(j));
       j = i + 1;  // the grown object may meet one that was free of it before
     }
     if (!merge.to.empty()) {
@@ -150,21 +150,24 @@ void Analytics::addNewcomers(const Seen& seen) {
     if (isTracked(person)) {
       continue;
     }
-    const auto hides = std::find_if(tracked_.begin(), tracked_.end(), [&](const Tracked& tracked) {
-      return overlapsAny(tracked.people, silhouette, seen, kMergeOverlap);
-    });
-    if (hides != tracked_.end()) {
+    const auto hides =
+        std::find_if(trackedObjects.begin(), trackedObjects.end(), [&](const Tracked& tracked) {
+          return overlapsAny(tracked.people, silhouette, seen, MERGE_OVERLAP);
+        });
+    if (hides != trackedObjects.end()) {
       hides->people.push_back(person);
     } else {
-      tracked_.push_back({nextId_++, {person}});
+      trackedObjects.push_back({nextId++, {person}});
     }
   }
 }
 
 bool Analytics::isTracked(int person) const {
-  return std::any_of(tracked_.begin(), tracked_.end(), [person](const Tracked& tracked) {
-    return std::find(tracked.people.begin(), tracked.people.end(), person) != tracked.people.end();
-  });
+  return std::any_of(trackedObjects.begin(), trackedObjects.end(),
+                     [person](const Tracked& tracked) {
+                       return std::find(tracked.people.begin(), tracked.people.end(), person) !=
+                              tracked.people.end();
+                     });
 }
 
 FrameObject Analytics::describe(const OverviewCamera& camera, const Tracked& tracked,
@@ -189,9 +192,9 @@ FrameObject Analytics::describe(const OverviewCamera& camera, const Tracked& tra
     velocity.x += seen.at(person).velocity.x / static_cast<double>(tracked.people.size());
     velocity.y += seen.at(person).velocity.y / static_cast<double>(tracked.people.size());
   }
-  std::normal_distribution<double> factor(1, kVelocityNoise);
-  velocity.x *= factor(random_);
-  velocity.y *= factor(random_);
+  std::normal_distribution<double> factor(1, VELOCITY_NOISE);
+  velocity.x *= factor(random);
+  velocity.y *= factor(random);
   object.velocity = toFramePoint(camera.toScene(velocity));
   return object;
 }
@@ -209,10 +212,10 @@ std::vector<PicturePoint> Analytics::outlineOf(const OverviewCamera& camera, con
     outline = hullOf(std::move(outline));
   }
   outline = withFitCount(std::move(outline));
-  std::normal_distribution<double> noise(0, kNoisePixels);
+  std::normal_distribution<double> noise(0, NOISE_PIXELS);
   for (PicturePoint& point : outline) {
-    point.x += noise(random_) * 2 / camera.pictureWidth();
-    point.y += noise(random_) * 2 / camera.pictureHeight();
+    point.x += noise(random) * 2 / camera.pictureWidth();
+    point.y += noise(random) * 2 / camera.pictureHeight();
     point = {std::clamp(point.x, -1.0, 1.0), std::clamp(point.y, -1.0, 1.0)};
   }
   return outline;

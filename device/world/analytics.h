@@ -50,9 +50,9 @@ class Analytics {
   std::vector<PicturePoint> outlineOf(const OverviewCamera& camera, const Tracked& tracked,
                                       const Seen& seen);
 
-  std::mt19937_64 random_;
-  std::int32_t nextId_ = 1;
-  std::vector<Tracked> tracked_;
+  std::mt19937_64 random;
+  std::int32_t nextId = 1;
+  std::vector<Tracked> trackedObjects;
 };
 
 }  // namespace device

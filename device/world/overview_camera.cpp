@@ -30,55 +30,55 @@ bool liesOnSide(int rotation) {
 
 }  // namespace
 
-OverviewCamera::OverviewCamera(const OverviewCameraSetup& setup) : setup_(setup) {
+OverviewCamera::OverviewCamera(const OverviewCameraSetup& setup) : setup(setup) {
   pointAt({setup.pan, setup.tilt}, setup.horizontalFov);
 }
 
 int OverviewCamera::pictureWidth() const {
-  return liesOnSide(setup_.rotation) ? setup_.sensorHeight : setup_.sensorWidth;
+  return liesOnSide(setup.rotation) ? setup.sensorHeight : setup.sensorWidth;
 }
 
 int OverviewCamera::pictureHeight() const {
-  return liesOnSide(setup_.rotation) ? setup_.sensorWidth : setup_.sensorHeight;
+  return liesOnSide(setup.rotation) ? setup.sensorWidth : setup.sensorHeight;
 }
 
 double OverviewCamera::verticalFov() const {
-  return toDegrees(2 * std::atan(tanY_));
+  return toDegrees(2 * std::atan(tanY));
 }
 
 void OverviewCamera::pointAt(const Direction& axis, double horizontalFov) {
-  setup_.pan = axis.pan;
-  setup_.tilt = axis.tilt;
+  setup.pan = axis.pan;
+  setup.tilt = axis.tilt;
   if (horizontalFov > 0) {
-    setup_.horizontalFov = horizontalFov;
+    setup.horizontalFov = horizontalFov;
   }
-  tanX_ = std::tan(toRadians(setup_.horizontalFov / 2));
-  tanY_ = tanX_ * pictureHeight() / pictureWidth();
+  tanX = std::tan(toRadians(setup.horizontalFov / 2));
+  tanY = tanX * pictureHeight() / pictureWidth();
 }
 
 std::optional<PicturePoint> OverviewCamera::project(const SpacePoint& point) const {
-  constexpr double kNearest = 0.1;  // metres
-  const SpacePoint ray{point.x - setup_.position.x, point.y - setup_.position.y,
-                       point.z - setup_.position.z};
-  const Axes axes = axesOf(setup_);
+  constexpr double NEAREST = 0.1;  // metres
+  const SpacePoint ray{point.x - setup.position.x, point.y - setup.position.y,
+                       point.z - setup.position.z};
+  const Axes axes = axesOf(setup);
   const double depth = dot(ray, axes.forward);
-  if (depth < kNearest) {
+  if (depth < NEAREST) {
     return std::nullopt;
   }
-  return PicturePoint{dot(ray, axes.right) / depth / tanX_, dot(ray, axes.up) / depth / tanY_};
+  return PicturePoint{dot(ray, axes.right) / depth / tanX, dot(ray, axes.up) / depth / tanY};
 }
 
 Direction OverviewCamera::lineOfSight(const PicturePoint& point) const {
-  const Axes axes = axesOf(setup_);
-  const double x = point.x * tanX_;
-  const double y = point.y * tanY_;
+  const Axes axes = axesOf(setup);
+  const double x = point.x * tanX;
+  const double y = point.y * tanY;
   return directionOf({axes.forward.x + x * axes.right.x + y * axes.up.x,
                       axes.forward.y + x * axes.right.y + y * axes.up.y,
                       axes.forward.z + x * axes.right.z + y * axes.up.z});
 }
 
 PicturePoint OverviewCamera::toScene(const PicturePoint& upright) const {
-  switch (setup_.rotation) {
+  switch (setup.rotation) {
     case 90:
       return {-upright.y, upright.x};
     case 180:
@@ -91,7 +91,7 @@ PicturePoint OverviewCamera::toScene(const PicturePoint& upright) const {
 }
 
 PicturePoint OverviewCamera::toUpright(const PicturePoint& scene) const {
-  switch (setup_.rotation) {
+  switch (setup.rotation) {
     case 90:
       return {scene.y, -scene.x};
     case 180:

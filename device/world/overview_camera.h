@@ -31,12 +31,12 @@ class OverviewCamera {
  public:
   explicit OverviewCamera(const OverviewCameraSetup& setup);
 
-  const OverviewCameraSetup& setup() const { return setup_; }
+  const OverviewCameraSetup& getSetup() const { return setup; }
   int pictureWidth() const;  // pixels of the upright picture
   int pictureHeight() const;
-  double horizontalFov() const { return setup_.horizontalFov; }  // degrees, upright picture
-  double verticalFov() const;                                    // degrees, upright picture
-  int rotation() const { return setup_.rotation; }
+  double horizontalFov() const { return setup.horizontalFov; }  // degrees, upright picture
+  double verticalFov() const;                                   // degrees, upright picture
+  int rotation() const { return setup.rotation; }
 
   // Turns the camera; an upright picture of another field angle when horizontalFov is above 0.
   void pointAt(const Direction& axis, double horizontalFov = 0);
@@ -55,9 +55,9 @@ class OverviewCamera {
   PicturePoint toUpright(const PicturePoint& scene) const;
 
  private:
-  OverviewCameraSetup setup_;
-  double tanX_ = 0;  // tangent of half the field angle across the upright picture
-  double tanY_ = 0;
+  OverviewCameraSetup setup;
+  double tanX = 0;  // tangent of half the field angle across the upright picture
+  double tanY = 0;
 };
 
 }  // namespace device

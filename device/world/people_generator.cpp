@@ -10,16 +10,16 @@
 namespace device {
 namespace {
 
-constexpr double kWidth = 14;         // metres
-constexpr double kDepth = 10;         // metres
-constexpr int kMostAtOnce = 6;        // people
-constexpr double kSlowest = 0.8;      // metres per second
-constexpr double kFastest = 1.8;      // metres per second
-constexpr double kShortestWay = 5;    // metres from edge to edge
-constexpr double kSwing = 0.3;        // of a way's length
-constexpr double kBusy = 30;          // seconds in which people arrive
-constexpr double kQuiet = 20;         // seconds with nobody
-constexpr double kRowInterval = 0.4;  // seconds
+constexpr double WIDTH = 14;          // metres
+constexpr double DEPTH = 10;          // metres
+constexpr int MOST_AT_ONCE = 6;       // people
+constexpr double SLOWEST = 0.8;       // metres per second
+constexpr double FASTEST = 1.8;       // metres per second
+constexpr double SHORTEST_WAY = 5;    // metres from edge to edge
+constexpr double SWING = 0.3;         // of a way's length
+constexpr double BUSY = 30;           // seconds in which people arrive
+constexpr double QUIET = 20;          // seconds with nobody
+constexpr double ROW_INTERVAL = 0.4;  // seconds
 
 // A cubic curve from edge to edge, its parameter 0 to 1.
 struct Way {
@@ -39,35 +39,35 @@ struct Way {
 
 class Generator {
  public:
-  explicit Generator(std::uint64_t seed) : random_(seed) {}
+  explicit Generator(std::uint64_t seed) : random(seed) {}
 
   TrackSet generate(double seconds) {
-    for (double start = 0; start < seconds; start = lastLeft_ + kQuiet + between(0, 5)) {
+    for (double start = 0; start < seconds; start = lastLeft + QUIET + between(0, 5)) {
       addBusyTime(start);
     }
-    return TrackSet(std::move(tracks_));
+    return TrackSet(std::move(tracks));
   }
 
  private:
   double between(double low, double high) {
-    return std::uniform_real_distribution<double>(low, high)(random_);
+    return std::uniform_real_distribution<double>(low, high)(random);
   }
 
   void addBusyTime(double start) {
-    for (double time = start; time < start + kBusy; time += between(2, 7)) {
+    for (double time = start; time < start + BUSY; time += between(2, 7)) {
       addPerson(time);
     }
   }
 
   void addPerson(double arrives) {
     const auto isThere = [arrives](const Track& track) { return track.end() >= arrives; };
-    if (std::count_if(tracks_.begin(), tracks_.end(), isThere) >= kMostAtOnce) {
+    if (std::count_if(tracks.begin(), tracks.end(), isThere) >= MOST_AT_ONCE) {
       return;
     }
     const Way way = drawWay();
-    const int id = static_cast<int>(tracks_.size()) + 1;
-    tracks_.emplace_back(id, walk(way, arrives, between(kSlowest, kFastest)));
-    lastLeft_ = std::max(lastLeft_, tracks_.back().end());
+    const int id = static_cast<int>(tracks.size()) + 1;
+    tracks.emplace_back(id, walk(way, arrives, between(SLOWEST, FASTEST)));
+    lastLeft = std::max(lastLeft, tracks.back().end());
   }
 
   int edge() { return static_cast<int>(between(0, 3.999)); }
@@ -75,13 +75,13 @@ class Generator {
   GroundPoint onEdge(int number) {
     switch (number) {
       case 0:
-        return {0, between(0, kDepth)};
+        return {0, between(0, DEPTH)};
       case 1:
-        return {kWidth, between(0, kDepth)};
+        return {WIDTH, between(0, DEPTH)};
       case 2:
-        return {between(0, kWidth), 0};
+        return {between(0, WIDTH), 0};
       default:
-        return {between(0, kWidth), kDepth};
+        return {between(0, WIDTH), DEPTH};
     }
   }
 
@@ -90,7 +90,7 @@ class Generator {
     GroundPoint from;
     GroundPoint to;
     double length = 0;
-    while (length < kShortestWay) {
+    while (length < SHORTEST_WAY) {
       const int entry = edge();
       const int exit = (entry + 1 + static_cast<int>(between(0, 2.999))) % 4;
       from = onEdge(entry);
@@ -98,10 +98,10 @@ class Generator {
       length = std::hypot(to.x - from.x, to.y - from.y);
     }
     const auto beside = [&](double share) {
-      const double swing = between(-kSwing, kSwing);
+      const double swing = between(-SWING, SWING);
       const double x = std::lerp(from.x, to.x, share) - swing * (to.y - from.y);
       const double y = std::lerp(from.y, to.y, share) + swing * (to.x - from.x);
-      return GroundPoint{std::clamp(x, 0.0, kWidth), std::clamp(y, 0.0, kDepth)};
+      return GroundPoint{std::clamp(x, 0.0, WIDTH), std::clamp(y, 0.0, DEPTH)};
     };
     const GroundPoint first = beside(1.0 / 3);
     const GroundPoint second = beside(2.0 / 3);
@@ -110,26 +110,26 @@ class Generator {
 
   // Points at even times along the way at one speed.
   static std::vector<TrackPoint> walk(const Way& way, double start, double speed) {
-    constexpr int kPieces = 4000;
+    constexpr int PIECES = 4000;
     std::vector<TrackPoint> points{{start, way.at(0)}};
     double walked = 0;
-    double next = speed * kRowInterval;
+    double next = speed * ROW_INTERVAL;
     GroundPoint here = way.at(0);
-    for (int i = 1; i <= kPieces; ++i) {
-      const GroundPoint there = way.at(static_cast<double>(i) / kPieces);
+    for (int i = 1; i <= PIECES; ++i) {
+      const GroundPoint there = way.at(static_cast<double>(i) / PIECES);
       walked += std::hypot(there.x - here.x, there.y - here.y);
       here = there;
       if (walked >= next) {
         points.push_back({start + walked / speed, here});
-        next += speed * kRowInterval;
+        next += speed * ROW_INTERVAL;
       }
     }
     return points;
   }
 
-  std::mt19937_64 random_;
-  std::vector<Track> tracks_;
-  double lastLeft_ = 0;
+  std::mt19937_64 random;
+  std::vector<Track> tracks;
+  double lastLeft = 0;
 };
 
 }  // namespace

@@ -8,7 +8,7 @@
 namespace device {
 namespace {
 
-constexpr double kLeastVisible = 0.1;  // of the area of a person's box
+constexpr double LEAST_VISIBLE = 0.1;  // of the area of a person's box
 
 struct BodyPoint {
   double across;  // metres to the right of the middle
@@ -16,7 +16,7 @@ struct BodyPoint {
 };
 
 // Somebody standing with the legs a little apart, from the right shoulder counter-clockwise.
-constexpr std::array<BodyPoint, 16> kBody{{
+constexpr std::array<BodyPoint, 16> BODY{{
     {0.25, 1.38},
     {0.10, 1.48},
     {0.12, 1.62},
@@ -75,7 +75,7 @@ double turn(const PicturePoint& a, const PicturePoint& b, const PicturePoint& c)
 }
 
 std::optional<Outline> bodyOutline(const OverviewCamera& camera, const GroundPoint& place) {
-  const SpacePoint& lens = camera.setup().position;
+  const SpacePoint& lens = camera.getSetup().position;
   const double distance = std::hypot(place.x - lens.x, place.y - lens.y);
   if (distance == 0) {
     return std::nullopt;
@@ -84,7 +84,7 @@ std::optional<Outline> bodyOutline(const OverviewCamera& camera, const GroundPoi
   const double alongX = (place.y - lens.y) / distance;
   const double alongY = -(place.x - lens.x) / distance;
   Outline outline;
-  for (const BodyPoint& point : kBody) {
+  for (const BodyPoint& point : BODY) {
     const std::optional<PicturePoint> seen = camera.project(
         {place.x + point.across * alongX, place.y + point.across * alongY, point.up});
     if (!seen) {
@@ -96,17 +96,17 @@ std::optional<Outline> bodyOutline(const OverviewCamera& camera, const GroundPoi
 }
 
 PicturePoint velocityOf(const OverviewCamera& camera, const Person& person) {
-  constexpr double kSpan = 0.05;  // seconds
+  constexpr double SPAN = 0.05;  // seconds
   const auto middleAfter = [&](double seconds) {
     return camera.project({person.position.x + person.velocity.x * seconds,
-                           person.position.y + person.velocity.y * seconds, kPersonHeight / 2});
+                           person.position.y + person.velocity.y * seconds, PERSON_HEIGHT / 2});
   };
-  const std::optional<PicturePoint> from = middleAfter(-kSpan);
-  const std::optional<PicturePoint> to = middleAfter(kSpan);
+  const std::optional<PicturePoint> from = middleAfter(-SPAN);
+  const std::optional<PicturePoint> to = middleAfter(SPAN);
   if (!from || !to) {
     return {};
   }
-  return {(to->x - from->x) / (2 * kSpan), (to->y - from->y) / (2 * kSpan)};
+  return {(to->x - from->x) / (2 * SPAN), (to->y - from->y) / (2 * SPAN)};
 }
 
 void halveLongestEdge(Outline& outline) {
@@ -167,7 +167,7 @@ std::optional<Silhouette> silhouetteOf(const OverviewCamera& camera, const Perso
     return std::nullopt;
   }
   Outline outline = clippedToPicture(*whole);
-  if (outline.empty() || boxOf(outline).area() < kLeastVisible * boxOf(*whole).area()) {
+  if (outline.empty() || boxOf(outline).area() < LEAST_VISIBLE * boxOf(*whole).area()) {
     return std::nullopt;
   }
   const PictureBox box = boxOf(outline);
@@ -206,10 +206,10 @@ std::vector<PicturePoint> hullOf(std::vector<PicturePoint> points) {
 }
 
 std::vector<PicturePoint> withFitCount(std::vector<PicturePoint> outline) {
-  while (outline.size() < kFewestVertices) {
+  while (outline.size() < FEWEST_VERTICES) {
     halveLongestEdge(outline);
   }
-  while (outline.size() > kMostVertices) {
+  while (outline.size() > MOST_VERTICES) {
     dropLeastVertex(outline);
   }
   return outline;

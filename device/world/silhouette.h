@@ -11,11 +11,11 @@
 
 namespace device {
 
-inline constexpr double kPersonWidth = 0.5;    // metres across the shoulders
-inline constexpr double kPersonHeight = 1.75;  // metres from the ground to the crown
+inline constexpr double PERSON_WIDTH = 0.5;    // metres across the shoulders
+inline constexpr double PERSON_HEIGHT = 1.75;  // metres from the ground to the crown
 
-inline constexpr std::size_t kFewestVertices = 8;
-inline constexpr std::size_t kMostVertices = 24;
+inline constexpr std::size_t FEWEST_VERTICES = 8;
+inline constexpr std::size_t MOST_VERTICES = 24;
 
 // An upright rectangle of a picture.
 struct PictureBox {
@@ -51,7 +51,7 @@ std::vector<PicturePoint> clippedToPicture(std::span<const PicturePoint> outline
 // The convex hull of points, counter-clockwise: the outline of several silhouettes together.
 std::vector<PicturePoint> hullOf(std::vector<PicturePoint> points);
 
-// The outline with kFewestVertices to kMostVertices vertices: the longest edges are halved, or the
+// The outline with FEWEST_VERTICES to MOST_VERTICES vertices: the longest edges are halved, or the
 // vertices that tell least about the shape left out. At least two vertices.
 std::vector<PicturePoint> withFitCount(std::vector<PicturePoint> outline);
 

@@ -6,11 +6,11 @@
 namespace device {
 
 Placement::Placement(const GroundPoint& from, const GroundPoint& to, double turn)
-    : from_(from), to_(to), cosine_(std::cos(toRadians(turn))), sine_(std::sin(toRadians(turn))) {}
+    : from(from), to(to), cosine(std::cos(toRadians(turn))), sine(std::sin(toRadians(turn))) {}
 
 GroundPoint Placement::apply(const GroundPoint& point) const {
-  const GroundPoint turned = turn({point.x - from_.x, point.y - from_.y});
-  return {turned.x + to_.x, turned.y + to_.y};
+  const GroundPoint turned = turn({point.x - from.x, point.y - from.y});
+  return {turned.x + to.x, turned.y + to.y};
 }
 
 Person Placement::apply(const Person& person) const {
@@ -18,19 +18,18 @@ Person Placement::apply(const Person& person) const {
 }
 
 GroundPoint Placement::turn(const GroundPoint& vector) const {
-  return {cosine_ * vector.x - sine_ * vector.y, sine_ * vector.x + cosine_ * vector.y};
+  return {cosine * vector.x - sine * vector.y, sine * vector.x + cosine * vector.y};
 }
 
 Stage::Stage(std::vector<double> pans, double distance, double turn)
-    : pans_(std::move(pans)), distance_(distance), turn_(turn) {}
+    : pans(std::move(pans)), distance(distance), turn(turn) {}
 
-Placement Stage::placementFor(const Bounds& bounds, int turn) const {
-  const double pan = pans_[static_cast<std::size_t>(turn) % pans_.size()];
+Placement Stage::placementFor(const Bounds& bounds, int number) const {
+  const double pan = pans[static_cast<std::size_t>(number) % pans.size()];
   const GroundPoint middle{(bounds.low.x + bounds.high.x) / 2, (bounds.low.y + bounds.high.y) / 2};
-  const GroundPoint place{distance_ * std::sin(toRadians(pan)),
-                          distance_ * std::cos(toRadians(pan))};
+  const GroundPoint place{distance * std::sin(toRadians(pan)), distance * std::cos(toRadians(pan))};
   // Pan grows clockwise, turns of the plane grow counter-clockwise.
-  return Placement(middle, place, turn_ - pan);
+  return Placement(middle, place, turn - pan);
 }
 
 }  // namespace device

@@ -22,10 +22,10 @@ class Placement {
  private:
   GroundPoint turn(const GroundPoint& vector) const;
 
-  GroundPoint from_;
-  GroundPoint to_;
-  double cosine_ = 1;
-  double sine_ = 0;
+  GroundPoint from;
+  GroundPoint to;
+  double cosine = 1;
+  double sine = 0;
 };
 
 // Where people walk: a place in front of each overview camera. A recording keeps its scale; the
@@ -38,14 +38,14 @@ class Stage {
   // camera's axis.
   Stage(std::vector<double> pans, double distance, double turn);
 
-  // The placement, for the given turn (from 0, going round the cameras), of a recording with these
-  // bounds.
-  Placement placementFor(const Bounds& bounds, int turn) const;
+  // The placement, for the turn of a number (from 0, going round the cameras), of a recording with
+  // these bounds.
+  Placement placementFor(const Bounds& bounds, int number) const;
 
  private:
-  std::vector<double> pans_;
-  double distance_;
-  double turn_;
+  std::vector<double> pans;
+  double distance;
+  double turn;
 };
 
 }  // namespace device

@@ -12,8 +12,8 @@
 namespace device {
 namespace {
 
-constexpr std::string_view kHeading = "time_s,id,x_m,y_m";
-constexpr double kVelocitySpan = 0.4;  // seconds to either side of a moment
+constexpr std::string_view HEADING = "time_s,id,x_m,y_m";
+constexpr double VELOCITY_SPAN = 0.4;  // seconds to either side of a moment
 
 struct Row {
   double time;
@@ -23,9 +23,9 @@ struct Row {
 
 class RowReader {
  public:
-  RowReader(const std::string& name, int line) : where_(name + ":" + std::to_string(line) + ": ") {}
+  RowReader(const std::string& name, int line) : where(name + ":" + std::to_string(line) + ": ") {}
 
-  [[noreturn]] void fail(const std::string& reason) const { throw TrackError(where_ + reason); }
+  [[noreturn]] void fail(const std::string& reason) const { throw TrackError(where + reason); }
 
   Row read(std::string_view text) const {
     const std::array<std::string_view, 4> fields = split(text);
@@ -67,29 +67,29 @@ class RowReader {
     return value;
   }
 
-  std::string where_;
+  std::string where;
 };
 
 std::string_view trimmed(std::string_view text) {
-  constexpr std::string_view kBlank = " \t\r";
-  const std::size_t first = text.find_first_not_of(kBlank);
+  constexpr std::string_view BLANK = " \t\r";
+  const std::size_t first = text.find_first_not_of(BLANK);
   if (first == std::string_view::npos) {
     return {};
   }
-  return text.substr(first, text.find_last_not_of(kBlank) - first + 1);
+  return text.substr(first, text.find_last_not_of(BLANK) - first + 1);
 }
 
 }  // namespace
 
-Track::Track(int id, std::vector<TrackPoint> points) : id_(id), points_(std::move(points)) {}
+Track::Track(int id, std::vector<TrackPoint> points) : id(id), points(std::move(points)) {}
 
 std::optional<Person> Track::at(double time) const {
   if (time < start() || time > end()) {
     return std::nullopt;
   }
-  Person person{.id = id_, .position = positionAt(time), .velocity = {}};
-  const double before = std::max(time - kVelocitySpan, start());
-  const double after = std::min(time + kVelocitySpan, end());
+  Person person{.id = id, .position = positionAt(time), .velocity = {}};
+  const double before = std::max(time - VELOCITY_SPAN, start());
+  const double after = std::min(time + VELOCITY_SPAN, end());
   if (after > before) {
     const GroundPoint from = positionAt(before);
     const GroundPoint to = positionAt(after);
@@ -100,10 +100,10 @@ std::optional<Person> Track::at(double time) const {
 
 GroundPoint Track::positionAt(double time) const {
   const auto after =
-      std::upper_bound(points_.begin(), points_.end(), time,
+      std::upper_bound(points.begin(), points.end(), time,
                        [](double moment, const TrackPoint& point) { return moment < point.time; });
-  if (after == points_.end()) {
-    return points_.back().position;
+  if (after == points.end()) {
+    return points.back().position;
   }
   const TrackPoint& from = *(after - 1);
   const double share = (time - from.time) / (after->time - from.time);
@@ -111,16 +111,16 @@ GroundPoint Track::positionAt(double time) const {
           std::lerp(from.position.y, after->position.y, share)};
 }
 
-TrackSet::TrackSet(std::vector<Track> tracks) : tracks_(std::move(tracks)) {
-  std::stable_sort(tracks_.begin(), tracks_.end(),
+TrackSet::TrackSet(std::vector<Track> tracks) : tracks(std::move(tracks)) {
+  std::stable_sort(tracks.begin(), tracks.end(),
                    [](const Track& a, const Track& b) { return a.start() < b.start(); });
 }
 
 TrackSet TrackSet::parse(std::istream& in, const std::string& name) {
   std::string line;
   int number = 1;
-  if (!std::getline(in, line) || trimmed(line) != kHeading) {
-    RowReader(name, number).fail("expected the heading " + std::string(kHeading));
+  if (!std::getline(in, line) || trimmed(line) != HEADING) {
+    RowReader(name, number).fail("expected the heading " + std::string(HEADING));
   }
   std::map<int, std::vector<TrackPoint>> people;
   while (std::getline(in, line)) {
@@ -157,25 +157,25 @@ TrackSet TrackSet::read(const std::filesystem::path& file) {
 }
 
 double TrackSet::start() const {
-  return tracks_.empty() ? 0 : tracks_.front().start();
+  return tracks.empty() ? 0 : tracks.front().start();
 }
 
 double TrackSet::end() const {
   double latest = 0;
-  for (const Track& track : tracks_) {
-    latest = &track == &tracks_.front() ? track.end() : std::max(latest, track.end());
+  for (const Track& track : tracks) {
+    latest = &track == &tracks.front() ? track.end() : std::max(latest, track.end());
   }
   return latest;
 }
 
 Bounds TrackSet::bounds() const {
-  if (tracks_.empty()) {
+  if (tracks.empty()) {
     return {};
   }
-  const GroundPoint first = tracks_.front().points().front().position;
+  const GroundPoint first = tracks.front().getPoints().front().position;
   Bounds bounds{first, first};
-  for (const Track& track : tracks_) {
-    for (const TrackPoint& point : track.points()) {
+  for (const Track& track : tracks) {
+    for (const TrackPoint& point : track.getPoints()) {
       bounds.low.x = std::min(bounds.low.x, point.position.x);
       bounds.low.y = std::min(bounds.low.y, point.position.y);
       bounds.high.x = std::max(bounds.high.x, point.position.x);
@@ -187,7 +187,7 @@ Bounds TrackSet::bounds() const {
 
 std::vector<Person> TrackSet::at(double time) const {
   std::vector<Person> people;
-  for (const Track& track : tracks_) {
+  for (const Track& track : tracks) {
     if (track.start() > time) {
       break;
     }

@@ -37,10 +37,10 @@ class Track {
   // Points have growing times; at least one.
   Track(int id, std::vector<TrackPoint> points);
 
-  int id() const { return id_; }
-  double start() const { return points_.front().time; }
-  double end() const { return points_.back().time; }
-  std::span<const TrackPoint> points() const { return points_; }
+  int getId() const { return id; }
+  double start() const { return points.front().time; }
+  double end() const { return points.back().time; }
+  std::span<const TrackPoint> getPoints() const { return points; }
 
   // Position by linear interpolation; the velocity is the mean over 0.8 s around the moment (less
   // at the ends), so that it does not jump from point to point. Nothing outside the person's time.
@@ -49,8 +49,8 @@ class Track {
  private:
   GroundPoint positionAt(double time) const;
 
-  int id_;
-  std::vector<TrackPoint> points_;
+  int id;
+  std::vector<TrackPoint> points;
 };
 
 struct Bounds {
@@ -72,8 +72,8 @@ class TrackSet {
   static TrackSet read(const std::filesystem::path& file);
 
   // By growing start.
-  std::span<const Track> tracks() const { return tracks_; }
-  bool empty() const { return tracks_.empty(); }
+  std::span<const Track> getTracks() const { return tracks; }
+  bool empty() const { return tracks.empty(); }
 
   double start() const;  // of the first person; 0 when empty
   double end() const;    // of the last person; 0 when empty
@@ -83,7 +83,7 @@ class TrackSet {
   std::vector<Person> at(double time) const;
 
  private:
-  std::vector<Track> tracks_;
+  std::vector<Track> tracks;
 };
 
 }  // namespace device

@@ -29,18 +29,18 @@ Stage stageOf(const Model& model) {
 }  // namespace
 
 World::World(const Model& model, const WorldOptions& options)
-    : mast_{0, 0, model.mastHeight},
-      includeArea_(options.includeArea),
-      playback_(peopleOf(options), stageOf(model),
-                options.asRecorded ? Playback::Rests::asRecorded : Playback::Rests::added) {
+    : mast{0, 0, model.mastHeight},
+      includeArea(options.includeArea),
+      playback(peopleOf(options), stageOf(model),
+               options.asRecorded ? Playback::Rests::AsRecorded : Playback::Rests::Added) {
   for (const ChannelModel& channel : model.channels) {
-    const std::uint64_t seed = options.seed * 1000 + channels_.size();
-    channels_.push_back({OverviewCamera(channel.camera), Analytics(seed), channel.movesWithHead});
+    const std::uint64_t seed = options.seed * 1000 + channels.size();
+    channels.push_back({OverviewCamera(channel.camera), Analytics(seed), channel.movesWithHead});
   }
 }
 
 void World::followHead(const HeadStatus& head) {
-  for (Channel& channel : channels_) {
+  for (Channel& channel : channels) {
     if (channel.movesWithHead) {
       channel.camera.pointAt({head.pan, head.tilt}, head.pictureWidth);
     }
@@ -48,22 +48,21 @@ void World::followHead(const HeadStatus& head) {
 }
 
 Frame World::frame(int channel, double time, std::int64_t timestamp) {
-  Channel& seen = channels_.at(static_cast<std::size_t>(channel));
-  const std::vector<Person> people = playback_.at(time);
+  Channel& seen = channels.at(static_cast<std::size_t>(channel));
+  const std::vector<Person> people = playback.at(time);
   return seen.analytics.observe(seen.camera, people, timestamp);
 }
 
 std::vector<PersonView> World::people(double time) const {
   std::vector<PersonView> views;
-  for (const Person& person : playback_.at(time)) {
+  for (const Person& person : playback.at(time)) {
     const auto directionAt = [&](double height) {
-      return directionOf(
-          {person.position.x - mast_.x, person.position.y - mast_.y, height - mast_.z});
+      return directionOf({person.position.x - mast.x, person.position.y - mast.y, height - mast.z});
     };
-    const SpacePoint centre{person.position.x, person.position.y, kPersonHeight / 2};
+    const SpacePoint centre{person.position.x, person.position.y, PERSON_HEIGHT / 2};
     views.push_back({.id = person.id,
-                     .centre = directionAt(kPersonHeight / 2),
-                     .height = angleBetween(directionAt(0), directionAt(kPersonHeight)),
+                     .centre = directionAt(PERSON_HEIGHT / 2),
+                     .height = angleBetween(directionAt(0), directionAt(PERSON_HEIGHT)),
                      .inside = isInside(centre),
                      .position = person.position});
   }
@@ -71,9 +70,9 @@ std::vector<PersonView> World::people(double time) const {
 }
 
 bool World::isInside(const SpacePoint& centre) const {
-  return std::any_of(channels_.begin(), channels_.end(), [&](const Channel& channel) {
+  return std::any_of(channels.begin(), channels.end(), [&](const Channel& channel) {
     const std::optional<PicturePoint> seen = channel.camera.project(centre);
-    return seen && std::abs(seen->x) <= includeArea_ && std::abs(seen->y) <= includeArea_;
+    return seen && std::abs(seen->x) <= includeArea && std::abs(seen->y) <= includeArea;
   });
 }
 

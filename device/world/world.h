@@ -39,10 +39,10 @@ class World {
   // Throws TrackError for a recording that cannot be used.
   World(const Model& model, const WorldOptions& options);
 
-  int channelCount() const { return static_cast<int>(channels_.size()); }
+  int channelCount() const { return static_cast<int>(channels.size()); }
 
   // channel counts from 0.
-  const OverviewCamera& camera(int channel) const { return channels_[channel].camera; }
+  const OverviewCamera& camera(int channel) const { return channels[channel].camera; }
 
   // Tells where the head looks; channels that sit on the head look there from then on.
   void followHead(const HeadStatus& head);
@@ -63,10 +63,10 @@ class World {
 
   bool isInside(const SpacePoint& centre) const;
 
-  SpacePoint mast_;
-  double includeArea_;
-  Playback playback_;
-  std::vector<Channel> channels_;
+  SpacePoint mast;
+  double includeArea;
+  Playback playback;
+  std::vector<Channel> channels;
 };
 
 }  // namespace device

@@ -14,11 +14,11 @@
 namespace device {
 namespace {
 
-constexpr double kRelayPercent = 35;
-constexpr double kSampleInterval = 0.05;  // seconds
-constexpr double kTimeLimit = 25;         // seconds
-constexpr std::size_t kPeriodsNeeded = 12;
-constexpr std::size_t kPeriodsJudged = 10;
+constexpr double RELAY_PERCENT = 35;
+constexpr double SAMPLE_INTERVAL = 0.05;  // seconds
+constexpr double TIME_LIMIT = 25;         // seconds
+constexpr std::size_t PERIODS_NEEDED = 12;
+constexpr std::size_t PERIODS_JUDGED = 10;
 
 struct Sample {
   double time;
@@ -73,21 +73,21 @@ std::vector<Period> periodsOf(const std::vector<Sample>& samples) {
 
 template <typename Field>
 Spread spreadOf(const std::vector<Period>& periods, Field field) {
-  const std::size_t first = periods.size() - kPeriodsJudged;
+  const std::size_t first = periods.size() - PERIODS_JUDGED;
   double sum = 0;
   for (std::size_t i = first; i < periods.size(); ++i) {
     sum += periods[i].*field;
   }
-  const double mean = sum / kPeriodsJudged;
+  const double mean = sum / PERIODS_JUDGED;
   double squares = 0;
   for (std::size_t i = first; i < periods.size(); ++i) {
     squares += std::pow(periods[i].*field - mean, 2);
   }
-  return {mean, std::sqrt(squares / kPeriodsJudged)};
+  return {mean, std::sqrt(squares / PERIODS_JUDGED)};
 }
 
 bool isRegular(const std::vector<Period>& periods) {
-  if (periods.size() < kPeriodsNeeded) {
+  if (periods.size() < PERIODS_NEEDED) {
     return false;
   }
   const Spread length = spreadOf(periods, &Period::length);
@@ -96,7 +96,7 @@ bool isRegular(const std::vector<Period>& periods) {
 }
 
 double relay(double setpoint, double value) {
-  return setpoint < value ? -kRelayPercent : kRelayPercent;
+  return setpoint < value ? -RELAY_PERCENT : RELAY_PERCENT;
 }
 
 struct Learned {
@@ -112,7 +112,7 @@ Learned learn(Head& head, double jitter) {
   std::vector<Sample> pan;
   std::vector<Sample> tilt;
   Learned learned;
-  for (double time = 0; time < kTimeLimit;) {
+  for (double time = 0; time < TIME_LIMIT;) {
     const HeadStatus status = head.status();
     pan.push_back({time, status.pan});
     tilt.push_back({time, status.tilt});
@@ -127,7 +127,7 @@ Learned learn(Head& head, double jitter) {
     head.command({.pan = {MoveKind::Continuous, relay(start.pan, status.pan)},
                   .tilt = {MoveKind::Continuous, relay(start.tilt, status.tilt)},
                   .zoom = {MoveKind::Continuous, 0}});
-    const double pause = kSampleInterval + late(random);
+    const double pause = SAMPLE_INTERVAL + late(random);
     head.step(pause);
     time += onTheWay + pause;
   }
@@ -146,26 +146,26 @@ class AutotuneTest : public testing::TestWithParam<const char*> {
   }
 };
 
-TEST_P(AutotuneTest, bothAxesOscillateRegularlyInTime) {
+TEST_P(AutotuneTest, BothAxesOscillateRegularlyInTime) {
   Head head = headAtStart();
   const Learned learned = learn(head, 0);
   EXPECT_TRUE(learned.panTime);
   EXPECT_TRUE(learned.tiltTime);
 }
 
-TEST_P(AutotuneTest, bothAxesOscillateRegularlyWhenCommandsComeLate) {
+TEST_P(AutotuneTest, BothAxesOscillateRegularlyWhenCommandsComeLate) {
   Head head = headAtStart();
   const Learned learned = learn(head, 0.015);
   EXPECT_TRUE(learned.panTime);
   EXPECT_TRUE(learned.tiltTime);
 }
 
-TEST_P(AutotuneTest, zoomCheckPositionIsReachedInTime) {
+TEST_P(AutotuneTest, ZoomCheckPositionIsReachedInTime) {
   Head head(loadModel(modelsFolder(), GetParam()).head);
   head.command({.pan = {MoveKind::Absolute, 0},
                 .tilt = {MoveKind::Absolute, -45},
                 .zoom = {MoveKind::Absolute, 100}});
-  head.step(100 * kSampleInterval);
+  head.step(100 * SAMPLE_INTERVAL);
   EXPECT_FALSE(head.status().moving());
   EXPECT_NEAR(head.status().pan, 0, 0.5);
   EXPECT_NEAR(head.status().tilt, -45, 0.5);

@@ -43,7 +43,7 @@ void run(Head& head, double seconds) {
   }
 }
 
-TEST(HeadTest, standsAtHomeAtFirst) {
+TEST(HeadTest, StandsAtHomeAtFirst) {
   Head head(ordinaryHead());
   run(head, 1);
   const HeadStatus status = head.status();
@@ -53,7 +53,7 @@ TEST(HeadTest, standsAtHomeAtFirst) {
   EXPECT_FALSE(status.moving());
 }
 
-TEST(HeadTest, aCommandTakesEffectAfterTheLatency) {
+TEST(HeadTest, ACommandTakesEffectAfterTheLatency) {
   Head head(ordinaryHead());
   head.command(goOn(100, 0, 0));
   head.step(0.039);
@@ -65,7 +65,7 @@ TEST(HeadTest, aCommandTakesEffectAfterTheLatency) {
   EXPECT_FALSE(head.status().tiltMoving);
 }
 
-TEST(HeadTest, commandsTakeEffectInTheirOrder) {
+TEST(HeadTest, CommandsTakeEffectInTheirOrder) {
   Head head(ordinaryHead());
   head.command(goOn(100, 0, 0));
   head.step(0.02);
@@ -76,7 +76,7 @@ TEST(HeadTest, commandsTakeEffectInTheirOrder) {
   EXPECT_LT(head.status().tilt, -60);
 }
 
-TEST(HeadTest, oneLongStepDoesWhatManyShortOnesDo) {
+TEST(HeadTest, OneLongStepDoesWhatManyShortOnesDo) {
   Head once(ordinaryHead());
   Head often(ordinaryHead());
   for (Head* head : {&once, &often}) {
@@ -88,7 +88,7 @@ TEST(HeadTest, oneLongStepDoesWhatManyShortOnesDo) {
   EXPECT_NEAR(once.status().tilt, often.status().tilt, 0.06);
 }
 
-TEST(HeadTest, percentOfFullSpeed) {
+TEST(HeadTest, PercentOfFullSpeed) {
   Head head(ordinaryHead());
   head.command(goOn(35, -20, 50));
   head.step(1.04);
@@ -99,14 +99,14 @@ TEST(HeadTest, percentOfFullSpeed) {
   EXPECT_NEAR(head.status().zoom, 1 + 500 * (1 - 0.05 / 2), 2);
 }
 
-TEST(HeadTest, percentBeyondAHundredCountsAsAHundred) {
+TEST(HeadTest, PercentBeyondAHundredCountsAsAHundred) {
   Head head(ordinaryHead());
   head.command(goOn(1000, 0, 0));
   head.step(1.04);
   EXPECT_NEAR(head.status().pan, 87.5, 0.1);
 }
 
-TEST(HeadTest, anAxisThatIsNotDrivenKeepsWhatItDoes) {
+TEST(HeadTest, AnAxisThatIsNotDrivenKeepsWhatItDoes) {
   Head head(ordinaryHead());
   head.command(goOn(50, 0, 0));
   run(head, 0.5);
@@ -117,7 +117,7 @@ TEST(HeadTest, anAxisThatIsNotDrivenKeepsWhatItDoes) {
   EXPECT_EQ(head.status().zoom, 400);
 }
 
-TEST(HeadTest, goesToPositionsAndSaysWhenItIsThere) {
+TEST(HeadTest, GoesToPositionsAndSaysWhenItIsThere) {
   Head head(ordinaryHead());
   head.command(goTo(0, -45, 100));
   run(head, 0.1);
@@ -130,14 +130,14 @@ TEST(HeadTest, goesToPositionsAndSaysWhenItIsThere) {
   EXPECT_EQ(head.status().zoom, 100);
 }
 
-TEST(HeadTest, absoluteMotionsKeepToTheSpeedOfTheCommand) {
+TEST(HeadTest, AbsoluteMotionsKeepToTheSpeedOfTheCommand) {
   Head head(ordinaryHead());
   head.command(goTo(90, -3.6, 1, 10));
   run(head, 2.04);  // 10 deg/s, 0.025 s to speed up
   EXPECT_NEAR(head.status().pan, 10 * (2 - 0.025 / 2), 0.1);
 }
 
-TEST(HeadTest, panTurnsForEverAndTiltStops) {
+TEST(HeadTest, PanTurnsForEverAndTiltStops) {
   Head head(ordinaryHead());
   head.command(goOn(100, -100, 0));
   run(head, 4.04);
@@ -146,7 +146,7 @@ TEST(HeadTest, panTurnsForEverAndTiltStops) {
   EXPECT_FALSE(head.status().tiltMoving);
 }
 
-TEST(HeadTest, standsStillWhenNobodyCommandsItAnyMore) {
+TEST(HeadTest, StandsStillWhenNobodyCommandsItAnyMore) {
   HeadSetup setup = ordinaryHead();
   setup.speedHold = 1;
   Head head(setup);
@@ -157,7 +157,7 @@ TEST(HeadTest, standsStillWhenNobodyCommandsItAnyMore) {
   EXPECT_FALSE(head.status().moving());
 }
 
-TEST(HeadTest, anAxisThatIsNotDrivenAnyMoreStandsStill) {
+TEST(HeadTest, AnAxisThatIsNotDrivenAnyMoreStandsStill) {
   HeadSetup setup = ordinaryHead();
   setup.speedHold = 1;
   Head head(setup);
@@ -170,7 +170,7 @@ TEST(HeadTest, anAxisThatIsNotDrivenAnyMoreStandsStill) {
   EXPECT_FALSE(head.status().tiltMoving);
 }
 
-TEST(HeadTest, zoomStaysOnItsScale) {
+TEST(HeadTest, ZoomStaysOnItsScale) {
   Head head(ordinaryHead());
   head.command(goOn(0, 0, -100));
   run(head, 1);
@@ -182,7 +182,7 @@ TEST(HeadTest, zoomStaysOnItsScale) {
 
 // The multiplier grows linearly from 1: 25.36 - 1 = 24.36 over 9999 steps, so that step 4106 gives
 // 24.36 * 4105 / 9999 + 1 = 11.0007.
-TEST(HeadTest, thePictureShrinksWithTheMultiplier) {
+TEST(HeadTest, ThePictureShrinksWithTheMultiplier) {
   Head head(ordinaryHead());
   EXPECT_DOUBLE_EQ(head.status().magnification, 1);
   EXPECT_DOUBLE_EQ(head.status().pictureWidth, 63.4);
@@ -193,7 +193,7 @@ TEST(HeadTest, thePictureShrinksWithTheMultiplier) {
   EXPECT_NEAR(head.status().pictureWidth, 63.4 / 11.0007, 0.001);
 }
 
-TEST(HeadTest, aStopDropsWhatIsStillOnItsWay) {
+TEST(HeadTest, AStopDropsWhatIsStillOnItsWay) {
   Head head(ordinaryHead());
   head.command(goTo(90, -45, 1));
   head.step(0.02);
@@ -203,7 +203,7 @@ TEST(HeadTest, aStopDropsWhatIsStillOnItsWay) {
   EXPECT_DOUBLE_EQ(head.status().tilt, -3.6);
 }
 
-TEST(HeadTest, speedZeroWithMotionIsNoStop) {
+TEST(HeadTest, SpeedZeroWithMotionIsNoStop) {
   Head head(ordinaryHead());
   head.command(goTo(20, -3.6, 1));
   head.step(0.02);
@@ -212,7 +212,7 @@ TEST(HeadTest, speedZeroWithMotionIsNoStop) {
   EXPECT_GT(head.status().pan, 0);  // the first was obeyed until the second took over
 }
 
-TEST(HeadTest, aStopEndsMotion) {
+TEST(HeadTest, AStopEndsMotion) {
   Head head(ordinaryHead());
   head.command(goOn(100, -50, 100));
   run(head, 0.5);
@@ -224,7 +224,7 @@ TEST(HeadTest, aStopEndsMotion) {
   EXPECT_DOUBLE_EQ(head.status().pan, rest.pan);
 }
 
-TEST(HeadTest, goesHome) {
+TEST(HeadTest, GoesHome) {
   Head head(ordinaryHead());
   head.command(goTo(120, 10, 3000));
   run(head, 5);
@@ -235,15 +235,15 @@ TEST(HeadTest, goesHome) {
   EXPECT_EQ(head.status().zoom, 1);
 }
 
-TEST(HeadTest, keepsPresets) {
+TEST(HeadTest, KeepsPresets) {
   Head head(ordinaryHead());
   EXPECT_FALSE(head.setPreset(0));
   EXPECT_FALSE(head.goToPreset(3, 100));
   head.command(goTo(-175, -20, 700));
   run(head, 3);
   EXPECT_TRUE(head.setPreset(3));
-  ASSERT_EQ(head.presets().size(), 1u);
-  EXPECT_NEAR(head.presets().at(3).pan, -175, 1e-9);
+  ASSERT_EQ(head.getPresets().size(), 1u);
+  EXPECT_NEAR(head.getPresets().at(3).pan, -175, 1e-9);
   EXPECT_EQ(head.presetHere(), 3);
 
   head.goHome(100);
@@ -259,7 +259,7 @@ TEST(HeadTest, keepsPresets) {
   EXPECT_EQ(head.status().zoom, 700);
 }
 
-TEST(HeadTest, presetsAreFoundAcrossTheSeam) {
+TEST(HeadTest, PresetsAreFoundAcrossTheSeam) {
   Head head(ordinaryHead());
   head.command(goTo(-179.9, -3.6, 1));
   run(head, 4);

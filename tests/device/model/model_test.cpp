@@ -21,13 +21,13 @@ using testing::StartsWith;
 
 class EveryModelTest : public testing::TestWithParam<std::string> {};
 
-TEST_P(EveryModelTest, loads) {
+TEST_P(EveryModelTest, Loads) {
   const Model model = loadModel(modelsFolder(), GetParam());
   EXPECT_EQ(model.name, GetParam());
   EXPECT_FALSE(model.channels.empty());
 }
 
-TEST_P(EveryModelTest, answersEveryParameterThatIsAskedFor) {
+TEST_P(EveryModelTest, AnswersEveryParameterThatIsAskedFor) {
   const Model model = loadModel(modelsFolder(), GetParam());
   for (const char* name :
        {"root.Brand.ProdNbr", "root.Properties.PTZ.PTZ", "root.Properties.PTZ.DigitalPTZ",
@@ -50,7 +50,7 @@ TEST_P(EveryModelTest, answersEveryParameterThatIsAskedFor) {
   }
 }
 
-TEST_P(EveryModelTest, headAnswersWhatItIs) {
+TEST_P(EveryModelTest, HeadAnswersWhatItIs) {
   const Model model = loadModel(modelsFolder(), GetParam());
   const auto answer = [&](const char* name) { return model.headParameters.at(name); };
   EXPECT_GT(answer("Brand.ProdNbr").size(), 4u);
@@ -65,7 +65,7 @@ TEST_P(EveryModelTest, headAnswersWhatItIs) {
 
 // 5 % of the picture is what an object needs at least by default; people at the far side of a
 // stage of 16 metres are more than that.
-TEST_P(EveryModelTest, peopleAreLargeEnoughToBeFollowed) {
+TEST_P(EveryModelTest, PeopleAreLargeEnoughToBeFollowed) {
   const Model model = loadModel(modelsFolder(), GetParam());
   const double far = model.stageDistance + 8;
   const double feet = std::atan2(model.mastHeight, far);
@@ -76,7 +76,7 @@ TEST_P(EveryModelTest, peopleAreLargeEnoughToBeFollowed) {
   }
 }
 
-TEST_P(EveryModelTest, headReachesTheAutotunePosition) {
+TEST_P(EveryModelTest, HeadReachesTheAutotunePosition) {
   const Model model = loadModel(modelsFolder(), GetParam());
   EXPECT_LT(model.head.tilt.low, -65);
   EXPECT_GT(model.head.tilt.high, -3.6);
@@ -85,7 +85,7 @@ TEST_P(EveryModelTest, headReachesTheAutotunePosition) {
 INSTANTIATE_TEST_SUITE_P(Files, EveryModelTest, testing::ValuesIn(modelNames(modelsFolder())),
                          [](const auto& info) { return info.param; });
 
-TEST(ModelTest, theModelsOfTheProduct) {
+TEST(ModelTest, TheModelsOfTheProduct) {
   const std::vector<std::string> names = modelNames(modelsFolder());
   for (const char* name : {"fixed", "compass", "mechanical", "k47", "slow", "ordinary", "fast",
                            "rotated", "rotated180", "rotated270", "default"}) {
@@ -93,7 +93,7 @@ TEST(ModelTest, theModelsOfTheProduct) {
   }
 }
 
-TEST(ModelTest, fixedDrivesARemoteHead) {
+TEST(ModelTest, FixedDrivesARemoteHead) {
   const Model model = loadModel(modelsFolder(), "fixed");
   EXPECT_FALSE(model.isMechanical());
   EXPECT_THAT(model.channels, SizeIs(1));
@@ -107,7 +107,7 @@ TEST(ModelTest, fixedDrivesARemoteHead) {
       "no");
 }
 
-TEST(ModelTest, compassHasFourChannels) {
+TEST(ModelTest, CompassHasFourChannels) {
   const Model model = loadModel(modelsFolder(), "compass");
   EXPECT_THAT(model.channels, SizeIs(4));
   EXPECT_EQ(model.parameters.at("root.ImageSource.NbrOfSources"), "4");
@@ -118,19 +118,19 @@ TEST(ModelTest, compassHasFourChannels) {
   EXPECT_EQ(model.parameters.at("root.PTZ.RemoteCenter.C2.Pan"), "90.0000");
 }
 
-TEST(ModelTest, mechanicalCarriesItsChannel) {
+TEST(ModelTest, MechanicalCarriesItsChannel) {
   const Model model = loadModel(modelsFolder(), "mechanical");
   EXPECT_TRUE(model.isMechanical());
   ASSERT_THAT(model.channels, SizeIs(1));
   EXPECT_TRUE(model.channels[0].movesWithHead);
 }
 
-TEST(ModelTest, k47IsKnownByItsNumber) {
+TEST(ModelTest, K47IsKnownByItsNumber) {
   const Model model = loadModel(modelsFolder(), "k47");
   EXPECT_THAT(model.headParameters.at("Brand.ProdNbr"), StartsWith("K47"));
 }
 
-TEST(ModelTest, headsOfThreeSpeeds) {
+TEST(ModelTest, HeadsOfThreeSpeeds) {
   EXPECT_DOUBLE_EQ(loadModel(modelsFolder(), "slow").head.pan.speed, 30);
   EXPECT_DOUBLE_EQ(loadModel(modelsFolder(), "ordinary").head.pan.speed, 100);
   EXPECT_DOUBLE_EQ(loadModel(modelsFolder(), "fast").head.pan.speed, 450);
@@ -139,7 +139,7 @@ TEST(ModelTest, headsOfThreeSpeeds) {
             loadModel(modelsFolder(), "fast").headParameters.at("Brand.ProdNbr"));
 }
 
-TEST(ModelTest, rotatedKeepsTheResolutionOfTheSensor) {
+TEST(ModelTest, RotatedKeepsTheResolutionOfTheSensor) {
   const Model model = loadModel(modelsFolder(), "rotated");
   EXPECT_EQ(model.channels[0].camera.rotation, 90);
   EXPECT_EQ(model.parameters.at("root.Image.I0.Appearance.Resolution"), "1920x1080");
@@ -149,36 +149,36 @@ TEST(ModelTest, rotatedKeepsTheResolutionOfTheSensor) {
 class ModelFileTest : public testing::Test {
  protected:
   ModelFileTest()
-      : folder_(std::filesystem::temp_directory_path() /
-                ("model_test." + std::to_string(getpid()))) {
-    std::filesystem::create_directories(folder_);
-    std::filesystem::copy_file(modelsFolder() / "fixed.json", folder_ / "fixed.json",
+      : folder(std::filesystem::temp_directory_path() /
+               ("model_test." + std::to_string(getpid()))) {
+    std::filesystem::create_directories(folder);
+    std::filesystem::copy_file(modelsFolder() / "fixed.json", folder / "fixed.json",
                                std::filesystem::copy_options::overwrite_existing);
   }
 
-  ~ModelFileTest() override { std::filesystem::remove_all(folder_); }
+  ~ModelFileTest() override { std::filesystem::remove_all(folder); }
 
   void write(const std::string& name, const std::string& text) {
-    std::ofstream(folder_ / (name + ".json")) << text;
+    std::ofstream(folder / (name + ".json")) << text;
   }
 
   std::string errorOf(const std::string& text) {
     write("own", text);
     try {
-      loadModel(folder_ / "own.json");
+      loadModel(folder / "own.json");
     } catch (const ModelError& error) {
       return error.what();
     }
     return {};
   }
 
-  std::filesystem::path folder_;
+  std::filesystem::path folder;
 };
 
-TEST_F(ModelFileTest, replacesWhatItNamesAndKeepsTheRestOfItsBase) {
+TEST_F(ModelFileTest, ReplacesWhatItNamesAndKeepsTheRestOfItsBase) {
   write("own", R"({"base": "fixed", "head": {"pan": {"speed": 60}},
                    "parameters": {"root.Image.I0.Appearance.Resolution": "1280x720"}})");
-  const Model model = loadModel(folder_, "own");
+  const Model model = loadModel(folder, "own");
   EXPECT_DOUBLE_EQ(model.head.pan.speed, 60);
   EXPECT_DOUBLE_EQ(model.head.pan.acceleration, 400);
   EXPECT_DOUBLE_EQ(model.head.tilt.speed, 100);
@@ -186,24 +186,24 @@ TEST_F(ModelFileTest, replacesWhatItNamesAndKeepsTheRestOfItsBase) {
   EXPECT_EQ(model.parameters.at("root.Image.I0.Appearance.Resolution"), "1280x720");
 }
 
-TEST_F(ModelFileTest, headParametersOfTheFileWin) {
+TEST_F(ModelFileTest, HeadParametersOfTheFileWin) {
   write("own", R"({"base": "fixed",
                    "head": {"parameters": {"ImageSource.I0.Sensor.AspectRatio": ""}}})");
-  EXPECT_EQ(loadModel(folder_, "own").headParameters.at("ImageSource.I0.Sensor.AspectRatio"), "");
+  EXPECT_EQ(loadModel(folder, "own").headParameters.at("ImageSource.I0.Sensor.AspectRatio"), "");
 }
 
-TEST_F(ModelFileTest, anUnknownNameIsAnsweredWithTheKnownOnes) {
+TEST_F(ModelFileTest, AnUnknownNameIsAnsweredWithTheKnownOnes) {
   write("own", R"({"base": "fixed"})");
   try {
-    loadModel(folder_, "nothing");
+    loadModel(folder, "nothing");
     FAIL();
   } catch (const ModelError& error) {
     EXPECT_THAT(error.what(), HasSubstr("no model 'nothing'; there are: fixed, own"));
   }
 }
 
-TEST_F(ModelFileTest, errorsNameFileAndKey) {
-  const std::string file = (folder_ / "own.json").string();
+TEST_F(ModelFileTest, ErrorsNameFileAndKey) {
+  const std::string file = (folder / "own.json").string();
   EXPECT_EQ(errorOf(R"({"base": "fixed", "head": {"pan": {"speed": "fast"}}})"),
             file + ": head.pan.speed: must be a number from 1 to 2000");
   EXPECT_EQ(errorOf(R"({"base": "fixed", "head": {"latency_s": 1.5}})"),
@@ -225,8 +225,8 @@ TEST_F(ModelFileTest, errorsNameFileAndKey) {
   EXPECT_EQ(errorOf(R"({"parameters": {}})"), file + ": head: is missing");
 }
 
-TEST_F(ModelFileTest, brokenFiles) {
-  const std::string file = (folder_ / "own.json").string();
+TEST_F(ModelFileTest, BrokenFiles) {
+  const std::string file = (folder / "own.json").string();
   EXPECT_THAT(errorOf("{\n\"head\": \n"), StartsWith(file + ": line "));
   EXPECT_EQ(errorOf("[1]"), file + ": must be an object");
   EXPECT_THAT(errorOf(R"({"base": "nothing"})"), HasSubstr("nothing.json: unable to open"));

@@ -25,7 +25,7 @@ Session sessionOf(int count) {
   return session;
 }
 
-TEST(FiguresTest, nothingHappened) {
+TEST(FiguresTest, NothingHappened) {
   const Figures figures = figuresOf(Session());
   EXPECT_DOUBLE_EQ(figures.duration, 0);
   EXPECT_FALSE(figures.stateRunningAfter);
@@ -40,7 +40,7 @@ TEST(FiguresTest, nothingHappened) {
   EXPECT_FALSE(figures.meanHeightShare);
 }
 
-TEST(FiguresTest, noCountedTimeGivesNoFiguresOverIt) {
+TEST(FiguresTest, NoCountedTimeGivesNoFiguresOverIt) {
   Session session = sessionOf(10);
   for (Moment& moment : session.moments) {
     moment.counted = false;
@@ -51,14 +51,14 @@ TEST(FiguresTest, noCountedTimeGivesNoFiguresOverIt) {
   EXPECT_FALSE(figures.targetSwitches);
 }
 
-TEST(FiguresTest, runningAfterTheFirstState) {
+TEST(FiguresTest, RunningAfterTheFirstState) {
   Session session;
   session.states = {
       {1, "connecting"}, {3, "autotuning"}, {17.5, "running"}, {40, "stopped"}, {50, "running"}};
   EXPECT_DOUBLE_EQ(*figuresOf(session).stateRunningAfter, 17.5);
 }
 
-TEST(FiguresTest, alarmsAndSteering) {
+TEST(FiguresTest, AlarmsAndSteering) {
   Session session = sessionOf(600);
   session.alarms = {{1, 5}, {10, 20}, {50, std::nullopt}};
   session.steering = {{2, 7}, {11, 21.5}, {52, std::nullopt}};
@@ -68,7 +68,7 @@ TEST(FiguresTest, alarmsAndSteering) {
   EXPECT_NEAR(figures.followed, 5 + 10.5 + 8, 1e-9);
 }
 
-TEST(FiguresTest, inViewIsAShareOfTime) {
+TEST(FiguresTest, InViewIsAShareOfTime) {
   Session session = sessionOf(100);
   for (int i = 0; i < 25; ++i) {
     session.moments[i].anyInView = false;
@@ -76,7 +76,7 @@ TEST(FiguresTest, inViewIsAShareOfTime) {
   EXPECT_NEAR(*figuresOf(session).inViewShare, 0.75, 1e-9);
 }
 
-TEST(FiguresTest, momentsCountByTheTimeTheyStandFor) {
+TEST(FiguresTest, MomentsCountByTheTimeTheyStandFor) {
   Session session = sessionOf(2);
   session.moments[0].time = 3;
   session.moments[1].time = 4;
@@ -87,7 +87,7 @@ TEST(FiguresTest, momentsCountByTheTimeTheyStandFor) {
   EXPECT_NEAR(*figures.rmsError, 2, 1e-9);  // sqrt((3 * 0 + 1 * 16) / 4)
 }
 
-TEST(FiguresTest, rootOfTheMeanSquare) {
+TEST(FiguresTest, RootOfTheMeanSquare) {
   Session session = sessionOf(100);
   for (int i = 0; i < 50; ++i) {
     session.moments[i].axis.pan = 3;
@@ -96,7 +96,7 @@ TEST(FiguresTest, rootOfTheMeanSquare) {
   EXPECT_NEAR(*figuresOf(session).rmsError, std::sqrt((9 + 16) / 2.0), 1e-9);
 }
 
-TEST(FiguresTest, errorsAreAnglesBetweenLinesOfSight) {
+TEST(FiguresTest, ErrorsAreAnglesBetweenLinesOfSight) {
   Session session = sessionOf(10);
   for (Moment& moment : session.moments) {
     moment.axis = {170, 0};
@@ -105,7 +105,7 @@ TEST(FiguresTest, errorsAreAnglesBetweenLinesOfSight) {
   EXPECT_NEAR(*figuresOf(session).rmsError, 20, 1e-9);
 }
 
-TEST(FiguresTest, percentileIsNotExceededIn95PerCentOfTheTime) {
+TEST(FiguresTest, PercentileIsNotExceededIn95PerCentOfTheTime) {
   Session session = sessionOf(100);
   for (int i = 0; i < 100; ++i) {
     session.moments[i].axis.pan = 0.1 * ((i * 37) % 100 + 1);  // 0.1 to 10 in any order
@@ -113,7 +113,7 @@ TEST(FiguresTest, percentileIsNotExceededIn95PerCentOfTheTime) {
   EXPECT_NEAR(*figuresOf(session).p95Error, 9.5, 0.11);
 }
 
-TEST(FiguresTest, onlyCountedMomentsMakeErrors) {
+TEST(FiguresTest, OnlyCountedMomentsMakeErrors) {
   Session session = sessionOf(100);
   for (int i = 0; i < 60; ++i) {
     session.moments[i].counted = false;
@@ -124,7 +124,7 @@ TEST(FiguresTest, onlyCountedMomentsMakeErrors) {
   EXPECT_NEAR(*figuresOf(session).inViewShare, 1, 1e-9);
 }
 
-TEST(FiguresTest, switchesToAnotherWhileTheLastIsStillInside) {
+TEST(FiguresTest, SwitchesToAnotherWhileTheLastIsStillInside) {
   Session session = sessionOf(8);
   const int ids[] = {1, 1, 2, 2, 1, 1, 3, 3};
   for (int i = 0; i < 8; ++i) {
@@ -134,7 +134,7 @@ TEST(FiguresTest, switchesToAnotherWhileTheLastIsStillInside) {
   EXPECT_EQ(*figuresOf(session).targetSwitches, 2);
 }
 
-TEST(FiguresTest, noSwitchAcrossAGapOfCountedTime) {
+TEST(FiguresTest, NoSwitchAcrossAGapOfCountedTime) {
   Session session = sessionOf(6);
   session.moments[2].counted = false;
   for (int i = 3; i < 6; ++i) {
@@ -144,7 +144,7 @@ TEST(FiguresTest, noSwitchAcrossAGapOfCountedTime) {
 }
 
 // Up to 2, back to 1, up to 3 and back by a play of 0.3: two reversals in 10 s.
-TEST(FiguresTest, reversalsOfPan) {
+TEST(FiguresTest, ReversalsOfPan) {
   Session session = sessionOf(100);
   const double way[] = {0, 1, 2, 1.6, 1, 2, 3, 2.7, 3, 3};
   for (int i = 0; i < 100; ++i) {
@@ -153,7 +153,7 @@ TEST(FiguresTest, reversalsOfPan) {
   EXPECT_NEAR(*figuresOf(session).reversalsPerSecond, 0.2, 1e-9);
 }
 
-TEST(FiguresTest, reversalsOfTiltAddToThoseOfPan) {
+TEST(FiguresTest, ReversalsOfTiltAddToThoseOfPan) {
   Session session = sessionOf(100);
   for (int i = 0; i < 100; ++i) {
     session.moments[i].axis.pan = i < 50 ? i * 0.1 : 10 - i * 0.1;          // 1
@@ -162,7 +162,7 @@ TEST(FiguresTest, reversalsOfTiltAddToThoseOfPan) {
   EXPECT_NEAR(*figuresOf(session).reversalsPerSecond, 0.4, 1e-9);
 }
 
-TEST(FiguresTest, theSeamIsNoReversal) {
+TEST(FiguresTest, TheSeamIsNoReversal) {
   Session session = sessionOf(100);
   for (int i = 0; i < 100; ++i) {
     session.moments[i].axis.pan = normalizedPan(170 + i * 0.3);
@@ -170,7 +170,7 @@ TEST(FiguresTest, theSeamIsNoReversal) {
   EXPECT_NEAR(*figuresOf(session).reversalsPerSecond, 0, 1e-9);
 }
 
-TEST(FiguresTest, reversalsAreNotCountedAcrossAGap) {
+TEST(FiguresTest, ReversalsAreNotCountedAcrossAGap) {
   Session session = sessionOf(90);
   for (int i = 0; i < 90; ++i) {
     session.moments[i].axis.pan = i < 45 ? i * 0.1 : 9 - i * 0.1;
@@ -179,7 +179,7 @@ TEST(FiguresTest, reversalsAreNotCountedAcrossAGap) {
   EXPECT_NEAR(*figuresOf(session).reversalsPerSecond, 0, 1e-9);
 }
 
-TEST(FiguresTest, heightIsAMeanOverTheTimeWithTheTargetInView) {
+TEST(FiguresTest, HeightIsAMeanOverTheTimeWithTheTargetInView) {
   Session session = sessionOf(4);
   session.moments[0].target->height = 1;  // 0.1
   session.moments[1].target->height = 5;  // 0.5
@@ -189,7 +189,7 @@ TEST(FiguresTest, heightIsAMeanOverTheTimeWithTheTargetInView) {
   EXPECT_NEAR(*figuresOf(session).meanHeightShare, 0.3, 1e-9);
 }
 
-TEST(FiguresTest, noHeightWhenTheTargetWasNeverInView) {
+TEST(FiguresTest, NoHeightWhenTheTargetWasNeverInView) {
   Session session = sessionOf(4);
   for (Moment& moment : session.moments) {
     moment.targetInView = false;

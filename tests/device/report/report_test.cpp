@@ -42,7 +42,7 @@ void sample(Report& report, double from, double to, const std::vector<PersonView
   }
 }
 
-TEST(InPictureTest, edgesOfThePicture) {
+TEST(InPictureTest, EdgesOfThePicture) {
   const HeadStatus head = headAt(175, 0);  // 20 by 11.25 degrees
   EXPECT_TRUE(isInPicture(head, {175, 0}));
   EXPECT_TRUE(isInPicture(head, {-175.1, 0}));  // across the seam
@@ -54,7 +54,7 @@ TEST(InPictureTest, edgesOfThePicture) {
   EXPECT_FALSE(isInPicture(head, {-5, 0}));  // behind
 }
 
-TEST(InPictureTest, aTiltedHeadSeesMorePan) {
+TEST(InPictureTest, ATiltedHeadSeesMorePan) {
   // At 60 degrees down, 10 degrees to the side on the picture's middle line are
   // atan(tan(10)/cos(60)) degrees of pan.
   const double pan = toDegrees(std::atan(std::tan(toRadians(10)) / std::cos(toRadians(60))));
@@ -66,7 +66,7 @@ TEST(InPictureTest, aTiltedHeadSeesMorePan) {
   EXPECT_FALSE(isInPicture(head, onMiddleLine(pan + 0.1)));
 }
 
-TEST(ReportTest, countsFromThreeSecondsInside) {
+TEST(ReportTest, CountsFromThreeSecondsInside) {
   Report report = runningReport();
   sample(report, 0, 2.95, {personAt(1, 0, 0)}, headAt(5, 0));
   EXPECT_FALSE(report.figures().rmsError);
@@ -75,7 +75,7 @@ TEST(ReportTest, countsFromThreeSecondsInside) {
   EXPECT_NEAR(*report.figures().inViewShare, 1, 1e-9);
 }
 
-TEST(ReportTest, aBreakBeginsTheThreeSecondsAnew) {
+TEST(ReportTest, ABreakBeginsTheThreeSecondsAnew) {
   Report report = runningReport();
   sample(report, 0, 2, {personAt(1, 0, 0)}, headAt(0, 0));
   sample(report, 2, 2.5, {personAt(1, 0, 0, false)}, headAt(0, 0));
@@ -85,7 +85,7 @@ TEST(ReportTest, aBreakBeginsTheThreeSecondsAnew) {
   EXPECT_TRUE(report.figures().rmsError);
 }
 
-TEST(ReportTest, differentPeopleDoNotMakeUpThreeSeconds) {
+TEST(ReportTest, DifferentPeopleDoNotMakeUpThreeSeconds) {
   Report report = runningReport();
   for (int id = 1; id <= 5; ++id) {
     sample(report, id * 2.0, id * 2.0 + 2, {personAt(id, 0, 0)}, headAt(0, 0));
@@ -93,7 +93,7 @@ TEST(ReportTest, differentPeopleDoNotMakeUpThreeSeconds) {
   EXPECT_FALSE(report.figures().rmsError);
 }
 
-TEST(ReportTest, countsOnlyWhileTheTrackerIsRunning) {
+TEST(ReportTest, CountsOnlyWhileTheTrackerIsRunning) {
   Report report({});
   sample(report, 0, 10, {personAt(1, 0, 0)}, headAt(30, 0));
   report.trackerState(5, "autotuning");
@@ -106,20 +106,20 @@ TEST(ReportTest, countsOnlyWhileTheTrackerIsRunning) {
   EXPECT_DOUBLE_EQ(*report.figures().stateRunningAfter, 10);
 }
 
-TEST(ReportTest, theTargetIsTheNearestInside) {
+TEST(ReportTest, TheTargetIsTheNearestInside) {
   Report report = runningReport();
   const std::vector<PersonView> people{personAt(1, 8, 0), personAt(2, -3, 0),
                                        personAt(3, 1, 0, false)};
   sample(report, 0, 4, people, headAt(0, 0));
   EXPECT_NEAR(*report.figures().rmsError, 3, 1e-9);
-  EXPECT_EQ(report.session().moments.back().target->id, 2);
+  EXPECT_EQ(report.getSession().moments.back().target->id, 2);
 }
 
-TEST(ReportTest, somebodyElseInViewIsEnough) {
+TEST(ReportTest, SomebodyElseInViewIsEnough) {
   Report report = runningReport();
   // The nearest by angle lies above the flat picture, the other within it.
   sample(report, 0, 4, {personAt(1, 0, 6), personAt(2, 9, 0)}, headAt(0, 0));
-  const Moment& last = report.session().moments.back();
+  const Moment& last = report.getSession().moments.back();
   EXPECT_EQ(last.target->id, 1);
   EXPECT_FALSE(last.targetInView);
   EXPECT_TRUE(last.anyInView);
@@ -127,7 +127,7 @@ TEST(ReportTest, somebodyElseInViewIsEnough) {
   EXPECT_FALSE(report.figures().meanHeightShare);
 }
 
-TEST(ReportTest, switchesOfTheTarget) {
+TEST(ReportTest, SwitchesOfTheTarget) {
   Report report = runningReport();
   sample(report, 0, 4, {personAt(1, 0, 0), personAt(2, 10, 0)}, headAt(0, 0));
   sample(report, 4, 5, {personAt(1, 0, 0), personAt(2, 10, 0)}, headAt(9, 0));
@@ -136,16 +136,16 @@ TEST(ReportTest, switchesOfTheTarget) {
   EXPECT_EQ(*report.figures().targetSwitches, 1);
 }
 
-TEST(ReportTest, samplesThatComeTooSoonArePassedOver) {
+TEST(ReportTest, SamplesThatComeTooSoonArePassedOver) {
   Report report = runningReport();
   for (int i = 0; i <= 1000; ++i) {
     report.sample(i * 0.01, {}, headAt(0, 0));
   }
-  EXPECT_THAT(report.session().moments, SizeIs(201));
+  EXPECT_THAT(report.getSession().moments, SizeIs(201));
   EXPECT_NEAR(report.figures().duration, 10, 1e-9);
 }
 
-TEST(ReportTest, alarmsMayOverlap) {
+TEST(ReportTest, AlarmsMayOverlap) {
   Report report = runningReport();
   report.alarmEnded(0.5);  // of nothing
   report.alarmStarted(1);
@@ -153,13 +153,13 @@ TEST(ReportTest, alarmsMayOverlap) {
   report.alarmEnded(5);
   EXPECT_EQ(report.figures().alarmsStarted, 2);
   EXPECT_EQ(report.figures().alarmsEnded, 1);
-  EXPECT_EQ(report.session().alarms[0].end, 5);
+  EXPECT_EQ(report.getSession().alarms[0].end, 5);
   report.alarmEnded(6);
   report.alarmEnded(7);
   EXPECT_EQ(report.figures().alarmsEnded, 2);
 }
 
-TEST(ReportTest, repetitionsOfStatesAreIgnored) {
+TEST(ReportTest, RepetitionsOfStatesAreIgnored) {
   Report report({});
   report.sentreling(1, false);
   report.sentreling(2, true);
@@ -169,10 +169,10 @@ TEST(ReportTest, repetitionsOfStatesAreIgnored) {
   EXPECT_NEAR(report.figures().followed, 4, 1e-9);
   report.trackerState(1, "connecting");
   report.trackerState(2, "connecting");
-  EXPECT_THAT(report.session().states, SizeIs(1));
+  EXPECT_THAT(report.getSession().states, SizeIs(1));
 }
 
-TEST(ReportTest, jsonOfAnEmptyRun) {
+TEST(ReportTest, JsonOfAnEmptyRun) {
   const Report report(
       {.model = "fast", .tracks = "walk \"x\".csv", .transport = "module", .seed = 12});
   EXPECT_EQ(report.toJson(), R"({
@@ -196,7 +196,7 @@ TEST(ReportTest, jsonOfAnEmptyRun) {
 )");
 }
 
-TEST(ReportTest, jsonOfARun) {
+TEST(ReportTest, JsonOfARun) {
   Report report = runningReport();
   report.frameSent();
   report.frameSent();
@@ -227,9 +227,9 @@ TEST(ReportTest, jsonOfARun) {
 class ReportFileTest : public testing::Test {
  protected:
   ReportFileTest()
-      : folder_(std::filesystem::temp_directory_path() /
-                ("report_test." + std::to_string(getpid()))) {}
-  ~ReportFileTest() override { std::filesystem::remove_all(folder_); }
+      : folder(std::filesystem::temp_directory_path() /
+               ("report_test." + std::to_string(getpid()))) {}
+  ~ReportFileTest() override { std::filesystem::remove_all(folder); }
 
   static std::string read(const std::filesystem::path& file) {
     std::ifstream in(file, std::ios::binary);
@@ -240,16 +240,16 @@ class ReportFileTest : public testing::Test {
 
   std::set<std::string> filesThere() const {
     std::set<std::string> names;
-    for (const auto& entry : std::filesystem::directory_iterator(folder_)) {
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
       names.insert(entry.path().filename().string());
     }
     return names;
   }
 
-  std::filesystem::path folder_;
+  std::filesystem::path folder;
 };
 
-TEST_F(ReportFileTest, writesReportAndPlots) {
+TEST_F(ReportFileTest, WritesReportAndPlots) {
   Report report = runningReport();
   report.alarmStarted(1);
   report.alarmEnded(2);
@@ -257,39 +257,39 @@ TEST_F(ReportFileTest, writesReportAndPlots) {
   report.sentreling(1, true);
   sample(report, 0, 5, {personAt(1, 0, 0)}, headAt(170, 0));
   sample(report, 5, 9, {}, headAt(-170, -10));
-  ASSERT_EQ(report.write(folder_ / "deep" / "er"), "");
-  folder_ /= "deep/er";
+  ASSERT_EQ(report.write(folder / "deep" / "er"), "");
+  folder /= "deep/er";
   EXPECT_EQ(filesThere(), (std::set<std::string>{"report.json", "plot.svg", "plot.png"}));
-  EXPECT_EQ(read(folder_ / "report.json"), report.toJson());
-  EXPECT_THAT(read(folder_ / "plot.svg"), HasSubstr("</svg>"));
-  EXPECT_EQ(read(folder_ / "plot.png").substr(1, 3), "PNG");
-  folder_ = folder_.parent_path().parent_path();
+  EXPECT_EQ(read(folder / "report.json"), report.toJson());
+  EXPECT_THAT(read(folder / "plot.svg"), HasSubstr("</svg>"));
+  EXPECT_EQ(read(folder / "plot.png").substr(1, 3), "PNG");
+  folder = folder.parent_path().parent_path();
 }
 
-TEST_F(ReportFileTest, plotsOfAnEmptyRun) {
-  EXPECT_EQ(Report({.model = "it's", .tracks = "", .transport = "", .seed = 1}).write(folder_), "");
-  EXPECT_THAT(read(folder_ / "plot.svg"), HasSubstr("</svg>"));
+TEST_F(ReportFileTest, PlotsOfAnEmptyRun) {
+  EXPECT_EQ(Report({.model = "it's", .tracks = "", .transport = "", .seed = 1}).write(folder), "");
+  EXPECT_THAT(read(folder / "plot.svg"), HasSubstr("</svg>"));
 }
 
-TEST_F(ReportFileTest, theReportStandsWithoutGnuplot) {
+TEST_F(ReportFileTest, TheReportStandsWithoutGnuplot) {
   const std::string path = std::getenv("PATH");
   setenv("PATH", "/nowhere", 1);
-  const std::string message = runningReport().write(folder_);
+  const std::string message = runningReport().write(folder);
   setenv("PATH", path.c_str(), 1);
   EXPECT_THAT(message, HasSubstr("gnuplot cannot be run (package gnuplot-nox): "));
   EXPECT_EQ(filesThere(), std::set<std::string>{"report.json"});
 }
 
-TEST_F(ReportFileTest, whatGnuplotSaysIsPassedOn) {
-  std::filesystem::create_directories(folder_ / "plot.svg");  // in the place of the file
-  const std::string message = runningReport().write(folder_);
+TEST_F(ReportFileTest, WhatGnuplotSaysIsPassedOn) {
+  std::filesystem::create_directories(folder / "plot.svg");  // in the place of the file
+  const std::string message = runningReport().write(folder);
   EXPECT_THAT(message, HasSubstr("gnuplot failed: "));
-  EXPECT_TRUE(std::filesystem::exists(folder_ / "report.json"));
+  EXPECT_TRUE(std::filesystem::exists(folder / "report.json"));
 }
 
-TEST_F(ReportFileTest, aReportThatCannotBeWrittenIsAnError) {
-  std::ofstream(folder_.string()) << "a file where the folder should be";
-  EXPECT_THROW(runningReport().write(folder_), std::runtime_error);
+TEST_F(ReportFileTest, AReportThatCannotBeWrittenIsAnError) {
+  std::ofstream(folder.string()) << "a file where the folder should be";
+  EXPECT_THROW(runningReport().write(folder), std::runtime_error);
 }
 
 }  // namespace

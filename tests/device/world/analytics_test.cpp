@@ -49,33 +49,33 @@ PicturePoint centreOf(const FrameObject& object, const OverviewCamera& camera) {
 class AnalyticsTest : public testing::Test {
  protected:
   Frame see(const std::vector<Person>& people) {
-    time_ += 100000;
-    return analytics_.observe(camera_, people, time_);
+    time += 100000;
+    return analytics.observe(camera, people, time);
   }
 
   static Person at(int id, double x, double y = 40, GroundPoint velocity = {}) {
     return {id, {x, y}, velocity};
   }
 
-  OverviewCamera camera_ = cameraOf();
-  Analytics analytics_{1};
-  std::int64_t time_ = 0;
+  OverviewCamera camera = cameraOf();
+  Analytics analytics{1};
+  std::int64_t time = 0;
 };
 
-TEST_F(AnalyticsTest, anEmptyGround) {
+TEST_F(AnalyticsTest, AnEmptyGround) {
   const Frame frame = see({});
   EXPECT_EQ(frame.timestamp, 100000);
   EXPECT_THAT(frame.objects, IsEmpty());
   EXPECT_THAT(frame.events, IsEmpty());
 }
 
-TEST_F(AnalyticsTest, objectsHaveIdsOfTheirOwnAndKeepThem) {
+TEST_F(AnalyticsTest, ObjectsHaveIdsOfTheirOwnAndKeepThem) {
   EXPECT_THAT(idsOf(see({at(70, 0)})), ElementsAre(1));
   EXPECT_THAT(idsOf(see({at(70, 0.2), at(12, 5)})), ElementsAre(1, 2));
   EXPECT_THAT(idsOf(see({at(70, 0.4), at(12, 4.8)})), ElementsAre(1, 2));
 }
 
-TEST_F(AnalyticsTest, whoLeavesIsDeletedOnceAndComesBackAsAnother) {
+TEST_F(AnalyticsTest, WhoLeavesIsDeletedOnceAndComesBackAsAnother) {
   see({at(1, 0), at(2, 5)});
   const Frame left = see({at(2, 5)});
   EXPECT_THAT(idsOf(left), ElementsAre(2));
@@ -84,18 +84,18 @@ TEST_F(AnalyticsTest, whoLeavesIsDeletedOnceAndComesBackAsAnother) {
   EXPECT_THAT(idsOf(see({at(1, 0), at(2, 5)})), ElementsAre(2, 3));
 }
 
-TEST_F(AnalyticsTest, severalWhoLeaveAtOnceShareAnEvent) {
+TEST_F(AnalyticsTest, SeveralWhoLeaveAtOnceShareAnEvent) {
   see({at(1, 0), at(2, 5), at(3, -5)});
   EXPECT_THAT(see({at(2, 5)}).events, ElementsAre(FrameEvent{FrameAction::Delete, {1, 3}, {}}));
 }
 
-TEST_F(AnalyticsTest, walkingOutOfThePictureEndsAnObject) {
+TEST_F(AnalyticsTest, WalkingOutOfThePictureEndsAnObject) {
   see({at(1, 12)});
   EXPECT_THAT(see({at(1, 20)}).events, ElementsAre(FrameEvent{FrameAction::Delete, {1}, {}}));
 }
 
 // Boxes are 0.5 m wide: at 0.2 m apart they share 60 % of their width, at 0.3 m 40 %.
-TEST_F(AnalyticsTest, outlinesThatMeetMergeAndAreSplitWhenTheyPart) {
+TEST_F(AnalyticsTest, OutlinesThatMeetMergeAndAreSplitWhenTheyPart) {
   see({at(1, -1), at(2, 1)});
   EXPECT_THAT(see({at(1, -0.15), at(2, 0.15)}).events, IsEmpty());
 
@@ -112,10 +112,10 @@ TEST_F(AnalyticsTest, outlinesThatMeetMergeAndAreSplitWhenTheyPart) {
   const Frame parted = see({at(1, 0.25), at(2, -0.25)});
   EXPECT_THAT(idsOf(parted), ElementsAre(1, 3));
   EXPECT_THAT(parted.events, ElementsAre(FrameEvent{FrameAction::Split, {1}, {1, 3}}));
-  EXPECT_GT(centreOf(parted.objects[0], camera_).x, 0);  // the first person kept the id
+  EXPECT_GT(centreOf(parted.objects[0], camera).x, 0);  // the first person kept the id
 }
 
-TEST_F(AnalyticsTest, whatIsAbsorbedIsDeletedOnceWhenOthersLeaveInTheSamePicture) {
+TEST_F(AnalyticsTest, WhatIsAbsorbedIsDeletedOnceWhenOthersLeaveInTheSamePicture) {
   see({at(1, -1), at(2, 1), at(3, 5)});
   EXPECT_THAT(see({at(1, -0.1), at(2, 0.1)}).events,
               ElementsAre(FrameEvent{FrameAction::Delete, {3}, {}},
@@ -124,7 +124,7 @@ TEST_F(AnalyticsTest, whatIsAbsorbedIsDeletedOnceWhenOthersLeaveInTheSamePicture
   EXPECT_THAT(see({at(1, -0.1), at(2, 0.1)}).events, IsEmpty());
 }
 
-TEST_F(AnalyticsTest, aMergedObjectIsAsWideAsBothAndMovesInTheMean) {
+TEST_F(AnalyticsTest, AMergedObjectIsAsWideAsBothAndMovesInTheMean) {
   see({at(1, -1), at(2, 1)});
   const Frame apart = see({at(1, -1, 40, {1, 0}), at(2, 1, 40, {-1, 0})});
   const Frame met = see({at(1, -0.1, 40, {1.5, 0}), at(2, 0.1, 40, {-1.5, 0})});
@@ -132,10 +132,10 @@ TEST_F(AnalyticsTest, aMergedObjectIsAsWideAsBothAndMovesInTheMean) {
   const auto width = [](const FrameObject& object) { return object.box[2].x - object.box[0].x; };
   EXPECT_NEAR(width(met.objects[0]), width(apart.objects[0]) * 1.4, 20);
   EXPECT_NEAR(met.objects[0].velocity.x, 0, 2);
-  EXPECT_NEAR(centreOf(met.objects[0], camera_).x, 0, 0.003);
+  EXPECT_NEAR(centreOf(met.objects[0], camera).x, 0, 0.003);
 }
 
-TEST_F(AnalyticsTest, threeMeetAndPartInOneFrame) {
+TEST_F(AnalyticsTest, ThreeMeetAndPartInOneFrame) {
   see({at(1, -1), at(2, 0), at(3, 1)});
   const Frame met = see({at(1, -0.2), at(2, 0), at(3, 0.2)});
   EXPECT_THAT(idsOf(met), ElementsAre(1));
@@ -146,7 +146,7 @@ TEST_F(AnalyticsTest, threeMeetAndPartInOneFrame) {
   EXPECT_THAT(idsOf(parted), ElementsAre(1, 4, 5));
 }
 
-TEST_F(AnalyticsTest, theObjectLivesWhileOneOfItsPeopleIsThere) {
+TEST_F(AnalyticsTest, TheObjectLivesWhileOneOfItsPeopleIsThere) {
   see({at(1, -1), at(2, 1)});
   see({at(1, -0.1), at(2, 0.1)});
   const Frame left = see({at(2, 0.1)});
@@ -155,29 +155,29 @@ TEST_F(AnalyticsTest, theObjectLivesWhileOneOfItsPeopleIsThere) {
   EXPECT_THAT(see({}).events, ElementsAre(FrameEvent{FrameAction::Delete, {1}, {}}));
 }
 
-TEST_F(AnalyticsTest, whoAppearsHiddenBehindAnotherHasNoObjectYet) {
+TEST_F(AnalyticsTest, WhoAppearsHiddenBehindAnotherHasNoObjectYet) {
   EXPECT_THAT(idsOf(see({at(1, 0), at(2, 0.1)})), ElementsAre(1));
   const Frame parted = see({at(1, 0), at(2, 2)});
   EXPECT_THAT(idsOf(parted), ElementsAre(1, 2));
   EXPECT_THAT(parted.events, ElementsAre(FrameEvent{FrameAction::Split, {1}, {1, 2}}));
 }
 
-TEST_F(AnalyticsTest, objectsAreWhereThePeopleAre) {
+TEST_F(AnalyticsTest, ObjectsAreWhereThePeopleAre) {
   for (double x = -10; x <= 10; x += 2.5) {
     for (double y = 33; y <= 48; y += 5) {
       Analytics analytics(static_cast<std::uint64_t>(100 + x + y));
       const std::vector<Person> people{at(1, x, y)};
-      const Frame frame = analytics.observe(camera_, people, 0);
+      const Frame frame = analytics.observe(camera, people, 0);
       ASSERT_THAT(frame.objects, SizeIs(1)) << x << " " << y;
-      const PicturePoint truth = *camera_.project({x, y, 0.9});
-      const PicturePoint seen = centreOf(frame.objects[0], camera_);
+      const PicturePoint truth = *camera.project({x, y, 0.9});
+      const PicturePoint seen = centreOf(frame.objects[0], camera);
       EXPECT_NEAR(seen.x, truth.x, 2.0 / 960) << x << " " << y;
       EXPECT_NEAR(seen.y, truth.y, 8.0 / 540) << x << " " << y;
     }
   }
 }
 
-TEST_F(AnalyticsTest, boxesHoldTheirOutlines) {
+TEST_F(AnalyticsTest, BoxesHoldTheirOutlines) {
   const Frame frame = see({at(1, 0), at(2, 5), at(3, -13), at(4, 13)});
   for (const FrameObject& object : frame.objects) {
     ASSERT_GE(object.outline.size(), 8u);
@@ -198,14 +198,14 @@ TEST_F(AnalyticsTest, boxesHoldTheirOutlines) {
 
 // 1 m/s across at 40.8 m from the lens is 1/40.8 per second of the focal length, which is half the
 // picture's width over tan(18).
-TEST_F(AnalyticsTest, velocityIsInUnitsOfTheScene) {
+TEST_F(AnalyticsTest, VelocityIsInUnitsOfTheScene) {
   const Frame frame = see({at(1, 0, 40, {1, 0})});
   const double expected = 4096 / 40.8 / std::tan(toRadians(18));
   EXPECT_NEAR(frame.objects[0].velocity.x, expected, expected * 0.08);
   EXPECT_NEAR(frame.objects[0].velocity.y, 0, 2);
 }
 
-TEST_F(AnalyticsTest, confidenceIsLowNearTheEdge) {
+TEST_F(AnalyticsTest, ConfidenceIsLowNearTheEdge) {
   EXPECT_EQ(see({at(1, 0)}).objects[0].confidence, 4096);
   EXPECT_EQ(see({at(1, 12)}).objects[0].confidence, 4096);
   std::int32_t confidence = 4096;
@@ -213,7 +213,7 @@ TEST_F(AnalyticsTest, confidenceIsLowNearTheEdge) {
   for (double x = 12.4; x < 13.3; x += 0.05) {
     Analytics fresh(4);
     const std::vector<Person> people{at(1, x)};
-    const Frame frame = fresh.observe(camera_, people, 0);
+    const Frame frame = fresh.observe(camera, people, 0);
     ASSERT_THAT(frame.objects, SizeIs(1));
     EXPECT_LE(frame.objects[0].confidence, confidence);
     confidence = frame.objects[0].confidence;
@@ -223,37 +223,37 @@ TEST_F(AnalyticsTest, confidenceIsLowNearTheEdge) {
   EXPECT_EQ(confidence, 1024);
 }
 
-TEST_F(AnalyticsTest, theSameSeedGivesTheSameFrames) {
+TEST_F(AnalyticsTest, TheSameSeedGivesTheSameFrames) {
   Analytics one(42);
   Analytics same(42);
   Analytics other(43);
   bool differs = false;
   for (int i = 0; i < 50; ++i) {
     const std::vector<Person> people{at(1, -5 + 0.2 * i), at(2, 5 - 0.2 * i)};
-    const Frame frame = one.observe(camera_, people, i);
-    ASSERT_EQ(frame, same.observe(camera_, people, i));
-    differs = differs || frame != other.observe(camera_, people, i);
+    const Frame frame = one.observe(camera, people, i);
+    ASSERT_EQ(frame, same.observe(camera, people, i));
+    differs = differs || frame != other.observe(camera, people, i);
   }
   EXPECT_TRUE(differs);
 }
 
 // Vertices of the outline shake by 0.8 pixels, a standard deviation.
-TEST_F(AnalyticsTest, noiseIsAboutAPixel) {
+TEST_F(AnalyticsTest, NoiseIsAboutAPixel) {
   double sum = 0;
   double squares = 0;
-  constexpr int kFrames = 2000;
-  for (int i = 0; i < kFrames; ++i) {
+  constexpr int FRAMES = 2000;
+  for (int i = 0; i < FRAMES; ++i) {
     const double pixels = see({at(1, 0)}).objects[0].outline[0].x / 4096.0 * 960;
     sum += pixels;
     squares += pixels * pixels;
   }
-  const double mean = sum / kFrames;
-  EXPECT_NEAR(std::sqrt(squares / kFrames - mean * mean), 0.8, 0.1);
+  const double mean = sum / FRAMES;
+  EXPECT_NEAR(std::sqrt(squares / FRAMES - mean * mean), 0.8, 0.1);
 }
 
 class RotatedAnalyticsTest : public testing::TestWithParam<int> {};
 
-TEST_P(RotatedAnalyticsTest, aReceiverFindsPeopleWhereTheyAre) {
+TEST_P(RotatedAnalyticsTest, AReceiverFindsPeopleWhereTheyAre) {
   const OverviewCamera camera = cameraOf(GetParam());
   Analytics analytics(8);
   for (double x = -6; x <= 6; x += 2) {
@@ -275,7 +275,7 @@ INSTANTIATE_TEST_SUITE_P(Turns, RotatedAnalyticsTest, testing::Values(0, 90, 180
 
 // Whatever people do, ids are unique in a frame, new ones are never old ones, and events speak of
 // objects that were there.
-TEST_F(AnalyticsTest, randomWalksKeepTheBooksInOrder) {
+TEST_F(AnalyticsTest, RandomWalksKeepTheBooksInOrder) {
   std::mt19937 random(17);
   std::uniform_real_distribution<double> step(-0.4, 0.4);
   std::vector<Person> people;

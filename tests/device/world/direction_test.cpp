@@ -7,7 +7,7 @@
 namespace device {
 namespace {
 
-TEST(DirectionTest, panGrowsToTheRightAndTiltUpwards) {
+TEST(DirectionTest, PanGrowsToTheRightAndTiltUpwards) {
   EXPECT_NEAR(directionOf({0, 5, 0}).pan, 0, 1e-12);
   EXPECT_NEAR(directionOf({5, 0, 0}).pan, 90, 1e-12);
   EXPECT_NEAR(directionOf({-5, 0, 0}).pan, -90, 1e-12);
@@ -15,16 +15,16 @@ TEST(DirectionTest, panGrowsToTheRightAndTiltUpwards) {
   EXPECT_NEAR(directionOf({3, 4, -5}).tilt, -45, 1e-12);
 }
 
-TEST(DirectionTest, backwardsIsTheLowerSeam) {
+TEST(DirectionTest, BackwardsIsTheLowerSeam) {
   EXPECT_DOUBLE_EQ(directionOf({0, -5, 0}).pan, -180);
 }
 
-TEST(DirectionTest, straightUpHasPanZero) {
+TEST(DirectionTest, StraightUpHasPanZero) {
   EXPECT_DOUBLE_EQ(directionOf({0, 0, 2}).pan, 0);
   EXPECT_DOUBLE_EQ(directionOf({0, 0, 2}).tilt, 90);
 }
 
-TEST(DirectionTest, vectorAndBack) {
+TEST(DirectionTest, VectorAndBack) {
   for (double pan = -175; pan < 180; pan += 25) {
     for (double tilt = -80; tilt <= 80; tilt += 20) {
       const Direction back = directionOf(unitVector({pan, tilt}));
@@ -34,14 +34,14 @@ TEST(DirectionTest, vectorAndBack) {
   }
 }
 
-TEST(DirectionTest, normalizedPan) {
+TEST(DirectionTest, NormalizedPan) {
   EXPECT_DOUBLE_EQ(normalizedPan(180), -180);
   EXPECT_DOUBLE_EQ(normalizedPan(-180), -180);
   EXPECT_DOUBLE_EQ(normalizedPan(190), -170);
   EXPECT_DOUBLE_EQ(normalizedPan(-541), 179);
 }
 
-TEST(DirectionTest, angles) {
+TEST(DirectionTest, Angles) {
   EXPECT_NEAR(angleBetween({10, 0}, {30, 0}), 20, 1e-9);
   EXPECT_NEAR(angleBetween({170, 0}, {-170, 0}), 20, 1e-9);
   EXPECT_NEAR(angleBetween({0, 80}, {180, 80}), 20, 1e-9);

@@ -24,7 +24,7 @@ SpacePoint along(const OverviewCameraSetup& setup, const Direction& direction, d
           setup.position.z + ray.z * distance};
 }
 
-TEST(OverviewCameraTest, pixelsAreSquare) {
+TEST(OverviewCameraTest, PixelsAreSquare) {
   const OverviewCamera camera(setupOf(0, 0, 60));
   // tan(30) * 1080 / 1920 = 0.32476 -> 2 * 17.9920 degrees.
   EXPECT_NEAR(camera.verticalFov(), 35.9839, 1e-3);
@@ -32,7 +32,7 @@ TEST(OverviewCameraTest, pixelsAreSquare) {
   EXPECT_EQ(camera.pictureHeight(), 1080);
 }
 
-TEST(OverviewCameraTest, onItsSideThePictureIsUpright) {
+TEST(OverviewCameraTest, OnItsSideThePictureIsUpright) {
   const OverviewCamera camera(setupOf(0, 0, 30, 270));
   EXPECT_EQ(camera.pictureWidth(), 1080);
   EXPECT_EQ(camera.pictureHeight(), 1920);
@@ -40,7 +40,7 @@ TEST(OverviewCameraTest, onItsSideThePictureIsUpright) {
   EXPECT_NEAR(camera.verticalFov(), 50.9423, 1e-3);
 }
 
-TEST(OverviewCameraTest, middleAndEdgesOfThePicture) {
+TEST(OverviewCameraTest, MiddleAndEdgesOfThePicture) {
   const OverviewCameraSetup setup = setupOf(40, 0, 60);
   const OverviewCamera camera(setup);
   const PicturePoint middle = *camera.project(along(setup, {40, 0}, 10));
@@ -52,14 +52,14 @@ TEST(OverviewCameraTest, middleAndEdgesOfThePicture) {
   EXPECT_NEAR(top.y, 1, 1e-12);
 }
 
-TEST(OverviewCameraTest, nothingFromBehindTheLens) {
+TEST(OverviewCameraTest, NothingFromBehindTheLens) {
   const OverviewCameraSetup setup = setupOf(0, 0, 60);
   EXPECT_FALSE(OverviewCamera(setup).project(along(setup, {120, 0}, 10)));
   EXPECT_FALSE(OverviewCamera(setup).project(setup.position));
 }
 
 // The gnomonic projection of spherical trigonometry, which knows no vectors.
-TEST(OverviewCameraTest, projectsAsTheGnomonicFormulaSays) {
+TEST(OverviewCameraTest, ProjectsAsTheGnomonicFormulaSays) {
   std::mt19937 random(3);
   std::uniform_real_distribution<double> anyPan(-180, 180);
   std::uniform_real_distribution<double> anyTilt(-85, 85);
@@ -91,7 +91,7 @@ TEST(OverviewCameraTest, projectsAsTheGnomonicFormulaSays) {
   }
 }
 
-TEST(OverviewCameraTest, pointsAnew) {
+TEST(OverviewCameraTest, PointsAnew) {
   OverviewCameraSetup setup = setupOf(0, 0, 60);
   OverviewCamera camera(setup);
   camera.pointAt({90, -20}, 10);
@@ -116,7 +116,7 @@ PicturePoint turnedBack(const PicturePoint& scene, int rotation) {
   }
 }
 
-TEST(OverviewCameraTest, receiversGetTheUprightPictureBack) {
+TEST(OverviewCameraTest, ReceiversGetTheUprightPictureBack) {
   std::mt19937 random(5);
   std::uniform_real_distribution<double> anywhere(-1, 1);
   for (const int rotation : {0, 90, 180, 270}) {
@@ -134,7 +134,7 @@ TEST(OverviewCameraTest, receiversGetTheUprightPictureBack) {
 
 // A sensor of 1920x1080 on its side: half-way to the right on the sensor is half-way down in the
 // upright picture.
-TEST(OverviewCameraTest, aQuarterTurnByHand) {
+TEST(OverviewCameraTest, AQuarterTurnByHand) {
   const OverviewCamera camera(setupOf(0, 0, 30, 90));
   const PicturePoint upright = camera.toUpright({0.5, 0});
   EXPECT_DOUBLE_EQ((upright.x + 1) * camera.pictureWidth() / 2, 540);

@@ -7,19 +7,19 @@
 namespace device {
 namespace {
 
-constexpr double kWidth = 14;
-constexpr double kDepth = 10;
+constexpr double WIDTH = 14;
+constexpr double DEPTH = 10;
 
 bool isOnEdge(const GroundPoint& point) {
-  const double distance = std::min({point.x, point.y, kWidth - point.x, kDepth - point.y});
+  const double distance = std::min({point.x, point.y, WIDTH - point.x, DEPTH - point.y});
   return std::abs(distance) < 1.0;  // less than the way of one row
 }
 
-TEST(PeopleGeneratorTest, theSameSeedGivesTheSamePeople) {
+TEST(PeopleGeneratorTest, TheSameSeedGivesTheSamePeople) {
   const TrackSet one = generatePeople(5, 300);
   const TrackSet same = generatePeople(5, 300);
   const TrackSet other = generatePeople(6, 300);
-  ASSERT_EQ(one.tracks().size(), same.tracks().size());
+  ASSERT_EQ(one.getTracks().size(), same.getTracks().size());
   for (double time = 0; time < 300; time += 1.7) {
     const std::vector<Person> a = one.at(time);
     const std::vector<Person> b = same.at(time);
@@ -28,28 +28,28 @@ TEST(PeopleGeneratorTest, theSameSeedGivesTheSamePeople) {
       EXPECT_EQ(a[i].position.x, b[i].position.x);
     }
   }
-  EXPECT_NE(one.tracks()[0].end(), other.tracks()[0].end());
+  EXPECT_NE(one.getTracks()[0].end(), other.getTracks()[0].end());
 }
 
 class GeneratedPeopleTest : public testing::TestWithParam<std::uint64_t> {
  protected:
-  const TrackSet people_ = generatePeople(GetParam());
+  const TrackSet people = generatePeople(GetParam());
 };
 
-TEST_P(GeneratedPeopleTest, oneToSixAtOnce) {
+TEST_P(GeneratedPeopleTest, OneToSixAtOnce) {
   std::size_t most = 0;
   for (double time = 0; time < 3600; time += 0.5) {
-    most = std::max(most, people_.at(time).size());
+    most = std::max(most, people.at(time).size());
   }
   EXPECT_GE(most, 3u);
   EXPECT_LE(most, 6u);
 }
 
-TEST_P(GeneratedPeopleTest, nobodyForAWhileAboutOnceAMinute) {
+TEST_P(GeneratedPeopleTest, NobodyForAWhileAboutOnceAMinute) {
   double lastSeen = 0;
   double busySince = 0;
   for (double time = 0; time < 3600; time += 0.5) {
-    if (people_.at(time).empty()) {
+    if (people.at(time).empty()) {
       continue;
     }
     if (time - lastSeen >= 15) {
@@ -62,9 +62,9 @@ TEST_P(GeneratedPeopleTest, nobodyForAWhileAboutOnceAMinute) {
   EXPECT_GT(lastSeen, 3500);
 }
 
-TEST_P(GeneratedPeopleTest, walkSmoothlyAtTheSpeedsOfPeople) {
-  for (const Track& track : people_.tracks()) {
-    const auto points = track.points();
+TEST_P(GeneratedPeopleTest, WalkSmoothlyAtTheSpeedsOfPeople) {
+  for (const Track& track : people.getTracks()) {
+    const auto points = track.getPoints();
     for (std::size_t i = 1; i < points.size(); ++i) {
       const double seconds = points[i].time - points[i - 1].time;
       const double dx = points[i].position.x - points[i - 1].position.x;
@@ -85,15 +85,15 @@ TEST_P(GeneratedPeopleTest, walkSmoothlyAtTheSpeedsOfPeople) {
   }
 }
 
-TEST_P(GeneratedPeopleTest, enterAndLeaveOverTheEdges) {
-  for (const Track& track : people_.tracks()) {
-    EXPECT_TRUE(isOnEdge(track.points().front().position));
-    EXPECT_TRUE(isOnEdge(track.points().back().position));
-    for (const TrackPoint& point : track.points()) {
+TEST_P(GeneratedPeopleTest, EnterAndLeaveOverTheEdges) {
+  for (const Track& track : people.getTracks()) {
+    EXPECT_TRUE(isOnEdge(track.getPoints().front().position));
+    EXPECT_TRUE(isOnEdge(track.getPoints().back().position));
+    for (const TrackPoint& point : track.getPoints()) {
       ASSERT_GE(point.position.x, 0);
-      ASSERT_LE(point.position.x, kWidth);
+      ASSERT_LE(point.position.x, WIDTH);
       ASSERT_GE(point.position.y, 0);
-      ASSERT_LE(point.position.y, kDepth);
+      ASSERT_LE(point.position.y, DEPTH);
     }
   }
 }

@@ -14,10 +14,10 @@ Track walker(int id, double start, double end) {
   return Track(id, {{start, {0, 0}}, {end, {end - start, 0}}});
 }
 
-const Stage kStage({0, 90}, 40, 0);
+const Stage STAGE({0, 90}, 40, 0);
 
-TEST(PlaybackTest, beginsWithTheFirstPerson) {
-  const Playback playback(TrackSet({walker(4, 100, 110)}), kStage);
+TEST(PlaybackTest, BeginsWithTheFirstPerson) {
+  const Playback playback(TrackSet({walker(4, 100, 110)}), STAGE);
   ASSERT_EQ(playback.at(0).size(), 1u);
   EXPECT_EQ(playback.at(0)[0].id, 4);
   EXPECT_NEAR(playback.at(0)[0].velocity.x, 1, 1e-9);
@@ -26,9 +26,9 @@ TEST(PlaybackTest, beginsWithTheFirstPerson) {
   EXPECT_TRUE(playback.at(10.1).empty());
 }
 
-TEST(PlaybackTest, repeatsAfterAPauseWithOtherPeople) {
-  const Playback playback(TrackSet({walker(1, 0, 10), walker(3, 2, 8)}), kStage);
-  EXPECT_DOUBLE_EQ(playback.length(), 30);
+TEST(PlaybackTest, RepeatsAfterAPauseWithOtherPeople) {
+  const Playback playback(TrackSet({walker(1, 0, 10), walker(3, 2, 8)}), STAGE);
+  EXPECT_DOUBLE_EQ(playback.getLength(), 30);
   EXPECT_TRUE(playback.at(29).empty());
   ASSERT_EQ(playback.at(34).size(), 2u);
   EXPECT_EQ(playback.at(34)[0].id, 4);
@@ -36,25 +36,24 @@ TEST(PlaybackTest, repeatsAfterAPauseWithOtherPeople) {
   EXPECT_NEAR(playback.at(34)[1].position.x, playback.at(4)[1].position.x, 1e-9);
 }
 
-TEST(PlaybackTest, pausesOfTheRecordingStay) {
-  const Playback playback(TrackSet({walker(1, 0, 10), walker(2, 35, 40)}), kStage);
-  EXPECT_EQ(playback.sceneCount(), 2);
+TEST(PlaybackTest, PausesOfTheRecordingStay) {
+  const Playback playback(TrackSet({walker(1, 0, 10), walker(2, 35, 40)}), STAGE);
+  EXPECT_EQ(playback.getSceneCount(), 2);
   EXPECT_TRUE(playback.at(34).empty());
   EXPECT_EQ(playback.at(36).size(), 1u);
 }
 
-TEST(PlaybackTest, shortPausesDoNotEndAScene) {
-  const Playback playback(TrackSet({walker(1, 0, 10), walker(2, 25, 30)}), kStage);
-  EXPECT_EQ(playback.sceneCount(), 1);
+TEST(PlaybackTest, ShortPausesDoNotEndAScene) {
+  const Playback playback(TrackSet({walker(1, 0, 10), walker(2, 25, 30)}), STAGE);
+  EXPECT_EQ(playback.getSceneCount(), 1);
   EXPECT_EQ(playback.at(26).size(), 1u);
 }
 
 // 46 s after the first: a new scene. It waits until the second has left at 60 s, and 20 s more.
-TEST(PlaybackTest, busyPlacesGetARest) {
+TEST(PlaybackTest, BusyPlacesGetARest) {
   const Playback playback(
-      TrackSet({walker(1, 0, 30), walker(2, 44, 60), walker(3, 46, 50), walker(4, 48, 52)}),
-      kStage);
-  EXPECT_EQ(playback.sceneCount(), 2);
+      TrackSet({walker(1, 0, 30), walker(2, 44, 60), walker(3, 46, 50), walker(4, 48, 52)}), STAGE);
+  EXPECT_EQ(playback.getSceneCount(), 2);
   EXPECT_EQ(playback.at(49).size(), 1u);
   EXPECT_TRUE(playback.at(60.1).empty());
   EXPECT_TRUE(playback.at(79.9).empty());
@@ -64,28 +63,28 @@ TEST(PlaybackTest, busyPlacesGetARest) {
 }
 
 // Nobody is held back: the third is there at 46 s, together with the second.
-TEST(PlaybackTest, asRecordedNoRestIsAdded) {
+TEST(PlaybackTest, AsRecordedNoRestIsAdded) {
   const Playback playback(
-      TrackSet({walker(1, 0, 30), walker(2, 44, 60), walker(3, 46, 50), walker(4, 48, 52)}), kStage,
-      Playback::Rests::asRecorded);
-  EXPECT_EQ(playback.sceneCount(), 1);
+      TrackSet({walker(1, 0, 30), walker(2, 44, 60), walker(3, 46, 50), walker(4, 48, 52)}), STAGE,
+      Playback::Rests::AsRecorded);
+  EXPECT_EQ(playback.getSceneCount(), 1);
   EXPECT_EQ(playback.at(47).size(), 2u);
   EXPECT_EQ(playback.at(49).size(), 3u);
   EXPECT_TRUE(playback.at(60.1).empty());
 }
 
-TEST(PlaybackTest, everySceneIsInFrontOfTheNextCamera) {
+TEST(PlaybackTest, EverySceneIsInFrontOfTheNextCamera) {
   const Playback playback(TrackSet({walker(1, 0, 10), walker(2, 40, 50), walker(3, 80, 90)}),
-                          kStage);
+                          STAGE);
   EXPECT_GT(playback.at(5)[0].position.y, 35);
   EXPECT_GT(playback.at(45)[0].position.x, 35);
   EXPECT_GT(playback.at(85)[0].position.y, 35);
 }
 
-TEST(PlaybackTest, nobodyEver) {
-  const Playback playback(TrackSet(), kStage);
+TEST(PlaybackTest, NobodyEver) {
+  const Playback playback(TrackSet(), STAGE);
   EXPECT_TRUE(playback.at(3).empty());
-  EXPECT_DOUBLE_EQ(playback.length(), 0);
+  EXPECT_DOUBLE_EQ(playback.getLength(), 0);
 }
 
 // At one moment no two people have the same id, and the place is empty for a while about once a
@@ -115,18 +114,18 @@ void expectRests(const Playback& playback, double seconds) {
   EXPECT_LT(longestBusy, 140);
 }
 
-TEST(PlaybackTest, generatedPeopleGiveRests) {
-  expectRests(Playback(generatePeople(1), kStage), 600);
+TEST(PlaybackTest, GeneratedPeopleGiveRests) {
+  expectRests(Playback(generatePeople(1), STAGE), 600);
 }
 
-TEST(PlaybackTest, recordingsGiveRests) {
+TEST(PlaybackTest, RecordingsGiveRests) {
   if (!std::filesystem::exists(recordingsFolder())) {
     GTEST_SKIP() << "no recordings beside the sources";
   }
   for (const auto& entry : std::filesystem::directory_iterator(recordingsFolder())) {
     SCOPED_TRACE(entry.path());
-    const Playback playback(TrackSet::read(entry.path()), kStage);
-    expectRests(playback, 1.5 * playback.length());
+    const Playback playback(TrackSet::read(entry.path()), STAGE);
+    expectRests(playback, 1.5 * playback.getLength());
   }
 }
 

@@ -32,7 +32,7 @@ double areaOf(const std::vector<PicturePoint>& outline) {
 
 // Seen from 9 m above, a person 40 m away spans atan(9/40) - atan(7.25/40) = 12.681 - 10.273
 // degrees and 2 * atan(0.25 / 40.8) across.
-TEST(SilhouetteTest, aPersonHasItsAngularSize) {
+TEST(SilhouetteTest, APersonHasItsAngularSize) {
   const OverviewCamera camera = cameraOf();
   const std::optional<Silhouette> seen = silhouetteOf(camera, personAt(0, 40));
   ASSERT_TRUE(seen);
@@ -44,18 +44,18 @@ TEST(SilhouetteTest, aPersonHasItsAngularSize) {
   EXPECT_NEAR(pixels, 0.5 / 40.8 * (960 / std::tan(toRadians(18))), 0.5);
 }
 
-TEST(SilhouetteTest, outlineIsASimpleShapeOfABody) {
+TEST(SilhouetteTest, OutlineIsASimpleShapeOfABody) {
   const std::optional<Silhouette> seen = silhouetteOf(cameraOf(), personAt(5, 38));
   ASSERT_TRUE(seen);
-  EXPECT_GE(seen->outline.size(), kFewestVertices);
-  EXPECT_LE(seen->outline.size(), kMostVertices);
+  EXPECT_GE(seen->outline.size(), FEWEST_VERTICES);
+  EXPECT_LE(seen->outline.size(), MOST_VERTICES);
   // A body fills some six to nine tenths of its box.
   const double share = areaOf(seen->outline) / seen->box.area();
   EXPECT_GT(share, 0.6);
   EXPECT_LT(share, 0.9);
 }
 
-TEST(SilhouetteTest, fullWidthFromEverySide) {
+TEST(SilhouetteTest, FullWidthFromEverySide) {
   OverviewCameraSetup setup;
   setup.position = {0, 0, 9};
   setup.tilt = -11.5;
@@ -70,7 +70,7 @@ TEST(SilhouetteTest, fullWidthFromEverySide) {
   }
 }
 
-TEST(SilhouetteTest, velocityIsThatOfThePicture) {
+TEST(SilhouetteTest, VelocityIsThatOfThePicture) {
   const OverviewCamera camera = cameraOf();
   const std::optional<Silhouette> seen = silhouetteOf(camera, personAt(0, 40, {1.5, 0}));
   const double distance = std::hypot(40, 9 - 0.875);
@@ -81,7 +81,7 @@ TEST(SilhouetteTest, velocityIsThatOfThePicture) {
   EXPECT_LT(silhouetteOf(camera, personAt(0, 40, {0, -1.5}))->velocity.y, 0);
 }
 
-TEST(SilhouetteTest, cutAtTheEdge) {
+TEST(SilhouetteTest, CutAtTheEdge) {
   const OverviewCamera camera = cameraOf();
   // Walk out to the right: the box ends at the edge and gets narrower, then nothing is left.
   double width = 1;
@@ -105,36 +105,36 @@ TEST(SilhouetteTest, cutAtTheEdge) {
   EXPECT_TRUE(wasLost);
 }
 
-TEST(SilhouetteTest, nobodyBehindTheCameraOrUnderIt) {
+TEST(SilhouetteTest, NobodyBehindTheCameraOrUnderIt) {
   EXPECT_FALSE(silhouetteOf(cameraOf(), personAt(0, -40)));
   EXPECT_FALSE(silhouetteOf(cameraOf(), personAt(0, 0)));
 }
 
-TEST(ClippingTest, whatLiesInsideStays) {
+TEST(ClippingTest, WhatLiesInsideStays) {
   const std::vector<PicturePoint> inside{{-0.5, -0.5}, {0.5, -0.5}, {0, 1}};
   const std::vector<PicturePoint> clipped = clippedToPicture(inside);
   ASSERT_EQ(clipped.size(), 3u);
   EXPECT_DOUBLE_EQ(areaOf(clipped), 0.75);
 }
 
-TEST(ClippingTest, aCornerIsCut) {
+TEST(ClippingTest, ACornerIsCut) {
   const std::vector<PicturePoint> square{{0, 0}, {2, 0}, {2, 2}, {0, 2}};
   const std::vector<PicturePoint> clipped = clippedToPicture(square);
   EXPECT_DOUBLE_EQ(areaOf(clipped), 1);
   EXPECT_DOUBLE_EQ(boxOf(clipped).high.x, 1);
 }
 
-TEST(ClippingTest, nothingIsLeftOfWhatLiesOutside) {
+TEST(ClippingTest, NothingIsLeftOfWhatLiesOutside) {
   const std::vector<PicturePoint> square{{1.5, 0}, {2, 0}, {2, 2}, {1.5, 2}};
   EXPECT_TRUE(clippedToPicture(square).empty());
 }
 
-TEST(ClippingTest, aShapeAroundThePictureBecomesThePicture) {
+TEST(ClippingTest, AShapeAroundThePictureBecomesThePicture) {
   const std::vector<PicturePoint> square{{-3, -3}, {3, -3}, {3, 3}, {-3, 3}};
   EXPECT_NEAR(areaOf(clippedToPicture(square)), 4, 1e-12);
 }
 
-TEST(OverlapTest, byHand) {
+TEST(OverlapTest, ByHand) {
   const PictureBox a{{0, 0}, {2, 2}};
   EXPECT_DOUBLE_EQ(overlap(a, {{1, 0}, {3, 2}}), 0.5);
   EXPECT_DOUBLE_EQ(overlap(a, {{0.5, 0.5}, {1, 1}}), 1);  // one within the other
@@ -142,7 +142,7 @@ TEST(OverlapTest, byHand) {
   EXPECT_DOUBLE_EQ(overlap(a, {{5, 5}, {6, 6}}), 0);
 }
 
-TEST(HullTest, byHand) {
+TEST(HullTest, ByHand) {
   const std::vector<PicturePoint> hull =
       hullOf({{0, 0}, {1, 1}, {2, 0}, {2, 2}, {0, 2}, {1, 0}, {1.5, 0.5}});
   EXPECT_EQ(hull.size(), 4u);
@@ -150,7 +150,7 @@ TEST(HullTest, byHand) {
 }
 
 // No point lies outside, and no corner points inwards.
-TEST(HullTest, randomPoints) {
+TEST(HullTest, RandomPoints) {
   std::mt19937 random(1);
   std::uniform_real_distribution<double> anywhere(-1, 1);
   for (int round = 0; round < 50; ++round) {
@@ -169,19 +169,19 @@ TEST(HullTest, randomPoints) {
   }
 }
 
-TEST(FitCountTest, shortOutlinesGetMoreVerticesOnTheirEdges) {
+TEST(FitCountTest, ShortOutlinesGetMoreVerticesOnTheirEdges) {
   const std::vector<PicturePoint> outline = withFitCount({{0, 0}, {4, 0}, {4, 1}});
-  EXPECT_EQ(outline.size(), kFewestVertices);
+  EXPECT_EQ(outline.size(), FEWEST_VERTICES);
   EXPECT_DOUBLE_EQ(areaOf(outline), 2);
 }
 
-TEST(FitCountTest, longOutlinesLoseWhatTellsLeast) {
+TEST(FitCountTest, LongOutlinesLoseWhatTellsLeast) {
   std::vector<PicturePoint> square{{0, 0}, {0, 2}, {2, 2}, {2, 0}};
   for (int i = 1; i < 40; ++i) {
     square.insert(square.end(), {2 - 0.05 * i, 0});
   }
   const std::vector<PicturePoint> outline = withFitCount(square);
-  EXPECT_EQ(outline.size(), kMostVertices);
+  EXPECT_EQ(outline.size(), MOST_VERTICES);
   EXPECT_NEAR(std::abs(areaOf(outline)), 4, 1e-9);
 }
 

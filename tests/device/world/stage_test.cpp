@@ -7,7 +7,7 @@
 namespace device {
 namespace {
 
-TEST(PlacementTest, turnsAndShifts) {
+TEST(PlacementTest, TurnsAndShifts) {
   const Placement placement({1, 1}, {10, 20}, 90);
   EXPECT_NEAR(placement.apply(GroundPoint{1, 1}).x, 10, 1e-12);
   EXPECT_NEAR(placement.apply(GroundPoint{1, 1}).y, 20, 1e-12);
@@ -16,7 +16,7 @@ TEST(PlacementTest, turnsAndShifts) {
   EXPECT_NEAR(placement.apply(GroundPoint{1, 2}).x, 9, 1e-12);  // north becomes west
 }
 
-TEST(PlacementTest, turnsVelocitiesWithoutShiftingThem) {
+TEST(PlacementTest, TurnsVelocitiesWithoutShiftingThem) {
   const Placement placement({1, 1}, {10, 20}, 90);
   const Person person = placement.apply(Person{5, {3, 1}, {2, 0}});
   EXPECT_EQ(person.id, 5);
@@ -25,7 +25,7 @@ TEST(PlacementTest, turnsVelocitiesWithoutShiftingThem) {
   EXPECT_NEAR(person.velocity.y, 2, 1e-12);
 }
 
-TEST(StageTest, theMiddleOfARecordingLiesOnTheAxisOfTheCamera) {
+TEST(StageTest, TheMiddleOfARecordingLiesOnTheAxisOfTheCamera) {
   const Stage stage({0, 90, -120}, 40, 30);
   const Bounds bounds{{-8, -4}, {14, 12}};
   for (const auto& [turn, pan] : {std::pair{0, 0.0}, {1, 90.0}, {2, -120.0}, {3, 0.0}}) {
@@ -35,7 +35,7 @@ TEST(StageTest, theMiddleOfARecordingLiesOnTheAxisOfTheCamera) {
   }
 }
 
-TEST(StageTest, everyCameraSeesTheSame) {
+TEST(StageTest, EveryCameraSeesTheSame) {
   const Stage stage({0, 90}, 40, 30);
   const Bounds bounds{{0, 0}, {10, 10}};
   const GroundPoint north = stage.placementFor(bounds, 0).apply(GroundPoint{9, 2});
@@ -45,7 +45,7 @@ TEST(StageTest, everyCameraSeesTheSame) {
   EXPECT_NEAR(east.y, -north.x, 1e-9);
 }
 
-TEST(StageTest, withoutATurnTheRecordingsYLeadsAway) {
+TEST(StageTest, WithoutATurnTheRecordingsYLeadsAway) {
   const Stage stage({0}, 40, 0);
   const GroundPoint far = stage.placementFor({{0, 0}, {10, 10}}, 0).apply(GroundPoint{5, 10});
   EXPECT_NEAR(far.x, 0, 1e-12);

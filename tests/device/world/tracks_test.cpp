@@ -23,7 +23,7 @@ std::string errorOf(const std::string& text) {
   return {};
 }
 
-TEST(TrackTest, interpolatesBetweenItsPoints) {
+TEST(TrackTest, InterpolatesBetweenItsPoints) {
   const Track track(7, {{1.0, {0, 0}}, {2.0, {4, -2}}, {4.0, {4, 6}}});
   EXPECT_EQ(track.at(1.25)->id, 7);
   EXPECT_DOUBLE_EQ(track.at(1.25)->position.x, 1);
@@ -32,7 +32,7 @@ TEST(TrackTest, interpolatesBetweenItsPoints) {
   EXPECT_DOUBLE_EQ(track.at(3.5)->position.y, 4);
 }
 
-TEST(TrackTest, isThereFromFirstToLastPoint) {
+TEST(TrackTest, IsThereFromFirstToLastPoint) {
   const Track track(1, {{1.0, {0, 0}}, {2.0, {4, -2}}});
   EXPECT_FALSE(track.at(0.999));
   EXPECT_TRUE(track.at(1.0));
@@ -41,7 +41,7 @@ TEST(TrackTest, isThereFromFirstToLastPoint) {
   EXPECT_FALSE(track.at(2.001));
 }
 
-TEST(TrackTest, velocityIsTheMeanAroundTheMoment) {
+TEST(TrackTest, VelocityIsTheMeanAroundTheMoment) {
   // 1 m/s before second 10, 2 m/s after it.
   const Track track(1, {{0, {0, 0}}, {10, {10, 0}}, {20, {30, 0}}});
   EXPECT_NEAR(track.at(5)->velocity.x, 1, 1e-12);
@@ -52,13 +52,13 @@ TEST(TrackTest, velocityIsTheMeanAroundTheMoment) {
   EXPECT_DOUBLE_EQ(track.at(5)->velocity.y, 0);
 }
 
-TEST(TrackTest, onePointStandsStill) {
+TEST(TrackTest, OnePointStandsStill) {
   const Track track(1, {{3, {5, 6}}});
   EXPECT_DOUBLE_EQ(track.at(3)->position.y, 6);
   EXPECT_DOUBLE_EQ(track.at(3)->velocity.x, 0);
 }
 
-TEST(TrackSetTest, readsPeopleInAnyOrder) {
+TEST(TrackSetTest, ReadsPeopleInAnyOrder) {
   const TrackSet set = parse(
       "time_s,id,x_m,y_m\n"
       "1.0,2,5,6\r\n"
@@ -66,8 +66,8 @@ TEST(TrackSetTest, readsPeopleInAnyOrder) {
       "\n"
       "0.4,1,2.5,-2e0\n"
       "1.4,2,5,8\n");
-  ASSERT_EQ(set.tracks().size(), 2u);
-  EXPECT_EQ(set.tracks()[0].id(), 1);
+  ASSERT_EQ(set.getTracks().size(), 2u);
+  EXPECT_EQ(set.getTracks()[0].getId(), 1);
   EXPECT_DOUBLE_EQ(set.start(), 0);
   EXPECT_DOUBLE_EQ(set.end(), 1.4);
   EXPECT_DOUBLE_EQ(set.bounds().low.x, 1.5);
@@ -80,14 +80,14 @@ TEST(TrackSetTest, readsPeopleInAnyOrder) {
   EXPECT_EQ(set.at(1.2)[0].id, 2);
 }
 
-TEST(TrackSetTest, emptySet) {
+TEST(TrackSetTest, EmptySet) {
   const TrackSet set;
   EXPECT_TRUE(set.empty());
   EXPECT_TRUE(set.at(0).empty());
   EXPECT_DOUBLE_EQ(set.end(), 0);
 }
 
-TEST(TrackSetTest, errorsNameFileAndLine) {
+TEST(TrackSetTest, ErrorsNameFileAndLine) {
   const std::string heading = "time_s,id,x_m,y_m\n";
   EXPECT_EQ(errorOf(""), "walk.csv:1: expected the heading time_s,id,x_m,y_m");
   EXPECT_EQ(errorOf("a,b,c\n"), "walk.csv:1: expected the heading time_s,id,x_m,y_m");
@@ -107,7 +107,7 @@ TEST(TrackSetTest, errorsNameFileAndLine) {
             "walk.csv:4: time of person 1 does not grow");
 }
 
-TEST(TrackSetTest, aMissingFileIsNamed) {
+TEST(TrackSetTest, AMissingFileIsNamed) {
   try {
     TrackSet::read("nowhere/walk.csv");
     FAIL();
@@ -116,13 +116,13 @@ TEST(TrackSetTest, aMissingFileIsNamed) {
   }
 }
 
-TEST(TrackSetTest, readsRecordings) {
+TEST(TrackSetTest, ReadsRecordings) {
   if (!std::filesystem::exists(recordingsFolder())) {
     GTEST_SKIP() << "no recordings beside the sources";
   }
   for (const auto& entry : std::filesystem::directory_iterator(recordingsFolder())) {
     const TrackSet set = TrackSet::read(entry.path());
-    EXPECT_GT(set.tracks().size(), 10u) << entry.path();
+    EXPECT_GT(set.getTracks().size(), 10u) << entry.path();
     EXPECT_GT(set.end() - set.start(), 60) << entry.path();
   }
 }

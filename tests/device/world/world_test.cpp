@@ -16,21 +16,21 @@ namespace {
 class WorldTest : public testing::Test {
  protected:
   WorldTest()
-      : file_(std::filesystem::temp_directory_path() /
-              ("world_test." + std::to_string(getpid()) + ".csv")) {}
-  ~WorldTest() override { std::filesystem::remove(file_); }
+      : file(std::filesystem::temp_directory_path() /
+             ("world_test." + std::to_string(getpid()) + ".csv")) {}
+  ~WorldTest() override { std::filesystem::remove(file); }
 
   // A world with one recording.
   World worldOf(const std::string& model, const std::string& rows) {
-    std::ofstream(file_) << "time_s,id,x_m,y_m\n" << rows;
-    return World(loadModel(modelsFolder(), model), {.tracks = file_});
+    std::ofstream(file) << "time_s,id,x_m,y_m\n" << rows;
+    return World(loadModel(modelsFolder(), model), {.tracks = file});
   }
 
-  std::filesystem::path file_;
+  std::filesystem::path file;
 };
 
 // One point, so the middle of the bounds: 45 m in front, seen from 18 m.
-TEST_F(WorldTest, peopleAreSeenFromTheMast) {
+TEST_F(WorldTest, PeopleAreSeenFromTheMast) {
   const World world = worldOf("fixed", "0,7,3,4\n");
   const std::vector<PersonView> people = world.people(0);
   ASSERT_EQ(people.size(), 1u);
@@ -41,12 +41,12 @@ TEST_F(WorldTest, peopleAreSeenFromTheMast) {
   EXPECT_TRUE(people[0].inside);
 }
 
-TEST_F(WorldTest, insideMeansWithinTheIncludeArea) {
+TEST_F(WorldTest, InsideMeansWithinTheIncludeArea) {
   // Walks 40 m from left to right past the middle of the stage, along the axis' normal.
   Model model = loadModel(modelsFolder(), "fixed");
   model.stageTurn = 0;
-  std::ofstream(file_) << "time_s,id,x_m,y_m\n0,1,0,0\n40,1,40,0\n";
-  const World world(model, {.tracks = file_});
+  std::ofstream(file) << "time_s,id,x_m,y_m\n0,1,0,0\n40,1,40,0\n";
+  const World world(model, {.tracks = file});
   // The picture is tan(13.5) to either side at the depth of the axis; 0.97 of it counts.
   const double axis = toRadians(-20.8);
   const double depth = 45 * std::cos(axis) + (0.875 - 18) * std::sin(axis);
@@ -57,7 +57,7 @@ TEST_F(WorldTest, insideMeansWithinTheIncludeArea) {
   EXPECT_FALSE(world.people(20 + reach + 0.05)[0].inside);
 }
 
-TEST_F(WorldTest, framesShowThePeople) {
+TEST_F(WorldTest, FramesShowThePeople) {
   World world = worldOf("fixed", "0,7,3,4\n1,7,3,4\n");
   const Frame frame = world.frame(0, 0.5, 123456);
   EXPECT_EQ(frame.timestamp, 123456);
@@ -65,7 +65,7 @@ TEST_F(WorldTest, framesShowThePeople) {
   EXPECT_TRUE(world.frame(0, 5, 1).objects.empty());
 }
 
-TEST_F(WorldTest, everyChannelOfACompassHasItsTurn) {
+TEST_F(WorldTest, EveryChannelOfACompassHasItsTurn) {
   World world = worldOf("compass",
                         "0,1,0,0\n5,1,1,0\n30,2,0,0\n35,2,1,0\n60,3,0,0\n65,3,1,0\n"
                         "90,4,0,0\n95,4,1,0\n");
@@ -84,7 +84,7 @@ TEST_F(WorldTest, everyChannelOfACompassHasItsTurn) {
   }
 }
 
-TEST_F(WorldTest, theChannelOfAMechanicalHeadLooksWhereItLooks) {
+TEST_F(WorldTest, TheChannelOfAMechanicalHeadLooksWhereItLooks) {
   World world = worldOf("mechanical", "0,7,3,4\n1,7,3,4\n");
   HeadStatus head{.pan = 0, .tilt = -3.6, .pictureWidth = 63.4};
   world.followHead(head);
@@ -92,19 +92,19 @@ TEST_F(WorldTest, theChannelOfAMechanicalHeadLooksWhereItLooks) {
   head.pan = 90;
   head.pictureWidth = 20;
   world.followHead(head);
-  EXPECT_DOUBLE_EQ(world.camera(0).setup().pan, 90);
+  EXPECT_DOUBLE_EQ(world.camera(0).getSetup().pan, 90);
   EXPECT_DOUBLE_EQ(world.camera(0).horizontalFov(), 20);
   EXPECT_TRUE(world.frame(0, 0.1, 1).objects.empty());
   EXPECT_FALSE(world.people(0.1)[0].inside);
 }
 
-TEST_F(WorldTest, fixedChannelsStayWhereTheyAre) {
+TEST_F(WorldTest, FixedChannelsStayWhereTheyAre) {
   World world = worldOf("fixed", "0,7,3,4\n");
   world.followHead({.pan = 90, .tilt = -50, .pictureWidth = 20});
-  EXPECT_DOUBLE_EQ(world.camera(0).setup().pan, 0);
+  EXPECT_DOUBLE_EQ(world.camera(0).getSetup().pan, 0);
 }
 
-TEST_F(WorldTest, theSameSeedGivesTheSameWorld) {
+TEST_F(WorldTest, TheSameSeedGivesTheSameWorld) {
   const Model model = loadModel(modelsFolder(), "fixed");
   World one(model, {.tracks = std::nullopt, .seed = 3});
   World same(model, {.tracks = std::nullopt, .seed = 3});
@@ -118,13 +118,13 @@ TEST_F(WorldTest, theSameSeedGivesTheSameWorld) {
   EXPECT_TRUE(differs);
 }
 
-TEST_F(WorldTest, aBadRecordingIsRefused) {
+TEST_F(WorldTest, ABadRecordingIsRefused) {
   EXPECT_THROW(worldOf("fixed", "0,7,3\n"), TrackError);
 }
 
 // With everybody of a recording in front of the camera, frames hold objects for most of the time in
 // which somebody is there.
-TEST_F(WorldTest, recordingsWalkInFrontOfTheCamera) {
+TEST_F(WorldTest, RecordingsWalkInFrontOfTheCamera) {
   if (!std::filesystem::exists(recordingsFolder())) {
     GTEST_SKIP() << "no recordings beside the sources";
   }
