@@ -251,10 +251,10 @@ std::map<std::string, std::string> readHeadParameters(const Section& section,
   return parameters;
 }
 
-ChannelModel readChannel(const Section& section, double mastHeight) {
+ChannelSetup readChannel(const Section& section, double mastHeight) {
   section.allowOnly(
       {"name", "pan", "tilt", "width", "height", "horizontal_fov", "rotation", "moves_with_head"});
-  ChannelModel channel;
+  ChannelSetup channel;
   channel.name = section.text("name");
   channel.movesWithHead = section.has("moves_with_head") && section.flag("moves_with_head");
   OverviewCameraSetup& camera = channel.camera;
@@ -276,13 +276,13 @@ void addChannelParameters(Model& model) {
   const auto add = [&](const std::string& name, const std::string& value) {
     model.parameters.try_emplace("root." + name, value);
   };
-  add("ImageSource.NbrOfSources", std::to_string(model.channels.size()));
-  for (std::size_t i = 0; i < model.channels.size(); ++i) {
-    const OverviewCameraSetup& camera = model.channels[i].camera;
+  add("ImageSource.NbrOfSources", std::to_string(model.world.channels.size()));
+  for (std::size_t i = 0; i < model.world.channels.size(); ++i) {
+    const OverviewCameraSetup& camera = model.world.channels[i].camera;
     const int common = std::gcd(camera.sensorWidth, camera.sensorHeight);
     const std::string source = "ImageSource.I" + std::to_string(i);
     const std::string centre = "PTZ.RemoteCenter.C" + std::to_string(i + 1);
-    add(source + ".Name", model.channels[i].name);
+    add(source + ".Name", model.world.channels[i].name);
     add(source + ".Sensor.AspectRatio", std::to_string(camera.sensorWidth / common) + ":" +
                                             std::to_string(camera.sensorHeight / common));
     add("Image.I" + std::to_string(i) + ".Appearance.Resolution",
@@ -301,15 +301,16 @@ Model readModel(const Section& root) {
   model.head = readHead(head);
   model.headParameters = readHeadParameters(head, model.head);
   model.headBootSeconds = head.number("boot_s", 0, 600);
-  model.mastHeight = root.number("mast_height_m", 1, 200);
+  model.world.mastHeight = root.number("mast_height_m", 1, 200);
+  model.world.homePan = model.head.home.pan;
   const Section stage = root.section("stage");
   stage.allowOnly({"distance_m", "turn"});
-  model.stageDistance = stage.number("distance_m", 1, 1000);
-  model.stageTurn = stage.number("turn", -360, 360);
+  model.world.stageDistance = stage.number("distance_m", 1, 1000);
+  model.world.stageTurn = stage.number("turn", -360, 360);
   for (const Section& channel : root.sections("channels")) {
-    model.channels.push_back(readChannel(channel, model.mastHeight));
+    model.world.channels.push_back(readChannel(channel, model.world.mastHeight));
   }
-  if (model.channels.empty() || model.channels.size() > MOST_CHANNELS) {
+  if (model.world.channels.empty() || model.world.channels.size() > MOST_CHANNELS) {
     root.fail("channels", "must be 1 to " + std::to_string(MOST_CHANNELS));
   }
   addChannelParameters(model);

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "head/head.h"
-#include "world/overview_camera.h"
+#include "world/world_setup.h"
 
 namespace device {
 
@@ -17,13 +17,6 @@ namespace device {
 class ModelError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
-};
-
-// One video channel.
-struct ChannelModel {
-  std::string name;
-  OverviewCameraSetup camera;
-  bool movesWithHead = false;  // the channel's lens sits on the head and looks where it looks
 };
 
 // A device as its model file describes it. Parameters that follow from channels and head are filled
@@ -45,10 +38,7 @@ struct Model {
   HeadSetup head;
   double headBootSeconds = 0;  // time after start in which the remote channel answers "not ready"
 
-  double mastHeight = 0;     // metres; head and overview cameras stand there together
-  double stageDistance = 0;  // metres from the mast's foot to the middle of where people walk
-  double stageTurn = 0;      // degrees by which recordings are turned against a camera's axis
-  std::vector<ChannelModel> channels;
+  WorldSetup world;
 
   // True when the device's own answers make it a camera with a mechanical PTZ head.
   bool isMechanical() const;

@@ -24,7 +24,7 @@ std::string parameter(const std::map<std::string, std::string>& parameters,
 
 json_t* channelJson(const Model& model, const World& world, int channel) {
   const OverviewCamera& camera = world.camera(channel);
-  const ChannelModel& own = model.channels[static_cast<std::size_t>(channel)];
+  const ChannelSetup& own = model.world.channels[static_cast<std::size_t>(channel)];
   const std::string roll = parameter(
       model.parameters, "root.PTZ.RemoteCenter.C" + std::to_string(channel + 1) + ".Roll");
   return json_pack("{s:i,s:o,s:i,s:i,s:i,s:f,s:f,s:f,s:f,s:f,s:b}", "camera", channel + 1, "name",
@@ -68,10 +68,10 @@ std::string modelJson(const Model& model, const RunInfo& run, const World& world
   for (int channel = 0; channel < world.channelCount(); ++channel) {
     json_array_append_new(channels, channelJson(model, world, channel));
   }
-  return textOf(json_pack("{s:o,s:o,s:o,s:I,s:f,s:o,s:o}", "name", jsonText(model.name), "tracks",
-                          jsonText(run.tracks), "transport", jsonText(run.transport), "seed",
-                          static_cast<json_int_t>(run.seed), "mast_height_m", model.mastHeight,
-                          "channels", channels, "head", headModelJson(model)));
+  return textOf(json_pack(
+      "{s:o,s:o,s:o,s:I,s:f,s:o,s:o}", "name", jsonText(model.name), "tracks", jsonText(run.tracks),
+      "transport", jsonText(run.transport), "seed", static_cast<json_int_t>(run.seed),
+      "mast_height_m", model.world.mastHeight, "channels", channels, "head", headModelJson(model)));
 }
 
 std::string daemonJson(bool running) {

@@ -114,8 +114,8 @@ void WebInterface::sendLive() {
   if (!live_.hasReaders()) return;
   const double now = sources_.seconds();
   live_.send(streamMessage("head", headJson(now, sources_.drive.head().status())));
-  live_.send(streamMessage("world",
-                           worldJson(now, sources_.world.people(now), sources_.model.mastHeight)));
+  live_.send(streamMessage(
+      "world", worldJson(now, sources_.world.people(now), sources_.model.world.mastHeight)));
 }
 
 void WebInterface::tellNews() {

@@ -13,27 +13,27 @@ TrackSet peopleOf(const WorldOptions& options) {
   return options.tracks ? TrackSet::read(*options.tracks) : generatePeople(options.seed);
 }
 
-Stage stageOf(const Model& model) {
+Stage stageOf(const WorldSetup& setup) {
   std::vector<double> pans;
-  for (const ChannelModel& channel : model.channels) {
+  for (const ChannelSetup& channel : setup.channels) {
     pans.push_back(channel.camera.pan);
   }
   // People come first where the head's way from home is short.
-  const double home = model.head.home.pan;
+  const double home = setup.homePan;
   std::stable_sort(pans.begin(), pans.end(), [home](double a, double b) {
     return std::abs(normalizedPan(a - home)) < std::abs(normalizedPan(b - home));
   });
-  return Stage(std::move(pans), model.stageDistance, model.stageTurn);
+  return Stage(std::move(pans), setup.stageDistance, setup.stageTurn);
 }
 
 }  // namespace
 
-World::World(const Model& model, const WorldOptions& options)
-    : mast{0, 0, model.mastHeight},
+World::World(const WorldSetup& setup, const WorldOptions& options)
+    : mast{0, 0, setup.mastHeight},
       includeArea(options.includeArea),
-      playback(peopleOf(options), stageOf(model),
+      playback(peopleOf(options), stageOf(setup),
                options.asRecorded ? Playback::Rests::AsRecorded : Playback::Rests::Added) {
-  for (const ChannelModel& channel : model.channels) {
+  for (const ChannelSetup& channel : setup.channels) {
     const std::uint64_t seed = options.seed * 1000 + channels.size();
     channels.push_back({OverviewCamera(channel.camera), Analytics(seed), channel.movesWithHead});
   }

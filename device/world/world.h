@@ -8,11 +8,11 @@
 #include <vector>
 
 #include "head/head.h"
-#include "model/model.h"
 #include "world/analytics.h"
 #include "world/frame.h"
 #include "world/overview_camera.h"
 #include "world/playback.h"
+#include "world/world_setup.h"
 
 namespace device {
 
@@ -37,7 +37,7 @@ struct PersonView {
 class World {
  public:
   // Throws TrackError for a recording that cannot be used.
-  World(const Model& model, const WorldOptions& options);
+  World(const WorldSetup& setup, const WorldOptions& options);
 
   int channelCount() const { return static_cast<int>(channels.size()); }
 

@@ -107,7 +107,7 @@ class WebInterfaceTest : public testing::Test {
   TemporaryFolder folder;
   GObjectPtr<GDBusConnection> connection = connectToSystemBus();
   Model model = loadModel(parseOptions({"virtual_device"}).models, "default");
-  World world{model, {}};
+  World world{model.world, {}};
   HeadDrive drive{model.head, g_get_monotonic_time};
   EventService events{connection.get()};
   BusClient application{"com.orva.EventService", "/com/orva/EventService"};
@@ -233,15 +233,15 @@ TEST_F(WebInterfaceTest, PageIsToldAllInItsOrder) {
   EXPECT_EQ("generated", message.text("tracks"));
   EXPECT_EQ("socket", message.text("transport"));
   EXPECT_EQ(5, message.number("seed"));
-  EXPECT_EQ(model.mastHeight, message.number("mast_height_m"));
-  ASSERT_EQ(model.channels.size(), json_array_size(message.at("channels")));
+  EXPECT_EQ(model.world.mastHeight, message.number("mast_height_m"));
+  ASSERT_EQ(model.world.channels.size(), json_array_size(message.at("channels")));
   const json_t* channel = json_array_get(message.at("channels"), 0);
   for (const char* key : {"camera", "name", "width", "height", "rotation", "pan", "tilt", "roll",
                           "hfov", "vfov", "moves_with_head"}) {
     EXPECT_NE(nullptr, json_object_get(channel, key)) << key;
   }
   EXPECT_EQ(1, json_integer_value(json_object_get(channel, "camera")));
-  EXPECT_EQ(model.channels[0].camera.horizontalFov,
+  EXPECT_EQ(model.world.channels[0].camera.horizontalFov,
             json_number_value(json_object_get(channel, "hfov")));
   for (const char* key : {"product", "min_field_angle", "max_field_angle", "aspect", "home"}) {
     EXPECT_NE(nullptr, json_object_get(message.at("head"), key)) << key;
@@ -301,7 +301,7 @@ TEST_F(WebInterfaceTest, PageIsToldOfTheHeadAndThePeople) {
     EXPECT_EQ(1.75, number("height"));
     // The direction is the one from the head to the place.
     const double ground = std::hypot(number("x"), number("y"));
-    const double drop = model.mastHeight - 1.75 / 2;
+    const double drop = model.world.mastHeight - 1.75 / 2;
     EXPECT_NEAR(number("pan"), std::atan2(number("x"), number("y")) * 180 / M_PI, 1e-4);
     EXPECT_NEAR(number("tilt"), -std::atan2(drop, ground) * 180 / M_PI, 1e-4);
     EXPECT_NEAR(number("distance"), std::hypot(ground, drop), 1e-4);

@@ -24,7 +24,7 @@ class EveryModelTest : public testing::TestWithParam<std::string> {};
 TEST_P(EveryModelTest, Loads) {
   const Model model = loadModel(modelsFolder(), GetParam());
   EXPECT_EQ(model.name, GetParam());
-  EXPECT_FALSE(model.channels.empty());
+  EXPECT_FALSE(model.world.channels.empty());
 }
 
 TEST_P(EveryModelTest, AnswersEveryParameterThatIsAskedFor) {
@@ -37,15 +37,16 @@ TEST_P(EveryModelTest, AnswersEveryParameterThatIsAskedFor) {
         "root.ImageSource.NbrOfSources"}) {
     EXPECT_TRUE(model.parameters.contains(name)) << name;
   }
-  for (std::size_t i = 0; i < model.channels.size(); ++i) {
+  for (std::size_t i = 0; i < model.world.channels.size(); ++i) {
     const std::string source = std::to_string(i);
     const std::string centre = "root.PTZ.RemoteCenter.C" + std::to_string(i + 1);
     EXPECT_TRUE(model.parameters.contains("root.ImageSource.I" + source + ".Name"));
     EXPECT_TRUE(model.parameters.contains("root.ImageSource.I" + source + ".Sensor.AspectRatio"));
     EXPECT_TRUE(model.parameters.contains("root.Image.I" + source + ".Appearance.Resolution"));
-    EXPECT_DOUBLE_EQ(std::stod(model.parameters.at(centre + ".Pan")), model.channels[i].camera.pan);
+    EXPECT_DOUBLE_EQ(std::stod(model.parameters.at(centre + ".Pan")),
+                     model.world.channels[i].camera.pan);
     EXPECT_DOUBLE_EQ(std::stod(model.parameters.at(centre + ".Tilt")),
-                     model.channels[i].camera.tilt);
+                     model.world.channels[i].camera.tilt);
     EXPECT_DOUBLE_EQ(std::stod(model.parameters.at(centre + ".Roll")), 0);
   }
 }
@@ -67,11 +68,11 @@ TEST_P(EveryModelTest, HeadAnswersWhatItIs) {
 // stage of 16 metres are more than that.
 TEST_P(EveryModelTest, PeopleAreLargeEnoughToBeFollowed) {
   const Model model = loadModel(modelsFolder(), GetParam());
-  const double far = model.stageDistance + 8;
-  const double feet = std::atan2(model.mastHeight, far);
-  const double crown = std::atan2(model.mastHeight - 1.75, far);
+  const double far = model.world.stageDistance + 8;
+  const double feet = std::atan2(model.world.mastHeight, far);
+  const double crown = std::atan2(model.world.mastHeight - 1.75, far);
   const double height = (feet - crown) * 180 / std::numbers::pi;
-  for (const ChannelModel& channel : model.channels) {
+  for (const ChannelSetup& channel : model.world.channels) {
     EXPECT_GT(height / OverviewCamera(channel.camera).verticalFov(), 0.05);
   }
 }
@@ -96,7 +97,7 @@ TEST(ModelTest, TheModelsOfTheProduct) {
 TEST(ModelTest, FixedDrivesARemoteHead) {
   const Model model = loadModel(modelsFolder(), "fixed");
   EXPECT_FALSE(model.isMechanical());
-  EXPECT_THAT(model.channels, SizeIs(1));
+  EXPECT_THAT(model.world.channels, SizeIs(1));
   EXPECT_DOUBLE_EQ(model.head.pan.speed, 100);
   EXPECT_TRUE(model.head.pan.endless);
   EXPECT_EQ(model.parameters.at("root.ImageSource.NbrOfSources"), "1");
@@ -109,7 +110,7 @@ TEST(ModelTest, FixedDrivesARemoteHead) {
 
 TEST(ModelTest, CompassHasFourChannels) {
   const Model model = loadModel(modelsFolder(), "compass");
-  EXPECT_THAT(model.channels, SizeIs(4));
+  EXPECT_THAT(model.world.channels, SizeIs(4));
   EXPECT_EQ(model.parameters.at("root.ImageSource.NbrOfSources"), "4");
   EXPECT_EQ(
       model.parameters.at("root.Properties.EmbeddedDevelopment.RuleEngine.MultiConfiguration"),
@@ -121,8 +122,8 @@ TEST(ModelTest, CompassHasFourChannels) {
 TEST(ModelTest, MechanicalCarriesItsChannel) {
   const Model model = loadModel(modelsFolder(), "mechanical");
   EXPECT_TRUE(model.isMechanical());
-  ASSERT_THAT(model.channels, SizeIs(1));
-  EXPECT_TRUE(model.channels[0].movesWithHead);
+  ASSERT_THAT(model.world.channels, SizeIs(1));
+  EXPECT_TRUE(model.world.channels[0].movesWithHead);
 }
 
 TEST(ModelTest, K47IsKnownByItsNumber) {
@@ -141,7 +142,7 @@ TEST(ModelTest, HeadsOfThreeSpeeds) {
 
 TEST(ModelTest, RotatedKeepsTheResolutionOfTheSensor) {
   const Model model = loadModel(modelsFolder(), "rotated");
-  EXPECT_EQ(model.channels[0].camera.rotation, 90);
+  EXPECT_EQ(model.world.channels[0].camera.rotation, 90);
   EXPECT_EQ(model.parameters.at("root.Image.I0.Appearance.Resolution"), "1920x1080");
 }
 

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "device/source_folder.h"
+#include "model/model.h"
 
 namespace device {
 namespace {
@@ -23,7 +24,7 @@ class WorldTest : public testing::Test {
   // A world with one recording.
   World worldOf(const std::string& model, const std::string& rows) {
     std::ofstream(file) << "time_s,id,x_m,y_m\n" << rows;
-    return World(loadModel(modelsFolder(), model), {.tracks = file});
+    return World(loadModel(modelsFolder(), model).world, {.tracks = file});
   }
 
   std::filesystem::path file;
@@ -43,7 +44,7 @@ TEST_F(WorldTest, PeopleAreSeenFromTheMast) {
 
 TEST_F(WorldTest, InsideMeansWithinTheIncludeArea) {
   // Walks 40 m from left to right past the middle of the stage, along the axis' normal.
-  Model model = loadModel(modelsFolder(), "fixed");
+  WorldSetup model = loadModel(modelsFolder(), "fixed").world;
   model.stageTurn = 0;
   std::ofstream(file) << "time_s,id,x_m,y_m\n0,1,0,0\n40,1,40,0\n";
   const World world(model, {.tracks = file});
@@ -105,7 +106,7 @@ TEST_F(WorldTest, FixedChannelsStayWhereTheyAre) {
 }
 
 TEST_F(WorldTest, TheSameSeedGivesTheSameWorld) {
-  const Model model = loadModel(modelsFolder(), "fixed");
+  const WorldSetup model = loadModel(modelsFolder(), "fixed").world;
   World one(model, {.tracks = std::nullopt, .seed = 3});
   World same(model, {.tracks = std::nullopt, .seed = 3});
   World other(model, {.tracks = std::nullopt, .seed = 4});
@@ -129,7 +130,7 @@ TEST_F(WorldTest, RecordingsWalkInFrontOfTheCamera) {
     GTEST_SKIP() << "no recordings beside the sources";
   }
   for (const auto& entry : std::filesystem::directory_iterator(recordingsFolder())) {
-    World world(loadModel(modelsFolder(), "fixed"), {.tracks = entry.path()});
+    World world(loadModel(modelsFolder(), "fixed").world, {.tracks = entry.path()});
     int there = 0;
     int inside = 0;
     for (double time = 0; time < 300; time += 0.5) {
