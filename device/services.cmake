@@ -15,6 +15,7 @@ add_library(device_services STATIC
   services/bus.cpp
   services/console.cpp
   services/daemon_process.cpp
+  services/delayed_calls.cpp
   services/event_keys.cpp
   services/event_service.cpp
   services/event_table.cpp

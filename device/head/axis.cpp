@@ -13,7 +13,9 @@ constexpr double PIECE = 0.0005;
 }  // namespace
 
 Axis::Axis(const AxisSetup& setup, double position)
-    : setup(setup), position(std::clamp(position, setup.low, setup.high)) {}
+    : setup(setup),
+      position(std::clamp(position, setup.low, setup.high)),
+      gears(setup.gears, setup.acceleration) {}
 
 void Axis::moveTo(double goal, double speed) {
   if (setup.endless) {
@@ -38,18 +40,32 @@ void Axis::step(double seconds) {
   }
 }
 
+double Axis::headPosition() const {
+  const double free = position + gears.offset();
+  if (!setup.endless || gears.offset() == 0) {
+    return free;
+  }
+  const double turn = setup.high - setup.low;
+  return free - turn * std::floor((free - setup.low) / turn);
+}
+
 bool Axis::moving() const {
-  return target || velocity != 0 || wantedVelocity() != 0;
+  return gears.swinging() || target || velocity != 0 || wantedVelocity() != 0;
 }
 
 void Axis::stepOnce() {
   const double before = velocity;
+  const double positionBefore = position;
   expire();
   const double change = setup.acceleration * PIECE;
   velocity += std::clamp(wantedVelocity() - velocity, -change, change);
   position += (before + velocity) / 2 * PIECE;
+  const double free = position;
   keepInRange();
   settle();
+  // The way without the jump over a seam.
+  const double way = setup.endless ? free - positionBefore : position - positionBefore;
+  gears.step(PIECE, way, (velocity - before) / PIECE);
 }
 
 // A speed whose time is over is one of zero.

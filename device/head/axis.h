@@ -4,6 +4,8 @@
 #include <limits>
 #include <optional>
 
+#include "head/gears.h"
+
 namespace device {
 
 // What a motor and its gears can do. Units are those of the axis (degrees, or steps of zoom).
@@ -13,6 +15,7 @@ struct AxisSetup {
   double low = 0;           // end stops; with endless, the two names of the seam
   double high = 0;
   bool endless = false;  // turns for ever; positions stay in [low, high)
+  GearsSetup gears{};
 };
 
 // One motor-driven axis: a position, a speed, and what it has been told last. Pure arithmetic.
@@ -33,8 +36,12 @@ class Axis {
   // Advances time; the length of a step has no influence on the way taken.
   void step(double seconds);
 
+  // Of the motor.
   double getPosition() const { return position; }
   double getVelocity() const { return velocity; }
+
+  // Of what the motor turns: beside the motor's by what play and swing make.
+  double headPosition() const;
 
   // True while it turns or has still to start for a target.
   bool moving() const;
@@ -54,7 +61,8 @@ class Axis {
   std::optional<double> target;  // of moveTo, until reached
   double demand = 0;             // signed speed of moveAt, or speed limit of moveTo
   double holdLeft = 0;           // seconds for which the speed of moveAt still holds
-  double clock = 0;              // seconds that have passed but are not yet worked out
+  Gears gears;
+  double clock = 0;  // seconds that have passed but are not yet worked out
 };
 
 }  // namespace device

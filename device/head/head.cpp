@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 
 namespace device {
 namespace {
@@ -15,6 +16,12 @@ AxisSetup zoomAxis(const HeadSetup& setup) {
           .high = static_cast<double>(setup.maxZoom)};
 }
 
+// Degrees across the picture, fully out.
+double widestField(const HeadSetup& setup) {
+  return setup.zoomCurve.kind == ZoomCurveKind::Table ? setup.zoomCurve.table.front().fieldAngle
+                                                      : setup.maxFieldAngle;
+}
+
 bool isStop(const HeadCommand& command) {
   const auto halts = [](const AxisCommand& axis) {
     return axis.kind == MoveKind::Continuous && axis.value == 0;
@@ -22,8 +29,8 @@ bool isStop(const HeadCommand& command) {
   return command.speed == 0 && halts(command.pan) && halts(command.tilt) && halts(command.zoom);
 }
 
-void drive(Axis& axis, const AxisCommand& command, double fullSpeed, int limitPercent,
-           double speedHold) {
+void drive(Axis& axis, const AxisCommand& command, const DriveCurve& curve, double fullSpeed,
+           int limitPercent, double speedHold) {
   switch (command.kind) {
     case MoveKind::None:
       return;
@@ -31,24 +38,28 @@ void drive(Axis& axis, const AxisCommand& command, double fullSpeed, int limitPe
       axis.moveTo(command.value, fullSpeed * limitPercent / 100);
       return;
     case MoveKind::Continuous:
-      axis.moveAt(fullSpeed * std::clamp(command.value, -100.0, 100.0) / 100, speedHold);
+      axis.moveAt(fullSpeed * drivenPercent(curve, std::clamp(command.value, -100.0, 100.0)) / 100,
+                  speedHold);
       return;
   }
 }
 
 }  // namespace
 
-Head::Head(const HeadSetup& setup)
+Head::Head(const HeadSetup& setup, std::uint64_t seed)
     : setup(setup),
+      seed(seed),
       pan(setup.pan, setup.home.pan),
       tilt(setup.tilt, setup.home.tilt),
-      zoom(zoomAxis(setup), setup.home.zoom) {}
+      zoom(zoomAxis(setup), setup.home.zoom),
+      link(setup.link, seed),
+      sensor(setup.status, motorStatus(), seed) {}
 
 void Head::command(const HeadCommand& command) {
   if (isStop(command)) {
-    waitingCommands.clear();
+    link.drop();
   }
-  waitingCommands.push_back({setup.latency, command});
+  link.send(command);
 }
 
 void Head::goHome(int speed) {
@@ -91,41 +102,38 @@ int Head::presetHere() const {
 }
 
 void Head::step(double seconds) {
-  while (!waitingCommands.empty() && waitingCommands.front().remaining <= seconds) {
-    const double part = std::max(waitingCommands.front().remaining, 0.0);
-    const HeadCommand due = waitingCommands.front().command;
-    waitingCommands.pop_front();
-    advance(part);
-    seconds -= part;
+  for (std::optional<double> next = link.untilNext(); next && *next <= seconds;
+       next = link.untilNext()) {
+    const HeadCommand due = link.take();
+    advance(*next);
+    seconds -= *next;
     apply(due);
   }
   advance(seconds);
 }
 
 HeadStatus Head::status() const {
-  const double magnification = multiplier(setup, zoom.getPosition());
-  const double width = setup.maxFieldAngle / magnification;
-  return {.pan = pan.getPosition(),
-          .tilt = tilt.getPosition(),
-          .zoom = static_cast<int>(std::lround(zoom.getPosition())),
-          .panMoving = pan.moving(),
-          .tiltMoving = tilt.moving(),
-          .zoomMoving = zoom.moving(),
-          .magnification = magnification,
-          .pictureWidth = width,
-          .pictureHeight = width / setup.aspectRatio};
+  return statusAt(pan.headPosition(), tilt.headPosition());
+}
+
+HeadStatus Head::toldStatus() {
+  return sensor.told(motorStatus());
 }
 
 double Head::multiplier(const HeadSetup& setup, double zoom) {
-  const double range = setup.maxFieldAngle / setup.minFieldAngle - 1;
-  return range * (zoom - setup.minZoom) / setup.maxZoom + 1;
+  if (setup.zoomCurve.kind == ZoomCurveKind::Linear) {
+    const double range = setup.maxFieldAngle / setup.minFieldAngle - 1;
+    return range * (zoom - setup.minZoom) / setup.maxZoom + 1;
+  }
+  const double position = (zoom - setup.minZoom) / (setup.maxZoom - setup.minZoom);
+  return magnificationAt(setup.zoomCurve, position, setup.maxFieldAngle, setup.minFieldAngle);
 }
 
 void Head::apply(const HeadCommand& command) {
   const int limit = std::clamp(command.speed, 1, 100);
-  drive(pan, command.pan, setup.pan.speed, limit, setup.speedHold);
-  drive(tilt, command.tilt, setup.tilt.speed, limit, setup.speedHold);
-  drive(zoom, command.zoom, setup.zoomSpeed, limit, setup.speedHold);
+  drive(pan, command.pan, setup.drive, setup.pan.speed, limit, setup.speedHold);
+  drive(tilt, command.tilt, setup.drive, setup.tilt.speed, limit, setup.speedHold);
+  drive(zoom, command.zoom, {}, setup.zoomSpeed, limit, setup.speedHold);
 }
 
 void Head::goTo(const HeadPosition& position, int speed) {
@@ -136,12 +144,39 @@ void Head::goTo(const HeadPosition& position, int speed) {
 }
 
 void Head::advance(double seconds) {
-  for (Waiting& waiting : waitingCommands) {
-    waiting.remaining -= seconds;
+  link.advance(seconds);
+  while (sensor.untilReading() <= seconds) {
+    const double part = sensor.untilReading();
+    move(part);
+    sensor.read(motorStatus());
+    seconds -= part;
   }
+  move(seconds);
+}
+
+void Head::move(double seconds) {
   pan.step(seconds);
   tilt.step(seconds);
   zoom.step(seconds);
+  sensor.advance(seconds);
+}
+
+HeadStatus Head::motorStatus() const {
+  return statusAt(pan.getPosition(), tilt.getPosition());
+}
+
+HeadStatus Head::statusAt(double panAngle, double tiltAngle) const {
+  const double magnification = multiplier(setup, zoom.getPosition());
+  const double width = widestField(setup) / magnification;
+  return {.pan = panAngle,
+          .tilt = tiltAngle,
+          .zoom = static_cast<int>(std::lround(zoom.getPosition())),
+          .panMoving = pan.moving(),
+          .tiltMoving = tilt.moving(),
+          .zoomMoving = zoom.moving(),
+          .magnification = magnification,
+          .pictureWidth = width,
+          .pictureHeight = width / setup.aspectRatio};
 }
 
 }  // namespace device

@@ -1,11 +1,18 @@
 #ifndef DEVICE_HEAD_HEAD_H
 #define DEVICE_HEAD_HEAD_H
 
-#include <deque>
+#include <cstdint>
 #include <limits>
 #include <map>
 
 #include "head/axis.h"
+#include "head/call_delay.h"
+#include "head/command_link.h"
+#include "head/drive_curve.h"
+#include "head/head_command.h"
+#include "head/head_status.h"
+#include "head/status_sensor.h"
+#include "head/zoom_curve.h"
 
 namespace device {
 
@@ -18,9 +25,12 @@ struct HeadPosition {
 };
 
 struct HeadSetup {
-  AxisSetup pan;       // degrees
-  AxisSetup tilt;      // degrees
-  double latency = 0;  // seconds from a command to its first effect
+  AxisSetup pan;   // degrees
+  AxisSetup tilt;  // degrees
+  CommandLinkSetup link;
+  DriveCurve drive;  // of pan and tilt
+  StatusSensorSetup status;
+  CallDelaySetup calls;  // for whoever offers the head as a service
   // Seconds for which a speed holds without another command for the axis: a head that nobody
   // commands any more stands still.
   double speedHold = std::numeric_limits<double>::infinity();
@@ -29,48 +39,18 @@ struct HeadSetup {
   int maxZoom = 9999;
   double minFieldAngle = 0;  // degrees across the picture's width, fully in
   double maxFieldAngle = 0;  // fully out
+  ZoomCurve zoomCurve;
   double aspectRatio = 16.0 / 9.0;
   HeadPosition home;
 };
 
-// How a command drives an axis; the numbers are those of the PTZ service.
-enum class MoveKind { None = 0, Absolute = 1, Continuous = 3 };
-
-// value: degrees or zoom steps for Absolute, percent of full speed (-100 to 100) for Continuous.
-struct AxisCommand {
-  MoveKind kind = MoveKind::None;
-  double value = 0;
-};
-
-// An axis with None keeps what it does.
-struct HeadCommand {
-  AxisCommand pan;
-  AxisCommand tilt;
-  AxisCommand zoom;
-  int speed = 100;  // limit of absolute motions in percent; 0 with zero continuous speeds is a stop
-                    // that also drops every command still on its way
-};
-
-struct HeadStatus {
-  double pan = 0;   // degrees, [-180, 180)
-  double tilt = 0;  // degrees
-  int zoom = 1;
-  bool panMoving = false;
-  bool tiltMoving = false;
-  bool zoomMoving = false;
-  double magnification = 1;  // 1 fully out
-  double pictureWidth = 0;   // degrees
-  double pictureHeight = 0;  // degrees
-
-  bool moving() const { return panMoving || tiltMoving || zoomMoving; }
-};
-
-// The PTZ head: three axes behind a command latency. Time passes by step() only; no clock, no lock,
-// so its owner steps it (100 times a second or more) and serialises the calls.
+// The PTZ head: three axes behind a link for its commands, and a sensor that tells where it is.
+// Time passes by step() only; no clock, no lock, so its owner steps it (100 times a second or more)
+// and serialises the calls.
 class Head {
  public:
-  // Stands at its home position.
-  explicit Head(const HeadSetup& setup);
+  // Stands at its home position. The seed is that of all its chance.
+  explicit Head(const HeadSetup& setup, std::uint64_t seed = 1);
 
   // Queues a command; it takes effect when the latency has passed.
   void command(const HeadCommand& command);
@@ -93,29 +73,36 @@ class Head {
   // Advances time.
   void step(double seconds);
 
-  // Where the head is now. A command has no part in it before its latency has passed.
+  // Where the head really looks now. A command has no part in it before its latency has passed.
   HeadStatus status() const;
+
+  // Where the head says that it is: what its sensor at the motors tells of them, which knows of no
+  // play and no swing.
+  HeadStatus toldStatus();
+
+  // The network in front of the head's service, with the head's own chance.
+  CallDelay makeCallDelay() const { return {setup.calls, seed}; }
 
   const HeadSetup& getSetup() const { return setup; }
 
-  // The magnification at a zoom position: 1 at minZoom, growing linearly. maxZoom is the divisor.
+  // The magnification at a zoom position: 1 at minZoom. A linear curve has maxZoom as the divisor.
   static double multiplier(const HeadSetup& setup, double zoom);
 
  private:
-  struct Waiting {
-    double remaining;  // seconds until it takes effect
-    HeadCommand command;
-  };
-
   void apply(const HeadCommand& command);
   void goTo(const HeadPosition& position, int speed);
   void advance(double seconds);
+  void move(double seconds);
+  HeadStatus statusAt(double panAngle, double tiltAngle) const;
+  HeadStatus motorStatus() const;
 
   HeadSetup setup;
+  std::uint64_t seed;
   Axis pan;
   Axis tilt;
   Axis zoom;
-  std::deque<Waiting> waitingCommands;
+  CommandLink link;
+  StatusSensor sensor;
   std::map<int, HeadPosition> presets;
 };
 

@@ -6,11 +6,11 @@
 #include <array>
 #include <cmath>
 #include <cstdio>
-#include <initializer_list>
 #include <memory>
 #include <numeric>
-#include <string_view>
 #include <utility>
+
+#include "model/section.h"
 
 namespace device {
 namespace {
@@ -22,119 +22,6 @@ using Json = std::unique_ptr<json_t, JsonDeleter>;
 
 constexpr int MOST_BASES = 8;  // bases of bases; more are a circle
 constexpr int MOST_CHANNELS = 16;
-
-// One object of a model file, with its place in the file for error messages.
-class Section {
- public:
-  Section(const json_t* json, std::string file, std::string path)
-      : json(json), file(std::move(file)), path(std::move(path)) {
-    if (!json_is_object(json)) {
-      fail("", "must be an object");
-    }
-  }
-
-  [[noreturn]] void fail(const std::string& key, const std::string& reason) const {
-    std::string where = path;
-    if (!key.empty()) {
-      where += where.empty() ? key : "." + key;
-    }
-    throw ModelError(file + ": " + (where.empty() ? "" : where + ": ") + reason);
-  }
-
-  bool has(const char* key) const { return json_object_get(json, key) != nullptr; }
-
-  double number(const char* key, double low, double high) const {
-    const json_t* value = need(key);
-    const double result = json_number_value(value);
-    if (!json_is_number(value) || !(result >= low && result <= high)) {
-      fail(key, "must be a number from " + shortText(low) + " to " + shortText(high));
-    }
-    return result;
-  }
-
-  int whole(const char* key, int low, int high) const {
-    const json_t* value = need(key);
-    const json_int_t result = json_integer_value(value);
-    if (!json_is_integer(value) || result < low || result > high) {
-      fail(key,
-           "must be a whole number from " + std::to_string(low) + " to " + std::to_string(high));
-    }
-    return static_cast<int>(result);
-  }
-
-  bool flag(const char* key) const {
-    const json_t* value = need(key);
-    if (!json_is_boolean(value)) {
-      fail(key, "must be true or false");
-    }
-    return json_is_true(value);
-  }
-
-  std::string text(const char* key) const {
-    const json_t* value = need(key);
-    if (!json_is_string(value)) {
-      fail(key, "must be a text");
-    }
-    return json_string_value(value);
-  }
-
-  Section section(const char* key) const { return Section(need(key), file, join(key)); }
-
-  std::vector<Section> sections(const char* key) const {
-    const json_t* list = need(key);
-    if (!json_is_array(list)) {
-      fail(key, "must be an array");
-    }
-    std::vector<Section> result;
-    for (std::size_t i = 0; i < json_array_size(list); ++i) {
-      result.emplace_back(json_array_get(list, i), file, join(key) + "[" + std::to_string(i) + "]");
-    }
-    return result;
-  }
-
-  // All members, each a text.
-  std::map<std::string, std::string> texts() const {
-    std::map<std::string, std::string> result;
-    const char* key = nullptr;
-    json_t* value = nullptr;
-    json_object_foreach(const_cast<json_t*>(json), key, value) {
-      result[key] = text(key);
-    }
-    return result;
-  }
-
-  // Refuses members that nobody reads: they are mistakes.
-  void allowOnly(std::initializer_list<std::string_view> keys) const {
-    const char* key = nullptr;
-    json_t* value = nullptr;
-    json_object_foreach(const_cast<json_t*>(json), key, value) {
-      if (std::find(keys.begin(), keys.end(), key) == keys.end()) {
-        fail(key, "is unknown");
-      }
-    }
-  }
-
- private:
-  const json_t* need(const char* key) const {
-    const json_t* value = json_object_get(json, key);
-    if (!value) {
-      fail(key, "is missing");
-    }
-    return value;
-  }
-
-  std::string join(const std::string& key) const { return path.empty() ? key : path + "." + key; }
-
-  static std::string shortText(double value) {
-    std::array<char, 32> buffer{};
-    std::snprintf(buffer.data(), buffer.size(), "%g", value);
-    return buffer.data();
-  }
-
-  const json_t* json;
-  std::string file;
-  std::string path;
-};
 
 std::string decimals(double value, int count) {
   std::array<char, 64> buffer{};
@@ -177,14 +64,15 @@ Json readWithBases(const std::filesystem::path& file, int depth = 0) {
 }
 
 AxisSetup readAxis(const Section& section) {
-  section.allowOnly({"speed", "acceleration", "low", "high", "endless"});
-  AxisSetup axis{.speed = section.number("speed", 1, 2000),
-                 .acceleration = section.number("acceleration", 1, 100000),
-                 .low = -180,
-                 .high = 180,
-                 .endless = section.has("endless") && section.flag("endless")};
+  AxisSetup axis{
+      .speed = section.number("speed"),
+      .acceleration = section.number("acceleration"),
+      .low = -180,
+      .high = 180,
+      .endless = section.flag("endless"),
+      .gears = {.play = section.number("play"), .overshoot = section.number("overshoot")}};
   if (!axis.endless) {
-    axis.low = section.number("low", -180, 180);
+    axis.low = section.number("low");
     axis.high = section.number("high", axis.low, 180);
   }
   return axis;
@@ -203,28 +91,72 @@ double readAspectRatio(const Section& section) {
 }
 
 HeadPosition readHome(const Section& section, const HeadSetup& head) {
-  section.allowOnly({"pan", "tilt", "zoom"});
   return {.pan = section.number("pan", head.pan.low, head.pan.high),
           .tilt = section.number("tilt", head.tilt.low, head.tilt.high),
           .zoom = section.whole("zoom", head.minZoom, head.maxZoom)};
 }
 
+ZoomCurveKind zoomCurveKindOf(const std::string& name) {
+  static const std::map<std::string, ZoomCurveKind> KINDS{
+      {"linear", ZoomCurveKind::Linear},
+      {"power", ZoomCurveKind::Power},
+      {"logarithmic", ZoomCurveKind::Logarithmic},
+      {"table", ZoomCurveKind::Table}};
+  return KINDS.at(name);
+}
+
+// From fully out to fully in, each point further in and narrower than the one before.
+void checkZoomTable(const Section& section, const std::vector<ZoomPoint>& table) {
+  const bool isWhole =
+      table.size() >= 2 && table.front().position == 0 && table.back().position == 1;
+  const bool isFalling =
+      std::adjacent_find(table.begin(), table.end(), [](const ZoomPoint& a, const ZoomPoint& b) {
+        return b.position <= a.position || b.fieldAngle >= a.fieldAngle;
+      }) == table.end();
+  if (!isWhole || !isFalling) {
+    section.fail("table", "must have growing positions from 0 to 1 and falling fields");
+  }
+}
+
+ZoomCurve readZoomCurve(const Section& section) {
+  ZoomCurve curve{.kind = zoomCurveKindOf(section.text("curve")),
+                  .exponent = section.number("exponent"),
+                  .table = {}};
+  for (const Section& point : section.sections("table")) {
+    curve.table.push_back({point.number("position"), point.number("field")});
+  }
+  if (curve.kind == ZoomCurveKind::Table) {
+    checkZoomTable(section, curve.table);
+  }
+  return curve;
+}
+
 HeadSetup readHead(const Section& section) {
-  section.allowOnly({"product", "pan", "tilt", "latency_s", "speed_hold_s", "boot_s", "zoom",
-                     "field", "aspect", "resolution", "home", "parameters"});
   HeadSetup head;
   head.pan = readAxis(section.section("pan"));
   head.tilt = readAxis(section.section("tilt"));
-  head.latency = section.number("latency_s", 0, 1);
-  head.speedHold = section.number("speed_hold_s", 0.2, 3600);
+  head.link = {.latency = section.number("latency_s"),
+               .jitter = section.number("latency_jitter_s")};
+  head.speedHold = section.number("speed_hold_s");
+  const Section drive = section.section("drive");
+  head.drive = {.deadZone = drive.number("dead_zone"),
+                .step = drive.number("step"),
+                .exponent = drive.number("exponent")};
+  const Section status = section.section("status");
+  head.status = {.age = status.number("age_s"),
+                 .period = status.number("period_s"),
+                 .step = status.number("step"),
+                 .noise = status.number("noise")};
+  const Section network = section.section("network");
+  head.calls.least = network.number("least_s");
+  head.calls.most = network.number("most_s", head.calls.least, 2);
   const Section zoom = section.section("zoom");
-  zoom.allowOnly({"speed", "min", "max"});
-  head.zoomSpeed = zoom.number("speed", 1, 1e6);
-  head.minZoom = zoom.whole("min", 0, 1000000);
+  head.zoomSpeed = zoom.number("speed");
+  head.minZoom = zoom.whole("min");
   head.maxZoom = zoom.whole("max", head.minZoom + 1, 1000000);
+  head.zoomCurve = readZoomCurve(zoom);
   const Section field = section.section("field");
-  field.allowOnly({"min", "max"});
-  head.minFieldAngle = field.number("min", 0.1, 170);
+  head.minFieldAngle = field.number("min");
   head.maxFieldAngle = field.number("max", head.minFieldAngle, 170);
   head.aspectRatio = readAspectRatio(section);
   head.home = readHome(section.section("home"), head);
@@ -243,28 +175,24 @@ std::map<std::string, std::string> readHeadParameters(const Section& section,
       {"Image.I0.Appearance.Resolution", section.text("resolution")},
       {"ImageSource.I0.Video.DetectedType", ""},
   };
-  if (section.has("parameters")) {
-    for (auto& [name, value] : section.section("parameters").texts()) {
-      parameters[name] = value;
-    }
+  for (auto& [name, value] : section.texts("parameters")) {
+    parameters[name] = value;
   }
   return parameters;
 }
 
 ChannelSetup readChannel(const Section& section, double mastHeight) {
-  section.allowOnly(
-      {"name", "pan", "tilt", "width", "height", "horizontal_fov", "rotation", "moves_with_head"});
   ChannelSetup channel;
   channel.name = section.text("name");
-  channel.movesWithHead = section.has("moves_with_head") && section.flag("moves_with_head");
+  channel.movesWithHead = section.flag("moves_with_head");
   OverviewCameraSetup& camera = channel.camera;
   camera.position = {0, 0, mastHeight};
-  camera.pan = section.number("pan", -180, 180);
-  camera.tilt = section.number("tilt", -90, 90);
-  camera.sensorWidth = section.whole("width", 16, 16384);
-  camera.sensorHeight = section.whole("height", 16, 16384);
-  camera.horizontalFov = section.number("horizontal_fov", 1, 150);
-  camera.rotation = section.has("rotation") ? section.whole("rotation", 0, 270) : 0;
+  camera.pan = section.number("pan");
+  camera.tilt = section.number("tilt");
+  camera.sensorWidth = section.whole("width");
+  camera.sensorHeight = section.whole("height");
+  camera.horizontalFov = section.number("horizontal_fov");
+  camera.rotation = section.whole("rotation");
   if (camera.rotation % 90 != 0) {
     section.fail("rotation", "must be 0, 90, 180 or 270");
   }
@@ -293,26 +221,31 @@ void addChannelParameters(Model& model) {
   }
 }
 
+WorldSetup readWorld(const Section& root, const HeadSetup& head) {
+  WorldSetup world;
+  world.mastHeight = root.number("mast_height_m");
+  world.homePan = head.home.pan;
+  const Section stage = root.section("stage");
+  world.stageDistance = stage.number("distance_m");
+  world.stageTurn = stage.number("turn");
+  for (const Section& channel : root.sections("channels")) {
+    world.channels.push_back(readChannel(channel, world.mastHeight));
+  }
+  if (world.channels.empty() || world.channels.size() > MOST_CHANNELS) {
+    root.fail("channels", "must be 1 to " + std::to_string(MOST_CHANNELS));
+  }
+  return world;
+}
+
 Model readModel(const Section& root) {
-  root.allowOnly({"base", "about", "parameters", "head", "mast_height_m", "stage", "channels"});
   Model model;
-  model.parameters = root.section("parameters").texts();
+  model.about = root.text("about");
+  model.parameters = root.texts("parameters");
   const Section head = root.section("head");
   model.head = readHead(head);
   model.headParameters = readHeadParameters(head, model.head);
-  model.headBootSeconds = head.number("boot_s", 0, 600);
-  model.world.mastHeight = root.number("mast_height_m", 1, 200);
-  model.world.homePan = model.head.home.pan;
-  const Section stage = root.section("stage");
-  stage.allowOnly({"distance_m", "turn"});
-  model.world.stageDistance = stage.number("distance_m", 1, 1000);
-  model.world.stageTurn = stage.number("turn", -360, 360);
-  for (const Section& channel : root.sections("channels")) {
-    model.world.channels.push_back(readChannel(channel, model.world.mastHeight));
-  }
-  if (model.world.channels.empty() || model.world.channels.size() > MOST_CHANNELS) {
-    root.fail("channels", "must be 1 to " + std::to_string(MOST_CHANNELS));
-  }
+  model.headBootSeconds = head.number("boot_s");
+  model.world = readWorld(root, model.head);
   addChannelParameters(model);
   return model;
 }
@@ -330,7 +263,7 @@ bool Model::isMechanical() const {
 
 Model loadModel(const std::filesystem::path& file) {
   const Json json = readWithBases(file);
-  Model model = readModel(Section(json.get(), file.string(), ""));
+  Model model = readModel(Section(json.get(), file.string()));
   model.name = file.stem().string();
   return model;
 }

@@ -3,21 +3,14 @@
 
 #include <filesystem>
 #include <map>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "head/head.h"
+#include "model/model_error.h"
 #include "world/world_setup.h"
 
 namespace device {
-
-// A model file that cannot be used. what() is "FILE: KEY: REASON" (without KEY when the fault is
-// the file's as a whole).
-class ModelError : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
-};
 
 // A device as its model file describes it. Parameters that follow from channels and head are filled
 // in by the loader, so that store and physics always agree; a file may still name them itself:
@@ -27,6 +20,7 @@ class ModelError : public std::runtime_error {
 //   root.PTZ.RemoteCenter.C<n>.Pan, .Tilt, .Roll                                     (n from 1)
 struct Model {
   std::string name;
+  std::string about;  // for people
 
   // The parameter store: full names ("root.Brand.ProdNbr") and values.
   std::map<std::string, std::string> parameters;

@@ -4,8 +4,8 @@
 
 namespace device {
 
-HeadDrive::HeadDrive(const HeadSetup& setup, Clock clock)
-    : clock_(std::move(clock)), time_(clock_()), head_(setup) {}
+HeadDrive::HeadDrive(const HeadSetup& setup, Clock clock, std::uint64_t seed)
+    : clock_(std::move(clock)), time_(clock_()), head_(setup, seed) {}
 
 void HeadDrive::advance() {
   constexpr double kMicrosecondsPerSecond = 1e6;

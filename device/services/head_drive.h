@@ -16,7 +16,8 @@ class HeadDrive {
   // Microseconds of a clock that never goes back.
   using Clock = std::function<std::int64_t()>;
 
-  HeadDrive(const HeadSetup& setup, Clock clock);
+  // The seed is that of the head's chance.
+  HeadDrive(const HeadSetup& setup, Clock clock, std::uint64_t seed = 1);
 
   // Steps the head up to the present.
   void advance();

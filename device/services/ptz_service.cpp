@@ -66,26 +66,35 @@ struct PtzService::Handlers {
       answerInvalidArgs(invocation, "Not a kind of movement, or not a number");
       return TRUE;
     }
-    head(self).command({*panCommand, *tiltCommand, *zoomCommand, static_cast<int>(speed)});
-    bus_ptzservice_complete_move(skeleton, invocation);
+    const HeadCommand command{*panCommand, *tiltCommand, *zoomCommand, static_cast<int>(speed)};
+    calls(self).take(invocation, [=] {
+      head(self).command(command);
+      return [=] { bus_ptzservice_complete_move(skeleton, invocation); };
+    });
     return TRUE;
   }
 
   static gboolean gotoHome(BusPTZService* skeleton, GDBusMethodInvocation* invocation,
                            guint channel, const gchar*, guint speed, gpointer self) {
     if (!accepts(invocation, channel, speed)) return TRUE;
-    head(self).goHome(static_cast<int>(speed));
-    bus_ptzservice_complete_goto_home(skeleton, invocation);
+    calls(self).take(invocation, [=] {
+      head(self).goHome(static_cast<int>(speed));
+      return [=] { bus_ptzservice_complete_goto_home(skeleton, invocation); };
+    });
     return TRUE;
   }
 
   static gboolean getStatus(BusPTZService* skeleton, GDBusMethodInvocation* invocation,
                             guint channel, gpointer self) {
     if (!accepts(invocation, channel)) return TRUE;
-    const HeadStatus status = head(self).status();
-    bus_ptzservice_complete_get_status(skeleton, invocation, status.pan, status.panMoving,
-                                       status.tilt, status.tiltMoving, status.zoom,
-                                       status.zoomMoving);
+    calls(self).take(invocation, [=] {
+      const HeadStatus status = head(self).toldStatus();
+      return [=] {
+        bus_ptzservice_complete_get_status(skeleton, invocation, status.pan, status.panMoving,
+                                           status.tilt, status.tiltMoving, status.zoom,
+                                           status.zoomMoving);
+      };
+    });
     return TRUE;
   }
 
@@ -123,6 +132,8 @@ struct PtzService::Handlers {
     return TRUE;
   }
 
+  static DelayedCalls& calls(gpointer self) { return static_cast<PtzService*>(self)->calls_; }
+
   static Head& head(gpointer self) { return static_cast<PtzService*>(self)->drive_.head(); }
 
   // Answers with an error itself.
@@ -136,6 +147,7 @@ struct PtzService::Handlers {
 
 PtzService::PtzService(GDBusConnection* connection, HeadDrive& drive, EventService& events)
     : drive_(drive),
+      calls_(drive.head().makeCallDelay()),
       events_(events),
       presetEvent_(events.declare(presetKeys(), false)),
       moveEvent_(events.declare(moveKeys(), false)),

@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "services/bus.h"
+#include "services/delayed_calls.h"
 #include "services/event_service.h"
 #include "services/head_drive.h"
 
@@ -28,6 +29,7 @@ class PtzService {
   void sendPreset(bool onPreset, int preset);
 
   HeadDrive& drive_;
+  DelayedCalls calls_;
   EventService& events_;
   std::uint32_t presetEvent_;
   std::uint32_t moveEvent_;

@@ -41,7 +41,7 @@ VirtualDevice::VirtualDevice(Options options, const DevicePaths& paths, GDBusCon
       report_(runInfo()),
       world_(model_.world,
              {.tracks = options_.tracks, .asRecorded = options_.asRecorded, .seed = options_.seed}),
-      drive_(model_.head, g_get_monotonic_time),
+      drive_(model_.head, g_get_monotonic_time, options_.seed),
       parameterStore_(model_.parameters),
       objects_(model_.world.channels.size()),
       monitor_(monitorCallbacks()),

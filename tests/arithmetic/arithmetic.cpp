@@ -256,7 +256,7 @@ device::HeadSetup headSetup() {
   device::HeadSetup setup;
   setup.pan = {.speed = 100, .acceleration = 400, .low = -180, .high = 180, .endless = true};
   setup.tilt = {.speed = 90, .acceleration = 300, .low = -90, .high = 20, .endless = false};
-  setup.latency = 0.12;
+  setup.link.latency = 0.12;
   setup.zoomSpeed = 3000;
   setup.minFieldAngle = 2.3;
   setup.maxFieldAngle = 62.1;

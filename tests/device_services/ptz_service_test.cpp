@@ -13,7 +13,7 @@ HeadSetup setup() {
   HeadSetup head;
   head.pan = {.speed = 100, .acceleration = 400, .low = -180, .high = 180, .endless = true};
   head.tilt = {.speed = 100, .acceleration = 400, .low = -90, .high = 90};
-  head.latency = 0.05;
+  head.link.latency = 0.05;
   head.zoomSpeed = 5000;
   head.minFieldAngle = 2.5;
   head.maxFieldAngle = 64.6;
@@ -198,6 +198,46 @@ TEST_F(PtzServiceTest, PresetsAreListed) {
   ASSERT_TRUE(reply.ok());
   const GVariantPtr expected(g_variant_ref_sink(g_variant_new_parsed("([(3, 0.0, 0.0, 1)],)")));
   EXPECT_TRUE(g_variant_equal(expected.get(), reply.value.get()));
+}
+
+// A head behind a network that takes 0.2 s for each call.
+class SlowPtzServiceTest : public testing::Test {
+ protected:
+  static HeadSetup slowSetup() {
+    HeadSetup head = setup();
+    head.calls = {0.2, 0.2};
+    return head;
+  }
+
+  DbusDaemon bus;
+  std::int64_t now = 1000000;
+  GObjectPtr<GDBusConnection> connection = connectToSystemBus();
+  EventService events{connection.get()};
+  HeadDrive drive{slowSetup(), [this] { return now; }};
+  PtzService service{connection.get(), drive, events};
+  BusClient client{"com.orva.PTZService", "/com/orva/PTZService"};
+};
+
+TEST_F(SlowPtzServiceTest, CallsAreAnsweredLate) {
+  const std::int64_t asked = g_get_monotonic_time();
+  ASSERT_TRUE(client.call("GetStatus", g_variant_new("(u)", 1)).ok());
+  EXPECT_GE(g_get_monotonic_time() - asked, 200000);
+}
+
+TEST_F(SlowPtzServiceTest, MovesReachTheHeadAllTheSame) {
+  ASSERT_TRUE(
+      client.call("Move", g_variant_new("(usididiiu)", 1, "test", 1, 30.0, 1, -20.0, 0, 0, 100))
+          .ok());
+  now += 3000000;
+  const Reply reply = client.call("GetStatus", g_variant_new("(u)", 1));
+  ASSERT_TRUE(reply.ok());
+  double pan = 0;
+  g_variant_get_child(reply.value.get(), 0, "d", &pan);
+  EXPECT_NEAR(30, pan, 0.01);
+}
+
+TEST_F(SlowPtzServiceTest, FaultsAreAnsweredToo) {
+  EXPECT_FALSE(client.call("GetStatus", g_variant_new("(u)", 2)).ok());
 }
 
 }  // namespace

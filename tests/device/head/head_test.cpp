@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 
 namespace device {
@@ -11,7 +12,7 @@ HeadSetup ordinaryHead() {
   HeadSetup setup;
   setup.pan = {.speed = 100, .acceleration = 400, .low = -180, .high = 180, .endless = true};
   setup.tilt = {.speed = 100, .acceleration = 400, .low = -90, .high = 20};
-  setup.latency = 0.04;
+  setup.link.latency = 0.04;
   setup.zoomSpeed = 1000;
   setup.minZoom = 1;
   setup.maxZoom = 9999;
@@ -34,6 +35,10 @@ HeadCommand goOn(double pan, double tilt, double zoom, int speed = 100) {
           .tilt = {MoveKind::Continuous, tilt},
           .zoom = {MoveKind::Continuous, zoom},
           .speed = speed};
+}
+
+double normalized(double angle) {
+  return std::remainder(angle, 360.0);
 }
 
 void run(Head& head, double seconds) {
@@ -268,6 +273,89 @@ TEST(HeadTest, PresetsAreFoundAcrossTheSeam) {
   run(head, 1);
   EXPECT_NEAR(head.status().pan, 179.9, 1e-9);
   EXPECT_EQ(head.presetHere(), 1);
+}
+
+// Where the head says it is trails behind where it is by what the status is late.
+TEST(HeadTest, TheStatusItTellsIsOld) {
+  HeadSetup setup = ordinaryHead();
+  setup.status = {.age = 0.3, .period = 0.1, .step = 0.05};
+  Head head(setup);
+  head.command(goOn(20, 0, 0));
+  run(head, 1);
+  double least = 1000;
+  double most = 0;
+  for (int i = 0; i < 100; ++i) {
+    head.step(0.01);
+    const double behind = head.status().pan - head.toldStatus().pan;
+    least = std::min(least, behind);
+    most = std::max(most, behind);
+  }
+  EXPECT_NEAR(least, 20 * 0.3, 0.3);
+  EXPECT_NEAR(most, 20 * 0.4, 0.3);
+  EXPECT_NEAR(std::remainder(head.toldStatus().pan, 0.05), 0, 1e-9);
+}
+
+TEST(HeadTest, TheStatusOfAPerfectHeadIsTheTruth) {
+  Head head(ordinaryHead());
+  head.command(goOn(20, -10, 30));
+  run(head, 1.234);
+  EXPECT_EQ(head.toldStatus().pan, head.status().pan);
+  EXPECT_EQ(head.toldStatus().tilt, head.status().tilt);
+  EXPECT_EQ(head.toldStatus().zoom, head.status().zoom);
+}
+
+TEST(HeadTest, TheMotorsKnowNothingOfThePlay) {
+  HeadSetup setup = ordinaryHead();
+  setup.pan.gears.play = 0.4;
+  Head head(setup);
+  head.command(goTo(30, -3.6, 1));
+  run(head, 2);
+  EXPECT_NEAR(head.toldStatus().pan, 30, 1e-9);
+  EXPECT_NEAR(head.status().pan, 29.8, 1e-9);
+}
+
+TEST(HeadTest, PanAndTiltTurnByTheDriveCurve) {
+  HeadSetup setup = ordinaryHead();
+  setup.drive = {.deadZone = 2, .step = 5, .exponent = 1.5};
+  Head head(setup);
+  const auto speedAt = [&head](double percent) {
+    head.command(goOn(percent, 0, 0));
+    run(head, 0.5);
+    const double from = head.status().pan;
+    run(head, 0.2);
+    return normalized(head.status().pan - from) / 0.2;
+  };
+  EXPECT_NEAR(speedAt(26), 12.5, 0.01);  // as 25 percent, 0.25^1.5 of full speed
+  EXPECT_NEAR(speedAt(-64), -100 * std::pow(0.65, 1.5), 0.01);
+  EXPECT_NEAR(speedAt(1.9), 0, 0.01);
+  EXPECT_NEAR(speedAt(3), 100 * std::pow(0.05, 1.5), 0.01);
+}
+
+TEST(HeadTest, AZoomCurveIsTheHeadsOwn) {
+  HeadSetup setup = ordinaryHead();
+  setup.zoomCurve.kind = ZoomCurveKind::Logarithmic;
+  setup.home.zoom = 5000;
+  const HeadStatus half = Head(setup).status();
+  EXPECT_NEAR(half.magnification, std::sqrt(63.4 / 2.5), 1e-9);
+  EXPECT_NEAR(half.pictureWidth, std::sqrt(63.4 * 2.5), 1e-9);
+  setup.zoomCurve = {.kind = ZoomCurveKind::Table, .exponent = 1, .table = {{0, 60}, {1, 3}}};
+  setup.home.zoom = 9999;
+  const HeadStatus in = Head(setup).status();
+  EXPECT_NEAR(in.magnification, 20, 1e-9);
+  EXPECT_NEAR(in.pictureWidth, 3, 1e-9);
+}
+
+TEST(HeadTest, TheSeedDecidesWhenCommandsArrive) {
+  HeadSetup setup = ordinaryHead();
+  setup.link = {.latency = 0.3, .jitter = 0.1};
+  const auto wayWith = [&setup](std::uint64_t seed) {
+    Head head(setup, seed);
+    head.command(goOn(50, 0, 0));
+    run(head, 1);
+    return head.status().pan;
+  };
+  EXPECT_EQ(wayWith(1), wayWith(1));
+  EXPECT_NE(wayWith(1), wayWith(2));
 }
 
 }  // namespace

@@ -1,0 +1,26 @@
+#ifndef DEVICE_HEAD_HEAD_COMMAND_H
+#define DEVICE_HEAD_HEAD_COMMAND_H
+
+namespace device {
+
+// How a command drives an axis; the numbers are those of the PTZ service.
+enum class MoveKind { None = 0, Absolute = 1, Continuous = 3 };
+
+// value: degrees or zoom steps for Absolute, percent of full speed (-100 to 100) for Continuous.
+struct AxisCommand {
+  MoveKind kind = MoveKind::None;
+  double value = 0;
+};
+
+// An axis with None keeps what it does.
+struct HeadCommand {
+  AxisCommand pan;
+  AxisCommand tilt;
+  AxisCommand zoom;
+  int speed = 100;  // limit of absolute motions in percent; 0 with zero continuous speeds is a stop
+                    // that also drops every command still on its way
+};
+
+}  // namespace device
+
+#endif

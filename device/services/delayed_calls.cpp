@@ -1,0 +1,55 @@
+#include "services/delayed_calls.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace device {
+
+namespace {
+
+constexpr double kMicrosecondsPerSecond = 1e6;
+
+}  // namespace
+
+DelayedCalls::~DelayedCalls() {
+  for (const Call& call : calls_) {
+    g_dbus_method_invocation_return_dbus_error(
+        call.invocation, "org.freedesktop.DBus.Error.NoReply", "The service has ended");
+  }
+}
+
+void DelayedCalls::take(GDBusMethodInvocation* invocation, Work work) {
+  if (delay_.isOff()) {
+    work()();
+    return;
+  }
+  const std::int64_t now = g_get_monotonic_time();
+  const auto delay = static_cast<std::int64_t>(delay_.next() * kMicrosecondsPerSecond);
+  lastArrival_ = std::max(lastArrival_, now + delay / 2);
+  lastAnswer_ = std::max(lastAnswer_, now + delay);
+  calls_.push_back({this, invocation, std::move(work), nullptr, lastAnswer_, nullptr});
+  wait(calls_.back(), lastArrival_, arrived);
+}
+
+void DelayedCalls::wait(Call& call, std::int64_t until, GSourceFunc then) {
+  const std::int64_t left = std::max<std::int64_t>(until - g_get_monotonic_time(), 0);
+  call.timer.reset(g_timeout_source_new(static_cast<guint>((left + 999) / 1000)));
+  g_source_set_callback(call.timer.get(), then, &call, nullptr);
+  g_source_attach(call.timer.get(), g_main_context_get_thread_default());
+}
+
+gboolean DelayedCalls::arrived(gpointer data) {
+  auto* call = static_cast<Call*>(data);
+  call->answer = call->work();
+  wait(*call, call->answered, returned);
+  return G_SOURCE_REMOVE;
+}
+
+gboolean DelayedCalls::returned(gpointer data) {
+  auto* call = static_cast<Call*>(data);
+  call->answer();
+  call->owner->calls_.remove_if([call](const Call& other) { return &other == call; });
+  return G_SOURCE_REMOVE;
+}
+
+}  // namespace device

@@ -1,0 +1,163 @@
+#include "model/model_keys.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <jansson.h>
+#include <unistd.h>
+
+#include <cctype>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "device/source_folder.h"
+#include "model/model.h"
+
+namespace device {
+namespace {
+
+using testing::StartsWith;
+
+struct JsonDeleter {
+  void operator()(json_t* json) const { json_decref(json); }
+};
+using Json = std::unique_ptr<json_t, JsonDeleter>;
+
+// What has to be set for a key to be reached at all.
+struct Need {
+  std::string_view prefix;
+  const char* file;
+};
+
+constexpr Need NEEDS[] = {
+    {"head.zoom.table[]",
+     R"({"head": {"zoom": {"curve": "table",
+                           "table": [{"position": 0, "field": 60}, {"position": 1, "field": 3}]}}})"},
+    {"head.pan.low", R"({"head": {"pan": {"endless": false, "low": -170, "high": 170}}})"},
+    {"head.pan.high", R"({"head": {"pan": {"endless": false, "low": -170, "high": 170}}})"},
+};
+
+// A key's place in a file: an object's members and an array's first elements.
+std::vector<std::string> stepsTo(std::string_view name) {
+  std::vector<std::string> steps;
+  std::string step;
+  for (const char letter : name) {
+    if (letter == '.' || letter == '[') {
+      if (!step.empty()) {
+        steps.push_back(std::exchange(step, ""));
+      }
+      if (letter == '[') {
+        steps.emplace_back("[");
+      }
+    } else if (letter != ']') {
+      step += letter;
+    }
+  }
+  steps.push_back(step);
+  return steps;
+}
+
+void put(json_t* json, const std::vector<std::string>& steps, json_t* value) {
+  for (std::size_t i = 0; i + 1 < steps.size(); ++i) {
+    if (steps[i] == "[") {
+      json = json_array_get(json, 0);
+      continue;
+    }
+    json_t* next = json_object_get(json, steps[i].c_str());
+    if (!next) {
+      next = json_object();
+      json_object_set_new(json, steps[i].c_str(), next);
+    }
+    json = next;
+  }
+  json_object_set_new(json, steps.back().c_str(), value);
+}
+
+std::string placeOf(std::string_view name) {
+  std::string place(name);
+  for (std::size_t at = place.find("[]"); at != std::string::npos; at = place.find("[]")) {
+    place.replace(at, 2, "[0]");
+  }
+  return place;
+}
+
+class ModelKeyTest : public testing::TestWithParam<ModelKey> {
+ protected:
+  ModelKeyTest()
+      : file(std::filesystem::temp_directory_path() /
+             ("model_key_test." + std::to_string(getpid()) + ".json")) {}
+  ~ModelKeyTest() override { std::filesystem::remove(file); }
+
+  // What is said to the plain model with another value of the key; empty when it is taken.
+  std::string answerTo(json_t* value) {
+    json_error_t error;
+    const Json json(json_load_file((modelsFolder() / "fixed.json").c_str(), 0, &error));
+    const std::string_view name = GetParam().name;
+    for (const Need& need : NEEDS) {
+      if (name.starts_with(need.prefix)) {
+        const Json more(json_loads(need.file, 0, &error));
+        json_object_update_recursive(json.get(), more.get());
+      }
+    }
+    put(json.get(), stepsTo(name), value);
+    json_dump_file(json.get(), file.c_str(), 0);
+    try {
+      loadModel(file);
+    } catch (const ModelError& fault) {
+      return fault.what();
+    }
+    return {};
+  }
+
+  std::string refusal() const {
+    return file.string() + ": " + placeOf(GetParam().name) + ": must ";
+  }
+
+  std::filesystem::path file;
+};
+
+TEST_P(ModelKeyTest, AValueOfAnotherKindIsRefusedWithTheKeysName) {
+  EXPECT_THAT(answerTo(json_null()), StartsWith(refusal()));
+}
+
+TEST_P(ModelKeyTest, AValueOutOfBoundsIsRefusedWithTheKeysName) {
+  const ModelKey& key = GetParam();
+  if (key.kind == KeyKind::Number) {
+    EXPECT_THAT(answerTo(json_real(key.low - 0.01)), StartsWith(refusal()));
+    EXPECT_THAT(answerTo(json_real(key.high + 0.01)), StartsWith(refusal()));
+  }
+  if (key.kind == KeyKind::Whole) {
+    EXPECT_THAT(answerTo(json_integer(static_cast<json_int_t>(key.low) - 1)),
+                StartsWith(refusal()));
+    EXPECT_THAT(answerTo(json_integer(static_cast<json_int_t>(key.high) + 1)),
+                StartsWith(refusal()));
+  }
+  if (!key.choices.empty()) {
+    EXPECT_THAT(answerTo(json_string("another")), StartsWith(refusal() + "be one of "));
+  }
+}
+
+TEST_P(ModelKeyTest, AKeyThatNobodyKnowsIsRefusedWithItsName) {
+  if (GetParam().kind != KeyKind::Section) {
+    return;
+  }
+  EXPECT_EQ(answerTo(json_pack("{s:i}", "nothing", 1)),
+            file.string() + ": " + placeOf(GetParam().name) + ".nothing: is unknown");
+}
+
+std::string testNameOf(const testing::TestParamInfo<ModelKey>& info) {
+  std::string name;
+  for (const char letter : info.param.name) {
+    name += std::isalnum(static_cast<unsigned char>(letter)) != 0 ? letter : '_';
+  }
+  return name;
+}
+
+INSTANTIATE_TEST_SUITE_P(Keys, ModelKeyTest,
+                         testing::ValuesIn(modelKeys().begin(), modelKeys().end()), testNameOf);
+
+}  // namespace
+}  // namespace device
