@@ -87,7 +87,7 @@ std::optional<Person> Track::at(double time) const {
   if (time < start() || time > end()) {
     return std::nullopt;
   }
-  Person person{.id = id, .position = positionAt(time), .velocity = {}};
+  Person person{.id = id, .position = positionAt(time), .velocity = {}, .height = PERSON_HEIGHT};
   const double before = std::max(time - VELOCITY_SPAN, start());
   const double after = std::min(time + VELOCITY_SPAN, end());
   if (after > before) {
@@ -111,7 +111,7 @@ GroundPoint Track::positionAt(double time) const {
           std::lerp(from.position.y, after->position.y, share)};
 }
 
-TrackSet::TrackSet(std::vector<Track> tracks) : tracks(std::move(tracks)) {
+TrackSet::TrackSet(std::vector<Track> everybody) : tracks(std::move(everybody)) {
   std::stable_sort(tracks.begin(), tracks.end(),
                    [](const Track& a, const Track& b) { return a.start() < b.start(); });
 }

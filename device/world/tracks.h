@@ -24,11 +24,14 @@ struct TrackPoint {
   GroundPoint position;
 };
 
+inline constexpr double PERSON_HEIGHT = 1.75;  // metres from the ground to the crown
+
 // A person at one moment.
 struct Person {
   int id = 0;
   GroundPoint position;  // metres
   GroundPoint velocity;  // metres per second
+  double height = PERSON_HEIGHT;
 };
 
 // One person's way: there from its first point to its last, both included.
@@ -62,7 +65,7 @@ struct Bounds {
 class TrackSet {
  public:
   TrackSet() = default;
-  explicit TrackSet(std::vector<Track> tracks);
+  explicit TrackSet(std::vector<Track> everybody);
 
   // Reads lines of time_s,id,x_m,y_m under a heading of these names. Rows of one person need not
   // follow each other, but their times must grow. Empty lines are allowed. name appears in errors.

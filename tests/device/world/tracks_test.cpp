@@ -127,5 +127,14 @@ TEST(TrackSetTest, ReadsRecordings) {
   }
 }
 
+TEST(TrackSetTest, TracksAreOrderedByTheirStart) {
+  const TrackSet set({Track(1, {{5, {1, 1}}, {9, {2, 2}}}), Track(2, {{0, {3, 3}}, {6, {4, 4}}})});
+  ASSERT_EQ(set.getTracks().size(), 2u);
+  EXPECT_EQ(set.getTracks()[0].getId(), 2);
+  EXPECT_EQ(set.start(), 0);
+  ASSERT_EQ(set.at(3).size(), 1u);
+  EXPECT_EQ(set.at(3)[0].id, 2);
+}
+
 }  // namespace
 }  // namespace device
