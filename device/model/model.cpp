@@ -181,12 +181,50 @@ std::map<std::string, std::string> readHeadParameters(const Section& section,
   return parameters;
 }
 
-ChannelSetup readChannel(const Section& section, double mastHeight) {
+MountingError readMountingError(const Section& section) {
+  return {.pan = section.number("pan"),
+          .tilt = section.number("tilt"),
+          .roll = section.number("roll"),
+          .randomSigns = section.flag("random_signs")};
+}
+
+FrameLinkSetup readFrames(const Section& section) {
+  return {.age = section.number("age_s"),
+          .ageJitter = section.number("age_jitter_s"),
+          .lost = section.number("lost"),
+          .doubled = section.number("doubled"),
+          .swapped = section.number("swapped"),
+          .stampOffset = section.number("stamp_offset_s"),
+          .stampJitter = section.number("stamp_jitter_s")};
+}
+
+LensDistortion readDistortion(const Section& section) {
+  return {.k1 = section.number("k1"), .k2 = section.number("k2")};
+}
+
+// A lens whose picture folds before its corners shows some places twice and others never.
+void checkCorners(const Section& section, const OverviewCameraSetup& camera) {
+  const double reach = reachOf(camera.distortion);
+  if (std::isinf(reach)) {
+    return;
+  }
+  const OverviewCamera lens(camera);
+  const double halfWidth = std::tan(toRadians(lens.horizontalFov() / 2));
+  const double corner =
+      std::hypot(halfWidth, halfWidth * lens.pictureHeight() / lens.pictureWidth());
+  if (corner >= distorted(camera.distortion, reach)) {
+    section.fail("k1", "must leave the corners of each channel's picture within the lens' reach");
+  }
+}
+
+ChannelSetup readChannel(const Section& section, const Section& overview, double mastHeight) {
   ChannelSetup channel;
+  channel.mountingError = readMountingError(overview.section("mounting_error"));
+  channel.frames = readFrames(overview.section("frames"));
   channel.name = section.text("name");
   channel.movesWithHead = section.flag("moves_with_head");
   OverviewCameraSetup& camera = channel.camera;
-  camera.position = {0, 0, mastHeight};
+  camera.position = {section.number("x_m"), section.number("y_m"), mastHeight};
   camera.pan = section.number("pan");
   camera.tilt = section.number("tilt");
   camera.sensorWidth = section.whole("width");
@@ -196,6 +234,9 @@ ChannelSetup readChannel(const Section& section, double mastHeight) {
   if (camera.rotation % 90 != 0) {
     section.fail("rotation", "must be 0, 90, 180 or 270");
   }
+  const Section distortion = overview.section("distortion");
+  camera.distortion = readDistortion(distortion);
+  checkCorners(distortion, camera);
   return channel;
 }
 
@@ -221,6 +262,74 @@ void addChannelParameters(Model& model) {
   }
 }
 
+std::vector<Block> readScenery(const Section& root) {
+  std::vector<Block> scenery;
+  for (const Section& block : root.sections("scenery")) {
+    scenery.push_back({.middle = {block.number("x_m"), block.number("y_m")},
+                       .width = block.number("width_m"),
+                       .depth = block.number("depth_m"),
+                       .height = block.number("height_m"),
+                       .turn = block.number("turn")});
+  }
+  return scenery;
+}
+
+OcclusionSetup readOcclusions(const Section& section) {
+  OcclusionSetup occlusions;
+  occlusions.least = section.number("least_s");
+  occlusions.most = section.number("most_s", std::max(occlusions.least, 0.1), 60);
+  occlusions.perSecond = section.number("per_s", 0, 1 / occlusions.most);
+  return occlusions;
+}
+
+GhostSetup readGhost(const Section& section) {
+  static const std::map<std::string, GhostKind> KINDS{{"tree", GhostKind::Tree},
+                                                      {"shadow", GhostKind::Shadow},
+                                                      {"headlights", GhostKind::Headlights}};
+  GhostSetup ghost{.kind = KINDS.at(section.text("kind")),
+                   .middle = {section.number("x_m"), section.number("y_m")},
+                   .width = section.number("width_m"),
+                   .length = section.number("length_m"),
+                   .turn = section.number("turn"),
+                   .perMinute = 0,
+                   .seconds = section.number("seconds")};
+  ghost.perMinute = section.number("per_minute", 0, 60 / ghost.seconds);
+  return ghost;
+}
+
+VelocityKind velocityKindOf(const std::string& name) {
+  static const std::map<std::string, VelocityKind> KINDS{
+      {"exact", VelocityKind::True}, {"past", VelocityKind::Past}, {"none", VelocityKind::None}};
+  return KINDS.at(name);
+}
+
+DetectionSetup readDetections(const Section& section) {
+  const Section shadow = section.section("shadow");
+  DetectionSetup detections;
+  detections.vertexNoise = section.number("vertex_noise_px");
+  detections.endNoise = section.number("end_noise_px");
+  detections.missed = section.number("missed");
+  detections.missedSmall = section.number("missed_small");
+  detections.smallPixels = section.number("small_px");
+  detections.missedHidden = section.number("missed_hidden");
+  detections.leastPixels = section.number("least_px");
+  detections.hiddenByOthers = section.flag("hidden_by_others");
+  detections.mostHidden = section.number("most_hidden");
+  detections.occlusions = readOcclusions(section.section("occlusions"));
+  detections.memory = section.number("memory_s");
+  detections.newId = section.number("new_id");
+  detections.swapped = section.number("swapped");
+  detections.shadowLength = shadow.number("length");
+  detections.shadowTurn = shadow.number("turn");
+  detections.velocity = velocityKindOf(section.text("velocity"));
+  detections.velocityNoise = section.number("velocity_noise");
+  detections.velocityPictures = section.whole("velocity_pictures");
+  for (const Section& ghost : section.sections("ghosts")) {
+    detections.ghosts.push_back(readGhost(ghost));
+  }
+  return detections;
+}
+
 WorldSetup readWorld(const Section& root, const HeadSetup& head) {
   WorldSetup world;
   world.mastHeight = root.number("mast_height_m");
@@ -228,8 +337,18 @@ WorldSetup readWorld(const Section& root, const HeadSetup& head) {
   const Section stage = root.section("stage");
   world.stageDistance = stage.number("distance_m");
   world.stageTurn = stage.number("turn");
+  const Section people = root.section("people");
+  world.peopleHeight = people.number("height_m");
+  world.peopleHeightDeviation = people.number("height_deviation_m");
+  world.detections = readDetections(root.section("detections"));
+  world.scenery = readScenery(root);
+  world.scene = root.text("scene");
+  const Section survey = root.section("survey");
+  world.surveyError = {.mastHeight = survey.number("mast_height"),
+                       .offset = survey.number("offset_m")};
+  const Section overview = root.section("overview");
   for (const Section& channel : root.sections("channels")) {
-    world.channels.push_back(readChannel(channel, world.mastHeight));
+    world.channels.push_back(readChannel(channel, overview, world.mastHeight));
   }
   if (world.channels.empty() || world.channels.size() > MOST_CHANNELS) {
     root.fail("channels", "must be 1 to " + std::to_string(MOST_CHANNELS));

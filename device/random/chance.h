@@ -32,6 +32,13 @@ class Chance {
 // A seed for a part of the world.
 std::uint64_t seedFor(std::uint64_t seed, std::string_view purpose);
 
+// The chance of one of many things, always the same for the same number: what of it is asked for
+// first or never changes nothing. 0 to 1, evenly distributed.
+double evenOf(std::uint64_t seed, std::string_view purpose, std::int64_t number);
+
+// The same, normally distributed around 0 with a deviation of 1.
+double normalOf(std::uint64_t seed, std::string_view purpose, std::int64_t number);
+
 }  // namespace device
 
 #endif

@@ -31,7 +31,7 @@ void encodeObject(const FrameObject& object, int mask, SceneEncoder* encoder) {
   if ((mask & kFramePolygon) != 0) {
     encoder->addObjectProperty(SCENE_OBJ_PROP_POLYGON, flatten(object.outline));
   }
-  if ((mask & kFrameVelocity) != 0) {
+  if ((mask & kFrameVelocity) != 0 && object.hasVelocity) {
     encoder->addObjectProperty(SCENE_OBJ_PROP_VELOCITY, flatten({&object.velocity, 1}));
   }
   if ((mask & kFrameLowConfident) != 0) {

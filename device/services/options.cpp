@@ -2,10 +2,12 @@
 
 #include <glib.h>
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
 #include "services/glib_ptr.h"
+#include "world/scenes.h"
 
 namespace device {
 
@@ -25,6 +27,7 @@ struct Raw {
   char* models = nullptr;
   char* tracks = nullptr;
   gboolean asRecorded = FALSE;
+  char* scene = nullptr;
   char* transport = nullptr;
   double duration = 0;
   gint64 seed = 1;
@@ -46,20 +49,29 @@ struct Raw {
   Raw(const Raw&) = delete;
   Raw& operator=(const Raw&) = delete;
   ~Raw() {
-    for (char* text : {model, models, tracks, transport, report, daemon, listen, port, user,
+    for (char* text : {model, models, tracks, scene, transport, report, daemon, listen, port, user,
                        passwordFile, web, mqtt}) {
       g_free(text);
     }
   }
 };
 
+std::string choicesOf(const std::vector<std::string>& names) {
+  std::string choices;
+  for (const std::string& name : names) choices += (choices.empty() ? "" : "|") + name;
+  return choices;
+}
+
 void parse(const std::vector<std::string>& arguments, Raw* raw) {
+  const std::string sceneChoices = choicesOf(sceneNames());
   const std::vector<GOptionEntry> entries = {
       {"model", 0, 0, G_OPTION_ARG_STRING, &raw->model, "Model by name, or its file", "NAME"},
       {"models", 0, 0, G_OPTION_ARG_FILENAME, &raw->models, "Folder of the models", "DIR"},
       {"tracks", 0, 0, G_OPTION_ARG_FILENAME, &raw->tracks, "Recording of people to play", "FILE"},
       {"as-recorded", 0, 0, G_OPTION_ARG_NONE, &raw->asRecorded,
        "Play it without adding rests in which nobody is there", nullptr},
+      {"scene", 0, 0, G_OPTION_ARG_STRING, &raw->scene,
+       "Where people walk and who they are (as the model says)", sceneChoices.c_str()},
       {"transport", 0, 0, G_OPTION_ARG_STRING, &raw->transport, "How scene frames are offered",
        "socket|module"},
       {"duration", 0, 0, G_OPTION_ARG_DOUBLE, &raw->duration, "End after this time (0: never)",
@@ -105,6 +117,10 @@ void check(const Raw& raw) {
   if (!transport.empty() && transport != "socket" && transport != "module") {
     throw OptionError("--transport is socket or module");
   }
+  const std::vector<std::string> scenes = sceneNames();
+  if (raw.scene != nullptr && std::ranges::find(scenes, std::string(raw.scene)) == scenes.end()) {
+    throw OptionError("--scene is one of " + choicesOf(scenes));
+  }
   if (!std::isfinite(raw.duration) || raw.duration < 0) {
     throw OptionError("--duration is a time of 0 or more");
   }
@@ -137,6 +153,7 @@ Options parseOptions(const std::vector<std::string>& arguments) {
   if (raw.model != nullptr) options.model = raw.model;
   options.models = raw.models != nullptr ? raw.models : DEVICE_MODELS;
   if (raw.tracks != nullptr) options.tracks = raw.tracks;
+  if (raw.scene != nullptr) options.scene = raw.scene;
   options.asRecorded = raw.asRecorded != FALSE;
   if (raw.transport != nullptr) options.transport = raw.transport;
   options.duration = raw.duration;

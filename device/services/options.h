@@ -18,6 +18,7 @@ struct Options {
   std::filesystem::path models;
   std::optional<std::filesystem::path> tracks;  // the product's own people without
   bool asRecorded = false;                      // no rests are added to the tracks
+  std::string scene;                            // where people walk; empty: what the model says
   std::string transport;                        // "socket" or "module"; empty: what the model says
   bool log = true;                              // the device is the system log, too
   double duration = 0;                          // seconds, 0 for no end

@@ -39,8 +39,10 @@ VirtualDevice::VirtualDevice(Options options, const DevicePaths& paths, GDBusCon
       start_(g_get_monotonic_time()),
       console_(options_.quiet),
       report_(runInfo()),
-      world_(model_.world,
-             {.tracks = options_.tracks, .asRecorded = options_.asRecorded, .seed = options_.seed}),
+      world_(model_.world, {.tracks = options_.tracks,
+                            .asRecorded = options_.asRecorded,
+                            .seed = options_.seed,
+                            .scene = options_.scene}),
       drive_(model_.head, g_get_monotonic_time, options_.seed),
       parameterStore_(model_.parameters),
       objects_(model_.world.channels.size()),
@@ -145,6 +147,7 @@ ApplicationMonitor::Callbacks VirtualDevice::monitorCallbacks() {
 
 void VirtualDevice::stepHead() {
   ptz_.update();
+  handOutFrames();
   sampleDue_ = !sampleDue_;
   if (!sampleDue_) return;
   const double now = secondsSinceStart();
@@ -155,13 +158,21 @@ void VirtualDevice::sendFrames() {
   world_.followHead(drive_.head().status());
   for (int channel = 0; channel < world_.channelCount(); ++channel) {
     const std::int64_t time = g_get_monotonic_time();
-    const Frame frame = world_.frame(channel, static_cast<double>(time - start_) / kSecond, time);
-    const auto encode = [&frame](int mask) { return encodeFrame(frame, mask); };
-    scenes_.publish(channel, time, encode);
-    subscribers_.publish(channel, time, encode);
-    report_.frameSent();
-    web_->frame(static_cast<double>(time - start_) / kSecond, channel, frame);
-    objects_[static_cast<std::size_t>(channel)] = static_cast<int>(frame.objects.size());
+    objects_[static_cast<std::size_t>(channel)] =
+        world_.sendFrame(channel, static_cast<double>(time - start_) / kSecond, time);
+  }
+  handOutFrames();
+}
+
+void VirtualDevice::handOutFrames() {
+  for (int channel = 0; channel < world_.channelCount(); ++channel) {
+    for (const Frame& frame : world_.receivedFrames(channel, secondsSinceStart())) {
+      const auto encode = [&frame](int mask) { return encodeFrame(frame, mask); };
+      scenes_.publish(channel, frame.timestamp, encode);
+      subscribers_.publish(channel, frame.timestamp, encode);
+      report_.frameSent();
+      web_->frame(static_cast<double>(frame.timestamp - start_) / kSecond, channel, frame);
+    }
   }
 }
 

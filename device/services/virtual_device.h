@@ -68,6 +68,7 @@ class VirtualDevice {
 
   void stepHead();
   void sendFrames();
+  void handOutFrames();
   void showStatus();
   void logLine(const SyslogLine& line);
   void drainLog();

@@ -12,11 +12,11 @@ namespace {
 
 constexpr double MERGE_OVERLAP = 0.5;  // of the smaller box: from here on two people are one object
 constexpr double PART_OVERLAP = 0.25;  // below it they are two again
-constexpr double NOISE_PIXELS = 0.8;   // standard deviation of a vertex, each way
-constexpr double VELOCITY_NOISE = 0.02;  // standard deviation, share of the velocity
-constexpr double EDGE_ZONE = 0.02;       // within it of the picture's edge confidence is low
+constexpr double EDGE_ZONE = 0.02;     // within it of the picture's edge confidence is low
 constexpr double LEAST_CONFIDENCE = 0.25;
+constexpr double LONG_GAP = 0.4;  // seconds; after a shorter one nobody gets a new id
 constexpr double UNIT = 4096;
+constexpr double MICROSECONDS = 1e6;  // in a second
 
 std::int32_t toUnits(double value) {
   return static_cast<std::int32_t>(std::lround(value * UNIT));
@@ -61,38 +61,97 @@ std::int32_t confidenceOf(const PictureBox& box) {
 
 }  // namespace
 
-Analytics::Analytics(std::uint64_t seed) : random(seed) {}
+Analytics::Analytics(std::uint64_t seed, const DetectionSetup& setup, std::vector<Block> scenery,
+                     std::uint64_t runSeed)
+    : setup(setup),
+      random(seed),
+      chance(seed, "analytics"),
+      detector(setup, std::move(scenery), runSeed, seed),
+      ghosts(setup.ghosts, runSeed),
+      pastVelocity(setup.velocityPictures) {}
 
 Frame Analytics::observe(const OverviewCamera& camera, std::span<const Person> people,
                          std::int64_t timestamp) {
-  Seen seen;
-  for (const Person& person : people) {
-    if (std::optional<Silhouette> silhouette = silhouetteOf(camera, person)) {
-      seen.emplace(person.id, std::move(*silhouette));
-    }
-  }
+  return observe(camera, people, timestamp, static_cast<double>(timestamp) / MICROSECONDS);
+}
+
+Frame Analytics::observe(const OverviewCamera& camera, std::span<const Person> people,
+                         std::int64_t timestamp, double now) {
+  Seen seen = detected(camera, people, now);
+  addGhosts(camera, now, seen);
   Frame frame{.timestamp = timestamp, .objects = {}, .events = {}};
-  forgetLeavers(seen, frame);
+  forgetLeavers(seen, now, frame);
   if (!splitParted(seen, frame)) {
     mergeOverlapping(seen,
                      frame);  // else in the next picture: no object is split and merged in one
   }
   addNewcomers(seen);
+  swapParted(seen);
   for (const Tracked& tracked : trackedObjects) {
-    frame.objects.push_back(describe(camera, tracked, seen));
+    frame.objects.push_back(describe(camera, tracked, seen, now));
   }
   return frame;
 }
 
-void Analytics::forgetLeavers(const Seen& seen, Frame& frame) {
+Analytics::Seen Analytics::detected(const OverviewCamera& camera, std::span<const Person> people,
+                                    double now) {
+  Seen seen;
+  for (const Person& person : people) {
+    if (std::optional<Silhouette> silhouette = detector.detect(camera, person, people, now)) {
+      seen.emplace(person.id, std::move(*silhouette));
+    }
+  }
+  return seen;
+}
+
+void Analytics::addGhosts(const OverviewCamera& camera, double now, Seen& seen) {
+  for (Ghost& ghost : ghosts.at(camera, now)) {
+    std::vector<PicturePoint> outline = clippedToPicture(ghost.outline);
+    if (!outline.empty()) {
+      const PictureBox box = boxOf(outline);
+      seen.emplace(ghost.id, Silhouette{std::move(outline), box, ghost.velocity});
+    }
+  }
+}
+
+// Those who are detected again are the objects that they were, or new ones; gone are the ids that
+// end thereby, or because nobody came back in time.
+void Analytics::recallMissing(const Seen& seen, double now, std::vector<std::int32_t>& gone) {
+  std::vector<Missing> still;
+  for (Missing& missing : missingObjects) {
+    const double gap = now - missing.since;
+    const bool isBack = std::any_of(missing.tracked.people.begin(), missing.tracked.people.end(),
+                                    [&](int person) { return seen.contains(person); });
+    if (isBack && !(gap >= LONG_GAP && chance.happens(setup.newId))) {
+      trackedObjects.push_back(std::move(missing.tracked));
+    } else if (isBack || gap > setup.memory) {
+      gone.push_back(missing.tracked.id);
+    } else {
+      still.push_back(std::move(missing));
+    }
+  }
+  missingObjects = std::move(still);
+}
+
+void Analytics::forgetLeavers(const Seen& seen, double now, Frame& frame) {
   FrameEvent gone{.action = FrameAction::Delete, .from = {}, .to = {}};
+  recallMissing(seen, now, gone.from);
   for (Tracked& tracked : trackedObjects) {
+    const std::vector<int> before = tracked.people;
     std::erase_if(tracked.people, [&](int person) { return !seen.contains(person); });
-    if (tracked.people.empty()) {
+    if (!tracked.people.empty()) {
+      continue;
+    }
+    if (setup.memory > 0) {
+      missingObjects.push_back({{tracked.id, before}, now});
+    } else {
       gone.from.push_back(tracked.id);
     }
   }
   std::erase_if(trackedObjects, [](const Tracked& tracked) { return tracked.people.empty(); });
+  for (const std::int32_t id : gone.from) {
+    pastVelocity.forget(id);
+  }
   if (!gone.from.empty()) {
     frame.events.push_back(std::move(gone));
   }
@@ -162,6 +221,38 @@ void Analytics::addNewcomers(const Seen& seen) {
   }
 }
 
+// Two whose boxes touched and who are objects of their own now may have been mistaken for each
+// other.
+void Analytics::swapParted(const Seen& seen) {
+  if (setup.swapped <= 0) {
+    return;
+  }
+  std::set<Pair> touching;
+  for (auto one = seen.begin(); one != seen.end(); ++one) {
+    for (auto other = std::next(one); other != seen.end(); ++other) {
+      if (overlap(one->second.box, other->second.box) > 0) {
+        touching.insert({one->first, other->first});
+      }
+    }
+  }
+  for (const Pair& pair : together) {
+    Tracked* one = aloneTrackedOf(pair.first);
+    Tracked* other = aloneTrackedOf(pair.second);
+    if (one && other && !touching.contains(pair) && chance.happens(setup.swapped)) {
+      std::swap(one->id, other->id);
+    }
+  }
+  together = std::move(touching);
+}
+
+Analytics::Tracked* Analytics::aloneTrackedOf(int person) {
+  const auto found =
+      std::find_if(trackedObjects.begin(), trackedObjects.end(), [&](const Tracked& tracked) {
+        return tracked.people.size() == 1 && tracked.people.front() == person;
+      });
+  return found == trackedObjects.end() ? nullptr : &*found;
+}
+
 bool Analytics::isTracked(int person) const {
   return std::any_of(trackedObjects.begin(), trackedObjects.end(),
                      [person](const Tracked& tracked) {
@@ -171,7 +262,7 @@ bool Analytics::isTracked(int person) const {
 }
 
 FrameObject Analytics::describe(const OverviewCamera& camera, const Tracked& tracked,
-                                const Seen& seen) {
+                                const Seen& seen, double now) {
   const std::vector<PicturePoint> upright = outlineOf(camera, tracked, seen);
   std::vector<PicturePoint> outline;
   std::transform(upright.begin(), upright.end(), std::back_inserter(outline),
@@ -187,16 +278,30 @@ FrameObject Analytics::describe(const OverviewCamera& camera, const Tracked& tra
     object.confidence = std::min(object.confidence, confidenceOf(seen.at(person).box));
   }
 
+  object.hasVelocity = setup.velocity != VelocityKind::None;
+  object.velocity = toFramePoint(camera.toScene(velocityOf(tracked, seen, upright, now)));
+  return object;
+}
+
+PicturePoint Analytics::velocityOf(const Tracked& tracked, const Seen& seen,
+                                   std::span<const PicturePoint> upright, double now) {
+  if (setup.velocity == VelocityKind::None) {
+    return {};
+  }
   PicturePoint velocity;
   for (const int person : tracked.people) {
     velocity.x += seen.at(person).velocity.x / static_cast<double>(tracked.people.size());
     velocity.y += seen.at(person).velocity.y / static_cast<double>(tracked.people.size());
   }
-  std::normal_distribution<double> factor(1, VELOCITY_NOISE);
+  if (setup.velocity == VelocityKind::Past) {
+    const PictureBox box = boxOf(upright);
+    velocity = pastVelocity.observe(tracked.id, now,
+                                    {(box.low.x + box.high.x) / 2, (box.low.y + box.high.y) / 2});
+  }
+  std::normal_distribution<double> factor(1, setup.velocityNoise);
   velocity.x *= factor(random);
   velocity.y *= factor(random);
-  object.velocity = toFramePoint(camera.toScene(velocity));
-  return object;
+  return velocity;
 }
 
 // The noisy outline in the upright picture.
@@ -212,13 +317,34 @@ std::vector<PicturePoint> Analytics::outlineOf(const OverviewCamera& camera, con
     outline = hullOf(std::move(outline));
   }
   outline = withFitCount(std::move(outline));
-  std::normal_distribution<double> noise(0, NOISE_PIXELS);
+  shiftEnds(camera, outline);
+  std::normal_distribution<double> noise(0, setup.vertexNoise);
   for (PicturePoint& point : outline) {
     point.x += noise(random) * 2 / camera.pictureWidth();
     point.y += noise(random) * 2 / camera.pictureHeight();
     point = {std::clamp(point.x, -1.0, 1.0), std::clamp(point.y, -1.0, 1.0)};
   }
   return outline;
+}
+
+// Foot and head are each seen a little beside where they are; what is between follows.
+void Analytics::shiftEnds(const OverviewCamera& camera, std::vector<PicturePoint>& outline) {
+  if (setup.endNoise <= 0) {
+    return;
+  }
+  const auto shift = [&] {
+    const double x = chance.normal(setup.endNoise) * 2 / camera.pictureWidth();
+    const double y = chance.normal(setup.endNoise) * 2 / camera.pictureHeight();
+    return PicturePoint{x, y};
+  };
+  const PicturePoint foot = shift();
+  const PicturePoint head = shift();
+  const PictureBox box = boxOf(outline);
+  for (PicturePoint& point : outline) {
+    const double share = box.height() > 0 ? (point.y - box.low.y) / box.height() : 0;
+    point.x += std::lerp(foot.x, head.x, share);
+    point.y += std::lerp(foot.y, head.y, share);
+  }
 }
 
 }  // namespace device

@@ -20,6 +20,7 @@ struct FrameObject {
   std::array<FramePoint, 4> box{};  // corners: bottom left, top left, top right, bottom right
   std::vector<FramePoint> outline;  // 8 to 24 vertices, not closed, within the picture
   FramePoint velocity;              // Q12 per second
+  bool hasVelocity = true;          // the analytics report it
   std::int32_t confidence = 4096;   // 0 to 4096
 
   bool operator==(const FrameObject&) const = default;

@@ -11,12 +11,26 @@ struct Axes {
   SpacePoint up;
 };
 
+SpacePoint sum(const SpacePoint& a, double weightA, const SpacePoint& b, double weightB) {
+  return {a.x * weightA + b.x * weightB, a.y * weightA + b.y * weightB,
+          a.z * weightA + b.z * weightB};
+}
+
+// Turned about the optical axis.
+Axes rolled(const Axes& axes, double roll) {
+  return {.right = sum(axes.right, std::cos(roll), axes.up, -std::sin(roll)),
+          .forward = axes.forward,
+          .up = sum(axes.up, std::cos(roll), axes.right, std::sin(roll))};
+}
+
 Axes axesOf(const OverviewCameraSetup& setup) {
   const double pan = toRadians(setup.pan);
   const double tilt = toRadians(setup.tilt);
-  return {.right = {std::cos(pan), -std::sin(pan), 0},
-          .forward = unitVector({setup.pan, setup.tilt}),
-          .up = {-std::sin(pan) * std::sin(tilt), -std::cos(pan) * std::sin(tilt), std::cos(tilt)}};
+  const Axes level{
+      .right = {std::cos(pan), -std::sin(pan), 0},
+      .forward = unitVector({setup.pan, setup.tilt}),
+      .up = {-std::sin(pan) * std::sin(tilt), -std::cos(pan) * std::sin(tilt), std::cos(tilt)}};
+  return setup.roll == 0 ? level : rolled(level, toRadians(setup.roll));
 }
 
 double dot(const SpacePoint& a, const SpacePoint& b) {
@@ -30,7 +44,8 @@ bool liesOnSide(int rotation) {
 
 }  // namespace
 
-OverviewCamera::OverviewCamera(const OverviewCameraSetup& setup) : setup(setup) {
+OverviewCamera::OverviewCamera(const OverviewCameraSetup& setup)
+    : setup(setup), reach(reachOf(setup.distortion)) {
   pointAt({setup.pan, setup.tilt}, setup.horizontalFov);
 }
 
@@ -65,13 +80,28 @@ std::optional<PicturePoint> OverviewCamera::project(const SpacePoint& point) con
   if (depth < NEAREST) {
     return std::nullopt;
   }
-  return PicturePoint{dot(ray, axes.right) / depth / tanX, dot(ray, axes.up) / depth / tanY};
+  const double x = dot(ray, axes.right) / depth;
+  const double y = dot(ray, axes.up) / depth;
+  if (setup.distortion.isOff()) {
+    return PicturePoint{x / tanX, y / tanY};
+  }
+  const double r = std::hypot(x, y);
+  if (r >= reach) {
+    return std::nullopt;
+  }
+  const double scale = r > 0 ? distorted(setup.distortion, r) / r : 1;
+  return PicturePoint{x * scale / tanX, y * scale / tanY};
 }
 
 Direction OverviewCamera::lineOfSight(const PicturePoint& point) const {
   const Axes axes = axesOf(setup);
-  const double x = point.x * tanX;
-  const double y = point.y * tanY;
+  double x = point.x * tanX;
+  double y = point.y * tanY;
+  if (const double r = std::hypot(x, y); r > 0 && !setup.distortion.isOff()) {
+    const double scale = undistorted(setup.distortion, r) / r;
+    x *= scale;
+    y *= scale;
+  }
   return directionOf({axes.forward.x + x * axes.right.x + y * axes.up.x,
                       axes.forward.y + x * axes.right.y + y * axes.up.y,
                       axes.forward.z + x * axes.right.z + y * axes.up.z});

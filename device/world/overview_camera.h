@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "world/direction.h"
+#include "world/lens_distortion.h"
 
 namespace device {
 
@@ -14,10 +15,12 @@ struct OverviewCameraSetup {
   SpacePoint position;  // metres
   double pan = 0;       // degrees, the optical axis in the head's angles
   double tilt = 0;
+  double roll = 0;         // degrees, clockwise as seen from behind
   int sensorWidth = 1920;  // pixels, before rotation
   int sensorHeight = 1080;
-  double horizontalFov = 0;  // degrees across the upright picture's width
+  double horizontalFov = 0;  // degrees across the upright picture's width, but for the distortion
   int rotation = 0;          // 0, 90, 180 or 270
+  LensDistortion distortion;
 };
 
 // A point of a picture: -1 to 1 from left to right and from bottom to top.
@@ -26,7 +29,7 @@ struct PicturePoint {
   double y = 0;
 };
 
-// A pinhole camera with square pixels.
+// A pinhole camera with square pixels, but for the distortion of its lens.
 class OverviewCamera {
  public:
   explicit OverviewCamera(const OverviewCameraSetup& setup);
@@ -42,7 +45,7 @@ class OverviewCamera {
   void pointAt(const Direction& axis, double horizontalFov = 0);
 
   // Where a point of the world appears in the upright picture, also beyond its edges; nothing for
-  // a point that is not in front of the lens.
+  // a point that is not in front of the lens, or so far out that the lens cannot show it.
   std::optional<PicturePoint> project(const SpacePoint& point) const;
 
   // The line of sight of a point of the upright picture, in the head's angles.
@@ -56,6 +59,7 @@ class OverviewCamera {
 
  private:
   OverviewCameraSetup setup;
+  double reach;     // of the lens, in focal lengths
   double tanX = 0;  // tangent of half the field angle across the upright picture
   double tanY = 0;
 };

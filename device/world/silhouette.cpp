@@ -74,7 +74,35 @@ double turn(const PicturePoint& a, const PicturePoint& b, const PicturePoint& c)
   return (b.x - a.x) * (c.y - a.y) - (b.y - a.y) * (c.x - a.x);
 }
 
-std::optional<Outline> bodyOutline(const OverviewCamera& camera, const GroundPoint& place) {
+// The body as seen from the front, metres, between two heights.
+std::vector<BodyPoint> bodyBetween(double height, double low, double high) {
+  std::vector<BodyPoint> body;
+  for (const BodyPoint& point : BODY) {
+    body.push_back({point.across, point.up * (height / PERSON_HEIGHT)});
+  }
+  if (low <= 0 && high >= height) {
+    return body;
+  }
+  if (low >= high) {
+    return {};
+  }
+  // What lies beyond is folded onto the edge, which keeps the outline closed.
+  for (BodyPoint& point : body) {
+    point.up = std::clamp(point.up, low, high);
+  }
+  return body;
+}
+
+// Where the shadow of a body's point falls.
+SpacePoint shadowOf(const SpacePoint& point, const Appearance& appearance) {
+  const double way = point.z * appearance.shadowLength;
+  const double turn = toRadians(appearance.shadowTurn);
+  return {point.x + way * std::sin(turn), point.y + way * std::cos(turn), 0};
+}
+
+std::optional<Outline> bodyOutline(const OverviewCamera& camera, const Person& person,
+                                   const Appearance& appearance) {
+  const GroundPoint& place = person.position;
   const SpacePoint& lens = camera.getSetup().position;
   const double distance = std::hypot(place.x - lens.x, place.y - lens.y);
   if (distance == 0) {
@@ -84,22 +112,31 @@ std::optional<Outline> bodyOutline(const OverviewCamera& camera, const GroundPoi
   const double alongX = (place.y - lens.y) / distance;
   const double alongY = -(place.x - lens.x) / distance;
   Outline outline;
-  for (const BodyPoint& point : BODY) {
-    const std::optional<PicturePoint> seen = camera.project(
-        {place.x + point.across * alongX, place.y + point.across * alongY, point.up});
+  for (const BodyPoint& point : bodyBetween(person.height, appearance.low, appearance.high)) {
+    const SpacePoint there{place.x + point.across * alongX, place.y + point.across * alongY,
+                           point.up};
+    const std::optional<PicturePoint> seen = camera.project(there);
     if (!seen) {
       return std::nullopt;
     }
     outline.push_back(*seen);
+    if (appearance.shadowLength > 0) {
+      if (const auto shadow = camera.project(shadowOf(there, appearance))) {
+        outline.push_back(*shadow);
+      }
+    }
   }
-  return outline;
+  if (outline.empty()) {
+    return std::nullopt;
+  }
+  return appearance.shadowLength > 0 ? hullOf(std::move(outline)) : outline;
 }
 
 PicturePoint velocityOf(const OverviewCamera& camera, const Person& person) {
   constexpr double SPAN = 0.05;  // seconds
   const auto middleAfter = [&](double seconds) {
     return camera.project({person.position.x + person.velocity.x * seconds,
-                           person.position.y + person.velocity.y * seconds, PERSON_HEIGHT / 2});
+                           person.position.y + person.velocity.y * seconds, person.height / 2});
   };
   const std::optional<PicturePoint> from = middleAfter(-SPAN);
   const std::optional<PicturePoint> to = middleAfter(SPAN);
@@ -161,8 +198,9 @@ double overlap(const PictureBox& a, const PictureBox& b) {
   return width * height / smaller;
 }
 
-std::optional<Silhouette> silhouetteOf(const OverviewCamera& camera, const Person& person) {
-  const std::optional<Outline> whole = bodyOutline(camera, person.position);
+std::optional<Silhouette> silhouetteOf(const OverviewCamera& camera, const Person& person,
+                                       const Appearance& appearance) {
+  const std::optional<Outline> whole = bodyOutline(camera, person, appearance);
   if (!whole) {
     return std::nullopt;
   }

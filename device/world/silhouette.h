@@ -2,6 +2,7 @@
 #define DEVICE_WORLD_SILHOUETTE_H
 
 #include <cstddef>
+#include <limits>
 #include <optional>
 #include <span>
 #include <vector>
@@ -11,8 +12,7 @@
 
 namespace device {
 
-inline constexpr double PERSON_WIDTH = 0.5;    // metres across the shoulders
-inline constexpr double PERSON_HEIGHT = 1.75;  // metres from the ground to the crown
+inline constexpr double PERSON_WIDTH = 0.5;  // metres across the shoulders
 
 inline constexpr std::size_t FEWEST_VERTICES = 8;
 inline constexpr std::size_t MOST_VERTICES = 24;
@@ -40,9 +40,18 @@ struct Silhouette {
   PicturePoint velocity;              // of the person's middle, per second
 };
 
+// What of a person is seen, and what more is taken for it.
+struct Appearance {
+  double low = 0;  // metres above the ground: nothing below and above is seen
+  double high = std::numeric_limits<double>::infinity();
+  double shadowLength = 0;  // metres on the ground for each metre of height; 0 for no shadow
+  double shadowTurn = 0;    // degrees, the direction in which it falls, as pan
+};
+
 // What a camera sees of a person. Nothing when less than a tenth of the person's box is in the
-// picture.
-std::optional<Silhouette> silhouetteOf(const OverviewCamera& camera, const Person& person);
+// picture. The velocity is that of the whole person.
+std::optional<Silhouette> silhouetteOf(const OverviewCamera& camera, const Person& person,
+                                       const Appearance& appearance = {});
 
 // The part of an outline that lies within the picture (-1 to 1 both ways); empty when there is
 // none.

@@ -14,17 +14,30 @@ GroundPoint Placement::apply(const GroundPoint& point) const {
 }
 
 Person Placement::apply(const Person& person) const {
-  return {.id = person.id, .position = apply(person.position), .velocity = turn(person.velocity)};
+  return {.id = person.id,
+          .position = apply(person.position),
+          .velocity = turn(person.velocity),
+          .height = person.height};
 }
 
 GroundPoint Placement::turn(const GroundPoint& vector) const {
   return {cosine * vector.x - sine * vector.y, sine * vector.x + cosine * vector.y};
 }
 
+Placement placementAround(const GroundPoint& mast, const GroundPoint& home, double homePan) {
+  const double pan = toDegrees(std::atan2(home.x - mast.x, home.y - mast.y));
+  return Placement(mast, {0, 0}, pan - homePan);
+}
+
 Stage::Stage(std::vector<double> pans, double distance, double turn)
     : pans(std::move(pans)), distance(distance), turn(turn) {}
 
+Stage::Stage(const Placement& placement) : placement(placement) {}
+
 Placement Stage::placementFor(const Bounds& bounds, int number) const {
+  if (placement) {
+    return *placement;
+  }
   const double pan = pans[static_cast<std::size_t>(number) % pans.size()];
   const GroundPoint middle{(bounds.low.x + bounds.high.x) / 2, (bounds.low.y + bounds.high.y) / 2};
   const GroundPoint place{distance * std::sin(toRadians(pan)), distance * std::cos(toRadians(pan))};

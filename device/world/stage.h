@@ -1,6 +1,7 @@
 #ifndef DEVICE_WORLD_STAGE_H
 #define DEVICE_WORLD_STAGE_H
 
+#include <optional>
 #include <vector>
 
 #include "world/tracks.h"
@@ -28,6 +29,10 @@ class Placement {
   double sine = 0;
 };
 
+// Puts a recording around the mast: one of its points comes to lie at the mast's foot, and another
+// in the direction in which the head looks at home (degrees).
+Placement placementAround(const GroundPoint& mast, const GroundPoint& home, double homePan);
+
 // Where people walk: a place in front of each overview camera. A recording keeps its scale; the
 // middle of its bounding box is put at the stage's distance on the axis of the camera whose turn it
 // is.
@@ -38,14 +43,18 @@ class Stage {
   // camera's axis.
   Stage(std::vector<double> pans, double distance, double turn);
 
+  // The same placement for every turn.
+  explicit Stage(const Placement& placement);
+
   // The placement, for the turn of a number (from 0, going round the cameras), of a recording with
   // these bounds.
   Placement placementFor(const Bounds& bounds, int number) const;
 
  private:
   std::vector<double> pans;
-  double distance;
-  double turn;
+  double distance = 0;
+  double turn = 0;
+  std::optional<Placement> placement;
 };
 
 }  // namespace device

@@ -4,14 +4,22 @@
 #include <string>
 #include <vector>
 
+#include "world/detection_setup.h"
+#include "world/frame_link.h"
+#include "world/mounting.h"
 #include "world/overview_camera.h"
+#include "world/scenery.h"
+#include "world/survey.h"
+#include "world/tracks.h"
 
 namespace device {
 
 // One video channel.
 struct ChannelSetup {
   std::string name;
-  OverviewCameraSetup camera;
+  OverviewCameraSetup camera;  // as the parameters say, but for its place, which is the truth
+  MountingError mountingError;
+  FrameLinkSetup frames;
   bool movesWithHead = false;  // the channel's lens sits on the head and looks where it looks
 };
 
@@ -22,6 +30,13 @@ struct WorldSetup {
   double stageDistance = 0;  // metres from the mast's foot to the middle of where people walk
   double stageTurn = 0;      // degrees by which recordings are turned against a camera's axis
   std::vector<ChannelSetup> channels;
+  SurveyError surveyError;
+
+  double peopleHeight = PERSON_HEIGHT;  // metres, mean
+  double peopleHeightDeviation = 0;     // metres
+  DetectionSetup detections;
+  std::vector<Block> scenery;
+  std::string scene = "square";  // one of sceneNames()
 };
 
 }  // namespace device

@@ -36,6 +36,11 @@ constexpr Need NEEDS[] = {
     {"head.zoom.table[]",
      R"({"head": {"zoom": {"curve": "table",
                            "table": [{"position": 0, "field": 60}, {"position": 1, "field": 3}]}}})"},
+    {"scenery[]", R"({"scenery": [{"x_m": 0, "y_m": 9, "width_m": 5, "depth_m": 2,
+                                   "height_m": 2}]})"},
+    {"detections.ghosts[]",
+     R"({"detections": {"ghosts": [{"kind": "tree", "x_m": 0, "y_m": 9, "width_m": 2,
+                                    "length_m": 5, "per_minute": 1}]}})"},
     {"head.pan.low", R"({"head": {"pan": {"endless": false, "low": -170, "high": 170}}})"},
     {"head.pan.high", R"({"head": {"pan": {"endless": false, "low": -170, "high": 170}}})"},
 };

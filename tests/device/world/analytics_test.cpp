@@ -5,7 +5,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 #include <set>
+#include <utility>
 
 namespace device {
 namespace {
@@ -308,6 +310,227 @@ TEST_F(AnalyticsTest, RandomWalksKeepTheBooksInOrder) {
     highest = known.empty() ? highest : std::max(highest, *known.rbegin());
   }
   EXPECT_GT(highest, 50);
+}
+
+// One camera's analytics with flaws, asked ten times a second.
+class FlawedAnalyticsTest : public testing::Test {
+ protected:
+  FlawedAnalyticsTest() {
+    setup.vertexNoise = 0;
+    setup.velocityNoise = 0;
+  }
+
+  void begin(std::uint64_t seed = 1) { analytics.emplace(seed, setup); }
+
+  Frame see(const std::vector<Person>& people) {
+    time += 100000;
+    return analytics->observe(camera, people, time);
+  }
+
+  static Person at(double x, double y = 40, GroundPoint velocity = {}) {
+    return {1, {x, y}, velocity};
+  }
+
+  OverviewCamera camera = cameraOf();
+  DetectionSetup setup;
+  std::optional<Analytics> analytics;
+  std::int64_t time = 0;
+};
+
+// Pixels of foot and head beside where they are.
+TEST_F(FlawedAnalyticsTest, FootAndHeadAreNoisyEachByItself) {
+  setup.endNoise = 3;
+  begin();
+  const auto real = silhouetteOf(camera, at(0));
+  ASSERT_TRUE(real);
+  constexpr int PICTURES = 4000;
+  double foot = 0;
+  double head = 0;
+  double together = 0;
+  for (int i = 0; i < PICTURES; ++i) {
+    const Frame frame = see({at(0)});
+    ASSERT_EQ(frame.objects.size(), 1u);
+    const double footOff = (frame.objects[0].box[0].y / 4096.0 - real->box.low.y) * 540;
+    const double headOff = (frame.objects[0].box[1].y / 4096.0 - real->box.high.y) * 540;
+    foot += footOff * footOff / PICTURES;
+    head += headOff * headOff / PICTURES;
+    together += footOff * headOff / PICTURES;
+  }
+  EXPECT_NEAR(std::sqrt(foot), 3, 0.15);
+  EXPECT_NEAR(std::sqrt(head), 3, 0.15);
+  EXPECT_NEAR(together, 0, 0.6);
+}
+
+TEST_F(FlawedAnalyticsTest, VertexNoiseIsAsLargeAsTold) {
+  setup.vertexNoise = 2;
+  begin();
+  const auto real = silhouetteOf(camera, at(0));
+  ASSERT_TRUE(real);
+  ASSERT_EQ(real->outline.size(), 16u);
+  double squares = 0;
+  for (int i = 0; i < 1000; ++i) {
+    const FrameObject object = see({at(0)}).objects.at(0);
+    for (std::size_t vertex = 0; vertex < 16; ++vertex) {
+      const double off = (object.outline[vertex].x / 4096.0 - real->outline[vertex].x) * 960;
+      squares += off * off / 16000;
+    }
+  }
+  EXPECT_NEAR(std::sqrt(squares), 2, 0.05);
+}
+
+// The gaps of somebody who is missed now and then, with a memory that is longer.
+TEST_F(FlawedAnalyticsTest, WhoIsMissedKeepsItsIdForTheMemory) {
+  setup.missed = 0.2;
+  setup.memory = 3;
+  begin();
+  int pictures = 0;
+  for (int i = 0; i < 1000; ++i) {
+    const Frame frame = see({at(0)});
+    EXPECT_THAT(frame.events, IsEmpty());
+    if (!frame.objects.empty()) {
+      EXPECT_THAT(idsOf(frame), ElementsAre(1));
+      ++pictures;
+    }
+  }
+  EXPECT_NEAR(pictures, 800, 40);
+}
+
+TEST_F(FlawedAnalyticsTest, WhoStaysAwayForLongerIsDeleted) {
+  setup.memory = 1;
+  begin();
+  see({at(0)});
+  for (int i = 0; i < 11; ++i) {
+    EXPECT_THAT(see({}).events, IsEmpty()) << i;
+  }
+  const Frame late = see({});
+  ASSERT_THAT(late.events, SizeIs(1));
+  EXPECT_EQ(late.events[0].action, FrameAction::Delete);
+  EXPECT_THAT(late.events[0].from, ElementsAre(1));
+  EXPECT_THAT(idsOf(see({at(0)})), ElementsAre(2));
+}
+
+TEST_F(FlawedAnalyticsTest, AfterAGapTheIdMayBeNew) {
+  setup.memory = 3;
+  setup.newId = 0.3;
+  begin();
+  std::int32_t last = see({at(0)}).objects.at(0).id;
+  int changed = 0;
+  constexpr int GAPS = 1000;
+  for (int gap = 0; gap < GAPS; ++gap) {
+    for (int i = 0; i < 6; ++i) {
+      see({});
+    }
+    const Frame back = see({at(0)});
+    const std::int32_t id = back.objects.at(0).id;
+    changed += id != last ? 1 : 0;
+    if (id != last) {
+      ASSERT_THAT(back.events, SizeIs(1));
+      EXPECT_THAT(back.events[0].from, ElementsAre(last));
+    }
+    last = id;
+  }
+  EXPECT_NEAR(changed / static_cast<double>(GAPS), 0.3, 0.05);
+}
+
+TEST_F(FlawedAnalyticsTest, AShortGapChangesNoId) {
+  setup.memory = 3;
+  setup.newId = 1;
+  begin();
+  see({at(0)});
+  for (int gap = 0; gap < 50; ++gap) {
+    see({});
+    EXPECT_THAT(idsOf(see({at(0)})), ElementsAre(1));
+  }
+}
+
+// Two cross, again and again; each time one has the other's id afterwards or has not.
+TEST_F(FlawedAnalyticsTest, WhoCrossMayExchangeTheirIds) {
+  setup.swapped = 0.25;
+  begin();
+  int exchanged = 0;
+  constexpr int CROSSINGS = 400;
+  for (int crossing = 0; crossing < CROSSINGS; ++crossing) {
+    const int one = 2 * crossing + 1;
+    std::vector<std::int32_t> before;
+    std::vector<std::int32_t> after;
+    for (int i = -20; i <= 20; ++i) {
+      const double x = i * 0.1;
+      const Frame frame = see({{one, {x, 40}, {}}, {one + 1, {-x, 44}, {}}});
+      if (frame.objects.size() == 2) {
+        std::vector<std::int32_t>& ids = i < 0 ? before : after;
+        ids = idsOf(frame);
+        if (frame.objects[0].box[0].x > frame.objects[1].box[0].x) {
+          std::swap(ids[0], ids[1]);
+        }
+      }
+    }
+    see({});
+    ASSERT_EQ(before.size(), 2u);
+    ASSERT_EQ(after.size(), 2u);
+    // From left to right before; whoever was left is right now.
+    exchanged += before[0] == after[0] ? 1 : 0;
+  }
+  EXPECT_NEAR(exchanged / static_cast<double>(CROSSINGS), 0.25, 0.07);
+}
+
+TEST_F(FlawedAnalyticsTest, VelocityMayComeFromPastPicturesOnly) {
+  setup.velocity = VelocityKind::Past;
+  begin();
+  // Stands, then walks: the true velocity is there at once, that of the past is not.
+  for (int i = 0; i < 10; ++i) {
+    EXPECT_EQ(see({at(0, 40, {1.5, 0})}).objects.at(0).velocity.x, 0);
+  }
+  std::vector<int> reported;
+  for (int i = 1; i < 12; ++i) {
+    const Frame frame = see({at(0.15 * i, 40, {1.5, 0})});
+    EXPECT_TRUE(frame.objects.at(0).hasVelocity);
+    reported.push_back(frame.objects.at(0).velocity.x);
+  }
+  const auto from = camera.project({0, 40, 0.9});
+  const auto to = camera.project({1.5, 40, 0.9});
+  const double full = (to->x - from->x) * 4096;
+  EXPECT_LT(reported[0], 0.3 * full);
+  EXPECT_NEAR(reported[10], full, 0.03 * full);
+}
+
+TEST_F(FlawedAnalyticsTest, VelocityMayBeLeftOut) {
+  setup.velocity = VelocityKind::None;
+  begin();
+  EXPECT_FALSE(see({at(0, 40, {1, 0})}).objects.at(0).hasVelocity);
+}
+
+TEST_F(FlawedAnalyticsTest, VelocityNoiseIsAsLargeAsTold) {
+  setup.velocityNoise = 0.3;
+  begin();
+  const auto from = camera.project({-0.05, 40, 0.875});
+  const auto to = camera.project({0.05, 40, 0.875});
+  const double real = (to->x - from->x) * 4096 / 0.1;
+  double squares = 0;
+  for (int i = 0; i < 2000; ++i) {
+    const double off = see({at(0, 40, {1, 0})}).objects.at(0).velocity.x / real - 1;
+    squares += off * off / 2000;
+  }
+  EXPECT_NEAR(std::sqrt(squares), 0.3, 0.02);
+}
+
+TEST_F(FlawedAnalyticsTest, GhostsAreObjectsLikeOthers) {
+  setup.ghosts.push_back({.kind = GhostKind::Tree,
+                          .middle = {5, 40},
+                          .width = 3,
+                          .length = 5,
+                          .turn = 0,
+                          .perMinute = 1.2,
+                          .seconds = 5});
+  begin();
+  int pictures = 0;
+  int deleted = 0;
+  for (int i = 0; i < 40000; ++i) {
+    const Frame frame = see({});
+    pictures += static_cast<int>(frame.objects.size());
+    deleted += static_cast<int>(frame.events.size());
+  }
+  EXPECT_NEAR(pictures / 40000.0, 0.1, 0.03);  // 1.2 times 5 s in a minute
+  EXPECT_NEAR(deleted, 80, 20);
 }
 
 }  // namespace

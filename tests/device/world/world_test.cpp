@@ -143,5 +143,100 @@ TEST_F(WorldTest, RecordingsWalkInFrontOfTheCamera) {
   }
 }
 
+// Sees through what is told how a camera hangs that hangs otherwise.
+TEST_F(WorldTest, CamerasHangBesideWhatTheParametersSay) {
+  WorldSetup setup = loadModel(modelsFolder(), "fixed").world;
+  setup.channels[0].mountingError = {.pan = 1.5};
+  const World world(setup, {});
+  EXPECT_DOUBLE_EQ(world.camera(0).getSetup().pan, 1.5);
+  EXPECT_DOUBLE_EQ(setup.channels[0].camera.pan, 0);
+}
+
+// 2 m beside the head, the direction to somebody 10 m away differs by atan(2 / 10).
+TEST_F(WorldTest, ACameraBesideTheHeadSeesFromThere) {
+  WorldSetup setup = loadModel(modelsFolder(), "fixed").world;
+  setup.channels[0].camera.position = {2, 0, 5};
+  setup.channels[0].camera.tilt = -30;
+  setup.channels[0].camera.horizontalFov = 90;
+  const World world(setup, {});
+  const auto ahead = world.camera(0).project({0, 10, 5});
+  ASSERT_TRUE(ahead);
+  EXPECT_NEAR(world.camera(0).lineOfSight(*ahead).pan, -toDegrees(std::atan2(2, 10)), 1e-9);
+}
+
+TEST_F(WorldTest, FramesAreReceivedWhenTheyHaveCome) {
+  WorldSetup setup = loadModel(modelsFolder(), "fixed").world;
+  setup.channels[0].frames = {.age = 0.25, .stampOffset = 0.01};
+  std::ofstream(file) << "time_s,id,x_m,y_m\n0,7,3,4\n1,7,3,4\n";
+  World world(setup, {.tracks = file});
+  EXPECT_EQ(world.sendFrame(0, 0.5, 500000), 1);
+  EXPECT_TRUE(world.receivedFrames(0, 0.74).empty());
+  const std::vector<Frame> frames = world.receivedFrames(0, 0.75);
+  ASSERT_EQ(frames.size(), 1u);
+  EXPECT_EQ(frames[0].timestamp, 510000);
+  EXPECT_EQ(frames[0].objects.size(), 1u);
+}
+
+TEST_F(WorldTest, PeopleAreOfSeveralHeights) {
+  WorldSetup setup = loadModel(modelsFolder(), "fixed").world;
+  setup.peopleHeight = 1.7;
+  setup.peopleHeightDeviation = 0.09;
+  setup.scene = "crowd";
+  const World world(setup, {});
+  double sum = 0;
+  double squares = 0;
+  int count = 0;
+  for (double time = 0; time < 3000; time += 60) {
+    for (const PersonView& person : world.people(time)) {
+      sum += person.tall;
+      squares += (person.tall - 1.7) * (person.tall - 1.7);
+      ++count;
+      const SpacePoint there{person.position.x, person.position.y, person.tall / 2 - 18};
+      EXPECT_NEAR(person.centre.tilt, directionOf(there).tilt, 1e-9);
+    }
+  }
+  EXPECT_NEAR(sum / count, 1.7, 0.01);
+  EXPECT_NEAR(std::sqrt(squares / count), 0.09, 0.01);
+}
+
+TEST_F(WorldTest, AnotherSceneCanBeAskedFor) {
+  const WorldSetup setup = loadModel(modelsFolder(), "fixed").world;
+  EXPECT_EQ(World(setup, {.scene = "crowd"}).people(100).size(), 60u);
+}
+
+// The mast at (4, 1) looking home at (4, 6): who stands at (7, 6) is 3 m to the right and 5 m away.
+TEST_F(WorldTest, ARecordingCanBePutAroundTheMast) {
+  WorldSetup setup = loadModel(modelsFolder(), "fixed").world;
+  std::ofstream(file) << "time_s,id,x_m,y_m\n0,1,7,6\n9,1,7,6\n";
+  const RecordingPlace place{.mast = {4, 1}, .home = {4, 6}};
+  const World world(setup, {.tracks = file, .place = place});
+  EXPECT_NEAR(world.people(1)[0].position.x, 3, 1e-9);
+  EXPECT_NEAR(world.people(1)[0].position.y, 5, 1e-9);
+  setup.homePan = 90;
+  const World turned(setup, {.tracks = file, .place = place});
+  EXPECT_NEAR(turned.people(1)[0].position.x, 5, 1e-9);
+  EXPECT_NEAR(turned.people(1)[0].position.y, -3, 1e-9);
+}
+
+// A recording keeps the scenery of the scene in which it is played.
+TEST_F(WorldTest, ARecordingCanBePlayedInAnyScene) {
+  const WorldSetup setup = loadModel(modelsFolder(), "fixed").world;
+  std::ofstream(file) << "time_s,id,x_m,y_m\n0,1,7,6\n9,1,7,6\n";
+  for (const char* scene : {"wide", "far", "hiding"}) {
+    const World world(setup, {.tracks = file, .scene = scene});
+    ASSERT_EQ(world.people(1).size(), 1u);
+    EXPECT_NEAR(world.people(1)[0].centre.pan, 0, 1e-9);
+  }
+}
+
+TEST_F(WorldTest, SceneryHidesPeople) {
+  WorldSetup setup = loadModel(modelsFolder(), "fixed").world;
+  std::ofstream(file) << "time_s,id,x_m,y_m\n0,1,7,6\n9,1,7,6\n";
+  ASSERT_EQ(World(setup, {.tracks = file}).frame(0, 1, 1).objects.size(), 1u);
+  // 45 m away, seen from 18 m: 1 m in front of it a wall of 3 m hides all.
+  setup.scenery.push_back({.middle = {0, 44}, .width = 10, .depth = 0.2, .height = 3, .turn = 0});
+  EXPECT_TRUE(World(setup, {.tracks = file}).frame(0, 1, 1).objects.empty());
+}
+
 }  // namespace
 }  // namespace device
