@@ -71,10 +71,10 @@ class FollowTest(RunTest):
         self.assertGreater(len(zooms), 2)
 
     def test_slow_head(self):
-        self.follow("--model", "slow")
+        self.follow("--model", "slow-head")
 
     def test_fast_head(self):
-        self.follow("--model", "fast")
+        self.follow("--model", "fast-head")
 
     def test_mechanical_head_follows_in_its_own_picture(self):
         self.follow("--model", "mechanical")

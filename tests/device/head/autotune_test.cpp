@@ -173,9 +173,13 @@ TEST_P(AutotuneTest, ZoomCheckPositionIsReachedInTime) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Heads, AutotuneTest,
-                         testing::Values("fixed", "ordinary", "slow", "fast", "k47", "mechanical",
-                                         "compass"),
-                         [](const auto& info) { return std::string(info.param); });
+                         testing::Values("fixed", "ordinary", "slow-head", "fast-head", "k47",
+                                         "mechanical", "compass"),
+                         [](const auto& info) {
+                           std::string name = info.param;
+                           std::erase(name, '-');
+                           return name;
+                         });
 
 }  // namespace
 }  // namespace device
