@@ -8,14 +8,8 @@ CommandLink::CommandLink(const CommandLinkSetup& setup, std::uint64_t seed)
     : setup(setup), chance(seed, "command link") {}
 
 void CommandLink::send(const HeadCommand& command) {
-  double remaining = setup.jitter == 0 ? setup.latency
-                                       : chance.between(setup.latency - setup.jitter,
-                                                        setup.latency + setup.jitter);
-  remaining = std::max(remaining, 0.0);
-  if (!commands.empty()) {
-    remaining = std::max(remaining, commands.back().remaining);
-  }
-  commands.push_back({remaining, command});
+  const double delay = chance.between(setup.latency - setup.jitter, setup.latency + setup.jitter);
+  commands.push_back({std::max(delay, 0.0), command});
 }
 
 std::optional<double> CommandLink::untilNext() const {

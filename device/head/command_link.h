@@ -42,7 +42,7 @@ class CommandLink {
 
   CommandLinkSetup setup;
   Chance chance;
-  std::deque<Sent> commands;
+  std::deque<Sent> commands;  // one that would overtake waits behind the one before
 };
 
 }  // namespace device

@@ -4,7 +4,6 @@
 #include <cstdlib>
 
 #include "web_server/json_ptr.h"
-#include "world/silhouette.h"
 
 namespace device {
 
@@ -53,10 +52,10 @@ json_t* objectJson(const FrameObject& object) {
 }
 
 json_t* personJson(const PersonView& person, double mastHeight) {
-  const double drop = mastHeight - PERSON_HEIGHT / 2;
+  const double drop = mastHeight - person.tall / 2;
   const double distance = std::hypot(person.position.x, person.position.y, drop);
   return json_pack("{s:i,s:f,s:f,s:f,s:f,s:f,s:f,s:f,s:b}", "id", person.id, "x", person.position.x,
-                   "y", person.position.y, "z_foot", 0.0, "height", PERSON_HEIGHT, "pan",
+                   "y", person.position.y, "z_foot", 0.0, "height", person.tall, "pan",
                    person.centre.pan, "tilt", person.centre.tilt, "distance", distance, "inside",
                    person.inside ? 1 : 0);
 }

@@ -20,11 +20,8 @@ FrameLink::FrameLink(const FrameLinkSetup& setup, std::uint64_t seed, int channe
       lastDue(-std::numeric_limits<double>::infinity()) {}
 
 void FrameLink::send(double now, Frame frame) {
-  const double delay =
-      setup.age + (setup.ageJitter == 0 ? 0 : chance.between(-setup.ageJitter, setup.ageJitter));
-  const double stamp =
-      setup.stampOffset +
-      (setup.stampJitter == 0 ? 0 : chance.between(-setup.stampJitter, setup.stampJitter));
+  const double delay = setup.age + chance.between(-setup.ageJitter, setup.ageJitter);
+  const double stamp = setup.stampOffset + chance.between(-setup.stampJitter, setup.stampJitter);
   frame.timestamp += std::llround(stamp * MICROSECONDS);
   if (chance.happens(setup.lost)) {
     return;

@@ -28,21 +28,16 @@ TEST(OptionsTest, DefaultsRunWithoutEndAndWithoutDaemon) {
 }
 
 TEST(OptionsTest, EveryOptionIsRead) {
-  const Options options = parse({"--model",     "k47",
-                                 "--models",    "m",
-                                 "--tracks",    "t.csv",
-                                 "--transport", "module",
-                                 "--duration",  "1.5",
-                                 "--seed",      "7",
-                                 "--report",    "r",
-                                 "--daemon",    "d",
-                                 "--head-boot", "0",
-                                 "--fps",       "25",
-                                 "--quiet",     "--restart-daemon",
-                                 "--no-log"});
+  const Options options =
+      parse({"--model",     "k47",   "--models",    "m",      "--tracks",   "t.csv",
+             "--scene",     "crowd", "--transport", "module", "--duration", "1.5",
+             "--seed",      "7",     "--report",    "r",      "--daemon",   "d",
+             "--head-boot", "0",     "--fps",       "25",     "--quiet",    "--restart-daemon",
+             "--no-log"});
   EXPECT_EQ("k47", options.model);
   EXPECT_EQ("m", options.models);
   EXPECT_EQ("t.csv", options.tracks);
+  EXPECT_EQ("crowd", options.scene);
   EXPECT_EQ("module", options.transport);
   EXPECT_EQ(1.5, options.duration);
   EXPECT_EQ(7u, options.seed);
@@ -59,6 +54,7 @@ TEST(OptionsTest, BadOptionsAreRefusedWithAWord) {
   const std::vector<std::vector<std::string>> cases = {{"--none"},
                                                        {"word"},
                                                        {"--transport", "pigeon"},
+                                                       {"--scene", "moon"},
                                                        {"--duration", "-1"},
                                                        {"--duration", "x"},
                                                        {"--seed", "-1"},

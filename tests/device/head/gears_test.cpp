@@ -47,11 +47,10 @@ TEST(GearsTest, BrakingSwingsTheHeadBeyondTheMotor) {
     axis.moveAt(100);
     axis.step(8);
     axis.moveAt(0);
-    double most = 0;
-    while (axis.getVelocity() != 0 || most == 0) {
+    for (int i = 0; i < 10000 && axis.getVelocity() != 0; ++i) {
       axis.step(0.001);
-      most = axis.headPosition() - axis.getPosition();
     }
+    const double most = axis.headPosition() - axis.getPosition();
     EXPECT_NEAR(most, overshoot, 0.05 * overshoot);
     EXPECT_TRUE(axis.moving());
   }
