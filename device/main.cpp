@@ -4,9 +4,9 @@
 #include <exception>
 #include <iostream>
 
+#include "app/options.h"
+#include "app/virtual_device.h"
 #include "services/bus.h"
-#include "services/options.h"
-#include "services/virtual_device.h"
 
 namespace {
 

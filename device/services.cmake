@@ -25,7 +25,7 @@ add_library(device_services STATIC
   services/head_drive.cpp
   services/lens_service.cpp
   services/local_socket.cpp
-  services/options.cpp
+  app/options.cpp
   services/parameter_service.cpp
   services/parameter_store.cpp
   services/periodic_timer.cpp
@@ -33,7 +33,7 @@ add_library(device_services STATIC
   services/remote_ptz_service.cpp
   services/stream_client.cpp
   services/syslog_server.cpp
-  services/virtual_device.cpp
+  app/virtual_device.cpp
   web_server/application_answer.cpp
   web_server/application_forwarder.cpp
   web_server/application_request.cpp

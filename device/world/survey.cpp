@@ -1,7 +1,6 @@
 #include "world/survey.h"
 
 #include "random/chance.h"
-#include "world/world_setup.h"
 
 namespace device {
 

@@ -5,16 +5,9 @@
 #include <vector>
 
 #include "world/direction.h"
+#include "world/world_setup.h"
 
 namespace device {
-
-struct WorldSetup;
-
-// How well somebody measured the mast.
-struct SurveyError {
-  double mastHeight = 0;  // share of the height, upwards or downwards
-  double offset = 0;      // metres in x and in y of each camera, each to either side
-};
 
 // What is written down about the mast: what an application can be told. Which way each error goes
 // is drawn once per run.

@@ -9,7 +9,7 @@
 #include "world/mounting.h"
 #include "world/overview_camera.h"
 #include "world/scenery.h"
-#include "world/survey.h"
+#include "world/survey_error.h"
 #include "world/tracks.h"
 
 namespace device {

@@ -1,4 +1,4 @@
-#include "services/virtual_device.h"
+#include "app/virtual_device.h"
 
 #include <glib-unix.h>
 #include <gtest/gtest.h>

@@ -10,10 +10,10 @@
 #include <memory>
 #include <optional>
 
+#include "app/options.h"
 #include "broker.h"
 #include "device_services/private_bus.h"
 #include "device_services/temporary_folder.h"
-#include "services/options.h"
 #include "web_client.h"
 #include "web_server/json_ptr.h"
 

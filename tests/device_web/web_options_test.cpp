@@ -5,8 +5,8 @@
 #include <filesystem>
 #include <fstream>
 
+#include "app/options.h"
 #include "device_services/temporary_folder.h"
-#include "services/options.h"
 
 namespace device {
 namespace {

@@ -1,5 +1,5 @@
-#ifndef DEVICE_SERVICES_OPTIONS_H
-#define DEVICE_SERVICES_OPTIONS_H
+#ifndef DEVICE_APP_OPTIONS_H
+#define DEVICE_APP_OPTIONS_H
 
 #include <cstdint>
 #include <filesystem>

@@ -1,5 +1,5 @@
-#ifndef DEVICE_SERVICES_VIRTUAL_DEVICE_H
-#define DEVICE_SERVICES_VIRTUAL_DEVICE_H
+#ifndef DEVICE_APP_VIRTUAL_DEVICE_H
+#define DEVICE_APP_VIRTUAL_DEVICE_H
 
 #include <gio/gio.h>
 
@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "app/options.h"
 #include "model/model.h"
 #include "report/report.h"
 #include "services/application_monitor.h"
@@ -18,7 +19,6 @@
 #include "services/frame_server.h"
 #include "services/head_drive.h"
 #include "services/lens_service.h"
-#include "services/options.h"
 #include "services/parameter_service.h"
 #include "services/parameter_store.h"
 #include "services/periodic_timer.h"
