@@ -32,18 +32,20 @@ void PtzHead::cleanup() {
   ptztolva_cleanup();
 }
 
-void PtzHead::ptzMove(double panValue, Kind panKind, double tiltValue, Kind tiltKind, int zoom,
+bool PtzHead::ptzMove(double panValue, Kind panKind, double tiltValue, Kind tiltKind, int zoom,
                       Kind zoomKind) {
   GError* error = nullptr;
   if (!ptztolva_move_ptz_travo(0, CHANNEL, SOURCE, 0, panKind, tiltKind, zoom, zoomKind, panValue,
                                tiltValue, FULL_SPEED, 0, 0, &error)) {
     syslog(LOG_ERR, "Failed ptztolva_move_ptz_travo: %s\n\n", takeMessage(error).c_str());
+    return false;
   }
+  return true;
 }
 
-void PtzHead::ptzMove(const HeadCommand& command) {
-  ptzMove(command.panValue, command.panKind, command.tiltValue, command.tiltKind, command.zoom,
-          command.zoomKind);
+bool PtzHead::ptzMove(const HeadCommand& command) {
+  return ptzMove(command.panValue, command.panKind, command.tiltValue, command.tiltKind,
+                 command.zoom, command.zoomKind);
 }
 
 bool PtzHead::ptzStop() {

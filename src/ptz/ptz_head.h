@@ -34,9 +34,10 @@ class PtzHead {
 
   // Values are degrees for positions, percent of full speed for speeds; zoom is on the head's scale
   // or percent.
-  void ptzMove(double panValue, Kind panKind, double tiltValue, Kind tiltKind, int zoom,
+  // False, logged, when the command did not get through.
+  bool ptzMove(double panValue, Kind panKind, double tiltValue, Kind tiltKind, int zoom,
                Kind zoomKind);
-  void ptzMove(const HeadCommand& command);
+  bool ptzMove(const HeadCommand& command);
 
   // Stops all axes. False, logged, when the stop did not get through.
   bool ptzStop();

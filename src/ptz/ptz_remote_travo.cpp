@@ -22,7 +22,9 @@ constexpr const char* BUS_NAME = "com.orva.RemoteCameraControl.PTZ";
 constexpr const char* OBJECT_PATH = "/com/orva/RemoteCameraControl/PTZ";
 constexpr const char* INTERFACE = "com.orva.RemoteCameraControl.PTZ.Travo";
 constexpr const char* METHOD = "OpenChannel";
-constexpr int CALL_TIMEOUT = 5000;    // milliseconds
+constexpr int CALL_TIMEOUT = 5000;  // milliseconds
+// Of the call whose answer is not used: the start waits for it, and an end for the start.
+constexpr int FIRST_CALL_TIMEOUT = 3000;
 constexpr int SOCKET_TIMEOUT = 5000;  // milliseconds
 constexpr int CONNECT_PERIOD = 50;    // milliseconds
 
@@ -74,7 +76,7 @@ std::optional<std::string> findLine(const std::string& reply, const char* needle
 }  // namespace
 
 PtzRemoteTravo::PtzRemoteTravo() {
-  if (!createProxy() || !openChannel()) {
+  if (!createProxy() || !openChannel(FIRST_CALL_TIMEOUT)) {
     syslog(LOG_ERR, "%s: Could not connect to the proxy\n", "PtzRemoteTravo");
   }
 }
@@ -145,11 +147,11 @@ bool PtzRemoteTravo::isProxyUsable() const {
 }
 
 // The path of the channel's socket.
-std::optional<std::string> PtzRemoteTravo::openChannel() {
+std::optional<std::string> PtzRemoteTravo::openChannel(int milliseconds) {
   GError* error = nullptr;
   GVariant* reply = g_dbus_proxy_call_sync(
       proxy.get(), METHOD, g_variant_new("(u)", static_cast<guint32>(channel)),
-      G_DBUS_CALL_FLAGS_NONE, CALL_TIMEOUT, cancellable.get(), &error);
+      G_DBUS_CALL_FLAGS_NONE, milliseconds, cancellable.get(), &error);
   if (reply == nullptr) {
     isGone = g_error_matches(error, G_IO_ERROR, G_IO_ERROR_TIMED_OUT) != FALSE;
     g_clear_error(&error);
@@ -202,7 +204,7 @@ int PtzRemoteTravo::request_socket() {
   if (!isProxyUsable() && !createProxy()) {
     return -1;
   }
-  const auto path = openChannel();
+  const auto path = openChannel(CALL_TIMEOUT);
   if (!path) {
     return -1;
   }
@@ -389,6 +391,9 @@ bool PtzRemoteTravo::getAspectRatio(double& ratio) {
   const auto sensorRatio = get_remote_param(SENSOR_ASPECT_RATIO);
   const auto resolution = get_remote_param(RESOLUTION);
   const auto detectedType = get_remote_param(DETECTED_TYPE);
+  if (isAttemptOver()) {
+    return false;  // what could not be asked for is no answer
+  }
   if (sensorRatio && !sensorRatio->empty()) {
     ratio = utils::parseRatio(*sensorRatio, ':');
     if (std::abs(ratio) < SMALLEST_RATIO) {

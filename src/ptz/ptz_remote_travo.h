@@ -83,7 +83,7 @@ class PtzRemoteTravo {
 
   bool createProxy();
   bool isProxyUsable() const;
-  std::optional<std::string> openChannel();
+  std::optional<std::string> openChannel(int milliseconds);
   int connectTo(const std::string& path);
   bool canTryAgain(gushort condition);
   bool sendAll(std::string_view text);

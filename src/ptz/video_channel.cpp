@@ -207,16 +207,23 @@ void VideoChannel::applyFov() {
 bool VideoChannel::getPanTilt(int x, int y, double& pan, double& tilt) {
   followRotation();
   applyFov();
+  toPanTilt(x, y, pan, tilt);
+  return true;
+}
+
+void VideoChannel::toPanTilt(int x, int y, double& pan, double& tilt) const {
   std::int32_t fixedPan = 0;
   std::int32_t fixedTilt = 0;
   ptzmath_to_ptz_x(context.get(), &fixedPan, &fixedTilt, x, y);
   pan = fromFixed(fixedPan);
   tilt = fromFixed(fixedTilt);
-  return true;
 }
 
 bool VideoChannel::getPanTilt(const PointF& position, const PointF& size, double& pan, double& tilt,
                               double& panSpan, double& tiltSpan) {
+  // Once for all pixels of the box: they belong to one picture.
+  followRotation();
+  applyFov();
   const PixelRange columns(position.x, size.x, width);
   const PixelRange rows(position.y, size.y, height);
   double leftPan = 0.0;
@@ -224,13 +231,11 @@ bool VideoChannel::getPanTilt(const PointF& position, const PointF& size, double
   double topTilt = 0.0;
   double bottomTilt = 0.0;
   double unused = 0.0;
-  if (!getPanTilt(columns.first, rows.centre, leftPan, unused) ||
-      !getPanTilt(columns.last, rows.centre, rightPan, unused) ||
-      !getPanTilt(columns.centre, rows.first, unused, topTilt) ||
-      !getPanTilt(columns.centre, rows.last, unused, bottomTilt) ||
-      !getPanTilt(columns.centre, rows.centre, pan, tilt)) {
-    return false;
-  }
+  toPanTilt(columns.first, rows.centre, leftPan, unused);
+  toPanTilt(columns.last, rows.centre, rightPan, unused);
+  toPanTilt(columns.centre, rows.first, unused, topTilt);
+  toPanTilt(columns.centre, rows.last, unused, bottomTilt);
+  toPanTilt(columns.centre, rows.centre, pan, tilt);
   panSpan = std::abs(Bearing::shortestDiff(leftPan, rightPan));
   tiltSpan = std::abs(topTilt - bottomTilt);
   return true;

@@ -85,6 +85,7 @@ class VideoChannel {
 
   void apply(Geometry geometry);
   void applyFov();
+  void toPanTilt(int x, int y, double& pan, double& tilt) const;
   double subtendedAngle(const PointF& position, double extent) const;
 
   std::int32_t channel;

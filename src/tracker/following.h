@@ -16,7 +16,7 @@ struct HeadOptics {
 };
 
 // A way of following: turns where the head looks and what is to be followed into what the head is
-// told. No thread, lock, clock or bus inside; used by the tracker's thread alone.
+// told. No thread, lock or bus inside; used by the tracker's thread alone.
 class Following {
  public:
   // Chooses the group to follow with the head looking at pan and tilt; nothing when there is none.

@@ -1,30 +1,40 @@
 #include "tracker/head_follower.h"
 
+#include "app/clock.h"
+
 namespace {
 
 constexpr int MAX_STATUS_FAILURES = 10;  // in a row, until a moving head is stopped
 
 }  // namespace
 
-void HeadFollower::step(const HeadOptics& optics, const Following::Selection& select,
-                        std::int64_t now) {
+// The head's calls take their time: the clock is read for each thing that is timed.
+void HeadFollower::step(const HeadOptics& optics, const Following::Selection& select) {
   PtzHeadStatus status;
   if (!readStatus(status)) {
     return;
   }
-  if (homing.takeDue(now) && steering.mayGoHome()) {
-    head.gotoHome();
-  }
-  const auto command = following.step(status, optics, select, now);
+  const auto command = following.step(status, optics, select, utils::monotonicTime());
   if (!command) {
     stand();
+  }
+  goHomeWhenDue();
+  if (!command) {
     return;
   }
   if (!steering.isActive()) {
     steering.tell(true);
   }
   head.ptzMove(*command);
-  homing.rearm(now);
+  isStopOwed = false;
+  homing.rearm(utils::monotonicTime());
+}
+
+// Not while the head is owed a stop, which would end the way home as well.
+void HeadFollower::goHomeWhenDue() {
+  if (!isStopOwed && homing.takeDue(utils::monotonicTime()) && steering.mayGoHome()) {
+    head.gotoHome();
+  }
 }
 
 // Without the head's position there is no control, so there must be no motion.
@@ -46,8 +56,7 @@ bool HeadFollower::readStatus(PtzHeadStatus& status) {
 void HeadFollower::stand() {
   const bool wasFollowing = steering.isActive();
   if (wasFollowing || isStopOwed) {
-    head.ptzMove(HeadCommand{});
-    isStopOwed = false;
+    isStopOwed = !head.ptzMove(HeadCommand{});
   }
   if (wasFollowing) {
     steering.tell(false);
@@ -55,7 +64,7 @@ void HeadFollower::stand() {
 }
 
 void HeadFollower::stop() {
-  head.ptzStop();
+  isStopOwed = !head.ptzStop();
   following.forget();
   if (steering.isActive()) {
     steering.tell(false);

@@ -1,8 +1,6 @@
 #ifndef TRACKER_HEAD_FOLLOWER_H
 #define TRACKER_HEAD_FOLLOWER_H
 
-#include <cstdint>
-
 #include "ptz/ptz_head.h"
 #include "tracker/following.h"
 #include "tracker/homing.h"
@@ -28,14 +26,16 @@ class HeadFollower {
   HeadFollower(PtzHead& head, Following& following, Homing& homing, Steering& steering)
       : head(head), following(following), homing(homing), steering(steering) {}
 
-  // One control step at the time now (monotonic microseconds).
-  void step(const HeadOptics& optics, const Following::Selection& select, std::int64_t now);
+  // One control step.
+  void step(const HeadOptics& optics, const Following::Selection& select);
 
-  // Stops the head at once and forgets the target, whatever a step has just commanded.
+  // Stops the head at once and forgets the target, whatever a step has just commanded. A stop that
+  // does not get through is made up for with the next position that can be read.
   void stop();
 
  private:
   bool readStatus(PtzHeadStatus& status);
+  void goHomeWhenDue();
   void stand();
 
   PtzHead& head;
@@ -43,7 +43,7 @@ class HeadFollower {
   Homing& homing;
   Steering& steering;
   int statusFailures = 0;   // in a row
-  bool isStopOwed = false;  // the one after many of them did not get through
+  bool isStopOwed = false;  // the last one did not get through
 };
 
 #endif

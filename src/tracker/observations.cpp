@@ -193,4 +193,5 @@ void Observations::clear() {
   const std::lock_guard lock(mutex);
   superObjectManager = {};
   videoChannels.clear();
+  holders.clear();
 }

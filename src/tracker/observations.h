@@ -54,7 +54,7 @@ class Observations {
   bool setSwitchObject(bool on);
   bool setTimePerObject(int seconds);
 
-  // Forgets all objects and cameras.
+  // Forgets everything, the settings included.
   void clear();
 
  private:

@@ -280,7 +280,7 @@ void Tracker::update() {
   const auto select = [this](double pan, double tilt) {
     return observations.selectTarget(pan, tilt);
   };
-  follower.step(optics, select, utils::monotonicTime());
+  follower.step(optics, select);
 }
 
 void Tracker::returnToHomeReset() {

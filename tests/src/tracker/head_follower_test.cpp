@@ -1,0 +1,230 @@
+#include "tracker/head_follower.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <deque>
+#include <string>
+#include <vector>
+
+#include "fakes/fake_clock.h"
+#include "fakes/fake_ptz_library.h"
+#include "src/tracker/moves.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+constexpr std::int64_t SECOND = 1'000'000;
+
+// Says what the test has told it to say, or nothing.
+class ScriptedFollowing : public Following {
+ public:
+  std::optional<HeadCommand> step(const PtzHeadStatus& status, const HeadOptics&,
+                                  const Selection& select, std::int64_t now) override {
+    seen = status;
+    times.push_back(now);
+    select(status.pan, status.tilt);
+    return command;
+  }
+  void forget() override { ++forgotten; }
+
+  std::optional<HeadCommand> command;
+  PtzHeadStatus seen;
+  std::vector<std::int64_t> times;
+  int forgotten = 0;
+};
+
+class NotedSteering : public Steering {
+ public:
+  bool isActive() const override { return active; }
+  void tell(bool on) override {
+    active = on;
+    told.push_back(on);
+  }
+  bool mayGoHome() const override { return isRunning; }
+
+  bool active = false;
+  bool isRunning = true;
+  std::vector<bool> told;
+};
+
+class HeadFollowerTest : public testing::Test {
+ protected:
+  HeadFollowerTest() {
+    FakePtzLibrary::reset();
+    clock.set(1000 * SECOND);
+    homing.setEnabled(true);
+  }
+
+  // One step and what reached the head.
+  std::vector<std::string> step() {
+    const std::size_t before = FakePtzLibrary::calls().size();
+    follower.step({}, [](double, double) { return std::optional<Target>(); });
+    auto calls = FakePtzLibrary::calls();
+    return {calls.begin() + static_cast<std::ptrdiff_t>(before), calls.end()};
+  }
+
+  void pass(std::int64_t microseconds) { clock.set(clock.now() + microseconds); }
+
+  void followFor(int steps) {
+    following.command = HeadCommand{.panValue = 10.0};
+    for (int i = 0; i < steps; ++i) {
+      step();
+    }
+    following.command.reset();
+  }
+
+  void loseHeadFor(int steps) {
+    FakePtzLibrary::failStatus(steps, "mute");
+    for (int i = 0; i < steps; ++i) {
+      step();
+    }
+  }
+
+  FakeClock clock;
+  PtzHead head;
+  ScriptedFollowing following;
+  Homing homing;
+  NotedSteering steering;
+  HeadFollower follower{head, following, homing, steering};
+};
+
+TEST_F(HeadFollowerTest, TellsThatItSteersBeforeTheFirstCommand) {
+  following.command = HeadCommand{.panValue = 10.0, .tiltValue = -5.0, .zoom = 7};
+  EXPECT_THAT(step(), ElementsAre("status", "move"));
+  EXPECT_THAT(steering.told, ElementsAre(true));
+  EXPECT_THAT(FakePtzLibrary::moves(), ElementsAre(IsMove(10.0, 3, -5.0, 3, 7, 3)));
+}
+
+TEST_F(HeadFollowerTest, StopsOnceWhenThereIsNothingToFollowAnyMore) {
+  followFor(1);
+  FakePtzLibrary::clearMoves();
+  EXPECT_THAT(step(), ElementsAre("status", "move"));
+  EXPECT_THAT(FakePtzLibrary::moves(), ElementsAre(IsMove(0.0, 3, 0.0, 3, 0, 3)));
+  EXPECT_THAT(steering.told, ElementsAre(true, false));
+  EXPECT_THAT(step(), ElementsAre("status"));
+}
+
+TEST_F(HeadFollowerTest, AStopThatFailsIsTriedAgain) {
+  followFor(1);
+  FakePtzLibrary::failMoves(2, "mute");
+  EXPECT_THAT(step(), ElementsAre("status", "move"));
+  EXPECT_THAT(step(), ElementsAre("status", "move"));
+  EXPECT_THAT(step(), ElementsAre("status", "move"));
+  EXPECT_THAT(step(), ElementsAre("status"));
+  EXPECT_THAT(steering.told, ElementsAre(true, false));
+}
+
+TEST_F(HeadFollowerTest, ACommandMakesUpForAStop) {
+  followFor(1);
+  FakePtzLibrary::failMoves(1, "mute");
+  step();
+  followFor(1);
+  step();
+  EXPECT_THAT(step(), ElementsAre("status"));
+}
+
+TEST_F(HeadFollowerTest, WithoutThePositionNothingIsCommanded) {
+  followFor(1);
+  FakePtzLibrary::failStatus(9, "mute");
+  following.command = HeadCommand{};
+  for (int i = 0; i < 9; ++i) {
+    EXPECT_THAT(step(), ElementsAre("status"));
+  }
+}
+
+TEST_F(HeadFollowerTest, AfterTenFailuresTheHeadIsStoppedAndTheTargetForgotten) {
+  followFor(1);
+  FakePtzLibrary::clearMoves();
+  loseHeadFor(15);
+  EXPECT_THAT(FakePtzLibrary::moves(), ElementsAre(IsStop()));
+  EXPECT_EQ(following.forgotten, 1);
+  EXPECT_THAT(steering.told, ElementsAre(true, false));
+}
+
+// ---- The way home ----
+
+TEST_F(HeadFollowerTest, GoesHomeTheTimeOutAfterTheLastCommand) {
+  followFor(1);
+  step();
+  pass(5 * SECOND - 1);
+  EXPECT_THAT(step(), ElementsAre("status"));
+  pass(1);
+  EXPECT_THAT(step(), ElementsAre("status", "home"));
+  EXPECT_THAT(step(), ElementsAre("status"));
+}
+
+TEST_F(HeadFollowerTest, TheTimeOutCountsFromTheEndOfACommandThatTakesItsTime) {
+  following.command = HeadCommand{.panValue = 10.0};
+  FakePtzLibrary::duringNextStatus([this] { pass(3 * SECOND); });
+  step();
+  following.command.reset();
+  step();
+  pass(5 * SECOND - 1);
+  EXPECT_THAT(step(), ElementsAre("status"));
+  pass(1);
+  EXPECT_THAT(step(), ElementsAre("status", "home"));
+}
+
+TEST_F(HeadFollowerTest, TheTimeIsReadAfterThePosition) {
+  FakePtzLibrary::duringNextStatus([this] { pass(SECOND); });
+  step();
+  EXPECT_THAT(following.times, ElementsAre(1001 * SECOND));
+}
+
+TEST_F(HeadFollowerTest, AfterAnOutageTheStopComesBeforeTheWayHome) {
+  followFor(1);
+  FakePtzLibrary::failMoves(1, "mute");
+  loseHeadFor(10);
+  pass(6 * SECOND);
+  EXPECT_THAT(step(), ElementsAre("status", "move", "home"));
+  EXPECT_THAT(step(), ElementsAre("status"));
+}
+
+TEST_F(HeadFollowerTest, AfterAShortOutageTheStopComesBeforeTheWayHome) {
+  followFor(1);
+  loseHeadFor(5);
+  pass(6 * SECOND);
+  EXPECT_THAT(step(), ElementsAre("status", "move", "home"));
+}
+
+TEST_F(HeadFollowerTest, AHeadThatIsOwedAStopGoesHomeOnceItHasStopped) {
+  followFor(1);
+  FakePtzLibrary::failMoves(2, "mute");
+  pass(6 * SECOND);
+  EXPECT_THAT(step(), ElementsAre("status", "move"));
+  EXPECT_THAT(step(), ElementsAre("status", "move"));
+  EXPECT_THAT(step(), ElementsAre("status", "move", "home"));
+}
+
+TEST_F(HeadFollowerTest, DoesNotGoHomeOnceTrackingIsOff) {
+  followFor(1);
+  step();
+  steering.isRunning = false;
+  pass(6 * SECOND);
+  EXPECT_THAT(step(), ElementsAre("status"));
+}
+
+// ---- Stopping at once ----
+
+TEST_F(HeadFollowerTest, StoppingForgetsTheTargetAndTellsThatNothingIsSteered) {
+  followFor(1);
+  FakePtzLibrary::clearMoves();
+  follower.stop();
+  EXPECT_THAT(FakePtzLibrary::moves(), ElementsAre(IsStop()));
+  EXPECT_EQ(following.forgotten, 1);
+  EXPECT_THAT(steering.told, ElementsAre(true, false));
+  EXPECT_THAT(step(), ElementsAre("status"));
+}
+
+TEST_F(HeadFollowerTest, AStopThatGotThroughIsOwedNoMore) {
+  followFor(1);
+  FakePtzLibrary::failMoves(1, "mute");
+  step();
+  follower.stop();
+  EXPECT_THAT(step(), ElementsAre("status"));
+}
+
+}  // namespace
