@@ -8,8 +8,8 @@ CommandLink::CommandLink(const CommandLinkSetup& setup, std::uint64_t seed)
     : setup(setup), chance(seed, "command link") {}
 
 void CommandLink::send(const HeadCommand& command) {
-  const double delay = chance.between(setup.latency - setup.jitter, setup.latency + setup.jitter);
-  commands.push_back({std::max(delay, 0.0), command});
+  commands.push_back(
+      {chance.between(setup.latency - setup.jitter, setup.latency + setup.jitter), command});
 }
 
 std::optional<double> CommandLink::untilNext() const {

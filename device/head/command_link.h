@@ -36,7 +36,7 @@ class CommandLink {
 
  private:
   struct Sent {
-    double remaining;  // seconds
+    double remaining;  // seconds; a command that is late already is due
     HeadCommand command;
   };
 

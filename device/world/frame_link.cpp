@@ -1,8 +1,6 @@
 #include "world/frame_link.h"
 
-#include <algorithm>
 #include <cmath>
-#include <limits>
 #include <string>
 #include <utility>
 
@@ -15,9 +13,7 @@ constexpr double TIME_ROUNDING = 1e-9;  // seconds, of sums of steps
 }  // namespace
 
 FrameLink::FrameLink(const FrameLinkSetup& setup, std::uint64_t seed, int channel)
-    : setup(setup),
-      chance(seed, "frame link " + std::to_string(channel)),
-      lastDue(-std::numeric_limits<double>::infinity()) {}
+    : setup(setup), chance(seed, "frame link " + std::to_string(channel)) {}
 
 void FrameLink::send(double now, Frame frame) {
   const double delay = setup.age + chance.between(-setup.ageJitter, setup.ageJitter);
@@ -30,13 +26,13 @@ void FrameLink::send(double now, Frame frame) {
     held = std::move(frame);
     return;
   }
-  const double due = std::max({now, now + delay, lastDue});
-  push(due, frame);
+  const double due = now + delay;
+  frames.push_back({due, frame});
   if (chance.happens(setup.doubled)) {
-    push(due, frame);
+    frames.push_back({due, frame});
   }
   if (held) {
-    push(due, *std::exchange(held, std::nullopt));
+    frames.push_back({due, *std::exchange(held, std::nullopt)});
   }
 }
 
@@ -47,12 +43,6 @@ std::vector<Frame> FrameLink::take(double now) {
     frames.pop_front();
   }
   return arrived;
-}
-
-// None but those that are swapped overtakes another: the way is one connection.
-void FrameLink::push(double due, const Frame& frame) {
-  lastDue = due;
-  frames.push_back({due, frame});
 }
 
 }  // namespace device

@@ -46,13 +46,10 @@ class FrameLink {
     Frame frame;
   };
 
-  void push(double due, const Frame& frame);
-
   FrameLinkSetup setup;
   Chance chance;
-  std::deque<Sent> frames;  // by growing due
+  std::deque<Sent> frames;  // one connection: one that would overtake waits behind the one before
   std::optional<Frame> held;
-  double lastDue;
 };
 
 }  // namespace device

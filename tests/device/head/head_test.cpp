@@ -358,5 +358,12 @@ TEST(HeadTest, TheSeedDecidesWhenCommandsArrive) {
   EXPECT_NE(wayWith(1), wayWith(2));
 }
 
+TEST(HeadTest, TheSeedDecidesHowLongCallsTake) {
+  HeadSetup setup = ordinaryHead();
+  setup.calls = {0.02, 0.2};
+  EXPECT_EQ(Head(setup, 1).makeCallDelay().next(), Head(setup, 1).makeCallDelay().next());
+  EXPECT_NE(Head(setup, 1).makeCallDelay().next(), Head(setup, 2).makeCallDelay().next());
+}
+
 }  // namespace
 }  // namespace device
