@@ -23,7 +23,7 @@ Walk& Walk::stand(double seconds) {
   return *this;
 }
 
-void Walk::moveOn(const GroundPoint& place, double seconds) {
+void Walk::moveOn(GroundPoint place, double seconds) {
   const TrackPoint from = points.back();
   const int rows = std::max(1, static_cast<int>(std::ceil(seconds / ROW_INTERVAL)));
   for (int row = 1; row <= rows && seconds > 0; ++row) {

@@ -24,7 +24,7 @@ class Walk {
   Track track(int id) const { return Track(id, points); }
 
  private:
-  void moveOn(const GroundPoint& place, double seconds);
+  void moveOn(GroundPoint place, double seconds);  // a copy: the points may move
 
   std::vector<TrackPoint> points;
 };
