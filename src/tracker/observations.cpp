@@ -29,19 +29,19 @@ bool Observations::addCamera(int camera) {
     return false;
   }
   {
-    const std::lock_guard lock(mutex);
+    const LockGuard lock(mutex);
     if (videoChannels.getVideoChannel(camera - 1) != nullptr) {
       return videoChannels.addChannel(camera - 1);
     }
   }
   // Asks the device, which may take its time: not while the control step waits for the mutex.
   auto channel = VideoChannels::createChannel(camera - 1);
-  const std::lock_guard lock(mutex);
+  const LockGuard lock(mutex);
   return videoChannels.addChannel(std::move(channel));
 }
 
 void Observations::removeCamera(int camera) {
-  const std::lock_guard lock(mutex);
+  const LockGuard lock(mutex);
   if (videoChannels.removeChannel(camera - 1)) {
     superObjectManager.removeSingleObjects(camera - 1);
   }
@@ -50,7 +50,7 @@ void Observations::removeCamera(int camera) {
 // ---- Objects ----
 
 void Observations::track(int camera, int priority, const TrackingObject& object) {
-  const std::lock_guard lock(mutex);
+  const LockGuard lock(mutex);
   VideoChannel* channel = videoChannels.getVideoChannel(camera - 1);
   if (channel == nullptr) {
     return;
@@ -85,7 +85,7 @@ void Observations::track(int camera, int priority, const TrackingObject& object)
 }
 
 void Observations::untrack(int camera, int objectId) {
-  const std::lock_guard lock(mutex);
+  const LockGuard lock(mutex);
   untrackObject(camera, objectId);
 }
 
@@ -96,12 +96,12 @@ void Observations::untrackObject(int camera, int objectId) {
 }
 
 void Observations::hold(int camera, int objectId, const void* holder) {
-  const std::lock_guard lock(mutex);
+  const LockGuard lock(mutex);
   holders[{camera, objectId}].insert(holder);
 }
 
 void Observations::letGo(int camera, int objectId, const void* holder) {
-  const std::lock_guard lock(mutex);
+  const LockGuard lock(mutex);
   const auto held = holders.find({camera, objectId});
   if (held == holders.end() || held->second.erase(holder) == 0 || !held->second.empty()) {
     return;
@@ -111,7 +111,7 @@ void Observations::letGo(int camera, int objectId, const void* holder) {
 }
 
 void Observations::withCenter(int camera, const std::function<void()>& action) {
-  const std::lock_guard lock(mutex);
+  const LockGuard lock(mutex);
   if (insertCenter(camera)) {
     action();
     superObjectManager.removeSingleObject(camera - 1, CENTER_OBJECT_ID);
@@ -148,12 +148,12 @@ bool Observations::insertCenter(int camera) {
 // ---- Selection ----
 
 void Observations::setWidestView(const WidestView& view) {
-  const std::lock_guard lock(mutex);
+  const LockGuard lock(mutex);
   superObjectManager.setMaxObjectSize(view);
 }
 
 std::optional<Target> Observations::selectTarget(double pan, double tilt) {
-  const std::lock_guard lock(mutex);
+  const LockGuard lock(mutex);
   superObjectManager.updateSuperObjects();
   const SuperObject* group = superObjectManager.getSuperObject(pan, tilt);
   if (group == nullptr) {
@@ -166,31 +166,31 @@ std::optional<Target> Observations::selectTarget(double pan, double tilt) {
 }
 
 bool Observations::getSwitchObject() const {
-  const std::lock_guard lock(mutex);
+  const LockGuard lock(mutex);
   return superObjectManager.getSwitchObject();
 }
 
 bool Observations::setSwitchObject(bool on) {
-  const std::lock_guard lock(mutex);
+  const LockGuard lock(mutex);
   const bool isChange = superObjectManager.getSwitchObject() != on;
   superObjectManager.setSwitchObject(on);
   return isChange;
 }
 
 int Observations::getTimePerObject() const {
-  const std::lock_guard lock(mutex);
+  const LockGuard lock(mutex);
   return superObjectManager.getTimePerObject();
 }
 
 bool Observations::setTimePerObject(int seconds) {
-  const std::lock_guard lock(mutex);
+  const LockGuard lock(mutex);
   const bool isChange = superObjectManager.getTimePerObject() != seconds;
   superObjectManager.setTimePerObject(seconds);
   return isChange;
 }
 
 void Observations::clear() {
-  const std::lock_guard lock(mutex);
+  const LockGuard lock(mutex);
   superObjectManager = {};
   videoChannels.clear();
   holders.clear();

@@ -3,11 +3,11 @@
 
 #include <functional>
 #include <map>
-#include <mutex>
 #include <optional>
 #include <set>
 #include <utility>
 
+#include "base/mutex.h"
 #include "ptz/video_channels.h"
 #include "scene/tracking_object.h"
 #include "tracker/super_object_manager.h"
@@ -58,14 +58,15 @@ class Observations {
   void clear();
 
  private:
-  // With the mutex held.
-  void untrackObject(int camera, int objectId);
-  bool insertCenter(int camera);
+  void untrackObject(int camera, int objectId) REQUIRES(mutex);
+  bool insertCenter(int camera) REQUIRES(mutex);
 
-  mutable std::recursive_mutex mutex;  // guards all below
-  SuperObjectManager superObjectManager;
-  VideoChannels videoChannels;
-  std::map<std::pair<int, int>, std::set<const void*>> holders;  // by camera and object
+  mutable RecursiveMutex mutex;
+  SuperObjectManager superObjectManager GUARDED_BY(mutex);
+  VideoChannels videoChannels GUARDED_BY(mutex);
+
+  // By camera and object.
+  std::map<std::pair<int, int>, std::set<const void*>> holders GUARDED_BY(mutex);
 };
 
 #endif

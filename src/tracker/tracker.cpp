@@ -22,12 +22,12 @@ constexpr const char* ABSOLUTE_ZOOM_HEADS = "K47";
 
 }  // namespace
 
+Mutex Tracker::s_instanceMutex;
 std::unique_ptr<Tracker> Tracker::s_tracker;
 std::int32_t Tracker::s_referenceCount = 0;
-std::mutex Tracker::s_instanceMutex;
 
 Tracker& Tracker::getInstance() {
-  const std::lock_guard lock(s_instanceMutex);
+  const LockGuard lock(s_instanceMutex);
   if (s_referenceCount == 0) {
     s_tracker.reset(new Tracker());
   }
@@ -36,7 +36,7 @@ Tracker& Tracker::getInstance() {
 }
 
 void Tracker::releaseInstance() {
-  const std::lock_guard lock(s_instanceMutex);
+  const LockGuard lock(s_instanceMutex);
   if (--s_referenceCount <= 0) {
     s_tracker.reset();
     s_referenceCount = 0;
@@ -90,7 +90,7 @@ std::string Tracker::getStateString() const {
 
 // The event sent last tells the state that was reached last, whoever changes it at once.
 void Tracker::sendStateEvent() {
-  const std::lock_guard lock(stateEventMutex);
+  const LockGuard lock(stateEventMutex);
   events.sendStateEvent(getStateString());
 }
 

@@ -4,10 +4,10 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <string>
 
 #include "app/thread.h"
+#include "base/mutex.h"
 #include "ptz/ptz_head.h"
 #include "ptz/ptz_remote_travo.h"
 #include "ptz/regulator.h"
@@ -115,12 +115,12 @@ class Tracker : public Thread, private Steering {
   void tell(bool active) override { events.sendIsSentrelingEvent(active); }
   bool mayGoHome() const override { return state == CameraState::running; }
 
-  static std::unique_ptr<Tracker> s_tracker;
-  static std::int32_t s_referenceCount;
-  static std::mutex s_instanceMutex;
+  static Mutex s_instanceMutex;
+  static std::unique_ptr<Tracker> s_tracker GUARDED_BY(s_instanceMutex);
+  static std::int32_t s_referenceCount GUARDED_BY(s_instanceMutex);
 
   std::atomic<CameraState> state{CameraState::stopped};
-  std::mutex stateEventMutex;  // orders the state events
+  Mutex stateEventMutex;  // orders the state events
   TrackerEvents events;
 
   Observations observations;

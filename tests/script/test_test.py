@@ -27,7 +27,7 @@ exit 8
 CLANG_FORMAT = CALLED + '[ ! -e "$ROOT/format-fails" ]\n'
 PLAYED = {"bin/cmake": CALLED, "bin/ninja": NINJA, "bin/ctest": CTEST,
           "bin/clang-format": CLANG_FORMAT, "script/bootstrap": CALLED,
-          "script/check-layers": CALLED}
+          "script/check-layers": CALLED, "script/check-locks": CALLED}
 
 
 class ScriptTestTest(unittest.TestCase):
