@@ -17,7 +17,9 @@ bool isFinite(const GroundFilter::Measurement& measurement) {
 
 }  // namespace
 
-GroundFilter::GroundFilter(const Measurement& first) {
+GroundFilter::GroundFilter(const Measurement& first, double density, double firstDeviation)
+    : firstDeviation(firstDeviation) {
+  current.density = density;
   begin(first, Eigen::Vector2d::Zero());
 }
 
@@ -26,7 +28,7 @@ void GroundFilter::begin(const Measurement& measurement, const Eigen::Vector2d& 
   current.mean << measurement.place, velocity;
   current.covariance.setZero();
   current.covariance.topLeftCorner<2, 2>() = measurement.covariance;
-  current.covariance.bottomRightCorner<2, 2>().diagonal().setConstant(squared(FIRST_DEVIATION));
+  current.covariance.bottomRightCorner<2, 2>().diagonal().setConstant(squared(firstDeviation));
   refused = 0;
   first = 0;
   count = 1;
@@ -138,7 +140,7 @@ GroundFilter::State GroundFilter::predict(const State& state, std::int64_t time)
   const Eigen::Matrix2d mixed = state.covariance.topRightCorner<2, 2>();
   const Eigen::Matrix2d velocity = state.covariance.bottomRightCorner<2, 2>();
   const Eigen::Matrix2d identity = Eigen::Matrix2d::Identity();
-  const double q = ACCELERATION_DENSITY;
+  const double q = state.density;
   later.covariance.topLeftCorner<2, 2>() = place + dt * (mixed + mixed.transpose()) +
                                            dt * dt * velocity + q * dt * dt * dt / 3.0 * identity;
   const Eigen::Matrix2d laterMixed = mixed + dt * velocity + q * dt * dt / 2.0 * identity;

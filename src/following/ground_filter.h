@@ -34,6 +34,7 @@ class GroundFilter {
     std::int64_t time = 0;
     Eigen::Vector4d mean = Eigen::Vector4d::Zero();  // X, Y, VX, VY
     Eigen::Matrix4d covariance = Eigen::Matrix4d::Identity();
+    double density = ACCELERATION_DENSITY;  // m2/s3
   };
 
   enum class Verdict {
@@ -44,7 +45,8 @@ class GroundFilter {
   };
 
   // Stands at the first measurement with no velocity. The measurement must be finite.
-  explicit GroundFilter(const Measurement& first);
+  explicit GroundFilter(const Measurement& first, double density = ACCELERATION_DENSITY,
+                        double firstDeviation = FIRST_DEVIATION);
 
   // One that is older than the state is put in its place, and the later ones are done again.
   Verdict update(const Measurement& measurement);
@@ -85,6 +87,7 @@ class GroundFilter {
   const Entry& entry(std::size_t index) const { return entries[(first + index) % KEPT]; }
 
   State current;
+  double firstDeviation;
   int refused = 0;
   std::size_t first = 0;  // of the entries, which go round
   std::size_t count = 0;

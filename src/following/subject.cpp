@@ -10,7 +10,6 @@ namespace following {
 
 namespace {
 
-constexpr double STANDING_SPEED = 0.1;    // m/s
 constexpr double NEAREST_SQUARED = 0.09;  // m2, a floor below which bearings mean nothing
 constexpr double BODY_WIDTH = 0.5;        // m
 constexpr double LEAST_FORESHORTENING = 0.1;
@@ -136,11 +135,11 @@ bool isFinite(const Subject& subject) {
 
 }  // namespace
 
-double walking(const GroundFilter::State& state) {
+double walking(const GroundFilter::State& state, double standingSpeed) {
   const Eigen::Vector2d velocity = state.mean.tail<2>();
   const Eigen::Matrix2d covariance = state.covariance.bottomRightCorner<2, 2>();
   const double distance = velocity.dot(covariance.inverse() * velocity);
-  const double fast = std::clamp(velocity.norm() / STANDING_SPEED - 1.0, 0.0, 1.0);
+  const double fast = std::clamp(velocity.norm() / standingSpeed - 1.0, 0.0, 1.0);
   const double sure = std::clamp((distance - 1.0) / 2.0, 0.0, 1.0);
   return std::isfinite(distance) ? fast * sure : 0.0;
 }

@@ -49,8 +49,10 @@ struct Subject {
   std::array<Direction, COURSE_POINTS> course{};
 };
 
-// How sure it is that somebody walks, 0 to 1: a speed above 0.1 m/s that is clear of its deviation.
-double walking(const GroundFilter::State& state);
+// How sure it is that somebody walks, 0 to 1: a speed above that of standing (m/s) that is clear of
+// its deviation.
+constexpr double STANDING_SPEED = 0.1;  // m/s
+double walking(const GroundFilter::State& state, double standingSpeed = STANDING_SPEED);
 
 // The members at a time, for a head at a height (m) above the ground. None when there is nobody or
 // a number is not finite.
