@@ -614,13 +614,48 @@ AxisIdentification identify(const AxisRecord& record) {
   return identified;
 }
 
+std::optional<double> speedInRelay(const AxisRecord& record) {
+  return record.commands().empty() ? std::nullopt : speedInRelay(Trace(record, 1));
+}
+
+namespace {
+
+SpeedCurve continuedLike(const SpeedCurve& curve, const SpeedCurve& shape) {
+  std::vector<SpeedLevel> levels(curve.levels().begin(), curve.levels().end());
+  const int last = levels.back().percent;
+  const double scale = curve.fastest() / shape.speed(last);
+  if (!std::isfinite(scale)) {
+    return curve;
+  }
+  for (const SpeedLevel& level : shape.levels()) {
+    if (level.percent > last) {
+      levels.push_back({level.percent, level.speed * scale});
+    }
+  }
+  return {levels, curve.step()};
+}
+
+bool isMuchWorse(const AxisIdentification& tilt, const AxisIdentification& pan) {
+  constexpr double MUCH = 2.0;
+  // Below these a record is explained, and the ratio of two means nothing.
+  constexpr double SMALL_MISFIT = 0.3;
+  constexpr double SMALL_SHARE = 0.01;
+  return tilt.misfit > MUCH * std::max(pan.misfit, SMALL_MISFIT) ||
+         tilt.unexplained > MUCH * std::max(pan.unexplained, SMALL_SHARE);
+}
+
+}  // namespace
+
 HeadIdentification identifyHead(const AxisRecord& pan, const AxisRecord& tilt) {
-  constexpr double MUCH_WORSE = 2.0;
   HeadIdentification head{identify(pan), identify(tilt)};
-  head.isTiltPans = head.pan.isBelieved() &&
-                    (!head.tilt.isBelieved() || head.tilt.misfit > MUCH_WORSE * head.pan.misfit);
+  if (!head.pan.isBelieved()) {
+    return head;
+  }
+  head.isTiltPans = !head.tilt.isBelieved() || isMuchWorse(head.tilt, head.pan);
   if (head.isTiltPans) {
     head.tilt = head.pan;
+  } else {
+    head.tilt.model.curve = continuedLike(head.tilt.model.curve, head.pan.model.curve);
   }
   return head;
 }

@@ -88,6 +88,10 @@ class AxisRecord {
   bool sound = true;
 };
 
+// The speed (deg/s) that the relay's part of a record shows, for what the staircase may ask for.
+// None when there was no relay.
+std::optional<double> speedInRelay(const AxisRecord& record);
+
 // Why a record is not believed.
 enum class Refusal {
   none,
@@ -115,8 +119,9 @@ struct HeadIdentification {
   bool isTiltPans = false;  // pan's result stands in for tilt's
 };
 
-// Both axes. Tilt's result is pan's where tilt met an end stop: it is refused, or its misfit is
-// more than twice pan's.
+// Both axes. Tilt's result is pan's where tilt met an end stop: it is refused, or what is left of
+// it is more than twice what is left of pan. Otherwise its speeds at levels that it had no room for
+// are in proportion to pan's.
 HeadIdentification identifyHead(const AxisRecord& pan, const AxisRecord& tilt);
 
 }  // namespace following

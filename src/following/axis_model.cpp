@@ -74,6 +74,11 @@ double SpeedCurve::percentFor(double speed) const {
   return interpolate(low.speed, high.speed, speed, low.percent, high.percent);
 }
 
+// Beyond the greatest level nothing is known.
+int SpeedCurve::mostCommand() const {
+  return kept[count - 1].percent / steps * steps;
+}
+
 int SpeedCurve::leastCommand() const {
   return (kept[0].percent + steps - 1) / steps * steps;
 }
@@ -84,7 +89,7 @@ int SpeedCurve::command(double speed, int before) const {
   }
   const double wanted = std::abs(speed);
   const int sign = speed < 0.0 ? -1 : 1;
-  const int most = FULL / steps * steps;
+  const int most = mostCommand();
   const int least = std::min(leastCommand(), most);
   int best = 0;
   double difference = before == 0 ? KEEPING * wanted : wanted;
@@ -113,7 +118,7 @@ int SpeedCurve::command(double speed, int before) const {
 }
 
 double SpeedCurve::slowest() const {
-  return count == 0 ? 0.0 : speed(std::min(leastCommand(), FULL / steps * steps));
+  return count == 0 ? 0.0 : speed(std::min(leastCommand(), mostCommand()));
 }
 
 double SpeedCurve::fastest() const {

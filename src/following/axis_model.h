@@ -38,8 +38,8 @@ class SpeedCurve {
   // deg/s with the command's sign; a command beyond 100 percent is one of 100.
   double speed(double percent) const;
 
-  // The command whose speed comes nearest to the wanted one. That of before counts its difference
-  // 0.7 fold, so that the axis does not flicker between two.
+  // The command whose speed comes nearest to the wanted one, not beyond the greatest level. That of
+  // before counts its difference 0.7 fold, so that the axis does not flicker between two.
   int command(double speed, int before) const;
 
   bool moves() const { return count != 0; }
@@ -51,6 +51,7 @@ class SpeedCurve {
  private:
   double percentFor(double speed) const;
   int leastCommand() const;
+  int mostCommand() const;
 
   std::array<SpeedLevel, MOST_LEVELS> kept{};
   std::size_t count = 0;

@@ -255,10 +255,39 @@ TEST(HeadIdentificationTest, TiltThatMeetsItsEndTakesPansResult) {
   HeadKind kind;
   kind.latency = 0.15;
   // At 100 percent the tilt goes 90 degrees: from -20 against its end at 20.
-  const auto head = simulation::identifyHead(kind, 3, {.relaySeconds = 4.0, .tiltStart = -20.0});
+  const auto head = simulation::identifyHead(kind, 3, {4.0, -20.0, 1000.0});
   ASSERT_TRUE(head.pan.isBelieved());
   EXPECT_TRUE(head.isTiltPans);
   EXPECT_EQ(head.tilt.model.acceleration, head.pan.model.acceleration);
+}
+
+TEST(HeadIdentificationTest, EndStopIsNotTakenForAnAcceleration) {
+  HeadKind kind;
+  kind.latency = 0.3;
+  kind.latencyJitter = 0.06;
+  kind.curve = 1.5;
+  kind.statusAge = 0.3;
+  kind.statusPeriod = 0.2;
+  kind.statusStep = 0.1;
+  for (std::uint64_t seed = 1; seed <= 10; ++seed) {
+    const auto head = simulation::identifyHead(kind, seed, {4.0, -35.0, 1000.0});
+    EXPECT_LT(head.tilt.model.acceleration, 450.0) << seed;
+  }
+}
+
+// 35 degrees of room: at 100 deg/s the levels of 100 and 60 percent (90 and 48 degrees) are left
+// out.
+TEST(HeadIdentificationTest, LevelsThatTiltHasNoRoomForAreLikePans) {
+  HeadKind kind;
+  kind.latency = 0.15;
+  const auto tilt = recordAxis(kind, 4, true);
+  EXPECT_NEAR(*speedInRelay(tilt), 35.0, 5.0);
+  EXPECT_EQ(identify(tilt).model.curve.levels().back().percent, 35);
+  const auto head = identifyHead(recordAxis(kind, 3, false), tilt);
+  EXPECT_FALSE(head.isTiltPans);
+  EXPECT_EQ(head.tilt.model.curve.levels().back().percent, 100);
+  EXPECT_NEAR(head.tilt.model.curve.fastest(), 100.0, 1.0);
+  EXPECT_NEAR(head.tilt.model.curve.speed(60), 60.0, 0.6);
 }
 
 TEST(HeadIdentificationTest, TiltWithRoomIsFittedByItself) {

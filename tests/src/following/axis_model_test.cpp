@@ -73,6 +73,13 @@ TEST(SpeedCurveTest, CommandIsTheOneWhoseSpeedIsNearest) {
   }
 }
 
+TEST(SpeedCurveTest, CommandIsNeverBeyondTheGreatestLevel) {
+  const SpeedLevel levels[] = {{5, 5.0}, {20, 20.0}, {35, 35.0}};
+  EXPECT_EQ(SpeedCurve(levels, 1).command(90.0, 0), 35);
+  EXPECT_EQ(SpeedCurve(levels, 1).command(-90.0, 100), -35);
+  EXPECT_EQ(SpeedCurve(levels, 10).command(90.0, 0), 30);
+}
+
 TEST(SpeedCurveTest, CommandOfBeforeIsKeptWhileItIsNearlyAsGood) {
   const SpeedLevel levels[] = {{10, 10.0}, {100, 100.0}};
   const SpeedCurve found(levels, 10);

@@ -102,6 +102,22 @@ TEST(IdentitiesTest, HeightsTellPeopleApart) {
   EXPECT_EQ(people.who(4), small);
 }
 
+// Both come back at one place: only their heights differ.
+TEST(IdentitiesTest, HeightAloneDecidesWhereTwoComeBackTogether) {
+  People people;
+  for (int i = 0; i < 30; ++i, people.pass()) {
+    people.frame({seen(1, 0.1 * i, 6.0, 1.9), seen(2, 0.1 * i, 6.1, 1.5)});
+  }
+  const std::int64_t tall = people.who(1);
+  const std::int64_t small = people.who(2);
+  for (int i = 30; i < 45; ++i, people.pass()) people.frame({});
+  for (int i = 45; i < 55; ++i, people.pass()) {
+    people.frame({seen(3, 0.1 * i, 6.1, 1.9), seen(4, 0.1 * i, 6.0, 1.5)});
+  }
+  EXPECT_EQ(people.who(3), tall);
+  EXPECT_EQ(people.who(4), small);
+}
+
 TEST(IdentitiesTest, CheapestPairIsJoinedFirst) {
   People people;
   for (int i = 0; i < 20; ++i, people.pass()) {
@@ -131,6 +147,15 @@ TEST(IdentitiesTest, WhoIsLostForFourSecondsIsForgotten) {
   EXPECT_NE(people.who(5), identity) << "the camera gave the number to somebody else";
 }
 
+TEST(IdentitiesTest, NumberThatIsGivenAgainAfterFourSecondsIsSomebodyElse) {
+  People people;
+  for (int i = 0; i < 10; ++i, people.pass()) people.frame({seen(5, 0.0, 6.0)});
+  const std::int64_t identity = people.who(5);
+  people.now += 4'100'000;
+  people.frame({seen(5, 0.0, 6.0)});
+  EXPECT_NE(people.who(5), identity);
+}
+
 TEST(IdentitiesTest, NumberThatComesBackTakesItsTrackBack) {
   People people;
   for (int i = 0; i < 20; ++i, people.pass()) people.frame({seen(5, 0.1 * i, 6.0)});
@@ -158,6 +183,22 @@ TEST(IdentitiesTest, HandOverToAnotherCameraIsTheSamePerson) {
   EXPECT_EQ(people.identities.people().size(), 1U);
   const auto& state = people.identities.find(identity)->filter.state();
   EXPECT_LT(std::abs(state.mean(3)), 0.2) << "a step of the mounting is no velocity";
+}
+
+// Half a degree at nearly eight metres: 0.2 m along the line of sight.
+TEST(IdentitiesTest, CamerasThatAreMountedApartHandOverWithoutAKick) {
+  People people;
+  for (int i = 0; i < 30; ++i, people.pass()) people.frame({seen(5, 0.12 * i - 2.0, 6.0)}, 0);
+  const std::int64_t identity = people.who(5, 0);
+  double kick = 0.0;
+  for (int i = 30; i < 45; ++i, people.pass()) {
+    people.frame({seen(8, 0.12 * i - 2.0, 6.2)}, 1);
+    const Person* person = people.identities.find(identity);
+    kick = std::max(kick, std::abs(person->filter.state().mean(3)));
+  }
+  EXPECT_EQ(people.who(8, 1), identity);
+  RecordProperty("kick", std::to_string(kick));
+  EXPECT_LT(kick, 0.2);
 }
 
 TEST(IdentitiesTest, TwoCamerasThatSeeOnePersonAtOnceAreOneTrack) {

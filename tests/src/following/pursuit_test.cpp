@@ -116,6 +116,17 @@ TEST(PursuitTest, DoesNotRestWhileTheGoalMovesVisibly) {
   EXPECT_NE(pursuit.step(standingAt(0.0, 0.0), at(0.0, 0.0, 1.9), WIDE)->pan, 0);
 }
 
+// A head that does 2 deg/s at the least stands rather than to step after what does less than half.
+TEST(PursuitTest, RestsWhileTheGoalIsSlowerThanHalfOfItsLeastSpeed) {
+  const SpeedLevel levels[] = {{2, 2.0}, {100, 100.0}};
+  HeadParameters coarse = linear();
+  coarse.pan.curve = SpeedCurve(levels, 1);
+  Pursuit pursuit(coarse);
+  pursuit.start();
+  EXPECT_EQ(pursuit.step(standingAt(0.0, 0.0), at(0.05, 0.0, 0.9), 5.0)->pan, 0);
+  EXPECT_NE(pursuit.step(standingAt(0.0, 0.0), at(0.05, 0.0, 1.1), 5.0)->pan, 0);
+}
+
 // 60 degrees down an error of pan counts half.
 TEST(PursuitTest, PanCountsByTheCosineOfTilt) {
   Pursuit pursuit = started();
@@ -171,6 +182,24 @@ TEST(LeadingGoalTest, SlowHeadLeavesBeforeItsSubject) {
   const Goal goal = leadingGoal(subject, 30.0);
   EXPECT_NEAR(goal.position, 7.5, 1e-6);
   EXPECT_NEAR(goal.rate, 15.0, 1e-5);
+}
+
+// It stands for a moment and then goes at so many degrees per second.
+int commandBefore(double speed) {
+  Subject subject = at(0.0, 0.0);
+  subject.hasCourse = true;
+  for (std::size_t i = 0; i < Subject::COURSE_POINTS; ++i) {
+    subject.course[i] = {speed * std::max(0.0, 0.1 * static_cast<double>(i) - 0.3), 0.0};
+  }
+  Pursuit pursuit = started();
+  return pursuit.step(standingAt(0.0, 0.0), subject, WIDE)->pan;
+}
+
+TEST(LeadingGoalTest, HeadOnlyLeadsWhatIsFasterThanItself) {
+  EXPECT_EQ(commandBefore(96.0), 0);
+  EXPECT_EQ(commandBefore(-96.0), 0);
+  EXPECT_GT(commandBefore(130.0), 0);
+  EXPECT_LT(commandBefore(-130.0), 0);
 }
 
 TEST(LeadingGoalTest, WhatIsSlowEnoughIsNotChanged) {

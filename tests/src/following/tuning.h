@@ -4,6 +4,7 @@
 #define TESTS_FOLLOWING_TUNING_H
 
 #include <cstdint>
+#include <limits>
 
 #include "following/axis_identification.h"
 #include "following/simulated_head.h"
@@ -13,6 +14,7 @@ namespace simulation {
 struct Tuning {
   double relaySeconds = 4.0;  // 0: no relay
   double tiltStart = -35.0;   // deg
+  double tiltRoom = 35.0;     // deg, that one level of the staircase may take
 };
 
 // What an axis recorded.
@@ -40,7 +42,8 @@ inline following::AxisRecord recordAxis(const HeadKind& kind, std::uint64_t seed
     step(relay);
   }
   record.beginStaircase(now);
-  const following::Staircase staircase;
+  const double room = isTilt ? tuning.tiltRoom : std::numeric_limits<double>::infinity();
+  const following::Staircase staircase(following::speedInRelay(record).value_or(0.0), room);
   const std::int64_t begin = now;
   while (const auto percent = staircase.command(static_cast<double>(now - begin) / 1e6 + 1e-6)) {
     step(*percent);
