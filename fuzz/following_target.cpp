@@ -23,7 +23,7 @@ using fuzz::require;
 constexpr int MOST_STEPS = 400;
 constexpr int MOST_SEEN = 6;
 constexpr int MOST_LEVELS = 6;
-constexpr int MOST_SAMPLES = 32;  // so that a fit takes milliseconds
+constexpr int MOST_SAMPLES = 48;  // so that a fit takes milliseconds
 constexpr std::size_t CAPACITY = 8;
 
 // Mostly what may be, now and then any number there is.

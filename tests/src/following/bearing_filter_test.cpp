@@ -55,6 +55,10 @@ TEST(BearingFilterTest, OutliersAndNumbersThatAreNotFiniteAreLeftOut) {
   EXPECT_EQ(filter.update(at(2.1, 90.0, 5.0)), GroundFilter::Verdict::refused);
   EXPECT_EQ(filter.update(at(2.1, std::nan(""), 5.0)), GroundFilter::Verdict::dropped);
   EXPECT_EQ(filter.update(at(2.1, 0.0, HUGE_VAL)), GroundFilter::Verdict::dropped);
+  BearingFilter::Observation sizeless = at(2.1, 0.0, 5.0);
+  sizeless.width = std::nan("");
+  EXPECT_EQ(filter.update(sizeless), GroundFilter::Verdict::dropped);
+  EXPECT_EQ(filter.predict(2'100'000).width, 2.0);
   EXPECT_NEAR(filter.predict(2'100'000).pan, 0.0, 0.1);
 }
 

@@ -123,6 +123,7 @@ TEST(PursuitTest, RestsWhileTheGoalIsSlowerThanHalfOfItsLeastSpeed) {
   coarse.pan.curve = SpeedCurve(levels, 1);
   Pursuit pursuit(coarse);
   pursuit.start();
+  pursuit.commanded({2, 0});
   EXPECT_EQ(pursuit.step(standingAt(0.0, 0.0), at(0.05, 0.0, 0.9), 5.0)->pan, 0);
   EXPECT_NE(pursuit.step(standingAt(0.0, 0.0), at(0.05, 0.0, 1.1), 5.0)->pan, 0);
 }
