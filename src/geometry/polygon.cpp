@@ -4,24 +4,18 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
 #include <limits>
-#include <set>
 
 #include "geometry/gm_points.h"
-#include "geometry/polygon_container.h"
 #include "geometry/polyline.h"
 #include "geometry/svg_element.h"
 
 namespace {
 
 constexpr std::size_t COORDINATES = 2;          // of a vertex
-constexpr int PICTURE_LIMIT = 4096;             // Q12, the picture's border
 constexpr int PADDING_THRESHOLD = 2048;         // padding grows below it and shrinks from it on
 constexpr float FIXED_ONE = 65536.0F;           // 16.16
 constexpr float LARGEST_FIXED = 2147483520.0F;  // the largest float below 2^31
-
-using PointSet = std::set<Point>;
 
 std::int16_t neighbour(std::int16_t value) {
   return static_cast<std::int16_t>(value < PADDING_THRESHOLD ? value + 1 : value - 1);
@@ -43,49 +37,6 @@ std::vector<Point> pad(std::span<const Point> v) {
   }
   return {v.begin(), v.end()};
 }
-
-Point clampToPicture(int x, int y) {
-  return {static_cast<std::int16_t>(std::clamp(x, -PICTURE_LIMIT, PICTURE_LIMIT)),
-          static_cast<std::int16_t>(std::clamp(y, -PICTURE_LIMIT, PICTURE_LIMIT))};
-}
-
-// The nearest free point on square rings around the given one: each ring along its top and bottom
-// rows from left to right, then along its sides.
-Point findClosestNonDuplicate(const Point& point, const PointSet& taken) {
-  const auto isFree = [&taken](const Point& candidate) { return !taken.contains(candidate); };
-  for (int distance = 1; distance <= 2 * PICTURE_LIMIT; ++distance) {
-    for (int x = point.x - distance; x <= point.x + distance; ++x) {
-      for (const int y : {point.y + distance, point.y - distance}) {
-        if (const Point candidate = clampToPicture(x, y); isFree(candidate)) {
-          return candidate;
-        }
-      }
-    }
-    for (int y = point.y - distance + 1; y < point.y + distance; ++y) {
-      for (const int x : {point.x - distance, point.x + distance}) {
-        if (const Point candidate = clampToPicture(x, y); isFree(candidate)) {
-          return candidate;
-        }
-      }
-    }
-  }
-  return point;
-}
-
-// The result arrays of the geometry library, released whatever happens while they are read.
-struct ClipResult {
-  ~ClipResult() {
-    for (int i = 0; i < count; ++i) {
-      std::free(outlines[i]);
-    }
-    std::free(outlines);
-    std::free(sizes);
-  }
-
-  gm_point** outlines = nullptr;
-  int* sizes = nullptr;
-  int count = 0;
-};
 
 std::int32_t toFixed(float factor) {
   const float fixed = factor * FIXED_ONE + (factor > 0.0F ? 0.5F : -0.5F);
@@ -193,6 +144,12 @@ bool Polygon::doesIntersect(const Polygon& other) const {
                          gmCount(other.vertices)) == 1;
 }
 
+// Here, as a line knows nothing of areas.
+bool Polyline::doesIntersect(const Polygon& polygon) const {
+  return gm_intersect_ps(toGmPoints(polygon.getVertices()), gmCount(polygon.getVertices()),
+                         toGmPoints(points), gmCount(points)) == 1;
+}
+
 bool Polygon::doesIntersect(const Polyline& line) const {
   return line.doesIntersect(*this);
 }
@@ -235,37 +192,6 @@ Polygon Polygon::createScaledCopy(float factor) const {
   copy.moveTo(getCentroid());
   copy.initialize(std::vector<Point>(copy.vertices));
   return copy;
-}
-
-void Polygon::intersect(const Polygon& other, PolygonContainer& result) const {
-  clip(other, GM_CLIP_INTERSECTION, result);
-}
-
-void Polygon::cutOff(const Polygon& other, PolygonContainer& result) const {
-  clip(other, GM_CLIP_CUT_OFF, result);
-}
-
-void Polygon::clip(const Polygon& other, int operation, PolygonContainer& result) const {
-  const std::vector<Point> clipVertices = adjustDuplicates(other.vertices);
-  ClipResult pieces;
-  pieces.count = gm_clip_pp(toGmPoints(vertices), gmCount(vertices), toGmPoints(clipVertices),
-                            gmCount(clipVertices), static_cast<gm_clip_e>(operation),
-                            &pieces.outlines, &pieces.sizes);
-  for (int i = 0; i < pieces.count; ++i) {
-    result.insert(std::make_unique<Polygon>(fromGmPoints(pieces.outlines[i], pieces.sizes[i])));
-  }
-}
-
-std::vector<Point> Polygon::adjustDuplicates(const std::vector<Point>& clipVertices) const {
-  PointSet taken(vertices.begin(), vertices.end());
-  std::vector<Point> adjusted(clipVertices);
-  for (Point& vertex : adjusted) {
-    if (taken.contains(vertex)) {
-      vertex = findClosestNonDuplicate(vertex, taken);
-      taken.insert(vertex);
-    }
-  }
-  return adjusted;
 }
 
 void Polygon::print() const {

@@ -6,7 +6,6 @@
 #include <utility>
 
 #include "geometry/gm_points.h"
-#include "geometry/polygon.h"
 #include "geometry/svg_element.h"
 
 Polyline::Polyline(std::vector<Point> points) : points(std::move(points)) {}
@@ -20,11 +19,6 @@ std::unique_ptr<Polyline> Polyline::clone() const {
 int Polyline::findPosition(const Point& p) const {
   const auto found = std::ranges::find(points, p);
   return found == points.end() ? -1 : static_cast<int>(found - points.begin());
-}
-
-bool Polyline::doesIntersect(const Polygon& polygon) const {
-  return gm_intersect_ps(toGmPoints(polygon.getVertices()), gmCount(polygon.getVertices()),
-                         toGmPoints(points), gmCount(points)) == 1;
 }
 
 bool Polyline::doesIntersect(const Polyline& line) const {
