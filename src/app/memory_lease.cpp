@@ -3,24 +3,28 @@
 #include <malloc.h>
 #include <unistd.h>
 
+#include <exception>
 #include <fstream>
 
 namespace {
 
 constexpr std::size_t LITTLE = 1U << 20U;  // bytes
 
-// Of the process, in bytes; 0 when the system does not tell.
-std::size_t residentMemory() {
+// Of the process, in bytes; 0 when the system does not tell. What reads it may itself find no
+// memory.
+std::size_t residentMemory() noexcept try {
   std::ifstream status("/proc/self/statm");
   std::size_t total = 0;
   std::size_t resident = 0;
   status >> total >> resident;
   return resident * static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+} catch (const std::exception&) {
+  return 0;
 }
 
 }  // namespace
 
-MemoryLease::MemoryLease() : before(residentMemory()) {}
+MemoryLease::MemoryLease() noexcept : before(residentMemory()) {}
 
 MemoryLease::~MemoryLease() {
   if (residentMemory() > before + LITTLE) {

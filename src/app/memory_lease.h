@@ -8,7 +8,7 @@
 // is not worth the effort and stays. To be made before, and so destroyed after, what it is about.
 class MemoryLease {
  public:
-  MemoryLease();
+  MemoryLease() noexcept;
   ~MemoryLease();
   MemoryLease(const MemoryLease&) = delete;
   MemoryLease& operator=(const MemoryLease&) = delete;

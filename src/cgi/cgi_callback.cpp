@@ -61,8 +61,8 @@ void CGI_Callback::handle(const char*, const char*, const char* query, GHashTabl
   if (!s_isRunning) {
     return;
   }
-  const MemoryLease lease;
   try {
+    const MemoryLease lease;
     const std::string text = repairTail(pickRequestText(query, parameters));
     CGI_Responder::sendResponse(createAnswer(*static_cast<CGI_Handler*>(userData), text), out);
   } catch (const std::exception& problem) {
