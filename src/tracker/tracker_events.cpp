@@ -86,16 +86,13 @@ bool TrackerEvents::declareIsSentreling() {
   return isSentrelingEventId != 0;
 }
 
-// What is refused then is tried again with the next event only.
-bool TrackerEvents::declareOnceThereIsAService() {
+// Quiet while there is no service.
+bool TrackerEvents::declareUntilAllIsThere() {
   const std::lock_guard lock(mutex);
   if (isInUse && eventHandler == nullptr) {
     eventHandler = sdk_wrapper_handler_new();
   }
-  if (isInUse && eventHandler != nullptr) {
-    declareMissing();
-  }
-  return !isInUse || eventHandler != nullptr;
+  return !isInUse || (eventHandler != nullptr && declareMissing());
 }
 
 // ---- Sending ----

@@ -12,8 +12,8 @@
 #include "events/main_loop_retry.h"
 
 // The tracker's two stateful events: its state, and whether it is steering the head. Failures are
-// logged. What could not be declared, because the event service was away, is tried again with the
-// next event, and every second; the values sent last are then told. Any thread, between
+// logged. What could not be declared is tried again with the next event, and every second until it
+// is; the values sent last are then told. Any thread, between
 // declareEvents and undeclareEvents.
 class TrackerEvents {
  public:
@@ -36,8 +36,8 @@ class TrackerEvents {
   void tellState();
   void tellIsSentreling();
 
-  // On the main loop's thread.
-  bool declareOnceThereIsAService();
+  // On the main loop's thread. Whether nothing is missing any more.
+  bool declareUntilAllIsThere();
 
   std::mutex mutex;  // keeps what is remembered and what is sent the same; guards all but the flag
   bool isInUse = false;
@@ -48,7 +48,7 @@ class TrackerEvents {
   bool wasSentrelingSent = false;
   std::atomic<bool> sentrelingActive{false};
 
-  MainLoopRetry retry{[this] { return declareOnceThereIsAService(); }};
+  MainLoopRetry retry{[this] { return declareUntilAllIsThere(); }};
 };
 
 #endif

@@ -215,6 +215,18 @@ TEST_F(TrackerEventsTest, AServiceThatComesLaterIsFoundWithoutAnEvent) {
   events.undeclareEvents();
 }
 
+TEST_F(TrackerEventsTest, AServiceThatRefusesIsAskedUntilBothAreDeclared) {
+  FakeEvents::failDeclares(3);  // both, and the state once more
+  events.declareEvents();
+  const std::int64_t end = g_get_monotonic_time() + 10'000'000;
+  while (activeTopics().size() < 2) {
+    ASSERT_LT(g_get_monotonic_time(), end);
+    if (!g_main_context_iteration(nullptr, FALSE)) std::this_thread::yield();
+  }
+  EXPECT_THAT(activeTopics(), ElementsAre("isSentreling", "state"));
+  events.undeclareEvents();
+}
+
 TEST_F(TrackerEventsTest, NothingIsDeclaredOnceTheyAreUndeclared) {
   FakeEvents::failHandlers(1);
   events.declareEvents();
