@@ -46,7 +46,7 @@ StateEventProducerHandle ONVIF_StateEventProducer::registerEvent(std::int32_t ca
                                                                  const std::string&) {
   const std::lock_guard lock(mutex);
   if (isInRange(camera, alarmedProfiles.size())) {
-    makeUp();
+    makeUpUnlessInVain();
     if (!owed.declare(motionAlarmKey(camera), [camera] { return declareMotionAlarm(camera); })) {
       retry.begin();
     }
@@ -63,10 +63,13 @@ void ONVIF_StateEventProducer::unregisterEvent(const StateEventProducerHandle& h
   }
 }
 
-void ONVIF_StateEventProducer::makeUp() {
-  if (owed.empty() || !sdk_wrapper_has_event_service()) {
-    return;
+void ONVIF_StateEventProducer::makeUpUnlessInVain() {
+  if (!owed.empty() && !owed.hasJustFailed() && sdk_wrapper_has_event_service()) {
+    makeUp();
   }
+}
+
+void ONVIF_StateEventProducer::makeUp() {
   owed.settle();
   for (auto next = missedStarts.begin(); next != missedStarts.end();) {
     const auto missed = next++;
@@ -77,13 +80,13 @@ void ONVIF_StateEventProducer::makeUp() {
   }
 }
 
-bool ONVIF_StateEventProducer::makeUpOnceThereIsAService() {
-  if (!sdk_wrapper_has_event_service()) {
-    return false;
-  }
+bool ONVIF_StateEventProducer::makeUpForAll() {
+  const bool isServiceThere = sdk_wrapper_has_event_service();
   const std::lock_guard lock(mutex);
-  makeUp();
-  return true;
+  if (isServiceThere) {
+    makeUp();
+  }
+  return owed.empty();
 }
 
 void ONVIF_StateEventProducer::sendStartEvent(const StateEventProducerHandle& handle,
@@ -92,7 +95,7 @@ void ONVIF_StateEventProducer::sendStartEvent(const StateEventProducerHandle& ha
   if (!isInRange(handle.camera, alarmedProfiles.size())) {
     return;
   }
-  makeUp();
+  makeUpUnlessInVain();
   auto& alarmed = alarmedProfiles[static_cast<std::size_t>(handle.camera) - 1];
   if (!alarmed.insert(handle.lookupKey).second || alarmed.size() != 1) {
     return;
@@ -125,7 +128,7 @@ void ONVIF_StateEventProducer::sendEnd(const StateEventProducerHandle& handle,
   if (!isInRange(handle.camera, alarmedProfiles.size())) {
     return;
   }
-  makeUp();
+  makeUpUnlessInVain();
   auto& alarmed = alarmedProfiles[static_cast<std::size_t>(handle.camera) - 1];
   if (alarmed.erase(handle.lookupKey) == 0 || !alarmed.empty()) {
     return;

@@ -35,10 +35,11 @@ class ONVIF_StateEventProducer : public StateEventProducerI {
  private:
   void sendEnd(const StateEventProducerHandle& handle, const std::int64_t* time);
 
-  // On the main loop's thread.
-  bool makeUpOnceThereIsAService();
+  // On the main loop's thread. Whether nothing is owed any more.
+  bool makeUpForAll();
 
   // With the mutex held.
+  void makeUpUnlessInVain();
   void makeUp();
   void start(std::int32_t camera, std::int64_t time);
 
@@ -47,7 +48,7 @@ class ONVIF_StateEventProducer : public StateEventProducerI {
   OwedDeclarations owed;
   std::map<std::int32_t, std::int64_t> missedStarts;  // camera number -> time, of what is owed
 
-  MainLoopRetry retry{[this] { return makeUpOnceThereIsAService(); }};
+  MainLoopRetry retry{[this] { return makeUpForAll(); }};
 };
 
 #endif

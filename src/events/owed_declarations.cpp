@@ -3,9 +3,21 @@
 #include <algorithm>
 #include <utility>
 
+#include "app/clock.h"
+#include "events/sdk_wrapper.h"
+
+namespace {
+
+constexpr std::int64_t BACK_OFF = 1000000;  // microseconds
+
+}  // namespace
+
 bool OwedDeclarations::declare(const std::string& key, Declare declare) {
-  if (declare()) {
-    return true;
+  if (!isOwed(key)) {
+    if (declare()) {
+      return true;
+    }
+    noteFailure();
   }
   owed.push_back({key, std::move(declare)});
   return false;
@@ -21,7 +33,22 @@ bool OwedDeclarations::forgive(const std::string& key) {
 }
 
 void OwedDeclarations::settle() {
-  std::erase_if(owed, [](const Owed& one) { return one.declare(); });
+  const auto failed = std::ranges::find_if(owed, [](const Owed& one) { return !one.declare(); });
+  if (failed != owed.end()) {
+    noteFailure();
+  }
+  owed.erase(owed.begin(), failed);
+}
+
+// What fails for want of a service fails at once, and is tried again as soon as there is one.
+void OwedDeclarations::noteFailure() {
+  if (sdk_wrapper_has_event_service()) {
+    failedAt = utils::monotonicTime();
+  }
+}
+
+bool OwedDeclarations::hasJustFailed() const {
+  return failedAt && utils::monotonicTime() < *failedAt + BACK_OFF;
 }
 
 bool OwedDeclarations::isOwed(const std::string& key) const {

@@ -24,6 +24,9 @@ namespace {
 constexpr int HANDLE_ATTEMPTS = 10;
 constexpr std::int64_t ATTEMPT_PAUSE = 100000;  // microseconds
 constexpr std::int64_t REMOVAL_DELAY = 50000;   // microseconds
+constexpr std::int64_t BACK_OFF = 1000000;      // microseconds, after a renaming that failed
+constexpr std::int64_t FIRST_PAUSE = 1000000;   // microseconds, of undeclarations that failed
+constexpr std::int64_t LONGEST_PAUSE = 60 * FIRST_PAUSE;
 constexpr std::size_t MAX_DATA_KEY_LENGTH = 127;
 constexpr std::int32_t QUIET_FAILURES = 5;
 
@@ -57,6 +60,13 @@ struct PendingRemoval {
   std::int32_t timerId;
 };
 
+// A declaration that the service did not take back. It would be there for ever, in alarm perhaps.
+struct LeftDeclaration {
+  std::uint32_t id;
+  std::int64_t pause;      // microseconds
+  std::int64_t nextTrial;  // monotonic microseconds
+};
+
 struct FreeSet {
   void operator()(OVEventKeyValueSet* set) const { ov_event_key_value_set_free(set); }
 };
@@ -71,6 +81,9 @@ std::string s_niceName;
 std::string s_topic0;
 std::unique_ptr<EventTable> s_events;
 std::vector<PendingRemoval> s_pendingRemovals;
+std::optional<std::int64_t> s_renamingFailedAt;  // monotonic microseconds
+std::vector<LeftDeclaration> s_leftDeclarations;
+std::optional<std::int32_t> s_leftTimerId;  // there is one while there are such
 
 // What the two ways of sending say when they fail.
 struct SendMessages {
@@ -299,6 +312,61 @@ bool sendValue(const std::string& name, DeclaredEvent& event, const char* data,
   return sendEvent(EVENT_MESSAGES, name, event, set, eventTime);
 }
 
+// ---- Declarations that are to go ----
+
+bool tryToUndeclare(std::uint32_t id) {
+  return ov_event_handler_undeclare(s_eventHandler, id, nullptr);
+}
+
+// Not while another observer of this module has been given the same id.
+void dropTimer(std::int32_t timerId) {
+  const bool isUsed = timerId == s_leftTimerId ||
+                      std::ranges::find(s_pendingRemovals, timerId, &PendingRemoval::timerId) !=
+                          s_pendingRemovals.end();
+  if (!isUsed) {
+    IntervalTimerObservable::unregisterObserver(timerId);
+  }
+}
+
+// Ever more seldom: the service may have taken one back without its answer having arrived, and then
+// knows nothing of it any more. At most one failure at a time, for it may take a time-out.
+void undeclareWhatIsLeft() {
+  const std::int64_t now = utils::monotonicTime();
+  const auto failed = std::ranges::find_if(s_leftDeclarations, [now](LeftDeclaration& left) {
+    const bool isDue = left.nextTrial <= now;
+    const bool isGone = isDue && tryToUndeclare(left.id);
+    left.id = isGone ? 0 : left.id;
+    return isDue && !isGone;
+  });
+  if (failed != s_leftDeclarations.end()) {
+    failed->pause = std::min(2 * failed->pause, LONGEST_PAUSE);
+    failed->nextTrial = now + failed->pause;
+  }
+  std::erase_if(s_leftDeclarations, [](const LeftDeclaration& left) { return left.id == 0; });
+}
+
+void leftTimerCallback(std::int32_t timerId) {
+  const std::lock_guard lock(s_mutex);
+  undeclareWhatIsLeft();
+  if (s_leftDeclarations.empty() && s_leftTimerId == timerId) {
+    s_leftTimerId.reset();
+  }
+  dropTimer(timerId);
+}
+
+// At once, or as soon as the service takes it back.
+void undeclare(std::uint32_t id) {
+  if (tryToUndeclare(id)) {
+    return;
+  }
+  s_leftDeclarations.push_back({id, FIRST_PAUSE, utils::monotonicTime() + FIRST_PAUSE});
+  if (!s_leftTimerId) {
+    s_leftTimerId = IntervalTimerObservable::registerObserver(leftTimerCallback, FIRST_PAUSE);
+  }
+}
+
+// ---- Names ----
+
 // Puts a new declaration in the place of the present one, which goes last: an event that is active
 // is active for every listener all the time. What was a message is not sent again.
 bool declareAnew(const std::string& name, DeclaredEvent& event, EventNames names,
@@ -314,8 +382,12 @@ bool declareAnew(const std::string& name, DeclaredEvent& event, EventNames names
   if (!isStateless(event) && event.sentTime) {
     sendValue(name, event, event.data.c_str(), *event.sentTime);
   }
-  ov_event_handler_undeclare(s_eventHandler, former, nullptr);
+  undeclare(former);
   return true;
+}
+
+bool hasRenamingJustFailed() {
+  return s_renamingFailedAt && utils::monotonicTime() < *s_renamingFailedAt + BACK_OFF;
 }
 
 // Sees to it that the service knows the event by the names that are wanted. While it cannot be told
@@ -327,8 +399,11 @@ void applyNames(const std::string& name, DeclaredEvent& event) {
   const EventKeyValueSet set = createApplicationEventSet(event, event.wantedNames);
   if (!declareAnew(name, event, event.wantedNames, set.ok() ? set.get() : nullptr)) {
     syslog(LOG_ERR, "Cannot declare event %s (internal error)\n", name.c_str());
+    s_renamingFailedAt = utils::monotonicTime();
   }
 }
+
+// ---- Removal ----
 
 // Undeclares an event that nobody uses any more; one that was declared again meanwhile stays.
 void completeRemoval(const std::string& name) {
@@ -336,7 +411,7 @@ void completeRemoval(const std::string& name) {
   if (event == nullptr || event->refCount > 0) {
     return;
   }
-  ov_event_handler_undeclare(s_eventHandler, event->declarationId, nullptr);
+  undeclare(event->declarationId);
   s_events->erase(name);
 }
 
@@ -349,11 +424,7 @@ void removalTimerCallback(std::int32_t timerId) {
     completeRemoval(name);
   }
   // Also without an entry: an observer that was unregistered before it became active stays active.
-  // Not while another removal waits under the same id.
-  if (std::ranges::find(s_pendingRemovals, timerId, &PendingRemoval::timerId) ==
-      s_pendingRemovals.end()) {
-    IntervalTimerObservable::unregisterObserver(timerId);
-  }
+  dropTimer(timerId);
 }
 
 std::unique_ptr<DeclaredEvent> createEvent(int flags, const std::string& dataKey,
@@ -489,7 +560,9 @@ bool sdk_wrapper_event_send(const std::string& name, int value, const char* data
   if (event == nullptr) {
     return false;
   }
-  applyNames(name, *event);
+  if (!hasRenamingJustFailed()) {
+    applyNames(name, *event);
+  }
   event->value = static_cast<std::uint32_t>(value);
   if (data != nullptr && !isStateless(*event)) {
     event->data = data;
@@ -560,6 +633,14 @@ void sdk_wrapper_cleanup() {
     IntervalTimerObservable::unregisterObserver(pending.timerId);
   }
   s_pendingRemovals.clear();
+  for (const LeftDeclaration& left : s_leftDeclarations) {
+    tryToUndeclare(left.id);
+  }
+  s_leftDeclarations.clear();
+  if (s_leftTimerId) {
+    IntervalTimerObservable::unregisterObserver(*std::exchange(s_leftTimerId, std::nullopt));
+  }
+  s_renamingFailedAt.reset();
   if (s_events != nullptr) {
     for (const auto& [name, event] : *s_events) {
       ov_event_handler_undeclare(s_eventHandler, event->declarationId, nullptr);

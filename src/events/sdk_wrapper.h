@@ -34,8 +34,9 @@ bool sdk_wrapper_has_event_service();
 // the same flags and data key shares the event: each declaration needs a removal of its own. With
 // another topic or nice name it is declared anew at once, under those given last; a stateful event
 // keeps its value, which is sent again at the time it had. When that fails, the event goes on under
-// its former names and the next send tries again. An empty data key means none; one longer than 127
-// characters is cut.
+// its former names; the next send tries again, yet not within a second of such a failure. The
+// former declaration, should the service not take it back, is tried to be taken back until it is.
+// An empty data key means none; one longer than 127 characters is cut.
 bool sdk_wrapper_event_add(const std::string& name, const std::string& topic,
                            const std::string& niceName, int flags, const std::string& dataKey = "");
 
@@ -56,7 +57,7 @@ bool sdk_wrapper_onvif_motion_alarm_event_send(const std::string& name, int stat
                                                const std::int64_t* timestamp);
 
 // Drops one declaration of the name. The last one undeclares the event 50 ms later, unless it has
-// been declared again by then. False for an unknown name.
+// been declared again by then, and tries again when that fails. False for an unknown name.
 bool sdk_wrapper_event_remove(const std::string& name);
 
 // Copies a parameter's value, cut to destSize - 1 characters; empty text when it cannot be read.

@@ -47,6 +47,8 @@ void StateEventProducer::prepareReferenceCounterVectors(int cameraCount) {
   }
   countedProfiles.clear();
   countedCameras.clear();
+  missedStarts.clear();
+  missedAggregates.clear();
 }
 
 bool StateEventProducer::isCameraCounted(std::int32_t camera) const {
@@ -58,7 +60,7 @@ StateEventProducerHandle StateEventProducer::registerEvent(std::int32_t camera,
                                                            const std::string& niceName) {
   const std::string lookupKey = utils::generateEventLookupKey(name);
   const std::lock_guard lock(mutex);
-  makeUp();
+  makeUpUnlessInVain();
   declare(lookupKey, [lookupKey, name, niceName] {
     return add(lookupKey, name, niceName, "FAILED to create event %s \n");
   });
@@ -91,10 +93,15 @@ void StateEventProducer::declare(const std::string& lookupKey, OwedDeclarations:
   }
 }
 
-void StateEventProducer::makeUp() {
-  if (owed.empty() || !sdk_wrapper_has_event_service()) {
-    return;
+// On the threads of requests and of frames, which a service that answers nobody must not hold up
+// again and again.
+void StateEventProducer::makeUpUnlessInVain() {
+  if (!owed.empty() && !owed.hasJustFailed() && sdk_wrapper_has_event_service()) {
+    makeUp();
   }
+}
+
+void StateEventProducer::makeUp() {
   owed.settle();
   for (auto next = missedStarts.begin(); next != missedStarts.end();) {
     const auto missed = next++;
@@ -103,23 +110,33 @@ void StateEventProducer::makeUp() {
       start(told.mapped().handle, told.mapped().time);
     }
   }
+  for (auto next = missedAggregates.begin(); next != missedAggregates.end();) {
+    const auto missed = next++;
+    if (!owed.isOwed(anyLookupKeys[missed->first])) {
+      const auto told = missedAggregates.extract(missed);
+      if (told.key() == DEVICE) {
+        startDevice(told.mapped());
+      } else {
+        startCamera(static_cast<std::int32_t>(told.key()), told.mapped());
+      }
+    }
+  }
 }
 
-// What is refused then is not asked for without need.
-bool StateEventProducer::makeUpOnceThereIsAService() {
-  if (!sdk_wrapper_has_event_service()) {
-    return false;
-  }
+bool StateEventProducer::makeUpForAll() {
+  const bool isServiceThere = sdk_wrapper_has_event_service();
   const std::lock_guard lock(mutex);
-  makeUp();
-  return true;
+  if (isServiceThere) {
+    makeUp();
+  }
+  return owed.empty();
 }
 
 // ---- Starts and ends ----
 
 void StateEventProducer::sendStartEvent(const StateEventProducerHandle& handle, std::int64_t time) {
   const std::lock_guard lock(mutex);
-  makeUp();
+  makeUpUnlessInVain();
   start(handle, time);
 }
 
@@ -134,19 +151,33 @@ void StateEventProducer::start(const StateEventProducerHandle& handle, std::int6
   if (!isCameraCounted(handle.camera) || !countedProfiles.insert(handle.lookupKey).second) {
     return;
   }
-  const auto camera = static_cast<std::size_t>(handle.camera);
-  if (++counters[camera] != 1) {
+  if (++counters[static_cast<std::size_t>(handle.camera)] == 1) {
+    startCamera(handle.camera, time);
+  }
+}
+
+void StateEventProducer::startCamera(std::int32_t camera, std::int64_t time) {
+  const auto index = static_cast<std::size_t>(camera);
+  if (!send(anyLookupKeys[index], ALARM, &time)) {
+    syslog(LOG_ERR, "FAILED to send Camera %d Any event\n", camera);
+    noteMissedAggregate(index, time);
     return;
   }
-  if (!send(anyLookupKeys[camera], ALARM, &time)) {
-    syslog(LOG_ERR, "FAILED to send Camera %d Any event\n", handle.camera);
-    return;
+  if (countedCameras.insert(camera).second && ++counters[DEVICE] == 1) {
+    startDevice(time);
   }
-  if (!countedCameras.insert(handle.camera).second || ++counters[DEVICE] != 1) {
-    return;
-  }
+}
+
+void StateEventProducer::startDevice(std::int64_t time) {
   if (CameraInfo::isMultiCamera() && !send(anyLookupKeys[DEVICE], ALARM, &time)) {
     syslog(LOG_ERR, "FAILED to send Global Any event\n");
+    noteMissedAggregate(DEVICE, time);
+  }
+}
+
+void StateEventProducer::noteMissedAggregate(std::size_t index, std::int64_t time) {
+  if (owed.isOwed(anyLookupKeys[index])) {
+    missedAggregates.insert_or_assign(index, time);
   }
 }
 
@@ -160,7 +191,7 @@ void StateEventProducer::sendEndEvent(const StateEventProducerHandle& handle) {
 
 void StateEventProducer::sendEnd(const StateEventProducerHandle& handle, const std::int64_t* time) {
   const std::lock_guard lock(mutex);
-  makeUp();
+  makeUpUnlessInVain();
   missedStarts.erase(handle.lookupKey);
   if (!send(handle.lookupKey, NO_ALARM, time)) {
     syslog(LOG_ERR, "FAILED to send end event\n");
@@ -178,6 +209,7 @@ void StateEventProducer::discount(const StateEventProducerHandle& handle,
   if (--counters[camera] != 0) {
     return;
   }
+  missedAggregates.erase(camera);
   if (!send(anyLookupKeys[camera], NO_ALARM, time)) {
     syslog(LOG_ERR, "FAILED to send end Camera Any event\n");
     return;
@@ -185,6 +217,7 @@ void StateEventProducer::discount(const StateEventProducerHandle& handle,
   if (countedCameras.erase(handle.camera) == 0 || --counters[DEVICE] != 0) {
     return;
   }
+  missedAggregates.erase(DEVICE);
   if (CameraInfo::isMultiCamera() && !send(anyLookupKeys[DEVICE], NO_ALARM, time)) {
     syslog(LOG_ERR, "FAILED to send end Global Any event\n");
   }

@@ -20,8 +20,9 @@
 // counters heal with its next start and end. Camera numbers without a counter only get their
 // profile's event.
 //
-// What could not be declared, because the event service was away, is tried again every second and
-// with the next start or end; an alarm that began meanwhile is then told.
+// What could not be declared is tried again every second until it is, and with the next start or
+// end, unless the service has refused it within the last second; what has begun meanwhile, a
+// profile's alarm or an aggregate, is then told.
 class StateEventProducer : public StateEventProducerI {
  public:
   explicit StateEventProducer(int cameraCount);
@@ -53,16 +54,20 @@ class StateEventProducer : public StateEventProducerI {
   bool isCameraCounted(std::int32_t camera) const;
   void sendEnd(const StateEventProducerHandle& handle, const std::int64_t* time);
 
-  // On the main loop's thread.
-  bool makeUpOnceThereIsAService();
+  // On the main loop's thread. Whether nothing is owed any more.
+  bool makeUpForAll();
 
   // All with the mutex held.
   void declare(const std::string& lookupKey, OwedDeclarations::Declare declare);
   void declareAny(std::int32_t camera);
   void declareGlobalAny();
   void remove(const std::string& lookupKey);
+  void makeUpUnlessInVain();
   void makeUp();
   void start(const StateEventProducerHandle& handle, std::int64_t time);
+  void startCamera(std::int32_t camera, std::int64_t time);
+  void startDevice(std::int64_t time);
+  void noteMissedAggregate(std::size_t index, std::int64_t time);
 
   // Takes a profile out of its camera's counter and ends what thereby ends.
   void discount(const StateEventProducerHandle& handle, const std::int64_t* time);
@@ -73,9 +78,10 @@ class StateEventProducer : public StateEventProducerI {
   std::set<std::string> countedProfiles;   // lookup keys
   std::set<std::int32_t> countedCameras;   // those in the device's counter
   OwedDeclarations owed;
-  std::map<std::string, MissedStart> missedStarts;  // by lookup key, of events that are owed
+  std::map<std::string, MissedStart> missedStarts;       // by lookup key, of events that are owed
+  std::map<std::size_t, std::int64_t> missedAggregates;  // index of the counter -> time, likewise
 
-  MainLoopRetry retry{[this] { return makeUpOnceThereIsAService(); }};
+  MainLoopRetry retry{[this] { return makeUpForAll(); }};
 };
 
 #endif

@@ -49,7 +49,9 @@ struct Service {
   int sets = 0;
   int events = 0;
   int handlersToFail = 0;
+  int declaresTried = 0;
   int declaresToFail = 0;
+  int undeclaresToFail = 0;
   int sendsToFail = 0;
   int addsToFail = 0;
   int subscribesToFail = 0;
@@ -166,7 +168,9 @@ void reset() {
   service.handlersMade = 0;
   service.handlersFreed = 0;
   service.handlersToFail = 0;
+  service.declaresTried = 0;
   service.declaresToFail = 0;
+  service.undeclaresToFail = 0;
   service.sendsToFail = 0;
   service.addsToFail = 0;
   service.subscribesToFail = 0;
@@ -228,6 +232,11 @@ int eventsAlive() {
   return theService().events;
 }
 
+int declaresTried() {
+  const std::scoped_lock lock(theService().mutex);
+  return theService().declaresTried;
+}
+
 void failHandlers(int count) {
   const std::scoped_lock lock(theService().mutex);
   theService().handlersToFail = count;
@@ -236,6 +245,11 @@ void failHandlers(int count) {
 void failDeclares(int count) {
   const std::scoped_lock lock(theService().mutex);
   theService().declaresToFail = count;
+}
+
+void failUndeclares(int count) {
+  const std::scoped_lock lock(theService().mutex);
+  theService().undeclaresToFail = count;
 }
 
 void failSends(int count) {
@@ -408,6 +422,7 @@ void ov_event_handler_free(OVEventHandler* handler) {
 gboolean ov_event_handler_declare(OVEventHandler*, const OVEventKeyValueSet* set,
                                   gboolean stateless, uint32_t* declaration, GError** error) {
   const std::scoped_lock lock(theService().mutex);
+  ++theService().declaresTried;
   if (strikes(theService().declaresToFail)) {
     return failed(error, "the event cannot be declared");
   }
@@ -439,7 +454,7 @@ gboolean ov_event_handler_send_event(OVEventHandler*, uint32_t declaration,
 gboolean ov_event_handler_undeclare(OVEventHandler*, uint32_t declaration, GError** error) {
   const std::scoped_lock lock(theService().mutex);
   Declaration* const target = findDeclaration(declaration);
-  if (target == nullptr) {
+  if (strikes(theService().undeclaresToFail) || target == nullptr) {
     return failed(error, "no such declaration");
   }
   target->undeclared = true;

@@ -65,10 +65,12 @@ int handlersMade();
 int handlersFreed();
 int setsAlive();  // key-value sets not yet freed
 int eventsAlive();
+int declaresTried();  // those that failed included
 
 // Failures: the next calls fail that many times.
 void failHandlers(int count);
 void failDeclares(int count);
+void failUndeclares(int count);
 void failSends(int count);
 void failAdds(int count);  // adding keys to sets
 void failSubscribes(int count);

@@ -61,6 +61,27 @@ TEST(MainLoopRetryTest, BegunDuringAnAttemptItTriesOnceMore) {
   EXPECT_EQ(attempts, 2);
 }
 
+TEST(MainLoopRetryTest, BegunDuringAnAttemptThatFailsItTriesOnceAtATime) {
+  int attempts = 0;
+  MainLoopRetry* self = nullptr;
+  MainLoopRetry retry([&] {
+    if (++attempts == 1) self->begin();
+    return attempts == 2;
+  });
+  self = &retry;
+  retry.begin();
+  runOnce();
+  // Due after every timer of the retry.
+  bool isOver = false;
+  const auto end = [](gpointer flag) -> gboolean {
+    *static_cast<bool*>(flag) = true;
+    return G_SOURCE_REMOVE;
+  };
+  g_timeout_add(1100, end, &isOver);
+  while (!isOver) runOnce();
+  EXPECT_EQ(attempts, 2);
+}
+
 TEST(MainLoopRetryTest, TriesNothingOnceItHasGone) {
   int attempts = 0;
   auto retry = std::make_unique<MainLoopRetry>([&attempts] {

@@ -9,6 +9,7 @@
 namespace {
 
 constexpr int DELAY = 50'000;
+constexpr int SECOND = 1'000'000;
 
 class SdkWrapperRemoveTest : public InitializedWrapperTest {
  protected:
@@ -169,6 +170,59 @@ TEST_F(SdkWrapperRemoveTest, ATimerThatOutlivesCleanupEndsItself) {
   sdk_wrapper_event_remove("name");  // its timer becomes active with the next pass only
   sdk_wrapper_cleanup();
   wait(4 * DELAY);
+  EXPECT_EQ(IntervalTimerObservable::registerObserver([](std::int32_t) {}, 1), 0)
+      << "no observer is left";
+}
+
+TEST_F(SdkWrapperRemoveTest, AnEventThatCannotBeUndeclaredIsSoASecondLater) {
+  add();
+  sdk_wrapper_event_remove("name");
+  FakeEvents::failUndeclares(1);
+  wait(DELAY + TICK);
+  EXPECT_EQ(undeclared(), 0U);
+  EXPECT_FALSE(send()) << "nobody knows it any more";
+  wait(SECOND);
+  EXPECT_EQ(undeclared(), 1U);
+  wait(4 * DELAY);
+  EXPECT_EQ(IntervalTimerObservable::registerObserver([](std::int32_t) {}, 1), 0)
+      << "no observer is left";
+}
+
+TEST_F(SdkWrapperRemoveTest, WhatRefusesToGoIsAskedEverMoreSeldom) {
+  add("first");
+  add("second");
+  FakeEvents::failUndeclares(2);
+  sdk_wrapper_event_remove("first");
+  wait(DELAY + SECOND + 2 * TICK);
+  sdk_wrapper_event_remove("second");
+  wait(DELAY + TICK);
+  EXPECT_EQ(activeTopics(), std::vector<std::string>{"first"});
+  wait(SECOND);
+  EXPECT_EQ(undeclared(), 1U) << "the second attempt is two seconds after the first";
+  wait(SECOND);
+  EXPECT_EQ(undeclared(), 2U);
+}
+
+TEST_F(SdkWrapperRemoveTest, DeclaredAgainWhileTheFormerOneRefusesToGoItLives) {
+  add();
+  sdk_wrapper_event_remove("name");
+  FakeEvents::failUndeclares(1);
+  wait(DELAY + TICK);
+  EXPECT_TRUE(add());
+  wait(SECOND + TICK);
+  ASSERT_EQ(FakeEvents::activeDeclarations().size(), 1U);
+  EXPECT_EQ(FakeEvents::activeDeclarations()[0].id, FakeEvents::declarations()[1].id);
+  EXPECT_TRUE(send());
+}
+
+TEST_F(SdkWrapperRemoveTest, CleanupUndeclaresWhatHasRefusedToGo) {
+  add();
+  sdk_wrapper_event_remove("name");
+  FakeEvents::failUndeclares(1);
+  wait(DELAY + TICK);
+  sdk_wrapper_cleanup();
+  EXPECT_EQ(undeclared(), 1U);
+  wait(2 * SECOND);
   EXPECT_EQ(IntervalTimerObservable::registerObserver([](std::int32_t) {}, 1), 0)
       << "no observer is left";
 }

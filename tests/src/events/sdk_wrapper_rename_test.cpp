@@ -22,6 +22,7 @@ using FakeEvents::Sent;
 using FakeEvents::Value;
 
 constexpr const char* NAME = "Camera1Profile1";
+constexpr std::int64_t BACK_OFF = 1'000'000;
 constexpr std::int64_t DELAY = 60'000;  // longer than an event outlives its last removal
 
 // A name that is added again with other names for people or other topics.
@@ -166,15 +167,47 @@ TEST_F(SdkWrapperRenameTest, OtherPropertiesAreRefusedUnderAnyName) {
   EXPECT_EQ(niceNames(), Texts{"Profile 1"});
 }
 
-TEST_F(SdkWrapperRenameTest, ARenamingThatFailsIsTriedAgainWithTheNextValue) {
+TEST_F(SdkWrapperRenameTest, ARenamingThatFailsIsTriedAgainWithTheNextValueAfterASecond) {
   add("Profile 1");
   FakeEvents::failDeclares(1);
   EXPECT_TRUE(add("Gate")) << "the event is there";
   EXPECT_EQ(niceNames(), Texts{"Profile 1"});
   EXPECT_EQ(log.count(LOG_ERR, "Cannot declare event Camera1Profile1 (internal error)\n"), 1);
+  wait(BACK_OFF);
   EXPECT_TRUE(send(1));
   EXPECT_EQ(niceNames(), Texts{"Gate"});
   EXPECT_EQ(FakeEvents::sent().back().declaration, FakeEvents::activeDeclarations().at(0).id);
+}
+
+// A service that answers nobody costs the time-out of each call.
+TEST_F(SdkWrapperRenameTest, ARenamingThatFailsDoesNotHoldUpWhatIsSent) {
+  add("Profile 1");
+  FakeEvents::failDeclares(100);
+  add("Gate");
+  const int before = FakeEvents::declaresTried();
+  for (const int value : {1, 0, 1}) {
+    EXPECT_TRUE(send(value));
+  }
+  EXPECT_EQ(FakeEvents::declaresTried(), before);
+  EXPECT_EQ(FakeEvents::sent().size(), 3U) << "under the former name";
+  wait(BACK_OFF);
+  for (const int value : {0, 1}) {
+    EXPECT_TRUE(send(value));
+  }
+  EXPECT_EQ(FakeEvents::declaresTried(), before + 1);
+}
+
+TEST_F(SdkWrapperRenameTest, AFormerDeclarationThatCouldNotBeTakenBackGoesLater) {
+  add("Profile 1");
+  send(1);
+  FakeEvents::failUndeclares(1);
+  EXPECT_TRUE(add("Gate"));
+  EXPECT_EQ(niceNames(), (Texts{"Profile 1", "Gate"}));
+  wait(BACK_OFF + 2 * TICK);
+  EXPECT_EQ(niceNames(), Texts{"Gate"});
+  for (const Sent& sent : FakeEvents::sent()) {
+    EXPECT_EQ(sent.keys.at("active").value, Value(true)) << "it has not ended";
+  }
 }
 
 TEST_F(SdkWrapperRenameTest, AnEventWithKeysOfItsOwnIsDeclaredAnewUnderOtherNames) {
