@@ -14,6 +14,7 @@
 #include <memory>
 #include <string>
 
+#include "addon/libs/vigil_pack_lib/profile/tracker_default_config_creator.h"
 #include "app/api_version_handler.h"
 #include "app/daemonize.h"
 #include "app/interval_timer_observable.h"
@@ -27,7 +28,6 @@
 #include "config/data_boundaries.h"
 #include "config/default_values.h"
 #include "config/persistent_config_handler.h"
-#include "config/tracker_default_config_creator.h"
 #include "events/sdk_wrapper.h"
 #include "scene/scene_properties.h"
 #include "tracker/tracker.h"

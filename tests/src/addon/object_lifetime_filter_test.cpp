@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "src/addon/objects.h"
+#include "src/addon/parsed_entries.h"
 
 namespace {
 
@@ -45,6 +46,18 @@ TEST(ObjectLifetimeFilterTest, ACloneIsEqual) {
   const auto* const sameKind = dynamic_cast<ObjectLifetimeFilter*>(copy.get());
   ASSERT_NE(sameKind, nullptr);
   EXPECT_TRUE(*sameKind == filter);
+}
+
+// Whether what was read is that filter.
+bool isRead(const std::string& entry, const ObjectLifetimeFilter& expected) {
+  const std::unique_ptr<ExclusionFilter> filter = filterOf(OBJECT_LIFETIME_FILTER_KIND, entry);
+  const auto* const sameKind = dynamic_cast<const ObjectLifetimeFilter*>(filter.get());
+  return sameKind != nullptr && *sameKind == expected;
+}
+
+TEST(ObjectLifetimeFilterTest, IsReadFromAProfile) {
+  EXPECT_TRUE(isRead(R"({"data":3,"active":true})", ObjectLifetimeFilter(3, true)));
+  EXPECT_TRUE(isRead(R"({"data":4,"active":false})", ObjectLifetimeFilter(4, false)));
 }
 
 }  // namespace

@@ -1,24 +1,12 @@
 // The two documents that tell clients of profiles, to the byte: clients compare and keep them.
 #include <gtest/gtest.h>
-#include <jansson.h>
 
-#include <cstdlib>
-#include <string>
-
-#include "base/json_auto_ptr.h"
-#include "config/cgi_pack.h"
-#include "config/constants.h"
-#include "config/tracker_default_config_creator.h"
+#include "addon/libs/vigil_pack_lib/profile/cgi_pack.h"
+#include "addon/libs/vigil_pack_lib/profile/tracker_default_config_creator.h"
+#include "src/addon/parsed_entries.h"
 #include "src/events/wrapper_test_base.h"
 
 namespace {
-
-std::string written(const JsonAutoPtr& document) {
-  char* const dump = json_dumps(document.get(), constants::JSON_DUMP_FLAGS);
-  const std::string text(dump == nullptr ? "" : dump);
-  std::free(dump);
-  return text;
-}
 
 // Limits and defaults of which no two are the same.
 DataBoundaries distinctBoundaries() {
@@ -74,7 +62,7 @@ class ProfileDocumentsTest : public InitializedWrapperTest {};
 
 TEST_F(ProfileDocumentsTest, TheCapabilitiesAreTheseBytes) {
   EXPECT_EQ(
-      written(CGI_Pack(DataBoundaries(), DefaultValues()).capabilities()),
+      writtenAs(CGI_Pack(DataBoundaries(), DefaultValues()).capabilities()),
       R"({"profiles":{"minNbrProfilesPerCamera":0,"maxNbrProfilesPerCamera":3,)"
       R"("minLengthName":1,"maxLengthName":15},)"
       R"("presets":{"maxNbrPresetsPerProfile":1,"defaultPreset":-2},)"
@@ -104,7 +92,7 @@ TEST_F(ProfileDocumentsTest, EachCapabilityIsOfItsOwnLimitAndDefault) {
   const DataBoundaries limits = distinctBoundaries();
   const DefaultValues values = distinctDefaults();
   EXPECT_EQ(
-      written(CGI_Pack(limits, values).capabilities()),
+      writtenAs(CGI_Pack(limits, values).capabilities()),
       R"({"profiles":{"minNbrProfilesPerCamera":130,"maxNbrProfilesPerCamera":131,)"
       R"("minLengthName":128,"maxLengthName":129},)"
       R"("presets":{"maxNbrPresetsPerProfile":127,"defaultPreset":-1},)"
@@ -133,7 +121,7 @@ TEST_F(ProfileDocumentsTest, EachCapabilityIsOfItsOwnLimitAndDefault) {
 }
 
 TEST_F(ProfileDocumentsTest, TheDefaultDocumentIsTheseBytes) {
-  EXPECT_EQ(written(TrackerDefaultConfigCreator(false).create(DefaultValues(), "1.0")),
+  EXPECT_EQ(writtenAs(TrackerDefaultConfigCreator(false).create(DefaultValues(), "1.0")),
             R"({"apiVersion":"1.0","context":"","method":"setConfiguration",)"
             R"("params":{"cameras":[{"id":1,"active":true,"rotation":0}],)"
             R"("profiles":[{"uid":1,"camera":1,"name":"Profile 1",)"
@@ -146,7 +134,7 @@ TEST_F(ProfileDocumentsTest, TheDefaultDocumentIsTheseBytes) {
 }
 
 TEST_F(ProfileDocumentsTest, EachDefaultEntryIsOfItsOwnDefault) {
-  EXPECT_EQ(written(TrackerDefaultConfigCreator(true).create(distinctDefaults(), "1.0")),
+  EXPECT_EQ(writtenAs(TrackerDefaultConfigCreator(true).create(distinctDefaults(), "1.0")),
             R"({"apiVersion":"1.0","context":"","method":"setConfiguration",)"
             R"("params":{"cameras":[{"id":1,"active":true,"rotation":0}],)"
             R"("profiles":[{"uid":1,"camera":1,"name":"Profile 1",)"

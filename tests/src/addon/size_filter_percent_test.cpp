@@ -5,6 +5,7 @@
 #include <random>
 
 #include "src/addon/objects.h"
+#include "src/addon/parsed_entries.h"
 
 namespace {
 
@@ -82,6 +83,18 @@ TEST(SizeFilterPercentTest, RandomSizesFollowTheRule) {
               width > minWidth || height > minHeight)
         << widthPercent << " " << heightPercent << " " << width << " " << height;
   }
+}
+
+// Whether what was read is that filter.
+bool isRead(const std::string& entry, const SizeFilterPercent& expected) {
+  const std::unique_ptr<ExclusionFilter> filter = filterOf(SIZE_FILTER_PERCENT_KIND, entry);
+  const auto* const sameKind = dynamic_cast<const SizeFilterPercent*>(filter.get());
+  return sameKind != nullptr && *sameKind == expected;
+}
+
+TEST(SizeFilterPercentTest, IsReadFromAProfile) {
+  EXPECT_TRUE(isRead(R"({"data":[3,4],"active":true})", SizeFilterPercent(3, 4, true)));
+  EXPECT_TRUE(isRead(R"({"data":[5,6],"active":false})", SizeFilterPercent(5, 6, false)));
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "src/addon/objects.h"
+#include "src/addon/parsed_entries.h"
 
 namespace {
 
@@ -148,6 +149,20 @@ TEST(SizeFilterPerspectiveTest, ACloneIsEqual) {
   const auto* const sameKind = dynamic_cast<SizeFilterPerspective*>(copy.get());
   ASSERT_NE(sameKind, nullptr);
   EXPECT_TRUE(*sameKind == filter);
+}
+
+// Whether what was read is that filter.
+bool isRead(const std::string& entry, const SizeFilterPerspective& expected) {
+  const std::unique_ptr<ExclusionFilter> filter = filterOf(SIZE_FILTER_PERSPECTIVE_KIND, entry);
+  const auto* const sameKind = dynamic_cast<const SizeFilterPerspective*>(filter.get());
+  return sameKind != nullptr && *sameKind == expected;
+}
+
+TEST(SizeFilterPerspectiveTest, IsReadFromAProfile) {
+  EXPECT_TRUE(isRead(R"({"data":[3,4],"active":true})",
+                     SizeFilterPerspective(PARSED_UID, 3, 4, Perspective({}), true)));
+  EXPECT_TRUE(isRead(R"({"data":[5,6],"active":false})",
+                     SizeFilterPerspective(PARSED_UID, 5, 6, Perspective({}), false)));
 }
 
 }  // namespace

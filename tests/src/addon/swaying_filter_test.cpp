@@ -7,6 +7,7 @@
 
 #include "scene/tracking_object_external_data_no_merge.h"
 #include "src/addon/objects.h"
+#include "src/addon/parsed_entries.h"
 
 namespace {
 
@@ -219,6 +220,18 @@ TEST(SwayingFilterTest, RandomWalksFollowTheRule) {
   }
   EXPECT_GT(passed, 0);
   EXPECT_GT(renewed, 0);
+}
+
+// Whether what was read is that filter.
+bool isRead(const std::string& entry, const SwayingFilter& expected) {
+  const std::unique_ptr<ExclusionFilter> filter = filterOf(SWAYING_FILTER_KIND, entry);
+  const auto* const sameKind = dynamic_cast<const SwayingFilter*>(filter.get());
+  return sameKind != nullptr && *sameKind == expected;
+}
+
+TEST(SwayingFilterTest, IsReadFromAProfile) {
+  EXPECT_TRUE(isRead(R"({"data":3,"active":true})", SwayingFilter(PARSED_UID, 3, true)));
+  EXPECT_TRUE(isRead(R"({"data":4,"active":false})", SwayingFilter(PARSED_UID, 4, false)));
 }
 
 }  // namespace

@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "addon/libs/vigil_pack_lib/profile/tracker_default_config_creator.h"
 #include "config/persistent.h"
-#include "config/tracker_default_config_creator.h"
 #include "src/addon/profiles.h"
 #include "src/config/temporary_folder.h"
 #include "src/events/wrapper_test_base.h"

@@ -5,23 +5,18 @@
 
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <string>
-#include <vector>
 
-#include "addon/libs/vigil_pack_lib/factory/loitering_condition.h"
-#include "addon/libs/vigil_pack_lib/filters/exclusion_filter.h"
-#include "addon/libs/vigil_pack_lib/filters/perspective_bar.h"
 #include "addon/libs/vigil_pack_lib/guard/guard.h"
+#include "addon/libs/vigil_pack_lib/profile/parsed_profile.h"
 #include "config/data_boundaries.h"
-#include "geometry/polygon.h"
-#include "geometry/segment.h"
 
 // Reads one profile of the configuration document, checks every value against the limits and builds
-// the profile's guard. The first problem is thrown as a StatusException.
+// the profile's guard. The first problem is thrown as a StatusException. What triggers and filters
+// may hold is known to their own files, which profile/entry_kinds lists.
 //
 // What was read stays with the factory: guards get copies, so that one profile can build several.
-class GuardFactory {
+class GuardFactory : protected ParsedProfile {
  public:
   // Held while an alarm lasts, when the profile does not say: 5 s.
   static constexpr std::int64_t DEFAULT_EVENT_DURATION = 5'000'000;  // microseconds
@@ -71,38 +66,10 @@ class GuardFactory {
   // Gives a guard copies of the filters.
   void addFiltersTo(Guard& guard) const;
 
-  std::string name;
-  std::int32_t uid = -1;
-  std::int32_t camera = 0;
-  std::int64_t eventDuration;  // microseconds
-  std::optional<Polygon> includeArea;
-  std::optional<Segment> fence;
-  std::optional<LoiteringArea> loiteringArea;
-  std::vector<Polygon> excludeAreas;
-  std::vector<std::unique_ptr<ExclusionFilter>> filters;
-  std::vector<std::int16_t> presets;
-  std::vector<PerspectiveBar> perspectiveBars;
-  const int rotation;
-  const DataBoundaries& boundaries;
-
  private:
-  void createOneTrigger(const json_t* trigger, std::size_t triggerCount);
-  void createOneIncludeArea(const json_t* trigger);
-  void createOneFenceLine(const json_t* trigger);
-  void createOneLoiteringArea(const json_t* trigger);
-  LoiteringCondition createOneCondition(const json_t* condition) const;
-  void createExcludeArea(const json_t* filter);
-  void createSizeFilterPercent(const json_t* filter);
-  void createSizeFilterPerspective(const json_t* filter);
-  void createObjectLifetimeFilter(const json_t* filter);
-  void createSwayingFilter(const json_t* filter);
+  void createOneTrigger(const json_t* trigger);
   void createOnePerspectiveBar(const json_t* bar);
   void createPerspectivePoints(const json_t* points, std::int32_t height);
-  Polygon createPolygon(const json_t* vertices) const;
-  std::vector<Point> createPolyline(const json_t* vertices) const;
-
-  template <typename Filter>
-  bool hasActiveFilter() const;
 
   bool ok = false;
 };

@@ -2,9 +2,39 @@
 
 #include <tuple>
 
+#include "addon/libs/vigil_pack_lib/profile/entry_values.h"
+#include "addon/libs/vigil_pack_lib/profile/parsed_profile.h"
+#include "config/status_exception.h"
+
 namespace {
 
+using enum StatusCode_e;
+
+constexpr const char* TYPE = "timeShortLivedLimit";
 constexpr std::int32_t MICROSECONDS_PER_SECOND = 1000000;
+
+void createObjectLifetimeFilter(const json_t* entry, ParsedProfile& profile) {
+  const auto seconds = unpackSwitched(entry);
+  throwIf(!seconds, "Could not unpack an object lifetime filter", missingParameter);
+  const DataBoundaries& limits = profile.boundaries;
+  throwIf(!isWithin(seconds->data, limits.shortLivedMin, limits.shortLivedMax),
+          "Incorrect parameter value for object lifetime filter", invalidParameter);
+  profile.filters.push_back(
+      std::make_unique<ObjectLifetimeFilter>(narrow(seconds->data), seconds->active));
+}
+
+JsonAutoPtr packCapability(const DataBoundaries& boundaries, const DefaultValues& defaults) {
+  return JsonAutoPtr(json_pack("{s:s, s:i, s:i, s:i, s:b}", "type", TYPE, "min",
+                               boundaries.shortLivedMin, "max", boundaries.shortLivedMax, "default",
+                               defaults.shortLived, "defaultActive",
+                               static_cast<int>(defaults.shortLivedActive)));
+}
+
+JsonAutoPtr packDefault(const DefaultValues& defaults) {
+  return JsonAutoPtr(json_pack("{s:b, s:i, s:s}", "active",
+                               static_cast<int>(defaults.shortLivedActive), "data",
+                               defaults.shortLived, "type", TYPE));
+}
 
 }  // namespace
 
@@ -24,3 +54,8 @@ void ObjectLifetimeFilter::updateFilterData(TrackingObject&) {}
 bool ObjectLifetimeFilter::operator==(const ObjectLifetimeFilter& other) const {
   return std::tie(enabled, minLifetime) == std::tie(other.enabled, other.minLifetime);
 }
+
+constinit const EntryKind OBJECT_LIFETIME_FILTER_KIND{.type = TYPE,
+                                                      .parse = createObjectLifetimeFilter,
+                                                      .capability = packCapability,
+                                                      .defaultEntry = packDefault};

@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "addon/libs/vigil_pack_lib/filters/exclusion_filter.h"
+#include "addon/libs/vigil_pack_lib/profile/entry_kind.h"
 
 // Holds objects back that have been seen for less than a minimum time.
 class ObjectLifetimeFilter : public ExclusionFilter {
@@ -22,5 +23,8 @@ class ObjectLifetimeFilter : public ExclusionFilter {
   std::int64_t minLifetime;  // microseconds; reached is long enough
   bool enabled;
 };
+
+// How profiles hold it.
+extern const EntryKind OBJECT_LIFETIME_FILTER_KIND;
 
 #endif

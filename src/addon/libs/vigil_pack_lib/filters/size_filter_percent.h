@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "addon/libs/vigil_pack_lib/filters/exclusion_filter.h"
+#include "addon/libs/vigil_pack_lib/profile/entry_kind.h"
 
 // Holds objects back that are small in the picture now: one dimension above its minimum suffices to
 // pass.
@@ -26,5 +27,8 @@ class SizeFilterPercent : public ExclusionFilter {
   std::int32_t minHeight;  // Q12
   bool enabled;
 };
+
+// How profiles hold it.
+extern const EntryKind SIZE_FILTER_PERCENT_KIND;
 
 #endif

@@ -7,6 +7,7 @@
 #include "addon/libs/vigil_pack_lib/filters/exclusion_filter.h"
 #include "addon/libs/vigil_pack_lib/filters/perspective.h"
 #include "addon/libs/vigil_pack_lib/filters/perspective_filter_external_data.h"
+#include "addon/libs/vigil_pack_lib/profile/entry_kind.h"
 
 // Holds objects back that have never been large enough in the real world: one dimension above its
 // minimum suffices to pass. Records the largest sizes also while it is not active.
@@ -34,5 +35,8 @@ class SizeFilterPerspective : public ExclusionFilter {
   Perspective perspective;
   bool enabled;
 };
+
+// How profiles hold it.
+extern const EntryKind SIZE_FILTER_PERSPECTIVE_KIND;
 
 #endif

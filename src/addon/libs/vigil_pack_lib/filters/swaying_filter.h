@@ -5,6 +5,7 @@
 #include <string>
 
 #include "addon/libs/vigil_pack_lib/filters/exclusion_filter.h"
+#include "addon/libs/vigil_pack_lib/profile/entry_kind.h"
 
 // Holds objects back that only sway around one point: an object passes once it has been further
 // from its origin than the limit, and then for the rest of its life. An object that comes back to
@@ -28,5 +29,8 @@ class SwayingFilter : public ExclusionFilter {
   DataKey dataKey;
   std::int32_t maxSquaredDisplacement;  // squared Q12 units
 };
+
+// How profiles hold it.
+extern const EntryKind SWAYING_FILTER_KIND;
 
 #endif

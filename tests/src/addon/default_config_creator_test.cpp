@@ -1,11 +1,11 @@
-#include "config/default_config_creator.h"
+#include "addon/libs/vigil_pack_lib/profile/default_config_creator.h"
 
 #include <gtest/gtest.h>
 
 #include <set>
 #include <string>
 
-#include "config/tracker_default_config_creator.h"
+#include "addon/libs/vigil_pack_lib/profile/tracker_default_config_creator.h"
 #include "src/config/json_memory.h"
 #include "src/events/wrapper_test_base.h"
 

@@ -1,6 +1,7 @@
-#ifndef CONFIG_CGI_PACK_H
-#define CONFIG_CGI_PACK_H
+#ifndef ADDON_LIBS_VIGIL_PACK_LIB_PROFILE_CGI_PACK_H
+#define ADDON_LIBS_VIGIL_PACK_LIB_PROFILE_CGI_PACK_H
 
+#include "addon/libs/vigil_pack_lib/profile/entry_kinds.h"
 #include "base/json_auto_ptr.h"
 #include "config/data_boundaries.h"
 #include "config/default_values.h"
@@ -11,18 +12,12 @@ class CGI_Pack {
  public:
   CGI_Pack(const DataBoundaries& boundaries, const DefaultValues& defaults);
 
-  // The whole description. A piece that cannot be built is left out.
+  // The whole description; of triggers and filters what profile/entry_kinds lists. A piece that
+  // cannot be built is left out.
   JsonAutoPtr capabilities() const;
 
   JsonAutoPtr profiles() const;
   JsonAutoPtr presets() const;
-  JsonAutoPtr shortLivedFilter() const;
-  JsonAutoPtr swayingFilter() const;
-  JsonAutoPtr sizePercentageFilter() const;
-  JsonAutoPtr includeArea() const;
-  JsonAutoPtr excludeArea() const;
-  JsonAutoPtr loiteringArea() const;
-  JsonAutoPtr fence() const;
 
   // Assembly: a new member of that name in the parent (borrowed, null on failure; so far nothing
   // here needs an object), and additions that take the value.
@@ -32,6 +27,8 @@ class CGI_Pack {
   static bool appendToArray(json_t* array, JsonAutoPtr value);
 
  private:
+  void appendCapabilities(json_t* list, EntryRows rows) const;
+
   const DataBoundaries& boundaries;
   const DefaultValues& defaults;
 };

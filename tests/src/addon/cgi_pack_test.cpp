@@ -1,4 +1,4 @@
-#include "config/cgi_pack.h"
+#include "addon/libs/vigil_pack_lib/profile/cgi_pack.h"
 
 #include <gtest/gtest.h>
 
@@ -78,6 +78,12 @@ class CgiPackTest : public InitializedWrapperTest {
     return found;
   }
 
+  // What the whole description says of that type.
+  JsonAutoPtr piece(const char* type) const {
+    const JsonAutoPtr all = pack.capabilities();
+    return JsonAutoPtr(json_incref(findType(all.get(), type)));
+  }
+
   static std::set<std::string> typesOf(const json_t* list) {
     std::set<std::string> types;
     std::size_t index = 0;
@@ -115,23 +121,24 @@ TEST_F(CgiPackTest, DescribesPresets) {
 }
 
 TEST_F(CgiPackTest, DescribesTheShortLivedFilter) {
-  expectEqual(pack.shortLivedFilter(), R"({"type": "timeShortLivedLimit", "min": 1, "max": 5,
+  expectEqual(piece("timeShortLivedLimit"), R"({"type": "timeShortLivedLimit", "min": 1, "max": 5,
                                           "default": 1, "defaultActive": true})");
 }
 
 TEST_F(CgiPackTest, DescribesTheSwayingFilter) {
-  expectEqual(pack.swayingFilter(), R"({"type": "distanceSwayingObject", "min": 3, "max": 20,
+  expectEqual(piece("distanceSwayingObject"),
+              R"({"type": "distanceSwayingObject", "min": 3, "max": 20,
                                        "default": 5, "defaultActive": true})");
 }
 
 TEST_F(CgiPackTest, DescribesTheSizeFilter) {
-  expectEqual(pack.sizePercentageFilter(), R"({"type": "sizePercentage", "min": [3, 3],
+  expectEqual(piece("sizePercentage"), R"({"type": "sizePercentage", "min": [3, 3],
                                               "max": [100, 100], "default": [5, 5],
                                               "defaultActive": true})");
 }
 
 TEST_F(CgiPackTest, DescribesTheIncludeArea) {
-  const JsonAutoPtr area = pack.includeArea();
+  const JsonAutoPtr area = piece("includeArea");
   expectArea(area, "includeArea", 1, 1, 1);
   const Points points = defaultPoints(area);
   const std::set<std::pair<double, double>> corners(points.begin(), points.end());
@@ -141,13 +148,13 @@ TEST_F(CgiPackTest, DescribesTheIncludeArea) {
 }
 
 TEST_F(CgiPackTest, DescribesTheExcludeArea) {
-  const JsonAutoPtr area = pack.excludeArea();
+  const JsonAutoPtr area = piece("excludeArea");
   expectArea(area, "excludeArea", 0, 3, 0);
   EXPECT_EQ(defaultPoints(area).size(), 4U);
 }
 
 TEST_F(CgiPackTest, DescribesTheLoiteringArea) {
-  const JsonAutoPtr area = pack.loiteringArea();
+  const JsonAutoPtr area = piece("loiteringArea");
   expectArea(area, "loiteringArea", 0, 0, 0);
   const Points points = defaultPoints(area);
   ASSERT_EQ(points.size(), 4U);
@@ -157,7 +164,7 @@ TEST_F(CgiPackTest, DescribesTheLoiteringArea) {
 }
 
 TEST_F(CgiPackTest, DescribesTheLoiteringConditions) {
-  const JsonAutoPtr area = pack.loiteringArea();
+  const JsonAutoPtr area = piece("loiteringArea");
   for (const char* type : {"individual", "group"}) {
     const JsonAutoPtr condition(json_incref(findType(area.get(), type)));
     expectEqual(condition, R"({"type": ")" + std::string(type) +
@@ -166,7 +173,7 @@ TEST_F(CgiPackTest, DescribesTheLoiteringConditions) {
 }
 
 TEST_F(CgiPackTest, DescribesTheFence) {
-  const JsonAutoPtr fence = pack.fence();
+  const JsonAutoPtr fence = piece("fence");
   expectMember(fence, "type", R"("fence")");
   expectMember(fence, "min", "[-1.0, -1.0]");
   expectMember(fence, "max", "[1.0, 1.0]");
@@ -190,10 +197,10 @@ TEST_F(CgiPackTest, TheLimitsAndDefaultsAreThoseHandedOver) {
   defaults.shortLived = 20;
   defaults.shortLivedActive = false;
   defaults.alarmDirection = "both";
-  expectMember(pack.includeArea(), "maxNbrInstances", "7");
-  expectMember(pack.excludeArea(), "maxNbrVertices", "9");
-  expectMember(pack.fence(), "defaultAlarmDirection", R"("both")");
-  expectEqual(pack.shortLivedFilter(), R"({"type": "timeShortLivedLimit", "min": 1, "max": 30,
+  expectMember(piece("includeArea"), "maxNbrInstances", "7");
+  expectMember(piece("excludeArea"), "maxNbrVertices", "9");
+  expectMember(piece("fence"), "defaultAlarmDirection", R"("both")");
+  expectEqual(piece("timeShortLivedLimit"), R"({"type": "timeShortLivedLimit", "min": 1, "max": 30,
                                           "default": 20, "defaultActive": false})");
 }
 

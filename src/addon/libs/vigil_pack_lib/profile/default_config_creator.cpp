@@ -1,7 +1,8 @@
-#include "config/default_config_creator.h"
+#include "addon/libs/vigil_pack_lib/profile/default_config_creator.h"
 
 #include <syslog.h>
 
+#include "addon/libs/vigil_pack_lib/profile/entry_kinds.h"
 #include "events/camera_info.h"
 
 namespace {
@@ -37,25 +38,16 @@ json_t* createCameras(int count) {
   return cameras.release();
 }
 
-json_t* createTriggers(const DefaultRectangle& area) {
-  json_t* triggers =
-      json_pack("[{s:s, s:[[f,f],[f,f],[f,f],[f,f]]}]", "type", "includeArea", "data", area.xMin,
-                area.yMin, area.xMin, area.yMax, area.xMax, area.yMax, area.xMax, area.yMin);
-  logUnless(triggers != nullptr, "Cannot create the default triggers array");
-  return triggers;
-}
-
-json_t* createFilters(const DefaultValues& d) {
-  json_t* filters =
-      json_pack("[{s:b, s:[i,i], s:s}, {s:b, s:i, s:s}, {s:b, s:i, s:s}]",  //
-                "active", static_cast<int>(d.sizePercentActive), "data", d.sizePercentWidth,
-                d.sizePercentHeight, "type", "sizePercentage",  //
-                "active", static_cast<int>(d.shortLivedActive), "data", d.shortLived, "type",
-                "timeShortLivedLimit",  //
-                "active", static_cast<int>(d.swayingActive), "data", d.swayingPercent, "type",
-                "distanceSwayingObject");
-  logUnless(filters != nullptr, "Cannot create the default filters array");
-  return filters;
+// Null, logged, when one of the entries is missing.
+json_t* createEntries(EntryRows rows, const DefaultValues& defaults, const char* message) {
+  JsonAutoPtr entries(json_array());
+  for (const EntryKind* kind : entryKindsOfNewProfile(rows)) {
+    if (json_array_append_new(entries.get(), kind->defaultEntry(defaults).release()) != 0) {
+      entries = JsonAutoPtr();
+    }
+  }
+  logUnless(static_cast<bool>(entries), message);
+  return entries.release();
 }
 
 json_t* createEmptyArray(const char* message) {
@@ -97,9 +89,11 @@ JsonAutoPtr DefaultConfigCreator::create(const DefaultValues& defaults,
 JsonAutoPtr DefaultConfigCreator::createProfile(const DefaultValues& defaults, int camera) const {
   JsonAutoPtr profile(
       json_pack("{s:i, s:i, s:s}", "uid", camera, "camera", camera, "name", "Profile 1"));
-  setMember(profile.get(), "triggers", createTriggers(defaults.includeArea),
+  setMember(profile.get(), "triggers",
+            createEntries(triggerRows(), defaults, "Cannot create the default triggers array"),
             "Cannot add the triggers to the profile");
-  setMember(profile.get(), "filters", createFilters(defaults),
+  setMember(profile.get(), "filters",
+            createEntries(filterRows(), defaults, "Cannot create the default filters array"),
             "Cannot add the filters to the profile");
   if (withPresets) {
     setMember(profile.get(), "presets", createEmptyArray("Cannot create the default presets array"),
