@@ -76,14 +76,15 @@ void TrackerAreaGuard::handleTransportLoss(std::int64_t time) {
 
 void TrackerAreaGuard::updateObjectsAndTrack(ParsedScene& scene) {
   resetTrackedObjects();
-  for (std::size_t i = 0; i < scene.getActiveObjects().size(); ++i) {
-    updateObject(*scene.getActiveObjects()[i], verdictOf(scene, i));
+  for (const JudgedObject& one : judgedObjects(scene)) {
+    updateObject(one);
   }
   handleUntrackedObjects();
 }
 
-void TrackerAreaGuard::updateObject(TrackingObject& object, Verdict verdict) {
-  const auto [area, passes] = verdict;
+void TrackerAreaGuard::updateObject(const JudgedObject& one) {
+  const auto& [judgedObject, area, passes] = one;
+  TrackingObject& object = *judgedObject;
   TrackingObjectExternalData& memory = memoryOf(object);
   const bool wasOnceInside = memory.getBool(ONCE_INSIDE);
   if (area == AreaStatus_e::inside || wasOnceInside) {

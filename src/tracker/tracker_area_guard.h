@@ -30,7 +30,7 @@ class TrackerAreaGuard : public AreaGuard {
  private:
   void addCameraIfDue();
   void updateObjectsAndTrack(ParsedScene& scene);
-  void updateObject(TrackingObject& object, Verdict verdict);
+  void updateObject(const JudgedObject& one);
   void trackOnce(TrackingObject& object, TrackingObjectExternalData& memory);
   void handleTrackedObject(std::int32_t profileId, const TrackingObject& object);
   void handleExcludedOrDeletedObjects(std::int32_t id);

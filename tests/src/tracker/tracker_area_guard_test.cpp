@@ -512,6 +512,26 @@ TEST_F(TrackerAreaGuardTest, DuringATestAlarmObjectsAreStillJudgedForTracking) {
   guards.clear();
 }
 
+TEST_F(TrackerAreaGuardTest, AnObjectIsTrackedByItsOwnVerdictWhateverItsPlaceInTheFrame) {
+  startWithTracker();
+  TrackerAreaGuard& guard = makeGuard();
+  for (const bool isTestAlarm : {false, true}) {
+    for (const std::vector<int>& order :
+         {std::vector{1, 2, 3}, {3, 2, 1}, {2, 3, 1}, {1, 3, 2}, {2, 1}, {3, 2}}) {
+      if (isTestAlarm) {
+        guard.sendAlarmEvent();
+      }
+      see(1);
+      see(2, {.pan = OUTSIDE_PAN});
+      see(3);
+      frame(guard, order);
+      std::vector<int> inside = order;
+      std::erase(inside, 2);
+      EXPECT_THAT(tracked(guard), testing::UnorderedElementsAreArray(inside));
+    }
+  }
+}
+
 TEST_F(TrackerAreaGuardTest, ObjectsAreFoundInWhateverOrderAFrameNamesThem) {
   startWithTracker();
   TrackerAreaGuard& guard = makeGuard();

@@ -2,10 +2,6 @@
 
 #include <syslog.h>
 
-void AlarmData::addObjectStatus(TrackingObject* object, AlarmDataStatus_e status) {
-  objects.push_back({object, status});
-}
-
 bool AlarmData::didTriggerAlarm(std::int32_t objectId) const {
   for (const ObjectAlarmStatus& entry : objects) {
     if (entry.object->getId() == objectId) {

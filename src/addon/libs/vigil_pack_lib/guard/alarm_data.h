@@ -24,7 +24,9 @@ class AlarmData {
   // Makes room for so many objects.
   void reserve(std::size_t count) { objects.reserve(count); }
 
-  void addObjectStatus(TrackingObject* object, AlarmDataStatus_e status);
+  void addObjectStatus(TrackingObject* object, AlarmDataStatus_e status) {
+    objects.push_back({object, status});
+  }
 
   // Whether the object of that id raises the alarm; false, logged, for an unknown one.
   // Only for other applications of these classes.

@@ -35,7 +35,7 @@ void AreaGuard::updatePreset(int newPreset) {
 
 void AreaGuard::checkObjects(ParsedScene& scene) {
   const std::lock_guard guard(lock);
-  verdicts.clear();
+  judged.clear();
   Guard::checkObjects(scene, includeAreaSvg);
 }
 
@@ -53,23 +53,27 @@ TrackingObjectExternalData& AreaGuard::memoryOf(TrackingObject& object) const {
   return *object.getData(dataKey);
 }
 
-AreaGuard::Verdict AreaGuard::judge(TrackingObject& object) {
+AreaGuard::JudgedObject AreaGuard::judge(TrackingObject& object) {
   updateFilterData(object);
   const AreaStatus_e area = protectionArea.checkObject(object);
-  return {area, canObjectTriggerAlarm(object)};
+  return {&object, area, canObjectTriggerAlarm(object)};
 }
 
-AreaGuard::Verdict AreaGuard::verdictOf(const ParsedScene& scene, std::size_t index) {
-  const auto& objects = scene.getActiveObjects();
-  return verdicts.size() == objects.size() ? verdicts[index] : judge(*objects[index]);
+const std::vector<AreaGuard::JudgedObject>& AreaGuard::judgedObjects(const ParsedScene& scene) {
+  if (judged.empty()) {
+    for (TrackingObject* object : scene.getActiveObjects()) {
+      judged.push_back(judge(*object));
+    }
+  }
+  return judged;
 }
 
 AlarmData AreaGuard::updateObjectsAndGetAlarms(ParsedScene& scene) {
   AlarmData alarms;
   alarms.reserve(scene.getActiveObjects().size());
-  verdicts.clear();
+  judged.clear();
   for (TrackingObject* object : scene.getActiveObjects()) {
-    const auto [area, passes] = verdicts.emplace_back(judge(*object));
+    const auto& [_, area, passes] = judged.emplace_back(judge(*object));
     TrackingObjectExternalData& memory = memoryOf(*object);
     const bool isPending = memory.getBool(pendingAlarmKey);
     const bool isInside = area == AreaStatus_e::inside;

@@ -1,7 +1,6 @@
 #ifndef ADDON_LIBS_VIGIL_PACK_LIB_GUARD_AREA_GUARD_H
 #define ADDON_LIBS_VIGIL_PACK_LIB_GUARD_AREA_GUARD_H
 
-#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -34,26 +33,28 @@ class AreaGuard : public Guard {
   bool isStateEventOngoing() const;
 
  protected:
-  struct Verdict {
+  // An object in view of the present frame, and what the guard makes of it.
+  struct JudgedObject {
+    TrackingObject* object;  // not owned
     AreaStatus_e area;
     bool passes;  // the filters, the present observation included
   };
 
-  // Of the object in view of that index, in the frame that checkObjects() was called with last:
-  // what that found, or found now when it did not look at the objects. Nothing that it depends on
-  // changes within a frame. With the lock held.
-  Verdict verdictOf(const ParsedScene& scene, std::size_t index);
+  // The objects in view, in the frame's order, with their verdicts: those that checkObjects() found
+  // in this frame, or found now when it did not look at the objects. Nothing that they depend on
+  // changes within a frame. For the frame that checkObjects() was called with last, and with the
+  // lock held.
+  const std::vector<JudgedObject>& judgedObjects(const ParsedScene& scene);
 
  private:
-  Verdict judge(TrackingObject& object);
+  JudgedObject judge(TrackingObject& object);
   TrackingObjectExternalData& memoryOf(TrackingObject& object) const;
 
   ProtectionArea protectionArea;
   const std::string pendingAlarmKey = "hasPendingAlarm";
   const DataKey dataKey;
   const std::string includeAreaSvg;
-  std::vector<Verdict>
-      verdicts;  // of the present frame's objects in view; empty when not looked at
+  std::vector<JudgedObject> judged;  // of the present frame; empty as long as nobody has looked
 };
 
 #endif
