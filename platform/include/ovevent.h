@@ -8,8 +8,8 @@
  * A handler outlives the service and the bus. That is the library's own work, as an application is
  * not told of either's absence and makes no declaration twice because of it. A port has to see to
  * all of this, also when nobody calls it:
- *  - while the service or the bus is away, stateful events can be declared, sent and undeclared with
- *    success, under ids that stay valid; all else fails;
+ *  - while the service or the bus is away, stateful events can be declared, sent and undeclared
+ * with success, under ids that stay valid; all else fails;
  *  - once the service is back, or the bus and the service, it is told every declaration that stands
  *    anew, within a second and with the values sent last, and never what was undeclared meanwhile;
  *  - subscriptions go on, and subscribers are told the present state of the service that is back.

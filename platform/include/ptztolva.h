@@ -7,10 +7,10 @@
  * head repeats the speed as long as it is to move. The library serialises its calls; each may be
  * made from any thread. Functions return TRUE, or FALSE with *error set (when error is not null).
  *
- * A service that does not answer must not keep the caller: a call fails after 3 s at most, and after
- * 0.5 s for as long as the service has left the one before unanswered, so that a caller that has to
- * end, which makes one call more, is not kept by it. A call that waits for that of another thread
- * takes that time, too. A service or a bus that has come back is found by the next call. */
+ * A service that does not answer must not keep the caller: a call fails after 3 s at most, and
+ * after 0.5 s for as long as the service has left the one before unanswered, so that a caller that
+ * has to end, which makes one call more, is not kept by it. A call that waits for that of another
+ * thread takes that time, too. A service or a bus that has come back is found by the next call. */
 #ifndef PLATFORM_PTZTOLVA_H
 #define PLATFORM_PTZTOLVA_H
 

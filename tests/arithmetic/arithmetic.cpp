@@ -26,9 +26,9 @@
 #include "ptz/bearing.h"
 #include "ptz/pid.h"
 #include "ptz/regulator.h"
+#include "ptz/zoom_scale.h"
 #include "scene/scene_encoder.h"
 #include "tracker/super_object.h"
-#include "ptz/zoom_scale.h"
 
 namespace {
 

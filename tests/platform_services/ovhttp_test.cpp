@@ -17,10 +17,10 @@
 #include <utility>
 #include <vector>
 
+#include "base/local_socket.h"
 #include "ovhttp/http_server.h"
 #include "ovhttp/wire.h"
 #include "platform_services/temporary_folder.h"
-#include "base/local_socket.h"
 
 namespace {
 

@@ -8,9 +8,9 @@
 #include <string>
 #include <thread>
 
+#include "base/file_descriptor.h"
 #include "ovhttp.h"
 #include "ovhttp/wire.h"
-#include "base/file_descriptor.h"
 
 class HttpServer {
  public:

@@ -14,8 +14,8 @@
 #include <system_error>
 #include <utility>
 
-#include "scene.h"
 #include "base/local_socket.h"
+#include "scene.h"
 
 namespace {
 
