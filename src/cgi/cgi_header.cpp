@@ -2,6 +2,8 @@
 
 #include <syslog.h>
 
+#include "config/json_parser.h"
+
 namespace {
 
 // The text of a string member; the value stays as it is for anything else.
@@ -14,23 +16,21 @@ void readString(const json_t* object, const char* key, std::string& value) {
 }  // namespace
 
 CGI_Header::CGI_Header(const std::string& text, const API_VersionHandler& versionHandler)
-    : CGI_Header(JsonAutoPtr(json_loads(text.c_str(), 0, nullptr)).get(), versionHandler) {}
-
-CGI_Header::CGI_Header(const json_t* request, const API_VersionHandler& versionHandler)
     : responseVersion(versionHandler.getHighestSupportedVersion()) {
-  check(request, versionHandler);
+  check(text, versionHandler);
   ok = status == StatusCode_e::ok;
   if (ok) {
     responseVersion = versionHandler.getHighestSupportedVersion(apiVersion.getMajor());
   }
 }
 
-void CGI_Header::check(const json_t* request, const API_VersionHandler& versionHandler) {
-  if (request == nullptr) {
+void CGI_Header::check(const std::string& text, const API_VersionHandler& versionHandler) {
+  JsonParser parser;
+  if (!parser.decode(text)) {
     status = StatusCode_e::malformed;
     return;
   }
-  readMembers(request);
+  readMembers(parser.get());
   if (!apiVersion.isValid()) {
     status = StatusCode_e::missingParameter;
   } else if (!versionHandler.isSupported(apiVersion)) {

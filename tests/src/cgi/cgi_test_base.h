@@ -53,13 +53,10 @@ class FakeParser : public ConfigurationParserI {
  public:
   explicit FakeParser(Notes& notes) : notes_(notes) {}
 
-  void parseDocument(const json_t*, const DataBoundaries&) override {
+  int parse(const std::string&, const DataBoundaries&) override {
     notes_.add("parse");
     if (throwsWhileParsing) throw std::runtime_error("unexpected");
-    throwIf(answer != StatusCode_e::ok, "as told", answer);
-  }
-  int parse(const std::string&, const DataBoundaries&) override {
-    throw std::runtime_error("texts are decoded before");
+    return static_cast<int>(answer);
   }
   StatusCode_e status() const override { return answer; }
   CameraConfigurationContainer createConfigurations() const override {
