@@ -143,7 +143,7 @@ CameraContainer::Cameras CameraContainer::takeUnusedCameras(
 }
 
 void CameraContainer::removeUnusedCameras(const CameraConfigurationContainer& configurations) {
-  end(takeUnusedCameras(configurations));
+  takeUnusedCameras(configurations).clear();
 }
 
 void CameraContainer::insertCamera(std::unique_ptr<Camera> camera) {
@@ -169,15 +169,7 @@ void CameraContainer::removeAllCameras() {
     const std::lock_guard lock(s_mutex);
     removed.swap(s_cameras);
   }
-  end(std::move(removed));
-}
-
-// All are told before the first is waited for, so that they end meanwhile.
-void CameraContainer::end(Cameras cameras) {
-  for (const auto& camera : cameras) {
-    camera->stop();
-  }
-  cameras.clear();
+  removed.clear();
 }
 
 float CameraContainer::readAspectRatio(int cameraNbr) {
