@@ -23,10 +23,10 @@
 #include <utility>
 #include <vector>
 
+#include "base/local_socket.h"
 #include "platform_services/temporary_folder.h"
 #include "scene.h"
 #include "scene/scene_encoder.h"
-#include "base/local_socket.h"
 
 namespace {
 
