@@ -19,6 +19,7 @@
 #include "app/daemonize.h"
 #include "app/interval_timer_observable.h"
 #include "app/memory_lease.h"
+#include "base/json_text.h"
 #include "camera/camera_container.h"
 #include "camera/camera_container_factory.h"
 #include "camera/configuration_parser.h"
@@ -102,17 +103,12 @@ void installTerminationHandler() {
 
 // ---- Configuration ----
 
-struct Free {
-  void operator()(char* text) const { std::free(text); }
-};
-
 // Stores a default document and returns its text.
 std::string createDefaultConfiguration() {
   const JsonAutoPtr document = TrackerDefaultConfigCreator(false).create(
       s_defaults, s_versionHandler.getHighestSupportedVersion().toString());
   PersistentConfigHandler::save(document.get(), constants::CONFIGURATION_PATH);
-  const std::unique_ptr<char, Free> text(json_dumps(document.get(), JSON_REAL_PRECISION(4)));
-  return text != nullptr ? text.get() : "";
+  return toText(document.get(), JSON_REAL_PRECISION(4));
 }
 
 // A document that does not parse leaves the cameras without configuration; the API can set one.

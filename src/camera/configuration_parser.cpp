@@ -22,17 +22,27 @@ constexpr std::array<json_int_t, 4> ROTATIONS{0, 90, 180, 270};
 int ConfigurationParserBase::parse(const std::string& text, const DataBoundaries& boundaries) {
   clear();
   try {
-    const JsonAutoPtr document = decode(text);
-    const json_t* params = getParams(document.get());
+    parseDocument(decode(text).get(), boundaries);
+  } catch (const StatusException& problem) {
+    syslog(LOG_ERR, "%s\n", problem.what());
+    parseStatus = problem.getStatus();
+  }
+  return static_cast<int>(parseStatus);
+}
+
+void ConfigurationParserBase::parseDocument(const json_t* document,
+                                            const DataBoundaries& boundaries) {
+  clear();
+  try {
+    const json_t* params = getParams(document);
     createCameras(params);
     createGuardFactories(params, boundaries);
     checkParsedData(boundaries);
   } catch (const StatusException& problem) {
-    syslog(LOG_ERR, "%s\n", problem.what());
     clear();
     parseStatus = problem.getStatus();
+    throw;
   }
-  return static_cast<int>(parseStatus);
 }
 
 void ConfigurationParserBase::clear() {

@@ -15,6 +15,7 @@
 // What parsing has in common for all kinds of guards.
 class ConfigurationParserBase : public ConfigurationParserI {
  public:
+  void parseDocument(const json_t* document, const DataBoundaries& boundaries) override;
   int parse(const std::string& text, const DataBoundaries& boundaries) override;
   StatusCode_e status() const override { return parseStatus; }
   CameraConfigurationContainer createConfigurations() const override;

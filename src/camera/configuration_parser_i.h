@@ -1,6 +1,8 @@
 #ifndef CAMERA_CONFIGURATION_PARSER_I_H
 #define CAMERA_CONFIGURATION_PARSER_I_H
 
+#include <jansson.h>
+
 #include <string>
 
 #include "camera/camera_configuration_container.h"
@@ -12,8 +14,12 @@ class ConfigurationParserI {
  public:
   virtual ~ConfigurationParserI() = default;
 
-  // Decodes and checks a whole document; the status, 0 when it is good. The first failure is logged
-  // and nothing of the document is kept.
+  // Checks a whole document. Throws StatusException at the first failure, when nothing of the
+  // document is kept.
+  virtual void parseDocument(const json_t* document, const DataBoundaries& boundaries) = 0;
+
+  // The same for a text that is to be decoded, but for the failure, which is logged: the status, 0
+  // when the document is good.
   virtual int parse(const std::string& text, const DataBoundaries& boundaries) = 0;
 
   // Of the document parsed last.

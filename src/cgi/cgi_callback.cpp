@@ -3,13 +3,13 @@
 #include <ovhttp.h>
 #include <syslog.h>
 
-#include <cstdlib>
 #include <exception>
-#include <memory>
 #include <mutex>
 
 #include "app/memory_lease.h"
+#include "base/json_text.h"
 #include "cgi/cgi_handler.h"
+#include "cgi/cgi_request.h"
 #include "cgi/cgi_responder.h"
 #include "config/constants.h"
 
@@ -17,10 +17,6 @@ namespace {
 
 std::mutex s_mutex;  // guards the flag, and serialises requests
 bool s_isRunning = true;
-
-struct Free {
-  void operator()(char* text) const { std::free(text); }
-};
 
 // Which of the service's arguments carries the request: the body of a POST, else the query.
 std::string pickRequestText(const char* query, GHashTable* parameters) {
@@ -32,13 +28,8 @@ std::string pickRequestText(const char* query, GHashTable* parameters) {
   return query != nullptr ? query : "";
 }
 
-bool isJson(const std::string& text) {
-  return static_cast<bool>(JsonAutoPtr(json_loads(text.c_str(), 0, nullptr)));
-}
-
-std::string createAnswer(CGI_Handler& handler, const std::string& text) {
-  const CGI_HandlerResult result = handler.handleRequest(text);
-  const JsonAutoPtr answer = handler.extractHeader(text).createResponseHeader();
+std::string createAnswer(const CGI_Header& header, const CGI_HandlerResult& result) {
+  const JsonAutoPtr answer = header.createResponseHeader();
   const bool isOk = result.status == StatusCode_e::ok;
   JsonAutoPtr member = isOk ? result.data
                             : JsonAutoPtr(json_pack("{s:s, s:s}", "code", result.code.c_str(),
@@ -49,8 +40,7 @@ std::string createAnswer(CGI_Handler& handler, const std::string& text) {
   if (json_object_set(answer.get(), isOk ? "data" : "error", member.get()) != 0) {
     syslog(LOG_WARNING, "Could not append handler data to CGI response\n");
   }
-  const std::unique_ptr<char, Free> dumped(json_dumps(answer.get(), constants::JSON_DUMP_FLAGS));
-  return dumped != nullptr ? dumped.get() : "";
+  return toText(answer.get(), constants::JSON_DUMP_FLAGS);
 }
 
 }  // namespace
@@ -63,8 +53,11 @@ void CGI_Callback::handle(const char*, const char*, const char* query, GHashTabl
   }
   try {
     const MemoryLease lease;
-    const std::string text = repairTail(pickRequestText(query, parameters));
-    CGI_Responder::sendResponse(createAnswer(*static_cast<CGI_Handler*>(userData), text), out);
+    CGI_Handler& handler = *static_cast<CGI_Handler*>(userData);
+    const CGI_Request request(DecodedText::repaired(pickRequestText(query, parameters)),
+                              handler.getVersionHandler());
+    const CGI_HandlerResult result = handler.handleRequest(request);
+    CGI_Responder::sendResponse(createAnswer(request.header, result), out);
   } catch (const std::exception& problem) {
     syslog(LOG_ERR, "%s\n", problem.what());
   }
@@ -75,16 +68,6 @@ void CGI_Callback::shutDown() {
   s_isRunning = false;
 }
 
-// Cutting the text after its last brace again and again until it decodes ends where its first JSON
-// value ends, if that is an object; finding that end directly keeps a long tail of braces cheap.
 std::string CGI_Callback::repairTail(const std::string& text) {
-  if (isJson(text)) {
-    return text;
-  }
-  json_error_t error{};
-  const JsonAutoPtr first(json_loads(text.c_str(), JSON_DISABLE_EOF_CHECK, &error));
-  if (!json_is_object(first.get())) {
-    return text;
-  }
-  return text.substr(0, static_cast<std::size_t>(error.position));
+  return DecodedText::repaired(text).text;
 }

@@ -2,7 +2,8 @@
 
 #include <syslog.h>
 
-#include <array>
+#include <algorithm>
+#include <cstdint>
 #include <exception>
 #include <limits>
 #include <utility>
@@ -21,6 +22,16 @@ void logFailure(const char* reason, const std::string& text) {
   syslog(LOG_ERR, "%s\n", text.c_str());
 }
 
+// The profile that a request names; method stands in the messages.
+int unpackProfile(const CGI_Request& request, const std::string& method) {
+  json_int_t profile = 0;
+  throwIf(json_unpack(request.getParams(method), "{s:I}", "profile", &profile) != 0,
+          "Could not unpack data for profile uid for " + method, missingParameter);
+  throwIf(!std::in_range<std::int32_t>(profile), "Incorrect profile uid for " + method,
+          invalidParameter);
+  return static_cast<int>(profile);
+}
+
 }  // namespace
 
 CGI_Handler::CGI_Handler(CameraContainer& cameraContainer, const API_VersionHandler& versionHandler,
@@ -31,92 +42,118 @@ CGI_Handler::CGI_Handler(CameraContainer& cameraContainer, const API_VersionHand
       configurationPath(configurationPath),
       boundaries(boundaries),
       defaults(defaults),
-      parser(parser) {}
+      parser(parser) {
+  addMethods(
+      {{"setConfiguration",
+        [this](const CGI_Request& request) { return setConfiguration(request); }},
+       {"getConfiguration", [this](const CGI_Request&) { return getConfiguration(); }},
+       {"startVisualConfirmation",
+        [this](const CGI_Request& request) { return startVisualConfirmation(request); }},
+       {"sendAlarmEvent", [this](const CGI_Request& request) { return sendAlarmEvent(request); }},
+       {"stopVisualConfirmation", [this](const CGI_Request&) { return stopVisualConfirmation(); }},
+       {"getSupportedVersions", [this](const CGI_Request&) { return getSupportedVersions(); }},
+       {"getConfigurationCapabilities", [this](const CGI_Request&) {
+          return CGI_Pack(this->boundaries, this->defaults).capabilities();
+        }}});
+}
 
 // ---- Entry and dispatch ----
+
+CGI_HandlerResult CGI_Handler::handleRequest(const CGI_Request& request) {
+  if (!request.header.ok) {
+    request.header.logNotOk(request.text, versionHandler);
+    return CGI_HandlerResult(request.header.status);
+  }
+  try {
+    return handleRequestedCgi(request, request.header.method);
+  } catch (const std::exception& problem) {
+    logFailure(problem.what(), request.text);
+  } catch (...) {
+    logFailure("An unknown exception occurred", request.text);
+  }
+  return CGI_HandlerResult(internalError);
+}
+
+CGI_HandlerResult CGI_Handler::handleRequestedCgi(const CGI_Request& request,
+                                                  const std::string& method) {
+  const auto found = std::ranges::find(methods, method, &Method::name);
+  if (found == methods.end()) {
+    return CGI_HandlerResult(method == "missingMethod" ? missingParameter : methodNotFound);
+  }
+  try {
+    return CGI_HandlerResult(ok, found->action(request));
+  } catch (const StatusException& problem) {
+    logFailure(problem.what(), request.text);
+    return CGI_HandlerResult(problem.getStatus());
+  }
+}
+
+void CGI_Handler::addMethods(const std::vector<Method>& added) {
+  methods.insert(methods.end(), added.begin(), added.end());
+}
+
+// ---- Texts ----
+
+CGI_Request CGI_Handler::read(const std::string& text) const {
+  return CGI_Request(DecodedText::exactly(text), versionHandler);
+}
+
+CGI_HandlerResult CGI_Handler::handleRequest(const std::string& text) {
+  return handleRequest(read(text));
+}
 
 CGI_Header CGI_Handler::extractHeader(const std::string& text) const {
   return CGI_Header(text, versionHandler);
 }
 
-CGI_HandlerResult CGI_Handler::handleRequest(const std::string& text) {
-  const CGI_Header header = extractHeader(text);
-  if (!header.ok) {
-    header.logNotOk(text, versionHandler);
-    return CGI_HandlerResult(header.status);
-  }
-  try {
-    return handleRequestedCgi(text, header.method);
-  } catch (const std::exception& problem) {
-    logFailure(problem.what(), text);
-  } catch (...) {
-    logFailure("An unknown exception occurred", text);
-  }
-  return CGI_HandlerResult(internalError);
-}
-
 CGI_HandlerResult CGI_Handler::handleRequestedCgi(const std::string& text,
                                                   const std::string& method) {
-  using Handler = CGI_HandlerResult (CGI_Handler::*)(const std::string&);
-  struct Method {
-    const char* name;
-    Handler handle;
-  };
-  static constexpr std::array METHODS{
-      Method{"setConfiguration", &CGI_Handler::handleSetRequest},
-      Method{"getConfiguration", &CGI_Handler::handleGetRequest},
-      Method{"startVisualConfirmation", &CGI_Handler::handleStartVisualConfirmation},
-      Method{"sendAlarmEvent", &CGI_Handler::handleSendAlarmEvent},
-      Method{"stopVisualConfirmation", &CGI_Handler::handleStopVisualConfirmation},
-      Method{"getSupportedVersions", &CGI_Handler::handleGetSupportedVersions},
-      Method{"getConfigurationCapabilities", &CGI_Handler::handleConfigurationCapabilities}};
-  for (const Method& known : METHODS) {
-    if (method == known.name) {
-      return (this->*known.handle)(text);
-    }
-  }
-  return CGI_HandlerResult(method == "missingMethod" ? missingParameter : methodNotFound);
+  return handleRequestedCgi(read(text), method);
 }
 
-CGI_HandlerResult CGI_Handler::runHandler(const std::string& text, const Action& action) {
-  try {
-    return CGI_HandlerResult(ok, action());
-  } catch (const StatusException& problem) {
-    logFailure(problem.what(), text);
-    return CGI_HandlerResult(problem.getStatus());
-  }
+CGI_HandlerResult CGI_Handler::handleSetRequest(const std::string& text) {
+  return handleRequestedCgi(text, "setConfiguration");
 }
 
-JsonAutoPtr CGI_Handler::decodeParams(const std::string& text, const std::string& method) {
-  JsonParser request;
-  throwIf(!request.decode(text), "Could not decode the " + method + " json data", malformed);
-  json_t* params = json_object_get(request.get(), "params");
-  throwIf(params == nullptr, "Could not decode the params for " + method, malformed);
-  return JsonAutoPtr(json_incref(params));
+CGI_HandlerResult CGI_Handler::handleGetRequest(const std::string& text) {
+  return handleRequestedCgi(text, "getConfiguration");
+}
+
+CGI_HandlerResult CGI_Handler::handleStartVisualConfirmation(const std::string& text) {
+  return handleRequestedCgi(text, "startVisualConfirmation");
+}
+
+CGI_HandlerResult CGI_Handler::handleStopVisualConfirmation(const std::string& text) {
+  return handleRequestedCgi(text, "stopVisualConfirmation");
+}
+
+CGI_HandlerResult CGI_Handler::handleSendAlarmEvent(const std::string& text) {
+  return handleRequestedCgi(text, "sendAlarmEvent");
+}
+
+CGI_HandlerResult CGI_Handler::handleGetSupportedVersions(const std::string& text) {
+  return handleRequestedCgi(text, "getSupportedVersions");
+}
+
+CGI_HandlerResult CGI_Handler::handleConfigurationCapabilities(const std::string& text) {
+  return handleRequestedCgi(text, "getConfigurationCapabilities");
 }
 
 // ---- Configuration ----
 
-CGI_HandlerResult CGI_Handler::handleSetRequest(const std::string& text) {
-  const int status = parser.parse(text, boundaries);
-  if (status != 0) {
-    syslog(LOG_ERR, "%s\n", text.c_str());
-    return CGI_HandlerResult(static_cast<StatusCode_e>(status));
-  }
-  if (!saveConfiguration(text)) {
-    return CGI_HandlerResult(saveFailed);
-  }
+JsonAutoPtr CGI_Handler::setConfiguration(const CGI_Request& request) {
+  throwIf(!request.document, "Unable to decode Json: " + request.error, malformed);
+  parser.parseDocument(request.document.get(), boundaries);
+  throwIf(!saveConfiguration(request.document.get()), "Could not save the configuration",
+          saveFailed);
   cameraContainer.updateWithNewConfiguration(parser.createConfigurations());
-  return CGI_HandlerResult(ok);
+  return JsonAutoPtr();
 }
 
-bool CGI_Handler::saveConfiguration(const std::string& text) const {
-  JsonParser document;
-  if (!document.decode(text)) {
-    return false;
-  }
-  updateQuery(document.get());
-  return PersistentConfigHandler::save(document.get(), configurationPath);
+bool CGI_Handler::saveConfiguration(const json_t* document) const {
+  const JsonAutoPtr stored(json_deep_copy(document));
+  updateQuery(stored.get());
+  return PersistentConfigHandler::save(stored.get(), configurationPath);
 }
 
 void CGI_Handler::updateQuery(json_t* document) const {
@@ -159,11 +196,7 @@ void CGI_Handler::addEmptyPTZ_PresetsIfMissing(json_t* document) {
   }
 }
 
-CGI_HandlerResult CGI_Handler::handleGetRequest(const std::string& text) {
-  return runHandler(text, [this] { return readStoredParams(); });
-}
-
-JsonAutoPtr CGI_Handler::readStoredParams() const {
+JsonAutoPtr CGI_Handler::getConfiguration() const {
   const std::string stored = PersistentConfigHandler::load(configurationPath);
   throwIf(stored.empty(), "Could not read the configuration file", fileNotReadable);
   JsonParser document;
@@ -176,58 +209,37 @@ JsonAutoPtr CGI_Handler::readStoredParams() const {
   return copy;
 }
 
-CGI_HandlerResult CGI_Handler::handleConfigurationCapabilities(const std::string& text) {
-  return runHandler(text, [this] { return CGI_Pack(boundaries, defaults).capabilities(); });
-}
-
 // ---- Profiles ----
 
-int CGI_Handler::unpackProfile(const std::string& text, const std::string& method) {
-  const JsonAutoPtr params = decodeParams(text, method);
-  json_int_t profile = 0;
-  throwIf(json_unpack(params.get(), "{s:I}", "profile", &profile) != 0,
-          "Could not unpack data for profile uid for " + method, missingParameter);
-  throwIf(!std::in_range<std::int32_t>(profile), "Incorrect profile uid for " + method,
-          invalidParameter);
-  return static_cast<int>(profile);
+JsonAutoPtr CGI_Handler::startVisualConfirmation(const CGI_Request& request) {
+  const int profile = unpackProfile(request, "startVisualConfirmation");
+  throwIf(!cameraContainer.enableVisualConfirmation(profile),
+          "Could not enable visual confirmation", contradiction);
+  return JsonAutoPtr();
 }
 
-CGI_HandlerResult CGI_Handler::handleStartVisualConfirmation(const std::string& text) {
-  return runHandler(text, [&] {
-    const int profile = unpackProfile(text, "startVisualConfirmation");
-    throwIf(!cameraContainer.enableVisualConfirmation(profile),
-            "Could not enable visual confirmation", contradiction);
-    return JsonAutoPtr();
-  });
-}
-
-CGI_HandlerResult CGI_Handler::handleStopVisualConfirmation(const std::string&) {
+JsonAutoPtr CGI_Handler::stopVisualConfirmation() {
   cameraContainer.disableVisualConfirmation();
-  return CGI_HandlerResult(ok);
+  return JsonAutoPtr();
 }
 
-CGI_HandlerResult CGI_Handler::handleSendAlarmEvent(const std::string& text) {
-  return runHandler(text, [&] {
-    const int profile = unpackProfile(text, "sendAlarmEvent");
-    throwIf(!cameraContainer.doesProfileExist(profile), "Profile does not exist", invalidParameter);
-    throwIf(!cameraContainer.sendAlarmEvent(profile), "Could not send alarm event", internalError);
-    return JsonAutoPtr();
-  });
+JsonAutoPtr CGI_Handler::sendAlarmEvent(const CGI_Request& request) {
+  const int profile = unpackProfile(request, "sendAlarmEvent");
+  throwIf(!cameraContainer.doesProfileExist(profile), "Profile does not exist", invalidParameter);
+  throwIf(!cameraContainer.sendAlarmEvent(profile), "Could not send alarm event", internalError);
+  return JsonAutoPtr();
 }
 
 // ---- Versions ----
 
-CGI_HandlerResult CGI_Handler::handleGetSupportedVersions(const std::string& text) {
-  return runHandler(text, [this] {
-    try {
-      return packSupportedVersions();
-    } catch (const StatusException& problem) {
-      syslog(LOG_ERR,
-             "An exception occurred when packing the response to GetSupportedVersions: %s\n",
-             problem.what());
-      throw;
-    }
-  });
+JsonAutoPtr CGI_Handler::getSupportedVersions() const {
+  try {
+    return packSupportedVersions();
+  } catch (const StatusException& problem) {
+    syslog(LOG_ERR, "An exception occurred when packing the response to GetSupportedVersions: %s\n",
+           problem.what());
+    throw;
+  }
 }
 
 JsonAutoPtr CGI_Handler::packSupportedVersions() const {

@@ -3,12 +3,14 @@
 
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "app/api_version_handler.h"
 #include "camera/camera_container.h"
 #include "camera/configuration_parser_i.h"
 #include "cgi/cgi_handler_result.h"
 #include "cgi/cgi_header.h"
+#include "cgi/cgi_request.h"
 #include "config/data_boundaries.h"
 #include "config/default_values.h"
 
@@ -25,14 +27,19 @@ class CGI_Handler {
   CGI_Handler& operator=(const CGI_Handler&) = delete;
   virtual ~CGI_Handler() = default;
 
+  // What requests are to be read with.
+  const API_VersionHandler& getVersionHandler() const { return versionHandler; }
+
   // Answers a whole request. Throws nothing.
+  CGI_HandlerResult handleRequest(const CGI_Request& request);
+
+  // For texts, which are read anew by each of these calls: a whole request, its header, and one
+  // that is answered by that method, whatever its header says.
   CGI_HandlerResult handleRequest(const std::string& text);
-
   CGI_Header extractHeader(const std::string& text) const;
+  CGI_HandlerResult handleRequestedCgi(const std::string& text, const std::string& method);
 
-  // Answers a request by its method.
-  virtual CGI_HandlerResult handleRequestedCgi(const std::string& text, const std::string& method);
-
+  // One method each, for a text.
   CGI_HandlerResult handleSetRequest(const std::string& text);
   CGI_HandlerResult handleGetRequest(const std::string& text);
   CGI_HandlerResult handleStartVisualConfirmation(const std::string& text);
@@ -42,21 +49,33 @@ class CGI_Handler {
   CGI_HandlerResult handleConfigurationCapabilities(const std::string& text);
 
  protected:
-  // What a handler does; it throws StatusException.
-  using Action = std::function<JsonAutoPtr()>;
+  // What a method does with a request. Throws StatusException, which becomes the answer's status;
+  // else gives the answer's data, null when there is none.
+  using Action = std::function<JsonAutoPtr(const CGI_Request& request)>;
 
-  // Runs an action and turns what it throws into a status.
-  static CGI_HandlerResult runHandler(const std::string& text, const Action& action);
+  // A method of the API, by its exact name.
+  struct Method {
+    std::string name;
+    Action action;
+  };
 
-  // The "params" of a request; method stands in the messages.
-  static JsonAutoPtr decodeParams(const std::string& text, const std::string& method);
+  // To be called by constructors; the names must be new.
+  void addMethods(const std::vector<Method>& added);
 
  private:
-  static int unpackProfile(const std::string& text, const std::string& method);
-  bool saveConfiguration(const std::string& text) const;
+  CGI_Request read(const std::string& text) const;
+  CGI_HandlerResult handleRequestedCgi(const CGI_Request& request, const std::string& method);
+
+  JsonAutoPtr setConfiguration(const CGI_Request& request);
+  JsonAutoPtr getConfiguration() const;
+  JsonAutoPtr startVisualConfirmation(const CGI_Request& request);
+  JsonAutoPtr stopVisualConfirmation();
+  JsonAutoPtr sendAlarmEvent(const CGI_Request& request);
+  JsonAutoPtr getSupportedVersions() const;
+
+  bool saveConfiguration(const json_t* document) const;
   void updateQuery(json_t* document) const;
   static void addEmptyPTZ_PresetsIfMissing(json_t* document);
-  JsonAutoPtr readStoredParams() const;
   JsonAutoPtr packSupportedVersions() const;
 
   CameraContainer& cameraContainer;
@@ -65,6 +84,7 @@ class CGI_Handler {
   const DataBoundaries& boundaries;
   const DefaultValues& defaults;
   ConfigurationParserI& parser;
+  std::vector<Method> methods;
 };
 
 #endif

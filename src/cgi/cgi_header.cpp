@@ -2,8 +2,6 @@
 
 #include <syslog.h>
 
-#include "config/json_parser.h"
-
 namespace {
 
 // The text of a string member; the value stays as it is for anything else.
@@ -16,21 +14,23 @@ void readString(const json_t* object, const char* key, std::string& value) {
 }  // namespace
 
 CGI_Header::CGI_Header(const std::string& text, const API_VersionHandler& versionHandler)
+    : CGI_Header(JsonAutoPtr(json_loads(text.c_str(), 0, nullptr)).get(), versionHandler) {}
+
+CGI_Header::CGI_Header(const json_t* request, const API_VersionHandler& versionHandler)
     : responseVersion(versionHandler.getHighestSupportedVersion()) {
-  check(text, versionHandler);
+  check(request, versionHandler);
   ok = status == StatusCode_e::ok;
   if (ok) {
     responseVersion = versionHandler.getHighestSupportedVersion(apiVersion.getMajor());
   }
 }
 
-void CGI_Header::check(const std::string& text, const API_VersionHandler& versionHandler) {
-  JsonParser parser;
-  if (!parser.decode(text)) {
+void CGI_Header::check(const json_t* request, const API_VersionHandler& versionHandler) {
+  if (request == nullptr) {
     status = StatusCode_e::malformed;
     return;
   }
-  readMembers(parser.get());
+  readMembers(request);
   if (!apiVersion.isValid()) {
     status = StatusCode_e::missingParameter;
   } else if (!versionHandler.isSupported(apiVersion)) {

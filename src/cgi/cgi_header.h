@@ -1,6 +1,8 @@
 #ifndef CGI_CGI_HEADER_H
 #define CGI_CGI_HEADER_H
 
+#include <jansson.h>
+
 #include <string>
 
 #include "app/api_version_handler.h"
@@ -9,7 +11,8 @@
 
 // What every request begins with, and what its answer begins with.
 struct CGI_Header {
-  // Reads a request's header; ok and status tell how that went.
+  // Reads a request's header; ok and status tell how that went. A document of null is malformed.
+  CGI_Header(const json_t* request, const API_VersionHandler& versionHandler);
   CGI_Header(const std::string& text, const API_VersionHandler& versionHandler);
 
   // {"apiVersion", "context", "method"} of the answer.
@@ -27,7 +30,7 @@ struct CGI_Header {
 
  private:
   void readMembers(const json_t* request);
-  void check(const std::string& text, const API_VersionHandler& versionHandler);
+  void check(const json_t* request, const API_VersionHandler& versionHandler);
 };
 
 #endif

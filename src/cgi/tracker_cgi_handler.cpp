@@ -37,27 +37,21 @@ TrackerCGI_Handler::TrackerCGI_Handler(CameraContainer& cameraContainer,
                                        const DefaultValues& defaults, ConfigurationParserI& parser,
                                        Tracker& tracker)
     : CGI_Handler(cameraContainer, versionHandler, configurationPath, boundaries, defaults, parser),
-      tracker(tracker) {}
-
-CGI_HandlerResult TrackerCGI_Handler::handleRequestedCgi(const std::string& text,
-                                                         const std::string& method) {
-  if (method == "setSentrel") {
-    return handleSetSentrel(text);
-  }
-  if (method == "getSentrel") {
-    return handleGetSentrel(text);
-  }
-  return CGI_Handler::handleRequestedCgi(text, method);
+      tracker(tracker) {
+  addMethods({{"setSentrel", [this](const CGI_Request& request) { return setSentrel(request); }},
+              {"getSentrel", [this](const CGI_Request&) { return getSentrel(); }}});
 }
 
 CGI_HandlerResult TrackerCGI_Handler::handleSetSentrel(const std::string& text) {
-  return runHandler(text, [&] {
-    applySettings(decodeParams(text, "setSentrel").get());
-    return JsonAutoPtr();
-  });
+  return handleRequestedCgi(text, "setSentrel");
 }
 
-void TrackerCGI_Handler::applySettings(json_t* params) {
+CGI_HandlerResult TrackerCGI_Handler::handleGetSentrel(const std::string& text) {
+  return handleRequestedCgi(text, "getSentrel");
+}
+
+JsonAutoPtr TrackerCGI_Handler::setSentrel(const CGI_Request& request) {
+  json_t* params = request.getParams("setSentrel");
   if (const auto enable = unpackBool(params, "enable")) {
     tracker.enableSentrel(*enable);
   }
@@ -73,18 +67,17 @@ void TrackerCGI_Handler::applySettings(json_t* params) {
   if (const auto seconds = unpackSeconds(params, "returnToHomeTimeout")) {
     tracker.setReturnToHomeTimeout(*seconds);
   }
+  return JsonAutoPtr();
 }
 
-CGI_HandlerResult TrackerCGI_Handler::handleGetSentrel(const std::string& text) {
-  return runHandler(text, [this] {
-    return JsonAutoPtr(
-        json_pack("{s:s, s:b, s:i, s:i, s:i, s:b, s:i, s:i, s:i}",  //
-                  "state", tracker.getStateString().c_str(),        //
-                  "switchObject", static_cast<int>(tracker.getSwitchObject()), "timePerObject",
-                  tracker.getTimePerObject(), "minTimePerObject", MIN_SECONDS, "maxTimePerObject",
-                  MAX_SECONDS,  //
-                  "returnToHome", static_cast<int>(tracker.getReturnToHomeEnabled()),
-                  "returnToHomeTimeout", tracker.getReturnToHomeTimeout(), "minReturnToHomeTimeout",
-                  MIN_SECONDS, "maxReturnToHomeTimeout", MAX_SECONDS));
-  });
+JsonAutoPtr TrackerCGI_Handler::getSentrel() const {
+  return JsonAutoPtr(
+      json_pack("{s:s, s:b, s:i, s:i, s:i, s:b, s:i, s:i, s:i}",  //
+                "state", tracker.getStateString().c_str(),        //
+                "switchObject", static_cast<int>(tracker.getSwitchObject()), "timePerObject",
+                tracker.getTimePerObject(), "minTimePerObject", MIN_SECONDS, "maxTimePerObject",
+                MAX_SECONDS,  //
+                "returnToHome", static_cast<int>(tracker.getReturnToHomeEnabled()),
+                "returnToHomeTimeout", tracker.getReturnToHomeTimeout(), "minReturnToHomeTimeout",
+                MIN_SECONDS, "maxReturnToHomeTimeout", MAX_SECONDS));
 }

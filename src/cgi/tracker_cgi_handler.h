@@ -4,7 +4,7 @@
 #include "cgi/cgi_handler.h"
 #include "tracker/tracker.h"
 
-// Adds the requests that concern the tracker.
+// Adds the methods that concern the tracker.
 class TrackerCGI_Handler : public CGI_Handler {
  public:
   // All must outlive the handler.
@@ -12,15 +12,16 @@ class TrackerCGI_Handler : public CGI_Handler {
                      const std::string& configurationPath, const DataBoundaries& boundaries,
                      const DefaultValues& defaults, ConfigurationParserI& parser, Tracker& tracker);
 
-  CGI_HandlerResult handleRequestedCgi(const std::string& text, const std::string& method) override;
-
-  // Applies the given settings in order; a value out of range ends it there, with those before it
-  // applied.
+  // One method each, for a text.
   CGI_HandlerResult handleSetSentrel(const std::string& text);
   CGI_HandlerResult handleGetSentrel(const std::string& text);
 
  private:
-  void applySettings(json_t* params);
+  // Applies the given settings in order; a value out of range ends it there, with those before it
+  // applied.
+  JsonAutoPtr setSentrel(const CGI_Request& request);
+
+  JsonAutoPtr getSentrel() const;
 
   Tracker& tracker;
 };

@@ -174,12 +174,13 @@ TEST_F(CgiCallbackTest, NothingEscapes) {
 // A handler that keeps each request until it is let go.
 class KeepingHandler : public CGI_Handler {
  public:
-  using CGI_Handler::CGI_Handler;
-
-  CGI_HandlerResult handleRequestedCgi(const std::string&, const std::string&) override {
-    arrived.release();
-    letGo.acquire();
-    return CGI_HandlerResult(StatusCode_e::ok);
+  template <typename... Arguments>
+  explicit KeepingHandler(Arguments&... arguments) : CGI_Handler(arguments...) {
+    addMethods({{"keep", [this](const CGI_Request&) {
+                   arrived.release();
+                   letGo.acquire();
+                   return JsonAutoPtr();
+                 }}});
   }
 
   std::counting_semaphore<> arrived{0};
@@ -193,7 +194,7 @@ class BusyCgiCallbackTest : public CgiCallbackTest {
 
   std::future<std::string> askInTheBackground() {
     return std::async(std::launch::async, [this] {
-      const std::string body = request("getSupportedVersions");
+      const std::string body = request("keep");
       return callBack("POST", nullptr, body.c_str(), static_cast<CGI_Handler*>(&keeping));
     });
   }

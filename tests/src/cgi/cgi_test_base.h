@@ -53,10 +53,13 @@ class FakeParser : public ConfigurationParserI {
  public:
   explicit FakeParser(Notes& notes) : notes_(notes) {}
 
-  int parse(const std::string&, const DataBoundaries&) override {
+  void parseDocument(const json_t*, const DataBoundaries&) override {
     notes_.add("parse");
     if (throwsWhileParsing) throw std::runtime_error("unexpected");
-    return static_cast<int>(answer);
+    throwIf(answer != StatusCode_e::ok, "as told", answer);
+  }
+  int parse(const std::string&, const DataBoundaries&) override {
+    throw std::runtime_error("texts are decoded before");
   }
   StatusCode_e status() const override { return answer; }
   CameraConfigurationContainer createConfigurations() const override {

@@ -6,6 +6,32 @@
 #include <cstddef>
 #include <cstdlib>
 
+// Counts how often the JSON library reads a text of this length (bytes, none of them escaped or
+// blank), until this object goes away: it asks for room for the text, its quotes and its end. One
+// at a time, and not beside a JsonMemory.
+class JsonReadings {
+ public:
+  explicit JsonReadings(std::size_t length) {
+    wanted = length + 3;
+    count = 0;
+    json_set_alloc_funcs(&allocate, &std::free);
+  }
+  JsonReadings(const JsonReadings&) = delete;
+  JsonReadings& operator=(const JsonReadings&) = delete;
+  ~JsonReadings() { json_set_alloc_funcs(&std::malloc, &std::free); }
+
+  static int number() { return count; }
+
+ private:
+  static void* allocate(std::size_t size) {
+    count += size == wanted ? 1 : 0;
+    return std::malloc(size);
+  }
+
+  static inline std::size_t wanted = 0;
+  static inline int count = 0;
+};
+
 // Lets the JSON library run out of memory: after a number of allocations every other one fails,
 // until this object goes away. One at a time.
 class JsonMemory {
