@@ -32,6 +32,17 @@ int unpackProfile(const CGI_Request& request, const std::string& method) {
   return static_cast<int>(profile);
 }
 
+// A copy that can be changed where a stored document differs from the request. Documents may be
+// large: what stays the same is shared.
+JsonAutoPtr copyToStore(const json_t* document) {
+  if (CameraInfo::isMechanicalPTZ()) {
+    return JsonAutoPtr(json_deep_copy(document));
+  }
+  JsonAutoPtr copy(json_copy(const_cast<json_t*>(document)));
+  const JsonAutoPtr params(json_copy(json_object_get(document, "params")));
+  return json_object_set(copy.get(), "params", params.get()) == 0 ? copy : JsonAutoPtr();
+}
+
 }  // namespace
 
 CGI_Handler::CGI_Handler(CameraContainer& cameraContainer, const API_VersionHandler& versionHandler,
@@ -151,7 +162,7 @@ JsonAutoPtr CGI_Handler::setConfiguration(const CGI_Request& request) {
 }
 
 bool CGI_Handler::saveConfiguration(const json_t* document) const {
-  const JsonAutoPtr stored(json_deep_copy(document));
+  const JsonAutoPtr stored = copyToStore(document);
   updateQuery(stored.get());
   return PersistentConfigHandler::save(stored.get(), configurationPath);
 }
