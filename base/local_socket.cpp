@@ -42,12 +42,6 @@ FileDescriptor failed(FileDescriptor fd) {
   return fd;
 }
 
-bool setBlocking(int fd, bool isBlocking) {
-  const int flags = fcntl(fd, F_GETFL);
-  return flags >= 0 &&
-         fcntl(fd, F_SETFL, isBlocking ? flags & ~O_NONBLOCK : flags | O_NONBLOCK) == 0;
-}
-
 bool connectSocket(int fd, const sockaddr_un& address) {
   return connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0;
 }
@@ -94,6 +88,12 @@ FileDescriptor listenAt(const std::string& path) {
     return failed(std::move(fd));
   }
   return fd;
+}
+
+bool setBlocking(int fd, bool isBlocking) {
+  const int flags = fcntl(fd, F_GETFL);
+  return flags >= 0 &&
+         fcntl(fd, F_SETFL, isBlocking ? flags & ~O_NONBLOCK : flags | O_NONBLOCK) == 0;
 }
 
 bool setTimeout(int fd, std::chrono::milliseconds timeout) {

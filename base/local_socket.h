@@ -26,6 +26,10 @@ FileDescriptor connectTo(const std::string& path, std::chrono::milliseconds time
 // more; a path in use is a failure (EADDRINUSE).
 FileDescriptor listenAt(const std::string& path);
 
+// Whether calls on a descriptor wait. Connected descriptors do until told otherwise, listening ones
+// do not.
+bool setBlocking(int fd, bool isBlocking);
+
 // Limits each single send and receive; 0 is no limit.
 bool setTimeout(int fd, std::chrono::milliseconds timeout);
 

@@ -9,11 +9,12 @@
 #include <vector>
 
 #include "app/interval_timer_observable.h"
+#include "base/units.h"
 #include "scene/scene_properties.h"
 
 namespace {
 
-constexpr std::int64_t RECONNECT_PERIOD = 200000;  // microseconds
+constexpr std::int64_t RECONNECT_PERIOD = 200 * units::MICROSECONDS_PER_MILLISECOND;
 constexpr std::int32_t NO_TIMER = -1;
 
 }  // namespace

@@ -6,11 +6,12 @@
 #include <utility>
 
 #include "app/clock.h"
+#include "base/units.h"
 
 namespace {
 
 constexpr std::int32_t NO_PRESET_TOKEN = -1;
-constexpr std::int64_t LARGEST_STEP_BACK = 1000000;  // microseconds
+constexpr std::int64_t LARGEST_STEP_BACK = units::fromSeconds(1);
 
 bool sortByPriority(const std::unique_ptr<Guard>& a, const std::unique_ptr<Guard>& b) {
   return a->getPriority() < b->getPriority();

@@ -6,11 +6,13 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <optional>
 #include <string>
 #include <utility>
 
 #include "app/clock.h"
 #include "app/ratio.h"
+#include "base/glib_ptr.h"
 #include "events/camera_info.h"
 #include "events/sdk_wrapper.h"
 #include "events/time_conversion.h"
@@ -30,11 +32,7 @@ std::string readParameter(const std::string& name) {
   return value.data();
 }
 
-struct FreeEvent {
-  void operator()(OVEvent* event) const { ov_event_free(event); }
-};
-
-using EventPtr = std::unique_ptr<OVEvent, FreeEvent>;
+using EventPtr = std::unique_ptr<OVEvent, GDeleter<ov_event_free>>;
 
 // Never of the future, as which an event appears when the wall clock was set back since it was
 // sent: the guards would drop all frames until that time has come.
@@ -43,33 +41,32 @@ std::int64_t monotonicTimeOf(const OVEvent* event) {
   return std::min(time, utils::monotonicTime());
 }
 
-// Logs and frees the error of a key that could not be read.
-void logUnpackError(const char* key, GError* error) {
+void logUnpackError(const char* key, const ErrorSlot& error) {
   syslog(LOG_WARNING, "Failed to unpack '%s' in a PTZ event, message: %s\n", key,
-         error != nullptr ? error->message : "unknown error");
-  g_clear_error(&error);
+         error.message().c_str());
 }
 
-bool readBool(const OVEvent* event, const char* key, bool& value) {
-  GError* error = nullptr;
+// The value of a key; nothing, logged, when it cannot be read.
+std::optional<bool> readBool(const OVEvent* event, const char* key) {
+  ErrorSlot error;
   gboolean flag = FALSE;
   if (!ov_event_key_value_set_get_bool(ov_event_get_key_value_set(event), key, nullptr, &flag,
-                                       &error)) {
+                                       error.out())) {
     logUnpackError(key, error);
-    return false;
+    return std::nullopt;
   }
-  value = flag != FALSE;
-  return true;
+  return flag != FALSE;
 }
 
-bool readInt(const OVEvent* event, const char* key, std::int32_t& value) {
-  GError* error = nullptr;
+std::optional<std::int32_t> readInt(const OVEvent* event, const char* key) {
+  ErrorSlot error;
+  std::int32_t value = 0;
   if (!ov_event_key_value_set_get_int(ov_event_get_key_value_set(event), key, nullptr, &value,
-                                      &error)) {
+                                      error.out())) {
     logUnpackError(key, error);
-    return false;
+    return std::nullopt;
   }
-  return true;
+  return value;
 }
 
 }  // namespace
@@ -257,11 +254,14 @@ void CameraContainer::PTZ_PresetCallback(std::uint32_t, OVEvent* rawEvent, void*
   if (!s_canReceivePTZ_Callbacks) {
     return;
   }
-  PTZ_PresetEvent preset;
-  if (!readBool(event.get(), "on_preset", preset.onPreset) ||
-      !readInt(event.get(), "PresetToken", preset.presetToken)) {
+  const auto onPreset = readBool(event.get(), "on_preset");
+  const auto token = onPreset ? readInt(event.get(), "PresetToken") : std::nullopt;
+  if (!token) {
     return;
   }
+  PTZ_PresetEvent preset;
+  preset.onPreset = *onPreset;
+  preset.presetToken = *token;
   preset.timestamp = monotonicTimeOf(event.get());
   handlePresetEvent(preset);
 }
@@ -275,10 +275,12 @@ void CameraContainer::PTZ_MovementCallback(std::uint32_t, OVEvent* rawEvent, voi
   if (!s_canReceivePTZ_Callbacks) {
     return;
   }
-  PTZ_MovementEvent movement;
-  if (!readBool(event.get(), "is_moving", movement.isMoving)) {
+  const auto isMoving = readBool(event.get(), "is_moving");
+  if (!isMoving) {
     return;
   }
+  PTZ_MovementEvent movement;
+  movement.isMoving = *isMoving;
   movement.timestamp = monotonicTimeOf(event.get());
   handleMovementEvent(movement);
 }

@@ -1,6 +1,7 @@
 #include "camera/camera_container_factory.h"
 
 #include "app/clock.h"
+#include "base/units.h"
 #include "camera/callback_camera_container.h"
 #include "camera/socket_camera_container.h"
 #include "config/constants.h"
@@ -10,7 +11,7 @@
 
 namespace {
 
-constexpr std::int64_t ATTEMPT_PAUSE = 100000;  // microseconds
+constexpr std::int64_t ATTEMPT_PAUSE = 100 * units::MICROSECONDS_PER_MILLISECOND;
 
 bool isSceneSocketThere() {
   const int fd = SceneReader::connect(SceneReader::SCENE_SOCKET_PATH);

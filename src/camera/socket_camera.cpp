@@ -6,12 +6,13 @@
 #include <utility>
 
 #include "app/clock.h"
+#include "base/units.h"
 #include "scene/mote_utils.h"
 #include "scene/scene_reader.h"
 
 namespace {
 
-constexpr std::int64_t RECONNECT_PAUSE = 100000;  // microseconds
+constexpr std::int64_t RECONNECT_PAUSE = 100 * units::MICROSECONDS_PER_MILLISECOND;
 
 }  // namespace
 

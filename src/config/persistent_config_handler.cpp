@@ -6,61 +6,50 @@
 
 #include <algorithm>
 #include <limits>
-#include <memory>
 #include <optional>
 
+#include "base/glib_ptr.h"
 #include "config/json_file.h"
 #include "config/json_parser.h"
 
 namespace {
 
-struct FreeError {
-  void operator()(GError* error) const { g_error_free(error); }
-};
-using ErrorPtr = std::unique_ptr<GError, FreeError>;
-
 // Nothing, with the error, when the file cannot be read.
-std::optional<std::string> readFile(const std::string& path, ErrorPtr& error) {
+std::optional<std::string> readFile(const std::string& path, ErrorSlot& error) {
   gchar* contents = nullptr;
   gsize length = 0;
-  GError* reason = nullptr;
-  if (!g_file_get_contents(path.c_str(), &contents, &length, &reason)) {
-    error.reset(reason);
+  if (!g_file_get_contents(path.c_str(), &contents, &length, error.out())) {
     return std::nullopt;
   }
-  std::string text(contents, length);
-  g_free(contents);
-  return text;
+  const GTextPtr owned(contents);
+  return std::string(contents, length);
 }
 
-bool writeFile(const std::string& path, const std::string& text, ErrorPtr& error) {
-  GError* reason = nullptr;
-  const bool isWritten = confutils_set_file_contents_with_sync(
-      path.c_str(), text.data(), static_cast<gssize>(text.size()), &reason);
-  error.reset(reason);
-  return isWritten;
+bool writeFile(const std::string& path, const std::string& text, ErrorSlot& error) {
+  return confutils_set_file_contents_with_sync(path.c_str(), text.data(),
+                                               static_cast<gssize>(text.size()), error.out());
 }
 
 }  // namespace
 
 std::string PersistentConfigHandler::load(const std::string& path) {
-  ErrorPtr error;
+  ErrorSlot error;
   if (const std::optional<std::string> text = readFile(path, error)) {
     return *text;
   }
   if (g_error_matches(error.get(), G_FILE_ERROR, G_FILE_ERROR_NOENT)) {
     return {};
   }
-  syslog(LOG_ERR, "Failed to read %s (%s)\n", path.c_str(), error->message);
-  return error->message;
+  syslog(LOG_ERR, "Failed to read %s (%s)\n", path.c_str(), error.message().c_str());
+  return error.message();
 }
 
 bool PersistentConfigHandler::keepAside(const std::string& path) {
   const std::string asidePath = path + ".refused";
-  ErrorPtr error;
+  ErrorSlot error;
   const std::optional<std::string> text = readFile(path, error);
   // Every start meets the same document again until somebody sets another one.
-  ErrorPtr ignored;
+  ErrorSlot ignored;
   const bool isKept =
       text && (readFile(asidePath, ignored) == text || writeFile(asidePath, *text, error));
   if (isKept) {
@@ -68,7 +57,7 @@ bool PersistentConfigHandler::keepAside(const std::string& path) {
            asidePath.c_str());
   } else {
     syslog(LOG_ERR, "The configuration in %s was refused, no copy could be kept in %s (%s)\n",
-           path.c_str(), asidePath.c_str(), error ? error->message : "unknown error");
+           path.c_str(), asidePath.c_str(), error.message().c_str());
   }
   return isKept;
 }

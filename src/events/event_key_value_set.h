@@ -6,6 +6,11 @@
 #include <memory>
 #include <string>
 
+#include "base/glib_ptr.h"
+
+// Owns a set that somebody else has built.
+using KeyValueSetPtr = std::unique_ptr<OVEventKeyValueSet, GDeleter<ov_event_key_value_set_free>>;
+
 // Owns one key-value set of the event service and builds it step by step. The first step that fails
 // makes the set not ok, and further steps are passed over.
 class EventKeyValueSet {
@@ -27,13 +32,9 @@ class EventKeyValueSet {
   OVEventKeyValueSet* release() { return set.release(); }
 
  private:
-  struct Free {
-    void operator()(OVEventKeyValueSet* set) const { ov_event_key_value_set_free(set); }
-  };
-
   EventKeyValueSet& note(gboolean success);
 
-  std::unique_ptr<OVEventKeyValueSet, Free> set;
+  KeyValueSetPtr set;
   bool good;
 };
 

@@ -5,7 +5,8 @@
 #include <mutex>
 #include <utility>
 
-#include "ptz/system_bus.h"
+#include "base/glib_ptr.h"
+#include "base/system_bus.h"
 
 namespace {
 
@@ -15,14 +16,6 @@ constexpr const char* PROPERTIES = "org.freedesktop.DBus.Properties";
 constexpr int FIRST_LOAD_TIMEOUT = 1000;  // milliseconds
 constexpr int NO_TIMEOUT = G_MAXINT;
 constexpr guint RECONNECT_PERIOD = 1000;  // milliseconds
-
-struct Unref {
-  void operator()(GDBusProxy* proxy) const { g_object_unref(proxy); }
-  void operator()(GVariant* variant) const { g_variant_unref(variant); }
-};
-
-using ProxyPtr = std::unique_ptr<GDBusProxy, Unref>;
-using VariantPtr = std::unique_ptr<GVariant, Unref>;
 
 }  // namespace
 
@@ -66,7 +59,7 @@ class Fov::Link : public std::enable_shared_from_this<Link> {
   std::mutex mutex;  // guards what follows
   bool isOpen = false;
   SystemBusPtr connection;
-  ProxyPtr proxy;
+  GObjectPtr<GDBusProxy> proxy;
   gulong closedHandler = 0;
   guint changeSubscription = 0;
   gulong ownerHandler = 0;
@@ -91,13 +84,12 @@ void Fov::Link::close() {
 }
 
 bool Fov::Link::connect(bool isLogged) {
-  GError* error = nullptr;
-  connection = openSystemBus(&error);
+  ErrorSlot error;
+  connection = openSystemBus(error.out());
   if (connection == nullptr) {
     if (isLogged) {
-      syslog(LOG_ERR, "Could not connect to the bus %s\n", error->message);
+      syslog(LOG_ERR, "Could not connect to the bus %s\n", error.message().c_str());
     }
-    g_clear_error(&error);
     return false;
   }
   // The proxy itself would wait for the properties for as long as a service that hangs.
@@ -139,18 +131,17 @@ void Fov::Link::disconnect() {
 
 // A service that does not answer in time may do so later.
 void Fov::Link::load() {
-  GError* error = nullptr;
-  const VariantPtr reply(
-      g_dbus_connection_call_sync(connection.get(), BUS_NAME, path.c_str(), PROPERTIES, "GetAll",
-                                  g_variant_new("(s)", BUS_NAME), G_VARIANT_TYPE("(a{sv})"),
-                                  G_DBUS_CALL_FLAGS_NONE, FIRST_LOAD_TIMEOUT, nullptr, &error));
+  ErrorSlot error;
+  const GVariantPtr reply(g_dbus_connection_call_sync(
+      connection.get(), BUS_NAME, path.c_str(), PROPERTIES, "GetAll",
+      g_variant_new("(s)", BUS_NAME), G_VARIANT_TYPE("(a{sv})"), G_DBUS_CALL_FLAGS_NONE,
+      FIRST_LOAD_TIMEOUT, nullptr, error.out()));
   if (reply != nullptr) {
-    const VariantPtr properties(g_variant_get_child_value(reply.get(), 0));
+    const GVariantPtr properties(g_variant_get_child_value(reply.get(), 0));
     values->setAll(properties.get());
-  } else if (g_error_matches(error, G_IO_ERROR, G_IO_ERROR_TIMED_OUT)) {
+  } else if (g_error_matches(error.get(), G_IO_ERROR, G_IO_ERROR_TIMED_OUT)) {
     loadLater();
   }
-  g_clear_error(&error);
 }
 
 void Fov::Link::loadLater() {
@@ -161,11 +152,11 @@ void Fov::Link::loadLater() {
 
 void Fov::Link::propertiesLoaded(GObject* connection, GAsyncResult* result, gpointer weak) {
   const std::unique_ptr<Weak> owned(static_cast<Weak*>(weak));
-  const VariantPtr reply(
+  const GVariantPtr reply(
       g_dbus_connection_call_finish(G_DBUS_CONNECTION(connection), result, nullptr));
   const auto self = owned->lock();
   if (self != nullptr && reply != nullptr) {
-    const VariantPtr properties(g_variant_get_child_value(reply.get(), 0));
+    const GVariantPtr properties(g_variant_get_child_value(reply.get(), 0));
     self->values->setAll(properties.get());
   }
 }
@@ -176,14 +167,14 @@ void Fov::Link::propertiesChanged(GDBusConnection*, const gchar*, const gchar*, 
   if (self == nullptr || !g_variant_is_of_type(arguments, G_VARIANT_TYPE("(sa{sv}as)"))) {
     return;
   }
-  const VariantPtr changed(g_variant_get_child_value(arguments, 1));
+  const GVariantPtr changed(g_variant_get_child_value(arguments, 1));
   self->values->setAll(changed.get());
 }
 
 // ---- The service and the bus come and go ----
 
 void Fov::Link::ownerChanged(GObject* proxy, GParamSpec*, gpointer weak) {
-  gchar* owner = g_dbus_proxy_get_name_owner(G_DBUS_PROXY(proxy));
+  const GTextPtr owner(g_dbus_proxy_get_name_owner(G_DBUS_PROXY(proxy)));
   const auto self = lock(weak);
   if (owner != nullptr && self != nullptr) {
     const std::lock_guard guard(self->mutex);
@@ -191,7 +182,6 @@ void Fov::Link::ownerChanged(GObject* proxy, GParamSpec*, gpointer weak) {
       self->loadLater();
     }
   }
-  g_free(owner);
 }
 
 void Fov::Link::busLost(GDBusConnection* connection, gboolean, GError*, gpointer weak) {

@@ -10,10 +10,10 @@
 #include <utility>
 
 #include "app/clock.h"
+#include "base/units.h"
 
 namespace {
 
-constexpr double MICROSECONDS_PER_SECOND = 1000000.0;
 constexpr double AUTOTUNE_TIME_LIMIT = 25.0;  // seconds
 constexpr unsigned ANALYZED_PERIODS = 10;
 constexpr double ALLOWED_SPREAD = 0.25;  // of the mean
@@ -21,7 +21,7 @@ constexpr double HYSTERESIS_DIVISOR = 10.0;
 constexpr double EXTREME_START = 9999.9;
 
 double secondsBetween(std::int64_t from, std::int64_t to) {
-  return static_cast<double>(to - from) / MICROSECONDS_PER_SECOND;
+  return units::toSeconds(to - from);
 }
 
 // As the devices clamp: the upper limit is looked at first.

@@ -5,7 +5,8 @@
 #include <syslog.h>
 
 #include <cstdio>
-#include <string>
+
+#include "base/glib_ptr.h"
 
 namespace {
 
@@ -13,13 +14,6 @@ constexpr int CHANNEL = 1;
 constexpr const char* SOURCE = "Trailmark";
 constexpr int FULL_SPEED = 100;  // percent
 constexpr int MOVING = 1;
-
-// Takes and frees the error.
-std::string takeMessage(GError* error) {
-  std::string message = error != nullptr ? error->message : "unknown error";
-  g_clear_error(&error);
-  return message;
-}
 
 }  // namespace
 
@@ -34,10 +28,10 @@ void PtzHead::cleanup() {
 
 bool PtzHead::ptzMove(double panValue, Kind panKind, double tiltValue, Kind tiltKind, int zoom,
                       Kind zoomKind) {
-  GError* error = nullptr;
+  ErrorSlot error;
   if (!ptztolva_move_ptz_travo(0, CHANNEL, SOURCE, 0, panKind, tiltKind, zoom, zoomKind, panValue,
-                               tiltValue, FULL_SPEED, 0, 0, &error)) {
-    syslog(LOG_ERR, "Failed ptztolva_move_ptz_travo: %s\n\n", takeMessage(error).c_str());
+                               tiltValue, FULL_SPEED, 0, 0, error.out())) {
+    syslog(LOG_ERR, "Failed ptztolva_move_ptz_travo: %s\n\n", error.message().c_str());
     return false;
   }
   return true;
@@ -49,27 +43,27 @@ bool PtzHead::ptzMove(const HeadCommand& command) {
 }
 
 bool PtzHead::ptzStop() {
-  GError* error = nullptr;
+  ErrorSlot error;
   if (!ptztolva_move_ptz_travo(0, CHANNEL, SOURCE, 0, CONTINUOUS, CONTINUOUS, 0, CONTINUOUS, 0.0,
-                               0.0, 0, 0, 0, &error)) {
-    std::printf("Failed ptztolva_move_ptz_travo: %s\n", takeMessage(error).c_str());
+                               0.0, 0, 0, 0, error.out())) {
+    std::printf("Failed ptztolva_move_ptz_travo: %s\n", error.message().c_str());
     return false;
   }
   return true;
 }
 
 void PtzHead::gotoHome() {
-  GError* error = nullptr;
-  if (!ptztolva_goto_home(0, CHANNEL, SOURCE, 0, FULL_SPEED, 0, 0, &error)) {
-    std::printf("Failed ptztolva_goto_home: %s\n", takeMessage(error).c_str());
+  ErrorSlot error;
+  if (!ptztolva_goto_home(0, CHANNEL, SOURCE, 0, FULL_SPEED, 0, 0, error.out())) {
+    std::printf("Failed ptztolva_goto_home: %s\n", error.message().c_str());
   }
 }
 
 bool PtzHead::getStatus(PtzHeadStatus& status) {
-  GError* error = nullptr;
+  ErrorSlot error;
   ptztolva_status raw{};
-  if (!ptztolva_get_ptz_status(CHANNEL, &raw, &error)) {
-    std::printf("Failed ptztolva_get_ptz_status: %s\n", takeMessage(error).c_str());
+  if (!ptztolva_get_ptz_status(CHANNEL, &raw, error.out())) {
+    std::printf("Failed ptztolva_get_ptz_status: %s\n", error.message().c_str());
     return false;
   }
   status.pan = static_cast<double>(raw.pan);

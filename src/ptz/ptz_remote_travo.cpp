@@ -1,9 +1,7 @@
 #include "ptz/ptz_remote_travo.h"
 
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <syslog.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -12,9 +10,11 @@
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <utility>
 
 #include "app/ratio.h"
-#include "ptz/system_bus.h"
+#include "base/local_socket.h"
+#include "base/system_bus.h"
 
 namespace {
 
@@ -81,9 +81,7 @@ PtzRemoteTravo::PtzRemoteTravo() {
   }
 }
 
-PtzRemoteTravo::~PtzRemoteTravo() {
-  closeSocket();
-}
+PtzRemoteTravo::~PtzRemoteTravo() = default;
 
 // ---- Attempts ----
 
@@ -148,54 +146,44 @@ bool PtzRemoteTravo::isProxyUsable() const {
 
 // The path of the channel's socket.
 std::optional<std::string> PtzRemoteTravo::openChannel(int milliseconds) {
-  GError* error = nullptr;
-  GVariant* reply = g_dbus_proxy_call_sync(
+  ErrorSlot error;
+  const GVariantPtr reply(g_dbus_proxy_call_sync(
       proxy.get(), METHOD, g_variant_new("(u)", static_cast<guint32>(channel)),
-      G_DBUS_CALL_FLAGS_NONE, milliseconds, cancellable.get(), &error);
+      G_DBUS_CALL_FLAGS_NONE, milliseconds, cancellable.get(), error.out()));
   if (reply == nullptr) {
-    isGone = g_error_matches(error, G_IO_ERROR, G_IO_ERROR_TIMED_OUT) != FALSE;
-    g_clear_error(&error);
+    isGone = g_error_matches(error.get(), G_IO_ERROR, G_IO_ERROR_TIMED_OUT) != FALSE;
     return std::nullopt;
   }
-  std::optional<std::string> path;
-  if (g_variant_is_of_type(reply, G_VARIANT_TYPE("(s)"))) {
-    const gchar* text = nullptr;
-    g_variant_get(reply, "(&s)", &text);
-    path = text;
+  if (!g_variant_is_of_type(reply.get(), G_VARIANT_TYPE("(s)"))) {
+    return std::nullopt;
   }
-  g_variant_unref(reply);
+  const gchar* path = nullptr;
+  g_variant_get(reply.get(), "(&s)", &path);
   return path;
 }
 
 // A head that does not accept any more is asked again and again: such a connection cannot be waited
 // for.
-int PtzRemoteTravo::connectTo(const std::string& path) {
-  const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-  if (fd == -1) {
-    return -1;
-  }
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  std::memcpy(address.sun_path, path.data(), std::min(path.size(), sizeof(address.sun_path)));
-  int waited = 0;  // milliseconds
-  while (connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
+FileDescriptor PtzRemoteTravo::connectTo(const std::string& path) {
+  for (int waited = 0;; waited += CONNECT_PERIOD) {
+    FileDescriptor fd = local_socket::connectTo(path, {}, local_socket::LongPath::cut);
+    if (fd.isOpen()) {
+      return local_socket::setBlocking(fd.get(), false) ? std::move(fd) : FileDescriptor();
+    }
     isGone = errno == EAGAIN && waited >= SOCKET_TIMEOUT;
     if (errno != EAGAIN || isGone || isAttemptOver()) {
-      close(fd);
-      return -1;
+      return fd;
     }
     waitFor(-1, 0, CONNECT_PERIOD);
-    waited += CONNECT_PERIOD;
   }
-  return fd;
 }
 
 int PtzRemoteTravo::request_socket() {
   if (isAttemptOver()) {
     return -1;
   }
-  if (socketFd >= 0) {
-    return socketFd;
+  if (socketFd.isOpen()) {
+    return socketFd.get();
   }
   if (channel < 0) {
     syslog(LOG_ERR, "Channel not set for port!\n");
@@ -209,14 +197,7 @@ int PtzRemoteTravo::request_socket() {
     return -1;
   }
   socketFd = connectTo(*path);
-  return socketFd;
-}
-
-void PtzRemoteTravo::closeSocket() {
-  if (socketFd >= 0) {
-    close(socketFd);
-    socketFd = -1;
-  }
+  return socketFd.get();
 }
 
 int PtzRemoteTravo::send_request(const char* request) {
@@ -231,7 +212,7 @@ int PtzRemoteTravo::send_request(const char* request) {
     if (sendAll(request)) {
       return static_cast<int>(std::strlen(request));
     }
-    closeSocket();
+    socketFd.reset();
   }
   return -1;
 }
@@ -241,13 +222,13 @@ bool PtzRemoteTravo::canTryAgain(gushort condition) {
   if (errno != EAGAIN) {
     return errno == EINTR;
   }
-  isGone = !waitFor(socketFd, condition, SOCKET_TIMEOUT);
+  isGone = !waitFor(socketFd.get(), condition, SOCKET_TIMEOUT);
   return !isGone;
 }
 
 bool PtzRemoteTravo::sendAll(std::string_view text) {
   while (!text.empty()) {
-    const ssize_t sent = send(socketFd, text.data(), text.size(), MSG_NOSIGNAL);
+    const ssize_t sent = send(socketFd.get(), text.data(), text.size(), MSG_NOSIGNAL);
     if (sent >= 0) {
       text.remove_prefix(static_cast<std::size_t>(sent));
     } else if (!canTryAgain(G_IO_OUT)) {
@@ -263,10 +244,10 @@ std::optional<std::string> PtzRemoteTravo::receive() {
   std::array<char, MAX_RECEIVED> buffer{};
   ssize_t received = 0;
   do {
-    received = recv(socketFd, buffer.data(), buffer.size(), 0);
+    received = recv(socketFd.get(), buffer.data(), buffer.size(), 0);
   } while (received == -1 && canTryAgain(G_IO_IN));
   if (received <= 0) {
-    closeSocket();
+    socketFd.reset();
   }
   if (received < 0) {
     return std::nullopt;
@@ -299,7 +280,7 @@ std::optional<std::string> PtzRemoteTravo::send_rec(const char* request, const c
   }
   const std::string beginning = isBegun ? *reply : "";
   // After the end of the stream there is nothing more to read.
-  reply = socketFd >= 0 ? receive() : std::string();
+  reply = socketFd.isOpen() ? receive() : std::string();
   if (!reply) {
     syslog(LOG_ERR, "Failed to receive second camera block response!\n");
     return std::nullopt;

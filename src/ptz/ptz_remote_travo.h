@@ -4,11 +4,13 @@
 #include <gio/gio.h>
 
 #include <cstdint>
-#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
+
+#include "base/file_descriptor.h"
+#include "base/glib_ptr.h"
 
 // The link over which the properties of the PTZ head are read: a service on the system bus hands
 // out a local stream socket, on which one request line is answered by lines of the form name=value.
@@ -72,10 +74,6 @@ class PtzRemoteTravo {
   void setChannel(std::int32_t number) { channel = number; }
 
  private:
-  struct Unref {
-    void operator()(gpointer object) const { g_object_unref(object); }
-  };
-
   bool beginAttempt();
   void endAttempt();
   bool isAttemptOver() const;
@@ -84,21 +82,20 @@ class PtzRemoteTravo {
   bool createProxy();
   bool isProxyUsable() const;
   std::optional<std::string> openChannel(int milliseconds);
-  int connectTo(const std::string& path);
+  FileDescriptor connectTo(const std::string& path);
   bool canTryAgain(gushort condition);
   bool sendAll(std::string_view text);
   std::optional<std::string> receive();
-  void closeSocket();
   bool getFieldAngle(const char* name, double& degrees);
   bool getZoom(const char* name, int& zoom);
 
   std::int32_t channel = 1;
-  std::unique_ptr<GDBusProxy, Unref> proxy;
-  std::int32_t socketFd = -1;  // does not block
+  GObjectPtr<GDBusProxy> proxy;
+  FileDescriptor socketFd;  // does not block
 
-  std::mutex attemptMutex;                           // guards the change of what follows
-  std::unique_ptr<GCancellable, Unref> cancellable;  // the attempt's; null while there is none
-  bool isGone = false;                               // the head, for the rest of the attempt
+  std::mutex attemptMutex;               // guards the change of what follows
+  GObjectPtr<GCancellable> cancellable;  // the attempt's; null while there is none
+  bool isGone = false;                   // the head, for the rest of the attempt
 };
 
 #endif

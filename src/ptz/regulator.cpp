@@ -6,6 +6,8 @@
 #include <cmath>
 
 #include "app/clock.h"
+#include "base/glib_ptr.h"
+#include "base/units.h"
 #include "ptz/bearing.h"
 
 namespace {
@@ -25,7 +27,7 @@ constexpr double MODERATE_SPEED = 5.0;  // percent: above it the zoom is reduced
 
 constexpr float SETTLED_TIMEOUT = 1.5F;  // seconds
 constexpr float TARGET_TIMEOUT = 7.0F;   // seconds
-constexpr float MICROSECONDS_PER_SECOND = 1000000.0F;
+constexpr auto MICROSECONDS_PER_SECOND = static_cast<float>(units::MICROSECONDS_PER_SECOND);
 
 constexpr const char* PAN_NAME = "PAN ";
 constexpr const char* TILT_NAME = "TILT";
@@ -181,9 +183,7 @@ void Regulator::pidDebug() const {
 }
 
 std::string Regulator::toString() const {
-  gchar* text = g_strdup_printf("pan speed: % 3.2f, tilt speed: % 3.2f, zoom speed: % 3.2f",
-                                panSpeed, tiltSpeed, zoomSpeed);
-  std::string result(text);
-  g_free(text);
-  return result;
+  const GTextPtr text(g_strdup_printf("pan speed: % 3.2f, tilt speed: % 3.2f, zoom speed: % 3.2f",
+                                      panSpeed, tiltSpeed, zoomSpeed));
+  return text.get();
 }

@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "app/clock.h"
+#include "base/units.h"
 #include "events/sdk_wrapper.h"
 #include "ptz/bearing.h"
 
@@ -19,8 +20,8 @@ namespace {
 constexpr int Q12_ENTRY = 12;
 constexpr int Q16_ENTRY = 16;
 constexpr double FIXED_ONE = 65536.0;
-constexpr int RESOLUTION_SIZE = 21;               // at most 20 characters
-constexpr std::int64_t ATTEMPT_PERIOD = 1000000;  // microseconds
+constexpr int RESOLUTION_SIZE = 21;  // at most 20 characters
+constexpr std::int64_t ATTEMPT_PERIOD = units::fromSeconds(1);
 
 double fromQ12(std::int16_t value) {
   return static_cast<double>(static_cast<float>(value) * fx_xtof_tab[Q12_ENTRY]);

@@ -5,6 +5,8 @@
 
 #include <algorithm>
 
+#include "base/glib_ptr.h"
+
 namespace {
 
 bool isKnownRotation(std::int32_t rotation) {
@@ -113,9 +115,7 @@ Point InvariantBox::getViewedLowerLeft(const Point& p) const {
 }
 
 std::string InvariantBox::toString() const {
-  gchar* text = g_strdup_printf("{width: %d, height: %d, rotation: %d, aspect ratio: %f}", width,
-                                height, rotation, static_cast<double>(aspectRatio));
-  std::string result(text);
-  g_free(text);
-  return result;
+  const GTextPtr text(g_strdup_printf("{width: %d, height: %d, rotation: %d, aspect ratio: %f}",
+                                      width, height, rotation, static_cast<double>(aspectRatio)));
+  return text.get();
 }

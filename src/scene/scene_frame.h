@@ -2,17 +2,13 @@
 #define SCENE_SCENE_FRAME_H
 
 #include <cstddef>
-#include <cstdlib>
-#include <memory>
+
+#include "base/allocated.h"
 
 // The raw bytes of one scene frame as a transport delivered them. Both transports allocate them
 // with malloc.
 struct SceneFrame {
-  struct Free {
-    void operator()(char* bytes) const { std::free(bytes); }
-  };
-
-  std::unique_ptr<char, Free> data;
+  Allocated<char> data;
   std::size_t size = 0;  // readable bytes
 };
 

@@ -2,23 +2,21 @@
 
 #include <poll.h>
 #include <sys/socket.h>
-#include <sys/time.h>
-#include <sys/un.h>
 #include <syslog.h>
-#include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstring>
+#include <chrono>
 #include <string_view>
 
+#include "base/file_descriptor.h"
+#include "base/local_socket.h"
 #include "scene/mote_utils.h"
 #include "scene/scene_properties.h"
 
 namespace {
 
-constexpr time_t SERVICE_TIMEOUT = 5;  // seconds
+constexpr std::chrono::seconds SERVICE_TIMEOUT(5);
 constexpr int NO_TIMEOUT = -1;
 constexpr std::size_t MAX_ANSWER_LENGTH = 100;
 constexpr std::size_t SKIPPED_HEADER_BYTES = 8;
@@ -94,32 +92,18 @@ std::int32_t fromBigEndian(const std::array<unsigned char, 4>& bytes) {
 
 }  // namespace
 
+// The time-out bounds connecting to a service that does not accept any more, and what it has begun
+// to send.
 int SceneReader::connect(const std::string& path) {
-  const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  if (fd == -1) {
-    syslog(LOG_ERR, "Could not connect to service, result: %i\n\n", fd);
-    return -1;
+  FileDescriptor fd = local_socket::connectTo(path, SERVICE_TIMEOUT, local_socket::LongPath::cut);
+  if (!fd.isOpen()) {
+    syslog(LOG_ERR, "Could not connect to service, result: %i\n\n", fd.get());
   }
-  // Bound connecting to a service that does not accept any more, and what it has begun to send.
-  const timeval timeout{SERVICE_TIMEOUT, 0};
-  setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &timeout, sizeof(timeout));
-  setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof(timeout));
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  std::memcpy(address.sun_path, path.data(), std::min(path.size(), sizeof(address.sun_path)));
-  const int result = ::connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof(address));
-  if (result != 0) {
-    syslog(LOG_ERR, "Could not connect to service, result: %i\n\n", result);
-    close(fd);
-    return -1;
-  }
-  return fd;
+  return fd.release();
 }
 
 void SceneReader::disconnect(int fd) {
-  if (fd >= 0) {
-    close(fd);
-  }
+  FileDescriptor(fd).reset();
 }
 
 SceneReaderResult SceneReader::initialize(int fd, std::int32_t propertyMask, int channel,

@@ -1,5 +1,6 @@
 #include "base/local_socket.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 
@@ -98,6 +99,21 @@ TEST(LocalSocketTest, ATimeOutHoldsForWhatIsReceivedLater) {
   std::vector<std::uint8_t> one(1);
   EXPECT_FALSE(local_socket::receiveAll(client.get(), one));
   EXPECT_EQ(EAGAIN, errno);
+}
+
+TEST(LocalSocketTest, ADescriptorWaitsUnlessToldOtherwise) {
+  const TemporaryFolder folder;
+  const FileDescriptor service = local_socket::listenAt(folder / "socket");
+  const FileDescriptor client = local_socket::connectTo(folder / "socket");
+  EXPECT_EQ(0, fcntl(client.get(), F_GETFL) & O_NONBLOCK);
+  ASSERT_TRUE(local_socket::setBlocking(client.get(), false));
+  ASSERT_NE(0, fcntl(client.get(), F_GETFL) & O_NONBLOCK);
+  std::vector<std::uint8_t> one(1);
+  EXPECT_FALSE(local_socket::receiveAll(client.get(), one));
+  EXPECT_EQ(EAGAIN, errno);
+  ASSERT_TRUE(local_socket::setBlocking(client.get(), true));
+  EXPECT_EQ(0, fcntl(client.get(), F_GETFL) & O_NONBLOCK);
+  EXPECT_FALSE(local_socket::setBlocking(-1, true));
 }
 
 TEST(LocalSocketTest, APathInUseIsAnError) {
