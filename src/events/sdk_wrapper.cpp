@@ -16,16 +16,18 @@
 
 #include "app/clock.h"
 #include "app/interval_timer_observable.h"
+#include "base/glib_ptr.h"
+#include "base/units.h"
 #include "events/event_key_value_set.h"
 #include "events/time_conversion.h"
 
 namespace {
 
 constexpr int HANDLE_ATTEMPTS = 10;
-constexpr std::int64_t ATTEMPT_PAUSE = 100000;  // microseconds
-constexpr std::int64_t REMOVAL_DELAY = 50000;   // microseconds
-constexpr std::int64_t BACK_OFF = 1000000;      // microseconds, after a renaming that failed
-constexpr std::int64_t FIRST_PAUSE = 1000000;   // microseconds, of undeclarations that failed
+constexpr std::int64_t ATTEMPT_PAUSE = 100 * units::MICROSECONDS_PER_MILLISECOND;
+constexpr std::int64_t REMOVAL_DELAY = 50 * units::MICROSECONDS_PER_MILLISECOND;
+constexpr std::int64_t BACK_OFF = units::MICROSECONDS_PER_SECOND;     // after a renaming that failed
+constexpr std::int64_t FIRST_PAUSE = units::MICROSECONDS_PER_SECOND;  // of undeclarations that failed
 constexpr std::int64_t LONGEST_PAUSE = 60 * FIRST_PAUSE;
 constexpr std::size_t MAX_DATA_KEY_LENGTH = 127;
 constexpr std::int32_t QUIET_FAILURES = 5;
@@ -67,10 +69,6 @@ struct LeftDeclaration {
   std::int64_t nextTrial;  // monotonic microseconds
 };
 
-struct FreeSet {
-  void operator()(OVEventKeyValueSet* set) const { ov_event_key_value_set_free(set); }
-};
-
 using EventTable = std::map<std::string, std::unique_ptr<DeclaredEvent>>;
 
 std::mutex s_mutex;  // guards all below
@@ -85,47 +83,26 @@ std::optional<std::int64_t> s_renamingFailedAt;  // monotonic microseconds
 std::vector<LeftDeclaration> s_leftDeclarations;
 std::optional<std::int32_t> s_leftTimerId;  // there is one while there are such
 
-// What the two ways of sending say when they fail.
-struct SendMessages {
-  const char* noHandler;
-  const char* noTable;
-  const char* unknown;
-  const char* noRecord;
-  const char* failed;
+// What the two ways of sending call an event in their messages.
+struct SentKind {
+  const char* name;
+  bool isTold;  // which event it is, too
 };
 
-constexpr SendMessages EVENT_MESSAGES{
-    "Cannot send event %s. Handler is not initialized\n",
-    "Cannot send event %s. No events are registered\n",
-    "Cannot send event %s.  Event is not registered\n",
-    "Cannot send event %s. Event properties = NULL\n",
-    "Could not send event %s (id %d)\n",
-};
+constexpr SentKind APPLICATION_EVENT{.name = "event", .isTold = true};
+constexpr SentKind MOTION_ALARM_EVENT{.name = "ONVIF Motion Alarm event", .isTold = false};
 
-constexpr SendMessages MOTION_ALARM_MESSAGES{
-    "Cannot send ONVIF Motion Alarm event. Handler is not initialized\n",
-    "Cannot send ONVIF Motion Alarm event. No events are registered\n",
-    "Cannot send ONVIF Motion Alarm event.  Event is not registered\n",
-    "Cannot send ONVIF Motion Alarm event. Event properties = NULL\n",
-    "Could not send ONVIF Motion Alarm event %s (id %d)\n",
-};
-
-// The messages above take the name or nothing.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat-nonliteral"
-#pragma GCC diagnostic ignored "-Wformat-security"
-#pragma GCC diagnostic ignored "-Wformat-extra-args"
-void logError(const char* message, const std::string& name) {
-  syslog(LOG_ERR, message, name.c_str());
+void logRefusal(const SentKind& kind, const std::string& name, const char* reason) {
+  syslog(LOG_ERR, "Cannot send %s%s. %s\n", kind.name, kind.isTold ? (" " + name).c_str() : "",
+         reason);
 }
 
-void logSendFailure(const SendMessages& messages, const std::string& name, DeclaredEvent& event) {
+void logSendFailure(const SentKind& kind, const std::string& name, DeclaredEvent& event) {
   const bool quiet = (event.flags & SDK_EVENT_QUIET) != 0 && event.failures < QUIET_FAILURES;
-  syslog(quiet ? LOG_INFO : LOG_ERR, messages.failed, name.c_str(),
+  syslog(quiet ? LOG_INFO : LOG_ERR, "Could not send %s %s (id %d)\n", kind.name, name.c_str(),
          static_cast<int>(event.declarationId));
   ++event.failures;
 }
-#pragma GCC diagnostic pop
 
 void obtainEventHandler() {
   if (s_eventHandler != nullptr) {
@@ -243,8 +220,7 @@ std::string readTopics(const OVEventKeyValueSet* set) {
   for (const char* key : {"topic0", "topic1", "topic2"}) {
     char* topic = nullptr;
     if (ov_event_key_value_set_get_string(set, key, NAME_SPACE, &topic, nullptr)) {
-      topics += topic;
-      g_free(topic);
+      topics += GTextPtr(topic).get();
     }
     topics += '/';
   }
@@ -256,22 +232,22 @@ bool hasPropertiesOf(const DeclaredEvent& event, const DeclaredEvent& added) {
 }
 
 // The event to send, or null after a message.
-DeclaredEvent* findEventToSend(const SendMessages& messages, const std::string& name) {
+DeclaredEvent* findEventToSend(const SentKind& kind, const std::string& name) {
   if (s_eventHandler == nullptr) {
-    logError(messages.noHandler, name);
+    logRefusal(kind, name, "Handler is not initialized");
     return nullptr;
   }
   if (s_events == nullptr) {
-    logError(messages.noTable, name);
+    logRefusal(kind, name, "No events are registered");
     return nullptr;
   }
   const auto found = s_events->find(name);
   if (found == s_events->end()) {
-    logError(messages.unknown, name);
+    logRefusal(kind, name, " Event is not registered");
     return nullptr;
   }
   if (found->second == nullptr) {
-    logError(messages.noRecord, name);
+    logRefusal(kind, name, "Event properties = NULL");
   }
   return found->second.get();
 }
@@ -283,12 +259,12 @@ std::int64_t toEventTime(const std::int64_t* timestamp) {
   return *timestamp == 0 ? 0 : utils::convertMonotonicToUTC_Time(*timestamp);
 }
 
-bool sendEvent(const SendMessages& messages, const std::string& name, DeclaredEvent& event,
+bool sendEvent(const SentKind& kind, const std::string& name, DeclaredEvent& event,
                const EventKeyValueSet& set, std::int64_t eventTime) {
   event.sentTime = eventTime;
   if (!ov_event_handler_send_event(s_eventHandler, event.declarationId, set.get(), eventTime,
                                    nullptr)) {
-    logSendFailure(messages, name, event);
+    logSendFailure(kind, name, event);
     return false;
   }
   event.failures = 0;
@@ -309,7 +285,7 @@ bool sendValue(const std::string& name, DeclaredEvent& event, const char* data,
     syslog(LOG_ERR, "Could not send event %s.  Internal error\n", name.c_str());
     return false;
   }
-  return sendEvent(EVENT_MESSAGES, name, event, set, eventTime);
+  return sendEvent(APPLICATION_EVENT, name, event, set, eventTime);
 }
 
 // ---- Declarations that are to go ----
@@ -490,7 +466,7 @@ bool sdk_wrapper_event_add(const std::string& name, const std::string& topic,
 bool sdk_wrapper_event_add(const std::string& name, const char* niceName, int flags,
                            const std::string& dataKey, OVEventKeyValueSet* set) {
   const std::lock_guard lock(s_mutex);
-  const std::unique_ptr<OVEventKeyValueSet, FreeSet> owned(set);
+  const KeyValueSetPtr owned(set);
   if (!hasEventHandler()) {
     syslog(LOG_ERR, "SDK Wrapper: Cannot register event %s (handler not initialized)\n",
            name.c_str());
@@ -556,7 +532,7 @@ bool sdk_wrapper_event_add_onvif_motion_alarm_event(const std::string& name, int
 bool sdk_wrapper_event_send(const std::string& name, int value, const char* data,
                             const std::int64_t* timestamp) {
   const std::lock_guard lock(s_mutex);
-  DeclaredEvent* event = findEventToSend(EVENT_MESSAGES, name);
+  DeclaredEvent* event = findEventToSend(APPLICATION_EVENT, name);
   if (event == nullptr) {
     return false;
   }
@@ -573,7 +549,7 @@ bool sdk_wrapper_event_send(const std::string& name, int value, const char* data
 bool sdk_wrapper_onvif_motion_alarm_event_send(const std::string& name, int state,
                                                const std::int64_t* timestamp) {
   const std::lock_guard lock(s_mutex);
-  DeclaredEvent* event = findEventToSend(MOTION_ALARM_MESSAGES, name);
+  DeclaredEvent* event = findEventToSend(MOTION_ALARM_EVENT, name);
   if (event == nullptr) {
     return false;
   }
@@ -584,7 +560,7 @@ bool sdk_wrapper_onvif_motion_alarm_event_send(const std::string& name, int stat
     syslog(LOG_ERR, "Could not send event %s.  Internal error\n", name.c_str());
     return false;
   }
-  return sendEvent(MOTION_ALARM_MESSAGES, name, *event, set, toEventTime(timestamp));
+  return sendEvent(MOTION_ALARM_EVENT, name, *event, set, toEventTime(timestamp));
 }
 
 bool sdk_wrapper_event_remove(const std::string& name) {
@@ -622,8 +598,7 @@ void sdk_wrapper_param_get(const std::string& name, char* dest, int destSize) {
   if (!ov_parameter_get(s_parameterHandler, name.c_str(), &value, nullptr) || value == nullptr) {
     return;
   }
-  g_strlcpy(dest, value, static_cast<gsize>(destSize));
-  g_free(value);
+  g_strlcpy(dest, GTextPtr(value).get(), static_cast<gsize>(destSize));
 }
 
 void sdk_wrapper_cleanup() {
