@@ -13,11 +13,13 @@ inline constexpr const char* CURRENT_VERSION = "2.15";
 inline constexpr const char* API_VERSION_1_0 = "1.0";
 inline constexpr const char* APP_NAME = "SentrelVideo";
 inline constexpr const char* VISUAL_CONFIRMATION_EVENT = "xinternal_data";
-inline constexpr const char* INTERNAL_STATE_EVENT = "xinternal_state";
-inline constexpr const char* OFF = "off";
 inline constexpr const char* LEFT_TO_RIGHT = "leftToRight";
 inline constexpr const char* RIGHT_TO_LEFT = "rightToLeft";
 inline constexpr const char* BOTH_DIRECTIONS = "both";
+
+// Only for other applications of these classes.
+inline constexpr const char* INTERNAL_STATE_EVENT = "xinternal_state";
+inline constexpr const char* OFF = "off";
 
 inline constexpr const char* CONFIGURATION_PATH =
     "/usr/local/packages/sentrelvideo/localdata/config.json";
