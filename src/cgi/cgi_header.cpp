@@ -4,11 +4,10 @@
 
 namespace {
 
-// The text of a string member; the value stays as it is for anything else.
-void readString(const json_t* object, const char* key, std::string& value) {
-  if (const char* text = json_string_value(json_object_get(object, key))) {
-    value = text;
-  }
+// The text of a string member, or the default for anything else.
+std::string textOf(const json_t* object, const char* key, const std::string& defaultText) {
+  const char* text = json_string_value(json_object_get(object, key));
+  return text != nullptr ? text : defaultText;
 }
 
 }  // namespace
@@ -18,34 +17,32 @@ CGI_Header::CGI_Header(const std::string& text, const API_VersionHandler& versio
 
 CGI_Header::CGI_Header(const json_t* request, const API_VersionHandler& versionHandler)
     : responseVersion(versionHandler.getHighestSupportedVersion()) {
-  check(request, versionHandler);
+  if (request == nullptr) {
+    status = StatusCode_e::malformed;
+    return;
+  }
+  readMembers(request);
+  status = check(versionHandler);
   ok = status == StatusCode_e::ok;
   if (ok) {
     responseVersion = versionHandler.getHighestSupportedVersion(apiVersion.getMajor());
   }
 }
 
-void CGI_Header::check(const json_t* request, const API_VersionHandler& versionHandler) {
-  if (request == nullptr) {
-    status = StatusCode_e::malformed;
-    return;
-  }
-  readMembers(request);
-  if (!apiVersion.isValid()) {
-    status = StatusCode_e::missingParameter;
-  } else if (!versionHandler.isSupported(apiVersion)) {
-    status = StatusCode_e::versionNotSupported;
+void CGI_Header::readMembers(const json_t* request) {
+  method = textOf(request, "method", method);
+  context = textOf(request, "context", context);
+  if (json_object_get(request, "apiVersion") != nullptr) {
+    apiVersion = API_Version(textOf(request, "apiVersion", ""));
   }
 }
 
-void CGI_Header::readMembers(const json_t* request) {
-  readString(request, "method", method);
-  readString(request, "context", context);
-  if (json_object_get(request, "apiVersion") != nullptr) {
-    std::string version;
-    readString(request, "apiVersion", version);
-    apiVersion = API_Version(version);
+StatusCode_e CGI_Header::check(const API_VersionHandler& versionHandler) const {
+  if (!apiVersion.isValid()) {
+    return StatusCode_e::missingParameter;
   }
+  return versionHandler.isSupported(apiVersion) ? StatusCode_e::ok
+                                                : StatusCode_e::versionNotSupported;
 }
 
 JsonAutoPtr CGI_Header::createResponseHeader() const {

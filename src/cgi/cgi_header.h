@@ -30,7 +30,7 @@ struct CGI_Header {
 
  private:
   void readMembers(const json_t* request);
-  void check(const json_t* request, const API_VersionHandler& versionHandler);
+  StatusCode_e check(const API_VersionHandler& versionHandler) const;
 };
 
 #endif

@@ -4,6 +4,7 @@
 #include <syslog.h>
 
 #include <initializer_list>
+#include <tuple>
 #include <utility>
 
 #include "base/json_auto_ptr.h"
@@ -28,25 +29,21 @@ JsonAutoPtr loadSettings() {
   return json_is_object(settings.get()) ? settings : JsonAutoPtr();
 }
 
-// Reads one key by a jansson pattern; the value stays as it is when that fails.
+// One key by a jansson pattern, or the default when that fails.
 template <typename T>
-void readKey(const JsonAutoPtr& settings, const char* pattern, const char* key, T& value) {
-  T stored = value;
-  if (settings && json_unpack(settings.get(), pattern, key, &stored) == 0) {
-    value = stored;
-  }
+T readKey(const JsonAutoPtr& settings, const char* pattern, const char* key, T defaultValue) {
+  T stored = defaultValue;
+  const bool isRead = settings && json_unpack(settings.get(), pattern, key, &stored) == 0;
+  return isRead ? stored : defaultValue;
 }
 
 bool readBool(const char* key) {
-  int value = 0;
-  readKey(loadSettings(), "{s:b}", key, value);
-  return value != 0;
+  return readKey(loadSettings(), "{s:b}", key, 0) != 0;
 }
 
 // What no int can hold is no value.
 int readInt(const char* key, int defaultValue) {
-  json_int_t value = defaultValue;
-  readKey(loadSettings(), "{s:I}", key, value);
+  const json_int_t value = readKey(loadSettings(), "{s:I}", key, json_int_t{defaultValue});
   return std::in_range<int>(value) ? static_cast<int>(value) : defaultValue;
 }
 
@@ -84,14 +81,11 @@ struct GainKeys {
 constexpr GainKeys PAN_KEYS{"pan_kp", "pan_ki", "pan_kd"};
 constexpr GainKeys TILT_KEYS{"tilt_kp", "tilt_ki", "tilt_kd"};
 
-void readGains(const GainKeys& keys, double& kp, double& ki, double& kd) {
-  kp = DEFAULT_KP;
-  ki = 0.0;
-  kd = 0.0;
+// Kp, Ki and Kd.
+std::tuple<double, double, double> readGains(const GainKeys& keys) {
   const JsonAutoPtr settings = loadSettings();
-  readKey(settings, "{s:f}", keys.kp, kp);
-  readKey(settings, "{s:f}", keys.ki, ki);
-  readKey(settings, "{s:f}", keys.kd, kd);
+  return {readKey(settings, "{s:f}", keys.kp, DEFAULT_KP), readKey(settings, "{s:f}", keys.ki, 0.0),
+          readKey(settings, "{s:f}", keys.kd, 0.0)};
 }
 
 void writeGains(const GainKeys& keys, double kp, double ki, double kd, const char* message) {
@@ -107,9 +101,7 @@ void Persistent::setPathForTest(const std::string& path) {
 
 void Persistent::getCameraName(std::string& name) {
   const JsonAutoPtr settings = loadSettings();
-  const char* stored = "";
-  readKey(settings, "{s:s}", "camera_name", stored);
-  name = stored;
+  name = readKey(settings, "{s:s}", "camera_name", "");
 }
 
 void Persistent::setCameraName(const std::string& name) {
@@ -118,7 +110,7 @@ void Persistent::setCameraName(const std::string& name) {
 }
 
 void Persistent::getCameraPanPid(double& kp, double& ki, double& kd) {
-  readGains(PAN_KEYS, kp, ki, kd);
+  std::tie(kp, ki, kd) = readGains(PAN_KEYS);
 }
 
 void Persistent::setCameraPanPid(double kp, double ki, double kd) {
@@ -126,7 +118,7 @@ void Persistent::setCameraPanPid(double kp, double ki, double kd) {
 }
 
 void Persistent::getCameraTiltPid(double& kp, double& ki, double& kd) {
-  readGains(TILT_KEYS, kp, ki, kd);
+  std::tie(kp, ki, kd) = readGains(TILT_KEYS);
 }
 
 void Persistent::setCameraTiltPid(double kp, double ki, double kd) {
@@ -179,9 +171,7 @@ void Persistent::setReturnToHomeTimeout(int seconds) {
 }
 
 double Persistent::getZoomCorrection() {
-  double correction = DEFAULT_ZOOM_CORRECTION;
-  readKey(loadSettings(), "{s:f}", "zoom_correction", correction);
-  return correction;
+  return readKey(loadSettings(), "{s:f}", "zoom_correction", DEFAULT_ZOOM_CORRECTION);
 }
 
 void Persistent::setZoomCorrection(double correction) {

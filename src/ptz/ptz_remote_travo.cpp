@@ -59,6 +59,13 @@ std::optional<double> readDecimal(const std::string& text) {
   return value;
 }
 
+// What was read into an out-argument, which is left alone when there is nothing.
+template <typename T>
+bool handOver(const std::optional<T>& read, T& value) {
+  value = read.value_or(value);
+  return read.has_value();
+}
+
 bool isAnalogType(const std::string& type) {
   constexpr std::array ANALOG_TYPES{"pal", "ntsc", "PAL", "NTSC"};
   return std::ranges::any_of(ANALOG_TYPES, [&type](const char* known) { return type == known; });
@@ -329,43 +336,41 @@ bool PtzRemoteTravo::getProdNbr(std::string& number) {
   return true;
 }
 
-bool PtzRemoteTravo::getFieldAngle(const char* name, double& degrees) {
+// Degrees.
+std::optional<double> PtzRemoteTravo::readFieldAngle(const char* name) {
   constexpr double TENTHS_PER_DEGREE = 10.0;
   const auto value = get_remote_param(name);
   const auto tenths = value ? readDecimal(*value) : std::nullopt;
   if (!tenths) {
     syslog(LOG_ERR, "Failed to get parameter value %s\n", name);
-    return false;
+    return std::nullopt;
   }
-  degrees = *tenths / TENTHS_PER_DEGREE;
-  return true;
+  return *tenths / TENTHS_PER_DEGREE;
 }
 
 bool PtzRemoteTravo::getMinFieldAngle(double& degrees) {
-  return getFieldAngle("PTZ.Limit.L1.MinFieldAngle", degrees);
+  return handOver(readFieldAngle("PTZ.Limit.L1.MinFieldAngle"), degrees);
 }
 
 bool PtzRemoteTravo::getMaxFieldAngle(double& degrees) {
-  return getFieldAngle("PTZ.Limit.L1.MaxFieldAngle", degrees);
+  return handOver(readFieldAngle("PTZ.Limit.L1.MaxFieldAngle"), degrees);
 }
 
-bool PtzRemoteTravo::getZoom(const char* name, int& zoom) {
+std::optional<int> PtzRemoteTravo::readZoom(const char* name) {
   const auto value = get_remote_param(name);
-  const auto number = value ? readInteger(*value) : std::nullopt;
-  if (!number) {
+  const auto zoom = value ? readInteger(*value) : std::nullopt;
+  if (!zoom) {
     syslog(LOG_ERR, "Failed to get parameter value %s\n", name);
-    return false;
   }
-  zoom = *number;
-  return true;
+  return zoom;
 }
 
 bool PtzRemoteTravo::getMinZoom(int& zoom) {
-  return getZoom("PTZ.Limit.L1.MinZoom", zoom);
+  return handOver(readZoom("PTZ.Limit.L1.MinZoom"), zoom);
 }
 
 bool PtzRemoteTravo::getMaxZoom(int& zoom) {
-  return getZoom("PTZ.Limit.L1.MaxZoom", zoom);
+  return handOver(readZoom("PTZ.Limit.L1.MaxZoom"), zoom);
 }
 
 bool PtzRemoteTravo::getAspectRatio(double& ratio) {

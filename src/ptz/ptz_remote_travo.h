@@ -86,8 +86,8 @@ class PtzRemoteTravo {
   bool canTryAgain(gushort condition);
   bool sendAll(std::string_view text);
   std::optional<std::string> receive();
-  bool getFieldAngle(const char* name, double& degrees);
-  bool getZoom(const char* name, int& zoom);
+  std::optional<double> readFieldAngle(const char* name);
+  std::optional<int> readZoom(const char* name);
 
   std::int32_t channel = 1;
   GObjectPtr<GDBusProxy> proxy;
