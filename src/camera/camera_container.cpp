@@ -140,7 +140,7 @@ CameraContainer::Cameras CameraContainer::takeUnusedCameras(
 }
 
 void CameraContainer::removeUnusedCameras(const CameraConfigurationContainer& configurations) {
-  takeUnusedCameras(configurations).clear();
+  end(takeUnusedCameras(configurations));
 }
 
 void CameraContainer::insertCamera(std::unique_ptr<Camera> camera) {
@@ -166,7 +166,15 @@ void CameraContainer::removeAllCameras() {
     const std::lock_guard lock(s_mutex);
     removed.swap(s_cameras);
   }
-  removed.clear();
+  end(std::move(removed));
+}
+
+// All are told before the first is waited for, so that they end meanwhile.
+void CameraContainer::end(Cameras cameras) {
+  for (const auto& camera : cameras) {
+    camera->stop();
+  }
+  cameras.clear();
 }
 
 float CameraContainer::readAspectRatio(int cameraNbr) {

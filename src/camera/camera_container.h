@@ -112,6 +112,8 @@ class CameraContainer {
   static PTZ_MovementEvent s_lastMovement;
 
  private:
+  // Without the lock: cameras are waited for.
+  static void end(Cameras cameras);
   static void handlePresetEvent(const PTZ_PresetEvent& event);
   static void handleMovementEvent(const PTZ_MovementEvent& event);
   bool anyCamera(const std::function<bool(Camera&)>& predicate) const;

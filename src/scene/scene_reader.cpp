@@ -16,7 +16,8 @@
 
 namespace {
 
-constexpr std::chrono::seconds SERVICE_TIMEOUT(5);
+constexpr std::chrono::seconds SERVICE_TIMEOUT{5};
+constexpr int NOT_CONNECTED = -1;
 constexpr int NO_TIMEOUT = -1;
 constexpr std::size_t MAX_ANSWER_LENGTH = 100;
 constexpr std::size_t SKIPPED_HEADER_BYTES = 8;
@@ -92,12 +93,12 @@ std::int32_t fromBigEndian(const std::array<unsigned char, 4>& bytes) {
 
 }  // namespace
 
-// The time-out bounds connecting to a service that does not accept any more, and what it has begun
-// to send.
+// A full queue is not waited for: whoever connects must be able to end, and tries again anyway.
 int SceneReader::connect(const std::string& path) {
-  FileDescriptor fd = local_socket::connectTo(path, SERVICE_TIMEOUT, local_socket::LongPath::cut);
-  if (!fd.isOpen()) {
-    syslog(LOG_ERR, "Could not connect to service, result: %i\n\n", fd.get());
+  FileDescriptor fd = local_socket::connectTo(path, {}, local_socket::LongPath::cut);
+  if (!fd.isOpen() || !local_socket::setTimeout(fd.get(), SERVICE_TIMEOUT)) {
+    syslog(LOG_ERR, "Could not connect to service, result: %i\n\n", NOT_CONNECTED);
+    return NOT_CONNECTED;
   }
   return fd.release();
 }

@@ -17,7 +17,7 @@ class SceneReader {
 
   static constexpr const char* SCENE_SOCKET_PATH = "/var/run/strata/scenes";
 
-  // A connected descriptor, or -1 (logged).
+  // A connected descriptor, or -1 (logged), at once also when the service does not accept.
   static int connect(const std::string& path);
 
   static void disconnect(int fd);

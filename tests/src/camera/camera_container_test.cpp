@@ -193,6 +193,39 @@ TEST_F(CameraContainerTest, ElseTheAspectRatioIsSixteenToNine) {
   EXPECT_FLOAT_EQ(TestContainer::readAspectRatio(1), 16.0F / 9.0F);
 }
 
+// ---- Cameras that go ----
+
+// Tells when it is asked to stop, and when it has gone.
+class NotingCamera : public TestCamera {
+ public:
+  NotingCamera(std::int32_t cameraNbr, Notes& notes) : TestCamera(cameraNbr), notes_(notes) {}
+  ~NotingCamera() override { notes_.add("gone"); }
+
+  void stop() override {
+    TestCamera::stop();
+    notes_.add("stop");
+  }
+
+ private:
+  Notes& notes_;
+};
+
+TEST_F(CameraContainerTest, CamerasThatGoAreAllToldBeforeAnyIsWaitedFor) {
+  for (const int camera : {1, 2, 3}) {
+    container->insertCamera(std::make_unique<NotingCamera>(camera, notes));
+  }
+  configure({3});
+  EXPECT_EQ(notes.take(), Texts({"stop", "stop", "gone", "gone", "g30 startup -3"}));
+}
+
+TEST_F(CameraContainerTest, WhenAllGoTheyAreAllToldBeforeAnyIsWaitedFor) {
+  for (const int camera : {1, 2}) {
+    container->insertCamera(std::make_unique<NotingCamera>(camera, notes));
+  }
+  container->removeAllCameras();
+  EXPECT_EQ(notes.take(), Texts({"stop", "stop", "gone", "gone"}));
+}
+
 // ---- Visual confirmation ----
 
 TEST_F(CameraContainerTest, DrawsForOneProfileOfAllCameras) {

@@ -9,10 +9,14 @@
 #include <syslog.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstring>
 #include <string>
 #include <thread>
+#include <utility>
+#include <vector>
 
+#include "base/local_socket.h"
 #include "camera/camera_container_factory.h"
 #include "camera/socket_camera_container.h"
 #include "scene/scene_reader.h"
@@ -126,6 +130,16 @@ class SceneService {
   void goAway() {
     if (fd_ >= 0) close(fd_);
     fd_ = -1;
+  }
+
+  // Connects until nobody else can, as nobody is accepted.
+  std::vector<FileDescriptor> fillQueue() const {
+    std::vector<FileDescriptor> waiting;
+    for (FileDescriptor next = local_socket::connectTo(servicePath()); next.isOpen();
+         next = local_socket::connectTo(servicePath())) {
+      waiting.push_back(std::move(next));
+    }
+    return waiting;
   }
 
   std::unique_ptr<Connection> accept() const {
@@ -327,6 +341,18 @@ TEST_F(SocketCameraTest, WithoutAConnectionNothingIsSaidOfFrames) {
   ASSERT_TRUE(clock.advanceAndSettle(PAUSE, 2));
   EXPECT_EQ(log.count("Could not read scene.\n"), 0);
   EXPECT_TRUE(notes.take().empty()) << "there is no stream that could have been lost";
+}
+
+TEST_F(SocketCameraTest, AServiceThatDoesNotAcceptIsTriedEvery100Milliseconds) {
+  const std::vector<FileDescriptor> waiting = service.fillQueue();
+  start();
+  // The timer's thread and the camera's.
+  const auto begin = std::chrono::steady_clock::now();
+  ASSERT_TRUE(clock.waitForSleepers(2));
+  ASSERT_TRUE(clock.advanceAndSettle(PAUSE, 2));
+  // A wait would last for 5 s.
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(4));
+  EXPECT_EQ(log.count("Could not connect to service, result: -1\n\n"), 2);
 }
 
 TEST_F(SocketCameraTest, AThreadThatWaitsForAFrameCanBeEnded) {

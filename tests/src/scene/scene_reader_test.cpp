@@ -4,12 +4,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <sys/un.h>
 #include <syslog.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <cstring>
 #include <filesystem>
@@ -149,6 +151,38 @@ TEST(SceneReaderConnect, UsesAtMost108CharactersOfThePath) {
     EXPECT_GE(fd, 0) << given.size();
     if (fd >= 0) SceneReader::disconnect(fd);
     const Descriptor service(accept4(listener.get(), nullptr, nullptr, SOCK_NONBLOCK));
+  }
+}
+
+TEST(SceneReaderConnect, AServiceWithAFullQueueIsNotWaitedFor) {
+  const SocketPath path;
+  const Descriptor listener(listenAt(path.get()));
+  ASSERT_GE(listener.get(), 0);
+  std::vector<std::unique_ptr<Descriptor>> waiting;
+  const LogCapture log;
+  const auto begin = std::chrono::steady_clock::now();
+  while (log.lines().empty() && waiting.size() < 100) {
+    waiting.push_back(std::make_unique<Descriptor>(SceneReader::connect(path.get())));
+  }
+  // A wait would last for as long as a send may.
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(4));
+  ASSERT_EQ(1u, log.lines().size());
+  EXPECT_EQ("Could not connect to service, result: -1\n\n", log.lines()[0].text);
+  EXPECT_EQ(-1, waiting.back()->get());
+}
+
+TEST(SceneReaderConnect, WhatIsSentAndReceivedLaterIsLimitedToFiveSeconds) {
+  const SocketPath path;
+  const Descriptor listener(listenAt(path.get()));
+  const Descriptor client(SceneReader::connect(path.get()));
+  ASSERT_GE(client.get(), 0);
+  EXPECT_EQ(0, fcntl(client.get(), F_GETFL) & O_NONBLOCK);
+  for (const int option : {SO_RCVTIMEO, SO_SNDTIMEO}) {
+    timeval limit{};
+    socklen_t size = sizeof(limit);
+    ASSERT_EQ(0, getsockopt(client.get(), SOL_SOCKET, option, &limit, &size));
+    EXPECT_EQ(5, limit.tv_sec) << option;
+    EXPECT_EQ(0, limit.tv_usec) << option;
   }
 }
 
