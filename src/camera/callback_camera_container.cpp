@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "app/clock.h"
 #include "app/interval_timer_observable.h"
 #include "base/units.h"
 #include "scene/scene_properties.h"
@@ -15,12 +16,16 @@
 namespace {
 
 constexpr std::int64_t RECONNECT_PERIOD = 200 * units::MICROSECONDS_PER_MILLISECOND;
+constexpr std::int64_t LONGEST_SILENCE = 3 * RECONNECT_PERIOD;
 constexpr std::int32_t NO_TIMER = -1;
 
 }  // namespace
 
 std::atomic<bool> CallbackCameraContainer::s_isRunning{false};
-std::map<std::int32_t, CallbackCamera*> CallbackCameraContainer::s_reconnections;
+std::set<CallbackCamera*> CallbackCameraContainer::s_reconnections;
+std::array<CallbackCameraContainer::Observer, 2> CallbackCameraContainer::s_observers{
+    {{NO_TIMER, 0}, {NO_TIMER, 0}}};
+std::int64_t CallbackCameraContainer::s_lastReconnection = 0;
 
 CallbackCameraContainer::CallbackCameraContainer(const API_VersionHandler& versionHandler,
                                                  std::int32_t propertyMask)
@@ -70,12 +75,13 @@ bool CallbackCameraContainer::subscribeToMoteData(CallbackCamera* camera) {
   VideoSceneSubscriber::setOnMessageArrivedCallback(subscriber.get(), newMoteDataCallback);
   VideoSceneSubscriber::setOnDisconnectCallback(subscriber.get(), disconnectCallback);
   const int result = subscription.subscribe();
-  if (result != 0) {
+  if (result != 0 && !subscription.hasEndBegun()) {
     syslog(LOG_WARNING, "Could not subscribe to scene data. Code: %d\n", result);
-    subscription.giveSubscriberUp();
-    return false;
   }
-  return true;
+  if (result != 0) {
+    subscription.giveSubscriberUp();
+  }
+  return result == 0;
 }
 
 // The camera lives until its attempt is over, but may have been taken out of the set.
@@ -105,38 +111,82 @@ void CallbackCameraContainer::startSubscribing(CallbackCamera* camera) {
 }
 
 void CallbackCameraContainer::scheduleReconnection(CallbackCamera* camera) {
-  const auto isOfCamera = [camera](const auto& entry) { return entry.second == camera; };
-  if (std::ranges::any_of(s_reconnections, isOfCamera)) {
-    return;
+  if (s_reconnections.empty()) {
+    s_lastReconnection = utils::monotonicTime();  // a loss is not answered before a period is over
   }
-  // Two registrations may get the same id; the observer of a second one then finds the entry, too.
-  std::int32_t id = IntervalTimerObservable::registerObserver(reconnectCamera, RECONNECT_PERIOD);
-  while (id != NO_TIMER && s_reconnections.contains(id)) {
-    id = IntervalTimerObservable::registerObserver(reconnectCamera, RECONNECT_PERIOD);
-  }
-  s_reconnections[id] = camera;
+  s_reconnections.insert(camera);
+  keepObserving();
 }
 
 void CallbackCameraContainer::removeOngoingReconnections(const Camera* camera) {
-  std::erase_if(s_reconnections, [camera](const auto& reconnection) {
-    if (reconnection.second != camera) {
-      return false;
-    }
-    IntervalTimerObservable::unregisterObserver(reconnection.first);
-    return true;
-  });
+  const auto isOfCamera = [camera](const CallbackCamera* waiting) { return waiting == camera; };
+  if (std::erase_if(s_reconnections, isOfCamera) > 0 && s_reconnections.empty()) {
+    stopObserving();
+  }
 }
+
+// ---- The timer ----
 
 void CallbackCameraContainer::reconnectCamera(int timerId) {
   const std::lock_guard lock(s_mutex);
-  const auto found = s_reconnections.find(timerId);
-  if (!s_isRunning || found == s_reconnections.end() || !doesCameraExist(found->second)) {
-    s_reconnections.erase(timerId);
+  if (!noteSignOfLife(timerId)) {
     IntervalTimerObservable::unregisterObserver(timerId);
     return;
   }
-  if (!found->second->getSubscription().isUnderWay()) {
-    startSubscribing(found->second);
+  keepObserving();
+  if (const std::int64_t now = utils::monotonicTime();
+      now - s_lastReconnection >= RECONNECT_PERIOD) {
+    s_lastReconnection = now;
+    reconnectAll();
+  }
+}
+
+void CallbackCameraContainer::reconnectAll() {
+  std::erase_if(s_reconnections, [](const auto* camera) { return !doesCameraExist(camera); });
+  if (s_reconnections.empty()) {
+    stopObserving();
+  }
+  // A camera that is started here may be scheduled here, too.
+  const std::vector<CallbackCamera*> waiting(s_reconnections.begin(), s_reconnections.end());
+  for (CallbackCamera* camera : waiting) {
+    if (!camera->getSubscription().isUnderWay()) {
+      startSubscribing(camera);
+    }
+  }
+}
+
+// False when no observer of that id is ours any more.
+bool CallbackCameraContainer::noteSignOfLife(std::int32_t timerId) {
+  const auto observer = std::ranges::find(s_observers, timerId, &Observer::id);
+  if (observer == s_observers.end()) {
+    return false;
+  }
+  observer->lastSign = utils::monotonicTime();
+  return true;
+}
+
+void CallbackCameraContainer::keepObserving() {
+  const std::int64_t now = utils::monotonicTime();
+  for (Observer& observer : s_observers) {
+    if (observer.id == NO_TIMER || now - observer.lastSign > LONGEST_SILENCE) {
+      observer = {.id = registerUnderOwnId(), .lastSign = now};
+    }
+  }
+}
+
+// Two registrations may get the same id; which of them is called could not be told then.
+std::int32_t CallbackCameraContainer::registerUnderOwnId() {
+  std::int32_t id = NO_TIMER;
+  do {
+    id = IntervalTimerObservable::registerObserver(reconnectCamera, RECONNECT_PERIOD);
+  } while (id != NO_TIMER &&
+           std::ranges::find(s_observers, id, &Observer::id) != s_observers.end());
+  return id;
+}
+
+void CallbackCameraContainer::stopObserving() {
+  for (Observer& observer : s_observers) {
+    IntervalTimerObservable::unregisterObserver(std::exchange(observer.id, NO_TIMER));
   }
 }
 
@@ -173,9 +223,10 @@ void CallbackCameraContainer::shutDownSub() {
     if (!s_isRunning.exchange(false)) {
       return;
     }
+    s_reconnections.clear();
+    stopObserving();
     for (const auto& camera : s_cameras) {
       camera->stop();
-      removeOngoingReconnections(camera.get());
       if (auto* callbackCamera = dynamic_cast<CallbackCamera*>(camera.get())) {
         subscribed.push_back(callbackCamera);
       }

@@ -1,9 +1,10 @@
 #ifndef CAMERA_CALLBACK_CAMERA_CONTAINER_H
 #define CAMERA_CALLBACK_CAMERA_CONTAINER_H
 
+#include <array>
 #include <atomic>
 #include <cstdint>
-#include <map>
+#include <set>
 
 #include "camera/callback_camera.h"
 #include "camera/camera_container.h"
@@ -32,18 +33,33 @@ class CallbackCameraContainer : public CameraContainer {
   static bool subscribeToMoteData(CallbackCamera* camera);
   static void attemptSubscription(CallbackCamera* camera);
 
+  // An observer of the timer, while a camera waits.
+  struct Observer {
+    std::int32_t id;
+    std::int64_t lastSign;  // of life, monotonic microseconds
+  };
+
   // All with the lock held. A reconnection that is scheduled stays until the camera is subscribed.
   static void startSubscribing(CallbackCamera* camera);
   static void scheduleReconnection(CallbackCamera* camera);
   static void removeOngoingReconnections(const Camera* camera);
+  static void reconnectAll();
+  static bool noteSignOfLife(std::int32_t timerId);
+  static void keepObserving();
+  static std::int32_t registerUnderOwnId();
+  static void stopObserving();
 
   // The timer's callback. Takes the lock.
   static void reconnectCamera(int timerId);
 
   static std::atomic<bool> s_isRunning;
 
-  // The cameras to be subscribed again, by timer id. Guarded by the lock.
-  static std::map<std::int32_t, CallbackCamera*> s_reconnections;
+  // All guarded by the lock. Other observers of the timer may share an id with one of ours, and
+  // unregister it with theirs: there are two, and each puts another in the place of one that has
+  // gone silent.
+  static std::set<CallbackCamera*> s_reconnections;  // the cameras to be subscribed again
+  static std::array<Observer, 2> s_observers;
+  static std::int64_t s_lastReconnection;  // monotonic microseconds
 };
 
 #endif

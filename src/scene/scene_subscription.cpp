@@ -72,11 +72,17 @@ int SceneSubscription::subscribe() {
   }
   isSubscribing = true;
   guard.unlock();
-  const int result = VideoSceneSubscriber::subscribe(asked.get());
+  const int result =
+      VideoSceneSubscriber::trySubscribe(asked.get(), [this] { return hasEndBegun(); });
   guard.lock();
   isSubscribing = false;
   guard.unlock();
   return result;
+}
+
+bool SceneSubscription::hasEndBegun() const {
+  const std::lock_guard guard(mutex);
+  return isEnding;
 }
 
 // The reference keeps the subscriber, which the attempt may give up meanwhile.
@@ -86,7 +92,7 @@ bool SceneSubscription::cutShort(std::unique_lock<std::mutex>& guard) {
   }
   Subscriber asked = subscriber;
   guard.unlock();
-  const bool isCut = VideoSceneSubscriber::unsubscribe(asked.get()) == VIDEO_SCENE_SUBSCRIBER_OK;
+  const bool isCut = VideoSceneSubscriber::cutShort(asked.get()) == VIDEO_SCENE_SUBSCRIBER_OK;
   asked.reset();
   guard.lock();
   return isCut;

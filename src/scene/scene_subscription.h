@@ -38,6 +38,9 @@ class SceneSubscription {
   void giveSubscriberUp();
   int subscribe();
 
+  // What fails from then on is the owner's wish.
+  bool hasEndBegun() const;
+
   // Cuts the attempt that is under way short, waits for it and for a running callback, and deletes
   // the subscriber. Nothing can be started any more. Call it without a lock that an attempt or a
   // callback takes.

@@ -114,8 +114,19 @@ int VideoSceneSubscriber::subscribe(Handle subscriber) {
   return report(s_functions.subscribe(subscriber), "subscribe");
 }
 
+int VideoSceneSubscriber::trySubscribe(Handle subscriber,
+                                       const std::function<bool()>& isFailureWanted) {
+  const int result = s_functions.subscribe(subscriber);
+  return isFailureWanted() ? result : report(result, "subscribe");
+}
+
 int VideoSceneSubscriber::unsubscribe(Handle subscriber) {
   return report(s_functions.unsubscribe(subscriber), "unsubscribe");
+}
+
+int VideoSceneSubscriber::cutShort(Handle subscriber) {
+  const int result = s_functions.unsubscribe(subscriber);
+  return result == VIDEO_SCENE_SUBSCRIBER_BAD_STATE ? result : report(result, "unsubscribe");
 }
 
 int VideoSceneSubscriber::setOnDisconnectCallback(

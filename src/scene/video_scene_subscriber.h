@@ -4,6 +4,8 @@
 // The platform's header of the same name.
 #include <video_scene_subscriber.h>
 
+#include <functional>
+
 // The scene subscriber module, loaded at run time: one module handle and one table of its functions
 // for the process. The wrappers return the module's result and log a nonzero one. Loading and
 // unloading happen before and after all other calls.
@@ -23,7 +25,13 @@ class VideoSceneSubscriber {
   static Handle createSubscriber(int channel, data_format_t format, void* userData);
   static int deleteSubscriber(Handle subscriber);
   static int subscribe(Handle subscriber);
+
+  // The same; a failure that is wanted by the time it comes is not logged.
+  static int trySubscribe(Handle subscriber, const std::function<bool()>& isFailureWanted);
   static int unsubscribe(Handle subscriber);
+
+  // unsubscribe for an attempt on another thread; that it does not wait yet is not logged.
+  static int cutShort(Handle subscriber);
   static int setOnDisconnectCallback(Handle subscriber,
                                      video_scene_subscriber_disconnect_callback callback);
   static int setOnMessageArrivedCallback(Handle subscriber,

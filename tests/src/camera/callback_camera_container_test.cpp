@@ -426,6 +426,62 @@ TEST_F(CallbackCameraContainerTest, ACameraThatGoesIsNotConnectedAgain) {
   EXPECT_TRUE(module().takeCalls().empty());
 }
 
+TEST_F(CallbackCameraContainerTest, AnObserverThatSomebodyElseUnregistersIsReplaced) {
+  // Ids may be shared: the end of one observer is that of the other.
+  configure({1});
+  disconnect(*module().find(0));
+  module().failingCreates = 1000;
+  wait(TICK);  // only an observer that is active can be unregistered
+  for (const int lost : {0, 1, 2, 3}) {
+    IntervalTimerObservable::unregisterObserver(lost);
+    wait(5 * PERIOD);
+    module().takeCalls();
+    wait(2 * PERIOD);
+    EXPECT_FALSE(module().takeCalls().empty()) << "without observer " << lost;
+  }
+  module().failingCreates = 0;
+}
+
+TEST_F(CallbackCameraContainerTest, ObserversThatAreAllLostAreReplacedWithTheNextLoss) {
+  configure({1, 2});
+  disconnect(*module().find(0));
+  for (int id = 0; id < 4; ++id) IntervalTimerObservable::unregisterObserver(id);
+  wait(TICK);
+  for (int id = 0; id < 4; ++id) IntervalTimerObservable::unregisterObserver(id);
+  wait(5 * PERIOD);
+  module().takeCalls();
+  disconnect(*module().find(1));
+  wait(ONE_PERIOD);
+  const Texts calls = module().takeCalls();
+  EXPECT_EQ(std::count(calls.begin(), calls.end(), "subscribe 0"), 1);
+  EXPECT_EQ(std::count(calls.begin(), calls.end(), "subscribe 1"), 1);
+}
+
+TEST_F(CallbackCameraContainerTest, ObserversThatAreOutOfStepTryACameraOnceInAPeriod) {
+  configure({1, 2});
+  disconnect(*module().find(0));
+  module().failingCreates = 1000;
+  wait(TICK);  // only an observer that is active can be unregistered
+  IntervalTimerObservable::unregisterObserver(0);
+  wait(3 * PERIOD + PERIOD / 2);
+  disconnect(*module().find(1));  // replaces the observer half a period after the other is due
+  module().takeCalls();
+  wait(10 * PERIOD);
+  module().failingCreates = 0;
+  const Texts calls = module().takeCalls();
+  const auto attempts = std::count(calls.begin(), calls.end(), "create 0");
+  EXPECT_GE(attempts, 9);
+  EXPECT_LE(attempts, 11);
+}
+
+TEST_F(CallbackCameraContainerTest, AStreamThatEndsAfterShuttingDownIsNoLoss) {
+  configure({1});
+  const video_scene_subscriber subscriber = *module().find(0);
+  container->shutDown();
+  disconnect(subscriber);
+  EXPECT_TRUE(notes.take().empty());
+}
+
 TEST_F(CallbackCameraContainerTest, TwoCamerasAreConnectedAgainEach) {
   configure({1, 2});
   disconnect(*module().find(0));
@@ -552,6 +608,7 @@ TEST_F(MuteSceneServiceTest, AnAttemptThatDoesNotWaitYetIsCutShortWhenItDoes) {
   module().takeCalls();
   module().failingUnsubscribes = 2;
   container->shutDown();
+  EXPECT_EQ(log.count("Scene provider in invalid running state (unsubscribe).\n"), 0);
   const Texts calls = module().takeCalls();
   EXPECT_EQ(count(calls, "unsubscribe 0"), 3);
   EXPECT_EQ(count(calls, "delete 0"), 1);
@@ -590,6 +647,34 @@ TEST_F(MuteSceneServiceTest, AStreamThatEndsBeforeItsAttemptIsAskedForAgain) {
   EXPECT_TRUE(module().takeCalls().empty());
 }
 
+TEST_F(MuteSceneServiceTest, WhatIsCutShortOnPurposeIsNoFailure) {
+  module().muteChannels = {0};
+  configure({1, 2});
+  ASSERT_TRUE(module().waitForMute(0));
+  module().failingUnsubscribes = 2;
+  log.clear();
+  configure({2});
+  container->shutDown();
+  EXPECT_TRUE(log.lines().empty()) << log.lines().front().text;
+}
+
+TEST_F(MuteSceneServiceTest, AFailureThatIsNobodysWishIsLogged) {
+  module().failingSubscribes = 1;
+  configure({1});
+  EXPECT_EQ(log.count("No valid scene provider available  (subscribe).\n"), 1);
+  EXPECT_EQ(log.count("Could not subscribe to scene data. Code: -3\n"), 1);
+}
+
+TEST_F(MuteSceneServiceTest, ACameraThatWasRemovedWithAllOthersIsNotConnectedAgain) {
+  configure({1});
+  disconnect(*module().find(0));
+  container->removeAllCameras();
+  module().takeCalls();
+  wait(2 * ONE_PERIOD);
+  EXPECT_TRUE(module().takeCalls().empty());
+  EXPECT_TRUE(isTimerIdle());
+}
+
 // ---- A subscription on its own ----
 
 TEST_F(MuteSceneServiceTest, NoAttemptBeginsAfterTheEnd) {
@@ -618,6 +703,29 @@ TEST_F(MuteSceneServiceTest, OnceTheEndHasBegunTheModuleIsNotAskedAnyMore) {
   subscription.end();
   EXPECT_EQ(result, VIDEO_SCENE_SUBSCRIBER_FAILED);
   EXPECT_EQ(module().alive(), 0);
+}
+
+TEST_F(MuteSceneServiceTest, WhatWasUnsubscribedWhileItWasAttemptedIsNotUnsubscribedAgain) {
+  SceneSubscription subscription;
+  std::promise<void> isAsked;
+  std::promise<void> isUnsubscribed;
+  module().whileSubscribing = [&](video_scene_subscriber&) {
+    isAsked.set_value();
+    isUnsubscribed.get_future().wait();
+  };
+  module().whileUnsubscribing = [&](video_scene_subscriber&) {
+    module().whileUnsubscribing = nullptr;
+    isUnsubscribed.set_value();
+  };
+  subscription.start([&] {
+    subscription.obtainSubscriber(1, nullptr);
+    subscription.subscribe();
+  });
+  isAsked.get_future().wait();
+  subscription.end();
+  const Texts calls = module().takeCalls();
+  EXPECT_EQ(count(calls, "unsubscribe 0"), 1);
+  EXPECT_EQ(calls.back(), "delete 0");
 }
 
 TEST_F(MuteSceneServiceTest, WithoutASubscriberNothingIsAsked) {
