@@ -264,6 +264,23 @@ TEST_F(MuteServiceTest, AnAnswerThatEndsAfterTheCutDoesNotCount) {
   EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_FAILED, attempt_.get());
 }
 
+TEST_F(MuteServiceTest, AnAnswerThatIsCompleteWhenTheAttemptIsCutDoesNotCount) {
+  // What has been received stays readable after the cut: the attempt reads it all when it comes
+  // after the cut, and else the cut finds a subscription to end.
+  for (int round = 0; round < 200; ++round) {
+    SceneSubscriber subscriber(path_, 0, kFormat, &receiver_, kLongEnough);
+    std::future<Served> serving = service_.serve("");
+    std::future<int> attempt =
+        std::async(std::launch::async, [&] { return subscriber.subscribe(); });
+    const Served served = serving.get();
+    served.send({'O', 'K', '\n'});
+    EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_OK, subscriber.unsubscribe());
+    const int result = attempt.get();
+    // Either way it is over: nobody may believe to be subscribed.
+    EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_BAD_STATE, subscriber.unsubscribe()) << result;
+  }
+}
+
 TEST_F(MuteServiceTest, NothingElseIsPossibleDuringAnAttempt) {
   EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_BAD_STATE, patient_.subscribe());
   EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_BAD_STATE, patient_.setMessageCallback(nullptr));

@@ -11,6 +11,8 @@
 
 #include <chrono>
 #include <cstring>
+#include <functional>
+#include <future>
 #include <string>
 #include <thread>
 #include <utility>
@@ -32,6 +34,12 @@ std::string& servicePath() {
   return path;
 }
 
+// Called on the thread that has just connected, before it knows; set before threads connect.
+std::function<void()>& onConnected() {
+  static std::function<void()> hook;
+  return hook;
+}
+
 sockaddr_un addressOf(const std::string& path) {
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
@@ -51,7 +59,11 @@ extern "C" int connect(int fd, const sockaddr* address, socklen_t length) {
     return real(fd, address, length);
   }
   const sockaddr_un redirected = addressOf(servicePath());
-  return real(fd, reinterpret_cast<const sockaddr*>(&redirected), sizeof redirected);
+  const int result = real(fd, reinterpret_cast<const sockaddr*>(&redirected), sizeof redirected);
+  if (onConnected()) {
+    onConnected()();
+  }
+  return result;
 }
 
 namespace {
@@ -388,6 +400,28 @@ TEST_F(SocketCameraTest, ItsEndEndsTheThread) {
   nextNotes(1);
   camera.reset();
   EXPECT_TRUE(connection->isClosed());
+}
+
+TEST_F(SocketCameraTest, AnEndThatComesWhileItConnectsEndsTheThread) {
+  // Nobody would shut down a connection that is made known after the end.
+  std::promise<void> isConnected;
+  std::promise<void> isEnding;
+  onConnected() = [&] {
+    isConnected.set_value();
+    isEnding.get_future().wait();
+  };
+  start();
+  isConnected.get_future().wait();
+  camera->stop();
+  camera->shutDownSocket();
+  isEnding.set_value();
+  const auto connection = service.accept();
+  ASSERT_TRUE(connection);
+  EXPECT_EQ(connection->readRequest(), "") << "nothing is asked for any more";
+  EXPECT_TRUE(connection->isClosed());
+  connection->close();
+  camera->join();
+  onConnected() = nullptr;
 }
 
 // ---- The container ----
