@@ -174,6 +174,11 @@ void Camera::updateWithNewConfiguration(CameraConfiguration& configuration) {
   parser.updateCameraRotation(configuration.rotation);
 }
 
+void Camera::updateAspectRatio(float aspectRatio) {
+  const std::lock_guard guardLock(lock);
+  parser.updateAspectRatio(aspectRatio);
+}
+
 void Camera::handleTransportLoss() {
   const std::lock_guard guardLock(lock);
   parser.deleteAll();

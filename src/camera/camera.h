@@ -71,6 +71,9 @@ class Camera : public Thread {
   // Objects in view stay known; a drawing that is on goes on under the same uid.
   void updateWithNewConfiguration(CameraConfiguration& configuration);
 
+  // Width over height of the picture; objects in view are forgotten when it is another one.
+  void updateAspectRatio(float aspectRatio);
+
   // The stream of frames has broken off: all objects are forgotten, all alarms end.
   void handleTransportLoss();
 

@@ -75,6 +75,7 @@ CameraContainer::Cameras CameraContainer::s_cameras;
 std::mutex CameraContainer::s_mutex;
 std::atomic<bool> CameraContainer::s_canReceivePTZ_Callbacks{false};
 std::int32_t CameraContainer::s_lastPreset = PRESET_NONE;
+std::set<int> CameraContainer::s_assumedAspectRatios;
 PTZ_MovementEvent CameraContainer::s_lastMovement;
 
 CameraContainer::CameraContainer(const API_VersionHandler& versionHandler,
@@ -106,6 +107,8 @@ void CameraContainer::updateWithNewConfiguration(CameraConfigurationContainer co
   for (CameraConfiguration& configuration : configurations.getConfigurations()) {
     if (getCamera(configuration) == nullptr) {
       createCamera(configuration.cameraNbr, configuration.rotation, versionHandler, propertyMask);
+    } else if (isAspectRatioAssumed(configuration.cameraNbr)) {
+      readAspectRatioAgain(configuration);
     }
     const std::lock_guard lock(s_mutex);
     for (const auto& camera : s_cameras) {
@@ -188,7 +191,28 @@ float CameraContainer::readAspectRatio(int cameraNbr) {
     ratio =
         utils::parseRatio(readParameter("root.Image.I" + index + ".Appearance.Resolution"), 'x');
   }
-  return static_cast<float>(isPlausible(ratio) ? ratio : DEFAULT_ASPECT_RATIO);
+  const std::lock_guard lock(s_mutex);
+  if (isPlausible(ratio)) {
+    s_assumedAspectRatios.erase(cameraNbr);
+    return static_cast<float>(ratio);
+  }
+  s_assumedAspectRatios.insert(cameraNbr);
+  return static_cast<float>(DEFAULT_ASPECT_RATIO);
+}
+
+bool CameraContainer::isAspectRatioAssumed(int cameraNbr) {
+  const std::lock_guard lock(s_mutex);
+  return s_assumedAspectRatios.contains(cameraNbr);
+}
+
+void CameraContainer::readAspectRatioAgain(const CameraConfiguration& configuration) {
+  const float aspectRatio = readAspectRatio(configuration.cameraNbr);
+  const std::lock_guard lock(s_mutex);
+  for (const auto& camera : s_cameras) {
+    if (camera->matches(configuration)) {
+      camera->updateAspectRatio(aspectRatio);
+    }
+  }
 }
 
 // ---- Requests of the API ----

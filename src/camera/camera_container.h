@@ -7,6 +7,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <vector>
 
 #include "app/api_version_handler.h"
@@ -96,7 +97,7 @@ class CameraContainer {
   static Cameras takeUnusedCameras(const CameraConfigurationContainer& configurations);
 
   // Width over height of a camera's picture, from the device's parameters; 16:9 when they do not
-  // tell.
+  // tell; it is then read again with each configuration until they do.
   static float readAspectRatio(int cameraNbr);
 
   // Cameras are numbered from 1; another number gets no frames.
@@ -114,11 +115,16 @@ class CameraContainer {
  private:
   // Without the lock: cameras are waited for.
   static void end(Cameras cameras);
+  static bool isAspectRatioAssumed(int cameraNbr);
+  static void readAspectRatioAgain(const CameraConfiguration& configuration);
   static void handlePresetEvent(const PTZ_PresetEvent& event);
   static void handleMovementEvent(const PTZ_MovementEvent& event);
   bool anyCamera(const std::function<bool(Camera&)>& predicate) const;
   std::optional<VisualConfirmationData> findVC_Data() const;
   void resumeOnAnotherCamera(const std::optional<VisualConfirmationData>& drawing);
+
+  // The numbers of the cameras whose parameters did not tell. Guarded by the lock.
+  static std::set<int> s_assumedAspectRatios;
 
   const API_VersionHandler versionHandler;
   const std::int32_t propertyMask;

@@ -89,3 +89,10 @@ void MoteSceneParser::updateCameraRotation(std::int32_t newRotation) {
   rotation = newRotation;
   storage.deleteAll();
 }
+
+void MoteSceneParser::updateAspectRatio(float newAspectRatio) {
+  if (aspectRatio != newAspectRatio) {
+    aspectRatio = newAspectRatio;
+    deleteAll();
+  }
+}

@@ -20,6 +20,9 @@ class MoteSceneParser {
   // A new rotation drops every object: sizes kept under the old one no longer compare.
   void updateCameraRotation(std::int32_t newRotation);
 
+  // The same of width over height of the picture.
+  void updateAspectRatio(float newAspectRatio);
+
   // Drops every object.
   void deleteAll() { storage.deleteAll(); }
 

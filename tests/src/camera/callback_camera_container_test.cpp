@@ -285,6 +285,24 @@ TEST_F(CallbackCameraContainerTest, ACameraThatRemainsKeepsItsSubscription) {
   EXPECT_EQ(notes.take(), Texts({"g1 frame 5:"}));
 }
 
+TEST_F(CallbackCameraContainerTest, AnAspectRatioThatCouldNotBeReadIsReadWithTheNextConfiguration) {
+  const std::string ratio = "root.ImageSource.I0.Sensor.AspectRatio";
+  const auto ageAt = [&](std::int64_t time) {
+    deliver(*module().find(0), {.time = time, .ids = {3}});
+    return notes.take();
+  };
+  configure({1});
+  EXPECT_EQ(ageAt(5), Texts({"g1 frame 5: 3/0"}));
+  configure({1});
+  EXPECT_EQ(ageAt(8), Texts({"g1 frame 8: 3/3"})) << "still 16:9";
+  FakeParameters::set(ratio, "4:3");
+  configure({1});
+  EXPECT_EQ(ageAt(9), Texts({"g1 frame 9: 3/0"})) << "sizes under another ratio do not compare";
+  FakeParameters::set(ratio, "1:1");
+  configure({1});
+  EXPECT_EQ(ageAt(12), Texts({"g1 frame 12: 3/3"})) << "it was read";
+}
+
 TEST_F(CallbackCameraContainerTest, ACameraThatGoesEndsItsSubscription) {
   configure({1, 2});
   module().takeCalls();

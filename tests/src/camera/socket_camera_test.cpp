@@ -499,6 +499,17 @@ TEST_F(SocketCameraContainerTest, ItsEndEndsTheStreams) {
   EXPECT_TRUE(connection->isClosed());
 }
 
+TEST_F(SocketCameraContainerTest, CamerasOfAServiceThatDoesNotAcceptGoAndEndAtOnce) {
+  const std::vector<FileDescriptor> waiting = service.fillQueue();
+  configure({1, 2, 3, 4});
+  clock.free();  // the cameras connect again and again
+  const auto begin = std::chrono::steady_clock::now();
+  configure({4});
+  container->shutDown();
+  container.reset();
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(500));
+}
+
 TEST_F(SocketCameraContainerTest, ACameraNumberedZeroGetsNoStream) {
   configure({0, 1});
   const auto connection = service.accept();

@@ -323,6 +323,17 @@ TEST_F(MoteSceneParserTest, ANewRotationDropsAllObjectsAndHoldsForNewOnes) {
   EXPECT_EQ(1u, parser_.getStorage().getSize());
 }
 
+TEST_F(MoteSceneParserTest, ANewAspectRatioDropsAllObjectsAndHoldsForNewOnes) {
+  MoteSceneParser turned(90, 2.0F);
+  turned.parse(frameWith({1}));
+  turned.updateAspectRatio(2.0F);
+  EXPECT_EQ(1u, turned.getStorage().getSize());
+  turned.updateAspectRatio(4.0F);
+  EXPECT_EQ(0u, turned.getStorage().getSize());
+  const ParsedScene parsed = turned.parse(frameWith({1}));
+  EXPECT_EQ(50, parsed.getActiveObjects().at(0)->getAspectCorrectedWidth());  // 200 / 4
+}
+
 TEST_F(MoteSceneParserTest, DeleteAllEmptiesTheStorage) {
   parser_.parse(frameWith({1, 2}));
   parser_.deleteAll();
