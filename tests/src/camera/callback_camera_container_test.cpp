@@ -1,10 +1,13 @@
 #include "camera/callback_camera_container.h"
 
+#include <dlfcn.h>
 #include <gmodule.h>
 #include <gtest/gtest.h>
+#include <pthread.h>
 #include <syslog.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <cstring>
 #include <future>
@@ -117,6 +120,25 @@ const std::map<std::string, gpointer>& symbols() {
 }
 
 }  // namespace
+
+namespace {
+
+// The threads that the system refuses this one.
+thread_local int t_refusedThreads = 0;
+
+}  // namespace
+
+// Takes the place of the C library's.
+extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
+                              void* (*run)(void*), void* argument) noexcept {
+  using Create = int (*)(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
+  static const auto real = reinterpret_cast<Create>(dlsym(RTLD_NEXT, "pthread_create"));
+  if (t_refusedThreads > 0) {
+    --t_refusedThreads;
+    return EAGAIN;
+  }
+  return real(thread, attributes, run, argument);
+}
 
 // The loader: it knows the one module only.
 extern "C" {
@@ -691,6 +713,18 @@ TEST_F(MuteSceneServiceTest, ACameraThatWasRemovedWithAllOthersIsNotConnectedAga
   wait(2 * ONE_PERIOD);
   EXPECT_TRUE(module().takeCalls().empty());
   EXPECT_TRUE(isTimerIdle());
+}
+
+TEST_F(MuteSceneServiceTest, WithoutAThreadToBeHadTheAttemptIsMadeLater) {
+  t_refusedThreads = 1;
+  configure({1});
+  EXPECT_EQ(t_refusedThreads, 0);
+  EXPECT_TRUE(module().takeCalls().empty());
+  ASSERT_EQ(log.lines().size(), 1U);
+  EXPECT_TRUE(
+      log.lines()[0].text.starts_with("Could not start a thread to subscribe to scene data: "));
+  wait(ONE_PERIOD);
+  EXPECT_EQ(module().takeCalls(), Texts({"create 0", "subscribe 0"}));
 }
 
 // ---- A subscription on its own ----
