@@ -117,7 +117,8 @@ class Daemon:
     def wait(self, patience=PATIENCE):
         """Returns the exit status, or minus the signal that ended it."""
         if not select.select([self._descriptor], [], [], patience)[0]:
-            raise AssertionError(f"the daemon did not end within {patience} s")
+            raise AssertionError(
+                f"the daemon did not end within {patience} s\n{stacks_of(self.pid)}")
         os.close(self._descriptor)
         return os.waitstatus_to_exitcode(os.waitpid(self.pid, 0)[1])
 
@@ -135,6 +136,17 @@ class Daemon:
             if name == key:
                 return value.strip()
         raise AssertionError(f"no {key} of process {self.pid}")
+
+
+def stacks_of(pid):
+    """What each thread of a process is at: all that is left of a test that is not seen again."""
+    try:
+        found = subprocess.run(
+            ["gdb", "--batch", "--pid", str(pid), "--eval-command", "thread apply all backtrace"],
+            stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, timeout=60, check=False)
+        return found.stdout
+    except (OSError, subprocess.TimeoutExpired) as error:
+        return f"no stacks: {error}"
 
 
 def children():
