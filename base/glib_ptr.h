@@ -8,11 +8,11 @@
 #include <memory>
 #include <string>
 
-template <auto RELEASE>
+template <auto FREE>
 struct GDeleter {
   template <typename T>
   void operator()(T* pointer) const {
-    RELEASE(pointer);
+    FREE(pointer);
   }
 };
 
