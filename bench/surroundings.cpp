@@ -31,7 +31,7 @@ class StandingClock : public Clock {
   }
 
   void finish() {
-    const std::scoped_lock lock(mutex);
+    const std::lock_guard lock(mutex);
     ended = true;
     end.notify_all();
   }

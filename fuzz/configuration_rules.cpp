@@ -38,7 +38,9 @@ std::int32_t integerOf(Json value) {
 }
 
 std::optional<std::string> textOf(Json value) {
-  if (!json_is_string(value)) return std::nullopt;
+  if (!json_is_string(value)) {
+    return std::nullopt;
+  }
   return std::string(json_string_value(value));
 }
 
@@ -71,15 +73,21 @@ bool isBlank(char c) {
 std::string trimmed(const std::string& text) {
   std::size_t first = 0;
   std::size_t last = text.size();
-  while (first < last && isBlank(text[first])) ++first;
-  while (last > first && isBlank(text[last - 1])) --last;
+  while (first < last && isBlank(text[first])) {
+    ++first;
+  }
+  while (last > first && isBlank(text[last - 1])) {
+    --last;
+  }
   return text.substr(first, last - first);
 }
 
 // 1 to 15 characters, of which those of several bytes count once.
 bool isName(Json value) {
   const auto text = textOf(value);
-  if (!text) return false;
+  if (!text) {
+    return false;
+  }
   const std::string name = trimmed(*text);
   const auto characters = std::ranges::count_if(
       name, [](char c) { return (static_cast<unsigned char>(c) & 0xc0U) != 0x80U; });
@@ -114,11 +122,21 @@ bool isPair(Json data, json_int_t low, json_int_t high) {
 bool isFilter(Json filter) {
   const std::string type = textOf(member(filter, "type")).value_or("");
   const Json data = member(filter, "data");
-  if (type == "excludeArea") return isArea(data);
-  if (!json_is_boolean(member(filter, "active"))) return false;
-  if (type == "sizePercentage") return isPair(data, 3, 100);
-  if (type == "timeShortLivedLimit") return isInteger(data, 1, 5);
-  if (type == "distanceSwayingObject") return isInteger(data, 3, 20);
+  if (type == "excludeArea") {
+    return isArea(data);
+  }
+  if (!json_is_boolean(member(filter, "active"))) {
+    return false;
+  }
+  if (type == "sizePercentage") {
+    return isPair(data, 3, 100);
+  }
+  if (type == "timeShortLivedLimit") {
+    return isInteger(data, 1, 5);
+  }
+  if (type == "distanceSwayingObject") {
+    return isInteger(data, 3, 20);
+  }
   // There is no perspective that it could use.
   return type == "sizePerspective" && isPair(data, 0, INT32_MAX) &&
          json_is_false(member(filter, "active"));
@@ -152,11 +170,15 @@ bool isProfile(Json profile, const DeviceFacts& device) {
 
 bool areProfiles(Json profiles, Json cameras, const DeviceFacts& device) {
   std::set<std::int32_t> ids;
-  for (const Json camera : elementsOf(cameras)) ids.insert(integerOf(member(camera, "id")));
+  for (const Json camera : elementsOf(cameras)) {
+    ids.insert(integerOf(member(camera, "id")));
+  }
   std::set<std::int32_t> uids;
   std::map<std::int32_t, int> counts;
   for (const Json profile : elementsOf(profiles)) {
-    if (!isProfile(profile, device)) return false;
+    if (!isProfile(profile, device)) {
+      return false;
+    }
     const std::int32_t camera = integerOf(member(profile, "camera"));
     if (!uids.insert(integerOf(member(profile, "uid"))).second || !ids.contains(camera) ||
         ++counts[camera] > device.profilesPerCamera) {
@@ -177,7 +199,9 @@ bool isAcceptable(const json_t* document, const DeviceFacts& device) {
 std::vector<CameraFacts> activeCamerasOf(const json_t* document) {
   std::vector<CameraFacts> cameras;
   for (const Json camera : elementsOf(member(member(document, "params"), "cameras"))) {
-    if (!json_is_true(member(camera, "active"))) continue;
+    if (!json_is_true(member(camera, "active"))) {
+      continue;
+    }
     cameras.push_back({integerOf(member(camera, "id")), integerOf(member(camera, "rotation"))});
   }
   return cameras;

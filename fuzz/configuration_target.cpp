@@ -70,7 +70,9 @@ void checkStored(Parser& parser, const json_t* document) {
   const std::unique_ptr<char, void (*)(void*)> text(
       json_dumps(document, constants::JSON_DUMP_FLAGS), std::free);
   require(text != nullptr, "an accepted document can be written");
-  if (!decode(text.get())) return;  // a number beyond all numbers: it is not stored
+  if (!decode(text.get())) {
+    return;  // a number beyond all numbers: it is not stored
+  }
   require(parser.parse(text.get(), BOUNDARIES) == 0, "what was accepted is so at the next start",
           text.get());
 }
@@ -87,10 +89,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   {
     CameraConfigurationContainer made = parser.createConfigurations();
     checkConfigurations(made, status == 0 ? document.get() : nullptr);
-    daemon.cameras().updateWithNewConfiguration(std::move(made));
+    daemon.getCameras().updateWithNewConfiguration(std::move(made));
   }
   checkConfigurations(parser.createConfigurations(), status == 0 ? document.get() : nullptr);
-  if (status == 0) checkStored(parser, document.get());
+  if (status == 0) {
+    checkStored(parser, document.get());
+  }
   parser.clear();
   require(parser.createConfigurations().getConfigurations().empty(), "nothing is left");
   return 0;

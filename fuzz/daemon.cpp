@@ -67,15 +67,15 @@ Daemon::Daemon(const fuzz::DeviceFacts& device) {
   Persistent::setPathForTest(storage().path(SETTINGS));
   IntervalTimerObservable::initialize(TICK);
   sdk_wrapper_init("SentrelVideo", "Sentrel Video", "MiruPlatform");
-  tracker_ = &Tracker::getInstance();
-  fuzz::require(clock_.waitForSleepers(THREADS), "the threads come to rest");
-  cameras_ = std::make_unique<StillContainer>();
+  tracker = &Tracker::getInstance();
+  fuzz::require(clock.waitForSleepers(THREADS), "the threads come to rest");
+  cameras = std::make_unique<StillContainer>();
 }
 
 Daemon::~Daemon() {
-  cameras_.reset();
-  tracker_->setState(Tracker::CameraState::stopped);
-  clock_.free();
+  cameras.reset();
+  tracker->setState(Tracker::CameraState::stopped);
+  clock.free();
   Tracker::releaseInstance();
   sdk_wrapper_cleanup();
   IntervalTimerObservable::deinitialize();

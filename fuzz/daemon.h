@@ -22,15 +22,15 @@ class Daemon {
   ~Daemon();
 
   FakeStorage& storage();
-  CameraContainer& cameras() { return *cameras_; }
-  Tracker& tracker() { return *tracker_; }
+  CameraContainer& getCameras() { return *cameras; }
+  Tracker& getTracker() { return *tracker; }
 
   static constexpr const char* SETTINGS = "settings.json";
 
  private:
-  FakeClock clock_;
-  Tracker* tracker_ = nullptr;
-  std::unique_ptr<CameraContainer> cameras_;
+  FakeClock clock;
+  Tracker* tracker = nullptr;
+  std::unique_ptr<CameraContainer> cameras;
 };
 
 #endif

@@ -4,8 +4,8 @@
 
 namespace {
 
-FakeBus::Reply reply = FakeBus::Reply::none;
-std::string replyText;
+fake_bus::Reply s_reply = fake_bus::Reply::none;
+std::string s_replyText;
 
 void* fail(GError** error) {
   g_set_error_literal(error, G_IO_ERROR, G_IO_ERROR_NOT_FOUND, "nobody is there");
@@ -15,18 +15,18 @@ void* fail(GError** error) {
 // Stands for a connection or a proxy: nothing but the calls below is asked of them.
 template <typename T>
 T* createObject(GError** error) {
-  return static_cast<T*>(reply == FakeBus::Reply::none ? fail(error)
-                                                       : g_object_new(G_TYPE_OBJECT, nullptr));
+  return static_cast<T*>(s_reply == fake_bus::Reply::none ? fail(error)
+                                                          : g_object_new(G_TYPE_OBJECT, nullptr));
 }
 
 GVariant* createReply(GError** error) {
-  switch (reply) {
-    case FakeBus::Reply::nothing:
+  switch (s_reply) {
+    case fake_bus::Reply::nothing:
       return g_variant_new("()");
-    case FakeBus::Reply::number:
+    case fake_bus::Reply::number:
       return g_variant_new("(u)", 7U);
-    case FakeBus::Reply::text:
-      return g_variant_new("(s)", replyText.c_str());
+    case fake_bus::Reply::text:
+      return g_variant_new("(s)", s_replyText.c_str());
     default:
       return static_cast<GVariant*>(fail(error));
   }
@@ -34,19 +34,19 @@ GVariant* createReply(GError** error) {
 
 }  // namespace
 
-namespace FakeBus {
+namespace fake_bus {
 
-void setService(Reply newReply, const std::string& text) {
-  reply = newReply;
-  replyText = text;
+void setService(Reply reply, const std::string& text) {
+  s_reply = reply;
+  s_replyText = text;
 }
 
-}  // namespace FakeBus
+}  // namespace fake_bus
 
 extern "C" {
 
 gchar* g_dbus_address_get_for_bus_sync(GBusType, GCancellable*, GError** error) {
-  return reply != FakeBus::Reply::none ? g_strdup("fake:") : static_cast<gchar*>(fail(error));
+  return s_reply != fake_bus::Reply::none ? g_strdup("fake:") : static_cast<gchar*>(fail(error));
 }
 
 GDBusConnection* g_dbus_connection_new_for_address_sync(const gchar*, GDBusConnectionFlags,
@@ -78,7 +78,9 @@ GVariant* g_dbus_proxy_call_sync(GDBusProxy*, const gchar*, GVariant* parameters
 
 // Time stands still on the main loop: what is to be done later is forgotten.
 guint g_timeout_add_full(gint, guint, GSourceFunc, gpointer data, GDestroyNotify notify) {
-  if (notify != nullptr) notify(data);
+  if (notify != nullptr) {
+    notify(data);
+  }
   return 1;
 }
 

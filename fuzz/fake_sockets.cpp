@@ -11,7 +11,7 @@
 
 namespace {
 
-FakeSockets* current = nullptr;
+FakeSockets* s_current = nullptr;
 
 // How a read goes, by a byte of the input. Most deliver as much as was asked for.
 enum ReadKind : int { END = 0, FAILURE = 1, INTERRUPTION = 2, ONE_BYTE = 3, PART = 4, COUNT = 10 };
@@ -20,45 +20,51 @@ constexpr int FAILING_SHARE = 16;  // of connecting and sending one in so many f
 
 }  // namespace
 
-FakeSockets::FakeSockets(fuzz::Input& input) : input_(input) {
-  current = this;
+FakeSockets::FakeSockets(fuzz::Input& input) : input(input) {
+  s_current = this;
 }
 
 FakeSockets::~FakeSockets() {
-  current = nullptr;
+  s_current = nullptr;
 }
 
 std::vector<SocketCall> FakeSockets::takeCalls() {
-  return std::exchange(calls_, {});
+  return std::exchange(calls, {});
 }
 
 std::string FakeSockets::bytesOf(SocketCall::Kind kind, const std::vector<SocketCall>& calls) {
   std::string bytes;
   for (const SocketCall& call : calls) {
-    if (call.kind == kind) bytes += call.bytes;
+    if (call.kind == kind) {
+      bytes += call.bytes;
+    }
   }
   return bytes;
 }
 
 int FakeSockets::fail(SocketCall call, int error) {
   call.result = error == EINTR ? SocketCall::Result::interrupted : SocketCall::Result::failed;
-  calls_.push_back(std::move(call));
+  calls.push_back(std::move(call));
   errno = error;
   return -1;
 }
 
 int FakeSockets::connect() {
   const SocketCall call{.kind = SocketCall::Kind::connect};
-  if (input_.byte() % FAILING_SHARE == 1) return fail(call, ECONNREFUSED);
-  calls_.push_back(call);
+  if (input.byte() % FAILING_SHARE == 1) {
+    return fail(call, ECONNREFUSED);
+  }
+  calls.push_back(call);
   return 0;
 }
 
 std::ptrdiff_t FakeSockets::send(const void* data, std::size_t size) {
   const SocketCall call{.kind = SocketCall::Kind::send,
                         .bytes = std::string(static_cast<const char*>(data), size)};
-  if (input_.byte() % FAILING_SHARE == 1) return fail(call, EPIPE);
-  calls_.push_back(call);
+  if (input.byte() % FAILING_SHARE == 1) {
+    return fail(call, EPIPE);
+  }
+  calls.push_back(call);
   return static_cast<std::ptrdiff_t>(size);
 }
 
@@ -66,7 +72,7 @@ std::ptrdiff_t FakeSockets::send(const void* data, std::size_t size) {
 std::ptrdiff_t FakeSockets::receive(void* data, std::size_t size) {
   SocketCall call{.kind = SocketCall::Kind::receive, .asked = size};
   std::size_t most = size;
-  switch (input_.isEmpty() ? END : input_.byte() % COUNT) {
+  switch (input.isEmpty() ? END : input.byte() % COUNT) {
     case END:
       most = 0;
       break;
@@ -78,15 +84,17 @@ std::ptrdiff_t FakeSockets::receive(void* data, std::size_t size) {
       most = 1;
       break;
     case PART:
-      most = std::min<std::size_t>(size, 1U + input_.byte());
+      most = std::min<std::size_t>(size, 1U + input.byte());
       break;
     default:
       break;
   }
-  const auto bytes = input_.bytes(most);
-  if (!bytes.empty()) std::memcpy(data, bytes.data(), bytes.size());
+  const auto bytes = input.take(most);
+  if (!bytes.empty()) {
+    std::memcpy(data, bytes.data(), bytes.size());
+  }
   call.bytes.assign(bytes.begin(), bytes.end());
-  calls_.push_back(std::move(call));
+  calls.push_back(std::move(call));
   return static_cast<std::ptrdiff_t>(bytes.size());
 }
 
@@ -102,16 +110,16 @@ int without(int error) {
 extern "C" {
 
 int connect(int, const sockaddr*, socklen_t) {
-  return current != nullptr ? current->connect() : without(ECONNREFUSED);
+  return s_current != nullptr ? s_current->connect() : without(ECONNREFUSED);
 }
 
 ssize_t send(int, const void* data, size_t size, int flags) {
   fuzz::require((flags & MSG_NOSIGNAL) != 0, "a peer that is gone does not end the program");
-  return current != nullptr ? current->send(data, size) : without(EPIPE);
+  return s_current != nullptr ? s_current->send(data, size) : without(EPIPE);
 }
 
 ssize_t recv(int, void* data, size_t size, int) {
-  return current != nullptr ? current->receive(data, size) : 0;
+  return s_current != nullptr ? s_current->receive(data, size) : 0;
 }
 
 }  // extern "C"

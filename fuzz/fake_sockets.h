@@ -43,8 +43,8 @@ class FakeSockets {
  private:
   int fail(SocketCall call, int error);
 
-  fuzz::Input& input_;
-  std::vector<SocketCall> calls_;
+  fuzz::Input& input;
+  std::vector<SocketCall> calls;
 };
 
 #endif

@@ -10,7 +10,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-bool works = true;
+bool s_works = true;
 
 fs::path memory() {
   const fs::path shared = "/dev/shm";
@@ -21,12 +21,14 @@ fs::path memory() {
 
 FakeStorage::FakeStorage() {
   std::string name = (memory() / "sentrel-fuzz-XXXXXX").string();
-  if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no temporary folder");
-  folder_ = name;
+  if (mkdtemp(name.data()) == nullptr) {
+    throw std::runtime_error("no temporary folder");
+  }
+  folder = name;
 }
 
 FakeStorage::~FakeStorage() {
-  fs::remove_all(folder_);
+  fs::remove_all(folder);
 }
 
 void FakeStorage::write(const std::string& name, const std::string& contents) const {
@@ -43,16 +45,18 @@ std::string FakeStorage::read(const std::string& name) const {
 }
 
 std::size_t FakeStorage::fileCount() const {
-  const fs::directory_iterator files(folder_);
+  const fs::directory_iterator files(folder);
   return static_cast<std::size_t>(std::distance(begin(files), end(files)));
 }
 
 void FakeStorage::setWorking(bool isWorking) {
-  works = isWorking;
+  s_works = isWorking;
 }
 
 extern "C" int fsync(int) {
-  if (works) return 0;
+  if (s_works) {
+    return 0;
+  }
   errno = ENOSPC;
   return -1;
 }

@@ -14,7 +14,7 @@ class FakeStorage {
   FakeStorage& operator=(const FakeStorage&) = delete;
   ~FakeStorage();
 
-  std::string path(const std::string& name) const { return (folder_ / name).string(); }
+  std::string path(const std::string& name) const { return (folder / name).string(); }
   void write(const std::string& name, const std::string& contents) const;
   void remove(const std::string& name) const;
 
@@ -26,7 +26,7 @@ class FakeStorage {
   static void setWorking(bool isWorking);
 
  private:
-  std::filesystem::path folder_;
+  std::filesystem::path folder;
 };
 
 #endif

@@ -39,11 +39,17 @@ AxisModel axis(fuzz::Input& input) {
   for (int i = input.between(0, MOST_LEVELS); i > 0; --i) {
     levels.push_back({input.between(0, 110), std::abs(value(input, 500.0))});
   }
-  if (!levels.empty()) model.curve = SpeedCurve(levels, input.between(0, 20));
+  if (!levels.empty()) {
+    model.curve = SpeedCurve(levels, input.between(0, 20));
+  }
   model.deadTime = std::abs(value(input, 2.0));
   model.acceleration = std::abs(value(input, 1000.0));
-  if (input.flag()) model.lowest = value(input, 200.0);
-  if (input.flag()) model.highest = value(input, 200.0);
+  if (input.flag()) {
+    model.lowest = value(input, 200.0);
+  }
+  if (input.flag()) {
+    model.highest = value(input, 200.0);
+  }
   return model;
 }
 
@@ -62,109 +68,119 @@ void checkMotion(const AxisMotion& motion) {
 class Session {
  public:
   explicit Session(fuzz::Input& input)
-      : input_(input),
-        parameters_{axis(input), axis(input),
-                    input.flag() ? std::optional(value(input, 1.0)) : std::nullopt},
-        model_(parameters_),
-        pursuit_(parameters_) {}
+      : input(input),
+        parameters{axis(input), axis(input),
+                   input.flag() ? std::optional(value(input, 1.0)) : std::nullopt},
+        model(parameters),
+        pursuit(parameters) {}
 
   void step() {
-    switch (input_.between(0, 7)) {
+    switch (input.between(0, 7)) {
       case 0:
-        now_ += input_.word();
+        now += input.word();
         break;
       case 1:
-        now_ += static_cast<std::int64_t>(input_.number());
+        now += static_cast<std::int64_t>(input.number());
         break;
       case 2:
         takePicture();
         break;
       case 3:
-        model_.read(time(), value(input_, 400.0), value(input_, 120.0));
+        model.read(time(), value(input, 400.0), value(input, 120.0));
         break;
       case 4:
-        model_.interrupted(now_);
+        model.interrupted(now);
         break;
       case 5:
-        pursuit_.stop();
-        isStarted_ = false;
+        pursuit.stop();
+        isStarted = false;
         break;
       case 6:
-        pursuit_.start();
-        isStarted_ = true;
+        pursuit.start();
+        isStarted = true;
         break;
       default:
-        now_ += 50'000;
+        now += 50'000;
         control();
     }
-    checkMotion(model_.pan());
-    checkMotion(model_.tilt());
+    checkMotion(model.pan());
+    checkMotion(model.tilt());
   }
 
  private:
   // Now and then one that lies.
-  std::int64_t time() { return input_.byte() < 240 ? now_ : input_.longNumber(); }
+  std::int64_t time() { return input.byte() < 240 ? now : input.longNumber(); }
 
   void takePicture() {
     std::vector<Identities::Seen> seen;
-    for (int i = input_.between(0, MOST_SEEN); i > 0; --i) {
-      seen.push_back({input_.between(0, 12),
-                      {value(input_, 180.0), value(input_, 90.0), value(input_, 90.0)}});
+    for (int i = input.between(0, MOST_SEEN); i > 0; --i) {
+      seen.push_back(
+          {input.between(0, 12), {value(input, 180.0), value(input, 90.0), value(input, 90.0)}});
     }
-    const Viewpoint viewpoint{input_.flag() ? 5.0 : value(input_, 30.0), value(input_, 2.0), 0.0,
+    const Viewpoint viewpoint{input.flag() ? 5.0 : value(input, 30.0), value(input, 2.0), 0.0,
                               805.5};
-    identities_.takePicture(now_, input_.between(0, 2), time(), viewpoint, seen);
-    require(identities_.people().size() <= CAPACITY, "no more people than there is room for");
-    for (const Person& person : identities_.people()) {
+    identities.takePicture(now, input.between(0, 2), time(), viewpoint, seen);
+    require(identities.people().size() <= CAPACITY, "no more people than there is room for");
+    for (const Person& person : identities.people()) {
       require(
           person.filter.state().mean.allFinite() && person.filter.state().covariance.allFinite(),
           "everybody is somewhere");
-      require(identities_.find(person.identity) == &person, "everybody is found");
+      require(identities.find(person.identity) == &person, "everybody is found");
     }
   }
 
   void control() {
-    identities_.expire(now_);
+    identities.expire(now);
     std::vector<Member> members;
-    for (const Person& person : identities_.people()) {
-      if (members.size() < 3) members.push_back({&person.filter.state(), person.height.metres});
+    for (const Person& person : identities.people()) {
+      if (members.size() < 3) {
+        members.push_back({&person.filter.state(), person.height.metres});
+      }
     }
-    model_.read(now_, value(input_, 180.0), value(input_, 90.0));
-    const auto subject = predictSubject(members, pursuit_.actsAt(now_), 5.0);
-    const double wide = lens_.fieldAt(framing_.asked());
-    const auto command = pursuit_.step(model_, subject, wide);
-    require(command.has_value() == isStarted_, "there is no command after a stop");
-    if (!command) return;
-    checkAxis(command->pan, parameters_.pan);
-    checkAxis(command->tilt, parameters_.tilt);
+    model.read(now, value(input, 180.0), value(input, 90.0));
+    const auto subject = predictSubject(members, pursuit.actsAt(now), 5.0);
+    const double wide = lens.fieldAt(framing.asked());
+    const auto command = pursuit.step(model, subject, wide);
+    require(command.has_value() == isStarted, "there is no command after a stop");
+    if (!command) {
+      return;
+    }
+    checkAxis(command->pan, parameters.pan);
+    checkAxis(command->tilt, parameters.tilt);
     require(*command == SpeedCommand{} || subject, "nobody is not followed");
-    require(std::isfinite(pursuit_.error()) && pursuit_.error() >= 0.0, "an error is a number");
-    if (input_.byte() < 200) {
-      pursuit_.commanded(*command);
-      model_.commanded(now_, *command);
+    require(std::isfinite(pursuit.error()) && pursuit.error() >= 0.0, "an error is a number");
+    if (input.byte() < 200) {
+      pursuit.commanded(*command);
+      model.commanded(now, *command);
     }
-    if (subject) framing_.step(value(input_, 1.0), *subject, pursuit_.error(), value(input_, 5.0));
-    require(framing_.position() >= 0.0 && framing_.position() <= 1.0, "a zoom is within its scale");
+    if (subject) {
+      framing.step(value(input, 1.0), *subject, pursuit.error(), value(input, 5.0));
+    }
+    require(framing.position() >= 0.0 && framing.position() <= 1.0, "a zoom is within its scale");
   }
 
-  fuzz::Input& input_;
-  HeadParameters parameters_;
-  HeadModel model_;
-  Pursuit pursuit_;
-  Lens lens_;
-  Framing framing_{lens_};
-  Identities identities_{CAPACITY};
-  bool isStarted_ = false;
-  std::int64_t now_ = 1'000'000'000;
+  fuzz::Input& input;
+  HeadParameters parameters;
+  HeadModel model;
+  Pursuit pursuit;
+  Lens lens;
+  Framing framing{lens};
+  Identities identities{CAPACITY};
+  bool isStarted = false;
+  std::int64_t now = 1'000'000'000;
 };
 
 void checkIdentification(fuzz::Input& input) {
   AxisRecord record;
   std::int64_t now = 0;
-  if (input.flag()) record.beginStaircase(input.number());
+  if (input.flag()) {
+    record.beginStaircase(input.number());
+  }
   for (int i = 0; i < MOST_SAMPLES && !input.isEmpty(); ++i) {
     now += input.byte() < 250 ? input.byte() * 2'000 : input.longNumber() % 1'000'000'000;
-    if (input.byte() < 60) record.addCommand(now, input.between(0, 202) - 101);
+    if (input.byte() < 60) {
+      record.addCommand(now, input.between(0, 202) - 101);
+    }
     record.addStatus(now, value(input, 180.0));
   }
   const AxisIdentification found = identify(record);
@@ -181,6 +197,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     return 0;
   }
   Session session(input);
-  for (int i = 0; i < MOST_STEPS && !input.isEmpty(); ++i) session.step();
+  for (int i = 0; i < MOST_STEPS && !input.isEmpty(); ++i) {
+    session.step();
+  }
   return 0;
 }

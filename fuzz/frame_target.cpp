@@ -67,7 +67,9 @@ std::optional<std::vector<T>> readProperty(int (*get)(const Owner*, int, const T
   const T* values = nullptr;
   const int count = get(owner, property, &values);
   require(count >= -1, "a property has a number of values or none");
-  if (count < 0) return std::nullopt;
+  if (count < 0) {
+    return std::nullopt;
+  }
   return std::vector<T>(values, values + count);
 }
 
@@ -99,7 +101,9 @@ Frame read(const scene* decoded) {
 
 Bytes encode(const Frame& frame) {
   SceneEncoder encoder;
-  if (frame.times) encoder.addSceneProperty(SCENE_PROP_TIMESTAMP, *frame.times);
+  if (frame.times) {
+    encoder.addSceneProperty(SCENE_PROP_TIMESTAMP, *frame.times);
+  }
   for (const Object& object : frame.objects) {
     encoder.beginObject(object.id);
     for (const auto& [property, values] : object.properties) {
@@ -130,12 +134,16 @@ std::optional<Frame> decode(std::span<const std::uint8_t> bytes) {
   const Bytes copy(bytes.begin(), bytes.end());
   const std::unique_ptr<scene, void (*)(scene*)> decoded(
       scene_copy_from_area(copy.data(), copy.size()), scene_delete);
-  if (decoded == nullptr) return std::nullopt;
+  if (decoded == nullptr) {
+    return std::nullopt;
+  }
   return read(decoded.get());
 }
 
 void checkDecoding(const Bytes& bytes, const std::optional<Frame>& frame) {
-  if (!frame || bytes.size() > LARGEST_CHECKED) return;
+  if (!frame || bytes.size() > LARGEST_CHECKED) {
+    return;
+  }
   const std::size_t announced = scene_area_size(bytes.data());
   require(announced >= frame_format::kHeaderSize && announced <= bytes.size(),
           "a frame is as long as it says");
@@ -182,17 +190,27 @@ std::vector<Point> outlineOf(const Values* values) {
   const auto beside = [](std::int16_t value) {
     return static_cast<std::int16_t>(value < 2048 ? value + 1 : value - 1);
   };
-  if (points.empty()) return {{0, 0}, {0, 1}, {1, 0}};
+  if (points.empty()) {
+    return {{0, 0}, {0, 1}, {1, 0}};
+  }
   const Point last{beside(points.back().x), beside(points.back().y)};
-  if (points.size() == 1) return {points[0], last, {last.x, points[0].y}};
-  if (points.size() > 2) return points;
-  if (points[0] == points[1]) return {points[0], points[1], last, {last.x, points[0].y}};
+  if (points.size() == 1) {
+    return {points[0], last, {last.x, points[0].y}};
+  }
+  if (points.size() > 2) {
+    return points;
+  }
+  if (points[0] == points[1]) {
+    return {points[0], points[1], last, {last.x, points[0].y}};
+  }
   return {points[0], points[1], last};
 }
 
 void checkOutline(const Polygon* outline, bool isWanted, const Values* values) {
   require((outline != nullptr) == isWanted, "outlines are there when they are asked for");
-  if (outline == nullptr) return;
+  if (outline == nullptr) {
+    return;
+  }
   const std::vector<Point> expected = outlineOf(values);
   require(outline->getVertices() == expected, "an outline has the vertices of its frame");
   require(Size{outline->getWidth(), outline->getHeight()} == sizeOf(expected),
@@ -223,7 +241,9 @@ void checkChanges(const std::vector<std::unique_ptr<Data>>& changes, const Frame
                   int action) {
   auto change = changes.begin();
   for (const Event& event : frame.events) {
-    if (event.action != action || !event.from || event.from->empty() || !event.to) continue;
+    if (event.action != action || !event.from || event.from->empty() || !event.to) {
+      continue;
+    }
     require(change != changes.end() && (*change)->id == event.from->front() &&
                 (*change)->ids == *event.to,
             "splits and merges are as in the frame");
@@ -246,7 +266,9 @@ void checkScene(const MoteScene& parsed, const std::optional<Frame>& frame, std:
   }
   Values deleted;
   for (const Event& event : expected.events) {
-    if (event.action != SCENE_EVENT_DELETE || !event.from) continue;
+    if (event.action != SCENE_EVENT_DELETE || !event.from) {
+      continue;
+    }
     deleted.insert(deleted.end(), event.from->begin(), event.from->end());
   }
   require(parsed.deletedIds == deleted, "no deletion is lost");
@@ -259,30 +281,40 @@ void checkScene(const MoteScene& parsed, const std::optional<Frame>& frame, std:
 // The objects of one camera as the rules of the storage have them.
 class Ledger {
  public:
-  explicit Ledger(std::int32_t rotation) : rotation_(rotation) {}
+  explicit Ledger(std::int32_t rotation) : rotation(rotation) {}
 
   // Ids that this frame deleted.
   Values follow(const MoteScene& frame) {
-    for (const auto& object : frame.objects) update(*object);
-    for (const auto& change : frame.merges) merge(*change);
-    for (const auto& change : frame.splits) split(*change);
+    for (const auto& object : frame.objects) {
+      update(*object);
+    }
+    for (const auto& change : frame.merges) {
+      merge(*change);
+    }
+    for (const auto& change : frame.splits) {
+      split(*change);
+    }
     Values deleted;
     for (const std::int32_t id : frame.deletedIds) {
-      if (entries_.erase(id) != 0) deleted.push_back(id);
+      if (entries.erase(id) != 0) {
+        deleted.push_back(id);
+      }
     }
     return deleted;
   }
 
-  void turn(std::int32_t rotation) {
-    if (rotation != rotation_) entries_.clear();
-    rotation_ = rotation;
+  void turn(std::int32_t newRotation) {
+    if (newRotation != rotation) {
+      entries.clear();
+    }
+    rotation = newRotation;
   }
 
-  void clear() { entries_.clear(); }
+  void clear() { entries.clear(); }
 
   void check(const ObjectStorage& storage) const {
-    require(storage.getSize() == entries_.size(), "no object is lost, and none remains");
-    for (const auto& [id, entry] : entries_) {
+    require(storage.getSize() == entries.size(), "no object is lost, and none remains");
+    for (const auto& [id, entry] : entries) {
       const TrackingObject* const object = storage.getObject(id);
       require(object != nullptr && object->getId() == id, "every object is known by its id");
       require(object->getFirstSeen() == entry.firstSeen && object->getLastSeen() == entry.lastSeen,
@@ -313,7 +345,7 @@ class Ledger {
   };
 
   Size upright(const Size& size) const {
-    return rotation_ == 90 || rotation_ == 270 ? Size{size.height, size.width} : size;
+    return rotation == 90 || rotation == 270 ? Size{size.height, size.width} : size;
   }
 
   static Size larger(const Size& a, const Size& b) {
@@ -323,35 +355,47 @@ class Ledger {
   void update(const MoteObject& object) {
     const Size size{object.getWidth(), object.getHeight()};
     const Polygon* outline = object.getPolygon();
-    if (outline == nullptr) outline = object.getBoundingBox();
+    if (outline == nullptr) {
+      outline = object.getBoundingBox();
+    }
     const Point position = outline != nullptr ? outline->getCentroid() : Point{0, 0};
-    const auto known = entries_.find(object.getId());
-    if (known != entries_.end()) {
+    const auto known = entries.find(object.getId());
+    if (known != entries.end()) {
       Entry& entry = known->second;
       entry = {entry.firstSeen, object.getTimestamp(), size, larger(entry.largest, upright(size)),
                position,        entry.position};
       return;
     }
-    if (entries_.size() >= MOST) evict();
-    entries_[object.getId()] = {
+    if (entries.size() >= MOST) {
+      evict();
+    }
+    entries[object.getId()] = {
         object.getTimestamp(), object.getTimestamp(), size, upright(size), position, position};
   }
 
   // Those not seen for longest; of equally old ones those of smaller id.
   void evict() {
     std::vector<std::pair<std::int64_t, std::int32_t>> ages;
-    for (const auto& [id, entry] : entries_) ages.emplace_back(entry.lastSeen, id);
+    for (const auto& [id, entry] : entries) {
+      ages.emplace_back(entry.lastSeen, id);
+    }
     std::ranges::sort(ages);
-    for (std::size_t i = 0; i < EVICTED; ++i) entries_.erase(ages[i].second);
+    for (std::size_t i = 0; i < EVICTED; ++i) {
+      entries.erase(ages[i].second);
+    }
   }
 
   void merge(const MoteMergeData& change) {
-    const auto remaining = entries_.find(change.id);
-    if (remaining == entries_.end()) return;
+    const auto remaining = entries.find(change.id);
+    if (remaining == entries.end()) {
+      return;
+    }
     Entry& entry = remaining->second;
     for (const std::int32_t id : change.ids) {
-      const auto absorbed = entries_.find(id);
-      if (absorbed == entries_.end()) continue;
+      const auto absorbed = entries.find(id);
+      if (absorbed == entries.end()) {
+        continue;
+      }
       entry.size = larger(entry.size, absorbed->second.size);
       entry.largest = larger(entry.largest, absorbed->second.largest);
       entry.firstSeen = std::min(entry.firstSeen, absorbed->second.firstSeen);
@@ -360,11 +404,15 @@ class Ledger {
   }
 
   void split(const MoteSplitData& change) {
-    const auto source = entries_.find(change.id);
-    if (source == entries_.end()) return;
+    const auto source = entries.find(change.id);
+    if (source == entries.end()) {
+      return;
+    }
     for (const std::int32_t id : change.ids) {
-      const auto part = entries_.find(id);
-      if (part == entries_.end() || id == change.id) continue;
+      const auto part = entries.find(id);
+      if (part == entries.end() || id == change.id) {
+        continue;
+      }
       part->second.size = larger(part->second.size, source->second.size);
       part->second.largest = larger(part->second.largest, source->second.largest);
       part->second.firstSeen = source->second.firstSeen;
@@ -372,8 +420,8 @@ class Ledger {
     }
   }
 
-  std::int32_t rotation_;
-  std::map<std::int32_t, Entry> entries_;
+  std::int32_t rotation;
+  std::map<std::int32_t, Entry> entries;
 };
 
 void checkParsed(const ParsedScene& parsed, const MoteScene& frame, const Values& deleted,
@@ -387,7 +435,9 @@ void checkParsed(const ParsedScene& parsed, const MoteScene& frame, const Values
   auto active = parsed.getActiveObjects().begin();
   for (const auto& object : frame.objects) {
     const TrackingObject* const stored = storage.getObject(object->getId());
-    if (stored == nullptr) continue;
+    if (stored == nullptr) {
+      continue;
+    }
     require(active != parsed.getActiveObjects().end() && *active == stored,
             "objects in view are those of the frame, in its order");
     ++active;
@@ -405,13 +455,17 @@ std::int32_t takeId(fuzz::Input& input) {
 
 Values takeIds(fuzz::Input& input) {
   Values ids(static_cast<std::size_t>(input.between(0, 7)));
-  for (std::int32_t& id : ids) id = takeId(input);
+  for (std::int32_t& id : ids) {
+    id = takeId(input);
+  }
   return ids;
 }
 
 Values takeValues(fuzz::Input& input) {
   Values values(static_cast<std::size_t>(input.between(0, 12)));
-  for (std::int32_t& value : values) value = input.word();
+  for (std::int32_t& value : values) {
+    value = input.word();
+  }
   return values;
 }
 
@@ -419,12 +473,16 @@ Object takeObject(fuzz::Input& input) {
   Object object{.id = takeId(input), .properties = {}};
   const int present = input.byte();
   for (int i = 0; i < 3; ++i) {
-    if ((present >> i & 1) != 0) object.properties[OBJECT_PROPERTIES[i]] = takeValues(input);
+    if ((present >> i & 1) != 0) {
+      object.properties[OBJECT_PROPERTIES[i]] = takeValues(input);
+    }
   }
-  if ((present & 8) != 0)
+  if ((present & 8) != 0) {
     object.properties[SCENE_OBJ_PROP_CONFIDENCE] = {4096 - input.between(0, 2)};
-  if ((present & 16) != 0)
+  }
+  if ((present & 16) != 0) {
     object.properties[SCENE_OBJ_PROP_VELOCITY] = {input.number(), input.word()};
+  }
   return object;
 }
 
@@ -432,19 +490,28 @@ Object takeObject(fuzz::Input& input) {
 void addCrowd(fuzz::Input& input, Frame& frame) {
   const std::int32_t first = 100 * input.byte();
   const int count = 3 * input.byte();
-  for (std::int32_t i = 0; i < count; ++i)
+  for (std::int32_t i = 0; i < count; ++i) {
     frame.objects.push_back({.id = first + i, .properties = {}});
+  }
 }
 
 Frame takeFrame(fuzz::Input& input, int& crowds) {
   Frame frame;
   const int kind = input.byte();
-  if (kind % 8 != 0) frame.times = {{kind % 8 == 1 ? input.longNumber() : 1000 * input.byte()}};
-  if (kind >= 224 && crowds-- > 0) addCrowd(input, frame);
-  for (int i = input.between(0, 7); i > 0; --i) frame.objects.push_back(takeObject(input));
+  if (kind % 8 != 0) {
+    frame.times = {{kind % 8 == 1 ? input.longNumber() : 1000 * input.byte()}};
+  }
+  if (kind >= 224 && crowds-- > 0) {
+    addCrowd(input, frame);
+  }
+  for (int i = input.between(0, 7); i > 0; --i) {
+    frame.objects.push_back(takeObject(input));
+  }
   for (int i = input.between(0, 7); i > 0; --i) {
     Event event{.action = input.between(0, 2), .from = takeIds(input), .to = {}};
-    if (event.action != SCENE_EVENT_DELETE) event.to = takeIds(input);
+    if (event.action != SCENE_EVENT_DELETE) {
+      event.to = takeIds(input);
+    }
     frame.events.push_back(event);
   }
   return frame;
@@ -460,7 +527,7 @@ Bytes takeBytes(fuzz::Input& input, int& crowds) {
     require(decode(bytes) == frame, "what is encoded is decoded");
     return bytes;
   }
-  const auto raw = input.bytes(static_cast<std::size_t>(input.byte()) * 4 + 24);
+  const auto raw = input.take(static_cast<std::size_t>(input.byte()) * 4 + 24);
   Bytes bytes(raw.begin(), raw.end());
   if (kind == 1 && bytes.size() >= frame_format::kHeaderSize) {
     const Bytes empty = encode(Frame());
@@ -475,7 +542,9 @@ Bytes takeBytes(fuzz::Input& input, int& crowds) {
 SceneFrame frameOf(const Bytes& bytes) {
   SceneFrame frame;
   frame.data.reset(static_cast<char*>(std::malloc(std::max<std::size_t>(bytes.size(), 1))));
-  if (!bytes.empty()) std::memcpy(frame.data.get(), bytes.data(), bytes.size());
+  if (!bytes.empty()) {
+    std::memcpy(frame.data.get(), bytes.data(), bytes.size());
+  }
   frame.size = bytes.size();
   return frame;
 }
@@ -505,7 +574,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     checkDecoding(bytes, frame);
     const MoteScene scene(frameOf(bytes), mask);
     checkScene(scene, frame, mask);
-    if (!scene.isDecoded) continue;
+    if (!scene.isDecoded) {
+      continue;
+    }
     const ParsedScene parsed = parser.parse(scene);
     const Values deleted = ledger.follow(scene);
     ledger.check(parser.getStorage());

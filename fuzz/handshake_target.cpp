@@ -29,14 +29,18 @@ std::vector<std::string> wordsOf(const std::string& text) {
       words.emplace_back();
     }
   }
-  if (words.back().empty()) words.pop_back();
+  if (words.back().empty()) {
+    words.pop_back();
+  }
   return words;
 }
 
 // Two numbers with a point between them.
 bool isVersion(const std::string& text) {
   const std::size_t point = text.find('.');
-  if (point == std::string::npos) return false;
+  if (point == std::string::npos) {
+    return false;
+  }
   const auto isNumber = [](const std::string& digits) {
     return !digits.empty() && digits.find_first_not_of("0123456789") == std::string::npos &&
            std::stold(digits) <= INT32_MAX;
@@ -48,7 +52,9 @@ bool isVersion(const std::string& text) {
 std::string expectedRequest(const std::string& version, int mask, int channel) {
   std::string request = version + " OPEN";
   const int known = version == "1.0" ? 3 : 4;
-  for (int bit = 0; bit < known; ++bit) request += (mask >> bit & 1) != 0 ? " 1" : " 0";
+  for (int bit = 0; bit < known; ++bit) {
+    request += (mask >> bit & 1) != 0 ? " 1" : " 0";
+  }
   return request + " " + std::to_string(channel) + "\n";
 }
 
@@ -73,7 +79,9 @@ void checkFrame(const std::optional<SceneFrame>& frame, const std::string& recei
     return;
   }
   std::int64_t length = static_cast<std::int8_t>(received[0]);
-  for (int i = 1; i < 4; ++i) length = length * 256 + static_cast<std::uint8_t>(received[i]);
+  for (int i = 1; i < 4; ++i) {
+    length = length * 256 + static_cast<std::uint8_t>(received[i]);
+  }
   require(frame.has_value() == (length >= 1 && length <= LONGEST_FRAME),
           "frames have from 1 byte to 16 MiB");
   if (!frame) {

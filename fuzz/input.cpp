@@ -5,15 +5,19 @@
 namespace fuzz {
 
 std::uint8_t Input::byte() {
-  if (bytes_.empty()) return 0;
-  const std::uint8_t last = bytes_.back();
-  bytes_ = bytes_.first(bytes_.size() - 1);
+  if (bytes.empty()) {
+    return 0;
+  }
+  const std::uint8_t last = bytes.back();
+  bytes = bytes.first(bytes.size() - 1);
   return last;
 }
 
 std::uint64_t Input::bits(int count) {
   std::uint64_t value = 0;
-  for (int i = 0; i < count; i += 8) value = value << 8 | byte();
+  for (int i = 0; i < count; i += 8) {
+    value = value << 8 | byte();
+  }
   return value;
 }
 
@@ -33,9 +37,9 @@ int Input::between(int low, int high) {
   return low + byte() % (high - low + 1);
 }
 
-std::span<const std::uint8_t> Input::bytes(std::size_t count) {
-  const auto taken = bytes_.first(std::min(count, bytes_.size()));
-  bytes_ = bytes_.subspan(taken.size());
+std::span<const std::uint8_t> Input::take(std::size_t count) {
+  const auto taken = bytes.first(std::min(count, bytes.size()));
+  bytes = bytes.subspan(taken.size());
   return taken;
 }
 

@@ -13,9 +13,9 @@ namespace fuzz {
 // numbers are 0 and texts short.
 class Input {
  public:
-  Input(const std::uint8_t* data, std::size_t size) : bytes_(data, size) {}
+  Input(const std::uint8_t* data, std::size_t size) : bytes(data, size) {}
 
-  bool isEmpty() const { return bytes_.empty(); }
+  bool isEmpty() const { return bytes.empty(); }
 
   // From the end.
   std::uint8_t byte();
@@ -28,16 +28,16 @@ class Input {
   int between(int low, int high);
 
   // From the front, at most so many bytes.
-  std::span<const std::uint8_t> bytes(std::size_t count);
+  std::span<const std::uint8_t> take(std::size_t count);
 
   // Whatever is left.
-  std::span<const std::uint8_t> rest() { return bytes(bytes_.size()); }
+  std::span<const std::uint8_t> rest() { return take(bytes.size()); }
   std::string text();
 
  private:
   std::uint64_t bits(int count);
 
-  std::span<const std::uint8_t> bytes_;
+  std::span<const std::uint8_t> bytes;
 };
 
 }  // namespace fuzz

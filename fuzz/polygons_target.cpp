@@ -37,7 +37,9 @@ std::string textOf(const std::vector<Points>& outlines) {
   std::ostringstream text;
   for (const Points& outline : outlines) {
     text << '{';
-    for (const gm_point& point : outline) text << '{' << point.x << ',' << point.y << "},";
+    for (const gm_point& point : outline) {
+      text << '{' << point.x << ',' << point.y << "},";
+    }
     text << "}\n";
   }
   return text.str();
@@ -49,24 +51,26 @@ std::string textOf(const std::vector<Points>& outlines) {
 // points on edges are frequent.
 class Generator {
  public:
-  explicit Generator(fuzz::Input& input) : input_(input) {
+  explicit Generator(fuzz::Input& input) : input(input) {
     constexpr int RANGES[] = {2, 4, 12, 60, 400, 2048, 4096, 32767};
-    range_ = RANGES[input.between(0, 7)];
+    range = RANGES[input.between(0, 7)];
   }
 
   gm_point point() { return {coordinate(), coordinate()}; }
 
   Points points(int least, int most) {
-    Points points(static_cast<std::size_t>(input_.between(least, most)));
-    for (gm_point& point : points) point = this->point();
+    Points points(static_cast<std::size_t>(input.between(least, most)));
+    for (gm_point& point : points) {
+      point = this->point();
+    }
     return points;
   }
 
   // Vertices of the other one among its own.
   Points like(const Points& other, int least, int most) {
-    Points points(static_cast<std::size_t>(input_.between(least, most)));
+    Points points(static_cast<std::size_t>(input.between(least, most)));
     for (gm_point& point : points) {
-      const int which = input_.byte();
+      const int which = input.byte();
       const bool isShared = which % 2 == 1 && !other.empty();
       point = isShared ? other[static_cast<std::size_t>(which / 2) % other.size()] : this->point();
     }
@@ -75,12 +79,12 @@ class Generator {
 
  private:
   std::int16_t coordinate() {
-    const int value = range_ < 128 ? static_cast<std::int8_t>(input_.byte()) : input_.word();
-    return static_cast<std::int16_t>(range_ == 32767 ? value : value % (range_ + 1));
+    const int value = range < 128 ? static_cast<std::int8_t>(input.byte()) : input.word();
+    return static_cast<std::int16_t>(range == 32767 ? value : value % (range + 1));
   }
 
-  fuzz::Input& input_;
-  int range_ = 0;
+  fuzz::Input& input;
+  int range = 0;
 };
 
 // ---- Predicates ----
@@ -95,7 +99,9 @@ constexpr double APART = 1e-5;
 void checkVerdict(bool found, const judge::Shape& a, const judge::Shape& b, const char* what,
                   const std::vector<Points>& outlines) {
   const double distance = judge::distance(a, b);
-  if (distance > TOUCHING && distance < APART) return;
+  if (distance > TOUCHING && distance < APART) {
+    return;
+  }
   require(found == (distance <= TOUCHING), what, textOf(outlines));
 }
 
@@ -108,13 +114,17 @@ void checkInside(const gm_point& point, const Points& polygon) {
 
 std::vector<Point> toPoints(const Points& points) {
   std::vector<Point> converted;
-  for (const gm_point& point : points) converted.push_back({point.x, point.y});
+  for (const gm_point& point : points) {
+    converted.push_back({point.x, point.y});
+  }
   return converted;
 }
 
 Points toPoints(const std::vector<Point>& points) {
   Points converted;
-  for (const Point& point : points) converted.push_back({point.x, point.y});
+  for (const Point& point : points) {
+    converted.push_back({point.x, point.y});
+  }
   return converted;
 }
 
@@ -228,7 +238,9 @@ void checkClipping(Generator& generator, const Operation& operation) {
 // is on the smallest square ring around it that has one within the picture.
 Points withoutDuplicates(const Points& subject, const Points& other) {
   std::set<Point> taken;
-  for (const Point& point : toPoints(subject)) taken.insert(point);
+  for (const Point& point : toPoints(subject)) {
+    taken.insert(point);
+  }
   const auto inPicture = [](int value) {
     return static_cast<std::int16_t>(std::clamp(value, -4096, 4096));
   };
@@ -244,13 +256,17 @@ Points withoutDuplicates(const Points& subject, const Points& other) {
         places.push_back({inPicture(point.x + ring), inPicture(point.y + y)});
       }
       for (const Point& place : places) {
-        if (!taken.contains(place)) return place;
+        if (!taken.contains(place)) {
+          return place;
+        }
       }
     }
   };
   std::vector<Point> adjusted = toPoints(other);
   for (Point& point : adjusted) {
-    if (!taken.contains(point)) continue;
+    if (!taken.contains(point)) {
+      continue;
+    }
     point = nearestFree(point);
     taken.insert(point);
   }
@@ -277,7 +293,9 @@ void checkPolygonClipping(Generator& generator) {
     PolygonContainer container;
     (subject.*cut)(other, container);
     std::vector<Points> pieces;
-    for (const auto& piece : container) pieces.push_back(toPoints(piece->getVertices()));
+    for (const auto& piece : container) {
+      pieces.push_back(toPoints(piece->getVertices()));
+    }
     checkPieces(pieces, vertices, adjusted, operation);
   };
   check(&Polygon::intersect, OPERATIONS[0]);
@@ -346,14 +364,18 @@ void checkScale(const Points& polygon, const std::int32_t (&scale)[2]) {
 
 void checkShape(Generator& generator, fuzz::Input& input) {
   const Points points = generator.points(0, MOST_VERTICES);
-  if (points.size() >= 3) checkCentroid(points);
+  if (points.size() >= 3) {
+    checkCentroid(points);
+  }
   checkScale(points, {input.number(), input.number()});
 
   const Polygon polygon = toPolygon(points);
   require(polygon == *polygon.clone(), "a polygon equals its copy");
   std::vector<Point> turned = polygon.getVertices();
   std::rotate(turned.begin(), turned.begin() + input.byte() % turned.size(), turned.end());
-  if (input.flag()) std::ranges::reverse(turned);
+  if (input.flag()) {
+    std::ranges::reverse(turned);
+  }
   const std::set<Point> different(turned.begin(), turned.end());
   if (different.size() == turned.size()) {
     require(polygon == Polygon(turned), "wherever its outline begins, and in both directions");

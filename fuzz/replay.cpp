@@ -18,10 +18,14 @@ namespace fs = std::filesystem;
 // In an order that does not depend on the file system. Empty when there is none.
 std::vector<fs::path> filesAt(const fs::path& path) {
   std::vector<fs::path> files;
-  if (fs::is_regular_file(path)) files.push_back(path);
+  if (fs::is_regular_file(path)) {
+    files.push_back(path);
+  }
   if (fs::is_directory(path)) {
     for (const fs::directory_entry& entry : fs::directory_iterator(path)) {
-      if (entry.is_regular_file()) files.push_back(entry.path());
+      if (entry.is_regular_file()) {
+        files.push_back(entry.path());
+      }
     }
   }
   std::sort(files.begin(), files.end());
@@ -52,7 +56,9 @@ int main(int count, char** arguments) {
       std::fprintf(stderr, "no inputs: %s\n", arguments[i]);
       return 1;
     }
-    for (const fs::path& file : files) run(file);
+    for (const fs::path& file : files) {
+      run(file);
+    }
     runs += files.size();
   }
   std::printf("%zu inputs, all as they should be\n", runs);

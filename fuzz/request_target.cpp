@@ -125,8 +125,8 @@ Session sessionOf(const std::string& input) {
 class Api {
  public:
   explicit Api(Daemon& daemon)
-      : handler_(daemon.cameras(), versions_, daemon.storage().path(CONFIGURATION), boundaries_,
-                 defaults_, parser_, daemon.tracker()) {}
+      : handler(daemon.getCameras(), versions, daemon.storage().path(CONFIGURATION), boundaries,
+                defaults, parser, daemon.getTracker()) {}
 
   std::string ask(const Request& request) {
     const std::unique_ptr<GHashTable, void (*)(GHashTable*)> parameters(
@@ -140,7 +140,7 @@ class Api {
     FakeStorage::setWorking(request.isStorageWorking);
     CGI_Callback::handle("/api/sentrelvideo", request.isQuery ? "GET" : "POST",
                          request.isQuery ? body.c_str() : nullptr, parameters.get(), out.get(),
-                         static_cast<CGI_Handler*>(&handler_));
+                         static_cast<CGI_Handler*>(&handler));
     FakeStorage::setWorking(true);
     GMemoryOutputStream* const memory = G_MEMORY_OUTPUT_STREAM(out.get());
     return {static_cast<const char*>(g_memory_output_stream_get_data(memory)),
@@ -150,11 +150,11 @@ class Api {
  private:
   static constexpr const char* VERSIONS[] = {"1.0"};
 
-  const API_VersionHandler versions_{VERSIONS, 1};
-  const DataBoundaries boundaries_;
-  const DefaultValues defaults_;
-  ConfigurationParser<TrackerGuardFactory> parser_;
-  TrackerCGI_Handler handler_;
+  const API_VersionHandler versions{VERSIONS, 1};
+  const DataBoundaries boundaries;
+  const DefaultValues defaults;
+  ConfigurationParser<TrackerGuardFactory> parser;
+  TrackerCGI_Handler handler;
 };
 
 // What a request may change.
@@ -174,7 +174,9 @@ struct State {
 std::string repaired(std::string text) {
   while (!decode(text)) {
     const std::size_t brace = text.size() < 2 ? text.npos : text.rfind('}', text.size() - 2);
-    if (brace == text.npos) return text;
+    if (brace == text.npos) {
+      return text;
+    }
     text.resize(brace + 1);
   }
   return text;
@@ -189,13 +191,19 @@ struct Version {
 Version versionOf(Json request) {
   const std::string text = textOf(request, "apiVersion", "");
   const std::size_t point = text.find('.');
-  if (point == text.npos) return {};
+  if (point == text.npos) {
+    return {};
+  }
   const std::string parts[] = {text.substr(0, point), text.substr(point + 1)};
   std::array<long double, 2> numbers{};
   for (int i = 0; i < 2; ++i) {
-    if (parts[i].empty() || parts[i].find_first_not_of("0123456789") != text.npos) return {};
+    if (parts[i].empty() || parts[i].find_first_not_of("0123456789") != text.npos) {
+      return {};
+    }
     numbers[i] = std::strtold(parts[i].c_str(), nullptr);
-    if (numbers[i] > INT32_MAX) return {};
+    if (numbers[i] > INT32_MAX) {
+      return {};
+    }
   }
   return {.isValid = true, .isSupported = numbers[0] == 1 && numbers[1] == 0};
 }
@@ -228,8 +236,12 @@ struct Settings {
   // Takes the settings in order, up to the first that is out of range. The code of the answer.
   std::string change(Json params) {
     const Json enable = json_object_get(params, "enable");
-    if (json_is_true(enable) && state == "stopped") state = "connecting";
-    if (json_is_false(enable)) state = "stopped";
+    if (json_is_true(enable) && state == "stopped") {
+      state = "connecting";
+    }
+    if (json_is_false(enable)) {
+      state = "stopped";
+    }
     return takeSwitch(params, "switchObject", switchObject) &&
                    takeSeconds(params, "timePerObject", timePerObject) &&
                    takeSwitch(params, "returnToHome", returnToHome) &&
@@ -241,14 +253,20 @@ struct Settings {
  private:
   static bool takeSwitch(Json params, const char* key, bool& value) {
     const Json given = json_object_get(params, key);
-    if (json_is_boolean(given)) value = json_is_true(given);
+    if (json_is_boolean(given)) {
+      value = json_is_true(given);
+    }
     return true;
   }
 
   static bool takeSeconds(Json params, const char* key, json_int_t& value) {
     const Json given = json_object_get(params, key);
-    if (!json_is_integer(given)) return true;
-    if (json_integer_value(given) < 1 || json_integer_value(given) > 60) return false;
+    if (!json_is_integer(given)) {
+      return true;
+    }
+    if (json_integer_value(given) < 1 || json_integer_value(given) > 60) {
+      return false;
+    }
     value = json_integer_value(given);
     return true;
   }
@@ -263,7 +281,9 @@ bool namesNumber(Json request) {
 std::optional<int> profileOf(Json request) {
   const Json profile = json_object_get(paramsOf(request), "profile");
   const json_int_t uid = json_integer_value(profile);
-  if (!json_is_integer(profile) || uid < INT32_MIN || uid > INT32_MAX) return std::nullopt;
+  if (!json_is_integer(profile) || uid < INT32_MIN || uid > INT32_MAX) {
+    return std::nullopt;
+  }
   return static_cast<int>(uid);
 }
 
@@ -271,24 +291,26 @@ std::optional<int> profileOf(Json request) {
 
 class Judge {
  public:
-  Judge(Daemon& daemon, Api& api) : daemon_(daemon), api_(api), after_(look()) {}
+  Judge(Daemon& daemon, Api& api) : daemon(daemon), api(api), after(look()) {}
 
-  void ask(const Request& request) {
-    request_ = decode(repairedText(request));
+  void ask(const Request& asked) {
+    request = decode(repairedText(asked));
     rememberProfiles();
-    before_ = std::move(after_);
-    before_.profiles = existingProfiles();
-    const std::string answer = api_.ask(request);
-    readAnswer(answer);
-    after_ = look();
+    before = std::move(after);
+    before.profiles = existingProfiles();
+    const std::string text = api.ask(asked);
+    readAnswer(text);
+    after = look();
     checkHeader();
-    checkMethod(request);
+    checkMethod(asked);
   }
 
  private:
   static std::string repairedText(const Request& request) {
     const std::string found = CGI_Callback::repairTail(request.text);
-    if (request.text.size() > LONGEST_REPAIR) return found;
+    if (request.text.size() > LONGEST_REPAIR) {
+      return found;
+    }
     const std::string expected = repaired(request.text);
     require(static_cast<bool>(decode(found)) == static_cast<bool>(decode(expected)),
             "what can be repaired is repaired");
@@ -298,25 +320,31 @@ class Judge {
   }
 
   void rememberProfiles() {
-    for (const auto& profile : fuzz::profilesOf(request_.get())) uids_.insert(profile.uid);
-    if (const auto profile = profileOf(request_.get())) uids_.insert(*profile);
+    for (const auto& profile : fuzz::profilesOf(request.get())) {
+      uids.insert(profile.uid);
+    }
+    if (const auto profile = profileOf(request.get())) {
+      uids.insert(*profile);
+    }
   }
 
   std::set<int> existingProfiles() {
     std::set<int> existing;
-    for (const int uid : uids_) {
-      if (daemon_.cameras().doesProfileExist(uid)) existing.insert(uid);
+    for (const int uid : uids) {
+      if (daemon.getCameras().doesProfileExist(uid)) {
+        existing.insert(uid);
+      }
     }
     return existing;
   }
 
   State look() {
     State state;
-    state.configuration = daemon_.storage().read(CONFIGURATION);
-    state.settings = daemon_.storage().read(Daemon::SETTINGS);
-    state.drawing = daemon_.cameras().getVisualConfIdNbr();
+    state.configuration = daemon.storage().read(CONFIGURATION);
+    state.settings = daemon.storage().read(Daemon::SETTINGS);
+    state.drawing = daemon.getCameras().getVisualConfIdNbr();
     state.profiles = existingProfiles();
-    state.tracker = api_.ask({.text = R"({"apiVersion":"1.0","method":"getSentrel"})"});
+    state.tracker = api.ask({.text = R"({"apiVersion":"1.0","method":"getSentrel"})"});
     return state;
   }
 
@@ -327,51 +355,51 @@ class Judge {
 
   void readAnswer(const std::string& text) {
     require(text.starts_with(HEADER), "an answer begins with its header lines", text);
-    answer_ = decode(text.substr(std::string(HEADER).size()));
-    require(json_is_object(answer_.get()), "an answer is a JSON object", text);
-    const Json data = json_object_get(answer_.get(), "data");
-    const Json error = json_object_get(answer_.get(), "error");
+    answer = decode(text.substr(std::string(HEADER).size()));
+    require(json_is_object(answer.get()), "an answer is a JSON object", text);
+    const Json data = json_object_get(answer.get(), "data");
+    const Json error = json_object_get(answer.get(), "error");
     require((data != nullptr) != (error != nullptr), "an answer has data or an error", text);
-    require(json_object_size(answer_.get()) == 4, "and its header's three members", text);
-    code_ = textOf(error, "code", SUCCESS);
+    require(json_object_size(answer.get()) == 4, "and its header's three members", text);
+    code = textOf(error, "code", SUCCESS);
     if (error != nullptr) {
-      const auto known = MESSAGES.find(code_);
+      const auto known = MESSAGES.find(code);
       require(known != MESSAGES.end() && textOf(error, "message", "") == known->second,
               "every error has a code and its message", text);
     }
   }
 
   void checkHeader() const {
-    const Json answer = answer_.get();
-    require(textOf(answer, "apiVersion", "") == "1.0", "there is one version");
-    require(textOf(answer, "context", "none") == textOf(request_.get(), "context", ""),
+    const Json given = answer.get();
+    require(textOf(given, "apiVersion", "") == "1.0", "there is one version");
+    require(textOf(given, "context", "none") == textOf(request.get(), "context", ""),
             "the context comes back");
-    require(textOf(answer, "method", "none") == textOf(request_.get(), "method", "missingMethod"),
+    require(textOf(given, "method", "none") == textOf(request.get(), "method", "missingMethod"),
             "the method comes back");
   }
 
-  void checkMethod(const Request& request) {
-    const Version version = versionOf(request_.get());
-    const std::string method = textOf(request_.get(), "method", "missingMethod");
-    if (!request_) {
+  void checkMethod(const Request& asked) {
+    const Version version = versionOf(request.get());
+    const std::string method = textOf(request.get(), "method", "missingMethod");
+    if (!request) {
       expectNoChange(MALFORMED);
     } else if (!version.isValid) {
       expectNoChange(MISSING);
     } else if (!version.isSupported) {
       expectNoChange(VERSION_NOT_SUPPORTED);
     } else if (method == "setConfiguration") {
-      checkSetConfiguration(request.isStorageWorking);
+      checkSetConfiguration(asked.isStorageWorking);
     } else if (method == "getConfiguration") {
       checkGetConfiguration();
     } else if (method == "setSentrel") {
-      checkSetSentrel(request.isStorageWorking);
+      checkSetSentrel(asked.isStorageWorking);
     } else if (method == "getSentrel") {
       expectNoChange(SUCCESS);
-      expectData(settingsOf(before_).toJson().get());
+      expectData(settingsOf(before).toJson().get());
     } else if (method == "startVisualConfirmation") {
       checkStartDrawing();
     } else if (method == "stopVisualConfirmation") {
-      before_.drawing = -1;
+      before.drawing = -1;
       expectNoChange(SUCCESS);
     } else if (method == "sendAlarmEvent") {
       checkAlarm();
@@ -380,113 +408,134 @@ class Judge {
       expectData(JsonAutoPtr(json_pack("{s:[s]}", "apiVersions", "1.0")).get());
     } else if (method == "getConfigurationCapabilities") {
       expectNoChange(SUCCESS);
-      require(json_object_size(json_object_get(answer_.get(), "data")) == 4,
+      require(json_object_size(json_object_get(answer.get(), "data")) == 4,
               "there are four kinds of capabilities");
     } else {
       expectNoChange(method == "missingMethod" ? MISSING : METHOD_NOT_FOUND);
     }
   }
 
-  void expectCode(const std::string& code) const {
-    require(code_ == code, "the outcome is as it must", "found " + code_ + ", expected " + code);
+  void expectCode(const std::string& expected) const {
+    require(code == expected, "the outcome is as it must",
+            "found " + code + ", expected " + expected);
   }
 
   // Nothing but what is noted in the state before.
-  void expectNoChange(const std::string& code) const {
-    expectCode(code);
-    require(after_ == before_, "what is refused or only asked for changes nothing");
+  void expectNoChange(const std::string& expected) const {
+    expectCode(expected);
+    require(after == before, "what is refused or only asked for changes nothing");
   }
 
   void expectData(Json expected) const {
-    const Json data = json_object_get(answer_.get(), "data");
+    const Json data = json_object_get(answer.get(), "data");
     require(dump(data) == dump(expected), "the data is as it must", dump(data));
   }
 
   void checkSetConfiguration(bool isStorageWorking) {
-    if (!fuzz::isAcceptable(request_.get(), DEVICE)) {
-      expectNoChange(code_);
-      require(code_ == MALFORMED || code_ == MISSING || code_ == INVALID || code_ == CONTRADICTION,
-              "a refused configuration is told why", code_);
+    if (!fuzz::isAcceptable(request.get(), DEVICE)) {
+      expectNoChange(code);
+      require(code == MALFORMED || code == MISSING || code == INVALID || code == CONTRADICTION,
+              "a refused configuration is told why", code);
       return;
     }
     const std::string expected = expectedConfiguration();
-    if (!isStorageWorking || !decode(expected)) return expectNoChange(INTERNAL);
-    expectCode(SUCCESS);
-    require(after_.configuration == expected, "the document is stored", after_.configuration);
-    std::set<int> active;
-    for (const auto& camera : fuzz::activeCamerasOf(request_.get())) active.insert(camera.id);
-    std::set<int> profiles;
-    for (const auto& profile : fuzz::profilesOf(request_.get())) {
-      if (active.contains(profile.camera)) profiles.insert(profile.uid);
+    if (!isStorageWorking || !decode(expected)) {
+      return expectNoChange(INTERNAL);
     }
-    require(after_.profiles == profiles, "the profiles are those of the document");
-    require(after_.drawing == before_.drawing || after_.drawing == -1, "no drawing is switched on");
-    require(after_.settings == before_.settings && after_.tracker == before_.tracker,
+    expectCode(SUCCESS);
+    require(after.configuration == expected, "the document is stored", after.configuration);
+    std::set<int> active;
+    for (const auto& camera : fuzz::activeCamerasOf(request.get())) {
+      active.insert(camera.id);
+    }
+    std::set<int> profiles;
+    for (const auto& profile : fuzz::profilesOf(request.get())) {
+      if (active.contains(profile.camera)) {
+        profiles.insert(profile.uid);
+      }
+    }
+    require(after.profiles == profiles, "the profiles are those of the document");
+    require(after.drawing == before.drawing || after.drawing == -1, "no drawing is switched on");
+    require(after.settings == before.settings && after.tracker == before.tracker,
             "nothing else is changed");
     Parser parser;
-    require(parser.parse(after_.configuration, DataBoundaries()) == 0,
+    require(parser.parse(after.configuration, DataBoundaries()) == 0,
             "what is stored is accepted at the next start");
   }
 
   // The request with the number that counts the changes.
   std::string expectedConfiguration() const {
-    const JsonAutoPtr stored = decode(before_.configuration);
+    const JsonAutoPtr stored = decode(before.configuration);
     const Json number = json_object_get(paramsOf(stored.get()), "configurationStatus");
     const json_int_t last =
         std::clamp<json_int_t>(json_integer_value(number), INT32_MIN, INT32_MAX);
-    const JsonAutoPtr document(json_deep_copy(request_.get()));
+    const JsonAutoPtr document(json_deep_copy(request.get()));
     json_object_set_new(json_object_get(document.get(), "params"), "configurationStatus",
                         json_integer(last == INT32_MAX ? 1 : last + 1));
     return dump(document.get());
   }
 
   void checkGetConfiguration() {
-    const JsonAutoPtr stored = decode(before_.configuration);
+    const JsonAutoPtr stored = decode(before.configuration);
     const Json params = paramsOf(stored.get());
     expectNoChange(params != nullptr ? SUCCESS : INTERNAL);
-    if (params != nullptr) expectData(params);
+    if (params != nullptr) {
+      expectData(params);
+    }
   }
 
   void checkSetSentrel(bool isStorageWorking) {
-    if (paramsOf(request_.get()) == nullptr) return expectNoChange(MALFORMED);
-    Settings settings = settingsOf(before_);
-    expectCode(settings.change(paramsOf(request_.get())));
-    require(dump(settingsOf(after_).toJson().get()) == dump(settings.toJson().get()),
-            "settings before one that is out of range are taken", after_.tracker);
-    if (!isStorageWorking) {
-      require(after_.settings == before_.settings, "what cannot be stored leaves the file alone");
+    if (paramsOf(request.get()) == nullptr) {
+      return expectNoChange(MALFORMED);
     }
-    before_.settings = after_.settings;
-    before_.tracker = after_.tracker;
-    require(after_ == before_, "nothing else is changed");
+    Settings settings = settingsOf(before);
+    expectCode(settings.change(paramsOf(request.get())));
+    require(dump(settingsOf(after).toJson().get()) == dump(settings.toJson().get()),
+            "settings before one that is out of range are taken", after.tracker);
+    if (!isStorageWorking) {
+      require(after.settings == before.settings, "what cannot be stored leaves the file alone");
+    }
+    before.settings = after.settings;
+    before.tracker = after.tracker;
+    require(after == before, "nothing else is changed");
   }
 
   void checkStartDrawing() {
-    if (paramsOf(request_.get()) == nullptr) return expectNoChange(MALFORMED);
-    const auto profile = profileOf(request_.get());
-    if (!profile) return expectNoChange(namesNumber(request_.get()) ? INVALID : MISSING);
-    if (!before_.profiles.contains(*profile)) return expectNoChange(CONTRADICTION);
-    before_.drawing = *profile;
+    if (paramsOf(request.get()) == nullptr) {
+      return expectNoChange(MALFORMED);
+    }
+    const auto profile = profileOf(request.get());
+    if (!profile) {
+      return expectNoChange(namesNumber(request.get()) ? INVALID : MISSING);
+    }
+    if (!before.profiles.contains(*profile)) {
+      return expectNoChange(CONTRADICTION);
+    }
+    before.drawing = *profile;
     expectNoChange(SUCCESS);
   }
 
   void checkAlarm() {
-    if (paramsOf(request_.get()) == nullptr) return expectNoChange(MALFORMED);
-    const auto profile = profileOf(request_.get());
-    if (!profile) return expectNoChange(namesNumber(request_.get()) ? INVALID : MISSING);
-    expectNoChange(before_.profiles.contains(*profile) ? SUCCESS : INVALID);
+    if (paramsOf(request.get()) == nullptr) {
+      return expectNoChange(MALFORMED);
+    }
+    const auto profile = profileOf(request.get());
+    if (!profile) {
+      return expectNoChange(namesNumber(request.get()) ? INVALID : MISSING);
+    }
+    expectNoChange(before.profiles.contains(*profile) ? SUCCESS : INVALID);
   }
 
   using Parser = ConfigurationParser<TrackerGuardFactory>;
 
-  Daemon& daemon_;
-  Api& api_;
-  std::set<int> uids_;
-  JsonAutoPtr request_;  // repaired; null when it is no JSON
-  JsonAutoPtr answer_;
-  std::string code_;
-  State before_;
-  State after_;
+  Daemon& daemon;
+  Api& api;
+  std::set<int> uids;
+  JsonAutoPtr request;  // repaired; null when it is no JSON
+  JsonAutoPtr answer;
+  std::string code;
+  State before;
+  State after;
 };
 
 }  // namespace
@@ -495,11 +544,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const Session session = sessionOf(std::string(data, data + size));
   Daemon daemon(DEVICE);
   daemon.storage().remove(CONFIGURATION);
-  if (session.configuration) daemon.storage().write(CONFIGURATION, *session.configuration);
-  if (session.settings) daemon.storage().write(Daemon::SETTINGS, *session.settings);
+  if (session.configuration) {
+    daemon.storage().write(CONFIGURATION, *session.configuration);
+  }
+  if (session.settings) {
+    daemon.storage().write(Daemon::SETTINGS, *session.settings);
+  }
   Api api(daemon);
   Judge judge(daemon, api);
-  for (const Request& request : session.requests) judge.ask(request);
+  for (const Request& request : session.requests) {
+    judge.ask(request);
+  }
   require(daemon.storage().fileCount() <= 2, "no temporary file is left");
   return 0;
 }

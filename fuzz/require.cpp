@@ -6,11 +6,15 @@
 namespace fuzz {
 
 void require(bool holds, const char* what) {
-  if (!holds) require(false, what, "");
+  if (!holds) {
+    require(false, what, "");
+  }
 }
 
 void require(bool holds, const char* what, const std::string& details) {
-  if (holds) return;
+  if (holds) {
+    return;
+  }
   std::fprintf(stderr, "does not hold: %s\n%s\n", what, details.c_str());
   std::abort();
 }

@@ -127,7 +127,9 @@ void roundReals(json_t* value) {
   const char* key = nullptr;
   json_t* member = nullptr;
   std::size_t index = 0;
-  if (json_is_real(value)) json_real_set(value, rounded(json_real_value(value)));
+  if (json_is_real(value)) {
+    json_real_set(value, rounded(json_real_value(value)));
+  }
   json_object_foreach(value, key, member) roundReals(member);
   json_array_foreach(value, index, member) roundReals(member);
 }
@@ -136,12 +138,18 @@ bool canBeStored(Json value) {
   const char* key = nullptr;
   json_t* member = nullptr;
   std::size_t index = 0;
-  if (json_is_real(value)) return canBeStored(json_real_value(value));
+  if (json_is_real(value)) {
+    return canBeStored(json_real_value(value));
+  }
   json_object_foreach(const_cast<json_t*>(value), key, member) {
-    if (!canBeStored(member)) return false;
+    if (!canBeStored(member)) {
+      return false;
+    }
   }
   json_array_foreach(value, index, member) {
-    if (!canBeStored(member)) return false;
+    if (!canBeStored(member)) {
+      return false;
+    }
   }
   return true;
 }
@@ -226,11 +234,17 @@ Change takeChange(fuzz::Input& input) {
 // The object that a setter leaves, or null when it cannot be stored.
 JsonAutoPtr expectedAfter(const std::string& before, const Change& change) {
   JsonAutoPtr file = decode(before);
-  if (!file) file = JsonAutoPtr(json_object());
-  for (const Member& member : change.members) {
-    if (json_object_set(file.get(), member.key.c_str(), member.value.get()) != 0) return {};
+  if (!file) {
+    file = JsonAutoPtr(json_object());
   }
-  if (!canBeStored(file.get())) return {};
+  for (const Member& member : change.members) {
+    if (json_object_set(file.get(), member.key.c_str(), member.value.get()) != 0) {
+      return {};
+    }
+  }
+  if (!canBeStored(file.get())) {
+    return {};
+  }
   roundReals(file.get());
   return file;
 }
@@ -271,13 +285,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   // A change takes at most a name of 20 characters, or three numbers.
   constexpr std::size_t LONGEST_CHANGE = 24;
   const std::size_t control = changes * LONGEST_CHANGE;
-  const auto contents = input.bytes(size > control ? size - control : 0);
+  const auto contents = input.take(size > control ? size - control : 0);
   const std::string text(contents.begin(), contents.end());
   storage.write(FILE_NAME, text);
 
   require(readAll() == settingsOf(decode(text).get()), "every key is read by its own type", text);
   require(storage.read(FILE_NAME) == text, "reading changes nothing");
-  for (int i = 0; i < changes; ++i) checkChange(storage, input);
+  for (int i = 0; i < changes; ++i) {
+    checkChange(storage, input);
+  }
   require(storage.fileCount() == 1, "no temporary file is left");
   LogCapture::clear();
   return 0;
