@@ -145,7 +145,7 @@ void checkDecoding(const Bytes& bytes, const std::optional<Frame>& frame) {
     return;
   }
   const std::size_t announced = scene_area_size(bytes.data());
-  require(announced >= frame_format::kHeaderSize && announced <= bytes.size(),
+  require(announced >= frame_format::HEADER_SIZE && announced <= bytes.size(),
           "a frame is as long as it says");
   const std::span<const std::uint8_t> whole(bytes.data(), announced);
   require(decode(whole) == frame, "bytes behind a frame do not count");
@@ -529,11 +529,11 @@ Bytes takeBytes(fuzz::Input& input, int& crowds) {
   }
   const auto raw = input.take(static_cast<std::size_t>(input.byte()) * 4 + 24);
   Bytes bytes(raw.begin(), raw.end());
-  if (kind == 1 && bytes.size() >= frame_format::kHeaderSize) {
+  if (kind == 1 && bytes.size() >= frame_format::HEADER_SIZE) {
     const Bytes empty = encode(Frame());
     std::copy(empty.begin(), empty.begin() + 12, bytes.begin());  // what it is, length and version
     for (std::size_t i = 0; i < 4; ++i) {
-      bytes[frame_format::kLengthOffset + i] = static_cast<std::uint8_t>(bytes.size() >> (8 * i));
+      bytes[frame_format::LENGTH_OFFSET + i] = static_cast<std::uint8_t>(bytes.size() >> (8 * i));
     }
   }
   return bytes;

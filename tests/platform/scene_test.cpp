@@ -29,7 +29,7 @@ constexpr std::size_t kVersionAt = 8;
 constexpr std::size_t kPropertyCountAt = 12;
 constexpr std::size_t kObjectCountAt = 16;
 constexpr std::size_t kEventCountAt = 20;
-constexpr std::size_t kHeaderSize = 24;
+constexpr std::size_t HEADER_SIZE = 24;
 
 struct SceneDelete {
   void operator()(scene* s) const { scene_delete(s); }
@@ -74,7 +74,7 @@ Bytes smallFrame() {
   encoder.addEvent(SCENE_EVENT_DELETE, Values{5}, {});
   return encoder.bytes();
 }
-constexpr std::size_t kScenePropertyAt = kHeaderSize;
+constexpr std::size_t kScenePropertyAt = HEADER_SIZE;
 constexpr std::size_t kObjectAt = kScenePropertyAt + 16;
 constexpr std::size_t kObjectPropertyAt = kObjectAt + 8;
 constexpr std::size_t kEventAt = kObjectAt + 24;
@@ -302,8 +302,8 @@ TEST(SceneTest, TheAreaSizeOfOtherBytesIsZero) {
 
 TEST(SceneTest, TheAreaSizeIsLimited) {
   constexpr std::uint32_t most = 16 << 20;
-  EXPECT_EQ(0U, scene_area_size(withNumber(smallFrame(), kLengthAt, kHeaderSize - 1).data()));
-  EXPECT_EQ(kHeaderSize, scene_area_size(withNumber(smallFrame(), kLengthAt, kHeaderSize).data()));
+  EXPECT_EQ(0U, scene_area_size(withNumber(smallFrame(), kLengthAt, HEADER_SIZE - 1).data()));
+  EXPECT_EQ(HEADER_SIZE, scene_area_size(withNumber(smallFrame(), kLengthAt, HEADER_SIZE).data()));
   EXPECT_EQ(most, scene_area_size(withNumber(smallFrame(), kLengthAt, most).data()));
   EXPECT_EQ(0U, scene_area_size(withNumber(smallFrame(), kLengthAt, most + 1).data()));
 }
@@ -325,7 +325,7 @@ TEST(SceneTest, AFrameCutAnywhereIsRefused) {
 
 TEST(SceneTest, AFrameCutAnywhereWithItsLengthCorrectedIsRefused) {
   const Bytes frame = smallFrame();
-  for (std::size_t size = kHeaderSize; size < frame.size(); ++size) {
+  for (std::size_t size = HEADER_SIZE; size < frame.size(); ++size) {
     Bytes cut(frame.begin(), frame.begin() + static_cast<long>(size));
     put32(cut, kLengthAt, static_cast<std::uint32_t>(size));
     EXPECT_EQ(nullptr, decode(cut)) << size;
@@ -406,7 +406,7 @@ TEST(SceneTest, MutatedFramesDecodeFullyOrNotAtAll) {
 TEST(SceneTest, RandomBytesBehindAValidHeadDecodeFullyOrNotAtAll) {
   std::mt19937 random(99);
   for (int round = 0; round < 100'000; ++round) {
-    Bytes bytes(kHeaderSize + random() % 100);
+    Bytes bytes(HEADER_SIZE + random() % 100);
     // Small numbers and zeros are more likely to be believed than any others.
     for (auto& byte : bytes) {
       byte = random() % 2 == 0 ? 0 : static_cast<std::uint8_t>(random() % 4);
@@ -454,7 +454,7 @@ TEST(SceneEncoderTest, CountsMoreThan255PropertiesOfAnObject) {
 
 TEST(SceneEncoderTest, AFrameIsAtMost16MiB) {
   constexpr std::size_t most = std::size_t{16} << 20;
-  const std::vector<std::int32_t> values((most - kHeaderSize - 16) / 4, 1);
+  const std::vector<std::int32_t> values((most - HEADER_SIZE - 16) / 4, 1);
   SceneEncoder encoder;
   encoder.beginObject(1);
   encoder.addObjectProperty(SCENE_OBJ_PROP_POLYGON, values);

@@ -188,7 +188,7 @@ TEST_F(HttpServerTest, ACallbackThatWritesNothingLeavesTheRequestUnanswered) {
 }
 
 TEST_F(HttpServerTest, ABodyOfAlmostFourMiBIsHandedOn) {
-  const std::string body(kMaxHttpRequestSize - 100, 'b');
+  const std::string body(MAX_HTTP_REQUEST_SIZE - 100, 'b');
   EXPECT_EQ("Status: 200 OK\r\n\r\nfine", exchange(post(body)));
   EXPECT_EQ(body, application_.given.at(0).parameters.at(0).second);
 }
@@ -206,7 +206,7 @@ TEST_F(HttpServerTest, WhatIsNoRequestIsNotAnsweredAndTheNextOneIs) {
   const Bytes whole = encodeHttpRequest(post("body")).value();
   const Bytes cut(whole.begin(), whole.end() - 1);
   Bytes garbled = whole;
-  for (std::size_t i = kHttpLengthSize; i < garbled.size(); ++i) garbled[i] = 0xff;
+  for (std::size_t i = HTTP_LENGTH_SIZE; i < garbled.size(); ++i) garbled[i] = 0xff;
   EXPECT_EQ("", exchange(Bytes()));
   EXPECT_EQ("", exchange(Bytes{0, 0}));
   EXPECT_EQ("", exchange(Bytes{0, 0, 0, 0}));
@@ -341,7 +341,7 @@ bool operator==(const HttpRequest& a, const HttpRequest& b) {
 }
 
 std::optional<HttpRequest> decodeWhole(const Bytes& bytes) {
-  return decodeHttpRequest(std::span(bytes).subspan(kHttpLengthSize));
+  return decodeHttpRequest(std::span(bytes).subspan(HTTP_LENGTH_SIZE));
 }
 
 TEST(HttpWireTest, RequestsSurviveTheRoundTrip) {
@@ -351,8 +351,8 @@ TEST(HttpWireTest, RequestsSurviveTheRoundTrip) {
       {"/a/b", "POST", "x=1", {{"x", "1"}, {"x", ""}, {"", "y"}}, std::string("\0z\0", 3)}};
   for (const HttpRequest& request : requests) {
     const Bytes bytes = encodeHttpRequest(request).value();
-    EXPECT_EQ(bytes.size() - kHttpLengthSize,
-              httpRequestLength(std::span(bytes).first<kHttpLengthSize>()));
+    EXPECT_EQ(bytes.size() - HTTP_LENGTH_SIZE,
+              httpRequestLength(std::span(bytes).first<HTTP_LENGTH_SIZE>()));
     const std::optional<HttpRequest> decoded = decodeWhole(bytes);
     ASSERT_TRUE(decoded.has_value());
     EXPECT_TRUE(*decoded == request);
@@ -361,15 +361,15 @@ TEST(HttpWireTest, RequestsSurviveTheRoundTrip) {
 
 TEST(HttpWireTest, TheLengthIsBigEndian) {
   const Bytes bytes = {0x01, 0x02, 0x03, 0x04};
-  EXPECT_EQ(0x01020304U, httpRequestLength(std::span(bytes).first<kHttpLengthSize>()));
+  EXPECT_EQ(0x01020304U, httpRequestLength(std::span(bytes).first<HTTP_LENGTH_SIZE>()));
 }
 
 TEST(HttpWireTest, ARequestAboveFourMiBIsNotEncoded) {
   const std::size_t rest =
-      encodeHttpRequest(post(std::string(kMaxHttpRequestSize - 100, 'b'))).value().size() -
-      kHttpLengthSize - (kMaxHttpRequestSize - 100);
-  const std::size_t most = kMaxHttpRequestSize - rest;
-  EXPECT_EQ(kMaxHttpRequestSize + kHttpLengthSize,
+      encodeHttpRequest(post(std::string(MAX_HTTP_REQUEST_SIZE - 100, 'b'))).value().size() -
+      HTTP_LENGTH_SIZE - (MAX_HTTP_REQUEST_SIZE - 100);
+  const std::size_t most = MAX_HTTP_REQUEST_SIZE - rest;
+  EXPECT_EQ(MAX_HTTP_REQUEST_SIZE + HTTP_LENGTH_SIZE,
             encodeHttpRequest(post(std::string(most, 'b'))).value().size());
   EXPECT_EQ(std::nullopt, encodeHttpRequest(post(std::string(most + 1, 'b'))));
 }
@@ -380,7 +380,7 @@ TEST(HttpWireTest, MutatedRequestsDecodeOrAreRefused) {
       encodeHttpRequest({"/a/b", "POST", "x=1", {{"x", "1"}, {"y", "2"}}, "body"}).value();
   int refused = 0;
   for (int round = 0; round < 20'000; ++round) {
-    Bytes bytes(valid.begin() + kHttpLengthSize, valid.end());
+    Bytes bytes(valid.begin() + HTTP_LENGTH_SIZE, valid.end());
     for (std::size_t changes = 1 + random() % 3; changes > 0; --changes) {
       bytes[random() % bytes.size()] = static_cast<std::uint8_t>(random());
     }

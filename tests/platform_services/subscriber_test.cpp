@@ -195,13 +195,13 @@ TEST_F(SceneSubscriberTest, AsksForItsChannelAndProperties) {
     return request;
   };
   EXPECT_EQ("SUBSCRIBE 3 0\n", requestOf());
-  other.setEnabled(SceneSubscriber::kBoundingBox, true);
+  other.setEnabled(SceneSubscriber::BOUNDING_BOX, true);
   EXPECT_EQ("SUBSCRIBE 3 1\n", requestOf());
-  other.setEnabled(SceneSubscriber::kPolygon, true);
-  other.setEnabled(SceneSubscriber::kVelocity, true);
-  other.setEnabled(SceneSubscriber::kLowConfident, true);
+  other.setEnabled(SceneSubscriber::POLYGON, true);
+  other.setEnabled(SceneSubscriber::VELOCITY, true);
+  other.setEnabled(SceneSubscriber::LOW_CONFIDENT, true);
   EXPECT_EQ("SUBSCRIBE 3 15\n", requestOf());
-  other.setEnabled(SceneSubscriber::kBoundingBox, false);
+  other.setEnabled(SceneSubscriber::BOUNDING_BOX, false);
   EXPECT_EQ("SUBSCRIBE 3 14\n", requestOf());
 }
 
@@ -284,7 +284,7 @@ TEST_F(MuteServiceTest, AnAnswerThatIsCompleteWhenTheAttemptIsCutDoesNotCount) {
 TEST_F(MuteServiceTest, NothingElseIsPossibleDuringAnAttempt) {
   EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_BAD_STATE, patient_.subscribe());
   EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_BAD_STATE, patient_.setMessageCallback(nullptr));
-  EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_BAD_STATE, patient_.setEnabled(SceneSubscriber::kPolygon, true));
+  EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_BAD_STATE, patient_.setEnabled(SceneSubscriber::POLYGON, true));
   EXPECT_EQ(std::future_status::timeout, attempt_.wait_for(std::chrono::seconds(0)));
 }
 
@@ -457,9 +457,9 @@ TEST_F(SceneSubscriberTest, SettingsCannotChangeWhileSubscribed) {
   EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_BAD_STATE, subscriber_.setMessageCallback(nullptr));
   EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_BAD_STATE, subscriber_.setDisconnectCallback(nullptr));
   EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_BAD_STATE,
-            subscriber_.setEnabled(SceneSubscriber::kPolygon, true));
+            subscriber_.setEnabled(SceneSubscriber::POLYGON, true));
   EXPECT_EQ(0, subscriber_.unsubscribe());
-  EXPECT_EQ(0, subscriber_.setEnabled(SceneSubscriber::kPolygon, true));
+  EXPECT_EQ(0, subscriber_.setEnabled(SceneSubscriber::POLYGON, true));
 }
 
 TEST_F(SceneSubscriberTest, ANewSubscriptionFollowsAnEnd) {

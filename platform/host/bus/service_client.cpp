@@ -6,21 +6,23 @@
 
 namespace {
 
-constexpr int kTimeoutMs = 3000;
-constexpr int kSilentTimeoutMs = 500;
-constexpr const char* kBus = "org.freedesktop.DBus";
-constexpr const char* kBusPath = "/org/freedesktop/DBus";
+constexpr int TIMEOUT_MS = 3000;
+constexpr int SILENT_TIMEOUT_MS = 500;
+constexpr const char* BUS = "org.freedesktop.DBus";
+constexpr const char* BUS_PATH = "/org/freedesktop/DBus";
 
 GVariantPtr callBus(GDBusConnection* bus, const char* method, const char* name, const char* reply,
                     GError** error) {
   return GVariantPtr(g_dbus_connection_call_sync(
-      bus, kBus, kBusPath, kBus, method, g_variant_new("(s)", name), G_VARIANT_TYPE(reply),
-      G_DBUS_CALL_FLAGS_NONE, kTimeoutMs, nullptr, error));
+      bus, BUS, BUS_PATH, BUS, method, g_variant_new("(s)", name), G_VARIANT_TYPE(reply),
+      G_DBUS_CALL_FLAGS_NONE, TIMEOUT_MS, nullptr, error));
 }
 
 bool nameHasOwner(GDBusConnection* bus, const char* name, GError** error) {
   const GVariantPtr reply = callBus(bus, "NameHasOwner", name, "(b)", error);
-  if (!reply) return false;
+  if (!reply) {
+    return false;
+  }
   gboolean owned = FALSE;
   g_variant_get(reply.get(), "(b)", &owned);
   if (owned == FALSE) {
@@ -33,29 +35,35 @@ bool nameHasOwner(GDBusConnection* bus, const char* name, GError** error) {
 
 ServiceClient::ServiceClient(GObjectPtr<GDBusConnection> connection, const char* name,
                              const char* path)
-    : connection_(std::move(connection)), name_(name), path_(path) {}
+    : connection(std::move(connection)), name(name), path(path) {}
 
 std::unique_ptr<ServiceClient> ServiceClient::connect(const char* name, const char* path,
                                                       GError** error) {
   GObjectPtr<GDBusConnection> bus = openSystemBus(error);
-  if (!bus || !nameHasOwner(bus.get(), name, error)) return nullptr;
+  if (!bus || !nameHasOwner(bus.get(), name, error)) {
+    return nullptr;
+  }
   return std::unique_ptr<ServiceClient>(new ServiceClient(std::move(bus), name, path));
 }
 
 GObjectPtr<GDBusConnection> ServiceClient::bus(GError** error) const {
-  const std::scoped_lock lock(mutex_);
-  if (g_dbus_connection_is_closed(connection_.get())) {
+  const std::lock_guard lock(mutex);
+  if (g_dbus_connection_is_closed(connection.get())) {
     GObjectPtr<GDBusConnection> opened = openSystemBus(error);
-    if (!opened) return nullptr;
-    connection_ = std::move(opened);
+    if (!opened) {
+      return nullptr;
+    }
+    connection = std::move(opened);
   }
-  return GObjectPtr<GDBusConnection>(G_DBUS_CONNECTION(g_object_ref(connection_.get())));
+  return GObjectPtr<GDBusConnection>(G_DBUS_CONNECTION(g_object_ref(connection.get())));
 }
 
 std::string ServiceClient::owner(GDBusConnection* bus, GError** error) const {
-  const GVariantPtr reply = callBus(bus, "GetNameOwner", name(), "(s)", error);
+  const GVariantPtr reply = callBus(bus, "GetNameOwner", getName(), "(s)", error);
   const char* owner = "";
-  if (reply) g_variant_get(reply.get(), "(&s)", &owner);
+  if (reply) {
+    g_variant_get(reply.get(), "(&s)", &owner);
+  }
   return owner;
 }
 
@@ -63,19 +71,21 @@ GVariantPtr ServiceClient::call(const char* method, GVariant* arguments, const c
                                 GError** error) const {
   const GVariantPtr owned(arguments != nullptr ? g_variant_ref_sink(arguments) : nullptr);
   const GObjectPtr<GDBusConnection> connection = bus(error);
-  if (!connection) return nullptr;
-  return callOwner(connection.get(), name_, method, owned.get(), reply, error);
+  if (!connection) {
+    return nullptr;
+  }
+  return callOwner(connection.get(), name, method, owned.get(), reply, error);
 }
 
 GVariantPtr ServiceClient::callOwner(GDBusConnection* bus, const std::string& owner,
                                      const char* method, GVariant* arguments, const char* reply,
                                      GError** error) const {
   GError* failure = nullptr;
-  const int timeout = is_silent_ ? kSilentTimeoutMs : kTimeoutMs;
+  const int timeout = isSilent ? SILENT_TIMEOUT_MS : TIMEOUT_MS;
   GVariantPtr answer(g_dbus_connection_call_sync(
-      bus, owner.c_str(), path(), name(), method, arguments, G_VARIANT_TYPE(reply),
+      bus, owner.c_str(), getPath(), getName(), method, arguments, G_VARIANT_TYPE(reply),
       G_DBUS_CALL_FLAGS_NO_AUTO_START, timeout, nullptr, &failure));
-  is_silent_ = g_error_matches(failure, G_IO_ERROR, G_IO_ERROR_TIMED_OUT) != FALSE;
+  isSilent = g_error_matches(failure, G_IO_ERROR, G_IO_ERROR_TIMED_OUT) != FALSE;
   if (failure != nullptr) {
     g_dbus_error_strip_remote_error(failure);
     g_propagate_error(error, failure);
@@ -85,8 +95,8 @@ GVariantPtr ServiceClient::callOwner(GDBusConnection* bus, const std::string& ow
 
 void ServiceClient::callOwnerAsync(GDBusConnection* bus, const std::string& owner,
                                    const char* method, GVariant* arguments, const char* reply,
-                                   GAsyncReadyCallback done, void* user_data) const {
-  g_dbus_connection_call(bus, owner.c_str(), path(), name(), method, arguments,
-                         G_VARIANT_TYPE(reply), G_DBUS_CALL_FLAGS_NO_AUTO_START, kTimeoutMs,
-                         nullptr, done, user_data);
+                                   GAsyncReadyCallback done, void* userData) const {
+  g_dbus_connection_call(bus, owner.c_str(), getPath(), getName(), method, arguments,
+                         G_VARIANT_TYPE(reply), G_DBUS_CALL_FLAGS_NO_AUTO_START, TIMEOUT_MS,
+                         nullptr, done, userData);
 }

@@ -45,19 +45,19 @@ class ServiceClient {
   // with the signals that the service sends before and after it handles the call.
   void callOwnerAsync(GDBusConnection* bus, const std::string& owner, const char* method,
                       GVariant* arguments, const char* reply, GAsyncReadyCallback done,
-                      void* user_data) const;
+                      void* userData) const;
 
-  const char* name() const { return name_.c_str(); }
-  const char* path() const { return path_.c_str(); }
+  const char* getName() const { return name.c_str(); }
+  const char* getPath() const { return path.c_str(); }
 
  private:
   ServiceClient(GObjectPtr<GDBusConnection> connection, const char* name, const char* path);
 
-  mutable std::mutex mutex_;
-  mutable GObjectPtr<GDBusConnection> connection_;
-  mutable std::atomic<bool> is_silent_ = false;  // the last call was not answered in time
-  std::string name_;
-  std::string path_;
+  mutable std::mutex mutex;
+  mutable GObjectPtr<GDBusConnection> connection;
+  mutable std::atomic<bool> isSilent = false;  // the last call was not answered in time
+  std::string name;
+  std::string path;
 };
 
 #endif

@@ -11,12 +11,12 @@
 
 namespace {
 
-constexpr mode_t kModeOfNewFile = 0644;
-constexpr mode_t kPermissions = 07777;
+constexpr mode_t MODE_OF_NEW_FILE = 0644;
+constexpr mode_t PERMISSIONS = 07777;
 
 mode_t modeFor(const char* path) {
   struct stat status;
-  return stat(path, &status) == 0 ? status.st_mode & kPermissions : kModeOfNewFile;
+  return stat(path, &status) == 0 ? status.st_mode & PERMISSIONS : MODE_OF_NEW_FILE;
 }
 
 std::string_view textOf(const char* contents, gssize length) {

@@ -16,7 +16,9 @@ namespace confutils {
 namespace {
 
 void check(bool done, const std::string& what) {
-  if (!done) throw std::system_error(errno, std::generic_category(), what);
+  if (!done) {
+    throw std::system_error(errno, std::generic_category(), what);
+  }
 }
 
 std::string folderOf(const std::filesystem::path& path) {
@@ -36,7 +38,7 @@ bool swapNames(const std::string& a, const std::string& b) {
   return renameat2(AT_FDCWD, a.c_str(), AT_FDCWD, b.c_str(), RENAME_EXCHANGE) == 0;
 }
 
-constexpr std::string_view kRandomPart = "XXXXXX";
+constexpr std::string_view RANDOM_PART = "XXXXXX";
 
 // What the names of all temporary files of a path begin with.
 std::string prefixFor(const std::filesystem::path& path) {
@@ -44,82 +46,92 @@ std::string prefixFor(const std::filesystem::path& path) {
 }
 
 std::string templateFor(const std::filesystem::path& path) {
-  return path.parent_path() / (prefixFor(path) + std::string(kRandomPart));
+  return path.parent_path() / (prefixFor(path) + std::string(RANDOM_PART));
 }
 
 }  // namespace
 
 TemporaryFile::Descriptor::~Descriptor() {
-  if (number_ >= 0) close(number_);
+  if (number >= 0) {
+    close(number);
+  }
 }
 
 TemporaryFile::TemporaryFile(const std::string& path)
-    : path_(path),
-      folderPath_(folderOf(path)),
-      folder_(open(folderPath_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)),
-      temporaryPath_(templateFor(path)) {
-  check(folder_.get() >= 0, "Failed to open " + folderPath_);
+    : path(path),
+      folderPath(folderOf(path)),
+      folder(open(folderPath.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)),
+      temporaryPath(templateFor(path)) {
+  check(folder.get() >= 0, "Failed to open " + folderPath);
   // The lock ends with its process, however that ends: whatever is there now is nobody's.
-  if (lockWhole(folder_.get())) removeRemains();
-  file_ = mkostemp(temporaryPath_.data(), O_CLOEXEC);
-  check(file_ >= 0, "Failed to create a file in " + folderPath_);
+  if (lockWhole(folder.get())) {
+    removeRemains();
+  }
+  file = mkostemp(temporaryPath.data(), O_CLOEXEC);
+  check(file >= 0, "Failed to create a file in " + folderPath);
 }
 
 TemporaryFile::~TemporaryFile() {
-  close(file_);
-  unlink(temporaryPath_.c_str());
+  close(file);
+  unlink(temporaryPath.c_str());
 }
 
 void TemporaryFile::setMode(mode_t mode) {
-  check(fchmod(file_, mode) == 0, "Failed to set the mode of " + temporaryPath_);
+  check(fchmod(file, mode) == 0, "Failed to set the mode of " + temporaryPath);
 }
 
 void TemporaryFile::write(std::string_view contents) {
   while (!contents.empty()) {
-    const ssize_t written = ::write(file_, contents.data(), contents.size());
-    if (written < 0 && errno == EINTR) continue;
-    check(written >= 0, "Failed to write " + temporaryPath_);
+    const ssize_t written = ::write(file, contents.data(), contents.size());
+    if (written < 0 && errno == EINTR) {
+      continue;
+    }
+    check(written >= 0, "Failed to write " + temporaryPath);
     contents.remove_prefix(static_cast<size_t>(written));
   }
 }
 
 void TemporaryFile::removeRemains() const {
-  const std::string prefix = prefixFor(path_);
+  const std::string prefix = prefixFor(path);
   std::error_code ignored;
-  for (const auto& entry : std::filesystem::directory_iterator(folderPath_, ignored)) {
+  for (const auto& entry : std::filesystem::directory_iterator(folderPath, ignored)) {
     const std::string name = entry.path().filename();
-    if (name.size() == prefix.size() + kRandomPart.size() && name.starts_with(prefix)) {
+    if (name.size() == prefix.size() + RANDOM_PART.size() && name.starts_with(prefix)) {
       unlink(entry.path().c_str());
     }
   }
 }
 
 void TemporaryFile::replace() {
-  check(fsync(file_) == 0, "Failed to flush " + temporaryPath_);
+  check(fsync(file) == 0, "Failed to flush " + temporaryPath);
   const Taken_e taken = takeName();
-  if (fsync(folder_.get()) == 0) return;
+  if (fsync(folder.get()) == 0) {
+    return;
+  }
   const int error = errno;
   giveNameBack(taken);
-  throw std::system_error(error, std::generic_category(), "Failed to flush " + folderPath_);
+  throw std::system_error(error, std::generic_category(), "Failed to flush " + folderPath);
 }
 
 // A swap keeps the old file, under the temporary name. It would do so with a folder, too, which is
 // to be refused.
 TemporaryFile::Taken_e TemporaryFile::takeName() const {
-  const auto old = std::filesystem::symlink_status(path_);
+  const auto old = std::filesystem::symlink_status(path);
   if (std::filesystem::exists(old) && !std::filesystem::is_directory(old)) {
-    if (swapNames(temporaryPath_, path_)) return Taken_e::swapped;
-    check(errno == EINVAL || errno == ENOSYS, "Failed to replace " + path_);
+    if (swapNames(temporaryPath, path)) {
+      return Taken_e::swapped;
+    }
+    check(errno == EINVAL || errno == ENOSYS, "Failed to replace " + path);
   }
-  check(rename(temporaryPath_.c_str(), path_.c_str()) == 0, "Failed to replace " + path_);
+  check(rename(temporaryPath.c_str(), path.c_str()) == 0, "Failed to replace " + path);
   return std::filesystem::exists(old) ? Taken_e::replaced : Taken_e::free;
 }
 
 void TemporaryFile::giveNameBack(Taken_e taken) const {
   if (taken == Taken_e::swapped) {
-    swapNames(temporaryPath_, path_);
+    swapNames(temporaryPath, path);
   } else if (taken == Taken_e::free) {
-    rename(path_.c_str(), temporaryPath_.c_str());
+    rename(path.c_str(), temporaryPath.c_str());
   }
 }
 

@@ -31,14 +31,14 @@ class TemporaryFile {
  private:
   class Descriptor {
    public:
-    explicit Descriptor(int number) : number_(number) {}
+    explicit Descriptor(int number) : number(number) {}
     ~Descriptor();
     Descriptor(const Descriptor&) = delete;
     Descriptor& operator=(const Descriptor&) = delete;
-    int get() const { return number_; }
+    int get() const { return number; }
 
    private:
-    const int number_;
+    const int number;
   };
 
   // How the path's name was come by.
@@ -52,11 +52,11 @@ class TemporaryFile {
   Taken_e takeName() const;
   void giveNameBack(Taken_e taken) const;
 
-  const std::string path_;
-  const std::string folderPath_;
-  const Descriptor folder_;  // with the lock, where the file system has locks
-  std::string temporaryPath_;
-  int file_ = -1;
+  const std::string path;
+  const std::string folderPath;
+  const Descriptor folder;  // with the lock, where the file system has locks
+  std::string temporaryPath;
+  int file = -1;
 };
 
 }  // namespace confutils

@@ -28,8 +28,12 @@ void addEdges(const Paths& paths, bool isSubject, std::vector<Edge>& edges) {
     for (size_t i = 0; i < path.size(); ++i) {
       IntPoint low = path[i];
       IntPoint high = path[(i + 1) % path.size()];
-      if (low.Y == high.Y) continue;
-      if (low.Y > high.Y) std::swap(low, high);
+      if (low.Y == high.Y) {
+        continue;
+      }
+      if (low.Y > high.Y) {
+        std::swap(low, high);
+      }
       edges.push_back({static_cast<double>(low.X), static_cast<double>(low.Y),
                        static_cast<double>(high.X), static_cast<double>(high.Y), isSubject});
     }
@@ -44,10 +48,14 @@ std::vector<double> bandsOf(const std::vector<Edge>& edges) {
     for (auto b = a + 1; b != edges.end(); ++b) {
       const double low = std::max(a->lowY, b->lowY);
       const double high = std::min(a->highY, b->highY);
-      if (low >= high) continue;
+      if (low >= high) {
+        continue;
+      }
       const double atLow = a->xAt(low) - b->xAt(low);
       const double atHigh = a->xAt(high) - b->xAt(high);
-      if (atLow * atHigh < 0) heights.push_back(low + (high - low) * atLow / (atLow - atHigh));
+      if (atLow * atHigh < 0) {
+        heights.push_back(low + (high - low) * atLow / (atLow - atHigh));
+      }
     }
   }
   std::sort(heights.begin(), heights.end());
@@ -75,7 +83,9 @@ double widthAt(double y, const std::vector<Edge>& edges, ClipperLib::ClipType op
                Crossings& crossings) {
   crossings.clear();
   for (const Edge& edge : edges) {
-    if (edge.lowY < y && y < edge.highY) crossings.emplace_back(edge.xAt(y), edge.isSubject);
+    if (edge.lowY < y && y < edge.highY) {
+      crossings.emplace_back(edge.xAt(y), edge.isSubject);
+    }
   }
   std::sort(crossings.begin(), crossings.end());
   double width = 0;
@@ -83,7 +93,9 @@ double widthAt(double y, const std::vector<Edge>& edges, ClipperLib::ClipType op
   bool inSubject = false;
   bool inClip = false;
   for (const auto& [x, isSubject] : crossings) {
-    if (keeps(operation, inSubject, inClip)) width += x - left;
+    if (keeps(operation, inSubject, inClip)) {
+      width += x - left;
+    }
     (isSubject ? inSubject : inClip) ^= true;
     left = x;
   }
@@ -101,8 +113,9 @@ double measureArea(ClipperLib::ClipType operation, const Paths& subject, const P
   Crossings crossings;
   for (size_t i = 1; i < heights.size(); ++i) {
     const double height = heights[i] - heights[i - 1];
-    if (height > 0)
+    if (height > 0) {
       area += height * widthAt(heights[i - 1] + height / 2, edges, operation, crossings);
+    }
   }
   return area;
 }

@@ -22,22 +22,24 @@ using ClipperLib::Paths;
 // Steps of the clipping grid in one step of ours. Crossings are rounded to the finer grid, so that
 // an outline of one or two steps survives; 16-bit coordinates stay in the range in which the
 // clipping needs no 128-bit arithmetic.
-constexpr cInt kFine = 16384;
+constexpr cInt FINE = 16384;
 
 // Rounding to the grid may fold an outline over itself or make it touch itself. Each further round
 // takes such an outline for a new area. One that stays so is handed out with what it covers by the
 // even-odd rule.
-constexpr int kMaxRounds = 40;
+constexpr int MAX_ROUNDS = 40;
 
 Path toFine(Points points) {
   Path path;
   path.reserve(points.size());
-  for (const gm_point& point : points) path.emplace_back(point.x * kFine, point.y * kFine);
+  for (const gm_point& point : points) {
+    path.emplace_back(point.x * FINE, point.y * FINE);
+  }
   return path;
 }
 
 cInt nearestStep(cInt fine) {
-  return static_cast<cInt>(std::llround(static_cast<double>(fine) / kFine));
+  return static_cast<cInt>(std::llround(static_cast<double>(fine) / FINE));
 }
 
 gm_point toGrid(const IntPoint& point) {
@@ -52,8 +54,9 @@ bool isSame(const gm_point& a, const gm_point& b) {
 bool removeIdleVertex(Outline& outline) {
   const size_t count = outline.size();
   for (size_t i = 0; i < count; ++i) {
-    if (cross(outline[(i + count - 1) % count], outline[i], outline[(i + 1) % count]) != 0)
+    if (cross(outline[(i + count - 1) % count], outline[i], outline[(i + 1) % count]) != 0) {
       continue;
+    }
     outline.erase(outline.begin() + static_cast<std::ptrdiff_t>(i));
     return true;
   }
@@ -69,7 +72,9 @@ void tidy(Outline& outline) {
 Outline toGrid(const Path& path) {
   Outline outline;
   outline.reserve(path.size());
-  for (const IntPoint& point : path) outline.push_back(toGrid(point));
+  for (const IntPoint& point : path) {
+    outline.push_back(toGrid(point));
+  }
   tidy(outline);
   return outline;
 }
@@ -79,7 +84,9 @@ Outline touchesOn(gm_point from, gm_point to, const Outline& outline) {
   Outline touches;
   for (const gm_point& vertex : outline) {
     const bool isEnd = isSame(vertex, from) || isSame(vertex, to);
-    if (!isEnd && segmentsTouch(from, to, vertex, vertex)) touches.push_back(vertex);
+    if (!isEnd && segmentsTouch(from, to, vertex, vertex)) {
+      touches.push_back(vertex);
+    }
   }
   const auto distance = [from](const gm_point& point) {
     return std::abs(point.x - from.x) + std::abs(point.y - from.y);
@@ -98,18 +105,24 @@ std::vector<Outline> loopsOf(const Outline& outline) {
     Outline loop(first, open.end());
     open.erase(first, open.end());
     tidy(loop);
-    if (loop.size() >= 3) loops.push_back(std::move(loop));
+    if (loop.size() >= 3) {
+      loops.push_back(std::move(loop));
+    }
   };
   const auto visit = [&](const gm_point& point) {
     const auto seen = std::find_if(open.begin(), open.end(),
                                    [&](const gm_point& other) { return isSame(point, other); });
-    if (seen != open.end()) closeFrom(seen);
+    if (seen != open.end()) {
+      closeFrom(seen);
+    }
     open.push_back(point);
   };
   for (size_t i = 0; i < outline.size(); ++i) {
     visit(outline[i]);
     const gm_point& next = outline[(i + 1) % outline.size()];
-    for (const gm_point& touch : touchesOn(outline[i], next, outline)) visit(touch);
+    for (const gm_point& touch : touchesOn(outline[i], next, outline)) {
+      visit(touch);
+    }
   }
   closeFrom(open.begin());
   return loops;
@@ -119,7 +132,9 @@ Paths rotated(const Paths& paths, int quarterTurns) {
   Paths result = paths;
   for (Path& path : result) {
     for (IntPoint& point : path) {
-      for (int i = 0; i < quarterTurns; ++i) point = {-point.Y, point.X};
+      for (int i = 0; i < quarterTurns; ++i) {
+        point = {-point.Y, point.X};
+      }
     }
   }
   return result;
@@ -127,7 +142,9 @@ Paths rotated(const Paths& paths, int quarterTurns) {
 
 bool isRight(double expected, const Paths& result, double tolerance) {
   double area = 0;
-  for (const Path& path : result) area += ClipperLib::Area(path);
+  for (const Path& path : result) {
+    area += ClipperLib::Area(path);
+  }
   return std::fabs(area - expected) <= tolerance;
 }
 
@@ -138,9 +155,13 @@ std::optional<Paths> run(ClipperLib::ClipType operation, const Paths& subject, c
     ClipperLib::Clipper clipper(options);
     const bool hasSubject = clipper.AddPaths(rotated(subject, turns), ClipperLib::ptSubject, true);
     const bool hasClip = clipper.AddPaths(rotated(clip, turns), ClipperLib::ptClip, true);
-    if (!hasSubject && !hasClip) return Paths();
+    if (!hasSubject && !hasClip) {
+      return Paths();
+    }
     Paths result;
-    if (!clipper.Execute(operation, result, ClipperLib::pftEvenOdd)) return std::nullopt;
+    if (!clipper.Execute(operation, result, ClipperLib::pftEvenOdd)) {
+      return std::nullopt;
+    }
     return rotated(result, 4 - turns);
   } catch (const ClipperLib::clipperException&) {
     return std::nullopt;
@@ -156,7 +177,9 @@ Paths execute(ClipperLib::ClipType operation, const Paths& subject, const Paths&
   for (const int options : {int{ClipperLib::ioStrictlySimple}, 0}) {
     for (int turns = 0; turns < 4; ++turns) {
       std::optional<Paths> result = run(operation, subject, clip, options, turns);
-      if (result && isRight(expected, *result, tolerance)) return *std::move(result);
+      if (result && isRight(expected, *result, tolerance)) {
+        return *std::move(result);
+      }
     }
   }
   throw std::runtime_error("clipping failed");
@@ -164,7 +187,9 @@ Paths execute(ClipperLib::ClipType operation, const Paths& subject, const Paths&
 
 Paths toFine(const std::vector<Outline>& outlines) {
   Paths paths;
-  for (const Outline& outline : outlines) paths.push_back(toFine(outline));
+  for (const Outline& outline : outlines) {
+    paths.push_back(toFine(outline));
+  }
   return paths;
 }
 
@@ -200,12 +225,16 @@ Bounds boundsOf(const Paths& paths) {
 cInt cutThrough(const Path& hole, const Bounds& area) {
   const auto [low, high] = boundsOf(hole);
   const cInt middle = low.X + (high.X - low.X) / 2;
-  const cInt step = nearestStep(middle) * kFine;
-  if (step > low.X && step < high.X) return step;
+  const cInt step = nearestStep(middle) * FINE;
+  if (step > low.X && step < high.X) {
+    return step;
+  }
   for (size_t i = 0; i < hole.size(); ++i) {
     const cInt x = hole[i].X;
     const bool isUpright = x == hole[(i + 1) % hole.size()].X;
-    if (isUpright && x % kFine == 0 && x > area.low.X && x < area.high.X) return x;
+    if (isUpright && x % FINE == 0 && x > area.low.X && x < area.high.X) {
+      return x;
+    }
   }
   return middle;
 }
@@ -215,15 +244,21 @@ cInt cutThrough(const Path& hole, const Bounds& area) {
 Paths withoutHoles(const Paths& area) {
   Paths outlines;
   std::remove_copy_if(area.begin(), area.end(), std::back_inserter(outlines), isHole);
-  if (outlines.size() == area.size()) return area;
+  if (outlines.size() == area.size()) {
+    return area;
+  }
 
   const Bounds bounds = boundsOf(area);
   std::set<cInt> cuts;
   for (const Path& path : area) {
-    if (isHole(path)) cuts.insert(cutThrough(path, bounds));
+    if (isHole(path)) {
+      cuts.insert(cutThrough(path, bounds));
+    }
   }
   cuts.erase(bounds.low.X);
-  if (cuts.empty()) return outlines;  // the holes are as thin as the clipping can tell
+  if (cuts.empty()) {
+    return outlines;  // the holes are as thin as the clipping can tell
+  }
   cuts.insert(bounds.high.X);
 
   Paths pieces;
@@ -241,8 +276,10 @@ Paths withoutHoles(const Paths& area) {
 void collect(const Paths& area, int round, std::vector<Outline>& outlines) {
   for (const Path& path : withoutHoles(area)) {
     const Outline outline = toGrid(path);
-    if (outline.size() < 3) continue;
-    if (isSimple(outline) || round == kMaxRounds) {
+    if (outline.size() < 3) {
+      continue;
+    }
+    if (isSimple(outline) || round == MAX_ROUNDS) {
       outlines.push_back(outline);
       continue;
     }

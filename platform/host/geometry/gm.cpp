@@ -17,7 +17,7 @@ using geometry::Points;
 // Moments of area are cubes of coordinates: twice a coordinate needs 17 bits, the doubled area of a
 // triangle 34. Up to so many of them fit into 64 bits.
 __extension__ using Wide = __int128;
-constexpr size_t kFewVertices = 2048;
+constexpr size_t FEW_VERTICES = 2048;
 
 struct Free {
   void operator()(void* memory) const { std::free(memory); }
@@ -27,7 +27,9 @@ template <typename T>
 using Allocated = std::unique_ptr<T, Free>;
 
 Points pointsOf(const gm_point* points, int count) {
-  if (points == nullptr || count <= 0) return {};
+  if (points == nullptr || count <= 0) {
+    return {};
+  }
   return {points, static_cast<size_t>(count)};
 }
 
@@ -38,8 +40,12 @@ bool isUsable(const gm_point* points, int count) {
 // To the nearest integer, halves away from zero.
 template <typename Integer>
 Integer roundedQuotient(Integer dividend, Integer divisor) {
-  if (divisor < 0) return roundedQuotient<Integer>(-dividend, -divisor);
-  if (dividend < 0) return -roundedQuotient<Integer>(-dividend, divisor);
+  if (divisor < 0) {
+    return roundedQuotient<Integer>(-dividend, -divisor);
+  }
+  if (dividend < 0) {
+    return -roundedQuotient<Integer>(-dividend, divisor);
+  }
   const Integer quotient = dividend / divisor;
   const Integer rest = dividend % divisor;
   return quotient + (rest >= divisor - rest ? 1 : 0);
@@ -57,7 +63,9 @@ Wide scaled(int16_t coordinate, int32_t scale) {
 // 0, or -1 without writing when there is none on the grid.
 template <typename Sum>
 int centroidOf(Points points, gm_point* centroid) {
-  if (points.empty()) return -1;
+  if (points.empty()) {
+    return -1;
+  }
   // Triangles of the origin with every edge: doubled areas, and six times their moments.
   Sum area = 0;
   Sum momentX = 0;
@@ -70,10 +78,14 @@ int centroidOf(Points points, gm_point* centroid) {
     momentY += static_cast<Sum>(from.y + to.y) * triangle;
     from = to;
   }
-  if (area == 0) return -1;
+  if (area == 0) {
+    return -1;
+  }
   const Sum x = roundedQuotient<Sum>(momentX, 3 * area);
   const Sum y = roundedQuotient<Sum>(momentY, 3 * area);
-  if (!fitsGrid(x) || !fitsGrid(y)) return -1;
+  if (!fitsGrid(x) || !fitsGrid(y)) {
+    return -1;
+  }
   *centroid = {static_cast<int16_t>(x), static_cast<int16_t>(y)};
   return 0;
 }
@@ -81,13 +93,17 @@ int centroidOf(Points points, gm_point* centroid) {
 template <typename T>
 T* allocate(size_t count) {
   void* const memory = std::calloc(count, sizeof(T));
-  if (memory == nullptr) throw std::bad_alloc();
+  if (memory == nullptr) {
+    throw std::bad_alloc();
+  }
   return static_cast<T*>(memory);
 }
 
 // Hands the outlines over to the caller of the C function.
 int handOver(const std::vector<Outline>& outlines, gm_point*** results, int** counts) {
-  if (outlines.empty()) return 0;
+  if (outlines.empty()) {
+    return 0;
+  }
   std::vector<Allocated<gm_point>> arrays;
   Allocated<int> lengths(allocate<int>(outlines.size()));
   for (const Outline& outline : outlines) {
@@ -96,7 +112,9 @@ int handOver(const std::vector<Outline>& outlines, gm_point*** results, int** co
     std::copy(outline.begin(), outline.end(), arrays.back().get());
   }
   *results = allocate<gm_point*>(outlines.size());
-  for (size_t i = 0; i < arrays.size(); ++i) (*results)[i] = arrays[i].release();
+  for (size_t i = 0; i < arrays.size(); ++i) {
+    (*results)[i] = arrays[i].release();
+  }
   *counts = lengths.release();
   return static_cast<int>(outlines.size());
 }
@@ -107,29 +125,33 @@ int gm_inside_p(gm_point point, const gm_point* polygon, int count) {
   return geometry::isInside(point, pointsOf(polygon, count));
 }
 
-int gm_intersect_pp(const gm_point* a, int a_count, const gm_point* b, int b_count) {
-  return geometry::polygonsTouch(pointsOf(a, a_count), pointsOf(b, b_count));
+int gm_intersect_pp(const gm_point* a, int aCount, const gm_point* b, int bCount) {
+  return geometry::polygonsTouch(pointsOf(a, aCount), pointsOf(b, bCount));
 }
 
-int gm_intersect_ps(const gm_point* polygon, int polygon_count, const gm_point* line,
-                    int line_count) {
-  return geometry::polygonTouchesLine(pointsOf(polygon, polygon_count), pointsOf(line, line_count));
+int gm_intersect_ps(const gm_point* polygon, int polygonCount, const gm_point* line,
+                    int lineCount) {
+  return geometry::polygonTouchesLine(pointsOf(polygon, polygonCount), pointsOf(line, lineCount));
 }
 
-int gm_intersect_ss(const gm_point* a, int a_count, const gm_point* b, int b_count) {
-  return geometry::linesTouch(pointsOf(a, a_count), pointsOf(b, b_count));
+int gm_intersect_ss(const gm_point* a, int aCount, const gm_point* b, int bCount) {
+  return geometry::linesTouch(pointsOf(a, aCount), pointsOf(b, bCount));
 }
 
 int gm_centroid_p(const gm_point* polygon, int count, gm_point* centroid) {
   const Points points = pointsOf(polygon, count);
-  return points.size() <= kFewVertices ? centroidOf<int64_t>(points, centroid)
+  return points.size() <= FEW_VERTICES ? centroidOf<int64_t>(points, centroid)
                                        : centroidOf<Wide>(points, centroid);
 }
 
 int gm_transform_scale(gm_point* vertices, int count, const int32_t scale[2]) {
-  if (!isUsable(vertices, count)) return -1;
+  if (!isUsable(vertices, count)) {
+    return -1;
+  }
   for (const gm_point& vertex : pointsOf(vertices, count)) {
-    if (!fitsGrid(scaled(vertex.x, scale[0])) || !fitsGrid(scaled(vertex.y, scale[1]))) return -1;
+    if (!fitsGrid(scaled(vertex.x, scale[0])) || !fitsGrid(scaled(vertex.y, scale[1]))) {
+      return -1;
+    }
   }
   for (int i = 0; i < count; ++i) {
     vertices[i] = {static_cast<int16_t>(scaled(vertices[i].x, scale[0])),
@@ -138,14 +160,16 @@ int gm_transform_scale(gm_point* vertices, int count, const int32_t scale[2]) {
   return 0;
 }
 
-int gm_clip_pp(const gm_point* subject, int subject_count, const gm_point* clip, int clip_count,
+int gm_clip_pp(const gm_point* subject, int subjectCount, const gm_point* clip, int clipCount,
                gm_clip_e operation, gm_point*** results, int** counts) {
   *results = nullptr;
   *counts = nullptr;
-  if (!isUsable(subject, subject_count) || !isUsable(clip, clip_count)) return -1;
+  if (!isUsable(subject, subjectCount) || !isUsable(clip, clipCount)) {
+    return -1;
+  }
   try {
     return handOver(
-        geometry::clip(pointsOf(subject, subject_count), pointsOf(clip, clip_count), operation),
+        geometry::clip(pointsOf(subject, subjectCount), pointsOf(clip, clipCount), operation),
         results, counts);
   } catch (const std::exception&) {
     return -1;

@@ -30,7 +30,9 @@ bool edgesTouch(const Edge& a, const Edge& b) {
 
 bool edgeTouchesPolygon(const Edge& edge, Points polygon) {
   for (size_t i = 0; i < polygon.size(); ++i) {
-    if (edgesTouch(edge, polygonEdge(polygon, i))) return true;
+    if (edgesTouch(edge, polygonEdge(polygon, i))) {
+      return true;
+    }
   }
   return false;
 }
@@ -65,11 +67,15 @@ bool isInside(gm_point point, Points polygon) {
   for (size_t i = 0; i < polygon.size(); ++i) {
     const auto [from, to] = polygonEdge(polygon, i);
     const int64_t side = cross(from, to, point);
-    if (side == 0 && boxesOverlap(from, to, point, point)) return true;
+    if (side == 0 && boxesOverlap(from, to, point, point)) {
+      return true;
+    }
     // The ray to the right crosses an edge that the point lies to the left of. A vertex at the
     // height of the ray belongs to the edge above it, so that no vertex counts twice.
     const bool spansHeight = (from.y > point.y) != (to.y > point.y);
-    if (spansHeight && (side > 0) == (to.y > from.y)) inside = !inside;
+    if (spansHeight && (side > 0) == (to.y > from.y)) {
+      inside = !inside;
+    }
   }
   return inside;
 }
@@ -77,17 +83,25 @@ bool isInside(gm_point point, Points polygon) {
 // Where no edges meet, each border lies wholly inside or wholly outside the other area, and one of
 // its points tells which.
 bool polygonsTouch(Points a, Points b) {
-  if (a.empty() || b.empty()) return false;
+  if (a.empty() || b.empty()) {
+    return false;
+  }
   for (size_t i = 0; i < a.size(); ++i) {
-    if (edgeTouchesPolygon(polygonEdge(a, i), b)) return true;
+    if (edgeTouchesPolygon(polygonEdge(a, i), b)) {
+      return true;
+    }
   }
   return isInside(a.front(), b) || isInside(b.front(), a);
 }
 
 bool polygonTouchesLine(Points polygon, Points line) {
-  if (polygon.empty() || line.empty()) return false;
+  if (polygon.empty() || line.empty()) {
+    return false;
+  }
   for (size_t i = 0; i < lineEdges(line); ++i) {
-    if (edgeTouchesPolygon(lineEdge(line, i), polygon)) return true;
+    if (edgeTouchesPolygon(lineEdge(line, i), polygon)) {
+      return true;
+    }
   }
   return isInside(line.front(), polygon);
 }
@@ -95,7 +109,9 @@ bool polygonTouchesLine(Points polygon, Points line) {
 bool linesTouch(Points a, Points b) {
   for (size_t i = 0; i < lineEdges(a); ++i) {
     for (size_t j = 0; j < lineEdges(b); ++j) {
-      if (edgesTouch(lineEdge(a, i), lineEdge(b, j))) return true;
+      if (edgesTouch(lineEdge(a, i), lineEdge(b, j))) {
+        return true;
+      }
     }
   }
   return false;
@@ -106,7 +122,9 @@ bool isSimple(Points polygon) {
   for (size_t i = 0; i < count; ++i) {
     for (size_t j = i + 2; j < count; ++j) {
       const bool neighbours = i == 0 && j == count - 1;
-      if (!neighbours && edgesTouch(polygonEdge(polygon, i), polygonEdge(polygon, j))) return false;
+      if (!neighbours && edgesTouch(polygonEdge(polygon, i), polygonEdge(polygon, j))) {
+        return false;
+      }
     }
   }
   return true;

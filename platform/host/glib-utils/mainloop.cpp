@@ -15,15 +15,19 @@ gpointer runMainLoop(gpointer) {
 }
 
 void start(const char* appName, const char* niceName) {
-  if (appName != nullptr) g_set_prgname(appName);
-  if (niceName != nullptr) g_set_application_name(niceName);
+  if (appName != nullptr) {
+    g_set_prgname(appName);
+  }
+  if (niceName != nullptr) {
+    g_set_application_name(niceName);
+  }
   g_thread_unref(g_thread_new("mainloop", runMainLoop, nullptr));
 }
 
 }  // namespace
 
 // This machine shows an application's names nowhere but in GLib's messages, and no topic at all.
-void mainloop_start(const char* app_name, const char* nice_name, const char* /*topic0*/) {
+void mainloop_start(const char* appName, const char* niceName, const char* /*topic0*/) {
   static std::once_flag started;
-  std::call_once(started, start, app_name, nice_name);
+  std::call_once(started, start, appName, niceName);
 }

@@ -5,11 +5,11 @@
 
 namespace {
 
-constexpr const char* kName = "com.orva.EventService";
-constexpr const char* kPath = "/com/orva/EventService";
-constexpr const char* kSentType = "(ua(ssavusss)x)";
-constexpr const char* kListType = "(a(uba(ssavusss)x))";
-constexpr guint kLookForBusMs = 500;
+constexpr const char* NAME = "com.orva.EventService";
+constexpr const char* PATH = "/com/orva/EventService";
+constexpr const char* SENT_TYPE = "(ua(ssavusss)x)";
+constexpr const char* LIST_TYPE = "(a(uba(ssavusss)x))";
+constexpr guint LOOK_FOR_BUS_MS = 500;
 
 using SubscriptionPtr = std::shared_ptr<Subscription>;
 
@@ -37,19 +37,23 @@ void presentState(Subscription& subscription, GVariant* list) {
   g_variant_iter_init(&iter, events.get());
   while (const GVariantPtr event{g_variant_iter_next_value(&iter)}) {
     gboolean stateless = FALSE;
-    GVariant* raw_keys = nullptr;
+    GVariant* rawKeys = nullptr;
     gint64 time = 0;
-    g_variant_get(event.get(), "(ub@a(ssavusss)x)", nullptr, &stateless, &raw_keys, &time);
-    const GVariantPtr keys(raw_keys);
-    if (stateless == FALSE) subscription.present(EventKeys::fromVariant(keys.get()), time);
+    g_variant_get(event.get(), "(ub@a(ssavusss)x)", nullptr, &stateless, &rawKeys, &time);
+    const GVariantPtr keys(rawKeys);
+    if (stateless == FALSE) {
+      subscription.present(EventKeys::fromVariant(keys.get()), time);
+    }
   }
 }
 
 // Takes over a SubscriptionPtr on the heap. A service that has gone has no present state.
-void onPresentState(GObject* bus, GAsyncResult* result, void* user_data) {
-  const std::unique_ptr<SubscriptionPtr> subscription(static_cast<SubscriptionPtr*>(user_data));
+void onPresentState(GObject* bus, GAsyncResult* result, void* userData) {
+  const std::unique_ptr<SubscriptionPtr> subscription(static_cast<SubscriptionPtr*>(userData));
   const GVariantPtr list(g_dbus_connection_call_finish(G_DBUS_CONNECTION(bus), result, nullptr));
-  if (list) presentState(**subscription, list.get());
+  if (list) {
+    presentState(**subscription, list.get());
+  }
   (*subscription)->goLive();
 }
 
@@ -58,44 +62,50 @@ void onPresentState(GObject* bus, GAsyncResult* result, void* user_data) {
 class EventHandler::Subscriptions {
  public:
   void add(std::uint32_t id, SubscriptionPtr subscription) {
-    const std::scoped_lock lock(mutex_);
-    subscriptions_.emplace(id, std::move(subscription));
+    const std::lock_guard lock(mutex);
+    subscriptions.emplace(id, std::move(subscription));
   }
 
   // Null when there is no such subscription.
   SubscriptionPtr take(std::uint32_t id) {
-    const std::scoped_lock lock(mutex_);
-    const auto found = subscriptions_.find(id);
-    return found == subscriptions_.end() ? nullptr : subscriptions_.extract(found).mapped();
+    const std::lock_guard lock(mutex);
+    const auto found = subscriptions.find(id);
+    return found == subscriptions.end() ? nullptr : subscriptions.extract(found).mapped();
   }
 
   std::vector<SubscriptionPtr> all() {
-    const std::scoped_lock lock(mutex_);
+    const std::lock_guard lock(mutex);
     std::vector<SubscriptionPtr> result;
-    for (const auto& [id, subscription] : subscriptions_) result.push_back(subscription);
+    for (const auto& [id, subscription] : subscriptions) {
+      result.push_back(subscription);
+    }
     return result;
   }
 
   static void onSent(GDBusConnection* /*bus*/, const char* /*sender*/, const char* /*path*/,
                      const char* /*interface*/, const char* /*signal*/, GVariant* arguments,
-                     void* user_data) {
-    if (!g_variant_is_of_type(arguments, G_VARIANT_TYPE(kSentType))) return;
-    GVariant* raw_keys = nullptr;
+                     void* userData) {
+    if (!g_variant_is_of_type(arguments, G_VARIANT_TYPE(SENT_TYPE))) {
+      return;
+    }
+    GVariant* rawKeys = nullptr;
     gint64 time = 0;
-    g_variant_get(arguments, "(u@a(ssavusss)x)", nullptr, &raw_keys, &time);
-    const GVariantPtr owned(raw_keys);
+    g_variant_get(arguments, "(u@a(ssavusss)x)", nullptr, &rawKeys, &time);
+    const GVariantPtr owned(rawKeys);
     const EventKeys keys = EventKeys::fromVariant(owned.get());
-    const auto& self = *static_cast<std::shared_ptr<Subscriptions>*>(user_data);
-    for (const SubscriptionPtr& subscription : self->all()) subscription->deliver(keys, time);
+    const auto& self = *static_cast<std::shared_ptr<Subscriptions>*>(userData);
+    for (const SubscriptionPtr& subscription : self->all()) {
+      subscription->deliver(keys, time);
+    }
   }
 
-  static void release(void* user_data) {
-    delete static_cast<std::shared_ptr<Subscriptions>*>(user_data);
+  static void release(void* userData) {
+    delete static_cast<std::shared_ptr<Subscriptions>*>(userData);
   }
 
  private:
-  std::mutex mutex_;
-  std::map<std::uint32_t, SubscriptionPtr> subscriptions_;
+  std::mutex mutex;
+  std::map<std::uint32_t, SubscriptionPtr> subscriptions;
 };
 
 // What is called on the main context; each is given a weak pointer of its own, as the handler may
@@ -111,11 +121,15 @@ struct EventHandler::Signals {
   static void onOwnerChanged(GDBusConnection* /*bus*/, const char* /*sender*/, const char* /*path*/,
                              const char* /*interface*/, const char* /*signal*/,
                              GVariant* /*arguments*/, void* weak) {
-    if (const auto self = handler(weak)) self->ownerChanged();
+    if (const auto self = handler(weak)) {
+      self->ownerChanged();
+    }
   }
 
   static void onClosed(GDBusConnection* bus, gboolean /*by_peer*/, GError* /*error*/, void* weak) {
-    if (const auto self = handler(weak)) self->busLost(bus);
+    if (const auto self = handler(weak)) {
+      self->busLost(bus);
+    }
   }
 
   static gboolean onLookForBus(void* weak) {
@@ -128,13 +142,15 @@ struct EventHandler::Signals {
 };
 
 EventHandler::EventHandler(std::unique_ptr<ServiceClient> service)
-    : service_(std::move(service)), subscriptions_(std::make_shared<Subscriptions>()) {}
+    : service(std::move(service)), subscriptions(std::make_shared<Subscriptions>()) {}
 
 std::shared_ptr<EventHandler> EventHandler::create(GError** error) {
-  std::unique_ptr<ServiceClient> service = ServiceClient::connect(kName, kPath, error);
-  if (!service) return nullptr;
+  std::unique_ptr<ServiceClient> service = ServiceClient::connect(NAME, PATH, error);
+  if (!service) {
+    return nullptr;
+  }
   std::shared_ptr<EventHandler> handler(new EventHandler(std::move(service)));
-  const std::scoped_lock lock(handler->calls_);
+  const std::lock_guard lock(handler->calls);
   return handler->attach(error) ? handler : nullptr;
 }
 
@@ -143,15 +159,19 @@ EventHandler::~EventHandler() {
 }
 
 void EventHandler::shutDown() {
-  for (const SubscriptionPtr& subscription : subscriptions_->all()) subscription->close();
-  const std::scoped_lock lock(calls_);
-  is_shut_down_ = true;
+  for (const SubscriptionPtr& subscription : subscriptions->all()) {
+    subscription->close();
+  }
+  const std::lock_guard lock(calls);
+  isShutDown = true;
   stopListening();
   // A service that fails once may take the whole time-out for each of the others.
-  for (const auto& [declaration, event] : declarations_) {
-    if (owner_.empty() || event.id == 0) continue;
-    if (!service_->callOwner(bus_.get(), owner_, "Undeclare", g_variant_new("(u)", event.id), "()",
-                             nullptr)) {
+  for (const auto& [declaration, event] : declarations) {
+    if (owner.empty() || event.id == 0) {
+      continue;
+    }
+    if (!service->callOwner(bus.get(), owner, "Undeclare", g_variant_new("(u)", event.id), "()",
+                            nullptr)) {
       break;
     }
   }
@@ -161,57 +181,75 @@ void EventHandler::shutDown() {
 
 // True when there is an owner of the service that knows what there is to know.
 bool EventHandler::attach(GError** error) {
-  GObjectPtr<GDBusConnection> bus = service_->bus(error);
-  if (!bus) {
+  GObjectPtr<GDBusConnection> connection = service->bus(error);
+  if (!connection) {
     detach();
     return false;
   }
-  if (bus != bus_) listenOn(std::move(bus));
-  if (!owner_.empty()) return true;
-  owner_ = service_->owner(bus_.get(), error);
-  return !owner_.empty() && tellEverything(error);
+  if (connection != bus) {
+    listenOn(std::move(connection));
+  }
+  if (!owner.empty()) {
+    return true;
+  }
+  owner = service->owner(bus.get(), error);
+  return !owner.empty() && tellEverything(error);
 }
 
-void EventHandler::listenOn(GObjectPtr<GDBusConnection> bus) {
+void EventHandler::listenOn(GObjectPtr<GDBusConnection> connection) {
   stopListening();
   detach();
-  bus_ = std::move(bus);
-  owner_signal_ = g_dbus_connection_signal_subscribe(
-      bus_.get(), "org.freedesktop.DBus", "org.freedesktop.DBus", "NameOwnerChanged",
-      "/org/freedesktop/DBus", service_->name(), G_DBUS_SIGNAL_FLAGS_NONE, &Signals::onOwnerChanged,
-      Signals::of(*this), &Signals::release);
-  closed_signal_ =
-      g_signal_connect_data(bus_.get(), "closed", G_CALLBACK(&Signals::onClosed),
-                            Signals::of(*this), &Signals::releaseClosure, GConnectFlags{});
-  if (!subscriptions_->all().empty()) listenToSent();
+  bus = std::move(connection);
+  ownerSignal = g_dbus_connection_signal_subscribe(
+      bus.get(), "org.freedesktop.DBus", "org.freedesktop.DBus", "NameOwnerChanged",
+      "/org/freedesktop/DBus", service->getName(), G_DBUS_SIGNAL_FLAGS_NONE,
+      &Signals::onOwnerChanged, Signals::of(*this), &Signals::release);
+  closedSignal =
+      g_signal_connect_data(bus.get(), "closed", G_CALLBACK(&Signals::onClosed), Signals::of(*this),
+                            &Signals::releaseClosure, GConnectFlags{});
+  if (!subscriptions->all().empty()) {
+    listenToSent();
+  }
 }
 
 void EventHandler::listenToSent() {
-  if (sent_signal_ != 0) return;
-  sent_signal_ = g_dbus_connection_signal_subscribe(
-      bus_.get(), service_->name(), service_->name(), "Sent", service_->path(), nullptr,
+  if (sentSignal != 0) {
+    return;
+  }
+  sentSignal = g_dbus_connection_signal_subscribe(
+      bus.get(), service->getName(), service->getName(), "Sent", service->getPath(), nullptr,
       G_DBUS_SIGNAL_FLAGS_NONE, &Subscriptions::onSent,
-      new std::shared_ptr<Subscriptions>(subscriptions_), &Subscriptions::release);
+      new std::shared_ptr<Subscriptions>(subscriptions), &Subscriptions::release);
 }
 
 void EventHandler::stopListening() {
-  if (!bus_) return;
-  if (owner_signal_ != 0) g_dbus_connection_signal_unsubscribe(bus_.get(), owner_signal_);
-  if (sent_signal_ != 0) g_dbus_connection_signal_unsubscribe(bus_.get(), sent_signal_);
-  if (closed_signal_ != 0) g_signal_handler_disconnect(bus_.get(), closed_signal_);
-  owner_signal_ = 0;
-  sent_signal_ = 0;
-  closed_signal_ = 0;
+  if (!bus) {
+    return;
+  }
+  if (ownerSignal != 0) {
+    g_dbus_connection_signal_unsubscribe(bus.get(), ownerSignal);
+  }
+  if (sentSignal != 0) {
+    g_dbus_connection_signal_unsubscribe(bus.get(), sentSignal);
+  }
+  if (closedSignal != 0) {
+    g_signal_handler_disconnect(bus.get(), closedSignal);
+  }
+  ownerSignal = 0;
+  sentSignal = 0;
+  closedSignal = 0;
 }
 
 // The service knows nothing any more.
 void EventHandler::detach() {
-  owner_.clear();
-  for (auto& [declaration, event] : declarations_) event.id = 0;
+  owner.clear();
+  for (auto& [declaration, event] : declarations) {
+    event.id = 0;
+  }
 }
 
 bool EventHandler::tellEverything(GError** error) {
-  for (auto& [declaration, event] : declarations_) {
+  for (auto& [declaration, event] : declarations) {
     GError* failure = nullptr;
     if (!tellDeclaration(event, &failure) && (isAway(failure) || isSilent(failure))) {
       g_propagate_error(error, failure);
@@ -220,7 +258,7 @@ bool EventHandler::tellEverything(GError** error) {
     }
     g_clear_error(&failure);
   }
-  for (const SubscriptionPtr& subscription : subscriptions_->all()) {
+  for (const SubscriptionPtr& subscription : subscriptions->all()) {
     askForPresentState(subscription);
   }
   return true;
@@ -229,18 +267,20 @@ bool EventHandler::tellEverything(GError** error) {
 // To the present owner.
 bool EventHandler::tellDeclaration(Declaration& declaration, GError** error) {
   const GVariantPtr reply =
-      service_->callOwner(bus_.get(), owner_, "Declare",
-                          g_variant_new("(@a(ssavusss)b)", declaration.keys.toVariant(),
-                                        declaration.stateless ? TRUE : FALSE),
-                          "(u)", error);
-  if (!reply) return false;
+      service->callOwner(bus.get(), owner, "Declare",
+                         g_variant_new("(@a(ssavusss)b)", declaration.keys.toVariant(),
+                                       declaration.stateless ? TRUE : FALSE),
+                         "(u)", error);
+  if (!reply) {
+    return false;
+  }
   g_variant_get(reply.get(), "(u)", &declaration.id);
   return true;
 }
 
 void EventHandler::askForPresentState(const SubscriptionPtr& subscription) {
-  service_->callOwnerAsync(bus_.get(), owner_, "List", nullptr, kListType, &onPresentState,
-                           new SubscriptionPtr(subscription));
+  service->callOwnerAsync(bus.get(), owner, "List", nullptr, LIST_TYPE, &onPresentState,
+                          new SubscriptionPtr(subscription));
 }
 
 // Calls the owner of the service; a new one, when the one that was known has gone. The error tells
@@ -248,40 +288,55 @@ void EventHandler::askForPresentState(const SubscriptionPtr& subscription) {
 GVariantPtr EventHandler::call(const char* method, const MakeArguments& arguments,
                                const char* reply, GError** error) {
   GError* failure = nullptr;
-  for (const bool is_last : {false, true}) {
+  for (const bool isLast : {false, true}) {
     g_clear_error(&failure);
-    if (!attach(&failure)) break;
-    GVariantPtr answer =
-        service_->callOwner(bus_.get(), owner_, method, arguments(), reply, &failure);
-    if (answer) return answer;
-    if (!isAway(failure)) break;
+    if (!attach(&failure)) {
+      break;
+    }
+    GVariantPtr answer = service->callOwner(bus.get(), owner, method, arguments(), reply, &failure);
+    if (answer) {
+      return answer;
+    }
+    if (!isAway(failure)) {
+      break;
+    }
     detach();
-    if (is_last) break;
+    if (isLast) {
+      break;
+    }
   }
   g_propagate_error(error, failure);
   return nullptr;
 }
 
 void EventHandler::ownerChanged() {
-  const std::scoped_lock lock(calls_);
-  if (is_shut_down_ || !bus_) return;
-  if (service_->owner(bus_.get(), nullptr) == owner_) return;
+  const std::lock_guard lock(calls);
+  if (isShutDown || !bus) {
+    return;
+  }
+  if (service->owner(bus.get(), nullptr) == owner) {
+    return;
+  }
   detach();
   attach(nullptr);
 }
 
-void EventHandler::busLost(GDBusConnection* bus) {
-  const std::scoped_lock lock(calls_);
-  if (is_shut_down_ || bus != bus_.get()) return;
+void EventHandler::busLost(GDBusConnection* connection) {
+  const std::lock_guard lock(calls);
+  if (isShutDown || connection != bus.get()) {
+    return;
+  }
   detach();
   lookForBus();
 }
 
 void EventHandler::lookForBus() {
-  if (is_looking_for_bus_) return;
-  is_looking_for_bus_ = true;
+  if (isLookingForBus) {
+    return;
+  }
+  isLookingForBus = true;
   const std::unique_ptr<GSource, GDeleter<g_source_unref>> source(
-      g_timeout_source_new(kLookForBusMs));
+      g_timeout_source_new(LOOK_FOR_BUS_MS));
   g_source_set_callback(source.get(), &Signals::onLookForBus, Signals::of(*this),
                         &Signals::release);
   g_source_attach(source.get(), nullptr);
@@ -289,17 +344,19 @@ void EventHandler::lookForBus() {
 
 // The service may come later than its bus: its coming is heard of then.
 bool EventHandler::busFound() {
-  const std::scoped_lock lock(calls_);
-  if (!is_shut_down_) attach(nullptr);
-  is_looking_for_bus_ = !is_shut_down_ && g_dbus_connection_is_closed(bus_.get());
-  return !is_looking_for_bus_;
+  const std::lock_guard lock(calls);
+  if (!isShutDown) {
+    attach(nullptr);
+  }
+  isLookingForBus = !isShutDown && g_dbus_connection_is_closed(bus.get());
+  return !isLookingForBus;
 }
 
 // ---- Events ----
 
 bool EventHandler::declare(const EventKeys& keys, bool stateless, std::uint32_t& declaration,
                            GError** error) {
-  const std::scoped_lock lock(calls_);
+  const std::lock_guard lock(calls);
   Declaration event{.keys = keys, .stateless = stateless};
   GError* failure = nullptr;
   const GVariantPtr reply = call(
@@ -308,21 +365,23 @@ bool EventHandler::declare(const EventKeys& keys, bool stateless, std::uint32_t&
       "(u)", &failure);
   if (reply) {
     g_variant_get(reply.get(), "(u)", &event.id);
-  } else if (stateless || !owner_.empty()) {
+  } else if (stateless || !owner.empty()) {
     g_propagate_error(error, failure);
     return false;
   }
   g_clear_error(&failure);
-  declaration = ++last_declaration_;
-  declarations_.emplace(declaration, std::move(event));
+  declaration = ++lastDeclaration;
+  declarations.emplace(declaration, std::move(event));
   return true;
 }
 
 bool EventHandler::send(std::uint32_t declaration, const EventKeys& keys, std::int64_t time,
                         GError** error) {
-  const std::scoped_lock lock(calls_);
-  const auto found = declarations_.find(declaration);
-  if (found == declarations_.end()) return notFound(error, "declaration", declaration);
+  const std::lock_guard lock(calls);
+  const auto found = declarations.find(declaration);
+  if (found == declarations.end()) {
+    return notFound(error, "declaration", declaration);
+  }
   Declaration& event = found->second;
   event.keys.update(keys);
   GError* failure = nullptr;
@@ -333,7 +392,7 @@ bool EventHandler::send(std::uint32_t declaration, const EventKeys& keys, std::i
                              static_cast<gint64>(time));
       },
       "()", &failure);
-  if (!reply && (event.stateless || !owner_.empty())) {
+  if (!reply && (event.stateless || !owner.empty())) {
     g_propagate_error(error, failure);
     return false;
   }
@@ -342,18 +401,20 @@ bool EventHandler::send(std::uint32_t declaration, const EventKeys& keys, std::i
 }
 
 bool EventHandler::undeclare(std::uint32_t declaration, GError** error) {
-  const std::scoped_lock lock(calls_);
-  const auto found = declarations_.find(declaration);
-  if (found == declarations_.end()) return notFound(error, "declaration", declaration);
+  const std::lock_guard lock(calls);
+  const auto found = declarations.find(declaration);
+  if (found == declarations.end()) {
+    return notFound(error, "declaration", declaration);
+  }
   GError* failure = nullptr;
   const GVariantPtr reply = call(
       "Undeclare", [&] { return g_variant_new("(u)", found->second.id); }, "()", &failure);
-  if (!reply && !owner_.empty()) {
+  if (!reply && !owner.empty()) {
     g_propagate_error(error, failure);
     return false;
   }
   g_clear_error(&failure);
-  declarations_.erase(found);
+  declarations.erase(found);
   return true;
 }
 
@@ -363,27 +424,32 @@ bool EventHandler::undeclare(std::uint32_t declaration, GError** error) {
 // before it are part of the present state, those behind it come after. The second call is waited
 // for, so that the first has been handled too and whatever is sent after the return is told.
 bool EventHandler::subscribe(const EventKeys& pattern, OVEventSubscriptionCallback callback,
-                             void* user_data, std::uint32_t& id, GError** error) {
-  const std::scoped_lock lock(calls_);
-  if (!attach(error)) return false;
+                             void* userData, std::uint32_t& id, GError** error) {
+  const std::lock_guard lock(calls);
+  if (!attach(error)) {
+    return false;
+  }
   listenToSent();
-  const std::uint32_t new_id = ++last_subscription_;
-  auto subscription = std::make_shared<Subscription>(new_id, pattern, callback, user_data);
-  subscriptions_->add(new_id, subscription);
-  id = new_id;  // before the first callback, which may compare it with its own
+  const std::uint32_t newId = ++lastSubscription;
+  auto subscription = std::make_shared<Subscription>(newId, pattern, callback, userData);
+  subscriptions->add(newId, subscription);
+  id = newId;  // before the first callback, which may compare it with its own
   askForPresentState(subscription);
   if (call(
-          "List", [] { return nullptr; }, kListType, error))
+          "List", [] { return nullptr; }, LIST_TYPE, error)) {
     return true;
-  subscriptions_->take(new_id);
+  }
+  subscriptions->take(newId);
   subscription->close();
   id = 0;
   return false;
 }
 
 bool EventHandler::unsubscribe(std::uint32_t id, GError** error) {
-  const SubscriptionPtr subscription = subscriptions_->take(id);
-  if (!subscription) return notFound(error, "subscription", id);
+  const SubscriptionPtr subscription = subscriptions->take(id);
+  if (!subscription) {
+    return notFound(error, "subscription", id);
+  }
   subscription->close();
   return true;
 }

@@ -34,7 +34,7 @@ class EventHandler : public std::enable_shared_from_this<EventHandler> {
   bool send(std::uint32_t declaration, const EventKeys& keys, std::int64_t time, GError** error);
   bool undeclare(std::uint32_t declaration, GError** error);
 
-  bool subscribe(const EventKeys& pattern, OVEventSubscriptionCallback callback, void* user_data,
+  bool subscribe(const EventKeys& pattern, OVEventSubscriptionCallback callback, void* userData,
                  std::uint32_t& id, GError** error);
   bool unsubscribe(std::uint32_t id, GError** error);
 
@@ -53,9 +53,9 @@ class EventHandler : public std::enable_shared_from_this<EventHandler> {
 
   explicit EventHandler(std::unique_ptr<ServiceClient> service);
 
-  // All with calls_ held.
+  // All with calls held.
   bool attach(GError** error);
-  void listenOn(GObjectPtr<GDBusConnection> bus);
+  void listenOn(GObjectPtr<GDBusConnection> connection);
   void listenToSent();
   void stopListening();
   void detach();
@@ -68,24 +68,24 @@ class EventHandler : public std::enable_shared_from_this<EventHandler> {
 
   // On the main context.
   void ownerChanged();
-  void busLost(GDBusConnection* bus);
+  void busLost(GDBusConnection* connection);
   bool busFound();
 
-  const std::unique_ptr<ServiceClient> service_;
-  const std::shared_ptr<Subscriptions> subscriptions_;
+  const std::unique_ptr<ServiceClient> service;
+  const std::shared_ptr<Subscriptions> subscriptions;
 
   // Held over every call to the service. No callback is ever waited for under it.
-  std::mutex calls_;
-  bool is_shut_down_ = false;
-  GObjectPtr<GDBusConnection> bus_;  // the one that is listened on
-  std::string owner_;                // of the service's name there, empty while it is away
-  std::map<std::uint32_t, Declaration> declarations_;  // by the ids that the application has
-  std::uint32_t last_declaration_ = 0;
-  std::uint32_t last_subscription_ = 0;
-  guint owner_signal_ = 0;
-  guint sent_signal_ = 0;
-  gulong closed_signal_ = 0;
-  bool is_looking_for_bus_ = false;
+  std::mutex calls;
+  bool isShutDown = false;
+  GObjectPtr<GDBusConnection> bus;  // the one that is listened on
+  std::string owner;                // of the service's name there, empty while it is away
+  std::map<std::uint32_t, Declaration> declarations;  // by the ids that the application has
+  std::uint32_t lastDeclaration = 0;
+  std::uint32_t lastSubscription = 0;
+  guint ownerSignal = 0;
+  guint sentSignal = 0;
+  gulong closedSignal = 0;
+  bool isLookingForBus = false;
 };
 
 #endif

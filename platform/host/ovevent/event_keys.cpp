@@ -5,8 +5,8 @@
 
 namespace {
 
-constexpr guint32 kSourceMark = 1;
-constexpr guint32 kDataMark = 2;
+constexpr guint32 SOURCE_MARK = 1;
+constexpr guint32 DATA_MARK = 2;
 
 struct ToVariant {
   GVariant* operator()(int value) const { return g_variant_new_int32(value); }
@@ -18,8 +18,12 @@ struct ToVariant {
 };
 
 std::optional<EventValue> valueFrom(GVariant* value) {
-  if (g_variant_is_of_type(value, G_VARIANT_TYPE_INT32)) return g_variant_get_int32(value);
-  if (g_variant_is_of_type(value, G_VARIANT_TYPE_DOUBLE)) return g_variant_get_double(value);
+  if (g_variant_is_of_type(value, G_VARIANT_TYPE_INT32)) {
+    return g_variant_get_int32(value);
+  }
+  if (g_variant_is_of_type(value, G_VARIANT_TYPE_DOUBLE)) {
+    return g_variant_get_double(value);
+  }
   if (g_variant_is_of_type(value, G_VARIANT_TYPE_BOOLEAN)) {
     return g_variant_get_boolean(value) != FALSE;
   }
@@ -32,34 +36,36 @@ std::optional<EventValue> valueFrom(GVariant* value) {
 GVariant* valuesOf(const EventKey& key) {
   GVariantBuilder values;
   g_variant_builder_init(&values, G_VARIANT_TYPE("av"));
-  if (key.value) g_variant_builder_add(&values, "v", std::visit(ToVariant{}, *key.value));
+  if (key.value) {
+    g_variant_builder_add(&values, "v", std::visit(ToVariant{}, *key.value));
+  }
   return g_variant_builder_end(&values);
 }
 
 guint32 marksOf(const EventKey& key) {
-  return (key.is_source ? kSourceMark : 0) | (key.is_data ? kDataMark : 0);
+  return (key.isSource ? SOURCE_MARK : 0) | (key.isData ? DATA_MARK : 0);
 }
 
 EventKey keyFrom(GVariant* wire) {
   const char* name = nullptr;
-  const char* name_space = nullptr;
+  const char* nameSpace = nullptr;
   const char* tag = nullptr;
-  const char* nice_name = nullptr;
-  const char* value_nice_name = nullptr;
+  const char* niceName = nullptr;
+  const char* valueNiceName = nullptr;
   guint32 marks = 0;
-  GVariant* raw_values = nullptr;
-  g_variant_get(wire, "(&s&s@avu&s&s&s)", &name, &name_space, &raw_values, &marks, &tag, &nice_name,
-                &value_nice_name);
-  const GVariantPtr values(raw_values);
+  GVariant* rawValues = nullptr;
+  g_variant_get(wire, "(&s&s@avu&s&s&s)", &name, &nameSpace, &rawValues, &marks, &tag, &niceName,
+                &valueNiceName);
+  const GVariantPtr values(rawValues);
 
   EventKey key{.name = name,
-               .name_space = name_space,
+               .nameSpace = nameSpace,
                .value = std::nullopt,
-               .is_source = (marks & kSourceMark) != 0,
-               .is_data = (marks & kDataMark) != 0,
+               .isSource = (marks & SOURCE_MARK) != 0,
+               .isData = (marks & DATA_MARK) != 0,
                .tag = tag,
-               .nice_name = nice_name,
-               .value_nice_name = value_nice_name};
+               .niceName = niceName,
+               .valueNiceName = valueNiceName};
   if (g_variant_n_children(values.get()) == 1) {
     const GVariantPtr boxed(g_variant_get_child_value(values.get(), 0));
     const GVariantPtr value(g_variant_get_variant(boxed.get()));
@@ -70,47 +76,51 @@ EventKey keyFrom(GVariant* wire) {
 
 }  // namespace
 
-const EventKey* EventKeys::find(std::string_view name, std::string_view name_space) const {
-  const auto found = std::find_if(keys_.begin(), keys_.end(), [&](const EventKey& key) {
-    return key.name == name && key.name_space == name_space;
+const EventKey* EventKeys::find(std::string_view name, std::string_view nameSpace) const {
+  const auto found = std::find_if(keys.begin(), keys.end(), [&](const EventKey& key) {
+    return key.name == name && key.nameSpace == nameSpace;
   });
-  return found == keys_.end() ? nullptr : &*found;
+  return found == keys.end() ? nullptr : &*found;
 }
 
-EventKey* EventKeys::find(std::string_view name, std::string_view name_space) {
-  return const_cast<EventKey*>(std::as_const(*this).find(name, name_space));
+EventKey* EventKeys::find(std::string_view name, std::string_view nameSpace) {
+  return const_cast<EventKey*>(std::as_const(*this).find(name, nameSpace));
 }
 
-EventKey& EventKeys::at(std::string_view name, std::string_view name_space) {
-  if (EventKey* present = find(name, name_space)) return *present;
+EventKey& EventKeys::at(std::string_view name, std::string_view nameSpace) {
+  if (EventKey* present = find(name, nameSpace)) {
+    return *present;
+  }
   EventKey key;
   key.name = name;
-  key.name_space = name_space;
-  return keys_.emplace_back(std::move(key));
+  key.nameSpace = nameSpace;
+  return keys.emplace_back(std::move(key));
 }
 
 void EventKeys::update(const EventKeys& changes) {
-  for (const EventKey& change : changes.keys_) {
-    if (EventKey* key = find(change.name, change.name_space)) key->value = change.value;
+  for (const EventKey& change : changes.keys) {
+    if (EventKey* key = find(change.name, change.nameSpace)) {
+      key->value = change.value;
+    }
   }
 }
 
 bool EventKeys::match(const EventKeys& pattern) const {
-  return std::all_of(pattern.keys_.begin(), pattern.keys_.end(), [&](const EventKey& wanted) {
-    const EventKey* key = find(wanted.name, wanted.name_space);
+  return std::all_of(pattern.keys.begin(), pattern.keys.end(), [&](const EventKey& wanted) {
+    const EventKey* key = find(wanted.name, wanted.nameSpace);
     return key != nullptr && (!wanted.value || wanted.value == key->value);
   });
 }
 
 GVariant* EventKeys::toVariant() const {
-  GVariantBuilder keys;
-  g_variant_builder_init(&keys, G_VARIANT_TYPE("a(ssavusss)"));
-  for (const EventKey& key : keys_) {
-    g_variant_builder_add(&keys, "(ss@avusss)", key.name.c_str(), key.name_space.c_str(),
-                          valuesOf(key), marksOf(key), key.tag.c_str(), key.nice_name.c_str(),
-                          key.value_nice_name.c_str());
+  GVariantBuilder builder;
+  g_variant_builder_init(&builder, G_VARIANT_TYPE("a(ssavusss)"));
+  for (const EventKey& key : keys) {
+    g_variant_builder_add(&builder, "(ss@avusss)", key.name.c_str(), key.nameSpace.c_str(),
+                          valuesOf(key), marksOf(key), key.tag.c_str(), key.niceName.c_str(),
+                          key.valueNiceName.c_str());
   }
-  return g_variant_builder_end(&keys);
+  return g_variant_builder_end(&builder);
 }
 
 EventKeys EventKeys::fromVariant(GVariant* keys) {
@@ -118,7 +128,7 @@ EventKeys EventKeys::fromVariant(GVariant* keys) {
   GVariantIter iter;
   g_variant_iter_init(&iter, keys);
   while (const GVariantPtr key{g_variant_iter_next_value(&iter)}) {
-    result.keys_.push_back(keyFrom(key.get()));
+    result.keys.push_back(keyFrom(key.get()));
   }
   return result;
 }

@@ -14,23 +14,23 @@ using EventValue = std::variant<int, bool, double, std::string>;
 
 struct EventKey {
   std::string name;
-  std::string name_space;  // empty: none
+  std::string nameSpace;  // empty: none
   std::optional<EventValue> value;
-  bool is_source = false;
-  bool is_data = false;
+  bool isSource = false;
+  bool isData = false;
   std::string tag;  // several tags are parted by a blank
-  std::string nice_name;
-  std::string value_nice_name;
+  std::string niceName;
+  std::string valueNiceName;
 };
 
 class EventKeys {
  public:
   // Null when there is no such key.
-  const EventKey* find(std::string_view name, std::string_view name_space) const;
-  EventKey* find(std::string_view name, std::string_view name_space);
+  const EventKey* find(std::string_view name, std::string_view nameSpace) const;
+  EventKey* find(std::string_view name, std::string_view nameSpace);
 
   // The key, added at the end when it is absent.
-  EventKey& at(std::string_view name, std::string_view name_space);
+  EventKey& at(std::string_view name, std::string_view nameSpace);
 
   // Takes over the values of the keys that both have.
   void update(const EventKeys& changes);
@@ -45,7 +45,7 @@ class EventKeys {
   static EventKeys fromVariant(GVariant* keys);
 
  private:
-  std::vector<EventKey> keys_;
+  std::vector<EventKey> keys;
 };
 
 #endif

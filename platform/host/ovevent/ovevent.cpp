@@ -31,8 +31,8 @@ bool isTextOrNull(const char* text) {
   return isText(orEmpty(text));
 }
 
-bool isKeyName(const char* key, const char* name_space) {
-  return isText(key) && *key != '\0' && isTextOrNull(name_space);
+bool isKeyName(const char* key, const char* nameSpace) {
+  return isText(key) && *key != '\0' && isTextOrNull(nameSpace);
 }
 
 EventValue copyValue(OVEventValueType type, const void* value) {
@@ -58,26 +58,27 @@ void reportAbsent(GError** error, const char* key) {
 }
 
 // Null, with *error set, when the key is absent.
-EventKey* findKey(OVEventKeyValueSet* set, const char* key, const char* name_space,
-                  GError** error) {
+EventKey* findKey(OVEventKeyValueSet* set, const char* key, const char* nameSpace, GError** error) {
   if (set == nullptr || key == nullptr) {
     refuse(error, "A set and a key are needed");
     return nullptr;
   }
-  EventKey* found = set->keys.find(key, orEmpty(name_space));
-  if (found == nullptr) reportAbsent(error, key);
+  EventKey* found = set->keys.find(key, orEmpty(nameSpace));
+  if (found == nullptr) {
+    reportAbsent(error, key);
+  }
   return found;
 }
 
 // Null, with *error set, when the key is absent or has no value of the type.
 template <typename T>
-const T* findValue(const OVEventKeyValueSet* set, const char* key, const char* name_space,
+const T* findValue(const OVEventKeyValueSet* set, const char* key, const char* nameSpace,
                    GError** error) {
   if (set == nullptr || key == nullptr) {
     refuse(error, "A set and a key are needed");
     return nullptr;
   }
-  const EventKey* found = set->keys.find(key, orEmpty(name_space));
+  const EventKey* found = set->keys.find(key, orEmpty(nameSpace));
   if (found == nullptr) {
     reportAbsent(error, key);
     return nullptr;
@@ -99,85 +100,116 @@ void ov_event_key_value_set_free(OVEventKeyValueSet* set) {
   delete set;
 }
 
-gboolean ov_event_key_value_set_add(OVEventKeyValueSet* set, const char* key,
-                                    const char* name_space, OVEventValueType type,
-                                    const void* value, GError** error) {
-  if (set == nullptr) return refuse(error, "A set is needed");
-  if (!isKeyName(key, name_space)) return refuse(error, "The key is no valid text");
-  if (!isValueType(type)) return refuse(error, "Unknown type of value");
+gboolean ov_event_key_value_set_add(OVEventKeyValueSet* set, const char* key, const char* nameSpace,
+                                    OVEventValueType type, const void* value, GError** error) {
+  if (set == nullptr) {
+    return refuse(error, "A set is needed");
+  }
+  if (!isKeyName(key, nameSpace)) {
+    return refuse(error, "The key is no valid text");
+  }
+  if (!isValueType(type)) {
+    return refuse(error, "Unknown type of value");
+  }
   if (value != nullptr && type == OV_EVENT_VALUE_STRING &&
       !isText(static_cast<const char*>(value))) {
     return refuse(error, "The value is no valid text");
   }
-  EventKey& target = set->keys.at(key, orEmpty(name_space));
+  EventKey& target = set->keys.at(key, orEmpty(nameSpace));
   target.value.reset();
-  if (value != nullptr) target.value = copyValue(type, value);
+  if (value != nullptr) {
+    target.value = copyValue(type, value);
+  }
   return TRUE;
 }
 
 gboolean ov_event_key_value_set_add_nice_names(OVEventKeyValueSet* set, const char* key,
-                                               const char* name_space, const char* key_nice_name,
-                                               const char* value_nice_name, GError** error) {
-  if (!isTextOrNull(key_nice_name) || !isTextOrNull(value_nice_name)) {
+                                               const char* nameSpace, const char* keyNiceName,
+                                               const char* valueNiceName, GError** error) {
+  if (!isTextOrNull(keyNiceName) || !isTextOrNull(valueNiceName)) {
     return refuse(error, "The nice name is no valid text");
   }
-  EventKey* target = findKey(set, key, name_space, error);
-  if (target == nullptr) return FALSE;
-  target->nice_name = orEmpty(key_nice_name);
-  target->value_nice_name = orEmpty(value_nice_name);
+  EventKey* target = findKey(set, key, nameSpace, error);
+  if (target == nullptr) {
+    return FALSE;
+  }
+  target->niceName = orEmpty(keyNiceName);
+  target->valueNiceName = orEmpty(valueNiceName);
   return TRUE;
 }
 
 gboolean ov_event_key_value_set_mark_as_source(OVEventKeyValueSet* set, const char* key,
-                                               const char* name_space, GError** error) {
-  EventKey* target = findKey(set, key, name_space, error);
-  if (target == nullptr) return FALSE;
-  target->is_source = true;
+                                               const char* nameSpace, GError** error) {
+  EventKey* target = findKey(set, key, nameSpace, error);
+  if (target == nullptr) {
+    return FALSE;
+  }
+  target->isSource = true;
   return TRUE;
 }
 
 gboolean ov_event_key_value_set_mark_as_data(OVEventKeyValueSet* set, const char* key,
-                                             const char* name_space, GError** error) {
-  EventKey* target = findKey(set, key, name_space, error);
-  if (target == nullptr) return FALSE;
-  target->is_data = true;
+                                             const char* nameSpace, GError** error) {
+  EventKey* target = findKey(set, key, nameSpace, error);
+  if (target == nullptr) {
+    return FALSE;
+  }
+  target->isData = true;
   return TRUE;
 }
 
 gboolean ov_event_key_value_set_mark_as_user_defined(OVEventKeyValueSet* set, const char* key,
-                                                     const char* name_space, const char* tag,
+                                                     const char* nameSpace, const char* tag,
                                                      GError** error) {
-  if (!isText(tag)) return refuse(error, "The tag is no valid text");
-  EventKey* target = findKey(set, key, name_space, error);
-  if (target == nullptr) return FALSE;
-  if (!target->tag.empty()) target->tag += ' ';
+  if (!isText(tag)) {
+    return refuse(error, "The tag is no valid text");
+  }
+  EventKey* target = findKey(set, key, nameSpace, error);
+  if (target == nullptr) {
+    return FALSE;
+  }
+  if (!target->tag.empty()) {
+    target->tag += ' ';
+  }
   target->tag += tag;
   return TRUE;
 }
 
 gboolean ov_event_key_value_set_get_int(const OVEventKeyValueSet* set, const char* key,
-                                        const char* name_space, int* value, GError** error) {
-  if (value == nullptr) return refuse(error, "A place for the value is needed");
-  const int* found = findValue<int>(set, key, name_space, error);
-  if (found == nullptr) return FALSE;
+                                        const char* nameSpace, int* value, GError** error) {
+  if (value == nullptr) {
+    return refuse(error, "A place for the value is needed");
+  }
+  const int* found = findValue<int>(set, key, nameSpace, error);
+  if (found == nullptr) {
+    return FALSE;
+  }
   *value = *found;
   return TRUE;
 }
 
 gboolean ov_event_key_value_set_get_bool(const OVEventKeyValueSet* set, const char* key,
-                                         const char* name_space, gboolean* value, GError** error) {
-  if (value == nullptr) return refuse(error, "A place for the value is needed");
-  const bool* found = findValue<bool>(set, key, name_space, error);
-  if (found == nullptr) return FALSE;
+                                         const char* nameSpace, gboolean* value, GError** error) {
+  if (value == nullptr) {
+    return refuse(error, "A place for the value is needed");
+  }
+  const bool* found = findValue<bool>(set, key, nameSpace, error);
+  if (found == nullptr) {
+    return FALSE;
+  }
   *value = *found ? TRUE : FALSE;
   return TRUE;
 }
 
 gboolean ov_event_key_value_set_get_string(const OVEventKeyValueSet* set, const char* key,
-                                           const char* name_space, char** value, GError** error) {
-  if (value == nullptr) return refuse(error, "A place for the value is needed");
-  const std::string* found = findValue<std::string>(set, key, name_space, error);
-  if (found == nullptr) return FALSE;
+                                           const char* nameSpace, char** value, GError** error) {
+  if (value == nullptr) {
+    return refuse(error, "A place for the value is needed");
+  }
+  const std::string* found = findValue<std::string>(set, key, nameSpace, error);
+  if (found == nullptr) {
+    return FALSE;
+  }
   *value = g_strdup(found->c_str());
   return TRUE;
 }
@@ -200,7 +232,9 @@ OVEventHandler* ov_event_handler_new(void) {
 }
 
 void ov_event_handler_free(OVEventHandler* handler) {
-  if (handler != nullptr) handler->handler->shutDown();
+  if (handler != nullptr) {
+    handler->handler->shutDown();
+  }
   delete handler;
 }
 
@@ -213,28 +247,34 @@ gboolean ov_event_handler_declare(OVEventHandler* handler, const OVEventKeyValue
 }
 
 gboolean ov_event_handler_send_event(OVEventHandler* handler, uint32_t declaration,
-                                     const OVEventKeyValueSet* set, int64_t time_stamp,
+                                     const OVEventKeyValueSet* set, int64_t timeStamp,
                                      GError** error) {
-  if (handler == nullptr || set == nullptr) return refuse(error, "A handler and a set are needed");
-  return handler->handler->send(declaration, set->keys, time_stamp, error);
+  if (handler == nullptr || set == nullptr) {
+    return refuse(error, "A handler and a set are needed");
+  }
+  return handler->handler->send(declaration, set->keys, timeStamp, error);
 }
 
 gboolean ov_event_handler_undeclare(OVEventHandler* handler, uint32_t declaration, GError** error) {
-  if (handler == nullptr) return refuse(error, "A handler is needed");
+  if (handler == nullptr) {
+    return refuse(error, "A handler is needed");
+  }
   return handler->handler->undeclare(declaration, error);
 }
 
 gboolean ov_event_handler_subscribe(OVEventHandler* handler, const OVEventKeyValueSet* set,
-                                    OVEventSubscriptionCallback callback, void* user_data,
+                                    OVEventSubscriptionCallback callback, void* userData,
                                     uint32_t* subscription, GError** error) {
   if (handler == nullptr || set == nullptr || callback == nullptr || subscription == nullptr) {
     return refuse(error, "A handler, a set, a callback and a place for the id are needed");
   }
-  return handler->handler->subscribe(set->keys, callback, user_data, *subscription, error);
+  return handler->handler->subscribe(set->keys, callback, userData, *subscription, error);
 }
 
 gboolean ov_event_handler_unsubscribe(OVEventHandler* handler, uint32_t subscription,
                                       GError** error) {
-  if (handler == nullptr) return refuse(error, "A handler is needed");
+  if (handler == nullptr) {
+    return refuse(error, "A handler is needed");
+  }
   return handler->handler->unsubscribe(subscription, error);
 }

@@ -5,37 +5,47 @@
 #include "ovevent/types.h"
 
 Subscription::Subscription(std::uint32_t id, EventKeys pattern,
-                           OVEventSubscriptionCallback callback, void* user_data)
-    : id_(id), pattern_(std::move(pattern)), callback_(callback), user_data_(user_data) {}
+                           OVEventSubscriptionCallback callback, void* userData)
+    : id(id), pattern(std::move(pattern)), callback(callback), userData(userData) {}
 
 void Subscription::deliver(const EventKeys& keys, std::int64_t time) {
-  if (is_live_) present(keys, time);
+  if (isLive) {
+    present(keys, time);
+  }
 }
 
 void Subscription::present(const EventKeys& keys, std::int64_t time) {
-  if (!keys.match(pattern_) || !enter()) return;
-  callback_(id_, new OVEvent{.set = {.keys = keys}, .time = time}, user_data_);
+  if (!keys.match(pattern) || !enter()) {
+    return;
+  }
+  callback(id, new OVEvent{.set = {.keys = keys}, .time = time}, userData);
   leave();
 }
 
 void Subscription::close() {
-  std::unique_lock lock(mutex_);
-  is_closed_ = true;
-  if (runner_ == std::this_thread::get_id()) return;
-  left_.wait(lock, [this] { return depth_ == 0; });
+  std::unique_lock lock(mutex);
+  isClosed = true;
+  if (runner == std::this_thread::get_id()) {
+    return;
+  }
+  left.wait(lock, [this] { return depth == 0; });
 }
 
 bool Subscription::enter() {
-  const std::scoped_lock lock(mutex_);
-  if (is_closed_) return false;
-  ++depth_;
-  runner_ = std::this_thread::get_id();
+  const std::lock_guard lock(mutex);
+  if (isClosed) {
+    return false;
+  }
+  ++depth;
+  runner = std::this_thread::get_id();
   return true;
 }
 
 void Subscription::leave() {
-  const std::scoped_lock lock(mutex_);
-  if (--depth_ > 0) return;
-  runner_ = {};
-  left_.notify_all();
+  const std::lock_guard lock(mutex);
+  if (--depth > 0) {
+    return;
+  }
+  runner = {};
+  left.notify_all();
 }

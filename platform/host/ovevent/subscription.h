@@ -16,7 +16,7 @@
 class Subscription {
  public:
   Subscription(std::uint32_t id, EventKeys pattern, OVEventSubscriptionCallback callback,
-               void* user_data);
+               void* userData);
 
   // Calls the callback with an event that was sent, if it matches. What arrives before goLive() is
   // older than the present state and is left out.
@@ -24,7 +24,7 @@ class Subscription {
 
   // Calls the callback with the present state of an event, if it matches.
   void present(const EventKeys& keys, std::int64_t time);
-  void goLive() { is_live_ = true; }
+  void goLive() { isLive = true; }
 
   // No callback runs after the return. Waits for one that runs, unless it is the caller.
   void close();
@@ -33,17 +33,17 @@ class Subscription {
   bool enter();
   void leave();
 
-  const std::uint32_t id_;
-  const EventKeys pattern_;
-  const OVEventSubscriptionCallback callback_;
-  void* const user_data_;
-  bool is_live_ = false;  // of the main context's thread
+  const std::uint32_t id;
+  const EventKeys pattern;
+  const OVEventSubscriptionCallback callback;
+  void* const userData;
+  bool isLive = false;  // of the main context's thread
 
-  std::mutex mutex_;
-  std::condition_variable left_;
-  bool is_closed_ = false;
-  int depth_ = 0;  // a callback that runs the main context is called within itself
-  std::thread::id runner_;
+  std::mutex mutex;
+  std::condition_variable left;
+  bool isClosed = false;
+  int depth = 0;  // a callback that runs the main context is called within itself
+  std::thread::id runner;
 };
 
 #endif

@@ -23,14 +23,14 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using TablePtr = std::unique_ptr<GHashTable, GDeleter<g_hash_table_unref>>;
 
-constexpr int kForever = -1;
+constexpr int FOREVER = -1;
 
 // True when fd is readable, false when the server is to end or the time has run out.
-bool waitFor(int fd, int stop, int timeout_ms) {
+bool waitFor(int fd, int stop, int timeoutMs) {
   std::array<pollfd, 2> waits{{{fd, POLLIN, 0}, {stop, POLLIN, 0}}};
   int ready = 0;
   do {
-    ready = poll(waits.data(), waits.size(), timeout_ms);
+    ready = poll(waits.data(), waits.size(), timeoutMs);
   } while (ready < 0 && errno == EINTR);
   return ready > 0 && waits[1].revents == 0;
 }
@@ -43,10 +43,16 @@ int millisecondsUntil(Clock::time_point deadline) {
 
 bool receiveAll(int fd, int stop, Clock::time_point deadline, std::span<std::uint8_t> bytes) {
   while (!bytes.empty()) {
-    if (!waitFor(fd, stop, millisecondsUntil(deadline))) return false;
+    if (!waitFor(fd, stop, millisecondsUntil(deadline))) {
+      return false;
+    }
     const ssize_t received = recv(fd, bytes.data(), bytes.size(), MSG_DONTWAIT);
-    if (received < 0 && (errno == EINTR || errno == EAGAIN)) continue;
-    if (received <= 0) return false;
+    if (received < 0 && (errno == EINTR || errno == EAGAIN)) {
+      continue;
+    }
+    if (received <= 0) {
+      return false;
+    }
     bytes = bytes.subspan(static_cast<std::size_t>(received));
   }
   return true;
@@ -61,7 +67,9 @@ bool makeFolderOf(const std::string& path) {
 TablePtr parametersOf(const HttpRequest& request) {
   TablePtr table(g_hash_table_new_full(g_str_hash, g_str_equal, g_free, g_free));
   for (const auto& [name, value] : request.fields) {
-    if (name == OV_HTTP_BODY) continue;
+    if (name == OV_HTTP_BODY) {
+      continue;
+    }
     g_hash_table_replace(table.get(), g_strdup(name.c_str()), g_strdup(value.c_str()));
   }
   if (request.method == "POST") {
@@ -79,16 +87,22 @@ std::string takeText(GMemoryOutputStream* stream) {
 }  // namespace
 
 std::unique_ptr<HttpServer> HttpServer::create(const std::string& path, OVHttpCallback callback,
-                                               void* user_data,
-                                               std::chrono::milliseconds transfer_timeout) {
-  if (callback == nullptr || !makeFolderOf(path)) return nullptr;
+                                               void* userData,
+                                               std::chrono::milliseconds transferTimeout) {
+  if (callback == nullptr || !makeFolderOf(path)) {
+    return nullptr;
+  }
   FileDescriptor stop(eventfd(0, EFD_CLOEXEC));
-  if (!stop.isOpen()) return nullptr;
+  if (!stop.isOpen()) {
+    return nullptr;
+  }
   FileDescriptor listener = local_socket::listenAt(path);
-  if (!listener.isOpen()) return nullptr;
+  if (!listener.isOpen()) {
+    return nullptr;
+  }
   try {
     return std::unique_ptr<HttpServer>(new HttpServer(path, std::move(listener), std::move(stop),
-                                                      callback, user_data, transfer_timeout));
+                                                      callback, userData, transferTimeout));
   } catch (const std::system_error&) {  // no thread
     unlink(path.c_str());
     return nullptr;
@@ -96,49 +110,61 @@ std::unique_ptr<HttpServer> HttpServer::create(const std::string& path, OVHttpCa
 }
 
 HttpServer::HttpServer(std::string path, FileDescriptor listener, FileDescriptor stop,
-                       OVHttpCallback callback, void* user_data,
-                       std::chrono::milliseconds transfer_timeout)
-    : path_(std::move(path)),
-      listener_(std::move(listener)),
-      stop_(std::move(stop)),
-      callback_(callback),
-      user_data_(user_data),
-      transfer_timeout_(transfer_timeout),
-      thread_(&HttpServer::run, this) {}
+                       OVHttpCallback callback, void* userData,
+                       std::chrono::milliseconds transferTimeout)
+    : path(std::move(path)),
+      listener(std::move(listener)),
+      stop(std::move(stop)),
+      callback(callback),
+      userData(userData),
+      transferTimeout(transferTimeout),
+      thread(&HttpServer::run, this) {}
 
 HttpServer::~HttpServer() {
-  eventfd_write(stop_.get(), 1);
-  thread_.join();
-  unlink(path_.c_str());
+  eventfd_write(stop.get(), 1);
+  thread.join();
+  unlink(path.c_str());
 }
 
 void HttpServer::run() {
-  while (waitFor(listener_.get(), stop_.get(), kForever)) {
-    const FileDescriptor client(accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC));
-    if (client.isOpen()) serve(client);
+  while (waitFor(listener.get(), stop.get(), FOREVER)) {
+    const FileDescriptor client(accept4(listener.get(), nullptr, nullptr, SOCK_CLOEXEC));
+    if (client.isOpen()) {
+      serve(client);
+    }
   }
 }
 
 void HttpServer::serve(const FileDescriptor& client) const {
   const std::optional<HttpRequest> request = receiveRequest(client.get());
-  if (!request) return;
+  if (!request) {
+    return;
+  }
   const std::string text = answer(*request);
-  if (!local_socket::setTimeout(client.get(), transfer_timeout_)) return;
+  if (!local_socket::setTimeout(client.get(), transferTimeout)) {
+    return;
+  }
   local_socket::sendAll(client.get(),
                         {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
 }
 
 std::optional<HttpRequest> HttpServer::receiveRequest(int client) const {
-  const Clock::time_point deadline = Clock::now() + transfer_timeout_;
-  std::array<std::uint8_t, kHttpLengthSize> head{};
-  if (!receiveAll(client, stop_.get(), deadline, head)) return std::nullopt;
+  const Clock::time_point deadline = Clock::now() + transferTimeout;
+  std::array<std::uint8_t, HTTP_LENGTH_SIZE> head{};
+  if (!receiveAll(client, stop.get(), deadline, head)) {
+    return std::nullopt;
+  }
   const std::size_t length = httpRequestLength(head);
-  if (length > kMaxHttpRequestSize) return std::nullopt;
+  if (length > MAX_HTTP_REQUEST_SIZE) {
+    return std::nullopt;
+  }
   std::vector<std::uint8_t> bytes(length);
-  if (!receiveAll(client, stop_.get(), deadline, bytes)) return std::nullopt;
+  if (!receiveAll(client, stop.get(), deadline, bytes)) {
+    return std::nullopt;
+  }
   std::optional<HttpRequest> request = decodeHttpRequest(bytes);
-  const bool is_known_method = request && (request->method == "GET" || request->method == "POST");
-  return is_known_method ? std::move(request) : std::nullopt;
+  const bool isKnownMethod = request && (request->method == "GET" || request->method == "POST");
+  return isKnownMethod ? std::move(request) : std::nullopt;
 }
 
 // The answer is collected first, so that a web server that does not read holds up nobody who writes
@@ -146,8 +172,7 @@ std::optional<HttpRequest> HttpServer::receiveRequest(int client) const {
 std::string HttpServer::answer(const HttpRequest& request) const {
   const GObjectPtr<GOutputStream> out(g_memory_output_stream_new_resizable());
   const TablePtr parameters = parametersOf(request);
-  callback_(request.path.c_str(), request.method.c_str(),
-            request.query ? request.query->c_str() : nullptr, parameters.get(), out.get(),
-            user_data_);
+  callback(request.path.c_str(), request.method.c_str(),
+           request.query ? request.query->c_str() : nullptr, parameters.get(), out.get(), userData);
   return takeText(G_MEMORY_OUTPUT_STREAM(out.get()));
 }

@@ -17,8 +17,8 @@ class HttpServer {
   // Listens at a path, whose folder is made when it is missing. Null on failure. The web server is
   // at hand and sends and reads at once; transfer_timeout is for one that stops in the middle.
   static std::unique_ptr<HttpServer> create(
-      const std::string& path, OVHttpCallback callback, void* user_data,
-      std::chrono::milliseconds transfer_timeout = std::chrono::seconds(5));
+      const std::string& path, OVHttpCallback callback, void* userData,
+      std::chrono::milliseconds transferTimeout = std::chrono::seconds(5));
 
   // Waits for a request that is being answered, and removes the socket.
   ~HttpServer();
@@ -28,20 +28,20 @@ class HttpServer {
 
  private:
   HttpServer(std::string path, FileDescriptor listener, FileDescriptor stop,
-             OVHttpCallback callback, void* user_data, std::chrono::milliseconds transfer_timeout);
+             OVHttpCallback callback, void* userData, std::chrono::milliseconds transferTimeout);
 
   void run();
   void serve(const FileDescriptor& client) const;
   std::optional<HttpRequest> receiveRequest(int client) const;
   std::string answer(const HttpRequest& request) const;
 
-  const std::string path_;
-  const FileDescriptor listener_;
-  const FileDescriptor stop_;  // readable once the server is to end
-  const OVHttpCallback callback_;
-  void* const user_data_;
-  const std::chrono::milliseconds transfer_timeout_;
-  std::thread thread_;
+  const std::string path;
+  const FileDescriptor listener;
+  const FileDescriptor stop;  // readable once the server is to end
+  const OVHttpCallback callback;
+  void* const userData;
+  const std::chrono::milliseconds transferTimeout;
+  std::thread thread;
 };
 
 #endif

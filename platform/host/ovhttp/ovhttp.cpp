@@ -19,13 +19,13 @@ std::string socketPath() {
   const char* program = g_get_prgname();
   const GTextPtr name(
       g_path_get_basename(program == nullptr ? program_invocation_short_name : program));
-  return std::string(kHttpSocketFolder) + '/' + name.get();
+  return std::string(HTTP_SOCKET_FOLDER) + '/' + name.get();
 }
 
 }  // namespace
 
-OVHttpHandler* ov_http_handler_new(OVHttpCallback callback, void* user_data) {
-  std::unique_ptr<HttpServer> server = HttpServer::create(socketPath(), callback, user_data);
+OVHttpHandler* ov_http_handler_new(OVHttpCallback callback, void* userData) {
+  std::unique_ptr<HttpServer> server = HttpServer::create(socketPath(), callback, userData);
   return server ? new OVHttpHandler{std::move(server)} : nullptr;
 }
 

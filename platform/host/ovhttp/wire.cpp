@@ -4,7 +4,7 @@
 
 namespace {
 
-constexpr const char* kRequestType = "(ayaymaya(ayay)ay)";
+constexpr const char* REQUEST_TYPE = "(ayaymaya(ayay)ay)";
 
 GVariant* toVariant(const HttpRequest& request) {
   GVariantBuilder fields;
@@ -47,18 +47,22 @@ std::vector<std::pair<std::string, std::string>> fieldsFrom(const GVariantPtr& w
 std::optional<std::vector<std::uint8_t>> encodeHttpRequest(const HttpRequest& request) {
   const GVariantPtr wire(g_variant_ref_sink(toVariant(request)));
   const std::size_t size = g_variant_get_size(wire.get());
-  if (size > kMaxHttpRequestSize) return std::nullopt;
-  std::vector<std::uint8_t> bytes(kHttpLengthSize + size);
-  for (std::size_t i = 0; i < kHttpLengthSize; ++i) {
-    bytes[i] = static_cast<std::uint8_t>(size >> (8 * (kHttpLengthSize - 1 - i)));
+  if (size > MAX_HTTP_REQUEST_SIZE) {
+    return std::nullopt;
   }
-  g_variant_store(wire.get(), bytes.data() + kHttpLengthSize);
+  std::vector<std::uint8_t> bytes(HTTP_LENGTH_SIZE + size);
+  for (std::size_t i = 0; i < HTTP_LENGTH_SIZE; ++i) {
+    bytes[i] = static_cast<std::uint8_t>(size >> (8 * (HTTP_LENGTH_SIZE - 1 - i)));
+  }
+  g_variant_store(wire.get(), bytes.data() + HTTP_LENGTH_SIZE);
   return bytes;
 }
 
-std::size_t httpRequestLength(std::span<const std::uint8_t, kHttpLengthSize> bytes) {
+std::size_t httpRequestLength(std::span<const std::uint8_t, HTTP_LENGTH_SIZE> bytes) {
   std::size_t length = 0;
-  for (const std::uint8_t byte : bytes) length = length << 8 | byte;
+  for (const std::uint8_t byte : bytes) {
+    length = length << 8 | byte;
+  }
   return length;
 }
 
@@ -66,8 +70,10 @@ std::optional<HttpRequest> decodeHttpRequest(std::span<const std::uint8_t> bytes
   const std::unique_ptr<GBytes, GDeleter<g_bytes_unref>> owned(
       g_bytes_new(bytes.data(), bytes.size()));
   const GVariantPtr wire(g_variant_ref_sink(
-      g_variant_new_from_bytes(G_VARIANT_TYPE(kRequestType), owned.get(), FALSE)));
-  if (g_variant_is_normal_form(wire.get()) == FALSE) return std::nullopt;
+      g_variant_new_from_bytes(G_VARIANT_TYPE(REQUEST_TYPE), owned.get(), FALSE)));
+  if (g_variant_is_normal_form(wire.get()) == FALSE) {
+    return std::nullopt;
+  }
 
   const auto child = [&](gsize index) {
     return GVariantPtr(g_variant_get_child_value(wire.get(), index));

@@ -22,9 +22,9 @@
 #include <utility>
 #include <vector>
 
-inline constexpr const char* kHttpSocketFolder = "/var/run/strata/http";
-inline constexpr std::size_t kMaxHttpRequestSize = std::size_t{4} << 20;
-inline constexpr std::size_t kHttpLengthSize = 4;
+inline constexpr const char* HTTP_SOCKET_FOLDER = "/var/run/strata/http";
+inline constexpr std::size_t MAX_HTTP_REQUEST_SIZE = std::size_t{4} << 20;
+inline constexpr std::size_t HTTP_LENGTH_SIZE = 4;
 
 struct HttpRequest {
   std::string path;
@@ -39,7 +39,7 @@ struct HttpRequest {
 std::optional<std::vector<std::uint8_t>> encodeHttpRequest(const HttpRequest& request);
 
 // The length that the first bytes announce.
-std::size_t httpRequestLength(std::span<const std::uint8_t, kHttpLengthSize> bytes);
+std::size_t httpRequestLength(std::span<const std::uint8_t, HTTP_LENGTH_SIZE> bytes);
 
 // The request from the bytes behind the length. Nothing when they are none.
 std::optional<HttpRequest> decodeHttpRequest(std::span<const std::uint8_t> bytes);

@@ -7,8 +7,8 @@
 
 namespace {
 
-constexpr const char* kName = "com.orva.ParameterService";
-constexpr const char* kPath = "/com/orva/ParameterService";
+constexpr const char* NAME = "com.orva.ParameterService";
+constexpr const char* PATH = "/com/orva/ParameterService";
 
 // The bus carries valid UTF-8 only and ends the connection otherwise.
 bool isText(const char* text) {
@@ -26,21 +26,26 @@ struct OVParameter {
   std::unique_ptr<ServiceClient> service;
 };
 
-OVParameter* ov_parameter_new(const char* app_name, GError** error) {
-  if (!isText(app_name)) {
+OVParameter* ov_parameter_new(const char* appName, GError** error) {
+  if (!isText(appName)) {
     refuse(error, "The application has no name");
     return nullptr;
   }
-  std::unique_ptr<ServiceClient> service = ServiceClient::connect(kName, kPath, error);
+  std::unique_ptr<ServiceClient> service = ServiceClient::connect(NAME, PATH, error);
   return service ? new OVParameter{std::move(service)} : nullptr;
 }
 
 gboolean ov_parameter_get(OVParameter* handle, const char* name, char** value, GError** error) {
-  if (handle == nullptr || value == nullptr)
+  if (handle == nullptr || value == nullptr) {
     return refuse(error, "A handle and a place are needed");
-  if (!isText(name)) return refuse(error, "The name of a parameter is no valid text");
+  }
+  if (!isText(name)) {
+    return refuse(error, "The name of a parameter is no valid text");
+  }
   const GVariantPtr reply = handle->service->call("Get", g_variant_new("(s)", name), "(s)", error);
-  if (!reply) return FALSE;
+  if (!reply) {
+    return FALSE;
+  }
   g_variant_get(reply.get(), "(s)", value);
   return TRUE;
 }

@@ -25,13 +25,17 @@ using Text = std::unique_ptr<char, FreeText>;
 std::optional<double> numberIn(const char* text) {
   char* end = nullptr;
   const double number = g_ascii_strtod(text, &end);
-  if (end == text || *end != '\0' || !std::isfinite(number)) return std::nullopt;
+  if (end == text || *end != '\0' || !std::isfinite(number)) {
+    return std::nullopt;
+  }
   return number;
 }
 
 std::optional<double> readAngle(const Store& store, const std::string& name) {
   char* value = nullptr;
-  if (!ov_parameter_get(store.get(), name.c_str(), &value, nullptr)) return std::nullopt;
+  if (!ov_parameter_get(store.get(), name.c_str(), &value, nullptr)) {
+    return std::nullopt;
+  }
   const Text text(value);
   return numberIn(text.get());
 }
@@ -40,13 +44,17 @@ std::optional<double> readAngle(const Store& store, const std::string& name) {
 
 std::optional<Mounting> readMounting(int channel) {
   const Store store(ov_parameter_new("ptzmath", nullptr));
-  if (!store) return std::nullopt;
+  if (!store) {
+    return std::nullopt;
+  }
 
   const std::string group = "root.PTZ.RemoteCenter.C" + std::to_string(channel);
   const auto pan = readAngle(store, group + ".Pan");
   const auto tilt = readAngle(store, group + ".Tilt");
   const auto roll = readAngle(store, group + ".Roll");
-  if (!pan || !tilt || !roll) return std::nullopt;
+  if (!pan || !tilt || !roll) {
+    return std::nullopt;
+  }
   return Mounting{*pan, *tilt, *roll};
 }
 

@@ -6,7 +6,7 @@
 namespace ptzmath {
 namespace {
 
-constexpr double kRadians = std::numbers::pi / 180;
+constexpr double RADIANS = std::numbers::pi / 180;
 
 // The offset from the picture's middle at a distance of 1 along the optical axis; reach is that of
 // the picture's border.
@@ -21,53 +21,55 @@ double wrapped(double pan) {
 
 }  // namespace
 
-void Pinhole::setPicture(int width, int height) {
-  width_ = width;
-  height_ = height;
+void Pinhole::setPicture(int newWidth, int newHeight) {
+  width = newWidth;
+  height = newHeight;
 }
 
 void Pinhole::setMounting(const Mounting& mounting) {
-  pan_ = mounting.pan;
-  roll_ = Turn(mounting.roll);
-  tilt_ = Turn(mounting.tilt);
+  pan = mounting.pan;
+  roll = Turn(mounting.roll);
+  tilt = Turn(mounting.tilt);
 }
 
 Pinhole::Turn::Turn(double degrees)
-    : sine(std::sin(degrees * kRadians)), cosine(std::cos(degrees * kRadians)) {}
+    : sine(std::sin(degrees * RADIANS)), cosine(std::cos(degrees * RADIANS)) {}
 
-void Pinhole::FieldOfView::set(double degrees) {
-  if (degrees == degrees_) return;
-  degrees_ = degrees;
-  reach_ = degrees > 0 && degrees < 180 ? std::tan(degrees / 2 * kRadians) : 0;
+void Pinhole::FieldOfView::set(double newDegrees) {
+  if (newDegrees == degrees) {
+    return;
+  }
+  degrees = newDegrees;
+  reach = degrees > 0 && degrees < 180 ? std::tan(degrees / 2 * RADIANS) : 0;
 }
 
 Pinhole::Ray Pinhole::rayOf(double x, double y) const {
-  return {slopeOf(x - width_ / 2.0, width_, horizontalFov_.reach()),
-          slopeOf(height_ / 2.0 - y, height_, verticalFov_.reach()), 1};
+  return {slopeOf(x - width / 2.0, width, horizontalFov.getReach()),
+          slopeOf(height / 2.0 - y, height, verticalFov.getReach()), 1};
 }
 
 Direction Pinhole::directionOf(double x, double y) const {
   const Ray camera = rayOf(x, y);
 
-  const Ray level{camera.right * roll_.cosine + camera.up * roll_.sine,
-                  camera.up * roll_.cosine - camera.right * roll_.sine, camera.forward};
-  const Ray horizontal{level.right, level.forward * tilt_.sine + level.up * tilt_.cosine,
-                       level.forward * tilt_.cosine - level.up * tilt_.sine};
+  const Ray level{camera.right * roll.cosine + camera.up * roll.sine,
+                  camera.up * roll.cosine - camera.right * roll.sine, camera.forward};
+  const Ray horizontal{level.right, level.forward * tilt.sine + level.up * tilt.cosine,
+                       level.forward * tilt.cosine - level.up * tilt.sine};
 
-  const double pan = std::atan2(horizontal.right, horizontal.forward) / kRadians;
+  const double panOffset = std::atan2(horizontal.right, horizontal.forward) / RADIANS;
   const double distance = std::hypot(horizontal.right, horizontal.forward);
-  return {wrapped(pan_ + pan), std::atan2(horizontal.up, distance) / kRadians};
+  return {wrapped(pan + panOffset), std::atan2(horizontal.up, distance) / RADIANS};
 }
 
 double Pinhole::angleAcross(double x, double y, double extent) const {
   const Ray left = rayOf(x - extent / 2, y);
   const Ray right = rayOf(x + extent / 2, y);
   // Both ends have the same height, which leaves two components of the cross product.
-  const double width = right.right - left.right;
-  const double sine = std::fabs(width) * std::hypot(left.up, left.forward);
+  const double spread = right.right - left.right;
+  const double sine = std::fabs(spread) * std::hypot(left.up, left.forward);
   const double cosine =
       left.right * right.right + left.up * right.up + left.forward * right.forward;
-  return std::atan2(sine, cosine) / kRadians;
+  return std::atan2(sine, cosine) / RADIANS;
 }
 
 }  // namespace ptzmath

@@ -21,13 +21,13 @@ struct Direction {
 class Pinhole {
  public:
   // Pixels. Without a picture (0 or less) every pixel is its middle.
-  void setPicture(int width, int height);
+  void setPicture(int newWidth, int newHeight);
   void setMounting(const Mounting& mounting);
   // The angle in degrees across the whole width or height. A plane picture has an angle of more
   // than 0 and less than 180 degrees; with any other angle every pixel is taken for the middle in
   // that direction.
-  void setHorizontalFov(double degrees) { horizontalFov_.set(degrees); }
-  void setVerticalFov(double degrees) { verticalFov_.set(degrees); }
+  void setHorizontalFov(double degrees) { horizontalFov.set(degrees); }
+  void setVerticalFov(double degrees) { verticalFov.set(degrees); }
 
   // The pixel may lie beyond the picture.
   Direction directionOf(double x, double y) const;
@@ -53,24 +53,24 @@ class Pinhole {
   // Set anew before every question, to the same angle mostly.
   class FieldOfView {
    public:
-    void set(double degrees);
+    void set(double newDegrees);
     // Half the picture at a distance of 1; 0 for an angle that no plane picture has.
-    double reach() const { return reach_; }
+    double getReach() const { return reach; }
 
    private:
-    double degrees_ = 0;
-    double reach_ = 0;
+    double degrees = 0;
+    double reach = 0;
   };
 
   Ray rayOf(double x, double y) const;
 
-  int width_ = 0;
-  int height_ = 0;
-  FieldOfView horizontalFov_;
-  FieldOfView verticalFov_;
-  double pan_ = 0;
-  Turn roll_{0};
-  Turn tilt_{0};
+  int width = 0;
+  int height = 0;
+  FieldOfView horizontalFov;
+  FieldOfView verticalFov;
+  double pan = 0;
+  Turn roll{0};
+  Turn tilt{0};
 };
 
 }  // namespace ptzmath

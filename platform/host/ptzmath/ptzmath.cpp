@@ -12,15 +12,15 @@ struct ptzmath_context {
 
 namespace {
 
-constexpr double kOne = 65536;
-constexpr int32_t kHalfTurn = 180 << 16;
+constexpr double ONE = 65536;
+constexpr int32_t HALF_TURN = 180 << 16;
 
 double toDegrees(int32_t fixed) {
-  return fixed / kOne;
+  return fixed / ONE;
 }
 
 int32_t toFixed(double degrees) {
-  return static_cast<int32_t>(std::lround(degrees * kOne));
+  return static_cast<int32_t>(std::lround(degrees * ONE));
 }
 
 }  // namespace
@@ -39,7 +39,9 @@ void ptzmath_set_pic_dim(ptzmath_context* context, int width, int height) {
 
 int ptzmath_get_remote_center(ptzmath_context* context, int channel) {
   const auto mounting = ptzmath::readMounting(channel);
-  if (!mounting) return -1;
+  if (!mounting) {
+    return -1;
+  }
   context->camera.setMounting(*mounting);
   return 0;
 }
@@ -55,7 +57,9 @@ void ptzmath_set_vert_fov_x(ptzmath_context* context, int32_t fov) {
 void ptzmath_to_ptz_x(const ptzmath_context* context, int32_t* pan, int32_t* tilt, int x, int y) {
   const auto direction = context->camera.directionOf(x, y);
   *pan = toFixed(direction.pan);
-  if (*pan == kHalfTurn) *pan = -kHalfTurn;  // rounded up to the seam
+  if (*pan == HALF_TURN) {
+    *pan = -HALF_TURN;  // rounded up to the seam
+  }
   *tilt = toFixed(direction.tilt);
 }
 

@@ -8,8 +8,8 @@
 
 namespace {
 
-constexpr const char* kName = "com.orva.PTZService";
-constexpr const char* kPath = "/com/orva/PTZService";
+constexpr const char* NAME = "com.orva.PTZService";
+constexpr const char* PATH = "/com/orva/PTZService";
 
 // Commands reach the head in the order of the calls, so the lock is held until the answer is there.
 std::mutex s_mutex;
@@ -24,7 +24,7 @@ gboolean refuse(GError** error, const char* message) {
 GVariantPtr callService(const char* method, GVariant* arguments, const char* reply,
                         GError** error) {
   const GVariantPtr owned(g_variant_ref_sink(arguments));
-  const std::scoped_lock lock(s_mutex);
+  const std::lock_guard lock(s_mutex);
   if (!s_service) {
     g_set_error_literal(error, G_IO_ERROR, G_IO_ERROR_NOT_INITIALIZED,
                         "The PTZ library is not initialized");
@@ -49,61 +49,76 @@ bool areChannelAndSource(int channel, const char* source) {
 }  // namespace
 
 gboolean ptztolva_init(void) {
-  const std::scoped_lock lock(s_mutex);
-  s_service = ServiceClient::connect(kName, kPath, nullptr);
+  const std::lock_guard lock(s_mutex);
+  s_service = ServiceClient::connect(NAME, PATH, nullptr);
   return s_service ? TRUE : FALSE;
 }
 
 void ptztolva_cleanup(void) {
-  const std::scoped_lock lock(s_mutex);
+  const std::lock_guard lock(s_mutex);
   s_service.reset();
 }
 
 gboolean ptztolva_move_ptz_travo(int /*reserved_a*/, int channel, const char* source,
-                                 int /*reserved_b*/, int pan_kind, int tilt_kind, int zoom,
-                                 int zoom_kind, double pan, double tilt, int speed,
+                                 int /*reserved_b*/, int panKind, int tiltKind, int zoom,
+                                 int zoomKind, double pan, double tilt, int speed,
                                  int /*reserved_c*/, int /*reserved_d*/, GError** error) {
-  if (!areChannelAndSource(channel, source)) return refuse(error, "Invalid channel or source");
-  if (!isKind(pan_kind) || !isKind(tilt_kind) || !isKind(zoom_kind)) {
+  if (!areChannelAndSource(channel, source)) {
+    return refuse(error, "Invalid channel or source");
+  }
+  if (!isKind(panKind) || !isKind(tiltKind) || !isKind(zoomKind)) {
     return refuse(error, "Unknown kind of movement");
   }
-  if (!std::isfinite(pan) || !std::isfinite(tilt)) return refuse(error, "No finite pan or tilt");
-  if (speed < 0) return refuse(error, "Negative speed limit");
+  if (!std::isfinite(pan) || !std::isfinite(tilt)) {
+    return refuse(error, "No finite pan or tilt");
+  }
+  if (speed < 0) {
+    return refuse(error, "Negative speed limit");
+  }
   GVariant* arguments =
-      g_variant_new("(usididiiu)", static_cast<guint32>(channel), orEmpty(source), pan_kind, pan,
-                    tilt_kind, tilt, zoom_kind, zoom, static_cast<guint32>(speed));
+      g_variant_new("(usididiiu)", static_cast<guint32>(channel), orEmpty(source), panKind, pan,
+                    tiltKind, tilt, zoomKind, zoom, static_cast<guint32>(speed));
   return callService("Move", arguments, "()", error) ? TRUE : FALSE;
 }
 
 gboolean ptztolva_goto_home(int /*reserved_a*/, int channel, const char* source, int /*reserved_b*/,
                             int speed, int /*reserved_c*/, int /*reserved_d*/, GError** error) {
-  if (!areChannelAndSource(channel, source)) return refuse(error, "Invalid channel or source");
-  if (speed < 0) return refuse(error, "Negative speed");
+  if (!areChannelAndSource(channel, source)) {
+    return refuse(error, "Invalid channel or source");
+  }
+  if (speed < 0) {
+    return refuse(error, "Negative speed");
+  }
   GVariant* arguments = g_variant_new("(usu)", static_cast<guint32>(channel), orEmpty(source),
                                       static_cast<guint32>(speed));
   return callService("GotoHome", arguments, "()", error) ? TRUE : FALSE;
 }
 
 gboolean ptztolva_get_ptz_status(int channel, ptztolva_status* status, GError** error) {
-  if (status == nullptr) return refuse(error, "A status is needed");
-  if (channel < 0) return refuse(error, "Invalid channel");
+  if (status == nullptr) {
+    return refuse(error, "A status is needed");
+  }
+  if (channel < 0) {
+    return refuse(error, "Invalid channel");
+  }
   const GVariantPtr reply = callService(
       "GetStatus", g_variant_new("(u)", static_cast<guint32>(channel)), "(dbdbib)", error);
-  if (!reply) return FALSE;
+  if (!reply) {
+    return FALSE;
+  }
 
   double pan = 0;
   double tilt = 0;
-  gboolean pan_moving = FALSE;
-  gboolean tilt_moving = FALSE;
-  gboolean zoom_moving = FALSE;
+  gboolean panMoving = FALSE;
+  gboolean tiltMoving = FALSE;
+  gboolean zoomMoving = FALSE;
   gint32 zoom = 0;
-  g_variant_get(reply.get(), "(dbdbib)", &pan, &pan_moving, &tilt, &tilt_moving, &zoom,
-                &zoom_moving);
+  g_variant_get(reply.get(), "(dbdbib)", &pan, &panMoving, &tilt, &tiltMoving, &zoom, &zoomMoving);
   *status = {.pan = static_cast<float>(pan),
-             .pan_moving = pan_moving,
+             .pan_moving = panMoving,
              .tilt = static_cast<float>(tilt),
-             .tilt_moving = tilt_moving,
+             .tilt_moving = tiltMoving,
              .zoom = zoom,
-             .zoom_moving = zoom_moving};
+             .zoom_moving = zoomMoving};
   return TRUE;
 }

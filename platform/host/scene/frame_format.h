@@ -14,17 +14,17 @@
 
 namespace frame_format {
 
-constexpr std::uint32_t kMagic = 0x314e4353;  // "SCN1"
-constexpr std::uint32_t kVersion = 1;
-constexpr std::size_t kPreambleSize = 8;  // magic and total length
-constexpr std::size_t kHeaderSize = 24;
-constexpr std::size_t kMaxSize = std::size_t{16} << 20;
-constexpr std::size_t kLengthOffset = 4;
+constexpr std::uint32_t MAGIC = 0x314e4353;  // "SCN1"
+constexpr std::uint32_t VERSION = 1;
+constexpr std::size_t PREAMBLE_SIZE = 8;  // magic and total length
+constexpr std::size_t HEADER_SIZE = 24;
+constexpr std::size_t MAX_SIZE = std::size_t{16} << 20;
+constexpr std::size_t LENGTH_OFFSET = 4;
 
 // The least that one of each takes, to judge an announced number before believing it.
-constexpr std::size_t kMinPropertySize = 8;
-constexpr std::size_t kMinObjectSize = 8;
-constexpr std::size_t kMinEventSize = 8;
+constexpr std::size_t MIN_PROPERTY_SIZE = 8;
+constexpr std::size_t MIN_OBJECT_SIZE = 8;
+constexpr std::size_t MIN_EVENT_SIZE = 8;
 
 }  // namespace frame_format
 

@@ -29,25 +29,25 @@ template <typename T>
 class PropertyStore {
  public:
   // For as many as a frame of that size can hold.
-  explicit PropertyStore(std::size_t frame_size) {
-    values_.reserve(frame_size / sizeof(T));
-    properties_.reserve(frame_size / frame_format::kMinPropertySize);
+  explicit PropertyStore(std::size_t frameSize) {
+    values.reserve(frameSize / sizeof(T));
+    properties.reserve(frameSize / frame_format::MIN_PROPERTY_SIZE);
   }
 
   std::span<T> addValues(std::size_t count) {
-    const std::size_t first = values_.size();
-    values_.resize(first + count);
-    return std::span(values_).subspan(first);
+    const std::size_t first = values.size();
+    values.resize(first + count);
+    return std::span(values).subspan(first);
   }
 
-  void add(const Property<T>& property) { properties_.push_back(property); }
+  void add(const Property<T>& property) { properties.push_back(property); }
 
-  std::size_t size() const { return properties_.size(); }
-  Properties<T> from(std::size_t first) const { return std::span(properties_).subspan(first); }
+  std::size_t size() const { return properties.size(); }
+  Properties<T> from(std::size_t first) const { return std::span(properties).subspan(first); }
 
  private:
-  std::vector<T> values_;
-  std::vector<Property<T>> properties_;
+  std::vector<T> values;
+  std::vector<Property<T>> properties;
 };
 
 }  // namespace
@@ -78,18 +78,20 @@ namespace {
 // read after it; what a failed read returns is 0.
 class Reader {
  public:
-  explicit Reader(std::span<const std::uint8_t> bytes) : bytes_(bytes) {}
+  explicit Reader(std::span<const std::uint8_t> bytes) : bytes(bytes) {}
 
-  bool isOk() const { return is_ok_; }
-  bool isAtEnd() const { return bytes_.empty(); }
-  std::size_t left() const { return bytes_.size(); }
+  bool isOk() const { return ok; }
+  bool isAtEnd() const { return bytes.empty(); }
+  std::size_t left() const { return bytes.size(); }
 
-  void fail() { is_ok_ = false; }
+  void fail() { ok = false; }
 
   template <typename T>
   T number() {
     T value = 0;
-    if (has(1, sizeof(T))) read(std::span(&value, 1));
+    if (has(1, sizeof(T))) {
+      read(std::span(&value, 1));
+    }
     return value;
   }
 
@@ -97,10 +99,10 @@ class Reader {
   template <typename T>
   void read(std::span<T> values) {
     if constexpr (std::endian::native == std::endian::little) {
-      std::copy_n(bytes_.data(), values.size_bytes(),
+      std::copy_n(bytes.data(), values.size_bytes(),
                   reinterpret_cast<std::uint8_t*>(values.data()));
     } else {
-      const std::uint8_t* byte = bytes_.data();
+      const std::uint8_t* byte = bytes.data();
       for (T& value : values) {
         std::make_unsigned_t<T> bits = 0;
         for (std::size_t i = 0; i < sizeof(T); ++i) {
@@ -109,29 +111,33 @@ class Reader {
         value = static_cast<T>(bits);
       }
     }
-    bytes_ = bytes_.subspan(values.size_bytes());
+    bytes = bytes.subspan(values.size_bytes());
   }
 
   // A number of items, each of which takes item_size bytes or more of what is left.
-  std::uint32_t count(std::size_t item_size) {
+  std::uint32_t count(std::size_t itemSize) {
     const auto items = number<std::uint32_t>();
-    return has(items, item_size) ? items : 0;
+    return has(items, itemSize) ? items : 0;
   }
 
   // Whether so many items of a size can still come; a failed read if not.
-  bool has(std::size_t items, std::size_t item_size) {
-    if (items > bytes_.size() / item_size) fail();
-    return is_ok_;
+  bool has(std::size_t items, std::size_t itemSize) {
+    if (items > bytes.size() / itemSize) {
+      fail();
+    }
+    return ok;
   }
 
  private:
-  std::span<const std::uint8_t> bytes_;
-  bool is_ok_ = true;
+  std::span<const std::uint8_t> bytes;
+  bool ok = true;
 };
 
 template <typename T>
 Properties<T> readProperties(Reader& reader, std::uint32_t count, PropertyStore<T>& store) {
-  if (!reader.has(count, frame_format::kMinPropertySize)) return {};
+  if (!reader.has(count, frame_format::MIN_PROPERTY_SIZE)) {
+    return {};
+  }
   const std::size_t first = store.size();
   for (std::uint32_t i = 0; i < count && reader.isOk(); ++i) {
     const auto number = reader.number<std::uint32_t>();
@@ -143,7 +149,9 @@ Properties<T> readProperties(Reader& reader, std::uint32_t count, PropertyStore<
 }
 
 void readObjects(Reader& reader, std::uint32_t count, scene& into) {
-  if (!reader.has(count, frame_format::kMinObjectSize)) return;
+  if (!reader.has(count, frame_format::MIN_OBJECT_SIZE)) {
+    return;
+  }
   into.objects.reserve(count);
   for (std::uint32_t i = 0; i < count && reader.isOk(); ++i) {
     const auto id = reader.number<std::int32_t>();
@@ -153,19 +161,25 @@ void readObjects(Reader& reader, std::uint32_t count, scene& into) {
 }
 
 void readEvents(Reader& reader, std::uint32_t count, scene& into) {
-  if (!reader.has(count, frame_format::kMinEventSize)) return;
+  if (!reader.has(count, frame_format::MIN_EVENT_SIZE)) {
+    return;
+  }
   into.events.reserve(count);
   for (std::uint32_t i = 0; i < count && reader.isOk(); ++i) {
     const auto action = reader.number<std::uint32_t>();
-    if (action > SCENE_EVENT_MERGE) reader.fail();
+    if (action > SCENE_EVENT_MERGE) {
+      reader.fail();
+    }
     const auto properties = reader.number<std::uint32_t>();
     into.events.push_back({action, readProperties(reader, properties, into.numbers)});
   }
 }
 
 std::unique_ptr<scene> decode(std::span<const std::uint8_t> frame) {
-  Reader reader(frame.subspan(frame_format::kPreambleSize));
-  if (reader.number<std::uint32_t>() != frame_format::kVersion) return nullptr;
+  Reader reader(frame.subspan(frame_format::PREAMBLE_SIZE));
+  if (reader.number<std::uint32_t>() != frame_format::VERSION) {
+    return nullptr;
+  }
   const auto properties = reader.number<std::uint32_t>();
   const auto objects = reader.number<std::uint32_t>();
   const auto events = reader.number<std::uint32_t>();
@@ -180,8 +194,12 @@ std::unique_ptr<scene> decode(std::span<const std::uint8_t> frame) {
 template <typename T>
 int getProperty(Properties<T> properties, int number, const T** values) {
   for (const Property<T>& property : properties) {
-    if (property.number != static_cast<std::uint32_t>(number)) continue;
-    if (values != nullptr) *values = property.values.data();
+    if (property.number != static_cast<std::uint32_t>(number)) {
+      continue;
+    }
+    if (values != nullptr) {
+      *values = property.values.data();
+    }
     return static_cast<int>(property.values.size());
   }
   return -1;
@@ -196,17 +214,25 @@ const T* next(const std::vector<T>& items, const T* previous) {
 }  // namespace
 
 size_t scene_area_size(const void* area) {
-  if (area == nullptr) return 0;
-  Reader reader({static_cast<const std::uint8_t*>(area), frame_format::kPreambleSize});
-  if (reader.number<std::uint32_t>() != frame_format::kMagic) return 0;
+  if (area == nullptr) {
+    return 0;
+  }
+  Reader reader({static_cast<const std::uint8_t*>(area), frame_format::PREAMBLE_SIZE});
+  if (reader.number<std::uint32_t>() != frame_format::MAGIC) {
+    return 0;
+  }
   const std::size_t size = reader.number<std::uint32_t>();
-  return size >= frame_format::kHeaderSize && size <= frame_format::kMaxSize ? size : 0;
+  return size >= frame_format::HEADER_SIZE && size <= frame_format::MAX_SIZE ? size : 0;
 }
 
 scene* scene_copy_from_area(const void* area, size_t size) {
-  if (size < frame_format::kPreambleSize) return nullptr;
+  if (size < frame_format::PREAMBLE_SIZE) {
+    return nullptr;
+  }
   const std::size_t announced = scene_area_size(area);
-  if (announced == 0 || announced > size) return nullptr;
+  if (announced == 0 || announced > size) {
+    return nullptr;
+  }
   try {
     return decode({static_cast<const std::uint8_t*>(area), announced}).release();
   } catch (const std::bad_alloc&) {

@@ -22,12 +22,16 @@ template <typename T>
 void putProperty(Bytes& bytes, int property, std::span<const T> values) {
   put(bytes, static_cast<std::uint32_t>(property));
   put(bytes, static_cast<std::uint32_t>(values.size()));
-  for (const T value : values) put(bytes, value);
+  for (const T value : values) {
+    put(bytes, value);
+  }
 }
 
-void increment(std::uint8_t* little_endian) {
+void increment(std::uint8_t* littleEndian) {
   for (std::size_t i = 0; i < sizeof(std::uint32_t); ++i) {
-    if (++little_endian[i] != 0) return;
+    if (++littleEndian[i] != 0) {
+      return;
+    }
   }
 }
 
@@ -38,49 +42,55 @@ void append(Bytes& bytes, const Bytes& more) {
 }  // namespace
 
 void SceneEncoder::addSceneProperty(int property, std::span<const std::int64_t> values) {
-  putProperty(properties_, property, values);
-  ++property_count_;
+  putProperty(properties, property, values);
+  ++propertyCount;
 }
 
 void SceneEncoder::beginObject(std::int32_t id) {
-  put(objects_, id);
-  object_property_count_at_ = objects_.size();
-  put(objects_, std::uint32_t{0});
-  ++object_count_;
+  put(objects, id);
+  objectPropertyCountAt = objects.size();
+  put(objects, std::uint32_t{0});
+  ++objectCount;
 }
 
 void SceneEncoder::addObjectProperty(int property, std::span<const std::int32_t> values) {
-  if (object_count_ == 0) throw std::logic_error("A property without an object");
-  putProperty(objects_, property, values);
-  increment(&objects_[object_property_count_at_]);
+  if (objectCount == 0) {
+    throw std::logic_error("A property without an object");
+  }
+  putProperty(objects, property, values);
+  increment(&objects[objectPropertyCountAt]);
 }
 
 void SceneEncoder::addEvent(int action, std::span<const std::int32_t> from,
                             std::span<const std::int32_t> to) {
-  const bool has_to = action != SCENE_EVENT_DELETE;
-  put(events_, static_cast<std::uint32_t>(action));
-  put(events_, std::uint32_t{has_to ? 2U : 1U});
-  putProperty(events_, SCENE_EVT_PROP_FROM, from);
-  if (has_to) putProperty(events_, SCENE_EVT_PROP_TO, to);
-  ++event_count_;
+  const bool hasTo = action != SCENE_EVENT_DELETE;
+  put(events, static_cast<std::uint32_t>(action));
+  put(events, std::uint32_t{hasTo ? 2U : 1U});
+  putProperty(events, SCENE_EVT_PROP_FROM, from);
+  if (hasTo) {
+    putProperty(events, SCENE_EVT_PROP_TO, to);
+  }
+  ++eventCount;
 }
 
 std::vector<std::uint8_t> SceneEncoder::bytes() const {
   const std::size_t size =
-      frame_format::kHeaderSize + properties_.size() + objects_.size() + events_.size();
-  if (size > frame_format::kMaxSize) throw std::length_error("A scene frame above 16 MiB");
+      frame_format::HEADER_SIZE + properties.size() + objects.size() + events.size();
+  if (size > frame_format::MAX_SIZE) {
+    throw std::length_error("A scene frame above 16 MiB");
+  }
 
   Bytes frame;
   frame.reserve(size);
-  put(frame, frame_format::kMagic);
+  put(frame, frame_format::MAGIC);
   put(frame, static_cast<std::uint32_t>(size));
-  put(frame, frame_format::kVersion);
-  put(frame, property_count_);
-  put(frame, object_count_);
-  put(frame, event_count_);
-  append(frame, properties_);
-  append(frame, objects_);
-  append(frame, events_);
+  put(frame, frame_format::VERSION);
+  put(frame, propertyCount);
+  put(frame, objectCount);
+  put(frame, eventCount);
+  append(frame, properties);
+  append(frame, objects);
+  append(frame, events);
   return frame;
 }
 

@@ -31,13 +31,13 @@ class SceneEncoder {
   void clear();
 
  private:
-  std::vector<std::uint8_t> properties_;
-  std::vector<std::uint8_t> objects_;
-  std::vector<std::uint8_t> events_;
-  std::uint32_t property_count_ = 0;
-  std::uint32_t object_count_ = 0;
-  std::uint32_t event_count_ = 0;
-  std::size_t object_property_count_at_ = 0;  // where in objects_ the open object counts its own
+  std::vector<std::uint8_t> properties;
+  std::vector<std::uint8_t> objects;
+  std::vector<std::uint8_t> events;
+  std::uint32_t propertyCount = 0;
+  std::uint32_t objectCount = 0;
+  std::uint32_t eventCount = 0;
+  std::size_t objectPropertyCountAt = 0;  // where in objects the open object counts its own
 };
 
 #endif

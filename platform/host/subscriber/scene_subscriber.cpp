@@ -19,9 +19,9 @@
 
 namespace {
 
-constexpr std::size_t kFrameHeaderSize = 12;  // length and time
-constexpr std::size_t kSceneHeadSize = 8;     // what scene_area_size reads
-constexpr std::size_t kMaxFrameSize = std::size_t{16} << 20;
+constexpr std::size_t FRAME_HEADER_SIZE = 12;  // length and time
+constexpr std::size_t SCENE_HEAD_SIZE = 8;     // what scene_area_size reads
+constexpr std::size_t MAX_FRAME_SIZE = std::size_t{16} << 20;
 
 thread_local const SceneSubscriber* t_reading = nullptr;
 
@@ -54,24 +54,26 @@ int connectionError(int reason) {
 
 int answerError(const std::array<std::uint8_t, 3>& answer) {
   const std::string_view text(reinterpret_cast<const char*>(answer.data()), answer.size());
-  if (text == "OK\n") return VIDEO_SCENE_SUBSCRIBER_OK;
+  if (text == "OK\n") {
+    return VIDEO_SCENE_SUBSCRIBER_OK;
+  }
   return text == "NO\n" ? VIDEO_SCENE_SUBSCRIBER_NO_PROVIDER : VIDEO_SCENE_SUBSCRIBER_FAILED;
 }
 
-std::size_t lengthFrom(const std::array<std::uint8_t, kFrameHeaderSize>& header) {
+std::size_t lengthFrom(const std::array<std::uint8_t, FRAME_HEADER_SIZE>& header) {
   return std::size_t{header[0]} << 24 | std::size_t{header[1]} << 16 | std::size_t{header[2]} << 8 |
          std::size_t{header[3]};
 }
 
 }  // namespace
 
-SceneSubscriber::SceneSubscriber(std::string socket_path, int channel, data_format_t format,
-                                 void* user_data, std::chrono::milliseconds answer_timeout)
-    : socket_path_(std::move(socket_path)),
-      channel_(channel),
-      format_(format),
-      user_data_(user_data),
-      answer_timeout_(answer_timeout) {}
+SceneSubscriber::SceneSubscriber(std::string socketPath, int channel, data_format_t format,
+                                 void* userData, std::chrono::milliseconds answerTimeout)
+    : socketPath(std::move(socketPath)),
+      channel(channel),
+      format(format),
+      userData(userData),
+      answerTimeout(answerTimeout) {}
 
 SceneSubscriber::~SceneSubscriber() {
   endReader();
@@ -82,34 +84,50 @@ bool SceneSubscriber::isWithinCallback() const {
 }
 
 int SceneSubscriber::subscribe() {
-  if (isWithinCallback()) return VIDEO_SCENE_SUBSCRIBER_BAD_STATE;
-  std::unique_lock lock(mutex_);
-  if (is_attempting_ || !has_ended_) return VIDEO_SCENE_SUBSCRIBER_BAD_STATE;
+  if (isWithinCallback()) {
+    return VIDEO_SCENE_SUBSCRIBER_BAD_STATE;
+  }
+  std::unique_lock lock(mutex);
+  if (isAttempting || !hasEnded) {
+    return VIDEO_SCENE_SUBSCRIBER_BAD_STATE;
+  }
   endReader();
-  if (format_ != DATA_FORMAT_SCENE) return VIDEO_SCENE_SUBSCRIBER_BAD_FORMAT;
-  stream_ = local_socket::connectTo(socket_path_);
-  if (!stream_.isOpen()) return connectionError(errno);
+  if (format != DATA_FORMAT_SCENE) {
+    return VIDEO_SCENE_SUBSCRIBER_BAD_FORMAT;
+  }
+  stream = local_socket::connectTo(socketPath);
+  if (!stream.isOpen()) {
+    return connectionError(errno);
+  }
 
   const std::string request =
-      "SUBSCRIBE " + std::to_string(channel_) + ' ' + std::to_string(properties_) + '\n';
-  is_attempting_ = true;
-  is_cut_short_ = false;
+      "SUBSCRIBE " + std::to_string(channel) + ' ' + std::to_string(properties) + '\n';
+  isAttempting = true;
+  isCutShort = false;
   lock.unlock();
   int result = ask(request);
   lock.lock();
-  is_attempting_ = false;
-  if (is_cut_short_) result = VIDEO_SCENE_SUBSCRIBER_FAILED;
-  if (result == VIDEO_SCENE_SUBSCRIBER_OK) result = startReader();
-  if (result != VIDEO_SCENE_SUBSCRIBER_OK) stream_.reset();
+  isAttempting = false;
+  if (isCutShort) {
+    result = VIDEO_SCENE_SUBSCRIBER_FAILED;
+  }
+  if (result == VIDEO_SCENE_SUBSCRIBER_OK) {
+    result = startReader();
+  }
+  if (result != VIDEO_SCENE_SUBSCRIBER_OK) {
+    stream.reset();
+  }
   return result;
 }
 
 int SceneSubscriber::unsubscribe() {
-  if (isWithinCallback()) return VIDEO_SCENE_SUBSCRIBER_BAD_STATE;
-  const std::scoped_lock lock(mutex_);
-  if (is_attempting_) {
-    is_cut_short_ = true;
-    shutdown(stream_.get(), SHUT_RDWR);
+  if (isWithinCallback()) {
+    return VIDEO_SCENE_SUBSCRIBER_BAD_STATE;
+  }
+  const std::lock_guard lock(mutex);
+  if (isAttempting) {
+    isCutShort = true;
+    shutdown(stream.get(), SHUT_RDWR);
     return VIDEO_SCENE_SUBSCRIBER_OK;
   }
   return endReader() ? VIDEO_SCENE_SUBSCRIBER_OK : VIDEO_SCENE_SUBSCRIBER_BAD_STATE;
@@ -117,44 +135,48 @@ int SceneSubscriber::unsubscribe() {
 
 template <typename Change>
 int SceneSubscriber::change(Change apply) {
-  if (isWithinCallback()) return VIDEO_SCENE_SUBSCRIBER_BAD_STATE;
-  const std::scoped_lock lock(mutex_);
-  if (is_attempting_ || !has_ended_) return VIDEO_SCENE_SUBSCRIBER_BAD_STATE;
+  if (isWithinCallback()) {
+    return VIDEO_SCENE_SUBSCRIBER_BAD_STATE;
+  }
+  const std::lock_guard lock(mutex);
+  if (isAttempting || !hasEnded) {
+    return VIDEO_SCENE_SUBSCRIBER_BAD_STATE;
+  }
   apply();
   return VIDEO_SCENE_SUBSCRIBER_OK;
 }
 
 int SceneSubscriber::setDisconnectCallback(video_scene_subscriber_disconnect_callback callback) {
-  return change([&] { on_disconnect_ = callback; });
+  return change([&] { onDisconnect = callback; });
 }
 
 int SceneSubscriber::setMessageCallback(video_scene_subscriber_message_callback callback) {
-  return change([&] { on_message_ = callback; });
+  return change([&] { onMessage = callback; });
 }
 
 int SceneSubscriber::setEnabled(Property property, bool enabled) {
-  return change([&] { properties_ = enabled ? properties_ | property : properties_ & ~property; });
+  return change([&] { properties = enabled ? properties | property : properties & ~property; });
 }
 
 // Without the mutex: the service may take its time, and the stream stays as it is meanwhile.
 int SceneSubscriber::ask(const std::string& request) const {
-  const auto deadline = std::chrono::steady_clock::now() + answer_timeout_;
+  const auto deadline = std::chrono::steady_clock::now() + answerTimeout;
   std::array<std::uint8_t, 3> answer{};
-  if (!local_socket::setTimeout(stream_.get(), answer_timeout_) ||
-      !local_socket::sendAll(stream_.get(), bytesOf(request)) ||
-      !receiveUntil(deadline, stream_.get(), answer)) {
+  if (!local_socket::setTimeout(stream.get(), answerTimeout) ||
+      !local_socket::sendAll(stream.get(), bytesOf(request)) ||
+      !receiveUntil(deadline, stream.get(), answer)) {
     return VIDEO_SCENE_SUBSCRIBER_FAILED;
   }
   return answerError(answer);
 }
 
 int SceneSubscriber::startReader() {
-  is_stopping_ = false;
-  has_ended_ = false;
+  isStopping = false;
+  hasEnded = false;
   try {
-    reader_ = std::thread(&SceneSubscriber::run, this);
+    reader = std::thread(&SceneSubscriber::run, this);
   } catch (const std::system_error&) {
-    has_ended_ = true;
+    hasEnded = true;
     return VIDEO_SCENE_SUBSCRIBER_FAILED;
   }
   return VIDEO_SCENE_SUBSCRIBER_OK;
@@ -162,43 +184,55 @@ int SceneSubscriber::startReader() {
 
 // False when there is no reader to end. One whose stream has ended is still to be joined.
 bool SceneSubscriber::endReader() {
-  if (!reader_.joinable()) return false;
-  is_stopping_ = true;
-  shutdown(stream_.get(), SHUT_RDWR);
-  reader_.join();
-  stream_.reset();
+  if (!reader.joinable()) {
+    return false;
+  }
+  isStopping = true;
+  shutdown(stream.get(), SHUT_RDWR);
+  reader.join();
+  stream.reset();
   return true;
 }
 
 void SceneSubscriber::run() {
   t_reading = this;
-  while (!is_stopping_ && readFrame()) {
+  while (!isStopping && readFrame()) {
   }
-  if (!is_stopping_ && on_disconnect_ != nullptr) on_disconnect_(user_data_);
-  has_ended_ = true;
+  if (!isStopping && onDisconnect != nullptr) {
+    onDisconnect(userData);
+  }
+  hasEnded = true;
 }
 
 // False when the stream has ended, stalls within a frame or can no longer be understood.
 bool SceneSubscriber::readFrame() const {
-  std::array<std::uint8_t, kFrameHeaderSize> header{};
+  std::array<std::uint8_t, FRAME_HEADER_SIZE> header{};
   const std::span<std::uint8_t> bytes(header);
   // Frames may be as far apart as they like, but one that has begun is to end.
-  if (!local_socket::setTimeout(stream_.get(), std::chrono::milliseconds(0)) ||
-      !local_socket::receiveAll(stream_.get(), bytes.first(1)) ||
-      !local_socket::setTimeout(stream_.get(), answer_timeout_) ||
-      !local_socket::receiveAll(stream_.get(), bytes.subspan(1))) {
+  if (!local_socket::setTimeout(stream.get(), std::chrono::milliseconds(0)) ||
+      !local_socket::receiveAll(stream.get(), bytes.first(1)) ||
+      !local_socket::setTimeout(stream.get(), answerTimeout) ||
+      !local_socket::receiveAll(stream.get(), bytes.subspan(1))) {
     return false;
   }
   const std::size_t length = lengthFrom(header);
-  if (length > kMaxFrameSize) return false;
+  if (length > MAX_FRAME_SIZE) {
+    return false;
+  }
   std::unique_ptr<char, Free> frame(
       static_cast<char*>(std::malloc(std::max<std::size_t>(length, 1))));
-  if (!frame) return false;
-  if (!local_socket::receiveAll(stream_.get(),
+  if (!frame) {
+    return false;
+  }
+  if (!local_socket::receiveAll(stream.get(),
                                 {reinterpret_cast<std::uint8_t*>(frame.get()), length})) {
     return false;
   }
-  if (length < kSceneHeadSize || scene_area_size(frame.get()) != length) return true;
-  if (on_message_ != nullptr && !is_stopping_) on_message_(frame.release(), user_data_);
+  if (length < SCENE_HEAD_SIZE || scene_area_size(frame.get()) != length) {
+    return true;
+  }
+  if (onMessage != nullptr && !isStopping) {
+    onMessage(frame.release(), userData);
+  }
   return true;
 }

@@ -23,17 +23,17 @@
 #include "base/file_descriptor.h"
 #include "video_scene_subscriber.h"
 
-inline constexpr const char* kSubscriberSocket = "/var/run/strata/subscriber";
+inline constexpr const char* SUBSCRIBER_SOCKET = "/var/run/strata/subscriber";
 
 class SceneSubscriber {
  public:
-  enum Property : unsigned { kBoundingBox = 1, kPolygon = 2, kVelocity = 4, kLowConfident = 8 };
+  enum Property : unsigned { BOUNDING_BOX = 1, POLYGON = 2, VELOCITY = 4, LOW_CONFIDENT = 8 };
 
   // The format is judged by subscribe(). The service must answer a request within the time-out;
   // frames may then be as far apart as they like. A stream that stalls for the time-out within a
   // frame counts as ended.
-  SceneSubscriber(std::string socket_path, int channel, data_format_t format, void* user_data,
-                  std::chrono::milliseconds answer_timeout = std::chrono::seconds(5));
+  SceneSubscriber(std::string socketPath, int channel, data_format_t format, void* userData,
+                  std::chrono::milliseconds answerTimeout = std::chrono::seconds(5));
 
   // Ends the subscription.
   ~SceneSubscriber();
@@ -65,23 +65,23 @@ class SceneSubscriber {
   void run();
   bool readFrame() const;
 
-  const std::string socket_path_;
-  const int channel_;
-  const data_format_t format_;
-  void* const user_data_;
-  const std::chrono::milliseconds answer_timeout_;
+  const std::string socketPath;
+  const int channel;
+  const data_format_t format;
+  void* const userData;
+  const std::chrono::milliseconds answerTimeout;
 
-  std::mutex mutex_;  // never taken by the reader thread, nor held while the service is waited for
-  bool is_attempting_ = false;  // the stream stays as it is until the attempt is over
-  bool is_cut_short_ = false;
-  video_scene_subscriber_disconnect_callback on_disconnect_ = nullptr;
-  video_scene_subscriber_message_callback on_message_ = nullptr;
-  unsigned properties_ = 0;
-  FileDescriptor stream_;
-  std::thread reader_;
+  std::mutex mutex;  // never taken by the reader thread, nor held while the service is waited for
+  bool isAttempting = false;  // the stream stays as it is until the attempt is over
+  bool isCutShort = false;
+  video_scene_subscriber_disconnect_callback onDisconnect = nullptr;
+  video_scene_subscriber_message_callback onMessage = nullptr;
+  unsigned properties = 0;
+  FileDescriptor stream;
+  std::thread reader;
 
-  std::atomic<bool> is_stopping_ = false;
-  std::atomic<bool> has_ended_ = true;  // the reader calls nothing any more
+  std::atomic<bool> isStopping = false;
+  std::atomic<bool> hasEnded = true;  // the reader calls nothing any more
 };
 
 #endif

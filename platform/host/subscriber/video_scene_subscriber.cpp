@@ -22,14 +22,20 @@ int setEnabled(video_scene_subscriber* subscriber, SceneSubscriber::Property pro
 extern "C" {
 
 video_scene_subscriber* video_scene_subscriber_create(int channel, data_format_t format,
-                                                      void* user_data) {
-  if (channel < 0) return nullptr;
-  return new (std::nothrow) video_scene_subscriber(kSubscriberSocket, channel, format, user_data);
+                                                      void* userData) {
+  if (channel < 0) {
+    return nullptr;
+  }
+  return new (std::nothrow) video_scene_subscriber(SUBSCRIBER_SOCKET, channel, format, userData);
 }
 
 int video_scene_subscriber_delete(video_scene_subscriber* subscriber) {
-  if (subscriber == nullptr) return VIDEO_SCENE_SUBSCRIBER_BAD_ARGUMENT;
-  if (subscriber->isWithinCallback()) return VIDEO_SCENE_SUBSCRIBER_BAD_STATE;
+  if (subscriber == nullptr) {
+    return VIDEO_SCENE_SUBSCRIBER_BAD_ARGUMENT;
+  }
+  if (subscriber->isWithinCallback()) {
+    return VIDEO_SCENE_SUBSCRIBER_BAD_STATE;
+  }
   delete subscriber;
   return VIDEO_SCENE_SUBSCRIBER_OK;
 }
@@ -56,20 +62,20 @@ int video_scene_subscriber_set_on_message_arrived_callback(
 
 int video_scene_subscriber_set_bounding_box_enabled(video_scene_subscriber* subscriber,
                                                     int enabled) {
-  return setEnabled(subscriber, SceneSubscriber::kBoundingBox, enabled);
+  return setEnabled(subscriber, SceneSubscriber::BOUNDING_BOX, enabled);
 }
 
 int video_scene_subscriber_set_polygon_enabled(video_scene_subscriber* subscriber, int enabled) {
-  return setEnabled(subscriber, SceneSubscriber::kPolygon, enabled);
+  return setEnabled(subscriber, SceneSubscriber::POLYGON, enabled);
 }
 
 int video_scene_subscriber_set_velocity_enabled(video_scene_subscriber* subscriber, int enabled) {
-  return setEnabled(subscriber, SceneSubscriber::kVelocity, enabled);
+  return setEnabled(subscriber, SceneSubscriber::VELOCITY, enabled);
 }
 
 int video_scene_subscriber_set_low_confident_enabled(video_scene_subscriber* subscriber,
                                                      int enabled) {
-  return setEnabled(subscriber, SceneSubscriber::kLowConfident, enabled);
+  return setEnabled(subscriber, SceneSubscriber::LOW_CONFIDENT, enabled);
 }
 
 }  // extern "C"
