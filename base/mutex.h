@@ -11,6 +11,8 @@
 #ifndef BASE_MUTEX_H
 #define BASE_MUTEX_H
 
+#include <chrono>
+#include <condition_variable>
 #include <mutex>
 
 #if defined(__clang__)
@@ -30,30 +32,31 @@
 // Of a function: called with those locks held, or not held; takes, tries or gives back.
 #define REQUIRES(...) SENTREL_ANALYSED(requires_capability(__VA_ARGS__))
 #define EXCLUDES(...) SENTREL_ANALYSED(locks_excluded(__VA_ARGS__))
-#define ACQUIRE(...) SENTREL_ANALYSED(acquire_capability(__VA_ARGS__))
-#define TRY_ACQUIRE(...) SENTREL_ANALYSED(try_acquire_capability(__VA_ARGS__))
-#define RELEASE(...) SENTREL_ANALYSED(release_capability(__VA_ARGS__))
-#define RETURNS_LOCK(lock) SENTREL_ANALYSED(lock_returned(lock))
+#define ACQUIRES(...) SENTREL_ANALYSED(acquire_capability(__VA_ARGS__))
+#define TRIES_TO_ACQUIRE(...) SENTREL_ANALYSED(try_acquire_capability(__VA_ARGS__))
+#define RELEASES(...) SENTREL_ANALYSED(release_capability(__VA_ARGS__))
 // Where the rule is kept in a way that the analysis cannot see; the reason stands beside it.
 #define NO_THREAD_SAFETY_ANALYSIS SENTREL_ANALYSED(no_thread_safety_analysis)
 
 class CAPABILITY("mutex") Mutex {
  public:
-  void lock() ACQUIRE() { mutex.lock(); }
-  void unlock() RELEASE() { mutex.unlock(); }
-  bool try_lock() TRY_ACQUIRE(true) { return mutex.try_lock(); }
+  void lock() ACQUIRES() { mutex.lock(); }
+  void unlock() RELEASES() { mutex.unlock(); }
+  bool try_lock() TRIES_TO_ACQUIRE(true) { return mutex.try_lock(); }
 
  private:
+  friend class Condition;
+
   std::mutex mutex;
 };
 
-// For one thread several times over. The analysis knows nothing of that: a function that may be
-// called either way takes it through a RecursiveGuard.
+// For one thread several times over. The analysis looks at one function at a time and allows each
+// of them to take it once: what has it already says so by REQUIRES and does not take it again.
 class CAPABILITY("mutex") RecursiveMutex {
  public:
-  void lock() ACQUIRE() { mutex.lock(); }
-  void unlock() RELEASE() { mutex.unlock(); }
-  bool try_lock() TRY_ACQUIRE(true) { return mutex.try_lock(); }
+  void lock() ACQUIRES() { mutex.lock(); }
+  void unlock() RELEASES() { mutex.unlock(); }
+  bool try_lock() TRIES_TO_ACQUIRE(true) { return mutex.try_lock(); }
 
  private:
   std::recursive_mutex mutex;
@@ -63,13 +66,40 @@ class CAPABILITY("mutex") RecursiveMutex {
 template <typename Lockable>
 class SCOPED_CAPABILITY LockGuard {
  public:
-  explicit LockGuard(Lockable& lockable) ACQUIRE(lockable) : lockable(lockable) { lockable.lock(); }
+  explicit LockGuard(Lockable& lockable) ACQUIRES(lockable) : lockable(lockable) {
+    lockable.lock();
+  }
   LockGuard(const LockGuard&) = delete;
   LockGuard& operator=(const LockGuard&) = delete;
-  ~LockGuard() RELEASE() { lockable.unlock(); }
+  ~LockGuard() RELEASES() { lockable.unlock(); }
 
  private:
   Lockable& lockable;
+};
+
+// Something to be waited for with a mutex held, which is let go of meanwhile. Waits end without
+// reason, too, so look again in a loop; not in a predicate, which the analysis would take for a
+// function without the lock.
+class Condition {
+ public:
+  void wait(Mutex& mutex) REQUIRES(mutex) {
+    std::unique_lock held(mutex.mutex, std::adopt_lock);
+    condition.wait(held);
+    held.release();
+  }
+
+  // False when the time is over.
+  bool waitFor(Mutex& mutex, std::chrono::milliseconds time) REQUIRES(mutex) {
+    std::unique_lock held(mutex.mutex, std::adopt_lock);
+    const bool isInTime = condition.wait_for(held, time) == std::cv_status::no_timeout;
+    held.release();
+    return isInTime;
+  }
+
+  void notifyAll() { condition.notify_all(); }
+
+ private:
+  std::condition_variable condition;
 };
 
 #endif

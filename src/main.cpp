@@ -18,8 +18,10 @@
 #include "app/api_version_handler.h"
 #include "app/daemonize.h"
 #include "app/interval_timer_observable.h"
+#include "app/lock_order.h"
 #include "app/memory_lease.h"
 #include "base/json_text.h"
+#include "base/mutex.h"
 #include "camera/camera_container.h"
 #include "camera/camera_container_factory.h"
 #include "camera/configuration_parser.h"
@@ -42,9 +44,11 @@ constexpr unsigned PROPERTY_MASK = SCENE_POLYGON | SCENE_VELOCITY | SCENE_CONFID
 constexpr std::array API_VERSIONS{constants::API_VERSION_1_0};
 
 // Held by the main thread for the life of the process, except while it waits.
-GMutex s_applicationMutex;
-GCond s_stopCondition;
-bool s_run = true;  // guarded by the application mutex
+Mutex s_applicationMutex ACQUIRED_BEFORE(lock_order::APPLICATION);
+bool s_run GUARDED_BY(s_applicationMutex) = true;
+
+// Never destroyed: signals may come until the process has ended.
+Condition& s_stopCondition = *new Condition;
 
 // Set once, when there is something to take down in order.
 std::atomic<bool> s_isContainerCreated{false};
@@ -62,13 +66,12 @@ void handleTermination(int) {
   if (!s_isContainerCreated) {
     _exit(EXIT_FAILURE);
   }
-  g_mutex_lock(&s_applicationMutex);
+  const LockGuard lock(s_applicationMutex);
   if (!s_isContainerCreated) {
     _exit(EXIT_FAILURE);
   }
   s_run = false;
-  g_cond_signal(&s_stopCondition);
-  g_mutex_unlock(&s_applicationMutex);
+  s_stopCondition.notifyAll();
 }
 
 sigset_t terminationSignal() {
@@ -133,9 +136,9 @@ std::unique_ptr<CameraContainer> createCameraContainer(const API_VersionHandler&
   return container;
 }
 
-void waitForTermination() {
+void waitForTermination() REQUIRES(s_applicationMutex) {
   while (s_run) {
-    g_cond_wait(&s_stopCondition, &s_applicationMutex);
+    s_stopCondition.wait(s_applicationMutex);
   }
 }
 
@@ -143,7 +146,7 @@ void waitForTermination() {
 
 int main() {
   utils::daemonize(constants::APP_NAME);
-  g_mutex_lock(&s_applicationMutex);
+  const LockGuard lock(s_applicationMutex);
   openlog(constants::APP_NAME, LOG_NDELAY, LOG_USER);
   installTerminationHandler();
   IntervalTimerObservable::initialize(TIMER_TICK);
@@ -172,6 +175,5 @@ int main() {
   sdk_wrapper_cleanup();
   IntervalTimerObservable::deinitialize();
   closelog();
-  g_mutex_unlock(&s_applicationMutex);
   return EXIT_SUCCESS;
 }

@@ -7,52 +7,51 @@
 #include <atomic>
 #include <iterator>
 #include <memory>
-#include <mutex>
 #include <utility>
 #include <vector>
 
 #include "app/clock.h"
+#include "app/lock_order.h"
+#include "base/mutex.h"
 
 namespace {
 
 using Observers = std::vector<std::unique_ptr<IntervalTimerObserverData>>;
 
-// Guards all below but the sweep over observers, which only the service's thread changes.
-std::recursive_mutex s_mutex;
+RecursiveMutex s_mutex ACQUIRED_AFTER(lock_order::PLATFORM) ACQUIRED_BEFORE(lock_order::TIMER);
 std::atomic<bool> s_running{false};
-std::int32_t s_tick = 0;
-GThread* s_thread = nullptr;
-Observers s_observers;
-Observers s_pendingAdd;
-std::vector<std::int32_t> s_pendingRemove;
+GThread* s_thread GUARDED_BY(s_mutex) = nullptr;
+Observers s_pendingAdd GUARDED_BY(s_mutex);
+std::vector<std::int32_t> s_pendingRemove GUARDED_BY(s_mutex);
 std::atomic<std::int32_t> s_nextId{0};
 
-void applyPendingChanges() {
-  const std::lock_guard lock(s_mutex);
-  std::erase_if(s_observers, [](const auto& observer) {
-    return std::ranges::find(s_pendingRemove, observer->getId()) != s_pendingRemove.end();
-  });
+void applyPendingChanges(Observers& observers) {
+  const LockGuard lock(s_mutex);
+  for (const std::int32_t id : s_pendingRemove) {
+    std::erase_if(observers, [id](const auto& observer) { return observer->getId() == id; });
+  }
   s_pendingRemove.clear();
-  std::ranges::move(s_pendingAdd, std::back_inserter(s_observers));
+  std::ranges::move(s_pendingAdd, std::back_inserter(observers));
   s_pendingAdd.clear();
 }
 
-void notifyDueObservers() {
+void notifyDueObservers(const Observers& observers) {
   const std::int64_t now = utils::monotonicTime();
-  for (const auto& observer : s_observers) {
+  for (const auto& observer : observers) {
     if (observer->isDue(now)) {
       observer->notify();
     }
   }
 }
 
-gpointer run(gpointer) {
+gpointer run(gpointer tick) {
+  Observers observers;
   while (s_running) {
-    applyPendingChanges();
+    applyPendingChanges(observers);
     // Without the lock: an id handed out in between may be handed out twice.
-    s_nextId = s_observers.empty() ? 0 : s_observers.back()->getId() + 1;
-    notifyDueObservers();
-    utils::sleep(s_tick);
+    s_nextId = observers.empty() ? 0 : observers.back()->getId() + 1;
+    notifyDueObservers(observers);
+    utils::sleep(GPOINTER_TO_INT(tick));
   }
   return nullptr;
 }
@@ -60,14 +59,13 @@ gpointer run(gpointer) {
 }  // namespace
 
 void IntervalTimerObservable::initialize(int tickMicroseconds) {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   if (s_running) {
     syslog(LOG_WARNING, "Cannot initialize the IntervalTimerObservable twice\n");
     return;
   }
   s_running = true;
-  s_tick = tickMicroseconds;
-  s_thread = g_thread_new(nullptr, run, nullptr);
+  s_thread = g_thread_new(nullptr, run, GINT_TO_POINTER(tickMicroseconds));
 }
 
 std::int32_t IntervalTimerObservable::registerObserver(IntervalTimerObserverData::Callback callback,
@@ -77,7 +75,7 @@ std::int32_t IntervalTimerObservable::registerObserver(IntervalTimerObserverData
            "Cannot register an observer if the IntervalTimerObservable is not running\n");
     return -1;
   }
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   const std::int32_t id = s_nextId++;
   s_pendingAdd.push_back(
       std::make_unique<IntervalTimerObserverData>(id, periodMicroseconds, std::move(callback)));
@@ -93,24 +91,24 @@ void IntervalTimerObservable::unregisterObserver(std::int32_t id) {
            "Cannot unregister an observer if the IntervalTimerObservable is not running\n");
     return;
   }
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   s_pendingRemove.push_back(id);
 }
 
 void IntervalTimerObservable::deinitialize() {
+  GThread* thread = nullptr;
   {
-    const std::lock_guard lock(s_mutex);
+    const LockGuard lock(s_mutex);
     if (!s_running) {
       syslog(LOG_WARNING,
              "Cannot deinitialize the IntervalTimerObservable if it has not been initialized\n");
       return;
     }
     s_running = false;
+    thread = std::exchange(s_thread, nullptr);
   }
-  g_thread_join(s_thread);
-  const std::lock_guard lock(s_mutex);
-  s_thread = nullptr;
-  s_observers.clear();
+  g_thread_join(thread);
+  const LockGuard lock(s_mutex);
   s_pendingAdd.clear();
   s_pendingRemove.clear();
 }

@@ -14,8 +14,18 @@ void CallbackCamera::stop() {
   Thread::stop();
 }
 
+bool CallbackCamera::isStreamLost() const {
+  const LockGuard guard(lock);
+  return isLost;
+}
+
+void CallbackCamera::setStreamLost(bool isStreamLost) {
+  const LockGuard guard(lock);
+  isLost = isStreamLost;
+}
+
 void CallbackCamera::handleMoteData(SceneFrame frame) {
-  const std::lock_guard guard(lock);
+  const LockGuard guard(lock);
   if (frame.data != nullptr && acceptsFrames) {
     processFrame(frame);
   }

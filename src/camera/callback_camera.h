@@ -22,11 +22,13 @@ class CallbackCamera : public Camera {
 
   SceneSubscription& getSubscription() { return subscription; }
 
-  // Whether the present subscription has come to its end. With the container's lock held.
-  bool isStreamLost = false;
+  // Whether the present subscription has come to its end.
+  bool isStreamLost() const;
+  void setStreamLost(bool isStreamLost);
 
  private:
   std::atomic<bool> acceptsFrames{true};
+  bool isLost GUARDED_BY(lock) = false;
   SceneSubscription subscription;
 };
 

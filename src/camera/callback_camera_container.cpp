@@ -40,7 +40,7 @@ CallbackCameraContainer::~CallbackCameraContainer() {
 void CallbackCameraContainer::newMoteDataCallback(char* data, void* camera) {
   SceneFrame frame;
   frame.data.reset(data);
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   auto* receiver = static_cast<CallbackCamera*>(camera);
   if (data == nullptr || !s_isRunning || !doesCameraExist(receiver)) {
     return;
@@ -50,12 +50,12 @@ void CallbackCameraContainer::newMoteDataCallback(char* data, void* camera) {
 }
 
 void CallbackCameraContainer::disconnectCallback(void* camera) {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   auto* lost = static_cast<CallbackCamera*>(camera);
   if (!s_isRunning || !doesCameraExist(lost)) {
     return;
   }
-  lost->isStreamLost = true;
+  lost->setStreamLost(true);
   lost->handleTransportLoss();
   scheduleReconnection(lost);
 }
@@ -87,17 +87,14 @@ bool CallbackCameraContainer::subscribeToMoteData(CallbackCamera* camera) {
 // The camera lives until its attempt is over, but may have been taken out of the set.
 void CallbackCameraContainer::attemptSubscription(CallbackCamera* camera) {
   camera->getSubscription().giveSubscriberUp();
-  {
-    const std::lock_guard lock(s_mutex);
-    camera->isStreamLost = false;
-  }
+  camera->setStreamLost(false);
   const bool isSubscribed = subscribeToMoteData(camera);
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   if (!s_isRunning || !doesCameraExist(camera)) {
     return;
   }
   // The new stream may have come to its end before it is known here that it had begun.
-  if (isSubscribed && !camera->isStreamLost) {
+  if (isSubscribed && !camera->isStreamLost()) {
     removeOngoingReconnections(camera);
   } else {
     scheduleReconnection(camera);
@@ -128,7 +125,7 @@ void CallbackCameraContainer::removeOngoingReconnections(const Camera* camera) {
 // ---- The timer ----
 
 void CallbackCameraContainer::reconnectCamera(int timerId) {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   if (!noteSignOfLife(timerId)) {
     IntervalTimerObservable::unregisterObserver(timerId);
     return;
@@ -142,16 +139,17 @@ void CallbackCameraContainer::reconnectCamera(int timerId) {
 }
 
 void CallbackCameraContainer::reconnectAll() {
-  std::erase_if(s_reconnections, [](const auto* camera) { return !doesCameraExist(camera); });
-  if (s_reconnections.empty()) {
-    stopObserving();
-  }
   // A camera that is started here may be scheduled here, too.
   const std::vector<CallbackCamera*> waiting(s_reconnections.begin(), s_reconnections.end());
   for (CallbackCamera* camera : waiting) {
-    if (!camera->getSubscription().isUnderWay()) {
+    if (!doesCameraExist(camera)) {
+      s_reconnections.erase(camera);
+    } else if (!camera->getSubscription().isUnderWay()) {
       startSubscribing(camera);
     }
+  }
+  if (s_reconnections.empty()) {
+    stopObserving();
   }
 }
 
@@ -194,7 +192,7 @@ void CallbackCameraContainer::removeUnusedCameras(
     const CameraConfigurationContainer& configurations) {
   Cameras unused = takeUnusedCameras(configurations);
   {
-    const std::lock_guard lock(s_mutex);
+    const LockGuard lock(s_mutex);
     for (const auto& camera : unused) {
       camera->stop();
       removeOngoingReconnections(camera.get());
@@ -206,7 +204,7 @@ void CallbackCameraContainer::removeUnusedCameras(
 void CallbackCameraContainer::createCamera(int cameraNbr, int rotation, const API_VersionHandler&,
                                            int propertyMask) {
   const float aspectRatio = readAspectRatio(cameraNbr);
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   auto camera = std::make_unique<CallbackCamera>(cameraNbr, rotation, aspectRatio, propertyMask,
                                                  StartupPosition{s_lastPreset, s_lastMovement});
   CallbackCamera* inserted = camera.get();
@@ -219,7 +217,7 @@ void CallbackCameraContainer::createCamera(int cameraNbr, int rotation, const AP
 void CallbackCameraContainer::shutDownSub() {
   std::vector<CallbackCamera*> subscribed;
   {
-    const std::lock_guard lock(s_mutex);
+    const LockGuard lock(s_mutex);
     if (!s_isRunning.exchange(false)) {
       return;
     }

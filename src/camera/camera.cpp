@@ -54,20 +54,20 @@ void Camera::sortGuards() {
 }
 
 void Camera::insertGuard(std::unique_ptr<Guard> guard) {
-  const std::lock_guard guardLock(lock);
+  const LockGuard guardLock(lock);
   tellPosition(*guard);
   guards.push_back(std::move(guard));
 }
 
 Guard* Camera::getGuard(int uid) const {
-  const std::lock_guard guardLock(lock);
+  const LockGuard guardLock(lock);
   const auto found =
       std::ranges::find_if(guards, [uid](const auto& guard) { return guard->getUid() == uid; });
   return found == guards.end() ? nullptr : found->get();
 }
 
 void Camera::removeAllGuards() {
-  const std::lock_guard guardLock(lock);
+  const LockGuard guardLock(lock);
   guards.clear();
 }
 
@@ -76,7 +76,7 @@ bool Camera::doesProfileExist(int uid) const {
 }
 
 bool Camera::sendAlarmEvent(int uid) {
-  const std::lock_guard guardLock(lock);
+  const LockGuard guardLock(lock);
   Guard* guard = getGuard(uid);
   if (guard == nullptr) {
     return false;
@@ -86,33 +86,33 @@ bool Camera::sendAlarmEvent(int uid) {
 }
 
 bool Camera::enableVisualConfirmation(int uid, const std::string& svgHeader) {
-  const std::lock_guard guardLock(lock);
+  const LockGuard guardLock(lock);
   Guard* guard = getGuard(uid);
   return guard != nullptr && guard->enableVisualConfirmation(svgHeader);
 }
 
 void Camera::disableVisualConfirmation() {
-  const std::lock_guard guardLock(lock);
+  const LockGuard guardLock(lock);
   for (const auto& guard : guards) {
     guard->disableVisualConfirmation();
   }
 }
 
 void Camera::disableVisualConfirmation(int uid) {
-  const std::lock_guard guardLock(lock);
+  const LockGuard guardLock(lock);
   if (Guard* guard = getGuard(uid)) {
     guard->disableVisualConfirmation();
   }
 }
 
 bool Camera::resumeVisualConfirmation(const VisualConfirmationData& drawing) {
-  const std::lock_guard guardLock(lock);
+  const LockGuard guardLock(lock);
   Guard* guard = getGuard(drawing.uid);
   return guard != nullptr && guard->resumeVisualConfirmation(drawing);
 }
 
 std::optional<VisualConfirmationData> Camera::getVC_Data() const {
-  const std::lock_guard guardLock(lock);
+  const LockGuard guardLock(lock);
   for (const auto& guard : guards) {
     if (VisualConfirmationData data = guard->getVC_Data(); data.enabled) {
       return data;
@@ -122,7 +122,7 @@ std::optional<VisualConfirmationData> Camera::getVC_Data() const {
 }
 
 void Camera::handlePTZ_PresetEvent(const PTZ_PresetEvent& event) {
-  const std::lock_guard guardLock(lock);
+  const LockGuard guardLock(lock);
   if (event.presetToken == NO_PRESET_TOKEN) {
     return;
   }
@@ -143,7 +143,7 @@ void Camera::handlePTZ_PresetEvent(const PTZ_PresetEvent& event) {
 }
 
 void Camera::handlePTZ_MovementEvent(const PTZ_MovementEvent& event) {
-  const std::lock_guard guardLock(lock);
+  const LockGuard guardLock(lock);
   lastMovement = event;
   for (const auto& guard : guards) {
     guard->handleMovementEvent(event.isMoving, event.timestamp);
@@ -159,7 +159,7 @@ void Camera::tellPosition(Guard& guard) const {
 }
 
 void Camera::updateWithNewConfiguration(CameraConfiguration& configuration) {
-  const std::lock_guard guardLock(lock);
+  const LockGuard guardLock(lock);
   const auto drawing = getVC_Data();
   // The old guards go while no frame can come: the end of an alarm must not follow the start of its
   // successor's.
@@ -175,12 +175,12 @@ void Camera::updateWithNewConfiguration(CameraConfiguration& configuration) {
 }
 
 void Camera::updateAspectRatio(float aspectRatio) {
-  const std::lock_guard guardLock(lock);
+  const LockGuard guardLock(lock);
   parser.updateAspectRatio(aspectRatio);
 }
 
 void Camera::handleTransportLoss() {
-  const std::lock_guard guardLock(lock);
+  const LockGuard guardLock(lock);
   parser.deleteAll();
   lastTimestamp.reset();
   const std::int64_t now = utils::monotonicTime();
@@ -190,16 +190,16 @@ void Camera::handleTransportLoss() {
 }
 
 std::int32_t Camera::getCurrentPreset() const {
-  const std::lock_guard guardLock(lock);
+  const LockGuard guardLock(lock);
   return currentPreset;
 }
 
 std::int32_t Camera::getPropertyMask() const {
-  const std::lock_guard guardLock(lock);
+  const LockGuard guardLock(lock);
   return propertyMask;
 }
 
 void Camera::setPropertyMask(std::int32_t mask) {
-  const std::lock_guard guardLock(lock);
+  const LockGuard guardLock(lock);
   propertyMask = mask;
 }

@@ -3,13 +3,14 @@
 
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "addon/libs/vigil_pack_lib/guard/guard.h"
+#include "app/lock_order.h"
 #include "app/thread.h"
+#include "base/mutex.h"
 #include "camera/camera_configuration.h"
 #include "camera/ptz_events.h"
 #include "scene/mote_scene.h"
@@ -90,26 +91,27 @@ class Camera : public Thread {
   std::int32_t getPropertyMask() const;
 
  protected:
-  // Decodes the frame and runs the guards. With the lock held.
-  void processFrame(const SceneFrame& frame);
+  // Decodes the frame and runs the guards.
+  void processFrame(const SceneFrame& frame) REQUIRES(lock);
 
   // The service may deliver less than was asked for.
   void setPropertyMask(std::int32_t mask);
 
   const std::int32_t cameraNbr;
-  mutable std::recursive_mutex lock;
+  mutable RecursiveMutex lock ACQUIRED_AFTER(lock_order::CONTAINER)
+      ACQUIRED_BEFORE(lock_order::CAMERA);
 
  private:
-  void sortGuards();
-  void tellPosition(Guard& guard) const;
+  void sortGuards() REQUIRES(lock);
+  void tellPosition(Guard& guard) const REQUIRES(lock);
 
-  std::int32_t propertyMask;
-  CameraConfiguration::Guards guards;
-  std::int32_t currentPreset;
-  PTZ_MovementEvent lastMovement;
-  std::optional<std::int64_t> lastTimestamp;  // of the stream's frames
-  MoteScene scene{0};                         // the latest frame
-  MoteSceneParser parser;
+  std::int32_t propertyMask GUARDED_BY(lock);
+  CameraConfiguration::Guards guards GUARDED_BY(lock);
+  std::int32_t currentPreset GUARDED_BY(lock);
+  PTZ_MovementEvent lastMovement GUARDED_BY(lock);
+  std::optional<std::int64_t> lastTimestamp GUARDED_BY(lock);  // of the stream's frames
+  MoteScene scene GUARDED_BY(lock){0};                         // the latest frame
+  MoteSceneParser parser GUARDED_BY(lock);
 };
 
 #endif

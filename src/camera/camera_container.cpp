@@ -72,7 +72,7 @@ std::optional<std::int32_t> readInt(const OVEvent* event, const char* key) {
 }  // namespace
 
 CameraContainer::Cameras CameraContainer::s_cameras;
-std::mutex CameraContainer::s_mutex;
+Mutex CameraContainer::s_mutex;
 std::atomic<bool> CameraContainer::s_canReceivePTZ_Callbacks{false};
 std::int32_t CameraContainer::s_lastPreset = PRESET_NONE;
 std::set<int> CameraContainer::s_assumedAspectRatios;
@@ -95,7 +95,7 @@ CameraContainer::~CameraContainer() {
 }
 
 bool CameraContainer::isEmpty() {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   return s_cameras.empty();
 }
 
@@ -110,7 +110,7 @@ void CameraContainer::updateWithNewConfiguration(CameraConfigurationContainer co
     } else if (isAspectRatioAssumed(configuration.cameraNbr)) {
       readAspectRatioAgain(configuration);
     }
-    const std::lock_guard lock(s_mutex);
+    const LockGuard lock(s_mutex);
     for (const auto& camera : s_cameras) {
       if (camera->matches(configuration)) {
         camera->updateWithNewConfiguration(configuration);
@@ -129,7 +129,7 @@ void CameraContainer::resumeOnAnotherCamera(const std::optional<VisualConfirmati
 
 CameraContainer::Cameras CameraContainer::takeUnusedCameras(
     const CameraConfigurationContainer& configurations) {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   const auto isUsed = [&configurations](const std::unique_ptr<Camera>& camera) {
     return std::ranges::any_of(configurations.getConfigurations(),
                                [&camera](const CameraConfiguration& configuration) {
@@ -147,12 +147,12 @@ void CameraContainer::removeUnusedCameras(const CameraConfigurationContainer& co
 }
 
 void CameraContainer::insertCamera(std::unique_ptr<Camera> camera) {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   s_cameras.push_back(std::move(camera));
 }
 
 Camera* CameraContainer::getCamera(const CameraConfiguration& configuration) const {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   const auto found = std::ranges::find_if(
       s_cameras, [&configuration](const auto& camera) { return camera->matches(configuration); });
   return found == s_cameras.end() ? nullptr : found->get();
@@ -166,7 +166,7 @@ bool CameraContainer::doesCameraExist(const Camera* camera) {
 void CameraContainer::removeAllCameras() {
   Cameras removed;
   {
-    const std::lock_guard lock(s_mutex);
+    const LockGuard lock(s_mutex);
     removed.swap(s_cameras);
   }
   end(std::move(removed));
@@ -191,7 +191,7 @@ float CameraContainer::readAspectRatio(int cameraNbr) {
     ratio =
         utils::parseRatio(readParameter("root.Image.I" + index + ".Appearance.Resolution"), 'x');
   }
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   if (isPlausible(ratio)) {
     s_assumedAspectRatios.erase(cameraNbr);
     return static_cast<float>(ratio);
@@ -201,13 +201,13 @@ float CameraContainer::readAspectRatio(int cameraNbr) {
 }
 
 bool CameraContainer::isAspectRatioAssumed(int cameraNbr) {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   return s_assumedAspectRatios.contains(cameraNbr);
 }
 
 void CameraContainer::readAspectRatioAgain(const CameraConfiguration& configuration) {
   const float aspectRatio = readAspectRatio(configuration.cameraNbr);
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   for (const auto& camera : s_cameras) {
     if (camera->matches(configuration)) {
       camera->updateAspectRatio(aspectRatio);
@@ -218,7 +218,7 @@ void CameraContainer::readAspectRatioAgain(const CameraConfiguration& configurat
 // ---- Requests of the API ----
 
 bool CameraContainer::anyCamera(const std::function<bool(Camera&)>& predicate) const {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   return std::ranges::any_of(s_cameras, [&predicate](const auto& c) { return predicate(*c); });
 }
 
@@ -282,7 +282,7 @@ void CameraContainer::PTZ_PresetCallback(std::uint32_t, OVEvent* rawEvent, void*
   if (!s_canReceivePTZ_Callbacks) {
     return;
   }
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   if (!s_canReceivePTZ_Callbacks) {
     return;
   }
@@ -303,7 +303,7 @@ void CameraContainer::PTZ_MovementCallback(std::uint32_t, OVEvent* rawEvent, voi
   if (!s_canReceivePTZ_Callbacks) {
     return;
   }
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   if (!s_canReceivePTZ_Callbacks) {
     return;
   }
@@ -317,7 +317,6 @@ void CameraContainer::PTZ_MovementCallback(std::uint32_t, OVEvent* rawEvent, voi
   handleMovementEvent(movement);
 }
 
-// With the lock held.
 void CameraContainer::handlePresetEvent(const PTZ_PresetEvent& event) {
   constexpr std::int32_t NO_TOKEN = -1;
   if (event.presetToken != NO_TOKEN) {
@@ -333,16 +332,15 @@ void CameraContainer::handlePresetEvent(const PTZ_PresetEvent& event) {
 }
 
 void CameraContainer::handlePTZ_PresetEvent(const PTZ_PresetEvent& event) {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   handlePresetEvent(event);
 }
 
 void CameraContainer::handlePTZ_MovementEvent(const PTZ_MovementEvent& event) {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   handleMovementEvent(event);
 }
 
-// With the lock held.
 void CameraContainer::handleMovementEvent(const PTZ_MovementEvent& event) {
   s_lastMovement = event;
   for (const auto& camera : s_cameras) {
@@ -354,7 +352,7 @@ void CameraContainer::handleMovementEvent(const PTZ_MovementEvent& event) {
 
 void CameraContainer::shutDownPTZ() {
   {
-    const std::lock_guard lock(s_mutex);
+    const LockGuard lock(s_mutex);
     s_canReceivePTZ_Callbacks = false;
   }
   ptzSubscription.reset();

@@ -5,12 +5,13 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <set>
 #include <vector>
 
 #include "app/api_version_handler.h"
+#include "app/lock_order.h"
+#include "base/mutex.h"
 #include "camera/camera.h"
 #include "camera/camera_configuration_container.h"
 #include "camera/ptz_subscription.h"
@@ -70,7 +71,7 @@ class CameraContainer {
   void handlePTZ_MovementEvent(const PTZ_MovementEvent& event);
 
   // Ends the PTZ events, then all frames. The cameras stay until they are removed.
-  void shutDown();
+  void shutDown() EXCLUDES(s_mutex);
 
   static void PTZ_PresetCallback(std::uint32_t subscription, OVEvent* event, void* userData);
   static void PTZ_MovementCallback(std::uint32_t subscription, OVEvent* event, void* userData);
@@ -78,53 +79,54 @@ class CameraContainer {
  protected:
   using Cameras = std::vector<std::unique_ptr<Camera>>;
 
+  static Mutex s_mutex ACQUIRED_AFTER(lock_order::REQUEST) ACQUIRED_BEFORE(lock_order::CONTAINER);
+
   // Removes the cameras that no configuration names.
-  virtual void removeUnusedCameras(const CameraConfigurationContainer& configurations);
+  virtual void removeUnusedCameras(const CameraConfigurationContainer& configurations)
+      EXCLUDES(s_mutex);
 
   // Makes a camera, with its transport, and inserts it.
   virtual void createCamera(int cameraNbr, int rotation, const API_VersionHandler& versionHandler,
-                            int propertyMask) = 0;
+                            int propertyMask) EXCLUDES(s_mutex) = 0;
 
   // Stops the family's transports.
-  virtual void shutDownSub() = 0;
+  virtual void shutDownSub() EXCLUDES(s_mutex) = 0;
 
-  void shutDownPTZ();
+  void shutDownPTZ() EXCLUDES(s_mutex);
 
-  // With the lock held.
-  static bool doesCameraExist(const Camera* camera);
+  static bool doesCameraExist(const Camera* camera) REQUIRES(s_mutex);
 
   // Takes the cameras that no configuration names out of the set.
-  static Cameras takeUnusedCameras(const CameraConfigurationContainer& configurations);
+  static Cameras takeUnusedCameras(const CameraConfigurationContainer& configurations)
+      EXCLUDES(s_mutex);
 
   // Width over height of a camera's picture, from the device's parameters; 16:9 when they do not
   // tell; it is then read again with each configuration until they do.
-  static float readAspectRatio(int cameraNbr);
+  static float readAspectRatio(int cameraNbr) EXCLUDES(s_mutex);
 
   // Cameras are numbered from 1; another number gets no frames.
   static bool hasTransport(int cameraNbr) { return cameraNbr >= 1; }
 
-  static Cameras s_cameras;
-  static std::mutex s_mutex;  // guards the set of cameras
+  static Cameras s_cameras GUARDED_BY(s_mutex);
   static std::atomic<bool> s_canReceivePTZ_Callbacks;
 
-  // Where the head rests and whether it moves, for cameras and guards that are made later. Guarded
-  // by the lock.
-  static std::int32_t s_lastPreset;
-  static PTZ_MovementEvent s_lastMovement;
+  // Where the head rests and whether it moves, for cameras and guards that are made later.
+  static std::int32_t s_lastPreset GUARDED_BY(s_mutex);
+  static PTZ_MovementEvent s_lastMovement GUARDED_BY(s_mutex);
 
  private:
-  // Without the lock: cameras are waited for.
-  static void end(Cameras cameras);
-  static bool isAspectRatioAssumed(int cameraNbr);
-  static void readAspectRatioAgain(const CameraConfiguration& configuration);
-  static void handlePresetEvent(const PTZ_PresetEvent& event);
-  static void handleMovementEvent(const PTZ_MovementEvent& event);
-  bool anyCamera(const std::function<bool(Camera&)>& predicate) const;
-  std::optional<VisualConfirmationData> findVC_Data() const;
+  // Cameras are waited for.
+  static void end(Cameras cameras) EXCLUDES(s_mutex);
+  static bool isAspectRatioAssumed(int cameraNbr) EXCLUDES(s_mutex);
+  static void readAspectRatioAgain(const CameraConfiguration& configuration) EXCLUDES(s_mutex);
+  static void handlePresetEvent(const PTZ_PresetEvent& event) REQUIRES(s_mutex);
+  static void handleMovementEvent(const PTZ_MovementEvent& event) REQUIRES(s_mutex);
+  bool anyCamera(const std::function<bool(Camera&)>& predicate) const EXCLUDES(s_mutex);
+  std::optional<VisualConfirmationData> findVC_Data() const EXCLUDES(s_mutex);
   void resumeOnAnotherCamera(const std::optional<VisualConfirmationData>& drawing);
 
-  // The numbers of the cameras whose parameters did not tell. Guarded by the lock.
-  static std::set<int> s_assumedAspectRatios;
+  // The numbers of the cameras whose parameters did not tell.
+  static std::set<int> s_assumedAspectRatios GUARDED_BY(s_mutex);
 
   const API_VersionHandler versionHandler;
   const std::int32_t propertyMask;

@@ -6,10 +6,11 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <mutex>
 #include <string>
 #include <utility>
 
+#include "app/lock_order.h"
+#include "base/mutex.h"
 #include "events/event_key_value_set.h"
 #include "events/sdk_wrapper.h"
 
@@ -42,7 +43,7 @@ class PTZ_Subscription::Link {
 
   // True when nothing is left to be asked for again.
   bool open(bool isLogged) {
-    const std::lock_guard guard(mutex);
+    const LockGuard guard(mutex);
     if (isClosed) {
       return true;
     }
@@ -63,19 +64,16 @@ class PTZ_Subscription::Link {
     return std::ranges::all_of(topics, [](const Topic& topic) { return topic.id != 0; });
   }
 
-  // Not under the mutex, and not through the platform wrapper: no lock must be held while a running
+  // Not with the mutex, and not through the platform wrapper: no lock must be held while a running
   // callback is waited for.
   void close() {
-    {
-      const std::lock_guard guard(mutex);
-      isClosed = true;
-    }
-    for (const Topic& topic : topics) {
+    const auto [lastHandler, lastTopics] = takeAll();
+    for (const Topic& topic : lastTopics) {
       if (topic.id != 0) {
-        ov_event_handler_unsubscribe(handler, topic.id, nullptr);
+        ov_event_handler_unsubscribe(lastHandler, topic.id, nullptr);
       }
     }
-    sdk_wrapper_handler_free(handler);
+    sdk_wrapper_handler_free(lastHandler);
   }
 
   static gboolean openAgain(gpointer weak) {
@@ -88,10 +86,16 @@ class PTZ_Subscription::Link {
   using Weak = std::weak_ptr<Link>;
 
  private:
-  std::mutex mutex;  // guards what follows until it is closed
-  bool isClosed = false;
-  OVEventHandler* handler = nullptr;
-  Topics topics;
+  std::pair<OVEventHandler*, Topics> takeAll() {
+    const LockGuard guard(mutex);
+    isClosed = true;
+    return {std::exchange(handler, nullptr), topics};
+  }
+
+  Mutex mutex ACQUIRED_AFTER(lock_order::TRACKER) ACQUIRED_BEFORE(lock_order::RETRY);
+  bool isClosed GUARDED_BY(mutex) = false;
+  OVEventHandler* handler GUARDED_BY(mutex) = nullptr;
+  Topics topics GUARDED_BY(mutex);
 };
 
 PTZ_Subscription::PTZ_Subscription(OVEventSubscriptionCallback presetCallback,

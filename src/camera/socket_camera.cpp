@@ -38,14 +38,14 @@ void SocketCamera::start() {
 }
 
 void SocketCamera::shutDownSocket() {
-  const std::lock_guard guard(socketMutex);
+  const LockGuard guard(socketMutex);
   if (socketFd >= 0) {
     shutdown(socketFd, SHUT_RDWR);
   }
 }
 
 void SocketCamera::handleMoteData(SceneFrame frame) {
-  const std::lock_guard guard(lock);
+  const LockGuard guard(lock);
   if (frame.data != nullptr) {
     processFrame(frame);
   }
@@ -60,7 +60,7 @@ void SocketCamera::runLoop() {
   bool isConnected = connect();
   while (isRunning()) {
     SceneFrame frame;
-    if (isConnected && SceneReader::readScene(socketFd, frame)) {
+    if (isConnected && SceneReader::readScene(getSocket(), frame)) {
       handleMoteData(std::move(frame));
       continue;
     }
@@ -94,7 +94,7 @@ bool SocketCamera::connect() {
 // A descriptor that appears after stop() would not be shut down any more.
 bool SocketCamera::connectSocket() {
   const int fd = SceneReader::connect(SceneReader::SCENE_SOCKET_PATH);
-  const std::lock_guard guard(socketMutex);
+  const LockGuard guard(socketMutex);
   if (!isRunning()) {
     SceneReader::disconnect(fd);
     return false;
@@ -104,13 +104,18 @@ bool SocketCamera::connectSocket() {
 }
 
 void SocketCamera::closeSocket() {
-  const std::lock_guard guard(socketMutex);
+  const LockGuard guard(socketMutex);
   SceneReader::disconnect(socketFd);
   socketFd = -1;
 }
 
+int SocketCamera::getSocket() const {
+  const LockGuard guard(socketMutex);
+  return socketFd;
+}
+
 SceneReaderResult SocketCamera::shakeHands(const API_Version& version) const {
-  return SceneReader::initialize(socketFd, requestedMask, cameraNbr, version);
+  return SceneReader::initialize(getSocket(), requestedMask, cameraNbr, version);
 }
 
 // Begins with the highest version of ours; then all of ours that the service can speak.

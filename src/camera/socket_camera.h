@@ -2,9 +2,10 @@
 #define CAMERA_SOCKET_CAMERA_H
 
 #include <cstdint>
-#include <mutex>
 
 #include "app/api_version_handler.h"
+#include "app/lock_order.h"
+#include "base/mutex.h"
 #include "camera/camera.h"
 #include "scene/scene_reader_result.h"
 
@@ -37,14 +38,19 @@ class SocketCamera : public Camera {
   bool reconnect();
   bool connectSocket();
   void closeSocket();
+
+  // For the thread, which alone opens and closes it.
+  int getSocket() const;
   SceneReaderResult shakeHands(const API_Version& version) const;
   bool negotiateVersion();
 
   const API_VersionHandler versionHandler;
   const std::int32_t requestedMask;
-  std::mutex socketMutex;       // guards changes of the descriptor, which the thread alone makes
-  int socketFd = -1;            // -1 when not connected
-  API_Version acceptedVersion;  // what the service speaks with us
+
+  mutable Mutex socketMutex ACQUIRED_AFTER(lock_order::CONTAINER)
+      ACQUIRED_BEFORE(lock_order::CAMERA);
+  int socketFd GUARDED_BY(socketMutex) = -1;  // -1 when not connected
+  API_Version acceptedVersion;                // what the service speaks with us; the thread's
 };
 
 #endif

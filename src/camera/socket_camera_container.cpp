@@ -10,7 +10,7 @@ void SocketCameraContainer::createCamera(int cameraNbr, int rotation,
                                          const API_VersionHandler& versionHandler,
                                          int propertyMask) {
   const float aspectRatio = readAspectRatio(cameraNbr);
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   auto camera =
       std::make_unique<SocketCamera>(cameraNbr, rotation, aspectRatio, propertyMask,
                                      StartupPosition{s_lastPreset, s_lastMovement}, versionHandler);
@@ -21,7 +21,7 @@ void SocketCameraContainer::createCamera(int cameraNbr, int rotation,
 }
 
 void SocketCameraContainer::stopAllCameras() {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   for (const auto& camera : s_cameras) {
     camera->stop();
     if (auto* reader = dynamic_cast<SocketCamera*>(camera.get())) {
@@ -33,7 +33,14 @@ void SocketCameraContainer::stopAllCameras() {
 // Without the lock: a camera's thread must be able to finish its frame. The set of cameras does not
 // change meanwhile, as that is the caller's to do.
 void SocketCameraContainer::joinAllCameras() {
-  for (const auto& camera : s_cameras) {
+  std::vector<Camera*> cameras;
+  {
+    const LockGuard lock(s_mutex);
+    for (const auto& camera : s_cameras) {
+      cameras.push_back(camera.get());
+    }
+  }
+  for (Camera* camera : cameras) {
     camera->join();
   }
 }

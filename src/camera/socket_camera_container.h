@@ -9,13 +9,13 @@ class SocketCameraContainer : public CameraContainer {
   using CameraContainer::CameraContainer;
 
   // Asks the threads of all cameras to end, and waits for them.
-  void stopAllCameras();
-  void joinAllCameras();
+  void stopAllCameras() EXCLUDES(s_mutex);
+  void joinAllCameras() EXCLUDES(s_mutex);
 
  protected:
   void createCamera(int cameraNbr, int rotation, const API_VersionHandler& versionHandler,
-                    int propertyMask) override;
-  void shutDownSub() override;
+                    int propertyMask) EXCLUDES(s_mutex) override;
+  void shutDownSub() EXCLUDES(s_mutex) override;
 };
 
 #endif

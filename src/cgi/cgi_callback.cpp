@@ -4,10 +4,11 @@
 #include <syslog.h>
 
 #include <exception>
-#include <mutex>
 
+#include "app/lock_order.h"
 #include "app/memory_lease.h"
 #include "base/json_text.h"
+#include "base/mutex.h"
 #include "cgi/cgi_handler.h"
 #include "cgi/cgi_request.h"
 #include "cgi/cgi_responder.h"
@@ -15,8 +16,9 @@
 
 namespace {
 
-std::mutex s_mutex;  // guards the flag, and serialises requests
-bool s_isRunning = true;
+// Serialises requests.
+Mutex s_mutex ACQUIRED_AFTER(lock_order::APPLICATION) ACQUIRED_BEFORE(lock_order::REQUEST);
+bool s_isRunning GUARDED_BY(s_mutex) = true;
 
 // Which of the service's arguments carries the request: the body of a POST, else the query.
 std::string pickRequestText(const char* query, GHashTable* parameters) {
@@ -47,7 +49,7 @@ std::string createAnswer(const CGI_Header& header, const CGI_HandlerResult& resu
 
 void CGI_Callback::handle(const char*, const char*, const char* query, GHashTable* parameters,
                           GOutputStream* out, void* userData) {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   if (!s_isRunning) {
     return;
   }
@@ -64,7 +66,7 @@ void CGI_Callback::handle(const char*, const char*, const char* query, GHashTabl
 }
 
 void CGI_Callback::shutDown() {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   s_isRunning = false;
 }
 

@@ -4,10 +4,11 @@
 
 #include <array>
 #include <cstdlib>
-#include <mutex>
 #include <optional>
 #include <span>
 
+#include "app/lock_order.h"
+#include "base/mutex.h"
 #include "events/sdk_wrapper.h"
 
 namespace {
@@ -15,10 +16,11 @@ namespace {
 constexpr std::size_t VALUE_SIZE = 100;
 constexpr std::size_t COUNT_SIZE = 4;  // at most three digits
 
-std::mutex s_mutex;  // guards the kept answers
-std::optional<bool> s_isMechanicalPTZ;
-API_Version s_sdkVersion;
-int s_nbrOfCameras = -1;  // unknown
+// Guards the answers that are kept.
+Mutex s_mutex ACQUIRED_AFTER(lock_order::EVENTS) ACQUIRED_BEFORE(lock_order::DEVICE_FACTS);
+std::optional<bool> s_isMechanicalPTZ GUARDED_BY(s_mutex);
+API_Version s_sdkVersion GUARDED_BY(s_mutex);
+int s_nbrOfCameras GUARDED_BY(s_mutex) = -1;  // unknown
 
 std::string readParameter(const std::string& name) {
   std::array<char, VALUE_SIZE> value{};
@@ -44,7 +46,7 @@ std::string CameraInfo::getProdNbr() {
 }
 
 bool CameraInfo::isMechanicalPTZ() {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   if (!s_isMechanicalPTZ) {
     const bool hasPTZ = isYes("root.Properties.PTZ.PTZ");
     const bool isDigital = isYes("root.Properties.PTZ.DigitalPTZ");
@@ -56,7 +58,7 @@ bool CameraInfo::isMechanicalPTZ() {
 }
 
 API_Version CameraInfo::getSDK_Version() {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   if (!s_sdkVersion.isValid()) {
     s_sdkVersion = API_Version(readParameter("root.Properties.EmbeddedDevelopment.Version"));
   }
@@ -64,7 +66,7 @@ API_Version CameraInfo::getSDK_Version() {
 }
 
 int CameraInfo::getNbrOfCameras() {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   if (s_nbrOfCameras == -1) {
     s_nbrOfCameras = isYes("root.Properties.EmbeddedDevelopment.RuleEngine.MultiConfiguration")
                          ? readNbrOfSources()

@@ -1,18 +1,20 @@
 #include "events/dummy_event_producer.h"
 
 #include <memory>
-#include <mutex>
+
+#include "app/lock_order.h"
+#include "base/mutex.h"
 
 namespace {
 
-std::mutex s_instanceMutex;
-std::unique_ptr<DummyEventProducer> s_instance;
-int s_referenceCount = 0;
+Mutex s_instanceMutex ACQUIRED_AFTER(lock_order::RETRY) ACQUIRED_BEFORE(lock_order::EVENTS);
+std::unique_ptr<DummyEventProducer> s_instance GUARDED_BY(s_instanceMutex);
+int s_referenceCount GUARDED_BY(s_instanceMutex) = 0;
 
 }  // namespace
 
 DummyEventProducer& DummyEventProducer::getInstance() {
-  const std::lock_guard lock(s_instanceMutex);
+  const LockGuard lock(s_instanceMutex);
   if (s_instance == nullptr) {
     s_instance = std::make_unique<DummyEventProducer>();
   }
@@ -21,7 +23,7 @@ DummyEventProducer& DummyEventProducer::getInstance() {
 }
 
 void DummyEventProducer::releaseInstance() {
-  const std::lock_guard lock(s_instanceMutex);
+  const LockGuard lock(s_instanceMutex);
   if (--s_referenceCount <= 0) {
     s_referenceCount = 0;
     s_instance.reset();

@@ -3,8 +3,10 @@
 #include <glib.h>
 
 #include <atomic>
-#include <mutex>
 #include <utility>
+
+#include "app/lock_order.h"
+#include "base/mutex.h"
 
 namespace {
 
@@ -16,8 +18,9 @@ constexpr guint PERIOD = 1000;  // milliseconds
 struct MainLoopRetry::Link {
   using Weak = std::weak_ptr<Link>;
 
-  std::mutex mutex;  // held while an attempt runs
-  std::function<bool()> attempt;
+  // Held while an attempt runs.
+  Mutex mutex ACQUIRED_AFTER(lock_order::TRACKER) ACQUIRED_BEFORE(lock_order::RETRY);
+  std::function<bool()> attempt GUARDED_BY(mutex);
   std::atomic<bool> isUnderWay{false};
 
   static gboolean tryAgain(gpointer weak) {
@@ -28,7 +31,7 @@ struct MainLoopRetry::Link {
   // What is asked for while an attempt runs may be too late for it: that one has a timer of its
   // own.
   bool isOver() {
-    const std::lock_guard guard(mutex);
+    const LockGuard guard(mutex);
     isUnderWay = false;
     return attempt == nullptr || attempt() || isUnderWay.exchange(true);
   }
@@ -41,7 +44,7 @@ MainLoopRetry::MainLoopRetry(std::function<bool()> attempt) : link(std::make_sha
 }
 
 MainLoopRetry::~MainLoopRetry() {
-  const std::lock_guard guard(link->mutex);
+  const LockGuard guard(link->mutex);
   link->attempt = nullptr;
 }
 

@@ -31,20 +31,20 @@ ONVIF_StateEventProducer::ONVIF_StateEventProducer(int cameraCount) {
 }
 
 void ONVIF_StateEventProducer::adjustNbrCameras(int count) {
-  const std::lock_guard lock(mutex);
+  const LockGuard lock(mutex);
   alarmedProfiles.assign(static_cast<std::size_t>(std::max(count, 0)), {});
   missedStarts.clear();
 }
 
 bool ONVIF_StateEventProducer::isCameraNbrInRange(std::int32_t camera) const {
-  const std::lock_guard lock(mutex);
+  const LockGuard lock(mutex);
   return isInRange(camera, alarmedProfiles.size());
 }
 
 StateEventProducerHandle ONVIF_StateEventProducer::registerEvent(std::int32_t camera,
                                                                  const std::string& name,
                                                                  const std::string&) {
-  const std::lock_guard lock(mutex);
+  const LockGuard lock(mutex);
   if (isInRange(camera, alarmedProfiles.size())) {
     makeUpUnlessInVain();
     if (!owed.declare(motionAlarmKey(camera), [camera] { return declareMotionAlarm(camera); })) {
@@ -55,7 +55,7 @@ StateEventProducerHandle ONVIF_StateEventProducer::registerEvent(std::int32_t ca
 }
 
 void ONVIF_StateEventProducer::unregisterEvent(const StateEventProducerHandle& handle) {
-  const std::lock_guard lock(mutex);
+  const LockGuard lock(mutex);
   if (isInRange(handle.camera, alarmedProfiles.size()) &&
       !owed.forgive(motionAlarmKey(handle.camera)) &&
       !sdk_wrapper_event_remove(motionAlarmKey(handle.camera))) {
@@ -82,7 +82,7 @@ void ONVIF_StateEventProducer::makeUp() {
 
 bool ONVIF_StateEventProducer::makeUpForAll() {
   const bool isServiceThere = sdk_wrapper_has_event_service();
-  const std::lock_guard lock(mutex);
+  const LockGuard lock(mutex);
   if (isServiceThere) {
     makeUp();
   }
@@ -91,7 +91,7 @@ bool ONVIF_StateEventProducer::makeUpForAll() {
 
 void ONVIF_StateEventProducer::sendStartEvent(const StateEventProducerHandle& handle,
                                               std::int64_t time) {
-  const std::lock_guard lock(mutex);
+  const LockGuard lock(mutex);
   if (!isInRange(handle.camera, alarmedProfiles.size())) {
     return;
   }
@@ -124,7 +124,7 @@ void ONVIF_StateEventProducer::sendEndEvent(const StateEventProducerHandle& hand
 
 void ONVIF_StateEventProducer::sendEnd(const StateEventProducerHandle& handle,
                                        const std::int64_t* time) {
-  const std::lock_guard lock(mutex);
+  const LockGuard lock(mutex);
   if (!isInRange(handle.camera, alarmedProfiles.size())) {
     return;
   }

@@ -3,11 +3,12 @@
 
 #include <cstdint>
 #include <map>
-#include <mutex>
 #include <set>
 #include <string>
 #include <vector>
 
+#include "app/lock_order.h"
+#include "base/mutex.h"
 #include "events/main_loop_retry.h"
 #include "events/owed_declarations.h"
 #include "events/state_event_producer_i.h"
@@ -38,15 +39,18 @@ class ONVIF_StateEventProducer : public StateEventProducerI {
   // On the main loop's thread. Whether nothing is owed any more.
   bool makeUpForAll();
 
-  // With the mutex held.
-  void makeUpUnlessInVain();
-  void makeUp();
-  void start(std::int32_t camera, std::int64_t time);
+  void makeUpUnlessInVain() REQUIRES(mutex);
+  void makeUp() REQUIRES(mutex);
+  void start(std::int32_t camera, std::int64_t time) REQUIRES(mutex);
 
-  mutable std::mutex mutex;                            // guards all below
-  std::vector<std::set<std::string>> alarmedProfiles;  // lookup keys, by camera number minus one
-  OwedDeclarations owed;
-  std::map<std::int32_t, std::int64_t> missedStarts;  // camera number -> time, of what is owed
+  mutable Mutex mutex ACQUIRED_AFTER(lock_order::RETRY) ACQUIRED_BEFORE(lock_order::EVENTS);
+
+  // Lookup keys, by camera number minus one.
+  std::vector<std::set<std::string>> alarmedProfiles GUARDED_BY(mutex);
+  OwedDeclarations owed GUARDED_BY(mutex);
+
+  // Camera number -> time, of what is owed.
+  std::map<std::int32_t, std::int64_t> missedStarts GUARDED_BY(mutex);
 
   MainLoopRetry retry{[this] { return makeUpForAll(); }};
 };

@@ -9,14 +9,15 @@
 #include <cstring>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <utility>
 #include <vector>
 
 #include "app/clock.h"
 #include "app/interval_timer_observable.h"
+#include "app/lock_order.h"
 #include "base/glib_ptr.h"
+#include "base/mutex.h"
 #include "base/units.h"
 #include "events/event_key_value_set.h"
 #include "events/time_conversion.h"
@@ -26,8 +27,9 @@ namespace {
 constexpr int HANDLE_ATTEMPTS = 10;
 constexpr std::int64_t ATTEMPT_PAUSE = 100 * units::MICROSECONDS_PER_MILLISECOND;
 constexpr std::int64_t REMOVAL_DELAY = 50 * units::MICROSECONDS_PER_MILLISECOND;
-constexpr std::int64_t BACK_OFF = units::MICROSECONDS_PER_SECOND;     // after a renaming that failed
-constexpr std::int64_t FIRST_PAUSE = units::MICROSECONDS_PER_SECOND;  // of undeclarations that failed
+constexpr std::int64_t BACK_OFF = units::MICROSECONDS_PER_SECOND;  // after a renaming that failed
+constexpr std::int64_t FIRST_PAUSE =
+    units::MICROSECONDS_PER_SECOND;  // of undeclarations that failed
 constexpr std::int64_t LONGEST_PAUSE = 60 * FIRST_PAUSE;
 constexpr std::size_t MAX_DATA_KEY_LENGTH = 127;
 constexpr std::int32_t QUIET_FAILURES = 5;
@@ -71,17 +73,17 @@ struct LeftDeclaration {
 
 using EventTable = std::map<std::string, std::unique_ptr<DeclaredEvent>>;
 
-std::mutex s_mutex;  // guards all below
-OVEventHandler* s_eventHandler = nullptr;
-OVParameter* s_parameterHandler = nullptr;
-std::string s_appName;
-std::string s_niceName;
-std::string s_topic0;
-std::unique_ptr<EventTable> s_events;
-std::vector<PendingRemoval> s_pendingRemovals;
-std::optional<std::int64_t> s_renamingFailedAt;  // monotonic microseconds
-std::vector<LeftDeclaration> s_leftDeclarations;
-std::optional<std::int32_t> s_leftTimerId;  // there is one while there are such
+Mutex s_mutex ACQUIRED_AFTER(lock_order::DEVICE_FACTS) ACQUIRED_BEFORE(lock_order::PLATFORM);
+OVEventHandler* s_eventHandler GUARDED_BY(s_mutex) = nullptr;
+OVParameter* s_parameterHandler GUARDED_BY(s_mutex) = nullptr;
+std::string s_appName GUARDED_BY(s_mutex);
+std::string s_niceName GUARDED_BY(s_mutex);
+std::string s_topic0 GUARDED_BY(s_mutex);
+std::unique_ptr<EventTable> s_events GUARDED_BY(s_mutex) POINTED_GUARDED_BY(s_mutex);
+std::vector<PendingRemoval> s_pendingRemovals GUARDED_BY(s_mutex);
+std::optional<std::int64_t> s_renamingFailedAt GUARDED_BY(s_mutex);  // monotonic microseconds
+std::vector<LeftDeclaration> s_leftDeclarations GUARDED_BY(s_mutex);
+std::optional<std::int32_t> s_leftTimerId GUARDED_BY(s_mutex);  // there is one while there are such
 
 // What the two ways of sending call an event in their messages.
 struct SentKind {
@@ -104,7 +106,7 @@ void logSendFailure(const SentKind& kind, const std::string& name, DeclaredEvent
   ++event.failures;
 }
 
-void obtainEventHandler() {
+void obtainEventHandler() REQUIRES(s_mutex) {
   if (s_eventHandler != nullptr) {
     syslog(LOG_WARNING, "The event handler is already initialized.\n");
     return;
@@ -122,7 +124,7 @@ void obtainEventHandler() {
   }
 }
 
-void obtainParameterHandler() {
+void obtainParameterHandler() REQUIRES(s_mutex) {
   if (s_parameterHandler != nullptr) {
     syslog(LOG_WARNING, "The parameter handler is already initialized.\n");
     return;
@@ -140,7 +142,7 @@ void obtainParameterHandler() {
 // A service may come up after the attempts of the start, yet before the cameras are made and their
 // configuration is applied: no alarm may be lost for that. Without initialisation there is no
 // handle.
-bool hasEventHandler() {
+bool hasEventHandler() REQUIRES(s_mutex) {
   const bool isInitialised = s_events != nullptr;
   if (s_eventHandler == nullptr && isInitialised) {
     s_eventHandler = ov_event_handler_new();
@@ -148,7 +150,7 @@ bool hasEventHandler() {
   return s_eventHandler != nullptr;
 }
 
-bool hasParameterHandler() {
+bool hasParameterHandler() REQUIRES(s_mutex) {
   const bool isInitialised = s_events != nullptr;
   if (s_parameterHandler == nullptr && isInitialised) {
     s_parameterHandler = ov_parameter_new(s_appName.c_str(), nullptr);
@@ -157,7 +159,7 @@ bool hasParameterHandler() {
 }
 
 // The record of a name: null when there is no table or no such name.
-DeclaredEvent* findEvent(const std::string& name) {
+DeclaredEvent* findEvent(const std::string& name) REQUIRES(s_mutex) {
   if (s_events == nullptr) {
     return nullptr;
   }
@@ -181,7 +183,7 @@ bool isStateless(const DeclaredEvent& event) {
 }
 
 bool declareEvent(const std::string& name, std::unique_ptr<DeclaredEvent> event,
-                  const OVEventKeyValueSet* set, bool stateless) {
+                  const OVEventKeyValueSet* set, bool stateless) REQUIRES(s_mutex) {
   if (set == nullptr ||
       !ov_event_handler_declare(s_eventHandler, set, stateless, &event->declarationId, nullptr)) {
     return false;
@@ -192,7 +194,8 @@ bool declareEvent(const std::string& name, std::unique_ptr<DeclaredEvent> event,
 }
 
 // With the event's present values.
-EventKeyValueSet createApplicationEventSet(const DeclaredEvent& event, const EventNames& names) {
+EventKeyValueSet createApplicationEventSet(const DeclaredEvent& event, const EventNames& names)
+    REQUIRES(s_mutex) {
   EventKeyValueSet set;
   set.add("topic0", NAME_SPACE, s_topic0)
       .add("topic1", NAME_SPACE, s_appName)
@@ -232,7 +235,7 @@ bool hasPropertiesOf(const DeclaredEvent& event, const DeclaredEvent& added) {
 }
 
 // The event to send, or null after a message.
-DeclaredEvent* findEventToSend(const SentKind& kind, const std::string& name) {
+DeclaredEvent* findEventToSend(const SentKind& kind, const std::string& name) REQUIRES(s_mutex) {
   if (s_eventHandler == nullptr) {
     logRefusal(kind, name, "Handler is not initialized");
     return nullptr;
@@ -260,7 +263,7 @@ std::int64_t toEventTime(const std::int64_t* timestamp) {
 }
 
 bool sendEvent(const SentKind& kind, const std::string& name, DeclaredEvent& event,
-               const EventKeyValueSet& set, std::int64_t eventTime) {
+               const EventKeyValueSet& set, std::int64_t eventTime) REQUIRES(s_mutex) {
   event.sentTime = eventTime;
   if (!ov_event_handler_send_event(s_eventHandler, event.declarationId, set.get(), eventTime,
                                    nullptr)) {
@@ -273,7 +276,7 @@ bool sendEvent(const SentKind& kind, const std::string& name, DeclaredEvent& eve
 
 // The event's value; data is left out when it is null or there is no key for it.
 bool sendValue(const std::string& name, DeclaredEvent& event, const char* data,
-               std::int64_t eventTime) {
+               std::int64_t eventTime) REQUIRES(s_mutex) {
   EventKeyValueSet set;
   if (!isStateless(event)) {
     set.addBool("active", nullptr, event.value != 0);
@@ -290,12 +293,12 @@ bool sendValue(const std::string& name, DeclaredEvent& event, const char* data,
 
 // ---- Declarations that are to go ----
 
-bool tryToUndeclare(std::uint32_t id) {
+bool tryToUndeclare(std::uint32_t id) REQUIRES(s_mutex) {
   return ov_event_handler_undeclare(s_eventHandler, id, nullptr);
 }
 
 // Not while another observer of this module has been given the same id.
-void dropTimer(std::int32_t timerId) {
+void dropTimer(std::int32_t timerId) REQUIRES(s_mutex) {
   const bool isUsed = timerId == s_leftTimerId ||
                       std::ranges::find(s_pendingRemovals, timerId, &PendingRemoval::timerId) !=
                           s_pendingRemovals.end();
@@ -306,23 +309,24 @@ void dropTimer(std::int32_t timerId) {
 
 // Ever more seldom: the service may have taken one back without its answer having arrived, and then
 // knows nothing of it any more. At most one failure at a time, for it may take a time-out.
-void undeclareWhatIsLeft() {
+void undeclareWhatIsLeft() REQUIRES(s_mutex) {
   const std::int64_t now = utils::monotonicTime();
-  const auto failed = std::ranges::find_if(s_leftDeclarations, [now](LeftDeclaration& left) {
-    const bool isDue = left.nextTrial <= now;
-    const bool isGone = isDue && tryToUndeclare(left.id);
-    left.id = isGone ? 0 : left.id;
-    return isDue && !isGone;
-  });
-  if (failed != s_leftDeclarations.end()) {
-    failed->pause = std::min(2 * failed->pause, LONGEST_PAUSE);
-    failed->nextTrial = now + failed->pause;
+  for (LeftDeclaration& left : s_leftDeclarations) {
+    if (left.nextTrial > now) {
+      continue;
+    }
+    if (!tryToUndeclare(left.id)) {
+      left.pause = std::min(2 * left.pause, LONGEST_PAUSE);
+      left.nextTrial = now + left.pause;
+      break;
+    }
+    left.id = 0;
   }
   std::erase_if(s_leftDeclarations, [](const LeftDeclaration& left) { return left.id == 0; });
 }
 
 void leftTimerCallback(std::int32_t timerId) {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   undeclareWhatIsLeft();
   if (s_leftDeclarations.empty() && s_leftTimerId == timerId) {
     s_leftTimerId.reset();
@@ -331,7 +335,7 @@ void leftTimerCallback(std::int32_t timerId) {
 }
 
 // At once, or as soon as the service takes it back.
-void undeclare(std::uint32_t id) {
+void undeclare(std::uint32_t id) REQUIRES(s_mutex) {
   if (tryToUndeclare(id)) {
     return;
   }
@@ -346,7 +350,7 @@ void undeclare(std::uint32_t id) {
 // Puts a new declaration in the place of the present one, which goes last: an event that is active
 // is active for every listener all the time. What was a message is not sent again.
 bool declareAnew(const std::string& name, DeclaredEvent& event, EventNames names,
-                 const OVEventKeyValueSet* set) {
+                 const OVEventKeyValueSet* set) REQUIRES(s_mutex) {
   std::uint32_t id = 0;
   if (set == nullptr ||
       !ov_event_handler_declare(s_eventHandler, set, isStateless(event), &id, nullptr)) {
@@ -362,13 +366,13 @@ bool declareAnew(const std::string& name, DeclaredEvent& event, EventNames names
   return true;
 }
 
-bool hasRenamingJustFailed() {
+bool hasRenamingJustFailed() REQUIRES(s_mutex) {
   return s_renamingFailedAt && utils::monotonicTime() < *s_renamingFailedAt + BACK_OFF;
 }
 
 // Sees to it that the service knows the event by the names that are wanted. While it cannot be told
 // them, the event goes on under the former ones.
-void applyNames(const std::string& name, DeclaredEvent& event) {
+void applyNames(const std::string& name, DeclaredEvent& event) REQUIRES(s_mutex) {
   if (event.wantedNames == event.names) {
     return;
   }
@@ -382,7 +386,7 @@ void applyNames(const std::string& name, DeclaredEvent& event) {
 // ---- Removal ----
 
 // Undeclares an event that nobody uses any more; one that was declared again meanwhile stays.
-void completeRemoval(const std::string& name) {
+void completeRemoval(const std::string& name) REQUIRES(s_mutex) {
   const DeclaredEvent* event = findEvent(name);
   if (event == nullptr || event->refCount > 0) {
     return;
@@ -392,7 +396,7 @@ void completeRemoval(const std::string& name) {
 }
 
 void removalTimerCallback(std::int32_t timerId) {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   const auto pending = std::ranges::find(s_pendingRemovals, timerId, &PendingRemoval::timerId);
   if (pending != s_pendingRemovals.end()) {
     const std::string name = pending->name;
@@ -415,7 +419,7 @@ std::unique_ptr<DeclaredEvent> createEvent(int flags, const std::string& dataKey
 
 // The same with the keys of a caller, which are there for this one declaration only.
 bool declareOwnAnew(const std::string& name, DeclaredEvent& event, const EventNames& names,
-                    OVEventKeyValueSet* set) {
+                    OVEventKeyValueSet* set) REQUIRES(s_mutex) {
   const gboolean isActive = event.value != 0 ? TRUE : FALSE;
   if (set != nullptr && !isStateless(event) &&
       !ov_event_key_value_set_add(set, "active", nullptr, OV_EVENT_VALUE_BOOL, &isActive,
@@ -429,7 +433,7 @@ bool declareOwnAnew(const std::string& name, DeclaredEvent& event, const EventNa
 
 void sdk_wrapper_init(const std::string& appName, const std::string& niceName,
                       const std::string& topic0) {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   mainloop_start(appName.c_str(), niceName.c_str(), topic0.c_str());
   s_appName = appName;
   s_niceName = niceName;
@@ -440,7 +444,7 @@ void sdk_wrapper_init(const std::string& appName, const std::string& niceName,
 
 bool sdk_wrapper_event_add(const std::string& name, const std::string& topic,
                            const std::string& niceName, int flags, const std::string& dataKey) {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   if (!hasEventHandler()) {
     syslog(LOG_ERR, "Cannot register event %s (handler not initialized)\n", niceName.c_str());
     return false;
@@ -465,7 +469,7 @@ bool sdk_wrapper_event_add(const std::string& name, const std::string& topic,
 
 bool sdk_wrapper_event_add(const std::string& name, const char* niceName, int flags,
                            const std::string& dataKey, OVEventKeyValueSet* set) {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   const KeyValueSetPtr owned(set);
   if (!hasEventHandler()) {
     syslog(LOG_ERR, "SDK Wrapper: Cannot register event %s (handler not initialized)\n",
@@ -499,7 +503,7 @@ bool sdk_wrapper_event_add(const std::string& name, const char* niceName, int fl
 
 bool sdk_wrapper_event_add_onvif_motion_alarm_event(const std::string& name, int source,
                                                     int state) {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   if (!hasEventHandler()) {
     syslog(LOG_ERR, "Cannot register event %s (handler not initialized)\n", name.c_str());
     return false;
@@ -531,7 +535,7 @@ bool sdk_wrapper_event_add_onvif_motion_alarm_event(const std::string& name, int
 
 bool sdk_wrapper_event_send(const std::string& name, int value, const char* data,
                             const std::int64_t* timestamp) {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   DeclaredEvent* event = findEventToSend(APPLICATION_EVENT, name);
   if (event == nullptr) {
     return false;
@@ -548,7 +552,7 @@ bool sdk_wrapper_event_send(const std::string& name, int value, const char* data
 
 bool sdk_wrapper_onvif_motion_alarm_event_send(const std::string& name, int state,
                                                const std::int64_t* timestamp) {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   DeclaredEvent* event = findEventToSend(MOTION_ALARM_EVENT, name);
   if (event == nullptr) {
     return false;
@@ -564,7 +568,7 @@ bool sdk_wrapper_onvif_motion_alarm_event_send(const std::string& name, int stat
 }
 
 bool sdk_wrapper_event_remove(const std::string& name) {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   DeclaredEvent* event = findEvent(name);
   if (event == nullptr || event->refCount == 0) {
     return false;
@@ -579,7 +583,7 @@ bool sdk_wrapper_event_remove(const std::string& name) {
 }
 
 bool sdk_wrapper_has_event_service() {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   return hasEventHandler();
 }
 
@@ -587,7 +591,7 @@ void sdk_wrapper_param_get(const std::string& name, char* dest, int destSize) {
   if (dest == nullptr || destSize < 1) {
     return;
   }
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   dest[0] = '\0';
   if (!hasParameterHandler()) {
     syslog(LOG_WARNING, "Cannot get parameter %s (handler not initialized). Using: %s = %s\n",
@@ -602,7 +606,7 @@ void sdk_wrapper_param_get(const std::string& name, char* dest, int destSize) {
 }
 
 void sdk_wrapper_cleanup() {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   for (const PendingRemoval& pending : s_pendingRemovals) {
     completeRemoval(pending.name);
     IntervalTimerObservable::unregisterObserver(pending.timerId);
@@ -629,30 +633,30 @@ void sdk_wrapper_cleanup() {
 }
 
 OVEventHandler* sdk_wrapper_handler_new() {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   return ov_event_handler_new();
 }
 
 void sdk_wrapper_handler_free(OVEventHandler* handler) {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   ov_event_handler_free(handler);
 }
 
 bool sdk_wrapper_handler_declare(OVEventHandler* handler, const EventKeyValueSet& set,
                                  bool stateless, std::uint32_t& declarationId) {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   return handler != nullptr && set.ok() &&
          ov_event_handler_declare(handler, set.get(), stateless, &declarationId, nullptr);
 }
 
 bool sdk_wrapper_handler_send(OVEventHandler* handler, std::uint32_t declarationId,
                               const EventKeyValueSet& set) {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   return handler != nullptr && set.ok() &&
          ov_event_handler_send_event(handler, declarationId, set.get(), utils::utcTime(), nullptr);
 }
 
 bool sdk_wrapper_handler_undeclare(OVEventHandler* handler, std::uint32_t declarationId) {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   return handler != nullptr && ov_event_handler_undeclare(handler, declarationId, nullptr);
 }

@@ -39,7 +39,7 @@ StateEventProducer::StateEventProducer(int cameraCount) {
 }
 
 void StateEventProducer::prepareReferenceCounterVectors(int cameraCount) {
-  const std::lock_guard lock(mutex);
+  const LockGuard lock(mutex);
   counters.assign(static_cast<std::size_t>(std::max(cameraCount, 0)) + 1, 0);
   anyLookupKeys.assign(1, utils::generateEventLookupKey(utils::generateGlobalAnyEventName()));
   for (int camera = 1; camera <= cameraCount; ++camera) {
@@ -59,7 +59,7 @@ StateEventProducerHandle StateEventProducer::registerEvent(std::int32_t camera,
                                                            const std::string& name,
                                                            const std::string& niceName) {
   const std::string lookupKey = utils::generateEventLookupKey(name);
-  const std::lock_guard lock(mutex);
+  const LockGuard lock(mutex);
   makeUpUnlessInVain();
   declare(lookupKey, [lookupKey, name, niceName] {
     return add(lookupKey, name, niceName, "FAILED to create event %s \n");
@@ -72,7 +72,7 @@ StateEventProducerHandle StateEventProducer::registerEvent(std::int32_t camera,
 }
 
 void StateEventProducer::unregisterEvent(const StateEventProducerHandle& handle) {
-  const std::lock_guard lock(mutex);
+  const LockGuard lock(mutex);
   // A profile whose end could not be sent must not keep its camera in alarm for ever.
   missedStarts.erase(handle.lookupKey);
   discount(handle, nullptr);
@@ -125,7 +125,7 @@ void StateEventProducer::makeUp() {
 
 bool StateEventProducer::makeUpForAll() {
   const bool isServiceThere = sdk_wrapper_has_event_service();
-  const std::lock_guard lock(mutex);
+  const LockGuard lock(mutex);
   if (isServiceThere) {
     makeUp();
   }
@@ -135,7 +135,7 @@ bool StateEventProducer::makeUpForAll() {
 // ---- Starts and ends ----
 
 void StateEventProducer::sendStartEvent(const StateEventProducerHandle& handle, std::int64_t time) {
-  const std::lock_guard lock(mutex);
+  const LockGuard lock(mutex);
   makeUpUnlessInVain();
   start(handle, time);
 }
@@ -190,7 +190,7 @@ void StateEventProducer::sendEndEvent(const StateEventProducerHandle& handle) {
 }
 
 void StateEventProducer::sendEnd(const StateEventProducerHandle& handle, const std::int64_t* time) {
-  const std::lock_guard lock(mutex);
+  const LockGuard lock(mutex);
   makeUpUnlessInVain();
   missedStarts.erase(handle.lookupKey);
   if (!send(handle.lookupKey, NO_ALARM, time)) {
@@ -226,22 +226,22 @@ void StateEventProducer::discount(const StateEventProducerHandle& handle,
 // ---- The aggregate events ----
 
 void StateEventProducer::declareAnyEvents(std::int32_t camera) {
-  const std::lock_guard lock(mutex);
+  const LockGuard lock(mutex);
   declareAny(camera);
 }
 
 void StateEventProducer::declareGlobalAnyEvent() {
-  const std::lock_guard lock(mutex);
+  const LockGuard lock(mutex);
   declareGlobalAny();
 }
 
 void StateEventProducer::removeAnyEvents(std::int32_t camera) {
-  const std::lock_guard lock(mutex);
+  const LockGuard lock(mutex);
   remove(utils::generateEventLookupKey(utils::generateAnyEventName(camera)));
 }
 
 void StateEventProducer::removeGlobalAnyEvent() {
-  const std::lock_guard lock(mutex);
+  const LockGuard lock(mutex);
   remove(utils::generateEventLookupKey(utils::generateGlobalAnyEventName()));
 }
 

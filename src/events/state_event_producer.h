@@ -3,11 +3,12 @@
 
 #include <cstdint>
 #include <map>
-#include <mutex>
 #include <set>
 #include <string>
 #include <vector>
 
+#include "app/lock_order.h"
+#include "base/mutex.h"
 #include "events/main_loop_retry.h"
 #include "events/owed_declarations.h"
 #include "events/state_event_producer_i.h"
@@ -51,35 +52,38 @@ class StateEventProducer : public StateEventProducerI {
     std::int64_t time;
   };
 
-  bool isCameraCounted(std::int32_t camera) const;
+  bool isCameraCounted(std::int32_t camera) const REQUIRES(mutex);
   void sendEnd(const StateEventProducerHandle& handle, const std::int64_t* time);
 
   // On the main loop's thread. Whether nothing is owed any more.
   bool makeUpForAll();
 
-  // All with the mutex held.
-  void declare(const std::string& lookupKey, OwedDeclarations::Declare declare);
-  void declareAny(std::int32_t camera);
-  void declareGlobalAny();
-  void remove(const std::string& lookupKey);
-  void makeUpUnlessInVain();
-  void makeUp();
-  void start(const StateEventProducerHandle& handle, std::int64_t time);
-  void startCamera(std::int32_t camera, std::int64_t time);
-  void startDevice(std::int64_t time);
-  void noteMissedAggregate(std::size_t index, std::int64_t time);
+  void declare(const std::string& lookupKey, OwedDeclarations::Declare declare) REQUIRES(mutex);
+  void declareAny(std::int32_t camera) REQUIRES(mutex);
+  void declareGlobalAny() REQUIRES(mutex);
+  void remove(const std::string& lookupKey) REQUIRES(mutex);
+  void makeUpUnlessInVain() REQUIRES(mutex);
+  void makeUp() REQUIRES(mutex);
+  void start(const StateEventProducerHandle& handle, std::int64_t time) REQUIRES(mutex);
+  void startCamera(std::int32_t camera, std::int64_t time) REQUIRES(mutex);
+  void startDevice(std::int64_t time) REQUIRES(mutex);
+  void noteMissedAggregate(std::size_t index, std::int64_t time) REQUIRES(mutex);
 
   // Takes a profile out of its camera's counter and ends what thereby ends.
-  void discount(const StateEventProducerHandle& handle, const std::int64_t* time);
+  void discount(const StateEventProducerHandle& handle, const std::int64_t* time) REQUIRES(mutex);
 
-  std::mutex mutex;  // guards all below
-  std::vector<std::int32_t> counters;
-  std::vector<std::string> anyLookupKeys;  // by camera, the device's at index 0
-  std::set<std::string> countedProfiles;   // lookup keys
-  std::set<std::int32_t> countedCameras;   // those in the device's counter
-  OwedDeclarations owed;
-  std::map<std::string, MissedStart> missedStarts;       // by lookup key, of events that are owed
-  std::map<std::size_t, std::int64_t> missedAggregates;  // index of the counter -> time, likewise
+  Mutex mutex ACQUIRED_AFTER(lock_order::RETRY) ACQUIRED_BEFORE(lock_order::EVENTS);
+  std::vector<std::int32_t> counters GUARDED_BY(mutex);
+
+  // By camera, the device's at index 0.
+  std::vector<std::string> anyLookupKeys GUARDED_BY(mutex);
+  std::set<std::string> countedProfiles GUARDED_BY(mutex);  // lookup keys
+  std::set<std::int32_t> countedCameras GUARDED_BY(mutex);  // those in the device's counter
+  OwedDeclarations owed GUARDED_BY(mutex);
+
+  // By lookup key, of events that are owed; and by the counter's index the times, likewise.
+  std::map<std::string, MissedStart> missedStarts GUARDED_BY(mutex);
+  std::map<std::size_t, std::int64_t> missedAggregates GUARDED_BY(mutex);
 
   MainLoopRetry retry{[this] { return makeUpForAll(); }};
 };

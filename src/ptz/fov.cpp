@@ -2,10 +2,11 @@
 
 #include <syslog.h>
 
-#include <mutex>
 #include <utility>
 
+#include "app/lock_order.h"
 #include "base/glib_ptr.h"
+#include "base/mutex.h"
 #include "base/system_bus.h"
 
 namespace {
@@ -27,8 +28,8 @@ class Fov::Link : public std::enable_shared_from_this<Link> {
       : values(std::move(values)), path(PATH_PREFIX + std::to_string(this->values->channel)) {}
 
   // Waits for the properties, for a second at most.
-  void open();
-  void close();
+  void open() EXCLUDES(mutex);
+  void close() EXCLUDES(mutex);
 
  private:
   using Weak = std::weak_ptr<Link>;
@@ -46,29 +47,28 @@ class Fov::Link : public std::enable_shared_from_this<Link> {
   static void busLost(GDBusConnection* connection, gboolean byPeer, GError* error, gpointer weak);
   static gboolean reconnectDue(gpointer weak);
 
-  // With the mutex held.
-  bool connect(bool isLogged);
-  void disconnect();
-  void load();
-  void loadLater();
+  bool connect(bool isLogged) REQUIRES(mutex);
+  void disconnect() REQUIRES(mutex);
+  void load() REQUIRES(mutex);
+  void loadLater() REQUIRES(mutex);
   void reconnectLater();
 
   const std::shared_ptr<Values> values;
   const std::string path;
 
-  std::mutex mutex;  // guards what follows
-  bool isOpen = false;
-  SystemBusPtr connection;
-  GObjectPtr<GDBusProxy> proxy;
-  gulong closedHandler = 0;
-  guint changeSubscription = 0;
-  gulong ownerHandler = 0;
+  Mutex mutex ACQUIRED_AFTER(lock_order::TRACKER) ACQUIRED_BEFORE(lock_order::RETRY);
+  bool isOpen GUARDED_BY(mutex) = false;
+  SystemBusPtr connection GUARDED_BY(mutex);
+  GObjectPtr<GDBusProxy> proxy GUARDED_BY(mutex);
+  gulong closedHandler GUARDED_BY(mutex) = 0;
+  guint changeSubscription GUARDED_BY(mutex) = 0;
+  gulong ownerHandler GUARDED_BY(mutex) = 0;
 };
 
 // ---- Opening and closing ----
 
 void Fov::Link::open() {
-  const std::lock_guard guard(mutex);
+  const LockGuard guard(mutex);
   isOpen = true;
   if (connect(true)) {
     load();
@@ -78,7 +78,7 @@ void Fov::Link::open() {
 }
 
 void Fov::Link::close() {
-  const std::lock_guard guard(mutex);
+  const LockGuard guard(mutex);
   isOpen = false;
   disconnect();
 }
@@ -177,7 +177,7 @@ void Fov::Link::ownerChanged(GObject* proxy, GParamSpec*, gpointer weak) {
   const GTextPtr owner(g_dbus_proxy_get_name_owner(G_DBUS_PROXY(proxy)));
   const auto self = lock(weak);
   if (owner != nullptr && self != nullptr) {
-    const std::lock_guard guard(self->mutex);
+    const LockGuard guard(self->mutex);
     if (self->connection != nullptr) {
       self->loadLater();
     }
@@ -186,7 +186,7 @@ void Fov::Link::ownerChanged(GObject* proxy, GParamSpec*, gpointer weak) {
 
 void Fov::Link::busLost(GDBusConnection* connection, gboolean, GError*, gpointer weak) {
   if (const auto self = lock(weak)) {
-    const std::lock_guard guard(self->mutex);
+    const LockGuard guard(self->mutex);
     if (self->connection.get() == connection) {
       self->disconnect();
       self->reconnectLater();
@@ -203,7 +203,7 @@ gboolean Fov::Link::reconnectDue(gpointer weak) {
   if (self == nullptr) {
     return G_SOURCE_REMOVE;
   }
-  const std::lock_guard guard(self->mutex);
+  const LockGuard guard(self->mutex);
   if (!self->isOpen) {
     return G_SOURCE_REMOVE;
   }

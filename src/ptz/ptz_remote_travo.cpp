@@ -93,42 +93,47 @@ PtzRemoteTravo::~PtzRemoteTravo() = default;
 // ---- Attempts ----
 
 bool PtzRemoteTravo::beginAttempt() {
+  const LockGuard lock(attemptMutex);
   if (cancellable != nullptr) {
     return false;
   }
-  const std::lock_guard lock(attemptMutex);
   cancellable.reset(g_cancellable_new());
   isGone = false;
   return true;
 }
 
 void PtzRemoteTravo::endAttempt() {
-  const std::lock_guard lock(attemptMutex);
+  const LockGuard lock(attemptMutex);
   cancellable.reset();
 }
 
 void PtzRemoteTravo::cancel() {
-  const std::lock_guard lock(attemptMutex);
+  const LockGuard lock(attemptMutex);
   if (cancellable != nullptr) {
     g_cancellable_cancel(cancellable.get());
   }
 }
 
+GCancellable* PtzRemoteTravo::getCancellable() const {
+  const LockGuard lock(attemptMutex);
+  return cancellable.get();
+}
+
 bool PtzRemoteTravo::isAttemptOver() const {
-  return cancellable != nullptr &&
-         (isGone || g_cancellable_is_cancelled(cancellable.get()) != FALSE);
+  GCancellable* attempt = getCancellable();
+  return attempt != nullptr && (isGone || g_cancellable_is_cancelled(attempt) != FALSE);
 }
 
 // False when the socket is not ready in time, or the attempt is cut short.
 bool PtzRemoteTravo::waitFor(int fd, gushort condition, int milliseconds) {
   std::array<GPollFD, 2> polled{GPollFD{.fd = fd, .events = condition, .revents = 0}};
-  const bool canBeCut = g_cancellable_make_pollfd(cancellable.get(), &polled[1]) != FALSE;
+  const bool canBeCut = g_cancellable_make_pollfd(getCancellable(), &polled[1]) != FALSE;
   int ready = 0;
   do {
     ready = g_poll(polled.data(), canBeCut ? 2 : 1, milliseconds);
   } while (ready == -1 && errno == EINTR);
   if (canBeCut) {
-    g_cancellable_release_fd(cancellable.get());
+    g_cancellable_release_fd(getCancellable());
   }
   return ready > 0 && polled[0].revents != 0 && !isAttemptOver();
 }
@@ -136,13 +141,13 @@ bool PtzRemoteTravo::waitFor(int fd, gushort condition, int milliseconds) {
 // ---- The channel ----
 
 bool PtzRemoteTravo::createProxy() {
-  const SystemBusPtr bus = openSystemBus(nullptr, cancellable.get());
+  const SystemBusPtr bus = openSystemBus(nullptr, getCancellable());
   if (bus == nullptr) {
     return false;
   }
   // The interface has no properties; asking for them would block on a service that hangs.
   proxy.reset(g_dbus_proxy_new_sync(bus.get(), G_DBUS_PROXY_FLAGS_DO_NOT_LOAD_PROPERTIES, nullptr,
-                                    BUS_NAME, OBJECT_PATH, INTERFACE, cancellable.get(), nullptr));
+                                    BUS_NAME, OBJECT_PATH, INTERFACE, getCancellable(), nullptr));
   return proxy != nullptr;
 }
 
@@ -156,7 +161,7 @@ std::optional<std::string> PtzRemoteTravo::openChannel(int milliseconds) {
   ErrorSlot error;
   const GVariantPtr reply(g_dbus_proxy_call_sync(
       proxy.get(), METHOD, g_variant_new("(u)", static_cast<guint32>(channel)),
-      G_DBUS_CALL_FLAGS_NONE, milliseconds, cancellable.get(), error.out()));
+      G_DBUS_CALL_FLAGS_NONE, milliseconds, getCancellable(), error.out()));
   if (reply == nullptr) {
     isGone = g_error_matches(error.get(), G_IO_ERROR, G_IO_ERROR_TIMED_OUT) != FALSE;
     return std::nullopt;

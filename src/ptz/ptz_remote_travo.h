@@ -4,13 +4,14 @@
 #include <gio/gio.h>
 
 #include <cstdint>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
 
+#include "app/lock_order.h"
 #include "base/file_descriptor.h"
 #include "base/glib_ptr.h"
+#include "base/mutex.h"
 
 // The link over which the properties of the PTZ head are read: a service on the system bus hands
 // out a local stream socket, on which one request line is answered by lines of the form name=value.
@@ -77,6 +78,9 @@ class PtzRemoteTravo {
   bool beginAttempt();
   void endAttempt();
   bool isAttemptOver() const;
+
+  // What cuts the attempt short, or null; for the thread that alone begins and ends attempts.
+  GCancellable* getCancellable() const;
   bool waitFor(int fd, gushort condition, int milliseconds);
 
   bool createProxy();
@@ -93,9 +97,10 @@ class PtzRemoteTravo {
   GObjectPtr<GDBusProxy> proxy;
   FileDescriptor socketFd;  // does not block
 
-  std::mutex attemptMutex;               // guards the change of what follows
-  GObjectPtr<GCancellable> cancellable;  // the attempt's; null while there is none
-  bool isGone = false;                   // the head, for the rest of the attempt
+  bool isGone = false;  // the head, for the rest of the attempt
+
+  mutable Mutex attemptMutex ACQUIRED_AFTER(lock_order::TRACKER) ACQUIRED_BEFORE(lock_order::RETRY);
+  GObjectPtr<GCancellable> cancellable GUARDED_BY(attemptMutex);  // null while there is no attempt
 };
 
 #endif

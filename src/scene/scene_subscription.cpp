@@ -18,7 +18,7 @@ SceneSubscription::~SceneSubscription() {
 }
 
 bool SceneSubscription::start(Attempt attempt) {
-  const std::lock_guard guard(mutex);
+  const LockGuard guard(mutex);
   if (isEnding) {
     return true;
   }
@@ -37,18 +37,18 @@ bool SceneSubscription::start(Attempt attempt) {
 
 void SceneSubscription::run(const Attempt& attempt) {
   attempt();
-  const std::lock_guard guard(mutex);
+  const LockGuard guard(mutex);
   isAttempting = false;
-  attemptEnded.notify_all();
+  attemptEnded.notifyAll();
 }
 
 bool SceneSubscription::isUnderWay() const {
-  const std::lock_guard guard(mutex);
+  const LockGuard guard(mutex);
   return isAttempting;
 }
 
 SceneSubscription::Subscriber SceneSubscription::obtainSubscriber(int channel, void* userData) {
-  const std::lock_guard guard(mutex);
+  const LockGuard guard(mutex);
   if (subscriber == nullptr) {
     if (VideoSceneSubscriber::Handle made =
             VideoSceneSubscriber::createSubscriber(channel, DATA_FORMAT_SCENE, userData)) {
@@ -58,56 +58,82 @@ SceneSubscription::Subscriber SceneSubscription::obtainSubscriber(int channel, v
   return subscriber;
 }
 
-void SceneSubscription::giveSubscriberUp() {
-  std::unique_lock guard(mutex);
-  const Subscriber last = std::exchange(subscriber, nullptr);
-  guard.unlock();
+SceneSubscription::Subscriber SceneSubscription::takeSubscriber() {
+  const LockGuard guard(mutex);
+  return std::exchange(subscriber, nullptr);
 }
 
+void SceneSubscription::giveSubscriberUp() {
+  takeSubscriber().reset();
+}
+
+// ---- Subscribing ----
+
 int SceneSubscription::subscribe() {
-  std::unique_lock guard(mutex);
-  const Subscriber asked = subscriber;
-  if (isEnding || asked == nullptr) {
+  const Subscriber asked = beginSubscribing();
+  if (asked == nullptr) {
     return VIDEO_SCENE_SUBSCRIBER_FAILED;
   }
-  isSubscribing = true;
-  guard.unlock();
   const int result =
       VideoSceneSubscriber::trySubscribe(asked.get(), [this] { return hasEndBegun(); });
-  guard.lock();
-  isSubscribing = false;
-  guard.unlock();
+  endSubscribing();
   return result;
 }
 
-bool SceneSubscription::hasEndBegun() const {
-  const std::lock_guard guard(mutex);
-  return isEnding;
+// Null when there is nobody to ask or the end has begun.
+SceneSubscription::Subscriber SceneSubscription::beginSubscribing() {
+  const LockGuard guard(mutex);
+  if (isEnding || subscriber == nullptr) {
+    return nullptr;
+  }
+  isSubscribing = true;
+  return subscriber;
+}
+
+void SceneSubscription::endSubscribing() {
+  const LockGuard guard(mutex);
+  isSubscribing = false;
 }
 
 // The reference keeps the subscriber, which the attempt may give up meanwhile.
-bool SceneSubscription::cutShort(std::unique_lock<std::mutex>& guard) {
-  if (!isSubscribing) {
-    return false;
+SceneSubscription::Subscriber SceneSubscription::findSubscribing() const {
+  const LockGuard guard(mutex);
+  return isSubscribing ? subscriber : nullptr;
+}
+
+// ---- The end ----
+
+bool SceneSubscription::hasEndBegun() const {
+  const LockGuard guard(mutex);
+  return isEnding;
+}
+
+bool SceneSubscription::cutShort() {
+  const Subscriber asked = findSubscribing();
+  return asked != nullptr &&
+         VideoSceneSubscriber::cutShort(asked.get()) == VIDEO_SCENE_SUBSCRIBER_OK;
+}
+
+// Whether an attempt was cut short by a call that has ended the subscription, too.
+bool SceneSubscription::endAttempt() {
+  {
+    const LockGuard guard(mutex);
+    isEnding = true;
   }
-  Subscriber asked = subscriber;
-  guard.unlock();
-  const bool isCut = VideoSceneSubscriber::cutShort(asked.get()) == VIDEO_SCENE_SUBSCRIBER_OK;
-  asked.reset();
-  guard.lock();
+  bool isCut = false;
+  while (isUnderWay()) {
+    isCut = isCut || cutShort();
+    const LockGuard guard(mutex);
+    if (isAttempting) {
+      attemptEnded.waitFor(mutex, CUT_PAUSE);
+    }
+  }
   return isCut;
 }
 
 void SceneSubscription::end() {
-  std::unique_lock guard(mutex);
-  isEnding = true;
-  bool isUnsubscribed = false;
-  while (isAttempting) {
-    isUnsubscribed = isUnsubscribed || cutShort(guard);
-    attemptEnded.wait_for(guard, CUT_PAUSE, [this] { return !isAttempting; });
-  }
-  Subscriber last = std::exchange(subscriber, nullptr);
-  guard.unlock();
+  const bool isUnsubscribed = endAttempt();
+  const Subscriber last = takeSubscriber();
   if (thread.joinable()) {
     thread.join();
   }

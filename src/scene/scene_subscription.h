@@ -1,12 +1,12 @@
 #ifndef SCENE_SCENE_SUBSCRIPTION_H
 #define SCENE_SCENE_SUBSCRIPTION_H
 
-#include <condition_variable>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <thread>
 
+#include "app/lock_order.h"
+#include "base/mutex.h"
 #include "scene/video_scene_subscriber.h"
 
 // One camera's subscription at the subscriber module, which may take seconds over an attempt to
@@ -48,14 +48,20 @@ class SceneSubscription {
 
  private:
   void run(const Attempt& attempt);
-  bool cutShort(std::unique_lock<std::mutex>& guard);
+  Subscriber beginSubscribing() EXCLUDES(mutex);
+  void endSubscribing() EXCLUDES(mutex);
+  Subscriber findSubscribing() const EXCLUDES(mutex);
+  bool cutShort() EXCLUDES(mutex);
+  bool endAttempt() EXCLUDES(mutex);
+  Subscriber takeSubscriber() EXCLUDES(mutex);
 
-  mutable std::mutex mutex;  // guards all below; not held while the module may wait
-  std::condition_variable attemptEnded;
-  Subscriber subscriber;
-  bool isAttempting = false;
-  bool isSubscribing = false;  // the attempt has asked the module, which may be waiting
-  bool isEnding = false;
+  // Not held while the module may wait.
+  mutable Mutex mutex ACQUIRED_AFTER(lock_order::CONTAINER) ACQUIRED_BEFORE(lock_order::CAMERA);
+  Condition attemptEnded;
+  Subscriber subscriber GUARDED_BY(mutex);
+  bool isAttempting GUARDED_BY(mutex) = false;
+  bool isSubscribing GUARDED_BY(mutex) = false;  // has asked the module, which may be waiting
+  bool isEnding GUARDED_BY(mutex) = false;
   std::thread thread;  // the owner's
 };
 

@@ -7,6 +7,7 @@
 #include <set>
 #include <utility>
 
+#include "app/lock_order.h"
 #include "base/mutex.h"
 #include "ptz/video_channels.h"
 #include "scene/tracking_object.h"
@@ -61,7 +62,8 @@ class Observations {
   void untrackObject(int camera, int objectId) REQUIRES(mutex);
   bool insertCenter(int camera) REQUIRES(mutex);
 
-  mutable RecursiveMutex mutex;
+  mutable RecursiveMutex mutex ACQUIRED_AFTER(lock_order::TRACKER_INSTANCE)
+      ACQUIRED_BEFORE(lock_order::TRACKER);
   SuperObjectManager superObjectManager GUARDED_BY(mutex);
   VideoChannels videoChannels GUARDED_BY(mutex);
 

@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 
+#include "app/lock_order.h"
 #include "app/thread.h"
 #include "base/mutex.h"
 #include "ptz/ptz_head.h"
@@ -115,12 +116,16 @@ class Tracker : public Thread, private Steering {
   void tell(bool active) override { events.sendIsSentrelingEvent(active); }
   bool mayGoHome() const override { return state == CameraState::running; }
 
-  static Mutex s_instanceMutex;
+  static Mutex s_instanceMutex ACQUIRED_AFTER(lock_order::GUARD)
+      ACQUIRED_BEFORE(lock_order::TRACKER_INSTANCE);
   static std::unique_ptr<Tracker> s_tracker GUARDED_BY(s_instanceMutex);
   static std::int32_t s_referenceCount GUARDED_BY(s_instanceMutex);
 
   std::atomic<CameraState> state{CameraState::stopped};
-  Mutex stateEventMutex;  // orders the state events
+
+  // Orders the state events.
+  Mutex stateEventMutex ACQUIRED_AFTER(lock_order::TRACKER_INSTANCE)
+      ACQUIRED_BEFORE(lock_order::TRACKER);
   TrackerEvents events;
 
   Observations observations;

@@ -37,9 +37,14 @@ TrackerAreaGuard::~TrackerAreaGuard() {
   Tracker::releaseInstance();
 }
 
+std::vector<TrackedObject> TrackerAreaGuard::getTrackedObjects() const {
+  const LockGuard guard(lock);
+  return trackedObjects;
+}
+
 void TrackerAreaGuard::checkObjects(ParsedScene& scene) {
   AreaGuard::checkObjects(scene);
-  const std::lock_guard guard(lock);
+  const LockGuard guard(lock);
   addCameraIfDue();
   for (const auto& object : scene.getDeletedObjects()) {
     handleExcludedOrDeletedObjects(object->getId());
@@ -63,13 +68,13 @@ void TrackerAreaGuard::addCameraIfDue() {
 }
 
 void TrackerAreaGuard::stopAllEvents(std::int64_t time) {
-  const std::lock_guard guard(lock);
+  const LockGuard guard(lock);
   AreaGuard::stopAllEvents(time);
   untrackAll();
 }
 
 void TrackerAreaGuard::handleTransportLoss(std::int64_t time) {
-  const std::lock_guard guard(lock);
+  const LockGuard guard(lock);
   AreaGuard::handleTransportLoss(time);
   skipNextScene = true;
 }

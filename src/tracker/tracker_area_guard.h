@@ -25,28 +25,30 @@ class TrackerAreaGuard : public AreaGuard {
   void stopAllEvents(std::int64_t time) override;
   void handleTransportLoss(std::int64_t time) override;
 
-  const std::vector<TrackedObject>& getTrackedObjects() const { return trackedObjects; }
+  std::vector<TrackedObject> getTrackedObjects() const;
 
  private:
-  void addCameraIfDue();
-  void updateObjectsAndTrack(ParsedScene& scene);
-  void updateObject(const JudgedObject& one);
-  void trackOnce(TrackingObject& object, TrackingObjectExternalData& memory);
-  void handleTrackedObject(std::int32_t profileId, const TrackingObject& object);
-  void handleExcludedOrDeletedObjects(std::int32_t id);
-  void handleUntrackedObjects();
-  void resetTrackedObjects();
-  bool markSeen(std::int32_t id);
-  void untrackAll();
+  void addCameraIfDue() REQUIRES(lock);
+  void updateObjectsAndTrack(ParsedScene& scene) REQUIRES(lock);
+  void updateObject(const JudgedObject& one) REQUIRES(lock);
+  void trackOnce(TrackingObject& object, TrackingObjectExternalData& memory) REQUIRES(lock);
+  void handleTrackedObject(std::int32_t profileId, const TrackingObject& object) REQUIRES(lock);
+  void handleExcludedOrDeletedObjects(std::int32_t id) REQUIRES(lock);
+  void handleUntrackedObjects() REQUIRES(lock);
+  void resetTrackedObjects() REQUIRES(lock);
+  bool markSeen(std::int32_t id) REQUIRES(lock);
+  void untrackAll() REQUIRES(lock);
   TrackingObjectExternalData& memoryOf(TrackingObject& object) const;
 
   Tracker& tracker;
   const DataKey dataKey;
-  std::vector<TrackedObject> trackedObjects;
-  std::size_t nextTracked = 0;  // where the search for a tracked object begins
-  bool isCameraAdded = false;
-  std::int64_t lastAddAttempt;
-  bool skipNextScene = false;  // the first frame after a break may show other objects by known ids
+  std::vector<TrackedObject> trackedObjects GUARDED_BY(lock);
+  std::size_t nextTracked GUARDED_BY(lock) = 0;  // where the search for a tracked object begins
+  bool isCameraAdded GUARDED_BY(lock) = false;
+  std::int64_t lastAddAttempt GUARDED_BY(lock);
+
+  // The first frame after a break may show other objects by known ids.
+  bool skipNextScene GUARDED_BY(lock) = false;
 };
 
 #endif

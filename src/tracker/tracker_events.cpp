@@ -28,7 +28,7 @@ EventKeyValueSet createTopics(const char* topic2) {
 }  // namespace
 
 void TrackerEvents::declareEvents() {
-  const std::lock_guard lock(mutex);
+  const LockGuard lock(mutex);
   isInUse = true;
   if (!declareMissing()) {
     retry.begin();
@@ -36,7 +36,7 @@ void TrackerEvents::declareEvents() {
 }
 
 void TrackerEvents::undeclareEvents() {
-  const std::lock_guard lock(mutex);
+  const LockGuard lock(mutex);
   isInUse = false;
   if (eventHandler == nullptr) {
     return;
@@ -88,7 +88,7 @@ bool TrackerEvents::declareIsSentreling() {
 
 // Quiet while there is no service.
 bool TrackerEvents::declareUntilAllIsThere() {
-  const std::lock_guard lock(mutex);
+  const LockGuard lock(mutex);
   if (isInUse && eventHandler == nullptr) {
     eventHandler = sdk_wrapper_handler_new();
   }
@@ -98,7 +98,7 @@ bool TrackerEvents::declareUntilAllIsThere() {
 // ---- Sending ----
 
 void TrackerEvents::sendStateEvent(const std::string& state) {
-  const std::lock_guard lock(mutex);
+  const LockGuard lock(mutex);
   const bool wasMissing = stateEventId == 0;
   lastState = state;
   declareMissing();
@@ -109,7 +109,7 @@ void TrackerEvents::sendStateEvent(const std::string& state) {
 }
 
 void TrackerEvents::sendIsSentrelingEvent(bool active) {
-  const std::lock_guard lock(mutex);
+  const LockGuard lock(mutex);
   const bool wasMissing = isSentrelingEventId == 0;
   sentrelingActive = active;
   wasSentrelingSent = true;

@@ -5,10 +5,11 @@
 
 #include <atomic>
 #include <cstdint>
-#include <mutex>
 #include <optional>
 #include <string>
 
+#include "app/lock_order.h"
+#include "base/mutex.h"
 #include "events/main_loop_retry.h"
 
 // The tracker's two stateful events: its state, and whether it is steering the head. Failures are
@@ -29,23 +30,23 @@ class TrackerEvents {
   bool isSentrelingActive() const { return sentrelingActive; }
 
  private:
-  // All with the mutex held.
-  bool declareMissing();
-  bool declareState();
-  bool declareIsSentreling();
-  void tellState();
-  void tellIsSentreling();
+  bool declareMissing() REQUIRES(mutex);
+  bool declareState() REQUIRES(mutex);
+  bool declareIsSentreling() REQUIRES(mutex);
+  void tellState() REQUIRES(mutex);
+  void tellIsSentreling() REQUIRES(mutex);
 
   // On the main loop's thread. Whether nothing is missing any more.
   bool declareUntilAllIsThere();
 
-  std::mutex mutex;  // keeps what is remembered and what is sent the same; guards all but the flag
-  bool isInUse = false;
-  OVEventHandler* eventHandler = nullptr;
-  std::uint32_t stateEventId = 0;  // 0: not declared
-  std::uint32_t isSentrelingEventId = 0;
-  std::optional<std::string> lastState;  // empty before the first event
-  bool wasSentrelingSent = false;
+  // Keeps what is remembered and what is sent the same.
+  Mutex mutex ACQUIRED_AFTER(lock_order::RETRY) ACQUIRED_BEFORE(lock_order::EVENTS);
+  bool isInUse GUARDED_BY(mutex) = false;
+  OVEventHandler* eventHandler GUARDED_BY(mutex) = nullptr;
+  std::uint32_t stateEventId GUARDED_BY(mutex) = 0;  // 0: not declared
+  std::uint32_t isSentrelingEventId GUARDED_BY(mutex) = 0;
+  std::optional<std::string> lastState GUARDED_BY(mutex);  // empty before the first event
+  bool wasSentrelingSent GUARDED_BY(mutex) = false;
   std::atomic<bool> sentrelingActive{false};
 
   MainLoopRetry retry{[this] { return declareUntilAllIsThere(); }};

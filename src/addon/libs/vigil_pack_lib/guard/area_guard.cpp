@@ -24,17 +24,17 @@ AreaGuard::AreaGuard(const Polygon& includeArea, const std::string& name, std::i
           createSVGStyle(AREA_COLOUR, FILL_OPACITY, AREA_COLOUR, STROKE_WIDTH))) {}
 
 void AreaGuard::addExcludeArea(const Polygon& excludeArea) {
-  const std::lock_guard guard(lock);
+  const LockGuard guard(lock);
   protectionArea.addExcludeArea(excludeArea);
 }
 
 void AreaGuard::updatePreset(int newPreset) {
-  const std::lock_guard guard(lock);
+  const LockGuard guard(lock);
   preset = newPreset;
 }
 
 void AreaGuard::checkObjects(ParsedScene& scene) {
-  const std::lock_guard guard(lock);
+  const LockGuard guard(lock);
   judged.clear();
   Guard::checkObjects(scene, includeAreaSvg);
 }
@@ -56,7 +56,7 @@ TrackingObjectExternalData& AreaGuard::memoryOf(TrackingObject& object) const {
 AreaGuard::JudgedObject AreaGuard::judge(TrackingObject& object) {
   updateFilterData(object);
   const AreaStatus_e area = protectionArea.checkObject(object);
-  return {&object, area, canObjectTriggerAlarm(object)};
+  return {&object, area, passesFilters(object)};
 }
 
 const std::vector<AreaGuard::JudgedObject>& AreaGuard::judgedObjects(const ParsedScene& scene) {
@@ -69,6 +69,7 @@ const std::vector<AreaGuard::JudgedObject>& AreaGuard::judgedObjects(const Parse
 }
 
 AlarmData AreaGuard::updateObjectsAndGetAlarms(ParsedScene& scene) {
+  const LockGuard guard(lock);
   AlarmData alarms;
   alarms.reserve(scene.getActiveObjects().size());
   judged.clear();
@@ -90,13 +91,13 @@ AlarmData AreaGuard::updateObjectsAndGetAlarms(ParsedScene& scene) {
 }
 
 void AreaGuard::stopAllEvents(std::int64_t time) {
-  const std::lock_guard guard(lock);
+  const LockGuard guard(lock);
   visualConfirmation.clearScreen();
   stateEvents.stopAllEvents(time);
   stopTestAlarm();
 }
 
 bool AreaGuard::isStateEventOngoing() const {
-  const std::lock_guard guard(lock);
+  const LockGuard guard(lock);
   return stateEvents.isOngoing();
 }

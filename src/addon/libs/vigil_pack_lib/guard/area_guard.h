@@ -42,19 +42,20 @@ class AreaGuard : public Guard {
 
   // The objects in view, in the frame's order, with their verdicts: those that checkObjects() found
   // in this frame, or found now when it did not look at the objects. Nothing that they depend on
-  // changes within a frame. For the frame that checkObjects() was called with last, and with the
-  // lock held.
-  const std::vector<JudgedObject>& judgedObjects(const ParsedScene& scene);
+  // changes within a frame. For the frame that checkObjects() was called with last.
+  const std::vector<JudgedObject>& judgedObjects(const ParsedScene& scene) REQUIRES(lock);
 
  private:
-  JudgedObject judge(TrackingObject& object);
+  JudgedObject judge(TrackingObject& object) REQUIRES(lock);
   TrackingObjectExternalData& memoryOf(TrackingObject& object) const;
 
-  ProtectionArea protectionArea;
+  ProtectionArea protectionArea GUARDED_BY(lock);
   const std::string pendingAlarmKey = "hasPendingAlarm";
   const DataKey dataKey;
   const std::string includeAreaSvg;
-  std::vector<JudgedObject> judged;  // of the present frame; empty as long as nobody has looked
+
+  // Of the present frame; empty as long as nobody has looked.
+  std::vector<JudgedObject> judged GUARDED_BY(lock);
 };
 
 #endif

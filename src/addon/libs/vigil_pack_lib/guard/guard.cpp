@@ -32,9 +32,9 @@ Guard::Guard(const std::string& name, std::int32_t uid, std::int32_t camera,
       uid(uid),
       camera(camera),
       eventDuration(eventDuration),
+      isMechanicalPtz(CameraInfo::isMechanicalPTZ()),
       visualConfirmation(constants::VISUAL_CONFIRMATION_EVENT, VISUAL_CONFIRMATION_TIMEOUT),
       preset(preset),
-      isMechanicalPtz(CameraInfo::isMechanicalPTZ()),
       stateEvents(camera, uid, appName, name, eventDuration, producer) {
   addExclusionFilter(std::make_unique<LowConfidentObjectFilter>());
 }
@@ -42,36 +42,36 @@ Guard::Guard(const std::string& name, std::int32_t uid, std::int32_t camera,
 Guard::~Guard() = default;
 
 void Guard::handleStartupPreset(std::int32_t p) {
-  const std::lock_guard guard(lock);
+  const LockGuard guard(lock);
   currentPreset = p;
 }
 
 void Guard::handleArrivingAtPreset(std::int32_t p, std::int64_t time) {
-  const std::lock_guard guard(lock);
+  const LockGuard guard(lock);
   currentPreset = p;
   arrivalTime = time;
 }
 
 void Guard::handleLeavingPreset(std::int64_t time) {
-  const std::lock_guard guard(lock);
+  const LockGuard guard(lock);
   currentPreset = PRESET_NONE;
   stopAllEvents(time);
 }
 
 void Guard::handleMovementEvent(bool moving, std::int64_t time) {
-  const std::lock_guard guard(lock);
+  const LockGuard guard(lock);
   isMoving = moving;
   movementTime = time;
   stopAllEvents(time);
 }
 
 void Guard::handleTransportLoss(std::int64_t time) {
-  const std::lock_guard guard(lock);
+  const LockGuard guard(lock);
   stopAllEvents(time);
 }
 
 bool Guard::shouldDataBeProcessed(std::int64_t time) const {
-  const std::lock_guard guard(lock);
+  const LockGuard guard(lock);
   if (isMoving) {
     return false;
   }
@@ -86,49 +86,53 @@ bool Guard::shouldDataBeProcessed(std::int64_t time) const {
 }
 
 void Guard::addExclusionFilter(std::unique_ptr<ExclusionFilter> filter) {
-  const std::lock_guard guard(lock);
+  const LockGuard guard(lock);
   if (filter != nullptr) {
     filters.push_back(std::move(filter));
   }
 }
 
 void Guard::updateFilterData(TrackingObject& object) {
-  const std::lock_guard guard(lock);
+  const LockGuard guard(lock);
   for (const auto& filter : filters) {
     filter->updateFilterData(object);
   }
 }
 
 bool Guard::canObjectTriggerAlarm(TrackingObject& object) const {
-  const std::lock_guard guard(lock);
+  const LockGuard guard(lock);
+  return passesFilters(object);
+}
+
+bool Guard::passesFilters(TrackingObject& object) const {
   return std::ranges::all_of(
       filters, [&object](const auto& filter) { return filter->canObjectTriggerAlarm(object); });
 }
 
 bool Guard::enableVisualConfirmation(const std::string& header) {
-  const std::lock_guard guard(lock);
+  const LockGuard guard(lock);
   svgHeader = header;
   return visualConfirmation.enable();
 }
 
 bool Guard::resumeVisualConfirmation(const VisualConfirmationData& drawing) {
-  const std::lock_guard guard(lock);
+  const LockGuard guard(lock);
   svgHeader = drawing.svgHeader;
   return visualConfirmation.resume(drawing.enabledSince);
 }
 
 void Guard::disableVisualConfirmation() {
-  const std::lock_guard guard(lock);
+  const LockGuard guard(lock);
   visualConfirmation.disable();
 }
 
 bool Guard::isVisualConfirmationAllowedToSend() const {
-  const std::lock_guard guard(lock);
+  const LockGuard guard(lock);
   return visualConfirmation.isAllowedToSend();
 }
 
 VisualConfirmationData Guard::getVC_Data() const {
-  const std::lock_guard guard(lock);
+  const LockGuard guard(lock);
   return {uid, svgHeader, visualConfirmation.isEnabled(), visualConfirmation.getEnabledSince()};
 }
 
@@ -140,7 +144,7 @@ AlarmDataStatus_e Guard::createAlarmStatus(bool triggers, bool passesFilters) {
 }
 
 void Guard::checkObjects(ParsedScene& scene, const std::string& svg) {
-  const std::lock_guard guard(lock);
+  const LockGuard guard(lock);
   const std::int64_t time = scene.getTimestamp();
   if (testAlarmRequested) {
     handleTestEvent(time, svg);

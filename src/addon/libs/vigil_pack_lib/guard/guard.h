@@ -4,13 +4,14 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
 #include "addon/libs/vigil_pack_lib/filters/exclusion_filter.h"
 #include "addon/libs/vigil_pack_lib/guard/alarm_data.h"
 #include "addon/libs/vigil_pack_lib/guard/visual_confirmation_handler.h"
+#include "app/lock_order.h"
+#include "base/mutex.h"
 #include "config/preset.h"
 #include "events/state_event_handler.h"
 #include "scene/parsed_scene.h"
@@ -101,32 +102,35 @@ class Guard {
   // The per-frame step of every kind of guard; svg is the drawing of its area.
   void checkObjects(ParsedScene& scene, const std::string& svg);
 
-  // Ends a test alarm that is running. With the lock held.
-  void stopTestAlarm();
+  // Ends a test alarm that is running.
+  void stopTestAlarm() REQUIRES(lock);
+
+  bool passesFilters(TrackingObject& object) const REQUIRES(lock);
+
+  mutable RecursiveMutex lock ACQUIRED_AFTER(lock_order::CAMERA) ACQUIRED_BEFORE(lock_order::GUARD);
 
   const std::string name;
   const std::int32_t uid;
   const std::int32_t camera;
   const std::int64_t eventDuration;
-  VisualConfirmationHandler visualConfirmation;
-  std::vector<std::unique_ptr<ExclusionFilter>> filters;
-  std::int32_t preset;
-  std::int32_t currentPreset = PRESET_NONE;
-  mutable std::recursive_mutex lock;
-  std::int64_t arrivalTime = 0;
-  std::int64_t movementTime = 0;
   const bool isMechanicalPtz;
-  bool isMoving = false;
-  std::string svgHeader;
-  StateEventHandler stateEvents;
-  bool testAlarmStarted = false;
+  VisualConfirmationHandler visualConfirmation GUARDED_BY(lock);
+  std::vector<std::unique_ptr<ExclusionFilter>> filters GUARDED_BY(lock);
+  std::int32_t preset GUARDED_BY(lock);
+  std::int32_t currentPreset GUARDED_BY(lock) = PRESET_NONE;
+  std::int64_t arrivalTime GUARDED_BY(lock) = 0;
+  std::int64_t movementTime GUARDED_BY(lock) = 0;
+  bool isMoving GUARDED_BY(lock) = false;
+  std::string svgHeader GUARDED_BY(lock);
+  StateEventHandler stateEvents GUARDED_BY(lock);
+  bool testAlarmStarted GUARDED_BY(lock) = false;
   std::atomic<bool> testAlarmRequested{false};
-  std::int32_t priority = 1;
+  std::int32_t priority = 1;  // settled when the guard is made
 
  private:
-  void handleTestEvent(std::int64_t time, const std::string& svg);
+  void handleTestEvent(std::int64_t time, const std::string& svg) REQUIRES(lock);
   void sendVisualConfirmationEvent(const AlarmData& alarms, std::int64_t time,
-                                   const std::string& svg);
+                                   const std::string& svg) REQUIRES(lock);
 };
 
 #endif
