@@ -24,7 +24,7 @@ platform_library(ovparameter ovparameter/ovparameter.cpp LINK service_client)
 only_exports(ovparameter ov_parameter_)
 
 platform_library(ovevent ovevent/ovevent.cpp ovevent/event_handler.cpp ovevent/event_keys.cpp
-                 ovevent/subscription.cpp LINK service_client Threads::Threads)
+                 ovevent/key_value_set.cpp ovevent/subscription.cpp LINK service_client Threads::Threads)
 only_exports(ovevent ov_event_)
 
 platform_library(ptztolva ptztolva/ptztolva.cpp LINK service_client)
