@@ -1,3 +1,17 @@
+# What the services make of what they are asked, by whatever way it comes: no bus, no socket, no main
+# loop.
+add_library(device_offers STATIC
+  services/application_monitor.cpp
+  services/event_keys.cpp
+  services/event_table.cpp
+  services/frame_encoding.cpp
+  services/frame_handshake.cpp
+  services/head_drive.cpp
+  services/head_requests.cpp
+  services/parameter_store.cpp)
+target_link_libraries(device_offers PUBLIC device_core PkgConfig::GLIB
+                                    PRIVATE sentrel_options scene_encoder)
+
 # The device's services on the bus and its sockets, and the process that offers them.
 sentrel_dbus_code(device_dbus Bus
   com.orva.EventService
@@ -11,23 +25,16 @@ pkg_check_modules(SOUP REQUIRED IMPORTED_TARGET GLOBAL libsoup-3.0)
 pkg_check_modules(MOSQUITTO REQUIRED IMPORTED_TARGET GLOBAL libmosquitto)
 
 add_library(device_services STATIC
-  services/application_monitor.cpp
   services/bus.cpp
   services/console.cpp
   services/daemon_process.cpp
   services/delayed_calls.cpp
-  services/event_keys.cpp
   services/event_service.cpp
-  services/event_table.cpp
-  services/frame_encoding.cpp
-  services/frame_handshake.cpp
   services/frame_server.cpp
-  services/head_drive.cpp
   services/lens_service.cpp
   services/local_socket.cpp
   app/options.cpp
   services/parameter_service.cpp
-  services/parameter_store.cpp
   services/periodic_timer.cpp
   services/ptz_service.cpp
   services/remote_ptz_service.cpp
@@ -57,9 +64,9 @@ set(SENTREL_DEVICE_DATA ${CMAKE_CURRENT_LIST_DIR} CACHE STRING
     "Where the virtual device looks for its models and its page, unless it is told otherwise")
 target_compile_definitions(device_services PRIVATE DEVICE_MODELS="${SENTREL_DEVICE_DATA}/models"
                                                    DEVICE_WEB="${SENTREL_DEVICE_DATA}/web")
-target_link_libraries(device_services PUBLIC device_core PkgConfig::GLIB PkgConfig::SOUP
+target_link_libraries(device_services PUBLIC device_core device_offers PkgConfig::GLIB PkgConfig::SOUP
                                              PkgConfig::JANSSON
-                                      PRIVATE sentrel_options device_dbus scene_encoder ovhttp_wire
+                                      PRIVATE sentrel_options device_dbus ovhttp_wire
                                               PkgConfig::MOSQUITTO Threads::Threads)
 
 add_executable(virtual_device main.cpp)

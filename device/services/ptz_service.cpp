@@ -1,11 +1,10 @@
 #include "services/ptz_service.h"
 
-#include <cmath>
-#include <optional>
 #include <string>
 #include <utility>
 
 #include "device_dbus.h"
+#include "services/head_requests.h"
 
 namespace device {
 
@@ -13,13 +12,11 @@ namespace {
 
 constexpr char kName[] = "com.orva.PTZService";
 constexpr char kPath[] = "/com/orva/PTZService";
-constexpr guint kChannel = 1;
-constexpr guint kFullSpeed = 100;  // percent
 
 EventKeys topics(const char* event) {
   return {{"topic0", "tns1", "PTZController", 0, "", "", ""},
           {"topic1", "tnsorva", event, 0, "", "", ""},
-          {"channel", "", static_cast<std::int32_t>(kChannel), kMarkSource, "", "", ""}};
+          {"channel", "", static_cast<std::int32_t>(kHeadChannel), kMarkSource, "", "", ""}};
 }
 
 EventKey change(const char* name, EventValue value) {
@@ -37,19 +34,6 @@ EventKeys moveKeys() {
   EventKeys keys = topics("Move");
   keys.push_back({"is_moving", "", false, kMarkData, "", "", ""});
   return keys;
-}
-
-std::optional<AxisCommand> axisCommand(int kind, double value) {
-  switch (kind) {
-    case 0:
-      return AxisCommand{MoveKind::None, 0};
-    case 1:
-    case 3:
-      if (!std::isfinite(value)) return std::nullopt;
-      return AxisCommand{static_cast<MoveKind>(kind), value};
-    default:
-      return std::nullopt;
-  }
 }
 
 }  // namespace
@@ -138,9 +122,9 @@ struct PtzService::Handlers {
 
   // Answers with an error itself.
   static bool accepts(GDBusMethodInvocation* invocation, guint channel, guint speed = 0) {
-    if (channel == kChannel && speed <= kFullSpeed) return true;
-    answerInvalidArgs(invocation, channel == kChannel ? "A speed is 0 to 100 percent"
-                                                      : "The head is on channel 1");
+    const char* refusal = refusalOf(channel, speed);
+    if (refusal == nullptr) return true;
+    answerInvalidArgs(invocation, refusal);
     return false;
   }
 };

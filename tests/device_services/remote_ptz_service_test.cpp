@@ -32,8 +32,8 @@ class RemotePtzServiceTest : public testing::Test {
   GObjectPtr<GDBusConnection> connection = connectToSystemBus();
   RemotePtzService service{connection.get(),
                            folder / "ptz",
-                           {{"Brand.ProdNbr", "H100-E"}, {"PTZ.Limit.L1.MaxFieldAngle", "634"}},
-                           [this] { return ready; }};
+                           {{{"Brand.ProdNbr", "H100-E"}, {"PTZ.Limit.L1.MaxFieldAngle", "634"}},
+                            [this] { return ready; }}};
   BusClient bus_client{"com.orva.RemoteCameraControl.PTZ", "/com/orva/RemoteCameraControl/PTZ",
                        "com.orva.RemoteCameraControl.PTZ.Travo"};
 };
