@@ -129,6 +129,10 @@ double Head::multiplier(const HeadSetup& setup, double zoom) {
   return magnificationAt(setup.zoomCurve, position, setup.maxFieldAngle, setup.minFieldAngle);
 }
 
+double Head::fieldAngle(const HeadSetup& setup, double zoom) {
+  return widestField(setup) / multiplier(setup, zoom);
+}
+
 void Head::apply(const HeadCommand& command) {
   const int limit = std::clamp(command.speed, 1, 100);
   drive(pan, command.pan, setup.drive, setup.pan.speed, limit, setup.speedHold);
@@ -167,7 +171,7 @@ HeadStatus Head::motorStatus() const {
 
 HeadStatus Head::statusAt(double panAngle, double tiltAngle) const {
   const double magnification = multiplier(setup, zoom.getPosition());
-  const double width = widestField(setup) / magnification;
+  const double width = fieldAngle(setup, zoom.getPosition());
   return {.pan = panAngle,
           .tilt = tiltAngle,
           .zoom = static_cast<int>(std::lround(zoom.getPosition())),

@@ -88,6 +88,9 @@ class Head {
   // The magnification at a zoom position: 1 at minZoom. A linear curve has maxZoom as the divisor.
   static double multiplier(const HeadSetup& setup, double zoom);
 
+  // Degrees across the picture's width at a zoom position.
+  static double fieldAngle(const HeadSetup& setup, double zoom);
+
  private:
   void apply(const HeadCommand& command);
   void goTo(const HeadPosition& position, int speed);

@@ -13,9 +13,6 @@ namespace device {
 // What other heads would earn with the same people at the same times. Samples are evenly spaced;
 // their own heads have no part in it.
 
-// A head at home that never moves.
-HeadPose homePose(const HeadSetup& head);
-
 // The one pose within the head's reach from which, for the most time, somebody who counts covers 20
 // % of the picture's height or more; of equal ones, that with the most time at RECOGNISE. Found on
 // a grid that is made finer around its best points. Home when nobody ever counts.

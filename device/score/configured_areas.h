@@ -12,7 +12,8 @@
 namespace device {
 
 // Where somebody has to stand to count: the areas of all profiles of active cameras, put from the
-// overview pictures in which they are drawn onto the ground.
+// overview pictures in which they are drawn (in the sensor's coordinates, as scene frames are) onto
+// the ground.
 class ConfiguredAreas {
  public:
   // Nobody counts.
@@ -24,8 +25,8 @@ class ConfiguredAreas {
   // channels that there are not are passed over.
   ConfiguredAreas(const std::string& answer, std::span<const OverviewCamera> cameras);
 
-  // Whether the point lies in some profile's include area and in none of its exclude areas. The
-  // border of an include area counts, and so does that of an exclude area.
+  // Whether the point lies in some profile's include area and in none of that profile's exclude
+  // areas. What a picture does not show is in no area.
   bool contains(const GroundPoint& feet) const;
 
   bool empty() const { return profiles.empty(); }

@@ -57,7 +57,7 @@ struct PersonFigures {
   std::array<double, 3> density{};    // ... wholly in the picture at DETECT, RECOGNISE, IDENTIFY
   std::optional<double> acquisition;  // seconds from first entering to being recognised, with
                                       // others there or not; never counts as the whole stay
-  bool everRecognised = false;  // in its first stay
+  bool everRecognised = false;        // in its first stay
   // While it was the followed one; empty when it never was.
   double followedSeconds = 0;
   std::optional<ErrorFigures> error;      // degrees

@@ -3,6 +3,7 @@
 
 #include <vector>
 
+#include "head/head.h"
 #include "model/model.h"
 #include "world/direction.h"
 #include "world/tracks.h"
@@ -42,6 +43,9 @@ struct ScoreSetup {
 ScoreSetup scoreSetupOf(const Model& model);
 
 HeadPose poseOf(const HeadStatus& head);
+
+// Where a head looks at home.
+HeadPose homePose(const HeadSetup& head);
 
 }  // namespace device
 
