@@ -33,7 +33,6 @@ class Daemon {
   void receive(int camera, std::span<const std::uint8_t> frame);
 
  private:
-
   Tracker* tracker;
   std::unique_ptr<CameraContainer> cameras;
 };

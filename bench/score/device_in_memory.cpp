@@ -30,7 +30,10 @@ DeviceInMemory::DeviceInMemory(const device::Model& model, const device::World& 
       parameters(model.parameters),
       headParameters(model.headParameters,
                      [ready = now() + toMicroseconds(bootSeconds)] { return now() >= ready; }),
-      monitor({.onState = [this](const std::string& state) { toldStates.push_back(state); },
+      monitor({.onState =
+                   [this](const std::string& state) {
+                     toldStates.push_back({units::toSeconds(now()), state});
+                   },
                .onSentreling = [](bool) {},
                .onAlarm = [](bool) {}}) {
   memory::setDevice(this);
@@ -96,17 +99,15 @@ std::optional<ptztolva_status> DeviceInMemory::status(int channel) {
 std::uint32_t DeviceInMemory::declareEvent(GVariant* keys, bool isStateless, std::int64_t time) {
   auto read = device::eventKeysFromVariant(keys);
   std::uint32_t id = 0;
-  const bool isDeclared =
-      read && events.declare(APPLICATION, std::move(*read), isStateless, time, &id) ==
-                  device::EventStatus_e::kOk;
+  const bool isDeclared = read && events.declare(APPLICATION, std::move(*read), isStateless, time,
+                                                 &id) == device::EventStatus_e::kOk;
   return isDeclared ? id : 0;
 }
 
 bool DeviceInMemory::sendEvent(std::uint32_t id, GVariant* keys, std::int64_t time) {
   const auto read = device::eventKeysFromVariant(keys);
   device::Event sent;
-  if (!read ||
-      events.send(APPLICATION, id, *read, time, &sent) != device::EventStatus_e::kOk) {
+  if (!read || events.send(APPLICATION, id, *read, time, &sent) != device::EventStatus_e::kOk) {
     return false;
   }
   monitor.handle(sent);

@@ -16,6 +16,12 @@
 
 namespace score {
 
+// The tracker told that it is in a state.
+struct ToldState {
+  double time = 0;  // seconds of the clock
+  std::string name;
+};
+
 // The virtual device without its ways to the application: head, parameters, lenses and events of a
 // model, at the time of the platform in memory. Stands behind that platform for its life.
 class DeviceInMemory final : public memory::Device {
@@ -31,7 +37,7 @@ class DeviceInMemory final : public memory::Device {
 
   // The tracker's state as it was told last, empty before; and each that it was told to have.
   const std::string& state() const { return monitor.state(); }
-  const std::vector<std::string>& states() const { return toldStates; }
+  const std::vector<ToldState>& states() const { return toldStates; }
 
   // Lines of the log, of all priorities.
   const std::vector<std::string>& lines() const { return logged; }
@@ -55,7 +61,7 @@ class DeviceInMemory final : public memory::Device {
   device::ParameterStore parameters;
   device::HeadParameters headParameters;
   device::EventTable events;
-  std::vector<std::string> toldStates;
+  std::vector<ToldState> toldStates;
   std::vector<std::string> logged;
   device::ApplicationMonitor monitor;
 };

@@ -25,9 +25,9 @@ struct SimulationSetup {
 // The daemon and its world in one process, step by step. One at a time.
 class Simulation {
  public:
-  static constexpr double STEP = 0.005;             // seconds
-  static constexpr int STEPS_PER_SAMPLE = 4;        // of onSample
-  static constexpr int STEPS_PER_PICTURE = 20;      // of each overview camera
+  static constexpr double STEP = 0.005;         // seconds
+  static constexpr int STEPS_PER_SAMPLE = 4;    // of onSample
+  static constexpr int STEPS_PER_PICTURE = 20;  // of each overview camera
 
   // Called with the seconds of the world.
   using OnSample = std::function<void(double time)>;

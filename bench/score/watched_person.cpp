@@ -14,16 +14,16 @@ namespace score {
 
 namespace {
 
-constexpr double PERIOD = 0.5;      // seconds, after which the area moves
-constexpr double BEFORE = 0.1;      // seconds of the way behind that the area holds
-constexpr double AHEAD = 0.6;       // ... and of the way in front
-constexpr double WAY_STEP = 0.1;    // seconds
-constexpr double MARGIN = 0.01;     // around the way, in the picture's coordinates
-constexpr double BORDER = 0.97;     // of the picture
+constexpr double PERIOD = 0.5;    // seconds, after which the area moves
+constexpr double BEFORE = 0.1;    // seconds of the way behind that the area holds
+constexpr double AHEAD = 0.6;     // ... and of the way in front
+constexpr double WAY_STEP = 0.1;  // seconds
+constexpr double MARGIN = 0.01;   // around the way, in the picture's coordinates
+constexpr double BORDER = 0.97;   // of the picture
 
 JsonAutoPtr rectangle(double left, double right, double bottom, double top) {
-  return JsonAutoPtr(json_pack("[[f,f],[f,f],[f,f],[f,f]]", left, bottom, left, top, right, top,
-                               right, bottom));
+  return JsonAutoPtr(
+      json_pack("[[f,f],[f,f],[f,f],[f,f]]", left, bottom, left, top, right, top, right, bottom));
 }
 
 }  // namespace
@@ -75,10 +75,9 @@ std::string WatchedPerson::documentWith(const std::vector<device::PicturePoint>&
   json_t* profile = nullptr;
   json_array_foreach(profiles, index, profile) {
     json_t* trigger = json_array_get(json_object_get(profile, "triggers"), 0);
-    json_object_set_new(trigger, "data",
-                        rectangle(left.x - MARGIN, right.x + MARGIN, bottom.y - MARGIN,
-                                  top.y + MARGIN)
-                            .release());
+    json_object_set_new(
+        trigger, "data",
+        rectangle(left.x - MARGIN, right.x + MARGIN, bottom.y - MARGIN, top.y + MARGIN).release());
   }
   return toText(document.get(), 0);
 }

@@ -74,8 +74,8 @@ class Fibres::Fibre {
     own.uc_stack.ss_size = STACK_SIZE;
     own.uc_link = &caller;
     const auto address = reinterpret_cast<std::uintptr_t>(this);
-    makecontext(&own, reinterpret_cast<void (*)()>(enter), 2,
-                static_cast<unsigned>(address >> 32U), static_cast<unsigned>(address));
+    makecontext(&own, reinterpret_cast<void (*)()>(enter), 2, static_cast<unsigned>(address >> 32U),
+                static_cast<unsigned>(address));
   }
   Fibre(const Fibre&) = delete;
   Fibre& operator=(const Fibre&) = delete;
@@ -154,8 +154,8 @@ void Fibres::sleep(std::int64_t microseconds) {
 
 // Of those that are due at the same time the one that was started first.
 Fibres::Fibre* Fibres::nextDue(std::int64_t end) {
-  const auto next = std::ranges::min_element(
-      fibres, {}, [](const auto& fibre) { return fibre->wakeTime; });
+  const auto next =
+      std::ranges::min_element(fibres, {}, [](const auto& fibre) { return fibre->wakeTime; });
   return next == fibres.end() || (*next)->wakeTime > end ? nullptr : next->get();
 }
 

@@ -60,8 +60,7 @@ gboolean ov_event_handler_send_event(OVEventHandler*, uint32_t declaration,
                                                                                : refuse(error);
 }
 
-gboolean ov_event_handler_undeclare(OVEventHandler* handler, uint32_t declaration,
-                                    GError** error) {
+gboolean ov_event_handler_undeclare(OVEventHandler* handler, uint32_t declaration, GError** error) {
   const bool wasThere = handler->declarations.erase(declaration) > 0;
   return wasThere && memory::device()->undeclareEvent(declaration) ? TRUE : refuse(error);
 }

@@ -52,14 +52,12 @@ gboolean ptztolva_move_ptz_travo(int, int channel, const char*, int, int pan_kin
                               .tilt = {tilt_kind, tilt},
                               .zoom = {zoom_kind, static_cast<double>(zoom)},
                               .speed = speed};
-  return callHead(error,
-                  [&](memory::Device& device) { return device.move(channel, move); });
+  return callHead(error, [&](memory::Device& device) { return device.move(channel, move); });
 }
 
 gboolean ptztolva_goto_home(int, int channel, const char*, int, int speed, int, int,
                             GError** error) {
-  return callHead(error,
-                  [&](memory::Device& device) { return device.goHome(channel, speed); });
+  return callHead(error, [&](memory::Device& device) { return device.goHome(channel, speed); });
 }
 
 gboolean ptztolva_get_ptz_status(int channel, ptztolva_status* status, GError** error) {
