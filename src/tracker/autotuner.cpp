@@ -150,7 +150,10 @@ bool Autotuner::runRelay() {
   bool isTuned = false;
   if (regulator.autotuneRun(status.pan, status.tilt, panSpeed, tiltSpeed)) {
     isTuned = regulator.autotuned();
-    autotuneRetryCount = isTuned ? 0 : autotuneRetryCount;
+    if (isTuned) {
+      tellSuccess();
+      autotuneRetryCount = 0;
+    }
     autotuneStep = isTuned ? FINISH : FAILED;
   }
   head.ptzMove(panSpeed, PtzHead::CONTINUOUS, tiltSpeed, PtzHead::CONTINUOUS, 0,
@@ -161,10 +164,33 @@ bool Autotuner::runRelay() {
 void Autotuner::handleFailure() {
   ++autotuneRetryCount;
   if (autotuneRetryCount < MAX_RUNS) {
+    syslog(LOG_WARNING, "Autotuning: attempt %d of %d failed, trying again\n", autotuneRetryCount,
+           MAX_RUNS);
     regulator.pidDebug();
     autotuneStep = GO_TO_ZOOM_CHECK;
     return;
   }
+  syslog(
+      LOG_WARNING,
+      "Autotuning: attempt %d of %d failed. The head keeps the gains it had and may lag behind or "
+      "swing; it is tuned again at the next start\n",
+      autotuneRetryCount, MAX_RUNS);
   autotuneRetryCount = 0;
   autotuneStep = FINISH;
+}
+
+void Autotuner::tellSuccess() const {
+  struct Gains {
+    double kp = 0.0;
+    double ki = 0.0;
+    double kd = 0.0;
+  };
+  Gains pan;
+  Gains tilt;
+  regulator.getPanAutotunePid(&pan.kp, &pan.ki, &pan.kd);
+  regulator.getTiltAutotunePid(&tilt.kp, &tilt.ki, &tilt.kd);
+  syslog(LOG_INFO,
+         "Autotuning: attempt %d of %d succeeded, gains of pan %.6g %.6g %.6g, of tilt %.6g %.6g "
+         "%.6g\n",
+         autotuneRetryCount + 1, MAX_RUNS, pan.kp, pan.ki, pan.kd, tilt.kp, tilt.ki, tilt.kd);
 }

@@ -16,8 +16,8 @@ struct AutotuneFinding {
 
 // Makes the controllers fit an unknown head, one step at a call: goes to a position of known zoom
 // and sees how the head counts it, then to the tuning position, and lets the regulator swing the
-// head by relay. A run that fails is repeated twice; then the gains stay as they are. Used by the
-// tracker's thread alone.
+// head by relay. A run that fails is repeated twice; then the gains stay as they are. How each run
+// ended is logged. Used by the tracker's thread alone.
 class Autotuner {
  public:
   // All must outlive the tuner.
@@ -50,6 +50,7 @@ class Autotuner {
   void startRelay();
   bool runRelay();
   void handleFailure();
+  void tellSuccess() const;
   bool hasWaitedTooLong(const char* message);
 
   PtzHead& head;

@@ -53,6 +53,19 @@ class AutotunerTest : public testing::Test {
     }
   }
 
+  static std::string successInWords(const Regulator& regulator) {
+    double pan[3];
+    double tilt[3];
+    regulator.getPanAutotunePid(&pan[0], &pan[1], &pan[2]);
+    regulator.getTiltAutotunePid(&tilt[0], &tilt[1], &tilt[2]);
+    char text[200];
+    std::snprintf(text, sizeof text,
+                  "Autotuning: attempt 1 of 3 succeeded, gains of pan %.6g %.6g %.6g, of tilt %.6g "
+                  "%.6g %.6g\n",
+                  pan[0], pan[1], pan[2], tilt[0], tilt[1], tilt[2]);
+    return text;
+  }
+
   static int failuresLogged(const std::string& name) {
     return LogCapture::count(name + ": autotune failed!") +
            LogCapture::count(name + ": autotune failed!\n");
@@ -229,6 +242,7 @@ TEST_F(AutotunerTest, AHeadThatSwingsIsTunedAndSentToItsRestingPlace) {
   ASSERT_EQ(tuner.getStep(), 7);
   EXPECT_EQ(gains, 1);
   EXPECT_TRUE(regulator.autotuned());
+  EXPECT_EQ(LogCapture::count(LOG_INFO, successInWords(regulator)), 1);
   EXPECT_EQ(last[0].panKind, 3);
   EXPECT_THAT(step(), ElementsAre(IsMove(0.0, 1, -3.6, 1, 1, 1)));
   EXPECT_TRUE(isFinished);
@@ -278,6 +292,22 @@ TEST_F(FailureTest, ARunIsRepeatedTwiceAndThenGivenUp) {
   EXPECT_THAT(step(), ElementsAre(IsMove(0.0, 1, -3.6, 1, 1, 1)));
   EXPECT_TRUE(isFinished);
   EXPECT_EQ(gains, 0);
+}
+
+TEST_F(FailureTest, EveryFailureIsToldInWords) {
+  failOnce();
+  step();
+  EXPECT_EQ(LogCapture::count(LOG_WARNING, "Autotuning: attempt 1 of 3 failed, trying again\n"), 1);
+  failOnce();
+  step();
+  EXPECT_EQ(LogCapture::count(LOG_WARNING, "Autotuning: attempt 2 of 3 failed, trying again\n"), 1);
+  failOnce();
+  step();
+  EXPECT_EQ(
+      LogCapture::count(LOG_WARNING,
+                        "Autotuning: attempt 3 of 3 failed. The head keeps the gains it had and "
+                        "may lag behind or swing; it is tuned again at the next start\n"),
+      1);
 }
 
 TEST_F(FailureTest, AStartCountsFailuresAnew) {
