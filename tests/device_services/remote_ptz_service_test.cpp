@@ -82,13 +82,6 @@ TEST_F(RemotePtzServiceTest, RequestMayComeInPiecesAndSeveralAtOnce) {
   EXPECT_TRUE(client.receiveUntil('\n').starts_with("error: "));
 }
 
-TEST_F(RemotePtzServiceTest, OtherLinesAreAnsweredByAnError) {
-  EXPECT_EQ("error: not a request", service.answer("GET something 1"));
-  EXPECT_EQ("error: not a request", service.answer(""));
-  EXPECT_EQ("error: not a request",
-            service.answer("GET orva-cgi/param.cgi?action=list&group=Brand.ProdNbr"));
-}
-
 TEST_F(RemotePtzServiceTest, ClientThatSendsNoLineFeedIsDropped) {
   SocketClient client(path());
   client.send(std::string(5000, 'x'));

@@ -1,0 +1,130 @@
+// Every flaw of a model has a price, each by itself on a model that has none.
+#include <gtest/gtest.h>
+
+#include <ostream>
+
+#include "score/trial.h"
+
+namespace score {
+namespace {
+
+// What it is paid with. Of those who are followed, by their number, but for the first and the last.
+enum class Figure { Error, Reversals, Starts, LittleHeight, TuningSeconds };
+
+struct Flaw {
+  const char* name;
+  const char* keys;
+  Figure figure = Figure::Error;
+  const char* without = "";  // what it is compared with
+};
+
+void PrintTo(const Flaw& flaw, std::ostream* out) {
+  *out << flaw.name;
+}
+
+double figureOf(const JobResult& result, Figure figure) {
+  double sum = 0;
+  for (const Scored& run : result.runs) {
+    const device::PersonFigures& person = run.followed.people.at(0);
+    switch (figure) {
+      case Figure::Reversals:
+        sum += person.motion.value().reversalsPerSecond;
+        break;
+      case Figure::Starts:
+        sum += person.motion.value().startsPerSecond;
+        break;
+      case Figure::LittleHeight:
+        sum += 1 - person.share40;
+        break;
+      default:
+        break;
+    }
+  }
+  return sum / static_cast<double>(result.runs.size());
+}
+
+double priceOf(const std::string& keys, Figure figure) {
+  const Trial trial;
+  trial.change("ideal", keys);
+  const JobResult result = runJob(trial.options());
+  switch (figure) {
+    case Figure::Error:
+      return Trial::medianError(result);
+    case Figure::TuningSeconds:
+      return result.tuning.seconds;
+    default:
+      return figureOf(result, figure);
+  }
+}
+
+class ImperfectionTest : public testing::TestWithParam<Flaw> {};
+
+TEST_P(ImperfectionTest, CostsATenthOrMore) {
+  const Flaw& flaw = GetParam();
+  EXPECT_GE(priceOf(flaw.keys, flaw.figure), 1.1 * priceOf(flaw.without, flaw.figure));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    OfTheHead, ImperfectionTest,
+    testing::Values(
+        Flaw{"latency", R"("head": {"latency_s": 0.4})"},
+        Flaw{"latency_jitter", R"("head": {"latency_jitter_s": 0.5})"},
+        Flaw{"status_age", R"("head": {"status": {"age_s": 0.4}})", Figure::TuningSeconds},
+        Flaw{"status_period", R"("head": {"status": {"period_s": 0.5}})"},
+        Flaw{"status_step", R"("head": {"status": {"step": 5}})"},
+        Flaw{"status_noise", R"("head": {"status": {"noise": 4}})"},
+        Flaw{"dead_zone", R"("head": {"drive": {"dead_zone": 25}})"},
+        Flaw{"speed_step", R"("head": {"drive": {"step": 30}})"},
+        Flaw{"speed_curve", R"("head": {"drive": {"exponent": 4}})"},
+        Flaw{"play", R"("head": {"pan": {"play": 5}, "tilt": {"play": 5}})"},
+        Flaw{"overshoot", R"("head": {"pan": {"overshoot": 5}, "tilt": {"overshoot": 5}})",
+             Figure::Reversals},
+        Flaw{"zoom_power", R"("head": {"zoom": {"curve": "power", "exponent": 3}})",
+             Figure::LittleHeight},
+        Flaw{"zoom_logarithmic", R"("head": {"zoom": {"curve": "logarithmic"}})",
+             Figure::LittleHeight},
+        Flaw{"network", R"("head": {"network": {"least_s": 0.1, "most_s": 0.4}})"},
+        Flaw{"speed", R"("head": {"pan": {"speed": 15}, "tilt": {"speed": 15}})"}),
+    [](const auto& info) { return info.param.name; });
+
+INSTANTIATE_TEST_SUITE_P(
+    OfThePictures, ImperfectionTest,
+    testing::Values(
+        Flaw{"age", R"("overview": {"frames": {"age_s": 0.6}})"},
+        Flaw{"age_jitter", R"("overview": {"frames": {"age_jitter_s": 0.6}})"},
+        Flaw{"lost", R"("overview": {"frames": {"lost": 0.7}})"},
+        Flaw{"swapped", R"("overview": {"frames": {"swapped": 0.9}})", Figure::Starts},
+        Flaw{"stamps", R"("overview": {"frames": {"stamp_offset_s": 0.5, "stamp_jitter_s": 0.3}})",
+             Figure::Reversals},
+        Flaw{"distortion", R"("overview": {"distortion": {"k1": 0.1}})"},
+        Flaw{"mounting", R"("overview": {"mounting_error": {"pan": 4, "tilt": 4, "roll": 4}})"},
+        Flaw{"beside_the_head",
+             R"("channels": [{"name": "North", "pan": 0, "tilt": -35, "x_m": 1, "y_m": 1,
+                              "width": 1920, "height": 1080, "horizontal_fov": 100}])"}),
+    [](const auto& info) { return info.param.name; });
+
+INSTANTIATE_TEST_SUITE_P(
+    OfDetections, ImperfectionTest,
+    testing::Values(
+        Flaw{"end_noise", R"("detections": {"end_noise_px": 40})"},
+        Flaw{"vertex_noise", R"("detections": {"vertex_noise_px": 40})"},
+        Flaw{"missed", R"("detections": {"missed": 0.5})"},
+        Flaw{"missed_small", R"("detections": {"missed_small": 1, "small_px": 400})"},
+        Flaw{"least_size", R"("detections": {"least_px": 200})"},
+        Flaw{"occlusions",
+             R"("detections": {"occlusions": {"per_s": 0.2, "least_s": 2, "most_s": 4}})"},
+        Flaw{"new_id", R"("detections": {"memory_s": 5, "missed": 0.5, "new_id": 1})",
+             Figure::Error, R"("detections": {"memory_s": 5, "missed": 0.5})"},
+        Flaw{"shadow", R"("detections": {"shadow": {"length": 2, "turn": 90}})"},
+        Flaw{"no_velocity", R"("detections": {"velocity": "none"})"},
+        Flaw{"velocity_noise", R"("detections": {"velocity_noise": 1})"}),
+    [](const auto& info) { return info.param.name; });
+
+// The daemon takes each picture once.
+TEST(DoubledFramesTest, CostNothing) {
+  EXPECT_EQ(priceOf("", Figure::Error),
+            priceOf(R"("overview": {"frames": {"doubled": 0.7}})", Figure::Error));
+}
+
+}  // namespace
+}  // namespace score

@@ -1,0 +1,95 @@
+#ifndef TESTS_SCORE_TRIAL_H
+#define TESTS_SCORE_TRIAL_H
+
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "score/job.h"
+#include "support/temporary_folder.h"
+
+namespace score {
+
+// A folder of models in which one differs from a shipped one, and a recording of six people who
+// pass the mast one after another at 4 to 9 m with 1.2 m/s, bending their way, as in front of a
+// shop.
+class Trial {
+ public:
+  static constexpr int PEOPLE = 6;
+
+  Trial() {
+    namespace fs = std::filesystem;
+    fs::copy(fs::path(SOURCE_FOLDER) / "device" / "models", folder.path("models"),
+             fs::copy_options::recursive | fs::copy_options::copy_symlinks);
+    std::ofstream tracks(folder.path("tracks.csv"));
+    tracks << "time_s,id,x_m,y_m\n";
+    for (int person = 0; person < PEOPLE; ++person) {
+      writeWay(tracks, person);
+    }
+  }
+
+  // Makes a model "changed" of what a file with a base may hold.
+  void change(const std::string& base, const std::string& keys) const {
+    const std::filesystem::path models = folder.path("models");
+    std::ofstream(models / "changed.json")
+        << R"({"base": ")" << base << R"(", "about": "A trial." )" << (keys.empty() ? "" : ", ")
+        << keys << "}";
+    std::filesystem::copy_file(models / "configurations" / "compass.json",
+                               models / "configurations" / "changed.json",
+                               std::filesystem::copy_options::overwrite_existing);
+  }
+
+  // A recording of two who pass at the same time, to the left and to the right of the mast.
+  std::filesystem::path crossingPair() const {
+    std::ofstream tracks(folder.path("pair.csv"));
+    tracks << "time_s,id,x_m,y_m\n";
+    for (int i = 0; i <= 50; ++i) {
+      const double time = 0.4 * i;
+      tracks << time << ",1,5," << 0.5 * time - 3 << '\n';
+      tracks << time << ",2,-5," << 7 - 0.5 * time << '\n';
+    }
+    return folder.path("pair.csv");
+  }
+
+  JobOptions options(const std::string& model = "changed") const {
+    JobOptions options;
+    options.models = folder.path("models");
+    options.model = model;
+    options.tracks = folder.path("tracks.csv");
+    options.place = {.mast = {0, 0}, .home = {0, 7}};
+    return options;
+  }
+
+  // Of the people's errors to the one that they were given an area for, degrees.
+  static double medianError(const JobResult& result) {
+    std::vector<double> errors;
+    for (const Scored& run : result.runs) {
+      errors.push_back(run.followed.people.at(0).lateError.value().rms);
+    }
+    return device::quantileOf(errors, 0.5);
+  }
+
+ private:
+  static void writeWay(std::ofstream& tracks, int person) {
+    constexpr double STEP = 0.4;       // seconds
+    constexpr double WALK = 20;        // seconds of each
+    constexpr double SPEED = 1.2;      // metres per second
+    constexpr double BEND = 0.8;       // metres
+    constexpr double BEND_TIME = 6.4;  // seconds
+    const double distance = 4 + person;
+    for (int i = 0; i * STEP <= WALK; ++i) {
+      const double time = i * STEP;
+      const double side = person % 2 == 0 ? 1 : -1;
+      tracks << person * 30 + time << ',' << person + 1 << ',' << side * SPEED * (time - WALK / 2)
+             << ',' << distance + BEND * std::sin(2 * M_PI * time / BEND_TIME) << '\n';
+    }
+  }
+
+  TemporaryFolder folder;
+};
+
+}  // namespace score
+
+#endif
