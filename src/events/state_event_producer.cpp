@@ -19,18 +19,15 @@ bool send(const std::string& lookupKey, int value, const std::int64_t* time) {
   return sdk_wrapper_event_send(lookupKey, value, nullptr, time);
 }
 
-// failure takes the name.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat-nonliteral"
-bool add(const std::string& lookupKey, const std::string& name, const std::string& niceName,
-         const char* failure) {
+// kind stands in the message.
+bool add(const char* kind, const std::string& lookupKey, const std::string& name,
+         const std::string& niceName) {
   if (sdk_wrapper_event_add(lookupKey, name, niceName, SDK_EVENT_STATEFUL)) {
     return true;
   }
-  syslog(LOG_CRIT, failure, name.c_str());
+  syslog(LOG_CRIT, "FAILED to create %s %s \n", kind, name.c_str());
   return false;
 }
-#pragma GCC diagnostic pop
 
 }  // namespace
 
@@ -61,9 +58,8 @@ StateEventProducerHandle StateEventProducer::registerEvent(std::int32_t camera,
   const std::string lookupKey = utils::generateEventLookupKey(name);
   const LockGuard lock(mutex);
   makeUpUnlessInVain();
-  declare(lookupKey, [lookupKey, name, niceName] {
-    return add(lookupKey, name, niceName, "FAILED to create event %s \n");
-  });
+  declare(lookupKey,
+          [lookupKey, name, niceName] { return add("event", lookupKey, name, niceName); });
   declareAny(camera);
   if (CameraInfo::isMultiCamera()) {
     declareGlobalAny();
@@ -250,17 +246,16 @@ void StateEventProducer::declareAny(std::int32_t camera) {
   const std::string lookupKey = utils::generateEventLookupKey(name);
   const std::string niceName =
       utils::generateEventNiceName("Camera " + std::to_string(camera), ANY_SUFFIX);
-  declare(lookupKey, [lookupKey, name, niceName] {
-    return add(lookupKey, name, niceName, "FAILED to create any event %s \n");
-  });
+  declare(lookupKey,
+          [lookupKey, name, niceName] { return add("any event", lookupKey, name, niceName); });
 }
 
 void StateEventProducer::declareGlobalAny() {
   const std::string name = utils::generateGlobalAnyEventName();
   const std::string lookupKey = utils::generateEventLookupKey(name);
   declare(lookupKey, [lookupKey, name] {
-    return add(lookupKey, name, utils::generateEventNiceName("Camera", ANY_SUFFIX),
-               "FAILED to create any global event %s \n");
+    return add("any global event", lookupKey, name,
+               utils::generateEventNiceName("Camera", ANY_SUFFIX));
   });
 }
 

@@ -50,23 +50,24 @@ double Bearing::center(double a, double b) {
 }
 
 void Bearing::bounds(std::vector<double> list, double& first, double& second) {
-  boundsInPlace(list, first, second);
+  if (!list.empty()) {
+    const Arc arc = boundsInPlace(list);
+    first = arc.first;
+    second = arc.second;
+  }
 }
 
-void Bearing::boundsInPlace(std::span<double> list, double& first, double& second) {
-  if (list.empty()) {
-    return;
-  }
+Bearing::Arc Bearing::boundsInPlace(std::span<double> list) {
   std::ranges::sort(list);
-  first = second = list.front();
+  Arc arc{.first = list.front(), .second = list.front()};
   double largestGap = 0.0;
   for (std::size_t i = 0; i < list.size(); ++i) {
     const double successor = list[i + 1 < list.size() ? i + 1 : 0];
     const double gap = std::abs(clockwiseDiff(list[i], successor));
     if (gap > largestGap) {
       largestGap = gap;
-      first = successor;
-      second = list[i];
+      arc = {.first = successor, .second = list[i]};
     }
   }
+  return arc;
 }

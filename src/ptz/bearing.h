@@ -28,8 +28,13 @@ class Bearing {
   // Only for callers that keep their list; the daemon's sort it in place.
   static void bounds(std::vector<double> list, double& first, double& second);
 
-  // The same; sorts the caller's list.
-  static void boundsInPlace(std::span<double> list, double& first, double& second);
+  struct Arc {
+    double first;
+    double second;
+  };
+
+  // The same; sorts the caller's list, which must not be empty.
+  static Arc boundsInPlace(std::span<double> list);
 };
 
 #endif

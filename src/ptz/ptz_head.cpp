@@ -59,17 +59,16 @@ void PtzHead::gotoHome() {
   }
 }
 
-bool PtzHead::getStatus(PtzHeadStatus& status) {
+std::optional<PtzHeadStatus> PtzHead::getStatus() {
   ErrorSlot error;
   ptztolva_status raw{};
   if (!ptztolva_get_ptz_status(CHANNEL, &raw, error.out())) {
     std::printf("Failed ptztolva_get_ptz_status: %s\n", error.message().c_str());
-    return false;
+    return std::nullopt;
   }
-  status.pan = static_cast<double>(raw.pan);
-  status.tilt = static_cast<double>(raw.tilt);
-  status.zoom = raw.zoom;
-  status.isMoving =
-      raw.pan_moving == MOVING || raw.tilt_moving == MOVING || raw.zoom_moving == MOVING;
-  return true;
+  return PtzHeadStatus{.pan = static_cast<double>(raw.pan),
+                       .tilt = static_cast<double>(raw.tilt),
+                       .zoom = raw.zoom,
+                       .isMoving = raw.pan_moving == MOVING || raw.tilt_moving == MOVING ||
+                                   raw.zoom_moving == MOVING};
 }

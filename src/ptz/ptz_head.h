@@ -4,6 +4,7 @@
 #include <ptztolva.h>
 
 #include <cstdint>
+#include <optional>
 
 // What the head says of itself.
 struct PtzHeadStatus {
@@ -44,8 +45,8 @@ class PtzHead {
 
   void gotoHome();
 
-  // False, logged, when the head does not answer; the status is then left alone.
-  bool getStatus(PtzHeadStatus& status);
+  // Nothing, logged, when the head does not answer.
+  std::optional<PtzHeadStatus> getStatus();
 
  private:
   bool isInitialized = false;

@@ -208,16 +208,17 @@ void VideoChannel::applyFov() {
 bool VideoChannel::getPanTilt(int x, int y, double& pan, double& tilt) {
   followRotation();
   applyFov();
-  toPanTilt(x, y, pan, tilt);
+  const Direction direction = toPanTilt(x, y);
+  pan = direction.pan;
+  tilt = direction.tilt;
   return true;
 }
 
-void VideoChannel::toPanTilt(int x, int y, double& pan, double& tilt) const {
+VideoChannel::Direction VideoChannel::toPanTilt(int x, int y) const {
   std::int32_t fixedPan = 0;
   std::int32_t fixedTilt = 0;
   ptzmath_to_ptz_x(context.get(), &fixedPan, &fixedTilt, x, y);
-  pan = fromFixed(fixedPan);
-  tilt = fromFixed(fixedTilt);
+  return {.pan = fromFixed(fixedPan), .tilt = fromFixed(fixedTilt)};
 }
 
 bool VideoChannel::getPanTilt(const PointF& position, const PointF& size, double& pan, double& tilt,
@@ -227,16 +228,13 @@ bool VideoChannel::getPanTilt(const PointF& position, const PointF& size, double
   applyFov();
   const PixelRange columns(position.x, size.x, width);
   const PixelRange rows(position.y, size.y, height);
-  double leftPan = 0.0;
-  double rightPan = 0.0;
-  double topTilt = 0.0;
-  double bottomTilt = 0.0;
-  double unused = 0.0;
-  toPanTilt(columns.first, rows.centre, leftPan, unused);
-  toPanTilt(columns.last, rows.centre, rightPan, unused);
-  toPanTilt(columns.centre, rows.first, unused, topTilt);
-  toPanTilt(columns.centre, rows.last, unused, bottomTilt);
-  toPanTilt(columns.centre, rows.centre, pan, tilt);
+  const double leftPan = toPanTilt(columns.first, rows.centre).pan;
+  const double rightPan = toPanTilt(columns.last, rows.centre).pan;
+  const double topTilt = toPanTilt(columns.centre, rows.first).tilt;
+  const double bottomTilt = toPanTilt(columns.centre, rows.last).tilt;
+  const Direction middle = toPanTilt(columns.centre, rows.centre);
+  pan = middle.pan;
+  tilt = middle.tilt;
   panSpan = std::abs(Bearing::shortestDiff(leftPan, rightPan));
   tiltSpan = std::abs(topTilt - bottomTilt);
   return true;

@@ -81,11 +81,16 @@ class VideoChannel {
     bool isMounted = false;
   };
 
+  struct Direction {
+    double pan;  // degrees
+    double tilt;
+  };
+
   static std::optional<Geometry> readGeometry(int channel, std::int32_t rotation);
 
   void apply(Geometry geometry);
   void applyFov();
-  void toPanTilt(int x, int y, double& pan, double& tilt) const;
+  Direction toPanTilt(int x, int y) const;
   double subtendedAngle(const PointF& position, double extent) const;
 
   std::int32_t channel;

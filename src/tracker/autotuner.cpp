@@ -93,19 +93,23 @@ bool Autotuner::hasWaitedTooLong(const char* message) {
   return true;
 }
 
+// Nothing, logged, after too long a wait, and when the head does not answer.
+std::optional<PtzHeadStatus> Autotuner::readStatusWhileWaiting(const char* message) {
+  return hasWaitedTooLong(message) ? std::nullopt : head.getStatus();
+}
+
 // Nothing while the head is on its way or counts its zoom in no known way.
 std::optional<double> Autotuner::checkZoom() {
-  PtzHeadStatus status;
-  if (hasWaitedTooLong("Failed to go to autotune zoom check position\n") ||
-      !head.getStatus(status)) {
+  const auto status = readStatusWhileWaiting("Failed to go to autotune zoom check position\n");
+  if (!status) {
     autotuneStep = FAILED;
     return std::nullopt;
   }
-  if (!isAtTuningPosition(status)) {
+  if (!isAtTuningPosition(*status)) {
     return std::nullopt;
   }
   for (const ZoomReport& report : ZOOM_REPORTS) {
-    if (status.zoom >= report.low && status.zoom <= report.high) {
+    if (status->zoom >= report.low && status->zoom <= report.high) {
       head.ptzMove(TUNING_PAN, PtzHead::ABSOLUTE, TUNING_TILT, PtzHead::ABSOLUTE, WIDEST_ZOOM,
                    PtzHead::ABSOLUTE);
       autotuneWaitCount = 0;
@@ -117,30 +121,30 @@ std::optional<double> Autotuner::checkZoom() {
 }
 
 void Autotuner::waitForPosition() {
-  PtzHeadStatus status;
-  if (hasWaitedTooLong("Failed to go to autotune position\n") || !head.getStatus(status)) {
+  const auto status = readStatusWhileWaiting("Failed to go to autotune position\n");
+  if (!status) {
     autotuneStep = FAILED;
     return;
   }
-  if (isAtTuningPosition(status) && status.zoom < TUNING_ZOOM_LIMIT) {
+  if (isAtTuningPosition(*status) && status->zoom < TUNING_ZOOM_LIMIT) {
     autotuneStep = START_RELAY;
   }
 }
 
 void Autotuner::startRelay() {
-  PtzHeadStatus status;
-  if (!head.getStatus(status)) {
+  const auto status = head.getStatus();
+  if (!status) {
     autotuneStep = FAILED;
     return;
   }
-  regulator.autotuneStart(status.pan, RELAY_AMPLITUDE, status.tilt, RELAY_AMPLITUDE);
+  regulator.autotuneStart(status->pan, RELAY_AMPLITUDE, status->tilt, RELAY_AMPLITUDE);
   autotuneStep = RUN_RELAY;
 }
 
 // True when both axes have been tuned.
 bool Autotuner::runRelay() {
-  PtzHeadStatus status;
-  if (!head.getStatus(status)) {
+  const auto status = head.getStatus();
+  if (!status) {
     autotuneStep = FAILED;
     return false;
   }
@@ -148,7 +152,7 @@ bool Autotuner::runRelay() {
   double panSpeed = 0.0;
   double tiltSpeed = 0.0;
   bool isTuned = false;
-  if (regulator.autotuneRun(status.pan, status.tilt, panSpeed, tiltSpeed)) {
+  if (regulator.autotuneRun(status->pan, status->tilt, panSpeed, tiltSpeed)) {
     isTuned = regulator.autotuned();
     if (isTuned) {
       tellSuccess();

@@ -52,6 +52,7 @@ class Autotuner {
   void handleFailure();
   void tellSuccess() const;
   bool hasWaitedTooLong(const char* message);
+  std::optional<PtzHeadStatus> readStatusWhileWaiting(const char* message);
 
   PtzHead& head;
   Regulator& regulator;

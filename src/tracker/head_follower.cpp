@@ -10,11 +10,11 @@ constexpr int MAX_STATUS_FAILURES = 10;  // in a row, until a moving head is sto
 
 // The head's calls take their time: the clock is read for each thing that is timed.
 void HeadFollower::step(const HeadOptics& optics, const Following::Selection& select) {
-  PtzHeadStatus status;
-  if (!readStatus(status)) {
+  const auto status = readStatus();
+  if (!status) {
     return;
   }
-  const auto command = following.step(status, optics, select, utils::monotonicTime());
+  const auto command = following.step(*status, optics, select, utils::monotonicTime());
   if (!command) {
     stand();
   }
@@ -38,10 +38,10 @@ void HeadFollower::goHomeWhenDue() {
 }
 
 // Without the head's position there is no control, so there must be no motion.
-bool HeadFollower::readStatus(PtzHeadStatus& status) {
-  if (head.getStatus(status)) {
+std::optional<PtzHeadStatus> HeadFollower::readStatus() {
+  if (const auto status = head.getStatus()) {
     statusFailures = 0;
-    return true;
+    return status;
   }
   ++statusFailures;
   if (statusFailures == MAX_STATUS_FAILURES && steering.isActive()) {
@@ -49,7 +49,7 @@ bool HeadFollower::readStatus(PtzHeadStatus& status) {
     following.forget();
     steering.tell(false);
   }
-  return false;
+  return std::nullopt;
 }
 
 // Once there is nothing to follow any more.

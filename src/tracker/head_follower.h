@@ -1,6 +1,8 @@
 #ifndef TRACKER_HEAD_FOLLOWER_H
 #define TRACKER_HEAD_FOLLOWER_H
 
+#include <optional>
+
 #include "ptz/ptz_head.h"
 #include "tracker/following.h"
 #include "tracker/homing.h"
@@ -34,7 +36,7 @@ class HeadFollower {
   void stop();
 
  private:
-  bool readStatus(PtzHeadStatus& status);
+  std::optional<PtzHeadStatus> readStatus();
   void goHomeWhenDue();
   void stand();
 

@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <iterator>
 #include <utility>
 
 #include "app/clock.h"
-#include "ptz/bearing.h"
 
 namespace {
 
@@ -19,7 +19,12 @@ SuperObject::SuperObject() : untrackedSince(utils::monotonicTime()) {}
 
 void SuperObject::add(std::unique_ptr<SingleObject> single) {
   singles.push_back(std::move(single));
-  isPositionStale = true;
+  internalUpdatePosition();
+}
+
+void SuperObject::add(Singles added) {
+  std::ranges::move(added, std::back_inserter(singles));
+  internalUpdatePosition();
 }
 
 bool SuperObject::updateSingleObject(const SingleObject::Observation& observation,
@@ -31,30 +36,37 @@ bool SuperObject::updateSingleObject(const SingleObject::Observation& observatio
     return false;
   }
   updateMember(**member, observation, view);
+  measureChanges();
   return true;
 }
 
 bool SuperObject::updateMember(SingleObject& member, const SingleObject::Observation& observation,
                                const WidestView& view) {
   if (singles.size() == 1) {
-    current();  // the position that stays should the last member go
+    measureChanges();  // the box that stays should the last member go
   }
   member.update(observation);
   const bool isStillMember = member.sizeValid(view);
   if (!isStillMember) {
     std::erase_if(singles, [&member](const auto& single) { return single.get() == &member; });
   }
-  isPositionStale = !singles.empty();
+  hasUpdatedMembers = true;
   return isStillMember;
+}
+
+void SuperObject::measureChanges() {
+  if (hasUpdatedMembers) {
+    internalUpdatePosition();
+  }
 }
 
 template <typename Predicate>
 bool SuperObject::removeIf(Predicate predicate) {
-  current();
+  measureChanges();
   if (std::erase_if(singles, predicate) == 0) {
     return false;
   }
-  isPositionStale = !singles.empty();
+  internalUpdatePosition();
   return true;
 }
 
@@ -66,23 +78,27 @@ bool SuperObject::removeSingleObjects(std::int32_t channel) {
   return removeIf([=](const auto& single) { return single->getChannel() == channel; });
 }
 
-std::unique_ptr<SingleObject> SuperObject::takeFirst() {
-  if (singles.size() == 1) {
-    current();
-  }
-  auto first = std::move(singles.front());
-  singles.erase(singles.begin());
-  isPositionStale = !singles.empty();
-  return first;
-}
-
 SuperObject::Singles SuperObject::takeAll() {
-  current();
+  measureChanges();
   return std::exchange(singles, {});
 }
 
-void SuperObject::internalUpdatePosition() const {
-  isPositionStale = false;
+Bearing::Arc SuperObject::measureArc() const {
+  if (singles.size() == 1) {
+    std::array edges{singles.front()->getLeft(), singles.front()->getRight()};
+    return Bearing::boundsInPlace(edges);
+  }
+  std::vector<double> edges;
+  edges.reserve(2 * singles.size());
+  for (const auto& single : singles) {
+    edges.push_back(single->getLeft());
+    edges.push_back(single->getRight());
+  }
+  return Bearing::boundsInPlace(edges);
+}
+
+void SuperObject::internalUpdatePosition() {
+  hasUpdatedMembers = false;
   if (singles.empty()) {
     return;
   }
@@ -93,18 +109,9 @@ void SuperObject::internalUpdatePosition() const {
     next.top = std::max(next.top, single->getTop());
     next.bottom = std::min(next.bottom, single->getBottom());
   }
-  if (singles.size() == 1) {
-    std::array edges{singles.front()->getLeft(), singles.front()->getRight()};
-    Bearing::boundsInPlace(edges, next.left, next.right);
-  } else {
-    std::vector<double> edges;
-    edges.reserve(2 * singles.size());
-    for (const auto& single : singles) {
-      edges.push_back(single->getLeft());
-      edges.push_back(single->getRight());
-    }
-    Bearing::boundsInPlace(edges, next.left, next.right);
-  }
+  const Bearing::Arc arc = measureArc();
+  next.left = arc.first;
+  next.right = arc.second;
   next.pan = Bearing::center(next.left, next.right);
   next.tilt = (next.top + next.bottom) / 2.0;
   // The plain difference, not the circular extent: a group across the seam is taken for too wide
@@ -128,13 +135,11 @@ bool SuperObject::sizeValid(const SuperObject& other, const WidestView& view) co
 
 bool SuperObject::fitsWith(double otherLeft, double otherRight, double otherTop, double otherBottom,
                            const WidestView& view) const {
-  const Position& own = current();
-  double unionLeft = 0.0;
-  double unionRight = 0.0;
-  std::array edges{own.left, own.right, otherLeft, otherRight};
-  Bearing::boundsInPlace(edges, unionLeft, unionRight);
-  const double unionWidth = Bearing::clockwiseDiff(unionLeft, unionRight);
-  const double unionHeight = std::max(own.top, otherTop) - std::min(own.bottom, otherBottom);
+  std::array edges{position.left, position.right, otherLeft, otherRight};
+  const Bearing::Arc arc = Bearing::boundsInPlace(edges);
+  const double unionWidth = Bearing::clockwiseDiff(arc.first, arc.second);
+  const double unionHeight =
+      std::max(position.top, otherTop) - std::min(position.bottom, otherBottom);
   return view.holds(unionWidth, unionHeight);
 }
 

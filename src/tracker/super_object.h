@@ -6,6 +6,7 @@
 #include <memory>
 #include <vector>
 
+#include "ptz/bearing.h"
 #include "tracker/single_object.h"
 #include "tracker/widest_view.h"
 
@@ -17,26 +18,28 @@ class SuperObject {
   // Empty, and untracked from now on.
   SuperObject();
 
-  // Takes the object; the group's box grows.
+  // Take objects; the group's box grows.
   void add(std::unique_ptr<SingleObject> single);
+  void add(Singles added);
 
   // Takes the observation to the member that it is of: the member is renewed, or dropped when it
   // has become too large. False when no member is meant.
   // Only for tests.
   bool updateSingleObject(const SingleObject::Observation& observation, const WidestView& view);
 
-  // The same for a member that the caller has found; whether it is still a member.
+  // The same for a member that the caller has found; whether it is still a member. Box and rank are
+  // those of before until measureChanges(): a crowd's observations come one after the other.
   bool updateMember(SingleObject& member, const SingleObject::Observation& observation,
                     const WidestView& view);
+
+  // Works out box and rank when members were updated since.
+  void measureChanges();
 
   // Drop members; answer whether any was dropped.
   bool removeSingleObject(std::int32_t channel, std::int32_t id);
   bool removeSingleObjects(std::int32_t channel);
 
-  // Takes the first member out.
-  std::unique_ptr<SingleObject> takeFirst();
-
-  // Takes all members out, in order.
+  // Takes all members out, in order. The box stays.
   Singles takeAll();
 
   // Whether the group, or its union with another box, fits into the head's widest view.
@@ -48,17 +51,16 @@ class SuperObject {
   std::size_t size() const { return singles.size(); }
   const Singles& getSingles() const { return singles; }
 
-  // The group's box and rank are worked out when they are asked for, however often its members have
-  // changed before.
-  double getPan() const { return current().pan; }
-  double getTilt() const { return current().tilt; }
-  double getWidth() const { return current().width; }
-  double getHeight() const { return current().height; }
-  double getLeft() const { return current().left; }
-  double getRight() const { return current().right; }
-  double getTop() const { return current().top; }
-  double getBottom() const { return current().bottom; }
-  std::int32_t getPriority() const { return current().priority; }
+  // The group's box and rank; as they were when the last member goes.
+  double getPan() const { return position.pan; }
+  double getTilt() const { return position.tilt; }
+  double getWidth() const { return position.width; }
+  double getHeight() const { return position.height; }
+  double getLeft() const { return position.left; }
+  double getRight() const { return position.right; }
+  double getTop() const { return position.top; }
+  double getBottom() const { return position.bottom; }
+  std::int32_t getPriority() const { return position.priority; }
 
   // Seconds for which the group has been the followed one; 0 when it is not.
   double trackedTime(std::int64_t now) const;
@@ -82,24 +84,19 @@ class SuperObject {
     std::int32_t priority = 1;
   };
 
-  const Position& current() const {
-    if (isPositionStale) {
-      internalUpdatePosition();
-    }
-    return position;
-  }
   bool fitsWith(double otherLeft, double otherRight, double otherTop, double otherBottom,
                 const WidestView& view) const;
-  void internalUpdatePosition() const;
+  Bearing::Arc measureArc() const;
+  void internalUpdatePosition();
 
   template <typename Predicate>
   bool removeIf(Predicate predicate);
 
   Singles singles;
-  mutable Position position;  // stays as it was when the last member goes
-  mutable bool isPositionStale = false;
-  std::int64_t trackedSince = 0;  // monotonic microseconds, 0 when not tracked
-  std::int64_t untrackedSince;    // monotonic microseconds
+  Position position;
+  bool hasUpdatedMembers = false;  // since the position was worked out
+  std::int64_t trackedSince = 0;   // monotonic microseconds, 0 when not tracked
+  std::int64_t untrackedSince;     // monotonic microseconds
 };
 
 #endif

@@ -63,6 +63,7 @@ void SuperObjectManager::addSingleObject(std::unique_ptr<SingleObject> single) {
   if (!single->sizeValid(widestView)) {
     return;
   }
+  measureChanges();
   const auto fitting = std::ranges::find_if(
       superObjects, [&](const auto& group) { return group->sizeValid(*single, widestView); });
   if (fitting != superObjects.end()) {
@@ -76,6 +77,19 @@ void SuperObjectManager::addSingleObject(std::unique_ptr<SingleObject> single) {
 void SuperObjectManager::place(std::unique_ptr<SingleObject> single, SuperObject& group) {
   members[keyOf(single->getChannel(), single->getId())] = {&group, single.get()};
   group.add(std::move(single));
+}
+
+void SuperObjectManager::moveAll(SuperObject& from, SuperObject& to) {
+  for (const auto& single : from.getSingles()) {
+    members[keyOf(single->getChannel(), single->getId())].group = &to;
+  }
+  to.add(from.takeAll());
+}
+
+void SuperObjectManager::measureChanges() {
+  for (const auto& group : superObjects) {
+    group->measureChanges();
+  }
 }
 
 void SuperObjectManager::removeSingleObject(std::int32_t channel, std::int32_t id) {
@@ -114,6 +128,7 @@ void SuperObjectManager::removeEmptySuperObjects() {
 }
 
 void SuperObjectManager::updateSuperObjects() {
+  measureChanges();
   splitSuperObjects();
   mergeSuperObjects();
 }
@@ -191,9 +206,7 @@ bool SuperObjectManager::mergeInto(std::size_t index) {
     if (cannotFit(extents[index], extents[j]) || !group.sizeValid(*superObjects[j], widestView)) {
       continue;
     }
-    while (!superObjects[j]->empty()) {
-      place(superObjects[j]->takeFirst(), group);
-    }
+    moveAll(*superObjects[j], group);
     extents[index] = Extent(group);
     hasMerged = true;
   }
@@ -215,6 +228,7 @@ const SuperObject* SuperObjectManager::getSuperObject(double pan, double tilt) {
     }
     return nullptr;
   }
+  measureChanges();
   return switchObject ? selectInTurn() : selectNearest(pan, tilt);
 }
 

@@ -40,6 +40,9 @@ class SuperObjectManager {
   void removeSingleObject(std::int32_t channel, std::int32_t id);
   void removeSingleObjects(std::int32_t channel);
 
+  // Works out the boxes and ranks of groups whose members were updated, as all below do themselves.
+  void measureChanges();
+
   // Dissolves groups that have grown too large, then joins groups that fit together.
   void updateSuperObjects();
 
@@ -54,7 +57,7 @@ class SuperObjectManager {
   std::int32_t getTimePerObject() const { return timePerObject; }
   void setTimePerObject(std::int32_t seconds) { timePerObject = seconds; }
 
-  // In creation order (sorted by selection while switching).
+  // In creation order (sorted by selection while switching), with boxes and ranks as measured last.
   const std::vector<std::unique_ptr<SuperObject>>& getSuperObjects() const { return superObjects; }
 
  private:
@@ -77,6 +80,7 @@ class SuperObjectManager {
   bool cannotFit(const Extent& a, const Extent& b) const;
 
   void place(std::unique_ptr<SingleObject> single, SuperObject& group);
+  void moveAll(SuperObject& from, SuperObject& to);
   void splitSuperObjects();
   void mergeSuperObjects();
   bool mergeInto(std::size_t index);

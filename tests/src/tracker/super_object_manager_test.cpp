@@ -160,8 +160,17 @@ TEST_F(SuperObjectManagerTest, ChannelAndIdTogetherNameAnObject) {
   EXPECT_EQ(groups(), (Groups{{1}, {1}}));
   observe(1, {.pan = 5.0});
   EXPECT_EQ(groups(), (Groups{{1}, {1}}));
+  manager.measureChanges();
   EXPECT_EQ(manager.getSuperObjects()[0]->getPan(), 5.0);
   EXPECT_EQ(manager.getSuperObjects()[1]->getPan(), 100.0);
+}
+
+TEST_F(SuperObjectManagerTest, TheChoiceKnowsWhatWasObservedLast) {
+  observe(1, {.pan = 0.0});
+  observe(2, {.pan = 100.0});
+  EXPECT_EQ(manager.getSuperObject(100.0, 0.0)->getPan(), 100.0);
+  observe(1, {.pan = 5.0}, 7);
+  EXPECT_EQ(manager.getSuperObject(100.0, 0.0)->getPan(), 5.0);
 }
 
 TEST_F(SuperObjectManagerTest, AnObjectWiderThanTheWidestViewIsNeverFollowedEvenAlone) {
@@ -572,6 +581,7 @@ class GroupingTest : public SuperObjectManagerTest, public testing::WithParamInt
   }
 
   void expectSame() {
+    manager.measureChanges();
     const auto& found = manager.getSuperObjects();
     ASSERT_EQ(found.size(), plain.groups.size());
     for (std::size_t i = 0; i < found.size(); ++i) {
@@ -638,8 +648,12 @@ TEST_P(GroupingTest, GroupsAreThoseOfThePlainRules) {
         plain.observe(seen);
       }
     }
-    expectSame();
+    // Which measures: in between the manager has to do so itself.
+    if (number(0, 9) == 0) {
+      expectSame();
+    }
   }
+  expectSame();
 }
 
 INSTANTIATE_TEST_SUITE_P(Seeds, GroupingTest, testing::Range(1, 21));

@@ -185,12 +185,11 @@ TEST_F(SuperObjectTest, MembersAreTakenInOrder) {
   for (int id = 1; id <= 3; ++id) {
     group.add(single(observation(id, id, 0.0)));
   }
-  EXPECT_EQ(group.takeFirst()->getId(), 1);
-  EXPECT_EQ(group.size(), 2U);
-  const SuperObject::Singles rest = group.takeAll();
-  ASSERT_EQ(rest.size(), 2U);
-  EXPECT_EQ(rest[0]->getId(), 2);
-  EXPECT_EQ(rest[1]->getId(), 3);
+  const SuperObject::Singles all = group.takeAll();
+  ASSERT_EQ(all.size(), 3U);
+  EXPECT_EQ(all[0]->getId(), 1);
+  EXPECT_EQ(all[1]->getId(), 2);
+  EXPECT_EQ(all[2]->getId(), 3);
   EXPECT_TRUE(group.empty());
 }
 
