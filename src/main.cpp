@@ -146,6 +146,7 @@ void waitForTermination() REQUIRES(s_applicationMutex) {
 
 int main() {
   utils::daemonize(constants::APP_NAME);
+  utils::giveLargeBlocksBack();
   const LockGuard lock(s_applicationMutex);
   openlog(constants::APP_NAME, LOG_NDELAY, LOG_USER);
   installTerminationHandler();

@@ -9,6 +9,7 @@
 namespace {
 
 constexpr std::size_t LITTLE = 1U << 20U;  // bytes
+constexpr int LARGE = 128 * 1024;          // bytes, as the allocator begins
 
 // Of the process, in bytes; 0 when the system does not tell. What reads it may itself find no
 // memory.
@@ -30,4 +31,9 @@ MemoryLease::~MemoryLease() {
   if (residentMemory() > before + LITTLE) {
     malloc_trim(0);
   }
+}
+
+// A threshold that is set is no longer adapted.
+void utils::giveLargeBlocksBack() {
+  mallopt(M_MMAP_THRESHOLD, LARGE);
 }

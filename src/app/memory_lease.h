@@ -17,4 +17,13 @@ class MemoryLease {
   const std::size_t before;  // bytes
 };
 
+namespace utils {
+
+// For the start: from now on a large block (128 KiB and more) goes back to the system when it is
+// freed, whoever frees it. The allocator would otherwise learn from the first ones to keep all that
+// are no larger, as are the texts of requests and answers, which the HTTP library frees.
+void giveLargeBlocksBack();
+
+}  // namespace utils
+
 #endif

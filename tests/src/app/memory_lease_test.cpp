@@ -42,6 +42,20 @@ TEST(MemoryLeaseTest, WhatTheWorkHasFreedGoesBackToTheSystem) {
   EXPECT_LE(residentMemory(), before + 2 * MEGABYTE);
 }
 
+// The allocator takes a block of 4 MB that is freed for a sign that such blocks are usual.
+TEST(GiveLargeBlocksBackTest, ALargeBlockGoesBackWhenItIsFreedHoweverManyThereWereBefore) {
+#ifdef __SANITIZE_ADDRESS__
+  GTEST_SKIP() << "the sanitizer has an allocator of its own";
+#endif
+  utils::giveLargeBlocksBack();
+  std::make_unique<Block>(4 * MEGABYTE, 'x').reset();
+  const std::size_t before = residentMemory();
+  std::vector<Block> texts(3, Block(MEGABYTE, 'x'));
+  EXPECT_GE(residentMemory(), before + 3 * MEGABYTE);
+  texts.clear();
+  EXPECT_LE(residentMemory(), before + MEGABYTE / 2);
+}
+
 // It stands where an exception would end the daemon.
 TEST(MemoryLeaseTest, DoesNotThrow) {
   EXPECT_TRUE(std::is_nothrow_default_constructible_v<MemoryLease>);

@@ -60,6 +60,14 @@ void noteDaemonize(const std::string& name) {
   s_journal.add("daemonized " + name);
 }
 
+#define GIVE_LARGE_BLOCKS_BACK "_ZN5utils19giveLargeBlocksBackEv"
+void realGiveLargeBlocksBack() REAL(GIVE_LARGE_BLOCKS_BACK);
+void noteGiveLargeBlocksBack() WRAP(GIVE_LARGE_BLOCKS_BACK);
+void noteGiveLargeBlocksBack() {
+  s_journal.add("large blocks given back");
+  realGiveLargeBlocksBack();
+}
+
 void realOpenlog(const char* name, int options, int facility) REAL("openlog");
 void noteOpenlog(const char* name, int options, int facility) WRAP("openlog");
 void noteOpenlog(const char* name, int options, int facility) {
@@ -212,11 +220,12 @@ class MainTest : public testing::Test {
 
 TEST_F(MainTest, StartsInOrder) {
   const std::string path = constants::CONFIGURATION_PATH;
-  EXPECT_EQ(starting, (Steps{"daemonized SentrelVideo", "log opened SentrelVideo",
-                             "SIGTERM handled", "timer initialized 10000",
-                             "platform wrapper initialized SentrelVideo SentrelVideo MiruPlatform",
-                             "container created 1.0 14", "loaded " + path, "camera 1 created",
-                             "tracker obtained", SERVING}));
+  EXPECT_EQ(starting,
+            (Steps{"daemonized SentrelVideo", "large blocks given back", "log opened SentrelVideo",
+                   "SIGTERM handled", "timer initialized 10000",
+                   "platform wrapper initialized SentrelVideo SentrelVideo MiruPlatform",
+                   "container created 1.0 14", "loaded " + path, "camera 1 created",
+                   "tracker obtained", SERVING}));
 }
 
 TEST_F(MainTest, EndsInReverseOrder) {
