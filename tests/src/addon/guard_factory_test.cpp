@@ -37,6 +37,9 @@ std::ostream& operator<<(std::ostream& out, const Refusal& refusal) {
 
 const Refusal ACCEPTED;
 
+constexpr const char* SIZE_PERSPECTIVE =
+    R"([{"type":"sizePerspective","data":[10,10],"active":true}])";
+
 // Shows what was read.
 class OpenFactory : public AreaGuardFactory {
  public:
@@ -179,6 +182,29 @@ TEST_F(GuardFactoryTest, WhatIsMissingIsToldBeforeWhatIsOutOfBounds) {
   profile.uid = "4294967303";
   profile.camera = "";
   EXPECT_EQ(parse(profile), (Refusal{"Could not unpack data for the guard", MISSING}));
+}
+
+// Each section is broken, and mended one after the other.
+TEST_F(GuardFactoryTest, SectionsAreReadInTheirOrder) {
+  Profile profile;
+  profile.name = "\"\"";
+  profile.triggers = "[]";
+  profile.perspective = "[{}]";
+  profile.filters = "[{}]";
+  profile.presets = "[1]";
+  EXPECT_EQ(parse(profile).message, "The name of the profile is not valid");
+  profile.name = R"("Door")";
+  EXPECT_EQ(parse(profile).message, "Could not find any triggers");
+  profile.triggers = Profile().triggers;
+  EXPECT_EQ(parse(profile).message, "Could not unpack a perspective bar");
+  profile.perspective = "";
+  EXPECT_EQ(parse(profile).message, "Could not unpack exclusion filter name");
+  profile.filters = SIZE_PERSPECTIVE;  // is refused when all has been read, for want of bars
+  EXPECT_EQ(parse(profile).message,
+            "This device is a non-ptz device and the configuration should not contain any presets");
+  profile.presets = "";
+  EXPECT_EQ(parse(profile).message,
+            "A valid perspective is required too use the size perspective filter");
 }
 
 TEST_F(GuardFactoryTest, APlainGuardNeedsNoPriority) {
@@ -515,6 +541,8 @@ TEST_F(GuardFactoryTest, ASizeFilterPercentKeepsItsLimits) {
   EXPECT_EQ(parseSize("[3,2]"), incorrect);
   EXPECT_EQ(parseSize("[101,100]"), incorrect);
   EXPECT_EQ(parseSize("[100,101]"), incorrect);
+  EXPECT_EQ(parseSize("[4294967306,10]"), incorrect) << "10 when it is cut to 32 bits";
+  EXPECT_EQ(parseSize("[10,4294967306]"), incorrect) << "10, too";
   const Refusal notRead{"Could not unpack a size filter percent", MISSING};
   for (const char* data : {"[5]", "[5,5,5]", "[5.5,5]", "5", R"(["5","5"])"}) {
     EXPECT_EQ(parseSize(data), notRead) << data;
@@ -530,6 +558,8 @@ TEST_F(GuardFactoryTest, ALifetimeFilterKeepsItsLimits) {
   EXPECT_EQ(parseLifetime("5"), ACCEPTED);
   EXPECT_EQ(parseLifetime("0"), incorrect);
   EXPECT_EQ(parseLifetime("6"), incorrect);
+  EXPECT_EQ(parseLifetime("4294967298"), incorrect) << "2 when it is cut to 32 bits";
+  EXPECT_EQ(parseLifetime("-4294967294"), incorrect) << "2, too";
   EXPECT_EQ(parseLifetime("[1]"), (Refusal{"Could not unpack an object lifetime filter", MISSING}));
 }
 
@@ -542,6 +572,8 @@ TEST_F(GuardFactoryTest, ASwayingFilterKeepsItsLimits) {
   EXPECT_EQ(parseSwaying("20"), ACCEPTED);
   EXPECT_EQ(parseSwaying("2"), incorrect);
   EXPECT_EQ(parseSwaying("21"), incorrect);
+  EXPECT_EQ(parseSwaying("4294967306"), incorrect) << "10 when it is cut to 32 bits";
+  EXPECT_EQ(parseSwaying("-4294967286"), incorrect) << "10, too";
   EXPECT_EQ(parseSwaying("5.0"), (Refusal{"Could not unpack a swaying filter", MISSING}));
 }
 
@@ -599,9 +631,6 @@ TEST_F(GuardFactoryTest, AnExcludeAreaIsAlwaysEffective) {
 
 // ---- Perspective ----
 
-constexpr const char* SIZE_PERSPECTIVE =
-    R"([{"type":"sizePerspective","data":[10,10],"active":true}])";
-
 std::string bar(const std::string& points, const std::string& height = "100") {
   return R"({"type":"bar","height":)" + height + ",\"data\":" + points + "}";
 }
@@ -612,6 +641,9 @@ TEST_F(GuardFactoryTest, ASizeFilterPerspectiveKeepsItsLimits) {
   };
   const Refusal incorrect{"Incorrect parameter value for size filter perspective", INVALID};
   EXPECT_EQ(parseSize("[0,0]"), ACCEPTED);
+  EXPECT_EQ(parseSize("[2147483647,2147483647]"), ACCEPTED);
+  EXPECT_EQ(parseSize("[2147483648,0]"), incorrect);
+  EXPECT_EQ(parseSize("[0,2147483648]"), incorrect);
   EXPECT_EQ(parseSize("[-1,0]"), incorrect);
   EXPECT_EQ(parseSize("[0,-1]"), incorrect);
   EXPECT_EQ(parseSize("[0]"), (Refusal{"Could not unpack a size filter perspective", MISSING}));
@@ -716,6 +748,15 @@ TEST_F(GuardFactoryTest, AMechanicalHeadMayHaveOnePreset) {
   EXPECT_EQ(factory->getPreset(), 3);
   EXPECT_EQ(parsePresets("[-1]"), ACCEPTED);
   EXPECT_EQ(factory->getPreset(), PRESET_ANY);
+  EXPECT_EQ(parsePresets("[-2]"), ACCEPTED);
+  EXPECT_EQ(factory->getPreset(), PRESET_NOT_BOUND);
+  EXPECT_EQ(parsePresets("[32767]"), ACCEPTED);
+  EXPECT_EQ(factory->getPreset(), 32767);
+  for (const char* number : {"-3", "32768", "4294967299", "-4294967293", "65539"}) {
+    EXPECT_EQ(parsePresets(std::string("[") + number + "]"),
+              (Refusal{"Could not unpack preset number", INVALID}))
+        << number;
+  }
   EXPECT_EQ(parsePresets("[1,2]"),
             (Refusal{"The configuration contains too many presets", CONTRADICTION}));
   EXPECT_EQ(parsePresets(R"(["3"])"), (Refusal{"Could not unpack preset number", MISSING}));

@@ -272,6 +272,12 @@ TEST_F(ConfigurationParserTest, AFixedCameraHasAtMostThreeProfiles) {
   EXPECT_TRUE(isLogged("A camera has too many profiles attached to it"));
 }
 
+TEST_F(ConfigurationParserTest, ProfilesWithTheSameUidAreToldBeforeThatThereAreTooMany) {
+  const Texts profiles(4, profileText(5, 1));
+  EXPECT_EQ(parse(listOf({cameraText(1)}), listOf(profiles)), 16);
+  EXPECT_TRUE(isLogged("Found profiles with the same uid"));
+}
+
 TEST_F(ConfigurationParserTest, AMechanicalHeadHasAtMostTenProfiles) {
   FakeParameters::set("root.Properties.PTZ.PTZ", "yes");
   const std::string cameras = listOf({cameraText(1)});

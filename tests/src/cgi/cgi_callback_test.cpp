@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <syslog.h>
+
 #include <chrono>
 #include <future>
 #include <random>
@@ -9,6 +11,7 @@
 #include <string>
 
 #include "src/cgi/cgi_test_base.h"
+#include "src/config/json_memory.h"
 
 namespace {
 
@@ -159,6 +162,23 @@ TEST_F(CgiCallbackTest, RealsAreAnsweredWithFourDigits) {
   writeText(configurationPath, R"({"params":{"value":0.123456789}})");
   EXPECT_EQ(dataOf(request("getConfiguration")), R"({"value":0.1235})");
   EXPECT_NE(ask(request("getConfiguration")).find("0.1235}"), std::string::npos);
+}
+
+// Whatever allocation of the JSON library is the first to fail.
+TEST_F(CgiCallbackTest, AnAnswerThatCannotTakeItsDataIsLogged) {
+  const std::string body = request("getSupportedVersions");
+  int logged = 0;
+  std::string answer;
+  for (int allocations = 0; answer != std::string(HEADER) + VERSIONS_ANSWER; ++allocations) {
+    ASSERT_LT(allocations, 1000) << answer;
+    EXPECT_EQ(answer.find("data"), std::string::npos) << answer;
+    log.clear();
+    const JsonMemory memory(allocations);
+    answer = ask(body);
+    logged += log.count(LOG_WARNING, "Could not append handler data to CGI response\n");
+  }
+  EXPECT_GT(logged, 0);
+  EXPECT_TRUE(log.lines().empty()) << "the whole answer";
 }
 
 TEST_F(CgiCallbackTest, NothingEscapes) {

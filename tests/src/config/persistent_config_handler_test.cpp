@@ -143,6 +143,16 @@ TEST_F(PersistentConfigHandlerTest, TheStatusIsThatOfTheParams) {
   EXPECT_EQ(PersistentConfigHandler::getConfigurationStatus(path), 17);
 }
 
+TEST_F(PersistentConfigHandlerTest, AStatusBeyond32BitsIsTheNearestThatFits) {
+  for (const auto& [stored, status] :
+       {std::pair{"2147483647", 2147483647}, std::pair{"2147483648", 2147483647},
+        std::pair{"4294967297", 2147483647}, std::pair{"-2147483649", -2147483647 - 1},
+        std::pair{"-4294967295", -2147483647 - 1}}) {
+    writeText(path, std::string(R"({"params": {"configurationStatus": )") + stored + "}}");
+    EXPECT_EQ(PersistentConfigHandler::getConfigurationStatus(path), status) << stored;
+  }
+}
+
 TEST_F(PersistentConfigHandlerTest, AMissingStatusIsZero) {
   EXPECT_EQ(PersistentConfigHandler::getConfigurationStatus(path), 0) << "no file";
   for (const char* text :
