@@ -12,7 +12,7 @@ namespace bench {
 
 void writeFilm(std::size_t people, std::size_t frames, int perSecond) {
   constexpr std::uint64_t SEED = 3;
-  constexpr int MASK = device::kFramePolygon | device::kFrameVelocity;
+  constexpr int MASK = device::FRAME_POLYGON | device::FRAME_VELOCITY;
   for (device::Frame& frame : thereAndBack(Everyday(SEED).walk(people, frames, perSecond))) {
     const std::vector<std::uint8_t> bytes = device::encodeFrame(frame, MASK);
     const auto size = static_cast<std::uint32_t>(bytes.size());

@@ -34,7 +34,7 @@ constexpr std::int64_t FRAME_TIME = 1'000'000 / FRAMES_PER_SECOND;
 constexpr std::size_t WALK_FRAMES = 16;       // there; as many but two back
 constexpr std::size_t WORK_PER_BATCH = 3000;  // objects times profiles
 constexpr std::int32_t MASK =
-    device::kFramePolygon | device::kFrameVelocity | device::kFrameLowConfident;
+    device::FRAME_POLYGON | device::FRAME_VELOCITY | device::FRAME_LOW_CONFIDENT;
 constexpr float ASPECT_RATIO = 16.0F / 9.0F;
 constexpr std::uint64_t SEED = 7;
 

@@ -10,8 +10,8 @@
 
 namespace {
 
-constexpr int kFailed = 1;
-constexpr int kUsage = 2;
+constexpr int FAILED = 1;
+constexpr int USAGE = 2;
 
 gboolean stopDevice(gpointer device) {
   static_cast<device::VirtualDevice*>(device)->stop();
@@ -34,9 +34,9 @@ int main(int argc, char** argv) {
     return runDevice(device::parseOptions({argv, argv + argc}));
   } catch (const device::OptionError& error) {
     std::cerr << error.what() << '\n';
-    return kUsage;
+    return USAGE;
   } catch (const std::exception& error) {
     std::cerr << error.what() << '\n';
-    return kFailed;
+    return FAILED;
   }
 }

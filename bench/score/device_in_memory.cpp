@@ -26,7 +26,7 @@ DeviceInMemory::DeviceInMemory(const device::Model& model, const device::World& 
                                std::uint64_t seed, double bootSeconds)
     : world(world),
       drive(model.head, now, seed),
-      callDelay(drive.head().makeCallDelay()),
+      callDelay(drive.getHead().makeCallDelay()),
       parameters(model.parameters),
       headParameters(model.headParameters,
                      [ready = now() + toMicroseconds(bootSeconds)] { return now() >= ready; }),
@@ -100,14 +100,14 @@ std::uint32_t DeviceInMemory::declareEvent(GVariant* keys, bool isStateless, std
   auto read = device::eventKeysFromVariant(keys);
   std::uint32_t id = 0;
   const bool isDeclared = read && events.declare(APPLICATION, std::move(*read), isStateless, time,
-                                                 &id) == device::EventStatus_e::kOk;
+                                                 &id) == device::EventStatus_e::ok;
   return isDeclared ? id : 0;
 }
 
 bool DeviceInMemory::sendEvent(std::uint32_t id, GVariant* keys, std::int64_t time) {
   const auto read = device::eventKeysFromVariant(keys);
   device::Event sent;
-  if (!read || events.send(APPLICATION, id, *read, time, &sent) != device::EventStatus_e::kOk) {
+  if (!read || events.send(APPLICATION, id, *read, time, &sent) != device::EventStatus_e::ok) {
     return false;
   }
   monitor.handle(sent);
@@ -115,7 +115,7 @@ bool DeviceInMemory::sendEvent(std::uint32_t id, GVariant* keys, std::int64_t ti
 }
 
 bool DeviceInMemory::undeclareEvent(std::uint32_t id) {
-  return events.undeclare(APPLICATION, id) == device::EventStatus_e::kOk;
+  return events.undeclare(APPLICATION, id) == device::EventStatus_e::ok;
 }
 
 void DeviceInMemory::log(int, const std::string& line) {

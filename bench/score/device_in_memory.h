@@ -33,10 +33,10 @@ class DeviceInMemory final : public memory::Device {
   DeviceInMemory& operator=(const DeviceInMemory&) = delete;
   ~DeviceInMemory() override;
 
-  device::Head& head() { return drive.head(); }
+  device::Head& head() { return drive.getHead(); }
 
   // The tracker's state as it was told last, empty before; and each that it was told to have.
-  const std::string& state() const { return monitor.state(); }
+  const std::string& state() const { return monitor.getState(); }
   const std::vector<ToldState>& states() const { return toldStates; }
 
   // Lines of the log, of all priorities.

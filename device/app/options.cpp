@@ -58,7 +58,9 @@ struct Raw {
 
 std::string choicesOf(const std::vector<std::string>& names) {
   std::string choices;
-  for (const std::string& name : names) choices += (choices.empty() ? "" : "|") + name;
+  for (const std::string& name : names) {
+    choices += (choices.empty() ? "" : "|") + name;
+  }
   return choices;
 }
 
@@ -104,12 +106,18 @@ void parse(const std::vector<std::string>& arguments, Raw* raw) {
   g_option_context_add_main_entries(context.get(), entries.data(), nullptr);
 
   char** argv = g_new0(char*, arguments.size() + 1);
-  for (std::size_t i = 0; i < arguments.size(); ++i) argv[i] = g_strdup(arguments[i].c_str());
+  for (std::size_t i = 0; i < arguments.size(); ++i) {
+    argv[i] = g_strdup(arguments[i].c_str());
+  }
   ErrorSlot error;
   const bool parsed = g_option_context_parse_strv(context.get(), &argv, error.out()) != FALSE;
   const std::unique_ptr<char*, StrvDeleter> rest(argv);
-  if (!parsed) throw OptionError(error.message());
-  if (g_strv_length(argv) > 1) throw OptionError(std::string("Not an option: ") + argv[1]);
+  if (!parsed) {
+    throw OptionError(error.message());
+  }
+  if (g_strv_length(argv) > 1) {
+    throw OptionError(std::string("Not an option: ") + argv[1]);
+  }
 }
 
 void check(const Raw& raw) {
@@ -124,8 +132,12 @@ void check(const Raw& raw) {
   if (!std::isfinite(raw.duration) || raw.duration < 0) {
     throw OptionError("--duration is a time of 0 or more");
   }
-  if (!std::isfinite(raw.headBoot)) throw OptionError("--head-boot is a time");
-  if (raw.seed < 0) throw OptionError("--seed is a number of 0 or more");
+  if (!std::isfinite(raw.headBoot)) {
+    throw OptionError("--head-boot is a time");
+  }
+  if (raw.seed < 0) {
+    throw OptionError("--seed is a number of 0 or more");
+  }
   if (raw.framesPerSecond < 1 || raw.framesPerSecond > 100) {
     throw OptionError("--fps is a number from 1 to 100");
   }
@@ -150,18 +162,32 @@ Options parseOptions(const std::vector<std::string>& arguments) {
   check(raw);
 
   Options options;
-  if (raw.model != nullptr) options.model = raw.model;
+  if (raw.model != nullptr) {
+    options.model = raw.model;
+  }
   options.models = raw.models != nullptr ? raw.models : DEVICE_MODELS;
-  if (raw.tracks != nullptr) options.tracks = raw.tracks;
-  if (raw.scene != nullptr) options.scene = raw.scene;
+  if (raw.tracks != nullptr) {
+    options.tracks = raw.tracks;
+  }
+  if (raw.scene != nullptr) {
+    options.scene = raw.scene;
+  }
   options.asRecorded = raw.asRecorded != FALSE;
-  if (raw.transport != nullptr) options.transport = raw.transport;
+  if (raw.transport != nullptr) {
+    options.transport = raw.transport;
+  }
   options.duration = raw.duration;
   options.seed = static_cast<std::uint64_t>(raw.seed);
-  if (raw.report != nullptr) options.report = raw.report;
-  if (raw.daemon != nullptr) options.daemon = raw.daemon;
+  if (raw.report != nullptr) {
+    options.report = raw.report;
+  }
+  if (raw.daemon != nullptr) {
+    options.daemon = raw.daemon;
+  }
   options.restartDaemon = raw.restartDaemon != FALSE;
-  if (raw.headBoot >= 0) options.headBoot = raw.headBoot;
+  if (raw.headBoot >= 0) {
+    options.headBoot = raw.headBoot;
+  }
   options.framesPerSecond = raw.framesPerSecond;
   options.quiet = raw.quiet != FALSE;
   options.log = raw.noLog == FALSE;

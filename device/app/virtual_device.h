@@ -45,7 +45,7 @@ struct DevicePaths {
 class VirtualDevice {
  public:
   // Offers everything. Throws std::runtime_error (ModelError and TrackError are such).
-  VirtualDevice(Options options, const DevicePaths& paths, GDBusConnection* connection);
+  VirtualDevice(Options given, const DevicePaths& paths, GDBusConnection* connection);
   VirtualDevice(const VirtualDevice&) = delete;
   VirtualDevice& operator=(const VirtualDevice&) = delete;
 
@@ -81,33 +81,33 @@ class VirtualDevice {
   static gboolean restartDue(gpointer self);
   void writeReport();
 
-  Options options_;
-  Model model_;
-  std::int64_t start_;  // monotonic microseconds
-  Console console_;
-  Report report_;
-  World world_;
-  HeadDrive drive_;
-  ParameterStore parameterStore_;
-  std::vector<int> objects_;  // in the last frame of each channel
-  bool sampleDue_ = false;
-  int exitStatus_ = 0;
-  bool stopping_ = false;
+  Options options;
+  Model model;
+  std::int64_t start;  // monotonic microseconds
+  Console console;
+  Report report;
+  World world;
+  HeadDrive drive;
+  ParameterStore parameterStore;
+  std::vector<int> objects;  // in the last frame of each channel
+  bool sampleDue = false;
+  int exitStatus = 0;
+  bool stopping = false;
 
-  ApplicationMonitor monitor_;
-  std::optional<SyslogServer> syslog_;
-  EventService events_;
-  PtzService ptz_;
-  ParameterService parameters_;
-  RemotePtzService remotePtz_;
-  LensService lens_;
-  FrameServer scenes_;
-  FrameServer subscribers_;
+  ApplicationMonitor monitor;
+  std::optional<SyslogServer> syslog;
+  EventService events;
+  PtzService ptz;
+  ParameterService parameters;
+  RemotePtzService remotePtz;
+  LensService lens;
+  FrameServer scenes;
+  FrameServer subscribers;
 
-  std::unique_ptr<GMainLoop, decltype(&g_main_loop_unref)> loop_;
-  std::unique_ptr<DaemonProcess> daemon_;
-  GSourcePtr restart_;
-  std::unique_ptr<WebInterface> web_;
+  std::unique_ptr<GMainLoop, decltype(&g_main_loop_unref)> loop;
+  std::unique_ptr<DaemonProcess> daemon;
+  GSourcePtr restart;
+  std::unique_ptr<WebInterface> web;
 };
 
 }  // namespace device

@@ -18,13 +18,13 @@ AxisSetup zoomAxis(const HeadSetup& setup) {
 
 // Degrees across the picture, fully out.
 double widestField(const HeadSetup& setup) {
-  return setup.zoomCurve.kind == ZoomCurveKind::Table ? setup.zoomCurve.table.front().fieldAngle
+  return setup.zoomCurve.kind == ZoomCurveKind::table ? setup.zoomCurve.table.front().fieldAngle
                                                       : setup.maxFieldAngle;
 }
 
 bool isStop(const HeadCommand& command) {
   const auto halts = [](const AxisCommand& axis) {
-    return axis.kind == MoveKind::Continuous && axis.value == 0;
+    return axis.kind == MoveKind::continuous && axis.value == 0;
   };
   return command.speed == 0 && halts(command.pan) && halts(command.tilt) && halts(command.zoom);
 }
@@ -32,12 +32,12 @@ bool isStop(const HeadCommand& command) {
 void drive(Axis& axis, const AxisCommand& command, const DriveCurve& curve, double fullSpeed,
            int limitPercent, double speedHold) {
   switch (command.kind) {
-    case MoveKind::None:
+    case MoveKind::none:
       return;
-    case MoveKind::Absolute:
+    case MoveKind::absolute:
       axis.moveTo(command.value, fullSpeed * limitPercent / 100);
       return;
-    case MoveKind::Continuous:
+    case MoveKind::continuous:
       axis.moveAt(fullSpeed * drivenPercent(curve, std::clamp(command.value, -100.0, 100.0)) / 100,
                   speedHold);
       return;
@@ -121,7 +121,7 @@ HeadStatus Head::toldStatus() {
 }
 
 double Head::multiplier(const HeadSetup& setup, double zoom) {
-  if (setup.zoomCurve.kind == ZoomCurveKind::Linear) {
+  if (setup.zoomCurve.kind == ZoomCurveKind::linear) {
     const double range = setup.maxFieldAngle / setup.minFieldAngle - 1;
     return range * (zoom - setup.minZoom) / setup.maxZoom + 1;
   }
@@ -141,9 +141,9 @@ void Head::apply(const HeadCommand& command) {
 }
 
 void Head::goTo(const HeadPosition& position, int speed) {
-  command({.pan = {MoveKind::Absolute, position.pan},
-           .tilt = {MoveKind::Absolute, position.tilt},
-           .zoom = {MoveKind::Absolute, static_cast<double>(position.zoom)},
+  command({.pan = {MoveKind::absolute, position.pan},
+           .tilt = {MoveKind::absolute, position.tilt},
+           .zoom = {MoveKind::absolute, static_cast<double>(position.zoom)},
            .speed = speed});
 }
 

@@ -4,11 +4,11 @@
 namespace device {
 
 // How a command drives an axis; the numbers are those of the PTZ service.
-enum class MoveKind { None = 0, Absolute = 1, Continuous = 3 };
+enum class MoveKind { none = 0, absolute = 1, continuous = 3 };
 
-// value: degrees or zoom steps for Absolute, percent of full speed (-100 to 100) for Continuous.
+// value: degrees or zoom steps for absolute, percent of full speed (-100 to 100) for continuous.
 struct AxisCommand {
-  MoveKind kind = MoveKind::None;
+  MoveKind kind = MoveKind::none;
   double value = 0;
 };
 

@@ -21,13 +21,13 @@ double magnificationAt(const ZoomCurve& curve, double position, double widestFie
                        double narrowestField) {
   const double most = widestField / narrowestField;
   switch (curve.kind) {
-    case ZoomCurveKind::Linear:
+    case ZoomCurveKind::linear:
       return 1 + (most - 1) * position;
-    case ZoomCurveKind::Power:
+    case ZoomCurveKind::power:
       return 1 + (most - 1) * std::pow(position, curve.exponent);
-    case ZoomCurveKind::Logarithmic:
+    case ZoomCurveKind::logarithmic:
       return std::pow(most, position);
-    case ZoomCurveKind::Table:
+    case ZoomCurveKind::table:
       return curve.table.front().fieldAngle / fieldFromTable(curve.table, position);
   }
   return 1;

@@ -8,10 +8,10 @@ namespace device {
 // How the picture narrows along the zoom scale. A position is a share of the way from fully out (0)
 // to fully in (1).
 enum class ZoomCurveKind {
-  Linear,       // magnification grows evenly with the position
-  Power,        // magnification grows with a power of the position
-  Logarithmic,  // each part of the way magnifies by the same factor
-  Table         // the field angle is measured at some positions
+  linear,       // magnification grows evenly with the position
+  power,        // magnification grows with a power of the position
+  logarithmic,  // each part of the way magnifies by the same factor
+  table         // the field angle is measured at some positions
 };
 
 struct ZoomPoint {
@@ -20,7 +20,7 @@ struct ZoomPoint {
 };
 
 struct ZoomCurve {
-  ZoomCurveKind kind = ZoomCurveKind::Linear;
+  ZoomCurveKind kind = ZoomCurveKind::linear;
   double exponent = 1;           // of Power
   std::vector<ZoomPoint> table;  // of Table: positions grow from 0 to 1, field angles fall
 };

@@ -98,10 +98,10 @@ HeadPosition readHome(const Section& section, const HeadSetup& head) {
 
 ZoomCurveKind zoomCurveKindOf(const std::string& name) {
   static const std::map<std::string, ZoomCurveKind> KINDS{
-      {"linear", ZoomCurveKind::Linear},
-      {"power", ZoomCurveKind::Power},
-      {"logarithmic", ZoomCurveKind::Logarithmic},
-      {"table", ZoomCurveKind::Table}};
+      {"linear", ZoomCurveKind::linear},
+      {"power", ZoomCurveKind::power},
+      {"logarithmic", ZoomCurveKind::logarithmic},
+      {"table", ZoomCurveKind::table}};
   return KINDS.at(name);
 }
 
@@ -125,7 +125,7 @@ ZoomCurve readZoomCurve(const Section& section) {
   for (const Section& point : section.sections("table")) {
     curve.table.push_back({point.number("position"), point.number("field")});
   }
-  if (curve.kind == ZoomCurveKind::Table) {
+  if (curve.kind == ZoomCurveKind::table) {
     checkZoomTable(section, curve.table);
   }
   return curve;
@@ -283,9 +283,9 @@ OcclusionSetup readOcclusions(const Section& section) {
 }
 
 GhostSetup readGhost(const Section& section) {
-  static const std::map<std::string, GhostKind> KINDS{{"tree", GhostKind::Tree},
-                                                      {"shadow", GhostKind::Shadow},
-                                                      {"headlights", GhostKind::Headlights}};
+  static const std::map<std::string, GhostKind> KINDS{{"tree", GhostKind::tree},
+                                                      {"shadow", GhostKind::shadow},
+                                                      {"headlights", GhostKind::headlights}};
   GhostSetup ghost{.kind = KINDS.at(section.text("kind")),
                    .middle = {section.number("x_m"), section.number("y_m")},
                    .width = section.number("width_m"),
@@ -299,7 +299,7 @@ GhostSetup readGhost(const Section& section) {
 
 VelocityKind velocityKindOf(const std::string& name) {
   static const std::map<std::string, VelocityKind> KINDS{
-      {"exact", VelocityKind::True}, {"past", VelocityKind::Past}, {"none", VelocityKind::None}};
+      {"exact", VelocityKind::exact}, {"past", VelocityKind::past}, {"none", VelocityKind::none}};
   return KINDS.at(name);
 }
 

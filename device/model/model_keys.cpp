@@ -13,32 +13,32 @@ constexpr Standard REQUIRED = std::nullopt;
 
 constexpr ModelKey number(std::string_view name, std::string_view unit, double low, double high,
                           Standard standard) {
-  return {name, KeyKind::Number, unit, low, high, "", standard};
+  return {name, KeyKind::number, unit, low, high, "", standard};
 }
 
 constexpr ModelKey whole(std::string_view name, std::string_view unit, double low, double high,
                          Standard standard) {
-  return {name, KeyKind::Whole, unit, low, high, "", standard};
+  return {name, KeyKind::whole, unit, low, high, "", standard};
 }
 
 constexpr ModelKey flag(std::string_view name, Standard standard) {
-  return {name, KeyKind::Flag, "", 0, 0, "", standard};
+  return {name, KeyKind::flag, "", 0, 0, "", standard};
 }
 
 constexpr ModelKey text(std::string_view name, Standard standard, std::string_view choices = "") {
-  return {name, KeyKind::Text, "", 0, 0, choices, standard};
+  return {name, KeyKind::text, "", 0, 0, choices, standard};
 }
 
 constexpr ModelKey texts(std::string_view name, Standard standard) {
-  return {name, KeyKind::Texts, "", 0, 0, "", standard};
+  return {name, KeyKind::texts, "", 0, 0, "", standard};
 }
 
 constexpr ModelKey section(std::string_view name, Standard standard) {
-  return {name, KeyKind::Section, "", 0, 0, "", standard};
+  return {name, KeyKind::section, "", 0, 0, "", standard};
 }
 
 constexpr ModelKey sections(std::string_view name, Standard standard) {
-  return {name, KeyKind::Sections, "", 0, 0, "", standard};
+  return {name, KeyKind::sections, "", 0, 0, "", standard};
 }
 
 constexpr std::array KEYS{
@@ -200,18 +200,18 @@ const ModelKey* findModelKey(std::string_view name) {
 
 std::string boundsText(const ModelKey& key) {
   switch (key.kind) {
-    case KeyKind::Number:
-    case KeyKind::Whole:
+    case KeyKind::number:
+    case KeyKind::whole:
       return shortText(key.low) + " to " + shortText(key.high);
-    case KeyKind::Flag:
+    case KeyKind::flag:
       return "true, false";
-    case KeyKind::Text:
+    case KeyKind::text:
       return key.choices.empty() ? "text" : listed(key.choices);
-    case KeyKind::Texts:
+    case KeyKind::texts:
       return "texts";
-    case KeyKind::Section:
+    case KeyKind::section:
       return "object";
-    case KeyKind::Sections:
+    case KeyKind::sections:
       return "array";
   }
   return "";

@@ -9,19 +9,19 @@
 namespace device {
 
 enum class KeyKind {
-  Number,
-  Whole,     // a whole number
-  Flag,      // true or false
-  Text,      // any text, or one of the choices
-  Texts,     // an object whose members are texts, by any name
-  Section,   // an object with keys of its own; left out, all of them have their defaults
-  Sections,  // an array of such objects
+  number,
+  whole,     // a whole number
+  flag,      // true or false
+  text,      // any text, or one of the choices
+  texts,     // an object whose members are texts, by any name
+  section,   // an object with keys of its own; left out, all of them have their defaults
+  sections,  // an array of such objects
 };
 
 // One key of a model file. The reader knows keys, bounds and defaults from here alone.
 struct ModelKey {
   std::string_view name;  // the place in the file: "head.pan.speed", "channels[].name"
-  KeyKind kind = KeyKind::Number;
+  KeyKind kind = KeyKind::number;
   std::string_view unit;
   double low = 0;  // of Number and Whole, both bounds included
   double high = 0;

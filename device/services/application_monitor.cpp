@@ -9,7 +9,9 @@ namespace device {
 namespace {
 
 bool takeWord(std::string_view word, std::string_view* text) {
-  if (!text->starts_with(word)) return false;
+  if (!text->starts_with(word)) {
+    return false;
+  }
   text->remove_prefix(word.size());
   return true;
 }
@@ -28,27 +30,35 @@ bool isProfile(std::string_view topic) {
 
 }  // namespace
 
-ApplicationMonitor::ApplicationMonitor(Callbacks callbacks) : callbacks_(std::move(callbacks)) {}
+ApplicationMonitor::ApplicationMonitor(Callbacks callbacks) : callbacks(std::move(callbacks)) {}
 
 void ApplicationMonitor::handle(const Event& event) {
-  if (valueOf<std::string>(event.keys, "topic1") != "SentrelVideo") return;
+  if (valueOf<std::string>(event.keys, "topic1") != "SentrelVideo") {
+    return;
+  }
   const auto topic = valueOf<std::string>(event.keys, "topic2");
-  if (!topic) return;
+  if (!topic) {
+    return;
+  }
 
   if (*topic == "state") {
-    const auto state = valueOf<std::string>(event.keys, "value");
-    if (!state) return;
-    state_ = *state;
-    callbacks_.onState(state_);
+    const auto value = valueOf<std::string>(event.keys, "value");
+    if (!value) {
+      return;
+    }
+    state = *value;
+    callbacks.onState(state);
     return;
   }
   const auto active = valueOf<bool>(event.keys, "active");
-  if (!active) return;
+  if (!active) {
+    return;
+  }
   if (*topic == "isSentreling") {
-    callbacks_.onSentreling(*active);
-  } else if (isProfile(*topic) && alarms_[event.id] != *active) {
-    alarms_[event.id] = *active;
-    callbacks_.onAlarm(*active);
+    callbacks.onSentreling(*active);
+  } else if (isProfile(*topic) && alarms[event.id] != *active) {
+    alarms[event.id] = *active;
+    callbacks.onAlarm(*active);
   }
 }
 

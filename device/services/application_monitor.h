@@ -27,12 +27,12 @@ class ApplicationMonitor {
   void handle(const Event& event);
 
   // The tracker's state as it was told last, empty before.
-  const std::string& state() const { return state_; }
+  const std::string& getState() const { return state; }
 
  private:
-  Callbacks callbacks_;
-  std::string state_;
-  std::map<std::uint32_t, bool> alarms_;  // by declaration
+  Callbacks callbacks;
+  std::string state;
+  std::map<std::uint32_t, bool> alarms;  // by declaration
 };
 
 }  // namespace device

@@ -17,29 +17,29 @@ GObjectPtr<GDBusConnection> connectToSystemBus();
 class BusName {
  public:
   // Throws std::runtime_error when another process holds the name.
-  BusName(GDBusConnection* connection, std::string name);
+  BusName(GDBusConnection* connection, std::string busName);
   BusName(const BusName&) = delete;
   BusName& operator=(const BusName&) = delete;
   ~BusName();
 
  private:
-  GObjectPtr<GDBusConnection> connection_;
-  std::string name_;
+  GObjectPtr<GDBusConnection> connection;
+  std::string name;
 };
 
 // An object on the bus, from construction to destruction.
 class BusObject {
  public:
   // Takes over the skeleton; throws std::runtime_error when the path is taken.
-  BusObject(GDBusConnection* connection, gpointer skeleton, const std::string& path);
+  BusObject(GDBusConnection* connection, gpointer created, const std::string& path);
   BusObject(const BusObject&) = delete;
   BusObject& operator=(const BusObject&) = delete;
   ~BusObject();
 
-  gpointer get() const { return skeleton_.get(); }
+  gpointer get() const { return skeleton.get(); }
 
  private:
-  GObjectPtr<GDBusInterfaceSkeleton> skeleton_;
+  GObjectPtr<GDBusInterfaceSkeleton> skeleton;
 };
 
 // Answers a call with org.freedesktop.DBus.Error.InvalidArgs.

@@ -35,20 +35,28 @@ std::string statusLine(const Status& status) {
   return line + format("  objects %d", status.objects);
 }
 
-void Console::openLog(const std::filesystem::path& file) {
-  std::filesystem::create_directories(file.parent_path());
-  file_.open(file);
-  if (!file_) throw std::runtime_error("Cannot write " + file.string());
+void Console::openLog(const std::filesystem::path& path) {
+  std::filesystem::create_directories(path.parent_path());
+  file.open(path);
+  if (!file) {
+    throw std::runtime_error("Cannot write " + path.string());
+  }
 }
 
 void Console::status(const Status& status) {
-  if (!quiet_) message(statusLine(status));
+  if (!quiet) {
+    message(statusLine(status));
+  }
 }
 
 void Console::log(double time, const SyslogLine& line) {
   const std::string text = logLine(time, line);
-  if (file_.is_open()) file_ << text << std::endl;
-  if (!quiet_) message(text);
+  if (file.is_open()) {
+    file << text << std::endl;
+  }
+  if (!quiet) {
+    message(text);
+  }
 }
 
 void Console::message(const std::string& text) {

@@ -28,10 +28,10 @@ std::string statusLine(const Status& status);
 // What the user sees of a run, on standard output; log lines go to a file as well.
 class Console {
  public:
-  explicit Console(bool quiet) : quiet_(quiet) {}
+  explicit Console(bool quiet) : quiet(quiet) {}
 
   // Keeps the log lines in a file, whose folder is made; throws std::runtime_error.
-  void openLog(const std::filesystem::path& file);
+  void openLog(const std::filesystem::path& path);
 
   void status(const Status& status);
   void log(double time, const SyslogLine& line);
@@ -40,8 +40,8 @@ class Console {
   void message(const std::string& text);
 
  private:
-  bool quiet_;
-  std::ofstream file_;
+  bool quiet;
+  std::ofstream file;
 };
 
 }  // namespace device

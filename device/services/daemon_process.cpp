@@ -22,7 +22,9 @@ pid_t parentOf(const std::filesystem::path& process) {
   std::getline(file, text);
   // The name in brackets may hold anything; a state and the parent follow it.
   const std::size_t end = text.rfind(')');
-  if (end == std::string::npos || text.size() < end + 4) return 0;
+  if (end == std::string::npos || text.size() < end + 4) {
+    return 0;
+  }
   pid_t parent = 0;
   std::from_chars(text.data() + end + 4, text.data() + text.size(), parent);
   return parent;
@@ -35,8 +37,12 @@ std::set<pid_t> children() {
     const std::string name = entry.path().filename();
     pid_t pid = 0;
     const auto [end, error] = std::from_chars(name.data(), name.data() + name.size(), pid);
-    if (error != std::errc() || end != name.data() + name.size()) continue;
-    if (parentOf(entry.path()) == getpid()) found.insert(pid);
+    if (error != std::errc() || end != name.data() + name.size()) {
+      continue;
+    }
+    if (parentOf(entry.path()) == getpid()) {
+      found.insert(pid);
+    }
   }
   return found;
 }
@@ -44,7 +50,9 @@ std::set<pid_t> children() {
 std::vector<char*> toArgv(std::vector<std::string>& command) {
   std::vector<char*> argv;
   argv.reserve(command.size() + 1);
-  for (std::string& argument : command) argv.push_back(argument.data());
+  for (std::string& argument : command) {
+    argv.push_back(argument.data());
+  }
   argv.push_back(nullptr);
   return argv;
 }
@@ -52,75 +60,87 @@ std::vector<char*> toArgv(std::vector<std::string>& command) {
 }  // namespace
 
 std::string describeWaitStatus(int waitStatus) {
-  if (WIFEXITED(waitStatus)) return "status " + std::to_string(WEXITSTATUS(waitStatus));
+  if (WIFEXITED(waitStatus)) {
+    return "status " + std::to_string(WEXITSTATUS(waitStatus));
+  }
   const int signal = WTERMSIG(waitStatus);
   return "signal " + std::to_string(signal) + " (" + strsignal(signal) + ")";
 }
 
 DaemonProcess::DaemonProcess(std::vector<std::string> command, OnEnd onEnd, int graceSeconds)
-    : onEnd_(std::move(onEnd)), graceSeconds_(graceSeconds), others_(children()) {
+    : onEnd(std::move(onEnd)), graceSeconds(graceSeconds), others(children()) {
   prctl(PR_SET_CHILD_SUBREAPER, 1, 0, 0, 0);
   ErrorSlot error;
-  GPid pid = 0;
+  GPid child = 0;
   const GSpawnFlags flags = G_SPAWN_DO_NOT_REAP_CHILD;
-  if (!g_spawn_async(nullptr, toArgv(command).data(), nullptr, flags, nullptr, nullptr, &pid,
+  if (!g_spawn_async(nullptr, toArgv(command).data(), nullptr, flags, nullptr, nullptr, &child,
                      error.out())) {
     throw std::runtime_error("Cannot start the daemon: " + error.message());
   }
-  watch(pid);
+  watch(child);
 }
 
 DaemonProcess::~DaemonProcess() {
-  if (pid_ == 0) return;
-  kill(pid_, SIGKILL);
-  waitpid(pid_, nullptr, 0);
+  if (pid == 0) {
+    return;
+  }
+  kill(pid, SIGKILL);
+  waitpid(pid, nullptr, 0);
 }
 
 void DaemonProcess::terminate() {
-  if (pid_ == 0 || asked_ != 0) return;
-  asked_ = g_get_monotonic_time();
-  kill(pid_, SIGTERM);
+  if (pid == 0 || asked != 0) {
+    return;
+  }
+  asked = g_get_monotonic_time();
+  kill(pid, SIGTERM);
   // Not the timer of whole seconds: to wake up together with others, it may fire early.
-  constexpr guint kMillisecondsPerSecond = 1000;
-  grace_.reset(g_timeout_source_new(static_cast<guint>(graceSeconds_) * kMillisecondsPerSecond));
-  g_source_set_callback(grace_.get(), graceOver, this, nullptr);
-  g_source_attach(grace_.get(), g_main_context_get_thread_default());
+  constexpr guint MILLISECONDS_PER_SECOND = 1000;
+  grace.reset(g_timeout_source_new(static_cast<guint>(graceSeconds) * MILLISECONDS_PER_SECOND));
+  g_source_set_callback(grace.get(), graceOver, this, nullptr);
+  g_source_attach(grace.get(), g_main_context_get_thread_default());
 }
 
-void DaemonProcess::watch(pid_t pid) {
-  pid_ = pid;
-  watch_.reset(g_child_watch_source_new(pid));
-  g_source_set_callback(watch_.get(), G_SOURCE_FUNC(ended), this, nullptr);
-  g_source_attach(watch_.get(), g_main_context_get_thread_default());
+void DaemonProcess::watch(pid_t child) {
+  pid = child;
+  watchOfChild.reset(g_child_watch_source_new(child));
+  g_source_set_callback(watchOfChild.get(), G_SOURCE_FUNC(ended), this, nullptr);
+  g_source_attach(watchOfChild.get(), g_main_context_get_thread_default());
 }
 
 pid_t DaemonProcess::inherited() const {
-  for (const pid_t pid : children()) {
-    if (!others_.contains(pid)) return pid;
+  for (const pid_t child : children()) {
+    if (!others.contains(child)) {
+      return child;
+    }
   }
   return 0;
 }
 
 void DaemonProcess::ended(GPid, gint waitStatus, gpointer data) {
   auto* self = static_cast<DaemonProcess*>(data);
-  const bool launched = std::exchange(self->launching_, false);
+  const bool launched = std::exchange(self->launching, false);
   const pid_t child = launched ? self->inherited() : 0;
   if (child != 0) {
     self->watch(child);
-    if (self->asked_ != 0) kill(child, self->killed_ ? SIGKILL : SIGTERM);
+    if (self->asked != 0) {
+      kill(child, self->killed ? SIGKILL : SIGTERM);
+    }
     return;
   }
-  self->pid_ = 0;
-  self->grace_.reset();
-  DaemonEnd end{self->asked_ != 0, self->killed_, waitStatus, 0};
-  if (end.asked) end.seconds = static_cast<double>(g_get_monotonic_time() - self->asked_) / 1e6;
-  self->onEnd_(end);
+  self->pid = 0;
+  self->grace.reset();
+  DaemonEnd end{self->asked != 0, self->killed, waitStatus, 0};
+  if (end.asked) {
+    end.seconds = static_cast<double>(g_get_monotonic_time() - self->asked) / 1e6;
+  }
+  self->onEnd(end);
 }
 
 gboolean DaemonProcess::graceOver(gpointer data) {
   auto* self = static_cast<DaemonProcess*>(data);
-  self->killed_ = true;
-  kill(self->pid_, SIGKILL);
+  self->killed = true;
+  kill(self->pid, SIGKILL);
   return G_SOURCE_REMOVE;
 }
 

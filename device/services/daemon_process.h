@@ -34,18 +34,18 @@ class DaemonProcess {
  public:
   using OnEnd = std::function<void(const DaemonEnd& end)>;
 
-  static constexpr int kGraceSeconds = 10;
+  static constexpr int GRACE_SECONDS = 10;
 
   // Throws std::runtime_error when the program cannot be started. Its end is told from the main
   // loop, also when it ends at once.
-  DaemonProcess(std::vector<std::string> command, OnEnd onEnd, int graceSeconds = kGraceSeconds);
+  DaemonProcess(std::vector<std::string> command, OnEnd onEnd, int graceSeconds = GRACE_SECONDS);
   DaemonProcess(const DaemonProcess&) = delete;
   DaemonProcess& operator=(const DaemonProcess&) = delete;
 
   // Kills what still runs.
   ~DaemonProcess();
 
-  bool isRunning() const { return pid_ != 0; }
+  bool isRunning() const { return pid != 0; }
 
   // Asks for the end by SIGTERM, and after the grace time enforces it. Again is ignored.
   void terminate();
@@ -53,19 +53,19 @@ class DaemonProcess {
  private:
   static void ended(GPid pid, gint waitStatus, gpointer self);
   static gboolean graceOver(gpointer self);
-  void watch(pid_t pid);
+  void watch(pid_t child);
   // The process that the launcher left behind, 0 when there is none.
   pid_t inherited() const;
 
-  OnEnd onEnd_;
-  int graceSeconds_;
-  std::set<pid_t> others_;  // children from before
-  pid_t pid_ = 0;           // of the launcher, then of the daemon; 0 when there is none
-  bool launching_ = true;
-  std::int64_t asked_ = 0;  // when the end was asked for, monotonic microseconds
-  bool killed_ = false;
-  GSourcePtr watch_;
-  GSourcePtr grace_;
+  OnEnd onEnd;
+  int graceSeconds;
+  std::set<pid_t> others;  // children from before
+  pid_t pid = 0;           // of the launcher, then of the daemon; 0 when there is none
+  bool launching = true;
+  std::int64_t asked = 0;  // when the end was asked for, monotonic microseconds
+  bool killed = false;
+  GSourcePtr watchOfChild;
+  GSourcePtr grace;
 };
 
 }  // namespace device

@@ -7,28 +7,28 @@ namespace device {
 
 namespace {
 
-constexpr double kMicrosecondsPerSecond = 1e6;
+constexpr double MICROSECONDS_PER_SECOND = 1e6;
 
 }  // namespace
 
 DelayedCalls::~DelayedCalls() {
-  for (const Call& call : calls_) {
+  for (const Call& call : calls) {
     g_dbus_method_invocation_return_dbus_error(
         call.invocation, "org.freedesktop.DBus.Error.NoReply", "The service has ended");
   }
 }
 
 void DelayedCalls::take(GDBusMethodInvocation* invocation, Work work) {
-  if (delay_.isOff()) {
+  if (delay.isOff()) {
     work()();
     return;
   }
   const std::int64_t now = g_get_monotonic_time();
-  const auto delay = static_cast<std::int64_t>(delay_.next() * kMicrosecondsPerSecond);
-  lastArrival_ = std::max(lastArrival_, now + delay / 2);
-  lastAnswer_ = std::max(lastAnswer_, now + delay);
-  calls_.push_back({this, invocation, std::move(work), nullptr, lastAnswer_, nullptr});
-  wait(calls_.back(), lastArrival_, arrived);
+  const auto duration = static_cast<std::int64_t>(delay.next() * MICROSECONDS_PER_SECOND);
+  lastArrival = std::max(lastArrival, now + duration / 2);
+  lastAnswer = std::max(lastAnswer, now + duration);
+  calls.push_back({this, invocation, std::move(work), nullptr, lastAnswer, nullptr});
+  wait(calls.back(), lastArrival, arrived);
 }
 
 void DelayedCalls::wait(Call& call, std::int64_t until, GSourceFunc then) {
@@ -48,7 +48,7 @@ gboolean DelayedCalls::arrived(gpointer data) {
 gboolean DelayedCalls::returned(gpointer data) {
   auto* call = static_cast<Call*>(data);
   call->answer();
-  call->owner->calls_.remove_if([call](const Call& other) { return &other == call; });
+  call->owner->calls.remove_if([call](const Call& other) { return &other == call; });
   return G_SOURCE_REMOVE;
 }
 

@@ -22,7 +22,7 @@ class DelayedCalls {
   // What the service does when the call has arrived; returns how it answers.
   using Work = std::function<Answer()>;
 
-  explicit DelayedCalls(const CallDelay& delay) : delay_(delay) {}
+  explicit DelayedCalls(const CallDelay& delay) : delay(delay) {}
   DelayedCalls(const DelayedCalls&) = delete;
   DelayedCalls& operator=(const DelayedCalls&) = delete;
   ~DelayedCalls();
@@ -44,10 +44,10 @@ class DelayedCalls {
   static gboolean arrived(gpointer call);
   static gboolean returned(gpointer call);
 
-  CallDelay delay_;
-  std::int64_t lastArrival_ = 0;
-  std::int64_t lastAnswer_ = 0;
-  std::list<Call> calls_;
+  CallDelay delay;
+  std::int64_t lastArrival = 0;
+  std::int64_t lastAnswer = 0;
+  std::list<Call> calls;
 };
 
 }  // namespace device

@@ -18,11 +18,15 @@ struct ValueToVariant {
 };
 
 std::optional<EventValue> valueFromVariant(GVariant* variant) {
-  if (g_variant_is_of_type(variant, G_VARIANT_TYPE_INT32)) return g_variant_get_int32(variant);
+  if (g_variant_is_of_type(variant, G_VARIANT_TYPE_INT32)) {
+    return g_variant_get_int32(variant);
+  }
   if (g_variant_is_of_type(variant, G_VARIANT_TYPE_BOOLEAN)) {
     return g_variant_get_boolean(variant) != FALSE;
   }
-  if (g_variant_is_of_type(variant, G_VARIANT_TYPE_DOUBLE)) return g_variant_get_double(variant);
+  if (g_variant_is_of_type(variant, G_VARIANT_TYPE_DOUBLE)) {
+    return g_variant_get_double(variant);
+  }
   if (g_variant_is_of_type(variant, G_VARIANT_TYPE_STRING)) {
     return std::string(g_variant_get_string(variant, nullptr));
   }
@@ -32,8 +36,12 @@ std::optional<EventValue> valueFromVariant(GVariant* variant) {
 // False when the array holds more than one value or one of an unknown type.
 bool readValue(GVariant* values, std::optional<EventValue>* value) {
   const gsize count = g_variant_n_children(values);
-  if (count == 0) return true;
-  if (count > 1) return false;
+  if (count == 0) {
+    return true;
+  }
+  if (count > 1) {
+    return false;
+  }
   const GVariantPtr boxed(g_variant_get_child_value(values, 0));
   const GVariantPtr inner(g_variant_get_variant(boxed.get()));
   *value = valueFromVariant(inner.get());
@@ -86,7 +94,9 @@ std::optional<EventKeys> eventKeysFromVariant(GVariant* variant) {
                   &niceName, &valueNiceName);
     const GVariantPtr values(rawValues);
     EventKey key{name, nameSpace, std::nullopt, marks, userTag, niceName, valueNiceName};
-    if (!readValue(values.get(), &key.value)) return std::nullopt;
+    if (!readValue(values.get(), &key.value)) {
+      return std::nullopt;
+    }
     keys.push_back(std::move(key));
   }
   return keys;

@@ -14,7 +14,7 @@ namespace device {
 
 using EventValue = std::variant<std::int32_t, bool, double, std::string>;
 
-enum EventMark_e : std::uint32_t { kMarkSource = 1, kMarkData = 2 };
+enum EventMark_e : std::uint32_t { MARK_SOURCE = 1, MARK_DATA = 2 };
 
 // One key of an event; absent texts are empty.
 struct EventKey {
@@ -37,8 +37,12 @@ EventKey* findKey(EventKeys& keys, std::string_view name, std::string_view nameS
 template <typename T>
 std::optional<T> valueOf(const EventKeys& keys, std::string_view name) {
   for (const EventKey& key : keys) {
-    if (key.name != name || !key.value) continue;
-    if (const T* value = std::get_if<T>(&*key.value)) return *value;
+    if (key.name != name || !key.value) {
+      continue;
+    }
+    if (const T* value = std::get_if<T>(&*key.value)) {
+      return *value;
+    }
   }
   return std::nullopt;
 }

@@ -8,9 +8,9 @@ namespace device {
 
 namespace {
 
-constexpr char kName[] = "com.orva.EventService";
-constexpr char kPath[] = "/com/orva/EventService";
-constexpr char kDevice[] = "device";  // no bus client can have this name
+constexpr char NAME[] = "com.orva.EventService";
+constexpr char PATH[] = "/com/orva/EventService";
+constexpr char DEVICE[] = "device";  // no bus client can have this name
 
 }  // namespace
 
@@ -19,11 +19,15 @@ struct EventService::Handlers {
                           GVariant* variant, gboolean stateless, gpointer self) {
     auto* service = static_cast<EventService*>(self);
     auto keys = eventKeysFromVariant(variant);
-    if (!keys) return refuse(invocation, "A value has an unknown type");
+    if (!keys) {
+      return refuse(invocation, "A value has an unknown type");
+    }
     std::uint32_t id = 0;
     const EventStatus_e status =
         service->declareFor(sender(invocation), std::move(*keys), stateless != FALSE, &id);
-    if (status != EventStatus_e::kOk) return refuse(invocation, toString(status));
+    if (status != EventStatus_e::ok) {
+      return refuse(invocation, toString(status));
+    }
     bus_event_service_complete_declare(skeleton, invocation, id);
     return TRUE;
   }
@@ -32,9 +36,13 @@ struct EventService::Handlers {
                        GVariant* variant, gint64 time, gpointer self) {
     auto* service = static_cast<EventService*>(self);
     const auto keys = eventKeysFromVariant(variant);
-    if (!keys) return refuse(invocation, "A value has an unknown type");
+    if (!keys) {
+      return refuse(invocation, "A value has an unknown type");
+    }
     const EventStatus_e status = service->sendFor(sender(invocation), id, *keys, time);
-    if (status != EventStatus_e::kOk) return refuse(invocation, toString(status));
+    if (status != EventStatus_e::ok) {
+      return refuse(invocation, toString(status));
+    }
     bus_event_service_complete_send(skeleton, invocation);
     return TRUE;
   }
@@ -43,7 +51,9 @@ struct EventService::Handlers {
                             guint32 id, gpointer self) {
     auto* service = static_cast<EventService*>(self);
     const EventStatus_e status = service->undeclareFor(sender(invocation), id);
-    if (status != EventStatus_e::kOk) return refuse(invocation, toString(status));
+    if (status != EventStatus_e::ok) {
+      return refuse(invocation, toString(status));
+    }
     bus_event_service_complete_undeclare(skeleton, invocation);
     return TRUE;
   }
@@ -52,7 +62,7 @@ struct EventService::Handlers {
                        gpointer self) {
     GVariantBuilder builder;
     g_variant_builder_init(&builder, G_VARIANT_TYPE("a(uba(ssavusss)x)"));
-    for (const auto& [id, event] : static_cast<EventService*>(self)->table_.events()) {
+    for (const auto& [id, event] : static_cast<EventService*>(self)->table.getEvents()) {
       g_variant_builder_add(&builder, "(ub@a(ssavusss)x)", id, event.stateless ? TRUE : FALSE,
                             toVariant(event.keys), event.time);
     }
@@ -75,88 +85,110 @@ struct EventService::Handlers {
 };
 
 EventService::EventService(GDBusConnection* connection)
-    : connection_(G_DBUS_CONNECTION(g_object_ref(connection))),
-      object_(connection, bus_event_service_skeleton_new(), kPath) {
-  g_signal_connect(object_.get(), "handle-declare", G_CALLBACK(Handlers::declare), this);
-  g_signal_connect(object_.get(), "handle-send", G_CALLBACK(Handlers::send), this);
-  g_signal_connect(object_.get(), "handle-undeclare", G_CALLBACK(Handlers::undeclare), this);
-  g_signal_connect(object_.get(), "handle-list", G_CALLBACK(Handlers::list), this);
-  name_.emplace(connection, kName);
+    : connection(G_DBUS_CONNECTION(g_object_ref(connection))),
+      object(connection, bus_event_service_skeleton_new(), PATH) {
+  g_signal_connect(object.get(), "handle-declare", G_CALLBACK(Handlers::declare), this);
+  g_signal_connect(object.get(), "handle-send", G_CALLBACK(Handlers::send), this);
+  g_signal_connect(object.get(), "handle-undeclare", G_CALLBACK(Handlers::undeclare), this);
+  g_signal_connect(object.get(), "handle-list", G_CALLBACK(Handlers::list), this);
+  name.emplace(connection, NAME);
 }
 
 EventService::~EventService() {
-  for (const auto& [client, watch] : watches_) g_bus_unwatch_name(watch);
+  for (const auto& [client, watch] : watches) {
+    g_bus_unwatch_name(watch);
+  }
 }
 
 std::uint32_t EventService::declare(EventKeys keys, bool stateless) {
   std::uint32_t id = 0;
-  const EventStatus_e status = declareFor(kDevice, std::move(keys), stateless, &id);
-  g_return_val_if_fail(status == EventStatus_e::kOk, 0);
+  const EventStatus_e status = declareFor(DEVICE, std::move(keys), stateless, &id);
+  g_return_val_if_fail(status == EventStatus_e::ok, 0);
   return id;
 }
 
 bool EventService::send(std::uint32_t id, const EventKeys& keys) {
-  return sendFor(kDevice, id, keys, g_get_real_time()) == EventStatus_e::kOk;
+  return sendFor(DEVICE, id, keys, g_get_real_time()) == EventStatus_e::ok;
 }
 
 bool EventService::isOfDevice(const Event& event) {
-  return event.owner == kDevice;
+  return event.owner == DEVICE;
 }
 
 EventStatus_e EventService::declareFor(const std::string& owner, EventKeys keys, bool stateless,
                                        std::uint32_t* id) {
   const EventStatus_e status =
-      table_.declare(owner, std::move(keys), stateless, g_get_real_time(), id);
-  if (status != EventStatus_e::kOk) return status;
-  if (owner != kDevice) watch(owner);
-  bus_event_service_emit_declared(BUS_EVENT_SERVICE(object_.get()), *id, stateless ? TRUE : FALSE,
-                                  toVariant(table_.events().at(*id).keys));
-  for (const Observer& observer : declaredObservers_) observer(table_.events().at(*id));
+      table.declare(owner, std::move(keys), stateless, g_get_real_time(), id);
+  if (status != EventStatus_e::ok) {
+    return status;
+  }
+  if (owner != DEVICE) {
+    watch(owner);
+  }
+  bus_event_service_emit_declared(BUS_EVENT_SERVICE(object.get()), *id, stateless ? TRUE : FALSE,
+                                  toVariant(table.getEvents().at(*id).keys));
+  for (const Observer& observer : declaredObservers) {
+    observer(table.getEvents().at(*id));
+  }
   return status;
 }
 
 EventStatus_e EventService::sendFor(const std::string& owner, std::uint32_t id,
                                     const EventKeys& keys, std::int64_t time) {
   Event sent;
-  const EventStatus_e status = table_.send(owner, id, keys, time, &sent);
-  if (status != EventStatus_e::kOk) return status;
-  bus_event_service_emit_sent(BUS_EVENT_SERVICE(object_.get()), id, toVariant(sent.keys), time);
-  for (const Observer& observer : observers_) observer(sent);
+  const EventStatus_e status = table.send(owner, id, keys, time, &sent);
+  if (status != EventStatus_e::ok) {
+    return status;
+  }
+  bus_event_service_emit_sent(BUS_EVENT_SERVICE(object.get()), id, toVariant(sent.keys), time);
+  for (const Observer& observer : observers) {
+    observer(sent);
+  }
   return status;
 }
 
 EventStatus_e EventService::undeclareFor(const std::string& owner, std::uint32_t id) {
-  const auto found = table_.events().find(id);
-  const Event event = found != table_.events().end() ? found->second : Event();
-  const EventStatus_e status = table_.undeclare(owner, id);
-  if (status != EventStatus_e::kOk) return status;
+  const auto found = table.getEvents().find(id);
+  const Event event = found != table.getEvents().end() ? found->second : Event();
+  const EventStatus_e status = table.undeclare(owner, id);
+  if (status != EventStatus_e::ok) {
+    return status;
+  }
   undeclared(event);
   unwatchIfIdle(owner);
   return status;
 }
 
 void EventService::undeclared(const Event& event) {
-  bus_event_service_emit_undeclared(BUS_EVENT_SERVICE(object_.get()), event.id);
-  for (const Observer& observer : undeclaredObservers_) observer(event);
+  bus_event_service_emit_undeclared(BUS_EVENT_SERVICE(object.get()), event.id);
+  for (const Observer& observer : undeclaredObservers) {
+    observer(event);
+  }
 }
 
 void EventService::watch(const std::string& client) {
-  if (watches_.contains(client)) return;
-  watches_[client] = g_bus_watch_name_on_connection(connection_.get(), client.c_str(),
-                                                    G_BUS_NAME_WATCHER_FLAGS_NONE, nullptr,
-                                                    Handlers::left, this, nullptr);
+  if (watches.contains(client)) {
+    return;
+  }
+  watches[client] = g_bus_watch_name_on_connection(connection.get(), client.c_str(),
+                                                   G_BUS_NAME_WATCHER_FLAGS_NONE, nullptr,
+                                                   Handlers::left, this, nullptr);
 }
 
 void EventService::unwatchIfIdle(const std::string& client) {
-  const auto found = watches_.find(client);
-  if (found == watches_.end() || table_.hasEventsOf(client)) return;
+  const auto found = watches.find(client);
+  if (found == watches.end() || table.hasEventsOf(client)) {
+    return;
+  }
   g_bus_unwatch_name(found->second);
-  watches_.erase(found);
+  watches.erase(found);
 }
 
 void EventService::clientLeft(const std::string& client) {
-  const std::map<std::uint32_t, Event> before = table_.events();
-  for (const std::uint32_t id : table_.undeclareAll(client)) undeclared(before.at(id));
+  const std::map<std::uint32_t, Event> before = table.getEvents();
+  for (const std::uint32_t id : table.undeclareAll(client)) {
+    undeclared(before.at(id));
+  }
   unwatchIfIdle(client);
 }
 

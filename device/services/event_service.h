@@ -34,16 +34,16 @@ class EventService {
   bool send(std::uint32_t id, const EventKeys& keys);
 
   // Observers are called in the order in which they were added and stay for good.
-  void observe(Observer observer) { observers_.push_back(std::move(observer)); }
+  void observe(Observer observer) { observers.push_back(std::move(observer)); }
 
   // The same for events that were declared, and for those that have just been undeclared.
-  void observeDeclared(Observer observer) { declaredObservers_.push_back(std::move(observer)); }
-  void observeUndeclared(Observer observer) { undeclaredObservers_.push_back(std::move(observer)); }
+  void observeDeclared(Observer observer) { declaredObservers.push_back(std::move(observer)); }
+  void observeUndeclared(Observer observer) { undeclaredObservers.push_back(std::move(observer)); }
 
   // True for an event of the device's own.
   static bool isOfDevice(const Event& event);
 
-  const EventTable& table() const { return table_; }
+  const EventTable& getTable() const { return table; }
 
  private:
   struct Handlers;
@@ -58,14 +58,14 @@ class EventService {
   void unwatchIfIdle(const std::string& client);
   void clientLeft(const std::string& client);
 
-  GObjectPtr<GDBusConnection> connection_;
-  EventTable table_;
-  std::vector<Observer> observers_;
-  std::vector<Observer> declaredObservers_;
-  std::vector<Observer> undeclaredObservers_;
-  std::map<std::string, guint> watches_;  // of clients with declarations
-  BusObject object_;
-  std::optional<BusName> name_;
+  GObjectPtr<GDBusConnection> connection;
+  EventTable table;
+  std::vector<Observer> observers;
+  std::vector<Observer> declaredObservers;
+  std::vector<Observer> undeclaredObservers;
+  std::map<std::string, guint> watches;  // of clients with declarations
+  BusObject object;
+  std::optional<BusName> name;
 };
 
 }  // namespace device

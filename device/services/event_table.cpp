@@ -9,7 +9,9 @@ namespace {
 
 bool hasDuplicates(const EventKeys& keys) {
   for (const EventKey& key : keys) {
-    if (findKey(keys, key.name, key.nameSpace) != &key) return true;
+    if (findKey(keys, key.name, key.nameSpace) != &key) {
+      return true;
+    }
   }
   return false;
 }
@@ -17,31 +19,35 @@ bool hasDuplicates(const EventKeys& keys) {
 EventStatus_e merge(const EventKeys& changes, EventKeys* keys) {
   for (const EventKey& change : changes) {
     EventKey* key = findKey(*keys, change.name, change.nameSpace);
-    if (key == nullptr) return EventStatus_e::kUnknownKey;
-    if (!change.value) continue;
+    if (key == nullptr) {
+      return EventStatus_e::unknownKey;
+    }
+    if (!change.value) {
+      continue;
+    }
     if (key->value && key->value->index() != change.value->index()) {
-      return EventStatus_e::kWrongType;
+      return EventStatus_e::wrongType;
     }
     key->value = change.value;
   }
-  return EventStatus_e::kOk;
+  return EventStatus_e::ok;
 }
 
 }  // namespace
 
 const char* toString(EventStatus_e status) {
   switch (status) {
-    case EventStatus_e::kOk:
+    case EventStatus_e::ok:
       return "";
-    case EventStatus_e::kNoKeys:
+    case EventStatus_e::noKeys:
       return "An event needs keys";
-    case EventStatus_e::kDuplicateKey:
+    case EventStatus_e::duplicateKey:
       return "A key is given twice";
-    case EventStatus_e::kUnknownDeclaration:
+    case EventStatus_e::unknownDeclaration:
       return "The caller has no such declaration";
-    case EventStatus_e::kUnknownKey:
+    case EventStatus_e::unknownKey:
       return "The event was declared without this key";
-    case EventStatus_e::kWrongType:
+    case EventStatus_e::wrongType:
       return "The value's type is not the declared one";
   }
   return "";
@@ -49,49 +55,65 @@ const char* toString(EventStatus_e status) {
 
 EventStatus_e EventTable::declare(const std::string& owner, EventKeys keys, bool stateless,
                                   std::int64_t time, std::uint32_t* id) {
-  if (keys.empty()) return EventStatus_e::kNoKeys;
-  if (hasDuplicates(keys)) return EventStatus_e::kDuplicateKey;
-  *id = ++lastId_;
-  events_[*id] = Event{*id, owner, stateless, std::move(keys), time};
-  return EventStatus_e::kOk;
+  if (keys.empty()) {
+    return EventStatus_e::noKeys;
+  }
+  if (hasDuplicates(keys)) {
+    return EventStatus_e::duplicateKey;
+  }
+  *id = ++lastId;
+  events[*id] = Event{*id, owner, stateless, std::move(keys), time};
+  return EventStatus_e::ok;
 }
 
 EventStatus_e EventTable::send(const std::string& owner, std::uint32_t id, const EventKeys& keys,
                                std::int64_t time, Event* sent) {
   Event* event = find(owner, id);
-  if (event == nullptr) return EventStatus_e::kUnknownDeclaration;
+  if (event == nullptr) {
+    return EventStatus_e::unknownDeclaration;
+  }
   Event changed = *event;
   changed.time = time;
   const EventStatus_e status = merge(keys, &changed.keys);
-  if (status != EventStatus_e::kOk) return status;
+  if (status != EventStatus_e::ok) {
+    return status;
+  }
   event->time = time;
-  if (!event->stateless) event->keys = changed.keys;
+  if (!event->stateless) {
+    event->keys = changed.keys;
+  }
   *sent = std::move(changed);
-  return EventStatus_e::kOk;
+  return EventStatus_e::ok;
 }
 
 EventStatus_e EventTable::undeclare(const std::string& owner, std::uint32_t id) {
-  if (find(owner, id) == nullptr) return EventStatus_e::kUnknownDeclaration;
-  events_.erase(id);
-  return EventStatus_e::kOk;
+  if (find(owner, id) == nullptr) {
+    return EventStatus_e::unknownDeclaration;
+  }
+  events.erase(id);
+  return EventStatus_e::ok;
 }
 
 std::vector<std::uint32_t> EventTable::undeclareAll(const std::string& owner) {
   std::vector<std::uint32_t> ids;
-  for (const auto& [id, event] : events_) {
-    if (event.owner == owner) ids.push_back(id);
+  for (const auto& [id, event] : events) {
+    if (event.owner == owner) {
+      ids.push_back(id);
+    }
   }
-  for (const std::uint32_t id : ids) events_.erase(id);
+  for (const std::uint32_t id : ids) {
+    events.erase(id);
+  }
   return ids;
 }
 
 bool EventTable::hasEventsOf(const std::string& owner) const {
-  return std::ranges::any_of(events_, [&](const auto& item) { return item.second.owner == owner; });
+  return std::ranges::any_of(events, [&](const auto& item) { return item.second.owner == owner; });
 }
 
 Event* EventTable::find(const std::string& owner, std::uint32_t id) {
-  const auto found = events_.find(id);
-  return found == events_.end() || found->second.owner != owner ? nullptr : &found->second;
+  const auto found = events.find(id);
+  return found == events.end() || found->second.owner != owner ? nullptr : &found->second;
 }
 
 }  // namespace device

@@ -19,16 +19,9 @@ struct Event {
   std::int64_t time = 0;  // of the last change, microseconds of wall-clock time
 };
 
-enum class EventStatus_e {
-  kOk,
-  kNoKeys,
-  kDuplicateKey,
-  kUnknownDeclaration,
-  kUnknownKey,
-  kWrongType
-};
+enum class EventStatus_e { ok, noKeys, duplicateKey, unknownDeclaration, unknownKey, wrongType };
 
-// A message for the client; empty for kOk.
+// A message for the client; empty for ok.
 const char* toString(EventStatus_e status);
 
 // The declared events and their state. An owner reaches its own events only.
@@ -50,13 +43,13 @@ class EventTable {
 
   bool hasEventsOf(const std::string& owner) const;
 
-  const std::map<std::uint32_t, Event>& events() const { return events_; }
+  const std::map<std::uint32_t, Event>& getEvents() const { return events; }
 
  private:
   Event* find(const std::string& owner, std::uint32_t id);
 
-  std::map<std::uint32_t, Event> events_;
-  std::uint32_t lastId_ = 0;
+  std::map<std::uint32_t, Event> events;
+  std::uint32_t lastId = 0;
 };
 
 }  // namespace device

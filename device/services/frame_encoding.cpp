@@ -11,7 +11,7 @@ namespace device {
 
 namespace {
 
-constexpr std::int32_t kConfident = 4096;  // Q12, from here on
+constexpr std::int32_t CONFIDENT = 4096;  // Q12, from here on
 
 std::vector<std::int32_t> flatten(std::span<const FramePoint> points) {
   std::vector<std::int32_t> values;
@@ -25,16 +25,16 @@ std::vector<std::int32_t> flatten(std::span<const FramePoint> points) {
 
 void encodeObject(const FrameObject& object, int mask, SceneEncoder* encoder) {
   encoder->beginObject(object.id);
-  if ((mask & kFrameBox) != 0) {
+  if ((mask & FRAME_BOX) != 0) {
     encoder->addObjectProperty(SCENE_OBJ_PROP_BOUNDING_BOX, flatten(object.box));
   }
-  if ((mask & kFramePolygon) != 0) {
+  if ((mask & FRAME_POLYGON) != 0) {
     encoder->addObjectProperty(SCENE_OBJ_PROP_POLYGON, flatten(object.outline));
   }
-  if ((mask & kFrameVelocity) != 0 && object.hasVelocity) {
+  if ((mask & FRAME_VELOCITY) != 0 && object.hasVelocity) {
     encoder->addObjectProperty(SCENE_OBJ_PROP_VELOCITY, flatten({&object.velocity, 1}));
   }
-  if ((mask & kFrameLowConfident) != 0) {
+  if ((mask & FRAME_LOW_CONFIDENT) != 0) {
     encoder->addObjectProperty(SCENE_OBJ_PROP_CONFIDENCE, {&object.confidence, 1});
   }
 }
@@ -45,8 +45,10 @@ std::vector<std::uint8_t> encodeFrame(const Frame& frame, int mask) {
   SceneEncoder encoder;
   encoder.addSceneProperty(SCENE_PROP_TIMESTAMP, {&frame.timestamp, 1});
   for (const FrameObject& object : frame.objects) {
-    const bool wanted = object.confidence >= kConfident || (mask & kFrameLowConfident) != 0;
-    if (wanted) encodeObject(object, mask, &encoder);
+    const bool wanted = object.confidence >= CONFIDENT || (mask & FRAME_LOW_CONFIDENT) != 0;
+    if (wanted) {
+      encodeObject(object, mask, &encoder);
+    }
   }
   for (const FrameEvent& event : frame.events) {
     encoder.addEvent(static_cast<int>(event.action), event.from, event.to);

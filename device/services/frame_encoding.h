@@ -9,7 +9,7 @@
 namespace device {
 
 // The bytes of a frame with the properties of a mask (FrameProperty_e bits). Without
-// kFrameLowConfident, objects that the analytics are not sure of are left out.
+// FRAME_LOW_CONFIDENT, objects that the analytics are not sure of are left out.
 std::vector<std::uint8_t> encodeFrame(const Frame& frame, int mask);
 
 }  // namespace device

@@ -9,19 +9,23 @@ namespace {
 
 using namespace std::string_view_literals;
 
-constexpr int kAllProperties = kFrameBox | kFramePolygon | kFrameVelocity | kFrameLowConfident;
-constexpr std::size_t kSceneProperties = 3;  // of version 1.0, in the order of their bits
+constexpr int ALL_PROPERTIES = FRAME_BOX | FRAME_POLYGON | FRAME_VELOCITY | FRAME_LOW_CONFIDENT;
+constexpr std::size_t SCENE_PROPERTIES = 3;  // of version 1.0, in the order of their bits
 
 // With the zero byte that ends an answer.
-constexpr std::string_view kSceneOk = "1.0 OK\0"sv;
-constexpr std::string_view kSceneError = "1.0 ERROR\0"sv;
+constexpr std::string_view SCENE_OK = "1.0 OK\0"sv;
+constexpr std::string_view SCENE_ERROR = "1.0 ERROR\0"sv;
 
 std::vector<std::string_view> split(std::string_view text) {
   std::vector<std::string_view> tokens;
   while (!text.empty()) {
     const std::size_t end = text.find(' ');
-    if (end != 0) tokens.push_back(text.substr(0, end));
-    if (end == std::string_view::npos) break;
+    if (end != 0) {
+      tokens.push_back(text.substr(0, end));
+    }
+    if (end == std::string_view::npos) {
+      break;
+    }
     text.remove_prefix(end + 1);
   }
   return tokens;
@@ -30,38 +34,56 @@ std::vector<std::string_view> split(std::string_view text) {
 std::optional<int> toInt(std::string_view text) {
   int value = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-  if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+  if (error != std::errc() || end != text.data() + text.size()) {
+    return std::nullopt;
+  }
   return value;
 }
 
 std::optional<int> channelIn(std::string_view text, int first, int channels) {
   const auto number = toInt(text);
-  if (!number || *number < first || *number >= first + channels) return std::nullopt;
+  if (!number || *number < first || *number >= first + channels) {
+    return std::nullopt;
+  }
   return *number - first;
 }
 
 std::optional<FrameRequest> parseSceneRequest(std::string_view line, int channels) {
   const auto tokens = split(line);
-  if (tokens.size() != 3 + kSceneProperties) return std::nullopt;
-  if (tokens[0] != "1.0" || tokens[1] != "OPEN") return std::nullopt;
+  if (tokens.size() != 3 + SCENE_PROPERTIES) {
+    return std::nullopt;
+  }
+  if (tokens[0] != "1.0" || tokens[1] != "OPEN") {
+    return std::nullopt;
+  }
   FrameRequest request;
-  for (std::size_t i = 0; i < kSceneProperties; ++i) {
+  for (std::size_t i = 0; i < SCENE_PROPERTIES; ++i) {
     const std::string_view token = tokens[2 + i];
-    if (token != "0" && token != "1") return std::nullopt;
-    if (token == "1") request.mask |= 1 << i;
+    if (token != "0" && token != "1") {
+      return std::nullopt;
+    }
+    if (token == "1") {
+      request.mask |= 1 << i;
+    }
   }
   const auto channel = channelIn(tokens.back(), 1, channels);
-  if (!channel) return std::nullopt;
+  if (!channel) {
+    return std::nullopt;
+  }
   request.channel = *channel;
   return request;
 }
 
 std::optional<FrameRequest> parseSubscription(std::string_view line, int channels) {
   const auto tokens = split(line);
-  if (tokens.size() != 3 || tokens[0] != "SUBSCRIBE") return std::nullopt;
+  if (tokens.size() != 3 || tokens[0] != "SUBSCRIBE") {
+    return std::nullopt;
+  }
   const auto channel = channelIn(tokens[1], 0, channels);
   const auto mask = toInt(tokens[2]);
-  if (!channel || !mask || (*mask & ~kAllProperties) != 0) return std::nullopt;
+  if (!channel || !mask || (*mask & ~ALL_PROPERTIES) != 0) {
+    return std::nullopt;
+  }
   return FrameRequest{*channel, *mask};
 }
 
@@ -69,7 +91,7 @@ std::optional<FrameRequest> parseSubscription(std::string_view line, int channel
 
 HandshakeAnswer sceneHandshake(std::string_view line, int channels) {
   const auto request = parseSceneRequest(line, channels);
-  return {std::string(request ? kSceneOk : kSceneError), request};
+  return {std::string(request ? SCENE_OK : SCENE_ERROR), request};
 }
 
 HandshakeAnswer subscriberHandshake(std::string_view line, int channels) {

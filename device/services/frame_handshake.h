@@ -9,10 +9,10 @@ namespace device {
 
 // What a frame holds, and the bits in which clients ask for it.
 enum FrameProperty_e {
-  kFrameBox = 1,
-  kFramePolygon = 2,
-  kFrameVelocity = 4,
-  kFrameLowConfident = 8  // objects of low confidence too, and the confidence of each
+  FRAME_BOX = 1,
+  FRAME_POLYGON = 2,
+  FRAME_VELOCITY = 4,
+  FRAME_LOW_CONFIDENT = 8  // objects of low confidence too, and the confidence of each
 };
 
 // A client's wish.

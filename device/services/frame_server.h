@@ -27,17 +27,17 @@ class FrameServer {
   // The bytes of the present frame with the properties of a mask.
   using Encode = std::function<std::vector<std::uint8_t>(int mask)>;
 
-  static constexpr std::size_t kQueueLimit = 1 << 20;  // bytes for each client
+  static constexpr std::size_t QUEUE_LIMIT = 1 << 20;  // bytes for each client
 
   // Throws std::runtime_error when the socket cannot be opened.
   FrameServer(const std::string& path, Handshake handshake, int channels,
-              std::size_t queueLimit = kQueueLimit);
+              std::size_t queueLimit = QUEUE_LIMIT);
 
   // Sends one frame of a channel (counted from 0) to the clients of that channel; encode is called
   // once for each mask asked for.
   void publish(int channel, std::int64_t time, const Encode& encode);
 
-  std::size_t clients() const { return clients_.size(); }
+  std::size_t countClients() const { return clients.size(); }
   // Clients that receive frames.
   std::size_t subscribers() const;
 
@@ -51,11 +51,11 @@ class FrameServer {
   void accept(GObjectPtr<GSocket> socket);
   void handleLine(Position client, std::string_view line);
 
-  Handshake handshake_;
-  int channels_;
-  std::size_t queueLimit_;
-  std::list<Client> clients_;
-  LocalListener listener_;
+  Handshake handshake;
+  int channels;
+  std::size_t queueLimit;
+  std::list<Client> clients;
+  LocalListener listener;
 };
 
 }  // namespace device

@@ -44,17 +44,17 @@ using GSourcePtr = std::unique_ptr<GSource, GSourceDeleter>;
 // For GLib's GError** arguments: pass error.out(), then ask message().
 class ErrorSlot {
  public:
-  GError** out() { return &error_; }
-  bool isSet() const { return error_ != nullptr; }
-  bool is(GQuark domain, int code) const { return g_error_matches(error_, domain, code) != FALSE; }
-  std::string message() const { return error_ != nullptr ? error_->message : "unknown error"; }
+  GError** out() { return &error; }
+  bool isSet() const { return error != nullptr; }
+  bool is(GQuark domain, int code) const { return g_error_matches(error, domain, code) != FALSE; }
+  std::string message() const { return error != nullptr ? error->message : "unknown error"; }
   ErrorSlot() = default;
   ErrorSlot(const ErrorSlot&) = delete;
   ErrorSlot& operator=(const ErrorSlot&) = delete;
-  ~ErrorSlot() { g_clear_error(&error_); }
+  ~ErrorSlot() { g_clear_error(&error); }
 
  private:
-  GError* error_ = nullptr;
+  GError* error = nullptr;
 };
 
 }  // namespace device

@@ -4,13 +4,15 @@
 
 namespace device {
 
-HeadDrive::HeadDrive(const HeadSetup& setup, Clock clock, std::uint64_t seed)
-    : clock_(std::move(clock)), time_(clock_()), head_(setup, seed) {}
+HeadDrive::HeadDrive(const HeadSetup& setup, Clock timeSource, std::uint64_t seed)
+    : clock(std::move(timeSource)), time(clock()), head(setup, seed) {}
 
 void HeadDrive::advance() {
-  constexpr double kMicrosecondsPerSecond = 1e6;
-  const std::int64_t now = clock_();
-  for (; time_ + kStep <= now; time_ += kStep) head_.step(kStep / kMicrosecondsPerSecond);
+  constexpr double MICROSECONDS_PER_SECOND = 1e6;
+  const std::int64_t now = clock();
+  for (; time + STEP <= now; time += STEP) {
+    head.step(STEP / MICROSECONDS_PER_SECOND);
+  }
 }
 
 }  // namespace device

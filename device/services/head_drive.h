@@ -11,27 +11,27 @@ namespace device {
 // Takes the head through real time, in even steps that lag behind the clock by less than one step.
 class HeadDrive {
  public:
-  static constexpr std::int64_t kStep = 5000;  // microseconds
+  static constexpr std::int64_t STEP = 5000;  // microseconds
 
   // Microseconds of a clock that never goes back.
   using Clock = std::function<std::int64_t()>;
 
   // The seed is that of the head's chance.
-  HeadDrive(const HeadSetup& setup, Clock clock, std::uint64_t seed = 1);
+  HeadDrive(const HeadSetup& setup, Clock timeSource, std::uint64_t seed = 1);
 
   // Steps the head up to the present.
   void advance();
 
   // The head as it is at the present.
-  Head& head() {
+  Head& getHead() {
     advance();
-    return head_;
+    return head;
   }
 
  private:
-  Clock clock_;
-  std::int64_t time_;  // up to which the head has been stepped
-  Head head_;
+  Clock clock;
+  std::int64_t time;  // up to which the head has been stepped
+  Head head;
 };
 
 }  // namespace device

@@ -7,24 +7,28 @@ namespace device {
 
 namespace {
 
-constexpr std::string_view kRequestHead = "GET orva-cgi/param.cgi?action=list&group=";
-constexpr std::string_view kRequestTail = " 1";
-constexpr std::string_view kRoot = "root.";
+constexpr std::string_view REQUEST_HEAD = "GET orva-cgi/param.cgi?action=list&group=";
+constexpr std::string_view REQUEST_TAIL = " 1";
+constexpr std::string_view ROOT = "root.";
 
 }  // namespace
 
 const char* refusalOf(unsigned channel, unsigned speed) {
-  if (channel != kHeadChannel) return "The head is on channel 1";
-  return speed > kFullHeadSpeed ? "A speed is 0 to 100 percent" : nullptr;
+  if (channel != HEAD_CHANNEL) {
+    return "The head is on channel 1";
+  }
+  return speed > FULL_HEAD_SPEED ? "A speed is 0 to 100 percent" : nullptr;
 }
 
 std::optional<AxisCommand> axisCommand(int kind, double value) {
   switch (kind) {
     case 0:
-      return AxisCommand{MoveKind::None, 0};
+      return AxisCommand{MoveKind::none, 0};
     case 1:
     case 3:
-      if (!std::isfinite(value)) return std::nullopt;
+      if (!std::isfinite(value)) {
+        return std::nullopt;
+      }
       return AxisCommand{static_cast<MoveKind>(kind), value};
     default:
       return std::nullopt;
@@ -32,21 +36,27 @@ std::optional<AxisCommand> axisCommand(int kind, double value) {
 }
 
 HeadParameters::HeadParameters(std::map<std::string, std::string> parameters, IsReady isReady)
-    : parameters_(std::move(parameters)), isReady_(std::move(isReady)) {}
+    : parameters(std::move(parameters)), isReady(std::move(isReady)) {}
 
 std::string HeadParameters::answer(std::string_view request) const {
-  if (!isReady_()) return "0 0";
+  if (!isReady()) {
+    return "0 0";
+  }
   if (request.ends_with('\r')) request.remove_suffix(1);
-  if (!request.starts_with(kRequestHead) || !request.ends_with(kRequestTail)) {
+  if (!request.starts_with(REQUEST_HEAD) || !request.ends_with(REQUEST_TAIL)) {
     return "error: not a request";
   }
-  request.remove_prefix(kRequestHead.size());
-  request.remove_suffix(kRequestTail.size());
+  request.remove_prefix(REQUEST_HEAD.size());
+  request.remove_suffix(REQUEST_TAIL.size());
   std::string name(request);
-  if (name.starts_with(kRoot)) name.erase(0, kRoot.size());
-  const auto found = parameters_.find(name);
-  const std::string fullName = std::string(kRoot) + name;
-  if (found == parameters_.end()) return "error: no parameter " + fullName;
+  if (name.starts_with(ROOT)) {
+    name.erase(0, ROOT.size());
+  }
+  const auto found = parameters.find(name);
+  const std::string fullName = std::string(ROOT) + name;
+  if (found == parameters.end()) {
+    return "error: no parameter " + fullName;
+  }
   return fullName + "=" + found->second;
 }
 

@@ -12,8 +12,8 @@
 // What the head's services make of what they are asked, by whatever way it comes.
 namespace device {
 
-inline constexpr int kHeadChannel = 1;
-inline constexpr int kFullHeadSpeed = 100;  // percent
+inline constexpr int HEAD_CHANNEL = 1;
+inline constexpr int FULL_HEAD_SPEED = 100;  // percent
 
 // Why a call is refused; null when it is not.
 const char* refusalOf(unsigned channel, unsigned speed = 0);
@@ -35,8 +35,8 @@ class HeadParameters {
   std::string answer(std::string_view request) const;
 
  private:
-  std::map<std::string, std::string> parameters_;
-  IsReady isReady_;
+  std::map<std::string, std::string> parameters;
+  IsReady isReady;
 };
 
 }  // namespace device

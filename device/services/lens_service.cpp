@@ -8,8 +8,8 @@ namespace device {
 
 namespace {
 
-constexpr char kName[] = "com.orva.M12LensSelectionFov";
-constexpr char kPath[] = "/com/orva/M12LensSelectionFov/";
+constexpr char NAME[] = "com.orva.M12LensSelectionFov";
+constexpr char PATH[] = "/com/orva/M12LensSelectionFov/";
 
 std::list<BusObject> offer(GDBusConnection* connection, std::span<const Lens> lenses) {
   std::list<BusObject> objects;
@@ -19,7 +19,7 @@ std::list<BusObject> offer(GDBusConnection* connection, std::span<const Lens> le
     bus_m12_lens_selection_fov_set_optics_wide_hfo_v(skeleton, lens.horizontalFov);
     bus_m12_lens_selection_fov_set_optics_wide_vfo_v(skeleton, lens.verticalFov);
     bus_m12_lens_selection_fov_set_sensor_rotation(skeleton, lens.rotation);
-    objects.emplace_back(connection, skeleton, kPath + std::to_string(channel));
+    objects.emplace_back(connection, skeleton, PATH + std::to_string(channel));
   }
   return objects;
 }
@@ -27,6 +27,6 @@ std::list<BusObject> offer(GDBusConnection* connection, std::span<const Lens> le
 }  // namespace
 
 LensService::LensService(GDBusConnection* connection, std::span<const Lens> lenses)
-    : objects_(offer(connection, lenses)), name_(connection, kName) {}
+    : objects(offer(connection, lenses)), name(connection, NAME) {}
 
 }  // namespace device

@@ -23,8 +23,8 @@ class LensService {
   LensService(GDBusConnection* connection, std::span<const Lens> lenses);
 
  private:
-  std::list<BusObject> objects_;
-  BusName name_;
+  std::list<BusObject> objects;
+  BusName name;
 };
 
 }  // namespace device

@@ -12,13 +12,15 @@ namespace device {
 
 namespace {
 
-constexpr mode_t kForEveryUser = 0666;
+constexpr mode_t FOR_EVERY_USER = 0666;
 
 }  // namespace
 
 GObjectPtr<GSocket> bindLocalSocket(const std::string& path, GSocketType type) {
   const auto folder = std::filesystem::path(path).parent_path();
-  if (!folder.empty()) std::filesystem::create_directories(folder);
+  if (!folder.empty()) {
+    std::filesystem::create_directories(folder);
+  }
   std::filesystem::remove(path);
 
   ErrorSlot error;
@@ -28,7 +30,7 @@ GObjectPtr<GSocket> bindLocalSocket(const std::string& path, GSocketType type) {
   if (!socket || !g_socket_bind(socket.get(), address.get(), FALSE, error.out())) {
     throw std::runtime_error("Cannot open " + path + ": " + error.message());
   }
-  chmod(path.c_str(), kForEveryUser);
+  chmod(path.c_str(), FOR_EVERY_USER);
   g_socket_set_blocking(socket.get(), FALSE);
   return socket;
 }
@@ -41,26 +43,28 @@ GSourcePtr watchSocket(GSocket* socket, GIOCondition condition, GSocketSourceFun
   return source;
 }
 
-LocalListener::LocalListener(std::string path, Accept accept)
-    : path_(std::move(path)),
-      accept_(std::move(accept)),
-      socket_(bindLocalSocket(path_, G_SOCKET_TYPE_STREAM)) {
+LocalListener::LocalListener(std::string socketPath, Accept accept)
+    : path(std::move(socketPath)),
+      accept(std::move(accept)),
+      socket(bindLocalSocket(path, G_SOCKET_TYPE_STREAM)) {
   ErrorSlot error;
-  if (!g_socket_listen(socket_.get(), error.out())) {
-    throw std::runtime_error("Cannot listen at " + path_ + ": " + error.message());
+  if (!g_socket_listen(socket.get(), error.out())) {
+    throw std::runtime_error("Cannot listen at " + path + ": " + error.message());
   }
-  source_ = watchSocket(socket_.get(), G_IO_IN, readable, this);
+  source = watchSocket(socket.get(), G_IO_IN, readable, this);
 }
 
 LocalListener::~LocalListener() {
-  unlink(path_.c_str());
+  unlink(path.c_str());
 }
 
 gboolean LocalListener::readable(GSocket* socket, GIOCondition, gpointer self) {
   GObjectPtr<GSocket> client(g_socket_accept(socket, nullptr, nullptr));
-  if (!client) return G_SOURCE_CONTINUE;
+  if (!client) {
+    return G_SOURCE_CONTINUE;
+  }
   g_socket_set_blocking(client.get(), FALSE);
-  static_cast<LocalListener*>(self)->accept_(std::move(client));
+  static_cast<LocalListener*>(self)->accept(std::move(client));
   return G_SOURCE_CONTINUE;
 }
 

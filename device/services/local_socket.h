@@ -24,20 +24,20 @@ class LocalListener {
  public:
   using Accept = std::function<void(GObjectPtr<GSocket> socket)>;
 
-  LocalListener(std::string path, Accept accept);
+  LocalListener(std::string socketPath, Accept accept);
   LocalListener(const LocalListener&) = delete;
   LocalListener& operator=(const LocalListener&) = delete;
   ~LocalListener();
 
-  const std::string& path() const { return path_; }
+  const std::string& getPath() const { return path; }
 
  private:
   static gboolean readable(GSocket* socket, GIOCondition condition, gpointer self);
 
-  std::string path_;
-  Accept accept_;
-  GObjectPtr<GSocket> socket_;
-  GSourcePtr source_;
+  std::string path;
+  Accept accept;
+  GObjectPtr<GSocket> socket;
+  GSourcePtr source;
 };
 
 }  // namespace device

@@ -8,23 +8,25 @@ namespace device {
 
 namespace {
 
-constexpr char kName[] = "com.orva.ParameterService";
-constexpr char kPath[] = "/com/orva/ParameterService";
+constexpr char NAME[] = "com.orva.ParameterService";
+constexpr char PATH[] = "/com/orva/ParameterService";
 
 }  // namespace
 
 struct ParameterService::Handlers {
   static gboolean get(BusParameterService* skeleton, GDBusMethodInvocation* invocation,
                       const gchar* name, gpointer self) {
-    const auto value = static_cast<ParameterService*>(self)->store_.get(name);
-    if (!value) return refuse(invocation, name);
+    const auto value = static_cast<ParameterService*>(self)->store.get(name);
+    if (!value) {
+      return refuse(invocation, name);
+    }
     bus_parameter_service_complete_get(skeleton, invocation, value->c_str());
     return TRUE;
   }
 
   static gboolean set(BusParameterService* skeleton, GDBusMethodInvocation* invocation,
                       const gchar* name, const gchar* value, gpointer self) {
-    if (!static_cast<ParameterService*>(self)->store_.set(name, value)) {
+    if (!static_cast<ParameterService*>(self)->store.set(name, value)) {
       return refuse(invocation, name);
     }
     bus_parameter_service_complete_set(skeleton, invocation);
@@ -35,7 +37,7 @@ struct ParameterService::Handlers {
                        const gchar* prefix, gpointer self) {
     GVariantBuilder builder;
     g_variant_builder_init(&builder, G_VARIANT_TYPE("a{ss}"));
-    for (const auto& [name, value] : static_cast<ParameterService*>(self)->store_.list(prefix)) {
+    for (const auto& [name, value] : static_cast<ParameterService*>(self)->store.list(prefix)) {
       g_variant_builder_add(&builder, "{ss}", name.c_str(), value.c_str());
     }
     bus_parameter_service_complete_list(skeleton, invocation, g_variant_builder_end(&builder));
@@ -49,12 +51,12 @@ struct ParameterService::Handlers {
 };
 
 ParameterService::ParameterService(GDBusConnection* connection, ParameterStore& store)
-    : store_(store),
-      object_(connection, bus_parameter_service_skeleton_new(), kPath),
-      name_(connection, kName) {
-  g_signal_connect(object_.get(), "handle-get", G_CALLBACK(Handlers::get), this);
-  g_signal_connect(object_.get(), "handle-set", G_CALLBACK(Handlers::set), this);
-  g_signal_connect(object_.get(), "handle-list", G_CALLBACK(Handlers::list), this);
+    : store(store),
+      object(connection, bus_parameter_service_skeleton_new(), PATH),
+      name(connection, NAME) {
+  g_signal_connect(object.get(), "handle-get", G_CALLBACK(Handlers::get), this);
+  g_signal_connect(object.get(), "handle-set", G_CALLBACK(Handlers::set), this);
+  g_signal_connect(object.get(), "handle-list", G_CALLBACK(Handlers::list), this);
 }
 
 }  // namespace device

@@ -17,9 +17,9 @@ class ParameterService {
  private:
   struct Handlers;
 
-  ParameterStore& store_;
-  BusObject object_;
-  BusName name_;
+  ParameterStore& store;
+  BusObject object;
+  BusName name;
 };
 
 }  // namespace device

@@ -22,7 +22,7 @@ class ParameterStore {
   std::map<std::string, std::string> list(const std::string& prefix) const;
 
  private:
-  std::map<std::string, std::string> values_;
+  std::map<std::string, std::string> values;
 };
 
 }  // namespace device

@@ -20,10 +20,10 @@ class PeriodicTimer {
  private:
   static gboolean due(gpointer self);
 
-  std::int64_t period_;
-  std::int64_t next_;
-  std::function<void()> callback_;
-  GSourcePtr source_;
+  std::int64_t period;
+  std::int64_t next;
+  std::function<void()> callback;
+  GSourcePtr source;
 };
 
 }  // namespace device

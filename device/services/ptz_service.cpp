@@ -10,13 +10,13 @@ namespace device {
 
 namespace {
 
-constexpr char kName[] = "com.orva.PTZService";
-constexpr char kPath[] = "/com/orva/PTZService";
+constexpr char NAME[] = "com.orva.PTZService";
+constexpr char PATH[] = "/com/orva/PTZService";
 
 EventKeys topics(const char* event) {
   return {{"topic0", "tns1", "PTZController", 0, "", "", ""},
           {"topic1", "tnsorva", event, 0, "", "", ""},
-          {"channel", "", static_cast<std::int32_t>(kHeadChannel), kMarkSource, "", "", ""}};
+          {"channel", "", static_cast<std::int32_t>(HEAD_CHANNEL), MARK_SOURCE, "", "", ""}};
 }
 
 EventKey change(const char* name, EventValue value) {
@@ -25,14 +25,14 @@ EventKey change(const char* name, EventValue value) {
 
 EventKeys presetKeys() {
   EventKeys keys = topics("PTZPresets");
-  keys.push_back({"PresetToken", "", -1, kMarkSource, "", "", ""});
-  keys.push_back({"on_preset", "", false, kMarkData, "", "", ""});
+  keys.push_back({"PresetToken", "", -1, MARK_SOURCE, "", "", ""});
+  keys.push_back({"on_preset", "", false, MARK_DATA, "", "", ""});
   return keys;
 }
 
 EventKeys moveKeys() {
   EventKeys keys = topics("Move");
-  keys.push_back({"is_moving", "", false, kMarkData, "", "", ""});
+  keys.push_back({"is_moving", "", false, MARK_DATA, "", "", ""});
   return keys;
 }
 
@@ -42,7 +42,9 @@ struct PtzService::Handlers {
   static gboolean move(BusPTZService* skeleton, GDBusMethodInvocation* invocation, guint channel,
                        const gchar*, gint panKind, gdouble pan, gint tiltKind, gdouble tilt,
                        gint zoomKind, gint zoom, guint speed, gpointer self) {
-    if (!accepts(invocation, channel, speed)) return TRUE;
+    if (!accepts(invocation, channel, speed)) {
+      return TRUE;
+    }
     const auto panCommand = axisCommand(panKind, pan);
     const auto tiltCommand = axisCommand(tiltKind, tilt);
     const auto zoomCommand = axisCommand(zoomKind, zoom);
@@ -51,7 +53,7 @@ struct PtzService::Handlers {
       return TRUE;
     }
     const HeadCommand command{*panCommand, *tiltCommand, *zoomCommand, static_cast<int>(speed)};
-    calls(self).take(invocation, [=] {
+    callsOf(self).take(invocation, [=] {
       head(self).command(command);
       return [=] { bus_ptzservice_complete_move(skeleton, invocation); };
     });
@@ -60,8 +62,10 @@ struct PtzService::Handlers {
 
   static gboolean gotoHome(BusPTZService* skeleton, GDBusMethodInvocation* invocation,
                            guint channel, const gchar*, guint speed, gpointer self) {
-    if (!accepts(invocation, channel, speed)) return TRUE;
-    calls(self).take(invocation, [=] {
+    if (!accepts(invocation, channel, speed)) {
+      return TRUE;
+    }
+    callsOf(self).take(invocation, [=] {
       head(self).goHome(static_cast<int>(speed));
       return [=] { bus_ptzservice_complete_goto_home(skeleton, invocation); };
     });
@@ -70,8 +74,10 @@ struct PtzService::Handlers {
 
   static gboolean getStatus(BusPTZService* skeleton, GDBusMethodInvocation* invocation,
                             guint channel, gpointer self) {
-    if (!accepts(invocation, channel)) return TRUE;
-    calls(self).take(invocation, [=] {
+    if (!accepts(invocation, channel)) {
+      return TRUE;
+    }
+    callsOf(self).take(invocation, [=] {
       const HeadStatus status = head(self).toldStatus();
       return [=] {
         bus_ptzservice_complete_get_status(skeleton, invocation, status.pan, status.panMoving,
@@ -84,7 +90,9 @@ struct PtzService::Handlers {
 
   static gboolean setPreset(BusPTZService* skeleton, GDBusMethodInvocation* invocation,
                             guint channel, gint preset, gpointer self) {
-    if (!accepts(invocation, channel)) return TRUE;
+    if (!accepts(invocation, channel)) {
+      return TRUE;
+    }
     if (!head(self).setPreset(preset)) {
       answerInvalidArgs(invocation, "Presets count from 1");
       return TRUE;
@@ -95,7 +103,9 @@ struct PtzService::Handlers {
 
   static gboolean gotoPreset(BusPTZService* skeleton, GDBusMethodInvocation* invocation,
                              guint channel, gint preset, guint speed, gpointer self) {
-    if (!accepts(invocation, channel, speed)) return TRUE;
+    if (!accepts(invocation, channel, speed)) {
+      return TRUE;
+    }
     if (!head(self).goToPreset(preset, static_cast<int>(speed))) {
       answerInvalidArgs(invocation, "There is no preset " + std::to_string(preset));
       return TRUE;
@@ -106,7 +116,9 @@ struct PtzService::Handlers {
 
   static gboolean listPresets(BusPTZService* skeleton, GDBusMethodInvocation* invocation,
                               guint channel, gpointer self) {
-    if (!accepts(invocation, channel)) return TRUE;
+    if (!accepts(invocation, channel)) {
+      return TRUE;
+    }
     GVariantBuilder builder;
     g_variant_builder_init(&builder, G_VARIANT_TYPE("a(iddi)"));
     for (const auto& [preset, position] : head(self).getPresets()) {
@@ -116,49 +128,57 @@ struct PtzService::Handlers {
     return TRUE;
   }
 
-  static DelayedCalls& calls(gpointer self) { return static_cast<PtzService*>(self)->calls_; }
+  static DelayedCalls& callsOf(gpointer self) { return static_cast<PtzService*>(self)->calls; }
 
-  static Head& head(gpointer self) { return static_cast<PtzService*>(self)->drive_.head(); }
+  static Head& head(gpointer self) { return static_cast<PtzService*>(self)->drive.getHead(); }
 
   // Answers with an error itself.
   static bool accepts(GDBusMethodInvocation* invocation, guint channel, guint speed = 0) {
     const char* refusal = refusalOf(channel, speed);
-    if (refusal == nullptr) return true;
+    if (refusal == nullptr) {
+      return true;
+    }
     answerInvalidArgs(invocation, refusal);
     return false;
   }
 };
 
 PtzService::PtzService(GDBusConnection* connection, HeadDrive& drive, EventService& events)
-    : drive_(drive),
-      calls_(drive.head().makeCallDelay()),
-      events_(events),
-      presetEvent_(events.declare(presetKeys(), false)),
-      moveEvent_(events.declare(moveKeys(), false)),
-      object_(connection, bus_ptzservice_skeleton_new(), kPath),
-      name_(connection, kName) {
-  g_signal_connect(object_.get(), "handle-move", G_CALLBACK(Handlers::move), this);
-  g_signal_connect(object_.get(), "handle-goto-home", G_CALLBACK(Handlers::gotoHome), this);
-  g_signal_connect(object_.get(), "handle-get-status", G_CALLBACK(Handlers::getStatus), this);
-  g_signal_connect(object_.get(), "handle-set-preset", G_CALLBACK(Handlers::setPreset), this);
-  g_signal_connect(object_.get(), "handle-goto-preset", G_CALLBACK(Handlers::gotoPreset), this);
-  g_signal_connect(object_.get(), "handle-list-presets", G_CALLBACK(Handlers::listPresets), this);
+    : drive(drive),
+      calls(drive.getHead().makeCallDelay()),
+      events(events),
+      presetEvent(events.declare(presetKeys(), false)),
+      moveEvent(events.declare(moveKeys(), false)),
+      object(connection, bus_ptzservice_skeleton_new(), PATH),
+      name(connection, NAME) {
+  g_signal_connect(object.get(), "handle-move", G_CALLBACK(Handlers::move), this);
+  g_signal_connect(object.get(), "handle-goto-home", G_CALLBACK(Handlers::gotoHome), this);
+  g_signal_connect(object.get(), "handle-get-status", G_CALLBACK(Handlers::getStatus), this);
+  g_signal_connect(object.get(), "handle-set-preset", G_CALLBACK(Handlers::setPreset), this);
+  g_signal_connect(object.get(), "handle-goto-preset", G_CALLBACK(Handlers::gotoPreset), this);
+  g_signal_connect(object.get(), "handle-list-presets", G_CALLBACK(Handlers::listPresets), this);
   update();
 }
 
 void PtzService::update() {
-  const Head& head = drive_.head();
-  const bool moving = head.status().moving();
-  const int preset = head.presetHere();
-  if (preset != preset_ && preset_ != 0) sendPreset(false, preset_);
-  if (moving != moving_) events_.send(moveEvent_, {change("is_moving", moving)});
-  if (preset != preset_ && preset != 0) sendPreset(true, preset);
-  moving_ = moving;
-  preset_ = preset;
+  const Head& head = drive.getHead();
+  const bool isMoving = head.status().moving();
+  const int presetHere = head.presetHere();
+  if (presetHere != preset && preset != 0) {
+    sendPreset(false, preset);
+  }
+  if (isMoving != moving) {
+    events.send(moveEvent, {change("is_moving", isMoving)});
+  }
+  if (presetHere != preset && presetHere != 0) {
+    sendPreset(true, presetHere);
+  }
+  moving = isMoving;
+  preset = presetHere;
 }
 
-void PtzService::sendPreset(bool onPreset, int preset) {
-  events_.send(presetEvent_, {change("on_preset", onPreset), change("PresetToken", preset)});
+void PtzService::sendPreset(bool onPreset, int token) {
+  events.send(presetEvent, {change("on_preset", onPreset), change("PresetToken", token)});
 }
 
 }  // namespace device

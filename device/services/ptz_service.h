@@ -26,17 +26,17 @@ class PtzService {
  private:
   struct Handlers;
 
-  void sendPreset(bool onPreset, int preset);
+  void sendPreset(bool onPreset, int token);
 
-  HeadDrive& drive_;
-  DelayedCalls calls_;
-  EventService& events_;
-  std::uint32_t presetEvent_;
-  std::uint32_t moveEvent_;
-  int preset_ = 0;  // at which the head rests, 0 for none
-  bool moving_ = false;
-  BusObject object_;
-  BusName name_;
+  HeadDrive& drive;
+  DelayedCalls calls;
+  EventService& events;
+  std::uint32_t presetEvent;
+  std::uint32_t moveEvent;
+  int preset = 0;  // at which the head rests, 0 for none
+  bool moving = false;
+  BusObject object;
+  BusName name;
 };
 
 }  // namespace device

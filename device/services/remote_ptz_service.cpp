@@ -8,9 +8,9 @@ namespace device {
 
 namespace {
 
-constexpr char kName[] = "com.orva.RemoteCameraControl.PTZ";
-constexpr char kPath[] = "/com/orva/RemoteCameraControl/PTZ";
-constexpr std::size_t kQueueLimit = 1 << 16;  // bytes
+constexpr char NAME[] = "com.orva.RemoteCameraControl.PTZ";
+constexpr char PATH[] = "/com/orva/RemoteCameraControl/PTZ";
+constexpr std::size_t QUEUE_LIMIT = 1 << 16;  // bytes
 
 }  // namespace
 
@@ -21,7 +21,7 @@ struct RemotePtzService::Handlers {
       answerInvalidArgs(invocation, refusal);
       return TRUE;
     }
-    const std::string& path = static_cast<RemotePtzService*>(self)->listener_.path();
+    const std::string& path = static_cast<RemotePtzService*>(self)->listener.getPath();
     bus_remote_camera_control_ptztravo_complete_open_channel(skeleton, invocation, path.c_str());
     return TRUE;
   }
@@ -29,22 +29,22 @@ struct RemotePtzService::Handlers {
 
 RemotePtzService::RemotePtzService(GDBusConnection* connection, const std::string& folder,
                                    HeadParameters parameters)
-    : parameters_(std::move(parameters)),
-      listener_(folder + "/channel" + std::to_string(kHeadChannel),
-                [this](GObjectPtr<GSocket> socket) { accept(std::move(socket)); }),
-      object_(connection, bus_remote_camera_control_ptztravo_skeleton_new(), kPath),
-      name_(connection, kName) {
-  g_signal_connect(object_.get(), "handle-open-channel", G_CALLBACK(Handlers::openChannel), this);
+    : parameters(std::move(parameters)),
+      listener(folder + "/channel" + std::to_string(HEAD_CHANNEL),
+               [this](GObjectPtr<GSocket> socket) { accept(std::move(socket)); }),
+      object(connection, bus_remote_camera_control_ptztravo_skeleton_new(), PATH),
+      name(connection, NAME) {
+  g_signal_connect(object.get(), "handle-open-channel", G_CALLBACK(Handlers::openChannel), this);
 }
 
 void RemotePtzService::accept(GObjectPtr<GSocket> socket) {
-  const auto client = clients_.emplace(clients_.end());
+  const auto client = clients.emplace(clients.end());
   *client = std::make_unique<StreamClient>(
-      std::move(socket), kQueueLimit,
+      std::move(socket), QUEUE_LIMIT,
       StreamClient::Callbacks{[this, client](std::string_view line) {
-                                (*client)->send(sharedBytes(parameters_.answer(line) + "\n"));
+                                (*client)->send(sharedBytes(parameters.answer(line) + "\n"));
                               },
-                              [this, client] { clients_.erase(client); }});
+                              [this, client] { clients.erase(client); }});
 }
 
 }  // namespace device

@@ -27,11 +27,11 @@ class RemotePtzService {
 
   void accept(GObjectPtr<GSocket> socket);
 
-  HeadParameters parameters_;
-  std::list<std::unique_ptr<StreamClient>> clients_;
-  LocalListener listener_;
-  BusObject object_;
-  BusName name_;
+  HeadParameters parameters;
+  std::list<std::unique_ptr<StreamClient>> clients;
+  LocalListener listener;
+  BusObject object;
+  BusName name;
 };
 
 }  // namespace device

@@ -34,7 +34,7 @@ class StreamClient {
     std::function<void()> onClosed;
   };
 
-  StreamClient(GObjectPtr<GSocket> socket, std::size_t queueLimit, Callbacks callbacks);
+  StreamClient(GObjectPtr<GSocket> connected, std::size_t queueLimit, Callbacks callbacks);
   StreamClient(const StreamClient&) = delete;
   StreamClient& operator=(const StreamClient&) = delete;
 
@@ -45,7 +45,7 @@ class StreamClient {
   // Closes once everything queued has been sent; lines are no longer read.
   void closeWhenSent();
 
-  std::size_t queued() const { return queued_; }  // bytes
+  std::size_t getQueued() const { return queued; }  // bytes
 
  private:
   static gboolean readable(GSocket* socket, GIOCondition condition, gpointer self);
@@ -55,17 +55,17 @@ class StreamClient {
   bool flush();
   void fail();
 
-  GObjectPtr<GSocket> socket_;
-  std::size_t queueLimit_;
-  Callbacks callbacks_;
-  std::string received_;
-  std::deque<SharedBytes> queue_;
-  std::size_t sentOfFront_ = 0;
-  std::size_t queued_ = 0;
-  bool closing_ = false;
-  bool failed_ = false;
-  GSourcePtr readSource_;
-  GSourcePtr writeSource_;
+  GObjectPtr<GSocket> socket;
+  std::size_t queueLimit;
+  Callbacks callbacks;
+  std::string received;
+  std::deque<SharedBytes> queue;
+  std::size_t sentOfFront = 0;
+  std::size_t queued = 0;
+  bool closing = false;
+  bool failed = false;
+  GSourcePtr readSource;
+  GSourcePtr writeSource;
 };
 
 }  // namespace device

@@ -13,38 +13,50 @@ namespace device {
 
 namespace {
 
-constexpr std::array<const char*, 8> kSeverities = {"emerg",   "alert",  "crit", "err",
-                                                    "warning", "notice", "info", "debug"};
-constexpr std::size_t kTimeLength = 16;  // "Mmm dd hh:mm:ss "
-constexpr std::size_t kMaxMessage = 8192;
+constexpr std::array<const char*, 8> SEVERITIES = {"emerg",   "alert",  "crit", "err",
+                                                   "warning", "notice", "info", "debug"};
+constexpr std::size_t TIME_LENGTH = 16;  // "Mmm dd hh:mm:ss "
+constexpr std::size_t MAX_MESSAGE = 8192;
 
 // Removes "<PRIORITY>" and returns the severity, notice when there is none.
 int takeSeverity(std::string_view* text) {
-  constexpr int kNotice = 5;
-  if (!text->starts_with('<')) return kNotice;
+  constexpr int NOTICE = 5;
+  if (!text->starts_with('<')) {
+    return NOTICE;
+  }
   int priority = 0;
   const auto [end, error] =
       std::from_chars(text->data() + 1, text->data() + text->size(), priority);
-  if (error != std::errc() || end == text->data() + text->size() || *end != '>') return kNotice;
+  if (error != std::errc() || end == text->data() + text->size() || *end != '>') {
+    return NOTICE;
+  }
   text->remove_prefix(static_cast<std::size_t>(end - text->data()) + 1);
   return priority & 7;
 }
 
 void skipTime(std::string_view* text) {
-  if (text->size() < kTimeLength) return;
+  if (text->size() < TIME_LENGTH) {
+    return;
+  }
   const bool time = (*text)[3] == ' ' && (*text)[6] == ' ' && (*text)[9] == ':' &&
                     (*text)[12] == ':' && (*text)[15] == ' ';
-  if (time) text->remove_prefix(kTimeLength);
+  if (time) {
+    text->remove_prefix(TIME_LENGTH);
+  }
 }
 
 // Removes "IDENT[PID]: " or "IDENT: " and returns the name.
 std::string takeIdent(std::string_view* text) {
   const std::size_t colon = text->find(": ");
-  if (colon == std::string_view::npos) return "";
+  if (colon == std::string_view::npos) {
+    return "";
+  }
   std::string_view ident = text->substr(0, colon);
   ident = ident.substr(0, ident.find('['));
   const auto isBlank = [](unsigned char c) { return std::isspace(c) != 0; };
-  if (ident.empty() || std::ranges::any_of(ident, isBlank)) return "";
+  if (ident.empty() || std::ranges::any_of(ident, isBlank)) {
+    return "";
+  }
   text->remove_prefix(colon + 2);
   return std::string(ident);
 }
@@ -52,7 +64,7 @@ std::string takeIdent(std::string_view* text) {
 }  // namespace
 
 const char* severityName(int severity) {
-  return kSeverities[static_cast<std::size_t>(std::clamp(severity, 0, 7))];
+  return SEVERITIES[static_cast<std::size_t>(std::clamp(severity, 0, 7))];
 }
 
 SyslogLine parseSyslog(std::string_view message) {
@@ -60,27 +72,29 @@ SyslogLine parseSyslog(std::string_view message) {
   line.severity = takeSeverity(&message);
   skipTime(&message);
   line.ident = takeIdent(&message);
-  while (message.ends_with('\n') || message.ends_with('\0')) message.remove_suffix(1);
+  while (message.ends_with('\n') || message.ends_with('\0')) {
+    message.remove_suffix(1);
+  }
   line.text = message;
   return line;
 }
 
-SyslogServer::SyslogServer(std::string path, Callback callback)
-    : path_(std::move(path)),
-      callback_(std::move(callback)),
-      socket_(bindLocalSocket(path_, G_SOCKET_TYPE_DATAGRAM)),
-      source_(watchSocket(socket_.get(), G_IO_IN, readable, this)) {}
+SyslogServer::SyslogServer(std::string socketPath, Callback callback)
+    : path(std::move(socketPath)),
+      callback(std::move(callback)),
+      socket(bindLocalSocket(path, G_SOCKET_TYPE_DATAGRAM)),
+      source(watchSocket(socket.get(), G_IO_IN, readable, this)) {}
 
 SyslogServer::~SyslogServer() {
-  unlink(path_.c_str());
+  unlink(path.c_str());
 }
 
 void SyslogServer::drain() {
-  std::array<char, kMaxMessage> buffer;
+  std::array<char, MAX_MESSAGE> buffer;
   ssize_t count = 0;
-  while ((count = recv(g_socket_get_fd(socket_.get()), buffer.data(), buffer.size(),
+  while ((count = recv(g_socket_get_fd(socket.get()), buffer.data(), buffer.size(),
                        MSG_DONTWAIT)) >= 0) {
-    callback_(parseSyslog({buffer.data(), static_cast<std::size_t>(count)}));
+    callback(parseSyslog({buffer.data(), static_cast<std::size_t>(count)}));
   }
 }
 

@@ -28,7 +28,7 @@ class SyslogServer {
  public:
   using Callback = std::function<void(const SyslogLine& line)>;
 
-  SyslogServer(std::string path, Callback callback);
+  SyslogServer(std::string socketPath, Callback callback);
   SyslogServer(const SyslogServer&) = delete;
   SyslogServer& operator=(const SyslogServer&) = delete;
   ~SyslogServer();
@@ -39,10 +39,10 @@ class SyslogServer {
  private:
   static gboolean readable(GSocket* socket, GIOCondition condition, gpointer self);
 
-  std::string path_;
-  Callback callback_;
-  GObjectPtr<GSocket> socket_;
-  GSourcePtr source_;
+  std::string path;
+  Callback callback;
+  GObjectPtr<GSocket> socket;
+  GSourcePtr source;
 };
 
 }  // namespace device

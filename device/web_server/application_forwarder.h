@@ -16,13 +16,13 @@
 
 namespace device {
 
-enum class ForwardResult_e { kAnswered, kUnreachable, kLate };
+enum class ForwardResult_e { answered, unreachable, late };
 
 // Hands requests to an application, which answers one at a time: one after another, in the order in
 // which they came. The time that a request has begins when it is given.
 class ApplicationForwarder {
  public:
-  // answer: null unless the result is kAnswered.
+  // answer: null unless the result is answered.
   using Done = std::function<void(ForwardResult_e result, const ApplicationAnswer* answer)>;
 
   // path: of the application's socket.
@@ -42,12 +42,12 @@ class ApplicationForwarder {
   static gboolean late(gpointer waiting);
   void sendFirst();
   void answered(const std::string* text);
-  void finish(const Waiting& waiting, ForwardResult_e result, const ApplicationAnswer* answer);
+  void finish(const Waiting& over, ForwardResult_e result, const ApplicationAnswer* answer);
 
-  std::string path_;
-  std::chrono::milliseconds timeout_;
-  std::list<Waiting> waiting_;  // the first has been sent when request_ is set
-  std::unique_ptr<ApplicationRequest> request_;
+  std::string path;
+  std::chrono::milliseconds timeout;
+  std::list<Waiting> waiting;  // the first has been sent when request is set
+  std::unique_ptr<ApplicationRequest> request;
 };
 
 }  // namespace device

@@ -8,7 +8,7 @@ namespace device {
 
 namespace {
 
-constexpr gsize kBlock = 65536;  // bytes read at once
+constexpr gsize BLOCK = 65536;  // bytes read at once
 
 }  // namespace
 
@@ -38,7 +38,9 @@ struct ApplicationRequest::Exchange : std::enable_shared_from_this<ApplicationRe
     const Reference self = take(data);
     (*self)->connection.reset(
         g_socket_client_connect_finish(G_SOCKET_CLIENT(client), result, nullptr));
-    if (!(*self)->connection) return (*self)->end(false);
+    if (!(*self)->connection) {
+      return (*self)->end(false);
+    }
     (*self)->write();
   }
 
@@ -52,13 +54,15 @@ struct ApplicationRequest::Exchange : std::enable_shared_from_this<ApplicationRe
     const Reference self = take(data);
     const bool whole =
         g_output_stream_write_all_finish(G_OUTPUT_STREAM(out), result, nullptr, nullptr) != FALSE;
-    if (!whole) return (*self)->end(false);
+    if (!whole) {
+      return (*self)->end(false);
+    }
     (*self)->read();
   }
 
   void read() {
     GInputStream* in = g_io_stream_get_input_stream(G_IO_STREAM(connection.get()));
-    g_input_stream_read_bytes_async(in, kBlock, G_PRIORITY_DEFAULT, cancellable.get(), received,
+    g_input_stream_read_bytes_async(in, BLOCK, G_PRIORITY_DEFAULT, cancellable.get(), received,
                                     reference());
   }
 
@@ -66,32 +70,40 @@ struct ApplicationRequest::Exchange : std::enable_shared_from_this<ApplicationRe
     const Reference self = take(data);
     const std::unique_ptr<GBytes, decltype(&g_bytes_unref)> block(
         g_input_stream_read_bytes_finish(G_INPUT_STREAM(in), result, nullptr), g_bytes_unref);
-    if (!block) return (*self)->end(false);
+    if (!block) {
+      return (*self)->end(false);
+    }
     gsize size = 0;
     const auto* text = static_cast<const char*>(g_bytes_get_data(block.get(), &size));
-    if (size == 0) return (*self)->end(!(*self)->answer.empty());
+    if (size == 0) {
+      return (*self)->end(!(*self)->answer.empty());
+    }
     (*self)->answer.append(text, size);
-    if ((*self)->answer.size() > kMaxAnswerSize) return (*self)->end(false);
+    if ((*self)->answer.size() > MAX_ANSWER_SIZE) {
+      return (*self)->end(false);
+    }
     (*self)->read();
   }
 
   void end(bool answered) {
     const Done tell = std::exchange(done, nullptr);
-    if (tell) tell(answered ? &answer : nullptr);
+    if (tell) {
+      tell(answered ? &answer : nullptr);
+    }
   }
 };
 
 ApplicationRequest::ApplicationRequest(const std::string& path, std::vector<std::uint8_t> bytes,
                                        Done done)
-    : exchange_(std::make_shared<Exchange>()) {
-  exchange_->bytes = std::move(bytes);
-  exchange_->done = std::move(done);
-  exchange_->connect(path);
+    : exchange(std::make_shared<Exchange>()) {
+  exchange->bytes = std::move(bytes);
+  exchange->done = std::move(done);
+  exchange->connect(path);
 }
 
 ApplicationRequest::~ApplicationRequest() {
-  exchange_->done = nullptr;
-  g_cancellable_cancel(exchange_->cancellable.get());
+  exchange->done = nullptr;
+  g_cancellable_cancel(exchange->cancellable.get());
 }
 
 }  // namespace device

@@ -22,7 +22,7 @@ class ApplicationRequest {
   // or sent more than an answer can be.
   using Done = std::function<void(const std::string* answer)>;
 
-  static constexpr std::size_t kMaxAnswerSize = std::size_t{64} << 20;
+  static constexpr std::size_t MAX_ANSWER_SIZE = std::size_t{64} << 20;
 
   // done is called once, never from here; the object may be destroyed from it.
   ApplicationRequest(const std::string& path, std::vector<std::uint8_t> bytes, Done done);
@@ -36,7 +36,7 @@ class ApplicationRequest {
   // What GLib's operations hold on to; they may outlive the request.
   struct Exchange;
 
-  std::shared_ptr<Exchange> exchange_;
+  std::shared_ptr<Exchange> exchange;
 };
 
 }  // namespace device

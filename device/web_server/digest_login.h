@@ -31,9 +31,9 @@ class DigestLogin {
   bool isUsers(SoupServerMessage* message) const;
   bool isFirst(SoupServerMessage* message);
 
-  WebUser user_;
-  NonceBook nonces_;
-  GObjectPtr<SoupAuthDomain> domain_;
+  WebUser user;
+  NonceBook nonces;
+  GObjectPtr<SoupAuthDomain> domain;
 };
 
 }  // namespace device

@@ -13,7 +13,7 @@ namespace device {
 
 namespace {
 
-constexpr std::array<const char*, 3> kTopics = {"topic0", "topic1", "topic2"};
+constexpr std::array<const char*, 3> TOPICS = {"topic0", "topic1", "topic2"};
 
 struct ValueToJson {
   json_t* operator()(std::int32_t value) const { return json_integer(value); }
@@ -30,21 +30,23 @@ struct ValueToText {
 };
 
 bool isTopic(const EventKey& key) {
-  return std::ranges::count(kTopics, std::string_view(key.name)) > 0;
+  return std::ranges::count(TOPICS, std::string_view(key.name)) > 0;
 }
 
 bool isSource(const EventKey& key) {
-  return (key.marks & kMarkSource) != 0 && !isTopic(key);
+  return (key.marks & MARK_SOURCE) != 0 && !isTopic(key);
 }
 
 bool isData(const EventKey& key) {
-  return !isTopic(key) && ((key.marks & kMarkData) != 0 || (key.marks & kMarkSource) == 0);
+  return !isTopic(key) && ((key.marks & MARK_DATA) != 0 || (key.marks & MARK_SOURCE) == 0);
 }
 
 json_t* jsonOf(const EventKeys& keys, bool (*isWanted)(const EventKey&)) {
   json_t* object = json_object();
   for (const EventKey& key : keys) {
-    if (!isWanted(key)) continue;
+    if (!isWanted(key)) {
+      continue;
+    }
     json_t* value = key.value ? std::visit(ValueToJson(), *key.value) : nullptr;
     json_object_set_new(object, key.name.c_str(), value != nullptr ? value : json_null());
   }
@@ -59,19 +61,29 @@ const EventKey* findTopic(const EventKeys& keys, std::string_view name) {
 std::string niceName(const EventKeys& keys) {
   for (const std::string_view name : {"topic2", "topic1", "topic0"}) {
     const EventKey* key = findTopic(keys, name);
-    if (key == nullptr) continue;
-    if (!key->valueNiceName.empty()) return key->valueNiceName;
-    if (!key->niceName.empty()) return key->niceName;
+    if (key == nullptr) {
+      continue;
+    }
+    if (!key->valueNiceName.empty()) {
+      return key->valueNiceName;
+    }
+    if (!key->niceName.empty()) {
+      return key->niceName;
+    }
   }
   return "";
 }
 
 void appendLevel(const EventKey& key, std::string* topic) {
-  if (!key.value) return;
+  if (!key.value) {
+    return;
+  }
   std::string level = std::visit(ValueToText(), *key.value);
   std::ranges::replace_if(
       level, [](char c) { return c == '/' || c == '+' || c == '#' || c == '\0'; }, '_');
-  if (!topic->empty()) *topic += '/';
+  if (!topic->empty()) {
+    *topic += '/';
+  }
   *topic += level;
 }
 
@@ -111,11 +123,15 @@ std::string isoTime(std::int64_t time) {
 
 std::string brokerTopic(const Event& event) {
   std::string topic;
-  for (const char* name : kTopics) {
-    if (const EventKey* key = findTopic(event.keys, name)) appendLevel(*key, &topic);
+  for (const char* name : TOPICS) {
+    if (const EventKey* key = findTopic(event.keys, name)) {
+      appendLevel(*key, &topic);
+    }
   }
   for (const EventKey& key : event.keys) {
-    if (isSource(key)) appendLevel(key, &topic);
+    if (isSource(key)) {
+      appendLevel(key, &topic);
+    }
   }
   return topic;
 }

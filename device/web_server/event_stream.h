@@ -23,10 +23,10 @@ std::string streamMessage(const std::string& type, const std::string& data);
 // connects again and is told the present state.
 class EventStream {
  public:
-  static constexpr std::size_t kQueueLimit = std::size_t{4} << 20;  // bytes for one reader
+  static constexpr std::size_t QUEUE_LIMIT = std::size_t{4} << 20;  // bytes for one reader
 
   // heartbeat: time between two comment lines, by which readers that have gone are found.
-  explicit EventStream(std::chrono::microseconds heartbeat, std::size_t queueLimit = kQueueLimit);
+  explicit EventStream(std::chrono::microseconds heartbeat, std::size_t queueLimit = QUEUE_LIMIT);
   EventStream(const EventStream&) = delete;
   EventStream& operator=(const EventStream&) = delete;
   ~EventStream();
@@ -36,14 +36,14 @@ class EventStream {
 
   void send(const std::string& text);
 
-  bool hasReaders() const { return !readers_.empty(); }
+  bool hasReaders() const { return !readers.empty(); }
 
  private:
   struct Reader;
 
-  std::size_t queueLimit_;
-  std::list<Reader> readers_;
-  PeriodicTimer heartbeat_;
+  std::size_t queueLimit;
+  std::list<Reader> readers;
+  PeriodicTimer heartbeat;
 };
 
 }  // namespace device

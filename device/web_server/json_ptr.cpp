@@ -10,7 +10,7 @@ namespace device {
 
 namespace {
 
-constexpr std::size_t kDigits = 9;  // of a real number
+constexpr std::size_t DIGITS = 9;  // of a real number
 
 }  // namespace
 
@@ -19,7 +19,7 @@ std::string toText(const json_t* json) {
     void operator()(char* text) const { std::free(text); }
   };
   const std::unique_ptr<char, Free> text(
-      json_dumps(json, JSON_COMPACT | JSON_ENCODE_ANY | JSON_REAL_PRECISION(kDigits)));
+      json_dumps(json, JSON_COMPACT | JSON_ENCODE_ANY | JSON_REAL_PRECISION(DIGITS)));
   return text ? text.get() : "null";
 }
 

@@ -16,8 +16,8 @@ namespace device {
 // finding its connection broken. Ends with the client, after a time, or when too much came.
 class LingeringRefusal {
  public:
-  static constexpr guint kSeconds = 5;
-  static constexpr std::size_t kMaxDiscarded = std::size_t{64} << 20;  // bytes
+  static constexpr guint SECONDS = 5;
+  static constexpr std::size_t MAX_DISCARDED = std::size_t{64} << 20;  // bytes
 
   // stream owns the socket. gone: called once, from the main loop; may destroy the object.
   LingeringRefusal(GObjectPtr<GIOStream> stream, GSocket* socket, const std::string& answer,
@@ -30,12 +30,12 @@ class LingeringRefusal {
   static gboolean expired(gpointer self);
   bool discard();
 
-  GObjectPtr<GIOStream> stream_;
-  GObjectPtr<GSocket> socket_;
-  std::function<void()> gone_;
-  std::size_t discarded_ = 0;
-  GSourcePtr readSource_;
-  GSourcePtr timer_;
+  GObjectPtr<GIOStream> stream;
+  GObjectPtr<GSocket> socket;
+  std::function<void()> gone;
+  std::size_t discarded = 0;
+  GSourcePtr readSource;
+  GSourcePtr timer;
 };
 
 }  // namespace device

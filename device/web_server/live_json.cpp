@@ -9,7 +9,7 @@ namespace device {
 
 namespace {
 
-constexpr double kUnit = 4096;  // of a scene's coordinates and confidences
+constexpr double UNIT = 4096;  // of a scene's coordinates and confidences
 
 std::string textOf(json_t* json) {
   return toText(JsonPtr(json).get());
@@ -45,9 +45,9 @@ json_t* headModelJson(const Model& model) {
 json_t* objectJson(const FrameObject& object) {
   json_t* polygon = json_array();
   for (const FramePoint& point : object.outline) {
-    json_array_append_new(polygon, json_pack("[f,f]", point.x / kUnit, point.y / kUnit));
+    json_array_append_new(polygon, json_pack("[f,f]", point.x / UNIT, point.y / UNIT));
   }
-  return json_pack("{s:i,s:f,s:o}", "id", object.id, "confidence", object.confidence / kUnit,
+  return json_pack("{s:i,s:f,s:o}", "id", object.id, "confidence", object.confidence / UNIT,
                    "polygon", polygon);
 }
 

@@ -11,13 +11,13 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr int kOnce = 1;  // QoS: at least once, for what is retained
-constexpr int kKeepAlive =
+constexpr int ONCE = 1;  // QoS: at least once, for what is retained
+constexpr int KEEP_ALIVE =
     15;  // seconds; the broker takes a silent device for gone after 1.5 times
-constexpr int kLoopMs = 100;
-constexpr std::chrono::seconds kFarewell(1);
-constexpr char kOnline[] = "online";
-constexpr char kOffline[] = "offline";
+constexpr int LOOP_MS = 100;
+constexpr std::chrono::seconds FAREWELL(1);
+constexpr char ONLINE[] = "online";
+constexpr char OFFLINE[] = "offline";
 
 struct MosquittoDeleter {
   void operator()(mosquitto* client) const { mosquitto_destroy(client); }
@@ -48,7 +48,9 @@ struct MqttPublisher::Connection {
   int lastAcknowledged = 0;
 
   Connection() : client(mosquitto_new(nullptr, true, this)) {
-    if (!client) return;
+    if (!client) {
+      return;
+    }
     mosquitto_threaded_set(client.get(), true);
     mosquitto_connect_callback_set(client.get(), [](mosquitto*, void* data, int code) {
       auto* self = static_cast<Connection*>(data);
@@ -65,90 +67,114 @@ struct MqttPublisher::Connection {
 
 MqttPublisher::MqttPublisher(BrokerAddress broker, std::chrono::milliseconds reconnect,
                              std::chrono::milliseconds patience)
-    : broker_(std::move(broker)), reconnect_(reconnect), patience_(patience) {
+    : broker(std::move(broker)), reconnect(reconnect), patience(patience) {
   useLibrary();
-  thread_ = std::thread(&MqttPublisher::run, this);
+  thread = std::thread(&MqttPublisher::run, this);
 }
 
 MqttPublisher::~MqttPublisher() {
   {
-    const std::lock_guard lock(mutex_);
-    stopping_ = true;
+    const std::lock_guard lock(mutex);
+    stopping = true;
   }
-  changed_.notify_all();
-  thread_.join();
+  changed.notify_all();
+  thread.join();
 }
 
 void MqttPublisher::retain(const std::string& topic, const std::string& payload) {
-  const std::lock_guard lock(mutex_);
-  retained_[topic] = payload;
-  cleared_.erase(topic);
-  if (connected_ != nullptr) send(connected_, topic, payload, kOnce, true);
+  const std::lock_guard lock(mutex);
+  retained[topic] = payload;
+  cleared.erase(topic);
+  if (connected != nullptr) {
+    send(connected, topic, payload, ONCE, true);
+  }
 }
 
 void MqttPublisher::clear(const std::string& topic) {
-  const std::lock_guard lock(mutex_);
-  if (retained_.erase(topic) == 0) return;
-  cleared_.insert(topic);
-  if (connected_ != nullptr) send(connected_, topic, "", kOnce, true);
+  const std::lock_guard lock(mutex);
+  if (retained.erase(topic) == 0) {
+    return;
+  }
+  cleared.insert(topic);
+  if (connected != nullptr) {
+    send(connected, topic, "", ONCE, true);
+  }
 }
 
 void MqttPublisher::publish(const std::string& topic, const std::string& payload) {
-  const std::lock_guard lock(mutex_);
-  if (connected_ != nullptr) send(connected_, topic, payload, 0, false);
+  const std::lock_guard lock(mutex);
+  if (connected != nullptr) {
+    send(connected, topic, payload, 0, false);
+  }
 }
 
 std::vector<std::string> MqttPublisher::takeNews() {
-  const std::lock_guard lock(mutex_);
-  return std::exchange(news_, {});
+  const std::lock_guard lock(mutex);
+  return std::exchange(news, {});
 }
 
 void MqttPublisher::run() {
   while (!isStopping()) {
     connectOnce();
-    std::unique_lock lock(mutex_);
-    changed_.wait_for(lock, reconnect_, [this] { return stopping_; });
+    std::unique_lock lock(mutex);
+    changed.wait_for(lock, reconnect, [this] { return stopping; });
   }
 }
 
 void MqttPublisher::connectOnce() {
   Connection connection;
-  if (!connection.client) return tell("no memory");
-  mosquitto_will_set(connection.client.get(), kAvailability, sizeof(kOffline) - 1, kOffline, kOnce,
+  if (!connection.client) {
+    return tell("no memory");
+  }
+  mosquitto_will_set(connection.client.get(), AVAILABILITY, sizeof(OFFLINE) - 1, OFFLINE, ONCE,
                      true);
-  const int result = mosquitto_connect_async(connection.client.get(), broker_.host.c_str(),
-                                             broker_.port, kKeepAlive);
-  if (result != MOSQ_ERR_SUCCESS) return tell(mosquitto_strerror(result));
+  const int result = mosquitto_connect_async(connection.client.get(), broker.host.c_str(),
+                                             broker.port, KEEP_ALIVE);
+  if (result != MOSQ_ERR_SUCCESS) {
+    return tell(mosquitto_strerror(result));
+  }
   serve(&connection);
-  const std::lock_guard lock(mutex_);
-  connected_ = nullptr;
+  const std::lock_guard lock(mutex);
+  connected = nullptr;
 }
 
 void MqttPublisher::serve(Connection* connection) {
-  const Clock::time_point deadline = Clock::now() + patience_;
+  const Clock::time_point deadline = Clock::now() + patience;
   bool announced = false;
   while (!isStopping()) {
-    const int result = mosquitto_loop(connection->client.get(), kLoopMs, 1);
-    if (connection->refusal != 0) return tell(mosquitto_connack_string(connection->refusal));
-    if (result != MOSQ_ERR_SUCCESS) return tell(mosquitto_strerror(result));
+    const int result = mosquitto_loop(connection->client.get(), LOOP_MS, 1);
+    if (connection->refusal != 0) {
+      return tell(mosquitto_connack_string(connection->refusal));
+    }
+    if (result != MOSQ_ERR_SUCCESS) {
+      return tell(mosquitto_strerror(result));
+    }
     if (!announced && connection->answered) {
       announce(connection);
       announced = true;
     }
-    if (!announced && Clock::now() > deadline) return tell("no answer");
+    if (!announced && Clock::now() > deadline) {
+      return tell("no answer");
+    }
   }
-  if (announced) leave(connection);
+  if (announced) {
+    leave(connection);
+  }
 }
 
 // From here on every change is sent as it comes; the lock keeps the order.
 void MqttPublisher::announce(Connection* connection) {
   tell("connected");
-  const std::lock_guard lock(mutex_);
+  const std::lock_guard lock(mutex);
   mosquitto* client = connection->client.get();
-  for (const std::string& topic : cleared_) send(client, topic, "", kOnce, true);
-  for (const auto& [topic, payload] : retained_) send(client, topic, payload, kOnce, true);
-  send(client, kAvailability, kOnline, kOnce, true);
-  connected_ = client;
+  for (const std::string& topic : cleared) {
+    send(client, topic, "", ONCE, true);
+  }
+  for (const auto& [topic, payload] : retained) {
+    send(client, topic, payload, ONCE, true);
+  }
+  send(client, AVAILABILITY, ONLINE, ONCE, true);
+  connected = client;
 }
 
 // Messages are acknowledged in the order in which they were sent.
@@ -156,32 +182,36 @@ void MqttPublisher::leave(Connection* connection) {
   mosquitto* client = connection->client.get();
   int last = 0;
   {
-    const std::lock_guard lock(mutex_);
-    connected_ = nullptr;
-    for (const auto& [topic, payload] : retained_) send(client, topic, "", kOnce, true);
-    last = send(client, kAvailability, kOffline, kOnce, true);
+    const std::lock_guard lock(mutex);
+    connected = nullptr;
+    for (const auto& [topic, payload] : retained) {
+      send(client, topic, "", ONCE, true);
+    }
+    last = send(client, AVAILABILITY, OFFLINE, ONCE, true);
   }
-  const Clock::time_point deadline = Clock::now() + kFarewell;
+  const Clock::time_point deadline = Clock::now() + FAREWELL;
   while (connection->lastAcknowledged != last && Clock::now() < deadline &&
-         mosquitto_loop(client, kLoopMs, 1) == MOSQ_ERR_SUCCESS) {
+         mosquitto_loop(client, LOOP_MS, 1) == MOSQ_ERR_SUCCESS) {
   }
   mosquitto_disconnect(client);
   mosquitto_loop(client, 0, 1);
 }
 
 bool MqttPublisher::isStopping() {
-  const std::lock_guard lock(mutex_);
-  return stopping_;
+  const std::lock_guard lock(mutex);
+  return stopping;
 }
 
 // The same again and again, as while a broker is away, is told once.
-void MqttPublisher::tell(const std::string& news) {
+void MqttPublisher::tell(const std::string& what) {
   const std::string text =
-      "MQTT broker " + broker_.host + " port " + std::to_string(broker_.port) + ": " + news;
-  const std::lock_guard lock(mutex_);
-  if (text == lastNews_) return;
-  lastNews_ = text;
-  news_.push_back(text);
+      "MQTT broker " + broker.host + " port " + std::to_string(broker.port) + ": " + what;
+  const std::lock_guard lock(mutex);
+  if (text == lastNews) {
+    return;
+  }
+  lastNews = text;
+  news.push_back(text);
 }
 
 }  // namespace device

@@ -22,11 +22,11 @@ namespace device {
 // present state whatever it lost. Messages that are not retained are for those who listen now;
 // without a connection they are dropped.
 //
-// kAvailability tells whether the device is there: "online", and by the broker's own hand "offline"
+// AVAILABILITY tells whether the device is there: "online", and by the broker's own hand "offline"
 // once the connection is lost. All functions may be called from any thread and return at once.
 class MqttPublisher {
  public:
-  static constexpr char kAvailability[] = "SentrelVideo/device";
+  static constexpr char AVAILABILITY[] = "SentrelVideo/device";
 
   // reconnect: pause between two tries; patience: for a broker's answer to a new connection.
   explicit MqttPublisher(BrokerAddress broker,
@@ -55,24 +55,24 @@ class MqttPublisher {
   void announce(Connection* connection);
   void leave(Connection* connection);
   bool isStopping();
-  void tell(const std::string& news);
+  void tell(const std::string& what);
 
-  const BrokerAddress broker_;
-  const std::chrono::milliseconds reconnect_;
-  const std::chrono::milliseconds patience_;
+  const BrokerAddress broker;
+  const std::chrono::milliseconds reconnect;
+  const std::chrono::milliseconds patience;
 
-  std::mutex mutex_;  // guards what follows
-  std::condition_variable changed_;
-  bool stopping_ = false;
-  mosquitto* connected_ = nullptr;  // set while the broker has answered and is there
-  std::map<std::string, std::string> retained_;
+  std::mutex mutex;  // guards what follows
+  std::condition_variable changed;
+  bool stopping = false;
+  mosquitto* connected = nullptr;  // set while the broker has answered and is there
+  std::map<std::string, std::string> retained;
   // Cleared and not retained since. They are cleared again with each new connection, as the old one
   // may have been dead already when they were.
-  std::set<std::string> cleared_;
-  std::vector<std::string> news_;
-  std::string lastNews_;
+  std::set<std::string> cleared;
+  std::vector<std::string> news;
+  std::string lastNews;
 
-  std::thread thread_;
+  std::thread thread;
 };
 
 }  // namespace device

@@ -18,10 +18,10 @@ class NonceBook {
  public:
   using Clock = std::function<std::int64_t()>;  // microseconds, never back
 
-  static constexpr std::size_t kMaxUsed = 1024;  // nonces; beyond, the oldest are good no more
+  static constexpr std::size_t MAX_USED = 1024;  // nonces; beyond, the oldest are good no more
   // Requests of a browser overtake each other: a count that is this far behind the greatest is
   // late.
-  static constexpr std::size_t kWindow = 64;
+  static constexpr std::size_t WINDOW = 64;
 
   NonceBook(std::chrono::microseconds lifetime, Clock clock);
 
@@ -37,19 +37,19 @@ class NonceBook {
     bool take(std::uint32_t count);
 
    private:
-    std::uint32_t greatest_ = 0;
-    std::bitset<kWindow> taken_;  // counted back from the greatest
+    std::uint32_t greatest = 0;
+    std::bitset<WINDOW> taken;  // counted back from the greatest
   };
 
   std::string sealOf(const std::string& stamp) const;
   bool isOld(const std::string& stamp) const;
 
-  std::chrono::microseconds lifetime_;
-  Clock clock_;
-  std::string secret_;
-  std::uint64_t issued_ = 0;
-  std::map<std::string, Counts> used_;  // by stamp, the oldest first
-  std::string forgotten_;               // the youngest stamp that was left out of it
+  std::chrono::microseconds lifetime;
+  Clock clock;
+  std::string secret;
+  std::uint64_t issued = 0;
+  std::map<std::string, Counts> used;  // by stamp, the oldest first
+  std::string forgotten;               // the youngest stamp that was left out of it
 };
 
 }  // namespace device

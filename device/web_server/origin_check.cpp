@@ -13,13 +13,13 @@ namespace device {
 
 namespace {
 
-constexpr std::string_view kScheme = "http://";
-constexpr std::uint16_t kHttpPort = 80;
-constexpr std::array<std::string_view, 3> kLoopbackNames = {"localhost", "127.0.0.1", "::1"};
+constexpr std::string_view SCHEME = "http://";
+constexpr std::uint16_t HTTP_PORT = 80;
+constexpr std::array<std::string_view, 3> LOOPBACK_NAMES = {"localhost", "127.0.0.1", "::1"};
 
 struct Authority {
   std::string name;  // lower case, without brackets
-  std::uint16_t port = kHttpPort;
+  std::uint16_t port = HTTP_PORT;
 
   bool operator==(const Authority&) const = default;
 };
@@ -34,15 +34,21 @@ std::string lowerCase(std::string_view text) {
 std::optional<Authority> readAuthority(std::string_view text) {
   const bool bracketed = text.starts_with('[');
   const std::size_t end = bracketed ? text.find(']') : std::min(text.find(':'), text.size());
-  if (end == std::string_view::npos) return std::nullopt;
+  if (end == std::string_view::npos) {
+    return std::nullopt;
+  }
   Authority authority{lowerCase(bracketed ? text.substr(1, end - 1) : text.substr(0, end))};
-  constexpr std::string_view kForbidden = "/?#@\\, \t";
-  if (authority.name.empty() || authority.name.find_first_of(kForbidden) != std::string::npos) {
+  constexpr std::string_view FORBIDDEN = "/?#@\\, \t";
+  if (authority.name.empty() || authority.name.find_first_of(FORBIDDEN) != std::string::npos) {
     return std::nullopt;
   }
   text.remove_prefix(bracketed ? end + 1 : end);
-  if (text.empty()) return authority;
-  if (!text.starts_with(':')) return std::nullopt;
+  if (text.empty()) {
+    return authority;
+  }
+  if (!text.starts_with(':')) {
+    return std::nullopt;
+  }
   text.remove_prefix(1);
   const auto [last, error] =
       std::from_chars(text.data(), text.data() + text.size(), authority.port);
@@ -51,24 +57,30 @@ std::optional<Authority> readAuthority(std::string_view text) {
 }
 
 std::optional<Authority> readOrigin(std::string_view text) {
-  if (!lowerCase(text.substr(0, kScheme.size())).starts_with(kScheme)) return std::nullopt;
-  return readAuthority(text.substr(kScheme.size()));
+  if (!lowerCase(text.substr(0, SCHEME.size())).starts_with(SCHEME)) {
+    return std::nullopt;
+  }
+  return readAuthority(text.substr(SCHEME.size()));
 }
 
 }  // namespace
 
-OriginCheck::OriginCheck(std::string address, std::uint16_t port)
-    : address_(std::move(address)), port_(port), anyName_(!isLoopback(address_)) {}
+OriginCheck::OriginCheck(std::string ownAddress, std::uint16_t port)
+    : address(std::move(ownAddress)), port(port), anyName(!isLoopback(address)) {}
 
 bool OriginCheck::isAllowed(const char* host, const char* origin) const {
-  if (host == nullptr) return false;
+  if (host == nullptr) {
+    return false;
+  }
   const std::optional<Authority> own = readAuthority(host);
-  if (!own || own->port != port_ || !isOwnHost(own->name)) return false;
+  if (!own || own->port != port || !isOwnHost(own->name)) {
+    return false;
+  }
   return origin == nullptr || readOrigin(origin) == own;
 }
 
 bool OriginCheck::isOwnHost(const std::string& name) const {
-  return anyName_ || name == address_ || std::ranges::count(kLoopbackNames, name) > 0;
+  return anyName || name == address || std::ranges::count(LOOPBACK_NAMES, name) > 0;
 }
 
 }  // namespace device

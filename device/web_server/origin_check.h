@@ -14,7 +14,7 @@ class OriginCheck {
   // address: what the server listens on, as text without brackets. A server on a loopback address
   // is reached by loopback names only, so that no name of another's can be made to point at it;
   // elsewhere any name will do, as a user is asked for there.
-  OriginCheck(std::string address, std::uint16_t port);
+  OriginCheck(std::string ownAddress, std::uint16_t port);
 
   // host and origin: the values of the headers, null when there is none.
   bool isAllowed(const char* host, const char* origin) const;
@@ -22,9 +22,9 @@ class OriginCheck {
  private:
   bool isOwnHost(const std::string& name) const;
 
-  std::string address_;
-  std::uint16_t port_;
-  bool anyName_;
+  std::string address;
+  std::uint16_t port;
+  bool anyName;
 };
 
 }  // namespace device

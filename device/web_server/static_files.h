@@ -17,14 +17,14 @@ struct StaticFile {
 // also not over a symbolic link, and no file of a kind that a page does not need.
 class StaticFiles {
  public:
-  explicit StaticFiles(std::filesystem::path folder) : folder_(std::move(folder)) {}
+  explicit StaticFiles(std::filesystem::path folder) : folder(std::move(folder)) {}
 
   // path: of the URL, decoded, with its slash at the front; a path that ends in a slash stands for
   // the index.html below it.
   std::optional<StaticFile> read(std::string_view path) const;
 
  private:
-  std::filesystem::path folder_;
+  std::filesystem::path folder;
 };
 
 }  // namespace device

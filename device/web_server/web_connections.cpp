@@ -12,9 +12,9 @@ struct WebConnections::Connection {
   ConnectionStep_e step;
   GSourcePtr timer;
 
-  bool isOpen() const { return step != ConnectionStep_e::kEnded; }
+  bool isOpen() const { return step != ConnectionStep_e::ended; }
   bool isWaiting() const {
-    return step == ConnectionStep_e::kHeader || step == ConnectionStep_e::kBody;
+    return step == ConnectionStep_e::header || step == ConnectionStep_e::body;
   }
 };
 
@@ -28,10 +28,10 @@ std::string textOf(GSocketAddress* remote) {
 
 }  // namespace
 
-WebConnections::WebConnections(const ConnectionLimits& limits) : limits_(limits) {}
+WebConnections::WebConnections(const ConnectionLimits& limits) : limits(limits) {}
 
 WebConnections::~WebConnections() {
-  for (Connection& connection : connections_) {
+  for (Connection& connection : connections) {
     g_object_weak_unref(G_OBJECT(connection.stream), gone, &connection);
   }
 }
@@ -42,23 +42,31 @@ bool WebConnections::add(GSocketConnection* stream, GSocketAddress* remote) {
     return connection.address == address;
   };
   const auto isAny = [](const Connection&) { return true; };
-  if (count(isOfAddress) >= limits_.ofAddress && !endOldestWaiting(isOfAddress)) return false;
-  if (count(isAny) >= limits_.all && !endOldestWaiting(isAny)) return false;
-  Connection& connection = connections_.emplace_back(
-      Connection{this, stream, remote, address, ConnectionStep_e::kHeader, nullptr});
+  if (count(isOfAddress) >= limits.ofAddress && !endOldestWaiting(isOfAddress)) {
+    return false;
+  }
+  if (count(isAny) >= limits.all && !endOldestWaiting(isAny)) {
+    return false;
+  }
+  Connection& connection = connections.emplace_back(
+      Connection{this, stream, remote, address, ConnectionStep_e::header, nullptr});
   g_object_weak_ref(G_OBJECT(stream), gone, &connection);
-  enter(&connection, ConnectionStep_e::kHeader);
+  enter(&connection, ConnectionStep_e::header);
   return true;
 }
 
 void WebConnections::enter(GSocketAddress* remote, ConnectionStep_e step) {
-  const auto found = std::ranges::find(connections_, remote, &Connection::remote);
-  if (found != connections_.end() && found->isOpen()) enter(&*found, step);
+  const auto found = std::ranges::find(connections, remote, &Connection::remote);
+  if (found != connections.end() && found->isOpen()) {
+    enter(&*found, step);
+  }
 }
 
 GObjectPtr<GSocket> WebConnections::socketOf(GSocketAddress* remote) const {
-  const auto found = std::ranges::find(connections_, remote, &Connection::remote);
-  if (found == connections_.end()) return nullptr;
+  const auto found = std::ranges::find(connections, remote, &Connection::remote);
+  if (found == connections.end()) {
+    return nullptr;
+  }
   GSocket* socket = g_socket_connection_get_socket(found->stream);
   return GObjectPtr<GSocket>(G_SOCKET(g_object_ref(socket)));
 }
@@ -69,8 +77,8 @@ void WebConnections::makeRoom() {
 
 bool WebConnections::hasRoomForStream() const {
   return count([](const Connection& connection) {
-           return connection.step == ConnectionStep_e::kStream;
-         }) < limits_.streams;
+           return connection.step == ConnectionStep_e::stream;
+         }) < limits.streams;
 }
 
 std::size_t WebConnections::size() const {
@@ -79,39 +87,41 @@ std::size_t WebConnections::size() const {
 
 void WebConnections::gone(gpointer data, GObject*) {
   const auto* connection = static_cast<const Connection*>(data);
-  connection->owner->connections_.remove_if(
+  connection->owner->connections.remove_if(
       [&](const Connection& candidate) { return &candidate == connection; });
 }
 
 gboolean WebConnections::late(gpointer data) {
   auto* connection = static_cast<Connection*>(data);
-  connection->owner->enter(connection, ConnectionStep_e::kEnded);
+  connection->owner->enter(connection, ConnectionStep_e::ended);
   return G_SOURCE_REMOVE;
 }
 
 std::size_t WebConnections::count(const Condition& condition) const {
   return static_cast<std::size_t>(std::ranges::count_if(
-      connections_,
+      connections,
       [&](const Connection& connection) { return connection.isOpen() && condition(connection); }));
 }
 
 bool WebConnections::endOldestWaiting(const Condition& condition) {
-  const auto oldest = std::ranges::find_if(connections_, [&](const Connection& connection) {
+  const auto oldest = std::ranges::find_if(connections, [&](const Connection& connection) {
     return connection.isWaiting() && condition(connection);
   });
-  if (oldest == connections_.end()) return false;
-  enter(&*oldest, ConnectionStep_e::kEnded);
+  if (oldest == connections.end()) {
+    return false;
+  }
+  enter(&*oldest, ConnectionStep_e::ended);
   return true;
 }
 
 std::chrono::milliseconds WebConnections::limitOf(ConnectionStep_e step) const {
   switch (step) {
-    case ConnectionStep_e::kHeader:
-      return limits_.header;
-    case ConnectionStep_e::kBody:
-      return limits_.body;
-    case ConnectionStep_e::kAnswer:
-      return limits_.answer;
+    case ConnectionStep_e::header:
+      return limits.header;
+    case ConnectionStep_e::body:
+      return limits.body;
+    case ConnectionStep_e::answer:
+      return limits.answer;
     default:
       return {};
   }
@@ -120,13 +130,15 @@ std::chrono::milliseconds WebConnections::limitOf(ConnectionStep_e step) const {
 void WebConnections::enter(Connection* connection, ConnectionStep_e step) {
   connection->step = step;
   connection->timer.reset();
-  if (step == ConnectionStep_e::kEnded) {
+  if (step == ConnectionStep_e::ended) {
     // The library reads the end and closes; the descriptor stays its own until then.
     g_socket_shutdown(g_socket_connection_get_socket(connection->stream), TRUE, TRUE, nullptr);
     return;
   }
   const auto limit = limitOf(step);
-  if (limit.count() == 0) return;
+  if (limit.count() == 0) {
+    return;
+  }
   connection->timer.reset(g_timeout_source_new(static_cast<guint>(limit.count())));
   g_source_set_callback(connection->timer.get(), late, connection, nullptr);
   g_source_attach(connection->timer.get(), g_main_context_get_thread_default());

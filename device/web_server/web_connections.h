@@ -26,11 +26,11 @@ struct ConnectionLimits {
 
 // What a connection does.
 enum class ConnectionStep_e {
-  kHeader,  // waits for its request
-  kBody,    // waits for its request's body
-  kAnswer,  // is answered
-  kStream,  // reads a stream, for as long as it likes
-  kEnded    // is ended, and goes when its owner notices
+  header,  // waits for its request
+  body,    // waits for its request's body
+  answer,  // is answered
+  stream,  // reads a stream, for as long as it likes
+  ended    // is ended, and goes when its owner notices
 };
 
 // The connections of the web server, which belong to the library: how many there are, and how long
@@ -43,7 +43,7 @@ class WebConnections {
   WebConnections& operator=(const WebConnections&) = delete;
   ~WebConnections();
 
-  // Watches a new connection, whose step is kHeader, until it is destroyed. False when there is no
+  // Watches a new connection, whose step is HEADER, until it is destroyed. False when there is no
   // room: the caller closes it. remote stands for the connection from then on.
   bool add(GSocketConnection* connection, GSocketAddress* remote);
 
@@ -72,8 +72,8 @@ class WebConnections {
   std::chrono::milliseconds limitOf(ConnectionStep_e step) const;
   void enter(Connection* connection, ConnectionStep_e step);
 
-  ConnectionLimits limits_;
-  std::list<Connection> connections_;  // the oldest first
+  ConnectionLimits limits;
+  std::list<Connection> connections;  // the oldest first
 };
 
 }  // namespace device

@@ -18,74 +18,96 @@ bool isOfApplication(const Event& event) {
 
 WebInterface::WebInterface(const WebOptions& options, const std::string& application,
                            WebSources sources, const WebServerLimits& limits)
-    : sources_(std::move(sources)),
-      server_(options, application, limits),
-      events_(server_.addStream("/events", [this] { return presentEvents(); })),
-      live_(server_.addStream("/live", [this] { return liveOpening(); })),
-      publisher_(options.broker ? std::make_unique<MqttPublisher>(*options.broker) : nullptr),
-      liveTimer_(kLivePeriod, [this] { sendLive(); }),
-      newsTimer_(kNewsPeriod, [this] { tellNews(); }) {
+    : sources(std::move(sources)),
+      server(options, application, limits),
+      events(server.addStream("/events", [this] { return presentEvents(); })),
+      live(server.addStream("/live", [this] { return liveOpening(); })),
+      publisher(options.broker ? std::make_unique<MqttPublisher>(*options.broker) : nullptr),
+      liveTimer(LIVE_PERIOD, [this] { sendLive(); }),
+      newsTimer(NEWS_PERIOD, [this] { tellNews(); }) {
   observeEvents();
 }
 
 void WebInterface::frame(double time, int channel, const Frame& frame) {
-  if (live_.hasReaders()) live_.send(streamMessage("frame", frameJson(time, channel + 1, frame)));
+  if (live.hasReaders()) {
+    live.send(streamMessage("frame", frameJson(time, channel + 1, frame)));
+  }
 }
 
 void WebInterface::log(double time, const SyslogLine& line) {
-  log_.push_back(streamMessage("log", logJson(time, line)));
-  if (log_.size() > kLogLines) log_.pop_front();
-  live_.send(log_.back());
+  logLines.push_back(streamMessage("log", logJson(time, line)));
+  if (logLines.size() > LOG_LINES) {
+    logLines.pop_front();
+  }
+  live.send(logLines.back());
 }
 
-void WebInterface::daemonRunning(bool running) {
-  if (std::exchange(running_, running) == running) return;
-  live_.send(streamMessage("daemon", daemonJson(running)));
+void WebInterface::daemonRunning(bool isRunning) {
+  if (std::exchange(running, isRunning) == isRunning) {
+    return;
+  }
+  live.send(streamMessage("daemon", daemonJson(isRunning)));
 }
 
 void WebInterface::observeEvents() {
-  for (const auto& [id, declared] : sources_.events.table().events()) {
-    if (isOfApplication(declared) && !declared.stateless) event(declared);
+  for (const auto& [id, declared] : sources.events.getTable().getEvents()) {
+    if (isOfApplication(declared) && !declared.stateless) {
+      event(declared);
+    }
   }
-  sources_.events.observe([this](const Event& sent) {
-    if (isOfApplication(sent)) event(sent);
+  sources.events.observe([this](const Event& sent) {
+    if (isOfApplication(sent)) {
+      event(sent);
+    }
   });
   // A stateful event has a state from its declaration on.
-  sources_.events.observeDeclared([this](const Event& declared) {
-    if (isOfApplication(declared) && !declared.stateless) event(declared);
+  sources.events.observeDeclared([this](const Event& declared) {
+    if (isOfApplication(declared) && !declared.stateless) {
+      event(declared);
+    }
   });
-  sources_.events.observeUndeclared([this](const Event& gone) {
-    if (isOfApplication(gone)) undeclared(gone);
+  sources.events.observeUndeclared([this](const Event& gone) {
+    if (isOfApplication(gone)) {
+      undeclared(gone);
+    }
   });
 }
 
 void WebInterface::event(const Event& sent) {
   Event event = sent;
-  if (event.time <= 0) event.time = g_get_real_time();  // the sender gave none
+  if (event.time <= 0) {
+    event.time = g_get_real_time();  // the sender gave none
+  }
   const std::string json = eventJson(event);
   const std::string message = streamMessage("event", json);
-  events_.send(message);
-  live_.send(message);
-  if (!publisher_) return;
+  events.send(message);
+  live.send(message);
+  if (!publisher) {
+    return;
+  }
   if (event.stateless) {
-    publisher_->publish(brokerTopic(event), json);
+    publisher->publish(brokerTopic(event), json);
   } else {
-    publisher_->retain(brokerTopic(event), json);
+    publisher->retain(brokerTopic(event), json);
   }
 }
 
 void WebInterface::undeclared(const Event& event) {
   const std::string message = streamMessage("undeclared", undeclaredJson(event));
-  events_.send(message);
-  live_.send(message);
-  if (!publisher_ || event.stateless) return;
+  events.send(message);
+  live.send(message);
+  if (!publisher || event.stateless) {
+    return;
+  }
   const std::string topic = brokerTopic(event);
-  if (!isDeclared(topic)) publisher_->clear(topic);
+  if (!isDeclared(topic)) {
+    publisher->clear(topic);
+  }
 }
 
 // Another event may have the topics of one that has gone.
 bool WebInterface::isDeclared(const std::string& topic) const {
-  return std::ranges::any_of(sources_.events.table().events(), [&](const auto& item) {
+  return std::ranges::any_of(sources.events.getTable().getEvents(), [&](const auto& item) {
     const Event& event = item.second;
     return isOfApplication(event) && !event.stateless && brokerTopic(event) == topic;
   });
@@ -93,7 +115,7 @@ bool WebInterface::isDeclared(const std::string& topic) const {
 
 std::string WebInterface::presentEvents() const {
   std::string text;
-  for (const auto& [id, event] : sources_.events.table().events()) {
+  for (const auto& [id, event] : sources.events.getTable().getEvents()) {
     if (isOfApplication(event) && !event.stateless) {
       text += streamMessage("event", eventJson(event));
     }
@@ -102,25 +124,32 @@ std::string WebInterface::presentEvents() const {
 }
 
 std::string WebInterface::liveOpening() const {
-  std::string text =
-      streamMessage("model", modelJson(sources_.model, sources_.run, sources_.world));
-  text += streamMessage("daemon", daemonJson(running_));
+  std::string text = streamMessage("model", modelJson(sources.model, sources.run, sources.world));
+  text += streamMessage("daemon", daemonJson(running));
   text += presentEvents();
-  for (const std::string& line : log_) text += line;
+  for (const std::string& line : logLines) {
+    text += line;
+  }
   return text;
 }
 
 void WebInterface::sendLive() {
-  if (!live_.hasReaders()) return;
-  const double now = sources_.seconds();
-  live_.send(streamMessage("head", headJson(now, sources_.drive.head().status())));
-  live_.send(streamMessage(
-      "world", worldJson(now, sources_.world.people(now), sources_.model.world.mastHeight)));
+  if (!live.hasReaders()) {
+    return;
+  }
+  const double now = sources.seconds();
+  live.send(streamMessage("head", headJson(now, sources.drive.getHead().status())));
+  live.send(streamMessage(
+      "world", worldJson(now, sources.world.people(now), sources.model.world.mastHeight)));
 }
 
 void WebInterface::tellNews() {
-  if (!publisher_) return;
-  for (const std::string& news : publisher_->takeNews()) sources_.announce(news);
+  if (!publisher) {
+    return;
+  }
+  for (const std::string& news : publisher->takeNews()) {
+    sources.announce(news);
+  }
 }
 
 }  // namespace device

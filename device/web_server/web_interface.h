@@ -43,17 +43,17 @@ class WebInterface {
   WebInterface(const WebInterface&) = delete;
   WebInterface& operator=(const WebInterface&) = delete;
 
-  std::string url() const { return server_.url(); }
+  std::string url() const { return server.url(); }
 
   // channel counts from 0; time: seconds since the device's start.
   void frame(double time, int channel, const Frame& frame);
   void log(double time, const SyslogLine& line);
-  void daemonRunning(bool running);
+  void daemonRunning(bool isRunning);
 
  private:
-  static constexpr std::size_t kLogLines = 200;        // told to a new reader
-  static constexpr std::int64_t kLivePeriod = 100000;  // microseconds
-  static constexpr std::int64_t kNewsPeriod = 500000;  // microseconds
+  static constexpr std::size_t LOG_LINES = 200;        // told to a new reader
+  static constexpr std::int64_t LIVE_PERIOD = 100000;  // microseconds
+  static constexpr std::int64_t NEWS_PERIOD = 500000;  // microseconds
 
   void observeEvents();
   void event(const Event& sent);
@@ -64,15 +64,15 @@ class WebInterface {
   void sendLive();
   void tellNews();
 
-  WebSources sources_;
-  bool running_ = false;
-  std::deque<std::string> log_;  // messages of the stream
-  WebServer server_;
-  EventStream& events_;
-  EventStream& live_;
-  std::unique_ptr<MqttPublisher> publisher_;
-  PeriodicTimer liveTimer_;
-  PeriodicTimer newsTimer_;
+  WebSources sources;
+  bool running = false;
+  std::deque<std::string> logLines;  // messages of the stream
+  WebServer server;
+  EventStream& events;
+  EventStream& live;
+  std::unique_ptr<MqttPublisher> publisher;
+  PeriodicTimer liveTimer;
+  PeriodicTimer newsTimer;
 };
 
 }  // namespace device

@@ -12,12 +12,16 @@ namespace {
 GObjectPtr<GSocket> listenAt(const std::string& address, std::uint16_t port, GError** error) {
   const GObjectPtr<GSocketAddress> place(
       g_inet_socket_address_new_from_string(address.c_str(), port));
-  if (!place) return nullptr;
+  if (!place) {
+    return nullptr;
+  }
   GObjectPtr<GSocket> socket(g_socket_new(g_socket_address_get_family(place.get()),
                                           G_SOCKET_TYPE_STREAM, G_SOCKET_PROTOCOL_TCP, error));
-  if (!socket) return nullptr;
+  if (!socket) {
+    return nullptr;
+  }
   g_socket_set_blocking(socket.get(), FALSE);
-  g_socket_set_listen_backlog(socket.get(), WebListener::kBacklog);
+  g_socket_set_listen_backlog(socket.get(), WebListener::BACKLOG);
   const bool listens = g_socket_bind(socket.get(), place.get(), TRUE, error) != FALSE &&
                        g_socket_listen(socket.get(), error) != FALSE;
   return listens ? std::move(socket) : nullptr;
@@ -27,10 +31,10 @@ GObjectPtr<GSocket> listenAt(const std::string& address, std::uint16_t port, GEr
 
 WebListener::WebListener(const std::string& address, std::uint16_t port, Accept accept,
                          Shortage shortage)
-    : accept_(std::move(accept)), shortage_(std::move(shortage)) {
+    : accept(std::move(accept)), shortage(std::move(shortage)) {
   ErrorSlot error;
-  socket_ = listenAt(address, port, error.out());
-  if (!socket_) {
+  socket = listenAt(address, port, error.out());
+  if (!socket) {
     throw std::runtime_error("Cannot listen on " + address + " port " + std::to_string(port) +
                              ": " + error.message());
   }
@@ -38,24 +42,26 @@ WebListener::WebListener(const std::string& address, std::uint16_t port, Accept 
 }
 
 std::uint16_t WebListener::port() const {
-  const GObjectPtr<GSocketAddress> own(g_socket_get_local_address(socket_.get(), nullptr));
+  const GObjectPtr<GSocketAddress> own(g_socket_get_local_address(socket.get(), nullptr));
   return g_inet_socket_address_get_port(G_INET_SOCKET_ADDRESS(own.get()));
 }
 
 void WebListener::watch() {
-  source_ = watchSocket(socket_.get(), G_IO_IN, readable, this);
+  source = watchSocket(socket.get(), G_IO_IN, readable, this);
 }
 
 void WebListener::standBack() {
-  source_.reset(g_timeout_source_new(kPause));
-  g_source_set_callback(source_.get(), paused, this, nullptr);
-  g_source_attach(source_.get(), g_main_context_get_thread_default());
+  source.reset(g_timeout_source_new(PAUSE));
+  g_source_set_callback(source.get(), paused, this, nullptr);
+  g_source_attach(source.get(), g_main_context_get_thread_default());
 }
 
 gboolean WebListener::readable(GSocket*, GIOCondition, gpointer data) {
   auto* self = static_cast<WebListener*>(data);
-  for (int i = 0; i < kPerTurn; ++i) {
-    if (!self->acceptOne()) break;
+  for (int i = 0; i < PER_TURN; ++i) {
+    if (!self->acceptOne()) {
+      break;
+    }
   }
   return G_SOURCE_CONTINUE;  // unless the source was replaced meanwhile
 }
@@ -63,13 +69,13 @@ gboolean WebListener::readable(GSocket*, GIOCondition, gpointer data) {
 // False when there is no other at present.
 bool WebListener::acceptOne() {
   ErrorSlot error;
-  GObjectPtr<GSocket> client(g_socket_accept(socket_.get(), nullptr, error.out()));
+  GObjectPtr<GSocket> client(g_socket_accept(socket.get(), nullptr, error.out()));
   if (client) {
-    accept_(std::move(client));
+    accept(std::move(client));
     return true;
   }
   if (!error.is(G_IO_ERROR, G_IO_ERROR_WOULD_BLOCK)) {
-    shortage_();
+    shortage();
     standBack();
   }
   return false;

@@ -16,9 +16,9 @@ namespace device {
 // are no descriptors left it stands back for a moment and goes on by itself.
 class WebListener {
  public:
-  static constexpr int kBacklog = 4096;  // or what the system allows, if that is less
-  static constexpr int kPerTurn = 8;
-  static constexpr guint kPause = 50;  // milliseconds
+  static constexpr int BACKLOG = 4096;  // or what the system allows, if that is less
+  static constexpr int PER_TURN = 8;
+  static constexpr guint PAUSE = 50;  // milliseconds
 
   using Accept = std::function<void(GObjectPtr<GSocket> socket)>;
   using Shortage = std::function<void()>;
@@ -39,10 +39,10 @@ class WebListener {
   void watch();
   void standBack();
 
-  Accept accept_;
-  Shortage shortage_;
-  GObjectPtr<GSocket> socket_;
-  GSourcePtr source_;  // of connections, or of the pause's end
+  Accept accept;
+  Shortage shortage;
+  GObjectPtr<GSocket> socket;
+  GSourcePtr source;  // of connections, or of the pause's end
 };
 
 }  // namespace device

@@ -20,9 +20,13 @@ std::optional<std::uint16_t> readPort(std::string_view text) {
 }
 
 std::string readAddress(const char* text) {
-  if (std::strcmp(text, "localhost") == 0) return "127.0.0.1";
+  if (std::strcmp(text, "localhost") == 0) {
+    return "127.0.0.1";
+  }
   const GObjectPtr<GInetAddress> address(g_inet_address_new_from_string(text));
-  if (!address) throw WebOptionError(std::string("--listen is an IP address, not ") + text);
+  if (!address) {
+    throw WebOptionError(std::string("--listen is an IP address, not ") + text);
+  }
   const GCharPtr normal(g_inet_address_to_string(address.get()));
   return normal.get();
 }
@@ -33,7 +37,9 @@ std::string readPassword(const std::string& path) {
   if (!file || !std::getline(file, password)) {
     throw WebOptionError("--password-file: cannot read a password from " + path);
   }
-  if (password.ends_with('\r')) password.pop_back();
+  if (password.ends_with('\r')) {
+    password.pop_back();
+  }
   if (password.empty()) {
     throw WebOptionError("--password-file: the first line of " + path + " is empty");
   }
@@ -41,9 +47,15 @@ std::string readPassword(const std::string& path) {
 }
 
 std::optional<WebUser> readUser(const RawWebOptions& raw) {
-  if (raw.user == nullptr && raw.passwordFile == nullptr) return std::nullopt;
-  if (raw.user == nullptr) throw WebOptionError("--password-file needs --user");
-  if (raw.passwordFile == nullptr) throw WebOptionError("--user needs --password-file");
+  if (raw.user == nullptr && raw.passwordFile == nullptr) {
+    return std::nullopt;
+  }
+  if (raw.user == nullptr) {
+    throw WebOptionError("--password-file needs --user");
+  }
+  if (raw.passwordFile == nullptr) {
+    throw WebOptionError("--user needs --password-file");
+  }
   const std::string name = raw.user;
   if (name.empty() || name.find_first_of(":\"\\") != std::string::npos) {
     throw WebOptionError("--user is a name without colon, quote and backslash");
@@ -81,18 +93,26 @@ BrokerAddress readBroker(const std::string& text) {
 
 WebOptions readWebOptions(const RawWebOptions& raw) {
   WebOptions options;
-  if (raw.address != nullptr) options.address = readAddress(raw.address);
+  if (raw.address != nullptr) {
+    options.address = readAddress(raw.address);
+  }
   if (raw.port != nullptr) {
     options.port = readPort(raw.port);
-    if (!options.port) throw WebOptionError("--port is a number from 0 to 65535");
+    if (!options.port) {
+      throw WebOptionError("--port is a number from 0 to 65535");
+    }
   }
   options.user = readUser(raw);
   if (!isLoopback(options.address) && !options.user) {
     throw WebOptionError("--listen " + options.address +
                          " opens the device to the network: it needs --user and --password-file");
   }
-  if (raw.folder != nullptr) options.folder = raw.folder;
-  if (raw.broker != nullptr) options.broker = readBroker(raw.broker);
+  if (raw.folder != nullptr) {
+    options.folder = raw.folder;
+  }
+  if (raw.broker != nullptr) {
+    options.broker = readBroker(raw.broker);
+  }
   return options;
 }
 

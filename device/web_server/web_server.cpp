@@ -15,8 +15,8 @@ namespace device {
 
 namespace {
 
-constexpr char kApiPath[] = "/api/sentrelvideo";
-constexpr char kJson[] = "application/json";
+constexpr char API_PATH[] = "/api/sentrelvideo";
+constexpr char JSON[] = "application/json";
 
 struct Header {
   const char* name;
@@ -26,7 +26,7 @@ struct Header {
 // With every response: the page loads nothing from elsewhere, is shown nowhere else and is never
 // an old one. The library never notices that a client has ended a connection that waits for its
 // next request: each would stay open until its time is over.
-constexpr std::array<Header, 5> kHeaders = {
+constexpr std::array<Header, 5> HEADERS = {
     {{"Cache-Control", "no-store"},
      {"Content-Security-Policy",
       "default-src 'self'; img-src 'self' data:; style-src 'self'; frame-ancestors 'none'"},
@@ -43,13 +43,17 @@ std::string errorJson(const std::string& message) {
 // A response for a connection that is no longer the server's.
 std::string rawHead(unsigned status, const char* type) {
   std::string head = "HTTP/1.1 " + std::to_string(status) + ' ' + soup_status_get_phrase(status);
-  for (const auto& [name, value] : kHeaders) head += std::string("\r\n") + name + ": " + value;
+  for (const auto& [name, value] : HEADERS) {
+    head += std::string("\r\n") + name + ": " + value;
+  }
   return head + "\r\nContent-Type: " + type + "\r\n";
 }
 
 void setHeaders(SoupServerMessage* message) {
   SoupMessageHeaders* headers = soup_server_message_get_response_headers(message);
-  for (const auto& [name, value] : kHeaders) soup_message_headers_replace(headers, name, value);
+  for (const auto& [name, value] : HEADERS) {
+    soup_message_headers_replace(headers, name, value);
+  }
 }
 
 // Where the headers are set: those of an interim response are dropped with it.
@@ -65,7 +69,7 @@ void respond(SoupServerMessage* message, unsigned status, const char* type,
 }
 
 void refuse(SoupServerMessage* message, unsigned status, const std::string& reason) {
-  respond(message, status, kJson, errorJson(reason));
+  respond(message, status, JSON, errorJson(reason));
 }
 
 void refuseMethod(SoupServerMessage* message, const char* allowed) {
@@ -110,7 +114,9 @@ HttpRequest requestOf(SoupServerMessage* message, const std::string& path, GHash
       soup_message_body_flatten(soup_server_message_get_request_body(message)), g_bytes_unref);
   gsize size = 0;
   const auto* text = static_cast<const char*>(g_bytes_get_data(body.get(), &size));
-  if (size > 0) request.body.assign(text, size);
+  if (size > 0) {
+    request.body.assign(text, size);
+  }
   return request;
 }
 
@@ -124,7 +130,7 @@ struct WebServer::Handlers {
 
   static void gotChunk(SoupServerMessage* message, GBytes*, gpointer self) {
     const goffset length = soup_server_message_get_request_body(message)->length;
-    if (length > static_cast<goffset>(kMaxBody)) {
+    if (length > static_cast<goffset>(MAX_BODY)) {
       static_cast<WebServer*>(self)->refuseBody(message);
     }
   }
@@ -142,80 +148,90 @@ struct WebServer::Handlers {
 
 WebServer::WebServer(const WebOptions& options, std::string application,
                      const WebServerLimits& limits)
-    : limits_(limits),
-      address_(options.address),
-      files_(options.folder),
-      connections_(limits.connections),
-      server_(soup_server_new(nullptr, nullptr)),
-      forwarder_(std::move(application), limits.answer) {
-  g_signal_connect(server_.get(), "request-started", G_CALLBACK(Handlers::started), this);
-  soup_server_add_early_handler(server_.get(), nullptr, Handlers::early, this, nullptr);
-  soup_server_add_handler(server_.get(), nullptr, Handlers::handle, this, nullptr);
-  if (options.user) login_.emplace(*options.user, limits.nonce);
+    : limits(limits),
+      address(options.address),
+      files(options.folder),
+      connections(limits.connections),
+      server(soup_server_new(nullptr, nullptr)),
+      forwarder(std::move(application), limits.answer) {
+  g_signal_connect(server.get(), "request-started", G_CALLBACK(Handlers::started), this);
+  soup_server_add_early_handler(server.get(), nullptr, Handlers::early, this, nullptr);
+  soup_server_add_handler(server.get(), nullptr, Handlers::handle, this, nullptr);
+  if (options.user) {
+    login.emplace(*options.user, limits.nonce);
+  }
   listen(options);
-  origins_.emplace(address_, port());
+  origins.emplace(address, port());
 }
 
 WebServer::~WebServer() {
-  soup_server_disconnect(server_.get());
+  soup_server_disconnect(server.get());
 }
 
 EventStream& WebServer::addStream(const std::string& path, Opening opening) {
-  Stream& stream = streams_[path];
+  Stream& stream = streams[path];
   stream.opening = std::move(opening);
-  stream.readers = std::make_unique<EventStream>(limits_.heartbeat, limits_.streamQueue);
+  stream.readers = std::make_unique<EventStream>(limits.heartbeat, limits.streamQueue);
   return *stream.readers;
 }
 
 std::string WebServer::url() const {
-  const bool bracketed = address_.find(':') != std::string::npos;
-  return "http://" + (bracketed ? '[' + address_ + ']' : address_) + ':' + std::to_string(port()) +
+  const bool bracketed = address.find(':') != std::string::npos;
+  return "http://" + (bracketed ? '[' + address + ']' : address) + ':' + std::to_string(port()) +
          '/';
 }
 
 void WebServer::listen(const WebOptions& options) {
   const auto at = [&](std::uint16_t port) {
     return std::make_unique<WebListener>(
-        address_, port, [this](GObjectPtr<GSocket> socket) { accept(std::move(socket)); },
-        [this] { connections_.makeRoom(); });
+        address, port, [this](GObjectPtr<GSocket> socket) { accept(std::move(socket)); },
+        [this] { connections.makeRoom(); });
   };
   if (options.port) {
-    listener_ = at(*options.port);
+    listener = at(*options.port);
     return;
   }
   try {
-    listener_ = at(kUsualPort);
+    listener = at(USUAL_PORT);
   } catch (const std::runtime_error&) {
-    listener_ = at(0);
+    listener = at(0);
   }
 }
 
 void WebServer::accept(GObjectPtr<GSocket> socket) {
   const GObjectPtr<GSocketAddress> remote(g_socket_get_remote_address(socket.get(), nullptr));
-  if (!remote) return;  // it has gone already
+  if (!remote) {
+    return;  // it has gone already
+  }
   const GObjectPtr<GSocketAddress> local(g_socket_get_local_address(socket.get(), nullptr));
   g_socket_set_option(socket.get(), IPPROTO_TCP, TCP_NODELAY, TRUE, nullptr);
   const GObjectPtr<GSocketConnection> connection(
       g_socket_connection_factory_create_connection(socket.get()));
-  if (!connections_.add(connection.get(), remote.get())) return;
-  soup_server_accept_iostream(server_.get(), G_IO_STREAM(connection.get()), local.get(),
+  if (!connections.add(connection.get(), remote.get())) {
+    return;
+  }
+  soup_server_accept_iostream(server.get(), G_IO_STREAM(connection.get()), local.get(),
                               remote.get(), nullptr);
 }
 
 // Before the body is read, and before anything else: a page from elsewhere is not even told that a
 // user is asked for.
 void WebServer::check(SoupServerMessage* message) {
-  connections_.enter(soup_server_message_get_remote_address(message), ConnectionStep_e::kBody);
-  if (!origins_->isAllowed(header(message, "Host"), header(message, "Origin"))) {
+  connections.enter(soup_server_message_get_remote_address(message), ConnectionStep_e::body);
+  if (!origins->isAllowed(header(message, "Host"), header(message, "Origin"))) {
     return refuse(message, SOUP_STATUS_FORBIDDEN, "The request was made from elsewhere");
   }
   SoupMessageHeaders* headers = soup_server_message_get_request_headers(message);
   if (soup_message_headers_get_encoding(headers) == SOUP_ENCODING_CONTENT_LENGTH &&
-      soup_message_headers_get_content_length(headers) > static_cast<goffset>(kMaxBody)) {
+      soup_message_headers_get_content_length(headers) > static_cast<goffset>(MAX_BODY)) {
     return refuseBody(message);
   }
-  if (!login_) return;
-  if (const auto challenge = login_->challengeFor(message)) askForUser(message, *challenge);
+  if (!login) {
+    return;
+  }
+  if (const auto challenge = login->challengeFor(message)) {
+    askForUser(message, *challenge);
+  }
 }
 
 void WebServer::askForUser(SoupServerMessage* message, const std::string& challenge) {
@@ -225,13 +241,17 @@ void WebServer::askForUser(SoupServerMessage* message, const std::string& challe
 }
 
 void WebServer::handle(SoupServerMessage* message, const std::string& path, GHashTable* fields) {
-  connections_.enter(soup_server_message_get_remote_address(message), ConnectionStep_e::kAnswer);
-  if (path == kApiPath) {
-    if (!isMethod(message, "POST")) return refuseMethod(message, "POST");
+  connections.enter(soup_server_message_get_remote_address(message), ConnectionStep_e::answer);
+  if (path == API_PATH) {
+    if (!isMethod(message, "POST")) {
+      return refuseMethod(message, "POST");
+    }
     return forward(message, path, fields);
   }
-  if (const auto stream = streams_.find(path); stream != streams_.end()) {
-    if (!isMethod(message, "GET")) return refuseMethod(message, "GET");
+  if (const auto stream = streams.find(path); stream != streams.end()) {
+    if (!isMethod(message, "GET")) {
+      return refuseMethod(message, "GET");
+    }
     return openStream(message, &stream->second);
   }
   if (!isMethod(message, "GET") && !isMethod(message, "HEAD")) {
@@ -242,50 +262,53 @@ void WebServer::handle(SoupServerMessage* message, const std::string& path, GHas
 
 void WebServer::forward(SoupServerMessage* message, const std::string& path, GHashTable* fields) {
   auto bytes = encodeHttpRequest(requestOf(message, path, fields));
-  if (!bytes)
+  if (!bytes) {
     return refuse(message, SOUP_STATUS_REQUEST_ENTITY_TOO_LARGE, "The request is too long");
+  }
   soup_server_message_pause(message);
   const std::shared_ptr<SoupServerMessage> held(
       static_cast<SoupServerMessage*>(g_object_ref(message)), GObjectDeleter());
-  forwarder_.forward(
+  forwarder.forward(
       std::move(*bytes), [held](ForwardResult_e result, const ApplicationAnswer* answer) {
-        if (result == ForwardResult_e::kAnswered) {
+        if (result == ForwardResult_e::answered) {
           respond(held.get(), *answer);
         } else {
           refuse(held.get(), SOUP_STATUS_SERVICE_UNAVAILABLE,
-                 result == ForwardResult_e::kLate ? "The application did not answer in time"
-                                                  : "The application is not running");
+                 result == ForwardResult_e::late ? "The application did not answer in time"
+                                                 : "The application is not running");
         }
         soup_server_message_unpause(held.get());
       });
 }
 
 void WebServer::openStream(SoupServerMessage* message, Stream* stream) {
-  if (!connections_.hasRoomForStream()) {
+  if (!connections.hasRoomForStream()) {
     return refuse(message, SOUP_STATUS_SERVICE_UNAVAILABLE, "Too many streams are read already");
   }
-  connections_.enter(soup_server_message_get_remote_address(message), ConnectionStep_e::kStream);
-  const auto socket = connections_.socketOf(soup_server_message_get_remote_address(message));
+  connections.enter(soup_server_message_get_remote_address(message), ConnectionStep_e::stream);
+  const auto socket = connections.socketOf(soup_server_message_get_remote_address(message));
   GObjectPtr<GIOStream> connection(soup_server_message_steal_connection(message));
   stream->readers->add(std::move(connection), socket.get(),
                        rawHead(SOUP_STATUS_OK, "text/event-stream") + "\r\n" + stream->opening());
 }
 
 void WebServer::sendFile(SoupServerMessage* message, const std::string& path) {
-  const std::optional<StaticFile> file = files_.read(path);
-  if (!file) return refuse(message, SOUP_STATUS_NOT_FOUND, "There is nothing at this path");
+  const std::optional<StaticFile> file = files.read(path);
+  if (!file) {
+    return refuse(message, SOUP_STATUS_NOT_FOUND, "There is nothing at this path");
+  }
   respond(message, SOUP_STATUS_OK, file->type, file->contents);
 }
 
 void WebServer::refuseBody(SoupServerMessage* message) {
   const std::string body = errorJson("A request may have 1 MiB");
-  const std::string answer = rawHead(SOUP_STATUS_REQUEST_ENTITY_TOO_LARGE, kJson) +
+  const std::string answer = rawHead(SOUP_STATUS_REQUEST_ENTITY_TOO_LARGE, JSON) +
                              "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
-  const auto socket = connections_.socketOf(soup_server_message_get_remote_address(message));
+  const auto socket = connections.socketOf(soup_server_message_get_remote_address(message));
   GObjectPtr<GIOStream> connection(soup_server_message_steal_connection(message));
-  const auto place = refusals_.insert(refusals_.end(), nullptr);
+  const auto place = refusals.insert(refusals.end(), nullptr);
   *place = std::make_unique<LingeringRefusal>(std::move(connection), socket.get(), answer,
-                                              [this, place] { refusals_.erase(place); });
+                                              [this, place] { refusals.erase(place); });
 }
 
 }  // namespace device

@@ -29,7 +29,7 @@ namespace device {
 struct WebServerLimits {
   std::chrono::milliseconds answer = std::chrono::seconds(10);  // of the application
   std::chrono::microseconds heartbeat = std::chrono::seconds(15);
-  std::size_t streamQueue = EventStream::kQueueLimit;  // bytes for one reader
+  std::size_t streamQueue = EventStream::QUEUE_LIMIT;  // bytes for one reader
   std::chrono::milliseconds nonce = std::chrono::minutes(5);
   ConnectionLimits connections;
 };
@@ -46,8 +46,8 @@ struct WebServerLimits {
 //   503  the application is not there, or has not answered in time; too many streams
 class WebServer {
  public:
-  static constexpr std::uint16_t kUsualPort = 8080;
-  static constexpr std::size_t kMaxBody = std::size_t{1} << 20;  // bytes
+  static constexpr std::uint16_t USUAL_PORT = 8080;
+  static constexpr std::size_t MAX_BODY = std::size_t{1} << 20;  // bytes
 
   // Gives what a new reader of a stream is told first.
   using Opening = std::function<std::string()>;
@@ -63,10 +63,10 @@ class WebServer {
   // Offers a stream at a path; it lives as long as the server.
   EventStream& addStream(const std::string& path, Opening opening);
 
-  std::uint16_t port() const { return listener_->port(); }
+  std::uint16_t port() const { return listener->port(); }
 
   // How many there are at present.
-  std::size_t connections() const { return connections_.size(); }
+  std::size_t countConnections() const { return connections.size(); }
 
   // "http://127.0.0.1:8080/"
   std::string url() const;
@@ -88,17 +88,17 @@ class WebServer {
   void sendFile(SoupServerMessage* message, const std::string& path);
   void refuseBody(SoupServerMessage* message);
 
-  WebServerLimits limits_;
-  std::string address_;
-  std::optional<DigestLogin> login_;
-  std::optional<OriginCheck> origins_;
-  StaticFiles files_;
-  std::map<std::string, Stream> streams_;  // by path
-  std::list<std::unique_ptr<LingeringRefusal>> refusals_;
-  WebConnections connections_;
-  GObjectPtr<SoupServer> server_;
-  std::unique_ptr<WebListener> listener_;
-  ApplicationForwarder forwarder_;  // before the server in the end, as it holds on to requests
+  WebServerLimits limits;
+  std::string address;
+  std::optional<DigestLogin> login;
+  std::optional<OriginCheck> origins;
+  StaticFiles files;
+  std::map<std::string, Stream> streams;  // by path
+  std::list<std::unique_ptr<LingeringRefusal>> refusals;
+  WebConnections connections;
+  GObjectPtr<SoupServer> server;
+  std::unique_ptr<WebListener> listener;
+  ApplicationForwarder forwarder;  // before the server in the end, as it holds on to requests
 };
 
 }  // namespace device

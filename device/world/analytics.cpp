@@ -134,7 +134,7 @@ void Analytics::recallMissing(const Seen& seen, double now, std::vector<std::int
 }
 
 void Analytics::forgetLeavers(const Seen& seen, double now, Frame& frame) {
-  FrameEvent gone{.action = FrameAction::Delete, .from = {}, .to = {}};
+  FrameEvent gone{.action = FrameAction::deletion, .from = {}, .to = {}};
   recallMissing(seen, now, gone.from);
   for (Tracked& tracked : trackedObjects) {
     const std::vector<int> before = tracked.people;
@@ -164,7 +164,7 @@ bool Analytics::splitParted(const Seen& seen, Frame& frame) {
     if (parts.size() < 2) {
       continue;
     }
-    FrameEvent split{.action = FrameAction::Split, .from = {tracked.id}, .to = {tracked.id}};
+    FrameEvent split{.action = FrameAction::split, .from = {tracked.id}, .to = {tracked.id}};
     tracked.people = std::move(parts.front());
     for (auto part = std::next(parts.begin()); part != parts.end(); ++part) {
       split.to.push_back(nextId);
@@ -177,9 +177,9 @@ bool Analytics::splitParted(const Seen& seen, Frame& frame) {
 }
 
 void Analytics::mergeOverlapping(const Seen& seen, Frame& frame) {
-  FrameEvent absorbed{.action = FrameAction::Delete, .from = {}, .to = {}};
+  FrameEvent absorbed{.action = FrameAction::deletion, .from = {}, .to = {}};
   for (std::size_t i = 0; i < trackedObjects.size(); ++i) {
-    FrameEvent merge{.action = FrameAction::Merge, .from = {trackedObjects[i].id}, .to = {}};
+    FrameEvent merge{.action = FrameAction::merge, .from = {trackedObjects[i].id}, .to = {}};
     for (std::size_t j = i + 1; j < trackedObjects.size();) {
       const std::vector<int>& others = trackedObjects[j].people;
       const bool meets = std::any_of(others.begin(), others.end(), [&](int other) {
@@ -210,9 +210,10 @@ void Analytics::addNewcomers(const Seen& seen) {
       continue;
     }
     const auto hides =
-        std::find_if(trackedObjects.begin(), trackedObjects.end(), [&](const Tracked& tracked) {
-          return overlapsAny(tracked.people, silhouette, seen, MERGE_OVERLAP);
-        });
+        std::find_if(trackedObjects.begin(), trackedObjects.end(),
+                     [&, &outline = silhouette](const Tracked& tracked) {
+                       return overlapsAny(tracked.people, outline, seen, MERGE_OVERLAP);
+                     });
     if (hides != trackedObjects.end()) {
       hides->people.push_back(person);
     } else {
@@ -278,14 +279,14 @@ FrameObject Analytics::describe(const OverviewCamera& camera, const Tracked& tra
     object.confidence = std::min(object.confidence, confidenceOf(seen.at(person).box));
   }
 
-  object.hasVelocity = setup.velocity != VelocityKind::None;
+  object.hasVelocity = setup.velocity != VelocityKind::none;
   object.velocity = toFramePoint(camera.toScene(velocityOf(tracked, seen, upright, now)));
   return object;
 }
 
 PicturePoint Analytics::velocityOf(const Tracked& tracked, const Seen& seen,
                                    std::span<const PicturePoint> upright, double now) {
-  if (setup.velocity == VelocityKind::None) {
+  if (setup.velocity == VelocityKind::none) {
     return {};
   }
   PicturePoint velocity;
@@ -293,7 +294,7 @@ PicturePoint Analytics::velocityOf(const Tracked& tracked, const Seen& seen,
     velocity.x += seen.at(person).velocity.x / static_cast<double>(tracked.people.size());
     velocity.y += seen.at(person).velocity.y / static_cast<double>(tracked.people.size());
   }
-  if (setup.velocity == VelocityKind::Past) {
+  if (setup.velocity == VelocityKind::past) {
     const PictureBox box = boxOf(upright);
     velocity = pastVelocity.observe(tracked.id, now,
                                     {(box.low.x + box.high.x) / 2, (box.low.y + box.high.y) / 2});

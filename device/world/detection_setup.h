@@ -9,9 +9,9 @@
 namespace device {
 
 enum class VelocityKind {
-  True,  // of the person, from before and after the picture
-  Past,  // from past pictures only
-  None   // not reported
+  exact,  // of the person, from before and after the picture
+  past,   // from past pictures only
+  none    // not reported
 };
 
 // What video analytics make of what they see. Pixels are those of the upright picture; shares and
@@ -37,7 +37,7 @@ struct DetectionSetup {
   double shadowLength = 0;  // metres on the ground for each metre of height; 0 for none
   double shadowTurn = 0;    // degrees, the direction in which shadows fall, as pan
 
-  VelocityKind velocity = VelocityKind::True;
+  VelocityKind velocity = VelocityKind::exact;
   double velocityNoise = 0.02;  // deviation, share of the velocity
   int velocityPictures = 6;     // of Past
 

@@ -27,10 +27,10 @@ struct FrameObject {
 };
 
 // The numbers are those of the scene frames.
-enum class FrameAction { Delete = 0, Split = 1, Merge = 2 };
+enum class FrameAction { deletion = 0, split = 1, merge = 2 };
 
 struct FrameEvent {
-  FrameAction action = FrameAction::Delete;
+  FrameAction action = FrameAction::deletion;
   std::vector<std::int32_t> from;  // deleted objects; the source of a split; the object that
                                    // remains after a merge
   std::vector<std::int32_t> to;    // the parts of a split; the objects that a merge absorbs

@@ -21,11 +21,11 @@ constexpr double VELOCITY_SPAN = 0.05;  // seconds
 
 double speedOf(GhostKind kind) {
   switch (kind) {
-    case GhostKind::Tree:
+    case GhostKind::tree:
       return 0;
-    case GhostKind::Shadow:
+    case GhostKind::shadow:
       return SHADOW_SPEED;
-    case GhostKind::Headlights:
+    case GhostKind::headlights:
       return HEADLIGHTS_SPEED;
   }
   return 0;
@@ -36,7 +36,7 @@ SpacePoint pointOf(const GhostSetup& setup, double age, double across, double al
   const double sine = std::sin(toRadians(setup.turn));
   const double cosine = std::cos(toRadians(setup.turn));
   const double right = across * setup.width / 2;
-  if (setup.kind == GhostKind::Tree) {
+  if (setup.kind == GhostKind::tree) {
     const double sway =
         SWAY * setup.length * std::sin(2 * std::numbers::pi * SWAYS_PER_SECOND * age);
     const double side = right + sway;

@@ -9,14 +9,14 @@
 namespace device {
 
 enum class GhostKind {
-  Tree,       // upright, sways where it stands
-  Shadow,     // flat on the ground, drifts like that of a cloud
-  Headlights  // flat on the ground, fast
+  tree,       // upright, sways where it stands
+  shadow,     // flat on the ground, drifts like that of a cloud
+  headlights  // flat on the ground, fast
 };
 
 // Something that the analytics take for an object now and then.
 struct GhostSetup {
-  GhostKind kind = GhostKind::Tree;
+  GhostKind kind = GhostKind::tree;
   GroundPoint middle;    // metres, where it begins
   double width = 1;      // metres
   double length = 1;     // metres: height of a tree, length on the ground of the others

@@ -22,7 +22,7 @@ Playback::Playback(TrackSet recording, const Stage& stage, Rests rests)
     const double appears = all[i].start() + shift;
     const bool isFirst = i == 0;
     const bool isAfterPause = appears - emptyFrom >= PAUSE;
-    const bool isLate = rests == Rests::Added && appears - sceneStart > SCENE_LENGTH;
+    const bool isLate = rests == Rests::added && appears - sceneStart > SCENE_LENGTH;
     if (isFirst || isAfterPause || isLate) {
       sceneStart = isFirst ? 0 : std::max(appears, emptyFrom + PAUSE);
       shift += sceneStart - appears;

@@ -22,9 +22,9 @@ class Playback {
   static constexpr double SCENE_LENGTH = 45;  // seconds
   static constexpr double PAUSE = 20;         // seconds
 
-  enum class Rests { Added, AsRecorded };
+  enum class Rests { added, asRecorded };
 
-  Playback(TrackSet recording, const Stage& stage, Rests rests = Rests::Added);
+  Playback(TrackSet recording, const Stage& stage, Rests rests = Rests::added);
 
   // Everybody there at a moment, in world coordinates. The first person appears at time 0. Each
   // round has ids of its own.

@@ -46,7 +46,7 @@ Playback playbackOf(const WorldSetup& setup, const WorldOptions& options, Scene&
   const bool addsRests = !options.asRecorded && (scene.isOnStage || options.tracks);
   const Stage stage = stageOf(setup, options, scene);
   return Playback(options.tracks ? TrackSet::read(*options.tracks) : std::move(scene.people), stage,
-                  addsRests ? Playback::Rests::Added : Playback::Rests::AsRecorded);
+                  addsRests ? Playback::Rests::added : Playback::Rests::asRecorded);
 }
 
 }  // namespace

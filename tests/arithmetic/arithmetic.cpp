@@ -288,9 +288,9 @@ void printFollowing() {
       double tiltSpeed = 0;
       double zoomSpeed = 0;
       regulator.getSpeeds(panSpeed, tiltSpeed, zoomSpeed);
-      head.command({.pan = {device::MoveKind::Continuous, panSpeed},
-                    .tilt = {device::MoveKind::Continuous, tiltSpeed},
-                    .zoom = {device::MoveKind::Continuous, zoomSpeed}});
+      head.command({.pan = {device::MoveKind::continuous, panSpeed},
+                    .tilt = {device::MoveKind::continuous, tiltSpeed},
+                    .zoom = {device::MoveKind::continuous, zoomSpeed}});
       for (int i = 0; i < 10; ++i) head.step(0.01);
       Line("follow")
           .add(panSpeed)

@@ -32,11 +32,11 @@ class ApplicationMonitorTest : public testing::Test {
 using Told = std::vector<std::string>;
 
 TEST_F(ApplicationMonitorTest, StateIsToldAndKept) {
-  EXPECT_EQ("", monitor.state());
+  EXPECT_EQ("", monitor.getState());
   tell("state", key("value", "connecting"));
   tell("state", key("value", "running"));
   EXPECT_EQ((Told{"state connecting", "state running"}), told);
-  EXPECT_EQ("running", monitor.state());
+  EXPECT_EQ("running", monitor.getState());
 }
 
 TEST_F(ApplicationMonitorTest, SteeringIsTold) {

@@ -31,7 +31,7 @@ class DaemonProcessTest : public testing::Test {
     });
   }
 
-  void start(std::vector<std::string> command, int grace = DaemonProcess::kGraceSeconds) {
+  void start(std::vector<std::string> command, int grace = DaemonProcess::GRACE_SECONDS) {
     process.emplace(
         std::move(command), [this](const DaemonEnd& told) { end = told; }, grace);
   }

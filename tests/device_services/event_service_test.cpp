@@ -17,7 +17,7 @@ class EventServiceTest : public testing::Test {
 
   static GVariant* keys(std::optional<EventValue> value) {
     return toVariant({{"topic0", "tns1", "Test", 0, "", "", "Test"},
-                      {"active", "", std::move(value), kMarkData, "tag", "", ""}});
+                      {"active", "", std::move(value), MARK_DATA, "tag", "", ""}});
   }
 
   static GVariant* change(EventValue value) {
@@ -120,7 +120,7 @@ TEST_F(EventServiceTest, UndeclaredEventIsToldAndGone) {
   EXPECT_TRUE(client->call("Undeclare", g_variant_new("(u)", id)).ok());
   EXPECT_TRUE(iterateUntil([&] { return watcher->count("Undeclared") == 1; }));
   EXPECT_EQ(kInvalidArgs, send(*client, id, true).error);
-  EXPECT_TRUE(service.table().events().empty());
+  EXPECT_TRUE(service.getTable().getEvents().empty());
 }
 
 TEST_F(EventServiceTest, EventsOfAClientThatLeavesAreUndeclared) {
@@ -129,8 +129,8 @@ TEST_F(EventServiceTest, EventsOfAClientThatLeavesAreUndeclared) {
   const auto stays = declare(*watcher);
   client->leave();
   EXPECT_TRUE(iterateUntil([&] { return watcher->count("Undeclared") == 2; }));
-  ASSERT_EQ(1u, service.table().events().size());
-  EXPECT_EQ(stays, service.table().events().begin()->first);
+  ASSERT_EQ(1u, service.getTable().getEvents().size());
+  EXPECT_EQ(stays, service.getTable().getEvents().begin()->first);
 }
 
 TEST_F(EventServiceTest, ClientThatUndeclaredEverythingMayDeclareAgainAndLeave) {
@@ -138,11 +138,11 @@ TEST_F(EventServiceTest, ClientThatUndeclaredEverythingMayDeclareAgainAndLeave) 
   declare(*client);
   client->leave();
   EXPECT_TRUE(iterateUntil([&] { return watcher->count("Undeclared") == 2; }));
-  EXPECT_TRUE(service.table().events().empty());
+  EXPECT_TRUE(service.getTable().getEvents().empty());
 }
 
 TEST_F(EventServiceTest, DeviceDeclaresAndSendsItself) {
-  const auto id = service.declare({{"is_moving", "", false, kMarkData, "", "", ""}}, false);
+  const auto id = service.declare({{"is_moving", "", false, MARK_DATA, "", "", ""}}, false);
   EXPECT_TRUE(service.send(id, {{"is_moving", "", true, 0, "", "", ""}}));
   EXPECT_TRUE(iterateUntil([&] { return watcher->count("Sent") == 1; }));
   EXPECT_FALSE(service.send(id, {{"other", "", true, 0, "", "", ""}}));

@@ -14,7 +14,7 @@ class EventTableTest : public testing::Test {
  protected:
   std::uint32_t declare(EventKeys keys, bool stateless, const std::string& owner = "a") {
     std::uint32_t id = 0;
-    EXPECT_EQ(EventStatus_e::kOk, table.declare(owner, std::move(keys), stateless, 1, &id));
+    EXPECT_EQ(EventStatus_e::ok, table.declare(owner, std::move(keys), stateless, 1, &id));
     return id;
   }
 
@@ -26,26 +26,26 @@ TEST_F(EventTableTest, DeclarationsHaveIdsOfTheirOwnFromOne) {
   const EventKeys keys = {key("topic0", "x")};
   EXPECT_EQ(1u, declare(keys, false));
   EXPECT_EQ(2u, declare(keys, false));
-  EXPECT_EQ(EventStatus_e::kOk, table.undeclare("a", 2));
+  EXPECT_EQ(EventStatus_e::ok, table.undeclare("a", 2));
   EXPECT_EQ(3u, declare(keys, false));
 }
 
 TEST_F(EventTableTest, EventWithoutKeysIsRefused) {
   std::uint32_t id = 0;
-  EXPECT_EQ(EventStatus_e::kNoKeys, table.declare("a", {}, false, 1, &id));
+  EXPECT_EQ(EventStatus_e::noKeys, table.declare("a", {}, false, 1, &id));
 }
 
 TEST_F(EventTableTest, SameKeyTwiceIsRefusedUnlessTheNameSpaceDiffers) {
   std::uint32_t id = 0;
-  EXPECT_EQ(EventStatus_e::kDuplicateKey,
+  EXPECT_EQ(EventStatus_e::duplicateKey,
             table.declare("a", {key("k", 1), key("k", 2)}, false, 1, &id));
-  EXPECT_EQ(EventStatus_e::kOk,
+  EXPECT_EQ(EventStatus_e::ok,
             table.declare("a", {key("k", 1), key("k", 2, "tns1")}, false, 1, &id));
 }
 
 TEST_F(EventTableTest, SendGivesAllKeysWithTheChangesMerged) {
   const auto id = declare({key("topic0", "x"), key("active", false)}, false);
-  ASSERT_EQ(EventStatus_e::kOk, table.send("a", id, {key("active", true)}, 7, &sent));
+  ASSERT_EQ(EventStatus_e::ok, table.send("a", id, {key("active", true)}, 7, &sent));
   EXPECT_EQ("x", valueOf<std::string>(sent.keys, "topic0"));
   EXPECT_EQ(true, valueOf<bool>(sent.keys, "active"));
   EXPECT_EQ(7, sent.time);
@@ -54,8 +54,8 @@ TEST_F(EventTableTest, SendGivesAllKeysWithTheChangesMerged) {
 TEST_F(EventTableTest, StatefulEventKeepsWhatWasSent) {
   const auto id = declare({key("active", false)}, false);
   table.send("a", id, {key("active", true)}, 7, &sent);
-  EXPECT_EQ(true, valueOf<bool>(table.events().at(id).keys, "active"));
-  EXPECT_EQ(7, table.events().at(id).time);
+  EXPECT_EQ(true, valueOf<bool>(table.getEvents().at(id).keys, "active"));
+  EXPECT_EQ(7, table.getEvents().at(id).time);
 }
 
 TEST_F(EventTableTest, StatelessEventForgetsWhatWasSent) {
@@ -68,29 +68,29 @@ TEST_F(EventTableTest, StatelessEventForgetsWhatWasSent) {
 
 TEST_F(EventTableTest, KeyWithoutValueTakesTheFirstOneSentAndKeepsIt) {
   const auto id = declare({key("active", std::nullopt)}, false);
-  EXPECT_EQ(EventStatus_e::kOk, table.send("a", id, {key("active", true)}, 7, &sent));
-  EXPECT_EQ(EventStatus_e::kOk, table.send("a", id, {key("active", std::nullopt)}, 8, &sent));
+  EXPECT_EQ(EventStatus_e::ok, table.send("a", id, {key("active", true)}, 7, &sent));
+  EXPECT_EQ(EventStatus_e::ok, table.send("a", id, {key("active", std::nullopt)}, 8, &sent));
   EXPECT_EQ(true, valueOf<bool>(sent.keys, "active"));
 }
 
 TEST_F(EventTableTest, UnknownKeyOrOtherTypeIsRefusedAndChangesNothing) {
   const auto id = declare({key("active", false), key("count", 1)}, false);
-  EXPECT_EQ(EventStatus_e::kUnknownKey,
+  EXPECT_EQ(EventStatus_e::unknownKey,
             table.send("a", id, {key("active", true), key("other", 1)}, 7, &sent));
-  EXPECT_EQ(EventStatus_e::kWrongType,
+  EXPECT_EQ(EventStatus_e::wrongType,
             table.send("a", id, {key("active", true), key("count", "1")}, 7, &sent));
-  EXPECT_EQ(EventStatus_e::kUnknownKey,
+  EXPECT_EQ(EventStatus_e::unknownKey,
             table.send("a", id, {key("active", true, "tns1")}, 7, &sent));
-  EXPECT_EQ(false, valueOf<bool>(table.events().at(id).keys, "active"));
-  EXPECT_EQ(1, table.events().at(id).time);
+  EXPECT_EQ(false, valueOf<bool>(table.getEvents().at(id).keys, "active"));
+  EXPECT_EQ(1, table.getEvents().at(id).time);
 }
 
 TEST_F(EventTableTest, OwnersReachTheirOwnEventsOnly) {
   const auto id = declare({key("active", false)}, false, "a");
-  EXPECT_EQ(EventStatus_e::kUnknownDeclaration, table.send("b", id, {}, 7, &sent));
-  EXPECT_EQ(EventStatus_e::kUnknownDeclaration, table.undeclare("b", id));
-  EXPECT_EQ(EventStatus_e::kOk, table.undeclare("a", id));
-  EXPECT_EQ(EventStatus_e::kUnknownDeclaration, table.undeclare("a", id));
+  EXPECT_EQ(EventStatus_e::unknownDeclaration, table.send("b", id, {}, 7, &sent));
+  EXPECT_EQ(EventStatus_e::unknownDeclaration, table.undeclare("b", id));
+  EXPECT_EQ(EventStatus_e::ok, table.undeclare("a", id));
+  EXPECT_EQ(EventStatus_e::unknownDeclaration, table.undeclare("a", id));
 }
 
 TEST_F(EventTableTest, AllEventsOfAnOwnerGoTogether) {

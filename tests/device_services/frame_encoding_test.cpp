@@ -25,7 +25,7 @@ Frame twoObjects() {
   unsure.id = 5;
   unsure.confidence = 4095;
   frame.objects = {sure, unsure};
-  frame.events = {{FrameAction::Delete, {3}, {}}, {FrameAction::Merge, {4}, {8, 9}}};
+  frame.events = {{FrameAction::deletion, {3}, {}}, {FrameAction::merge, {4}, {8, 9}}};
   return frame;
 }
 
@@ -78,7 +78,7 @@ TEST(FrameEncodingTest, ObjectsOfLowConfidenceComeOnlyWhenAskedForAndWithTheirCo
   EXPECT_EQ(4, scene_get_object_id(first));
   EXPECT_EQ(nullptr, scene_next_object(sure.get(), first));
 
-  const ScenePtr all = decode(twoObjects(), 7 | kFrameLowConfident);
+  const ScenePtr all = decode(twoObjects(), 7 | FRAME_LOW_CONFIDENT);
   const scene_object* second = scene_next_object(all.get(), scene_next_object(all.get(), nullptr));
   ASSERT_NE(nullptr, second);
   EXPECT_EQ(5, scene_get_object_id(second));

@@ -122,7 +122,7 @@ TEST_F(FrameServerTest, FrameIsEncodedOnceForEachMask) {
 
 TEST_F(FrameServerTest, NothingIsSentBeforeTheRequest) {
   SocketClient client(folder / "subscriber");
-  ASSERT_TRUE(iterateUntil([&] { return server.clients() == 1; }));
+  ASSERT_TRUE(iterateUntil([&] { return server.countClients() == 1; }));
   server.publish(0, 1, encode);
   EXPECT_EQ(0u, client.waiting());
 }
@@ -132,7 +132,7 @@ TEST_F(FrameServerTest, RefusedClientGetsTheAnswerAndLosesItsConnection) {
   client.send("SUBSCRIBE 9 14\n");
   EXPECT_EQ("NO\n", client.receiveUntil('\n'));
   EXPECT_TRUE(client.isClosed());
-  EXPECT_EQ(0u, server.clients());
+  EXPECT_EQ(0u, server.countClients());
 }
 
 TEST_F(FrameServerTest, SecondRequestOfAClientIsIgnored) {
@@ -152,7 +152,7 @@ TEST_F(FrameServerTest, ClientThatLeavesIsForgotten) {
     subscribe(client, "SUBSCRIBE 0 2");
     EXPECT_EQ(1u, server.subscribers());
   }
-  EXPECT_TRUE(iterateUntil([&] { return server.clients() == 0; }));
+  EXPECT_TRUE(iterateUntil([&] { return server.countClients() == 0; }));
 }
 
 TEST_F(FrameServerTest, SlowClientIsDroppedAndOthersGoOn) {
@@ -167,7 +167,7 @@ TEST_F(FrameServerTest, SlowClientIsDroppedAndOthersGoOn) {
     ASSERT_EQ(12 + kPayload, quick.receive(12 + kPayload).size());
   }
   EXPECT_EQ(1u, server.subscribers());
-  EXPECT_GT(frames, static_cast<int>(FrameServer::kQueueLimit / kPayload));
+  EXPECT_GT(frames, static_cast<int>(FrameServer::QUEUE_LIMIT / kPayload));
   EXPECT_TRUE(slow.isClosed());
   server.publish(0, 1, encode);
   EXPECT_EQ(header(6, 1) + "frame\x02", quick.receive(18));

@@ -16,15 +16,15 @@ TEST(HeadRequestsTest, OtherChannelsAndSpeedsAreRefused) {
 }
 
 TEST(HeadRequestsTest, AnAxisIsDrivenByAKnownKindAndANumber) {
-  EXPECT_EQ(MoveKind::Absolute, axisCommand(1, -12.5)->kind);
+  EXPECT_EQ(MoveKind::absolute, axisCommand(1, -12.5)->kind);
   EXPECT_EQ(-12.5, axisCommand(1, -12.5)->value);
-  EXPECT_EQ(MoveKind::Continuous, axisCommand(3, 40)->kind);
+  EXPECT_EQ(MoveKind::continuous, axisCommand(3, 40)->kind);
   EXPECT_FALSE(axisCommand(2, 40));
   EXPECT_FALSE(axisCommand(1, std::numeric_limits<double>::quiet_NaN()));
 }
 
 TEST(HeadRequestsTest, AnAxisThatIsNotDrivenNeedsNoNumber) {
-  EXPECT_EQ(MoveKind::None, axisCommand(0, std::numeric_limits<double>::infinity())->kind);
+  EXPECT_EQ(MoveKind::none, axisCommand(0, std::numeric_limits<double>::infinity())->kind);
 }
 
 TEST(HeadRequestsTest, OtherLinesAreAnsweredByAnError) {

@@ -142,7 +142,7 @@ TEST_F(PtzServiceTest, BadArgumentsAreRefused) {
 
 TEST_F(PtzServiceTest, BothEventsAreDeclaredStatefulWithTheirTopics) {
   int found = 0;
-  for (const auto& [id, event] : events.table().events()) {
+  for (const auto& [id, event] : events.getTable().getEvents()) {
     EXPECT_FALSE(event.stateless);
     ASSERT_NE(nullptr, findKey(event.keys, "topic0", "tns1"));
     EXPECT_EQ("PTZController", valueOf<std::string>(event.keys, "topic0"));

@@ -28,12 +28,12 @@ TEST(EventJsonTest, TopicsDataSourceAndTimeAreTold) {
             R"("stateful":true,"time":"2026-01-01T12:00:00.123Z","nice":"of C"})",
             eventJson(event(
                 {topic("topic0", "A"), topic("topic1", "B", "of B"), topic("topic2", "C", "of C"),
-                 key("active", true, kMarkData), key("count", -3, kMarkData), key("level", 0.5, 0),
-                 key("text", std::string("x\"y"), kMarkData), key("Source", 2, kMarkSource)})));
+                 key("active", true, MARK_DATA), key("count", -3, MARK_DATA), key("level", 0.5, 0),
+                 key("text", std::string("x\"y"), MARK_DATA), key("Source", 2, MARK_SOURCE)})));
 }
 
 TEST(EventJsonTest, MissingTopicsAndValuesAreNoFault) {
-  EventKey empty = key("value", 0, kMarkData);
+  EventKey empty = key("value", 0, MARK_DATA);
   empty.value.reset();
   EXPECT_EQ(R"({"id":7,"topics":{"topic0":"A","topic1":"B"},"data":{"value":null},"source":{},)"
             R"("stateful":false,"time":"2026-01-01T12:00:00.123Z","nice":"of B"})",
@@ -41,13 +41,13 @@ TEST(EventJsonTest, MissingTopicsAndValuesAreNoFault) {
 }
 
 TEST(EventJsonTest, KeyMarkedAsBothIsInBoth) {
-  const std::string json = eventJson(event({key("a", 1, kMarkSource | kMarkData)}));
+  const std::string json = eventJson(event({key("a", 1, MARK_SOURCE | MARK_DATA)}));
   EXPECT_NE(std::string::npos, json.find(R"("data":{"a":1},"source":{"a":1})"));
 }
 
 TEST(EventJsonTest, UndeclaredEventIsNamedByItsTopics) {
   EXPECT_EQ(R"({"id":7,"topics":{"topic0":"A"}})",
-            undeclaredJson(event({topic("topic0", "A"), key("active", true, kMarkData)})));
+            undeclaredJson(event({topic("topic0", "A"), key("active", true, MARK_DATA)})));
 }
 
 TEST(EventJsonTest, TimesAreOfUtcAndCutToMilliseconds) {
@@ -58,10 +58,10 @@ TEST(EventJsonTest, TimesAreOfUtcAndCutToMilliseconds) {
 
 TEST(EventJsonTest, BrokersTopicHasALevelForEachTopicAndSource) {
   EXPECT_EQ("A/B/C", brokerTopic(event({topic("topic2", "C"), topic("topic0", "A"),
-                                        topic("topic1", "B"), key("active", true, kMarkData)})));
+                                        topic("topic1", "B"), key("active", true, MARK_DATA)})));
   EXPECT_EQ("A/C", brokerTopic(event({topic("topic0", "A"), topic("topic2", "C")})));
   EXPECT_EQ("A/B/3", brokerTopic(event({topic("topic0", "A"), topic("topic1", "B"),
-                                        key("Source", 3, kMarkSource)})));
+                                        key("Source", 3, MARK_SOURCE)})));
   EXPECT_EQ("_/a_b_c", brokerTopic(event({topic("topic0", "#"), topic("topic1", "a/b+c")})));
 }
 

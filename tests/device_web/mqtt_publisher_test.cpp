@@ -19,7 +19,7 @@ using testing::Pair;
 
 using Milliseconds = std::chrono::milliseconds;
 
-constexpr const char* kAvailability = MqttPublisher::kAvailability;
+constexpr const char* AVAILABILITY = MqttPublisher::AVAILABILITY;
 
 class MqttPublisherTest : public testing::Test {
  protected:
@@ -48,7 +48,7 @@ TEST_F(MqttPublisherTest, StatesAreRetainedAndPulsesAreNot) {
   const Broker broker;
   Subscriber early(broker.port());
   const auto publisher = publisherFor(broker.port());
-  ASSERT_TRUE(early.sees(kAvailability, "online"));
+  ASSERT_TRUE(early.sees(AVAILABILITY, "online"));
   publisher->retain("a/state", "1");
   publisher->publish("a/pulse", "x");
   publisher->retain("a/state", "2");
@@ -69,7 +69,7 @@ TEST_F(MqttPublisherTest, ClearedStateIsGone) {
   const Broker broker;
   Subscriber subscriber(broker.port());
   const auto publisher = publisherFor(broker.port());
-  ASSERT_TRUE(subscriber.sees(kAvailability, "online"));
+  ASSERT_TRUE(subscriber.sees(AVAILABILITY, "online"));
   publisher->retain("a", "1");
   publisher->clear("a");
   ASSERT_TRUE(subscriber.sees("a", ""));
@@ -85,7 +85,7 @@ TEST_F(MqttPublisherTest, BrokerThatComesLaterIsToldEverything) {
   publisher->clear("b");
   broker.start();
   Subscriber subscriber(broker.port());
-  ASSERT_TRUE(subscriber.sees(kAvailability, "online"));
+  ASSERT_TRUE(subscriber.sees(AVAILABILITY, "online"));
   EXPECT_THAT(retainedAt(broker.port()), Contains(Pair("a", "1")));
   EXPECT_EQ(nullptr, subscriber.find("b", "2"));
 }
@@ -97,14 +97,14 @@ TEST_F(MqttPublisherTest, BrokerThatForgotIsToldThePresentStatesAgain) {
   publisher->retain("stays", "same");
   {
     Subscriber subscriber(broker.port());
-    ASSERT_TRUE(subscriber.sees(kAvailability, "online"));
+    ASSERT_TRUE(subscriber.sees(AVAILABILITY, "online"));
     ASSERT_TRUE(subscriber.sees("changes", "old"));
   }
   broker.stop(SIGKILL);
   publisher->retain("changes", "new");
   broker.start();
   Subscriber subscriber(broker.port());
-  ASSERT_TRUE(subscriber.sees(kAvailability, "online"));
+  ASSERT_TRUE(subscriber.sees(AVAILABILITY, "online"));
   const auto retained = retainedAt(broker.port());
   EXPECT_THAT(retained, Contains(Pair("changes", "new")));
   EXPECT_THAT(retained, Contains(Pair("stays", "same")));
@@ -119,7 +119,7 @@ TEST_F(MqttPublisherTest, StateClearedWithoutAConnectionIsClearedAfterwards) {
     Subscriber subscriber(broker.port());
     ASSERT_TRUE(subscriber.sees("gone", "1"));
     ASSERT_TRUE(subscriber.sees("back", "1"));
-    ASSERT_TRUE(subscriber.sees(kAvailability, "online"));
+    ASSERT_TRUE(subscriber.sees(AVAILABILITY, "online"));
   }
   broker.stop();
   publisher->clear("gone");
@@ -142,11 +142,11 @@ TEST_F(MqttPublisherTest, DeviceThatDiesIsToldOfflineByTheBroker) {
     for (;;) pause();
   }
   Subscriber subscriber(broker.port());
-  EXPECT_TRUE(subscriber.sees(kAvailability, "online"));
+  EXPECT_TRUE(subscriber.sees(AVAILABILITY, "online"));
   kill(device, SIGKILL);
   waitpid(device, nullptr, 0);
-  EXPECT_TRUE(subscriber.sees(kAvailability, "offline"));
-  EXPECT_THAT(retainedAt(broker.port()), Contains(Pair(kAvailability, "offline")));
+  EXPECT_TRUE(subscriber.sees(AVAILABILITY, "offline"));
+  EXPECT_THAT(retainedAt(broker.port()), Contains(Pair(AVAILABILITY, "offline")));
 }
 
 TEST_F(MqttPublisherTest, DeviceThatLeavesClearsItsStatesAndSaysSo) {
@@ -155,10 +155,10 @@ TEST_F(MqttPublisherTest, DeviceThatLeavesClearsItsStatesAndSaysSo) {
   for (int i = 0; i < 50; ++i) publisher->retain("state/" + std::to_string(i), "1");
   {
     Subscriber subscriber(broker.port());
-    ASSERT_TRUE(subscriber.sees(kAvailability, "online"));
+    ASSERT_TRUE(subscriber.sees(AVAILABILITY, "online"));
   }
   publisher.reset();
-  EXPECT_THAT(retainedAt(broker.port()), testing::ElementsAre(Pair(kAvailability, "offline")));
+  EXPECT_THAT(retainedAt(broker.port()), testing::ElementsAre(Pair(AVAILABILITY, "offline")));
 }
 
 TEST_F(MqttPublisherTest, BrokerThatIsAwayIsToldOfOnce) {

@@ -83,7 +83,7 @@ TEST_F(NonceBookTest, OldestOfVeryManyIsGoodNoMore) {
   const std::string first = nonces.issue();
   EXPECT_TRUE(nonces.use(first, 1));
   std::string nonce;
-  for (std::size_t i = 1; i < NonceBook::kMaxUsed; ++i) {
+  for (std::size_t i = 1; i < NonceBook::MAX_USED; ++i) {
     nonce = nonces.issue();
     EXPECT_TRUE(nonces.use(nonce, 1));
   }

@@ -78,12 +78,12 @@ TEST_F(WebConnectionsTest, ConnectionWithoutARequestIsEnded) {
 TEST_F(WebConnectionsTest, ConnectionThatDoesNotGetToTheEndOfItsHeaderIsEnded) {
   limits.connections.header = milliseconds(100);
   WebClient client(start());
-  ASSERT_TRUE(iterateUntil([&] { return server->connections() == 1; }));
+  ASSERT_TRUE(iterateUntil([&] { return server->countConnections() == 1; }));
   client.send("GET / HTTP/1.1\r\n");
   int sent = 0;
   EXPECT_TRUE(iterateUntil([&] {
     if (++sent < 1000) client.send("X");  // something comes all the time
-    return server->connections() == 0;
+    return server->countConnections() == 0;
   }));
   EXPECT_TRUE(client.isClosed());
 }
@@ -104,8 +104,8 @@ TEST_F(WebConnectionsTest, ConnectionThatDoesNotReadItsAnswerIsEnded) {
   WebClient slow(port, 4096);
   slow.stopReading();
   slow.request("GET", "/big.json");
-  ASSERT_TRUE(iterateUntil([&] { return server->connections() == 1; }));
-  EXPECT_TRUE(iterateUntil([&] { return server->connections() == 0; }));
+  ASSERT_TRUE(iterateUntil([&] { return server->countConnections() == 1; }));
+  EXPECT_TRUE(iterateUntil([&] { return server->countConnections() == 0; }));
   slow.read();
   EXPECT_TRUE(slow.isClosed());
   EXPECT_LT(slow.received().size(), kMoreThanBuffersHold);
@@ -131,12 +131,12 @@ TEST_F(WebConnectionsTest, NewOneTakesThePlaceOfTheOldestThatHasNotAsked) {
   WebClient first(port);
   WebClient second(port);
   WebClient third(port);
-  ASSERT_TRUE(iterateUntil([&] { return server->connections() == 3; }));
+  ASSERT_TRUE(iterateUntil([&] { return server->countConnections() == 3; }));
   second.request("POST", kApi, "", "Content-Length: 10\r\n");  // whose body is still to come
   EXPECT_EQ(kNothingThere, WebClient(port).get("/none").status);
   EXPECT_TRUE(first.isClosed());
   WebClient fourth(port);
-  ASSERT_TRUE(iterateUntil([&] { return server->connections() == 3; }));
+  ASSERT_TRUE(iterateUntil([&] { return server->countConnections() == 3; }));
   EXPECT_EQ(kNothingThere, WebClient(port).get("/none").status);
   EXPECT_TRUE(second.isClosed());
   EXPECT_EQ(kNothingThere, third.get("/none").status);
@@ -167,12 +167,12 @@ TEST_F(WebConnectionsTest, AddressThatHasUsedItsPlacesLeavesThoseOfOthers) {
   EXPECT_TRUE(WebClient(port).isClosed());
   WebClient idle(port, 0, "127.0.0.2");
   const auto other = busyClient(port, "127.0.0.3");
-  ASSERT_EQ(4u, server->connections());
+  ASSERT_EQ(4u, server->countConnections());
   // Of the four only the idle one gives its place up.
   const auto last = busyClient(port, "127.0.0.4");
   EXPECT_TRUE(idle.isClosed());
   EXPECT_TRUE(WebClient(port, 0, "127.0.0.5").isClosed());
-  EXPECT_EQ(4u, server->connections());
+  EXPECT_EQ(4u, server->countConnections());
 }
 
 TEST_F(WebConnectionsTest, StreamsLeaveRoomForRequests) {
@@ -188,7 +188,7 @@ TEST_F(WebConnectionsTest, StreamsLeaveRoomForRequests) {
               refused.body);
     EXPECT_EQ(kNothingThere, WebClient(port).get("/none").status);
   }
-  ASSERT_TRUE(iterateUntil([&] { return server->connections() == 0; }));
+  ASSERT_TRUE(iterateUntil([&] { return server->countConnections() == 0; }));
   EXPECT_EQ(200, WebClient(port).get("/events").status);
 }
 
@@ -208,7 +208,7 @@ TEST_F(WebConnectionsTest, HundredsThatComeAtOnceFindAPlaceInTheQueue) {
     ASSERT_EQ(1, poll(&ready, 1, 0)) << i;
   }
   EXPECT_EQ(kNothingThere, WebClient(port).get("/none").status);
-  EXPECT_LE(server->connections(), limits.connections.ofAddress);
+  EXPECT_LE(server->countConnections(), limits.connections.ofAddress);
 }
 
 // ---- No descriptors ----
@@ -243,7 +243,7 @@ TEST_F(WebConnectionsTest, ServerWhoseDescriptorsRanOutAcceptsAgainByItself) {
   EXPECT_TRUE(clients[0]->isClosed());
   clients.clear();
   EXPECT_EQ(kNothingThere, WebClient(port).get("/none").status);
-  EXPECT_TRUE(iterateUntil([&] { return server->connections() == 0; }));
+  EXPECT_TRUE(iterateUntil([&] { return server->countConnections() == 0; }));
 }
 
 }  // namespace

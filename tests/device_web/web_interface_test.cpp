@@ -46,7 +46,7 @@ EventKeys stateKeys(const std::string& name, bool active) {
   return {{"topic0", "t", std::string("MiruPlatform"), 0, "", "", ""},
           {"topic1", "t", std::string("SentrelVideo"), 0, "", "", "SentrelVideo"},
           {"topic2", "t", name, 0, "", "", ""},
-          {"active", "", active, kMarkData, "", "", ""}};
+          {"active", "", active, MARK_DATA, "", "", ""}};
 }
 
 class WebInterfaceTest : public testing::Test {
@@ -191,7 +191,7 @@ TEST_F(LateWebInterfaceTest, EventsReachTheBroker) {
   start(BrokerAddress{"127.0.0.1", broker.port()});
   Subscriber subscriber(broker.port());
   ASSERT_TRUE(subscriber.runUntil(
-      [&] { return subscriber.find(MqttPublisher::kAvailability, "online") != nullptr; }));
+      [&] { return subscriber.find(MqttPublisher::AVAILABILITY, "online") != nullptr; }));
   const std::uint32_t stateful = declare(stateKeys("alarm", false));
   const std::uint32_t twin = declare(stateKeys("alarm", true));
   const std::uint32_t stateless = declare(stateKeys("pulse", false), true);
@@ -212,7 +212,7 @@ TEST_F(LateWebInterfaceTest, EventsReachTheBroker) {
   EXPECT_THAT(retained,
               testing::ElementsAre(
                   testing::Pair(top + "alarm", HasSubstr("\"id\":" + std::to_string(twin))),
-                  testing::Pair(MqttPublisher::kAvailability, "online")));
+                  testing::Pair(MqttPublisher::AVAILABILITY, "online")));
   EXPECT_TRUE(subscriber.runUntil([&] {
     return std::ranges::any_of(subscriber.messages, [&](const BrokerMessage& message) {
       return message.topic == top + "pulse" && !message.retained;

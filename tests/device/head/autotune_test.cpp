@@ -124,9 +124,9 @@ Learned learn(Head& head, double jitter) {
     }
     const double onTheWay = late(random);
     head.step(onTheWay);
-    head.command({.pan = {MoveKind::Continuous, relay(start.pan, status.pan)},
-                  .tilt = {MoveKind::Continuous, relay(start.tilt, status.tilt)},
-                  .zoom = {MoveKind::Continuous, 0}});
+    head.command({.pan = {MoveKind::continuous, relay(start.pan, status.pan)},
+                  .tilt = {MoveKind::continuous, relay(start.tilt, status.tilt)},
+                  .zoom = {MoveKind::continuous, 0}});
     const double pause = SAMPLE_INTERVAL + late(random);
     head.step(pause);
     time += onTheWay + pause;
@@ -138,9 +138,9 @@ class AutotuneTest : public testing::TestWithParam<const char*> {
  protected:
   static Head headAtStart() {
     Head head(loadModel(modelsFolder(), GetParam()).head);
-    head.command({.pan = {MoveKind::Absolute, 0},
-                  .tilt = {MoveKind::Absolute, -45},
-                  .zoom = {MoveKind::Absolute, 1}});
+    head.command({.pan = {MoveKind::absolute, 0},
+                  .tilt = {MoveKind::absolute, -45},
+                  .zoom = {MoveKind::absolute, 1}});
     head.step(10);
     return head;
   }
@@ -162,9 +162,9 @@ TEST_P(AutotuneTest, BothAxesOscillateRegularlyWhenCommandsComeLate) {
 
 TEST_P(AutotuneTest, ZoomCheckPositionIsReachedInTime) {
   Head head(loadModel(modelsFolder(), GetParam()).head);
-  head.command({.pan = {MoveKind::Absolute, 0},
-                .tilt = {MoveKind::Absolute, -45},
-                .zoom = {MoveKind::Absolute, 100}});
+  head.command({.pan = {MoveKind::absolute, 0},
+                .tilt = {MoveKind::absolute, -45},
+                .zoom = {MoveKind::absolute, 100}});
   head.step(100 * SAMPLE_INTERVAL);
   EXPECT_FALSE(head.status().moving());
   EXPECT_NEAR(head.status().pan, 0, 0.5);

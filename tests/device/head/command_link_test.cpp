@@ -10,7 +10,7 @@ namespace device {
 namespace {
 
 HeadCommand panTo(double angle) {
-  return {.pan = {MoveKind::Absolute, angle}, .tilt = {}, .zoom = {}};
+  return {.pan = {MoveKind::absolute, angle}, .tilt = {}, .zoom = {}};
 }
 
 // The times that commands took that were sent so long after each other that none could be held back

@@ -24,16 +24,16 @@ HeadSetup ordinaryHead() {
 }
 
 HeadCommand goTo(double pan, double tilt, int zoom, int speed = 100) {
-  return {.pan = {MoveKind::Absolute, pan},
-          .tilt = {MoveKind::Absolute, tilt},
-          .zoom = {MoveKind::Absolute, static_cast<double>(zoom)},
+  return {.pan = {MoveKind::absolute, pan},
+          .tilt = {MoveKind::absolute, tilt},
+          .zoom = {MoveKind::absolute, static_cast<double>(zoom)},
           .speed = speed};
 }
 
 HeadCommand goOn(double pan, double tilt, double zoom, int speed = 100) {
-  return {.pan = {MoveKind::Continuous, pan},
-          .tilt = {MoveKind::Continuous, tilt},
-          .zoom = {MoveKind::Continuous, zoom},
+  return {.pan = {MoveKind::continuous, pan},
+          .tilt = {MoveKind::continuous, tilt},
+          .zoom = {MoveKind::continuous, zoom},
           .speed = speed};
 }
 
@@ -115,7 +115,7 @@ TEST(HeadTest, AnAxisThatIsNotDrivenKeepsWhatItDoes) {
   Head head(ordinaryHead());
   head.command(goOn(50, 0, 0));
   run(head, 0.5);
-  head.command({.pan = {}, .tilt = {}, .zoom = {MoveKind::Absolute, 400}});
+  head.command({.pan = {}, .tilt = {}, .zoom = {MoveKind::absolute, 400}});
   const double before = head.status().pan;
   run(head, 0.6);
   EXPECT_NEAR(head.status().pan, before + 30, 0.1);
@@ -169,7 +169,7 @@ TEST(HeadTest, AnAxisThatIsNotDrivenAnyMoreStandsStill) {
   head.command(goOn(40, 40, 0));
   for (int i = 0; i < 13; ++i) {
     run(head, 0.1);
-    head.command({.pan = {MoveKind::Continuous, 40}, .tilt = {}, .zoom = {}});
+    head.command({.pan = {MoveKind::continuous, 40}, .tilt = {}, .zoom = {}});
   }
   EXPECT_TRUE(head.status().panMoving);
   EXPECT_FALSE(head.status().tiltMoving);
@@ -333,12 +333,12 @@ TEST(HeadTest, PanAndTiltTurnByTheDriveCurve) {
 
 TEST(HeadTest, AZoomCurveIsTheHeadsOwn) {
   HeadSetup setup = ordinaryHead();
-  setup.zoomCurve.kind = ZoomCurveKind::Logarithmic;
+  setup.zoomCurve.kind = ZoomCurveKind::logarithmic;
   setup.home.zoom = 5000;
   const HeadStatus half = Head(setup).status();
   EXPECT_NEAR(half.magnification, std::sqrt(63.4 / 2.5), 1e-9);
   EXPECT_NEAR(half.pictureWidth, std::sqrt(63.4 * 2.5), 1e-9);
-  setup.zoomCurve = {.kind = ZoomCurveKind::Table, .exponent = 1, .table = {{0, 60}, {1, 3}}};
+  setup.zoomCurve = {.kind = ZoomCurveKind::table, .exponent = 1, .table = {{0, 60}, {1, 3}}};
   setup.home.zoom = 9999;
   const HeadStatus in = Head(setup).status();
   EXPECT_NEAR(in.magnification, 20, 1e-9);

@@ -21,14 +21,14 @@ TEST(ZoomCurveTest, LinearGrowsEvenly) {
 }
 
 TEST(ZoomCurveTest, PowerBendsTheLine) {
-  const ZoomCurve curve{.kind = ZoomCurveKind::Power, .exponent = 2, .table = {}};
+  const ZoomCurve curve{.kind = ZoomCurveKind::power, .exponent = 2, .table = {}};
   EXPECT_DOUBLE_EQ(at(curve, 0), 1);
   EXPECT_DOUBLE_EQ(at(curve, 0.5), 1 + 15 * 0.25);
   EXPECT_DOUBLE_EQ(at(curve, 1), 16);
 }
 
 TEST(ZoomCurveTest, LogarithmicMagnifiesByEqualFactors) {
-  const ZoomCurve curve{.kind = ZoomCurveKind::Logarithmic, .exponent = 1, .table = {}};
+  const ZoomCurve curve{.kind = ZoomCurveKind::logarithmic, .exponent = 1, .table = {}};
   EXPECT_DOUBLE_EQ(at(curve, 0), 1);
   EXPECT_DOUBLE_EQ(at(curve, 0.25), 2);
   EXPECT_DOUBLE_EQ(at(curve, 0.5), 4);
@@ -37,7 +37,7 @@ TEST(ZoomCurveTest, LogarithmicMagnifiesByEqualFactors) {
 
 TEST(ZoomCurveTest, ATableIsTheHeadsOwn) {
   const ZoomCurve curve{
-      .kind = ZoomCurveKind::Table, .exponent = 1, .table = {{0, 60}, {0.4, 30}, {1, 5}}};
+      .kind = ZoomCurveKind::table, .exponent = 1, .table = {{0, 60}, {0.4, 30}, {1, 5}}};
   EXPECT_DOUBLE_EQ(at(curve, 0), 1);
   EXPECT_DOUBLE_EQ(at(curve, 0.2), std::sqrt(2));
   EXPECT_DOUBLE_EQ(at(curve, 0.4), 2);

@@ -130,11 +130,11 @@ TEST_P(ModelKeyTest, AValueOfAnotherKindIsRefusedWithTheKeysName) {
 
 TEST_P(ModelKeyTest, AValueOutOfBoundsIsRefusedWithTheKeysName) {
   const ModelKey& key = GetParam();
-  if (key.kind == KeyKind::Number) {
+  if (key.kind == KeyKind::number) {
     EXPECT_THAT(answerTo(json_real(key.low - 0.01)), StartsWith(refusal()));
     EXPECT_THAT(answerTo(json_real(key.high + 0.01)), StartsWith(refusal()));
   }
-  if (key.kind == KeyKind::Whole) {
+  if (key.kind == KeyKind::whole) {
     EXPECT_THAT(answerTo(json_integer(static_cast<json_int_t>(key.low) - 1)),
                 StartsWith(refusal()));
     EXPECT_THAT(answerTo(json_integer(static_cast<json_int_t>(key.high) + 1)),
@@ -146,7 +146,7 @@ TEST_P(ModelKeyTest, AValueOutOfBoundsIsRefusedWithTheKeysName) {
 }
 
 TEST_P(ModelKeyTest, AKeyThatNobodyKnowsIsRefusedWithItsName) {
-  if (GetParam().kind != KeyKind::Section) {
+  if (GetParam().kind != KeyKind::section) {
     return;
   }
   EXPECT_EQ(answerTo(json_pack("{s:i}", "nothing", 1)),

@@ -220,7 +220,7 @@ TEST(ModelTest, WithoutKeysThereAreNoFlaws) {
   EXPECT_EQ(model.head.status.age, 0);
   EXPECT_EQ(model.head.status.noise, 0);
   EXPECT_EQ(model.head.calls.most, 0);
-  EXPECT_EQ(model.head.zoomCurve.kind, ZoomCurveKind::Linear);
+  EXPECT_EQ(model.head.zoomCurve.kind, ZoomCurveKind::linear);
   EXPECT_TRUE(model.world.channels[0].frames.isOff());
   EXPECT_TRUE(model.world.channels[0].camera.distortion.isOff());
   EXPECT_EQ(model.world.channels[0].mountingError.pan, 0);
@@ -229,7 +229,7 @@ TEST(ModelTest, WithoutKeysThereAreNoFlaws) {
   EXPECT_EQ(model.world.detections.endNoise, 0);
   EXPECT_EQ(model.world.detections.missed, 0);
   EXPECT_EQ(model.world.detections.memory, 0);
-  EXPECT_EQ(model.world.detections.velocity, VelocityKind::True);
+  EXPECT_EQ(model.world.detections.velocity, VelocityKind::exact);
   EXPECT_EQ(model.world.scene, "square");
 }
 

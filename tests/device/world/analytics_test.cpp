@@ -81,19 +81,19 @@ TEST_F(AnalyticsTest, WhoLeavesIsDeletedOnceAndComesBackAsAnother) {
   see({at(1, 0), at(2, 5)});
   const Frame left = see({at(2, 5)});
   EXPECT_THAT(idsOf(left), ElementsAre(2));
-  EXPECT_THAT(left.events, ElementsAre(FrameEvent{FrameAction::Delete, {1}, {}}));
+  EXPECT_THAT(left.events, ElementsAre(FrameEvent{FrameAction::deletion, {1}, {}}));
   EXPECT_THAT(see({at(2, 5)}).events, IsEmpty());
   EXPECT_THAT(idsOf(see({at(1, 0), at(2, 5)})), ElementsAre(2, 3));
 }
 
 TEST_F(AnalyticsTest, SeveralWhoLeaveAtOnceShareAnEvent) {
   see({at(1, 0), at(2, 5), at(3, -5)});
-  EXPECT_THAT(see({at(2, 5)}).events, ElementsAre(FrameEvent{FrameAction::Delete, {1, 3}, {}}));
+  EXPECT_THAT(see({at(2, 5)}).events, ElementsAre(FrameEvent{FrameAction::deletion, {1, 3}, {}}));
 }
 
 TEST_F(AnalyticsTest, WalkingOutOfThePictureEndsAnObject) {
   see({at(1, 12)});
-  EXPECT_THAT(see({at(1, 20)}).events, ElementsAre(FrameEvent{FrameAction::Delete, {1}, {}}));
+  EXPECT_THAT(see({at(1, 20)}).events, ElementsAre(FrameEvent{FrameAction::deletion, {1}, {}}));
 }
 
 // Boxes are 0.5 m wide: at 0.2 m apart they share 60 % of their width, at 0.3 m 40 %.
@@ -103,8 +103,8 @@ TEST_F(AnalyticsTest, OutlinesThatMeetMergeAndAreSplitWhenTheyPart) {
 
   const Frame met = see({at(1, -0.1), at(2, 0.1)});
   EXPECT_THAT(idsOf(met), ElementsAre(1));
-  EXPECT_THAT(met.events, ElementsAre(FrameEvent{FrameAction::Merge, {1}, {2}},
-                                      FrameEvent{FrameAction::Delete, {2}, {}}));
+  EXPECT_THAT(met.events, ElementsAre(FrameEvent{FrameAction::merge, {1}, {2}},
+                                      FrameEvent{FrameAction::deletion, {2}, {}}));
 
   const Frame still =
       see({at(1, 0.15), at(2, -0.15)});  // apart enough not to meet, but not to part
@@ -113,16 +113,16 @@ TEST_F(AnalyticsTest, OutlinesThatMeetMergeAndAreSplitWhenTheyPart) {
 
   const Frame parted = see({at(1, 0.25), at(2, -0.25)});
   EXPECT_THAT(idsOf(parted), ElementsAre(1, 3));
-  EXPECT_THAT(parted.events, ElementsAre(FrameEvent{FrameAction::Split, {1}, {1, 3}}));
+  EXPECT_THAT(parted.events, ElementsAre(FrameEvent{FrameAction::split, {1}, {1, 3}}));
   EXPECT_GT(centreOf(parted.objects[0], camera).x, 0);  // the first person kept the id
 }
 
 TEST_F(AnalyticsTest, WhatIsAbsorbedIsDeletedOnceWhenOthersLeaveInTheSamePicture) {
   see({at(1, -1), at(2, 1), at(3, 5)});
   EXPECT_THAT(see({at(1, -0.1), at(2, 0.1)}).events,
-              ElementsAre(FrameEvent{FrameAction::Delete, {3}, {}},
-                          FrameEvent{FrameAction::Merge, {1}, {2}},
-                          FrameEvent{FrameAction::Delete, {2}, {}}));
+              ElementsAre(FrameEvent{FrameAction::deletion, {3}, {}},
+                          FrameEvent{FrameAction::merge, {1}, {2}},
+                          FrameEvent{FrameAction::deletion, {2}, {}}));
   EXPECT_THAT(see({at(1, -0.1), at(2, 0.1)}).events, IsEmpty());
 }
 
@@ -141,10 +141,10 @@ TEST_F(AnalyticsTest, ThreeMeetAndPartInOneFrame) {
   see({at(1, -1), at(2, 0), at(3, 1)});
   const Frame met = see({at(1, -0.2), at(2, 0), at(3, 0.2)});
   EXPECT_THAT(idsOf(met), ElementsAre(1));
-  EXPECT_THAT(met.events, ElementsAre(FrameEvent{FrameAction::Merge, {1}, {2, 3}},
-                                      FrameEvent{FrameAction::Delete, {2, 3}, {}}));
+  EXPECT_THAT(met.events, ElementsAre(FrameEvent{FrameAction::merge, {1}, {2, 3}},
+                                      FrameEvent{FrameAction::deletion, {2, 3}, {}}));
   const Frame parted = see({at(1, -2), at(2, 0), at(3, 2)});
-  EXPECT_THAT(parted.events, ElementsAre(FrameEvent{FrameAction::Split, {1}, {1, 4, 5}}));
+  EXPECT_THAT(parted.events, ElementsAre(FrameEvent{FrameAction::split, {1}, {1, 4, 5}}));
   EXPECT_THAT(idsOf(parted), ElementsAre(1, 4, 5));
 }
 
@@ -154,14 +154,14 @@ TEST_F(AnalyticsTest, TheObjectLivesWhileOneOfItsPeopleIsThere) {
   const Frame left = see({at(2, 0.1)});
   EXPECT_THAT(idsOf(left), ElementsAre(1));
   EXPECT_THAT(left.events, IsEmpty());
-  EXPECT_THAT(see({}).events, ElementsAre(FrameEvent{FrameAction::Delete, {1}, {}}));
+  EXPECT_THAT(see({}).events, ElementsAre(FrameEvent{FrameAction::deletion, {1}, {}}));
 }
 
 TEST_F(AnalyticsTest, WhoAppearsHiddenBehindAnotherHasNoObjectYet) {
   EXPECT_THAT(idsOf(see({at(1, 0), at(2, 0.1)})), ElementsAre(1));
   const Frame parted = see({at(1, 0), at(2, 2)});
   EXPECT_THAT(idsOf(parted), ElementsAre(1, 2));
-  EXPECT_THAT(parted.events, ElementsAre(FrameEvent{FrameAction::Split, {1}, {1, 2}}));
+  EXPECT_THAT(parted.events, ElementsAre(FrameEvent{FrameAction::split, {1}, {1, 2}}));
 }
 
 TEST_F(AnalyticsTest, ObjectsAreWhereThePeopleAre) {
@@ -300,10 +300,10 @@ TEST_F(AnalyticsTest, RandomWalksKeepTheBooksInOrder) {
     for (const FrameEvent& event : frame.events) {
       for (const std::int32_t id : event.from) {
         ASSERT_TRUE(known.contains(id));
-        ASSERT_EQ(now.contains(id), event.action != FrameAction::Delete);
+        ASSERT_EQ(now.contains(id), event.action != FrameAction::deletion);
       }
       for (const std::int32_t id : event.to) {
-        ASSERT_EQ(now.contains(id), event.action == FrameAction::Split);
+        ASSERT_EQ(now.contains(id), event.action == FrameAction::split);
       }
     }
     known = now;
@@ -404,7 +404,7 @@ TEST_F(FlawedAnalyticsTest, WhoStaysAwayForLongerIsDeleted) {
   }
   const Frame late = see({});
   ASSERT_THAT(late.events, SizeIs(1));
-  EXPECT_EQ(late.events[0].action, FrameAction::Delete);
+  EXPECT_EQ(late.events[0].action, FrameAction::deletion);
   EXPECT_THAT(late.events[0].from, ElementsAre(1));
   EXPECT_THAT(idsOf(see({at(0)})), ElementsAre(2));
 }
@@ -474,7 +474,7 @@ TEST_F(FlawedAnalyticsTest, WhoCrossMayExchangeTheirIds) {
 }
 
 TEST_F(FlawedAnalyticsTest, VelocityMayComeFromPastPicturesOnly) {
-  setup.velocity = VelocityKind::Past;
+  setup.velocity = VelocityKind::past;
   begin();
   // Stands, then walks: the true velocity is there at once, that of the past is not.
   for (int i = 0; i < 10; ++i) {
@@ -494,7 +494,7 @@ TEST_F(FlawedAnalyticsTest, VelocityMayComeFromPastPicturesOnly) {
 }
 
 TEST_F(FlawedAnalyticsTest, VelocityMayBeLeftOut) {
-  setup.velocity = VelocityKind::None;
+  setup.velocity = VelocityKind::none;
   begin();
   EXPECT_FALSE(see({at(0, 40, {1, 0})}).objects.at(0).hasVelocity);
 }
@@ -514,7 +514,7 @@ TEST_F(FlawedAnalyticsTest, VelocityNoiseIsAsLargeAsTold) {
 }
 
 TEST_F(FlawedAnalyticsTest, GhostsAreObjectsLikeOthers) {
-  setup.ghosts.push_back({.kind = GhostKind::Tree,
+  setup.ghosts.push_back({.kind = GhostKind::tree,
                           .middle = {5, 40},
                           .width = 3,
                           .length = 5,

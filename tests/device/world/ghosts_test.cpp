@@ -20,7 +20,7 @@ OverviewCamera camera() {
 }
 
 GhostSetup tree() {
-  return {.kind = GhostKind::Tree,
+  return {.kind = GhostKind::tree,
           .middle = {0, 12},
           .width = 3,
           .length = 4,
@@ -67,7 +67,7 @@ TEST(GhostsTest, ATreeSwaysWhereItStands) {
 }
 
 TEST(GhostsTest, HeadlightsCrossTheGround) {
-  const Ghosts ghosts({{.kind = GhostKind::Headlights,
+  const Ghosts ghosts({{.kind = GhostKind::headlights,
                         .middle = {-8, 15},
                         .width = 2,
                         .length = 4,

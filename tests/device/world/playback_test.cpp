@@ -66,7 +66,7 @@ TEST(PlaybackTest, BusyPlacesGetARest) {
 TEST(PlaybackTest, AsRecordedNoRestIsAdded) {
   const Playback playback(
       TrackSet({walker(1, 0, 30), walker(2, 44, 60), walker(3, 46, 50), walker(4, 48, 52)}), STAGE,
-      Playback::Rests::AsRecorded);
+      Playback::Rests::asRecorded);
   EXPECT_EQ(playback.getSceneCount(), 1);
   EXPECT_EQ(playback.at(47).size(), 2u);
   EXPECT_EQ(playback.at(49).size(), 3u);
