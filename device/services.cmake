@@ -40,6 +40,7 @@ add_library(device_services STATIC
   services/remote_ptz_service.cpp
   services/stream_client.cpp
   services/syslog_server.cpp
+  app/truth_sampler.cpp
   app/virtual_device.cpp
   web_server/application_answer.cpp
   web_server/application_forwarder.cpp

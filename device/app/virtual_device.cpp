@@ -17,9 +17,10 @@ constexpr char MODULE_VERSION[] = "2.16";
 // From this version on frames come by the module.
 constexpr int MODULE_MAJOR = 2;
 constexpr int MODULE_MINOR = 15;
-constexpr std::int64_t SECOND = 1000000;     // microseconds
-constexpr guint RESTART_DELAY = 1000;        // milliseconds
-constexpr std::int64_t HEAD_PERIOD = 10000;  // microseconds
+constexpr std::int64_t SECOND = 1000000;       // microseconds
+constexpr guint RESTART_DELAY = 1000;          // milliseconds
+constexpr std::int64_t HEAD_PERIOD = 10000;    // microseconds
+constexpr std::int64_t SAMPLE_PERIOD = 50000;  // microseconds
 
 std::string transportOf(const Model& model) {
   const auto version = model.parameters.find(INTERFACE_VERSION);
@@ -38,7 +39,9 @@ VirtualDevice::VirtualDevice(Options given, const DevicePaths& paths, GDBusConne
       model(loadModelOf(options)),
       start(g_get_monotonic_time()),
       console(options.quiet),
-      report(runInfo()),
+      report(runInfo(), {.score = scoreSetupOf(model),
+                         .head = model.head,
+                         .keepsSamples = options.report.has_value()}),
       world(model.world, {.tracks = options.tracks,
                           .asRecorded = options.asRecorded,
                           .seed = options.seed,
@@ -55,7 +58,9 @@ VirtualDevice::VirtualDevice(Options given, const DevicePaths& paths, GDBusConne
       lens(connection, lenses()),
       scenes(paths.scenes, sceneHandshake, world.channelCount()),
       subscribers(paths.subscriber, subscriberHandshake, world.channelCount()),
-      loop(g_main_loop_new(g_main_context_get_thread_default(), FALSE), g_main_loop_unref) {
+      loop(g_main_loop_new(g_main_context_get_thread_default(), FALSE), g_main_loop_unref),
+      sampler(world, report,
+              [this](TruthSampler::Answered answered) { askForConfiguration(answered); }) {
   if (options.log) {
     syslog.emplace(paths.log, [this](const SyslogLine& line) { logLine(line); });
   }
@@ -65,6 +70,7 @@ VirtualDevice::VirtualDevice(Options given, const DevicePaths& paths, GDBusConne
   }
   web = std::make_unique<WebInterface>(options.web, paths.application, webSources());
   console.message("The page: " + web->url());
+  takeSamples();
 }
 
 int VirtualDevice::run() {
@@ -80,6 +86,7 @@ int VirtualDevice::run() {
   }
   g_main_loop_run(loop.get());
   drainLog();
+  sampler.finish();
   writeReport();
   return exitStatus;
 }
@@ -112,6 +119,7 @@ Model VirtualDevice::loadModelOf(const Options& options) {
 RunInfo VirtualDevice::runInfo() const {
   return {.model = model.name,
           .tracks = options.tracks ? options.tracks->string() : "generated",
+          .scene = options.scene.empty() ? model.world.scene : options.scene,
           .transport = transportOf(model),
           .seed = options.seed};
 }
@@ -145,7 +153,10 @@ bool VirtualDevice::isHeadReady() const {
 
 ApplicationMonitor::Callbacks VirtualDevice::monitorCallbacks() {
   return {.onState =
-              [this](const std::string& state) { report.trackerState(secondsSinceStart(), state); },
+              [this](const std::string& state) {
+                report.trackerState(secondsSinceStart(), state);
+                sampler.applicationSpoke();
+              },
           .onSentreling = [this](bool active) { report.sentreling(secondsSinceStart(), active); },
           .onAlarm =
               [this](bool active) {
@@ -157,12 +168,21 @@ ApplicationMonitor::Callbacks VirtualDevice::monitorCallbacks() {
 void VirtualDevice::stepHead() {
   ptz.update();
   handOutFrames();
-  sampleDue = !sampleDue;
-  if (!sampleDue) {
-    return;
-  }
-  const double now = secondsSinceStart();
-  report.sample(now, world.people(now), drive.getHead().status());
+}
+
+void VirtualDevice::takeSamples() {
+  drive.observe(SAMPLE_PERIOD, [this](std::int64_t time, const Head& head) {
+    sampler.sample(static_cast<double>(time - start) / SECOND, head.status());
+  });
+  web->observeRequests([this](const std::string& body) {
+    if (body.find("setConfiguration") != std::string::npos) {
+      sampler.configurationChanged();
+    }
+  });
+}
+
+void VirtualDevice::askForConfiguration(TruthSampler::Answered answered) {
+  web->ask(R"({"apiVersion": "1.0", "method": "getConfiguration"})", std::move(answered));
 }
 
 void VirtualDevice::sendFrames() {
@@ -188,6 +208,9 @@ void VirtualDevice::handOutFrames() {
 }
 
 void VirtualDevice::showStatus() {
+  if (!monitor.getState().empty()) {
+    sampler.applicationSpoke();
+  }
   const HeadStatus head = drive.getHead().status();
   int sum = 0;
   for (const int count : objects) {
@@ -217,6 +240,7 @@ std::optional<Direction> VirtualDevice::target(const HeadStatus& head) const {
 
 void VirtualDevice::logLine(const SyslogLine& line) {
   const double now = secondsSinceStart();
+  report.logLine(line.text);
   console.log(now, line);
   web->log(now, line);
 }

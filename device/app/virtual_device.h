@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "app/options.h"
+#include "app/truth_sampler.h"
 #include "model/model.h"
 #include "report/report.h"
 #include "services/application_monitor.h"
@@ -67,6 +68,8 @@ class VirtualDevice {
   ApplicationMonitor::Callbacks monitorCallbacks();
 
   void stepHead();
+  void takeSamples();
+  void askForConfiguration(TruthSampler::Answered answered);
   void sendFrames();
   void handOutFrames();
   void showStatus();
@@ -90,7 +93,6 @@ class VirtualDevice {
   HeadDrive drive;
   ParameterStore parameterStore;
   std::vector<int> objects;  // in the last frame of each channel
-  bool sampleDue = false;
   int exitStatus = 0;
   bool stopping = false;
 
@@ -107,7 +109,8 @@ class VirtualDevice {
   std::unique_ptr<GMainLoop, decltype(&g_main_loop_unref)> loop;
   std::unique_ptr<DaemonProcess> daemon;
   GSourcePtr restart;
-  std::unique_ptr<WebInterface> web;
+  TruthSampler sampler;
+  std::unique_ptr<WebInterface> web;  // ends before the sampler, to whom it answers
 };
 
 }  // namespace device

@@ -20,8 +20,8 @@ struct GFreeDeleter {
   void operator()(void* memory) const { g_free(memory); }
 };
 
-constexpr const char* SVG_TERMINAL = "set terminal svg size 1200,900 background 'white'";
-constexpr const char* PNG_TERMINAL = "set terminal pngcairo size 1200,900";
+constexpr const char* SVG_TERMINAL = "set terminal svg size 1200,1100 background 'white'";
+constexpr const char* PNG_TERMINAL = "set terminal pngcairo size 1200,1100";
 
 // One line of data. NaN leaves a gap in a curve.
 void addRow(std::ostream& out, const Moment& moment, bool isSeam) {
@@ -32,10 +32,16 @@ void addRow(std::ostream& out, const Moment& moment, bool isSeam) {
     out << moment.axis.pan;
   }
   out << ' ' << moment.axis.tilt << ' ' << moment.zoom;
-  if (moment.target) {
-    out << ' ' << moment.target->centre.pan << ' ' << moment.target->centre.tilt << '\n';
+  if (moment.followed) {
+    out << ' ' << moment.followed->pan << ' ' << moment.followed->tilt;
   } else {
-    out << " NaN NaN\n";
+    out << " NaN NaN";
+  }
+  // A logarithmic scale has no 0.
+  if (moment.density > 0) {
+    out << ' ' << moment.density << '\n';
+  } else {
+    out << " NaN\n";
   }
 }
 
@@ -48,7 +54,7 @@ void addData(std::ostream& out, const std::vector<Moment>& moments) {
     addRow(out, moment, isSeam);
   }
   if (moments.empty()) {
-    out << "0 NaN NaN NaN NaN NaN\n";
+    out << "0 NaN NaN NaN NaN NaN NaN\n";
   }
   out << "END\n";
 }
@@ -126,7 +132,7 @@ std::string plotScript(const Session& session, const std::string& title,
   out << (terminal == "svg" ? SVG_TERMINAL : PNG_TERMINAL) << "\n"
       << "set output " << quoted(file) << "\n";
   addData(out, session.moments);
-  out << "set multiplot layout 3,1 title " << quoted(title)
+  out << "set multiplot layout 4,1 title " << quoted(title)
       << " noenhanced margins 0.07,0.98,0.07,0.91 spacing 0.05,0.06\n"
       << "set xrange [0:" << (end > 0 ? end : 1) << "]\n"
       << "set grid\n"
@@ -140,16 +146,20 @@ std::string plotScript(const Session& session, const std::string& title,
   addStateNames(out, session.states);
   out << "set ylabel 'pan (degrees)'\n"
       << "plot $data using 1:5 with points pointtype 7 pointsize 0.2 linecolor rgb '#d04040' "
-         "title 'nearest person', $data using 1:2 with lines linewidth 1.5 linecolor rgb "
+         "title 'followed person', $data using 1:2 with lines linewidth 1.5 linecolor rgb "
          "'#2050b0' title 'head', NaN with boxes fillstyle solid linecolor rgb '#fff0d0' title "
          "'alarm', NaN with boxes fillstyle solid linecolor rgb '#70c070' title 'steering'\n"
       << "unset label\n"
       << "set ylabel 'tilt (degrees)'\n"
       << "plot $data using 1:6 with points pointtype 7 pointsize 0.2 linecolor rgb '#d04040' "
          "notitle, $data using 1:3 with lines linewidth 1.5 linecolor rgb '#2050b0' notitle\n"
-      << "set ylabel 'zoom (times)'\nset xlabel 'time (s)'\nset yrange [0:"
-      << (session.moments.empty() ? "1" : "*") << "]\n"
+      << "set ylabel 'zoom (times)'\nset yrange [0:" << (session.moments.empty() ? "1" : "*")
+      << "]\n"
       << "plot $data using 1:4 with lines linewidth 1.5 linecolor rgb '#2050b0' notitle\n"
+      << "set ylabel 'pixels a metre'\nset xlabel 'time (s)'\nset logscale y\n"
+      << "set yrange [10:2000]\nset ytics (25, 125, 250, 1000)\n"
+      << "plot $data using 1:7 with points pointtype 7 pointsize 0.2 linecolor rgb '#208040' "
+         "title 'on the followed person, wholly in the picture'\n"
       << "unset multiplot\n";
   return out.str();
 }

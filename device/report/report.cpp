@@ -1,79 +1,81 @@
 #include "report/report.h"
 
-#include <jansson.h>
-
 #include <algorithm>
-#include <cmath>
 #include <cstdlib>
 #include <fstream>
 #include <memory>
-#include <optional>
+#include <sstream>
 #include <stdexcept>
 #include <utility>
 
 #include "report/plot.h"
+#include "report/samples_csv.h"
+#include "report/score_json.h"
+#include "score/baselines.h"
+#include "score/head_view.h"
 
 namespace device {
 namespace {
 
-constexpr double SAMPLE_INTERVAL = 0.05;  // seconds
-constexpr double INSIDE_LONG_ENOUGH = 3;  // seconds
-constexpr double TIME_ROUNDING = 1e-9;    // seconds, of sums of steps
-
-struct JsonDeleter {
-  void operator()(json_t* json) const { json_decref(json); }
-};
 struct FreeDeleter {
   void operator()(char* text) const { std::free(text); }
 };
 
-json_t* toJsonValue(const std::string& text) {
-  return json_string(text.c_str());
-}
-json_t* toJsonValue(double value) {
-  return json_real(value);
-}
-json_t* toJsonValue(std::int64_t value) {
-  return json_integer(value);
-}
-json_t* toJsonValue(int value) {
-  return json_integer(value);
+json_t* poseJson(const HeadPose& pose) {
+  json_t* object = json_object();
+  json_object_set_new(object, "pan_deg", jsonOf(pose.pan));
+  json_object_set_new(object, "tilt_deg", jsonOf(pose.tilt));
+  json_object_set_new(object, "field_deg", jsonOf(pose.field));
+  return object;
 }
 
-template <typename Value>
-json_t* toJsonValue(const std::optional<Value>& value) {
-  return value ? toJsonValue(*value) : json_null();
+json_t* setupJson(const ScoreSetup& setup) {
+  json_t* object = json_object();
+  json_object_set_new(object, "mast_height_m", jsonOf(setup.mastHeight));
+  json_object_set_new(object, "picture_width_px", jsonOf(setup.pictureWidth));
+  json_object_set_new(object, "picture_height_px", jsonOf(setup.pictureHeight));
+  return object;
 }
 
-const PersonView* nearestInside(std::span<const PersonView> people, const Direction& axis) {
-  const PersonView* nearest = nullptr;
-  double least = 0;
-  for (const PersonView& person : people) {
-    if (!person.inside) {
-      continue;
-    }
-    const double distance = angleBetween(axis, person.centre);
-    if (!nearest || distance < least) {
-      nearest = &person;
-      least = distance;
-    }
+// A parked head's score, and where it looked.
+json_t* parkedJson(const ScoreFigures& figures, const HeadPose& pose) {
+  json_t* object = scoreJson(figures);
+  json_object_set_new(object, "pose", poseJson(pose));
+  return object;
+}
+
+double steeredSeconds(const std::vector<Interval>& steering, double end) {
+  double seconds = 0;
+  for (const Interval& interval : steering) {
+    seconds += std::max(interval.end.value_or(end) - interval.start, 0.0);
   }
-  return nearest;
+  return seconds;
+}
+
+void writeText(const std::filesystem::path& file, const std::string& text) {
+  std::ofstream out(file);
+  out << text;
+  out.close();
+  if (!out) {
+    throw std::runtime_error(file.string() + " cannot be written");
+  }
 }
 
 }  // namespace
 
-bool isInPicture(const HeadStatus& head, const Direction& direction) {
-  const Direction relative{normalizedPan(direction.pan - head.pan), direction.tilt};
-  const SpacePoint ray = unitVector(relative);
-  const double tilt = toRadians(head.tilt);
-  const double depth = ray.y * std::cos(tilt) + ray.z * std::sin(tilt);
-  const double up = ray.z * std::cos(tilt) - ray.y * std::sin(tilt);
-  return depth > 0 && std::abs(ray.x) <= depth * std::tan(toRadians(head.pictureWidth / 2)) &&
-         std::abs(up) <= depth * std::tan(toRadians(head.pictureHeight / 2));
-}
+// The scored samples' worth.
+struct Report::Judgement {
+  ScoreFigures score;
+  ScoreFigures home;
+  ScoreFigures fixed;
+  ScoreFigures bound;
+  HeadPose homePose;
+  HeadPose fixedPose;
+  std::vector<HeadPose> boundPoses;
+};
 
-Report::Report(RunInfo info) : info(std::move(info)) {}
+Report::Report(RunInfo info, const ReportSetup& setup)
+    : info(std::move(info)), setup(setup), scorer(setup.score, setup.keepsSamples) {}
 
 void Report::alarmStarted(double time) {
   session.alarms.push_back({time, std::nullopt});
@@ -88,6 +90,7 @@ void Report::alarmEnded(double time) {
 }
 
 void Report::trackerState(double time, std::string_view state) {
+  tuningWatch.state(time, state);
   if (session.states.empty() || session.states.back().name != state) {
     session.states.push_back({time, std::string(state)});
   }
@@ -106,91 +109,109 @@ void Report::sentreling(double time, bool active) {
   }
 }
 
-void Report::sample(double time, std::span<const PersonView> people, const HeadStatus& head) {
-  std::vector<Moment>& moments = session.moments;
-  if (!moments.empty() && time < moments.back().time + SAMPLE_INTERVAL - TIME_ROUNDING) {
-    return;
+void Report::sample(const ScoreSample& sample) {
+  lastTime = sample.time;
+  if (isScored(sample.time)) {
+    scorer.add(sample);
   }
-  const bool longEnough = noteInside(time, people);
-  Moment moment{.time = time,
-                .axis = {head.pan, head.tilt},
-                .zoom = head.magnification,
-                .pictureHeight = head.pictureHeight,
-                .target = {},
-                .counted = longEnough && isRunning()};
-  if (const PersonView* target = nearestInside(people, moment.axis)) {
-    moment.target = Target{target->id, target->centre, target->height};
-    moment.targetInView = isInPicture(head, target->centre);
+  if (setup.keepsSamples) {
+    samples.push_back(sample);
+    note(sample);
   }
-  moment.anyInView = std::any_of(people.begin(), people.end(), [&](const PersonView& person) {
-    return person.inside && isInPicture(head, person.centre);
-  });
-  moment.lastTargetInside =
-      !moments.empty() && moments.back().target && insideSince.contains(moments.back().target->id);
-  moments.push_back(moment);
+}
+
+// For the plots.
+void Report::note(const ScoreSample& sample) {
+  Moment moment{.time = sample.time,
+                .axis = {sample.head.pan, sample.head.tilt},
+                .zoom = Head::fieldAngle(setup.head, setup.head.minZoom) / sample.head.field};
+  const std::optional<int> followed = isScored(sample.time) ? scorer.followed() : std::nullopt;
+  const auto person = std::ranges::find_if(
+      sample.people, [&](const ScoredPerson& other) { return other.id == followed; });
+  if (person != sample.people.end()) {
+    const PersonInView view = HeadView(sample.head, setup.score).viewOf(*person);
+    moment.followed = middleOf(*person, setup.score);
+    moment.density = view.wholeInPicture ? view.density : 0;
+  }
+  session.moments.push_back(moment);
+}
+
+std::optional<double> Report::firstRunning() const {
+  const auto running = std::ranges::find(session.states, "running", &Mark::name);
+  return running == session.states.end() ? std::nullopt : std::optional(running->time);
+}
+
+bool Report::isScored(double time) const {
+  const std::optional<double> start = firstRunning();
+  return start && time >= *start;
+}
+
+std::span<const ScoreSample> Report::scoredSamples() const {
+  const auto first = std::ranges::find_if(
+      samples, [&](const ScoreSample& sample) { return isScored(sample.time); });
+  return {first, samples.end()};
+}
+
+Report::Judgement Report::judge() const {
+  const std::span<const ScoreSample> scored = scoredSamples();
+  Judgement judgement;
+  judgement.score = scorer.figures();
+  judgement.homePose = homePose(setup.head);
+  judgement.fixedPose = bestFixedPose(scored, setup.score, setup.head);
+  judgement.boundPoses = clairvoyantPoses(scored, setup.score, setup.head);
+  judgement.home = scoreWith(scored, std::span(&judgement.homePose, 1), setup.score);
+  judgement.fixed = scoreWith(scored, std::span(&judgement.fixedPose, 1), setup.score);
+  judgement.bound = scoreWith(scored, judgement.boundPoses, setup.score);
+  return judgement;
 }
 
 std::string Report::toJson() const {
-  const Figures all = figures();
+  return toJson(judge());
+}
+
+std::string Report::toJson(const Judgement& judgement) const {
   const std::unique_ptr<json_t, JsonDeleter> json(json_object());
-  const auto add = [&](const char* key, const auto& value) {
-    json_object_set_new(json.get(), key, toJsonValue(value));
+  const auto set = [&](const char* key, json_t* value) {
+    json_object_set_new(json.get(), key, value);
   };
-  add("model", info.model);
-  add("tracks", info.tracks);
-  add("transport", info.transport);
-  add("seed", static_cast<std::int64_t>(info.seed));
-  add("duration_s", all.duration);
-  add("state_running_after_s", all.stateRunningAfter);
-  add("frames", frames);
-  add("alarms_started", all.alarmsStarted);
-  add("alarms_ended", all.alarmsEnded);
-  add("followed_s", all.followed);
-  add("in_view_share", all.inViewShare);
-  add("rms_error_deg", all.rmsError);
-  add("p95_error_deg", all.p95Error);
-  add("target_switches", all.targetSwitches);
-  add("reversals_per_s", all.reversalsPerSecond);
-  add("mean_height_share", all.meanHeightShare);
+  const auto ended = std::ranges::count_if(
+      session.alarms, [](const Interval& alarm) { return alarm.end.has_value(); });
+  set("model", jsonOf(info.model));
+  set("tracks", jsonOf(info.tracks));
+  set("scene", jsonOf(info.scene));
+  set("transport", jsonOf(info.transport));
+  set("seed", json_integer(static_cast<json_int_t>(info.seed)));
+  set("duration_s", jsonOf(lastTime));
+  set("state_running_after_s", jsonOf(firstRunning()));
+  set("frames", json_integer(frames));
+  set("alarms_started", json_integer(static_cast<json_int_t>(session.alarms.size())));
+  set("alarms_ended", json_integer(ended));
+  set("followed_s", jsonOf(steeredSeconds(session.steering, lastTime)));
+  set("tuning", tuningJson(tuning()));
+  set("setup", setupJson(setup.score));
+  set("score", scoreJson(judgement.score));
+  json_t* baselines = json_object();
+  json_object_set_new(baselines, "home", parkedJson(judgement.home, judgement.homePose));
+  json_object_set_new(baselines, "fixed", parkedJson(judgement.fixed, judgement.fixedPose));
+  json_object_set_new(baselines, "bound", scoreJson(judgement.bound));
+  set("baselines", baselines);
+  set("people", peopleJson(judgement.score));
   const std::unique_ptr<char, FreeDeleter> text(
-      json_dumps(json.get(), JSON_INDENT(2) | JSON_PRESERVE_ORDER | JSON_REAL_PRECISION(6)));
+      json_dumps(json.get(), JSON_INDENT(2) | JSON_PRESERVE_ORDER | JSON_REAL_PRECISION(9)));
   return std::string(text.get()) + "\n";
 }
 
 std::string Report::write(const std::filesystem::path& folder) const {
   std::error_code error;
   std::filesystem::create_directories(folder, error);
-  const std::filesystem::path file = folder / "report.json";
-  std::ofstream out(file);
-  out << toJson();
-  out.close();
-  if (!out) {
-    throw std::runtime_error(file.string() + " cannot be written");
-  }
+  const Judgement judgement = judge();
+  writeText(folder / "report.json", toJson(judgement));
+  std::ostringstream csv;
+  writeSamples(csv, samples, judgement.boundPoses);
+  writeText(folder / "samples.csv", csv.str());
   const std::string title = info.model + ", " + info.tracks + ", " + info.transport + ", seed " +
                             std::to_string(info.seed);
   return drawPlots(session, title, folder);
-}
-
-// Keeps since when each person is inside; true when somebody has been there for long enough.
-bool Report::noteInside(double time, std::span<const PersonView> people) {
-  std::map<int, double> inside;
-  bool longEnough = false;
-  for (const PersonView& person : people) {
-    if (!person.inside) {
-      continue;
-    }
-    const auto known = insideSince.find(person.id);
-    const double since = known == insideSince.end() ? time : known->second;
-    inside[person.id] = since;
-    longEnough = longEnough || time - since >= INSIDE_LONG_ENOUGH - TIME_ROUNDING;
-  }
-  insideSince = std::move(inside);
-  return longEnough;
-}
-
-bool Report::isRunning() const {
-  return !session.states.empty() && session.states.back().name == "running";
 }
 
 }  // namespace device

@@ -3,15 +3,16 @@
 
 #include <cstdint>
 #include <filesystem>
-#include <map>
-#include <span>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "head/head.h"
-#include "report/figures.h"
 #include "report/session.h"
-#include "world/world.h"
+#include "score/score_sample.h"
+#include "score/scorer.h"
+#include "score/tuning.h"
 
 namespace device {
 
@@ -19,15 +20,24 @@ namespace device {
 struct RunInfo {
   std::string model;
   std::string tracks;  // file, or "generated"
+  std::string scene;
   std::string transport;
   std::uint64_t seed = 0;
+};
+
+// What is scored and with what it is compared.
+struct ReportSetup {
+  ScoreSetup score;
+  HeadSetup head;
+  bool keepsSamples =
+      true;  // for report, samples and plots; without, only the running score is kept
 };
 
 // Collects what happens in a run and writes it down. Times are seconds since the device's start and
 // never decrease. Not thread-safe: its owner serialises the calls.
 class Report {
  public:
-  explicit Report(RunInfo info);
+  Report(RunInfo info, const ReportSetup& setup);
 
   // One scene frame was handed out, of any channel.
   void frameSent() { ++frames; }
@@ -43,33 +53,46 @@ class Report {
   // The tracker's word on whether it steers the head. Repetitions are ignored.
   void sentreling(double time, bool active);
 
-  // The truth at a moment. Call it at each step of the head; a sample that comes less than 0.05 s
-  // after the one kept last is passed over.
-  void sample(double time, std::span<const PersonView> people, const HeadStatus& head);
+  // A line that the application logged.
+  void logLine(const std::string& text) { tuningWatch.logLine(text); }
 
-  Figures figures() const { return figuresOf(session); }
+  // The truth, evenly spaced. What lies before the tracker's first "running" is not scored.
+  void sample(const ScoreSample& sample);
+
+  RunningScore runningScore() const { return scorer.runningScore(); }
+  TuningFigures tuning() const { return tuningWatch.figures(lastTime); }
   const Session& getSession() const { return session; }
 
-  // report.json: the figures (those without a value are null) and what the run was.
+  // The score of the samples from the first "running" on.
+  ScoreFigures score() const { return scorer.figures(); }
+
+  // report.json (docs/report.schema.json).
   std::string toJson() const;
 
-  // Writes report.json, then plot.svg and plot.png by gnuplot, into a folder that is made when it
-  // is missing. Throws std::runtime_error when report.json cannot be written. Plots that cannot be
-  // made give a message for the user; empty when all went well.
+  // Writes report.json, samples.csv, then plot.svg and plot.png by gnuplot, into a folder that is
+  // made when it is missing. Throws std::runtime_error when one of the first two cannot be written.
+  // Plots that cannot be made give a message for the user; empty when all went well.
   std::string write(const std::filesystem::path& folder) const;
 
  private:
-  bool noteInside(double time, std::span<const PersonView> people);
-  bool isRunning() const;
+  struct Judgement;
+
+  std::optional<double> firstRunning() const;
+  bool isScored(double time) const;
+  std::span<const ScoreSample> scoredSamples() const;
+  Judgement judge() const;
+  std::string toJson(const Judgement& judgement) const;
+  void note(const ScoreSample& sample);
 
   RunInfo info;
+  ReportSetup setup;
   std::int64_t frames = 0;
+  double lastTime = 0;
   Session session;
-  std::map<int, double> insideSince;  // person to time
+  TuningWatch tuningWatch;
+  Scorer scorer;
+  std::vector<ScoreSample> samples;
 };
-
-// True when the direction lies within the head's picture.
-bool isInPicture(const HeadStatus& head, const Direction& direction);
 
 }  // namespace device
 

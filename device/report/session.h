@@ -9,24 +9,14 @@
 
 namespace device {
 
-// The person that the head ought to look at.
-struct Target {
-  int id = 0;
-  Direction centre;
-  double height = 0;  // degrees
-};
-
-// The truth at one moment. It stands for the time since the moment before.
+// What a plot shows of a moment.
 struct Moment {
-  double time = 0;               // seconds since the device's start
-  Direction axis;                // of the head
-  double zoom = 1;               // magnification: widest picture over present picture
-  double pictureHeight = 0;      // degrees
-  std::optional<Target> target;  // the person inside the include area nearest to the axis
-  bool anyInView = false;        // somebody inside the include area lies within the head's picture
-  bool targetInView = false;
-  bool lastTargetInside = false;  // the target of the moment before is still inside
-  bool counted = false;           // tracker running, and somebody inside for long enough
+  double time = 0;  // seconds since the device's start
+  Direction axis;   // of the head
+  double zoom = 1;  // magnification: widest picture over present picture
+  // Of the followed one, from the tracker's first "running" on.
+  std::optional<Direction> followed{};
+  double density = 0;  // pixels a metre on the followed one, 0 when it is not wholly in the picture
 };
 
 // Something that begins at a time.

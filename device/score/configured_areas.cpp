@@ -129,6 +129,19 @@ bool ConfiguredAreas::contains(const GroundPoint& feet) const {
   });
 }
 
+std::vector<ScoredPerson> scoredPeople(std::span<const PersonView> people,
+                                       const ConfiguredAreas& areas) {
+  std::vector<ScoredPerson> scored;
+  scored.reserve(people.size());
+  for (const PersonView& person : people) {
+    scored.push_back({.id = person.id,
+                      .position = person.position,
+                      .height = person.tall,
+                      .counts = areas.contains(person.position)});
+  }
+  return scored;
+}
+
 std::vector<OverviewCamera> camerasOf(const World& world) {
   std::vector<OverviewCamera> cameras;
   for (int channel = 0; channel < world.channelCount(); ++channel) {

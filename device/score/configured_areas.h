@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "score/score_sample.h"
 #include "world/direction.h"
 #include "world/overview_camera.h"
 #include "world/world.h"
@@ -41,6 +42,10 @@ class ConfiguredAreas {
 
   std::vector<Profile> profiles;
 };
+
+// Everybody of a moment; who stands in an area counts.
+std::vector<ScoredPerson> scoredPeople(std::span<const PersonView> people,
+                                       const ConfiguredAreas& areas);
 
 // The channels of a world before the head has moved.
 std::vector<OverviewCamera> camerasOf(const World& world);

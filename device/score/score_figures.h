@@ -89,6 +89,18 @@ struct ScoreFigures {
   std::vector<PersonFigures> people;  // who ever counted, by id
 };
 
+// What can be told of a run at any time at no cost. Shares are of the time with somebody to follow.
+struct RunningScore {
+  double seconds = 0;
+  double secondsWithSomebody = 0;
+  std::array<std::optional<double>, 3> density{};  // DETECT, RECOGNISE, IDENTIFY
+  std::optional<double> inPicture;
+  std::optional<double> rms;  // degrees, error to the followed one
+  int followedChanges = 0;
+  MotionFigures motion;
+  AcquisitionFigures acquisition;
+};
+
 // Of values in any order, the least that is not exceeded by the share (0 to 1) of them. At least
 // one value.
 double quantileOf(std::vector<double> values, double share);

@@ -115,11 +115,12 @@ struct FollowedMoment {
 
 class Scorer::Run {
  public:
-  explicit Run(const ScoreSetup& setup) : setup(setup) {}
+  Run(const ScoreSetup& setup, bool keepsMoments) : setup(setup), keepsMoments(keepsMoments) {}
 
   void add(const ScoreSample& sample);
   std::optional<int> followed() const { return followedOne.id(); }
   ScoreFigures figures() const;
+  RunningScore runningScore() const;
 
  private:
   std::vector<Candidate> candidatesOf(const ScoreSample& sample) const;
@@ -132,6 +133,7 @@ class Scorer::Run {
   void addFollowedFigures(PersonFigures& figures, const std::vector<FollowedMoment>& own) const;
 
   ScoreSetup setup;
+  bool keepsMoments;
   std::optional<double> lastTime;
   double seconds = 0;
   ShownTime best;                  // of the best shown, while somebody counts
@@ -140,6 +142,8 @@ class Scorer::Run {
   Acquisitions acquisitions;
   FollowedOne followedOne;
   std::vector<FollowedMoment> moments;
+  double followedSeconds = 0;
+  double errorSquares = 0;  // square degrees times seconds
   Motion motion;
   MotionSum motionSum;
   std::map<int, MotionSum> motionWith;  // while the person was followed
@@ -191,6 +195,11 @@ void Scorer::Run::addFollowed(const ScoreSample& sample, std::span<const Candida
   if (found == candidates.end()) {
     return;
   }
+  followedSeconds += duration;
+  errorSquares += found->view.error * found->view.error * duration;
+  if (!keepsMoments) {
+    return;
+  }
   moments.push_back({.person = found->id,
                      .seconds = duration,
                      .error = found->view.error,
@@ -231,6 +240,23 @@ ScoreFigures Scorer::Run::figures() const {
   figures.motion = motionSum.figures().value_or(MotionFigures{});
   figures.people = peopleFigures();
   return figures;
+}
+
+RunningScore Scorer::Run::runningScore() const {
+  RunningScore score;
+  score.seconds = seconds;
+  score.secondsWithSomebody = best.total;
+  for (std::size_t i = 0; i < DENSITIES.size(); ++i) {
+    score.density[i] = shareOf(best.dense[i], best.total);
+  }
+  score.inPicture = shareOf(best.middle, best.total);
+  if (followedSeconds > 0) {
+    score.rms = std::sqrt(errorSquares / followedSeconds);
+  }
+  score.followedChanges = followedOne.changes();
+  score.motion = motionSum.figures().value_or(MotionFigures{});
+  score.acquisition = acquisitions.figures();
+  return score;
 }
 
 std::optional<ErrorFigures> Scorer::Run::errorOf(double FollowedMoment::*value) const {
@@ -292,7 +318,8 @@ void Scorer::Run::addFollowedFigures(PersonFigures& figures,
   }
 }
 
-Scorer::Scorer(const ScoreSetup& setup) : run(std::make_unique<Run>(setup)) {}
+Scorer::Scorer(const ScoreSetup& setup, bool keepsMoments)
+    : run(std::make_unique<Run>(setup, keepsMoments)) {}
 Scorer::Scorer(Scorer&&) noexcept = default;
 Scorer& Scorer::operator=(Scorer&&) noexcept = default;
 Scorer::~Scorer() = default;
@@ -307,6 +334,10 @@ std::optional<int> Scorer::followed() const {
 
 ScoreFigures Scorer::figures() const {
   return run->figures();
+}
+
+RunningScore Scorer::runningScore() const {
+  return run->runningScore();
 }
 
 ScoreFigures scoreOf(std::span<const ScoreSample> samples, const ScoreSetup& setup) {

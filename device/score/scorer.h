@@ -11,7 +11,7 @@
 namespace device {
 
 // Judges a head by what it really shows. Pure arithmetic: no clock, no thread, no lock; it keeps a
-// few numbers for each sample.
+// few numbers for each sample, unless it is told not to, and a few for each person.
 //
 // Give it the samples from the tracker's first "running" on, evenly spaced and 20 a second or more
 // (motions are told from sample to sample).
@@ -23,7 +23,9 @@ namespace device {
 // is.
 class Scorer {
  public:
-  explicit Scorer(const ScoreSetup& setup);
+  // keepsMoments: what figures() needs for the errors. Without it these are empty, and nothing is
+  // kept for a sample.
+  explicit Scorer(const ScoreSetup& setup, bool keepsMoments = true);
   Scorer(Scorer&&) noexcept;
   Scorer& operator=(Scorer&&) noexcept;
   ~Scorer();
@@ -35,6 +37,7 @@ class Scorer {
 
   // Of all samples so far.
   ScoreFigures figures() const;
+  RunningScore runningScore() const;
 
  private:
   class Run;

@@ -10,9 +10,25 @@ HeadDrive::HeadDrive(const HeadSetup& setup, Clock timeSource, std::uint64_t see
 void HeadDrive::advance() {
   constexpr double MICROSECONDS_PER_SECOND = 1e6;
   const std::int64_t now = clock();
-  for (; time + STEP <= now; time += STEP) {
+  while (time + STEP <= now) {
     head.step(STEP / MICROSECONDS_PER_SECOND);
+    time += STEP;
+    tellObserver();
   }
+}
+
+void HeadDrive::observe(std::int64_t period, Observer observer) {
+  observer = std::move(observer);
+  period = period;
+  nextObservation = time + period;
+}
+
+void HeadDrive::tellObserver() {
+  if (!observer || time < nextObservation) {
+    return;
+  }
+  nextObservation += period;
+  observer(time, head);
 }
 
 }  // namespace device

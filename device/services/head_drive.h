@@ -19,6 +19,13 @@ class HeadDrive {
   // The seed is that of the head's chance.
   HeadDrive(const HeadSetup& setup, Clock timeSource, std::uint64_t seed = 1);
 
+  // Is called whenever the head has come to the next moment of an even grid; the head is as it was
+  // then. It may not use the drive.
+  using Observer = std::function<void(std::int64_t time, const Head& head)>;
+
+  // period: microseconds, a multiple of STEP. Replaces the observer before.
+  void observe(std::int64_t period, Observer observer);
+
   // Steps the head up to the present.
   void advance();
 
@@ -29,9 +36,14 @@ class HeadDrive {
   }
 
  private:
+  void tellObserver();
+
   Clock clock;
   std::int64_t time;  // up to which the head has been stepped
   Head head;
+  Observer observer;
+  std::int64_t period = 0;
+  std::int64_t nextObservation = 0;
 };
 
 }  // namespace device

@@ -50,6 +50,16 @@ class WebInterface {
   void log(double time, const SyslogLine& line);
   void daemonRunning(bool isRunning);
 
+  // Asks the application; answer is null when there is none.
+  void ask(const std::string& body, std::function<void(const std::string* answer)> done) {
+    server_.ask(body, std::move(done));
+  }
+
+  // Is told the body of each request from the network that the application has answered.
+  void observeRequests(WebServer::Observer observer) {
+    server_.observeRequests(std::move(observer));
+  }
+
  private:
   static constexpr std::size_t LOG_LINES = 200;        // told to a new reader
   static constexpr std::int64_t LIVE_PERIOD = 100000;  // microseconds

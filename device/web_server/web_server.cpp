@@ -261,7 +261,8 @@ void WebServer::handle(SoupServerMessage* message, const std::string& path, GHas
 }
 
 void WebServer::forward(SoupServerMessage* message, const std::string& path, GHashTable* fields) {
-  auto bytes = encodeHttpRequest(requestOf(message, path, fields));
+  const HttpRequest request = requestOf(message, path, fields);
+  auto bytes = encodeHttpRequest(request);
   if (!bytes) {
     return refuse(message, SOUP_STATUS_REQUEST_ENTITY_TOO_LARGE, "The request is too long");
   }
@@ -269,15 +270,31 @@ void WebServer::forward(SoupServerMessage* message, const std::string& path, GHa
   const std::shared_ptr<SoupServerMessage> held(
       static_cast<SoupServerMessage*>(g_object_ref(message)), GObjectDeleter());
   forwarder.forward(
-      std::move(*bytes), [held](ForwardResult_e result, const ApplicationAnswer* answer) {
+      std::move(*bytes),
+      [this, held, body = request.body](ForwardResult_e result, const ApplicationAnswer* answer) {
         if (result == ForwardResult_e::answered) {
           respond(held.get(), *answer);
+          if (observer) {
+            observer(body);
+          }
         } else {
           refuse(held.get(), SOUP_STATUS_SERVICE_UNAVAILABLE,
                  result == ForwardResult_e::late ? "The application did not answer in time"
                                                  : "The application is not running");
         }
         soup_server_message_unpause(held.get());
+      });
+}
+
+void WebServer::ask(const std::string& body, std::function<void(const std::string* answer)> done) {
+  const auto bytes = encodeHttpRequest(
+      {.path = API_PATH, .method = "POST", .query = {}, .fields = {}, .body = body});
+  if (!bytes) {
+    return done(nullptr);
+  }
+  forwarder.forward(
+      *bytes, [done = std::move(done)](ForwardResult_e result, const ApplicationAnswer* answer) {
+        done(result == ForwardResult_e::ANSWERED ? &answer->body : nullptr);
       });
 }
 

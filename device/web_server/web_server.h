@@ -63,6 +63,14 @@ class WebServer {
   // Offers a stream at a path; it lives as long as the server.
   EventStream& addStream(const std::string& path, Opening opening);
 
+  // Hands a request to the application as if it had come over the network, after those that came
+  // before. done: null when the application did not answer.
+  void ask(const std::string& body, std::function<void(const std::string* answer)> done);
+
+  // Is told the body of each request from the network that the application has answered.
+  using Observer = std::function<void(const std::string& body)>;
+  void observeRequests(Observer observer) { observer = std::move(observer); }
+
   std::uint16_t port() const { return listener->port(); }
 
   // How many there are at present.
@@ -98,6 +106,7 @@ class WebServer {
   WebConnections connections;
   GObjectPtr<SoupServer> server;
   std::unique_ptr<WebListener> listener;
+  Observer observer;
   ApplicationForwarder forwarder;  // before the server in the end, as it holds on to requests
 };
 

@@ -2,13 +2,19 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <jansson.h>
 #include <unistd.h>
 
+#include <cmath>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <memory>
 #include <set>
 #include <sstream>
+
+#include "device/score/people.h"
+#include "report/score_json.h"
 
 namespace device {
 namespace {
@@ -16,133 +22,104 @@ namespace {
 using testing::HasSubstr;
 using testing::SizeIs;
 
-HeadStatus headAt(double pan, double tilt, double width = 20) {
-  return {.pan = pan,
-          .tilt = tilt,
-          .magnification = 60 / width,
-          .pictureWidth = width,
-          .pictureHeight = width * 9 / 16};
+HeadSetup headSetup() {
+  HeadSetup head;
+  head.pan = {.speed = 100, .acceleration = 300, .low = -180, .high = 180, .endless = true};
+  head.tilt = {.speed = 100, .acceleration = 300, .low = -90, .high = 20};
+  head.zoomSpeed = 3333;
+  head.minFieldAngle = 2.5;
+  head.maxFieldAngle = 60;
+  head.home = {.pan = 180, .tilt = 0, .zoom = 1};
+  return head;
 }
 
-PersonView personAt(int id, double pan, double tilt, bool inside = true) {
-  return {.id = id, .centre = {pan, tilt}, .height = 2, .inside = inside};
+// Ten metres ahead.
+const ScoredPerson AHEAD = personAt(1, 0, 10);
+
+Report emptyReport() {
+  return {{.model = "fixed",
+           .tracks = "generated",
+           .scene = "square",
+           .transport = "socket",
+           .seed = 9},
+          {.score = SETUP, .head = headSetup()}};
 }
 
 Report runningReport() {
-  Report report({.model = "fixed", .tracks = "generated", .transport = "socket", .seed = 9});
+  Report report = emptyReport();
   report.trackerState(0, "running");
   return report;
 }
 
-// Samples every tenth of a second in [from, to).
-void sample(Report& report, double from, double to, const std::vector<PersonView>& people,
-            const HeadStatus& head) {
-  for (int i = 0; from + i * 0.1 < to - 1e-9; ++i) {
-    report.sample(from + i * 0.1, people, head);
+// Samples at every PERIOD in [from, to).
+void sample(Report& report, double from, double to, const std::vector<ScoredPerson>& people,
+            const HeadPose& head) {
+  for (int i = 0; from + i * PERIOD < to - 1e-9; ++i) {
+    report.sample({from + i * PERIOD, head, people});
   }
 }
 
-TEST(InPictureTest, EdgesOfThePicture) {
-  const HeadStatus head = headAt(175, 0);  // 20 by 11.25 degrees
-  EXPECT_TRUE(isInPicture(head, {175, 0}));
-  EXPECT_TRUE(isInPicture(head, {-175.1, 0}));  // across the seam
-  EXPECT_FALSE(isInPicture(head, {-174.9, 0}));
-  EXPECT_TRUE(isInPicture(head, {165.1, 0}));
-  EXPECT_FALSE(isInPicture(head, {164.9, 0}));
-  EXPECT_TRUE(isInPicture(head, {175, 5.6}));
-  EXPECT_FALSE(isInPicture(head, {175, 5.7}));
-  EXPECT_FALSE(isInPicture(head, {-5, 0}));  // behind
+std::unique_ptr<json_t, JsonDeleter> parsed(const Report& report) {
+  return std::unique_ptr<json_t, JsonDeleter>(
+      json_loads(report.toJson().c_str(), JSON_REJECT_DUPLICATES, nullptr));
 }
 
-TEST(InPictureTest, ATiltedHeadSeesMorePan) {
-  // At 60 degrees down, 10 degrees to the side on the picture's middle line are
-  // atan(tan(10)/cos(60)) degrees of pan.
-  const double pan = toDegrees(std::atan(std::tan(toRadians(10)) / std::cos(toRadians(60))));
-  const HeadStatus head = headAt(0, -60);
-  const auto onMiddleLine = [](double p) {
-    return Direction{p, -toDegrees(std::atan(std::tan(toRadians(60)) * std::cos(toRadians(p))))};
-  };
-  EXPECT_TRUE(isInPicture(head, onMiddleLine(pan - 0.1)));
-  EXPECT_FALSE(isInPicture(head, onMiddleLine(pan + 0.1)));
-}
-
-TEST(ReportTest, CountsFromThreeSecondsInside) {
-  Report report = runningReport();
-  sample(report, 0, 2.95, {personAt(1, 0, 0)}, headAt(5, 0));
-  EXPECT_FALSE(report.figures().rmsError);
-  sample(report, 3, 4.05, {personAt(1, 0, 0)}, headAt(2, 0));
-  EXPECT_NEAR(*report.figures().rmsError, 2, 1e-9);
-  EXPECT_NEAR(*report.figures().inViewShare, 1, 1e-9);
-}
-
-TEST(ReportTest, ABreakBeginsTheThreeSecondsAnew) {
-  Report report = runningReport();
-  sample(report, 0, 2, {personAt(1, 0, 0)}, headAt(0, 0));
-  sample(report, 2, 2.5, {personAt(1, 0, 0, false)}, headAt(0, 0));
-  sample(report, 2.5, 5.4, {personAt(1, 0, 0)}, headAt(0, 0));
-  EXPECT_FALSE(report.figures().rmsError);
-  sample(report, 5.5, 5.6, {personAt(1, 0, 0)}, headAt(0, 0));
-  EXPECT_TRUE(report.figures().rmsError);
-}
-
-TEST(ReportTest, DifferentPeopleDoNotMakeUpThreeSeconds) {
-  Report report = runningReport();
-  for (int id = 1; id <= 5; ++id) {
-    sample(report, id * 2.0, id * 2.0 + 2, {personAt(id, 0, 0)}, headAt(0, 0));
+// The member at a path of keys.
+const json_t* at(const json_t* json, std::initializer_list<const char*> path) {
+  for (const char* key : path) {
+    json = json_object_get(json, key);
   }
-  EXPECT_FALSE(report.figures().rmsError);
+  return json;
 }
 
-TEST(ReportTest, CountsOnlyWhileTheTrackerIsRunning) {
-  Report report({});
-  sample(report, 0, 10, {personAt(1, 0, 0)}, headAt(30, 0));
+double numberAt(const json_t* json, std::initializer_list<const char*> path) {
+  const json_t* value = at(json, path);
+  EXPECT_TRUE(json_is_number(value)) << *(path.end() - 1);
+  return json_number_value(value);
+}
+
+TEST(ReportTest, ScoreIsThatFromTheFirstRunningToTheEnd) {
+  Report report = emptyReport();
+  sample(report, 0, 10, {AHEAD}, lookingAt(AHEAD, 60));
   report.trackerState(5, "autotuning");
-  EXPECT_FALSE(report.figures().rmsError);
+  EXPECT_EQ(report.score().seconds, 0);
   report.trackerState(10, "running");
-  sample(report, 10, 12, {personAt(1, 0, 0)}, headAt(1, 0));
+  sample(report, 10, 12, {AHEAD}, lookingAt(AHEAD, 60));
   report.trackerState(12, "stopped");
-  sample(report, 12, 14, {personAt(1, 0, 0)}, headAt(40, 0));
-  EXPECT_NEAR(*report.figures().rmsError, 1, 1e-9);
-  EXPECT_DOUBLE_EQ(*report.figures().stateRunningAfter, 10);
+  sample(report, 12, 14.01, {AHEAD}, {180, 0, 60});
+  EXPECT_NEAR(report.score().seconds, 4, 1e-9) << "nothing is left out";
+  EXPECT_NEAR(*report.score().inPicture, (2 - PERIOD) / 4, 1e-9);
 }
 
-TEST(ReportTest, TheTargetIsTheNearestInside) {
-  Report report = runningReport();
-  const std::vector<PersonView> people{personAt(1, 8, 0), personAt(2, -3, 0),
-                                       personAt(3, 1, 0, false)};
-  sample(report, 0, 4, people, headAt(0, 0));
-  EXPECT_NEAR(*report.figures().rmsError, 3, 1e-9);
-  EXPECT_EQ(report.getSession().moments.back().target->id, 2);
+TEST(ReportTest, WithoutSamplesTheRunningScoreIsKept) {
+  Report report({}, {.score = SETUP, .head = headSetup(), .keepsSamples = false});
+  report.trackerState(0, "running");
+  sample(report, 0, 4.01, {AHEAD}, lookingAt(AHEAD, 60));
+  const RunningScore score = report.runningScore();
+  EXPECT_NEAR(score.seconds, 4, 1e-9);
+  EXPECT_NEAR(*score.density[1], 1, 1e-9);
+  EXPECT_FALSE(score.density[2] && *score.density[2] > 0);
+  EXPECT_NEAR(*score.rms, 0, 1e-6);
+  EXPECT_NEAR(*score.acquisition.median, 0, 1e-9);
+  EXPECT_TRUE(report.getSession().moments.empty());
+  EXPECT_FALSE(report.score().error) << "its moments are not kept";
 }
 
-TEST(ReportTest, SomebodyElseInViewIsEnough) {
-  Report report = runningReport();
-  // The nearest by angle lies above the flat picture, the other within it.
-  sample(report, 0, 4, {personAt(1, 0, 6), personAt(2, 9, 0)}, headAt(0, 0));
+TEST(ReportTest, PlotsShowTheFollowedOne) {
+  Report report = emptyReport();
+  sample(report, 0, 1, {AHEAD}, lookingAt(AHEAD, 60));
+  EXPECT_FALSE(report.getSession().moments.back().followed);
+  report.trackerState(1, "running");
+  sample(report, 1, 2, {AHEAD, personAt(2, 3, 10)}, lookingAt(AHEAD, 30));
   const Moment& last = report.getSession().moments.back();
-  EXPECT_EQ(last.target->id, 1);
-  EXPECT_FALSE(last.targetInView);
-  EXPECT_TRUE(last.anyInView);
-  EXPECT_NEAR(*report.figures().inViewShare, 1, 1e-9);
-  EXPECT_FALSE(report.figures().meanHeightShare);
+  EXPECT_NEAR(last.zoom, 2, 1e-9);
+  EXPECT_NEAR(last.followed->pan, 0, 1e-9);
+  // 960 pixels over tan(15 degrees) and 10.83 m.
+  EXPECT_NEAR(last.density, 960 / std::tan(M_PI / 12) / std::hypot(10, 4.15), 1e-6);
 }
 
-TEST(ReportTest, SwitchesOfTheTarget) {
-  Report report = runningReport();
-  sample(report, 0, 4, {personAt(1, 0, 0), personAt(2, 10, 0)}, headAt(0, 0));
-  sample(report, 4, 5, {personAt(1, 0, 0), personAt(2, 10, 0)}, headAt(9, 0));
-  EXPECT_EQ(*report.figures().targetSwitches, 1);
-  sample(report, 5, 6, {personAt(1, 0, 0)}, headAt(9, 0));  // the second has left
-  EXPECT_EQ(*report.figures().targetSwitches, 1);
-}
-
-TEST(ReportTest, SamplesThatComeTooSoonArePassedOver) {
-  Report report = runningReport();
-  for (int i = 0; i <= 1000; ++i) {
-    report.sample(i * 0.01, {}, headAt(0, 0));
-  }
-  EXPECT_THAT(report.getSession().moments, SizeIs(201));
-  EXPECT_NEAR(report.figures().duration, 10, 1e-9);
+int alarmsOf(const Report& report, const char* key) {
+  return static_cast<int>(numberAt(parsed(report).get(), {key}));
 }
 
 TEST(ReportTest, AlarmsMayOverlap) {
@@ -151,77 +128,80 @@ TEST(ReportTest, AlarmsMayOverlap) {
   report.alarmStarted(1);
   report.alarmStarted(2);
   report.alarmEnded(5);
-  EXPECT_EQ(report.figures().alarmsStarted, 2);
-  EXPECT_EQ(report.figures().alarmsEnded, 1);
+  EXPECT_EQ(alarmsOf(report, "alarms_started"), 2);
+  EXPECT_EQ(alarmsOf(report, "alarms_ended"), 1);
   EXPECT_EQ(report.getSession().alarms[0].end, 5);
   report.alarmEnded(6);
   report.alarmEnded(7);
-  EXPECT_EQ(report.figures().alarmsEnded, 2);
+  EXPECT_EQ(alarmsOf(report, "alarms_ended"), 2);
 }
 
 TEST(ReportTest, RepetitionsOfStatesAreIgnored) {
-  Report report({});
+  Report report = emptyReport();
   report.sentreling(1, false);
   report.sentreling(2, true);
   report.sentreling(3, true);
   report.sentreling(6, false);
   report.sentreling(7, false);
-  EXPECT_NEAR(report.figures().followed, 4, 1e-9);
+  EXPECT_NEAR(numberAt(parsed(report).get(), {"followed_s"}), 4, 1e-9);
   report.trackerState(1, "connecting");
   report.trackerState(2, "connecting");
   EXPECT_THAT(report.getSession().states, SizeIs(1));
 }
 
 TEST(ReportTest, JsonOfAnEmptyRun) {
-  const Report report(
-      {.model = "fast", .tracks = "walk \"x\".csv", .transport = "module", .seed = 12});
-  EXPECT_EQ(report.toJson(), R"({
-  "model": "fast",
-  "tracks": "walk \"x\".csv",
-  "transport": "module",
-  "seed": 12,
-  "duration_s": 0.0,
-  "state_running_after_s": null,
-  "frames": 0,
-  "alarms_started": 0,
-  "alarms_ended": 0,
-  "followed_s": 0.0,
-  "in_view_share": null,
-  "rms_error_deg": null,
-  "p95_error_deg": null,
-  "target_switches": null,
-  "reversals_per_s": null,
-  "mean_height_share": null
-}
-)");
+  const Report report({.model = "fast",
+                       .tracks = "walk \"x\".csv",
+                       .scene = "wide",
+                       .transport = "module",
+                       .seed = 12},
+                      {.score = SETUP, .head = headSetup()});
+  const auto json = parsed(report);
+  EXPECT_STREQ(json_string_value(at(json.get(), {"tracks"})), "walk \"x\".csv");
+  EXPECT_STREQ(json_string_value(at(json.get(), {"scene"})), "wide");
+  EXPECT_EQ(numberAt(json.get(), {"seed"}), 12);
+  EXPECT_TRUE(json_is_null(at(json.get(), {"state_running_after_s"})));
+  EXPECT_EQ(numberAt(json.get(), {"score", "seconds"}), 0);
+  EXPECT_TRUE(json_is_null(at(json.get(), {"score", "density", "detected", "share"})));
+  EXPECT_TRUE(json_is_null(at(json.get(), {"score", "error_deg"})));
+  EXPECT_TRUE(json_is_null(at(json.get(), {"tuning", "succeeded"})));
 }
 
 TEST(ReportTest, JsonOfARun) {
-  Report report = runningReport();
+  Report report = emptyReport();
   report.frameSent();
   report.frameSent();
   report.alarmStarted(1);
-  report.sentreling(1, true);
-  sample(report, 0, 5.05, {personAt(1, 0, 0)}, headAt(1.5, 0));
-  EXPECT_EQ(report.toJson(), R"({
-  "model": "fixed",
-  "tracks": "generated",
-  "transport": "socket",
-  "seed": 9,
-  "duration_s": 5.0,
-  "state_running_after_s": 0.0,
-  "frames": 2,
-  "alarms_started": 1,
-  "alarms_ended": 0,
-  "followed_s": 4.0,
-  "in_view_share": 1.0,
-  "rms_error_deg": 1.5,
-  "p95_error_deg": 1.5,
-  "target_switches": 0,
-  "reversals_per_s": 0.0,
-  "mean_height_share": 0.177778
+  report.trackerState(0, "autotuning");
+  report.logLine("Autotuning: attempt 1 of 3 failed, trying again");
+  report.logLine("Autotuning: attempt 2 of 3 succeeded, gains of pan 1 2 3, of tilt 4 5 6");
+  report.trackerState(1, "running");
+  report.sentreling(2, true);
+  sample(report, 0, 5.01, {AHEAD}, lookingAt(AHEAD, 60));
+  const auto json = parsed(report);
+  EXPECT_EQ(numberAt(json.get(), {"frames"}), 2);
+  EXPECT_NEAR(numberAt(json.get(), {"duration_s"}), 5, 1e-9);
+  EXPECT_NEAR(numberAt(json.get(), {"followed_s"}), 3, 1e-9);
+  EXPECT_EQ(numberAt(json.get(), {"tuning", "attempts"}), 2);
+  EXPECT_EQ(numberAt(json.get(), {"tuning", "seconds"}), 1);
+  EXPECT_EQ(json_real_value(json_array_get(at(json.get(), {"tuning", "tilt_gains"}), 2)), 6);
+  EXPECT_NEAR(numberAt(json.get(), {"score", "seconds"}), 4, 1e-9);
+  EXPECT_NEAR(numberAt(json.get(), {"score", "density", "recognised", "share"}), 1, 1e-9);
+  EXPECT_NEAR(numberAt(json.get(), {"score", "error_deg", "rms"}), 0, 1e-6);
+  EXPECT_EQ(json_array_size(at(json.get(), {"people"})), 1U);
 }
-)");
+
+TEST(ReportTest, BesideEachFigureStandsWhatOtherHeadsEarn) {
+  Report report = runningReport();
+  sample(report, 0, 5.01, {AHEAD}, lookingAt(AHEAD, 60));
+  const auto json = parsed(report);
+  // Home looks the other way.
+  EXPECT_EQ(numberAt(json.get(), {"baselines", "home", "density", "detected", "share"}), 0);
+  EXPECT_EQ(numberAt(json.get(), {"baselines", "home", "pose", "pan_deg"}), 180);
+  EXPECT_NEAR(numberAt(json.get(), {"baselines", "home", "pose", "field_deg"}), 60, 1e-9);
+  EXPECT_EQ(numberAt(json.get(), {"baselines", "fixed", "density", "recognised", "share"}), 1);
+  EXPECT_NEAR(numberAt(json.get(), {"baselines", "fixed", "pose", "pan_deg"}), 0, 15);
+  EXPECT_GT(numberAt(json.get(), {"baselines", "bound", "density", "identified", "share"}), 0.5);
 }
 
 class ReportFileTest : public testing::Test {
@@ -255,19 +235,38 @@ TEST_F(ReportFileTest, WritesReportAndPlots) {
   report.alarmEnded(2);
   report.alarmStarted(3);
   report.sentreling(1, true);
-  sample(report, 0, 5, {personAt(1, 0, 0)}, headAt(170, 0));
-  sample(report, 5, 9, {}, headAt(-170, -10));
+  sample(report, 0, 5, {AHEAD}, {170, 0, 60});
+  sample(report, 5, 9, {}, {-170, -10, 60});
   ASSERT_EQ(report.write(folder / "deep" / "er"), "");
   folder /= "deep/er";
-  EXPECT_EQ(filesThere(), (std::set<std::string>{"report.json", "plot.svg", "plot.png"}));
+  EXPECT_EQ(filesThere(),
+            (std::set<std::string>{"report.json", "samples.csv", "plot.svg", "plot.png"}));
   EXPECT_EQ(read(folder / "report.json"), report.toJson());
   EXPECT_THAT(read(folder / "plot.svg"), HasSubstr("</svg>"));
   EXPECT_EQ(read(folder / "plot.png").substr(1, 3), "PNG");
   folder = folder.parent_path().parent_path();
 }
 
+TEST_F(ReportFileTest, SamplesHoldEverything) {
+  Report report = emptyReport();
+  report.sample({0, {170, -1, 60}, {AHEAD, personAt(2, 1.5, -10, false)}});
+  report.trackerState(0.05, "running");
+  report.sample({0.05, {171, -2, 30}, {}});
+  report.write(folder);
+  EXPECT_EQ(
+      read(folder / "samples.csv"),
+      "time_s,scored,pan_deg,tilt_deg,field_deg,bound_pan_deg,bound_tilt_deg,bound_field_deg,"
+      "person,x_m,y_m,height_m,counts\n"
+      "0.000000,0,170.00000000,-1.00000000,60.00000000,,,,1,0.00000000,10.00000000,1.70000000,1\n"
+      "0.000000,0,170.00000000,-1.00000000,60.00000000,,,,2,1.50000000,-10.00000000,1.70000000,0\n"
+      "0.050000,1,171.00000000,-2.00000000,30.00000000,180.00000000,0.00000000,60.00000000,,,,,\n");
+}
+
 TEST_F(ReportFileTest, PlotsOfAnEmptyRun) {
-  EXPECT_EQ(Report({.model = "it's", .tracks = "", .transport = "", .seed = 1}).write(folder), "");
+  RunInfo info;
+  info.model = "it's";
+  const Report report(info, {.score = SETUP, .head = headSetup()});
+  EXPECT_EQ(report.write(folder), "");
   EXPECT_THAT(read(folder / "plot.svg"), HasSubstr("</svg>"));
 }
 
@@ -277,7 +276,7 @@ TEST_F(ReportFileTest, TheReportStandsWithoutGnuplot) {
   const std::string message = runningReport().write(folder);
   setenv("PATH", path.c_str(), 1);
   EXPECT_THAT(message, HasSubstr("gnuplot cannot be run (package gnuplot-nox): "));
-  EXPECT_EQ(filesThere(), std::set<std::string>{"report.json"});
+  EXPECT_EQ(filesThere(), (std::set<std::string>{"report.json", "samples.csv"}));
 }
 
 TEST_F(ReportFileTest, WhatGnuplotSaysIsPassedOn) {
