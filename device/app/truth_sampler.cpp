@@ -6,38 +6,46 @@
 namespace device {
 
 TruthSampler::TruthSampler(const World& world, Report& report, Ask ask)
-    : world_(world), report_(report), ask_(std::move(ask)), cameras_(camerasOf(world)) {}
+    : world(world), report(report), ask(std::move(ask)), cameras(camerasOf(world)) {}
 
 void TruthSampler::sample(double time, const HeadStatus& head) {
-  Waiting moment{{.time = time, .head = poseOf(head), .people = {}}, world_.people(time)};
-  if (areas_) return tell(std::move(moment));
-  waiting_.push_back(std::move(moment));
-  if (waiting_.size() <= kMostWaiting) return;
-  tell(std::move(waiting_.front()));
-  waiting_.pop_front();
+  Waiting moment{{.time = time, .head = poseOf(head), .people = {}}, world.people(time)};
+  if (areas) {
+    return tell(std::move(moment));
+  }
+  waiting.push_back(std::move(moment));
+  if (waiting.size() <= MOST_WAITING) {
+    return;
+  }
+  tell(std::move(waiting.front()));
+  waiting.pop_front();
 }
 
 void TruthSampler::applicationSpoke() {
-  if (isOutdated_ && !isAsked_) askAgain();
+  if (isOutdated && !isAsked) {
+    askAgain();
+  }
 }
 
 void TruthSampler::configurationChanged() {
-  isOutdated_ = true;
+  isOutdated = true;
   applicationSpoke();
 }
 
 void TruthSampler::finish() {
-  for (Waiting& moment : waiting_) tell(std::move(moment));
-  waiting_.clear();
+  for (Waiting& moment : waiting) {
+    tell(std::move(moment));
+  }
+  waiting.clear();
 }
 
 void TruthSampler::askAgain() {
-  isAsked_ = true;
-  isOutdated_ = false;  // unless it changes while it is asked for
-  ask_([this](const std::string* answer) {
-    isAsked_ = false;
+  isAsked = true;
+  isOutdated = false;  // unless it changes while it is asked for
+  ask([this](const std::string* answer) {
+    isAsked = false;
     if (answer == nullptr || !take(*answer)) {
-      isOutdated_ = true;  // until the application speaks next
+      isOutdated = true;  // until the application speaks next
       return;
     }
     applicationSpoke();
@@ -46,7 +54,7 @@ void TruthSampler::askAgain() {
 
 // False for one that cannot be read.
 bool TruthSampler::take(const std::string& answer) try {
-  areas_ = ConfiguredAreas(answer, cameras_);
+  areas = ConfiguredAreas(answer, cameras);
   finish();
   return true;
 } catch (const std::runtime_error&) {
@@ -54,8 +62,8 @@ bool TruthSampler::take(const std::string& answer) try {
 }
 
 void TruthSampler::tell(Waiting waiting) {
-  waiting.sample.people = scoredPeople(waiting.people, areas_ ? *areas_ : ConfiguredAreas());
-  report_.sample(waiting.sample);
+  waiting.sample.people = scoredPeople(waiting.people, areas ? *areas : ConfiguredAreas());
+  report.sample(waiting.sample);
 }
 
 }  // namespace device

@@ -27,7 +27,7 @@ class TruthSampler {
   using Ask = std::function<void(Answered answered)>;
 
   // Without an answer so many samples wait; what is older is told with nobody who counts.
-  static constexpr std::size_t kMostWaiting = 1200;
+  static constexpr std::size_t MOST_WAITING = 1200;
 
   // World and report outlive the sampler. The world's head has not moved yet.
   TruthSampler(const World& world, Report& report, Ask ask);
@@ -56,14 +56,14 @@ class TruthSampler {
   bool take(const std::string& answer);
   void tell(Waiting waiting);
 
-  const World& world_;
-  Report& report_;
-  Ask ask_;
-  std::vector<OverviewCamera> cameras_;
-  std::optional<ConfiguredAreas> areas_;
-  bool isAsked_ = false;    // and has not answered
-  bool isOutdated_ = true;  // the answer, if there was one
-  std::deque<Waiting> waiting_;
+  const World& world;
+  Report& report;
+  Ask ask;
+  std::vector<OverviewCamera> cameras;
+  std::optional<ConfiguredAreas> areas;
+  bool isAsked = false;    // and has not answered
+  bool isOutdated = true;  // the answer, if there was one
+  std::deque<Waiting> waiting;
 };
 
 }  // namespace device

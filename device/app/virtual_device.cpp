@@ -131,7 +131,8 @@ WebSources VirtualDevice::webSources() {
           .drive = drive,
           .events = events,
           .seconds = [this] { return secondsSinceStart(); },
-          .announce = [this](const std::string& text) { console.message(text); }};
+          .announce = [this](const std::string& text) { console.message(text); },
+          .report = &report};
 }
 
 std::vector<Lens> VirtualDevice::lenses() const {

@@ -20,7 +20,7 @@ namespace device {
 struct RunInfo {
   std::string model;
   std::string tracks;  // file, or "generated"
-  std::string scene;
+  std::string scene{};
   std::string transport;
   std::uint64_t seed = 0;
 };

@@ -99,6 +99,22 @@ std::string worldJson(double time, const std::vector<PersonView>& people, double
   return textOf(json_pack("{s:f,s:o}", "time", time, "people", list));
 }
 
+std::string runningScoreJson(double time, const RunningScore& score, const TuningFigures& tuning) {
+  const auto number = [](const std::optional<double>& value) {
+    return value ? json_real(*value) : json_null();
+  };
+  json_t* succeeded = tuning.succeeded ? json_boolean(*tuning.succeeded) : json_null();
+  return textOf(json_pack(
+      "{s:f,s:f,s:f,s:o,s:o,s:o,s:o,s:o,s:i,s:i,s:o,s:i,s:{s:i,s:i,s:i,s:o}}", "time", time,
+      "seconds", score.seconds, "seconds_with_somebody", score.secondsWithSomebody, "detected",
+      number(score.density[0]), "recognised", number(score.density[1]), "identified",
+      number(score.density[2]), "in_picture", number(score.inPicture), "rms_deg", number(score.rms),
+      "acquisitions", score.acquisition.count, "never", score.acquisition.never, "acquisition_s",
+      number(score.acquisition.median), "changes", score.followedChanges, "tuning", "attempts",
+      tuning.attempts, "failed_attempts", tuning.failedAttempts, "unsuccessful",
+      tuning.unsuccessful, "succeeded", succeeded));
+}
+
 std::string logJson(double time, const SyslogLine& line) {
   return textOf(json_pack("{s:f,s:s,s:o}", "time", time, "level", severityName(line.severity),
                           "text", jsonText(line.text)));

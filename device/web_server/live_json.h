@@ -31,6 +31,9 @@ std::string headJson(double time, const HeadStatus& head);
 // person's centre.
 std::string worldJson(double time, const std::vector<PersonView>& people, double mastHeight);
 
+// The running score, and how the head was tuned.
+std::string runningScoreJson(double time, const RunningScore& score, const TuningFigures& tuning);
+
 std::string logJson(double time, const SyslogLine& line);
 
 }  // namespace device

@@ -24,7 +24,12 @@ WebInterface::WebInterface(const WebOptions& options, const std::string& applica
       live(server.addStream("/live", [this] { return liveOpening(); })),
       publisher(options.broker ? std::make_unique<MqttPublisher>(*options.broker) : nullptr),
       liveTimer(LIVE_PERIOD, [this] { sendLive(); }),
-      newsTimer(NEWS_PERIOD, [this] { tellNews(); }) {
+      newsTimer(NEWS_PERIOD, [this] { tellNews(); }),
+      scoreTimer(SCORE_PERIOD, [this] {
+        if (sources.report != nullptr && live.hasReaders()) {
+          live.send(scoreMessage());
+        }
+      }) {
   observeEvents();
 }
 
@@ -130,6 +135,7 @@ std::string WebInterface::liveOpening() const {
   for (const std::string& line : logLines) {
     text += line;
   }
+  text += scoreMessage();
   return text;
 }
 
@@ -141,6 +147,14 @@ void WebInterface::sendLive() {
   live.send(streamMessage("head", headJson(now, sources.drive.getHead().status())));
   live.send(streamMessage(
       "world", worldJson(now, sources.world.people(now), sources.model.world.mastHeight)));
+}
+
+std::string WebInterface::scoreMessage() const {
+  if (sources.report == nullptr) {
+    return {};
+  }
+  return streamMessage("score", runningScoreJson(sources.seconds(), sources.report->runningScore(),
+                                                 sources.report->tuning()));
 }
 
 void WebInterface::tellNews() {

@@ -28,6 +28,7 @@ struct WebSources {
   EventService& events;
   std::function<double()> seconds;                   // since the device's start
   std::function<void(const std::string&)> announce;  // tells the user something
+  const Report* report = nullptr;                    // whose running score is told, if there is one
 };
 
 // The device as seen over the network: the web server with its streams of events, of all that the
@@ -61,9 +62,10 @@ class WebInterface {
   }
 
  private:
-  static constexpr std::size_t LOG_LINES = 200;        // told to a new reader
-  static constexpr std::int64_t LIVE_PERIOD = 100000;  // microseconds
-  static constexpr std::int64_t NEWS_PERIOD = 500000;  // microseconds
+  static constexpr std::size_t LOG_LINES = 200;          // told to a new reader
+  static constexpr std::int64_t LIVE_PERIOD = 100000;    // microseconds
+  static constexpr std::int64_t NEWS_PERIOD = 500000;    // microseconds
+  static constexpr std::int64_t SCORE_PERIOD = 1000000;  // microseconds
 
   void observeEvents();
   void event(const Event& sent);
@@ -72,6 +74,7 @@ class WebInterface {
   std::string presentEvents() const;
   std::string liveOpening() const;
   void sendLive();
+  std::string scoreMessage() const;
   void tellNews();
 
   WebSources sources;
@@ -83,6 +86,7 @@ class WebInterface {
   std::unique_ptr<MqttPublisher> publisher;
   PeriodicTimer liveTimer;
   PeriodicTimer newsTimer;
+  PeriodicTimer scoreTimer;
 };
 
 }  // namespace device

@@ -294,7 +294,7 @@ void WebServer::ask(const std::string& body, std::function<void(const std::strin
   }
   forwarder.forward(
       *bytes, [done = std::move(done)](ForwardResult_e result, const ApplicationAnswer* answer) {
-        done(result == ForwardResult_e::ANSWERED ? &answer->body : nullptr);
+        done(result == ForwardResult_e::answered ? &answer->body : nullptr);
       });
 }
 

@@ -57,16 +57,19 @@ class WebInterfaceTest : public testing::Test {
     WebOptions options;
     options.port = 0;
     options.broker = std::move(broker);
-    web.emplace(
-        options, folder / "application",
-        WebSources{
-            .model = model,
-            .run = {.model = "default", .tracks = "generated", .transport = "socket", .seed = 5},
-            .world = world,
-            .drive = drive,
-            .events = events,
-            .seconds = [] { return 12.5; },
-            .announce = [](const std::string&) {}});
+    web.emplace(options, folder / "application",
+                WebSources{.model = model,
+                           .run = {.model = "fixed",
+                                   .tracks = "generated",
+                                   .scene = "square",
+                                   .transport = "socket",
+                                   .seed = 5},
+                           .world = world,
+                           .drive = drive,
+                           .events = events,
+                           .seconds = [] { return 12.5; },
+                           .announce = [](const std::string&) {},
+                           .report = &report});
     port = static_cast<std::uint16_t>(
         std::stoi(web->url().substr(std::string("http://127.0.0.1:").size())));
   }
@@ -106,10 +109,11 @@ class WebInterfaceTest : public testing::Test {
   DbusDaemon bus;
   TemporaryFolder folder;
   GObjectPtr<GDBusConnection> connection = connectToSystemBus();
-  Model model = loadModel(parseOptions({"virtual_device"}).models, "default");
+  Model model = loadModel(parseOptions({"virtual_device"}).models, "fixed");
   World world{model.world, {}};
   HeadDrive drive{model.head, g_get_monotonic_time};
   EventService events{connection.get()};
+  Report report{{}, {.score = scoreSetupOf(model), .head = model.head}};
   BusClient application{"com.orva.EventService", "/com/orva/EventService"};
   std::optional<WebInterface> web;
   std::uint16_t port = 0;
@@ -229,7 +233,7 @@ TEST_F(WebInterfaceTest, PageIsToldAllInItsOrder) {
 
   Message message = next(client);
   EXPECT_EQ("model", message.type);
-  EXPECT_EQ("default", message.text("name"));
+  EXPECT_EQ("fixed", message.text("name"));
   EXPECT_EQ("generated", message.text("tracks"));
   EXPECT_EQ("socket", message.text("transport"));
   EXPECT_EQ(5, message.number("seed"));
@@ -307,6 +311,26 @@ TEST_F(WebInterfaceTest, PageIsToldOfTheHeadAndThePeople) {
     EXPECT_NEAR(number("distance"), std::hypot(ground, drop), 1e-4);
     EXPECT_EQ(people[i].inside, json_is_true(json_object_get(person, "inside")));
   }
+}
+
+TEST_F(WebInterfaceTest, PageIsToldTheRunningScore) {
+  report.logLine("Autotuning: attempt 3 of 3 failed. The head keeps the gains it had");
+  report.trackerState(0, "running");
+  // Somebody at the mast's foot, whom a head that looks up does not show.
+  const ScoreSample sample{0, {0, 20, 60}, {{.id = 1, .position = {}, .counts = true}}};
+  report.sample(sample);
+  report.sample({2, sample.head, sample.people});
+  WebClient client(port);
+  client.get("/live");
+  const Message message = next(client, "score");
+  EXPECT_EQ(12.5, message.number("time"));
+  EXPECT_EQ(2, message.number("seconds_with_somebody"));
+  EXPECT_EQ(0, message.number("recognised"));
+  EXPECT_NEAR(110, message.number("rms_deg"), 1e-6);
+  EXPECT_EQ(1, message.number("never"));
+  EXPECT_EQ(1, json_integer_value(json_object_get(message.at("tuning"), "unsuccessful")));
+  EXPECT_TRUE(json_is_false(json_object_get(message.at("tuning"), "succeeded")));
+  EXPECT_EQ("score", next(client, "score").type) << "is told again and again";
 }
 
 TEST_F(WebInterfaceTest, PageIsToldWhenTheDaemonGoesAndComes) {

@@ -92,6 +92,36 @@ TEST_F(WebServerTest, ForwardsARequestAndReturnsWhatTheCallbackWrote) {
   EXPECT_THAT(application.requests(), ElementsAre(R"(POST /api/sentrelvideo a=b%20c b c {"x":1})"));
 }
 
+TEST_F(WebServerTest, DeviceItselfAsksTheApplication) {
+  FakeApplication application(socket);
+  std::string answer;
+  start().ask("question",
+              [&](const std::string* text) { answer = text != nullptr ? *text : "none"; });
+  EXPECT_TRUE(iterateUntil([&] { return !answer.empty(); }));
+  EXPECT_EQ(R"({"body":"question"})", answer);
+  EXPECT_THAT(application.requests(), ElementsAre("POST /api/sentrelvideo - - question"));
+}
+
+TEST_F(WebServerTest, DeviceIsToldThatNobodyAnswers) {
+  std::string answer;
+  start().ask("question",
+              [&](const std::string* text) { answer = text != nullptr ? *text : "none"; });
+  EXPECT_TRUE(iterateUntil([&] { return !answer.empty(); }));
+  EXPECT_EQ("none", answer);
+}
+
+TEST_F(WebServerTest, ObserverIsToldOfAnsweredRequestsFromTheNetwork) {
+  std::vector<std::string> told;
+  start().observeRequests([&](const std::string& body) { told.push_back(body); });
+  WebClient(server->port()).post("unanswered");
+  FakeApplication application(socket);
+  bool isDone = false;
+  server->ask("question", [&](const std::string*) { isDone = true; });
+  EXPECT_TRUE(iterateUntil([&] { return isDone; }));
+  WebClient(server->port()).post("answered");
+  EXPECT_THAT(told, ElementsAre("answered"));
+}
+
 TEST_F(WebServerTest, ConnectionEndsWithItsAnswerAndIsNotKept) {
   FakeApplication application(socket);
   const std::uint16_t port = start().port();

@@ -26,7 +26,12 @@ class RunTest(unittest.TestCase):
         self.state = self.folder / "state"
         self.report = self.folder / "report"
 
+    # The camera, unless a test names another one; None for what runs when none is named.
+    model = "fixed"
+
     def start(self, *options):
+        if self.model and "--model" not in options:
+            options = ("--model", self.model, *options)
         run = Run(["--state", self.state, "--report", self.report, *options])
         self.addCleanup(run.kill)
         return run

@@ -1,6 +1,6 @@
 /** The device's live stream. */
 
-const TYPES = ['model', 'daemon', 'frame', 'head', 'world', 'event', 'undeclared', 'log'];
+const TYPES = ['model', 'daemon', 'frame', 'head', 'world', 'event', 'undeclared', 'log', 'score'];
 const AGAIN_AFTER = 2000; // milliseconds
 
 /**

@@ -12,6 +12,7 @@ import { PlaceMap } from './map.js';
 import { Numbers } from './numbers.js';
 import { OverviewPictures } from './overview.js';
 import { HistoryPlot } from './plot.js';
+import { ScorePanel } from './score.js';
 import { Store } from './store.js';
 import { TrackingControls } from './tracking.js';
 
@@ -27,6 +28,7 @@ const views = [
   new PlaceMap(byTestId('map'), store),
   new HistoryPlot(byTestId('plot'), store),
   new Numbers(store),
+  new ScorePanel(store),
   new LogList(store),
   new EventList(store),
 ];
@@ -45,7 +47,9 @@ function draw(now) {
 const drawSoon = () => {
   isDue = true;
 };
-for (const type of ['model', 'frame', 'head', 'world', 'event', 'log']) store.on(type, drawSoon);
+for (const type of ['model', 'frame', 'head', 'world', 'event', 'log', 'score']) {
+  store.on(type, drawSoon);
+}
 for (const view of views) view.button?.addEventListener('click', drawSoon);
 addEventListener('resize', drawSoon);
 

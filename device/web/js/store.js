@@ -33,7 +33,7 @@ export function forgetOlder(list, span) {
 const identityOf = (event) => JSON.stringify([event.id, event.time, event.data, event.topics]);
 
 /**
- * Emits: model, reachable, daemon, frame, head, world, event, replayed, undeclared, log.
+ * Emits: model, reachable, daemon, frame, head, world, event, replayed, undeclared, log, score.
  * detail: the message.
  */
 export class Store extends EventTarget {
@@ -67,6 +67,7 @@ export class Store extends EventTarget {
         this.emit('undeclared', event);
       },
       log: (line) => this.emit('log', line),
+      score: (score) => this.emit('score', score),
     };
   }
 

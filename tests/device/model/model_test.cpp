@@ -7,9 +7,11 @@
 #include <cmath>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <numbers>
 
 #include "device/source_folder.h"
+#include "world/world.h"
 
 namespace device {
 namespace {
@@ -18,6 +20,11 @@ using testing::Contains;
 using testing::HasSubstr;
 using testing::SizeIs;
 using testing::StartsWith;
+
+std::string readFile(const std::filesystem::path& path) {
+  std::ifstream file(path);
+  return std::string(std::istreambuf_iterator<char>(file), {});
+}
 
 class EveryModelTest : public testing::TestWithParam<std::string> {};
 
@@ -98,6 +105,36 @@ TEST(ModelTest, TheModelsOfTheProduct) {
                            "fast-head", "rotated", "rotated180", "rotated270", "default", "ideal",
                            "mild", "realistic", "harsh", "slow", "fast", "far", "slow-link"}) {
     EXPECT_THAT(names, Contains(name));
+  }
+}
+
+TEST(ModelTest, WhatRunsWhenNoModelIsNamedIsTheRealisticOne) {
+  const Model standard = loadModel(modelsFolder(), "default");
+  const Model realistic = loadModel(modelsFolder(), "realistic");
+  EXPECT_EQ(standard.headParameters, realistic.headParameters);
+  EXPECT_EQ(standard.parameters, realistic.parameters);
+  EXPECT_EQ(standard.world.scene, realistic.world.scene);
+  EXPECT_EQ(standard.head.link.latency, realistic.head.link.latency);
+  EXPECT_EQ(standard.world.detections.missed, realistic.world.detections.missed);
+  EXPECT_EQ(readFile(modelsFolder() / "configurations/default.json"),
+            readFile(modelsFolder() / "configurations/realistic.json"));
+}
+
+// Cameras hang otherwise than anybody is told.
+TEST(ModelTest, ParametersTellTheMountingAsItWasMeantNotAsItIs) {
+  const Model model = loadModel(modelsFolder(), "realistic");
+  const World world(model.world, {.seed = 3});
+  for (int channel = 0; channel < world.channelCount(); ++channel) {
+    const std::string centre = "root.PTZ.RemoteCenter.C" + std::to_string(channel + 1);
+    const OverviewCameraSetup& real = world.camera(channel).getSetup();
+    const ChannelSetup& own = model.world.channels[static_cast<std::size_t>(channel)];
+    const auto told = [&](const char* name) {
+      return std::stod(model.parameters.at(centre + name));
+    };
+    EXPECT_NEAR(told(".Pan"), own.camera.pan, 1e-4);
+    EXPECT_NEAR(std::abs(real.pan - told(".Pan")), 0.5, 1e-4);
+    EXPECT_NEAR(std::abs(real.tilt - told(".Tilt")), 0.5, 1e-4);
+    EXPECT_NEAR(std::abs(real.roll - told(".Roll")), 0.5, 1e-4);
   }
 }
 
