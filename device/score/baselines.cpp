@@ -135,6 +135,9 @@ class PoseSearch {
         const PersonInView shown = view.viewOf(person);
         isLarge = isLarge || shown.heightShare >= 0.2;
         isRecognised = isRecognised || (shown.wholeInPicture && shown.density >= RECOGNISE);
+        if (isLarge && isRecognised) {
+          break;
+        }
       }
       worth.first += isLarge ? 1 : 0;
       worth.second += isRecognised ? 1 : 0;

@@ -16,8 +16,7 @@ Direction middleOf(const ScoredPerson& person, const ScoreSetup& setup) {
 }
 
 HeadView::HeadView(const HeadPose& pose, const ScoreSetup& setup)
-    : pose(pose),
-      setup(setup),
+    : setup(setup),
       sinePan(std::sin(toRadians(pose.pan))),
       cosinePan(std::cos(toRadians(pose.pan))),
       sineTilt(std::sin(toRadians(pose.tilt))),
@@ -38,7 +37,7 @@ PersonInView HeadView::viewOf(const ScoredPerson& person) const {
       inHead({at.x + x, at.y + y, 0}), inHead({at.x - x, at.y - y, 0}),
       inHead({at.x + x, at.y + y, person.height}), inHead({at.x - x, at.y - y, person.height})};
   PersonInView view;
-  view.error = angleBetween({pose.pan, pose.tilt}, middleOf(person, setup));
+  view.error = toDegrees(std::atan2(std::hypot(middle.x, middle.z), middle.y));
   view.middleInPicture = isInPicture(middle);
   view.wholeInPicture = std::all_of(corners.begin(), corners.end(),
                                     [&](const SpacePoint& corner) { return isInPicture(corner); });

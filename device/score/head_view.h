@@ -33,7 +33,6 @@ class HeadView {
   bool isInPicture(const SpacePoint& inHead) const;
   double coveredHeight(const SpacePoint& feet, const SpacePoint& crown) const;
 
-  HeadPose pose;
   ScoreSetup setup;
   double sinePan;
   double cosinePan;

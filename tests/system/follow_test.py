@@ -1,19 +1,65 @@
 """script/run shows a head that follows people, with every model, transport and recording."""
 
-import math
+import json
 import pathlib
+import sys
 
+from camera import TUNED
+from journal import PATIENCE
 from namespace import REPOSITORY
 from run_script import RunTest
 
+sys.path.append(str(REPOSITORY / "tests" / "script"))
+import json_schema  # noqa: E402  (the path has to be known first)
+from recompute_score import recompute  # noqa: E402
+
+SCHEMA = REPOSITORY / "docs" / "report.schema.json"
+
 RECORDINGS = REPOSITORY.parent / "shared" / "data" / "pedestrians"
 
-LEAST_IN_VIEW = 0.90
-MOST_RMS_ERROR = 4.0  # degrees
+# What following has to earn on a perfect device in front of a square: somebody is recognised (125 pixels
+# a metre) for so much of the time in which somebody is there, and half of the time the followed one is
+# nearer to the axis than that.
+LEAST_RECOGNISED = 0.60
+LEAST_RECOGNISED_OF_RECORDINGS = 0.45  # whose people come close to each other
+MOST_MEDIAN_ERROR = 2.5  # degrees
+# On a realistic device around which people walk at 3 to 30 m.
+LEAST_DETECTED_AROUND = 0.50
+LEAST_RECOGNISED_AROUND = 0.30
 MOST_SECONDS_TO_RUNNING = 60
 # Seconds; a tuning that has to be done twice still leaves time for people who come and go.
 LONG_ENOUGH = 75
+TUNING_IN_VAIN = 100  # seconds; three attempts take some 85
+# Nothing raises an alarm, and yet people stand in the area.
+NOBODY_IS_LARGE_ENOUGH = {
+    "apiVersion": "1.0", "context": "", "method": "setConfiguration", "params": {
+        "cameras": [{"id": 1, "active": True, "rotation": 0}],
+        "profiles": [{
+            "uid": 1, "camera": 1, "name": "Profile 1", "priority": 1, "perspective": [],
+            "triggers": [{"type": "includeArea", "data": [[-0.97, -0.97], [-0.97, 0.97],
+                                                          [0.97, 0.97], [0.97, -0.97]]}],
+            "filters": [{"type": "sizePercentage", "data": [100, 100], "active": True},
+                        {"type": "timeShortLivedLimit", "data": 1, "active": True},
+                        {"type": "distanceSwayingObject", "data": 5, "active": True}]}],
+        "configurationStatus": 0}}
 HOME = ("0.0", "-3.6", "1.0")  # pan, tilt and zoom of every model's head
+
+
+def faults_of(score, recognised=LEAST_RECOGNISED):
+    """What keeps a score from being that of a head that follows."""
+    found = []
+    if score["density"]["recognised"]["share"] < recognised:
+        found.append("nobody is recognised")
+    if score["error_deg"]["median"] > MOST_MEDIAN_ERROR:
+        found.append("the head looks elsewhere")
+    return found
+
+
+def faults_around(score):
+    """The same, where people walk all around."""
+    return [name for name, least in (("detected", LEAST_DETECTED_AROUND),
+                                     ("recognised", LEAST_RECOGNISED_AROUND))
+            if score["density"][name]["share"] < least]
 
 
 class FollowTest(RunTest):
@@ -29,13 +75,20 @@ class FollowTest(RunTest):
         self.assertGreaterEqual(report["alarms_started"], 1, report)
         self.assertEqual(report["alarms_started"], report["alarms_ended"], report)
         self.assertGreater(report["followed_s"], 0, report)
+        self.assertGreater(report["score"]["seconds_with_somebody"], 20, report)
+        self.assertTrue(report["tuning"]["succeeded"], report["tuning"])
+        self.assertEqual([], recompute(self.report))
+        schema = json.loads(SCHEMA.read_text(encoding="utf-8"))
+        self.assertEqual([], list(json_schema.faults_of(report, schema)))
         return run, report
 
-    def follow_well(self, *options):
-        """As an ordinary head has to."""
+    def follow_well(self, *options, recognised=LEAST_RECOGNISED):
+        """As an ordinary head has to, and as one that stays at home does not."""
         run, report = self.follow(*options)
-        self.assertGreaterEqual(report["in_view_share"], LEAST_IN_VIEW, report)
-        self.assertLessEqual(report["rms_error_deg"], MOST_RMS_ERROR, report)
+        self.assertEqual([], faults_of(report["score"], recognised), report["score"])
+        home = report["baselines"]["home"]
+        self.assertEqual(["nobody is recognised", "the head looks elsewhere"],
+                         faults_of(home, recognised), home)
         return run, report
 
     def assert_goes_home(self, run):
@@ -45,15 +98,60 @@ class FollowTest(RunTest):
         self.assertIn(HOME, heads)
         self.assertNotEqual(HOME, heads[0])
 
-    def test_default_model_follows_generated_people_and_goes_home(self):
+    def test_generated_people_are_followed_and_the_head_goes_home(self):
         run, report = self.follow_well()
         self.assert_goes_home(run)
         self.assertGreater(report["followed_s"], 20)
-        self.assertEqual(("default", "generated", "socket"),
+        self.assertEqual(("fixed", "generated", "socket"),
                          (report["model"], report["tracks"], report["transport"]))
         self.assertTrue(0.9 <= report["frames"] / (10 * LONG_ENOUGH) <= 1.1, report)
-        for name in ("plot.svg", "plot.png", "syslog.txt"):
+        for name in ("plot.svg", "plot.png", "samples.csv", "syslog.txt"):
             self.assertGreater((self.report / name).stat().st_size, 0, name)
+
+    def test_realistic_device_runs_when_none_is_named_and_follows_people_all_around(self):
+        self.model = None
+        _, report = self.follow()
+        self.assertEqual(("default", "wide"), (report["model"], report["scene"]))
+        self.assertEqual([], faults_around(report["score"]), report["score"])
+        home = report["baselines"]["home"]
+        self.assertEqual(["detected", "recognised"], faults_around(home), home)
+
+    def test_parked_head_fails(self):
+        """Zoomed out and turned to where people walk, it stays there: no object is large enough."""
+        model = json.loads((REPOSITORY / "device" / "models" / "fixed.json").read_text("utf-8"))
+        model["head"]["home"]["tilt"] = -20.8
+        parked = self.folder / "parked.json"
+        parked.write_text(json.dumps(model), encoding="utf-8")
+        self.state.mkdir()
+        (self.state / "sentrelvideo.json").write_text(TUNED, encoding="utf-8")
+        (self.state / "config.json").write_text(json.dumps(NOBODY_IS_LARGE_ENOUGH),
+                                                encoding="utf-8")
+        run = self.run_for(LONG_ENOUGH, "--model", parked)
+        heads = {status.group(5, 6, 7) for status in run.statuses() if status[2] == "running"}
+        self.assertEqual({("0.0", "-20.8", "1.0")}, heads)
+        score = self.read_report()["score"]
+        self.assertGreater(score["seconds_with_somebody"], 20)
+        self.assertGreater(score["in_picture"], 0.9, "somebody is always in so wide a picture")
+        self.assertIn("nobody is recognised", faults_of(score), score)
+        self.assertEqual(0, score["share_20"])
+        self.assertEqual([], recompute(self.report))
+
+    def test_unsuccessful_tuning_is_told_and_counted(self):
+        """Commands take too long for the head to swing evenly."""
+        run = self.start("--model", "slow-link", "--duration", str(TUNING_IN_VAIN))
+        self.assertEqual(0, run.wait(TUNING_IN_VAIN + PATIENCE), run.text())
+        for words in ("Autotuning: attempt 1 of 3 failed, trying again",
+                      "Autotuning: attempt 2 of 3 failed, trying again",
+                      "Autotuning: attempt 3 of 3 failed. The head keeps the gains it had and may "
+                      "lag behind or swing; it is tuned again at the next start"):
+            self.assertIn(words, run.text())
+        tuning = self.read_report()["tuning"]
+        self.assertEqual((1, 3, 3, 1, False, None), tuple(
+            tuning[key] for key in ("count", "attempts", "failed_attempts", "unsuccessful",
+                                    "succeeded", "pan_gains")), tuning)
+        self.assertGreater(tuning["seconds"], 60, "three times the relay's 25 s, but for its rests")
+        self.assertNotIn("TRK-100L",
+                         (self.state / "sentrelvideo.json").read_text(encoding="utf-8"))
 
     def test_other_people_are_followed(self):
         self.follow_well("--seed", "2")
@@ -83,9 +181,8 @@ class FollowTest(RunTest):
         path = pathlib.Path(RECORDINGS / name)
         if not path.is_file():
             self.skipTest(f"The recording {name} is not on this machine")
-        _, report = self.follow_well("--tracks", path)
+        _, report = self.follow_well("--tracks", path, recognised=LEAST_RECOGNISED_OF_RECORDINGS)
         self.assertEqual(str(path.resolve()), report["tracks"])
-        self.assertFalse(math.isnan(report["p95_error_deg"]))
 
     def test_recording_eth(self):
         self.follow_recording("eth.csv")

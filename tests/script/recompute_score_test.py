@@ -1,0 +1,111 @@
+"""The second computation of scores knows right from wrong, and so does the check of the schema."""
+
+import json
+import math
+import pathlib
+import tempfile
+import unittest
+
+import json_schema
+import recompute_score
+
+SETUP = {"mast_height_m": 5.0, "picture_width_px": 1920, "picture_height_px": 1080}
+TILT = math.degrees(math.atan2(-4.15, 10))  # to the middle of somebody of 1.7 m, 10 m away
+PERSON = {"id": 1, "x": 0.0, "y": 10.0, "height": 1.7}
+HEADING = ("time_s,scored,pan_deg,tilt_deg,field_deg,bound_pan_deg,bound_tilt_deg,bound_field_deg,"
+           "person,x_m,y_m,height_m,counts")
+SCHEMA = pathlib.Path(__file__).parents[2] / "docs" / "report.schema.json"
+
+
+def samples_of(poses, people):
+    return [{"time": 0.05 * number, "head": pose, "bound": pose, "people": people}
+            for number, pose in enumerate(poses)]
+
+
+def score_of(poses, people=(PERSON,)):
+    return recompute_score.score(samples_of(poses, list(people)), poses, SETUP)
+
+
+class RecomputeScoreTest(unittest.TestCase):
+    def test_figures_are_those_worked_out_by_hand(self):
+        # Half a second at 60 degrees (153.6 pixels a metre, 22 % of the height), half a second away.
+        score = score_of([[0, TILT, 60]] * 11 + [[0, TILT + 50, 60]] * 10)
+        self.assertAlmostEqual(1.0, score["seconds"])
+        self.assertAlmostEqual(0.5, score["density"]["recognised"]["share"])
+        self.assertEqual(0.0, score["density"]["identified"]["share"])
+        self.assertAlmostEqual(0.5, score["share_20"])
+        self.assertAlmostEqual(50 / math.sqrt(2), score["error_deg"]["rms"])
+        self.assertAlmostEqual(50 / 60, score["error_width"]["p95"])
+        self.assertEqual({"count": 1, "never": 0, "median_s": 0.0, "p90_s": 0.0},
+                         score["acquisition"])
+
+    def test_covered_height_is_that_of_the_tangents(self):
+        camera = recompute_score.Camera([0, TILT, 60], SETUP)
+        crown = math.atan2(-3.3, 10) - math.radians(TILT)
+        feet = math.radians(TILT) - math.atan2(-5, 10)
+        half = math.tan(math.radians(30)) * 9 / 16
+        self.assertAlmostEqual((math.tan(crown) + math.tan(feet)) / (2 * half),
+                               recompute_score.Look(camera, PERSON).cover)
+
+    def test_motion_is_counted(self):
+        pans = [0, 0, 0.1, 0.2, 0.2, 0.1, 0.1]  # 2 degrees a second, rest, and back
+        score = score_of([[pan, 0, 60] for pan in pans], ())
+        self.assertAlmostEqual(2 / 0.3, score["starts_per_s"])
+        self.assertAlmostEqual(1 / 0.3, score["reversals_per_s"])
+        self.assertAlmostEqual(math.sqrt(4 * 40 ** 2 * 0.05 / 0.3), score["acceleration_rms"])
+
+    def test_report_that_says_something_else_is_found(self):
+        with tempfile.TemporaryDirectory() as name:
+            folder = pathlib.Path(name)
+            pose = [0, TILT, 60]
+            score = score_of([pose] * 21)
+            parked = {**score, "pose": {"pan_deg": 0, "tilt_deg": TILT, "field_deg": 60}}
+            report = {"setup": SETUP, "score": score,
+                      "baselines": {"home": parked, "fixed": parked, "bound": score}}
+            where = ",".join(f"{part:.8f}" for part in pose + pose)
+            lines = [HEADING, f"0,0,{where},1,0,10,1.7,1"]  # before the tracker ran
+            lines += [f"{1 + 0.05 * number:.2f},1,{where},1,0,10,1.7,1" for number in range(21)]
+            (folder / "samples.csv").write_text("\n".join(lines) + "\n", encoding="utf-8")
+            (folder / "report.json").write_text(json.dumps(report), encoding="utf-8")
+            self.assertEqual([], recompute_score.recompute(folder))
+
+            for place in ("score", "home", "bound"):
+                wrong = json.loads(json.dumps(report))
+                part = wrong[place] if place == "score" else wrong["baselines"][place]
+                part["density"]["recognised"]["share"] = 0.9
+                (folder / "report.json").write_text(json.dumps(wrong), encoding="utf-8")
+                found = recompute_score.recompute(folder)
+                self.assertEqual(1, len(found), found)
+                self.assertIn(f"{place}.density.recognised.share", found[0])
+
+
+class JsonSchemaTest(unittest.TestCase):
+    def setUp(self):
+        self.schema = json.loads(SCHEMA.read_text(encoding="utf-8"))
+
+    def test_every_keyword_of_the_schema_is_understood(self):
+        def walk(part):
+            list(json_schema.faults_of({}, {**part, "$defs": self.schema["$defs"]}))
+            for inner in part.get("properties", {}).values():
+                walk(inner)
+
+        walk(self.schema)
+        for part in self.schema["$defs"].values():
+            walk(part)
+        with self.assertRaises(ValueError):
+            list(json_schema.faults_of(1, {"multipleOf": 2}))
+
+    def test_what_does_not_fit_is_found(self):
+        part = {"$defs": self.schema["$defs"], "$ref": "#/$defs/density"}
+        good = {"pixels_per_m": 25.0, "share": None, "person_share": 0.5, "seconds": 1,
+                "person_seconds": 2.0}
+        self.assertEqual([], list(json_schema.faults_of(good, part)))
+        for change in ({"share": 1.5}, {"share": "1"}, {"seconds": -1}, {"more": 1},
+                       {"pixels_per_m": True}):
+            self.assertEqual(1, len(list(json_schema.faults_of({**good, **change}, part))), change)
+        del good["seconds"]
+        self.assertEqual([".seconds is missing"], list(json_schema.faults_of(good, part)))
+
+
+if __name__ == "__main__":
+    unittest.main()
