@@ -19,6 +19,12 @@ constexpr double RATIO_TIME = 0.5;    // s, between the values that are compared
 constexpr double STOOD_STILL = 0.5;   // s, after which an unchanged value is the position
 constexpr double INTERRUPTION = 0.5;  // s, beyond the dead time
 
+// What a good model is off while the head moves.
+constexpr double MISFIT_ANGLE = 1.0;  // deg
+constexpr double MISFIT_TIME = 0.15;  // s, of the way
+constexpr double MISFIT_MEMORY = 0.995;
+constexpr int MISFIT_VALUES = 200;  // before anything is said
+
 AxisModel usable(const AxisModel& model) {
   return model.isPlausible() ? model : AxisModel();
 }
@@ -159,12 +165,28 @@ void HeadModel::read(std::int64_t time, double pan, double tilt) {
     if (isPlaced) {
       axes[i].place(values[i]);
     } else if (changed || axes[i].isStanding(STOOD_STILL)) {
+      compare(i, values[i]);
       axes[i].correct(values[i], changed ? std::optional(sinceChange) : std::nullopt);
     }
   }
   status = values;
   hasStatus = true;
   watch(time, changed, std::max(way[0], way[1]));
+}
+
+void HeadModel::compare(std::size_t axis, double degrees) {
+  const AxisMotion& motion = axes[axis].now();
+  const double speed = std::abs(motion.velocity);
+  if (speed < RATIO_SPEED) {
+    return;
+  }
+  compared = std::min(compared + 1, MISFIT_VALUES);
+  offSquares = MISFIT_MEMORY * offSquares + squared(wrapped(degrees - motion.position));
+  expectedSquares = MISFIT_MEMORY * expectedSquares + squared(MISFIT_ANGLE + MISFIT_TIME * speed);
+}
+
+double HeadModel::misfit() const {
+  return compared < MISFIT_VALUES ? 0.0 : std::sqrt(offSquares / expectedSquares);
 }
 
 // A status that stays although the head should be moving: the link or the head is stuck.

@@ -123,11 +123,16 @@ class HeadModel {
   double panRatio() const { return axes[0].ratio(); }
   double tiltRatio() const { return axes[1].ratio(); }
 
+  // How far the status is off the model while the head moves, as a share of what a good model is
+  // off at most; above 1 the parameters are not those of this head. 0 until enough has been seen.
+  double misfit() const;
+
   // A position is known, the status moves when it should, and the parameters are those of a head.
   bool isTrusted() const { return isUsable && hasStatus && !isFrozen; }
 
  private:
   void watch(std::int64_t time, bool changed, double way);
+  void compare(std::size_t axis, double degrees);
 
   std::array<AxisTracker, 2> axes;  // pan, tilt
   bool isUsable;
@@ -140,6 +145,11 @@ class HeadModel {
   std::int64_t lastChange = 0;
   std::int64_t frozenSince = 0;
   double wayWithoutChange = 0.0;  // deg
+  // Of the values while moving, the older the less: how many, and the squares of how far they were
+  // off and might have been.
+  int compared = 0;
+  double offSquares = 0.0;
+  double expectedSquares = 0.0;
 };
 
 }  // namespace following

@@ -145,7 +145,7 @@ double walking(const GroundFilter::State& state, double standingSpeed) {
 }
 
 std::optional<Subject> predictSubject(std::span<const Member> members, std::int64_t time,
-                                      double headHeight) {
+                                      double headHeight, Course course) {
   if (members.empty()) {
     return std::nullopt;
   }
@@ -166,7 +166,7 @@ std::optional<Subject> predictSubject(std::span<const Member> members, std::int6
   if (!isFinite(subject)) {
     return std::nullopt;
   }
-  if (subject.walks > SURE_TO_WALK) {
+  if (course == Course::predicted && subject.walks > SURE_TO_WALK) {
     predictCourse(subject, members, time, headHeight);
   }
   return subject;

@@ -54,10 +54,13 @@ struct Subject {
 constexpr double STANDING_SPEED = 0.1;  // m/s
 double walking(const GroundFilter::State& state, double standingSpeed = STANDING_SPEED);
 
+// Whether where the subject will be is worked out as well: thirty times the work.
+enum class Course { predicted, unknown };
+
 // The members at a time, for a head at a height (m) above the ground. None when there is nobody or
 // a number is not finite.
 std::optional<Subject> predictSubject(std::span<const Member> members, std::int64_t time,
-                                      double headHeight);
+                                      double headHeight, Course course = Course::predicted);
 
 }  // namespace following
 

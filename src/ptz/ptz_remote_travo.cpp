@@ -378,6 +378,19 @@ bool PtzRemoteTravo::getMaxZoom(int& zoom) {
   return handOver(readZoom("PTZ.Limit.L1.MaxZoom"), zoom);
 }
 
+bool PtzRemoteTravo::getStops(const std::string& axis, double& lowest, double& highest) {
+  const auto low = get_remote_param(("PTZ.Limit.L1.Min" + axis).c_str());
+  const auto high = get_remote_param(("PTZ.Limit.L1.Max" + axis).c_str());
+  const auto least = low ? readDecimal(*low) : std::nullopt;
+  const auto most = high ? readDecimal(*high) : std::nullopt;
+  if (!least || !most || !(*least < *most)) {
+    return false;
+  }
+  lowest = *least;
+  highest = *most;
+  return true;
+}
+
 bool PtzRemoteTravo::getAspectRatio(double& ratio) {
   const auto sensorRatio = get_remote_param(SENSOR_ASPECT_RATIO);
   const auto resolution = get_remote_param(RESOLUTION);

@@ -68,6 +68,9 @@ class PtzRemoteTravo {
   bool getMinZoom(int& zoom);
   bool getMaxZoom(int& zoom);
 
+  // Degrees between which an axis ("Pan" or "Tilt") can stand. Heads need not tell.
+  bool getStops(const std::string& axis, double& lowest, double& highest);
+
   // Width over height of the head's picture; always succeeds.
   bool getAspectRatio(double& ratio);
 

@@ -240,6 +240,17 @@ bool VideoChannel::getPanTilt(const PointF& position, const PointF& size, double
   return true;
 }
 
+void VideoChannel::prepare() {
+  followRotation();
+  applyFov();
+}
+
+PointF VideoChannel::directionOf(const PointF& place) const {
+  PointF direction;
+  toPanTilt(saturate(std::round(place.x)), saturate(std::round(place.y)), direction.x, direction.y);
+  return direction;
+}
+
 double VideoChannel::subtendedAngle(const PointF& position, double extent) const {
   const double angle = fromFixed(ptzmath_to_remote_zoom(context.get(), truncate(position.x),
                                                         truncate(position.y), truncate(extent)));

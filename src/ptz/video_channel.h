@@ -54,6 +54,12 @@ class VideoChannel {
   bool getPanTilt(const PointF& position, const PointF& size, double& pan, double& tilt,
                   double& panSpan, double& tiltSpan);
 
+  // Takes over rotation and lens as they are now, for directionOf.
+  void prepare();
+
+  // Pan (x) and tilt (y) of the pixel at a place of the picture, which may lie beyond its border.
+  PointF directionOf(const PointF& place) const;
+
   // The angles that an extent in pixels subtends at a position, with the extent's signs.
   PointF getAngle(const PointF& position, const PointF& extent);
 

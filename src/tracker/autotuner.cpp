@@ -4,6 +4,8 @@
 
 #include <array>
 
+#include "app/clock.h"
+
 namespace {
 
 constexpr double TUNING_PAN = 0.0;     // degrees
@@ -40,8 +42,16 @@ bool isAtTuningPosition(const PtzHeadStatus& status) {
 Autotuner::Autotuner(PtzHead& head, Regulator& regulator) : head(head), regulator(regulator) {}
 
 void Autotuner::start() {
+  survey = nullptr;
+  relay = Relay::wanted;
   autotuneStep = GO_TO_ZOOM_CHECK;
   autotuneRetryCount = 0;
+}
+
+void Autotuner::start(HeadSurvey& newSurvey, Relay newRelay) {
+  start();
+  survey = &newSurvey;
+  relay = newRelay;
 }
 
 AutotuneFinding Autotuner::step() {
@@ -61,6 +71,9 @@ AutotuneFinding Autotuner::step() {
       break;
     case RUN_RELAY:
       finding.hasGains = runRelay();
+      break;
+    case RUN_STAIRCASE:
+      finding.hasSurvey = runStaircase();
       break;
     case FAILED:
       handleFailure();
@@ -137,6 +150,13 @@ void Autotuner::startRelay() {
     autotuneStep = FAILED;
     return;
   }
+  if (survey != nullptr) {
+    survey->begin();
+  }
+  if (relay == Relay::leftOut) {
+    startStaircase(*status);
+    return;
+  }
   regulator.autotuneStart(status->pan, RELAY_AMPLITUDE, status->tilt, RELAY_AMPLITUDE);
   autotuneStep = RUN_RELAY;
 }
@@ -160,9 +180,50 @@ bool Autotuner::runRelay() {
     }
     autotuneStep = isTuned ? FINISH : FAILED;
   }
-  head.ptzMove(panSpeed, PtzHead::CONTINUOUS, tiltSpeed, PtzHead::CONTINUOUS, 0,
-               PtzHead::CONTINUOUS);
+  const std::int64_t time = survey == nullptr ? 0 : utils::monotonicTime();
+  const bool isTaken = head.ptzMove(panSpeed, PtzHead::CONTINUOUS, tiltSpeed, PtzHead::CONTINUOUS,
+                                    0, PtzHead::CONTINUOUS);
+  note(*status, panSpeed, tiltSpeed, isTaken, time);
+  if (isTuned && survey != nullptr) {
+    startStaircase(*status);
+  }
   return isTuned;
+}
+
+void Autotuner::note(const PtzHeadStatus& status, double panSpeed, double tiltSpeed, bool isTaken,
+                     std::int64_t time) {
+  if (survey == nullptr) {
+    return;
+  }
+  survey->noteStatus(status, time);
+  if (isTaken) {
+    survey->noteCommand(panSpeed, tiltSpeed, time);
+  }
+}
+
+void Autotuner::startStaircase(const PtzHeadStatus& status) {
+  survey->beginStaircase(status, utils::monotonicTime());
+  autotuneStep = RUN_STAIRCASE;
+}
+
+// True when all of it has been recorded.
+bool Autotuner::runStaircase() {
+  const auto status = head.getStatus();
+  if (!status) {
+    head.ptzStop();
+    autotuneStep = FAILED;
+    return false;
+  }
+  const std::int64_t time = utils::monotonicTime();
+  const auto wanted = survey->command(time);
+  const following::SpeedCommand command = wanted.value_or(following::SpeedCommand{});
+  const bool isTaken = head.ptzMove({.panValue = static_cast<double>(command.pan),
+                                     .tiltValue = static_cast<double>(command.tilt)});
+  note(*status, command.pan, command.tilt, isTaken, time);
+  if (!wanted) {
+    autotuneStep = FINISH;
+  }
+  return !wanted;
 }
 
 void Autotuner::handleFailure() {
@@ -181,6 +242,10 @@ void Autotuner::handleFailure() {
       autotuneRetryCount, MAX_RUNS);
   autotuneRetryCount = 0;
   autotuneStep = FINISH;
+  if (survey != nullptr && relay == Relay::wanted) {
+    relay = Relay::leftOut;
+    autotuneStep = GO_TO_ZOOM_CHECK;
+  }
 }
 
 void Autotuner::tellSuccess() const {

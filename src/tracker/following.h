@@ -24,10 +24,16 @@ class Following {
 
   virtual ~Following() = default;
 
-  // One control step, every 100 ms. What to tell the head; nothing when there has been nothing to
-  // follow for long enough that the head is to stand. now is monotonic microseconds.
+  // One control step. What to tell the head; nothing when there has been nothing to follow for long
+  // enough that the head is to stand. now is monotonic microseconds.
   virtual std::optional<HeadCommand> step(const PtzHeadStatus& status, const HeadOptics& optics,
                                           const Selection& select, std::int64_t now) = 0;
+
+  // The head has taken a command, which was given at that time. One that failed does not come here.
+  virtual void taken(const HeadCommand& /*command*/, std::int64_t /*time*/) {}
+
+  // How long to sleep after a step that took so long, both microseconds.
+  virtual std::int64_t pauseAfter(std::int64_t spent) const = 0;
 
   // Forgets the target and the errors so far: the head has been stopped, or is another one.
   virtual void forget() = 0;

@@ -14,9 +14,10 @@ void HeadFollower::step(const HeadOptics& optics, const Following::Selection& se
   if (!status) {
     return;
   }
-  const auto command = following.step(*status, optics, select, utils::monotonicTime());
+  const std::int64_t now = utils::monotonicTime();
+  const auto command = following->step(*status, optics, select, now);
   if (!command) {
-    stand();
+    stand(now);
   }
   goHomeWhenDue();
   if (!command) {
@@ -25,7 +26,9 @@ void HeadFollower::step(const HeadOptics& optics, const Following::Selection& se
   if (!steering.isActive()) {
     steering.tell(true);
   }
-  head.ptzMove(*command);
+  if (head.ptzMove(*command)) {
+    following->taken(*command, now);
+  }
   isStopOwed = false;
   homing.rearm(utils::monotonicTime());
 }
@@ -46,17 +49,20 @@ std::optional<PtzHeadStatus> HeadFollower::readStatus() {
   ++statusFailures;
   if (statusFailures == MAX_STATUS_FAILURES && steering.isActive()) {
     isStopOwed = !head.ptzStop();
-    following.forget();
+    following->forget();
     steering.tell(false);
   }
   return std::nullopt;
 }
 
 // Once there is nothing to follow any more.
-void HeadFollower::stand() {
+void HeadFollower::stand(std::int64_t now) {
   const bool wasFollowing = steering.isActive();
   if (wasFollowing || isStopOwed) {
     isStopOwed = !head.ptzMove(HeadCommand{});
+    if (!isStopOwed) {
+      following->taken(HeadCommand{}, now);
+    }
   }
   if (wasFollowing) {
     steering.tell(false);
@@ -65,7 +71,7 @@ void HeadFollower::stand() {
 
 void HeadFollower::stop() {
   isStopOwed = !head.ptzStop();
-  following.forget();
+  following->forget();
   if (steering.isActive()) {
     steering.tell(false);
   }

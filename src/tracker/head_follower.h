@@ -26,7 +26,10 @@ class HeadFollower {
  public:
   // All must outlive it.
   HeadFollower(PtzHead& head, Following& following, Homing& homing, Steering& steering)
-      : head(head), following(following), homing(homing), steering(steering) {}
+      : head(head), following(&following), homing(homing), steering(steering) {}
+
+  // Follows that way from now on, which must outlive it, too.
+  void use(Following& way) { following = &way; }
 
   // One control step.
   void step(const HeadOptics& optics, const Following::Selection& select);
@@ -35,13 +38,16 @@ class HeadFollower {
   // does not get through is made up for with the next position that can be read.
   void stop();
 
+  // How long to sleep after a step that took so long, both microseconds.
+  std::int64_t pauseAfter(std::int64_t spent) const { return following->pauseAfter(spent); }
+
  private:
   std::optional<PtzHeadStatus> readStatus();
   void goHomeWhenDue();
-  void stand();
+  void stand(std::int64_t now);
 
   PtzHead& head;
-  Following& following;
+  Following* following;  // not owned
   Homing& homing;
   Steering& steering;
   int statusFailures = 0;   // in a row

@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "app/clock.h"
+#include "following/ground_position.h"
 
 namespace {
 
@@ -44,10 +45,35 @@ void Observations::removeCamera(int camera) {
   const LockGuard lock(mutex);
   if (videoChannels.removeChannel(camera - 1)) {
     superObjectManager.removeSingleObjects(camera - 1);
+    if (people) {
+      people->removeChannel(camera - 1);
+    }
   }
 }
 
 // ---- Objects ----
+
+void Observations::see(int camera, const ParsedScene& scene) {
+  if (!arePeopleWatched) {
+    return;
+  }
+  const LockGuard lock(mutex);
+  VideoChannel* channel = videoChannels.getVideoChannel(camera - 1);
+  if (channel == nullptr || !people) {
+    return;
+  }
+  channel->prepare();
+  seenPeople.clear();
+  for (const TrackingObject* object : scene.getActiveObjects()) {
+    const auto seen = sightingOf(*channel, object->getPolygon());
+    if (seen && object->getLastSeen() == scene.getTimestamp()) {
+      seenPeople.push_back({object->getId(), *seen});
+    }
+  }
+  const double focalLength =
+      following::focalLength(channel->getWidth(), channel->getFov().getHorizontalFov());
+  people->see(utils::monotonicTime(), camera - 1, scene.getTimestamp(), focalLength, seenPeople);
+}
 
 void Observations::track(int camera, int priority, const TrackingObject& object) {
   const LockGuard lock(mutex);
@@ -82,6 +108,9 @@ void Observations::track(int camera, int priority, const TrackingObject& object)
                                          .height = height,
                                          .timestamp = object.getLastSeen(),
                                          .velocity = angularVelocity});
+  if (people) {
+    people->want(camera - 1, object.getId(), priority, object.getLastSeen());
+  }
 }
 
 void Observations::untrack(int camera, int objectId) {
@@ -150,6 +179,9 @@ bool Observations::insertCenter(int camera) {
 void Observations::setWidestView(const WidestView& view) {
   const LockGuard lock(mutex);
   superObjectManager.setMaxObjectSize(view);
+  if (people) {
+    people->selection().setMaxObjectSize(view);
+  }
 }
 
 std::optional<Target> Observations::selectTarget(double pan, double tilt) {
@@ -165,6 +197,30 @@ std::optional<Target> Observations::selectTarget(double pan, double tilt) {
                 .height = group->getHeight()};
 }
 
+void Observations::watchPeople(const Installation& installation) {
+  auto watched = std::make_unique<People>(installation);
+  const LockGuard lock(mutex);
+  SuperObjectManager& selection = watched->selection();
+  selection.setMaxObjectSize(superObjectManager.getMaxObjectSize());
+  selection.setSwitchObject(superObjectManager.getSwitchObject());
+  selection.setTimePerObject(superObjectManager.getTimePerObject());
+  people = std::move(watched);
+  seenPeople.reserve(People::CAPACITY);
+  arePeopleWatched = true;
+}
+
+void Observations::ignorePeople() {
+  const LockGuard lock(mutex);
+  people.reset();
+  arePeopleWatched = false;
+}
+
+std::optional<FollowedSubject> Observations::selectSubject(double pan, double tilt,
+                                                           std::int64_t now, std::int64_t at) {
+  const LockGuard lock(mutex);
+  return people ? people->choose(pan, tilt, now, at) : std::nullopt;
+}
+
 bool Observations::getSwitchObject() const {
   const LockGuard lock(mutex);
   return superObjectManager.getSwitchObject();
@@ -174,6 +230,9 @@ bool Observations::setSwitchObject(bool on) {
   const LockGuard lock(mutex);
   const bool isChange = superObjectManager.getSwitchObject() != on;
   superObjectManager.setSwitchObject(on);
+  if (people) {
+    people->selection().setSwitchObject(on);
+  }
   return isChange;
 }
 
@@ -186,12 +245,17 @@ bool Observations::setTimePerObject(int seconds) {
   const LockGuard lock(mutex);
   const bool isChange = superObjectManager.getTimePerObject() != seconds;
   superObjectManager.setTimePerObject(seconds);
+  if (people) {
+    people->selection().setTimePerObject(seconds);
+  }
   return isChange;
 }
 
 void Observations::clear() {
   const LockGuard lock(mutex);
   superObjectManager = {};
+  people.reset();
+  arePeopleWatched = false;
   videoChannels.clear();
   holders.clear();
 }

@@ -1,22 +1,29 @@
 #ifndef TRACKER_OBSERVATIONS_H
 #define TRACKER_OBSERVATIONS_H
 
+#include <atomic>
+#include <cstdint>
 #include <functional>
 #include <map>
+#include <memory>
 #include <optional>
 #include <set>
 #include <utility>
+#include <vector>
 
 #include "app/lock_order.h"
 #include "base/mutex.h"
 #include "ptz/video_channels.h"
+#include "scene/parsed_scene.h"
 #include "scene/tracking_object.h"
+#include "tracker/people.h"
 #include "tracker/super_object_manager.h"
 #include "tracker/target.h"
 #include "tracker/widest_view.h"
 
 // What guards report: the objects that they have handed over, in the head's angles and grouped, and
-// the cameras that they are seen by. Guards call on scene threads, the API on its own, the
+// the cameras that they are seen by; and who everybody in their pictures is, where the way of
+// following wants to know. Guards call on scene threads, the API on its own, the
 // tracker's thread asks for the group to follow: one recursive mutex covers it all. Cameras count
 // from 1.
 class Observations {
@@ -27,6 +34,10 @@ class Observations {
 
   // Drops a user; the last one takes the camera's objects along.
   void removeCamera(int camera);
+
+  // Takes everybody in a frame, before objects of it are handed over. Any guard of the camera may
+  // do so; the first one counts. Nothing while nobody wants to know who is who.
+  void see(int camera, const ParsedScene& scene);
 
   // Takes an observation of an object. Ignored for a camera that was not added; an object that does
   // not fit into the widest view is dropped. priority ranks objects: the higher the more important.
@@ -48,6 +59,14 @@ class Observations {
   // Groups what is there, and chooses the group to follow with the head looking at pan and tilt.
   std::optional<Target> selectTarget(double pan, double tilt);
 
+  // From now on tells who is who, beginning with nobody; or does not any more.
+  void watchPeople(const Installation& installation);
+  void ignorePeople();
+
+  // The same as selectTarget, of people as they will be at a time; nobody while they are ignored.
+  std::optional<FollowedSubject> selectSubject(double pan, double tilt, std::int64_t now,
+                                               std::int64_t at);
+
   bool getSwitchObject() const;
   int getTimePerObject() const;  // seconds
 
@@ -66,6 +85,9 @@ class Observations {
       ACQUIRED_BEFORE(lock_order::TRACKER);
   SuperObjectManager superObjectManager GUARDED_BY(mutex);
   VideoChannels videoChannels GUARDED_BY(mutex);
+  std::unique_ptr<People> people GUARDED_BY(mutex);        // null while they are ignored
+  std::vector<People::Seen> seenPeople GUARDED_BY(mutex);  // of the frame at hand
+  std::atomic<bool> arePeopleWatched{false};               // for frames that nobody asks about
 
   // By camera and object.
   std::map<std::pair<int, int>, std::set<const void*>> holders GUARDED_BY(mutex);

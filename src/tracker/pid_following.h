@@ -17,9 +17,12 @@ class PidFollowing : public Following {
 
   std::optional<HeadCommand> step(const PtzHeadStatus& status, const HeadOptics& optics,
                                   const Selection& select, std::int64_t now) override;
+  std::int64_t pauseAfter(std::int64_t /*spent*/) const override { return PAUSE; }
   void forget() override { regulator.inactivate(); }
 
  private:
+  static constexpr std::int64_t PAUSE = 100000;  // microseconds
+
   HeadCommand command(double multiplier, const ZoomScale& zoomScale, std::int64_t now);
 
   Regulator& regulator;

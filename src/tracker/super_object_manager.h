@@ -23,6 +23,7 @@ class SuperObjectManager {
 
   // Holds for what is updated, added and grouped from now on.
   void setMaxObjectSize(const WidestView& view) { widestView = view; }
+  const WidestView& getMaxObjectSize() const { return widestView; }
 
   // How far two pans are apart, the short way round.
   static double getPanDelta(double a, double b);

@@ -6,6 +6,7 @@
 
 #include "app/clock.h"
 #include "config/persistent.h"
+#include "tracker/head_file.h"
 
 namespace {
 
@@ -13,7 +14,14 @@ namespace {
 constexpr std::int64_t STOPPED_PAUSE = 300000;
 constexpr std::int64_t CONNECTING_PAUSE = 500000;
 constexpr std::int64_t AUTOTUNING_PAUSE = 50000;
-constexpr std::int64_t RUNNING_PAUSE = 100000;
+
+// Between looks whether another way of following is chosen, microseconds.
+constexpr std::int64_t QUESTION_INTERVAL = 10000000;
+
+// Above it the model of the head is not that of the head.
+constexpr double DOUBTFUL_MISFIT = 1.0;
+
+constexpr double MILLISECONDS_PER_SECOND = 1000.0;
 
 constexpr std::array STATE_STRINGS{"stopped", "connecting", "autotuning", "running"};
 
@@ -177,6 +185,7 @@ gpointer Tracker::run(gpointer self) {
 std::int64_t Tracker::runOneStep() {
   // Before the state is looked at: whoever switches off from here on cuts short what the step asks.
   const PtzRemoteTravo::Attempt attempt(*ptzRemote);
+  const std::int64_t begin = utils::monotonicTime();
   std::int64_t pause = 0;
   const CameraState before = state;
   switch (before) {
@@ -193,7 +202,7 @@ std::int64_t Tracker::runOneStep() {
       break;
     case CameraState::running:
       update();
-      pause = RUNNING_PAUSE;
+      pause = follower.pauseAfter(utils::monotonicTime() - begin);
       break;
     default:
       syslog(LOG_ERR, "Tracker in a bad state\n");
@@ -239,12 +248,22 @@ void Tracker::connect() {
   following.forget();
   regulator.setZoomEnabled(!number.starts_with(ABSOLUTE_ZOOM_HEADS));
   productNumber = number;
-  if (productNumber == cameraName) {
+  chooseWay();
+  if (isPredictive ? isHeadKnown : productNumber == cameraName) {
     changeState(CameraState::connecting, CameraState::running);
     return;
   }
-  autotuner.start();
+  beginTuning();
   changeState(CameraState::connecting, CameraState::autotuning);
+}
+
+void Tracker::beginTuning() {
+  if (!isPredictive) {
+    autotuner.start();
+    return;
+  }
+  autotuner.start(
+      survey, productNumber == cameraName ? Autotuner::Relay::leftOut : Autotuner::Relay::wanted);
 }
 
 void Tracker::autotune() {
@@ -254,6 +273,9 @@ void Tracker::autotune() {
   }
   if (finding.hasGains) {
     takeGains();
+  }
+  if (finding.hasSurvey) {
+    takeSurvey();
   }
   if (finding.isFinished) {
     changeState(CameraState::autotuning, CameraState::running);
@@ -274,6 +296,94 @@ void Tracker::takeGains() {
   Persistent::setCameraName(cameraName);
 }
 
+// ---- The way of following ----
+
+// While the parameters cannot be read, the way stays as it was.
+void Tracker::chooseWay() {
+  lastQuestion = utils::monotonicTime();
+  isPredictive = FollowingSetup::isPredictive().value_or(isPredictive);
+  isHeadKnown = false;
+  follower.use(following);
+  if (!isPredictive) {
+    observations.ignorePeople();
+    return;
+  }
+  installation = FollowingSetup::installation();
+  observations.watchPeople(installation);
+  readStops();
+  const std::string mark = FollowingSetup::identificationMark();
+  const bool isAsked = identificationMark && *identificationMark != mark;
+  identificationMark = mark;
+  if (isAsked || isHeadDoubted) {
+    return;
+  }
+  if (const auto known = HeadFile::load(productNumber)) {
+    usePredictive(*known);
+  }
+}
+
+// Heads that do not tell are taken for such as turn on and on, and look from the ground to the sky.
+void Tracker::readStops() {
+  stops = HeadStops();
+  ptzRemote->getStops("Tilt", stops.lowestTilt, stops.highestTilt);
+  ptzRemote->getStops("Pan", stops.lowestPan, stops.highestPan);
+  survey.setStops(stops);
+}
+
+void Tracker::takeSurvey() {
+  const following::HeadIdentification found = survey.identify();
+  if (!found.pan.isBelieved()) {
+    syslog(LOG_WARNING,
+           "The head could not be identified (%d), it is steered without being known.\n",
+           static_cast<int>(found.pan.refusal));
+    observations.ignorePeople();
+    return;
+  }
+  const following::HeadParameters parameters{found.pan.model, found.tilt.model, std::nullopt};
+  HeadFile::store(productNumber, parameters);
+  isHeadDoubted = false;
+  usePredictive(parameters);
+  syslog(LOG_INFO, "The head answers after %.0f ms and turns at %.0f deg/s, tilts at %.0f deg/s.\n",
+         found.pan.model.deadTime * MILLISECONDS_PER_SECOND, found.pan.model.curve.fastest(),
+         found.tilt.model.curve.fastest());
+}
+
+void Tracker::usePredictive(following::HeadParameters parameters) {
+  parameters.pan.lowest = stops.lowestPan;
+  parameters.pan.highest = stops.highestPan;
+  parameters.tilt.lowest = stops.lowestTilt;
+  parameters.tilt.highest = stops.highestTilt;
+  parameters.statusAge = installation.statusAge;
+  predictive.setHead(parameters);
+  follower.use(predictive);
+  isHeadKnown = true;
+}
+
+// Asked while the head rests: the answer may take its time.
+bool Tracker::isToConnectAnew() {
+  const std::int64_t now = utils::monotonicTime();
+  if (isActive() || now - lastQuestion < QUESTION_INTERVAL) {
+    return false;
+  }
+  lastQuestion = now;
+  const auto isChosen = FollowingSetup::isPredictive();
+  if (!isChosen) {
+    return false;
+  }
+  if (*isChosen != isPredictive) {
+    return true;
+  }
+  if (!isPredictive) {
+    return false;
+  }
+  if (isHeadKnown && predictive.misfit() > DOUBTFUL_MISFIT) {
+    syslog(LOG_WARNING, "The head moves otherwise than was identified, it is identified anew.\n");
+    isHeadDoubted = true;
+    return true;
+  }
+  return FollowingSetup::identificationMark() != identificationMark;
+}
+
 // ---- Following ----
 
 void Tracker::update() {
@@ -281,6 +391,9 @@ void Tracker::update() {
     return observations.selectTarget(pan, tilt);
   };
   follower.step(optics, select);
+  if (isToConnectAnew()) {
+    changeState(CameraState::running, CameraState::connecting);
+  }
 }
 
 void Tracker::returnToHomeReset() {

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "app/lock_order.h"
@@ -15,16 +16,20 @@
 #include "scene/tracking_object.h"
 #include "tracker/autotuner.h"
 #include "tracker/head_follower.h"
+#include "tracker/head_survey.h"
 #include "tracker/homing.h"
 #include "tracker/observations.h"
 #include "tracker/pid_following.h"
+#include "tracker/predictive_following.h"
 #include "tracker/tracker_events.h"
 
-// Steers the PTZ head: a thread of its own asks every 100 ms which of the objects that guards have
-// handed over is to be followed, and commands the head's speeds so that it stays in view.
+// Steers the PTZ head: a thread of its own asks again and again which of the objects that guards
+// have handed over is to be followed, and commands the head's speeds so that it stays in view.
 //
 //   stopped -> connecting -> running            a head whose gains are stored
 //              connecting -> autotuning -> running   an unknown head
+//   running -> connecting                       another way of following was chosen, or the head is
+//                                               to be identified anew
 //   any -> stopped
 //
 // Thread, states and settings are here; what guards report is in Observations, how the head follows
@@ -51,6 +56,7 @@ class Tracker : public Thread, private Steering {
   // important.
   bool addCamera(int camera) { return observations.addCamera(camera); }
   void removeCamera(int camera) { observations.removeCamera(camera); }
+  void see(int camera, const ParsedScene& scene) { observations.see(camera, scene); }
   void track(int camera, int profileId, const TrackingObject& object) {
     observations.track(camera, profileId, object);
   }
@@ -110,6 +116,12 @@ class Tracker : public Thread, private Steering {
   static bool wasSwitchedOff(CameraState before, CameraState after);
   bool readHead();
   void takeGains();
+  void chooseWay();
+  void readStops();
+  void beginTuning();
+  void takeSurvey();
+  void usePredictive(following::HeadParameters parameters);
+  bool isToConnectAnew();
 
   // Steering
   bool isActive() const override { return events.isSentrelingActive(); }
@@ -136,8 +148,20 @@ class Tracker : public Thread, private Steering {
   std::unique_ptr<PtzRemoteTravo> ptzRemote;
   Regulator regulator;
   PidFollowing following{regulator};
+  PredictiveFollowing predictive{
+      [this](double pan, double tilt, std::int64_t now, std::int64_t at) {
+        return observations.selectSubject(pan, tilt, now, at);
+      }};
   HeadFollower follower{head, following, homing, *this};
   Autotuner autotuner{head, regulator};
+  HeadSurvey survey;
+  HeadStops stops;
+  Installation installation;
+  bool isPredictive = false;                      // the way that is chosen
+  bool isHeadKnown = false;                       // and what it needs to know of the head
+  bool isHeadDoubted = false;                     // it has turned out wrong
+  std::optional<std::string> identificationMark;  // asks for another identification when it changes
+  std::int64_t lastQuestion = 0;                  // for these two
   HeadOptics optics;
   std::string cameraName;     // the head for which the stored gains were tuned
   std::string productNumber;  // the head at hand

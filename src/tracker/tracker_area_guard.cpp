@@ -53,6 +53,7 @@ void TrackerAreaGuard::checkObjects(ParsedScene& scene) {
     return;
   }
   if (!isMechanicalPtz || shouldDataBeProcessed(scene.getTimestamp())) {
+    tracker.see(camera, scene);
     updateObjectsAndTrack(scene);
   }
 }

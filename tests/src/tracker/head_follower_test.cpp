@@ -28,11 +28,18 @@ class ScriptedFollowing : public Following {
     select(status.pan, status.tilt);
     return command;
   }
+  void taken(const HeadCommand& given, std::int64_t time) override {
+    takenPans.push_back(given.panValue);
+    takenTimes.push_back(time);
+  }
+  std::int64_t pauseAfter(std::int64_t spent) const override { return spent + 1; }
   void forget() override { ++forgotten; }
 
   std::optional<HeadCommand> command;
   PtzHeadStatus seen;
   std::vector<std::int64_t> times;
+  std::vector<double> takenPans;
+  std::vector<std::int64_t> takenTimes;
   int forgotten = 0;
 };
 
@@ -142,6 +149,33 @@ TEST_F(HeadFollowerTest, AfterTenFailuresTheHeadIsStoppedAndTheTargetForgotten) 
   EXPECT_THAT(FakePtzLibrary::moves(), ElementsAre(IsStop()));
   EXPECT_EQ(following.forgotten, 1);
   EXPECT_THAT(steering.told, ElementsAre(true, false));
+}
+
+// ---- What the way of following is told ----
+
+TEST_F(HeadFollowerTest, TheWayIsToldWhatTheHeadHasTaken) {
+  followFor(1);
+  step();
+  EXPECT_THAT(following.takenPans, ElementsAre(10.0, 0.0));
+  EXPECT_THAT(following.takenTimes, ElementsAre(1000 * SECOND, 1000 * SECOND));
+}
+
+TEST_F(HeadFollowerTest, TheWayIsNotToldOfACommandThatFailed) {
+  FakePtzLibrary::failMoves(1, "mute");
+  followFor(2);
+  FakePtzLibrary::failMoves(1, "mute");
+  step();
+  EXPECT_THAT(following.takenPans, ElementsAre(10.0));
+}
+
+TEST_F(HeadFollowerTest, AnotherWayTakesOver) {
+  ScriptedFollowing other;
+  other.command = HeadCommand{.panValue = 7.0};
+  follower.use(other);
+  step();
+  EXPECT_THAT(other.times, testing::SizeIs(1));
+  EXPECT_THAT(following.times, IsEmpty());
+  EXPECT_EQ(follower.pauseAfter(3), 4);
 }
 
 // ---- The way home ----

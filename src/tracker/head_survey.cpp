@@ -1,0 +1,85 @@
+#include "tracker/head_survey.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "following/units.h"
+
+namespace {
+
+// Of the way to the nearer stop, what a level may take.
+constexpr double ROOM_SHARE = 0.75;
+// How long an axis may go on after its command has changed: dead time and braking, taken for long.
+constexpr double RUN_OUT = 0.8;    // s
+constexpr double CLEARANCE = 3.0;  // deg, to keep from a stop
+
+int percent(double value) {
+  return static_cast<int>(std::lround(std::clamp(value, -100.0, 100.0)));
+}
+
+}  // namespace
+
+void HeadSurvey::begin() {
+  axes = {Axis(stops.lowestPan, stops.highestPan), Axis(stops.lowestTilt, stops.highestTilt)};
+  staircaseBegin = 0;
+}
+
+void HeadSurvey::noteStatus(const PtzHeadStatus& status, std::int64_t time) {
+  axes[0].note(time, status.pan);
+  axes[1].note(time, status.tilt);
+}
+
+void HeadSurvey::Axis::note(std::int64_t time, double degrees) {
+  record.addStatus(time, degrees);
+  const double elapsed = following::secondsBetween(changed, time);
+  if (degrees != position && elapsed > 0.0) {
+    speed = following::wrapped(degrees - position) / elapsed;
+    position = degrees;
+    changed = time;
+  }
+}
+
+void HeadSurvey::noteCommand(double pan, double tilt, std::int64_t time) {
+  axes[0].record.addCommand(time, percent(pan));
+  axes[1].record.addCommand(time, percent(tilt));
+}
+
+void HeadSurvey::beginStaircase(const PtzHeadStatus& status, std::int64_t time) {
+  staircaseBegin = time;
+  const std::array<double, 2> positions{status.pan, status.tilt};
+  for (std::size_t i = 0; i < axes.size(); ++i) {
+    Axis& axis = axes[i];
+    const double room =
+        ROOM_SHARE * std::min(positions[i] - axis.lowest, axis.highest - positions[i]);
+    axis.staircase = following::Staircase(following::speedInRelay(axis.record).value_or(0.0), room);
+    axis.record.beginStaircase(time);
+    axis.position = positions[i];
+    axis.changed = time;
+    axis.speed = 0.0;
+  }
+}
+
+std::optional<following::SpeedCommand> HeadSurvey::command(std::int64_t time) {
+  const double seconds = following::secondsBetween(staircaseBegin, time);
+  if (seconds >= std::max(axes[0].staircase.duration(), axes[1].staircase.duration())) {
+    return std::nullopt;
+  }
+  return following::SpeedCommand{axes[0].commandAt(seconds), axes[1].commandAt(seconds)};
+}
+
+int HeadSurvey::Axis::commandAt(double seconds) {
+  const int wanted = staircase.command(seconds).value_or(0);
+  isHeld = (isHeld && wanted == level) || isNearStop(wanted);
+  level = wanted;
+  return isHeld ? 0 : wanted;
+}
+
+// Where it would stand if it were stopped now, towards where it is told to go.
+bool HeadSurvey::Axis::isNearStop(int percent) const {
+  const double end = position + speed * RUN_OUT;
+  return (percent > 0 && end > highest - CLEARANCE) || (percent < 0 && end < lowest + CLEARANCE);
+}
+
+following::HeadIdentification HeadSurvey::identify() const {
+  return following::identifyHead(axes[0].record, axes[1].record);
+}

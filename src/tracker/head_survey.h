@@ -1,0 +1,70 @@
+#ifndef TRACKER_HEAD_SURVEY_H
+#define TRACKER_HEAD_SURVEY_H
+
+#include <array>
+#include <cstdint>
+#include <limits>
+#include <optional>
+
+#include "following/axis_identification.h"
+#include "following/head_model.h"
+#include "ptz/ptz_head.h"
+
+// Between which angles (degrees) a head can stand; an axis without ends goes round.
+struct HeadStops {
+  double lowestPan = -std::numeric_limits<double>::infinity();
+  double highestPan = std::numeric_limits<double>::infinity();
+  double lowestTilt = -90.0;
+  double highestTilt = 90.0;
+};
+
+// Finds out what a head is: records what it does in the relay run and then in the staircase of
+// commands that it asks for, and identifies both axes. Times are monotonic microseconds. The
+// tracker's thread's alone.
+class HeadSurvey {
+ public:
+  void setStops(const HeadStops& newStops) { stops = newStops; }
+
+  // Forgets what was recorded.
+  void begin();
+
+  // What was read, and what was commanded: percent, only what the head has taken.
+  void noteStatus(const PtzHeadStatus& status, std::int64_t time);
+  void noteCommand(double pan, double tilt, std::int64_t time);
+
+  // From here on command() is asked. Levels are left out at which an axis, as fast as the relay's
+  // part shows it, would come near its stops.
+  void beginStaircase(const PtzHeadStatus& status, std::int64_t time);
+
+  // What to command now; none when the staircase is over. An axis that comes near a stop all the
+  // same stands for the rest of the level.
+  std::optional<following::SpeedCommand> command(std::int64_t time);
+
+  // Takes its time: a fit.
+  following::HeadIdentification identify() const;
+
+ private:
+  struct Axis {
+    explicit Axis(double lowest, double highest) : lowest(lowest), highest(highest) {}
+
+    int commandAt(double seconds);
+    bool isNearStop(int percent) const;
+    void note(std::int64_t time, double degrees);
+
+    following::AxisRecord record;
+    following::Staircase staircase;
+    double lowest;
+    double highest;
+    double position = 0.0;  // deg, read last
+    double speed = 0.0;     // deg/s, between the last two values
+    std::int64_t changed = 0;
+    int level = 0;        // commanded by the staircase
+    bool isHeld = false;  // for the rest of the level
+  };
+
+  HeadStops stops;
+  std::array<Axis, 2> axes{Axis(0, 0), Axis(0, 0)};  // pan, tilt
+  std::int64_t staircaseBegin = 0;
+};
+
+#endif

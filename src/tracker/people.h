@@ -1,0 +1,137 @@
+#ifndef TRACKER_PEOPLE_H
+#define TRACKER_PEOPLE_H
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "following/bearing_filter.h"
+#include "following/identities.h"
+#include "following/subject.h"
+#include "tracker/box_sighting.h"
+#include "tracker/following_setup.h"
+#include "tracker/super_object_manager.h"
+
+// Whom to look at, and how long nobody of them has been seen (s).
+struct FollowedSubject {
+  following::Subject subject;
+  double gap = 0.0;
+};
+
+// Everybody in the pictures of all overview cameras, and who of them is to be followed. Guards hand
+// over objects by the numbers that cameras give them; here they are people, who keep their place
+// in turns and groups when they come back under another number or in another camera's picture.
+//
+// Somebody whom no picture shows is gone on with for as long as identities look for him; somebody
+// who is seen but not handed over any more is not. Under a new number he is given some seconds to
+// be handed over again, as a guard may look at an object for a while first. What has no place on
+// the ground is followed by its bearing.
+//
+// Times are monotonic microseconds, channels count from 0. No lock: used under the tracker's mutex.
+// A picture allocates nothing but for a new number.
+class People {
+ public:
+  // At once; 5 kB each once they have been there.
+  static constexpr std::size_t CAPACITY = 160;
+
+  explicit People(const Installation& installation);
+
+  // One object of a picture; the number is the camera's own.
+  struct Seen {
+    std::int32_t id = 0;
+    BoxSighting box;
+  };
+
+  // One picture with everybody in it, followed or not. A frame that comes again is ignored, one
+  // whose time cannot be is logged and ignored.
+  void see(std::int64_t now, std::int32_t channel, std::int64_t time, double focalLength,
+           std::span<const Seen> seen);
+
+  // A guard hands over an object of that picture.
+  void want(std::int32_t channel, std::int32_t id, std::int32_t priority, std::int64_t time);
+
+  // Nobody whom that camera has handed over last is followed any more.
+  void removeChannel(std::int32_t channel);
+
+  // The group to follow with the head looking at pan and tilt, as it will be at a time.
+  std::optional<FollowedSubject> choose(double pan, double tilt, std::int64_t now, std::int64_t at);
+
+  // How to choose (SuperObjectManager).
+  SuperObjectManager& selection() { return groups; }
+
+  const following::Identities& getIdentities() const { return identities; }
+
+ private:
+  // Somebody who was handed over.
+  struct Wanted {
+    std::int64_t identity;
+    std::int32_t channel;  // and number, by which he was handed over last
+    std::int32_t id;
+    std::int32_t priority;
+    std::int64_t handedOver;  // time of that picture
+    std::int64_t wantedAt;    // of the last one in which he counts as handed over
+    double width;             // deg, as seen
+    double height;
+  };
+
+  // Something without a place on the ground.
+  struct Unplaced {
+    std::int32_t channel;
+    std::int32_t id;
+    following::BearingFilter filter;
+    std::int32_t priority = 0;
+    std::int64_t wantedAt = 0;  // 0: never
+    std::int64_t lastSeen = 0;
+  };
+
+  // Of the channels, what pictures came last.
+  struct Stream {
+    static constexpr std::size_t KEPT = 8;
+    std::array<std::int64_t, KEPT> times{};
+    std::size_t next = 0;
+    bool isDisbelieved = false;
+  };
+
+  // Of the selection.
+  struct Chosen {
+    std::int32_t channel;
+    std::int32_t id;
+    bool operator==(const Chosen&) const = default;
+  };
+
+  bool isRepeated(std::int32_t channel, std::int64_t time);
+  void disbelieve(std::int32_t channel, bool isDisbelieved);
+  std::optional<following::Sighting> placed(const Seen& seen, std::int32_t channel,
+                                            double mastHeight) const;
+  void seeUnplaced(const Seen& seen, std::int32_t channel, std::int64_t time, double focalLength);
+  void seeWanted(const Seen& seen, std::int32_t channel, std::int64_t time);
+  Wanted* wantedOf(std::int64_t identity);
+  Unplaced* unplacedOf(std::int32_t channel, std::int32_t id);
+
+  void forgetLost(std::int64_t now);
+  void offer(std::int64_t now, std::int64_t at);
+  void offerOne(std::int32_t channel, std::int32_t id, std::int32_t priority, std::int64_t now,
+                const following::Subject& subject);
+  void withdrawOthers();
+  std::optional<FollowedSubject> subjectOf(const SuperObject& group, std::int64_t now,
+                                           std::int64_t at);
+
+  Installation installation;
+  following::Identities identities;
+  std::vector<Wanted> wanted;
+  std::vector<Unplaced> unplaced;
+  std::map<std::int32_t, Stream> streams;  // by channel
+  SuperObjectManager groups;
+
+  // Of the picture and the step at hand.
+  std::vector<following::Identities::Seen> sightings;
+  std::vector<Chosen> offered;
+  std::vector<Chosen> offeredBefore;
+  std::vector<following::Member> members;
+};
+
+#endif

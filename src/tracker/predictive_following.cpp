@@ -1,0 +1,143 @@
+#include "tracker/predictive_following.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+#include "following/units.h"
+
+namespace {
+
+constexpr std::int64_t PERIOD = 50000;          // microseconds, that of the control step
+constexpr std::int64_t SHORTEST_PAUSE = 10000;  // for everybody else on the processor
+// Nobody chosen for so long: the head stands and is told to be idle.
+constexpr double PATIENCE = 1.5;  // s
+
+following::Lens lensOf(const HeadOptics& optics) {
+  return {optics.zoomScale.maxFieldAngle, optics.zoomScale.minFieldAngle, optics.aspectRatio};
+}
+
+bool isEqual(const following::Lens& a, const following::Lens& b) {
+  return a.maxField == b.maxField && a.minField == b.minField && a.aspect == b.aspect;
+}
+
+// What a lens must be for the zoom to be worked out at all.
+bool isPlausible(const following::Lens& lens) {
+  return lens.minField > 0.0 && lens.maxField > lens.minField && lens.maxField < 180.0 &&
+         lens.aspect > 0.0 && std::isfinite(lens.aspect);
+}
+
+int percent(double value) {
+  return static_cast<int>(std::lround(std::clamp(value, -100.0, 100.0)));
+}
+
+}  // namespace
+
+void PredictiveFollowing::setHead(const following::HeadParameters& parameters) {
+  controls.emplace(parameters);
+  end();
+  isInterrupted = false;
+}
+
+double PredictiveFollowing::misfit() const {
+  return controls ? controls->model.misfit() : 0.0;
+}
+
+std::optional<HeadCommand> PredictiveFollowing::step(const PtzHeadStatus& status,
+                                                     const HeadOptics& optics, const Selection&,
+                                                     std::int64_t now) {
+  if (!controls) {
+    return std::nullopt;
+  }
+  watchResting(status, now);
+  if (std::exchange(isInterrupted, false)) {
+    controls->model.interrupted(now);
+  }
+  controls->model.read(now, status.pan, status.tilt);
+  const auto chosen = choice(status.pan, status.tilt, now, controls->pursuit.actsAt(now));
+  if (chosen) {
+    lastSubject = now;
+  } else if (!isFollowing || following::secondsBetween(lastSubject, now) >= PATIENCE) {
+    end();
+    return std::nullopt;
+  }
+  if (!isFollowing) {
+    begin(status, optics, now);
+  }
+  const auto subject = chosen ? std::optional(chosen->subject) : std::nullopt;
+  const auto speeds =
+      controls->pursuit.step(controls->model, subject, lens.fieldAt(framing.asked()));
+  HeadCommand command{.zoomKind = PtzHead::NOT_DRIVEN};
+  if (speeds) {
+    command.panValue = speeds->pan;
+    command.tiltValue = speeds->tilt;
+  }
+  if (const auto zoom = zoomFor(chosen, optics, now)) {
+    command.zoom = *zoom;
+    command.zoomKind = PtzHead::ABSOLUTE;
+  }
+  return command;
+}
+
+void PredictiveFollowing::begin(const PtzHeadStatus& status, const HeadOptics& optics,
+                                std::int64_t now) {
+  if (!isEqual(lens, lensOf(optics))) {
+    lens = isPlausible(lensOf(optics)) ? lensOf(optics) : following::Lens();
+    framing = following::Framing(lens);
+  }
+  framing.reset(optics.zoomScale.zoomTravoToMultiplier(status.zoom));
+  controls->pursuit.start();
+  isFollowing = true;
+  lastStep = now;
+  restingStatus.reset();
+}
+
+void PredictiveFollowing::end() {
+  if (controls) {
+    controls->pursuit.stop();
+  }
+  isFollowing = false;
+  isZoomOwed = false;
+}
+
+// While nothing is commanded somebody else may move the head, or it goes home: what it says is all
+// that is known.
+void PredictiveFollowing::watchResting(const PtzHeadStatus& status, std::int64_t now) {
+  if (isFollowing) {
+    return;
+  }
+  if (restingStatus && (restingStatus->pan != status.pan || restingStatus->tilt != status.tilt)) {
+    controls->model.interrupted(now);
+  }
+  restingStatus = status;
+}
+
+// A position that the head has not taken is asked for again.
+std::optional<int> PredictiveFollowing::zoomFor(const std::optional<FollowedSubject>& chosen,
+                                                const HeadOptics& optics, std::int64_t now) {
+  const double elapsed = following::secondsBetween(std::exchange(lastStep, now), now);
+  const bool isChange =
+      chosen && framing.step(elapsed, chosen->subject, controls->pursuit.error(), chosen->gap);
+  isZoomOwed = isZoomOwed || isChange;
+  return isZoomOwed ? std::optional(optics.zoomScale.zoomMultiplierToTravo(framing.asked()))
+                    : std::nullopt;
+}
+
+void PredictiveFollowing::taken(const HeadCommand& command, std::int64_t time) {
+  if (!controls) {
+    return;
+  }
+  const following::SpeedCommand speeds{percent(command.panValue), percent(command.tiltValue)};
+  controls->model.commanded(time, speeds);
+  controls->pursuit.commanded(speeds);
+  isZoomOwed = isZoomOwed && command.zoomKind != PtzHead::ABSOLUTE;
+}
+
+std::int64_t PredictiveFollowing::pauseAfter(std::int64_t spent) const {
+  return std::clamp(PERIOD - spent, SHORTEST_PAUSE, PERIOD);
+}
+
+void PredictiveFollowing::forget() {
+  end();
+  isInterrupted = true;
+}
