@@ -25,7 +25,7 @@ inline constexpr const char* CONFIGURATION_PATH =
     "/usr/local/packages/sentrelvideo/localdata/config.json";
 inline constexpr const char* SETTINGS_PATH =
     "/usr/local/packages/sentrelvideo/localdata/sentrelvideo.json";
-inline constexpr const char* HEAD_PATH = "/usr/local/packages/sentrelvideo/localdata/head.json";
+inline constexpr const char* HEAD_FILE = "head.json";  // beside the settings
 
 // Every document is written compactly, reals with 4 significant digits.
 inline constexpr std::size_t JSON_DUMP_FLAGS = JSON_COMPACT | JSON_REAL_PRECISION(4);

@@ -99,6 +99,11 @@ void Persistent::setPathForTest(const std::string& path) {
   s_pathForTest = path;
 }
 
+std::string Persistent::pathBeside(const std::string& name) {
+  const std::string settings = path();
+  return settings.substr(0, settings.rfind('/') + 1) + name;
+}
+
 void Persistent::getCameraName(std::string& name) {
   const JsonAutoPtr settings = loadSettings();
   name = readKey(settings, "{s:s}", "camera_name", "");

@@ -16,6 +16,9 @@ class Persistent {
   // Another file, for tests; empty brings the application's back. Before threads use it.
   static void setPathForTest(const std::string& path);
 
+  // Where a file of that name stands beside the settings.
+  static std::string pathBeside(const std::string& name);
+
   // The product number for which the stored gains were tuned; empty at first.
   static void getCameraName(std::string& name);
   static void setCameraName(const std::string& name);

@@ -10,16 +10,15 @@
 #include "base/json_auto_ptr.h"
 #include "config/constants.h"
 #include "config/json_file.h"
+#include "config/persistent.h"
 
 namespace {
 
 constexpr json_int_t VERSION = 1;
 constexpr int FULL = following::SpeedCurve::FULL;
 
-std::string s_pathForTest;
-
 std::string path() {
-  return s_pathForTest.empty() ? constants::HEAD_PATH : s_pathForTest;
+  return Persistent::pathBeside(constants::HEAD_FILE);
 }
 
 json_t* toJson(const following::AxisModel& axis) {
@@ -72,10 +71,6 @@ std::optional<following::AxisModel> readAxis(const json_t* head, const char* nam
 }
 
 }  // namespace
-
-void HeadFile::setPathForTest(const std::string& path) {
-  s_pathForTest = path;
-}
 
 std::optional<following::HeadParameters> HeadFile::load(const std::string& productNumber) {
   if (access(path().c_str(), F_OK) != 0) {

@@ -6,17 +6,14 @@
 
 #include "following/head_model.h"
 
-// What was identified of a head, in a file of its own in localdata: one JSON object, replaced in
-// one step. What it holds counts for the head of that product number only.
+// What was identified of a head, in a file of its own beside the settings: one JSON object,
+// replaced in one step. What it holds counts for the head of that product number only.
 //
 //   {"version": 1, "product": "...", "pan": {"dead_time_s": ..., "acceleration": ..., "step": ...,
 //    "speeds": [[percent, deg/s], ...]}, "tilt": {...}}
 class HeadFile {
  public:
   HeadFile() = delete;
-
-  // Another file, for tests; empty brings the application's back. Before threads use it.
-  static void setPathForTest(const std::string& path);
 
   // The axes, without their ends. None when there is no file, it is of another version or another
   // head, or holds what no head is (logged, all but the first).
