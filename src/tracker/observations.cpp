@@ -45,9 +45,6 @@ void Observations::removeCamera(int camera) {
   const LockGuard lock(mutex);
   if (videoChannels.removeChannel(camera - 1)) {
     superObjectManager.removeSingleObjects(camera - 1);
-    if (people) {
-      people->removeChannel(camera - 1);
-    }
   }
 }
 

@@ -239,12 +239,6 @@ void People::want(std::int32_t channel, std::int32_t id, std::int32_t priority, 
   }
 }
 
-void People::removeChannel(std::int32_t channel) {
-  std::erase_if(wanted, [channel](const Wanted& each) { return each.channel == channel; });
-  std::erase_if(unplaced, [channel](const Unplaced& each) { return each.channel == channel; });
-  streams.erase(channel);
-}
-
 void People::forgetLost(std::int64_t now) {
   identities.expire(now);
   std::erase_if(wanted, [this](const Wanted& each) {

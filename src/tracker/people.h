@@ -54,9 +54,6 @@ class People {
   // A guard hands over an object of that picture.
   void want(std::int32_t channel, std::int32_t id, std::int32_t priority, std::int64_t time);
 
-  // Nobody whom that camera has handed over last is followed any more.
-  void removeChannel(std::int32_t channel);
-
   // The group to follow with the head looking at pan and tilt, as it will be at a time.
   std::optional<FollowedSubject> choose(double pan, double tilt, std::int64_t now, std::int64_t at);
 
