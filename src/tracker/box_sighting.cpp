@@ -11,6 +11,7 @@ namespace {
 
 constexpr double BORDER = 3.0;       // px, within which something ends at the picture's border
 constexpr double REACH = 16.0;       // px, over which a derivative is taken
+constexpr double SLENDERNESS = 0.3;  // of a person: width over height
 constexpr double LEAST_TURN = 1e-6;  // deg per px, of a lens that shows anything
 
 struct Box {
@@ -63,13 +64,15 @@ Lens lensAt(const VideoChannel& channel, const PointF& place) {
   return {derivative(channel, centre, {REACH, 0.0}), derivative(channel, centre, {0.0, REACH})};
 }
 
-// From the middle to the border, along a direction.
-PointF wayOut(const Box& box, const PointF& direction) {
-  const auto share = [](double half, double step) {
-    return step == 0.0 ? std::numeric_limits<double>::infinity() : half / std::abs(step);
-  };
-  const double times = std::min(share(box.half.x, direction.x), share(box.half.y, direction.y));
-  return {direction.x * times, direction.y * times};
+// From the middle of somebody to his head, along the way up. A box around somebody who leans in the
+// picture is wider and higher than he is long.
+PointF wayUp(const Box& box, const PointF& up) {
+  const double length = std::hypot(up.x, up.y);
+  const double along = std::abs(up.y) / length;
+  const double aside = std::abs(up.x) / length;
+  const double half = along > aside ? box.half.y / (along + SLENDERNESS * aside)
+                                    : box.half.x / (aside + SLENDERNESS * along);
+  return {up.x / length * half, up.y / length * half};
 }
 
 bool isAtBorder(const VideoChannel& channel, const PointF& place) {
@@ -77,38 +80,99 @@ bool isAtBorder(const VideoChannel& channel, const PointF& place) {
          place.y > channel.getHeight() - BORDER;
 }
 
-// What a tilt is worth in pan.
+// What a direction of pan is worth in the picture.
 double foreshortening(double tilt) {
   return std::cos(following::radians(tilt));
 }
 
-}  // namespace
+// Whether the outline is but a box, whose corners belong to nobody.
+bool isBox(const Polygon& outline) {
+  return std::ranges::all_of(outline.getVertices(), [&](const Point& vertex) {
+    return (vertex.x == outline.getMinX() || vertex.x == outline.getMaxX()) &&
+           (vertex.y == outline.getMinY() || vertex.y == outline.getMaxY());
+  });
+}
 
-std::optional<BoxSighting> sightingOf(const VideoChannel& channel, const Polygon& outline) {
-  const Box box = boxOf(channel, outline);
+std::optional<BoxSighting> sightingOfBox(const VideoChannel& channel, const Box& box) {
   const Lens lens = lensAt(channel, box.middle);
   const auto up = lens.upwards();
   if (!up) {
     return std::nullopt;
   }
-  const PointF way = wayOut(box, *up);
+  const PointF way = wayUp(box, *up);
   const PointF footPlace{box.middle.x - way.x, box.middle.y - way.y};
   const PointF headPlace{box.middle.x + way.x, box.middle.y + way.y};
   const PointF foot = channel.directionOf(footPlace);
   const PointF head = channel.directionOf(headPlace);
   const PointF middle = channel.directionOf(box.middle);
-  BoxSighting seen;
-  seen.sighting = {.pan = foot.x, .footTilt = foot.y, .headTilt = head.y};
-  seen.isFootCut = isAtBorder(channel, footPlace);
-  seen.isHeadCut = isAtBorder(channel, headPlace);
-  seen.pan = middle.x;
-  seen.tilt = middle.y;
-  // What the object leans is no width.
-  const double across = std::max(2.0 * (box.half.x - std::abs(way.x)), 0.0);
-  const double down = std::max(2.0 * (box.half.y - std::abs(way.y)), 0.0);
   const double narrow = foreshortening(middle.y);
-  seen.width = across * std::hypot(lens.across.x * narrow, lens.across.y) +
-               down * std::hypot(lens.down.x * narrow, lens.down.y);
-  seen.height = std::abs(head.y - foot.y);
-  return seen;
+  return BoxSighting{.sighting = {.pan = foot.x, .footTilt = foot.y, .headTilt = head.y},
+                     .isFootCut = isAtBorder(channel, footPlace),
+                     .isHeadCut = isAtBorder(channel, headPlace),
+                     .pan = middle.x,
+                     .tilt = middle.y,
+                     .width = 2.0 * SLENDERNESS * std::hypot(way.x, way.y) *
+                              std::hypot(lens.across.x * narrow, lens.across.y),
+                     .height = std::abs(head.y - foot.y)};
+}
+
+// The extreme points of an outline in the head's angles, in which nobody leans.
+class Extent {
+ public:
+  Extent(const VideoChannel& channel, const PointF& middle)
+      : channel(channel), reference(channel.directionOf(middle).x) {}
+
+  void take(const PointF& place) {
+    const PointF direction = channel.directionOf(place);
+    const double pan = following::wrapped(direction.x - reference);
+    left = std::min(left, pan);
+    right = std::max(right, pan);
+    if (direction.y < lowest) {
+      lowest = direction.y;
+      isFootCut = isAtBorder(channel, place);
+    }
+    if (direction.y > highest) {
+      highest = direction.y;
+      isHeadCut = isAtBorder(channel, place);
+    }
+  }
+
+  std::optional<BoxSighting> sighting() const {
+    if (!(highest > lowest)) {
+      return std::nullopt;
+    }
+    const double pan = following::wrapped(reference + (left + right) / 2.0);
+    const double tilt = (lowest + highest) / 2.0;
+    return BoxSighting{.sighting = {.pan = pan, .footTilt = lowest, .headTilt = highest},
+                       .isFootCut = isFootCut,
+                       .isHeadCut = isHeadCut,
+                       .pan = pan,
+                       .tilt = tilt,
+                       .width = (right - left) * foreshortening(tilt),
+                       .height = highest - lowest};
+  }
+
+ private:
+  const VideoChannel& channel;
+  double reference;  // pan
+  double left = 0.0;
+  double right = 0.0;
+  double lowest = std::numeric_limits<double>::infinity();
+  double highest = -std::numeric_limits<double>::infinity();
+  bool isFootCut = false;
+  bool isHeadCut = false;
+};
+
+}  // namespace
+
+std::optional<BoxSighting> sightingOf(const VideoChannel& channel, const Polygon& outline) {
+  const Box box = boxOf(channel, outline);
+  if (isBox(outline)) {
+    return sightingOfBox(channel, box);
+  }
+  Extent extent(channel, box.middle);
+  for (const Point& vertex : outline.getVertices()) {
+    extent.take(channel.toImagePosition(vertex));
+  }
+  return extent.sighting();
 }

@@ -7,7 +7,7 @@
 #include "geometry/polygon.h"
 #include "ptz/video_channel.h"
 
-// What the box around an object tells of where it is. Angles are degrees in the head's frame.
+// What the outline of an object tells of where it is. Angles are degrees in the head's frame.
 struct BoxSighting {
   following::Sighting sighting;  // of the foot and the head
   bool isFootCut = false;        // at the picture's border: it may be anywhere beyond
@@ -19,9 +19,10 @@ struct BoxSighting {
 };
 
 // The foot of somebody who stands is below his head, but in a wide picture that looks down they do
-// not stand above each other: he leans. The box is cut with the picture of the vertical through its
-// middle. None when the camera's field of view is not known yet. The caller has prepared the
-// channel.
+// not stand above each other: he leans. So the lowest and highest point of an outline are looked
+// for in the head's angles; of a box, whose corners belong to nobody, on the picture of the
+// vertical through its middle. None when the camera's field of view is not known yet. The caller
+// has prepared the channel.
 std::optional<BoxSighting> sightingOf(const VideoChannel& channel, const Polygon& outline);
 
 #endif
