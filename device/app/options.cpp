@@ -29,6 +29,7 @@ struct Raw {
   gboolean asRecorded = FALSE;
   char* scene = nullptr;
   char* transport = nullptr;
+  char* following = nullptr;
   double duration = 0;
   gint64 seed = 1;
   char* report = nullptr;
@@ -49,8 +50,8 @@ struct Raw {
   Raw(const Raw&) = delete;
   Raw& operator=(const Raw&) = delete;
   ~Raw() {
-    for (char* text : {model, models, tracks, scene, transport, report, daemon, listen, port, user,
-                       passwordFile, web, mqtt}) {
+    for (char* text : {model, models, tracks, scene, transport, following, report, daemon, listen,
+                       port, user, passwordFile, web, mqtt}) {
       g_free(text);
     }
   }
@@ -76,6 +77,8 @@ void parse(const std::vector<std::string>& arguments, Raw* raw) {
        "Where people walk and who they are (as the model says)", sceneChoices.c_str()},
       {"transport", 0, 0, G_OPTION_ARG_STRING, &raw->transport, "How scene frames are offered",
        "socket|module"},
+      {"following", 0, 0, G_OPTION_ARG_STRING, &raw->following,
+       "How the application is to follow (predictive)", "predictive|specified"},
       {"duration", 0, 0, G_OPTION_ARG_DOUBLE, &raw->duration, "End after this time (0: never)",
        "SECONDS"},
       {"seed", 0, 0, G_OPTION_ARG_INT64, &raw->seed, "Seed of people and noise", "N"},
@@ -124,6 +127,10 @@ void check(const Raw& raw) {
   const std::string transport = raw.transport != nullptr ? raw.transport : "";
   if (!transport.empty() && transport != "socket" && transport != "module") {
     throw OptionError("--transport is socket or module");
+  }
+  const std::string following = raw.following != nullptr ? raw.following : "predictive";
+  if (following != "predictive" && following != "specified") {
+    throw OptionError("--following is predictive or specified");
   }
   const std::vector<std::string> scenes = sceneNames();
   if (raw.scene != nullptr && std::ranges::find(scenes, std::string(raw.scene)) == scenes.end()) {
@@ -175,6 +182,9 @@ Options parseOptions(const std::vector<std::string>& arguments) {
   options.asRecorded = raw.asRecorded != FALSE;
   if (raw.transport != nullptr) {
     options.transport = raw.transport;
+  }
+  if (raw.following != nullptr) {
+    options.following = raw.following;
   }
   options.duration = raw.duration;
   options.seed = static_cast<std::uint64_t>(raw.seed);

@@ -20,6 +20,7 @@ struct Options {
   bool asRecorded = false;                      // no rests are added to the tracks
   std::string scene;                            // where people walk; empty: what the model says
   std::string transport;                        // "socket" or "module"; empty: what the model says
+  std::string following = "predictive";         // the application's way, or "specified"
   bool log = true;                              // the device is the system log, too
   double duration = 0;                          // seconds, 0 for no end
   std::uint64_t seed = 1;

@@ -5,6 +5,7 @@
 #include <limits>
 #include <utility>
 
+#include "model/installation.h"
 #include "services/frame_encoding.h"
 
 namespace device {
@@ -110,6 +111,7 @@ Model VirtualDevice::loadModelOf(const Options& options) {
     model.parameters[INTERFACE_VERSION] =
         options.transport == "socket" ? SOCKET_VERSION : MODULE_VERSION;
   }
+  tellInstallation(model, options.following, options.seed);
   if (options.headBoot) {
     model.headBootSeconds = *options.headBoot;
   }

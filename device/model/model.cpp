@@ -163,6 +163,15 @@ HeadSetup readHead(const Section& section) {
   return head;
 }
 
+// An axis that turns for ever has none.
+void addStops(std::map<std::string, std::string>& parameters, const std::string& name,
+              const AxisSetup& axis) {
+  if (!axis.endless) {
+    parameters["PTZ.Limit.L1.Min" + name] = decimals(axis.low, 2);
+    parameters["PTZ.Limit.L1.Max" + name] = decimals(axis.high, 2);
+  }
+}
+
 std::map<std::string, std::string> readHeadParameters(const Section& section,
                                                       const HeadSetup& head) {
   std::map<std::string, std::string> parameters{
@@ -175,6 +184,8 @@ std::map<std::string, std::string> readHeadParameters(const Section& section,
       {"Image.I0.Appearance.Resolution", section.text("resolution")},
       {"ImageSource.I0.Video.DetectedType", ""},
   };
+  addStops(parameters, "Pan", head.pan);
+  addStops(parameters, "Tilt", head.tilt);
   for (auto& [name, value] : section.texts("parameters")) {
     parameters[name] = value;
   }

@@ -14,9 +14,10 @@ using following::Subject;
 // People are members of groups by their identity, other things by their camera's number.
 constexpr std::int32_t PEOPLES_CHANNEL = -1;
 
-// A guard may let go of somebody for a picture or two.
-constexpr double LET_GO_AFTER = 0.5;  // s
-// And has to judge a new number first.
+// A picture is seen before its objects are handed over; from the next one on that shows somebody
+// without this he is let go.
+constexpr int MOST_PASSED_OVER = 1;
+// How long somebody is gone on with who is seen under another number: guards judge it anew.
 constexpr double JUDGED_WITHIN = following::Identities::COAST;
 // What has only a bearing cannot be expected anywhere for long.
 constexpr double BEARING_COAST = 2.0;  // s
@@ -110,7 +111,7 @@ void People::see(std::int64_t now, std::int32_t channel, std::int64_t time, doub
   for (const Seen& each : seen) {
     const auto isPlaced = [&](const auto& sighting) { return sighting.id == each.id; };
     if (std::ranges::any_of(sightings, isPlaced)) {
-      seeWanted(each, channel, time);
+      seeWanted(each, channel);
       std::erase_if(unplaced, [&](const Unplaced& other) {
         return other.channel == channel && other.id == each.id;
       });
@@ -181,6 +182,7 @@ void People::seeUnplaced(const Seen& seen, std::int32_t channel, std::int64_t ti
   if (Unplaced* known = unplacedOf(channel, seen.id)) {
     known->filter.update(observation);
     known->lastSeen = std::max(known->lastSeen, time);
+    ++known->passedOver;
     return;
   }
   if (unplaced.size() == CAPACITY) {
@@ -188,10 +190,10 @@ void People::seeUnplaced(const Seen& seen, std::int32_t channel, std::int64_t ti
   }
   const double deviation = following::degrees(following::PIXEL_DEVIATION / focalLength);
   unplaced.push_back(
-      {channel, seen.id, following::BearingFilter(observation, deviation), 0, 0, time});
+      {channel, seen.id, following::BearingFilter(observation, deviation), 0, time, false, 0});
 }
 
-void People::seeWanted(const Seen& seen, std::int32_t channel, std::int64_t time) {
+void People::seeWanted(const Seen& seen, std::int32_t channel) {
   const following::Person* person = identities.whoIs(channel, seen.id);
   Wanted* known = person == nullptr ? nullptr : wantedOf(person->identity);
   if (known == nullptr) {
@@ -199,10 +201,7 @@ void People::seeWanted(const Seen& seen, std::int32_t channel, std::int64_t time
   }
   known->width = seen.box.width;
   known->height = seen.box.height;
-  const bool isNewNumber = known->channel != channel || known->id != seen.id;
-  if (isNewNumber && following::secondsBetween(known->handedOver, time) < JUDGED_WITHIN) {
-    known->wantedAt = std::max(known->wantedAt, time);
-  }
+  known->passedOver += known->channel == channel && known->id == seen.id ? 1 : 0;
 }
 
 People::Wanted* People::wantedOf(std::int64_t identity) {
@@ -221,7 +220,8 @@ People::Unplaced* People::unplacedOf(std::int32_t channel, std::int32_t id) {
 void People::want(std::int32_t channel, std::int32_t id, std::int32_t priority, std::int64_t time) {
   if (Unplaced* thing = unplacedOf(channel, id)) {
     thing->priority = priority;
-    thing->wantedAt = std::max(thing->wantedAt, time);
+    thing->isWanted = true;
+    thing->passedOver = 0;
     return;
   }
   const following::Person* person = identities.whoIs(channel, id);
@@ -233,9 +233,9 @@ void People::want(std::int32_t channel, std::int32_t id, std::int32_t priority, 
     known->id = id;
     known->priority = priority;
     known->handedOver = std::max(known->handedOver, time);
-    known->wantedAt = std::max(known->wantedAt, time);
+    known->passedOver = 0;
   } else if (wanted.size() < CAPACITY) {
-    wanted.push_back({person->identity, channel, id, priority, time, time, 0.0, 0.0});
+    wanted.push_back({person->identity, channel, id, priority, time, 0, 0.0, 0.0});
   }
 }
 
@@ -243,8 +243,8 @@ void People::forgetLost(std::int64_t now) {
   identities.expire(now);
   std::erase_if(wanted, [this](const Wanted& each) {
     const following::Person* person = identities.find(each.identity);
-    return person == nullptr ||
-           following::secondsBetween(each.wantedAt, person->lastSeen) > LET_GO_AFTER;
+    return person == nullptr || each.passedOver > MOST_PASSED_OVER ||
+           following::secondsBetween(each.handedOver, person->lastSeen) > JUDGED_WITHIN;
   });
   std::erase_if(unplaced, [now](const Unplaced& each) {
     return following::secondsBetween(each.lastSeen, now) > BEARING_COAST;
@@ -275,8 +275,7 @@ void People::offer(std::int64_t now, std::int64_t at) {
     }
   }
   for (const Unplaced& each : unplaced) {
-    if (each.wantedAt != 0 &&
-        following::secondsBetween(each.wantedAt, each.lastSeen) <= LET_GO_AFTER) {
+    if (each.isWanted && each.passedOver <= MOST_PASSED_OVER) {
       offerOne(each.channel, each.id, each.priority, now, each.filter.predict(at));
     }
   }

@@ -70,7 +70,7 @@ class People {
     std::int32_t id;
     std::int32_t priority;
     std::int64_t handedOver;  // time of that picture
-    std::int64_t wantedAt;    // of the last one in which he counts as handed over
+    int passedOver;           // pictures since that show this number
     double width;             // deg, as seen
     double height;
   };
@@ -81,8 +81,9 @@ class People {
     std::int32_t id;
     following::BearingFilter filter;
     std::int32_t priority = 0;
-    std::int64_t wantedAt = 0;  // 0: never
     std::int64_t lastSeen = 0;
+    bool isWanted = false;
+    int passedOver = 0;
   };
 
   // Of the channels, what pictures came last.
@@ -105,7 +106,7 @@ class People {
   std::optional<following::Sighting> placed(const Seen& seen, std::int32_t channel,
                                             double mastHeight) const;
   void seeUnplaced(const Seen& seen, std::int32_t channel, std::int64_t time, double focalLength);
-  void seeWanted(const Seen& seen, std::int32_t channel, std::int64_t time);
+  void seeWanted(const Seen& seen, std::int32_t channel);
   Wanted* wantedOf(std::int64_t identity);
   Unplaced* unplacedOf(std::int32_t channel, std::int32_t id);
 

@@ -16,6 +16,7 @@ TEST(OptionsTest, DefaultsRunWithoutEndAndWithoutDaemon) {
   EXPECT_EQ("models", options.models.filename());
   EXPECT_FALSE(options.tracks);
   EXPECT_EQ("", options.transport);
+  EXPECT_EQ("predictive", options.following);
   EXPECT_EQ(0, options.duration);
   EXPECT_EQ(1u, options.seed);
   EXPECT_FALSE(options.report);
@@ -25,6 +26,12 @@ TEST(OptionsTest, DefaultsRunWithoutEndAndWithoutDaemon) {
   EXPECT_EQ(10, options.framesPerSecond);
   EXPECT_FALSE(options.quiet);
   EXPECT_TRUE(options.log);
+}
+
+TEST(OptionsTest, TheWayOfFollowingIsOneOfTwo) {
+  EXPECT_EQ("specified", parse({"--following", "specified"}).following);
+  EXPECT_EQ("predictive", parse({"--following", "predictive"}).following);
+  EXPECT_THROW(parse({"--following", "closely"}), OptionError);
 }
 
 TEST(OptionsTest, EveryOptionIsRead) {

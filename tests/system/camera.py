@@ -88,7 +88,7 @@ class Device:
     def __init__(self, *options):
         self.process = subprocess.Popen(
             [program("virtual_device"), "--models", str(REPOSITORY / "device" / "models"),
-             "--model", MODEL, *options],
+             "--model", MODEL, "--following", "specified", *options],
             stdout=subprocess.PIPE, text=True)
         self.output = Journal()
         self.output.follow(line.rstrip("\n") for line in self.process.stdout)

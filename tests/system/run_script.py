@@ -18,6 +18,8 @@ STATUS = re.compile(r"^ *([0-9.]+) s  (\S+) +target +(\S+) +(\S+)  head +(\S+) +
 class RunTest(unittest.TestCase):
     """Every test has folders of its own for the state and the report."""
 
+    following = "specified"
+
     def setUp(self):
         require()
         folder = tempfile.TemporaryDirectory()
@@ -32,7 +34,8 @@ class RunTest(unittest.TestCase):
     def start(self, *options):
         if self.model and "--model" not in options:
             options = ("--model", self.model, *options)
-        run = Run(["--state", self.state, "--report", self.report, *options])
+        run = Run(["--state", self.state, "--report", self.report, "--following", self.following,
+                   *options])
         self.addCleanup(run.kill)
         return run
 

@@ -71,6 +71,16 @@ TEST_P(EveryModelTest, HeadAnswersWhatItIs) {
   EXPECT_TRUE(model.headParameters.contains("ImageSource.I0.Video.DetectedType"));
 }
 
+TEST_P(EveryModelTest, HeadAnswersWhereItsStopsAre) {
+  const Model model = loadModel(modelsFolder(), GetParam());
+  EXPECT_NEAR(std::stod(model.headParameters.at("PTZ.Limit.L1.MinTilt")), model.head.tilt.low,
+              0.005);
+  EXPECT_NEAR(std::stod(model.headParameters.at("PTZ.Limit.L1.MaxTilt")), model.head.tilt.high,
+              0.005);
+  EXPECT_EQ(model.headParameters.contains("PTZ.Limit.L1.MinPan"), !model.head.pan.endless);
+  EXPECT_EQ(model.headParameters.contains("PTZ.Limit.L1.MaxPan"), !model.head.pan.endless);
+}
+
 // 5 % of the picture is what an object needs at least by default; people at the far side of a
 // stage of 16 metres are more than that.
 TEST_P(EveryModelTest, PeopleAreLargeEnoughToBeFollowed) {

@@ -1,0 +1,34 @@
+#include "model/installation.h"
+
+#include <array>
+#include <cstdio>
+
+#include "world/survey.h"
+
+namespace device {
+
+namespace {
+
+std::string metres(double value) {
+  std::array<char, 32> text{};
+  std::snprintf(text.data(), text.size(), "%.3f", value);
+  return text.data();
+}
+
+}  // namespace
+
+void tellInstallation(Model& model, const std::string& following, std::uint64_t seed) {
+  const auto tell = [&model](const std::string& name, const std::string& value) {
+    model.parameters.try_emplace("root.SentrelVideo." + name, value);
+  };
+  const Survey survey = surveyOf(model.world, seed);
+  tell("Following", following);
+  tell("MastHeight", metres(survey.mastHeight));
+  for (std::size_t i = 0; i < survey.offsets.size(); ++i) {
+    const std::string camera = "Overview.C" + std::to_string(i + 1);
+    tell(camera + ".OffsetX", metres(survey.offsets[i].x));
+    tell(camera + ".OffsetY", metres(survey.offsets[i].y));
+  }
+}
+
+}  // namespace device
