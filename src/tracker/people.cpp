@@ -19,6 +19,8 @@ constexpr std::int32_t PEOPLES_CHANNEL = -1;
 constexpr int MOST_PASSED_OVER = 1;
 // How long somebody is gone on with who is seen under another number: guards judge it anew.
 constexpr double JUDGED_WITHIN = following::Identities::COAST;
+// Not in so much newer a picture: hidden, not only missed.
+constexpr double LOST_AFTER = 0.35;  // s
 // What has only a bearing cannot be expected anywhere for long.
 constexpr double BEARING_COAST = 2.0;  // s
 
@@ -85,6 +87,7 @@ People::People(const Installation& installation)
   offered.reserve(2 * CAPACITY);
   offeredBefore.reserve(2 * CAPACITY);
   members.reserve(CAPACITY);
+  followed.reserve(2 * CAPACITY);
 }
 
 // ---- Pictures ----
@@ -108,6 +111,7 @@ void People::see(std::int64_t now, std::int32_t channel, std::int64_t time, doub
   if (!isBelieved) {
     return;
   }
+  newestPicture = std::max(newestPicture, time);
   for (const Seen& each : seen) {
     const auto isPlaced = [&](const auto& sighting) { return sighting.id == each.id; };
     if (std::ranges::any_of(sightings, isPlaced)) {
@@ -263,30 +267,62 @@ std::optional<FollowedSubject> People::choose(double pan, double tilt, std::int6
   return group == nullptr ? std::nullopt : subjectOf(*group, now, at);
 }
 
+bool People::isLost(std::int64_t lastSeen) const {
+  return following::secondsBetween(lastSeen, newestPicture) > LOST_AFTER;
+}
+
+bool People::wasFollowed(const Chosen& one) const {
+  return std::ranges::count(followed, one) != 0;
+}
+
+bool People::isFollowedOneInSight() const {
+  return std::ranges::any_of(wanted,
+                             [this](const Wanted& each) {
+                               const auto* person = identities.find(each.identity);
+                               return wasFollowed({PEOPLES_CHANNEL, numberOf(each.identity)}) &&
+                                      !isLost(person->lastSeen);
+                             }) ||
+         std::ranges::any_of(unplaced, [this](const Unplaced& each) {
+           return wasFollowed({each.channel, each.id}) && !isLost(each.lastSeen);
+         });
+}
+
+// Who is lost is gone on with, but neither chosen anew nor preferred to those in sight.
+bool People::isOffered(const Chosen& one, std::int64_t lastSeen, bool isOneInSight) const {
+  return !isLost(lastSeen) || (!isOneInSight && wasFollowed(one));
+}
+
 void People::offer(std::int64_t now, std::int64_t at) {
   std::swap(offered, offeredBefore);
   offered.clear();
+  const bool isOneInSight = isFollowedOneInSight();
   for (const Wanted& each : wanted) {
+    const Chosen one{PEOPLES_CHANNEL, numberOf(each.identity)};
     const following::Person* person = identities.find(each.identity);
+    if (!isOffered(one, person->lastSeen, isOneInSight)) {
+      continue;
+    }
     const following::Member alone{&person->filter.state(), person->height.metres};
     if (const auto subject = following::predictSubject({&alone, 1}, at, installation.mastHeight,
                                                        following::Course::unknown)) {
-      offerOne(PEOPLES_CHANNEL, numberOf(each.identity), each.priority, now, *subject);
+      offerOne(one, each.priority, now, *subject);
     }
   }
   for (const Unplaced& each : unplaced) {
-    if (each.isWanted && each.passedOver <= MOST_PASSED_OVER) {
-      offerOne(each.channel, each.id, each.priority, now, each.filter.predict(at));
+    const Chosen one{each.channel, each.id};
+    if (each.isWanted && each.passedOver <= MOST_PASSED_OVER &&
+        isOffered(one, each.lastSeen, isOneInSight)) {
+      offerOne(one, each.priority, now, each.filter.predict(at));
     }
   }
 }
 
-void People::offerOne(std::int32_t channel, std::int32_t id, std::int32_t priority,
-                      std::int64_t now, const Subject& subject) {
+void People::offerOne(const Chosen& one, std::int32_t priority, std::int64_t now,
+                      const Subject& subject) {
   const double narrow = std::max(std::cos(following::radians(subject.tilt)), LEAST_FORESHORTENING);
   // Where he will be has been worked out already.
-  groups.updateSingleObject({.channel = channel,
-                             .id = id,
+  groups.updateSingleObject({.channel = one.channel,
+                             .id = one.id,
                              .priority = priority,
                              .pan = subject.pan,
                              .tilt = subject.tilt,
@@ -294,7 +330,7 @@ void People::offerOne(std::int32_t channel, std::int32_t id, std::int32_t priori
                              .height = subject.height,
                              .timestamp = now,
                              .velocity = {}});
-  offered.push_back({channel, id});
+  offered.push_back(one);
 }
 
 void People::withdrawOthers() {
@@ -312,8 +348,10 @@ std::optional<FollowedSubject> People::subjectOf(const SuperObject& group, std::
   double width = 0.0;
   double height = 0.0;
   members.clear();
+  followed.clear();
   std::optional<Subject> subject;
   for (const auto& single : group.getSingles()) {
+    followed.push_back({single->getChannel(), single->getId()});
     if (single->getChannel() == PEOPLES_CHANNEL) {
       const Wanted* each = nullptr;
       for (const Wanted& one : wanted) {

@@ -26,10 +26,11 @@ struct FollowedSubject {
 // over objects by the numbers that cameras give them; here they are people, who keep their place
 // in turns and groups when they come back under another number or in another camera's picture.
 //
-// Somebody whom no picture shows is gone on with for as long as identities look for him; somebody
-// who is seen but not handed over any more is not. Under a new number he is given some seconds to
-// be handed over again, as a guard may look at an object for a while first. What has no place on
-// the ground is followed by its bearing.
+// Somebody who was followed and whom no picture shows is gone on with for as long as identities
+// look for him, unless others of his group are in sight; somebody who is seen but not handed over
+// any more is not. Under a new number he is given some seconds to be handed over again, as a guard
+// may look at an object for a while first. What has no place on the ground is followed by its
+// bearing.
 //
 // Times are monotonic microseconds, channels count from 0. No lock: used under the tracker's mutex.
 // A picture allocates nothing but for a new number.
@@ -111,8 +112,12 @@ class People {
   Unplaced* unplacedOf(std::int32_t channel, std::int32_t id);
 
   void forgetLost(std::int64_t now);
+  bool isLost(std::int64_t lastSeen) const;
+  bool wasFollowed(const Chosen& one) const;
+  bool isFollowedOneInSight() const;
+  bool isOffered(const Chosen& one, std::int64_t lastSeen, bool isOneInSight) const;
   void offer(std::int64_t now, std::int64_t at);
-  void offerOne(std::int32_t channel, std::int32_t id, std::int32_t priority, std::int64_t now,
+  void offerOne(const Chosen& one, std::int32_t priority, std::int64_t now,
                 const following::Subject& subject);
   void withdrawOthers();
   std::optional<FollowedSubject> subjectOf(const SuperObject& group, std::int64_t now,
@@ -124,6 +129,9 @@ class People {
   std::vector<Unplaced> unplaced;
   std::map<std::int32_t, Stream> streams;  // by channel
   SuperObjectManager groups;
+
+  std::int64_t newestPicture = 0;  // of all cameras
+  std::vector<Chosen> followed;    // the group chosen last
 
   // Of the picture and the step at hand.
   std::vector<following::Identities::Seen> sightings;
