@@ -19,8 +19,8 @@ constexpr std::int32_t PEOPLES_CHANNEL = -1;
 constexpr int MOST_PASSED_OVER = 1;
 // How long somebody is gone on with who is seen under another number: guards judge it anew.
 constexpr double JUDGED_WITHIN = following::Identities::COAST;
-// Not in so much newer a picture: hidden, not only missed.
-constexpr double LOST_AFTER = 0.35;  // s
+// Not handed over in pictures that are so much newer: hidden, not only missed.
+constexpr double LOST_AFTER = 0.45;  // s
 // What has only a bearing cannot be expected anywhere for long.
 constexpr double BEARING_COAST = 2.0;  // s
 
@@ -267,8 +267,8 @@ std::optional<FollowedSubject> People::choose(double pan, double tilt, std::int6
   return group == nullptr ? std::nullopt : subjectOf(*group, now, at);
 }
 
-bool People::isLost(std::int64_t lastSeen) const {
-  return following::secondsBetween(lastSeen, newestPicture) > LOST_AFTER;
+bool People::isLost(std::int64_t handedOver) const {
+  return following::secondsBetween(handedOver, newestPicture) > LOST_AFTER;
 }
 
 bool People::wasFollowed(const Chosen& one) const {
@@ -278,9 +278,8 @@ bool People::wasFollowed(const Chosen& one) const {
 bool People::isFollowedOneInSight() const {
   return std::ranges::any_of(wanted,
                              [this](const Wanted& each) {
-                               const auto* person = identities.find(each.identity);
                                return wasFollowed({PEOPLES_CHANNEL, numberOf(each.identity)}) &&
-                                      !isLost(person->lastSeen);
+                                      !isLost(each.handedOver);
                              }) ||
          std::ranges::any_of(unplaced, [this](const Unplaced& each) {
            return wasFollowed({each.channel, each.id}) && !isLost(each.lastSeen);
@@ -288,8 +287,8 @@ bool People::isFollowedOneInSight() const {
 }
 
 // Who is lost is gone on with, but neither chosen anew nor preferred to those in sight.
-bool People::isOffered(const Chosen& one, std::int64_t lastSeen, bool isOneInSight) const {
-  return !isLost(lastSeen) || (!isOneInSight && wasFollowed(one));
+bool People::isOffered(const Chosen& one, std::int64_t handedOver, bool isOneInSight) const {
+  return !isLost(handedOver) || (!isOneInSight && wasFollowed(one));
 }
 
 void People::offer(std::int64_t now, std::int64_t at) {
@@ -299,7 +298,7 @@ void People::offer(std::int64_t now, std::int64_t at) {
   for (const Wanted& each : wanted) {
     const Chosen one{PEOPLES_CHANNEL, numberOf(each.identity)};
     const following::Person* person = identities.find(each.identity);
-    if (!isOffered(one, person->lastSeen, isOneInSight)) {
+    if (!isOffered(one, each.handedOver, isOneInSight)) {
       continue;
     }
     const following::Member alone{&person->filter.state(), person->height.metres};

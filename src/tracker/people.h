@@ -112,10 +112,10 @@ class People {
   Unplaced* unplacedOf(std::int32_t channel, std::int32_t id);
 
   void forgetLost(std::int64_t now);
-  bool isLost(std::int64_t lastSeen) const;
+  bool isLost(std::int64_t handedOver) const;
   bool wasFollowed(const Chosen& one) const;
   bool isFollowedOneInSight() const;
-  bool isOffered(const Chosen& one, std::int64_t lastSeen, bool isOneInSight) const;
+  bool isOffered(const Chosen& one, std::int64_t handedOver, bool isOneInSight) const;
   void offer(std::int64_t now, std::int64_t at);
   void offerOne(const Chosen& one, std::int32_t priority, std::int64_t now,
                 const following::Subject& subject);
