@@ -20,8 +20,8 @@ constexpr double STOOD_STILL = 0.5;   // s, after which an unchanged value is th
 constexpr double INTERRUPTION = 0.5;  // s, beyond the dead time
 
 // What a good model is off while the head moves.
-constexpr double MISFIT_ANGLE = 1.0;  // deg
-constexpr double MISFIT_TIME = 0.15;  // s, of the way
+constexpr double MISFIT_ANGLE = 0.33;  // deg
+constexpr double MISFIT_SHARE = 0.33;  // of the way since the value before
 constexpr double MISFIT_MEMORY = 0.995;
 constexpr int MISFIT_VALUES = 200;  // before anything is said
 
@@ -165,7 +165,7 @@ void HeadModel::read(std::int64_t time, double pan, double tilt) {
     if (isPlaced) {
       axes[i].place(values[i]);
     } else if (changed || axes[i].isStanding(STOOD_STILL)) {
-      compare(i, values[i]);
+      compare(i, values[i], sinceChange);
       axes[i].correct(values[i], changed ? std::optional(sinceChange) : std::nullopt);
     }
   }
@@ -174,15 +174,16 @@ void HeadModel::read(std::int64_t time, double pan, double tilt) {
   watch(time, changed, std::max(way[0], way[1]));
 }
 
-void HeadModel::compare(std::size_t axis, double degrees) {
+void HeadModel::compare(std::size_t axis, double degrees, double sinceChange) {
   const AxisMotion& motion = axes[axis].now();
   const double speed = std::abs(motion.velocity);
-  if (speed < RATIO_SPEED) {
+  if (speed < RATIO_SPEED || sinceChange > RATIO_TIME) {
     return;
   }
   compared = std::min(compared + 1, MISFIT_VALUES);
   offSquares = MISFIT_MEMORY * offSquares + squared(wrapped(degrees - motion.position));
-  expectedSquares = MISFIT_MEMORY * expectedSquares + squared(MISFIT_ANGLE + MISFIT_TIME * speed);
+  expectedSquares =
+      MISFIT_MEMORY * expectedSquares + squared(MISFIT_ANGLE + MISFIT_SHARE * speed * sinceChange);
 }
 
 double HeadModel::misfit() const {

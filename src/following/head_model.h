@@ -132,7 +132,7 @@ class HeadModel {
 
  private:
   void watch(std::int64_t time, bool changed, double way);
-  void compare(std::size_t axis, double degrees);
+  void compare(std::size_t axis, double degrees, double sinceChange);
 
   std::array<AxisTracker, 2> axes;  // pan, tilt
   bool isUsable;

@@ -2,10 +2,16 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "following/units.h"
 
 namespace {
+
+// The relay run, where none was recorded.
+constexpr double RELAY_SECONDS = 4.0;
+constexpr int RELAY_PERCENT = 35;
+constexpr double RELAY_BAND = 0.5;  // deg, to each side
 
 // Of the way to the nearer stop, what a level may take.
 constexpr double ROOM_SHARE = 0.75;
@@ -21,7 +27,7 @@ int percent(double value) {
 
 void HeadSurvey::begin() {
   axes = {Axis(stops.lowestPan, stops.highestPan), Axis(stops.lowestTilt, stops.highestTilt)};
-  staircaseBegin = 0;
+  isRelayNeeded = false;
 }
 
 void HeadSurvey::noteStatus(const PtzHeadStatus& status, std::int64_t time) {
@@ -45,26 +51,49 @@ void HeadSurvey::noteCommand(double pan, double tilt, std::int64_t time) {
 }
 
 void HeadSurvey::beginStaircase(const PtzHeadStatus& status, std::int64_t time) {
-  staircaseBegin = time;
-  const std::array<double, 2> positions{status.pan, status.tilt};
-  for (std::size_t i = 0; i < axes.size(); ++i) {
-    Axis& axis = axes[i];
-    const double room =
-        ROOM_SHARE * std::min(positions[i] - axis.lowest, axis.highest - positions[i]);
-    axis.staircase = following::Staircase(following::speedInRelay(axis.record).value_or(0.0), room);
-    axis.record.beginStaircase(time);
-    axis.position = positions[i];
-    axis.changed = time;
-    axis.speed = 0.0;
-  }
+  begun = time;
+  isRelayNeeded = axes[0].record.commands().empty();
+  axes[0].begin(status.pan, time);
+  axes[1].begin(status.tilt, time);
+}
+
+void HeadSurvey::Axis::begin(double degrees, std::int64_t time) {
+  middle = degrees;
+  position = degrees;
+  changed = time;
+  speed = 0.0;
+  level = RELAY_PERCENT;
+  beginStaircase(time);
+}
+
+void HeadSurvey::Axis::beginStaircase(std::int64_t time) {
+  record.beginStaircase(time);
+  const double room = ROOM_SHARE * std::min(middle - lowest, highest - middle);
+  staircase = following::Staircase(following::speedInRelay(record).value_or(0.0), room);
 }
 
 std::optional<following::SpeedCommand> HeadSurvey::command(std::int64_t time) {
-  const double seconds = following::secondsBetween(staircaseBegin, time);
+  if (isRelayNeeded && following::secondsBetween(begun, time) < RELAY_SECONDS) {
+    return following::SpeedCommand{axes[0].relay(), axes[1].relay()};
+  }
+  if (std::exchange(isRelayNeeded, false)) {
+    begun = time;
+    axes[0].beginStaircase(time);
+    axes[1].beginStaircase(time);
+  }
+  const double seconds = following::secondsBetween(begun, time);
   if (seconds >= std::max(axes[0].staircase.duration(), axes[1].staircase.duration())) {
     return std::nullopt;
   }
   return following::SpeedCommand{axes[0].commandAt(seconds), axes[1].commandAt(seconds)};
+}
+
+int HeadSurvey::Axis::relay() {
+  const double off = following::wrapped(position - middle);
+  if (std::abs(off) > RELAY_BAND) {
+    level = off > 0.0 ? -RELAY_PERCENT : RELAY_PERCENT;
+  }
+  return isNearStop(level) ? 0 : level;
 }
 
 int HeadSurvey::Axis::commandAt(double seconds) {

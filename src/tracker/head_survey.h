@@ -32,8 +32,9 @@ class HeadSurvey {
   void noteStatus(const PtzHeadStatus& status, std::int64_t time);
   void noteCommand(double pan, double tilt, std::int64_t time);
 
-  // From here on command() is asked. Levels are left out at which an axis, as fast as the relay's
-  // part shows it, would come near its stops.
+  // From here on command() is asked. Where no relay run was recorded, one of four seconds comes
+  // first: it shows how fast an axis is, and levels are left out at which it would come near its
+  // stops.
   void beginStaircase(const PtzHeadStatus& status, std::int64_t time);
 
   // What to command now; none when the staircase is over. An axis that comes near a stop all the
@@ -47,6 +48,9 @@ class HeadSurvey {
   struct Axis {
     explicit Axis(double lowest, double highest) : lowest(lowest), highest(highest) {}
 
+    void begin(double degrees, std::int64_t time);
+    void beginStaircase(std::int64_t time);
+    int relay();
     int commandAt(double seconds);
     bool isNearStop(int percent) const;
     void note(std::int64_t time, double degrees);
@@ -55,6 +59,7 @@ class HeadSurvey {
     following::Staircase staircase;
     double lowest;
     double highest;
+    double middle = 0.0;    // deg, of the relay
     double position = 0.0;  // deg, read last
     double speed = 0.0;     // deg/s, between the last two values
     std::int64_t changed = 0;
@@ -64,7 +69,8 @@ class HeadSurvey {
 
   HeadStops stops;
   std::array<Axis, 2> axes{Axis(0, 0), Axis(0, 0)};  // pan, tilt
-  std::int64_t staircaseBegin = 0;
+  bool isRelayNeeded = false;
+  std::int64_t begun = 0;  // the relay, then the staircase
 };
 
 #endif

@@ -119,8 +119,11 @@ std::optional<int> PredictiveFollowing::zoomFor(const std::optional<FollowedSubj
   const bool isChange =
       chosen && framing.step(elapsed, chosen->subject, controls->pursuit.error(), chosen->gap);
   isZoomOwed = isZoomOwed || isChange;
-  return isZoomOwed ? std::optional(optics.zoomScale.zoomMultiplierToTravo(framing.asked()))
-                    : std::nullopt;
+  if (!isZoomOwed) {
+    return std::nullopt;
+  }
+  const auto [low, high] = std::minmax(optics.zoomScale.minZoom, optics.zoomScale.maxZoom);
+  return std::clamp(optics.zoomScale.zoomMultiplierToTravo(framing.asked()), low, high);
 }
 
 void PredictiveFollowing::taken(const HeadCommand& command, std::int64_t time) {

@@ -5,6 +5,7 @@
 #include <array>
 
 #include "app/clock.h"
+#include "base/units.h"
 #include "config/persistent.h"
 #include "tracker/head_file.h"
 
@@ -20,6 +21,8 @@ constexpr std::int64_t QUESTION_INTERVAL = 10000000;
 
 // Above it the model of the head is not that of the head.
 constexpr double DOUBTFUL_MISFIT = 1.0;
+// A head that no model fits is not identified all day, microseconds.
+constexpr std::int64_t DOUBT_INTERVAL = 24 * 3600 * units::MICROSECONDS_PER_SECOND;
 
 constexpr double MILLISECONDS_PER_SECOND = 1000.0;
 
@@ -376,7 +379,9 @@ bool Tracker::isToConnectAnew() {
   if (!isPredictive) {
     return false;
   }
-  if (isHeadKnown && predictive.misfit() > DOUBTFUL_MISFIT) {
+  const bool mayDoubt = lastDoubt == 0 || now - lastDoubt > DOUBT_INTERVAL;
+  if (isHeadKnown && mayDoubt && predictive.misfit() > DOUBTFUL_MISFIT) {
+    lastDoubt = now;
     syslog(LOG_WARNING, "The head moves otherwise than was identified, it is identified anew.\n");
     isHeadDoubted = true;
     return true;

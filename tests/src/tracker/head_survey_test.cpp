@@ -1,0 +1,140 @@
+#include "tracker/head_survey.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+
+#include "src/following/simulated_head.h"
+
+namespace {
+
+constexpr std::int64_t TICK = 50'000;
+constexpr double START_TILT = -45.0;
+
+// What came of a survey, and how far the axes went in it.
+struct Outcome {
+  following::HeadIdentification found;
+  double lowestTilt = 0.0;
+  double highestTilt = -90.0;
+  double farthestPan = 0.0;
+  double seconds = 0.0;
+};
+
+struct Trial {
+  bool hasRelay = true;
+  HeadStops stops{.lowestTilt = -90.0, .highestTilt = 20.0};
+  std::function<bool(int)> fails = [](int) { return false; };  // commands by number
+};
+
+Outcome survey(const simulation::HeadKind& kind, const Trial& trial = {}) {
+  simulation::SimulatedHead head(kind, 3, 0.0, START_TILT);
+  HeadSurvey survey;
+  survey.setStops(trial.stops);
+  survey.begin();
+  Outcome outcome;
+  std::int64_t now = 0;
+  int number = 0;
+  const auto give = [&](double pan, double tilt) {
+    if (!trial.fails(number++)) {
+      head.command(now, pan, tilt);
+      survey.noteCommand(pan, tilt, now);
+    }
+    now += TICK;
+    head.advanceTo(now);
+    outcome.lowestTilt = std::min(outcome.lowestTilt, head.tilt());
+    outcome.highestTilt = std::max(outcome.highestTilt, head.tilt());
+    outcome.farthestPan = std::max(outcome.farthestPan, std::abs(head.pan()));
+  };
+  const auto status = [&] { return PtzHeadStatus{head.statusPan(), head.statusTilt(), 1, false}; };
+  double pan = 35.0;
+  double tilt = 35.0;
+  for (int i = 0; trial.hasRelay && i < 80; ++i) {
+    survey.noteStatus(status(), now);
+    pan = head.statusPan() > 0.5 ? -35.0 : head.statusPan() < -0.5 ? 35.0 : pan;
+    const double off = head.statusTilt() - START_TILT;
+    tilt = off > 0.5 ? -35.0 : off < -0.5 ? 35.0 : tilt;
+    give(pan, tilt);
+  }
+  const std::int64_t begin = now;
+  survey.beginStaircase(status(), now);
+  while (const auto command = survey.command(now)) {
+    survey.noteStatus(status(), now);
+    give(command->pan, command->tilt);
+  }
+  outcome.seconds = static_cast<double>(now - begin) / 1e6;
+  outcome.found = survey.identify();
+  return outcome;
+}
+
+simulation::HeadKind usual() {
+  simulation::HeadKind kind;
+  kind.latency = 0.15;
+  kind.statusPeriod = 0.05;
+  return kind;
+}
+
+TEST(HeadSurveyTest, FindsDeadTimeAndSpeedsOfBothAxes) {
+  const Outcome outcome = survey(usual());
+  ASSERT_TRUE(outcome.found.pan.isBelieved());
+  const double deadTime = simulation::SimulatedHead(usual(), 3, 0.0, 0.0).deadTime();
+  EXPECT_NEAR(outcome.found.pan.model.deadTime, deadTime, 0.035);
+  EXPECT_NEAR(outcome.found.tilt.model.deadTime, deadTime, 0.035);
+  EXPECT_NEAR(outcome.found.pan.model.curve.speed(100), 100.0, 10.0);
+  EXPECT_NEAR(outcome.found.tilt.model.curve.speed(20), 20.0, 2.0);
+  EXPECT_NEAR(outcome.seconds, 10.1, 0.2);
+}
+
+TEST(HeadSurveyTest, NeedsNoRelayRunBefore) {
+  const Outcome outcome = survey(usual(), {.hasRelay = false});
+  ASSERT_TRUE(outcome.found.pan.isBelieved());
+  EXPECT_NEAR(outcome.found.pan.model.curve.speed(60), 60.0, 6.0);
+  EXPECT_NEAR(outcome.seconds, 14.1, 0.2);  // with a short relay of its own
+}
+
+TEST(HeadSurveyTest, KeepsFromTheStopsOfTiltWhetherThereWasARelayOrNot) {
+  simulation::HeadKind fast = usual();
+  fast.fullSpeed = 200.0;
+  fast.acceleration = 600.0;
+  for (const bool hasRelay : {true, false}) {
+    const Outcome outcome = survey(fast, {.hasRelay = hasRelay});
+    EXPECT_GT(outcome.lowestTilt, -90.0) << hasRelay;
+    EXPECT_LT(outcome.highestTilt, 20.0) << hasRelay;
+    EXPECT_TRUE(outcome.found.pan.isBelieved()) << hasRelay;
+  }
+}
+
+TEST(HeadSurveyTest, KeepsFromTheStopsOfPanWhereThereAreSome) {
+  Trial trial;
+  trial.stops.lowestPan = -60.0;
+  trial.stops.highestPan = 60.0;
+  EXPECT_LT(survey(usual(), trial).farthestPan, 60.0);
+  EXPECT_GT(survey(usual()).farthestPan, 60.0);  // it would have gone further
+}
+
+TEST(HeadSurveyTest, CommandsThatFailedAreNotTakenForGiven) {
+  Trial trial;
+  trial.fails = [](int number) { return number % 7 == 3; };
+  const Outcome outcome = survey(usual(), trial);
+  ASSERT_TRUE(outcome.found.pan.isBelieved());
+  EXPECT_NEAR(outcome.found.pan.model.curve.speed(100), 100.0, 10.0);
+}
+
+TEST(HeadSurveyTest, AHeadThatDoesNotMoveIsRefused) {
+  simulation::HeadKind stuck = usual();
+  stuck.fullSpeed = 0.0;
+  EXPECT_FALSE(survey(stuck).found.pan.isBelieved());
+}
+
+TEST(HeadSurveyTest, BeginningAnewForgetsTheRecord) {
+  HeadSurvey survey;
+  survey.begin();
+  survey.noteStatus({std::nan(""), 0.0, 1, false}, 0);
+  survey.noteCommand(35.0, 35.0, 0);
+  EXPECT_EQ(survey.identify().pan.refusal, following::Refusal::unsound);
+  survey.begin();
+  EXPECT_EQ(survey.identify().pan.refusal, following::Refusal::tooShort);
+}
+
+}  // namespace

@@ -1,0 +1,409 @@
+#include "tracker/people.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <numbers>
+#include <vector>
+
+#include "fakes/fake_clock.h"
+#include "fakes/log_capture.h"
+
+namespace {
+
+constexpr std::int64_t SECOND = 1'000'000;
+constexpr std::int64_t FRAME = 100'000;
+constexpr double MAST = 5.0;     // m
+constexpr double HEIGHT = 1.7;   // m, of everybody
+constexpr double FOCAL = 805.5;  // px
+
+double degrees(double radians) {
+  return radians * 180.0 / std::numbers::pi;
+}
+
+double panOf(double x, double y) {
+  return degrees(std::atan2(x, y));
+}
+
+double tiltOf(double x, double y, double height) {
+  return -degrees(std::atan2(MAST - height, std::hypot(x, y)));
+}
+
+// Somebody at a place of the ground, as a camera below the head sees him.
+People::Seen at(std::int32_t id, double x, double y, double height = HEIGHT) {
+  People::Seen seen;
+  seen.id = id;
+  seen.box.sighting = {panOf(x, y), tiltOf(x, y, 0.0), tiltOf(x, y, height)};
+  seen.box.pan = panOf(x, y);
+  seen.box.tilt = tiltOf(x, y, height / 2.0);
+  seen.box.width = degrees(0.5 / std::hypot(x, y, MAST));
+  seen.box.height = seen.box.sighting.headTilt - seen.box.sighting.footTilt;
+  return seen;
+}
+
+class PeopleTest : public testing::Test {
+ protected:
+  PeopleTest() { clock.set(1000 * SECOND); }
+
+  void pass(std::int64_t microseconds) { clock.set(clock.now() + microseconds); }
+
+  // A picture of this moment; those of the numbers are handed over.
+  void show(std::int32_t channel, const std::vector<People::Seen>& seen,
+            const std::vector<std::int32_t>& handedOver, int priority = 1) {
+    people.see(clock.now(), channel, clock.now(), FOCAL, seen);
+    for (const std::int32_t id : handedOver) {
+      people.want(channel, id, priority, clock.now());
+    }
+  }
+
+  std::optional<FollowedSubject> choose(double pan = 0.0, double tilt = -35.0) {
+    return people.choose(pan, tilt, clock.now(), clock.now());
+  }
+
+  // Whom the head is to look at, by pan; not a number when nobody.
+  double chosenPan() {
+    const auto chosen = choose();
+    return chosen ? chosen->subject.pan : std::numeric_limits<double>::quiet_NaN();
+  }
+
+  // Somebody who stands at a place for some pictures, the last of this moment.
+  void stand(std::int32_t channel, std::int32_t id, double x, double y, int pictures = 15) {
+    for (int i = 0; i < pictures; ++i) {
+      pass(FRAME);
+      show(channel, {at(id, x, y)}, {id});
+    }
+  }
+
+  FakeClock clock;
+  const LogCapture log;
+  People people{Installation()};
+};
+
+TEST_F(PeopleTest, SomebodyWhoIsHandedOverIsFollowed) {
+  stand(0, 7, 3.0, 6.0);
+  const auto chosen = choose();
+  ASSERT_TRUE(chosen);
+  EXPECT_NEAR(chosen->subject.pan, panOf(3.0, 6.0), 0.05);
+  EXPECT_NEAR(chosen->subject.tilt, tiltOf(3.0, 6.0, HEIGHT / 2.0), 0.05);
+  EXPECT_NEAR(chosen->gap, 0.0, 1e-9);
+}
+
+TEST_F(PeopleTest, SomebodyWhoIsOnlySeenIsNot) {
+  for (int i = 0; i < 10; ++i) {
+    pass(FRAME);
+    show(0, {at(7, 3.0, 6.0)}, {});
+  }
+  EXPECT_FALSE(choose());
+  EXPECT_EQ(people.getIdentities().people().size(), 1u);
+}
+
+// At a metre a second to the right from (0, 6): a second later he is at (1, 6).
+TEST_F(PeopleTest, IsWhereHeWillBe) {
+  for (int i = 0; i <= 30; ++i) {
+    show(0, {at(7, -3.0 + 0.1 * i, 6.0)}, {7});
+    pass(FRAME);
+  }
+  clock.set(clock.now() - FRAME);
+  const auto chosen = people.choose(0.0, -35.0, clock.now(), clock.now() + SECOND);
+  ASSERT_TRUE(chosen);
+  EXPECT_NEAR(chosen->subject.pan, panOf(1.0, 6.0), 0.3);
+}
+
+TEST_F(PeopleTest, HeIsLetGoWhenAPictureShowsHimAndNoGuardHandsHimOver) {
+  stand(0, 7, 3.0, 6.0);
+  pass(FRAME);
+  show(0, {at(7, 3.0, 6.0)}, {});
+  EXPECT_TRUE(choose());  // the guards may not have come to him yet
+  pass(FRAME);
+  show(0, {at(7, 3.0, 6.0)}, {});
+  EXPECT_FALSE(choose());
+}
+
+// ---- Who is who ----
+
+TEST_F(PeopleTest, IsGoneOnWithForFourSecondsWhileNoPictureShowsHim) {
+  stand(0, 7, 3.0, 6.0);
+  choose();
+  for (int i = 0; i < 39; ++i) {
+    pass(FRAME);
+    show(0, {}, {});
+  }
+  const auto chosen = choose();
+  ASSERT_TRUE(chosen);
+  EXPECT_NEAR(chosen->gap, 3.9, 1e-6);
+  pass(2 * FRAME);
+  EXPECT_FALSE(choose());
+}
+
+// Somebody walks behind a pole for two seconds; the head may choose between him, under another
+// number, and somebody nearer to it.
+TEST_F(PeopleTest, ComesBackUnderANewNumberAsTheSamePerson) {
+  for (int i = 0; i < 20; ++i) {
+    pass(FRAME);
+    show(0, {at(7, -3.0 + 0.1 * i, 6.0)}, {7});
+  }
+  choose();
+  const std::int64_t identity = people.getIdentities().people().front().identity;
+  pass(2 * SECOND - FRAME);
+  for (int i = 40; i < 46; ++i) {
+    pass(FRAME);
+    show(0, {at(8, -3.0 + 0.1 * i, 6.0)}, {8});
+  }
+  ASSERT_EQ(people.getIdentities().people().size(), 1u);
+  EXPECT_EQ(people.getIdentities().people().front().identity, identity);
+  EXPECT_NEAR(chosenPan(), panOf(1.5, 6.0), 1.0);
+}
+
+TEST_F(PeopleTest, ANewNumberDoesNotLoseThePlaceInTheChoice) {
+  for (int i = 0; i < 20; ++i) {
+    pass(FRAME);
+    show(0, {at(7, -8.0 + 0.1 * i, 2.0)}, {7});
+  }
+  EXPECT_NEAR(chosenPan(), panOf(-6.1, 2.0), 1.0);
+  // Meanwhile there is somebody right before the head.
+  for (int i = 20; i < 40; ++i) {
+    pass(FRAME);
+    show(0, {at(1, 8.0, 3.0)}, {1});
+    choose();
+  }
+  for (int i = 40; i < 46; ++i) {
+    pass(FRAME);
+    show(0, {at(8, -8.0 + 0.1 * i, 2.0), at(1, 8.0, 3.0)}, {8, 1});
+  }
+  EXPECT_NEAR(people.choose(70.0, -35.0, clock.now(), clock.now())->subject.pan, panOf(-3.5, 2.0),
+              2.0);
+}
+
+TEST_F(PeopleTest, AGuardMayTakeItsTimeOverANewNumber) {
+  stand(0, 7, 3.0, 6.0);
+  choose();
+  pass(SECOND);
+  for (int i = 0; i < 20; ++i) {
+    pass(FRAME);
+    show(0, {at(8, 3.0, 6.0)}, {});
+    EXPECT_TRUE(choose()) << i;
+  }
+  for (int i = 0; i < 15; ++i) {
+    pass(FRAME);
+    show(0, {at(8, 3.0, 6.0)}, {});
+  }
+  EXPECT_FALSE(choose());
+}
+
+TEST_F(PeopleTest, TwoCamerasThatSeeHimAtOnceSeeOne) {
+  for (int i = 0; i < 15; ++i) {
+    pass(FRAME);
+    show(0, {at(7, 3.0, 6.0)}, {7});
+    show(1, {at(3, 3.05, 6.0)}, {3});
+  }
+  EXPECT_EQ(people.getIdentities().people().size(), 1u);
+  const auto chosen = choose();
+  ASSERT_TRUE(chosen);
+  EXPECT_LT(chosen->subject.width, 6.0);  // half a metre at eight
+}
+
+TEST_F(PeopleTest, IsHandedOverByTheNextCamera) {
+  stand(0, 7, 3.0, 6.0);
+  stand(1, 4, 3.05, 6.0, 10);
+  EXPECT_EQ(people.getIdentities().people().size(), 1u);
+  EXPECT_NEAR(chosenPan(), panOf(3.0, 6.0), 1.0);
+}
+
+TEST_F(PeopleTest, ThoseInSightArePreferredToWhoIsLost) {
+  for (int i = 0; i < 15; ++i) {
+    pass(FRAME);
+    show(0, {at(1, -1.0, 6.0), at(2, 1.0, 6.0)}, {1, 2});
+  }
+  EXPECT_NEAR(chosenPan(), 0.0, 0.5);  // both together
+  for (int i = 0; i < 6; ++i) {
+    pass(FRAME);
+    show(0, {at(2, 1.0, 6.0)}, {2});
+  }
+  EXPECT_NEAR(chosenPan(), panOf(1.0, 6.0), 0.5);
+}
+
+TEST_F(PeopleTest, AStrangerWhoIsLostIsNotChosen) {
+  for (int i = 0; i < 15; ++i) {
+    pass(FRAME);
+    show(0, {at(1, -9.0, 2.0), at(2, 9.0, 2.0)}, {1, 2});
+  }
+  EXPECT_NEAR(people.choose(77.0, -30.0, clock.now(), clock.now())->subject.pan, panOf(9.0, 2.0),
+              0.5);
+  for (int i = 0; i < 6; ++i) {
+    pass(FRAME);
+    show(0, {at(2, 9.0, 2.0)}, {2});
+  }
+  for (int i = 0; i < 2; ++i) {
+    pass(FRAME);
+    show(0, {at(2, 9.0, 2.0)}, {});
+  }
+  EXPECT_FALSE(choose());
+}
+
+// ---- Choosing, as it is for every way of following ----
+
+TEST_F(PeopleTest, TheHighestPriorityIsChosen) {
+  for (int i = 0; i < 15; ++i) {
+    pass(FRAME);
+    show(0, {at(1, -9.0, 2.0), at(2, 9.0, 2.0)}, {1}, 1);
+    people.want(0, 2, 5, clock.now());
+  }
+  EXPECT_NEAR(people.choose(-77.0, -30.0, clock.now(), clock.now())->subject.pan, panOf(9.0, 2.0),
+              0.5);
+}
+
+// The turn of somebody goes on under his new number: four seconds of five are over.
+TEST_F(PeopleTest, TakesTurnsByPersonNotByNumber) {
+  people.selection().setSwitchObject(true);
+  people.selection().setTimePerObject(5);
+  const auto show15 = [this](std::int32_t left, int pictures) {
+    for (int i = 0; i < pictures; ++i) {
+      pass(FRAME);
+      show(0, {at(left, -9.0, 2.0), at(2, 9.0, 2.0)}, {left, 2});
+      choose();
+    }
+  };
+  show15(1, 40);
+  EXPECT_NEAR(chosenPan(), panOf(-9.0, 2.0), 0.5);
+  show15(8, 8);
+  EXPECT_NEAR(chosenPan(), panOf(-9.0, 2.0), 0.5);
+  show15(8, 6);
+  EXPECT_NEAR(chosenPan(), panOf(9.0, 2.0), 0.5);
+}
+
+TEST_F(PeopleTest, ThoseWhoDoNotFitIntoTheWidestViewAreNoGroup) {
+  people.selection().setMaxObjectSize({20.0, 20.0});
+  for (int i = 0; i < 15; ++i) {
+    pass(FRAME);
+    show(0, {at(1, -3.0, 6.0), at(2, 3.0, 6.0)}, {1, 2});
+  }
+  EXPECT_NEAR(std::abs(chosenPan()), panOf(3.0, 6.0), 0.5);
+}
+
+// A lorry is no person: the frame holds all of it.
+TEST_F(PeopleTest, WhatIsMuchLargerThanAPersonIsFramedAsItIsSeen) {
+  People::Seen lorry = at(1, 0.0, 12.0);
+  lorry.box.width = 25.0;
+  lorry.box.height = 14.0;
+  for (int i = 0; i < 15; ++i) {
+    pass(FRAME);
+    show(0, {lorry}, {1});
+  }
+  const auto chosen = choose();
+  ASSERT_TRUE(chosen);
+  EXPECT_EQ(chosen->subject.width, 25.0);
+  EXPECT_EQ(chosen->subject.height, 14.0);
+}
+
+// ---- Without a place on the ground ----
+
+TEST_F(PeopleTest, WhatHasNoFootIsFollowedByItsBearing) {
+  People::Seen bird = at(1, 0.0, 12.0);
+  bird.box.sighting.footTilt = 5.0;
+  bird.box.sighting.headTilt = 8.0;
+  bird.box.pan = 12.0;
+  bird.box.tilt = 6.5;
+  for (int i = 0; i < 10; ++i) {
+    pass(FRAME);
+    show(0, {bird}, {1});
+  }
+  const auto chosen = choose();
+  ASSERT_TRUE(chosen);
+  EXPECT_NEAR(chosen->subject.pan, 12.0, 0.01);
+  EXPECT_NEAR(chosen->subject.tilt, 6.5, 0.01);
+  EXPECT_TRUE(people.getIdentities().people().empty());
+  for (int i = 0; i < 2; ++i) {
+    pass(FRAME);
+    show(0, {bird}, {});
+  }
+  EXPECT_FALSE(choose());
+}
+
+TEST_F(PeopleTest, AFootThatIsCutOffFollowsFromTheHead) {
+  stand(0, 7, 0.0, 3.0);
+  People::Seen cut = at(7, 0.0, 2.0);
+  cut.box.sighting.footTilt += 6.0;  // where the picture ends
+  cut.box.isFootCut = true;
+  for (int i = 0; i < 20; ++i) {
+    pass(FRAME);
+    show(0, {cut}, {7});
+  }
+  EXPECT_NEAR(people.getIdentities().people().front().filter.state().mean(1), 2.0, 0.1);
+}
+
+TEST_F(PeopleTest, LegsThatAreHiddenAreKnownFromHowTallHeIs) {
+  stand(0, 7, 0.0, 6.0, 30);
+  People::Seen hidden = at(7, 0.0, 6.0);
+  hidden.box.sighting.footTilt = tiltOf(0.0, 6.0, 0.8);  // behind a wall
+  for (int i = 0; i < 10; ++i) {
+    pass(FRAME);
+    show(0, {hidden}, {7});
+  }
+  EXPECT_NEAR(people.getIdentities().people().front().filter.state().mean(1), 6.0, 0.15);
+}
+
+// ---- What cannot be ----
+
+TEST_F(PeopleTest, AFrameThatComesTwiceCountsOnce) {
+  stand(0, 7, 3.0, 6.0, 5);
+  people.see(clock.now() + 20'000, 0, clock.now(), FOCAL, std::vector{at(7, 3.0, 6.0)});
+  EXPECT_EQ(people.getIdentities().people().front().pictures, 5);
+}
+
+TEST_F(PeopleTest, PicturesWhoseTimesLieAreLeftOutAndToldOnce) {
+  for (int i = 0; i < 10; ++i) {
+    pass(FRAME);
+    people.see(clock.now(), 0, clock.now() + 3600 * SECOND, FOCAL, std::vector{at(7, 3.0, 6.0)});
+    people.want(0, 7, 1, clock.now() + 3600 * SECOND);
+    people.see(clock.now(), 1, clock.now() - 3600 * SECOND, FOCAL, std::vector{at(7, 3.0, 6.0)});
+    people.want(1, 7, 1, clock.now() - 3600 * SECOND);
+  }
+  EXPECT_FALSE(choose());
+  EXPECT_EQ(LogCapture::count(
+                "The times of camera 1's pictures cannot be, nobody is followed by them.\n"),
+            1);
+  EXPECT_EQ(LogCapture::count(
+                "The times of camera 2's pictures cannot be, nobody is followed by them.\n"),
+            1);
+}
+
+TEST_F(PeopleTest, NumbersThatAreNotFiniteAreLeftOut) {
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  const double infinity = std::numeric_limits<double>::infinity();
+  stand(0, 7, 3.0, 6.0);
+  for (const double wrong : {nan, infinity, -infinity}) {
+    for (int i = 0; i < 5; ++i) {
+      pass(FRAME);
+      People::Seen seen = at(7, 3.0, 6.0);
+      seen.box.sighting.footTilt = wrong;
+      People::Seen other = at(9, 3.0, 6.0);
+      other.box.sighting = {wrong, wrong, wrong};
+      other.box.pan = wrong;
+      other.box.height = wrong;
+      show(0, {seen, other}, {7, 9});
+      const auto chosen = choose();
+      ASSERT_TRUE(!chosen || std::isfinite(chosen->subject.pan));
+      ASSERT_TRUE(!chosen || std::isfinite(chosen->subject.width));
+    }
+  }
+}
+
+TEST_F(PeopleTest, MoreThanThereIsRoomForAreLeftOut) {
+  std::vector<People::Seen> crowd;
+  std::vector<std::int32_t> numbers;
+  for (int i = 0; i < 400; ++i) {
+    crowd.push_back(at(i, -20.0 + 0.1 * i, 10.0));
+    crowd.back().box.sighting.footTilt = i % 2 == 0 ? crowd.back().box.sighting.footTilt : 5.0;
+    numbers.push_back(i);
+  }
+  for (int i = 0; i < 5; ++i) {
+    pass(FRAME);
+    show(0, crowd, numbers);
+    EXPECT_TRUE(choose());
+  }
+  EXPECT_LE(people.getIdentities().people().size(), People::CAPACITY);
+}
+
+}  // namespace
