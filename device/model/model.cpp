@@ -326,6 +326,7 @@ DetectionSetup readDetections(const Section& section) {
   detections.leastPixels = section.number("least_px");
   detections.hiddenByOthers = section.flag("hidden_by_others");
   detections.mostHidden = section.number("most_hidden");
+  detections.mergedFrom = section.number("merged_from");
   detections.occlusions = readOcclusions(section.section("occlusions"));
   detections.memory = section.number("memory_s");
   detections.newId = section.number("new_id");

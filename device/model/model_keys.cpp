@@ -143,6 +143,7 @@ constexpr std::array KEYS{
     number("detections.least_px", "px", 0, 1000, "0"),
     flag("detections.hidden_by_others", "false"),
     number("detections.most_hidden", "share", 0, 1, "0.7"),
+    number("detections.merged_from", "share", 0.05, 1, "0.5"),
     section("detections.occlusions", "none"),
     number("detections.occlusions.per_s", "1/s", 0, 10, "0"),
     number("detections.occlusions.least_s", "s", 0, 60, "0.5"),

@@ -10,9 +10,8 @@
 namespace device {
 namespace {
 
-constexpr double MERGE_OVERLAP = 0.5;  // of the smaller box: from here on two people are one object
-constexpr double PART_OVERLAP = 0.25;  // below it they are two again
-constexpr double EDGE_ZONE = 0.02;     // within it of the picture's edge confidence is low
+constexpr double PART_SHARE = 0.5;  // of the overlap that merges: below it they are two again
+constexpr double EDGE_ZONE = 0.02;  // within it of the picture's edge confidence is low
 constexpr double LEAST_CONFIDENCE = 0.25;
 constexpr double LONG_GAP = 0.4;  // seconds; after a shorter one nobody gets a new id
 constexpr double UNIT = 4096;
@@ -35,14 +34,14 @@ bool overlapsAny(const std::vector<int>& people, const Silhouette& silhouette,
 
 // Those of a group that still hang together, the first person's part first.
 std::vector<std::vector<int>> partsOf(std::vector<int> people,
-                                      const std::map<int, Silhouette>& seen) {
+                                      const std::map<int, Silhouette>& seen, double limit) {
   std::vector<std::vector<int>> parts;
   while (!people.empty()) {
     std::vector<int> part{people.front()};
     people.erase(people.begin());
     for (std::size_t i = 0; i < part.size(); ++i) {
       const auto hangsOn = [&](int other) {
-        return overlapsAny({part[i]}, seen.at(other), seen, PART_OVERLAP);
+        return overlapsAny({part[i]}, seen.at(other), seen, limit);
       };
       const auto rest = std::stable_partition(people.begin(), people.end(), std::not_fn(hangsOn));
       part.insert(part.end(), rest, people.end());
@@ -160,7 +159,8 @@ void Analytics::forgetLeavers(const Seen& seen, double now, Frame& frame) {
 bool Analytics::splitParted(const Seen& seen, Frame& frame) {
   std::vector<Tracked> parted;
   for (Tracked& tracked : trackedObjects) {
-    std::vector<std::vector<int>> parts = partsOf(tracked.people, seen);
+    std::vector<std::vector<int>> parts =
+        partsOf(tracked.people, seen, PART_SHARE * setup.mergedFrom);
     if (parts.size() < 2) {
       continue;
     }
@@ -183,7 +183,7 @@ void Analytics::mergeOverlapping(const Seen& seen, Frame& frame) {
     for (std::size_t j = i + 1; j < trackedObjects.size();) {
       const std::vector<int>& others = trackedObjects[j].people;
       const bool meets = std::any_of(others.begin(), others.end(), [&](int other) {
-        return overlapsAny(trackedObjects[i].people, seen.at(other), seen, MERGE_OVERLAP);
+        return overlapsAny(trackedObjects[i].people, seen.at(other), seen, setup.mergedFrom);
       });
       if (!meets) {
         ++j;
@@ -212,7 +212,7 @@ void Analytics::addNewcomers(const Seen& seen) {
     const auto hides =
         std::find_if(trackedObjects.begin(), trackedObjects.end(),
                      [&, &outline = silhouette](const Tracked& tracked) {
-                       return overlapsAny(tracked.people, outline, seen, MERGE_OVERLAP);
+                       return overlapsAny(tracked.people, outline, seen, setup.mergedFrom);
                      });
     if (hides != trackedObjects.end()) {
       hides->people.push_back(person);

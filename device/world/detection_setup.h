@@ -30,6 +30,10 @@ struct DetectionSetup {
   double mostHidden = 0.7;      // share from which on somebody is not detected
   OcclusionSetup occlusions;
 
+  // Two whose boxes share more than this of the smaller one are one object, until they share less
+  // than half of that; 1 for never.
+  double mergedFrom = 0.5;
+
   double memory = 0;   // seconds for which the id of somebody who is not detected is kept
   double newId = 0;    // probability of a new id all the same after a gap of 0.4 s or more
   double swapped = 0;  // probability that two who part exchange their ids

@@ -246,6 +246,7 @@ TEST(ModelTest, TheConditionsAreAsTold) {
     EXPECT_DOUBLE_EQ(model.head.status.period, told.statusPeriod);
     EXPECT_DOUBLE_EQ(model.world.channels[2].frames.age, told.frameAge);
     EXPECT_DOUBLE_EQ(model.world.detections.missed, told.missed);
+    EXPECT_EQ(model.world.detections.mergedFrom, 1);
     EXPECT_NEAR(model.world.detections.occlusions.perSecond, told.occlusions, 1e-4);
     EXPECT_DOUBLE_EQ(model.world.detections.newId, told.newId);
     EXPECT_DOUBLE_EQ(model.world.channels[3].mountingError.roll, told.mounting);

@@ -117,6 +117,28 @@ TEST_F(AnalyticsTest, OutlinesThatMeetMergeAndAreSplitWhenTheyPart) {
   EXPECT_GT(centreOf(parted.objects[0], camera).x, 0);  // the first person kept the id
 }
 
+// Told to merge from 30 % on, they part below 15 %: 0.35 m apart they share 30 %, 0.45 m 10 %.
+TEST_F(AnalyticsTest, HowMuchHasToBeSharedIsTold) {
+  DetectionSetup setup;
+  setup.mergedFrom = 0.3;
+  analytics = Analytics(1, setup);
+  see({at(1, -1), at(2, 1)});
+  EXPECT_THAT(idsOf(see({at(1, -0.15), at(2, 0.15)})), ElementsAre(1));
+  EXPECT_THAT(idsOf(see({at(1, -0.2), at(2, 0.2)})), ElementsAre(1));
+  EXPECT_THAT(idsOf(see({at(1, -0.225), at(2, 0.225)})), ElementsAre(1, 3));
+}
+
+TEST_F(AnalyticsTest, WhoNeverMergesStaysTwoInOnePlace) {
+  DetectionSetup setup;
+  setup.mergedFrom = 1;
+  analytics = Analytics(1, setup);
+  see({at(1, -1), at(2, 1)});
+  const Frame met = see({at(1, 0), at(2, 0)});
+  EXPECT_THAT(idsOf(met), ElementsAre(1, 2));
+  EXPECT_THAT(met.events, IsEmpty());
+  EXPECT_THAT(idsOf(see({at(1, 0), at(2, 0), at(3, 0)})), ElementsAre(1, 2, 3));
+}
+
 TEST_F(AnalyticsTest, WhatIsAbsorbedIsDeletedOnceWhenOthersLeaveInTheSamePicture) {
   see({at(1, -1), at(2, 1), at(3, 5)});
   EXPECT_THAT(see({at(1, -0.1), at(2, 0.1)}).events,
