@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "config/persistent.h"
+#include "model/installation.h"
 #include "score/baselines.h"
 #include "score/configured_areas.h"
 #include "score/scorer.h"
@@ -25,7 +26,6 @@ constexpr double SHORTEST_STAY = 8;      // seconds, of somebody who is scored
 constexpr double LEAD = 3;               // seconds before somebody appears
 constexpr double TUNING_PATIENCE = 600;  // seconds
 constexpr double PLAN_STEP = 0.2;        // seconds, at which the best fixed pose is sought
-constexpr const char* FOLLOWING = "root.SentrelVideo.Following";
 constexpr const char* FIRST_SETTINGS = R"({"sentrel_enabled":true,"return_to_home_enabled":true})";
 
 // A folder of its own for the daemon's files.
@@ -76,7 +76,7 @@ device::Model modelOf(const JobOptions& options) {
   if (model.isMechanical()) {
     throw std::runtime_error(options.model + ": a head that moves its own picture is not scored");
   }
-  model.parameters[FOLLOWING] = options.following;
+  device::tellInstallation(model, options.following, options.seed);
   if (options.tracks) {
     lookAtHome(model, options.place);
   }
