@@ -16,6 +16,10 @@ std::int64_t now() {
   return memory::Fibres::get().now();
 }
 
+double seconds() {
+  return units::toSeconds(now());
+}
+
 std::int64_t toMicroseconds(double seconds) {
   return std::llround(seconds * 1e6);
 }
@@ -30,10 +34,7 @@ DeviceInMemory::DeviceInMemory(const device::Model& model, const device::World& 
       parameters(model.parameters),
       headParameters(model.headParameters,
                      [ready = now() + toMicroseconds(bootSeconds)] { return now() >= ready; }),
-      monitor({.onState =
-                   [this](const std::string& state) {
-                     toldStates.push_back({units::toSeconds(now()), state});
-                   },
+      monitor({.onState = [this](const std::string& state) { tuningWatch.state(seconds(), state); },
                .onSentreling = [](bool) {},
                .onAlarm = [](bool) {}}) {
   memory::setDevice(this);
@@ -41,6 +42,10 @@ DeviceInMemory::DeviceInMemory(const device::Model& model, const device::World& 
 
 DeviceInMemory::~DeviceInMemory() {
   memory::setDevice(nullptr);
+}
+
+device::TuningFigures DeviceInMemory::tuning() const {
+  return tuningWatch.figures(seconds());
 }
 
 std::optional<std::string> DeviceInMemory::parameter(const std::string& name) {
@@ -120,6 +125,7 @@ bool DeviceInMemory::undeclareEvent(std::uint32_t id) {
 
 void DeviceInMemory::log(int, const std::string& line) {
   logged.push_back(line);
+  tuningWatch.logLine(line);
 }
 
 }  // namespace score

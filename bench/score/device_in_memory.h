@@ -7,6 +7,7 @@
 
 #include "memory/device.h"
 #include "model/model.h"
+#include "score/tuning.h"
 #include "services/application_monitor.h"
 #include "services/event_table.h"
 #include "services/head_drive.h"
@@ -15,12 +16,6 @@
 #include "world/world.h"
 
 namespace score {
-
-// The tracker told that it is in a state.
-struct ToldState {
-  double time = 0;  // seconds of the clock
-  std::string name;
-};
 
 // The virtual device without its ways to the application: head, parameters, lenses and events of a
 // model, at the time of the platform in memory. Stands behind that platform for its life.
@@ -35,9 +30,11 @@ class DeviceInMemory final : public memory::Device {
 
   device::Head& head() { return drive.getHead(); }
 
-  // The tracker's state as it was told last, empty before; and each that it was told to have.
+  // The tracker's state as it was told last, empty before.
   const std::string& state() const { return monitor.getState(); }
-  const std::vector<ToldState>& states() const { return toldStates; }
+
+  // How the head has been tuned.
+  device::TuningFigures tuning() const;
 
   // Lines of the log, of all priorities.
   const std::vector<std::string>& lines() const { return logged; }
@@ -61,7 +58,7 @@ class DeviceInMemory final : public memory::Device {
   device::ParameterStore parameters;
   device::HeadParameters headParameters;
   device::EventTable events;
-  std::vector<ToldState> toldStates;
+  device::TuningWatch tuningWatch;
   std::vector<std::string> logged;
   device::ApplicationMonitor monitor;
 };

@@ -94,25 +94,9 @@ device::WorldOptions worldOf(const JobOptions& options) {
   return world;
 }
 
-Tuning tuningOf(const DeviceInMemory& device) {
-  Tuning tuning;
-  double began = 0;
-  for (const ToldState& told : device.states()) {
-    if (told.name == "connecting") {
-      began = told.time;
-    }
-    tuning.attempts += told.name == "autotuning" ? 1 : 0;
-    tuning.seconds = told.time - began;
-  }
-  std::string tunedFor;
-  Persistent::getCameraName(tunedFor);
-  tuning.isTuned = !tunedFor.empty();
-  return tuning;
-}
-
 // With nobody in sight. A head that cannot be tuned goes on as it does then, and is not tuned again
 // before each run.
-Tuning tune(SimulationSetup setup) {
+device::TuningFigures tune(SimulationSetup setup) {
   setup.hasPictures = false;
   Simulation simulation(setup);
   simulation.runUntil(TUNING_PATIENCE,
@@ -120,11 +104,12 @@ Tuning tune(SimulationSetup setup) {
   if (simulation.device().state() != "running") {
     throw std::runtime_error(setup.model.name + ": the tracker does not come to run");
   }
-  const Tuning tuning = tuningOf(simulation.device());
-  if (!tuning.isTuned) {
+  std::string tunedFor;
+  Persistent::getCameraName(tunedFor);
+  if (tunedFor.empty()) {
     Persistent::setCameraName(setup.model.headParameters.at("Brand.ProdNbr"));
   }
-  return tuning;
+  return simulation.device().tuning();
 }
 
 // Whether somebody counts.
@@ -236,7 +221,7 @@ double lengthOf(const JobOptions& options) {
   return std::min(options.seconds.value_or(length), length);
 }
 
-Scored scoreWhole(const JobOptions& options, SimulationSetup setup) {
+Scored scoreWhole(const JobOptions& options, SimulationSetup setup, device::TuningFigures& tuning) {
   if (!options.isFromStart) {
     setup.start = -LEAD;
   }
@@ -248,6 +233,7 @@ Scored scoreWhole(const JobOptions& options, SimulationSetup setup) {
     return areas.contains(view.position);
   };
   const auto samples = record(simulation, 0, lengthOf(options), counts);
+  tuning = options.isFromStart ? simulation.device().tuning() : tuning;
   return scoredOf(
       samples, setup.model,
       device::bestFixedPose(samples, device::scoreSetupOf(setup.model), setup.model.head));
@@ -272,7 +258,7 @@ JobResult runJob(const JobOptions& options) {
   setup.bootSeconds = setup.model.headBootSeconds;
   JobResult result;
   if (options.isFromStart) {
-    result.runs.push_back(scoreWhole(options, setup));
+    result.runs.push_back(scoreWhole(options, setup, result.tuning));
     return result;
   }
   result.tuning = tune(setup);
@@ -280,7 +266,7 @@ JobResult runJob(const JobOptions& options) {
   if (options.tracks && !options.isWhole) {
     result.runs = scoreOneByOne(options, setup);
   } else {
-    result.runs.push_back(scoreWhole(options, setup));
+    result.runs.push_back(scoreWhole(options, setup, result.tuning));
   }
   return result;
 }

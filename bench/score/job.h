@@ -9,6 +9,7 @@
 
 #include "model/model.h"
 #include "score/score_figures.h"
+#include "score/tuning.h"
 #include "world/world.h"
 
 namespace score {
@@ -39,13 +40,6 @@ struct JobOptions {
   static constexpr double SCENE_SECONDS = 300;
 };
 
-// How the tracker came to run.
-struct Tuning {
-  double seconds = 0;    // from the first connecting to running
-  int attempts = 0;      // how often it began to tune
-  bool isTuned = false;  // gains were found
-};
-
 // What a head earned, and what others would have with the same people.
 struct Scored {
   std::optional<int> person;  // of a recording, one by one
@@ -56,7 +50,7 @@ struct Scored {
 };
 
 struct JobResult {
-  Tuning tuning;
+  device::TuningFigures tuning;
   std::vector<Scored> runs;
 };
 

@@ -83,7 +83,8 @@ json_t* runJson(const Scored& run) {
 std::string toJson(const JobResult& result) {
   const JsonAutoPtr json(json_pack("{s:{s:f, s:i, s:b}, s:[]}", "tuning", "seconds",
                                    result.tuning.seconds, "attempts", result.tuning.attempts,
-                                   "tuned", static_cast<int>(result.tuning.isTuned), "runs"));
+                                   "tuned", static_cast<int>(result.tuning.panGains.has_value()),
+                                   "runs"));
   json_t* runs = json_object_get(json.get(), "runs");
   for (const Scored& run : result.runs) {
     json_array_append_new(runs, runJson(run));

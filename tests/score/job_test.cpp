@@ -86,7 +86,7 @@ TEST(JobTest, WhoIsThereForLessThanEightSecondsIsNotScored) {
 
 TEST(JobTest, AHeadIsTunedBeforeAnybodyComes) {
   const JobResult result = runJob(sceneOptions("ideal", 20));
-  EXPECT_TRUE(result.tuning.isTuned);
+  EXPECT_TRUE(result.tuning.succeeded.value());
   EXPECT_EQ(1, result.tuning.attempts);
   EXPECT_GT(result.tuning.seconds, 5);
   // Tuned with nobody there: the score holds all of the run.
@@ -95,7 +95,8 @@ TEST(JobTest, AHeadIsTunedBeforeAnybodyComes) {
 
 TEST(JobTest, ALinkThatIsTooSlowIsNotTunedButFollows) {
   const JobResult result = runJob(sceneOptions("slow-link", 40));
-  EXPECT_FALSE(result.tuning.isTuned);
+  EXPECT_FALSE(result.tuning.succeeded.value());
+  EXPECT_EQ(3, result.tuning.failedAttempts);
   EXPECT_GT(result.runs.at(0).followed.motion.startsPerSecond, 0);
 }
 
@@ -105,7 +106,8 @@ TEST(JobTest, FromTheStartTheScoreBeginsWithTheTuningsEnd) {
   options.isFromStart = true;
   const double scored = runJob(options).runs.at(0).followed.seconds;
   const JobResult tuned = runJob(sceneOptions("ideal", 20));
-  EXPECT_NEAR(60 - tuned.tuning.seconds, scored, 0.6);
+  constexpr double BOOT = 2;  // seconds, of every model
+  EXPECT_NEAR(60 - BOOT - tuned.tuning.seconds, scored, 0.6);
 }
 
 TEST(JobTest, TheClairvoyantIsBetterThanTheDaemonAndThatThanAParkedHead) {
