@@ -47,7 +47,7 @@ std::unique_ptr<ServiceClient> ServiceClient::connect(const char* name, const ch
 }
 
 GObjectPtr<GDBusConnection> ServiceClient::bus(GError** error) const {
-  const std::lock_guard lock(mutex);
+  const LockGuard lock(mutex);
   if (g_dbus_connection_is_closed(connection.get())) {
     GObjectPtr<GDBusConnection> opened = openSystemBus(error);
     if (!opened) {

@@ -13,10 +13,10 @@
 
 #include <atomic>
 #include <memory>
-#include <mutex>
 #include <string>
 
 #include "base/glib_ptr.h"
+#include "base/mutex.h"
 
 class ServiceClient {
  public:
@@ -53,8 +53,8 @@ class ServiceClient {
  private:
   ServiceClient(GObjectPtr<GDBusConnection> connection, const char* name, const char* path);
 
-  mutable std::mutex mutex;
-  mutable GObjectPtr<GDBusConnection> connection;
+  mutable Mutex mutex;
+  mutable GObjectPtr<GDBusConnection> connection GUARDED_BY(mutex);
   mutable std::atomic<bool> isSilent = false;  // the last call was not answered in time
   std::string name;
   std::string path;

@@ -6,6 +6,7 @@
 #include <memory>
 #include <vector>
 
+#include "base/allocated.h"
 #include "geometry/clip.h"
 #include "geometry/predicates.h"
 
@@ -18,13 +19,6 @@ using geometry::Points;
 // triangle 34. Up to so many of them fit into 64 bits.
 __extension__ using Wide = __int128;
 constexpr size_t FEW_VERTICES = 2048;
-
-struct Free {
-  void operator()(void* memory) const { std::free(memory); }
-};
-
-template <typename T>
-using Allocated = std::unique_ptr<T, Free>;
 
 Points pointsOf(const gm_point* points, int count) {
   if (points == nullptr || count <= 0) {

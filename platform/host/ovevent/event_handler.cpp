@@ -42,7 +42,7 @@ void presentState(Subscription& subscription, GVariant* list) {
     g_variant_get(event.get(), "(ub@a(ssavusss)x)", nullptr, &stateless, &rawKeys, &time);
     const GVariantPtr keys(rawKeys);
     if (stateless == FALSE) {
-      subscription.present(EventKeys::fromVariant(keys.get()), time);
+      subscription.present(keysFrom(keys.get()), time);
     }
   }
 }
@@ -62,19 +62,19 @@ void onPresentState(GObject* bus, GAsyncResult* result, void* userData) {
 class EventHandler::Subscriptions {
  public:
   void add(std::uint32_t id, SubscriptionPtr subscription) {
-    const std::lock_guard lock(mutex);
+    const LockGuard lock(mutex);
     subscriptions.emplace(id, std::move(subscription));
   }
 
   // Null when there is no such subscription.
   SubscriptionPtr take(std::uint32_t id) {
-    const std::lock_guard lock(mutex);
+    const LockGuard lock(mutex);
     const auto found = subscriptions.find(id);
     return found == subscriptions.end() ? nullptr : subscriptions.extract(found).mapped();
   }
 
   std::vector<SubscriptionPtr> all() {
-    const std::lock_guard lock(mutex);
+    const LockGuard lock(mutex);
     std::vector<SubscriptionPtr> result;
     for (const auto& [id, subscription] : subscriptions) {
       result.push_back(subscription);
@@ -92,7 +92,7 @@ class EventHandler::Subscriptions {
     gint64 time = 0;
     g_variant_get(arguments, "(u@a(ssavusss)x)", nullptr, &rawKeys, &time);
     const GVariantPtr owned(rawKeys);
-    const EventKeys keys = EventKeys::fromVariant(owned.get());
+    const EventKeys keys = keysFrom(owned.get());
     const auto& self = *static_cast<std::shared_ptr<Subscriptions>*>(userData);
     for (const SubscriptionPtr& subscription : self->all()) {
       subscription->deliver(keys, time);
@@ -104,8 +104,8 @@ class EventHandler::Subscriptions {
   }
 
  private:
-  std::mutex mutex;
-  std::map<std::uint32_t, SubscriptionPtr> subscriptions;
+  Mutex mutex;
+  std::map<std::uint32_t, SubscriptionPtr> subscriptions GUARDED_BY(mutex);
 };
 
 // What is called on the main context; each is given a weak pointer of its own, as the handler may
@@ -150,7 +150,7 @@ std::shared_ptr<EventHandler> EventHandler::create(GError** error) {
     return nullptr;
   }
   std::shared_ptr<EventHandler> handler(new EventHandler(std::move(service)));
-  const std::lock_guard lock(handler->calls);
+  const LockGuard lock(handler->calls);
   return handler->attach(error) ? handler : nullptr;
 }
 
@@ -162,7 +162,7 @@ void EventHandler::shutDown() {
   for (const SubscriptionPtr& subscription : subscriptions->all()) {
     subscription->close();
   }
-  const std::lock_guard lock(calls);
+  const LockGuard lock(calls);
   isShutDown = true;
   stopListening();
   // A service that fails once may take the whole time-out for each of the others.
@@ -268,7 +268,7 @@ bool EventHandler::tellEverything(GError** error) {
 bool EventHandler::tellDeclaration(Declaration& declaration, GError** error) {
   const GVariantPtr reply =
       service->callOwner(bus.get(), owner, "Declare",
-                         g_variant_new("(@a(ssavusss)b)", declaration.keys.toVariant(),
+                         g_variant_new("(@a(ssavusss)b)", toVariant(declaration.keys),
                                        declaration.stateless ? TRUE : FALSE),
                          "(u)", error);
   if (!reply) {
@@ -310,7 +310,7 @@ GVariantPtr EventHandler::call(const char* method, const MakeArguments& argument
 }
 
 void EventHandler::ownerChanged() {
-  const std::lock_guard lock(calls);
+  const LockGuard lock(calls);
   if (isShutDown || !bus) {
     return;
   }
@@ -322,7 +322,7 @@ void EventHandler::ownerChanged() {
 }
 
 void EventHandler::busLost(GDBusConnection* connection) {
-  const std::lock_guard lock(calls);
+  const LockGuard lock(calls);
   if (isShutDown || connection != bus.get()) {
     return;
   }
@@ -344,7 +344,7 @@ void EventHandler::lookForBus() {
 
 // The service may come later than its bus: its coming is heard of then.
 bool EventHandler::busFound() {
-  const std::lock_guard lock(calls);
+  const LockGuard lock(calls);
   if (!isShutDown) {
     attach(nullptr);
   }
@@ -356,12 +356,12 @@ bool EventHandler::busFound() {
 
 bool EventHandler::declare(const EventKeys& keys, bool stateless, std::uint32_t& declaration,
                            GError** error) {
-  const std::lock_guard lock(calls);
+  const LockGuard lock(calls);
   Declaration event{.keys = keys, .stateless = stateless};
   GError* failure = nullptr;
   const GVariantPtr reply = call(
       "Declare",
-      [&] { return g_variant_new("(@a(ssavusss)b)", keys.toVariant(), stateless ? TRUE : FALSE); },
+      [&] { return g_variant_new("(@a(ssavusss)b)", toVariant(keys), stateless ? TRUE : FALSE); },
       "(u)", &failure);
   if (reply) {
     g_variant_get(reply.get(), "(u)", &event.id);
@@ -377,18 +377,18 @@ bool EventHandler::declare(const EventKeys& keys, bool stateless, std::uint32_t&
 
 bool EventHandler::send(std::uint32_t declaration, const EventKeys& keys, std::int64_t time,
                         GError** error) {
-  const std::lock_guard lock(calls);
+  const LockGuard lock(calls);
   const auto found = declarations.find(declaration);
   if (found == declarations.end()) {
     return notFound(error, "declaration", declaration);
   }
   Declaration& event = found->second;
-  event.keys.update(keys);
+  updateValues(event.keys, keys);
   GError* failure = nullptr;
   const GVariantPtr reply = call(
       "Send",
       [&] {
-        return g_variant_new("(u@a(ssavusss)x)", event.id, keys.toVariant(),
+        return g_variant_new("(u@a(ssavusss)x)", event.id, toVariant(keys),
                              static_cast<gint64>(time));
       },
       "()", &failure);
@@ -401,7 +401,7 @@ bool EventHandler::send(std::uint32_t declaration, const EventKeys& keys, std::i
 }
 
 bool EventHandler::undeclare(std::uint32_t declaration, GError** error) {
-  const std::lock_guard lock(calls);
+  const LockGuard lock(calls);
   const auto found = declarations.find(declaration);
   if (found == declarations.end()) {
     return notFound(error, "declaration", declaration);
@@ -425,7 +425,7 @@ bool EventHandler::undeclare(std::uint32_t declaration, GError** error) {
 // for, so that the first has been handled too and whatever is sent after the return is told.
 bool EventHandler::subscribe(const EventKeys& pattern, OVEventSubscriptionCallback callback,
                              void* userData, std::uint32_t& id, GError** error) {
-  const std::lock_guard lock(calls);
+  const LockGuard lock(calls);
   if (!attach(error)) {
     return false;
   }

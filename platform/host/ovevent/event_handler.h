@@ -6,9 +6,9 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 
+#include "base/mutex.h"
 #include "bus/service_client.h"
 #include "ovevent.h"
 #include "ovevent/event_keys.h"
@@ -53,39 +53,39 @@ class EventHandler : public std::enable_shared_from_this<EventHandler> {
 
   explicit EventHandler(std::unique_ptr<ServiceClient> service);
 
-  // All with calls held.
-  bool attach(GError** error);
-  void listenOn(GObjectPtr<GDBusConnection> connection);
-  void listenToSent();
-  void stopListening();
-  void detach();
-  bool tellEverything(GError** error);
-  bool tellDeclaration(Declaration& declaration, GError** error);
-  void askForPresentState(const std::shared_ptr<Subscription>& subscription);
+  bool attach(GError** error) REQUIRES(calls);
+  void listenOn(GObjectPtr<GDBusConnection> connection) REQUIRES(calls);
+  void listenToSent() REQUIRES(calls);
+  void stopListening() REQUIRES(calls);
+  void detach() REQUIRES(calls);
+  bool tellEverything(GError** error) REQUIRES(calls);
+  bool tellDeclaration(Declaration& declaration, GError** error) REQUIRES(calls);
+  void askForPresentState(const std::shared_ptr<Subscription>& subscription) REQUIRES(calls);
   GVariantPtr call(const char* method, const MakeArguments& arguments, const char* reply,
-                   GError** error);
-  void lookForBus();
+                   GError** error) REQUIRES(calls);
+  void lookForBus() REQUIRES(calls);
 
   // On the main context.
-  void ownerChanged();
-  void busLost(GDBusConnection* connection);
-  bool busFound();
+  void ownerChanged() EXCLUDES(calls);
+  void busLost(GDBusConnection* connection) EXCLUDES(calls);
+  bool busFound() EXCLUDES(calls);
 
   const std::unique_ptr<ServiceClient> service;
   const std::shared_ptr<Subscriptions> subscriptions;
 
   // Held over every call to the service. No callback is ever waited for under it.
-  std::mutex calls;
-  bool isShutDown = false;
-  GObjectPtr<GDBusConnection> bus;  // the one that is listened on
-  std::string owner;                // of the service's name there, empty while it is away
-  std::map<std::uint32_t, Declaration> declarations;  // by the ids that the application has
-  std::uint32_t lastDeclaration = 0;
-  std::uint32_t lastSubscription = 0;
-  guint ownerSignal = 0;
-  guint sentSignal = 0;
-  gulong closedSignal = 0;
-  bool isLookingForBus = false;
+  Mutex calls;
+  bool isShutDown GUARDED_BY(calls) = false;
+  GObjectPtr<GDBusConnection> bus GUARDED_BY(calls);  // the one that is listened on
+  std::string owner GUARDED_BY(calls);  // of the service's name there, empty while it is away
+  std::map<std::uint32_t, Declaration> declarations
+      GUARDED_BY(calls);  // by the ids that the application has
+  std::uint32_t lastDeclaration GUARDED_BY(calls) = 0;
+  std::uint32_t lastSubscription GUARDED_BY(calls) = 0;
+  guint ownerSignal GUARDED_BY(calls) = 0;
+  guint sentSignal GUARDED_BY(calls) = 0;
+  gulong closedSignal GUARDED_BY(calls) = 0;
+  bool isLookingForBus GUARDED_BY(calls) = false;
 };
 
 #endif

@@ -1,6 +1,8 @@
-#include "ovevent/types.h"
+#include <gio/gio.h>
 
 #include <string>
+
+#include "ovevent/types.h"
 
 namespace {
 
@@ -54,7 +56,7 @@ EventKey* findKey(OVEventKeyValueSet* set, const char* key, const char* nameSpac
     refuse(error, "A set and a key are needed");
     return nullptr;
   }
-  EventKey* found = set->keys.find(key, orEmpty(nameSpace));
+  EventKey* found = findKey(set->keys, key, orEmpty(nameSpace));
   if (found == nullptr) {
     reportAbsent(error, key);
   }
@@ -69,7 +71,7 @@ const T* findValue(const OVEventKeyValueSet* set, const char* key, const char* n
     refuse(error, "A set and a key are needed");
     return nullptr;
   }
-  const EventKey* found = set->keys.find(key, orEmpty(nameSpace));
+  const EventKey* found = findKey(set->keys, key, orEmpty(nameSpace));
   if (found == nullptr) {
     reportAbsent(error, key);
     return nullptr;
@@ -106,7 +108,7 @@ gboolean ov_event_key_value_set_add(OVEventKeyValueSet* set, const char* key, co
       !isText(static_cast<const char*>(value))) {
     return refuse(error, "The value is no valid text");
   }
-  EventKey& target = set->keys.at(key, orEmpty(nameSpace));
+  EventKey& target = keyAt(set->keys, key, orEmpty(nameSpace));
   target.value.reset();
   if (value != nullptr) {
     target.value = copyValue(type, value);
@@ -159,10 +161,10 @@ gboolean ov_event_key_value_set_mark_as_user_defined(OVEventKeyValueSet* set, co
   if (target == nullptr) {
     return FALSE;
   }
-  if (!target->tag.empty()) {
-    target->tag += ' ';
+  if (!target->userTag.empty()) {
+    target->userTag += ' ';
   }
-  target->tag += tag;
+  target->userTag += tag;
   return TRUE;
 }
 

@@ -15,7 +15,7 @@ void Subscription::deliver(const EventKeys& keys, std::int64_t time) {
 }
 
 void Subscription::present(const EventKeys& keys, std::int64_t time) {
-  if (!keys.match(pattern) || !enter()) {
+  if (!matches(keys, pattern) || !enter()) {
     return;
   }
   callback(id, new OVEvent{.set = {.keys = keys}, .time = time}, userData);
@@ -23,16 +23,15 @@ void Subscription::present(const EventKeys& keys, std::int64_t time) {
 }
 
 void Subscription::close() {
-  std::unique_lock lock(mutex);
+  const LockGuard lock(mutex);
   isClosed = true;
-  if (runner == std::this_thread::get_id()) {
-    return;
+  while (depth > 0 && runner != std::this_thread::get_id()) {
+    left.wait(mutex);
   }
-  left.wait(lock, [this] { return depth == 0; });
 }
 
 bool Subscription::enter() {
-  const std::lock_guard lock(mutex);
+  const LockGuard lock(mutex);
   if (isClosed) {
     return false;
   }
@@ -42,10 +41,10 @@ bool Subscription::enter() {
 }
 
 void Subscription::leave() {
-  const std::lock_guard lock(mutex);
+  const LockGuard lock(mutex);
   if (--depth > 0) {
     return;
   }
   runner = {};
-  left.notify_all();
+  left.notifyAll();
 }

@@ -5,11 +5,10 @@
 #ifndef OVEVENT_SUBSCRIPTION_H
 #define OVEVENT_SUBSCRIPTION_H
 
-#include <condition_variable>
 #include <cstdint>
-#include <mutex>
 #include <thread>
 
+#include "base/mutex.h"
 #include "ovevent.h"
 #include "ovevent/event_keys.h"
 
@@ -27,11 +26,11 @@ class Subscription {
   void goLive() { isLive = true; }
 
   // No callback runs after the return. Waits for one that runs, unless it is the caller.
-  void close();
+  void close() EXCLUDES(mutex);
 
  private:
-  bool enter();
-  void leave();
+  bool enter() EXCLUDES(mutex);
+  void leave() EXCLUDES(mutex);
 
   const std::uint32_t id;
   const EventKeys pattern;
@@ -39,11 +38,11 @@ class Subscription {
   void* const userData;
   bool isLive = false;  // of the main context's thread
 
-  std::mutex mutex;
-  std::condition_variable left;
-  bool isClosed = false;
-  int depth = 0;  // a callback that runs the main context is called within itself
-  std::thread::id runner;
+  Mutex mutex;
+  Condition left;
+  bool isClosed GUARDED_BY(mutex) = false;
+  int depth GUARDED_BY(mutex) = 0;  // a callback that runs the main context is called within itself
+  std::thread::id runner GUARDED_BY(mutex);
 };
 
 #endif

@@ -6,21 +6,13 @@
 #include <memory>
 #include <string>
 
+#include "base/glib_ptr.h"
 #include "ovparameter.h"
 
 namespace ptzmath {
 namespace {
 
-struct CloseStore {
-  void operator()(OVParameter* store) const { ov_parameter_free(store); }
-};
-
-struct FreeText {
-  void operator()(char* text) const { g_free(text); }
-};
-
-using Store = std::unique_ptr<OVParameter, CloseStore>;
-using Text = std::unique_ptr<char, FreeText>;
+using Store = std::unique_ptr<OVParameter, GDeleter<ov_parameter_free>>;
 
 std::optional<double> numberIn(const char* text) {
   char* end = nullptr;
@@ -36,7 +28,7 @@ std::optional<double> readAngle(const Store& store, const std::string& name) {
   if (!ov_parameter_get(store.get(), name.c_str(), &value, nullptr)) {
     return std::nullopt;
   }
-  const Text text(value);
+  const GTextPtr text(value);
   return numberIn(text.get());
 }
 

@@ -2,8 +2,8 @@
 
 #include <cmath>
 #include <memory>
-#include <mutex>
 
+#include "base/mutex.h"
 #include "bus/service_client.h"
 
 namespace {
@@ -12,19 +12,19 @@ constexpr const char* NAME = "com.orva.PTZService";
 constexpr const char* PATH = "/com/orva/PTZService";
 
 // Commands reach the head in the order of the calls, so the lock is held until the answer is there.
-std::mutex s_mutex;
-std::unique_ptr<ServiceClient> s_service;
+Mutex s_mutex;
+std::unique_ptr<ServiceClient> s_service GUARDED_BY(s_mutex);
 
 gboolean refuse(GError** error, const char* message) {
   g_set_error_literal(error, G_IO_ERROR, G_IO_ERROR_INVALID_ARGUMENT, message);
   return FALSE;
 }
 
-// Consumes arguments. Takes the lock.
-GVariantPtr callService(const char* method, GVariant* arguments, const char* reply,
-                        GError** error) {
+// Consumes arguments.
+GVariantPtr callService(const char* method, GVariant* arguments, const char* reply, GError** error)
+    EXCLUDES(s_mutex) {
   const GVariantPtr owned(g_variant_ref_sink(arguments));
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   if (!s_service) {
     g_set_error_literal(error, G_IO_ERROR, G_IO_ERROR_NOT_INITIALIZED,
                         "The PTZ library is not initialized");
@@ -49,13 +49,13 @@ bool areChannelAndSource(int channel, const char* source) {
 }  // namespace
 
 gboolean ptztolva_init(void) {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   s_service = ServiceClient::connect(NAME, PATH, nullptr);
   return s_service ? TRUE : FALSE;
 }
 
 void ptztolva_cleanup(void) {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   s_service.reset();
 }
 

@@ -8,12 +8,12 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdlib>
-#include <memory>
 #include <span>
 #include <string_view>
 #include <system_error>
 #include <utility>
 
+#include "base/allocated.h"
 #include "base/local_socket.h"
 #include "scene.h"
 
@@ -24,10 +24,6 @@ constexpr std::size_t SCENE_HEAD_SIZE = 8;     // what scene_area_size reads
 constexpr std::size_t MAX_FRAME_SIZE = std::size_t{16} << 20;
 
 thread_local const SceneSubscriber* t_reading = nullptr;
-
-struct Free {
-  void operator()(char* data) const { std::free(data); }
-};
 
 std::span<const std::uint8_t> bytesOf(std::string_view text) {
   return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
@@ -87,7 +83,12 @@ int SceneSubscriber::subscribe() {
   if (isWithinCallback()) {
     return VIDEO_SCENE_SUBSCRIBER_BAD_STATE;
   }
-  std::unique_lock lock(mutex);
+  const int begun = beginAttempt();
+  return begun == VIDEO_SCENE_SUBSCRIBER_OK ? endAttempt(ask()) : begun;
+}
+
+int SceneSubscriber::beginAttempt() {
+  const LockGuard lock(mutex);
   if (isAttempting || !hasEnded) {
     return VIDEO_SCENE_SUBSCRIBER_BAD_STATE;
   }
@@ -99,14 +100,13 @@ int SceneSubscriber::subscribe() {
   if (!stream.isOpen()) {
     return connectionError(errno);
   }
-
-  const std::string request =
-      "SUBSCRIBE " + std::to_string(channel) + ' ' + std::to_string(properties) + '\n';
   isAttempting = true;
   isCutShort = false;
-  lock.unlock();
-  int result = ask(request);
-  lock.lock();
+  return VIDEO_SCENE_SUBSCRIBER_OK;
+}
+
+int SceneSubscriber::endAttempt(int result) {
+  const LockGuard lock(mutex);
   isAttempting = false;
   if (isCutShort) {
     result = VIDEO_SCENE_SUBSCRIBER_FAILED;
@@ -124,7 +124,7 @@ int SceneSubscriber::unsubscribe() {
   if (isWithinCallback()) {
     return VIDEO_SCENE_SUBSCRIBER_BAD_STATE;
   }
-  const std::lock_guard lock(mutex);
+  const LockGuard lock(mutex);
   if (isAttempting) {
     isCutShort = true;
     shutdown(stream.get(), SHUT_RDWR);
@@ -138,7 +138,7 @@ int SceneSubscriber::change(Change apply) {
   if (isWithinCallback()) {
     return VIDEO_SCENE_SUBSCRIBER_BAD_STATE;
   }
-  const std::lock_guard lock(mutex);
+  const LockGuard lock(mutex);
   if (isAttempting || !hasEnded) {
     return VIDEO_SCENE_SUBSCRIBER_BAD_STATE;
   }
@@ -159,7 +159,9 @@ int SceneSubscriber::setEnabled(Property property, bool enabled) {
 }
 
 // Without the mutex: the service may take its time, and the stream stays as it is meanwhile.
-int SceneSubscriber::ask(const std::string& request) const {
+int SceneSubscriber::ask() const {
+  const std::string request =
+      "SUBSCRIBE " + std::to_string(channel) + ' ' + std::to_string(properties) + '\n';
   const auto deadline = std::chrono::steady_clock::now() + answerTimeout;
   std::array<std::uint8_t, 3> answer{};
   if (!local_socket::setTimeout(stream.get(), answerTimeout) ||
@@ -219,8 +221,7 @@ bool SceneSubscriber::readFrame() const {
   if (length > MAX_FRAME_SIZE) {
     return false;
   }
-  std::unique_ptr<char, Free> frame(
-      static_cast<char*>(std::malloc(std::max<std::size_t>(length, 1))));
+  Allocated<char> frame(static_cast<char*>(std::malloc(std::max<std::size_t>(length, 1))));
   if (!frame) {
     return false;
   }

@@ -16,11 +16,11 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
-#include <mutex>
 #include <string>
 #include <thread>
 
 #include "base/file_descriptor.h"
+#include "base/mutex.h"
 #include "video_scene_subscriber.h"
 
 inline constexpr const char* SUBSCRIBER_SOCKET = "/var/run/strata/subscriber";
@@ -59,8 +59,10 @@ class SceneSubscriber {
   template <typename Change>
   int change(Change apply);
 
-  int ask(const std::string& request) const;
-  int startReader();
+  int beginAttempt() EXCLUDES(mutex);
+  int ask() const EXCLUDES(mutex);
+  int endAttempt(int result) EXCLUDES(mutex);
+  int startReader() REQUIRES(mutex);
   bool endReader();
   void run();
   bool readFrame() const;
@@ -71,9 +73,13 @@ class SceneSubscriber {
   void* const userData;
   const std::chrono::milliseconds answerTimeout;
 
-  std::mutex mutex;  // never taken by the reader thread, nor held while the service is waited for
-  bool isAttempting = false;  // the stream stays as it is until the attempt is over
-  bool isCutShort = false;
+  // Never taken by the reader thread, nor held while the service is waited for.
+  mutable Mutex mutex;
+  bool isAttempting GUARDED_BY(mutex) = false;
+  bool isCutShort GUARDED_BY(mutex) = false;
+
+  // Changed with the mutex only, and only while there is neither an attempt nor a reader: both read
+  // them without it.
   video_scene_subscriber_disconnect_callback onDisconnect = nullptr;
   video_scene_subscriber_message_callback onMessage = nullptr;
   unsigned properties = 0;
