@@ -78,6 +78,11 @@ TEST_F(PersistentTest, WithoutAFileEverythingIsAtItsDefault) {
   EXPECT_EQ(folder.fileCount(), 0) << "reading makes no file";
 }
 
+TEST_F(PersistentTest, OtherFilesStandBesideTheSettings) {
+  Persistent::setPathForTest("/some/where/settings.json");
+  EXPECT_EQ(Persistent::pathBeside("head.json"), "/some/where/head.json");
+}
+
 TEST_F(PersistentTest, AnEmptyObjectGivesDefaults) {
   write("{}");
   expectDefaults();

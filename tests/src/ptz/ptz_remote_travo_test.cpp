@@ -347,6 +347,20 @@ TEST_F(PtzRemoteTravoTest, ZoomLimits) {
   EXPECT_EQ(zoom, 9999);
 }
 
+TEST_F(PtzRemoteTravoTest, StopsOfAnAxisThatHasSome) {
+  head.setParameter("PTZ.Limit.L1.MinTilt", "-90");
+  head.setParameter("PTZ.Limit.L1.MaxTilt", "20.5");
+  double lowest = -7.0;
+  double highest = 7.0;
+  EXPECT_FALSE(link.getStops("Pan", lowest, highest));
+  EXPECT_EQ(lowest, -7.0);
+  EXPECT_TRUE(link.getStops("Tilt", lowest, highest));
+  EXPECT_EQ(lowest, -90.0);
+  EXPECT_EQ(highest, 20.5);
+  head.setParameter("PTZ.Limit.L1.MaxTilt", "-90");  // there is nothing in between
+  EXPECT_FALSE(link.getStops("Tilt", lowest, highest));
+}
+
 TEST_F(PtzRemoteTravoTest, ZoomLimitsBeyondTheRangeAreTheNearest) {
   head.setParameter("PTZ.Limit.L1.MinZoom", "-4294967297");
   head.setParameter("PTZ.Limit.L1.MaxZoom", "4294967297");

@@ -467,4 +467,17 @@ TEST_F(VideoChannelTest, RandomPointsOfTheSceneComeToTheirAngles) {
   }
 }
 
+// ---- Directions of many pixels ----
+
+// 0.05 degrees to a pixel around (960, 540).
+TEST_F(VideoChannelTest, TheDirectionOfAPlaceIsThatOfTheNearestPixel) {
+  VideoChannel channel(0);
+  ASSERT_TRUE(channel.init());
+  channel.prepare();
+  EXPECT_NEAR(channel.directionOf({1060.4, 440.4}).x, 15.0, 1e-4);
+  EXPECT_NEAR(channel.directionOf({1060.4, 440.4}).y, -15.0, 1e-4);
+  EXPECT_NEAR(channel.directionOf({1060.6, 440.6}).x, 15.05, 1e-4);
+  EXPECT_NEAR(channel.directionOf({-40.0, 1180.0}).x, -40.0, 1e-4);  // beyond the border
+}
+
 }  // namespace

@@ -12,6 +12,7 @@
 #include "fakes/fake_clock.h"
 #include "fakes/fake_ptz_library.h"
 #include "fakes/log_capture.h"
+#include "src/tracker/late_head.h"
 #include "src/tracker/moves.h"
 
 namespace {
@@ -326,6 +327,76 @@ TEST_F(AutotunerTest, ATunerThatIsIdleIsAnInternalError) {
   idle.step();
   EXPECT_TRUE(LogCapture::has("Autotuning internal error\n"));
   EXPECT_THAT(FakePtzLibrary::moves(), IsEmpty());
+}
+
+// ---- With a survey ----
+
+class SurveyTest : public AutotunerTest {
+ protected:
+  // Until it is done; the steps that were taken, each once.
+  std::vector<int> run(Autotuner::Relay relay) {
+    tuner.start(survey, relay);
+    std::vector<int> steps;
+    for (int i = 0; i < 4000 && tuner.getStep() != 0; ++i) {
+      if (steps.empty() || steps.back() != tuner.getStep()) {
+        steps.push_back(tuner.getStep());
+      }
+      FakePtzLibrary::clearMoves();
+      const AutotuneFinding finding = tuner.step();
+      gains += finding.hasGains ? 1 : 0;
+      surveys += finding.hasSurvey ? 1 : 0;
+      late.take(FakePtzLibrary::moves());
+      clock.set(clock.now() + 50'000);
+    }
+    return steps;
+  }
+
+  HeadSurvey survey;
+  LateHead late;
+  int surveys = 0;
+};
+
+TEST_F(SurveyTest, TheStaircaseFollowsTheRelay) {
+  EXPECT_THAT(run(Autotuner::Relay::wanted), ElementsAre(1, 2, 3, 4, 5, 8, 7));
+  EXPECT_EQ(gains, 1);
+  EXPECT_EQ(surveys, 1);
+  EXPECT_TRUE(survey.identify().pan.isBelieved());
+}
+
+TEST_F(SurveyTest, OrIsRunAlone) {
+  EXPECT_THAT(run(Autotuner::Relay::leftOut), ElementsAre(1, 2, 3, 4, 8, 7));
+  EXPECT_EQ(gains, 0);
+  EXPECT_EQ(surveys, 1);
+}
+
+// The relay times out three times; the staircase shows that the head does not move.
+TEST_F(SurveyTest, IsRunWhenTheRelayHasFailedForGood) {
+  late.gain = 0.0;
+  EXPECT_THAT(run(Autotuner::Relay::wanted),
+              ElementsAre(1, 2, 3, 4, 5, 6, 1, 2, 3, 4, 5, 6, 1, 2, 3, 4, 5, 6, 1, 2, 3, 4, 8, 7));
+  EXPECT_EQ(gains, 0);
+  EXPECT_EQ(surveys, 1);
+}
+
+TEST_F(SurveyTest, AHeadThatFallsSilentIsStoppedAndTheRunFails) {
+  tuner.start(survey, Autotuner::Relay::leftOut);
+  for (int i = 0; i < 60; ++i) {
+    FakePtzLibrary::clearMoves();
+    tuner.step();
+    late.take(FakePtzLibrary::moves());
+    clock.set(clock.now() + 50'000);
+  }
+  ASSERT_EQ(tuner.getStep(), 8);
+  FakePtzLibrary::failStatus(1, "mute");
+  EXPECT_THAT(step(), ElementsAre(IsStop()));
+  EXPECT_EQ(tuner.getStep(), 6);
+}
+
+TEST_F(SurveyTest, ARunWithoutOneMakesNone) {
+  run(Autotuner::Relay::leftOut);
+  tuner.start();
+  goTo(5);
+  EXPECT_EQ(tuner.getStep(), 5);
 }
 
 }  // namespace
