@@ -12,6 +12,7 @@
 
 #include "events/dummy_event_producer.h"
 #include "src/tracker/tracker_fixture.h"
+#include "tracker/head_file.h"
 
 namespace {
 
@@ -547,6 +548,26 @@ TEST_F(TrackerAreaGuardTest, ObjectsAreFoundInWhateverOrderAFrameNamesThem) {
   see(2);
   frame(guard, {4, 2});
   EXPECT_THAT(tracked(guard), ElementsAre(2, 4));
+}
+
+// ---- Who is who ----
+
+TEST_F(TrackerAreaGuardTest, ObjectsAreSeenBeforeTheyAreHandedOverAndGoneOnWithWhenTheyAreHidden) {
+  FakeParameters::set("SentrelVideo.Following", "predictive");
+  HeadFile::store("TRK-100", {});
+  head.setUp("TRK-100");
+  startConnected("TRK-100");
+  TrackerAreaGuard& guard = makeGuard();
+  see(3, {.tilt = -23.0});
+  see(4, {.pan = OUTSIDE_PAN, .tilt = -23.0});
+  frame(guard, {3, 4});
+  setHead(0.0, -23.0);
+  const auto moves = step();
+  ASSERT_THAT(moves, SizeIs(1));
+  EXPECT_GT(moves[0].pan, 0.0);
+  frame(guard, {4});
+  EXPECT_THAT(tracked(guard), IsEmpty());
+  EXPECT_GT(step().at(0).pan, 0.0);  // goes on to where he was
 }
 
 }  // namespace

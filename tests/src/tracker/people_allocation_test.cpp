@@ -1,0 +1,60 @@
+// What runs with every frame takes nothing from the heap for those who are known already.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <new>
+#include <vector>
+
+#include "fakes/fake_clock.h"
+#include "tracker/people.h"
+
+namespace {
+
+std::atomic<long> allocations{0};
+
+}  // namespace
+
+void* operator new(std::size_t size) {
+  ++allocations;
+  void* block = std::malloc(size == 0 ? 1 : size);
+  if (block == nullptr) throw std::bad_alloc();
+  return block;
+}
+void operator delete(void* block) noexcept {
+  std::free(block);
+}
+void operator delete(void* block, std::size_t) noexcept {
+  std::free(block);
+}
+
+namespace {
+
+TEST(PeopleAllocationTest, PicturesTakeNothingFromTheHeap) {
+  People people{Installation()};
+  std::vector<People::Seen> seen(40);
+  std::int64_t now = 1'000'000'000;
+  long before = 0;
+  for (int i = 0; i < 200; ++i) {
+    now += 100'000;
+    for (int k = 0; k < 40; ++k) {
+      // New numbers every three seconds; one in ten has no place on the ground.
+      seen[k].id = k + 40 * (i / 30);
+      seen[k].box.sighting = {-60.0 + 3.0 * k + 0.2 * i, k % 10 == 0 ? 3.0 : -40.0, -29.0};
+      seen[k].box.pan = seen[k].box.sighting.pan;
+      seen[k].box.tilt = -35.0;
+      seen[k].box.width = 3.0;
+      seen[k].box.height = 11.0;
+    }
+    const int channel = i % 2;
+    people.see(now, channel, now, 805.5, seen);
+    for (const People::Seen& each : seen) {
+      people.want(channel, each.id, 1, now);
+    }
+    before = i == 5 ? allocations.load() : before;  // both channels are known
+  }
+  EXPECT_EQ(allocations, before);
+  EXPECT_GT(people.getIdentities().people().size(), 20U);
+}
+
+}  // namespace
