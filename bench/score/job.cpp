@@ -25,7 +25,7 @@ namespace fs = std::filesystem;
 constexpr double SHORTEST_STAY = 8;      // seconds, of somebody who is scored
 constexpr double LEAD = 3;               // seconds before somebody appears
 constexpr double TUNING_PATIENCE = 600;  // seconds
-constexpr double PLAN_STEP = 0.2;        // seconds, at which the best fixed pose is sought
+constexpr double PLAN_STEP = 0.5;        // seconds, at which the best fixed pose is sought
 constexpr const char* FIRST_SETTINGS = R"({"sentrel_enabled":true,"return_to_home_enabled":true})";
 
 // A folder of its own for the daemon's files.
@@ -178,6 +178,7 @@ device::HeadPose fixedPoseFor(const std::vector<device::Track>& tracks,
     samples.push_back({.time = i * PLAN_STEP,
                        .head = device::homePose(setup.model.head),
                        .people = scoredPeople(world, i * PLAN_STEP, counts)});
+    std::erase_if(samples.back().people, [](const auto& person) { return !person.counts; });
   }
   return device::bestFixedPose(samples, device::scoreSetupOf(setup.model), setup.model.head);
 }
@@ -190,7 +191,8 @@ Scored scorePerson(SimulationSetup setup, const std::string& configuration,
   const auto counts = [person](const device::PersonView& view) {
     return view.id == person && view.inside;
   };
-  Scored scored = scoredOf(record(simulation, from, to, counts), setup.model, fixedPose);
+  const auto samples = record(simulation, from, to, counts);
+  Scored scored = scoredOf(samples, setup.model, fixedPose);
   scored.person = person;
   return scored;
 }

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cmath>
 #include <optional>
-#include <stdexcept>
 
 #include "base/json_auto_ptr.h"
 #include "base/json_text.h"
@@ -29,7 +28,9 @@ JsonAutoPtr squareAround(const device::PicturePoint& place) {
 }  // namespace
 
 WatchedPerson::WatchedPerson(Simulation& simulation, const std::string& configuration, int person)
-    : simulation(simulation), configuration(configuration), person(person) {
+    : simulation(simulation),
+      configuration(json_loads(configuration.c_str(), 0, nullptr)),
+      person(person) {
   simulation.daemon().configure(configuration);
   for (int channel = 0; channel < simulation.world().channelCount(); ++channel) {
     simulation.daemon().configureCamera(channel + 1, std::nullopt);
@@ -39,8 +40,8 @@ WatchedPerson::WatchedPerson(Simulation& simulation, const std::string& configur
 
 void WatchedPerson::moveArea(int channel, double time) {
   const auto place = placeInPicture(channel, time);
-  simulation.daemon().configureCamera(channel + 1,
-                                      place ? std::optional(documentWith(*place)) : std::nullopt);
+  simulation.daemon().configureCamera(
+      channel + 1, place ? std::optional(documentWith(channel, *place)) : std::nullopt);
 }
 
 // Nothing outside the picture.
@@ -57,12 +58,16 @@ std::optional<device::PicturePoint> WatchedPerson::placeInPicture(int channel, d
   return std::nullopt;
 }
 
-std::string WatchedPerson::documentWith(const device::PicturePoint& place) const {
-  const JsonAutoPtr document(json_loads(configuration.c_str(), 0, nullptr));
+// With the profiles of that camera alone.
+std::string WatchedPerson::documentWith(int channel, const device::PicturePoint& place) const {
+  const JsonAutoPtr document(json_deep_copy(configuration.get()));
   json_t* profiles = json_object_get(json_object_get(document.get(), "params"), "profiles");
-  std::size_t index = 0;
-  json_t* profile = nullptr;
-  json_array_foreach(profiles, index, profile) {
+  for (std::size_t i = json_array_size(profiles); i-- > 0;) {
+    json_t* profile = json_array_get(profiles, i);
+    if (json_integer_value(json_object_get(profile, "camera")) != channel + 1) {
+      json_array_remove(profiles, i);
+      continue;
+    }
     json_t* trigger = json_array_get(json_object_get(profile, "triggers"), 0);
     json_object_set_new(trigger, "data", squareAround(place).release());
   }

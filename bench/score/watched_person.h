@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "base/json_auto_ptr.h"
 #include "score/simulation.h"
 
 namespace score {
@@ -21,10 +22,10 @@ class WatchedPerson {
  private:
   void moveArea(int channel, double time);
   std::optional<device::PicturePoint> placeInPicture(int channel, double time) const;
-  std::string documentWith(const device::PicturePoint& place) const;
+  std::string documentWith(int channel, const device::PicturePoint& place) const;
 
   Simulation& simulation;
-  std::string configuration;
+  const JsonAutoPtr configuration;
   int person;
 };
 
