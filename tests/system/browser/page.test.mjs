@@ -97,6 +97,13 @@ test(
   },
 );
 
+test('the running score is shown, and nothing about a tuning that succeeded', async () => {
+  await page.getByTestId('score-detected').filter({ hasText: /^\d+ %$/ }).waitFor();
+  assert.match(await element('score-seconds').textContent(), /^\d+ of \d+ s$/);
+  assert.match(await element('score-error').textContent(), /^\d+\.\d °$/);
+  assert.equal(await element('tuning-notice').isHidden(), true);
+});
+
 test('a vertex that is dragged and saved is in force', async () => {
   const { profile: old } = await firstProfile();
   await element('profile-select').click();
