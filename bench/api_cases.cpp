@@ -18,7 +18,7 @@
 #include "config/data_boundaries.h"
 #include "config/default_values.h"
 #include "fakes/fake_http.h"
-#include "src/config/temporary_folder.h"
+#include "support/temporary_folder.h"
 #include "tracker/tracker.h"
 #include "tracker/tracker_guard_factory.h"
 

@@ -15,7 +15,7 @@
 #include "fakes/fake_events.h"
 #include "fakes/fake_lens.h"
 #include "fakes/fake_parameters.h"
-#include "src/config/temporary_folder.h"
+#include "support/temporary_folder.h"
 #include "tracker/tracker.h"
 
 namespace {

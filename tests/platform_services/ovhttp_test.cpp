@@ -20,7 +20,7 @@
 #include "base/local_socket.h"
 #include "ovhttp/http_server.h"
 #include "ovhttp/wire.h"
-#include "platform_services/temporary_folder.h"
+#include "support/temporary_folder.h"
 
 namespace {
 

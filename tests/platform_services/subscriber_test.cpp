@@ -24,9 +24,9 @@
 #include <vector>
 
 #include "base/local_socket.h"
-#include "platform_services/temporary_folder.h"
 #include "scene.h"
 #include "scene/scene_encoder.h"
+#include "support/temporary_folder.h"
 
 namespace {
 

@@ -13,8 +13,8 @@
 #include "fakes/fake_ptz_library.h"
 #include "src/addon/objects.h"
 #include "src/addon/profiles.h"
-#include "src/config/temporary_folder.h"
 #include "src/events/wrapper_test_base.h"
+#include "support/temporary_folder.h"
 #include "tracker/tracker_area_guard.h"
 
 namespace {

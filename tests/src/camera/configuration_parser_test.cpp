@@ -12,8 +12,8 @@
 #include "addon/libs/vigil_pack_lib/profile/tracker_default_config_creator.h"
 #include "config/persistent.h"
 #include "src/addon/profiles.h"
-#include "src/config/temporary_folder.h"
 #include "src/events/wrapper_test_base.h"
+#include "support/temporary_folder.h"
 #include "tracker/tracker_guard_factory.h"
 
 namespace {

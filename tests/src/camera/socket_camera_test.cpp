@@ -23,8 +23,8 @@
 #include "camera/socket_camera_container.h"
 #include "scene/scene_reader.h"
 #include "src/camera/test_camera.h"
-#include "src/config/temporary_folder.h"
 #include "src/events/wrapper_test_base.h"
+#include "support/temporary_folder.h"
 
 namespace {
 

@@ -19,8 +19,8 @@
 #include "config/persistent.h"
 #include "src/addon/profiles.h"
 #include "src/camera/test_camera.h"
-#include "src/config/temporary_folder.h"
 #include "src/events/wrapper_test_base.h"
+#include "support/temporary_folder.h"
 #include "tracker/tracker_guard_factory.h"
 
 // What a request's callback writes; null stands for arguments that are not there.

@@ -7,7 +7,7 @@
 #include "base/json_auto_ptr.h"
 #include "fakes/log_capture.h"
 #include "src/config/json_memory.h"
-#include "src/config/temporary_folder.h"
+#include "support/temporary_folder.h"
 
 namespace {
 

@@ -21,7 +21,7 @@
 #include "config/persistent_config_handler.h"
 #include "events/sdk_wrapper.h"
 #include "src/camera/test_camera.h"
-#include "src/config/temporary_folder.h"
+#include "support/temporary_folder.h"
 #include "tracker/tracker.h"
 
 // src/main.cpp's, under the name that it has in this program.

@@ -11,7 +11,7 @@
 
 #include "config/persistent.h"
 #include "fakes/log_capture.h"
-#include "src/config/temporary_folder.h"
+#include "support/temporary_folder.h"
 
 namespace {
 

@@ -25,7 +25,7 @@
 #include "fakes/log_capture.h"
 #include "scene/mote_object.h"
 #include "scene/tracking_object.h"
-#include "src/config/temporary_folder.h"
+#include "support/temporary_folder.h"
 #include "tracker/super_object_manager.h"
 #include "tracker/tracker.h"
 
