@@ -21,7 +21,7 @@ gboolean refuse(GError** error) {
 }
 
 GVariantPtr wire(const OVEventKeyValueSet* set) {
-  return GVariantPtr(g_variant_ref_sink(set->keys.toVariant()));
+  return GVariantPtr(g_variant_ref_sink(toVariant(set->keys)));
 }
 
 }  // namespace
