@@ -26,7 +26,7 @@ WebInterface::WebInterface(const WebOptions& options, const std::string& applica
       liveTimer(LIVE_PERIOD, [this] { sendLive(); }),
       newsTimer(NEWS_PERIOD, [this] { tellNews(); }),
       scoreTimer(SCORE_PERIOD, [this] {
-        if (sources.report != nullptr && live.hasReaders()) {
+        if (this->sources.report != nullptr && live.hasReaders()) {
           live.send(scoreMessage());
         }
       }) {

@@ -53,12 +53,12 @@ class WebInterface {
 
   // Asks the application; answer is null when there is none.
   void ask(const std::string& body, std::function<void(const std::string* answer)> done) {
-    server_.ask(body, std::move(done));
+    server.ask(body, std::move(done));
   }
 
   // Is told the body of each request from the network that the application has answered.
   void observeRequests(WebServer::Observer observer) {
-    server_.observeRequests(std::move(observer));
+    server.observeRequests(std::move(observer));
   }
 
  private:

@@ -246,9 +246,9 @@ void VideoChannel::prepare() {
 }
 
 PointF VideoChannel::directionOf(const PointF& place) const {
-  PointF direction;
-  toPanTilt(saturate(std::round(place.x)), saturate(std::round(place.y)), direction.x, direction.y);
-  return direction;
+  const Direction direction =
+      toPanTilt(saturate(std::round(place.x)), saturate(std::round(place.y)));
+  return {direction.pan, direction.tilt};
 }
 
 double VideoChannel::subtendedAngle(const PointF& position, double extent) const {

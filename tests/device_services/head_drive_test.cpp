@@ -24,7 +24,7 @@ TEST(HeadDriveTest, ObserverSeesTheHeadOnAnEvenGridHoweverLateItIsAsked) {
     times.push_back(time);
     pans.push_back(static_cast<int>(head.status().pan + 0.5));
   });
-  drive.head().command({.pan = {MoveKind::Continuous, 100}, .tilt = {}, .zoom = {}});
+  drive.getHead().command({.pan = {MoveKind::continuous, 100}, .tilt = {}, .zoom = {}});
   now += 49000;
   drive.advance();
   EXPECT_TRUE(times.empty());

@@ -90,12 +90,12 @@ TEST_F(TruthSamplerTest, WithoutAnAnswerItAsksWhenTheApplicationSpeaksNext) {
 }
 
 TEST_F(TruthSamplerTest, NothingIsLostWithoutAnyAnswer) {
-  for (std::size_t i = 0; i <= TruthSampler::kMostWaiting + 10; ++i) {
+  for (std::size_t i = 0; i <= TruthSampler::MOST_WAITING + 10; ++i) {
     sampler.sample(static_cast<double>(i), {.pictureWidth = 60});
   }
   EXPECT_EQ(report.score().seconds, 10);
   sampler.finish();
-  EXPECT_EQ(report.score().seconds, TruthSampler::kMostWaiting + 10);
+  EXPECT_EQ(report.score().seconds, TruthSampler::MOST_WAITING + 10);
   EXPECT_EQ(secondsWithSomebody(), 0);
 }
 
