@@ -17,9 +17,9 @@ void HeadDrive::advance() {
   }
 }
 
-void HeadDrive::observe(std::int64_t period, Observer observer) {
-  observer = std::move(observer);
-  period = period;
+void HeadDrive::observe(std::int64_t observedPeriod, Observer told) {
+  observer = std::move(told);
+  period = observedPeriod;
   nextObservation = time + period;
 }
 

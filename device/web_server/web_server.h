@@ -69,7 +69,7 @@ class WebServer {
 
   // Is told the body of each request from the network that the application has answered.
   using Observer = std::function<void(const std::string& body)>;
-  void observeRequests(Observer observer) { observer = std::move(observer); }
+  void observeRequests(Observer told) { observer = std::move(told); }
 
   std::uint16_t port() const { return listener->port(); }
 
