@@ -189,3 +189,17 @@ class FollowTest(RunTest):
 
     def test_recording_zara01(self):
         self.follow_recording("zara01.csv")
+
+
+class PredictiveFollowTest(FollowTest):
+    """The same people, with a head that is led by what was identified of it."""
+
+    following = "predictive"
+
+    def test_default_model_is_identified_and_follows_by_prediction(self):
+        run, report = self.follow()
+        self.assert_goes_home(run)
+        # Of several people it frames all, so that how far it is off one of them says little.
+        self.assertGreaterEqual(report["in_view_share"], LEAST_IN_VIEW, report)
+        self.assertEqual(["head.json"], [file.name for file in self.state.glob("head*")])
+        self.assertIn("The head answers after", (self.report / "syslog.txt").read_text())

@@ -254,6 +254,19 @@ TEST_F(PeopleTest, TheHighestPriorityIsChosen) {
               0.5);
 }
 
+TEST_F(PeopleTest, ThePriorityIsTheOneToldLast) {
+  for (int i = 0; i < 15; ++i) {
+    pass(FRAME);
+    show(0, {at(1, -9.0, 2.0), at(2, 9.0, 2.0)}, {1, 2});
+  }
+  people.want(0, 2, 5, clock.now());
+  EXPECT_NEAR(people.choose(-77.0, -30.0, clock.now(), clock.now())->subject.pan, panOf(9.0, 2.0),
+              0.5);
+  people.want(0, 1, 7, clock.now());
+  EXPECT_NEAR(people.choose(77.0, -30.0, clock.now(), clock.now())->subject.pan, panOf(-9.0, 2.0),
+              0.5);
+}
+
 // The turn of somebody goes on under his new number: four seconds of five are over.
 TEST_F(PeopleTest, TakesTurnsByPersonNotByNumber) {
   people.selection().setSwitchObject(true);
