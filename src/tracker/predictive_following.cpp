@@ -133,7 +133,7 @@ void PredictiveFollowing::taken(const HeadCommand& command, std::int64_t time) {
   const following::SpeedCommand speeds{percent(command.panValue), percent(command.tiltValue)};
   controls->model.commanded(time, speeds);
   controls->pursuit.commanded(speeds);
-  isZoomOwed = isZoomOwed && command.zoomKind != PtzHead::ABSOLUTE;
+  isZoomOwed = false;
 }
 
 std::int64_t PredictiveFollowing::pauseAfter(std::int64_t spent) const {

@@ -137,4 +137,24 @@ TEST(HeadSurveyTest, BeginningAnewForgetsTheRecord) {
   EXPECT_EQ(survey.identify().pan.refusal, following::Refusal::tooShort);
 }
 
+// Faster than anything has shown before.
+TEST(HeadSurveyTest, AnAxisThatNearsAStopStandsForTheRestOfTheLevel) {
+  HeadSurvey survey;
+  survey.setStops({.lowestTilt = -90.0, .highestTilt = 20.0});
+  survey.begin();
+  survey.noteCommand(35.0, 35.0, 0);  // a relay run that showed nothing
+  survey.beginStaircase({0.0, -45.0, 1, false}, 0);
+  const auto tiltAt = [&survey](double seconds, double tilt) {
+    const auto time = static_cast<std::int64_t>(seconds * 1e6);
+    survey.noteStatus({seconds, tilt, 1, false}, time);
+    return survey.command(time)->tilt;
+  };
+  EXPECT_EQ(tiltAt(0.60, -45.0), 100);
+  EXPECT_EQ(tiltAt(0.70, -44.0), 100);
+  EXPECT_EQ(tiltAt(0.80, -36.0), 0);  // 80 deg/s: it would come to 28
+  EXPECT_EQ(tiltAt(0.90, -35.0), 0);  // slower, but the level is over for it
+  EXPECT_EQ(tiltAt(1.60, -35.0), -60);
+  EXPECT_EQ(tiltAt(1.70, -80.0), 0);  // 450 deg/s: beyond -90
+}
+
 }  // namespace
