@@ -32,37 +32,37 @@
 
 namespace {
 
-constexpr std::int64_t kStart = 1'000'000'000;  // microseconds
-constexpr std::int64_t kControlStep = 100'000;  // microseconds
+constexpr std::int64_t START = 1'000'000'000;   // microseconds
+constexpr std::int64_t CONTROL_STEP = 100'000;  // microseconds
 
 class ManualClock : public Clock {
  public:
   ManualClock() { replace(this); }
   ~ManualClock() override { replace(nullptr); }
-  std::int64_t now() const override { return now_; }
-  void sleep(std::int64_t microseconds) override { now_ += microseconds; }
+  std::int64_t now() const override { return time; }
+  void sleep(std::int64_t microseconds) override { time += microseconds; }
 
  private:
-  std::int64_t now_ = kStart;
+  std::int64_t time = START;
 };
 
 // The distributions of the standard library may differ from one build to the next; this does not.
 // No two numbers are drawn among one call's arguments, whose order is the compiler's.
 class Random {
  public:
-  explicit Random(std::uint64_t seed) : engine_(seed) {}
+  explicit Random(std::uint64_t seed) : engine(seed) {}
 
   double real(double low, double high) {
-    const double unit = static_cast<double>(engine_() >> 11) * 0x1p-53;
+    const double unit = static_cast<double>(engine() >> 11) * 0x1p-53;
     return low + (high - low) * unit;
   }
 
   int integer(int low, int high) {
-    return low + static_cast<int>(engine_() % static_cast<std::uint64_t>(high - low + 1));
+    return low + static_cast<int>(engine() % static_cast<std::uint64_t>(high - low + 1));
   }
 
  private:
-  std::mt19937_64 engine_;
+  std::mt19937_64 engine;
 };
 
 // One line of results.
@@ -236,7 +236,7 @@ void printAutotune() {
     while (!pid.autotuneRun(position, output)) {
       position += delayed[0] * gain * 0.1 + random.real(-0.01, 0.01);
       delayed = {delayed[1], delayed[2], output};
-      clock.sleep(kControlStep);
+      clock.sleep(CONTROL_STEP);
     }
     double kp = 0;
     double ki = 0;
@@ -299,7 +299,7 @@ void printFollowing() {
           .add(status.pan)
           .add(status.tilt)
           .add(status.zoom);
-      clock.sleep(kControlStep);
+      clock.sleep(CONTROL_STEP);
     }
   }
 }
@@ -396,7 +396,7 @@ void printPerspective() {
 
 std::vector<std::uint8_t> encodeFrame(Random& random) {
   SceneEncoder encoder;
-  const std::array<std::int64_t, 1> time{kStart + random.integer(0, 1'000'000)};
+  const std::array<std::int64_t, 1> time{START + random.integer(0, 1'000'000)};
   encoder.addSceneProperty(SCENE_PROP_TIMESTAMP, time);
   for (int id = random.integer(0, 12); id > 0; --id) {
     encoder.beginObject(id * random.integer(1, 1'000'000));

@@ -47,10 +47,10 @@ class DaemonProcessTest : public testing::Test {
 };
 
 // Runs until it is told to end; a short sleep keeps the shell idle and lets it see the signal.
-constexpr char kUntilTerm[] = " while :; do sleep 0.05; done";
+constexpr char UNTIL_TERM[] = " while :; do sleep 0.05; done";
 
 TEST_F(DaemonProcessTest, DetachedProcessIsAskedAndItsStatusTold) {
-  start(detached("trap \"exit 0\" TERM;" + sayReady() + kUntilTerm));
+  start(detached("trap \"exit 0\" TERM;" + sayReady() + UNTIL_TERM));
   ASSERT_TRUE(isReady());
   EXPECT_TRUE(process->isRunning());
   process->terminate();
@@ -62,13 +62,13 @@ TEST_F(DaemonProcessTest, DetachedProcessIsAskedAndItsStatusTold) {
 }
 
 TEST_F(DaemonProcessTest, RequestWhileItStillStartsReachesIt) {
-  start(detached("trap \"exit 0\" TERM;" + sayReady() + kUntilTerm));
+  start(detached("trap \"exit 0\" TERM;" + sayReady() + UNTIL_TERM));
   process->terminate();
   EXPECT_TRUE(hasEnded());
 }
 
 TEST_F(DaemonProcessTest, OtherStatusIsNotOk) {
-  start(detached("trap \"exit 3\" TERM;" + sayReady() + kUntilTerm));
+  start(detached("trap \"exit 3\" TERM;" + sayReady() + UNTIL_TERM));
   ASSERT_TRUE(isReady());
   process->terminate();
   ASSERT_TRUE(hasEnded());
@@ -90,7 +90,7 @@ TEST_F(DaemonProcessTest, CrashIsToldByItsSignal) {
 }
 
 TEST_F(DaemonProcessTest, ProcessThatDoesNotEndIsKilledAfterTheGraceTime) {
-  start(detached("trap \"\" TERM;" + sayReady() + kUntilTerm), 1);
+  start(detached("trap \"\" TERM;" + sayReady() + UNTIL_TERM), 1);
   ASSERT_TRUE(isReady());
   process->terminate();
   process->terminate();
@@ -102,7 +102,7 @@ TEST_F(DaemonProcessTest, ProcessThatDoesNotEndIsKilledAfterTheGraceTime) {
 }
 
 TEST_F(DaemonProcessTest, ProgramThatStaysIsAcceptedToo) {
-  start({"/bin/sh", "-c", "trap \"exit 0\" TERM;" + sayReady() + kUntilTerm});
+  start({"/bin/sh", "-c", "trap \"exit 0\" TERM;" + sayReady() + UNTIL_TERM});
   ASSERT_TRUE(isReady());
   process->terminate();
   ASSERT_TRUE(hasEnded());

@@ -100,18 +100,18 @@ TEST_F(EventServiceTest, ListGivesThePresentState) {
 
 TEST_F(EventServiceTest, ClientCannotTouchAnothersEvent) {
   const auto id = declare(*client);
-  EXPECT_EQ(kInvalidArgs, send(*watcher, id, true).error);
-  EXPECT_EQ(kInvalidArgs, watcher->call("Undeclare", g_variant_new("(u)", id)).error);
+  EXPECT_EQ(INVALID_ARGS, send(*watcher, id, true).error);
+  EXPECT_EQ(INVALID_ARGS, watcher->call("Undeclare", g_variant_new("(u)", id)).error);
 }
 
 TEST_F(EventServiceTest, WrongTypeAndUnknownValueTypeAreRefused) {
   const auto id = declare(*client);
-  EXPECT_EQ(kInvalidArgs, send(*client, id, "yes").error);
+  EXPECT_EQ(INVALID_ARGS, send(*client, id, "yes").error);
   GVariant* strange = g_variant_new_parsed("@a(ssavusss) [('k', '', [<byte 1>], 0, '', '', '')]");
-  EXPECT_EQ(kInvalidArgs,
+  EXPECT_EQ(INVALID_ARGS,
             client->call("Declare", g_variant_new("(@a(ssavusss)b)", strange, FALSE)).error);
   GVariant* several = g_variant_new_parsed("@a(ssavusss) [('k', '', [<1>, <2>], 0, '', '', '')]");
-  EXPECT_EQ(kInvalidArgs,
+  EXPECT_EQ(INVALID_ARGS,
             client->call("Declare", g_variant_new("(@a(ssavusss)b)", several, FALSE)).error);
 }
 
@@ -119,7 +119,7 @@ TEST_F(EventServiceTest, UndeclaredEventIsToldAndGone) {
   const auto id = declare(*client);
   EXPECT_TRUE(client->call("Undeclare", g_variant_new("(u)", id)).ok());
   EXPECT_TRUE(iterateUntil([&] { return watcher->count("Undeclared") == 1; }));
-  EXPECT_EQ(kInvalidArgs, send(*client, id, true).error);
+  EXPECT_EQ(INVALID_ARGS, send(*client, id, true).error);
   EXPECT_TRUE(service.getTable().getEvents().empty());
 }
 
@@ -146,7 +146,7 @@ TEST_F(EventServiceTest, DeviceDeclaresAndSendsItself) {
   EXPECT_TRUE(service.send(id, {{"is_moving", "", true, 0, "", "", ""}}));
   EXPECT_TRUE(iterateUntil([&] { return watcher->count("Sent") == 1; }));
   EXPECT_FALSE(service.send(id, {{"other", "", true, 0, "", "", ""}}));
-  EXPECT_EQ(kInvalidArgs, send(*client, id, true).error);
+  EXPECT_EQ(INVALID_ARGS, send(*client, id, true).error);
 }
 
 TEST_F(EventServiceTest, ObserversSeeEverySend) {

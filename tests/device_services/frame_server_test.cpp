@@ -156,34 +156,34 @@ TEST_F(FrameServerTest, ClientThatLeavesIsForgotten) {
 }
 
 TEST_F(FrameServerTest, SlowClientIsDroppedAndOthersGoOn) {
-  constexpr std::size_t kPayload = 100000;
+  constexpr std::size_t PAYLOAD = 100000;
   SocketClient slow(folder / "subscriber");
   SocketClient quick(folder / "subscriber");
   subscribe(slow, "SUBSCRIBE 0 2");
   subscribe(quick, "SUBSCRIBE 0 2");
   int frames = 0;
   while (server.subscribers() == 2 && frames < 1000) {
-    server.publish(0, frames++, [](int) { return std::vector<std::uint8_t>(kPayload, 'x'); });
-    ASSERT_EQ(12 + kPayload, quick.receive(12 + kPayload).size());
+    server.publish(0, frames++, [](int) { return std::vector<std::uint8_t>(PAYLOAD, 'x'); });
+    ASSERT_EQ(12 + PAYLOAD, quick.receive(12 + PAYLOAD).size());
   }
   EXPECT_EQ(1u, server.subscribers());
-  EXPECT_GT(frames, static_cast<int>(FrameServer::QUEUE_LIMIT / kPayload));
+  EXPECT_GT(frames, static_cast<int>(FrameServer::QUEUE_LIMIT / PAYLOAD));
   EXPECT_TRUE(slow.isClosed());
   server.publish(0, 1, encode);
   EXPECT_EQ(header(6, 1) + "frame\x02", quick.receive(18));
 }
 
 TEST_F(FrameServerTest, LateReaderGetsEverythingThatFitsTheQueue) {
-  constexpr int kFrames = 8;
-  constexpr std::size_t kPayload = 100000;
+  constexpr int FRAMES = 8;
+  constexpr std::size_t PAYLOAD = 100000;
   SocketClient client(folder / "subscriber");
   subscribe(client, "SUBSCRIBE 0 2");
-  for (int i = 0; i < kFrames; ++i) {
-    server.publish(0, i, [&](int) { return std::vector<std::uint8_t>(kPayload, 'a' + i); });
+  for (int i = 0; i < FRAMES; ++i) {
+    server.publish(0, i, [&](int) { return std::vector<std::uint8_t>(PAYLOAD, 'a' + i); });
   }
-  for (int i = 0; i < kFrames; ++i) {
-    EXPECT_EQ(header(kPayload, i) + std::string(kPayload, static_cast<char>('a' + i)),
-              client.receive(12 + kPayload));
+  for (int i = 0; i < FRAMES; ++i) {
+    EXPECT_EQ(header(PAYLOAD, i) + std::string(PAYLOAD, static_cast<char>('a' + i)),
+              client.receive(12 + PAYLOAD));
   }
 }
 

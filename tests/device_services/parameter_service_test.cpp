@@ -58,13 +58,13 @@ class ParameterServiceTest : public testing::Test {
 TEST_F(ParameterServiceTest, GetsByEitherName) {
   EXPECT_EQ("Q1", get("root.Brand.ProdNbr"));
   EXPECT_EQ("Q1", get("Brand.ProdNbr"));
-  EXPECT_EQ(kInvalidArgs, get("root.None"));
+  EXPECT_EQ(INVALID_ARGS, get("root.None"));
 }
 
 TEST_F(ParameterServiceTest, SetsWhatExists) {
   EXPECT_TRUE(client.call("Set", g_variant_new("(ss)", "Brand.ProdNbr", "Q2")).ok());
   EXPECT_EQ("Q2", get("root.Brand.ProdNbr"));
-  EXPECT_EQ(kInvalidArgs, client.call("Set", g_variant_new("(ss)", "None", "x")).error);
+  EXPECT_EQ(INVALID_ARGS, client.call("Set", g_variant_new("(ss)", "None", "x")).error);
 }
 
 TEST_F(ParameterServiceTest, ListsAPrefix) {

@@ -20,13 +20,13 @@ namespace device {
 // Runs the main loop until a condition holds; false when it does not within a time that only a
 // broken test needs.
 inline bool iterateUntil(const std::function<bool()>& condition) {
-  constexpr guint kPatienceSeconds = 30;
+  constexpr guint PATIENCE_SECONDS = 30;
   bool expired = false;
   const auto expire = [](gpointer data) -> gboolean {
     *static_cast<bool*>(data) = true;
     return G_SOURCE_CONTINUE;
   };
-  const GSourcePtr guard(g_timeout_source_new_seconds(kPatienceSeconds));
+  const GSourcePtr guard(g_timeout_source_new_seconds(PATIENCE_SECONDS));
   g_source_set_callback(guard.get(), expire, &expired, nullptr);
   g_source_attach(guard.get(), nullptr);
   while (!condition() && !expired) g_main_context_iteration(nullptr, TRUE);
@@ -44,12 +44,12 @@ struct Reply {
 class BusClient {
  public:
   // The interface and the bus name are the same for most services.
-  BusClient(std::string name, std::string path, std::string interface = "")
-      : connection_(connectToSystemBus()),
-        name_(std::move(name)),
-        path_(std::move(path)),
-        interface_(interface.empty() ? name_ : std::move(interface)) {
-    g_dbus_connection_signal_subscribe(connection_.get(), nullptr, interface_.c_str(), nullptr,
+  BusClient(std::string busName, std::string objectPath, std::string interfaceName = "")
+      : connection(connectToSystemBus()),
+        name(std::move(busName)),
+        path(std::move(objectPath)),
+        interface(interfaceName.empty() ? name : std::move(interfaceName)) {
+    g_dbus_connection_signal_subscribe(connection.get(), nullptr, interface.c_str(), nullptr,
                                        nullptr, nullptr, G_DBUS_SIGNAL_FLAGS_NONE, onSignal, this,
                                        nullptr);
   }
@@ -58,19 +58,19 @@ class BusClient {
   ~BusClient() { leave(); }
 
   Reply call(const char* method, GVariant* arguments) {
-    return callOn(interface_, method, arguments);
+    return callOn(interface, method, arguments);
   }
 
   std::optional<GVariantPtr> property(const char* name) {
     Reply reply = callOn("org.freedesktop.DBus.Properties", "Get",
-                         g_variant_new("(ss)", interface_.c_str(), name));
+                         g_variant_new("(ss)", interface.c_str(), name));
     if (!reply.ok()) return std::nullopt;
     GVariant* value = nullptr;
     g_variant_get(reply.value.get(), "(v)", &value);
     return GVariantPtr(value);
   }
 
-  void leave() { g_dbus_connection_close_sync(connection_.get(), nullptr, nullptr); }
+  void leave() { g_dbus_connection_close_sync(connection.get(), nullptr, nullptr); }
 
   struct Signal {
     std::string name;
@@ -102,9 +102,8 @@ class BusClient {
       }
       call->done = true;
     };
-    g_dbus_connection_call(connection_.get(), name_.c_str(), path_.c_str(), interface.c_str(),
-                           method, arguments, nullptr, G_DBUS_CALL_FLAGS_NONE, -1, nullptr, done,
-                           &call);
+    g_dbus_connection_call(connection.get(), name.c_str(), path.c_str(), interface.c_str(), method,
+                           arguments, nullptr, G_DBUS_CALL_FLAGS_NONE, -1, nullptr, done, &call);
     EXPECT_TRUE(iterateUntil([&] { return call.done; }));
     return std::move(call.reply);
   }
@@ -114,13 +113,13 @@ class BusClient {
     static_cast<BusClient*>(self)->signals.push_back({name, GVariantPtr(g_variant_ref(arguments))});
   }
 
-  GObjectPtr<GDBusConnection> connection_;
-  std::string name_;
-  std::string path_;
-  std::string interface_;
+  GObjectPtr<GDBusConnection> connection;
+  std::string name;
+  std::string path;
+  std::string interface;
 };
 
-constexpr char kInvalidArgs[] = "org.freedesktop.DBus.Error.InvalidArgs";
+constexpr char INVALID_ARGS[] = "org.freedesktop.DBus.Error.InvalidArgs";
 
 }  // namespace device
 

@@ -128,16 +128,16 @@ TEST_F(PtzServiceTest, ClockOfTheHeadGoesOnBetweenUpdates) {
 }
 
 TEST_F(PtzServiceTest, BadArgumentsAreRefused) {
-  EXPECT_EQ(kInvalidArgs, move(2, 0.0, 0, 0.0, 0, 0).error);
-  EXPECT_EQ(kInvalidArgs, move(0, 0.0, -1, 0.0, 0, 0).error);
-  EXPECT_EQ(kInvalidArgs, move(0, 0.0, 0, 0.0, 4, 0).error);
-  EXPECT_EQ(kInvalidArgs, move(1, std::numeric_limits<double>::quiet_NaN(), 0, 0.0, 0, 0).error);
-  EXPECT_EQ(kInvalidArgs, move(3, 0.0, 3, std::numeric_limits<double>::infinity(), 0, 0).error);
-  EXPECT_EQ(kInvalidArgs, move(1, 0.0, 1, 0.0, 0, 0, 101).error);
-  EXPECT_EQ(kInvalidArgs, move(1, 0.0, 1, 0.0, 0, 0, 100, 0).error);
-  EXPECT_EQ(kInvalidArgs, client.call("GetStatus", g_variant_new("(u)", 2)).error);
-  EXPECT_EQ(kInvalidArgs, client.call("SetPreset", g_variant_new("(ui)", 1, 0)).error);
-  EXPECT_EQ(kInvalidArgs, client.call("GotoPreset", g_variant_new("(uiu)", 1, 9, 100)).error);
+  EXPECT_EQ(INVALID_ARGS, move(2, 0.0, 0, 0.0, 0, 0).error);
+  EXPECT_EQ(INVALID_ARGS, move(0, 0.0, -1, 0.0, 0, 0).error);
+  EXPECT_EQ(INVALID_ARGS, move(0, 0.0, 0, 0.0, 4, 0).error);
+  EXPECT_EQ(INVALID_ARGS, move(1, std::numeric_limits<double>::quiet_NaN(), 0, 0.0, 0, 0).error);
+  EXPECT_EQ(INVALID_ARGS, move(3, 0.0, 3, std::numeric_limits<double>::infinity(), 0, 0).error);
+  EXPECT_EQ(INVALID_ARGS, move(1, 0.0, 1, 0.0, 0, 0, 101).error);
+  EXPECT_EQ(INVALID_ARGS, move(1, 0.0, 1, 0.0, 0, 0, 100, 0).error);
+  EXPECT_EQ(INVALID_ARGS, client.call("GetStatus", g_variant_new("(u)", 2)).error);
+  EXPECT_EQ(INVALID_ARGS, client.call("SetPreset", g_variant_new("(ui)", 1, 0)).error);
+  EXPECT_EQ(INVALID_ARGS, client.call("GotoPreset", g_variant_new("(uiu)", 1, 9, 100)).error);
 }
 
 TEST_F(PtzServiceTest, BothEventsAreDeclaredStatefulWithTheirTopics) {

@@ -40,8 +40,8 @@ class RemotePtzServiceTest : public testing::Test {
 
 TEST_F(RemotePtzServiceTest, OnlyTheHeadsChannelIsOpened) {
   EXPECT_TRUE(path().starts_with(folder / "ptz/"));
-  EXPECT_EQ(kInvalidArgs, open(0).error);
-  EXPECT_EQ(kInvalidArgs, open(2).error);
+  EXPECT_EQ(INVALID_ARGS, open(0).error);
+  EXPECT_EQ(INVALID_ARGS, open(2).error);
 }
 
 TEST_F(RemotePtzServiceTest, ParameterIsAnsweredByOneLine) {

@@ -18,33 +18,33 @@ namespace device {
 // A client of a local stream socket whose server lives in the same thread.
 class SocketClient {
  public:
-  explicit SocketClient(const std::string& path) : fd_(socket(AF_UNIX, SOCK_STREAM, 0)) {
+  explicit SocketClient(const std::string& path) : fd(socket(AF_UNIX, SOCK_STREAM, 0)) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     path.copy(address.sun_path, sizeof(address.sun_path) - 1);
-    EXPECT_EQ(0, connect(fd_, reinterpret_cast<sockaddr*>(&address), sizeof(address)));
+    EXPECT_EQ(0, connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof(address)));
   }
   SocketClient(const SocketClient&) = delete;
   SocketClient& operator=(const SocketClient&) = delete;
-  ~SocketClient() { close(fd_); }
+  ~SocketClient() { close(fd); }
 
   void send(std::string_view text) {
     EXPECT_EQ(static_cast<ssize_t>(text.size()),
-              ::send(fd_, text.data(), text.size(), MSG_NOSIGNAL));
+              ::send(fd, text.data(), text.size(), MSG_NOSIGNAL));
   }
 
   // Exactly so many bytes, less when the server closes before.
   std::string receive(std::size_t count) {
-    iterateUntil([&] { return poll() || received_.size() >= count; });
-    const std::string taken = received_.substr(0, count);
-    received_.erase(0, count);
+    iterateUntil([&] { return poll() || received.size() >= count; });
+    const std::string taken = received.substr(0, count);
+    received.erase(0, count);
     return taken;
   }
 
   // Up to the end character, which is included.
   std::string receiveUntil(char end) {
-    iterateUntil([&] { return poll() || received_.find(end) != std::string::npos; });
-    return receive(received_.find(end) + 1);
+    iterateUntil([&] { return poll() || received.find(end) != std::string::npos; });
+    return receive(received.find(end) + 1);
   }
 
   // Waits for the server to close the connection.
@@ -55,28 +55,28 @@ class SocketClient {
   // Bytes that have come and were not taken.
   std::size_t waiting() {
     poll();
-    return received_.size();
+    return received.size();
   }
 
  private:
   // Takes what is there; true when the connection is closed.
   bool poll() {
     std::array<char, 65536> buffer;
-    while (!closed_) {
-      const ssize_t count = recv(fd_, buffer.data(), buffer.size(), MSG_DONTWAIT);
+    while (!closed) {
+      const ssize_t count = recv(fd, buffer.data(), buffer.size(), MSG_DONTWAIT);
       if (count > 0) {
-        received_.append(buffer.data(), static_cast<std::size_t>(count));
+        received.append(buffer.data(), static_cast<std::size_t>(count));
         continue;
       }
-      closed_ = count == 0 || errno != EAGAIN;
-      if (!closed_) break;
+      closed = count == 0 || errno != EAGAIN;
+      if (!closed) break;
     }
-    return closed_;
+    return closed;
   }
 
-  int fd_;
-  std::string received_;
-  bool closed_ = false;
+  int fd;
+  std::string received;
+  bool closed = false;
 };
 
 }  // namespace device

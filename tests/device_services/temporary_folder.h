@@ -11,19 +11,19 @@ class TemporaryFolder {
  public:
   TemporaryFolder() {
     std::string name = (std::filesystem::temp_directory_path() / "device-XXXXXX").string();
-    path_ = mkdtemp(name.data());
+    path = mkdtemp(name.data());
   }
   TemporaryFolder(const TemporaryFolder&) = delete;
   TemporaryFolder& operator=(const TemporaryFolder&) = delete;
   ~TemporaryFolder() {
     std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
+    std::filesystem::remove_all(path, ignored);
   }
 
-  std::string operator/(const std::string& name) const { return (path_ / name).string(); }
+  std::string operator/(const std::string& name) const { return (path / name).string(); }
 
  private:
-  std::filesystem::path path_;
+  std::filesystem::path path;
 };
 
 }  // namespace device

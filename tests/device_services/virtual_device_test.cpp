@@ -18,7 +18,7 @@ namespace device {
 namespace {
 
 // Seconds until a shell has surely set its trap and a frame has come, even on a busy machine.
-constexpr double kLongEnough = 2;
+constexpr double LONG_ENOUGH = 2;
 
 std::string contents(const std::string& path) {
   std::ifstream file(path);
@@ -28,9 +28,9 @@ std::string contents(const std::string& path) {
 // The device ends as its program's does.
 class StopOnTerm {
  public:
-  explicit StopOnTerm(VirtualDevice& device) : source_(g_unix_signal_source_new(SIGTERM)) {
-    g_source_set_callback(source_.get(), stop, &device, nullptr);
-    g_source_attach(source_.get(), nullptr);
+  explicit StopOnTerm(VirtualDevice& device) : source(g_unix_signal_source_new(SIGTERM)) {
+    g_source_set_callback(source.get(), stop, &device, nullptr);
+    g_source_attach(source.get(), nullptr);
   }
 
  private:
@@ -39,7 +39,7 @@ class StopOnTerm {
     return G_SOURCE_CONTINUE;
   }
 
-  GSourcePtr source_;
+  GSourcePtr source;
 };
 
 class VirtualDeviceTest : public testing::Test {
@@ -106,7 +106,7 @@ TEST_F(VirtualDeviceTest, TransportSetsThePlatformsVersion) {
 
 TEST_F(VirtualDeviceTest, DaemonIsEndedAfterTheDurationAndTheReportWritten) {
   useDaemon("trap \"exit 0\" TERM; while :; do sleep 0.05; done");
-  options.duration = kLongEnough;
+  options.duration = LONG_ENOUGH;
   options.report = folder / "report";
   testing::internal::CaptureStdout();
   EXPECT_EQ(0, make()->run());
@@ -128,7 +128,7 @@ TEST_F(VirtualDeviceTest, DaemonThatDiesByItselfEndsTheDeviceWithStatusOne) {
 
 TEST_F(VirtualDeviceTest, DaemonThatEndsWithAnotherStatusGivesStatusOne) {
   useDaemon("trap \"exit 4\" TERM; while :; do sleep 0.05; done");
-  options.duration = kLongEnough;
+  options.duration = LONG_ENOUGH;
   testing::internal::CaptureStdout();
   EXPECT_EQ(1, make()->run());
   EXPECT_NE(std::string::npos, testing::internal::GetCapturedStdout().find("status 4"));
@@ -164,7 +164,7 @@ TEST_F(VirtualDeviceTest, DaemonThatCannotBeStartedAgainEndsTheDevice) {
 TEST_F(VirtualDeviceTest, DaemonThatWasToldToEndIsNotStartedAgain) {
   useDaemon("trap \"exit 4\" TERM; while :; do sleep 0.05; done");
   options.restartDaemon = true;
-  options.duration = kLongEnough;
+  options.duration = LONG_ENOUGH;
   testing::internal::CaptureStdout();
   EXPECT_EQ(1, make()->run());
   EXPECT_EQ(std::string::npos,
@@ -172,7 +172,7 @@ TEST_F(VirtualDeviceTest, DaemonThatWasToldToEndIsNotStartedAgain) {
 }
 
 TEST_F(VirtualDeviceTest, FramesArriveAtTheSubscriber) {
-  options.duration = kLongEnough;
+  options.duration = LONG_ENOUGH;
   const auto device = make();
   SocketClient client(paths.subscriber);
   client.send("SUBSCRIBE 0 15\n");

@@ -24,8 +24,8 @@
 
 namespace device {
 
-inline constexpr char kBrokerProgram[] = "/usr/sbin/mosquitto";
-inline constexpr std::chrono::seconds kBrokerPatience(30);  // that only a broken test needs
+inline constexpr char BROKER_PROGRAM[] = "/usr/sbin/mosquitto";
+inline constexpr std::chrono::seconds BROKER_PATIENCE(30);  // that only a broken test needs
 
 struct BrokerMessage {
   std::string topic;
@@ -36,39 +36,39 @@ struct BrokerMessage {
 // Subscribes to everything; tries until the broker is there.
 class Subscriber {
  public:
-  explicit Subscriber(int port) : client_(mosquitto_new(nullptr, true, this), mosquitto_destroy) {
+  explicit Subscriber(int port) : client(mosquitto_new(nullptr, true, this), mosquitto_destroy) {
     mosquitto_message_callback_set(
-        client_.get(), [](mosquitto*, void* data, const mosquitto_message* message) {
+        client.get(), [](mosquitto*, void* data, const mosquitto_message* message) {
           static_cast<Subscriber*>(data)->messages.push_back(
               {message->topic,
                std::string(static_cast<const char*>(message->payload),
                            static_cast<std::size_t>(message->payloadlen)),
                message->retain});
         });
-    mosquitto_subscribe_callback_set(client_.get(),
+    mosquitto_subscribe_callback_set(client.get(),
                                      [](mosquitto*, void* data, int, int, const int*) {
-                                       static_cast<Subscriber*>(data)->subscribed_ = true;
+                                       static_cast<Subscriber*>(data)->subscribed = true;
                                      });
-    const auto deadline = std::chrono::steady_clock::now() + kBrokerPatience;
-    while (mosquitto_connect(client_.get(), "127.0.0.1", port, 60) != MOSQ_ERR_SUCCESS &&
+    const auto deadline = std::chrono::steady_clock::now() + BROKER_PATIENCE;
+    while (mosquitto_connect(client.get(), "127.0.0.1", port, 60) != MOSQ_ERR_SUCCESS &&
            std::chrono::steady_clock::now() < deadline) {
       usleep(10000);  // between two tries
     }
-    mosquitto_subscribe(client_.get(), nullptr, "#", 1);
-    EXPECT_TRUE(runUntil([this] { return subscribed_; }));
+    mosquitto_subscribe(client.get(), nullptr, "#", 1);
+    EXPECT_TRUE(runUntil([this] { return subscribed; }));
   }
 
   bool runUntil(const std::function<bool()>& condition) {
-    const auto deadline = std::chrono::steady_clock::now() + kBrokerPatience;
+    const auto deadline = std::chrono::steady_clock::now() + BROKER_PATIENCE;
     while (!condition() && std::chrono::steady_clock::now() < deadline) {
-      if (mosquitto_loop(client_.get(), 20, 1) != MOSQ_ERR_SUCCESS) break;
+      if (mosquitto_loop(client.get(), 20, 1) != MOSQ_ERR_SUCCESS) break;
     }
     return condition();
   }
 
   // Takes everything that the broker had to say before now: sends itself a word behind it.
   void drain() {
-    mosquitto_publish(client_.get(), nullptr, "test/end", 1, "x", 1, false);
+    mosquitto_publish(client.get(), nullptr, "test/end", 1, "x", 1, false);
     EXPECT_TRUE(sees("test/end", "x"));
   }
 
@@ -87,8 +87,8 @@ class Subscriber {
   std::vector<BrokerMessage> messages;
 
  private:
-  std::unique_ptr<mosquitto, decltype(&mosquitto_destroy)> client_;
-  bool subscribed_ = false;
+  std::unique_ptr<mosquitto, decltype(&mosquitto_destroy)> client;
+  bool subscribed = false;
 };
 
 // A port that only a program started by this one may listen on: the socket that is bound to it
@@ -96,35 +96,35 @@ class Subscriber {
 class ReservedPort {
  public:
   ReservedPort() {
-    constexpr int kOn = 1;  // as the program's own has, which may then be bound as well
-    setsockopt(fd_, SOL_SOCKET, SO_REUSEADDR, &kOn, sizeof(kOn));
+    constexpr int ON = 1;  // as the program's own has, which may then be bound as well
+    setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &ON, sizeof(ON));
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     socklen_t size = sizeof(address);
-    EXPECT_EQ(0, bind(fd_, reinterpret_cast<sockaddr*>(&address), size));
-    EXPECT_EQ(0, getsockname(fd_, reinterpret_cast<sockaddr*>(&address), &size));
-    number_ = ntohs(address.sin_port);
+    EXPECT_EQ(0, bind(fd, reinterpret_cast<sockaddr*>(&address), size));
+    EXPECT_EQ(0, getsockname(fd, reinterpret_cast<sockaddr*>(&address), &size));
+    number = ntohs(address.sin_port);
   }
   ReservedPort(const ReservedPort&) = delete;
   ReservedPort& operator=(const ReservedPort&) = delete;
-  ~ReservedPort() { close(fd_); }
+  ~ReservedPort() { close(fd); }
 
-  int number() const { return number_; }
+  int getNumber() const { return number; }
 
  private:
-  int fd_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  int number_ = 0;
+  int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  int number = 0;
 };
 
 // A real broker on a port of its own; it keeps what is retained over a restart.
 class Broker {
  public:
   explicit Broker(bool keeps = true) {
-    std::ofstream file(folder_ / "conf");
-    file << "listener " << port() << " 127.0.0.1\nallow_anonymous true\nlog_dest none\n";
+    std::ofstream file(folder / "conf");
+    file << "listener " << getPort() << " 127.0.0.1\nallow_anonymous true\nlog_dest none\n";
     if (geteuid() == 0) file << "user root\n";
-    if (keeps) file << "persistence true\npersistence_location " << (folder_ / "") << "\n";
+    if (keeps) file << "persistence true\npersistence_location " << (folder / "") << "\n";
     file.close();
     start();
   }
@@ -134,27 +134,27 @@ class Broker {
 
   // Returns once it serves: one that is told to end before may not have heard it.
   void start() {
-    std::string program = kBrokerProgram;
+    std::string program = BROKER_PROGRAM;
     std::string option = "-c";
-    std::string file = folder_ / "conf";
+    std::string file = folder / "conf";
     char* const arguments[] = {program.data(), option.data(), file.data(), nullptr};
-    ASSERT_EQ(0, posix_spawn(&pid_, kBrokerProgram, nullptr, nullptr, arguments, environ));
-    const Subscriber served(port());
+    ASSERT_EQ(0, posix_spawn(&pid, BROKER_PROGRAM, nullptr, nullptr, arguments, environ));
+    const Subscriber served(getPort());
   }
 
   void stop(int signal = SIGTERM) {
-    if (pid_ == 0) return;
-    kill(pid_, signal);
-    waitpid(pid_, nullptr, 0);
-    pid_ = 0;
+    if (pid == 0) return;
+    kill(pid, signal);
+    waitpid(pid, nullptr, 0);
+    pid = 0;
   }
 
-  int port() const { return port_.number(); }
+  int getPort() const { return port.getNumber(); }
 
  private:
-  TemporaryFolder folder_;
-  ReservedPort port_;
-  pid_t pid_ = 0;
+  TemporaryFolder folder;
+  ReservedPort port;
+  pid_t pid = 0;
 };
 
 }  // namespace device

@@ -17,41 +17,41 @@ namespace device {
 class FakeApplication {
  public:
   explicit FakeApplication(const std::string& path)
-      : server_(HttpServer::create(path, onRequest, this)) {}
+      : server(HttpServer::create(path, onRequest, this)) {}
 
-  void setAnswer(std::string answer) {
-    const std::lock_guard lock(mutex_);
-    answer_ = std::move(answer);
+  void setAnswer(std::string newAnswer) {
+    const std::lock_guard lock(mutex);
+    answer = std::move(newAnswer);
   }
 
-  std::vector<std::string> requests() {
-    const std::lock_guard lock(mutex_);
-    return requests_;
+  std::vector<std::string> getRequests() {
+    const std::lock_guard lock(mutex);
+    return requests;
   }
 
  private:
   static void onRequest(const char* path, const char* method, const char* query,
                         GHashTable* parameters, GOutputStream* out, void* data) {
     auto* self = static_cast<FakeApplication*>(data);
-    const std::lock_guard lock(self->mutex_);
+    const std::lock_guard lock(self->mutex);
     const auto parameter = [&](const char* name) -> std::string {
       const auto* value = static_cast<const char*>(g_hash_table_lookup(parameters, name));
       return value != nullptr ? value : "-";
     };
-    self->requests_.push_back(std::string(method) + ' ' + path + ' ' +
-                              (query != nullptr ? query : "-") + ' ' + parameter("a") + ' ' +
-                              parameter(OV_HTTP_BODY));
-    std::string text = self->answer_;
+    self->requests.push_back(std::string(method) + ' ' + path + ' ' +
+                             (query != nullptr ? query : "-") + ' ' + parameter("a") + ' ' +
+                             parameter(OV_HTTP_BODY));
+    std::string text = self->answer;
     if (const std::size_t place = text.find('$'); place != std::string::npos) {
       text.replace(place, 1, parameter(OV_HTTP_BODY));
     }
     g_output_stream_write_all(out, text.data(), text.size(), nullptr, nullptr, nullptr);
   }
 
-  std::mutex mutex_;
-  std::string answer_ = "Content-Type: application/json\r\nStatus: 200 OK\r\n\r\n{\"body\":\"$\"}";
-  std::vector<std::string> requests_;
-  std::unique_ptr<HttpServer> server_;  // last, so that its thread finds the rest
+  std::mutex mutex;
+  std::string answer = "Content-Type: application/json\r\nStatus: 200 OK\r\n\r\n{\"body\":\"$\"}";
+  std::vector<std::string> requests;
+  std::unique_ptr<HttpServer> server;  // last, so that its thread finds the rest
 };
 
 }  // namespace device

@@ -24,7 +24,7 @@ constexpr const char* AVAILABILITY = MqttPublisher::AVAILABILITY;
 class MqttPublisherTest : public testing::Test {
  protected:
   void SetUp() override {
-    ASSERT_EQ(access(kBrokerProgram, X_OK), 0)
+    ASSERT_EQ(access(BROKER_PROGRAM, X_OK), 0)
         << "the broker is not installed (package mosquitto, see script/bootstrap)";
   }
 
@@ -46,8 +46,8 @@ class MqttPublisherTest : public testing::Test {
 
 TEST_F(MqttPublisherTest, StatesAreRetainedAndPulsesAreNot) {
   const Broker broker;
-  Subscriber early(broker.port());
-  const auto publisher = publisherFor(broker.port());
+  Subscriber early(broker.getPort());
+  const auto publisher = publisherFor(broker.getPort());
   ASSERT_TRUE(early.sees(AVAILABILITY, "online"));
   publisher->retain("a/state", "1");
   publisher->publish("a/pulse", "x");
@@ -57,7 +57,7 @@ TEST_F(MqttPublisherTest, StatesAreRetainedAndPulsesAreNot) {
   EXPECT_TRUE(early.sees("a/state", "1"));
   EXPECT_TRUE(early.sees("a/pulse", "x"));
 
-  Subscriber late(broker.port());
+  Subscriber late(broker.getPort());
   ASSERT_TRUE(late.sees("a/state", "2"));
   ASSERT_TRUE(late.sees("a/last", "3"));
   EXPECT_TRUE(late.find("a/state", "2")->retained);
@@ -67,56 +67,56 @@ TEST_F(MqttPublisherTest, StatesAreRetainedAndPulsesAreNot) {
 
 TEST_F(MqttPublisherTest, ClearedStateIsGone) {
   const Broker broker;
-  Subscriber subscriber(broker.port());
-  const auto publisher = publisherFor(broker.port());
+  Subscriber subscriber(broker.getPort());
+  const auto publisher = publisherFor(broker.getPort());
   ASSERT_TRUE(subscriber.sees(AVAILABILITY, "online"));
   publisher->retain("a", "1");
   publisher->clear("a");
   ASSERT_TRUE(subscriber.sees("a", ""));
-  EXPECT_THAT(retainedAt(broker.port()), Not(Contains(Key("a"))));
+  EXPECT_THAT(retainedAt(broker.getPort()), Not(Contains(Key("a"))));
 }
 
 TEST_F(MqttPublisherTest, BrokerThatComesLaterIsToldEverything) {
   Broker broker;
   broker.stop();
-  const auto publisher = publisherFor(broker.port());
+  const auto publisher = publisherFor(broker.getPort());
   publisher->retain("a", "1");
   publisher->retain("b", "2");
   publisher->clear("b");
   broker.start();
-  Subscriber subscriber(broker.port());
+  Subscriber subscriber(broker.getPort());
   ASSERT_TRUE(subscriber.sees(AVAILABILITY, "online"));
-  EXPECT_THAT(retainedAt(broker.port()), Contains(Pair("a", "1")));
+  EXPECT_THAT(retainedAt(broker.getPort()), Contains(Pair("a", "1")));
   EXPECT_EQ(nullptr, subscriber.find("b", "2"));
 }
 
 TEST_F(MqttPublisherTest, BrokerThatForgotIsToldThePresentStatesAgain) {
   Broker broker(false);
-  const auto publisher = publisherFor(broker.port());
+  const auto publisher = publisherFor(broker.getPort());
   publisher->retain("changes", "old");
   publisher->retain("stays", "same");
   {
-    Subscriber subscriber(broker.port());
+    Subscriber subscriber(broker.getPort());
     ASSERT_TRUE(subscriber.sees(AVAILABILITY, "online"));
     ASSERT_TRUE(subscriber.sees("changes", "old"));
   }
   broker.stop(SIGKILL);
   publisher->retain("changes", "new");
   broker.start();
-  Subscriber subscriber(broker.port());
+  Subscriber subscriber(broker.getPort());
   ASSERT_TRUE(subscriber.sees(AVAILABILITY, "online"));
-  const auto retained = retainedAt(broker.port());
+  const auto retained = retainedAt(broker.getPort());
   EXPECT_THAT(retained, Contains(Pair("changes", "new")));
   EXPECT_THAT(retained, Contains(Pair("stays", "same")));
 }
 
 TEST_F(MqttPublisherTest, StateClearedWithoutAConnectionIsClearedAfterwards) {
   Broker broker;
-  const auto publisher = publisherFor(broker.port());
+  const auto publisher = publisherFor(broker.getPort());
   publisher->retain("gone", "1");
   publisher->retain("back", "1");
   {
-    Subscriber subscriber(broker.port());
+    Subscriber subscriber(broker.getPort());
     ASSERT_TRUE(subscriber.sees("gone", "1"));
     ASSERT_TRUE(subscriber.sees("back", "1"));
     ASSERT_TRUE(subscriber.sees(AVAILABILITY, "online"));
@@ -126,9 +126,9 @@ TEST_F(MqttPublisherTest, StateClearedWithoutAConnectionIsClearedAfterwards) {
   publisher->clear("back");
   publisher->retain("back", "2");
   broker.start();
-  Subscriber subscriber(broker.port());
+  Subscriber subscriber(broker.getPort());
   ASSERT_TRUE(subscriber.sees("back", "2"));  // comes behind what is cleared
-  const auto retained = retainedAt(broker.port());
+  const auto retained = retainedAt(broker.getPort());
   EXPECT_THAT(retained, Not(Contains(Key("gone"))));
   EXPECT_THAT(retained, Contains(Pair("back", "2")));
 }
@@ -137,35 +137,35 @@ TEST_F(MqttPublisherTest, DeviceThatDiesIsToldOfflineByTheBroker) {
   const Broker broker;
   const pid_t device = fork();
   if (device == 0) {
-    const auto publisher = publisherFor(broker.port());
+    const auto publisher = publisherFor(broker.getPort());
     publisher->retain("a", "1");
     for (;;) pause();
   }
-  Subscriber subscriber(broker.port());
+  Subscriber subscriber(broker.getPort());
   EXPECT_TRUE(subscriber.sees(AVAILABILITY, "online"));
   kill(device, SIGKILL);
   waitpid(device, nullptr, 0);
   EXPECT_TRUE(subscriber.sees(AVAILABILITY, "offline"));
-  EXPECT_THAT(retainedAt(broker.port()), Contains(Pair(AVAILABILITY, "offline")));
+  EXPECT_THAT(retainedAt(broker.getPort()), Contains(Pair(AVAILABILITY, "offline")));
 }
 
 TEST_F(MqttPublisherTest, DeviceThatLeavesClearsItsStatesAndSaysSo) {
   const Broker broker;
-  auto publisher = publisherFor(broker.port());
+  auto publisher = publisherFor(broker.getPort());
   for (int i = 0; i < 50; ++i) publisher->retain("state/" + std::to_string(i), "1");
   {
-    Subscriber subscriber(broker.port());
+    Subscriber subscriber(broker.getPort());
     ASSERT_TRUE(subscriber.sees(AVAILABILITY, "online"));
   }
   publisher.reset();
-  EXPECT_THAT(retainedAt(broker.port()), testing::ElementsAre(Pair(AVAILABILITY, "offline")));
+  EXPECT_THAT(retainedAt(broker.getPort()), testing::ElementsAre(Pair(AVAILABILITY, "offline")));
 }
 
 TEST_F(MqttPublisherTest, BrokerThatIsAwayIsToldOfOnce) {
   const ReservedPort nobodys;
-  const auto publisher = publisherFor(nobodys.number());
+  const auto publisher = publisherFor(nobodys.getNumber());
   std::vector<std::string> news;
-  const auto deadline = std::chrono::steady_clock::now() + kBrokerPatience;
+  const auto deadline = std::chrono::steady_clock::now() + BROKER_PATIENCE;
   while (news.empty() && std::chrono::steady_clock::now() < deadline) {
     news = publisher->takeNews();
     usleep(1000);

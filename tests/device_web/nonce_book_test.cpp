@@ -11,12 +11,12 @@ using std::chrono::seconds;
 
 class NonceBookTest : public testing::Test {
  protected:
-  static constexpr seconds kLifetime{300};
+  static constexpr seconds LIFETIME{300};
 
   void advance(std::chrono::microseconds time) { now += time.count(); }
 
   std::int64_t now = 1;  // a machine that has only just started
-  NonceBook nonces{kLifetime, [this] { return now; }};
+  NonceBook nonces{LIFETIME, [this] { return now; }};
 };
 
 TEST_F(NonceBookTest, EveryNonceIsAnother) {
@@ -55,14 +55,14 @@ TEST_F(NonceBookTest, CountThatIsTooFarBehindIsLate) {
 
 TEST_F(NonceBookTest, NonceIsGoodForItsLifetime) {
   const std::string nonce = nonces.issue();
-  advance(kLifetime - std::chrono::microseconds(1));
+  advance(LIFETIME - std::chrono::microseconds(1));
   EXPECT_TRUE(nonces.use(nonce, 1));
   advance(std::chrono::microseconds(1));
   EXPECT_FALSE(nonces.use(nonce, 2));
 }
 
 TEST_F(NonceBookTest, NonceOfSomebodyElseIsNoGood) {
-  NonceBook others(kLifetime, [this] { return now; });
+  NonceBook others(LIFETIME, [this] { return now; });
   std::string nonce = nonces.issue();
   EXPECT_FALSE(nonces.use(others.issue(), 1));
   EXPECT_FALSE(nonces.use("", 1));

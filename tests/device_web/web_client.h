@@ -28,18 +28,18 @@ class WebClient {
  public:
   // source: a loopback address, from which it comes.
   explicit WebClient(std::uint16_t port, int receiveBuffer = 0, const char* source = "127.0.0.1")
-      : socket_(g_socket_new(G_SOCKET_FAMILY_IPV4, G_SOCKET_TYPE_STREAM, G_SOCKET_PROTOCOL_TCP,
-                             nullptr)),
-        host_("127.0.0.1:" + std::to_string(port)) {
+      : socket(g_socket_new(G_SOCKET_FAMILY_IPV4, G_SOCKET_TYPE_STREAM, G_SOCKET_PROTOCOL_TCP,
+                            nullptr)),
+        host("127.0.0.1:" + std::to_string(port)) {
     if (receiveBuffer > 0) {
-      setsockopt(g_socket_get_fd(socket_.get()), SOL_SOCKET, SO_RCVBUF, &receiveBuffer,
+      setsockopt(g_socket_get_fd(socket.get()), SOL_SOCKET, SO_RCVBUF, &receiveBuffer,
                  sizeof(receiveBuffer));
     }
     const GObjectPtr<GSocketAddress> own(g_inet_socket_address_new_from_string(source, 0));
-    EXPECT_TRUE(g_socket_bind(socket_.get(), own.get(), FALSE, nullptr));
+    EXPECT_TRUE(g_socket_bind(socket.get(), own.get(), FALSE, nullptr));
     const GObjectPtr<GSocketAddress> address(
         g_inet_socket_address_new_from_string("127.0.0.1", port));
-    EXPECT_TRUE(g_socket_connect(socket_.get(), address.get(), nullptr, nullptr));
+    EXPECT_TRUE(g_socket_connect(socket.get(), address.get(), nullptr, nullptr));
     read();
   }
   WebClient(const WebClient&) = delete;
@@ -47,7 +47,7 @@ class WebClient {
 
   void send(std::string_view text) {
     while (!text.empty()) {
-      const ssize_t count = ::send(g_socket_get_fd(socket_.get()), text.data(), text.size(),
+      const ssize_t count = ::send(g_socket_get_fd(socket.get()), text.data(), text.size(),
                                    MSG_NOSIGNAL | MSG_DONTWAIT);
       if (count > 0) {
         text.remove_prefix(static_cast<std::size_t>(count));
@@ -63,7 +63,7 @@ class WebClient {
   void request(const std::string& method, const std::string& path, const std::string& body = "",
                const std::string& headers = "") {
     std::string text = method + ' ' + path + " HTTP/1.1\r\n" + headers;
-    if (headers.find("Host:") == std::string::npos) text += "Host: " + host_ + "\r\n";
+    if (headers.find("Host:") == std::string::npos) text += "Host: " + host + "\r\n";
     if (!body.empty()) text += "Content-Length: " + std::to_string(body.size()) + "\r\n";
     send(text + "\r\n" + body);
   }
@@ -73,8 +73,8 @@ class WebClient {
     WebResponse response;
     const std::size_t end = find("\r\n\r\n");
     if (end == std::string::npos) return response;
-    readHead(received_.substr(0, end + 2), &response);
-    received_.erase(0, end + 4);
+    readHead(received.substr(0, end + 2), &response);
+    received.erase(0, end + 4);
     const auto length = response.headers.find("Content-Length");
     if (length != response.headers.end()) {
       response.body = take(std::strtoul(length->second.c_str(), nullptr, 10));
@@ -96,47 +96,47 @@ class WebClient {
   std::string message() {
     const std::size_t end = find("\n\n");
     if (end == std::string::npos) return "";
-    const std::string text = received_.substr(0, end);
-    received_.erase(0, end + 2);
+    const std::string text = received.substr(0, end);
+    received.erase(0, end + 2);
     return text;
   }
 
   bool hasReceived(std::string_view text) {
-    return iterateUntil([&] { return received_.find(text) != std::string::npos || closed_; }) &&
-           received_.find(text) != std::string::npos;
+    return iterateUntil([&] { return received.find(text) != std::string::npos || closed; }) &&
+           received.find(text) != std::string::npos;
   }
 
   bool isClosed() {
-    return iterateUntil([&] { return closed_; });
+    return iterateUntil([&] { return closed; });
   }
 
-  void stopReading() { source_.reset(); }
+  void stopReading() { source.reset(); }
   void read() {
-    g_socket_set_blocking(socket_.get(), FALSE);
-    source_ = watchSocket(socket_.get(), static_cast<GIOCondition>(G_IO_IN | G_IO_HUP | G_IO_ERR),
-                          readable, this);
+    g_socket_set_blocking(socket.get(), FALSE);
+    source = watchSocket(socket.get(), static_cast<GIOCondition>(G_IO_IN | G_IO_HUP | G_IO_ERR),
+                         readable, this);
   }
-  const std::string& received() const { return received_; }
+  const std::string& getReceived() const { return received; }
 
  private:
   static gboolean readable(GSocket* socket, GIOCondition, gpointer data) {
     auto* self = static_cast<WebClient*>(data);
     std::array<char, 65536> buffer;
     const ssize_t count = recv(g_socket_get_fd(socket), buffer.data(), buffer.size(), MSG_DONTWAIT);
-    if (count > 0) self->received_.append(buffer.data(), static_cast<std::size_t>(count));
-    self->closed_ = count == 0 || (count < 0 && errno != EAGAIN);
-    return self->closed_ ? G_SOURCE_REMOVE : G_SOURCE_CONTINUE;
+    if (count > 0) self->received.append(buffer.data(), static_cast<std::size_t>(count));
+    self->closed = count == 0 || (count < 0 && errno != EAGAIN);
+    return self->closed ? G_SOURCE_REMOVE : G_SOURCE_CONTINUE;
   }
 
   std::size_t find(std::string_view text) {
-    iterateUntil([&] { return received_.find(text) != std::string::npos || closed_; });
-    return received_.find(text);
+    iterateUntil([&] { return received.find(text) != std::string::npos || closed; });
+    return received.find(text);
   }
 
   std::string take(std::size_t count) {
-    iterateUntil([&] { return received_.size() >= count || closed_; });
-    const std::string text = received_.substr(0, count);
-    received_.erase(0, count);
+    iterateUntil([&] { return received.size() >= count || closed; });
+    const std::string text = received.substr(0, count);
+    received.erase(0, count);
     return text;
   }
 
@@ -156,11 +156,11 @@ class WebClient {
     }
   }
 
-  GObjectPtr<GSocket> socket_;
-  std::string host_;
-  std::string received_;
-  bool closed_ = false;
-  GSourcePtr source_;
+  GObjectPtr<GSocket> socket;
+  std::string host;
+  std::string received;
+  bool closed = false;
+  GSourcePtr source;
 };
 
 }  // namespace device

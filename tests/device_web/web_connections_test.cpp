@@ -22,8 +22,8 @@ namespace {
 
 using std::chrono::milliseconds;
 
-constexpr char kApi[] = "/api/sentrelvideo";
-constexpr int kNothingThere = 404;
+constexpr char API[] = "/api/sentrelvideo";
+constexpr int NOTHING_THERE = 404;
 
 class WebConnectionsTest : public testing::Test {
  protected:
@@ -51,7 +51,7 @@ class WebConnectionsTest : public testing::Test {
   // A connection whose request waits for the application.
   std::unique_ptr<WebClient> busyClient(std::uint16_t port, const char* source = "127.0.0.1") {
     auto client = std::make_unique<WebClient>(port, 0, source);
-    client->request("POST", kApi, "", "Expect: 100-continue\r\nContent-Length: 2\r\n");
+    client->request("POST", API, "", "Expect: 100-continue\r\nContent-Length: 2\r\n");
     EXPECT_EQ(100, client->response().status);
     client->send("{}");
     while (g_main_context_iteration(nullptr, FALSE) != FALSE) {  // until it has been read
@@ -91,15 +91,15 @@ TEST_F(WebConnectionsTest, ConnectionThatDoesNotGetToTheEndOfItsHeaderIsEnded) {
 TEST_F(WebConnectionsTest, ConnectionWhoseBodyDoesNotComeIsEnded) {
   limits.connections.body = milliseconds(50);
   WebClient client(start());
-  client.request("POST", kApi, "", "Content-Length: 10\r\n");
+  client.request("POST", API, "", "Content-Length: 10\r\n");
   client.send("12345");
   EXPECT_TRUE(client.isClosed());
 }
 
 TEST_F(WebConnectionsTest, ConnectionThatDoesNotReadItsAnswerIsEnded) {
-  constexpr std::size_t kMoreThanBuffersHold = std::size_t{32} << 20;
+  constexpr std::size_t MORE_THAN_BUFFERS_HOLD = std::size_t{32} << 20;
   limits.connections.answer = milliseconds(200);
-  std::ofstream(options.folder / "big.json") << std::string(kMoreThanBuffersHold, ' ');
+  std::ofstream(options.folder / "big.json") << std::string(MORE_THAN_BUFFERS_HOLD, ' ');
   const std::uint16_t port = start();
   WebClient slow(port, 4096);
   slow.stopReading();
@@ -108,7 +108,7 @@ TEST_F(WebConnectionsTest, ConnectionThatDoesNotReadItsAnswerIsEnded) {
   EXPECT_TRUE(iterateUntil([&] { return server->countConnections() == 0; }));
   slow.read();
   EXPECT_TRUE(slow.isClosed());
-  EXPECT_LT(slow.received().size(), kMoreThanBuffersHold);
+  EXPECT_LT(slow.getReceived().size(), MORE_THAN_BUFFERS_HOLD);
 }
 
 TEST_F(WebConnectionsTest, ReaderOfAStreamStaysForAsLongAsItLikes) {
@@ -132,15 +132,15 @@ TEST_F(WebConnectionsTest, NewOneTakesThePlaceOfTheOldestThatHasNotAsked) {
   WebClient second(port);
   WebClient third(port);
   ASSERT_TRUE(iterateUntil([&] { return server->countConnections() == 3; }));
-  second.request("POST", kApi, "", "Content-Length: 10\r\n");  // whose body is still to come
-  EXPECT_EQ(kNothingThere, WebClient(port).get("/none").status);
+  second.request("POST", API, "", "Content-Length: 10\r\n");  // whose body is still to come
+  EXPECT_EQ(NOTHING_THERE, WebClient(port).get("/none").status);
   EXPECT_TRUE(first.isClosed());
   WebClient fourth(port);
   ASSERT_TRUE(iterateUntil([&] { return server->countConnections() == 3; }));
-  EXPECT_EQ(kNothingThere, WebClient(port).get("/none").status);
+  EXPECT_EQ(NOTHING_THERE, WebClient(port).get("/none").status);
   EXPECT_TRUE(second.isClosed());
-  EXPECT_EQ(kNothingThere, third.get("/none").status);
-  EXPECT_EQ(kNothingThere, fourth.get("/none").status);
+  EXPECT_EQ(NOTHING_THERE, third.get("/none").status);
+  EXPECT_EQ(NOTHING_THERE, fourth.get("/none").status);
 }
 
 TEST_F(WebConnectionsTest, OneWhoseAnswerIsOnItsWayKeepsItsPlace) {
@@ -154,7 +154,7 @@ TEST_F(WebConnectionsTest, OneWhoseAnswerIsOnItsWayKeepsItsPlace) {
   kept.clear();
   EXPECT_EQ(503, first->response().status);
   EXPECT_EQ(503, second->response().status);
-  EXPECT_EQ(kNothingThere, WebClient(port).get("/none").status);
+  EXPECT_EQ(NOTHING_THERE, WebClient(port).get("/none").status);
 }
 
 TEST_F(WebConnectionsTest, AddressThatHasUsedItsPlacesLeavesThoseOfOthers) {
@@ -186,19 +186,19 @@ TEST_F(WebConnectionsTest, StreamsLeaveRoomForRequests) {
     EXPECT_EQ(503, refused.status);
     EXPECT_EQ(R"({"error":{"code":"HTTP","message":"Too many streams are read already"}})",
               refused.body);
-    EXPECT_EQ(kNothingThere, WebClient(port).get("/none").status);
+    EXPECT_EQ(NOTHING_THERE, WebClient(port).get("/none").status);
   }
   ASSERT_TRUE(iterateUntil([&] { return server->countConnections() == 0; }));
   EXPECT_EQ(200, WebClient(port).get("/events").status);
 }
 
 TEST_F(WebConnectionsTest, HundredsThatComeAtOnceFindAPlaceInTheQueue) {
-  constexpr int kMany = 500;
+  constexpr int MANY = 500;
   const std::uint16_t port = start();
   const GObjectPtr<GSocketAddress> address(
       g_inet_socket_address_new_from_string("127.0.0.1", port));
   std::vector<GObjectPtr<GSocket>> clients;
-  for (int i = 0; i < kMany; ++i) {
+  for (int i = 0; i < MANY; ++i) {
     clients.emplace_back(
         g_socket_new(G_SOCKET_FAMILY_IPV4, G_SOCKET_TYPE_STREAM, G_SOCKET_PROTOCOL_TCP, nullptr));
     g_socket_set_blocking(clients.back().get(), FALSE);
@@ -207,7 +207,7 @@ TEST_F(WebConnectionsTest, HundredsThatComeAtOnceFindAPlaceInTheQueue) {
     pollfd ready{g_socket_get_fd(clients.back().get()), POLLOUT, 0};
     ASSERT_EQ(1, poll(&ready, 1, 0)) << i;
   }
-  EXPECT_EQ(kNothingThere, WebClient(port).get("/none").status);
+  EXPECT_EQ(NOTHING_THERE, WebClient(port).get("/none").status);
   EXPECT_LE(server->countConnections(), limits.connections.ofAddress);
 }
 
@@ -222,16 +222,16 @@ int lowestFreeDescriptor() {
 class DescriptorLimit {
  public:
   explicit DescriptorLimit(int count) {
-    getrlimit(RLIMIT_NOFILE, &usual_);
-    const rlimit changed{static_cast<rlim_t>(count), usual_.rlim_max};
+    getrlimit(RLIMIT_NOFILE, &usual);
+    const rlimit changed{static_cast<rlim_t>(count), usual.rlim_max};
     setrlimit(RLIMIT_NOFILE, &changed);
   }
   DescriptorLimit(const DescriptorLimit&) = delete;
   DescriptorLimit& operator=(const DescriptorLimit&) = delete;
-  ~DescriptorLimit() { setrlimit(RLIMIT_NOFILE, &usual_); }
+  ~DescriptorLimit() { setrlimit(RLIMIT_NOFILE, &usual); }
 
  private:
-  rlimit usual_{};
+  rlimit usual{};
 };
 
 TEST_F(WebConnectionsTest, ServerWhoseDescriptorsRanOutAcceptsAgainByItself) {
@@ -242,7 +242,7 @@ TEST_F(WebConnectionsTest, ServerWhoseDescriptorsRanOutAcceptsAgainByItself) {
   // Two are accepted; for the third the first one has to leave.
   EXPECT_TRUE(clients[0]->isClosed());
   clients.clear();
-  EXPECT_EQ(kNothingThere, WebClient(port).get("/none").status);
+  EXPECT_EQ(NOTHING_THERE, WebClient(port).get("/none").status);
   EXPECT_TRUE(iterateUntil([&] { return server->countConnections() == 0; }));
 }
 

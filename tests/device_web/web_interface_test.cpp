@@ -23,7 +23,7 @@ namespace {
 using testing::HasSubstr;
 using testing::StartsWith;
 
-constexpr char kMessage[] = "event: ";
+constexpr char MESSAGE[] = "event: ";
 
 struct Message {
   std::string type;
@@ -36,9 +36,9 @@ struct Message {
 
 Message parse(const std::string& text) {
   const std::size_t data = text.find("\ndata: ");
-  EXPECT_THAT(text, StartsWith(kMessage));
+  EXPECT_THAT(text, StartsWith(MESSAGE));
   if (data == std::string::npos) return {};
-  return {text.substr(sizeof(kMessage) - 1, data - sizeof(kMessage) + 1),
+  return {text.substr(sizeof(MESSAGE) - 1, data - sizeof(MESSAGE) + 1),
           JsonPtr(json_loads(text.c_str() + data + 7, 0, nullptr))};
 }
 
@@ -92,8 +92,8 @@ class WebInterfaceTest : public testing::Test {
 
   // The next message, of that type if one is given; nothing when too many others come before it.
   Message next(WebClient& client, const std::string& type = "") {
-    constexpr int kOthers = 1000;
-    for (int i = 0; i < kOthers; ++i) {
+    constexpr int OTHERS = 1000;
+    for (int i = 0; i < OTHERS; ++i) {
       const std::string text = client.message();
       if (text.empty()) break;
       if (text == ":") continue;
@@ -188,12 +188,12 @@ class LateWebInterfaceTest : public WebInterfaceTest {
 };
 
 TEST_F(LateWebInterfaceTest, EventsReachTheBroker) {
-  ASSERT_EQ(access(kBrokerProgram, X_OK), 0)
+  ASSERT_EQ(access(BROKER_PROGRAM, X_OK), 0)
       << "the broker is not installed (package mosquitto, see script/bootstrap)";
   const Broker broker;
   const std::uint32_t before = declare(stateKeys("before", true));
-  start(BrokerAddress{"127.0.0.1", broker.port()});
-  Subscriber subscriber(broker.port());
+  start(BrokerAddress{"127.0.0.1", broker.getPort()});
+  Subscriber subscriber(broker.getPort());
   ASSERT_TRUE(subscriber.runUntil(
       [&] { return subscriber.find(MqttPublisher::AVAILABILITY, "online") != nullptr; }));
   const std::uint32_t stateful = declare(stateKeys("alarm", false));
@@ -206,7 +206,7 @@ TEST_F(LateWebInterfaceTest, EventsReachTheBroker) {
   const std::string top = "MiruPlatform/SentrelVideo/";
   ASSERT_TRUE(subscriber.sees(top + "before", ""));
 
-  Subscriber late(broker.port());
+  Subscriber late(broker.getPort());
   late.drain();
   std::map<std::string, std::string> retained;
   for (const BrokerMessage& message : late.messages) {

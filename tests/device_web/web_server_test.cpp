@@ -24,7 +24,7 @@ using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
 
-constexpr char kApi[] = "/api/sentrelvideo";
+constexpr char API[] = "/api/sentrelvideo";
 
 std::string errorOf(const std::string& message) {
   return R"({"error":{"code":"HTTP","message":")" + message + "\"}}";
@@ -83,13 +83,14 @@ TEST_F(WebServerTest, ForwardsARequestAndReturnsWhatTheCallbackWrote) {
   FakeApplication application(socket);
   application.setAnswer("X-Own: yes\r\nContent-Type: text/x-own\r\nStatus: 418 Teapot\r\n\r\n<$>");
   WebClient client(start().port());
-  client.request("POST", std::string(kApi) + "?a=b%20c", R"({"x":1})");
+  client.request("POST", std::string(API) + "?a=b%20c", R"({"x":1})");
   const WebResponse response = client.response();
   EXPECT_EQ(418, response.status);
   EXPECT_EQ("yes", response.headers.at("X-Own"));
   EXPECT_EQ("text/x-own", response.headers.at("Content-Type"));
   EXPECT_EQ(R"(<{"x":1}>)", response.body);
-  EXPECT_THAT(application.requests(), ElementsAre(R"(POST /api/sentrelvideo a=b%20c b c {"x":1})"));
+  EXPECT_THAT(application.getRequests(),
+              ElementsAre(R"(POST /api/sentrelvideo a=b%20c b c {"x":1})"));
 }
 
 TEST_F(WebServerTest, DeviceItselfAsksTheApplication) {
@@ -99,7 +100,7 @@ TEST_F(WebServerTest, DeviceItselfAsksTheApplication) {
               [&](const std::string* text) { answer = text != nullptr ? *text : "none"; });
   EXPECT_TRUE(iterateUntil([&] { return !answer.empty(); }));
   EXPECT_EQ(R"({"body":"question"})", answer);
-  EXPECT_THAT(application.requests(), ElementsAre("POST /api/sentrelvideo - - question"));
+  EXPECT_THAT(application.getRequests(), ElementsAre("POST /api/sentrelvideo - - question"));
 }
 
 TEST_F(WebServerTest, DeviceIsToldThatNobodyAnswers) {
@@ -142,7 +143,7 @@ TEST_F(WebServerTest, EightClientsAtOnceAreAllAnswered) {
   std::vector<std::unique_ptr<WebClient>> clients;
   for (int i = 0; i < 8; ++i) {
     clients.push_back(std::make_unique<WebClient>(port));
-    clients.back()->request("POST", kApi, "client " + std::to_string(i));
+    clients.back()->request("POST", API, "client " + std::to_string(i));
   }
   for (int i = 7; i >= 0; --i) {
     EXPECT_EQ("{\"body\":\"client " + std::to_string(i) + "\"}", clients[i]->response().body);
@@ -154,14 +155,14 @@ TEST_F(WebServerTest, OtherMethodsThanPostAreRefusedAtTheApi) {
   const std::uint16_t port = start().port();
   for (const char* method : {"GET", "PUT", "DELETE", "PATCH", "OPTIONS"}) {
     WebClient client(port);
-    client.request(method, kApi);
+    client.request(method, API);
     const WebResponse response = client.response();
     EXPECT_EQ(405, response.status) << method;
     EXPECT_EQ("POST", response.headers.at("Allow"));
     EXPECT_EQ("application/json", response.headers.at("Content-Type"));
     EXPECT_EQ(errorOf("Only POST is possible here"), response.body);
   }
-  EXPECT_THAT(application.requests(), ElementsAre());
+  EXPECT_THAT(application.getRequests(), ElementsAre());
 }
 
 TEST_F(WebServerTest, BodyOfOneMebibyteIsTheLargest) {
@@ -173,19 +174,19 @@ TEST_F(WebServerTest, BodyOfOneMebibyteIsTheLargest) {
   EXPECT_EQ(413, refused.status);
   EXPECT_EQ("application/json", refused.headers.at("Content-Type"));
   EXPECT_EQ(errorOf("A request may have 1 MiB"), refused.body);
-  EXPECT_EQ(1u, application.requests().size());
+  EXPECT_EQ(1u, application.getRequests().size());
 }
 
 TEST_F(WebServerTest, AnnouncedLargeBodyIsRefusedBeforeItIsSent) {
   WebClient client(start().port());
-  client.request("POST", kApi, "", "Content-Length: 1048577\r\n");
+  client.request("POST", API, "", "Content-Length: 1048577\r\n");
   EXPECT_EQ(413, client.response().status);
   EXPECT_TRUE(client.isClosed());
 }
 
 TEST_F(WebServerTest, BodyWithoutALengthIsRefusedWhileItIsRead) {
   WebClient client(start().port());
-  client.request("POST", kApi, "", "Transfer-Encoding: chunked\r\n");
+  client.request("POST", API, "", "Transfer-Encoding: chunked\r\n");
   const std::string chunk = "10000\r\n" + std::string(0x10000, 'x') + "\r\n";
   for (int i = 0; i < 17; ++i) client.send(chunk);  // 1 MiB and 64 KiB, with no end
   EXPECT_EQ(413, client.response().status);
@@ -193,7 +194,7 @@ TEST_F(WebServerTest, BodyWithoutALengthIsRefusedWhileItIsRead) {
 
 TEST_F(WebServerTest, ClientThatGoesOnSendingStillReadsTheRefusal) {
   WebClient client(start().port());
-  client.request("POST", kApi, std::string(8 << 20, 'x'));
+  client.request("POST", API, std::string(8 << 20, 'x'));
   const WebResponse response = client.response();
   EXPECT_EQ(413, response.status);
   EXPECT_EQ(errorOf("A request may have 1 MiB"), response.body);
@@ -220,11 +221,11 @@ TEST_F(WebServerTest, ApplicationThatHangsGives503AndHoldsUpNobodyElse) {
   const std::uint16_t port = start().port();
   WebClient first(port);
   WebClient second(port);
-  first.request("POST", kApi, "{}");
-  second.request("POST", kApi, "{}");
+  first.request("POST", API, "{}");
+  second.request("POST", API, "{}");
   ASSERT_TRUE(iterateUntil([&] { return !kept.empty(); }));
   EXPECT_EQ("page", WebClient(port).get("/").body);
-  EXPECT_EQ("", first.received());
+  EXPECT_EQ("", first.getReceived());
   const WebResponse response = first.response();
   EXPECT_EQ(503, response.status);
   EXPECT_EQ(errorOf("The application did not answer in time"), response.body);
@@ -249,7 +250,7 @@ TEST_F(WebServerTest, ClientThatLeavesBeforeItsAnswerHarmsNobody) {
   const std::uint16_t port = start().port();
   {
     WebClient client(port);
-    client.request("POST", kApi, "{}");
+    client.request("POST", API, "{}");
     ASSERT_TRUE(iterateUntil([&] { return kept.size() == 1; }));
   }
   kept.clear();  // the application breaks off; the answer goes to nobody
@@ -261,7 +262,7 @@ TEST_F(WebServerTest, ServerThatEndsWithRequestsOnTheirWayReleasesThem) {
   const LocalListener application(
       socket, [&](GObjectPtr<GSocket> request) { kept.push_back(std::move(request)); });
   WebClient client(start().port());
-  client.request("POST", kApi, "{}");
+  client.request("POST", API, "{}");
   ASSERT_TRUE(iterateUntil([&] { return kept.size() == 1; }));
   server.reset();
   EXPECT_TRUE(client.isClosed());
@@ -275,7 +276,7 @@ TEST_F(WebServerTest, RequestOfAForeignPageIsRefused) {
   const std::string number = std::to_string(port);
   const auto statusWith = [&](const std::string& headers) {
     WebClient client(port);
-    client.request("POST", kApi, "{}", headers);
+    client.request("POST", API, "{}", headers);
     return client.response();
   };
   EXPECT_EQ(200, statusWith("Origin: http://127.0.0.1:" + number + "\r\n").status);
@@ -287,7 +288,7 @@ TEST_F(WebServerTest, RequestOfAForeignPageIsRefused) {
   EXPECT_EQ(403, statusWith("Origin: http://127.0.0.1:" + number +
                             "\r\nOrigin: http://elsewhere.example\r\n")
                      .status);
-  EXPECT_EQ(1u, application.requests().size());
+  EXPECT_EQ(1u, application.getRequests().size());
   EXPECT_EQ(403, WebClient(port).get("/live", "Origin: null\r\n").status);
 }
 
@@ -307,8 +308,8 @@ TEST_F(WebServerTest, RequestOfAForeignPageIsRefusedWithTheRightPasswordToo) {
     client.request(method, path, "", headers + login.line(method, path, nonceFrom(port)));
     return client.response();
   };
-  for (const char* path : {kApi, "/events", "/live", "/", "/index.html", "/none"}) {
-    const char* method = path == std::string(kApi) ? "POST" : "GET";
+  for (const char* path : {API, "/events", "/live", "/", "/index.html", "/none"}) {
+    const char* method = path == std::string(API) ? "POST" : "GET";
     for (const std::string& headers :
          {std::string("Origin: http://elsewhere.example\r\n"), std::string("Origin: null\r\n"),
           "Origin: http://" + own + "1\r\n", std::string("Host: elsewhere.example\r\n")}) {
@@ -317,8 +318,8 @@ TEST_F(WebServerTest, RequestOfAForeignPageIsRefusedWithTheRightPasswordToo) {
       EXPECT_EQ(errorOf("The request was made from elsewhere"), response.body);
     }
   }
-  EXPECT_THAT(application.requests(), ElementsAre());
-  EXPECT_EQ(200, request("POST", kApi, "Origin: http://" + own + "\r\n").status);
+  EXPECT_THAT(application.getRequests(), ElementsAre());
+  EXPECT_EQ(200, request("POST", API, "Origin: http://" + own + "\r\n").status);
   EXPECT_EQ("page", request("GET", "/", "").body);
 }
 
@@ -339,7 +340,7 @@ TEST_F(WebServerTest, ClientThatAsksBeforeItSendsIsAnsweredAsAnyOther) {
   const auto before = openDescriptors();
   for (int i = 0; i < 20; ++i) {
     WebClient client(port);
-    client.request("POST", kApi, "", "Expect: 100-continue\r\nContent-Length: 1\r\n");
+    client.request("POST", API, "", "Expect: 100-continue\r\nContent-Length: 1\r\n");
     EXPECT_EQ(100, client.response().status);
     client.send("1");
     const WebResponse response = client.response();
@@ -358,7 +359,7 @@ TEST_F(WebServerTest, ClientThatAsksBeforeItSendsIsRefusedAtOnce) {
   const std::string asks = "Expect: 100-continue\r\nContent-Length: 10\r\n";
   const auto responseTo = [&](const std::string& headers) {
     WebClient client(port);
-    client.request("POST", kApi, "", asks + headers);
+    client.request("POST", API, "", asks + headers);
     const WebResponse response = client.response();
     // Who may go on is waited for.
     EXPECT_TRUE(response.status == 100 || client.isClosed());
@@ -370,11 +371,11 @@ TEST_F(WebServerTest, ClientThatAsksBeforeItSendsIsRefusedAtOnce) {
   response = responseTo("");
   EXPECT_EQ(401, response.status);
   expectStrictHeaders(response);
-  EXPECT_EQ(100, responseTo(login.line("POST", kApi, nonceFrom(port))).status);
-  response = responseTo("Origin: http://elsewhere.example\r\n" +
-                        login.line("POST", kApi, nonceFrom(port)));
+  EXPECT_EQ(100, responseTo(login.line("POST", API, nonceFrom(port))).status);
+  response =
+      responseTo("Origin: http://elsewhere.example\r\n" + login.line("POST", API, nonceFrom(port)));
   EXPECT_EQ(403, response.status);
-  EXPECT_THAT(application.requests(), ElementsAre());
+  EXPECT_THAT(application.getRequests(), ElementsAre());
 }
 
 TEST_F(WebServerTest, EveryAnswerHasTheStrictHeadersAndEndsItsConnection) {
@@ -386,8 +387,8 @@ TEST_F(WebServerTest, EveryAnswerHasTheStrictHeadersAndEndsItsConnection) {
         std::string("PUT /none HTTP/1.1\r\n") + host + "\r\n",
         std::string("GET / HTTP/1.1\r\n\r\n"), std::string("nonsense\r\n\r\n"),
         std::string("GET / HTTP/1.1\r\n") + host + "Expect: nonsense\r\n\r\n",
-        "POST " + std::string(kApi) + " HTTP/1.1\r\n" + host + "Content-Length: 1\r\n\r\n1",
-        "POST " + std::string(kApi) + " HTTP/1.1\r\n" + host + "Content-Length: 2000000\r\n\r\n",
+        "POST " + std::string(API) + " HTTP/1.1\r\n" + host + "Content-Length: 1\r\n\r\n1",
+        "POST " + std::string(API) + " HTTP/1.1\r\n" + host + "Content-Length: 2000000\r\n\r\n",
         "GET / HTTP/1.0\r\n" + host + "Connection: keep-alive\r\n\r\n"}) {
     WebClient client(port);
     client.send(request);
@@ -475,13 +476,13 @@ TEST_F(WebServerTest, EveryPathAsksForTheUser) {
   FakeApplication application(socket);
   const std::uint16_t port = start().port();
   server->addStream("/live", [] { return std::string("told"); });
-  for (const char* path : {"/", "/none", "/live", kApi}) {
+  for (const char* path : {"/", "/none", "/live", API}) {
     const WebResponse response = WebClient(port).get(path);
     EXPECT_EQ(401, response.status) << path;
     EXPECT_THAT(response.headers.at("WWW-Authenticate"), StartsWith("Digest ")) << path;
   }
   EXPECT_EQ(401, WebClient(port).post("{}").status);
-  EXPECT_THAT(application.requests(), ElementsAre());
+  EXPECT_THAT(application.getRequests(), ElementsAre());
 }
 
 TEST_F(WebServerTest, RightPasswordOpensAndAWrongOneDoesNot) {
@@ -516,7 +517,7 @@ TEST_F(WebServerTest, RequestThatIsSentAgainByAListenerIsRefused) {
   const std::string nonce = nonceFrom(port);
   const auto statusOf = [&](unsigned count) {
     WebClient client(port);
-    client.request("POST", kApi, "{}", login.line("POST", kApi, nonce, count));
+    client.request("POST", API, "{}", login.line("POST", API, nonce, count));
     return client.response().status;
   };
   EXPECT_EQ(200, statusOf(1));
@@ -524,7 +525,7 @@ TEST_F(WebServerTest, RequestThatIsSentAgainByAListenerIsRefused) {
   EXPECT_EQ(200, statusOf(2));
   EXPECT_EQ(401, statusOf(1));
   EXPECT_EQ(401, statusOf(2));
-  EXPECT_EQ(2u, application.requests().size());
+  EXPECT_EQ(2u, application.getRequests().size());
 }
 
 // The library takes all of these for the count 1, for which the digest is right.
@@ -571,7 +572,7 @@ TEST_F(WebServerTest, LoginOfAnotherRequestOpensNothing) {
 TEST_F(WebServerTest, LargeBodyWithoutAUserIsCutOffAsWell) {
   options.user = WebUser{"anna", "secret word"};
   WebClient client(start().port());
-  client.request("POST", kApi, std::string(4 << 20, 'x'));
+  client.request("POST", API, std::string(4 << 20, 'x'));
   EXPECT_EQ(413, client.response().status);
 }
 

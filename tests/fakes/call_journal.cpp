@@ -12,17 +12,17 @@ std::vector<std::string> journal;
 namespace CallJournal {
 
 void clear() {
-  const std::scoped_lock lock(mutex);
+  const std::lock_guard lock(mutex);
   journal.clear();
 }
 
 void add(const std::string& call) {
-  const std::scoped_lock lock(mutex);
+  const std::lock_guard lock(mutex);
   journal.push_back(call);
 }
 
 std::vector<std::string> calls() {
-  const std::scoped_lock lock(mutex);
+  const std::lock_guard lock(mutex);
   return journal;
 }
 

@@ -28,36 +28,36 @@ class DbusDaemon {
     constexpr auto flags = static_cast<GSpawnFlags>(
         G_SPAWN_SEARCH_PATH | G_SPAWN_DO_NOT_REAP_CHILD | G_SPAWN_STDERR_TO_DEV_NULL);
     if (!g_spawn_async_with_pipes(nullptr, const_cast<char**>(command), nullptr, flags, nullptr,
-                                  nullptr, &pid_, nullptr, &output, nullptr, &error)) {
+                                  nullptr, &pid, nullptr, &output, nullptr, &error)) {
       std::string reason = error->message;
       g_error_free(error);
       throw std::runtime_error("no message bus: " + reason);
     }
     // The daemon prints its address, which holds no blank, as soon as it can be reached.
     std::unique_ptr<FILE, int (*)(FILE*)> stream(fdopen(output, "r"), &fclose);
-    char address[256] = "";
-    if (fscanf(stream.get(), "%255s", address) != 1) {
+    char printed[256] = "";
+    if (fscanf(stream.get(), "%255s", printed) != 1) {
       end();
       throw std::runtime_error("the message bus ended at once");
     }
-    address_ = address;
-    setenv("DBUS_SYSTEM_BUS_ADDRESS", address, 1);
+    address = printed;
+    setenv("DBUS_SYSTEM_BUS_ADDRESS", printed, 1);
   }
   DbusDaemon(const DbusDaemon&) = delete;
   DbusDaemon& operator=(const DbusDaemon&) = delete;
   ~DbusDaemon() { end(); }
 
-  const char* address() const { return address_.c_str(); }
+  const char* getAddress() const { return address.c_str(); }
 
  private:
   void end() {
-    kill(pid_, SIGTERM);
-    waitpid(pid_, nullptr, 0);
-    g_spawn_close_pid(pid_);
+    kill(pid, SIGTERM);
+    waitpid(pid, nullptr, 0);
+    g_spawn_close_pid(pid);
   }
 
-  GPid pid_ = 0;
-  std::string address_;
+  GPid pid = 0;
+  std::string address;
 };
 
 #endif

@@ -20,7 +20,7 @@ FakeClock::~FakeClock() {
 }
 
 std::int64_t FakeClock::now() const {
-  const std::scoped_lock lock(mutex);
+  const std::lock_guard lock(mutex);
   return time;
 }
 
@@ -41,13 +41,13 @@ void FakeClock::sleep(std::int64_t microseconds) {
 }
 
 void FakeClock::advance(std::int64_t microseconds) {
-  const std::scoped_lock lock(mutex);
+  const std::lock_guard lock(mutex);
   time += microseconds;
   wakeSleepers();
 }
 
 void FakeClock::set(std::int64_t newTime) {
-  const std::scoped_lock lock(mutex);
+  const std::lock_guard lock(mutex);
   time = newTime;
 }
 
@@ -66,7 +66,7 @@ bool FakeClock::advanceAndSettle(std::int64_t microseconds, int count) {
 }
 
 void FakeClock::free() {
-  const std::scoped_lock lock(mutex);
+  const std::lock_guard lock(mutex);
   freed = true;
   wakeSleepers();
 }

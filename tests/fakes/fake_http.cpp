@@ -40,36 +40,36 @@ std::string written(GOutputStream* stream) {
 namespace FakeHttp {
 
 void reset() {
-  const std::scoped_lock lock(mutex);
+  const std::lock_guard lock(mutex);
   registrationsToFail = 0;
   registrationCount = 0;
   freeCount = 0;
 }
 
 void failRegistrations(int count) {
-  const std::scoped_lock lock(mutex);
+  const std::lock_guard lock(mutex);
   registrationsToFail = count;
 }
 
 bool isRegistered() {
-  const std::scoped_lock lock(mutex);
+  const std::lock_guard lock(mutex);
   return registered != nullptr;
 }
 
 int registrations() {
-  const std::scoped_lock lock(mutex);
+  const std::lock_guard lock(mutex);
   return registrationCount;
 }
 
 int freed() {
-  const std::scoped_lock lock(mutex);
+  const std::lock_guard lock(mutex);
   return freeCount;
 }
 
 std::string request(const Request& request) {
   OVHttpHandler handler{};
   {
-    const std::scoped_lock lock(mutex);
+    const std::lock_guard lock(mutex);
     if (registered == nullptr) {
       return "";
     }
@@ -88,7 +88,7 @@ std::string request(const Request& request) {
 extern "C" {
 
 OVHttpHandler* ov_http_handler_new(OVHttpCallback callback, void* user_data) {
-  const std::scoped_lock lock(mutex);
+  const std::lock_guard lock(mutex);
   if (registrationsToFail > 0) {
     --registrationsToFail;
     return nullptr;
@@ -99,7 +99,7 @@ OVHttpHandler* ov_http_handler_new(OVHttpCallback callback, void* user_data) {
 }
 
 void ov_http_handler_free(OVHttpHandler* handler) {
-  const std::scoped_lock lock(mutex);
+  const std::lock_guard lock(mutex);
   ++freeCount;
   registered = registered == handler ? nullptr : registered;
   delete handler;

@@ -14,18 +14,18 @@ std::vector<FakeMainLoop::Start> recorded;
 namespace FakeMainLoop {
 
 void reset() {
-  const std::scoped_lock lock(mutex);
+  const std::lock_guard lock(mutex);
   recorded.clear();
 }
 
 std::vector<Start> starts() {
-  const std::scoped_lock lock(mutex);
+  const std::lock_guard lock(mutex);
   return recorded;
 }
 
 }  // namespace FakeMainLoop
 
 extern "C" void mainloop_start(const char* app_name, const char* nice_name, const char* topic0) {
-  const std::scoped_lock lock(mutex);
+  const std::lock_guard lock(mutex);
   recorded.push_back({app_name, nice_name, topic0});
 }

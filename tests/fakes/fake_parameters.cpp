@@ -40,7 +40,7 @@ void setError(GError** error, const char* text) {
 namespace FakeParameters {
 
 void reset() {
-  const std::scoped_lock lock(theStore().mutex);
+  const std::lock_guard lock(theStore().mutex);
   theStore().values.clear();
   theStore().reads.clear();
   theStore().opensToFail = 0;
@@ -49,32 +49,32 @@ void reset() {
 }
 
 void set(const std::string& name, const std::string& value) {
-  const std::scoped_lock lock(theStore().mutex);
+  const std::lock_guard lock(theStore().mutex);
   theStore().values[fullName(name)] = value;
 }
 
 void remove(const std::string& name) {
-  const std::scoped_lock lock(theStore().mutex);
+  const std::lock_guard lock(theStore().mutex);
   theStore().values.erase(fullName(name));
 }
 
 void failOpens(int count) {
-  const std::scoped_lock lock(theStore().mutex);
+  const std::lock_guard lock(theStore().mutex);
   theStore().opensToFail = count;
 }
 
 std::vector<std::string> reads() {
-  const std::scoped_lock lock(theStore().mutex);
+  const std::lock_guard lock(theStore().mutex);
   return theStore().reads;
 }
 
 int openCount() {
-  const std::scoped_lock lock(theStore().mutex);
+  const std::lock_guard lock(theStore().mutex);
   return theStore().opened;
 }
 
 int freeCount() {
-  const std::scoped_lock lock(theStore().mutex);
+  const std::lock_guard lock(theStore().mutex);
   return theStore().freed;
 }
 
@@ -83,7 +83,7 @@ int freeCount() {
 extern "C" {
 
 OVParameter* ov_parameter_new(const char* app_name, GError** error) {
-  const std::scoped_lock lock(theStore().mutex);
+  const std::lock_guard lock(theStore().mutex);
   if (theStore().opensToFail > 0) {
     --theStore().opensToFail;
     setError(error, "the store cannot be reached");
@@ -94,7 +94,7 @@ OVParameter* ov_parameter_new(const char* app_name, GError** error) {
 }
 
 gboolean ov_parameter_get(OVParameter*, const char* name, char** value, GError** error) {
-  const std::scoped_lock lock(theStore().mutex);
+  const std::lock_guard lock(theStore().mutex);
   theStore().reads.emplace_back(name);
   const auto found = theStore().values.find(fullName(name));
   if (found == theStore().values.end()) {
@@ -110,7 +110,7 @@ void ov_parameter_free(OVParameter* handle) {
     return;
   }
   delete handle;
-  const std::scoped_lock lock(theStore().mutex);
+  const std::lock_guard lock(theStore().mutex);
   ++theStore().freed;
 }
 

@@ -45,7 +45,7 @@ std::mutex mutex;  // guards the head
 Head head;
 
 std::function<void()> takeDuringStatus() {
-  const std::scoped_lock lock(mutex);
+  const std::lock_guard lock(mutex);
   return std::exchange(head.duringStatus, [] {});
 }
 
@@ -54,32 +54,32 @@ std::function<void()> takeDuringStatus() {
 namespace FakePtzLibrary {
 
 void reset() {
-  const std::scoped_lock lock(mutex);
+  const std::lock_guard lock(mutex);
   head = Head{};
 }
 
 void setStatus(const ptztolva_status& status) {
-  const std::scoped_lock lock(mutex);
+  const std::lock_guard lock(mutex);
   head.status = status;
 }
 
 std::vector<Move> moves() {
-  const std::scoped_lock lock(mutex);
+  const std::lock_guard lock(mutex);
   return head.moves;
 }
 
 void clearMoves() {
-  const std::scoped_lock lock(mutex);
+  const std::lock_guard lock(mutex);
   head.moves.clear();
 }
 
 std::vector<Home> homes() {
-  const std::scoped_lock lock(mutex);
+  const std::lock_guard lock(mutex);
   return head.homes;
 }
 
 std::vector<int> statusChannels() {
-  const std::scoped_lock lock(mutex);
+  const std::lock_guard lock(mutex);
   return head.statusChannels;
 }
 
@@ -92,42 +92,42 @@ int statusCount() {
 }
 
 int initCount() {
-  const std::scoped_lock lock(mutex);
+  const std::lock_guard lock(mutex);
   return head.initCount;
 }
 
 int cleanupCount() {
-  const std::scoped_lock lock(mutex);
+  const std::lock_guard lock(mutex);
   return head.cleanupCount;
 }
 
 void failInits(int count) {
-  const std::scoped_lock lock(mutex);
+  const std::lock_guard lock(mutex);
   head.initsToFail = count;
 }
 
 void failMoves(int count, const std::string& message) {
-  const std::scoped_lock lock(mutex);
+  const std::lock_guard lock(mutex);
   head.moveFailure = {count, message};
 }
 
 void failStatus(int count, const std::string& message) {
-  const std::scoped_lock lock(mutex);
+  const std::lock_guard lock(mutex);
   head.statusFailure = {count, message};
 }
 
 void failHome(int count, const std::string& message) {
-  const std::scoped_lock lock(mutex);
+  const std::lock_guard lock(mutex);
   head.homeFailure = {count, message};
 }
 
 void duringNextStatus(std::function<void()> function) {
-  const std::scoped_lock lock(mutex);
+  const std::lock_guard lock(mutex);
   head.duringStatus = std::move(function);
 }
 
 std::vector<std::string> calls() {
-  const std::scoped_lock lock(mutex);
+  const std::lock_guard lock(mutex);
   return head.calls;
 }
 
@@ -136,7 +136,7 @@ std::vector<std::string> calls() {
 extern "C" {
 
 gboolean ptztolva_init(void) {
-  const std::scoped_lock lock(mutex);
+  const std::lock_guard lock(mutex);
   ++head.initCount;
   head.note("init");
   if (head.initsToFail == 0) {
@@ -147,7 +147,7 @@ gboolean ptztolva_init(void) {
 }
 
 void ptztolva_cleanup(void) {
-  const std::scoped_lock lock(mutex);
+  const std::lock_guard lock(mutex);
   ++head.cleanupCount;
   head.note("cleanup");
 }
@@ -156,7 +156,7 @@ gboolean ptztolva_move_ptz_travo(int reserved_a, int channel, const char* source
                                  int pan_kind, int tilt_kind, int zoom, int zoom_kind, double pan,
                                  double tilt, int speed, int reserved_c, int reserved_d,
                                  GError** error) {
-  const std::scoped_lock lock(mutex);
+  const std::lock_guard lock(mutex);
   head.note("move");
   head.moves.push_back({.channel = channel,
                         .source = source != nullptr ? source : "",
@@ -173,7 +173,7 @@ gboolean ptztolva_move_ptz_travo(int reserved_a, int channel, const char* source
 
 gboolean ptztolva_goto_home(int reserved_a, int channel, const char* source, int reserved_b,
                             int speed, int reserved_c, int reserved_d, GError** error) {
-  const std::scoped_lock lock(mutex);
+  const std::lock_guard lock(mutex);
   head.note("home");
   head.homes.push_back({.channel = channel,
                         .source = source != nullptr ? source : "",
@@ -184,7 +184,7 @@ gboolean ptztolva_goto_home(int reserved_a, int channel, const char* source, int
 
 gboolean ptztolva_get_ptz_status(int channel, ptztolva_status* status, GError** error) {
   takeDuringStatus()();
-  const std::scoped_lock lock(mutex);
+  const std::lock_guard lock(mutex);
   head.note("status");
   head.statusChannels.push_back(channel);
   if (head.statusFailure.strikes(error)) {

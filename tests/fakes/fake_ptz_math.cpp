@@ -37,7 +37,7 @@ template <typename... Numbers>
 void record(const std::string& name, Numbers... numbers) {
   std::string call = name;
   ((call += " " + std::to_string(numbers)), ...);
-  const std::scoped_lock lock(theModel().mutex);
+  const std::lock_guard lock(theModel().mutex);
   theModel().calls.push_back(call);
 }
 
@@ -54,33 +54,33 @@ double share(double pixels, int whole) {
 namespace FakePtzMath {
 
 void reset() {
-  const std::scoped_lock lock(theModel().mutex);
+  const std::lock_guard lock(theModel().mutex);
   theModel().centers.clear();
   theModel().calls.clear();
 }
 
 void setCenter(int channel, double pan, double tilt) {
-  const std::scoped_lock lock(theModel().mutex);
+  const std::lock_guard lock(theModel().mutex);
   theModel().centers[channel] = {pan, tilt};
 }
 
 void removeCenter(int channel) {
-  const std::scoped_lock lock(theModel().mutex);
+  const std::lock_guard lock(theModel().mutex);
   theModel().centers.erase(channel);
 }
 
 int contextsAlive() {
-  const std::scoped_lock lock(theModel().mutex);
+  const std::lock_guard lock(theModel().mutex);
   return theModel().contexts;
 }
 
 std::vector<std::string> calls() {
-  const std::scoped_lock lock(theModel().mutex);
+  const std::lock_guard lock(theModel().mutex);
   return theModel().calls;
 }
 
 void clearCalls() {
-  const std::scoped_lock lock(theModel().mutex);
+  const std::lock_guard lock(theModel().mutex);
   theModel().calls.clear();
 }
 
@@ -90,7 +90,7 @@ extern "C" {
 
 ptzmath_context* ptzmath_context_create(void) {
   record("context_create");
-  const std::scoped_lock lock(theModel().mutex);
+  const std::lock_guard lock(theModel().mutex);
   ++theModel().contexts;
   return new ptzmath_context;
 }
@@ -101,7 +101,7 @@ void ptzmath_context_delete(ptzmath_context* context) {
     return;
   }
   delete context;
-  const std::scoped_lock lock(theModel().mutex);
+  const std::lock_guard lock(theModel().mutex);
   --theModel().contexts;
 }
 
@@ -113,7 +113,7 @@ void ptzmath_set_pic_dim(ptzmath_context* context, int width, int height) {
 
 int ptzmath_get_remote_center(ptzmath_context* context, int channel) {
   record("get_remote_center", channel);
-  const std::scoped_lock lock(theModel().mutex);
+  const std::lock_guard lock(theModel().mutex);
   const auto found = theModel().centers.find(channel);
   if (found == theModel().centers.end()) {
     return -1;

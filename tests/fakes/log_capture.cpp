@@ -33,7 +33,7 @@ void keep(int priority, const char* format, va_list arguments) {
   std::string text(length > 0 ? length : 0, '\0');
   std::vsnprintf(text.data(), text.size() + 1, format, arguments);
 
-  const std::scoped_lock lock(theLog().mutex);
+  const std::lock_guard lock(theLog().mutex);
   theLog().lines.push_back({priority, text});
 }
 
@@ -61,7 +61,7 @@ void vsyslog(int priority, const char* format, va_list arguments) {
 }
 
 void openlog(const char* identity, int options, int facility) {
-  const std::scoped_lock lock(theLog().mutex);
+  const std::lock_guard lock(theLog().mutex);
   theLog().identity = identity != nullptr ? identity : "";
   theLog().options = options;
   theLog().facility = facility;
@@ -69,19 +69,19 @@ void openlog(const char* identity, int options, int facility) {
 }
 
 void closelog() {
-  const std::scoped_lock lock(theLog().mutex);
+  const std::lock_guard lock(theLog().mutex);
   ++theLog().closeCount;
 }
 
 }  // extern "C"
 
 std::vector<LogLine> LogCapture::lines() {
-  const std::scoped_lock lock(theLog().mutex);
+  const std::lock_guard lock(theLog().mutex);
   return theLog().lines;
 }
 
 void LogCapture::clear() {
-  const std::scoped_lock lock(theLog().mutex);
+  const std::lock_guard lock(theLog().mutex);
   theLog().lines.clear();
   theLog().identity.clear();
   theLog().options = 0;
@@ -104,26 +104,26 @@ int LogCapture::count(int priority, const std::string& text) {
 }
 
 std::string LogCapture::identity() {
-  const std::scoped_lock lock(theLog().mutex);
+  const std::lock_guard lock(theLog().mutex);
   return theLog().identity;
 }
 
 int LogCapture::options() {
-  const std::scoped_lock lock(theLog().mutex);
+  const std::lock_guard lock(theLog().mutex);
   return theLog().options;
 }
 
 int LogCapture::facility() {
-  const std::scoped_lock lock(theLog().mutex);
+  const std::lock_guard lock(theLog().mutex);
   return theLog().facility;
 }
 
 int LogCapture::openCount() {
-  const std::scoped_lock lock(theLog().mutex);
+  const std::lock_guard lock(theLog().mutex);
   return theLog().openCount;
 }
 
 int LogCapture::closeCount() {
-  const std::scoped_lock lock(theLog().mutex);
+  const std::lock_guard lock(theLog().mutex);
   return theLog().closeCount;
 }

@@ -22,7 +22,7 @@ namespace PrivateBus {
 
 const char* address() {
   static const DbusDaemon bus;
-  return bus.address();
+  return bus.getAddress();
 }
 
 }  // namespace PrivateBus

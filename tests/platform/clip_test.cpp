@@ -18,7 +18,7 @@ using polygons::Points;
 
 // A vertex is off by half a step in x and in y. Where rounding folds an outline, what is then
 // clipped anew is rounded once more.
-constexpr double kRounding = 2;
+constexpr double ROUNDING = 2;
 
 int size(const Points& points) {
   return static_cast<int>(points.size());
@@ -76,44 +76,44 @@ Points rectangle(int left, int bottom, int right, int top) {
   return {at(left, bottom), at(right, bottom), at(right, top), at(left, top)};
 }
 
-const Points kSquare = rectangle(0, 0, 100, 100);
+const Points SQUARE = rectangle(0, 0, 100, 100);
 
 TEST(GmClip, IntersectionIsWhatLiesInBoth) {
-  const auto pieces = clip(kSquare, rectangle(50, 60, 200, 200), GM_CLIP_INTERSECTION);
+  const auto pieces = clip(SQUARE, rectangle(50, 60, 200, 200), GM_CLIP_INTERSECTION);
   ASSERT_EQ(1u, pieces.size());
   EXPECT_EQ(normal(rectangle(50, 60, 100, 100)), normal(pieces[0]));
 }
 
 TEST(GmClip, CutOffIsWhatLiesInTheSubjectAlone) {
-  const auto pieces = clip(kSquare, rectangle(60, -10, 200, 200), GM_CLIP_CUT_OFF);
+  const auto pieces = clip(SQUARE, rectangle(60, -10, 200, 200), GM_CLIP_CUT_OFF);
   ASSERT_EQ(1u, pieces.size());
   EXPECT_EQ(normal(rectangle(0, 0, 60, 100)), normal(pieces[0]));
 }
 
 TEST(GmClip, UnionJoinsWhatTouches) {
-  const auto pieces = clip(kSquare, rectangle(100, 0, 150, 100), GM_CLIP_UNION);
+  const auto pieces = clip(SQUARE, rectangle(100, 0, 150, 100), GM_CLIP_UNION);
   ASSERT_EQ(1u, pieces.size());
   EXPECT_EQ(normal(rectangle(0, 0, 150, 100)), normal(pieces[0]));
 }
 
 TEST(GmClip, ExclusiveOrIsWhatLiesInOneOnly) {
-  const auto pieces = clip(kSquare, rectangle(0, 0, 100, 40), GM_CLIP_XOR);
+  const auto pieces = clip(SQUARE, rectangle(0, 0, 100, 40), GM_CLIP_XOR);
   ASSERT_EQ(1u, pieces.size());
   EXPECT_EQ(normal(rectangle(0, 40, 100, 100)), normal(pieces[0]));
 }
 
 TEST(GmClip, NothingSharedGivesNothing) {
-  EXPECT_TRUE(clip(kSquare, rectangle(200, 0, 300, 100), GM_CLIP_INTERSECTION).empty());
-  EXPECT_TRUE(clip(kSquare, rectangle(-5, -5, 105, 105), GM_CLIP_CUT_OFF).empty());
-  EXPECT_TRUE(clip(kSquare, kSquare, GM_CLIP_XOR).empty());
+  EXPECT_TRUE(clip(SQUARE, rectangle(200, 0, 300, 100), GM_CLIP_INTERSECTION).empty());
+  EXPECT_TRUE(clip(SQUARE, rectangle(-5, -5, 105, 105), GM_CLIP_CUT_OFF).empty());
+  EXPECT_TRUE(clip(SQUARE, SQUARE, GM_CLIP_XOR).empty());
 }
 
 TEST(GmClip, TouchingSharesNoArea) {
-  EXPECT_TRUE(clip(kSquare, rectangle(100, 0, 200, 100), GM_CLIP_INTERSECTION).empty());
-  EXPECT_TRUE(clip(kSquare, rectangle(100, 100, 200, 200), GM_CLIP_INTERSECTION).empty());
-  const auto pieces = clip(kSquare, rectangle(100, 0, 200, 100), GM_CLIP_CUT_OFF);
+  EXPECT_TRUE(clip(SQUARE, rectangle(100, 0, 200, 100), GM_CLIP_INTERSECTION).empty());
+  EXPECT_TRUE(clip(SQUARE, rectangle(100, 100, 200, 200), GM_CLIP_INTERSECTION).empty());
+  const auto pieces = clip(SQUARE, rectangle(100, 0, 200, 100), GM_CLIP_CUT_OFF);
   ASSERT_EQ(1u, pieces.size());
-  EXPECT_EQ(normal(kSquare), normal(pieces[0]));
+  EXPECT_EQ(normal(SQUARE), normal(pieces[0]));
 }
 
 TEST(GmClip, ItselfIsItself) {
@@ -139,13 +139,13 @@ TEST(GmClip, ASelfCrossingOutlineIsKeptByTheEvenOddRule) {
   const auto whole = clip(bowTie, rectangle(-10, -10, 110, 110), GM_CLIP_INTERSECTION);
   EXPECT_EQ(2u, whole.size());
   EXPECT_EQ(2 * 2 * 50 * 50, totalArea(whole));  // two triangles with base 100 and height 50
-  const auto rest = clip(kSquare, bowTie, GM_CLIP_CUT_OFF);
+  const auto rest = clip(SQUARE, bowTie, GM_CLIP_CUT_OFF);
   EXPECT_EQ(2u, rest.size());
   EXPECT_EQ(2 * 2 * 50 * 50, totalArea(rest));
 }
 
 TEST(GmClip, OrientationDoesNotMatter) {
-  const Points clockwise(kSquare.rbegin(), kSquare.rend());
+  const Points clockwise(SQUARE.rbegin(), SQUARE.rend());
   const auto pieces = clip(clockwise, rectangle(50, 60, 200, 200), GM_CLIP_INTERSECTION);
   ASSERT_EQ(1u, pieces.size());
   EXPECT_EQ(normal(rectangle(50, 60, 100, 100)), normal(pieces[0]));
@@ -153,7 +153,7 @@ TEST(GmClip, OrientationDoesNotMatter) {
 
 TEST(GmClip, AHoleBecomesPiecesWithoutHoles) {
   const Points hole = rectangle(40, 40, 60, 60);
-  const auto pieces = clip(kSquare, hole, GM_CLIP_CUT_OFF);
+  const auto pieces = clip(SQUARE, hole, GM_CLIP_CUT_OFF);
   EXPECT_EQ(2u, pieces.size());
   EXPECT_EQ(2 * (100 * 100 - 20 * 20), totalArea(pieces));
   for (const Points& piece : pieces) {
@@ -164,7 +164,7 @@ TEST(GmClip, AHoleBecomesPiecesWithoutHoles) {
 }
 
 TEST(GmClip, TheSmallestHoleStaysCutOut) {
-  const auto pieces = clip(kSquare, {{50, 50}, {51, 51}, {51, 50}}, GM_CLIP_CUT_OFF);
+  const auto pieces = clip(SQUARE, {{50, 50}, {51, 51}, {51, 50}}, GM_CLIP_CUT_OFF);
   EXPECT_EQ(2 * 100 * 100 - 1, totalArea(pieces));
   for (const Points& piece : pieces) EXPECT_TRUE(judge::isSimple(piece));
 }
@@ -236,11 +236,11 @@ TEST(GmClip, TheWholeRangeOfTheGrid) {
 }
 
 TEST(GmClip, WithoutVerticesThereIsNoArea) {
-  EXPECT_TRUE(clip({}, kSquare, GM_CLIP_INTERSECTION).empty());
-  EXPECT_TRUE(clip({}, kSquare, GM_CLIP_CUT_OFF).empty());
-  EXPECT_EQ(totalArea({kSquare}), totalArea(clip(kSquare, {}, GM_CLIP_CUT_OFF)));
-  EXPECT_EQ(totalArea({kSquare}), totalArea(clip({}, kSquare, GM_CLIP_UNION)));
-  EXPECT_TRUE(clip({{1, 1}, {5, 5}, {3, 3}}, kSquare, GM_CLIP_INTERSECTION).empty());
+  EXPECT_TRUE(clip({}, SQUARE, GM_CLIP_INTERSECTION).empty());
+  EXPECT_TRUE(clip({}, SQUARE, GM_CLIP_CUT_OFF).empty());
+  EXPECT_EQ(totalArea({SQUARE}), totalArea(clip(SQUARE, {}, GM_CLIP_CUT_OFF)));
+  EXPECT_EQ(totalArea({SQUARE}), totalArea(clip({}, SQUARE, GM_CLIP_UNION)));
+  EXPECT_TRUE(clip({{1, 1}, {5, 5}, {3, 3}}, SQUARE, GM_CLIP_INTERSECTION).empty());
 }
 
 TEST(GmClip, OutlinesWithoutAreaOnBothSidesGiveNothing) {
@@ -257,7 +257,7 @@ TEST(GmClip, LongSharedBordersAndHolesAtOnce) {
                  {-255, 372}, {-45, -228}, {38, -393}, {-5, 60}};
   const auto pieces = clip(a, b, GM_CLIP_UNION);
   const auto either = [](bool inA, bool inB) { return inA || inB; };
-  EXPECT_LT(judge::wrongArea(judge::areaWhere(a, b, either), pieces, kRounding), 1e-3);
+  EXPECT_LT(judge::wrongArea(judge::areaWhere(a, b, either), pieces, ROUNDING), 1e-3);
   for (const Points& piece : pieces) EXPECT_TRUE(judge::isSimple(piece));
 }
 
@@ -267,14 +267,14 @@ TEST(GmClip, FailureLeavesNothingToRelease) {
   const auto expectFailure = [&](const gm_point* subject, int count, int operation) {
     gm_point** results = someResults;
     int* counts = someCounts;
-    EXPECT_EQ(-1, gm_clip_pp(subject, count, kSquare.data(), size(kSquare),
+    EXPECT_EQ(-1, gm_clip_pp(subject, count, SQUARE.data(), size(SQUARE),
                              static_cast<gm_clip_e>(operation), &results, &counts));
     EXPECT_EQ(nullptr, results);
     EXPECT_EQ(nullptr, counts);
   };
   expectFailure(nullptr, 3, GM_CLIP_INTERSECTION);
-  expectFailure(kSquare.data(), -1, GM_CLIP_INTERSECTION);
-  expectFailure(kSquare.data(), size(kSquare), 4);
+  expectFailure(SQUARE.data(), -1, GM_CLIP_INTERSECTION);
+  expectFailure(SQUARE.data(), size(SQUARE), 4);
 }
 
 struct Operation {
@@ -282,7 +282,7 @@ struct Operation {
   std::function<bool(bool, bool)> keeps;
 };
 
-const Operation kOperations[] = {
+const Operation OPERATIONS[] = {
     {GM_CLIP_INTERSECTION, [](bool subject, bool clip) { return subject && clip; }},
     {GM_CLIP_UNION, [](bool subject, bool clip) { return subject || clip; }},
     {GM_CLIP_XOR, [](bool subject, bool clip) { return subject != clip; }},
@@ -297,7 +297,7 @@ TEST_P(GmClipRandom, AgreesWithTheJudge) {
   for (int i = 0; i < 250; ++i) {
     const Points a = generator.any();
     const Points b = generator.anyWith(a);
-    for (const Operation& operation : kOperations) {
+    for (const Operation& operation : OPERATIONS) {
       const auto pieces = clip(a, b, operation.number);
       SCOPED_TRACE(testing::Message() << "case " << i << ", operation " << operation.number);
       for (const Points& piece : pieces) {
@@ -305,10 +305,10 @@ TEST_P(GmClipRandom, AgreesWithTheJudge) {
         ASSERT_NE(0, doubledArea(piece));
       }
       const judge::Shape expected = judge::areaWhere(a, b, operation.keeps);
-      ASSERT_LT(judge::wrongArea(expected, pieces, kRounding), 1e-3);
+      ASSERT_LT(judge::wrongArea(expected, pieces, ROUNDING), 1e-3);
       // Pieces lie side by side: what they add up to is the area, but for the rounding.
       ASSERT_NEAR(judge::area(expected), static_cast<double>(totalArea(pieces)) / 2,
-                  kRounding * (judge::length(expected) + length(pieces)));
+                  ROUNDING * (judge::length(expected) + length(pieces)));
     }
   }
 }

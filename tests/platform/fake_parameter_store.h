@@ -1,4 +1,4 @@
-// A parameter store inside the test program. Its ov_parameter_* functions take the place of the
+// A parameter store inside the test program. Its ovParameter* functions take the place of the
 // library's for every platform library that the program loads.
 #ifndef TESTS_PLATFORM_FAKE_PARAMETER_STORE_H
 #define TESTS_PLATFORM_FAKE_PARAMETER_STORE_H

@@ -13,8 +13,8 @@ namespace {
 using polygons::Generator;
 using polygons::Points;
 
-constexpr int16_t kLow = std::numeric_limits<int16_t>::min();
-constexpr int16_t kHigh = std::numeric_limits<int16_t>::max();
+constexpr int16_t LOW = std::numeric_limits<int16_t>::min();
+constexpr int16_t HIGH = std::numeric_limits<int16_t>::max();
 
 int size(const Points& points) {
   return static_cast<int>(points.size());
@@ -40,40 +40,40 @@ int linesTouch(const Points& a, const Points& b) {
   return result;
 }
 
-const Points kSquare{{0, 0}, {10, 0}, {10, 10}, {0, 10}};
+const Points SQUARE{{0, 0}, {10, 0}, {10, 10}, {0, 10}};
 // A square of 10 by 10 whose upper edge is notched down to (5, 2).
-const Points kNotched{{0, 0}, {10, 0}, {10, 10}, {5, 2}, {0, 10}};
+const Points NOTCHED{{0, 0}, {10, 0}, {10, 10}, {5, 2}, {0, 10}};
 // Two triangles that meet in (5, 5): one to the left, one to the right.
-const Points kBowTie{{0, 0}, {10, 10}, {10, 0}, {0, 10}};
+const Points BOW_TIE{{0, 0}, {10, 10}, {10, 0}, {0, 10}};
 // A five-pointed star drawn in one stroke; its middle is covered twice.
-const Points kStar{{0, 100}, {59, -81}, {-95, 31}, {95, 31}, {-59, -81}};
+const Points STAR{{0, 100}, {59, -81}, {-95, 31}, {95, 31}, {-59, -81}};
 
 TEST(GmInside, TellsInsideFromOutside) {
-  EXPECT_EQ(1, inside({5, 5}, kSquare));
-  EXPECT_EQ(0, inside({11, 5}, kSquare));
-  EXPECT_EQ(0, inside({-1, 5}, kSquare));
-  EXPECT_EQ(0, inside({5, 11}, kSquare));
-  EXPECT_EQ(0, inside({5, -1}, kSquare));
+  EXPECT_EQ(1, inside({5, 5}, SQUARE));
+  EXPECT_EQ(0, inside({11, 5}, SQUARE));
+  EXPECT_EQ(0, inside({-1, 5}, SQUARE));
+  EXPECT_EQ(0, inside({5, 11}, SQUARE));
+  EXPECT_EQ(0, inside({5, -1}, SQUARE));
 }
 
 TEST(GmInside, EveryVertexIsInside) {
-  for (const Points& polygon : {kSquare, kNotched, kBowTie, kStar}) {
+  for (const Points& polygon : {SQUARE, NOTCHED, BOW_TIE, STAR}) {
     for (const gm_point vertex : polygon) EXPECT_EQ(1, inside(vertex, polygon));
   }
 }
 
 TEST(GmInside, PointsOnEdgesAreInside) {
-  EXPECT_EQ(1, inside({5, 0}, kSquare));
-  EXPECT_EQ(1, inside({5, 10}, kSquare));
-  EXPECT_EQ(1, inside({0, 5}, kSquare));
-  EXPECT_EQ(1, inside({10, 5}, kSquare));
-  EXPECT_EQ(1, inside({3, 3}, kBowTie));
+  EXPECT_EQ(1, inside({5, 0}, SQUARE));
+  EXPECT_EQ(1, inside({5, 10}, SQUARE));
+  EXPECT_EQ(1, inside({0, 5}, SQUARE));
+  EXPECT_EQ(1, inside({10, 5}, SQUARE));
+  EXPECT_EQ(1, inside({3, 3}, BOW_TIE));
 }
 
 TEST(GmInside, PointBesideAHorizontalEdgeInLineWithItIsOutside) {
   for (const int16_t y : {0, 10}) {
-    EXPECT_EQ(0, inside({-1, y}, kSquare));
-    EXPECT_EQ(0, inside({11, y}, kSquare));
+    EXPECT_EQ(0, inside({-1, y}, SQUARE));
+    EXPECT_EQ(0, inside({11, y}, SQUARE));
   }
 }
 
@@ -97,25 +97,24 @@ TEST(GmInside, StepsAtThePointsHeightDoNotMislead) {
 }
 
 TEST(GmInside, NotchIsOutside) {
-  EXPECT_EQ(0, inside({5, 3}, kNotched));
-  EXPECT_EQ(1, inside({5, 2}, kNotched));
-  EXPECT_EQ(1, inside({5, 1}, kNotched));
+  EXPECT_EQ(0, inside({5, 3}, NOTCHED));
+  EXPECT_EQ(1, inside({5, 2}, NOTCHED));
+  EXPECT_EQ(1, inside({5, 1}, NOTCHED));
 }
 
 TEST(GmInside, SelfCrossingOutlinesFollowTheEvenOddRule) {
-  EXPECT_EQ(1, inside({1, 5}, kBowTie));
-  EXPECT_EQ(1, inside({9, 5}, kBowTie));
-  EXPECT_EQ(0, inside({5, 9}, kBowTie));
-  EXPECT_EQ(0, inside({5, 1}, kBowTie));
-  EXPECT_EQ(0, inside({0, 0}, kStar));
-  EXPECT_EQ(1, inside({0, 60}, kStar));
+  EXPECT_EQ(1, inside({1, 5}, BOW_TIE));
+  EXPECT_EQ(1, inside({9, 5}, BOW_TIE));
+  EXPECT_EQ(0, inside({5, 9}, BOW_TIE));
+  EXPECT_EQ(0, inside({5, 1}, BOW_TIE));
+  EXPECT_EQ(0, inside({0, 0}, STAR));
+  EXPECT_EQ(1, inside({0, 60}, STAR));
 }
 
 TEST(GmInside, OrientationDoesNotMatter) {
-  const Points reversed(kNotched.rbegin(), kNotched.rend());
+  const Points reversed(NOTCHED.rbegin(), NOTCHED.rend());
   for (int16_t x = -1; x <= 11; ++x) {
-    for (int16_t y = -1; y <= 11; ++y)
-      EXPECT_EQ(inside({x, y}, kNotched), inside({x, y}, reversed));
+    for (int16_t y = -1; y <= 11; ++y) EXPECT_EQ(inside({x, y}, NOTCHED), inside({x, y}, reversed));
   }
 }
 
@@ -129,12 +128,12 @@ TEST(GmInside, DegenerateOutlinesHoldTheirBorderOnly) {
 }
 
 TEST(GmInside, ExactAtTheEndsOfTheRange) {
-  const Points half{{kLow, kLow}, {kHigh, kLow}, {kHigh, kHigh}};
+  const Points half{{LOW, LOW}, {HIGH, LOW}, {HIGH, HIGH}};
   EXPECT_EQ(1, inside({0, 0}, half));
   EXPECT_EQ(0, inside({0, 1}, half));
   EXPECT_EQ(1, inside({1, 0}, half));
   // The line from (-32768, -32768) to (32767, 32766) passes just below the diagonal.
-  const Points sliver{{kLow, kLow}, {kHigh, kHigh - 1}, {kHigh, kHigh}};
+  const Points sliver{{LOW, LOW}, {HIGH, HIGH - 1}, {HIGH, HIGH}};
   EXPECT_EQ(1, inside({0, 0}, sliver));
   EXPECT_EQ(0, inside({0, -1}, sliver));
   EXPECT_EQ(0, inside({0, 1}, sliver));
@@ -154,34 +153,34 @@ TEST(GmInside, AgreesWithTheTurnsOfTheBorder) {
 }
 
 TEST(GmIntersectPolygons, OverlappingOnesShareArea) {
-  EXPECT_EQ(1, touch(kSquare, {{5, 5}, {15, 5}, {15, 15}, {5, 15}}));
-  EXPECT_EQ(1, touch(kSquare, kSquare));
+  EXPECT_EQ(1, touch(SQUARE, {{5, 5}, {15, 5}, {15, 15}, {5, 15}}));
+  EXPECT_EQ(1, touch(SQUARE, SQUARE));
 }
 
 TEST(GmIntersectPolygons, OneInsideTheOtherCounts) {
-  EXPECT_EQ(1, touch(kSquare, {{4, 4}, {6, 4}, {5, 6}}));
+  EXPECT_EQ(1, touch(SQUARE, {{4, 4}, {6, 4}, {5, 6}}));
 }
 
 TEST(GmIntersectPolygons, TouchingCounts) {
-  EXPECT_EQ(1, touch(kSquare, {{10, 10}, {20, 10}, {20, 20}}));        // a vertex
-  EXPECT_EQ(1, touch(kSquare, {{10, 2}, {20, 2}, {20, 8}, {10, 8}}));  // part of an edge
-  EXPECT_EQ(1, touch(kSquare, {{10, 5}, {20, 0}, {20, 10}}));          // a vertex on an edge
+  EXPECT_EQ(1, touch(SQUARE, {{10, 10}, {20, 10}, {20, 20}}));        // a vertex
+  EXPECT_EQ(1, touch(SQUARE, {{10, 2}, {20, 2}, {20, 8}, {10, 8}}));  // part of an edge
+  EXPECT_EQ(1, touch(SQUARE, {{10, 5}, {20, 0}, {20, 10}}));          // a vertex on an edge
 }
 
 TEST(GmIntersectPolygons, OneStepApartDoesNotCount) {
-  EXPECT_EQ(0, touch(kSquare, {{11, 0}, {20, 0}, {20, 10}, {11, 10}}));
-  EXPECT_EQ(0, touch(kSquare, {{11, 11}, {20, 11}, {20, 20}}));
+  EXPECT_EQ(0, touch(SQUARE, {{11, 0}, {20, 0}, {20, 10}, {11, 10}}));
+  EXPECT_EQ(0, touch(SQUARE, {{11, 11}, {20, 11}, {20, 20}}));
 }
 
 TEST(GmIntersectPolygons, InTheNotchIsOutside) {
-  EXPECT_EQ(0, touch(kNotched, {{5, 4}, {6, 10}, {4, 10}}));
-  EXPECT_EQ(1, touch(kNotched, {{5, 2}, {6, 10}, {4, 10}}));
+  EXPECT_EQ(0, touch(NOTCHED, {{5, 4}, {6, 10}, {4, 10}}));
+  EXPECT_EQ(1, touch(NOTCHED, {{5, 2}, {6, 10}, {4, 10}}));
 }
 
 TEST(GmIntersectPolygons, AHoleOfASelfCrossingOutlineIsOutside) {
   const Points small{{-5, -5}, {5, -5}, {5, 5}, {-5, 5}};
-  EXPECT_EQ(0, touch(kStar, small));
-  EXPECT_EQ(1, touch(kStar, {{-5, 50}, {5, 50}, {5, 60}, {-5, 60}}));
+  EXPECT_EQ(0, touch(STAR, small));
+  EXPECT_EQ(1, touch(STAR, {{-5, 50}, {5, 50}, {5, 60}, {-5, 60}}));
 }
 
 TEST(GmIntersectPolygons, BoxesThatOverlapAreNotEnough) {
@@ -189,7 +188,7 @@ TEST(GmIntersectPolygons, BoxesThatOverlapAreNotEnough) {
 }
 
 TEST(GmIntersectPolygons, WithoutVerticesNothingIsShared) {
-  EXPECT_EQ(0, gm_intersect_pp(kSquare.data(), size(kSquare), nullptr, 0));
+  EXPECT_EQ(0, gm_intersect_pp(SQUARE.data(), size(SQUARE), nullptr, 0));
   EXPECT_EQ(0, gm_intersect_pp(nullptr, 0, nullptr, 0));
 }
 
@@ -213,29 +212,29 @@ TEST(GmIntersectPolygons, AgreesWithTheJudge) {
 }
 
 TEST(GmIntersectPolygonLine, CrossingTouchingAndInsideCount) {
-  EXPECT_EQ(1, touchesLine(kSquare, {{-5, 5}, {15, 5}}));
-  EXPECT_EQ(1, touchesLine(kSquare, {{3, 3}, {4, 4}}));
-  EXPECT_EQ(1, touchesLine(kSquare, {{10, 10}, {20, 20}}));
-  EXPECT_EQ(1, touchesLine(kSquare, {{0, 20}, {20, 0}}));  // passes through the corner (10, 10)
-  EXPECT_EQ(1, touchesLine(kSquare, {{-5, 0}, {15, 0}}));  // runs along an edge
-  EXPECT_EQ(1, touchesLine(kSquare, {{-5, -5}, {20, -5}, {20, 5}, {5, 5}}));
+  EXPECT_EQ(1, touchesLine(SQUARE, {{-5, 5}, {15, 5}}));
+  EXPECT_EQ(1, touchesLine(SQUARE, {{3, 3}, {4, 4}}));
+  EXPECT_EQ(1, touchesLine(SQUARE, {{10, 10}, {20, 20}}));
+  EXPECT_EQ(1, touchesLine(SQUARE, {{0, 20}, {20, 0}}));  // passes through the corner (10, 10)
+  EXPECT_EQ(1, touchesLine(SQUARE, {{-5, 0}, {15, 0}}));  // runs along an edge
+  EXPECT_EQ(1, touchesLine(SQUARE, {{-5, -5}, {20, -5}, {20, 5}, {5, 5}}));
 }
 
 TEST(GmIntersectPolygonLine, ApartDoesNotCount) {
-  EXPECT_EQ(0, touchesLine(kSquare, {{0, 21}, {21, 0}}));
-  EXPECT_EQ(0, touchesLine(kNotched, {{4, 10}, {5, 3}, {6, 10}}));
-  EXPECT_EQ(0, touchesLine(kSquare, {{-5, -1}, {15, -1}}));
+  EXPECT_EQ(0, touchesLine(SQUARE, {{0, 21}, {21, 0}}));
+  EXPECT_EQ(0, touchesLine(NOTCHED, {{4, 10}, {5, 3}, {6, 10}}));
+  EXPECT_EQ(0, touchesLine(SQUARE, {{-5, -1}, {15, -1}}));
 }
 
 TEST(GmIntersectPolygonLine, ALineIsNotClosed) {
-  EXPECT_EQ(0, touchesLine(kSquare, {{-5, 5}, {-5, 15}, {15, 15}, {15, 5}}));
+  EXPECT_EQ(0, touchesLine(SQUARE, {{-5, 5}, {-5, 15}, {15, 15}, {15, 5}}));
 }
 
 TEST(GmIntersectPolygonLine, OnePointIsALineToo) {
-  EXPECT_EQ(1, touchesLine(kSquare, {{5, 5}}));
-  EXPECT_EQ(1, touchesLine(kSquare, {{10, 5}}));
-  EXPECT_EQ(0, touchesLine(kSquare, {{11, 5}}));
-  EXPECT_EQ(0, gm_intersect_ps(kSquare.data(), size(kSquare), nullptr, 0));
+  EXPECT_EQ(1, touchesLine(SQUARE, {{5, 5}}));
+  EXPECT_EQ(1, touchesLine(SQUARE, {{10, 5}}));
+  EXPECT_EQ(0, touchesLine(SQUARE, {{11, 5}}));
+  EXPECT_EQ(0, gm_intersect_ps(SQUARE.data(), size(SQUARE), nullptr, 0));
 }
 
 TEST(GmIntersectPolygonLine, AgreesWithTheJudge) {
@@ -280,11 +279,11 @@ TEST(GmIntersectLines, SinglePoints) {
 }
 
 TEST(GmIntersectLines, ExactAtTheEndsOfTheRange) {
-  const Points diagonal{{kLow, kLow}, {kHigh, kHigh}};
-  EXPECT_EQ(1, linesTouch(diagonal, {{kLow, kHigh}, {kHigh, kLow}}));
-  EXPECT_EQ(1, linesTouch(diagonal, {{0, 0}, {kHigh, kLow}}));
-  EXPECT_EQ(0, linesTouch(diagonal, {{1, 0}, {kHigh, kLow}}));
-  EXPECT_EQ(0, linesTouch(diagonal, {{kLow + 1, kLow}, {kHigh, kHigh - 1}}));
+  const Points diagonal{{LOW, LOW}, {HIGH, HIGH}};
+  EXPECT_EQ(1, linesTouch(diagonal, {{LOW, HIGH}, {HIGH, LOW}}));
+  EXPECT_EQ(1, linesTouch(diagonal, {{0, 0}, {HIGH, LOW}}));
+  EXPECT_EQ(0, linesTouch(diagonal, {{1, 0}, {HIGH, LOW}}));
+  EXPECT_EQ(0, linesTouch(diagonal, {{LOW + 1, LOW}, {HIGH, HIGH - 1}}));
 }
 
 TEST(GmIntersectLines, AgreesWithTheJudge) {
@@ -338,7 +337,7 @@ TEST(GmCentroid, FailsWithoutArea) {
   expectNoCentroid({{1, 1}});
   expectNoCentroid({{1, 1}, {5, 5}});
   expectNoCentroid({{1, 1}, {5, 5}, {3, 3}});
-  expectNoCentroid(kBowTie);  // both halves cancel out
+  expectNoCentroid(BOW_TIE);  // both halves cancel out
 }
 
 TEST(GmCentroid, FailsBeyondTheRange) {
@@ -348,9 +347,9 @@ TEST(GmCentroid, FailsBeyondTheRange) {
 
 TEST(GmCentroid, ExactAtTheEndsOfTheRange) {
   EXPECT_EQ((gm_point{-1, -1}),  // halves away from zero
-            centroidOf({{kLow, kLow}, {kHigh, kLow}, {kHigh, kHigh}, {kLow, kHigh}}));
-  const gm_point corner = centroidOf({{kHigh, kHigh}, {kHigh - 1, kHigh}, {kHigh, kHigh - 1}});
-  EXPECT_EQ((gm_point{kHigh, kHigh}), corner);
+            centroidOf({{LOW, LOW}, {HIGH, LOW}, {HIGH, HIGH}, {LOW, HIGH}}));
+  const gm_point corner = centroidOf({{HIGH, HIGH}, {HIGH - 1, HIGH}, {HIGH, HIGH - 1}});
+  EXPECT_EQ((gm_point{HIGH, HIGH}), corner);
 }
 
 TEST(GmCentroid, AgreesWithTheMomentsInFloatingPoint) {
@@ -408,29 +407,29 @@ TEST(GmScale, BeyondTheRangeNothingChanges) {
   EXPECT_EQ(-1, gm_transform_scale(points.data(), size(points), twice));
   EXPECT_EQ(before, points);
 
-  points = {{1, 1}, {0, kLow}};
+  points = {{1, 1}, {0, LOW}};
   const int32_t mirror[2] = {1 << 16, -(1 << 16)};
   EXPECT_EQ(-1, gm_transform_scale(points.data(), size(points), mirror));
-  EXPECT_EQ((Points{{1, 1}, {0, kLow}}), points);
+  EXPECT_EQ((Points{{1, 1}, {0, LOW}}), points);
 }
 
 TEST(GmScale, TheEndsOfTheRangeAreReached) {
-  Points points{{-16384, kLow}, {kHigh, 0}};
+  Points points{{-16384, LOW}, {HIGH, 0}};
   const int32_t scale[2] = {1 << 16, 1 << 16};
   EXPECT_EQ(0, gm_transform_scale(points.data(), size(points), scale));
-  EXPECT_EQ((Points{{-16384, kLow}, {kHigh, 0}}), points);
+  EXPECT_EQ((Points{{-16384, LOW}, {HIGH, 0}}), points);
 
   Points low{{-16384, 16384}};
   const int32_t twice[2] = {2 << 16, -(2 << 16)};
   EXPECT_EQ(0, gm_transform_scale(low.data(), size(low), twice));
-  EXPECT_EQ((Points{{kLow, kLow}}), low);
+  EXPECT_EQ((Points{{LOW, LOW}}), low);
 }
 
 TEST(GmScale, LargestFactor) {
   Points points{{1, -1}};
   const int32_t scale[2] = {std::numeric_limits<int32_t>::min(), 0};
   EXPECT_EQ(0, gm_transform_scale(points.data(), size(points), scale));
-  EXPECT_EQ((Points{{kLow, 0}}), points);
+  EXPECT_EQ((Points{{LOW, 0}}), points);
 }
 
 TEST(GmScale, NothingToScale) {

@@ -10,18 +10,18 @@ using polygons::Points;
 
 // Crossings are snapped to this fraction of a grid step, without which the judge now and then
 // misses a face.
-constexpr double kSnap = 1.0 / (1 << 20);
+constexpr double SNAP = 1.0 / (1 << 20);
 
 class Engine {
  public:
-  Engine() : handle_(GEOS_init_r()) {}
-  ~Engine() { GEOS_finish_r(handle_); }
+  Engine() : handle(GEOS_init_r()) {}
+  ~Engine() { GEOS_finish_r(handle); }
   Engine(const Engine&) = delete;
   Engine& operator=(const Engine&) = delete;
-  GEOSContextHandle_t get() const { return handle_; }
+  GEOSContextHandle_t get() const { return handle; }
 
  private:
-  const GEOSContextHandle_t handle_;
+  const GEOSContextHandle_t handle;
 };
 
 GEOSContextHandle_t engine() {
@@ -70,7 +70,7 @@ bool hasOddParity(double x, double y, const Points& polygon) {
 
 Shape unionOf(std::vector<Shape> areas) {
   return checked(
-      GEOSUnaryUnionPrec_r(engine(), collection(GEOS_MULTIPOLYGON, std::move(areas)).get(), kSnap));
+      GEOSUnaryUnionPrec_r(engine(), collection(GEOS_MULTIPOLYGON, std::move(areas)).get(), SNAP));
 }
 
 Shape simplePolygon(const Points& points) {
@@ -89,7 +89,7 @@ Shape areaWhere(const Points& a, const Points& b, const std::function<bool(bool,
   if (!a.empty()) borders.push_back(border(a));
   if (!b.empty()) borders.push_back(border(b));
   const Shape edges = checked(GEOSUnaryUnionPrec_r(
-      engine(), collection(GEOS_MULTILINESTRING, std::move(borders)).get(), kSnap));
+      engine(), collection(GEOS_MULTILINESTRING, std::move(borders)).get(), SNAP));
   const GEOSGeometry* const lines[] = {edges.get()};
   const Shape faces = checked(GEOSPolygonize_r(engine(), lines, 1));
 
@@ -130,7 +130,7 @@ Shape together(const std::vector<Points>& outlines) {
 
 double wrongArea(const Shape& expected, const std::vector<Points>& found, double width) {
   const Shape wrong =
-      checked(GEOSSymDifferencePrec_r(engine(), expected.get(), together(found).get(), kSnap));
+      checked(GEOSSymDifferencePrec_r(engine(), expected.get(), together(found).get(), SNAP));
   return area(checked(GEOSBuffer_r(engine(), wrong.get(), -width / 2, 4)));
 }
 

@@ -8,12 +8,11 @@
 namespace polygons {
 
 int Generator::number(int low, int high) {
-  return std::uniform_int_distribution<int>(low, high)(random_);
+  return std::uniform_int_distribution<int>(low, high)(random);
 }
 
 gm_point Generator::point() {
-  return {static_cast<int16_t>(number(-range_, range_)),
-          static_cast<int16_t>(number(-range_, range_))};
+  return {static_cast<int16_t>(number(-range, range)), static_cast<int16_t>(number(-range, range))};
 }
 
 Points Generator::points(int count) {
@@ -30,7 +29,7 @@ gm_point Generator::towards(double angle, double radius) const {
 std::vector<double> Generator::angles(int count) {
   std::uniform_real_distribution<double> circle(0, 2 * std::numbers::pi);
   std::vector<double> result;
-  for (int i = 0; i < count; ++i) result.push_back(circle(random_));
+  for (int i = 0; i < count; ++i) result.push_back(circle(random));
   std::sort(result.begin(), result.end());
   if (number(0, 1) == 1) std::reverse(result.begin(), result.end());
   return result;
@@ -38,14 +37,14 @@ std::vector<double> Generator::angles(int count) {
 
 Points Generator::convex(int directions) {
   Points result;
-  for (const double angle : angles(directions)) result.push_back(towards(angle, range_));
+  for (const double angle : angles(directions)) result.push_back(towards(angle, range));
   return result;
 }
 
 Points Generator::concave(int directions) {
-  std::uniform_real_distribution<double> radius(0.1 * range_, range_);
+  std::uniform_real_distribution<double> radius(0.1 * range, range);
   Points result;
-  for (const double angle : angles(directions)) result.push_back(towards(angle, radius(random_)));
+  for (const double angle : angles(directions)) result.push_back(towards(angle, radius(random)));
   return result;
 }
 

@@ -17,7 +17,7 @@ using Points = std::vector<gm_point>;
 // vertices, shared edges and points on edges frequent.
 class Generator {
  public:
-  Generator(uint32_t seed, int range) : random_(seed), range_(range) {}
+  Generator(uint32_t seed, int range) : random(seed), range(range) {}
 
   int number(int low, int high);
   gm_point point();
@@ -33,8 +33,8 @@ class Generator {
   gm_point towards(double angle, double radius) const;
   std::vector<double> angles(int count);
 
-  std::mt19937 random_;
-  int range_;
+  std::mt19937 random;
+  int range;
 };
 
 // By the number of turns that the border makes about the point, in floating point.

@@ -18,14 +18,14 @@ using ptzmath::Direction;
 using ptzmath::Mounting;
 using ptzmath::Pinhole;
 
-constexpr double kRadians = std::numbers::pi / 180;
-constexpr double kTolerance = 0.05;  // degrees
+constexpr double RADIANS = std::numbers::pi / 180;
+constexpr double TOLERANCE = 0.05;  // degrees
 
 using Vector = std::array<double, 3>;  // to the right, upwards, ahead, for a head at pan and tilt 0
 
 Vector sightOf(double pan, double tilt) {
-  return {std::sin(pan * kRadians) * std::cos(tilt * kRadians), std::sin(tilt * kRadians),
-          std::cos(pan * kRadians) * std::cos(tilt * kRadians)};
+  return {std::sin(pan * RADIANS) * std::cos(tilt * RADIANS), std::sin(tilt * RADIANS),
+          std::cos(pan * RADIANS) * std::cos(tilt * RADIANS)};
 }
 
 double dot(const Vector& a, const Vector& b) {
@@ -37,7 +37,7 @@ double apart(const Vector& a, const Vector& b) {
   const Vector difference{a[0] - b[0], a[1] - b[1], a[2] - b[2]};
   const double lengths = std::sqrt(dot(a, a) * dot(b, b));
   return 2 * std::asin(std::min(1.0, std::sqrt(dot(difference, difference) / lengths) / 2)) /
-         kRadians;
+         RADIANS;
 }
 
 // A camera written the other way round: from a direction to the pixel where it is seen.
@@ -60,11 +60,11 @@ struct Projector {
     const double across = dot(sight, right) / ahead;
     const double above = dot(sight, up) / ahead;
     // A camera that is turned clockwise sees the world turned counter-clockwise.
-    const double roll = mounting.roll * kRadians;
+    const double roll = mounting.roll * RADIANS;
     const double pictureRight = across * std::cos(roll) - above * std::sin(roll);
     const double pictureUp = across * std::sin(roll) + above * std::cos(roll);
-    x = width / 2.0 * (1 + pictureRight / std::tan(horizontalFov * kRadians / 2));
-    y = height / 2.0 * (1 - pictureUp / std::tan(verticalFov * kRadians / 2));
+    x = width / 2.0 * (1 + pictureRight / std::tan(horizontalFov * RADIANS / 2));
+    y = height / 2.0 * (1 - pictureUp / std::tan(verticalFov * RADIANS / 2));
     return true;
   }
 };
@@ -102,12 +102,12 @@ TEST(Pinhole, TheEdgesAreHalfTheFieldAngleAway) {
 
 TEST(Pinhole, AnglesAreNotProportionalToPixels) {
   // Half of the way to the edge is atan(1/2), not half of the angle.
-  expectDirection(std::atan(0.5) / kRadians, 0, squareCamera({}).directionOf(1500, 1000));
+  expectDirection(std::atan(0.5) / RADIANS, 0, squareCamera({}).directionOf(1500, 1000));
 }
 
 TEST(Pinhole, TheCornerOfALevelCamera) {
   // One to the right, one up, one ahead.
-  expectDirection(45, std::atan(1 / std::sqrt(2.0)) / kRadians,
+  expectDirection(45, std::atan(1 / std::sqrt(2.0)) / RADIANS,
                   squareCamera({}).directionOf(2000, 0));
 }
 
@@ -138,8 +138,8 @@ TEST(Pinhole, TiltedCameraKeepsTheVerticalThroughItsMiddle) {
 TEST(Pinhole, TiltedCameraSeesTheSidesAtAWiderPan) {
   // Ahead cos(-60) = 1/2, to the right 1, down sin(60): pan = atan(2).
   const Direction found = squareCamera({0, -60, 0}).directionOf(2000, 1000);
-  expectDirection(std::atan(2.0) / kRadians,
-                  -std::atan(std::sin(60 * kRadians) / std::sqrt(1.25)) / kRadians, found);
+  expectDirection(std::atan(2.0) / RADIANS,
+                  -std::atan(std::sin(60 * RADIANS) / std::sqrt(1.25)) / RADIANS, found);
 }
 
 TEST(Pinhole, BeyondTheZenithPanTurnsRound) {
@@ -196,7 +196,7 @@ TEST(Pinhole, ExtentsShrinkAwayFromTheMiddle) {
   const Pinhole camera = squareCamera({});
   EXPECT_NEAR(45, camera.angleAcross(1500, 1000, 1000), 1e-9);
   // At the upper edge the sight goes (-1, 1, 1) to (1, 1, 1): the cosine is 1/3.
-  EXPECT_NEAR(std::acos(1.0 / 3) / kRadians, camera.angleAcross(1000, 0, 2000), 1e-9);
+  EXPECT_NEAR(std::acos(1.0 / 3) / RADIANS, camera.angleAcross(1000, 0, 2000), 1e-9);
 }
 
 TEST(Pinhole, AgreesWithAProjectionOverWholePictures) {
@@ -271,14 +271,14 @@ void mount(FakeParameterStore& store, int channel, const Mounting& mounting) {
 class Ptzmath : public testing::Test {
  protected:
   Ptzmath() {
-    ptzmath_set_pic_dim(context_.get(), 1920, 1080);
-    ptzmath_set_horiz_fov_x(context_.get(), fixed(90));
-    ptzmath_set_vert_fov_x(context_.get(), fixed(60));
+    ptzmath_set_pic_dim(context.get(), 1920, 1080);
+    ptzmath_set_horiz_fov_x(context.get(), fixed(90));
+    ptzmath_set_vert_fov_x(context.get(), fixed(60));
   }
-  ~Ptzmath() override { EXPECT_EQ(0, store_.openHandles); }
+  ~Ptzmath() override { EXPECT_EQ(0, store.openHandles); }
 
-  FakeParameterStore store_;
-  const Context context_{ptzmath_context_create()};
+  FakeParameterStore store;
+  const Context context{ptzmath_context_create()};
 };
 
 TEST(PtzmathContext, FreshOneTakesEveryPixelForTheMiddle) {
@@ -293,108 +293,108 @@ TEST(PtzmathContext, DeletingNullDoesNothing) {
 }
 
 TEST_F(Ptzmath, WithoutAMountingTheAxisIsZero) {
-  expectDirection(0, 0, look(context_, 960, 540));
-  expectDirection(45, 0, look(context_, 1920, 540));
-  expectDirection(0, 30, look(context_, 960, 0));
+  expectDirection(0, 0, look(context, 960, 540));
+  expectDirection(45, 0, look(context, 1920, 540));
+  expectDirection(0, 30, look(context, 960, 0));
 }
 
 TEST_F(Ptzmath, TakesTheMountingOfTheChannel) {
-  mount(store_, 1, {10, -5, 0});
-  mount(store_, 2, {-100.5, 20.25, 0});
-  EXPECT_EQ(0, ptzmath_get_remote_center(context_.get(), 2));
-  expectDirection(-100.5, 20.25, look(context_, 960, 540));
-  EXPECT_EQ(0, ptzmath_get_remote_center(context_.get(), 1));
-  expectDirection(10, -5, look(context_, 960, 540));
+  mount(store, 1, {10, -5, 0});
+  mount(store, 2, {-100.5, 20.25, 0});
+  EXPECT_EQ(0, ptzmath_get_remote_center(context.get(), 2));
+  expectDirection(-100.5, 20.25, look(context, 960, 540));
+  EXPECT_EQ(0, ptzmath_get_remote_center(context.get(), 1));
+  expectDirection(10, -5, look(context, 960, 540));
 }
 
 TEST_F(Ptzmath, TheMountingsRollTurnsThePicture) {
-  mount(store_, 1, {0, 0, 90});
-  EXPECT_EQ(0, ptzmath_get_remote_center(context_.get(), 1));
-  expectDirection(0, -45, look(context_, 1920, 540));
+  mount(store, 1, {0, 0, 90});
+  EXPECT_EQ(0, ptzmath_get_remote_center(context.get(), 1));
+  expectDirection(0, -45, look(context, 1920, 540));
 }
 
 TEST_F(Ptzmath, FailsForAChannelWithoutAMounting) {
-  mount(store_, 1, {10, -5, 0});
-  EXPECT_EQ(0, ptzmath_get_remote_center(context_.get(), 1));
-  EXPECT_EQ(-1, ptzmath_get_remote_center(context_.get(), 2));
-  EXPECT_EQ(-1, ptzmath_get_remote_center(context_.get(), 0));
-  expectDirection(10, -5, look(context_, 960, 540));  // keeps what it had
+  mount(store, 1, {10, -5, 0});
+  EXPECT_EQ(0, ptzmath_get_remote_center(context.get(), 1));
+  EXPECT_EQ(-1, ptzmath_get_remote_center(context.get(), 2));
+  EXPECT_EQ(-1, ptzmath_get_remote_center(context.get(), 0));
+  expectDirection(10, -5, look(context, 960, 540));  // keeps what it had
 }
 
 TEST_F(Ptzmath, FailsWhenAnyAngleIsMissing) {
   for (const std::string name : {"Pan", "Tilt", "Roll"}) {
-    mount(store_, 1, {10, -5, 0});
-    store_.values.erase("root.PTZ.RemoteCenter.C1." + name);
-    EXPECT_EQ(-1, ptzmath_get_remote_center(context_.get(), 1)) << name;
+    mount(store, 1, {10, -5, 0});
+    store.values.erase("root.PTZ.RemoteCenter.C1." + name);
+    EXPECT_EQ(-1, ptzmath_get_remote_center(context.get(), 1)) << name;
   }
 }
 
 TEST_F(Ptzmath, FailsWhenAnAngleIsNotANumber) {
   for (const std::string value : {"", "left", "10 degrees", "1,5", "nan", "inf", "1e999"}) {
-    mount(store_, 1, {10, -5, 0});
-    store_.values["root.PTZ.RemoteCenter.C1.Tilt"] = value;
-    EXPECT_EQ(-1, ptzmath_get_remote_center(context_.get(), 1)) << value;
+    mount(store, 1, {10, -5, 0});
+    store.values["root.PTZ.RemoteCenter.C1.Tilt"] = value;
+    EXPECT_EQ(-1, ptzmath_get_remote_center(context.get(), 1)) << value;
   }
 }
 
 TEST_F(Ptzmath, FailsWhenTheStoreCannotBeReached) {
-  mount(store_, 1, {10, -5, 0});
-  store_.reachable = false;
-  EXPECT_EQ(-1, ptzmath_get_remote_center(context_.get(), 1));
+  mount(store, 1, {10, -5, 0});
+  store.reachable = false;
+  EXPECT_EQ(-1, ptzmath_get_remote_center(context.get(), 1));
 }
 
 TEST_F(Ptzmath, ReadsPlainDecimals) {
-  store_.values = {{"root.PTZ.RemoteCenter.C1.Pan", "-0.5"},
-                   {"root.PTZ.RemoteCenter.C1.Tilt", "-35"},
-                   {"root.PTZ.RemoteCenter.C1.Roll", "0.0"}};
-  EXPECT_EQ(0, ptzmath_get_remote_center(context_.get(), 1));
-  expectDirection(-0.5, -35, look(context_, 960, 540));
+  store.values = {{"root.PTZ.RemoteCenter.C1.Pan", "-0.5"},
+                  {"root.PTZ.RemoteCenter.C1.Tilt", "-35"},
+                  {"root.PTZ.RemoteCenter.C1.Roll", "0.0"}};
+  EXPECT_EQ(0, ptzmath_get_remote_center(context.get(), 1));
+  expectDirection(-0.5, -35, look(context, 960, 540));
 }
 
 TEST_F(Ptzmath, TheSeamIsNeverReportedAsHalfATurn) {
-  mount(store_, 1, {179.999999, 0, 0});  // rounds up to 180 in fixed point
-  EXPECT_EQ(0, ptzmath_get_remote_center(context_.get(), 1));
-  EXPECT_EQ(-180, look(context_, 960, 540).pan);
+  mount(store, 1, {179.999999, 0, 0});  // rounds up to 180 in fixed point
+  EXPECT_EQ(0, ptzmath_get_remote_center(context.get(), 1));
+  EXPECT_EQ(-180, look(context, 960, 540).pan);
 }
 
 TEST_F(Ptzmath, EveryPixelOfThePictureIsWithinTheTolerance) {
   for (const Mounting& mounting :
        {Mounting{0, -20, 0}, {178, -35, 3}, {-90, 85, 0}, {45, -89, -170}}) {
-    mount(store_, 1, mounting);
-    ASSERT_EQ(0, ptzmath_get_remote_center(context_.get(), 1));
+    mount(store, 1, mounting);
+    ASSERT_EQ(0, ptzmath_get_remote_center(context.get(), 1));
     const Projector projector{1920, 1080, 90, 60, mounting};
     for (int x = 0; x <= 1920; x += 40) {
       for (int y = 0; y <= 1080; y += 40) {
-        const Direction found = look(context_, x, y);
+        const Direction found = look(context, x, y);
         double seenX = 0;
         double seenY = 0;
         ASSERT_TRUE(projector.project(found.pan, found.tilt, seenX, seenY));
         // The projection of what was found, turned into an angle at the densest place.
-        const double pixelsPerDegree = 960 * kRadians;
-        EXPECT_LT(std::hypot(seenX - x, seenY - y) / pixelsPerDegree, kTolerance);
+        const double pixelsPerDegree = 960 * RADIANS;
+        EXPECT_LT(std::hypot(seenX - x, seenY - y) / pixelsPerDegree, TOLERANCE);
       }
     }
   }
 }
 
 TEST_F(Ptzmath, FieldAnglesMayChangeAtAnyTime) {
-  ptzmath_set_horiz_fov_x(context_.get(), fixed(40));
-  expectDirection(20, 0, look(context_, 1920, 540));
-  ptzmath_set_vert_fov_x(context_.get(), fixed(20));
-  expectDirection(0, -10, look(context_, 960, 1080));
+  ptzmath_set_horiz_fov_x(context.get(), fixed(40));
+  expectDirection(20, 0, look(context, 1920, 540));
+  ptzmath_set_vert_fov_x(context.get(), fixed(20));
+  expectDirection(0, -10, look(context, 960, 1080));
 }
 
 TEST_F(Ptzmath, RemoteZoomIsTheAngleOfTheExtent) {
-  EXPECT_EQ(fixed(90), ptzmath_to_remote_zoom(context_.get(), 960, 540, 1920));
-  EXPECT_EQ(fixed(90), ptzmath_to_remote_zoom(context_.get(), 960, 540, -1920));
-  EXPECT_EQ(0, ptzmath_to_remote_zoom(context_.get(), 960, 540, 0));
+  EXPECT_EQ(fixed(90), ptzmath_to_remote_zoom(context.get(), 960, 540, 1920));
+  EXPECT_EQ(fixed(90), ptzmath_to_remote_zoom(context.get(), 960, 540, -1920));
+  EXPECT_EQ(0, ptzmath_to_remote_zoom(context.get(), 960, 540, 0));
 }
 
 TEST_F(Ptzmath, ContextsAreIndependent) {
   const Context other(ptzmath_context_create());
-  mount(store_, 1, {33, 0, 0});
+  mount(store, 1, {33, 0, 0});
   EXPECT_EQ(0, ptzmath_get_remote_center(other.get(), 1));
-  expectDirection(0, 0, look(context_, 960, 540));
+  expectDirection(0, 0, look(context, 960, 540));
   expectDirection(33, 0, look(other, 5, 5));
 }
 

@@ -24,11 +24,11 @@ using testing::IsEmpty;
 using Bytes = std::vector<std::uint8_t>;
 using Values = std::vector<std::int32_t>;
 
-constexpr std::size_t kLengthAt = 4;
-constexpr std::size_t kVersionAt = 8;
-constexpr std::size_t kPropertyCountAt = 12;
-constexpr std::size_t kObjectCountAt = 16;
-constexpr std::size_t kEventCountAt = 20;
+constexpr std::size_t LENGTH_AT = 4;
+constexpr std::size_t VERSION_AT = 8;
+constexpr std::size_t PROPERTY_COUNT_AT = 12;
+constexpr std::size_t OBJECT_COUNT_AT = 16;
+constexpr std::size_t EVENT_COUNT_AT = 20;
 constexpr std::size_t HEADER_SIZE = 24;
 
 struct SceneDelete {
@@ -74,11 +74,11 @@ Bytes smallFrame() {
   encoder.addEvent(SCENE_EVENT_DELETE, Values{5}, {});
   return encoder.bytes();
 }
-constexpr std::size_t kScenePropertyAt = HEADER_SIZE;
-constexpr std::size_t kObjectAt = kScenePropertyAt + 16;
-constexpr std::size_t kObjectPropertyAt = kObjectAt + 8;
-constexpr std::size_t kEventAt = kObjectAt + 24;
-constexpr std::size_t kSmallSize = kEventAt + 20;
+constexpr std::size_t SCENE_PROPERTY_AT = HEADER_SIZE;
+constexpr std::size_t OBJECT_AT = SCENE_PROPERTY_AT + 16;
+constexpr std::size_t OBJECT_PROPERTY_AT = OBJECT_AT + 8;
+constexpr std::size_t EVENT_AT = OBJECT_AT + 24;
+constexpr std::size_t SMALL_SIZE = EVENT_AT + 20;
 
 // Reads everything that a scene holds and returns how many objects and events there are.
 std::pair<int, int> walk(const scene* s) {
@@ -283,15 +283,15 @@ TEST(SceneTest, TheSceneOutlivesTheBytes) {
 }
 
 TEST(SceneTest, TheAreaSizeIsTheLengthOfTheFrame) {
-  EXPECT_EQ(kSmallSize, smallFrame().size());
-  EXPECT_EQ(kSmallSize, scene_area_size(smallFrame().data()));
+  EXPECT_EQ(SMALL_SIZE, smallFrame().size());
+  EXPECT_EQ(SMALL_SIZE, scene_area_size(smallFrame().data()));
 }
 
 TEST(SceneTest, TheAreaSizeReadsEightBytesOnly) {
   const Bytes frame = smallFrame();
   const std::unique_ptr<std::uint8_t[]> exact(new std::uint8_t[8]);
   std::copy_n(frame.begin(), 8, exact.get());
-  EXPECT_EQ(kSmallSize, scene_area_size(exact.get()));
+  EXPECT_EQ(SMALL_SIZE, scene_area_size(exact.get()));
 }
 
 TEST(SceneTest, TheAreaSizeOfOtherBytesIsZero) {
@@ -302,10 +302,10 @@ TEST(SceneTest, TheAreaSizeOfOtherBytesIsZero) {
 
 TEST(SceneTest, TheAreaSizeIsLimited) {
   constexpr std::uint32_t most = 16 << 20;
-  EXPECT_EQ(0U, scene_area_size(withNumber(smallFrame(), kLengthAt, HEADER_SIZE - 1).data()));
-  EXPECT_EQ(HEADER_SIZE, scene_area_size(withNumber(smallFrame(), kLengthAt, HEADER_SIZE).data()));
-  EXPECT_EQ(most, scene_area_size(withNumber(smallFrame(), kLengthAt, most).data()));
-  EXPECT_EQ(0U, scene_area_size(withNumber(smallFrame(), kLengthAt, most + 1).data()));
+  EXPECT_EQ(0U, scene_area_size(withNumber(smallFrame(), LENGTH_AT, HEADER_SIZE - 1).data()));
+  EXPECT_EQ(HEADER_SIZE, scene_area_size(withNumber(smallFrame(), LENGTH_AT, HEADER_SIZE).data()));
+  EXPECT_EQ(most, scene_area_size(withNumber(smallFrame(), LENGTH_AT, most).data()));
+  EXPECT_EQ(0U, scene_area_size(withNumber(smallFrame(), LENGTH_AT, most + 1).data()));
 }
 
 TEST(SceneTest, BytesBeyondTheAnnouncedLengthAreIgnored) {
@@ -327,7 +327,7 @@ TEST(SceneTest, AFrameCutAnywhereWithItsLengthCorrectedIsRefused) {
   const Bytes frame = smallFrame();
   for (std::size_t size = HEADER_SIZE; size < frame.size(); ++size) {
     Bytes cut(frame.begin(), frame.begin() + static_cast<long>(size));
-    put32(cut, kLengthAt, static_cast<std::uint32_t>(size));
+    put32(cut, LENGTH_AT, static_cast<std::uint32_t>(size));
     EXPECT_EQ(nullptr, decode(cut)) << size;
   }
 }
@@ -335,26 +335,26 @@ TEST(SceneTest, AFrameCutAnywhereWithItsLengthCorrectedIsRefused) {
 TEST(SceneTest, BytesWithinTheLengthThatNothingClaimsAreRefused) {
   Bytes frame = smallFrame();
   frame.push_back(0);
-  put32(frame, kLengthAt, static_cast<std::uint32_t>(frame.size()));
+  put32(frame, LENGTH_AT, static_cast<std::uint32_t>(frame.size()));
   EXPECT_EQ(nullptr, decode(frame));
 }
 
 TEST(SceneTest, AnUnknownVersionIsRefused) {
-  EXPECT_NE(nullptr, decode(withNumber(smallFrame(), kVersionAt, 1)));
-  EXPECT_EQ(nullptr, decode(withNumber(smallFrame(), kVersionAt, 0)));
-  EXPECT_EQ(nullptr, decode(withNumber(smallFrame(), kVersionAt, 2)));
+  EXPECT_NE(nullptr, decode(withNumber(smallFrame(), VERSION_AT, 1)));
+  EXPECT_EQ(nullptr, decode(withNumber(smallFrame(), VERSION_AT, 0)));
+  EXPECT_EQ(nullptr, decode(withNumber(smallFrame(), VERSION_AT, 2)));
 }
 
 TEST(SceneTest, AnUnknownEventIsRefused) {
-  EXPECT_NE(nullptr, decode(withNumber(smallFrame(), kEventAt, SCENE_EVENT_MERGE)));
-  EXPECT_EQ(nullptr, decode(withNumber(smallFrame(), kEventAt, SCENE_EVENT_MERGE + 1)));
-  EXPECT_EQ(nullptr, decode(withNumber(smallFrame(), kEventAt, 0xffffffff)));
+  EXPECT_NE(nullptr, decode(withNumber(smallFrame(), EVENT_AT, SCENE_EVENT_MERGE)));
+  EXPECT_EQ(nullptr, decode(withNumber(smallFrame(), EVENT_AT, SCENE_EVENT_MERGE + 1)));
+  EXPECT_EQ(nullptr, decode(withNumber(smallFrame(), EVENT_AT, 0xffffffff)));
 }
 
 TEST(SceneTest, ACountThatTheBytesCannotHoldIsRefused) {
   for (const std::size_t at :
-       {kPropertyCountAt, kObjectCountAt, kEventCountAt, kScenePropertyAt + 4, kObjectAt + 4,
-        kObjectPropertyAt + 4, kEventAt + 4, kEventAt + 12}) {
+       {PROPERTY_COUNT_AT, OBJECT_COUNT_AT, EVENT_COUNT_AT, SCENE_PROPERTY_AT + 4, OBJECT_AT + 4,
+        OBJECT_PROPERTY_AT + 4, EVENT_AT + 4, EVENT_AT + 12}) {
     for (const std::uint32_t count :
          {2U + 1U, 0x20000001U, 0x40000001U, 0x7fffffffU, 0xffffffffU}) {
       EXPECT_EQ(nullptr, decode(withNumber(smallFrame(), at, count))) << at << ' ' << count;
@@ -392,7 +392,7 @@ TEST(SceneTest, MutatedFramesDecodeFullyOrNotAtAll) {
     }
     if (below(4) == 0) bytes.resize(below(bytes.size() + 16));
     if (below(4) == 0 && bytes.size() >= 8) {
-      put32(bytes, kLengthAt, static_cast<std::uint32_t>(bytes.size()));
+      put32(bytes, LENGTH_AT, static_cast<std::uint32_t>(bytes.size()));
     }
     const ScenePtr decoded = decode(bytes);
     if (!decoded) continue;
@@ -412,8 +412,8 @@ TEST(SceneTest, RandomBytesBehindAValidHeadDecodeFullyOrNotAtAll) {
       byte = random() % 2 == 0 ? 0 : static_cast<std::uint8_t>(random() % 4);
     }
     std::copy_n("SCN1", 4, bytes.begin());
-    put32(bytes, kLengthAt, static_cast<std::uint32_t>(bytes.size()));
-    put32(bytes, kVersionAt, 1);
+    put32(bytes, LENGTH_AT, static_cast<std::uint32_t>(bytes.size()));
+    put32(bytes, VERSION_AT, 1);
     if (const ScenePtr decoded = decode(bytes)) walk(decoded.get());
   }
 }

@@ -192,20 +192,20 @@ TEST(EventKeyValueSetTest, FreeingNothingIsAllowed) {
 class EventService {
  public:
   EventService()
-      : service_("com.orva.EventService", "/com/orva/EventService", [this] {
-          skeleton_ = test_services_event_service_skeleton_new();
-          g_signal_connect(skeleton_, "handle-declare", G_CALLBACK(&EventService::onDeclare), this);
-          g_signal_connect(skeleton_, "handle-send", G_CALLBACK(&EventService::onSend), this);
-          g_signal_connect(skeleton_, "handle-undeclare", G_CALLBACK(&EventService::onUndeclare),
+      : service("com.orva.EventService", "/com/orva/EventService", [this] {
+          skeleton = test_services_event_service_skeleton_new();
+          g_signal_connect(skeleton, "handle-declare", G_CALLBACK(&EventService::onDeclare), this);
+          g_signal_connect(skeleton, "handle-send", G_CALLBACK(&EventService::onSend), this);
+          g_signal_connect(skeleton, "handle-undeclare", G_CALLBACK(&EventService::onUndeclare),
                            this);
-          g_signal_connect(skeleton_, "handle-list", G_CALLBACK(&EventService::onList), this);
-          return G_DBUS_INTERFACE_SKELETON(skeleton_);
+          g_signal_connect(skeleton, "handle-list", G_CALLBACK(&EventService::onList), this);
+          return G_DBUS_INTERFACE_SKELETON(skeleton);
         }) {}
 
-  std::vector<std::string> calls() {
-    std::vector<std::string> calls;
-    service_.loop().invoke([&] { calls = calls_; });
-    return calls;
+  std::vector<std::string> getCalls() {
+    std::vector<std::string> copy;
+    service.getLoop().invoke([&] { copy = calls; });
+    return copy;
   }
 
  private:
@@ -217,9 +217,9 @@ class EventService {
 
   static gboolean onDeclare(TestServicesEventService* skeleton, GDBusMethodInvocation* invocation,
                             GVariant* keys, gboolean stateless, EventService* self) {
-    const guint32 id = ++self->last_;
-    self->calls_.push_back("Declare " + print(keys) + (stateless ? " stateless" : " stateful"));
-    self->events_[id] = {stateless != FALSE, GVariantPtr(g_variant_ref(keys)), 0};
+    const guint32 id = ++self->last;
+    self->calls.push_back("Declare " + print(keys) + (stateless ? " stateless" : " stateful"));
+    self->events[id] = {stateless != FALSE, GVariantPtr(g_variant_ref(keys)), 0};
     test_services_event_service_complete_declare(skeleton, invocation, id);
     return TRUE;
   }
@@ -227,9 +227,9 @@ class EventService {
   // The tests send all keys of an event, so that the last ones are the state.
   static gboolean onSend(TestServicesEventService* skeleton, GDBusMethodInvocation* invocation,
                          guint id, GVariant* keys, gint64 time, EventService* self) {
-    self->calls_.push_back("Send " + std::to_string(id) + ' ' + print(keys) + ' ' +
-                           std::to_string(time));
-    Declared& event = self->events_[id];
+    self->calls.push_back("Send " + std::to_string(id) + ' ' + print(keys) + ' ' +
+                          std::to_string(time));
+    Declared& event = self->events[id];
     event.keys.reset(g_variant_ref(keys));
     event.time = time;
     test_services_event_service_emit_sent(skeleton, id, keys, time);
@@ -239,8 +239,8 @@ class EventService {
 
   static gboolean onUndeclare(TestServicesEventService* skeleton, GDBusMethodInvocation* invocation,
                               guint id, EventService* self) {
-    self->calls_.push_back("Undeclare " + std::to_string(id));
-    self->events_.erase(id);
+    self->calls.push_back("Undeclare " + std::to_string(id));
+    self->events.erase(id);
     test_services_event_service_complete_undeclare(skeleton, invocation);
     return TRUE;
   }
@@ -249,7 +249,7 @@ class EventService {
                          EventService* self) {
     GVariantBuilder list;
     g_variant_builder_init(&list, G_VARIANT_TYPE("a(uba(ssavusss)x)"));
-    for (const auto& [id, event] : self->events_) {
+    for (const auto& [id, event] : self->events) {
       g_variant_builder_add(&list, "(ub@a(ssavusss)x)", id, event.stateless ? TRUE : FALSE,
                             event.keys.get(), event.time);
     }
@@ -257,11 +257,11 @@ class EventService {
     return TRUE;
   }
 
-  std::vector<std::string> calls_;
-  std::map<guint32, Declared> events_;
-  guint32 last_ = 0;
-  TestServicesEventService* skeleton_ = nullptr;
-  TestService service_;
+  std::vector<std::string> calls;
+  std::map<guint32, Declared> events;
+  guint32 last = 0;
+  TestServicesEventService* skeleton = nullptr;
+  TestService service;
 };
 
 // Collects what a subscription is told, as "VALUE@TIME" of the key "value".
@@ -275,34 +275,34 @@ class Listener {
     const int64_t time = ov_event_get_time_stamp(event);
     ov_event_free(event);
     if (self->during) self->during(subscription);
-    const std::scoped_lock lock(self->mutex_);
-    self->told_.push_back(std::to_string(value) + '@' + std::to_string(time));
-    self->changed_.notify_all();
+    const std::lock_guard lock(self->mutex);
+    self->told.push_back(std::to_string(value) + '@' + std::to_string(time));
+    self->changed.notify_all();
   }
 
   // What was told, once it is so many or more.
   std::vector<std::string> waitFor(std::size_t count) {
-    std::unique_lock lock(mutex_);
-    EXPECT_TRUE(changed_.wait_for(lock, kLongEnough, [&] { return told_.size() >= count; }));
-    return told_;
+    std::unique_lock lock(mutex);
+    EXPECT_TRUE(changed.wait_for(lock, LONG_ENOUGH, [&] { return told.size() >= count; }));
+    return told;
   }
 
-  std::vector<std::string> told() {
-    const std::scoped_lock lock(mutex_);
-    return told_;
+  std::vector<std::string> getTold() {
+    const std::lock_guard lock(mutex);
+    return told;
   }
 
   std::function<void(uint32_t)> during;
 
  private:
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  std::vector<std::string> told_;
+  std::mutex mutex;
+  std::condition_variable changed;
+  std::vector<std::string> told;
 };
 
 class EventHandlerTest : public testing::Test {
  protected:
-  EventHandlerTest() : service_(std::make_unique<EventService>()), handler_(newHandler()) {}
+  EventHandlerTest() : service(std::make_unique<EventService>()), handler(newHandler()) {}
 
   static HandlerPtr newHandler() {
     HandlerPtr handler(ov_event_handler_new());
@@ -312,20 +312,20 @@ class EventHandlerTest : public testing::Test {
 
   uint32_t declare(const SetPtr& set, bool stateless = false) {
     uint32_t id = 0;
-    EXPECT_TRUE(ov_event_handler_declare(handler_.get(), set.get(), stateless ? TRUE : FALSE, &id,
-                                         nullptr));
+    EXPECT_TRUE(
+        ov_event_handler_declare(handler.get(), set.get(), stateless ? TRUE : FALSE, &id, nullptr));
     EXPECT_NE(0U, id);
     return id;
   }
 
   void send(uint32_t id, const SetPtr& set, int64_t time) {
-    EXPECT_TRUE(ov_event_handler_send_event(handler_.get(), id, set.get(), time, nullptr));
+    EXPECT_TRUE(ov_event_handler_send_event(handler.get(), id, set.get(), time, nullptr));
   }
 
   uint32_t subscribe(const SetPtr& pattern, Listener& listener) {
     uint32_t id = 0;
     GError* error = nullptr;
-    EXPECT_TRUE(ov_event_handler_subscribe(handler_.get(), pattern.get(), &Listener::onEvent,
+    EXPECT_TRUE(ov_event_handler_subscribe(handler.get(), pattern.get(), &Listener::onEvent,
                                            &listener, &id, &error))
         << takeMessage(error);
     EXPECT_NE(0U, id);
@@ -333,16 +333,16 @@ class EventHandlerTest : public testing::Test {
   }
 
   bool unsubscribe(uint32_t id) {
-    return ov_event_handler_unsubscribe(handler_.get(), id, nullptr) != FALSE;
+    return ov_event_handler_unsubscribe(handler.get(), id, nullptr) != FALSE;
   }
 
   // The service's calls, once it has had so many.
   std::vector<std::string> callsOnceThereAre(std::size_t count) {
-    const auto deadline = std::chrono::steady_clock::now() + kLongEnough;
-    std::vector<std::string> calls = service_->calls();
+    const auto deadline = std::chrono::steady_clock::now() + LONG_ENOUGH;
+    std::vector<std::string> calls = service->getCalls();
     while (calls.size() < count && std::chrono::steady_clock::now() < deadline) {
       std::this_thread::sleep_for(std::chrono::milliseconds(10));
-      calls = service_->calls();
+      calls = service->getCalls();
     }
     return calls;
   }
@@ -354,9 +354,9 @@ class EventHandlerTest : public testing::Test {
     return "Declare " + printed + " stateful";
   }
 
-  std::unique_ptr<EventService> service_;
-  HandlerPtr handler_;
-  LoopThread main_{g_main_context_default()};
+  std::unique_ptr<EventService> service;
+  HandlerPtr handler;
+  LoopThread main{g_main_context_default()};
 };
 
 TEST(EventHandlerWithoutServiceTest, ThereIsNoHandler) {
@@ -383,7 +383,7 @@ TEST_F(EventHandlerTest, ADeclarationCarriesEverythingOfItsKeys) {
   ov_event_key_value_set_mark_as_user_defined(set.get(), "any", nullptr, "one", nullptr);
   ov_event_key_value_set_mark_as_user_defined(set.get(), "any", nullptr, "two", nullptr);
   declare(set);
-  EXPECT_THAT(service_->calls(),
+  EXPECT_THAT(service->getCalls(),
               ElementsAre("Declare [('topic0', 'tnsorva', [<'App'>], 0, '', 'Topic', 'The app'), "
                           "('Source', '', [<3>], 1, 'token', '', ''), "
                           "('State', '', [<false>], 2, '', '', ''), "
@@ -397,7 +397,7 @@ TEST_F(EventHandlerTest, SendsTheGivenKeysAndTime) {
   const uint32_t id = declare(keys, true);
   addInt(keys, "value", 2);
   send(id, keys, 1700000000000001);
-  EXPECT_THAT(service_->calls(),
+  EXPECT_THAT(service->getCalls(),
               ElementsAre("Declare [('value', '', [<1>], 0, '', '', '')] stateless",
                           "Send 1 [('value', '', [<2>], 0, '', '', '')] 1700000000000001"));
 }
@@ -411,18 +411,18 @@ TEST_F(EventHandlerTest, OnlyDeclaredEventsAreSentAndUndeclared) {
   EXPECT_EQ("No declaration 1 of this handler", takeMessage(error));
   EXPECT_FALSE(ov_event_handler_undeclare(other.get(), id, &error));
   EXPECT_EQ("No declaration 1 of this handler", takeMessage(error));
-  EXPECT_TRUE(ov_event_handler_undeclare(handler_.get(), id, nullptr));
-  EXPECT_FALSE(ov_event_handler_send_event(handler_.get(), id, keys.get(), 0, nullptr));
-  EXPECT_FALSE(ov_event_handler_undeclare(handler_.get(), id, nullptr));
+  EXPECT_TRUE(ov_event_handler_undeclare(handler.get(), id, nullptr));
+  EXPECT_FALSE(ov_event_handler_send_event(handler.get(), id, keys.get(), 0, nullptr));
+  EXPECT_FALSE(ov_event_handler_undeclare(handler.get(), id, nullptr));
 }
 
 TEST_F(EventHandlerTest, FreeingTheHandlerUndeclaresWhatIsLeft) {
   const uint32_t gone = declare(newSet());
   declare(newSet());
   declare(newSet());
-  ov_event_handler_undeclare(handler_.get(), gone, nullptr);
-  handler_.reset();
-  EXPECT_THAT(service_->calls(),
+  ov_event_handler_undeclare(handler.get(), gone, nullptr);
+  handler.reset();
+  EXPECT_THAT(service->getCalls(),
               ElementsAre("Declare [] stateful", "Declare [] stateful", "Declare [] stateful",
                           "Undeclare 1", "Undeclare 2", "Undeclare 3"));
 }
@@ -432,15 +432,14 @@ TEST_F(EventHandlerTest, MissingArgumentsAreErrors) {
   uint32_t id = 0;
   GError* error = nullptr;
   EXPECT_FALSE(ov_event_handler_declare(nullptr, set.get(), FALSE, &id, nullptr));
-  EXPECT_FALSE(ov_event_handler_declare(handler_.get(), nullptr, FALSE, &id, nullptr));
-  EXPECT_FALSE(ov_event_handler_declare(handler_.get(), set.get(), FALSE, nullptr, nullptr));
-  EXPECT_FALSE(ov_event_handler_send_event(handler_.get(), 1, nullptr, 0, nullptr));
+  EXPECT_FALSE(ov_event_handler_declare(handler.get(), nullptr, FALSE, &id, nullptr));
+  EXPECT_FALSE(ov_event_handler_declare(handler.get(), set.get(), FALSE, nullptr, nullptr));
+  EXPECT_FALSE(ov_event_handler_send_event(handler.get(), 1, nullptr, 0, nullptr));
   EXPECT_FALSE(ov_event_handler_undeclare(nullptr, 1, nullptr));
-  EXPECT_FALSE(
-      ov_event_handler_subscribe(handler_.get(), set.get(), nullptr, nullptr, &id, &error));
+  EXPECT_FALSE(ov_event_handler_subscribe(handler.get(), set.get(), nullptr, nullptr, &id, &error));
   EXPECT_EQ("A handler, a set, a callback and a place for the id are needed", takeMessage(error));
   EXPECT_FALSE(ov_event_handler_unsubscribe(nullptr, 1, nullptr));
-  EXPECT_THAT(service_->calls(), IsEmpty());
+  EXPECT_THAT(service->getCalls(), IsEmpty());
 }
 
 TEST_F(EventHandlerTest, ASubscriptionIsToldMatchingEventsInOrder) {
@@ -487,11 +486,11 @@ TEST_F(EventHandlerTest, APatternAsksForNameNameSpaceTypeAndValue) {
   EXPECT_THAT(right.waitFor(1), ElementsAre("1@0"));
   EXPECT_THAT(any_value.waitFor(1), ElementsAre("1@0"));
   EXPECT_THAT(all.waitFor(1), ElementsAre("1@0"));  // the last to be told
-  EXPECT_THAT(other_value.told(), IsEmpty());
-  EXPECT_THAT(other_type.told(), IsEmpty());
-  EXPECT_THAT(as_bool.told(), IsEmpty());
-  EXPECT_THAT(other_space.told(), IsEmpty());
-  EXPECT_THAT(other_key.told(), IsEmpty());
+  EXPECT_THAT(other_value.getTold(), IsEmpty());
+  EXPECT_THAT(other_type.getTold(), IsEmpty());
+  EXPECT_THAT(as_bool.getTold(), IsEmpty());
+  EXPECT_THAT(other_space.getTold(), IsEmpty());
+  EXPECT_THAT(other_key.getTold(), IsEmpty());
 }
 
 TEST_F(EventHandlerTest, AnEventWithoutTheValueDoesNotMatchAPatternWithOne) {
@@ -504,7 +503,7 @@ TEST_F(EventHandlerTest, AnEventWithoutTheValueDoesNotMatchAPatternWithOne) {
   subscribe(topicOnly("T"), fence);
   send(id, keys, 5);
   EXPECT_THAT(fence.waitFor(1), ElementsAre("-1@5"));
-  EXPECT_THAT(with_value.told(), IsEmpty());
+  EXPECT_THAT(with_value.getTold(), IsEmpty());
 }
 
 TEST_F(EventHandlerTest, ThePresentStateOfStatefulEventsComesFirst) {
@@ -528,7 +527,7 @@ TEST_F(EventHandlerTest, WhatIsSentAroundTheSubscriptionIsToldOnceAndInOrder) {
 
   // While the main context stands still, signals pile up on both sides of the second subscription.
   std::promise<void> gate;
-  main_.post([&] { gate.get_future().wait(); });
+  main.post([&] { gate.get_future().wait(); });
   send(id, event("T", 1), 10);
   send(id, event("T", 2), 20);
   Listener second;
@@ -543,7 +542,7 @@ TEST_F(EventHandlerTest, WhatIsSentAroundTheSubscriptionIsToldOnceAndInOrder) {
 
 TEST_F(EventHandlerTest, CallbacksRunOnTheMainContext) {
   std::thread::id main_thread;
-  main_.invoke([&] { main_thread = std::this_thread::get_id(); });
+  main.invoke([&] { main_thread = std::this_thread::get_id(); });
   std::thread::id told_on;
   Listener listener;
   listener.during = [&](uint32_t) { told_on = std::this_thread::get_id(); };
@@ -576,7 +575,7 @@ TEST_F(EventHandlerTest, NothingIsToldAfterTheEndOfASubscription) {
   EXPECT_TRUE(unsubscribe(subscription));
   send(id, event("T", 2), 2);
   fence.waitFor(2);
-  EXPECT_THAT(ended.told(), ElementsAre("1@1"));
+  EXPECT_THAT(ended.getTold(), ElementsAre("1@1"));
 }
 
 TEST_F(EventHandlerTest, AnEndBeforeThePresentStateWasToldKeepsItBack) {
@@ -584,13 +583,13 @@ TEST_F(EventHandlerTest, AnEndBeforeThePresentStateWasToldKeepsItBack) {
   Listener ended;
   Listener fence;
   std::promise<void> gate;
-  main_.post([&] { gate.get_future().wait(); });
+  main.post([&] { gate.get_future().wait(); });
   const uint32_t subscription = subscribe(topicOnly("T"), ended);
   EXPECT_TRUE(unsubscribe(subscription));
   subscribe(topicOnly("T"), fence);
   gate.set_value();
   fence.waitFor(1);
-  EXPECT_THAT(ended.told(), IsEmpty());
+  EXPECT_THAT(ended.getTold(), IsEmpty());
 }
 
 TEST_F(EventHandlerTest, ASubscriptionEndsOnce) {
@@ -598,7 +597,7 @@ TEST_F(EventHandlerTest, ASubscriptionEndsOnce) {
   const uint32_t subscription = subscribe(topicOnly("T"), listener);
   EXPECT_TRUE(unsubscribe(subscription));
   GError* error = nullptr;
-  EXPECT_FALSE(ov_event_handler_unsubscribe(handler_.get(), subscription, &error));
+  EXPECT_FALSE(ov_event_handler_unsubscribe(handler.get(), subscription, &error));
   EXPECT_EQ("No subscription 1 of this handler", takeMessage(error));
   EXPECT_FALSE(unsubscribe(0));
 }
@@ -615,7 +614,7 @@ TEST_F(EventHandlerTest, ACallbackMayEndItsOwnSubscription) {
   send(id, event("T", 2), 2);
   fence.waitFor(2);
   EXPECT_TRUE(ended);
-  EXPECT_THAT(ending.told(), ElementsAre("1@1"));
+  EXPECT_THAT(ending.getTold(), ElementsAre("1@1"));
 }
 
 TEST_F(EventHandlerTest, ACallbackMayFreeTheHandler) {
@@ -692,10 +691,10 @@ TEST_F(EventHandlerTest, FreeingTheHandlerWaitsForARunningCallback) {
 TEST_F(EventHandlerTest, AServiceThatReturnsIsHeard) {
   Listener listener;
   subscribe(topicOnly("T"), listener);
-  service_.reset();
+  service.reset();
   uint32_t id = 0;
-  EXPECT_FALSE(ov_event_handler_declare(handler_.get(), event("T", 0).get(), TRUE, &id, nullptr));
-  service_ = std::make_unique<EventService>();
+  EXPECT_FALSE(ov_event_handler_declare(handler.get(), event("T", 0).get(), TRUE, &id, nullptr));
+  service = std::make_unique<EventService>();
   id = declare(event("T", 0), true);
   send(id, event("T", 4), 40);
   EXPECT_THAT(listener.waitFor(1), ElementsAre("4@40"));
@@ -705,26 +704,26 @@ TEST_F(EventHandlerTest, AServiceThatReturnsIsToldEveryEventWithItsLastValues) {
   const uint32_t kept = declare(event("T", 1));
   const uint32_t dropped = declare(event("U", 2));
   send(kept, event("T", 3), 30);
-  service_.reset();
+  service.reset();
   send(kept, event("T", 4), 40);
-  EXPECT_TRUE(ov_event_handler_undeclare(handler_.get(), dropped, nullptr));
+  EXPECT_TRUE(ov_event_handler_undeclare(handler.get(), dropped, nullptr));
   const uint32_t late = declare(event("V", 5));
-  service_ = std::make_unique<EventService>();
+  service = std::make_unique<EventService>();
   EXPECT_THAT(callsOnceThereAre(2),
               UnorderedElementsAre(declarationOf("T", 4), declarationOf("V", 5)));
   send(kept, event("T", 6), 60);
   send(late, event("V", 7), 70);
-  EXPECT_THAT(service_->calls().back(), AllOf(StartsWith("Send "), EndsWith(" 70")));
+  EXPECT_THAT(service->getCalls().back(), AllOf(StartsWith("Send "), EndsWith(" 70")));
 }
 
 TEST_F(EventHandlerTest, AServiceThatReturnsIsToldOnceWhoeverNoticesItFirst) {
   const uint32_t id = declare(event("T", 1));
-  service_.reset();
-  service_ = std::make_unique<EventService>();
+  service.reset();
+  service = std::make_unique<EventService>();
   send(id, event("T", 2), 20);
   // Whatever the main context has heard by now has been dealt with.
-  main_.invoke([] {});
-  std::vector<std::string> calls = service_->calls();
+  main.invoke([] {});
+  std::vector<std::string> calls = service->getCalls();
   std::erase_if(calls, [](const std::string& call) { return !call.starts_with("Declare "); });
   EXPECT_EQ(1U, calls.size());
 }
@@ -734,9 +733,9 @@ TEST_F(EventHandlerTest, ASubscriptionIsToldTheStateOfAServiceThatReturns) {
   Listener listener;
   subscribe(topicOnly("T"), listener);
   EXPECT_THAT(listener.waitFor(1), ElementsAre("1@0"));
-  service_.reset();
+  service.reset();
   send(id, event("T", 2), 20);
-  service_ = std::make_unique<EventService>();
+  service = std::make_unique<EventService>();
   EXPECT_THAT(listener.waitFor(2), ElementsAre("1@0", "2@0"));
 }
 
@@ -745,10 +744,10 @@ TEST_F(EventHandlerTest, ALostBusIsFoundAgainAndTheServiceToldEverything) {
   Listener listener;
   subscribe(topicOnly("T"), listener);
   EXPECT_THAT(listener.waitFor(1), ElementsAre("1@0"));
-  service_.reset();
+  service.reset();
   TestBus::restart();
   send(id, event("T", 2), 20);
-  service_ = std::make_unique<EventService>();
+  service = std::make_unique<EventService>();
   EXPECT_THAT(callsOnceThereAre(1), ElementsAre(declarationOf("T", 2)));
   EXPECT_THAT(listener.waitFor(2), ElementsAre("1@0", "2@0"));
   send(id, event("T", 3), 30);
@@ -757,15 +756,15 @@ TEST_F(EventHandlerTest, ALostBusIsFoundAgainAndTheServiceToldEverything) {
 
 TEST_F(EventHandlerTest, StatelessEventsThatNobodyHearsAreErrors) {
   const uint32_t id = declare(event("T", 1), true);
-  service_.reset();
-  EXPECT_FALSE(ov_event_handler_send_event(handler_.get(), id, event("T", 2).get(), 20, nullptr));
+  service.reset();
+  EXPECT_FALSE(ov_event_handler_send_event(handler.get(), id, event("T", 2).get(), 20, nullptr));
 }
 
 TEST_F(EventHandlerTest, ASubscriptionWithoutTheServiceFails) {
-  service_.reset();
+  service.reset();
   Listener listener;
   uint32_t id = 0;
-  EXPECT_FALSE(ov_event_handler_subscribe(handler_.get(), topicOnly("T").get(), &Listener::onEvent,
+  EXPECT_FALSE(ov_event_handler_subscribe(handler.get(), topicOnly("T").get(), &Listener::onEvent,
                                           &listener, &id, nullptr));
 }
 

@@ -44,7 +44,7 @@ class Application {
   static void onRequest(const char* path, const char* method, const char* query,
                         GHashTable* parameters, GOutputStream* out, void* user_data) {
     auto* self = static_cast<Application*>(user_data);
-    EXPECT_EQ(1, ++self->running_);
+    EXPECT_EQ(1, ++self->running);
     Given given{path, method, std::nullopt, {}};
     if (query != nullptr) given.query = query;
     GHashTableIter iter;
@@ -58,7 +58,7 @@ class Application {
     if (self->during) self->during();
     EXPECT_TRUE(g_output_stream_write_all(out, self->answer.data(), self->answer.size(), nullptr,
                                           nullptr, nullptr));
-    --self->running_;
+    --self->running;
   }
 
   std::string answer = "Status: 200 OK\r\n\r\nfine";
@@ -66,7 +66,7 @@ class Application {
   std::function<void()> during;
 
  private:
-  std::atomic<int> running_ = 0;
+  std::atomic<int> running = 0;
 };
 
 HttpRequest get(const char* path) {
@@ -88,14 +88,14 @@ std::string readToEnd(const FileDescriptor& stream) {
 
 class HttpServerTest : public testing::Test {
  protected:
-  HttpServerTest() : server_(start()) { EXPECT_NE(nullptr, server_); }
+  HttpServerTest() : server(start()) { EXPECT_NE(nullptr, server); }
 
   std::unique_ptr<HttpServer> start() {
-    return HttpServer::create(path_, &Application::onRequest, &application_);
+    return HttpServer::create(path, &Application::onRequest, &application);
   }
 
   FileDescriptor connect() const {
-    FileDescriptor stream = local_socket::connectTo(path_);
+    FileDescriptor stream = local_socket::connectTo(path);
     EXPECT_TRUE(stream.isOpen());
     return stream;
   }
@@ -112,16 +112,16 @@ class HttpServerTest : public testing::Test {
     return exchange(encodeHttpRequest(request).value());
   }
 
-  TemporaryFolder folder_;
-  const std::string path_ = folder_ / "http/app";
-  Application application_;
-  std::unique_ptr<HttpServer> server_;
+  TemporaryFolder folder;
+  const std::string path = folder / "http/app";
+  Application application;
+  std::unique_ptr<HttpServer> server;
 };
 
 TEST_F(HttpServerTest, HandsOnAGet) {
   exchange({"/api/app", "GET", "a=1&b=%41", {{"a", "1"}, {"b", "A"}}, ""});
-  ASSERT_EQ(1U, application_.given.size());
-  const Given& given = application_.given[0];
+  ASSERT_EQ(1U, application.given.size());
+  const Given& given = application.given[0];
   EXPECT_EQ("/api/app", given.path);
   EXPECT_EQ("GET", given.method);
   EXPECT_EQ("a=1&b=%41", given.query);
@@ -131,66 +131,66 @@ TEST_F(HttpServerTest, HandsOnAGet) {
 TEST_F(HttpServerTest, AnAbsentQueryIsNotAnEmptyOne) {
   exchange(get("/"));
   exchange({"/", "GET", "", {}, ""});
-  EXPECT_EQ(std::nullopt, application_.given.at(0).query);
-  EXPECT_EQ("", application_.given.at(1).query);
+  EXPECT_EQ(std::nullopt, application.given.at(0).query);
+  EXPECT_EQ("", application.given.at(1).query);
 }
 
 TEST_F(HttpServerTest, HandsOnTheBodyOfAPost) {
   exchange({"/", "POST", "a=1", {{"a", "1"}}, "{\"k\": 1}"});
-  EXPECT_EQ("POST", application_.given.at(0).method);
-  EXPECT_THAT(application_.given.at(0).parameters,
+  EXPECT_EQ("POST", application.given.at(0).method);
+  EXPECT_THAT(application.given.at(0).parameters,
               UnorderedElementsAre(Pair("a", "1"), Pair(OV_HTTP_BODY, "{\"k\": 1}")));
 }
 
 TEST_F(HttpServerTest, AnEmptyBodyIsABody) {
   exchange(post(""));
-  EXPECT_THAT(application_.given.at(0).parameters, UnorderedElementsAre(Pair(OV_HTTP_BODY, "")));
+  EXPECT_THAT(application.given.at(0).parameters, UnorderedElementsAre(Pair(OV_HTTP_BODY, "")));
 }
 
 TEST_F(HttpServerTest, ABodyEndsAtItsFirstZero) {
   exchange(post(std::string("ab\0cd", 5)));
-  EXPECT_THAT(application_.given.at(0).parameters, UnorderedElementsAre(Pair(OV_HTTP_BODY, "ab")));
+  EXPECT_THAT(application.given.at(0).parameters, UnorderedElementsAre(Pair(OV_HTTP_BODY, "ab")));
 }
 
 TEST_F(HttpServerTest, AGetHasNoBody) {
   exchange({"/", "GET", std::nullopt, {}, "body"});
-  EXPECT_THAT(application_.given.at(0).parameters, IsEmpty());
+  EXPECT_THAT(application.given.at(0).parameters, IsEmpty());
 }
 
 TEST_F(HttpServerTest, NoFieldPassesForTheBody) {
   exchange({"/", "GET", "%01body=x", {{OV_HTTP_BODY, "x"}}, ""});
-  EXPECT_THAT(application_.given.at(0).parameters, IsEmpty());
+  EXPECT_THAT(application.given.at(0).parameters, IsEmpty());
 }
 
 TEST_F(HttpServerTest, OfEqualFieldsTheLastOneCounts) {
   exchange({"/", "GET", "a=1&a=2", {{"a", "1"}, {"a", "2"}}, ""});
-  EXPECT_THAT(application_.given.at(0).parameters, UnorderedElementsAre(Pair("a", "2")));
+  EXPECT_THAT(application.given.at(0).parameters, UnorderedElementsAre(Pair("a", "2")));
 }
 
 TEST_F(HttpServerTest, BytesThatAreNoTextAreHandedOn) {
   exchange({"/\xff", "POST", "\xfe=\xfd", {{"\xfe", "\xfd"}}, "\xfc"});
-  EXPECT_EQ("/\xff", application_.given.at(0).path);
-  EXPECT_THAT(application_.given.at(0).parameters,
+  EXPECT_EQ("/\xff", application.given.at(0).path);
+  EXPECT_THAT(application.given.at(0).parameters,
               UnorderedElementsAre(Pair("\xfe", "\xfd"), Pair(OV_HTTP_BODY, "\xfc")));
 }
 
 TEST_F(HttpServerTest, TheAnswerIsWhatTheCallbackWrote) {
   EXPECT_EQ("Status: 200 OK\r\n\r\nfine", exchange(get("/")));
-  application_.answer = std::string("a\0\xff", 3) + std::string(2'000'000, 'x');
-  EXPECT_EQ(application_.answer, exchange(get("/")));
+  application.answer = std::string("a\0\xff", 3) + std::string(2'000'000, 'x');
+  EXPECT_EQ(application.answer, exchange(get("/")));
 }
 
 TEST_F(HttpServerTest, ACallbackThatWritesNothingLeavesTheRequestUnanswered) {
-  application_.answer = "";
+  application.answer = "";
   EXPECT_EQ("", exchange(get("/")));
-  server_.reset();  // nothing was received that comes after what the callback noted
-  EXPECT_EQ(1U, application_.given.size());
+  server.reset();  // nothing was received that comes after what the callback noted
+  EXPECT_EQ(1U, application.given.size());
 }
 
 TEST_F(HttpServerTest, ABodyOfAlmostFourMiBIsHandedOn) {
   const std::string body(MAX_HTTP_REQUEST_SIZE - 100, 'b');
   EXPECT_EQ("Status: 200 OK\r\n\r\nfine", exchange(post(body)));
-  EXPECT_EQ(body, application_.given.at(0).parameters.at(0).second);
+  EXPECT_EQ(body, application.given.at(0).parameters.at(0).second);
 }
 
 TEST_F(HttpServerTest, RequestsAreAnsweredOneAtATime) {
@@ -199,7 +199,7 @@ TEST_F(HttpServerTest, RequestsAreAnsweredOneAtATime) {
     answers.push_back(std::async(std::launch::async, [this] { return exchange(get("/")); }));
   }
   for (auto& answer : answers) EXPECT_EQ("Status: 200 OK\r\n\r\nfine", answer.get());
-  EXPECT_EQ(8U, application_.given.size());
+  EXPECT_EQ(8U, application.given.size());
 }
 
 TEST_F(HttpServerTest, WhatIsNoRequestIsNotAnsweredAndTheNextOneIs) {
@@ -213,7 +213,7 @@ TEST_F(HttpServerTest, WhatIsNoRequestIsNotAnsweredAndTheNextOneIs) {
   EXPECT_EQ("", exchange(cut));
   EXPECT_EQ("", exchange(garbled));
   EXPECT_EQ("", exchange(HttpRequest{"/", "PUT", std::nullopt, {}, ""}));
-  EXPECT_THAT(application_.given, IsEmpty());
+  EXPECT_THAT(application.given, IsEmpty());
   EXPECT_EQ("Status: 200 OK\r\n\r\nfine", exchange(whole));
 }
 
@@ -225,9 +225,9 @@ TEST_F(HttpServerTest, ALengthAboveTheLimitIsRefusedAtOnce) {
 }
 
 TEST_F(HttpServerTest, AClientThatStopsInTheMiddleHoldsTheOthersUpForATimeOnly) {
-  server_.reset();
-  server_ = HttpServer::create(path_, &Application::onRequest, &application_,
-                               std::chrono::milliseconds(1500));
+  server.reset();
+  server = HttpServer::create(path, &Application::onRequest, &application,
+                              std::chrono::milliseconds(1500));
   const FileDescriptor stopped = connect();
   ASSERT_TRUE(local_socket::sendAll(stopped.get(), Bytes{0, 0}));
   EXPECT_EQ("", readToEnd(stopped));
@@ -235,20 +235,20 @@ TEST_F(HttpServerTest, AClientThatStopsInTheMiddleHoldsTheOthersUpForATimeOnly) 
 }
 
 TEST_F(HttpServerTest, AClientThatDoesNotReadHoldsTheOthersUpForATimeOnly) {
-  server_.reset();
-  server_ = HttpServer::create(path_, &Application::onRequest, &application_,
-                               std::chrono::milliseconds(1500));
-  application_.answer = std::string(2'000'000, 'x');
+  server.reset();
+  server = HttpServer::create(path, &Application::onRequest, &application,
+                              std::chrono::milliseconds(1500));
+  application.answer = std::string(2'000'000, 'x');
   const FileDescriptor stopped = connect();
   ASSERT_TRUE(local_socket::sendAll(stopped.get(), encodeHttpRequest(get("/")).value()));
-  EXPECT_EQ(application_.answer, exchange(get("/")));
+  EXPECT_EQ(application.answer, exchange(get("/")));
 }
 
 TEST_F(HttpServerTest, AClientThatLeavesEarlyHurtsNobody) {
-  application_.answer = std::string(2'000'000, 'x');
+  application.answer = std::string(2'000'000, 'x');
   std::promise<void> entered;
   std::promise<void> gate;
-  application_.during = [&] {
+  application.during = [&] {
     entered.set_value();
     gate.get_future().wait();
   };
@@ -257,16 +257,16 @@ TEST_F(HttpServerTest, AClientThatLeavesEarlyHurtsNobody) {
     local_socket::sendAll(stream.get(), encodeHttpRequest(get("/")).value());
     entered.get_future().wait();
   }
-  application_.during = nullptr;
+  application.during = nullptr;
   gate.set_value();
-  EXPECT_EQ(application_.answer, exchange(get("/")));
+  EXPECT_EQ(application.answer, exchange(get("/")));
 }
 
 TEST_F(HttpServerTest, TheEndWaitsForTheRequestThatIsBeingAnswered) {
   std::promise<void> entered;
   std::promise<void> gate;
   std::atomic<bool> has_left = false;
-  application_.during = [&] {
+  application.during = [&] {
     entered.set_value();
     gate.get_future().wait();
     has_left = true;
@@ -275,7 +275,7 @@ TEST_F(HttpServerTest, TheEndWaitsForTheRequestThatIsBeingAnswered) {
       std::async(std::launch::async, [this] { return exchange(get("/")); });
   entered.get_future().wait();
   std::future<bool> left_before_end = std::async(std::launch::async, [&] {
-    server_.reset();
+    server.reset();
     return has_left.load();
   });
   EXPECT_EQ(std::future_status::timeout, left_before_end.wait_for(std::chrono::milliseconds(100)));
@@ -287,22 +287,22 @@ TEST_F(HttpServerTest, TheEndWaitsForTheRequestThatIsBeingAnswered) {
 TEST_F(HttpServerTest, TheEndDoesNotWaitForARequestThatHasNotCome) {
   const FileDescriptor silent = connect();
   local_socket::sendAll(silent.get(), Bytes{0, 0});
-  server_.reset();
+  server.reset();
   EXPECT_EQ("", readToEnd(silent));
 }
 
 TEST_F(HttpServerTest, TheEndRemovesTheSocket) {
-  EXPECT_TRUE(std::filesystem::is_socket(path_));
-  server_.reset();
-  EXPECT_FALSE(std::filesystem::exists(path_));
+  EXPECT_TRUE(std::filesystem::is_socket(path));
+  server.reset();
+  EXPECT_FALSE(std::filesystem::exists(path));
 }
 
 TEST_F(HttpServerTest, ASocketLeftBehindIsReplaced) {
-  server_.reset();
-  local_socket::listenAt(path_).reset();  // as of a process that was killed
-  ASSERT_TRUE(std::filesystem::is_socket(path_));
-  server_ = start();
-  ASSERT_NE(nullptr, server_);
+  server.reset();
+  local_socket::listenAt(path).reset();  // as of a process that was killed
+  ASSERT_TRUE(std::filesystem::is_socket(path));
+  server = start();
+  ASSERT_NE(nullptr, server);
   EXPECT_EQ("Status: 200 OK\r\n\r\nfine", exchange(get("/")));
 }
 
@@ -312,21 +312,21 @@ TEST_F(HttpServerTest, ASocketInUseStaysWhoseItIs) {
 }
 
 TEST_F(HttpServerTest, AFileThatIsNoSocketIsLeftAlone) {
-  server_.reset();
-  std::ofstream(path_) << "precious";
+  server.reset();
+  std::ofstream(path) << "precious";
   EXPECT_EQ(nullptr, start());
-  EXPECT_EQ(8U, std::filesystem::file_size(path_));
+  EXPECT_EQ(8U, std::filesystem::file_size(path));
 }
 
 TEST_F(HttpServerTest, AFolderThatCannotBeMadeIsAFailure) {
-  std::ofstream(folder_ / "file") << "no folder";
+  std::ofstream(folder / "file") << "no folder";
   EXPECT_EQ(nullptr,
-            HttpServer::create(folder_ / "file/http/app", &Application::onRequest, nullptr));
+            HttpServer::create(folder / "file/http/app", &Application::onRequest, nullptr));
 }
 
 TEST_F(HttpServerTest, APathThatIsTooLongIsAFailure) {
   const std::string name(200, 'n');
-  EXPECT_EQ(nullptr, HttpServer::create(folder_ / name.c_str(), &Application::onRequest, nullptr));
+  EXPECT_EQ(nullptr, HttpServer::create(folder / name.c_str(), &Application::onRequest, nullptr));
 }
 
 TEST(HttpHandlerTest, WithoutACallbackThereIsNoHandler) {

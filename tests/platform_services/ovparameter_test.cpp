@@ -23,17 +23,17 @@ using Values = std::map<std::string, std::string>;
 class ParameterService {
  public:
   explicit ParameterService(Values values)
-      : values_(std::move(values)),
-        service_("com.orva.ParameterService", "/com/orva/ParameterService", [this] {
+      : values(std::move(values)),
+        service("com.orva.ParameterService", "/com/orva/ParameterService", [this] {
           auto* skeleton = test_services_parameter_service_skeleton_new();
           g_signal_connect(skeleton, "handle-get", G_CALLBACK(&ParameterService::onGet), this);
           return G_DBUS_INTERFACE_SKELETON(skeleton);
         }) {}
 
   ~ParameterService() {
-    service_.loop().invoke([this] {
-      if (silent_ == nullptr) return;
-      g_dbus_method_invocation_return_error_literal(silent_, G_DBUS_ERROR, G_DBUS_ERROR_FAILED,
+    service.getLoop().invoke([this] {
+      if (silent == nullptr) return;
+      g_dbus_method_invocation_return_error_literal(silent, G_DBUS_ERROR, G_DBUS_ERROR_FAILED,
                                                     "too late");
     });
   }
@@ -42,11 +42,11 @@ class ParameterService {
   static gboolean onGet(TestServicesParameterService* skeleton, GDBusMethodInvocation* invocation,
                         const char* name, ParameterService* self) {
     if (std::string(name) == "silent") {
-      self->silent_ = invocation;
+      self->silent = invocation;
       return TRUE;
     }
-    const auto found = self->values_.find(name);
-    if (found == self->values_.end()) {
+    const auto found = self->values.find(name);
+    if (found == self->values.end()) {
       g_dbus_method_invocation_return_error(invocation, G_DBUS_ERROR, G_DBUS_ERROR_INVALID_ARGS,
                                             "No parameter %s", name);
     } else {
@@ -55,9 +55,9 @@ class ParameterService {
     return TRUE;
   }
 
-  const Values values_;
-  GDBusMethodInvocation* silent_ = nullptr;
-  TestService service_;
+  const Values values;
+  GDBusMethodInvocation* silent = nullptr;
+  TestService service;
 };
 
 class ParameterTest : public testing::Test {

@@ -22,7 +22,7 @@ using testing::IsEmpty;
 class PtzService {
  public:
   PtzService()
-      : service_("com.orva.PTZService", "/com/orva/PTZService", [this] {
+      : service("com.orva.PTZService", "/com/orva/PTZService", [this] {
           auto* skeleton = test_services_ptzservice_skeleton_new();
           g_signal_connect(skeleton, "handle-move", G_CALLBACK(&PtzService::onMove), this);
           g_signal_connect(skeleton, "handle-goto-home", G_CALLBACK(&PtzService::onHome), this);
@@ -30,16 +30,16 @@ class PtzService {
           return G_DBUS_INTERFACE_SKELETON(skeleton);
         }) {}
 
-  std::vector<std::string> calls() {
-    std::vector<std::string> calls;
-    service_.loop().invoke([&] { calls = calls_; });
-    return calls;
+  std::vector<std::string> getCalls() {
+    std::vector<std::string> copy;
+    service.getLoop().invoke([&] { copy = calls; });
+    return copy;
   }
 
   // How many calls were open at the arrival of each status call, itself included.
   std::vector<int> openCalls() {
     std::vector<int> counts;
-    service_.loop().invoke([&] { counts = open_counts_; });
+    service.getLoop().invoke([&] { counts = openCounts; });
     return counts;
   }
 
@@ -52,8 +52,8 @@ class PtzService {
   void note(GDBusMethodInvocation* invocation) {
     const GTextPtr arguments(
         g_variant_print(g_dbus_method_invocation_get_parameters(invocation), FALSE));
-    calls_.push_back(std::string(g_dbus_method_invocation_get_method_name(invocation)) +
-                     arguments.get());
+    calls.push_back(std::string(g_dbus_method_invocation_get_method_name(invocation)) +
+                    arguments.get());
   }
 
   static gboolean onMove(TestServicesPTZService* skeleton, GDBusMethodInvocation* invocation,
@@ -80,13 +80,13 @@ class PtzService {
   static gboolean onStatus(TestServicesPTZService*, GDBusMethodInvocation* invocation, guint,
                            PtzService* self) {
     self->note(invocation);
-    self->open_counts_.push_back(++self->open_);
+    self->openCounts.push_back(++self->open);
     const std::unique_ptr<GSource, GDeleter<g_source_unref>> later(g_timeout_source_new(5));
     g_source_set_callback(
         later.get(),
         [](gpointer call) -> gboolean {
           const std::unique_ptr<OpenCall> open(static_cast<OpenCall*>(call));
-          --open->service->open_;
+          --open->service->open;
           g_dbus_method_invocation_return_value(
               open->invocation, g_variant_new("(dbdbib)", -12.5, TRUE, 33.25, FALSE, 4321, TRUE));
           return G_SOURCE_REMOVE;
@@ -96,10 +96,10 @@ class PtzService {
     return TRUE;
   }
 
-  std::vector<std::string> calls_;
-  std::vector<int> open_counts_;
-  int open_ = 0;
-  TestService service_;
+  std::vector<std::string> calls;
+  std::vector<int> openCounts;
+  int open = 0;
+  TestService service;
 };
 
 class PtzTolvaTest : public testing::Test {
@@ -155,8 +155,8 @@ TEST_F(PtzTolvaTest, AMoveHandsOnEveryArgument) {
   EXPECT_TRUE(
       ptztolva_move_ptz_travo(0, 1, "App", 0, 1, 3, 777, 0, -179.5, 12.25, 100, 0, 0, nullptr));
   EXPECT_TRUE(ptztolva_move_ptz_travo(0, 2, "App", 0, 3, 3, 0, 3, 0.0, 0.0, 0, 0, 0, nullptr));
-  EXPECT_THAT(service.calls(), ElementsAre("Move(1, 'App', 1, -179.5, 3, 12.25, 0, 777, 100)",
-                                           "Move(2, 'App', 3, 0.0, 3, 0.0, 3, 0, 0)"));
+  EXPECT_THAT(service.getCalls(), ElementsAre("Move(1, 'App', 1, -179.5, 3, 12.25, 0, 777, 100)",
+                                              "Move(2, 'App', 3, 0.0, 3, 0.0, 3, 0, 0)"));
 }
 
 TEST_F(PtzTolvaTest, HomeHandsOnEveryArgument) {
@@ -164,7 +164,7 @@ TEST_F(PtzTolvaTest, HomeHandsOnEveryArgument) {
   ASSERT_TRUE(ptztolva_init());
   EXPECT_TRUE(ptztolva_goto_home(0, 1, "App", 0, 60, 0, 0, nullptr));
   EXPECT_TRUE(ptztolva_goto_home(0, 1, nullptr, 0, 60, 0, 0, nullptr));
-  EXPECT_THAT(service.calls(), ElementsAre("GotoHome(1, 'App', 60)", "GotoHome(1, '', 60)"));
+  EXPECT_THAT(service.getCalls(), ElementsAre("GotoHome(1, 'App', 60)", "GotoHome(1, '', 60)"));
 }
 
 TEST_F(PtzTolvaTest, TheStatusIsRead) {
@@ -178,7 +178,7 @@ TEST_F(PtzTolvaTest, TheStatusIsRead) {
   EXPECT_EQ(0, status.tilt_moving);
   EXPECT_EQ(4321, status.zoom);
   EXPECT_EQ(1, status.zoom_moving);
-  EXPECT_THAT(service.calls(), ElementsAre("GetStatus(1,)"));
+  EXPECT_THAT(service.getCalls(), ElementsAre("GetStatus(1,)"));
 }
 
 TEST_F(PtzTolvaTest, TheServicesErrorIsReported) {
@@ -213,7 +213,7 @@ TEST_F(PtzTolvaTest, BadArgumentsNeverReachTheHead) {
   ptztolva_status status{};
   EXPECT_FALSE(ptztolva_get_ptz_status(-1, &status, &error));
   EXPECT_EQ("Invalid channel", takeMessage(error));
-  EXPECT_THAT(service.calls(), IsEmpty());
+  EXPECT_THAT(service.getCalls(), IsEmpty());
 }
 
 TEST_F(PtzTolvaTest, CallsOfSeveralThreadsComeOneAfterTheOther) {

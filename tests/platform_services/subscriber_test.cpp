@@ -35,8 +35,8 @@ using testing::IsEmpty;
 
 using Bytes = std::vector<std::uint8_t>;
 
-constexpr std::chrono::seconds kLongEnough{30};
-constexpr data_format_t kFormat = DATA_FORMAT_SCENE;
+constexpr std::chrono::seconds LONG_ENOUGH{30};
+constexpr data_format_t FORMAT = DATA_FORMAT_SCENE;
 
 Bytes sceneFrame(std::int32_t object, std::size_t values = 0) {
   SceneEncoder encoder;
@@ -75,15 +75,15 @@ struct Served {
 
 class SceneService {
  public:
-  explicit SceneService(const std::string& path) : listener_(local_socket::listenAt(path)) {
-    EXPECT_TRUE(listener_.isOpen());
-    EXPECT_EQ(0, fcntl(listener_.get(), F_SETFL, 0));  // accept is to wait
+  explicit SceneService(const std::string& path) : listener(local_socket::listenAt(path)) {
+    EXPECT_TRUE(listener.isOpen());
+    EXPECT_EQ(0, fcntl(listener.get(), F_SETFL, 0));  // accept is to wait
   }
 
   // Accepts one subscription, reads its line and answers.
   std::future<Served> serve(std::string answer) {
     return std::async(std::launch::async, [this, answer = std::move(answer)] {
-      Served served{FileDescriptor(accept(listener_.get(), nullptr, nullptr)), ""};
+      Served served{FileDescriptor(accept(listener.get(), nullptr, nullptr)), ""};
       std::uint8_t byte = 0;
       while (byte != '\n' && local_socket::receiveAll(served.stream.get(), {&byte, 1})) {
         served.request += static_cast<char>(byte);
@@ -94,7 +94,7 @@ class SceneService {
   }
 
  private:
-  FileDescriptor listener_;
+  FileDescriptor listener;
 };
 
 // Collects what the callbacks are told.
@@ -107,51 +107,51 @@ class Receiver {
     Bytes frame(first, first + size);
     std::free(data);
     if (self->during) self->during();
-    const std::scoped_lock lock(self->mutex_);
-    self->frames_.push_back(std::move(frame));
-    self->changed_.notify_all();
+    const std::lock_guard lock(self->mutex);
+    self->frames.push_back(std::move(frame));
+    self->changed.notify_all();
   }
 
   static void onDisconnect(void* user_data) {
     auto* self = static_cast<Receiver*>(user_data);
-    const std::scoped_lock lock(self->mutex_);
-    ++self->disconnects_;
-    self->changed_.notify_all();
+    const std::lock_guard lock(self->mutex);
+    ++self->disconnects;
+    self->changed.notify_all();
   }
 
   std::vector<Bytes> waitForFrames(std::size_t count) {
-    std::unique_lock lock(mutex_);
-    EXPECT_TRUE(changed_.wait_for(lock, kLongEnough, [&] { return frames_.size() >= count; }));
-    return frames_;
+    std::unique_lock lock(mutex);
+    EXPECT_TRUE(changed.wait_for(lock, LONG_ENOUGH, [&] { return frames.size() >= count; }));
+    return frames;
   }
 
   void waitForDisconnect() {
-    std::unique_lock lock(mutex_);
-    EXPECT_TRUE(changed_.wait_for(lock, kLongEnough, [&] { return disconnects_ > 0; }));
+    std::unique_lock lock(mutex);
+    EXPECT_TRUE(changed.wait_for(lock, LONG_ENOUGH, [&] { return disconnects > 0; }));
   }
 
-  std::vector<Bytes> frames() {
-    const std::scoped_lock lock(mutex_);
-    return frames_;
+  std::vector<Bytes> getFrames() {
+    const std::lock_guard lock(mutex);
+    return frames;
   }
 
-  int disconnects() {
-    const std::scoped_lock lock(mutex_);
-    return disconnects_;
+  int countDisconnects() {
+    const std::lock_guard lock(mutex);
+    return disconnects;
   }
 
   std::function<void()> during;
 
  private:
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  std::vector<Bytes> frames_;
-  int disconnects_ = 0;
+  std::mutex mutex;
+  std::condition_variable changed;
+  std::vector<Bytes> frames;
+  int disconnects = 0;
 };
 
 class SceneSubscriberTest : public testing::Test {
  protected:
-  SceneSubscriberTest() { listen(subscriber_); }
+  SceneSubscriberTest() { listen(subscriber); }
 
   void listen(SceneSubscriber& subscriber) {
     EXPECT_EQ(0, subscriber.setMessageCallback(&Receiver::onMessage));
@@ -159,36 +159,36 @@ class SceneSubscriberTest : public testing::Test {
   }
 
   Served subscribe() {
-    std::future<Served> served = service_.serve("OK\n");
-    EXPECT_EQ(0, subscriber_.subscribe());
+    std::future<Served> served = service.serve("OK\n");
+    EXPECT_EQ(0, subscriber.subscribe());
     return served.get();
   }
 
   // Subscribes anew as soon as the old subscription has come to its end.
   Served subscribeAgain() {
-    std::future<Served> served = service_.serve("OK\n");
-    const auto deadline = std::chrono::steady_clock::now() + kLongEnough;
+    std::future<Served> served = service.serve("OK\n");
+    const auto deadline = std::chrono::steady_clock::now() + LONG_ENOUGH;
     int result = VIDEO_SCENE_SUBSCRIBER_BAD_STATE;
     while (result == VIDEO_SCENE_SUBSCRIBER_BAD_STATE &&
            std::chrono::steady_clock::now() < deadline) {
-      result = subscriber_.subscribe();
+      result = subscriber.subscribe();
       std::this_thread::yield();
     }
     EXPECT_EQ(0, result);
     return served.get();
   }
 
-  TemporaryFolder folder_;
-  const std::string path_ = folder_ / "subscriber";
-  SceneService service_{path_};
-  Receiver receiver_;
-  SceneSubscriber subscriber_{path_, 0, kFormat, &receiver_};
+  TemporaryFolder folder;
+  const std::string path = folder / "subscriber";
+  SceneService service{path};
+  Receiver receiver;
+  SceneSubscriber subscriber{path, 0, FORMAT, &receiver};
 };
 
 TEST_F(SceneSubscriberTest, AsksForItsChannelAndProperties) {
-  SceneSubscriber other(path_, 3, kFormat, nullptr);
+  SceneSubscriber other(path, 3, FORMAT, nullptr);
   const auto requestOf = [&] {
-    std::future<Served> served = service_.serve("OK\n");
+    std::future<Served> served = service.serve("OK\n");
     EXPECT_EQ(0, other.subscribe());
     std::string request = served.get().request;
     EXPECT_EQ(0, other.unsubscribe());
@@ -206,30 +206,30 @@ TEST_F(SceneSubscriberTest, AsksForItsChannelAndProperties) {
 }
 
 TEST_F(SceneSubscriberTest, WithoutAServiceThereIsNoProvider) {
-  SceneSubscriber lonely(folder_ / "nobody", 0, kFormat, nullptr);
+  SceneSubscriber lonely(folder / "nobody", 0, FORMAT, nullptr);
   EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_NO_PROVIDER, lonely.subscribe());
   EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_BAD_STATE, lonely.unsubscribe());
 }
 
 TEST_F(SceneSubscriberTest, AnUnknownChannelHasNoProvider) {
-  std::future<Served> served = service_.serve("NO\n");
-  EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_NO_PROVIDER, subscriber_.subscribe());
+  std::future<Served> served = service.serve("NO\n");
+  EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_NO_PROVIDER, subscriber.subscribe());
   served.get();
-  EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_BAD_STATE, subscriber_.unsubscribe());
+  EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_BAD_STATE, subscriber.unsubscribe());
 }
 
 TEST_F(SceneSubscriberTest, AnyOtherAnswerIsAFailure) {
   for (const char* answer : {"OK?", "\n\n\n", ""}) {
-    std::future<Served> served = service_.serve(answer);
+    std::future<Served> served = service.serve(answer);
     std::future<int> result =
-        std::async(std::launch::async, [this] { return subscriber_.subscribe(); });
+        std::async(std::launch::async, [this] { return subscriber.subscribe(); });
     served.get();  // and ends the stream
     EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_FAILED, result.get()) << answer;
   }
 }
 
 TEST_F(SceneSubscriberTest, AServiceThatDoesNotAnswerIsAFailure) {
-  SceneSubscriber hasty(path_, 0, kFormat, nullptr, std::chrono::milliseconds(50));
+  SceneSubscriber hasty(path, 0, FORMAT, nullptr, std::chrono::milliseconds(50));
   EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_FAILED, hasty.subscribe());
 }
 
@@ -237,39 +237,39 @@ TEST_F(SceneSubscriberTest, AServiceThatDoesNotAnswerIsAFailure) {
 class MuteServiceTest : public SceneSubscriberTest {
  protected:
   MuteServiceTest() {
-    listen(patient_);
-    std::future<Served> serving = service_.serve("");
-    attempt_ = std::async(std::launch::async, [this] { return patient_.subscribe(); });
-    served_ = serving.get();  // the service has been asked
+    listen(patient);
+    std::future<Served> serving = service.serve("");
+    attempt = std::async(std::launch::async, [this] { return patient.subscribe(); });
+    served = serving.get();  // the service has been asked
   }
-  ~MuteServiceTest() override { patient_.unsubscribe(); }
+  ~MuteServiceTest() override { patient.unsubscribe(); }
 
-  SceneSubscriber patient_{path_, 0, kFormat, &receiver_, kLongEnough};
-  std::future<int> attempt_;
-  Served served_;
+  SceneSubscriber patient{path, 0, FORMAT, &receiver, LONG_ENOUGH};
+  std::future<int> attempt;
+  Served served;
 };
 
 TEST_F(MuteServiceTest, AnAttemptIsCutShort) {
-  EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_OK, patient_.unsubscribe());
-  EXPECT_EQ(std::future_status::ready, attempt_.wait_for(kLongEnough / 3));
-  EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_FAILED, attempt_.get());
-  EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_BAD_STATE, patient_.unsubscribe());
-  EXPECT_EQ(0, receiver_.disconnects());
+  EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_OK, patient.unsubscribe());
+  EXPECT_EQ(std::future_status::ready, attempt.wait_for(LONG_ENOUGH / 3));
+  EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_FAILED, attempt.get());
+  EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_BAD_STATE, patient.unsubscribe());
+  EXPECT_EQ(0, receiver.countDisconnects());
 }
 
 TEST_F(MuteServiceTest, AnAnswerThatEndsAfterTheCutDoesNotCount) {
-  served_.send({'O', 'K'});
-  EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_OK, patient_.unsubscribe());
-  send(served_.stream.get(), "\n", 1, MSG_NOSIGNAL);
-  EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_FAILED, attempt_.get());
+  served.send({'O', 'K'});
+  EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_OK, patient.unsubscribe());
+  send(served.stream.get(), "\n", 1, MSG_NOSIGNAL);
+  EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_FAILED, attempt.get());
 }
 
 TEST_F(MuteServiceTest, AnAnswerThatIsCompleteWhenTheAttemptIsCutDoesNotCount) {
   // What has been received stays readable after the cut: the attempt reads it all when it comes
   // after the cut, and else the cut finds a subscription to end.
   for (int round = 0; round < 200; ++round) {
-    SceneSubscriber subscriber(path_, 0, kFormat, &receiver_, kLongEnough);
-    std::future<Served> serving = service_.serve("");
+    SceneSubscriber subscriber(path, 0, FORMAT, &receiver, LONG_ENOUGH);
+    std::future<Served> serving = service.serve("");
     std::future<int> attempt =
         std::async(std::launch::async, [&] { return subscriber.subscribe(); });
     const Served served = serving.get();
@@ -282,34 +282,34 @@ TEST_F(MuteServiceTest, AnAnswerThatIsCompleteWhenTheAttemptIsCutDoesNotCount) {
 }
 
 TEST_F(MuteServiceTest, NothingElseIsPossibleDuringAnAttempt) {
-  EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_BAD_STATE, patient_.subscribe());
-  EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_BAD_STATE, patient_.setMessageCallback(nullptr));
-  EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_BAD_STATE, patient_.setEnabled(SceneSubscriber::POLYGON, true));
-  EXPECT_EQ(std::future_status::timeout, attempt_.wait_for(std::chrono::seconds(0)));
+  EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_BAD_STATE, patient.subscribe());
+  EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_BAD_STATE, patient.setMessageCallback(nullptr));
+  EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_BAD_STATE, patient.setEnabled(SceneSubscriber::POLYGON, true));
+  EXPECT_EQ(std::future_status::timeout, attempt.wait_for(std::chrono::seconds(0)));
 }
 
 TEST_F(MuteServiceTest, AnotherSubscriberIsNotHeldUp) {
   const Served served = subscribe();
   served.send(packet(sceneFrame(1)));
-  EXPECT_THAT(receiver_.waitForFrames(1), ElementsAre(sceneFrame(1)));
-  EXPECT_EQ(0, subscriber_.unsubscribe());
-  EXPECT_EQ(std::future_status::timeout, attempt_.wait_for(std::chrono::seconds(0)));
+  EXPECT_THAT(receiver.waitForFrames(1), ElementsAre(sceneFrame(1)));
+  EXPECT_EQ(0, subscriber.unsubscribe());
+  EXPECT_EQ(std::future_status::timeout, attempt.wait_for(std::chrono::seconds(0)));
 }
 
 TEST_F(MuteServiceTest, AfterAnAttemptThatWasCutShortTheNextOneSucceeds) {
-  patient_.unsubscribe();
-  attempt_.get();
-  std::future<Served> serving = service_.serve("OK\n");
-  ASSERT_EQ(0, patient_.subscribe());
+  patient.unsubscribe();
+  attempt.get();
+  std::future<Served> serving = service.serve("OK\n");
+  ASSERT_EQ(0, patient.subscribe());
   const Served served = serving.get();
   served.send(packet(sceneFrame(2)));
-  EXPECT_THAT(receiver_.waitForFrames(1), ElementsAre(sceneFrame(2)));
+  EXPECT_THAT(receiver.waitForFrames(1), ElementsAre(sceneFrame(2)));
 }
 
 TEST_F(SceneSubscriberTest, AnAnswerThatTricklesInIsAFailure) {
   // Each byte comes within the time-out, the whole does not.
-  SceneSubscriber hasty(path_, 0, kFormat, nullptr, std::chrono::milliseconds(300));
-  std::future<Served> serving = service_.serve("");
+  SceneSubscriber hasty(path, 0, FORMAT, nullptr, std::chrono::milliseconds(300));
+  std::future<Served> serving = service.serve("");
   std::future<int> attempt = std::async(std::launch::async, [&] { return hasty.subscribe(); });
   const Served served = serving.get();
   for (const char letter : {'O', 'K', '\n'}) {
@@ -322,25 +322,25 @@ TEST_F(SceneSubscriberTest, AnAnswerThatTricklesInIsAFailure) {
 TEST_F(SceneSubscriberTest, AQuietStreamIsNoDisconnection) {
   // Long enough for the service of the test to answer, even on a busy machine.
   constexpr std::chrono::milliseconds timeout(2000);
-  SceneSubscriber hasty(path_, 0, kFormat, &receiver_, timeout);
+  SceneSubscriber hasty(path, 0, FORMAT, &receiver, timeout);
   listen(hasty);
-  std::future<Served> serving = service_.serve("OK\n");
+  std::future<Served> serving = service.serve("OK\n");
   ASSERT_EQ(0, hasty.subscribe());
   const Served served = serving.get();
   pollfd end{served.stream.get(), POLLIN, 0};
   EXPECT_EQ(0, poll(&end, 1, 2500));
   served.send(packet(sceneFrame(1)));
-  EXPECT_THAT(receiver_.waitForFrames(1), ElementsAre(sceneFrame(1)));
-  EXPECT_EQ(0, receiver_.disconnects());
+  EXPECT_THAT(receiver.waitForFrames(1), ElementsAre(sceneFrame(1)));
+  EXPECT_EQ(0, receiver.countDisconnects());
 }
 
 TEST_F(SceneSubscriberTest, AFrameThatStallsEndsTheStream) {
   for (const std::size_t sent : {std::size_t{3}, std::size_t{20}}) {  // in the head, in the payload
     Receiver receiver;
     // Long enough for the service of the test to answer, even on a busy machine.
-    SceneSubscriber hasty(path_, 0, kFormat, &receiver, std::chrono::milliseconds(2000));
+    SceneSubscriber hasty(path, 0, FORMAT, &receiver, std::chrono::milliseconds(2000));
     listen(hasty);
-    std::future<Served> serving = service_.serve("OK\n");
+    std::future<Served> serving = service.serve("OK\n");
     ASSERT_EQ(0, hasty.subscribe());
     const Served served = serving.get();
     const Bytes whole = packet(sceneFrame(1));
@@ -348,24 +348,24 @@ TEST_F(SceneSubscriberTest, AFrameThatStallsEndsTheStream) {
     receiver.waitForFrames(1);
     served.send(Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(sent)));
     receiver.waitForDisconnect();
-    EXPECT_EQ(1U, receiver.frames().size());
+    EXPECT_EQ(1U, receiver.getFrames().size());
   }
 }
 
 TEST_F(SceneSubscriberTest, ASocketThatMayNotBeUsedIsAPolicy) {
-  std::filesystem::permissions(path_, std::filesystem::perms::none);
+  std::filesystem::permissions(path, std::filesystem::perms::none);
   const uid_t user = geteuid();
   constexpr uid_t nobody = 65534;
   if (user == 0) {
     ASSERT_EQ(0, seteuid(nobody));  // permissions do not bind root
   }
-  const int result = subscriber_.subscribe();
+  const int result = subscriber.subscribe();
   ASSERT_EQ(0, seteuid(user));
   EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_NOT_ALLOWED, result);
 }
 
 TEST_F(SceneSubscriberTest, AnUnknownFormatIsRefusedAtTheSubscription) {
-  SceneSubscriber other(path_, 0, static_cast<data_format_t>(1), nullptr);
+  SceneSubscriber other(path, 0, static_cast<data_format_t>(1), nullptr);
   EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_BAD_FORMAT, other.subscribe());
 }
 
@@ -373,14 +373,14 @@ TEST_F(SceneSubscriberTest, HandsOnEachFrame) {
   const Served served = subscribe();
   served.send(packet(sceneFrame(1)));
   served.send(packet(sceneFrame(2, 100'000)) + packet(sceneFrame(3)));
-  EXPECT_THAT(receiver_.waitForFrames(3),
+  EXPECT_THAT(receiver.waitForFrames(3),
               ElementsAre(sceneFrame(1), sceneFrame(2, 100'000), sceneFrame(3)));
 }
 
 TEST_F(SceneSubscriberTest, AFrameMayComeInPieces) {
   const Served served = subscribe();
   for (const std::uint8_t byte : packet(sceneFrame(1)) + packet(sceneFrame(2))) served.send({byte});
-  EXPECT_THAT(receiver_.waitForFrames(2), ElementsAre(sceneFrame(1), sceneFrame(2)));
+  EXPECT_THAT(receiver.waitForFrames(2), ElementsAre(sceneFrame(1), sceneFrame(2)));
 }
 
 TEST_F(SceneSubscriberTest, WhatIsNoFrameIsLeftOut) {
@@ -393,7 +393,7 @@ TEST_F(SceneSubscriberTest, WhatIsNoFrameIsLeftOut) {
   const Served served = subscribe();
   served.send(packet(Bytes()) + packet(seven) + packet(eight) + packet(longer) + packet(shorter) +
               packet(sceneFrame(9)));
-  EXPECT_THAT(receiver_.waitForFrames(1), ElementsAre(sceneFrame(9)));
+  EXPECT_THAT(receiver.waitForFrames(1), ElementsAre(sceneFrame(9)));
 }
 
 TEST_F(SceneSubscriberTest, TheEndOfTheStreamIsToldOnce) {
@@ -401,10 +401,10 @@ TEST_F(SceneSubscriberTest, TheEndOfTheStreamIsToldOnce) {
     const Served served = subscribe();
     served.send(packet(sceneFrame(1)));
   }
-  receiver_.waitForDisconnect();
-  EXPECT_EQ(0, subscriber_.unsubscribe());
-  EXPECT_EQ(1, receiver_.disconnects());
-  EXPECT_THAT(receiver_.frames(), ElementsAre(sceneFrame(1)));
+  receiver.waitForDisconnect();
+  EXPECT_EQ(0, subscriber.unsubscribe());
+  EXPECT_EQ(1, receiver.countDisconnects());
+  EXPECT_THAT(receiver.getFrames(), ElementsAre(sceneFrame(1)));
 }
 
 TEST_F(SceneSubscriberTest, AFrameCutByTheEndOfTheStreamIsNotHandedOn) {
@@ -413,77 +413,77 @@ TEST_F(SceneSubscriberTest, AFrameCutByTheEndOfTheStreamIsNotHandedOn) {
     cut.pop_back();
     subscribe().send(cut);
   }
-  receiver_.waitForDisconnect();
-  EXPECT_THAT(receiver_.frames(), IsEmpty());
+  receiver.waitForDisconnect();
+  EXPECT_THAT(receiver.getFrames(), IsEmpty());
 }
 
 TEST_F(SceneSubscriberTest, AnImpossibleLengthEndsTheStream) {
   for (const std::uint32_t length : {(16U << 20) + 1, 0x80000000U, 0xffffffffU}) {
     Receiver receiver;
-    SceneSubscriber subscriber(path_, 0, kFormat, &receiver);
+    SceneSubscriber subscriber(path, 0, FORMAT, &receiver);
     listen(subscriber);
-    std::future<Served> serving = service_.serve("OK\n");
+    std::future<Served> serving = service.serve("OK\n");
     EXPECT_EQ(0, subscriber.subscribe());
     const Served served = serving.get();
     served.send(packet(length, sceneFrame(1)));
     receiver.waitForDisconnect();
-    EXPECT_THAT(receiver.frames(), IsEmpty());
+    EXPECT_THAT(receiver.getFrames(), IsEmpty());
   }
 }
 
 TEST_F(SceneSubscriberTest, TheEndOfASubscriptionIsNoDisconnection) {
   const Served served = subscribe();
-  EXPECT_EQ(0, subscriber_.unsubscribe());
-  EXPECT_EQ(0, receiver_.disconnects());
+  EXPECT_EQ(0, subscriber.unsubscribe());
+  EXPECT_EQ(0, receiver.countDisconnects());
 }
 
 TEST_F(SceneSubscriberTest, TheServiceSeesTheEndOfASubscription) {
   const Served served = subscribe();
-  EXPECT_EQ(0, subscriber_.unsubscribe());
+  EXPECT_EQ(0, subscriber.unsubscribe());
   std::uint8_t byte = 0;
   EXPECT_EQ(0, recv(served.stream.get(), &byte, 1, 0));
 }
 
 TEST_F(SceneSubscriberTest, SubscribingAndEndingNeedTheRightState) {
-  EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_BAD_STATE, subscriber_.unsubscribe());
+  EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_BAD_STATE, subscriber.unsubscribe());
   const Served served = subscribe();
-  EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_BAD_STATE, subscriber_.subscribe());
-  EXPECT_EQ(0, subscriber_.unsubscribe());
-  EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_BAD_STATE, subscriber_.unsubscribe());
+  EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_BAD_STATE, subscriber.subscribe());
+  EXPECT_EQ(0, subscriber.unsubscribe());
+  EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_BAD_STATE, subscriber.unsubscribe());
 }
 
 TEST_F(SceneSubscriberTest, SettingsCannotChangeWhileSubscribed) {
   const Served served = subscribe();
-  EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_BAD_STATE, subscriber_.setMessageCallback(nullptr));
-  EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_BAD_STATE, subscriber_.setDisconnectCallback(nullptr));
+  EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_BAD_STATE, subscriber.setMessageCallback(nullptr));
+  EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_BAD_STATE, subscriber.setDisconnectCallback(nullptr));
   EXPECT_EQ(VIDEO_SCENE_SUBSCRIBER_BAD_STATE,
-            subscriber_.setEnabled(SceneSubscriber::POLYGON, true));
-  EXPECT_EQ(0, subscriber_.unsubscribe());
-  EXPECT_EQ(0, subscriber_.setEnabled(SceneSubscriber::POLYGON, true));
+            subscriber.setEnabled(SceneSubscriber::POLYGON, true));
+  EXPECT_EQ(0, subscriber.unsubscribe());
+  EXPECT_EQ(0, subscriber.setEnabled(SceneSubscriber::POLYGON, true));
 }
 
 TEST_F(SceneSubscriberTest, ANewSubscriptionFollowsAnEnd) {
   { const Served served = subscribe(); }
-  receiver_.waitForDisconnect();
+  receiver.waitForDisconnect();
   const Served served = subscribeAgain();
   served.send(packet(sceneFrame(2)));
-  EXPECT_THAT(receiver_.waitForFrames(1), ElementsAre(sceneFrame(2)));
-  EXPECT_EQ(0, subscriber_.unsubscribe());
+  EXPECT_THAT(receiver.waitForFrames(1), ElementsAre(sceneFrame(2)));
+  EXPECT_EQ(0, subscriber.unsubscribe());
   const Served third = subscribe();
   third.send(packet(sceneFrame(3)));
-  EXPECT_THAT(receiver_.waitForFrames(2), ElementsAre(sceneFrame(2), sceneFrame(3)));
-  EXPECT_EQ(1, receiver_.disconnects());
+  EXPECT_THAT(receiver.waitForFrames(2), ElementsAre(sceneFrame(2), sceneFrame(3)));
+  EXPECT_EQ(1, receiver.countDisconnects());
 }
 
 TEST_F(SceneSubscriberTest, ACallbackThatAsksForMoreIsRefused) {
   std::vector<int> results;
-  receiver_.during = [&] {
-    results = {subscriber_.subscribe(), subscriber_.unsubscribe(),
-               subscriber_.setMessageCallback(nullptr)};
+  receiver.during = [&] {
+    results = {subscriber.subscribe(), subscriber.unsubscribe(),
+               subscriber.setMessageCallback(nullptr)};
   };
   const Served served = subscribe();
   served.send(packet(sceneFrame(1)));
-  receiver_.waitForFrames(1);
+  receiver.waitForFrames(1);
   EXPECT_THAT(results, ElementsAre(-2, -2, -2));
 }
 
@@ -491,7 +491,7 @@ TEST_F(SceneSubscriberTest, TheEndWaitsForARunningCallback) {
   std::promise<void> entered;
   std::promise<void> gate;
   std::atomic<bool> has_left = false;
-  receiver_.during = [&] {
+  receiver.during = [&] {
     entered.set_value();
     gate.get_future().wait();
     has_left = true;
@@ -500,7 +500,7 @@ TEST_F(SceneSubscriberTest, TheEndWaitsForARunningCallback) {
   served.send(packet(sceneFrame(1)));
   entered.get_future().wait();
   std::future<bool> left_before_end = std::async(std::launch::async, [&] {
-    subscriber_.unsubscribe();
+    subscriber.unsubscribe();
     return has_left.load();
   });
   EXPECT_EQ(std::future_status::timeout, left_before_end.wait_for(std::chrono::milliseconds(100)));
@@ -509,8 +509,8 @@ TEST_F(SceneSubscriberTest, TheEndWaitsForARunningCallback) {
 }
 
 TEST_F(SceneSubscriberTest, WithoutCallbacksTheStreamIsStillRead) {
-  SceneSubscriber silent(path_, 0, kFormat, nullptr);
-  std::future<Served> serving = service_.serve("OK\n");
+  SceneSubscriber silent(path, 0, FORMAT, nullptr);
+  std::future<Served> serving = service.serve("OK\n");
   EXPECT_EQ(0, silent.subscribe());
   const Served served = serving.get();
   // More than the socket holds.
@@ -518,47 +518,47 @@ TEST_F(SceneSubscriberTest, WithoutCallbacksTheStreamIsStillRead) {
 }
 
 TEST_F(SceneSubscriberTest, DeletingASubscriberEndsItsSubscription) {
-  auto subscriber = std::make_unique<SceneSubscriber>(path_, 0, kFormat, &receiver_);
+  auto subscriber = std::make_unique<SceneSubscriber>(path, 0, FORMAT, &receiver);
   listen(*subscriber);
-  std::future<Served> serving = service_.serve("OK\n");
+  std::future<Served> serving = service.serve("OK\n");
   EXPECT_EQ(0, subscriber->subscribe());
   const Served served = serving.get();
   subscriber.reset();
   std::uint8_t byte = 0;
   EXPECT_EQ(0, recv(served.stream.get(), &byte, 1, 0));
-  EXPECT_EQ(0, receiver_.disconnects());
+  EXPECT_EQ(0, receiver.countDisconnects());
 }
 
 class SubscriberModuleTest : public testing::Test {
  protected:
-  SubscriberModuleTest() : module_(dlopen(SCENE_SUBSCRIBER_MODULE, RTLD_LAZY)) {
-    EXPECT_NE(nullptr, module_) << dlerror();
+  SubscriberModuleTest() : module(dlopen(SCENE_SUBSCRIBER_MODULE, RTLD_LAZY)) {
+    EXPECT_NE(nullptr, module) << dlerror();
   }
-  ~SubscriberModuleTest() override { dlclose(module_); }
+  ~SubscriberModuleTest() override { dlclose(module); }
 
   template <typename Function>
   Function find(const char* name) {
-    auto function = reinterpret_cast<Function>(dlsym(module_, name));
+    auto function = reinterpret_cast<Function>(dlsym(module, name));
     EXPECT_NE(nullptr, function) << name;
     return function;
   }
 
-  void* const module_;
-  const video_scene_subscriber_create_fn create_ =
+  void* const module;
+  const video_scene_subscriber_create_fn create =
       find<video_scene_subscriber_create_fn>("video_scene_subscriber_create");
-  const video_scene_subscriber_delete_fn delete_ =
+  const video_scene_subscriber_delete_fn erase =
       find<video_scene_subscriber_delete_fn>("video_scene_subscriber_delete");
-  const video_scene_subscriber_subscribe_fn subscribe_ =
+  const video_scene_subscriber_subscribe_fn subscribe =
       find<video_scene_subscriber_subscribe_fn>("video_scene_subscriber_subscribe");
-  const video_scene_subscriber_unsubscribe_fn unsubscribe_ =
+  const video_scene_subscriber_unsubscribe_fn unsubscribe =
       find<video_scene_subscriber_unsubscribe_fn>("video_scene_subscriber_unsubscribe");
-  const video_scene_subscriber_set_on_disconnect_callback_fn set_on_disconnect_ =
+  const video_scene_subscriber_set_on_disconnect_callback_fn setOnDisconnect =
       find<video_scene_subscriber_set_on_disconnect_callback_fn>(
           "video_scene_subscriber_set_on_disconnect_callback");
-  const video_scene_subscriber_set_on_message_arrived_callback_fn set_on_message_ =
+  const video_scene_subscriber_set_on_message_arrived_callback_fn setOnMessage =
       find<video_scene_subscriber_set_on_message_arrived_callback_fn>(
           "video_scene_subscriber_set_on_message_arrived_callback");
-  const std::vector<video_scene_subscriber_set_enabled_fn> set_enabled_ = {
+  const std::vector<video_scene_subscriber_set_enabled_fn> setEnabled = {
       find<video_scene_subscriber_set_enabled_fn>(
           "video_scene_subscriber_set_bounding_box_enabled"),
       find<video_scene_subscriber_set_enabled_fn>("video_scene_subscriber_set_polygon_enabled"),
@@ -568,33 +568,33 @@ class SubscriberModuleTest : public testing::Test {
 };
 
 TEST_F(SubscriberModuleTest, NothingIsABadArgumentEverywhere) {
-  EXPECT_EQ(-5, delete_(nullptr));
-  EXPECT_EQ(-5, subscribe_(nullptr));
-  EXPECT_EQ(-5, unsubscribe_(nullptr));
-  EXPECT_EQ(-5, set_on_disconnect_(nullptr, nullptr));
-  EXPECT_EQ(-5, set_on_message_(nullptr, nullptr));
-  for (const auto set_enabled : set_enabled_) EXPECT_EQ(-5, set_enabled(nullptr, 1));
+  EXPECT_EQ(-5, erase(nullptr));
+  EXPECT_EQ(-5, subscribe(nullptr));
+  EXPECT_EQ(-5, unsubscribe(nullptr));
+  EXPECT_EQ(-5, setOnDisconnect(nullptr, nullptr));
+  EXPECT_EQ(-5, setOnMessage(nullptr, nullptr));
+  for (const auto enable : setEnabled) EXPECT_EQ(-5, enable(nullptr, 1));
 }
 
 TEST_F(SubscriberModuleTest, ThereIsNoNegativeChannel) {
-  EXPECT_EQ(nullptr, create_(-1, kFormat, nullptr));
+  EXPECT_EQ(nullptr, create(-1, FORMAT, nullptr));
 }
 
 TEST_F(SubscriberModuleTest, ASubscriberTakesItsSettings) {
-  video_scene_subscriber* subscriber = create_(0, kFormat, nullptr);
+  video_scene_subscriber* subscriber = create(0, FORMAT, nullptr);
   ASSERT_NE(nullptr, subscriber);
-  EXPECT_EQ(0, set_on_disconnect_(subscriber, &Receiver::onDisconnect));
-  EXPECT_EQ(0, set_on_message_(subscriber, &Receiver::onMessage));
-  for (const auto set_enabled : set_enabled_) EXPECT_EQ(0, set_enabled(subscriber, 1));
-  EXPECT_EQ(-2, unsubscribe_(subscriber));
-  EXPECT_EQ(0, delete_(subscriber));
+  EXPECT_EQ(0, setOnDisconnect(subscriber, &Receiver::onDisconnect));
+  EXPECT_EQ(0, setOnMessage(subscriber, &Receiver::onMessage));
+  for (const auto enable : setEnabled) EXPECT_EQ(0, enable(subscriber, 1));
+  EXPECT_EQ(-2, unsubscribe(subscriber));
+  EXPECT_EQ(0, erase(subscriber));
 }
 
 TEST_F(SubscriberModuleTest, AnUnknownFormatIsRefusedAtTheSubscription) {
-  video_scene_subscriber* subscriber = create_(0, static_cast<data_format_t>(3), nullptr);
+  video_scene_subscriber* subscriber = create(0, static_cast<data_format_t>(3), nullptr);
   ASSERT_NE(nullptr, subscriber);
-  EXPECT_EQ(-4, subscribe_(subscriber));
-  EXPECT_EQ(0, delete_(subscriber));
+  EXPECT_EQ(-4, subscribe(subscriber));
+  EXPECT_EQ(0, erase(subscriber));
 }
 
 }  // namespace

@@ -15,12 +15,12 @@
 #include "base/glib_ptr.h"
 #include "fakes/dbus_daemon.h"
 
-constexpr std::chrono::seconds kLongEnough{30};
+constexpr std::chrono::seconds LONG_ENOUGH{30};
 
 // Started with its first use; every system bus client of the process finds it.
 class TestBus {
  public:
-  static const char* address() { return daemon()->address(); }
+  static const char* address() { return daemon()->getAddress(); }
 
   // Ends the bus and starts another one; services on the old one are to be made anew.
   static void restart() {
@@ -39,11 +39,11 @@ class TestBus {
 class LoopThread {
  public:
   explicit LoopThread(GMainContext* context)
-      : loop_(g_main_loop_new(context, FALSE)), thread_([this] { run(); }) {}
+      : loop(g_main_loop_new(context, FALSE)), thread([this] { run(); }) {}
 
   ~LoopThread() {
-    invoke([this] { g_main_loop_quit(loop_.get()); });
-    thread_.join();
+    invoke([this] { g_main_loop_quit(loop.get()); });
+    thread.join();
   }
 
   // Runs a function on the thread and waits for its end.
@@ -68,19 +68,19 @@ class LoopThread {
         },
         new std::function<void()>(std::move(function)),
         [](gpointer call) { delete static_cast<std::function<void()>*>(call); });
-    g_source_attach(source.get(), g_main_loop_get_context(loop_.get()));
+    g_source_attach(source.get(), g_main_loop_get_context(loop.get()));
   }
 
  private:
   void run() {
-    GMainContext* context = g_main_loop_get_context(loop_.get());
+    GMainContext* context = g_main_loop_get_context(loop.get());
     g_main_context_push_thread_default(context);
-    g_main_loop_run(loop_.get());
+    g_main_loop_run(loop.get());
     g_main_context_pop_thread_default(context);
   }
 
-  std::unique_ptr<GMainLoop, GDeleter<g_main_loop_unref>> loop_;
-  std::thread thread_;
+  std::unique_ptr<GMainLoop, GDeleter<g_main_loop_unref>> loop;
+  std::thread thread;
 };
 
 // A service on the bus, on a connection and a thread of its own.
@@ -89,52 +89,52 @@ class TestService {
   // make is called on the service's thread and returns what is to be exported; the service owns it.
   TestService(const char* name, const char* path,
               const std::function<GDBusInterfaceSkeleton*()>& make)
-      : loop_(context_.get()) {
+      : loop(context.get()) {
     const char* address = TestBus::address();
-    loop_.invoke([&] { start(address, name, path, make); });
+    loop.invoke([&] { start(address, name, path, make); });
   }
 
   ~TestService() {
-    loop_.invoke([this] {
-      g_dbus_interface_skeleton_unexport(skeleton_.get());
+    loop.invoke([this] {
+      g_dbus_interface_skeleton_unexport(skeleton.get());
       // The bus learns of a closed connection some time later, of this before it returns.
-      callBus("ReleaseName", g_variant_new("(s)", name_.c_str()));
-      g_dbus_connection_close_sync(bus_.get(), nullptr, nullptr);
+      callBus("ReleaseName", g_variant_new("(s)", name.c_str()));
+      g_dbus_connection_close_sync(bus.get(), nullptr, nullptr);
     });
   }
 
-  LoopThread& loop() { return loop_; }
+  LoopThread& getLoop() { return loop; }
 
  private:
-  void start(const char* address, const char* name, const char* path,
+  void start(const char* address, const char* busName, const char* path,
              const std::function<GDBusInterfaceSkeleton*()>& make) {
     constexpr auto flags =
         static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
                                           G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
-    bus_.reset(g_dbus_connection_new_for_address_sync(address, flags, nullptr, nullptr, nullptr));
-    ASSERT_NE(nullptr, bus_);
-    skeleton_.reset(make());
-    ASSERT_TRUE(g_dbus_interface_skeleton_export(skeleton_.get(), bus_.get(), path, nullptr));
-    name_ = name;
-    ASSERT_EQ(1U, callBus("RequestName", g_variant_new("(su)", name, 0U)))
-        << "not the owner of " << name;
+    bus.reset(g_dbus_connection_new_for_address_sync(address, flags, nullptr, nullptr, nullptr));
+    ASSERT_NE(nullptr, bus);
+    skeleton.reset(make());
+    ASSERT_TRUE(g_dbus_interface_skeleton_export(skeleton.get(), bus.get(), path, nullptr));
+    name = busName;
+    ASSERT_EQ(1U, callBus("RequestName", g_variant_new("(su)", busName, 0U)))
+        << "not the owner of " << busName;
   }
 
   // The result of a method of the bus itself, 0 on failure.
   guint32 callBus(const char* method, GVariant* arguments) {
     const GVariantPtr reply(g_dbus_connection_call_sync(
-        bus_.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", method,
+        bus.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", method,
         arguments, G_VARIANT_TYPE("(u)"), G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr));
     guint32 result = 0;
     if (reply) g_variant_get(reply.get(), "(u)", &result);
     return result;
   }
 
-  std::string name_;
-  std::unique_ptr<GMainContext, GDeleter<g_main_context_unref>> context_{g_main_context_new()};
-  GObjectPtr<GDBusConnection> bus_;
-  GObjectPtr<GDBusInterfaceSkeleton> skeleton_;
-  LoopThread loop_;
+  std::string name;
+  std::unique_ptr<GMainContext, GDeleter<g_main_context_unref>> context{g_main_context_new()};
+  GObjectPtr<GDBusConnection> bus;
+  GObjectPtr<GDBusInterfaceSkeleton> skeleton;
+  LoopThread loop;
 };
 
 // The text of an error, which is released.

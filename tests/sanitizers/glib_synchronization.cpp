@@ -15,18 +15,18 @@ Function* ofLibrary(const char* name) {
   return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
 }
 
-constexpr unsigned kOrdinary = 0;
-constexpr unsigned kTry = __tsan_mutex_try_lock;
-constexpr int kOnce = 1;
+constexpr unsigned ORDINARY = 0;
+constexpr unsigned TRY = __tsan_mutex_try_lock;
+constexpr int ONCE = 1;
 
 void toldUnlock(GMutex* mutex) {
-  __tsan_mutex_pre_unlock(mutex, kOrdinary);
-  __tsan_mutex_post_unlock(mutex, kOrdinary);
+  __tsan_mutex_pre_unlock(mutex, ORDINARY);
+  __tsan_mutex_post_unlock(mutex, ORDINARY);
 }
 
 void toldLock(GMutex* mutex) {
-  __tsan_mutex_pre_lock(mutex, kOrdinary);
-  __tsan_mutex_post_lock(mutex, kOrdinary, kOnce);
+  __tsan_mutex_pre_lock(mutex, ORDINARY);
+  __tsan_mutex_post_lock(mutex, ORDINARY, ONCE);
 }
 
 // The call stays one, so that what the library calls in its turn returns to the library.
@@ -97,25 +97,25 @@ extern "C" {
 
 void g_mutex_lock(GMutex* mutex) {
   static const auto lock = ofLibrary<decltype(g_mutex_lock)>("g_mutex_lock");
-  __tsan_mutex_pre_lock(mutex, kOrdinary);
+  __tsan_mutex_pre_lock(mutex, ORDINARY);
   lock(mutex);
-  __tsan_mutex_post_lock(mutex, kOrdinary, kOnce);
+  __tsan_mutex_post_lock(mutex, ORDINARY, ONCE);
 }
 
 gboolean g_mutex_trylock(GMutex* mutex) {
   static const auto tryLock = ofLibrary<decltype(g_mutex_trylock)>("g_mutex_trylock");
-  __tsan_mutex_pre_lock(mutex, kTry);
+  __tsan_mutex_pre_lock(mutex, TRY);
   const gboolean locked = tryLock(mutex);
   const unsigned failed = locked ? 0 : __tsan_mutex_try_lock_failed;
-  __tsan_mutex_post_lock(mutex, kTry | failed, kOnce);
+  __tsan_mutex_post_lock(mutex, TRY | failed, ONCE);
   return locked;
 }
 
 void g_mutex_unlock(GMutex* mutex) {
   static const auto unlock = ofLibrary<decltype(g_mutex_unlock)>("g_mutex_unlock");
-  __tsan_mutex_pre_unlock(mutex, kOrdinary);
+  __tsan_mutex_pre_unlock(mutex, ORDINARY);
   unlock(mutex);
-  __tsan_mutex_post_unlock(mutex, kOrdinary);
+  __tsan_mutex_post_unlock(mutex, ORDINARY);
 }
 
 void g_cond_wait(GCond* condition, GMutex* mutex) {

@@ -41,28 +41,28 @@ class TestGuard : public Guard {
 class NotingFilter : public ExclusionFilter {
  public:
   NotingFilter(std::string name, bool answer, Texts& notes, int* alive = nullptr)
-      : name_(std::move(name)), answer_(answer), notes_(notes), alive_(alive) {
-    if (alive_ != nullptr) ++*alive_;
+      : name(std::move(name)), answer(answer), notes(notes), alive(alive) {
+    if (alive != nullptr) ++*alive;
   }
   NotingFilter(const NotingFilter&) = delete;
   ~NotingFilter() override {
-    if (alive_ != nullptr) --*alive_;
+    if (alive != nullptr) --*alive;
   }
 
   bool canObjectTriggerAlarm(TrackingObject&) override {
-    notes_.push_back("ask " + name_);
-    return answer_;
+    notes.push_back("ask " + name);
+    return answer;
   }
-  void updateFilterData(TrackingObject&) override { notes_.push_back("update " + name_); }
+  void updateFilterData(TrackingObject&) override { notes.push_back("update " + name); }
   std::unique_ptr<ExclusionFilter> clone() const override {
-    return std::make_unique<NotingFilter>(name_, answer_, notes_, alive_);
+    return std::make_unique<NotingFilter>(name, answer, notes, alive);
   }
 
  private:
-  std::string name_;
-  bool answer_;
-  Texts& notes_;
-  int* alive_;
+  std::string name;
+  bool answer;
+  Texts& notes;
+  int* alive;
 };
 
 // The device's answers are kept for the life of the process: each test runs in one of its own.

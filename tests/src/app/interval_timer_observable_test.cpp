@@ -28,12 +28,12 @@ constexpr const char* NOT_DEINITIALIZED =
 class Calls {
  public:
   void add(std::int32_t id) {
-    const std::scoped_lock lock(mutex);
+    const std::lock_guard lock(mutex);
     ids.push_back(id);
   }
 
   std::vector<std::int32_t> get() const {
-    const std::scoped_lock lock(mutex);
+    const std::lock_guard lock(mutex);
     return ids;
   }
 

@@ -31,7 +31,7 @@ std::string named(const char* call, const video_scene_subscriber* subscriber) {
 
 video_scene_subscriber* create(int channel, data_format_t format, void* userData) {
   module().note("create " + std::to_string(channel));
-  const std::scoped_lock lock(module().mutex);
+  const std::lock_guard lock(module().mutex);
   if (module().failingCreates > 0) {
     --module().failingCreates;
     return nullptr;
@@ -46,14 +46,14 @@ video_scene_subscriber* create(int channel, data_format_t format, void* userData
 
 int destroy(video_scene_subscriber* subscriber) {
   module().note(named("delete", subscriber));
-  const std::scoped_lock lock(module().mutex);
+  const std::lock_guard lock(module().mutex);
   subscriber->isDeleted = true;
   subscriber->isSubscribed = false;
   return 0;
 }
 
 bool takesOneOf(int& count) {
-  const std::scoped_lock lock(module().mutex);
+  const std::lock_guard lock(module().mutex);
   return count > 0 && count-- > 0;
 }
 
@@ -65,7 +65,7 @@ int subscribe(video_scene_subscriber* subscriber) {
     return VIDEO_SCENE_SUBSCRIBER_FAILED;
   }
   if (module().whileSubscribing) module().whileSubscribing(*subscriber);
-  const std::scoped_lock lock(module().mutex);
+  const std::lock_guard lock(module().mutex);
   subscriber->isSubscribed = true;
   return 0;
 }
@@ -75,7 +75,7 @@ int unsubscribe(video_scene_subscriber* subscriber) {
   if (takesOneOf(module().failingUnsubscribes)) return VIDEO_SCENE_SUBSCRIBER_BAD_STATE;
   if (module().cutShort(*subscriber)) return 0;
   if (module().whileUnsubscribing) module().whileUnsubscribing(*subscriber);
-  const std::scoped_lock lock(module().mutex);
+  const std::lock_guard lock(module().mutex);
   subscriber->isSubscribed = false;
   return 0;
 }

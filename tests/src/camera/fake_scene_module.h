@@ -42,22 +42,22 @@ class FakeSceneModule {
   // In order: "open", "create 0", "subscribe 0", "unsubscribe 0", "delete 0" with the channel,
   // "close".
   std::vector<std::string> takeCalls() {
-    const std::scoped_lock lock(mutex);
+    const std::lock_guard lock(mutex);
     return std::exchange(calls, {});
   }
   void note(const std::string& call) {
-    const std::scoped_lock lock(mutex);
+    const std::lock_guard lock(mutex);
     calls.push_back(call);
     changed.notify_all();
   }
 
   // The newest subscriber of a channel (from 0) that lives, or null.
   video_scene_subscriber* find(int channel) const {
-    const std::scoped_lock lock(mutex);
+    const std::lock_guard lock(mutex);
     return findLocked(channel);
   }
   int alive() const {
-    const std::scoped_lock lock(mutex);
+    const std::lock_guard lock(mutex);
     int count = 0;
     for (const auto& subscriber : subscribers) count += subscriber->isDeleted ? 0 : 1;
     return count;
@@ -69,7 +69,7 @@ class FakeSceneModule {
     return changed.wait_for(lock, PATIENCE, [&] { return isWaitingLocked(channel); });
   }
   bool isWaiting(int channel) const {
-    const std::scoped_lock lock(mutex);
+    const std::lock_guard lock(mutex);
     return isWaitingLocked(channel);
   }
 
@@ -84,7 +84,7 @@ class FakeSceneModule {
 
   // Whether there was an attempt to cut short.
   bool cutShort(video_scene_subscriber& subscriber) {
-    const std::scoped_lock lock(mutex);
+    const std::lock_guard lock(mutex);
     if (!subscriber.isWaiting) return false;
     subscriber.isWaiting = false;
     subscriber.isCutShort = true;

@@ -83,20 +83,20 @@ bool isReadable(int fd, int milliseconds) {
 // The service's end of one connection.
 class Connection {
  public:
-  explicit Connection(int fd) : fd_(fd) {}
+  explicit Connection(int fd) : fd(fd) {}
   Connection(const Connection&) = delete;
   ~Connection() { close(); }
 
   void close() {
-    if (fd_ >= 0) ::close(fd_);
-    fd_ = -1;
+    if (fd >= 0) ::close(fd);
+    fd = -1;
   }
 
   // The request line without its line feed; what came of it when it stays incomplete.
   std::string readRequest() const {
     std::string line;
     char letter = 0;
-    while (isReadable(fd_, LONG_WAIT) && read(fd_, &letter, 1) == 1 && letter != '\n') {
+    while (isReadable(fd, LONG_WAIT) && read(fd, &letter, 1) == 1 && letter != '\n') {
       line += letter;
     }
     return line;
@@ -115,33 +115,33 @@ class Connection {
   // Whether the other end closes the connection.
   bool isClosed() const {
     char letter = 0;
-    return isReadable(fd_, LONG_WAIT) && read(fd_, &letter, 1) <= 0;
+    return isReadable(fd, LONG_WAIT) && read(fd, &letter, 1) <= 0;
   }
 
  private:
   void write(const void* bytes, std::size_t size) const {
-    EXPECT_EQ(::send(fd_, bytes, size, MSG_NOSIGNAL), static_cast<ssize_t>(size));
+    EXPECT_EQ(::send(fd, bytes, size, MSG_NOSIGNAL), static_cast<ssize_t>(size));
   }
 
-  int fd_;
+  int fd;
 };
 
 // A scene service at a path of the test's own.
 class SceneService {
  public:
   SceneService() {
-    servicePath() = folder_.path("scenes");
+    servicePath() = folder.path("scenes");
     const sockaddr_un address = addressOf(servicePath());
-    fd_ = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    EXPECT_EQ(bind(fd_, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-    EXPECT_EQ(listen(fd_, 8), 0);
+    fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    EXPECT_EQ(bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    EXPECT_EQ(listen(fd, 8), 0);
   }
   SceneService(const SceneService&) = delete;
   ~SceneService() { goAway(); }
 
   void goAway() {
-    if (fd_ >= 0) close(fd_);
-    fd_ = -1;
+    if (fd >= 0) close(fd);
+    fd = -1;
   }
 
   // Connects until nobody else can, as nobody is accepted.
@@ -155,22 +155,22 @@ class SceneService {
   }
 
   std::unique_ptr<Connection> accept() const {
-    if (!isReadable(fd_, LONG_WAIT)) return nullptr;
-    return std::make_unique<Connection>(::accept4(fd_, nullptr, nullptr, SOCK_CLOEXEC));
+    if (!isReadable(fd, LONG_WAIT)) return nullptr;
+    return std::make_unique<Connection>(::accept4(fd, nullptr, nullptr, SOCK_CLOEXEC));
   }
 
   // Lets time pass until somebody connects.
   std::unique_ptr<Connection> accept(FakeClock& clock) const {
     for (int waited = 0; waited < LONG_WAIT; waited += 10) {
-      if (isReadable(fd_, 10)) return accept();
+      if (isReadable(fd, 10)) return accept();
       clock.advance(PAUSE);
     }
     return nullptr;
   }
 
  private:
-  TemporaryFolder folder_;
-  int fd_;
+  TemporaryFolder folder;
+  int fd;
 };
 
 class SocketCameraTest : public InitializedWrapperTest {

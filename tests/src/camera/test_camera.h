@@ -23,34 +23,33 @@
 class Notes {
  public:
   void add(const std::string& note) {
-    const std::scoped_lock lock(mutex_);
-    notes_.push_back(note);
-    changed_.notify_all();
+    const std::lock_guard lock(mutex);
+    notes.push_back(note);
+    changed.notify_all();
   }
 
   std::vector<std::string> take() {
-    const std::scoped_lock lock(mutex_);
-    return std::exchange(notes_, {});
+    const std::lock_guard lock(mutex);
+    return std::exchange(notes, {});
   }
 
   // Waits (really) until there are that many; false after 30 s.
   bool waitFor(std::size_t count) {
-    std::unique_lock lock(mutex_);
-    return changed_.wait_for(lock, std::chrono::seconds(30),
-                             [&] { return notes_.size() >= count; });
+    std::unique_lock lock(mutex);
+    return changed.wait_for(lock, std::chrono::seconds(30), [&] { return notes.size() >= count; });
   }
 
   // Waits (really) for that note; false after 10 s.
   bool waitForNote(const std::string& note) {
-    std::unique_lock lock(mutex_);
-    return changed_.wait_for(lock, std::chrono::seconds(10),
-                             [&] { return std::ranges::count(notes_, note) > 0; });
+    std::unique_lock lock(mutex);
+    return changed.wait_for(lock, std::chrono::seconds(10),
+                            [&] { return std::ranges::count(notes, note) > 0; });
   }
 
  private:
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  std::vector<std::string> notes_;
+  std::mutex mutex;
+  std::condition_variable changed;
+  std::vector<std::string> notes;
 };
 
 // A guard that notes what it is told, under a name of its own.
@@ -59,8 +58,8 @@ class NotingGuard : public Guard {
   NotingGuard(std::string label, std::int32_t uid, std::int32_t camera,
               StateEventProducerI& producer, Notes& notes, std::int32_t givenPriority = 1)
       : Guard("Profile", uid, camera, 5'000'000, "SentrelVideo", producer, PRESET_NOT_BOUND),
-        label_(std::move(label)),
-        notes_(notes) {
+        label(std::move(label)),
+        notes(notes) {
     priority = givenPriority;
   }
   ~NotingGuard() override { note("gone"); }
@@ -107,10 +106,10 @@ class NotingGuard : public Guard {
   std::int64_t lastTime = -1;
 
  private:
-  void note(const std::string& text) const { notes_.add(label_ + " " + text); }
+  void note(const std::string& text) const { notes.add(label + " " + text); }
 
-  std::string label_;
-  Notes& notes_;
+  std::string label;
+  Notes& notes;
 };
 
 // A camera without a transport.
@@ -127,7 +126,7 @@ class TestCamera : public Camera {
 class TestContainer : public CameraContainer {
  public:
   explicit TestContainer(Notes& notes, std::int32_t mask = 14)
-      : CameraContainer(API_VersionHandler(VERSIONS, 1), mask), notes_(notes) {}
+      : CameraContainer(API_VersionHandler(VERSIONS, 1), mask), notes(notes) {}
 
   using CameraContainer::readAspectRatio;
   using CameraContainer::s_canReceivePTZ_Callbacks;
@@ -141,17 +140,17 @@ class TestContainer : public CameraContainer {
  protected:
   void createCamera(int cameraNbr, int rotation, const API_VersionHandler& versions,
                     int propertyMask) override {
-    notes_.add("create " + std::to_string(cameraNbr) + " " + std::to_string(rotation) + " " +
-               versions.toString() + " " + std::to_string(propertyMask));
+    notes.add("create " + std::to_string(cameraNbr) + " " + std::to_string(rotation) + " " +
+              versions.toString() + " " + std::to_string(propertyMask));
     insertCamera(std::make_unique<TestCamera>(cameraNbr, rotation, propertyMask,
                                               StartupPosition{s_lastPreset, s_lastMovement}));
   }
-  void shutDownSub() override { notes_.add("shut down"); }
+  void shutDownSub() override { notes.add("shut down"); }
 
  private:
   static constexpr const char* VERSIONS[] = {"1.0"};
 
-  Notes& notes_;
+  Notes& notes;
 };
 
 // A frame that shows objects of 400 by 800 units in a row.

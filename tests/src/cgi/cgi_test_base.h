@@ -51,10 +51,10 @@ inline std::string dumped(const json_t* value) {
 // A parser that answers as told.
 class FakeParser : public ConfigurationParserI {
  public:
-  explicit FakeParser(Notes& notes) : notes_(notes) {}
+  explicit FakeParser(Notes& notes) : notes(notes) {}
 
   void parseDocument(const json_t*, const DataBoundaries&) override {
-    notes_.add("parse");
+    notes.add("parse");
     if (throwsWhileParsing) throw std::runtime_error("unexpected");
     throwIf(answer != StatusCode_e::ok, "as told", answer);
   }
@@ -63,7 +63,7 @@ class FakeParser : public ConfigurationParserI {
   }
   StatusCode_e status() const override { return answer; }
   CameraConfigurationContainer createConfigurations() const override {
-    notes_.add("build");
+    notes.add("build");
     if (throwsWhileBuilding) throw std::runtime_error("unexpected");
     CameraConfigurationContainer configurations;
     configurations.insert({1, 0, {}});
@@ -76,7 +76,7 @@ class FakeParser : public ConfigurationParserI {
   bool throwsWhileBuilding = false;
 
  private:
-  Notes& notes_;
+  Notes& notes;
 };
 
 // The API on fake services and a configuration file of the test's own.

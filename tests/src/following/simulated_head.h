@@ -17,10 +17,10 @@ constexpr std::int64_t PERIOD = 50'000;  // of the controller
 
 class Random {
  public:
-  explicit Random(std::uint64_t seed) : engine_(seed) {}
+  explicit Random(std::uint64_t seed) : engine(seed) {}
 
   double uniform(double low, double high) {
-    return low + (high - low) * static_cast<double>(engine_() >> 11) * 0x1p-53;
+    return low + (high - low) * static_cast<double>(engine() >> 11) * 0x1p-53;
   }
   bool chance(double probability) { return uniform(0.0, 1.0) < probability; }
   double sign() { return chance(0.5) ? 1.0 : -1.0; }
@@ -30,7 +30,7 @@ class Random {
   }
 
  private:
-  std::mt19937_64 engine_;
+  std::mt19937_64 engine;
 };
 
 inline double roundTo(double value, double step) {
@@ -63,37 +63,37 @@ struct HeadKind {
 class SimulatedAxis {
  public:
   SimulatedAxis(const HeadKind& kind, double position, double lowest, double highest)
-      : kind_(kind), motor_(position), lowest_(lowest), highest_(highest), output_(position) {}
+      : kind(kind), motor(position), lowest(lowest), highest(highest), output(position) {}
 
-  void setSpeed(double speed) { wanted_ = speed; }
+  void setSpeed(double speed) { wanted = speed; }
 
   void advance() {
     const double dt = static_cast<double>(STEP) / 1e6;
-    const double before = velocity_;
-    const double change = kind_.acceleration * dt;
-    velocity_ += std::clamp(wanted_ - velocity_, -change, change);
-    motor_ += (before + velocity_) / 2.0 * dt;
-    if (motor_ < lowest_ || motor_ > highest_) {
-      motor_ = std::clamp(motor_, lowest_, highest_);
-      velocity_ = 0.0;
+    const double before = velocity;
+    const double change = kind.acceleration * dt;
+    velocity += std::clamp(wanted - velocity, -change, change);
+    motor += (before + velocity) / 2.0 * dt;
+    if (motor < lowest || motor > highest) {
+      motor = std::clamp(motor, lowest, highest);
+      velocity = 0.0;
     }
-    const double moved = std::clamp(output_, motor_ - kind_.play / 2.0, motor_ + kind_.play / 2.0);
-    outputVelocity_ = (moved - output_) / dt;
-    output_ = moved;
+    const double moved = std::clamp(output, motor - kind.play / 2.0, motor + kind.play / 2.0);
+    outputVelocity = (moved - output) / dt;
+    output = moved;
   }
 
-  double position() const { return output_; }
-  double velocity() const { return outputVelocity_; }
+  double position() const { return output; }
+  double getVelocity() const { return outputVelocity; }
 
  private:
-  HeadKind kind_;
-  double motor_;
-  double lowest_;
-  double highest_;
-  double output_;
-  double velocity_ = 0.0;
-  double wanted_ = 0.0;
-  double outputVelocity_ = 0.0;
+  HeadKind kind;
+  double motor;
+  double lowest;
+  double highest;
+  double output;
+  double velocity = 0.0;
+  double wanted = 0.0;
+  double outputVelocity = 0.0;
 };
 
 class SimulatedHead {
@@ -103,55 +103,55 @@ class SimulatedHead {
   static constexpr double ZOOM_TRAVEL = 3.0;  // s
 
   SimulatedHead(const HeadKind& kind, std::uint64_t seed, double pan, double tilt)
-      : kind_(kind),
-        random_(seed),
-        pan_(kind, pan, -1e9, 1e9),
-        tilt_(kind, tilt, -90.0, 20.0),
-        phase_(static_cast<std::int64_t>(random_.uniform(0.0, kind.statusPeriod) * 1e6)) {
+      : kind(kind),
+        random(seed),
+        pan(kind, pan, -1e9, 1e9),
+        tilt(kind, tilt, -90.0, 20.0),
+        phase(static_cast<std::int64_t>(random.uniform(0.0, kind.statusPeriod) * 1e6)) {
     sample();
-    readable_ = samples_.front();
-    samples_.clear();
+    readable = samples.front();
+    samples.clear();
   }
 
   void command(std::int64_t now, double pan, double tilt) {
-    commands_.push_back({arrival(now), pan, tilt, false});
+    commands.push_back({arrival(now), pan, tilt, false});
   }
   // 0 widest to 1.
-  void zoom(std::int64_t now, double position) {
-    commands_.push_back({arrival(now), position, 0.0, true});
+  void zoomTo(std::int64_t now, double position) {
+    commands.push_back({arrival(now), position, 0.0, true});
   }
 
   // Until a time, a multiple of the step.
   void advanceTo(std::int64_t time) {
-    while (now_ < time) step();
+    while (now < time) step();
   }
 
   // From a command to the first reading that shows its effect, on average: seconds. The reading
   // waits for the controller's next step.
   double deadTime() const {
-    const auto period = std::max(static_cast<std::int64_t>(kind_.statusPeriod * 1e6), STEP);
-    const auto age = static_cast<std::int64_t>(kind_.statusAge * 1e6);
+    const auto period = std::max(static_cast<std::int64_t>(kind.statusPeriod * 1e6), STEP);
+    const auto age = static_cast<std::int64_t>(kind.statusAge * 1e6);
     double wait = 0.0;
     constexpr int SAMPLES = 200;
     for (int i = 1; i <= SAMPLES; ++i) {
-      std::int64_t sampled = i * period - phase_;
+      std::int64_t sampled = i * period - phase;
       sampled += (STEP - sampled % STEP) % STEP;
       wait += static_cast<double>((PERIOD - (sampled + age) % PERIOD) % PERIOD) / 1e6 / SAMPLES;
     }
     // The next reading after a sample of a fast status shows a later sample already.
     const double repeated = std::max(static_cast<double>(PERIOD - period), 0.0) / 2e6;
-    return kind_.latency + kind_.statusAge + wait - repeated;
+    return kind.latency + kind.statusAge + wait - repeated;
   }
 
-  double statusPan() const { return readable_.pan; }
-  double statusTilt() const { return readable_.tilt; }
+  double statusPan() const { return readable.pan; }
+  double statusTilt() const { return readable.tilt; }
 
-  double pan() const { return pan_.position(); }
-  double tilt() const { return tilt_.position(); }
-  double panVelocity() const { return pan_.velocity(); }
-  double tiltVelocity() const { return tilt_.velocity(); }
+  double getPan() const { return pan.position(); }
+  double getTilt() const { return tilt.position(); }
+  double panVelocity() const { return pan.getVelocity(); }
+  double tiltVelocity() const { return tilt.getVelocity(); }
   double magnification() const {
-    return 1.0 + (MAX_FIELD / MIN_FIELD - 1.0) * std::pow(zoom_, kind_.zoomCurve);
+    return 1.0 + (MAX_FIELD / MIN_FIELD - 1.0) * std::pow(zoom, kind.zoomCurve);
   }
 
  private:
@@ -169,61 +169,61 @@ class SimulatedHead {
 
   // The order of commands is kept.
   std::int64_t arrival(std::int64_t now) {
-    const double delay = kind_.latency + random_.uniform(-kind_.latencyJitter, kind_.latencyJitter);
-    lastArrival_ = std::max(lastArrival_, now + static_cast<std::int64_t>(delay * 1e6));
-    return lastArrival_;
+    const double delay = kind.latency + random.uniform(-kind.latencyJitter, kind.latencyJitter);
+    lastArrival = std::max(lastArrival, now + static_cast<std::int64_t>(delay * 1e6));
+    return lastArrival;
   }
 
   void step() {
-    for (; !commands_.empty() && commands_.front().due <= now_; commands_.pop_front()) {
-      take(commands_.front());
+    for (; !commands.empty() && commands.front().due <= now; commands.pop_front()) {
+      take(commands.front());
     }
-    if (now_ - lastSpeed_ > 1'000'000) {
-      pan_.setSpeed(0.0);
-      tilt_.setSpeed(0.0);
+    if (now - lastSpeed > 1'000'000) {
+      pan.setSpeed(0.0);
+      tilt.setSpeed(0.0);
     }
-    pan_.advance();
-    tilt_.advance();
+    pan.advance();
+    tilt.advance();
     const double reach = static_cast<double>(STEP) / 1e6 / ZOOM_TRAVEL;
-    zoom_ += std::clamp(wantedZoom_ - zoom_, -reach, reach);
-    now_ += STEP;
-    const auto period = std::max(static_cast<std::int64_t>(kind_.statusPeriod * 1e6), STEP);
-    if ((now_ + phase_) % period < STEP) sample();
-    for (; !samples_.empty() && samples_.front().readable <= now_; samples_.pop_front()) {
-      readable_ = samples_.front();
+    zoom += std::clamp(wantedZoom - zoom, -reach, reach);
+    now += STEP;
+    const auto period = std::max(static_cast<std::int64_t>(kind.statusPeriod * 1e6), STEP);
+    if ((now + phase) % period < STEP) sample();
+    for (; !samples.empty() && samples.front().readable <= now; samples.pop_front()) {
+      readable = samples.front();
     }
   }
 
   void take(const Command& command) {
     if (command.isZoom) {
-      wantedZoom_ = std::clamp(command.pan, 0.0, 1.0);
+      wantedZoom = std::clamp(command.pan, 0.0, 1.0);
       return;
     }
-    pan_.setSpeed(kind_.speedAt(command.pan));
-    tilt_.setSpeed(kind_.speedAt(command.tilt));
-    lastSpeed_ = now_;
+    pan.setSpeed(kind.speedAt(command.pan));
+    tilt.setSpeed(kind.speedAt(command.tilt));
+    lastSpeed = now;
   }
 
   void sample() {
-    const double turned = std::remainder(pan_.position(), 360.0);
-    samples_.push_back({now_ + static_cast<std::int64_t>(kind_.statusAge * 1e6),
-                        roundTo(turned, kind_.statusStep),
-                        roundTo(tilt_.position(), kind_.statusStep)});
+    const double turned = std::remainder(pan.position(), 360.0);
+    samples.push_back({now + static_cast<std::int64_t>(kind.statusAge * 1e6),
+                       roundTo(turned, kind.statusStep),
+                       roundTo(tilt.position(), kind.statusStep)});
   }
 
-  HeadKind kind_;
-  Random random_;
-  SimulatedAxis pan_;
-  SimulatedAxis tilt_;
-  std::int64_t phase_;
-  double zoom_ = 0.0;
-  double wantedZoom_ = 0.0;
-  std::int64_t now_ = 0;
-  std::int64_t lastArrival_ = 0;
-  std::int64_t lastSpeed_ = 0;
-  std::deque<Command> commands_;
-  std::deque<Sample> samples_;
-  Sample readable_{};
+  HeadKind kind;
+  Random random;
+  SimulatedAxis pan;
+  SimulatedAxis tilt;
+  std::int64_t phase;
+  double zoom = 0.0;
+  double wantedZoom = 0.0;
+  std::int64_t now = 0;
+  std::int64_t lastArrival = 0;
+  std::int64_t lastSpeed = 0;
+  std::deque<Command> commands;
+  std::deque<Sample> samples;
+  Sample readable{};
 };
 
 }  // namespace simulation

@@ -132,39 +132,39 @@ class Trial {
   Vector fromHead(std::size_t walker, double time, double height) const;
   Result figures();
 
-  const Scene& scene_;
-  const Condition& condition_;
-  std::vector<std::size_t> followed_;
-  TrialRun run_;
-  Random random_;
-  SimulatedHead head_;
-  std::vector<OverviewCamera> cameras_;
-  double focal_ = following::focalLength(WIDTH, FIELD);
-  double stampConstant_;
-  following::Viewpoint viewpoint_;
-  std::map<std::size_t, Appearance> appearances_;
-  std::int32_t lastId_ = 0;
-  std::priority_queue<Picture> pictures_;
-  following::Identities identities_;
-  std::map<std::size_t, std::int64_t> chosen_;  // identity of a followed walker
-  std::map<std::size_t, std::pair<int, std::int32_t>> trueIds_;
-  following::HeadModel model_;
-  following::Pursuit pursuit_;
-  following::Framing framing_;
-  std::uint64_t hash_ = 1469598103934665603ULL;
+  const Scene& scene;
+  const Condition& condition;
+  std::vector<std::size_t> followed;
+  TrialRun section;
+  Random random;
+  SimulatedHead head;
+  std::vector<OverviewCamera> cameras;
+  double focal = following::focalLength(WIDTH, FIELD);
+  double stampConstant;
+  following::Viewpoint viewpoint;
+  std::map<std::size_t, Appearance> appearances;
+  std::int32_t lastId = 0;
+  std::priority_queue<Picture> underway;
+  following::Identities identities;
+  std::map<std::size_t, std::int64_t> chosen;  // identity of a followed walker
+  std::map<std::size_t, std::pair<int, std::int32_t>> trueIds;
+  following::HeadModel model;
+  following::Pursuit pursuit;
+  following::Framing framing;
+  std::uint64_t hash = 1469598103934665603ULL;
 
   // Measured at each step.
-  std::vector<double> errors_;
-  double sumAccelerations_ = 0.0;
-  double inPicture_ = 0.0;
-  double at20_ = 0.0;
-  double at40_ = 0.0;
-  int steps_ = 0;
-  std::array<double, 2> velocities_{};
-  std::array<int, 2> lastSigns_{};
-  bool moving_ = false;
-  int starts_ = 0;
-  int reversals_ = 0;
+  std::vector<double> errors;
+  double sumAccelerations = 0.0;
+  double inPicture = 0.0;
+  double at20 = 0.0;
+  double at40 = 0.0;
+  int steps = 0;
+  std::array<double, 2> lastVelocities{};
+  std::array<int, 2> lastSigns{};
+  bool moving = false;
+  int starts = 0;
+  int reversals = 0;
 };
 
 following::HeadParameters parametersOf(const following::HeadIdentification& identified,
@@ -183,33 +183,33 @@ Angles homeOf(const Scene& scene) {
 Trial::Trial(const Scene& scene, const Condition& condition,
              const following::HeadIdentification& identified,
              const std::vector<std::size_t>& followed, const TrialRun& run)
-    : scene_(scene),
-      condition_(condition),
-      followed_(followed),
-      run_(run),
-      random_(run.seed),
-      head_(condition.head, run.seed * 7919 + 1, homeOf(scene).pan, homeOf(scene).tilt),
-      model_(parametersOf(identified, condition)),
-      pursuit_(parametersOf(identified, condition)),
-      framing_({SimulatedHead::MAX_FIELD, SimulatedHead::MIN_FIELD, ASPECT}) {
+    : scene(scene),
+      condition(condition),
+      followed(followed),
+      section(run),
+      random(run.seed),
+      head(condition.head, run.seed * 7919 + 1, homeOf(scene).pan, homeOf(scene).tilt),
+      model(parametersOf(identified, condition)),
+      pursuit(parametersOf(identified, condition)),
+      framing({SimulatedHead::MAX_FIELD, SimulatedHead::MIN_FIELD, ASPECT}) {
   // What is drawn once per recording depends on nothing else.
   Random once(run.installation);
   for (int i = 0; i < CAMERAS; ++i) {
     const double pan = 90.0 * i;
     const double m = condition.mounting;
-    cameras_.push_back(
+    cameras.push_back(
         {pan, rotationOf(pan + m * once.sign(), CAMERA_TILT + m * once.sign(), m * once.sign()),
          rotationOf(pan, CAMERA_TILT, 0.0)});
   }
-  stampConstant_ = condition.stampConstant * once.sign();
-  viewpoint_.height = MAST * (1.0 + condition.heightError * once.sign());
-  viewpoint_.offsetX = condition.beside + condition.besideError * once.sign();
-  viewpoint_.focalLength = focal_;
+  stampConstant = condition.stampConstant * once.sign();
+  viewpoint.height = MAST * (1.0 + condition.heightError * once.sign());
+  viewpoint.offsetX = condition.beside + condition.besideError * once.sign();
+  viewpoint.focalLength = focal;
 }
 
 Vector Trial::fromHead(std::size_t walker, double time, double height) const {
-  const Walker::Point point = scene_.walkers[walker].at(time);
-  return {point.x - scene_.mastX, point.y - scene_.mastY, height - MAST};
+  const Walker::Point point = scene.walkers[walker].at(time);
+  return {point.x - scene.mastX, point.y - scene.mastY, height - MAST};
 }
 
 int Trial::nearestCamera(const Vector& fromCamera) const {
@@ -217,7 +217,7 @@ int Trial::nearestCamera(const Vector& fromCamera) const {
   int nearest = 0;
   for (int i = 1; i < CAMERAS; ++i) {
     const auto off = [&](int k) {
-      return std::abs(std::remainder(bearing - cameras_[static_cast<std::size_t>(k)].pan, 360.0));
+      return std::abs(std::remainder(bearing - cameras[static_cast<std::size_t>(k)].pan, 360.0));
     };
     if (off(i) < off(nearest)) nearest = i;
   }
@@ -225,140 +225,139 @@ int Trial::nearestCamera(const Vector& fromCamera) const {
 }
 
 void Trial::occlude(double time, std::size_t walker, Appearance& appearance) {
-  const bool isFollowed = std::ranges::count(followed_, walker) != 0;
-  if (run_.occluded && isFollowed) {
-    if (time >= run_.occluded->first && time < run_.occluded->second) {
-      appearance.occludedUntil = run_.occluded->second;
+  const bool isFollowed = std::ranges::count(followed, walker) != 0;
+  if (section.occluded && isFollowed) {
+    if (time >= section.occluded->first && time < section.occluded->second) {
+      appearance.occludedUntil = section.occluded->second;
     }
-  } else if (time >= appearance.occludedUntil &&
-             random_.chance(condition_.occlusions * FRAME_TIME)) {
-    appearance.occludedUntil = time + random_.uniform(0.5, 2.0);
+  } else if (time >= appearance.occludedUntil && random.chance(condition.occlusions * FRAME_TIME)) {
+    appearance.occludedUntil = time + random.uniform(0.5, 2.0);
   }
 }
 
 void Trial::takePictures(double time) {
   const double age =
-      condition_.frameAge + random_.uniform(-condition_.frameJitter, condition_.frameJitter);
+      condition.frameAge + random.uniform(-condition.frameJitter, condition.frameJitter);
   const double stampError =
-      random_.uniform(-condition_.stampError, condition_.stampError) + stampConstant_;
+      random.uniform(-condition.stampError, condition.stampError) + stampConstant;
   std::vector<Picture> pictures(CAMERAS);
   for (int i = 0; i < CAMERAS; ++i) {
     pictures[static_cast<std::size_t>(i)].channel = i;
     pictures[static_cast<std::size_t>(i)].arrival = micros(time + age);
     pictures[static_cast<std::size_t>(i)].stamp = micros(time + stampError);
   }
-  for (std::size_t i = 0; i < scene_.walkers.size(); ++i) {
-    if (!scene_.walkers[i].isPresent(time)) continue;
-    auto [entry, isNew] = appearances_.try_emplace(i);
+  for (std::size_t i = 0; i < scene.walkers.size(); ++i) {
+    if (!scene.walkers[i].isPresent(time)) continue;
+    auto [entry, isNew] = appearances.try_emplace(i);
     Appearance& appearance = entry->second;
     if (isNew) {
-      appearance.height = 1.7 + condition_.heightSpread * random_.normal();
-      appearance.id = ++lastId_;
+      appearance.height = 1.7 + condition.heightSpread * random.normal();
+      appearance.id = ++lastId;
     }
     occlude(time, i, appearance);
     const bool isOccluded = time < appearance.occludedUntil;
     if (appearance.wasOccluded && !isOccluded &&
-        (run_.occluded || random_.chance(condition_.newIds))) {
-      appearance.id = ++lastId_;
+        (section.occluded || random.chance(condition.newIds))) {
+      appearance.id = ++lastId;
     }
     appearance.wasOccluded = isOccluded;
-    const Vector offset(condition_.beside, 0.0, 0.0);
+    const Vector offset(condition.beside, 0.0, 0.0);
     const Vector foot = fromHead(i, time, 0.0) - offset;
     const int channel = nearestCamera(foot);
-    const OverviewCamera& camera = cameras_[static_cast<std::size_t>(channel)];
+    const OverviewCamera& camera = cameras[static_cast<std::size_t>(channel)];
     const Vector top = fromHead(i, time, appearance.height) - offset;
-    std::optional<Pixel> footPixel = project(camera, foot, focal_);
-    std::optional<Pixel> topPixel = project(camera, top, focal_);
-    const double noise[] = {random_.normal(), random_.normal(), random_.normal(), random_.normal()};
-    const bool isMissed = random_.chance(condition_.misses);
+    std::optional<Pixel> footPixel = project(camera, foot, focal);
+    std::optional<Pixel> topPixel = project(camera, top, focal);
+    const double noise[] = {random.normal(), random.normal(), random.normal(), random.normal()};
+    const bool isMissed = random.chance(condition.misses);
     if (isOccluded || isMissed || !footPixel || !topPixel) continue;
-    if (channel != appearance.channel && appearance.channel >= 0 && condition_.newIdAtHandOver) {
-      appearance.id = ++lastId_;
+    if (channel != appearance.channel && appearance.channel >= 0 && condition.newIdAtHandOver) {
+      appearance.id = ++lastId;
     }
     appearance.channel = channel;
-    footPixel->x += condition_.noise * noise[0];
-    footPixel->y += condition_.noise * noise[1];
-    topPixel->x += condition_.noise * noise[2];
-    topPixel->y += condition_.noise * noise[3];
-    const Angles footAngles = backProject(camera, *footPixel, focal_);
-    const Angles topAngles = backProject(camera, *topPixel, focal_);
+    footPixel->x += condition.noise * noise[0];
+    footPixel->y += condition.noise * noise[1];
+    topPixel->x += condition.noise * noise[2];
+    topPixel->y += condition.noise * noise[3];
+    const Angles footAngles = backProject(camera, *footPixel, focal);
+    const Angles topAngles = backProject(camera, *topPixel, focal);
     // Without new ids at hand-over the cameras share theirs: one channel for all.
-    const int told = condition_.newIdAtHandOver ? channel : 0;
+    const int told = condition.newIdAtHandOver ? channel : 0;
     Picture& picture = pictures[static_cast<std::size_t>(told)];
     picture.seen.push_back({appearance.id, {footAngles.pan, footAngles.tilt, topAngles.tilt}});
     picture.walkers.push_back(i);
   }
   for (Picture& picture : pictures) {
-    if (condition_.newIdAtHandOver || picture.channel == 0) pictures_.push(std::move(picture));
+    if (condition.newIdAtHandOver || picture.channel == 0) underway.push(std::move(picture));
   }
 }
 
 void Trial::deliver(std::int64_t now) {
-  while (!pictures_.empty() && pictures_.top().arrival <= now) {
-    const Picture& picture = pictures_.top();
-    identities_.takePicture(now, picture.channel, picture.stamp, viewpoint_, picture.seen);
+  while (!underway.empty() && underway.top().arrival <= now) {
+    const Picture& picture = underway.top();
+    identities.takePicture(now, picture.channel, picture.stamp, viewpoint, picture.seen);
     for (std::size_t i = 0; i < picture.seen.size(); ++i) {
       const std::size_t walker = picture.walkers[i];
-      if (std::ranges::count(followed_, walker) == 0) continue;
-      trueIds_[walker] = {picture.channel, picture.seen[i].id};
-      const following::Person* person = identities_.whoIs(picture.channel, picture.seen[i].id);
-      if (person != nullptr) chosen_.try_emplace(walker, person->identity);
+      if (std::ranges::count(followed, walker) == 0) continue;
+      trueIds[walker] = {picture.channel, picture.seen[i].id};
+      const following::Person* person = identities.whoIs(picture.channel, picture.seen[i].id);
+      if (person != nullptr) chosen.try_emplace(walker, person->identity);
     }
-    pictures_.pop();
+    underway.pop();
   }
 }
 
 void Trial::control(std::int64_t now) {
-  model_.read(now, head_.statusPan(), head_.statusTilt());
-  identities_.expire(now);
+  model.read(now, head.statusPan(), head.statusTilt());
+  identities.expire(now);
   std::vector<following::Member> members;
   double gap = 1e9;
-  for (const auto& [walker, identity] : chosen_) {
-    const following::Person* person = identities_.find(identity);
+  for (const auto& [walker, identity] : chosen) {
+    const following::Person* person = identities.find(identity);
     if (person == nullptr) continue;
     members.push_back({&person->filter.state(), person->height.metres});
     gap = std::min(gap, static_cast<double>(now - person->lastSeen) / 1e6);
   }
-  const auto subject = following::predictSubject(members, pursuit_.actsAt(now), viewpoint_.height);
-  const double field = SimulatedHead::MAX_FIELD / framing_.asked();
-  const auto command = pursuit_.step(model_, subject, field);
+  const auto subject = following::predictSubject(members, pursuit.actsAt(now), viewpoint.height);
+  const double field = SimulatedHead::MAX_FIELD / framing.asked();
+  const auto command = pursuit.step(model, subject, field);
   if (!command) return;
-  head_.command(now, command->pan, command->tilt);
-  pursuit_.commanded(*command);
-  model_.commanded(now, *command);
-  hash_ =
-      (hash_ ^ static_cast<std::uint64_t>(command->pan * 1000 + command->tilt)) * 1099511628211ULL;
-  if (subject && framing_.step(following::Pursuit::PERIOD, *subject, pursuit_.error(), gap)) {
-    head_.zoom(now, framing_.position());
+  head.command(now, command->pan, command->tilt);
+  pursuit.commanded(*command);
+  model.commanded(now, *command);
+  hash =
+      (hash ^ static_cast<std::uint64_t>(command->pan * 1000 + command->tilt)) * 1099511628211ULL;
+  if (subject && framing.step(following::Pursuit::PERIOD, *subject, pursuit.error(), gap)) {
+    head.zoomTo(now, framing.position());
   }
 }
 
 void Trial::measure(double time) {
-  ++steps_;
-  const double velocities[] = {head_.panVelocity(), head_.tiltVelocity()};
+  ++steps;
+  const double velocities[] = {head.panVelocity(), head.tiltVelocity()};
   double acceleration = 0.0;
   for (std::size_t i = 0; i < 2; ++i) {
     acceleration +=
-        std::pow((velocities[i] - velocities_[i]) / (static_cast<double>(STEP) / 1e6), 2);
-    velocities_[i] = velocities[i];
+        std::pow((velocities[i] - lastVelocities[i]) / (static_cast<double>(STEP) / 1e6), 2);
+    lastVelocities[i] = velocities[i];
     const int sign = velocities[i] > MOVING ? 1 : velocities[i] < -MOVING ? -1 : 0;
-    if (sign != 0 && lastSigns_[i] != 0 && sign != lastSigns_[i]) ++reversals_;
-    if (sign != 0) lastSigns_[i] = sign;
+    if (sign != 0 && lastSigns[i] != 0 && sign != lastSigns[i]) ++reversals;
+    if (sign != 0) lastSigns[i] = sign;
   }
   const bool moves = std::hypot(velocities[0], velocities[1]) > MOVING;
-  if (moves && !moving_) ++starts_;
-  moving_ = moves;
-  sumAccelerations_ += acceleration;
-  const Eigen::Matrix3d view = rotationOf(head_.pan(), head_.tilt(), 0.0);
+  if (moves && !moving) ++starts;
+  moving = moves;
+  sumAccelerations += acceleration;
+  const Eigen::Matrix3d view = rotationOf(head.getPan(), head.getTilt(), 0.0);
   // Of several: the middle of all bodies' directions.
   Vector middle = Vector::Zero();
   double lowest = 1e9;
   double highest = -1e9;
   double left = 1e9;
   double right = -1e9;
-  for (const std::size_t walker : followed_) {
-    if (!scene_.walkers[walker].isPresent(time)) continue;
-    const double height = appearances_.contains(walker) ? appearances_[walker].height : 1.7;
+  for (const std::size_t walker : followed) {
+    if (!scene.walkers[walker].isPresent(time)) continue;
+    const double height = appearances.contains(walker) ? appearances[walker].height : 1.7;
     middle += fromHead(walker, time, height / 2.0).normalized();
     const Vector foot = view * fromHead(walker, time, 0.0);
     const Vector top = view * fromHead(walker, time, height);
@@ -371,28 +370,27 @@ void Trial::measure(double time) {
   }
   if (middle.norm() == 0.0) return;
   const double along = std::clamp((view * middle.normalized()).z(), -1.0, 1.0);
-  errors_.push_back(degrees(std::acos(along)));
-  const double halfWidth =
-      std::tan(radians(SimulatedHead::MAX_FIELD / head_.magnification()) / 2.0);
+  errors.push_back(degrees(std::acos(along)));
+  const double halfWidth = std::tan(radians(SimulatedHead::MAX_FIELD / head.magnification()) / 2.0);
   const double halfHeight = halfWidth / ASPECT;
   const Vector seen = view * middle.normalized();
   const bool isIn = seen.z() > 0.0 && std::abs(seen.x() / seen.z()) <= halfWidth &&
                     std::abs(seen.y() / seen.z()) <= halfHeight;
-  inPicture_ += isIn ? 1.0 : 0.0;
+  inPicture += isIn ? 1.0 : 0.0;
   const bool isAside = right < -halfWidth || left > halfWidth;
   const double visible =
       isAside ? 0.0 : std::min(highest, halfHeight) - std::max(lowest, -halfHeight);
-  at20_ += visible >= 0.2 * 2.0 * halfHeight ? 1.0 : 0.0;
-  at40_ += visible >= 0.4 * 2.0 * halfHeight ? 1.0 : 0.0;
+  at20 += visible >= 0.2 * 2.0 * halfHeight ? 1.0 : 0.0;
+  at40 += visible >= 0.4 * 2.0 * halfHeight ? 1.0 : 0.0;
 }
 
 Result Trial::run() {
-  pursuit_.start();
-  const std::int64_t end = micros(run_.end - run_.begin);
+  pursuit.start();
+  const std::int64_t end = micros(section.end - section.begin);
   std::int64_t nextFrame = 0;
   // Time runs from the beginning of the run; walkers are asked in their own.
   for (std::int64_t now = 0; now < end; now += STEP) {
-    const double time = run_.begin + static_cast<double>(now) / 1e6;
+    const double time = section.begin + static_cast<double>(now) / 1e6;
     if (now >= nextFrame) {
       takePictures(time);
       nextFrame += micros(FRAME_TIME);
@@ -402,7 +400,7 @@ Result Trial::run() {
       deliver(clock);
       control(clock);
     }
-    head_.advanceTo(micros(run_.begin) + now + STEP);
+    head.advanceTo(micros(section.begin) + now + STEP);
     measure(time + static_cast<double>(STEP) / 1e6);
   }
   return figures();
@@ -411,30 +409,30 @@ Result Trial::run() {
 Result Trial::figures() {
   Result result;
   const double dt = static_cast<double>(STEP) / 1e6;
-  result.duration = steps_ * dt;
-  const auto skipped = std::min(static_cast<std::size_t>(2.0 / dt), errors_.size());
-  const std::vector<double> late(errors_.begin() + static_cast<std::ptrdiff_t>(skipped),
-                                 errors_.end());
+  result.duration = steps * dt;
+  const auto skipped = std::min(static_cast<std::size_t>(2.0 / dt), errors.size());
+  const std::vector<double> late(errors.begin() + static_cast<std::ptrdiff_t>(skipped),
+                                 errors.end());
   double sum = 0.0;
   for (const double error : late) sum += error * error;
   result.rms = late.empty() ? 0.0 : std::sqrt(sum / static_cast<double>(late.size()));
   result.percentile95 = late.empty() ? 0.0 : quantileOf(late, 0.95);
-  const std::size_t second = std::min<std::size_t>(errors_.size(), 200);
-  for (std::size_t i = errors_.size() - second; i < errors_.size(); ++i) {
-    result.errorAtEnd += errors_[i] / static_cast<double>(second);
+  const std::size_t second = std::min<std::size_t>(errors.size(), 200);
+  for (std::size_t i = errors.size() - second; i < errors.size(); ++i) {
+    result.errorAtEnd += errors[i] / static_cast<double>(second);
   }
-  result.inPicture = inPicture_ / steps_;
-  result.at20 = at20_ / steps_;
-  result.at40 = at40_ / steps_;
-  result.starts = starts_ / result.duration;
-  result.reversals = reversals_ / result.duration;
-  result.acceleration = std::sqrt(sumAccelerations_ / steps_);
-  for (const auto& [walker, identity] : chosen_) {
-    const auto [channel, id] = trueIds_[walker];
-    const following::Person* person = identities_.whoIs(channel, id);
+  result.inPicture = inPicture / steps;
+  result.at20 = at20 / steps;
+  result.at40 = at40 / steps;
+  result.starts = starts / result.duration;
+  result.reversals = reversals / result.duration;
+  result.acceleration = std::sqrt(sumAccelerations / steps);
+  for (const auto& [walker, identity] : chosen) {
+    const auto [channel, id] = trueIds[walker];
+    const following::Person* person = identities.whoIs(channel, id);
     result.identityKept = result.identityKept && person != nullptr && person->identity == identity;
   }
-  result.commands = hash_;
+  result.commands = hash;
   return result;
 }
 

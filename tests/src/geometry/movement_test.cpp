@@ -15,25 +15,25 @@ using Points = std::vector<Point>;
 using Crossed = std::optional<std::pair<std::size_t, std::size_t>>;
 
 // Boxes of different sizes, so that no corner can be taken for another.
-constexpr int kFromHalfWidth = 10;
-constexpr int kFromHalfHeight = 20;
-constexpr int kToHalfWidth = 30;
-constexpr int kToHalfHeight = 40;
+constexpr int FROM_HALF_WIDTH = 10;
+constexpr int FROM_HALF_HEIGHT = 20;
+constexpr int TO_HALF_WIDTH = 30;
+constexpr int TO_HALF_HEIGHT = 40;
 
 Polygon box(int x, int y, int halfWidth, int halfHeight) {
   return Polygon(x - halfWidth, x + halfWidth, y - halfHeight, y + halfHeight);
 }
 
 Movement moved(int dx, int dy) {
-  return Movement(box(0, 0, kFromHalfWidth, kFromHalfHeight),
-                  box(dx, dy, kToHalfWidth, kToHalfHeight));
+  return Movement(box(0, 0, FROM_HALF_WIDTH, FROM_HALF_HEIGHT),
+                  box(dx, dy, TO_HALF_WIDTH, TO_HALF_HEIGHT));
 }
 
-enum Corner { kMinMin, kMinMax, kMaxMax, kMaxMin };  // x, then y
+enum Corner { MIN_MIN, MIN_MAX, MAX_MAX, MAX_MIN };  // x, then y
 
 Point corner(Corner which, int x, int y, int halfWidth, int halfHeight) {
-  const bool isRight = which == kMaxMax || which == kMaxMin;
-  const bool isTop = which == kMinMax || which == kMaxMax;
+  const bool isRight = which == MAX_MAX || which == MAX_MIN;
+  const bool isTop = which == MIN_MAX || which == MAX_MAX;
   return {static_cast<std::int16_t>(x + (isRight ? halfWidth : -halfWidth)),
           static_cast<std::int16_t>(y + (isTop ? halfHeight : -halfHeight))};
 }
@@ -45,14 +45,14 @@ struct TracksCase {
   std::array<std::pair<Corner, Corner>, 3> tracks;
 };
 
-constexpr std::array<std::pair<Corner, Corner>, 3> kRightDown = {
-    {{kMaxMax, kMaxMax}, {kMinMax, kMaxMin}, {kMinMin, kMinMin}}};
-constexpr std::array<std::pair<Corner, Corner>, 3> kRightUp = {
-    {{kMinMax, kMinMax}, {kMinMin, kMaxMax}, {kMaxMin, kMaxMin}}};
-constexpr std::array<std::pair<Corner, Corner>, 3> kLeftUp = {
-    {{kMaxMax, kMaxMax}, {kMaxMin, kMinMax}, {kMinMin, kMinMin}}};
-constexpr std::array<std::pair<Corner, Corner>, 3> kLeftDown = {
-    {{kMinMax, kMinMax}, {kMaxMax, kMinMin}, {kMaxMin, kMaxMin}}};
+constexpr std::array<std::pair<Corner, Corner>, 3> RIGHT_DOWN = {
+    {{MAX_MAX, MAX_MAX}, {MIN_MAX, MAX_MIN}, {MIN_MIN, MIN_MIN}}};
+constexpr std::array<std::pair<Corner, Corner>, 3> RIGHT_UP = {
+    {{MIN_MAX, MIN_MAX}, {MIN_MIN, MAX_MAX}, {MAX_MIN, MAX_MIN}}};
+constexpr std::array<std::pair<Corner, Corner>, 3> LEFT_UP = {
+    {{MAX_MAX, MAX_MAX}, {MAX_MIN, MIN_MAX}, {MIN_MIN, MIN_MIN}}};
+constexpr std::array<std::pair<Corner, Corner>, 3> LEFT_DOWN = {
+    {{MIN_MAX, MIN_MAX}, {MAX_MAX, MIN_MIN}, {MAX_MIN, MAX_MIN}}};
 
 class MovementTracks : public testing::TestWithParam<TracksCase> {};
 
@@ -64,23 +64,23 @@ TEST_P(MovementTracks, JoinTheCornersOfBothBoxes) {
   ASSERT_EQ(3u, movement.getTracks().size());
   for (std::size_t i = 0; i < 3; ++i) {
     const auto& [from, to] = expected[i];
-    EXPECT_EQ((Points{corner(from, 0, 0, kFromHalfWidth, kFromHalfHeight),
-                      corner(to, dx, dy, kToHalfWidth, kToHalfHeight)}),
+    EXPECT_EQ((Points{corner(from, 0, 0, FROM_HALF_WIDTH, FROM_HALF_HEIGHT),
+                      corner(to, dx, dy, TO_HALF_WIDTH, TO_HALF_HEIGHT)}),
               movement.getTracks()[i].getPoints())
         << "track " << i;
   }
 }
 
 INSTANTIATE_TEST_SUITE_P(AllDirections, MovementTracks,
-                         testing::Values(TracksCase{"RightDown", 200, -300, kRightDown},
-                                         TracksCase{"RightUp", 200, 300, kRightUp},
-                                         TracksCase{"LeftUp", -200, 300, kLeftUp},
-                                         TracksCase{"LeftDown", -200, -300, kLeftDown},
-                                         TracksCase{"Right", 200, 0, kRightDown},
-                                         TracksCase{"Down", 0, -300, kRightDown},
-                                         TracksCase{"Nowhere", 0, 0, kRightDown},
-                                         TracksCase{"Up", 0, 300, kRightUp},
-                                         TracksCase{"Left", -200, 0, kLeftUp}),
+                         testing::Values(TracksCase{"RightDown", 200, -300, RIGHT_DOWN},
+                                         TracksCase{"RightUp", 200, 300, RIGHT_UP},
+                                         TracksCase{"LeftUp", -200, 300, LEFT_UP},
+                                         TracksCase{"LeftDown", -200, -300, LEFT_DOWN},
+                                         TracksCase{"Right", 200, 0, RIGHT_DOWN},
+                                         TracksCase{"Down", 0, -300, RIGHT_DOWN},
+                                         TracksCase{"Nowhere", 0, 0, RIGHT_DOWN},
+                                         TracksCase{"Up", 0, 300, RIGHT_UP},
+                                         TracksCase{"Left", -200, 0, LEFT_UP}),
                          [](const auto& info) { return std::string(info.param.name); });
 
 TEST(Movement, MoveVectorJoinsTheCentroids) {

@@ -165,11 +165,11 @@ TEST(Polygon, CloneIsEqualAndSeparate) {
   expectBox(*copy, 0, 10, 0, 20);
 }
 
-const Points kPentagon = {{0, 0}, {100, -20}, {150, 60}, {80, 120}, {-10, 70}};
+const Points PENTAGON = {{0, 0}, {100, -20}, {150, 60}, {80, 120}, {-10, 70}};
 
 TEST(PolygonEquality, HoldsForEveryRotationInBothDirections) {
-  const Polygon polygon(kPentagon);
-  Points other = kPentagon;
+  const Polygon polygon(PENTAGON);
+  Points other = PENTAGON;
   for (int direction = 0; direction < 2; ++direction) {
     for (std::size_t turn = 0; turn < other.size(); ++turn) {
       EXPECT_TRUE(polygon == Polygon(other));
@@ -181,26 +181,26 @@ TEST(PolygonEquality, HoldsForEveryRotationInBothDirections) {
 }
 
 TEST(PolygonEquality, FailsForAnotherVertex) {
-  for (std::size_t i = 0; i < kPentagon.size(); ++i) {
-    Points other = kPentagon;
+  for (std::size_t i = 0; i < PENTAGON.size(); ++i) {
+    Points other = PENTAGON;
     ++other[i].x;
-    EXPECT_FALSE(Polygon(kPentagon) == Polygon(other)) << "vertex " << i;
+    EXPECT_FALSE(Polygon(PENTAGON) == Polygon(other)) << "vertex " << i;
   }
 }
 
 TEST(PolygonEquality, FailsForAnotherOrder) {
-  Points other = kPentagon;
+  Points other = PENTAGON;
   std::swap(other[2], other[3]);
-  EXPECT_FALSE(Polygon(kPentagon) == Polygon(other));
+  EXPECT_FALSE(Polygon(PENTAGON) == Polygon(other));
 }
 
 TEST(PolygonEquality, FailsForAnotherCount) {
-  Points more = kPentagon;
-  more.push_back(kPentagon[0]);
-  EXPECT_FALSE(Polygon(kPentagon) == Polygon(more));
-  EXPECT_FALSE(Polygon(more) == Polygon(kPentagon));
-  EXPECT_FALSE(emptyPolygon() == Polygon(kPentagon));
-  EXPECT_FALSE(Polygon(kPentagon) == emptyPolygon());
+  Points more = PENTAGON;
+  more.push_back(PENTAGON[0]);
+  EXPECT_FALSE(Polygon(PENTAGON) == Polygon(more));
+  EXPECT_FALSE(Polygon(more) == Polygon(PENTAGON));
+  EXPECT_FALSE(emptyPolygon() == Polygon(PENTAGON));
+  EXPECT_FALSE(Polygon(PENTAGON) == emptyPolygon());
 }
 
 TEST(PolygonEquality, HoldsForAnEmptyPair) {
@@ -294,18 +294,18 @@ TEST(PolygonScaling, ByMinusOneTurnsItAround) {
 }
 
 TEST(PolygonScaling, ByOneChangesNothing) {
-  EXPECT_EQ(kPentagon, Polygon(kPentagon).createScaledCopy(1.0f).getVertices());
+  EXPECT_EQ(PENTAGON, Polygon(PENTAGON).createScaledCopy(1.0f).getVertices());
 }
 
 TEST(PolygonScaling, RoundsTheFactorHalfAwayFromZero) {
   std::mt19937 random(5);
   std::uniform_real_distribution<float> factors(-1.0f, 1.0f);
-  constexpr int kSide = 30000;
-  const Polygon polygon(0, kSide, 0, kSide);
+  constexpr int SIDE = 30000;
+  const Polygon polygon(0, SIDE, 0, SIDE);
   for (int i = 0; i < 500; ++i) {
     const float factor = factors(random);
     const double fixed = std::round(static_cast<double>(factor) * 65536);
-    const double side = std::round(std::abs(fixed) * kSide / 65536);
+    const double side = std::round(std::abs(fixed) * SIDE / 65536);
     const Points scaled = polygon.createScaledCopy(factor).getVertices();
     ASSERT_EQ(4u, scaled.size());
     EXPECT_EQ(side, std::abs(scaled[2].x - scaled[0].x)) << factor;

@@ -14,7 +14,7 @@ namespace {
 
 using Points = std::vector<Point>;
 
-const Polygon kSquare(-100, 100, -100, 100);
+const Polygon SQUARE(-100, 100, -100, 100);
 
 TEST(Polyline, KeepsItsPointsInOrder) {
   const Points points = {{3, 4}, {-1, 2}, {3, 4}};
@@ -65,10 +65,10 @@ TEST(Polyline, IntersectsAtAnyOfItsSegments) {
 }
 
 TEST(Polyline, IntersectsPolygonsByAreaAndBorder) {
-  EXPECT_TRUE(Polyline(Points{{-500, 0}, {500, 0}}).doesIntersect(kSquare));
-  EXPECT_TRUE(Polyline(Points{{-10, -10}, {10, 10}}).doesIntersect(kSquare));
-  EXPECT_TRUE(Polyline(Points{{100, 0}, {500, 0}}).doesIntersect(kSquare));
-  EXPECT_FALSE(Polyline(Points{{101, 0}, {500, 0}}).doesIntersect(kSquare));
+  EXPECT_TRUE(Polyline(Points{{-500, 0}, {500, 0}}).doesIntersect(SQUARE));
+  EXPECT_TRUE(Polyline(Points{{-10, -10}, {10, 10}}).doesIntersect(SQUARE));
+  EXPECT_TRUE(Polyline(Points{{100, 0}, {500, 0}}).doesIntersect(SQUARE));
+  EXPECT_FALSE(Polyline(Points{{101, 0}, {500, 0}}).doesIntersect(SQUARE));
 }
 
 TEST(Polyline, PrintLogsItsText) {

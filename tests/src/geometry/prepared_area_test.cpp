@@ -19,17 +19,17 @@ using Points = std::vector<Point>;
 using Relation = PreparedArea::Relation_e;
 using Place = PreparedArea::Place_e;
 
-const Points kSquare{{0, 0}, {0, 100}, {100, 100}, {100, 0}};
+const Points SQUARE{{0, 0}, {0, 100}, {100, 100}, {100, 0}};
 
 // A U that is open at the top.
-const Points kCup{{0, 0}, {0, 100}, {20, 100}, {20, 20}, {80, 20}, {80, 100}, {100, 100}, {100, 0}};
+const Points CUP{{0, 0}, {0, 100}, {20, 100}, {20, 20}, {80, 20}, {80, 100}, {100, 100}, {100, 0}};
 
 Polygon boxAround(int x, int y, int half) {
   return {x - half, x + half, y - half, y + half};
 }
 
 TEST(PreparedArea, APointIsInsideOutsideOrNearTheBorder) {
-  const PreparedArea area{Polygon(kSquare)};
+  const PreparedArea area{Polygon(SQUARE)};
   EXPECT_EQ(Place::inside, area.locate({50, 50}));
   EXPECT_EQ(Place::outside, area.locate({150, 50}));
   EXPECT_EQ(Place::outside, area.locate({-50, 50}));
@@ -40,7 +40,7 @@ TEST(PreparedArea, APointIsInsideOutsideOrNearTheBorder) {
 }
 
 TEST(PreparedArea, OneStepFromTheBorderIsNearItAndTwoAreNot) {
-  const PreparedArea area{Polygon(kSquare)};
+  const PreparedArea area{Polygon(SQUARE)};
   EXPECT_EQ(Place::border, area.locate({1, 50}));
   EXPECT_EQ(Place::inside, area.locate({2, 50}));
   EXPECT_EQ(Place::border, area.locate({-1, 50}));
@@ -48,7 +48,7 @@ TEST(PreparedArea, OneStepFromTheBorderIsNearItAndTwoAreNot) {
 }
 
 TEST(PreparedArea, TheOpeningOfACupIsOutside) {
-  const PreparedArea area{Polygon(kCup)};
+  const PreparedArea area{Polygon(CUP)};
   EXPECT_EQ(Place::outside, area.locate({50, 60}));
   EXPECT_EQ(Place::inside, area.locate({50, 10}));
   EXPECT_EQ(Place::inside, area.locate({10, 60}));
@@ -56,14 +56,14 @@ TEST(PreparedArea, TheOpeningOfACupIsOutside) {
 }
 
 TEST(PreparedArea, AnOutlineInTheOpeningOfACupIsApartFromIt) {
-  const PreparedArea area{Polygon(kCup)};
+  const PreparedArea area{Polygon(CUP)};
   EXPECT_EQ(Relation::apart, area.relate(boxAround(50, 60, 20)));
   EXPECT_EQ(Relation::within, area.relate(boxAround(50, 10, 5)));
   EXPECT_EQ(Relation::unsure, area.relate(boxAround(50, 20, 5)));
 }
 
 TEST(PreparedArea, AnOutlineThatTouchesIsNeitherApartNorWithin) {
-  const PreparedArea area{Polygon(kSquare)};
+  const PreparedArea area{Polygon(SQUARE)};
   EXPECT_EQ(Relation::unsure, area.relate(boxAround(110, 50, 10)));
   EXPECT_EQ(Relation::apart, area.relate(boxAround(111, 50, 10)));
   EXPECT_EQ(Relation::unsure, area.relate(boxAround(90, 50, 10)));
@@ -71,7 +71,7 @@ TEST(PreparedArea, AnOutlineThatTouchesIsNeitherApartNorWithin) {
 }
 
 TEST(PreparedArea, AnOutlineAroundTheAreaIsNotApart) {
-  const PreparedArea area{Polygon(kSquare)};
+  const PreparedArea area{Polygon(SQUARE)};
   EXPECT_EQ(Relation::unsure, area.relate(boxAround(50, 50, 200)));
 }
 
@@ -87,14 +87,14 @@ TEST(PreparedArea, TheMiddleOfAnAreaThatCrossesItselfTwiceIsOutside) {
 
 TEST(PreparedArea, AnEmptyOutlineOrAreaTellsNothingOrIsApart) {
   Polygon empty;
-  empty.initialize(std::span(kSquare).first(0));
-  EXPECT_EQ(Relation::unsure, PreparedArea(Polygon(kSquare)).relate(empty));
-  EXPECT_EQ(Relation::apart, PreparedArea(empty).relate(Polygon(kSquare)));
+  empty.initialize(std::span(SQUARE).first(0));
+  EXPECT_EQ(Relation::unsure, PreparedArea(Polygon(SQUARE)).relate(empty));
+  EXPECT_EQ(Relation::apart, PreparedArea(empty).relate(Polygon(SQUARE)));
   EXPECT_EQ(Place::outside, PreparedArea(empty).locate({50, 50}));
 }
 
 TEST(PreparedArea, EveryVertexOfASimpleOutlineIsACorner) {
-  for (std::size_t i = 0; i < kCup.size(); ++i) EXPECT_TRUE(PreparedArea::isCorner(kCup, i));
+  for (std::size_t i = 0; i < CUP.size(); ++i) EXPECT_TRUE(PreparedArea::isCorner(CUP, i));
 }
 
 TEST(PreparedArea, APointOnAStraightLineIsACornerButTheTipOfASpikeIsNot) {
@@ -121,8 +121,8 @@ TEST(PreparedArea, ARepeatedVertexIsNoCorner) {
 
 // The two upper ends of the cup lie on one line.
 TEST(PreparedArea, AnEdgeBoundsAreaUnlessAnotherLiesAlongIt) {
-  for (std::size_t i = 0; i < kCup.size(); ++i)
-    EXPECT_EQ(i != 1 && i != 5, PreparedArea::isBorder(kCup, i));
+  for (std::size_t i = 0; i < CUP.size(); ++i)
+    EXPECT_EQ(i != 1 && i != 5, PreparedArea::isBorder(CUP, i));
   const Points spike{{0, 0}, {100, 0}, {100, 100}, {100, 300}, {100, 100}, {0, 100}};
   EXPECT_TRUE(PreparedArea::isBorder(spike, 0));
   EXPECT_FALSE(PreparedArea::isBorder(spike, 2));
@@ -133,7 +133,7 @@ TEST(PreparedArea, AnEdgeBoundsAreaUnlessAnotherLiesAlongIt) {
 }
 
 TEST(PreparedArea, CommonPointsSpanWhatBothHaveInCommon) {
-  const PreparedArea area{Polygon(kSquare)};
+  const PreparedArea area{Polygon(SQUARE)};
   std::vector<Point> points(16);
   const auto common = [&](const Polygon& outline) {
     points.resize(16);
@@ -151,7 +151,7 @@ TEST(PreparedArea, CommonPointsSpanWhatBothHaveInCommon) {
 }
 
 TEST(PreparedArea, TooManyCommonPointsAreNone) {
-  const PreparedArea area{Polygon(kSquare)};
+  const PreparedArea area{Polygon(SQUARE)};
   std::vector<Point> points(3);
   EXPECT_EQ(0U, area.collectCommonPoints({90, 130, 40, 60}, points));
   points.resize(4);
@@ -159,7 +159,7 @@ TEST(PreparedArea, TooManyCommonPointsAreNone) {
 }
 
 TEST(PreparedArea, CoversWhatLiesClearlyToOneSideOfItsBorder) {
-  const PreparedArea area{Polygon(kSquare)};
+  const PreparedArea area{Polygon(SQUARE)};
   const Polygon outline(80, 120, 40, 60);
   EXPECT_TRUE(area.covers(outline, Points{{85, 45}, {90, 55}, {98, 50}}));
   EXPECT_FALSE(area.covers(outline, Points{{85, 45}, {90, 55}, {99, 50}}));
@@ -169,15 +169,15 @@ TEST(PreparedArea, CoversWhatLiesClearlyToOneSideOfItsBorder) {
 }
 
 TEST(PreparedArea, OutlinesWithoutAreaHaveNone) {
-  EXPECT_TRUE(PreparedArea::hasArea(kSquare));
+  EXPECT_TRUE(PreparedArea::hasArea(SQUARE));
   EXPECT_FALSE(PreparedArea::hasArea(Points{}));
   EXPECT_FALSE(PreparedArea::hasArea(Points{{1, 1}, {1, 1}, {1, 1}}));
   EXPECT_FALSE(PreparedArea::hasArea(Points{{0, 0}, {10, 10}, {20, 20}, {5, 5}}));
 }
 
 TEST(PreparedArea, AnOutlineWalkedTwiceHasNoAreaByTheEvenOddRule) {
-  Points twice = kSquare;
-  twice.insert(twice.end(), kSquare.begin(), kSquare.end());
+  Points twice = SQUARE;
+  twice.insert(twice.end(), SQUARE.begin(), SQUARE.end());
   EXPECT_FALSE(PreparedArea::hasArea(twice));
 }
 
@@ -213,15 +213,15 @@ class PreparedAreaRandom : public testing::TestWithParam<int> {
     std::uniform_int_distribution<int> coordinate(-size, size);
     Points points;
     for (int i = 0; i < count; ++i) {
-      points.push_back({static_cast<std::int16_t>(coordinate(random_)),
-                        static_cast<std::int16_t>(coordinate(random_))});
+      points.push_back({static_cast<std::int16_t>(coordinate(random)),
+                        static_cast<std::int16_t>(coordinate(random))});
     }
     return points;
   }
 
-  int number(int low, int high) { return std::uniform_int_distribution<int>(low, high)(random_); }
+  int number(int low, int high) { return std::uniform_int_distribution<int>(low, high)(random); }
 
-  std::mt19937 random_{static_cast<unsigned>(GetParam())};
+  std::mt19937 random{static_cast<unsigned>(GetParam())};
 };
 
 TEST_P(PreparedAreaRandom, PlacesAgreeWithTheLibraryAndTheDistance) {

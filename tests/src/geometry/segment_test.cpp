@@ -17,7 +17,7 @@ Polyline track(Point from, Point to) {
 }
 
 // Upwards at x = 0, so that its left is where x is negative.
-const Segment kUpwards({0, -1000}, {0, 1000}, FenceDirection_e::leftToRight);
+const Segment UPWARDS({0, -1000}, {0, 1000}, FenceDirection_e::leftToRight);
 
 TEST(Segment, HoldsItsTwoPointsAndDirections) {
   const Segment segment({100, 200}, {400, -100}, FenceDirection_e::rightToLeft);
@@ -54,9 +54,9 @@ TEST(Segment, FenceDirectionsAreSigns) {
 }
 
 TEST(Segment, AlarmSideOfAPointIsTheSignOfItsDistanceAlongTheNormal) {
-  EXPECT_TRUE(kUpwards.isOnAlarmSide(Point{-1, 0}));
-  EXPECT_FALSE(kUpwards.isOnAlarmSide(Point{1, 0}));
-  EXPECT_FALSE(kUpwards.isOnAlarmSide(Point{0, 0}));
+  EXPECT_TRUE(UPWARDS.isOnAlarmSide(Point{-1, 0}));
+  EXPECT_FALSE(UPWARDS.isOnAlarmSide(Point{1, 0}));
+  EXPECT_FALSE(UPWARDS.isOnAlarmSide(Point{0, 0}));
 
   const Segment other({0, -1000}, {0, 1000}, FenceDirection_e::rightToLeft);
   EXPECT_FALSE(other.isOnAlarmSide(Point{-1, 0}));
@@ -70,8 +70,8 @@ TEST(Segment, AlarmSideTurnsWithTheOrderOfTheEnds) {
 }
 
 TEST(Segment, AlarmSideReachesBeyondTheFencesEnds) {
-  EXPECT_TRUE(kUpwards.isOnAlarmSide(Point{-1, 4000}));
-  EXPECT_TRUE(kUpwards.isOnAlarmSide(Point{-1, -4000}));
+  EXPECT_TRUE(UPWARDS.isOnAlarmSide(Point{-1, 4000}));
+  EXPECT_TRUE(UPWARDS.isOnAlarmSide(Point{-1, -4000}));
 }
 
 TEST(Segment, AlarmSideOfBothIsTheLineItself) {
@@ -81,9 +81,9 @@ TEST(Segment, AlarmSideOfBothIsTheLineItself) {
 }
 
 TEST(Segment, PolygonIsOnTheAlarmSideWithAnyCornerOfItsBox) {
-  EXPECT_TRUE(kUpwards.isOnAlarmSide(Polygon(-200, -100, -10, 10)));
-  EXPECT_TRUE(kUpwards.isOnAlarmSide(Polygon(-1, 100, -10, 10)));
-  EXPECT_FALSE(kUpwards.isOnAlarmSide(Polygon(0, 100, -10, 10)));
+  EXPECT_TRUE(UPWARDS.isOnAlarmSide(Polygon(-200, -100, -10, 10)));
+  EXPECT_TRUE(UPWARDS.isOnAlarmSide(Polygon(-1, 100, -10, 10)));
+  EXPECT_FALSE(UPWARDS.isOnAlarmSide(Polygon(0, 100, -10, 10)));
 }
 
 TEST(Segment, PolygonsAlarmSideIsThatOfItsBoxNotOfItsOutline) {
@@ -97,58 +97,58 @@ TEST(Segment, PolygonsAlarmSideIsThatOfItsBoxNotOfItsOutline) {
 TEST(Segment, PolygonIsJudgedByEachCorner) {
   // Each line cuts off one corner of the box 0..100, which lies to its left.
   const Polygon box(0, 100, 0, 100);
-  constexpr auto kLeft = FenceDirection_e::leftToRight;
-  EXPECT_TRUE(Segment({20, -10}, {-10, 20}, kLeft).isOnAlarmSide(box));  // (0, 0)
-  EXPECT_TRUE(Segment({-10, 80}, {20, 110}, kLeft).isOnAlarmSide(box));  // (0, 100)
-  EXPECT_TRUE(Segment({80, 110}, {110, 80}, kLeft).isOnAlarmSide(box));  // (100, 100)
-  EXPECT_TRUE(Segment({110, 20}, {80, -10}, kLeft).isOnAlarmSide(box));  // (100, 0)
-  EXPECT_FALSE(Segment({-10, -10}, {-20, 500}, kLeft).isOnAlarmSide(box));
+  constexpr auto LEFT = FenceDirection_e::leftToRight;
+  EXPECT_TRUE(Segment({20, -10}, {-10, 20}, LEFT).isOnAlarmSide(box));  // (0, 0)
+  EXPECT_TRUE(Segment({-10, 80}, {20, 110}, LEFT).isOnAlarmSide(box));  // (0, 100)
+  EXPECT_TRUE(Segment({80, 110}, {110, 80}, LEFT).isOnAlarmSide(box));  // (100, 100)
+  EXPECT_TRUE(Segment({110, 20}, {80, -10}, LEFT).isOnAlarmSide(box));  // (100, 0)
+  EXPECT_FALSE(Segment({-10, -10}, {-20, 500}, LEFT).isOnAlarmSide(box));
 }
 
 TEST(Segment, IntersectValueIsTheShareOfTheTrackIn1024ths) {
-  EXPECT_EQ(256, kUpwards.getIntersectValue(track({-1000, 0}, {3000, 0})));
-  EXPECT_EQ(768, kUpwards.getIntersectValue(track({3000, 0}, {-1000, 0})));
-  EXPECT_EQ(512, kUpwards.getIntersectValue(track({-100, -100}, {100, 100})));
+  EXPECT_EQ(256, UPWARDS.getIntersectValue(track({-1000, 0}, {3000, 0})));
+  EXPECT_EQ(768, UPWARDS.getIntersectValue(track({3000, 0}, {-1000, 0})));
+  EXPECT_EQ(512, UPWARDS.getIntersectValue(track({-100, -100}, {100, 100})));
 }
 
 TEST(Segment, IntersectValueAtTheTracksEnds) {
-  EXPECT_EQ(0, kUpwards.getIntersectValue(track({0, 500}, {300, 0})));
-  EXPECT_EQ(1024, kUpwards.getIntersectValue(track({300, 0}, {0, 500})));
+  EXPECT_EQ(0, UPWARDS.getIntersectValue(track({0, 500}, {300, 0})));
+  EXPECT_EQ(1024, UPWARDS.getIntersectValue(track({300, 0}, {0, 500})));
 }
 
 TEST(Segment, IntersectValueIsTruncated) {
   // 1/3 of 1024 is 341.33, 2/3 is 682.67.
-  EXPECT_EQ(341, kUpwards.getIntersectValue(track({-100, 0}, {200, 0})));
-  EXPECT_EQ(682, kUpwards.getIntersectValue(track({-200, 0}, {100, 0})));
+  EXPECT_EQ(341, UPWARDS.getIntersectValue(track({-100, 0}, {200, 0})));
+  EXPECT_EQ(682, UPWARDS.getIntersectValue(track({-200, 0}, {100, 0})));
 }
 
 TEST(Segment, IntersectValueOfATrackThatTouchesOnlyTheLineOutsideTheFenceIsMinusOne) {
-  EXPECT_EQ(-1, kUpwards.getIntersectValue(track({-100, 1001}, {100, 1001})));
-  EXPECT_EQ(-1, kUpwards.getIntersectValue(track({0, 1001}, {100, 1500})));
+  EXPECT_EQ(-1, UPWARDS.getIntersectValue(track({-100, 1001}, {100, 1001})));
+  EXPECT_EQ(-1, UPWARDS.getIntersectValue(track({0, 1001}, {100, 1500})));
 }
 
 TEST(Segment, IntersectValueAtTheFencesEndCounts) {
-  EXPECT_EQ(512, kUpwards.getIntersectValue(track({-100, 1000}, {100, 1000})));
+  EXPECT_EQ(512, UPWARDS.getIntersectValue(track({-100, 1000}, {100, 1000})));
 }
 
 TEST(Segment, IntersectValueOfAParallelTrackIsMinusOne) {
-  EXPECT_EQ(-1, kUpwards.getIntersectValue(track({50, -100}, {50, 100})));
+  EXPECT_EQ(-1, UPWARDS.getIntersectValue(track({50, -100}, {50, 100})));
   // On the fence itself: they share points, but cross nowhere.
-  EXPECT_EQ(-1, kUpwards.getIntersectValue(track({0, -100}, {0, 100})));
+  EXPECT_EQ(-1, UPWARDS.getIntersectValue(track({0, -100}, {0, 100})));
 }
 
 TEST(Segment, IntersectValueOfATrackThatStandsStillIsMinusOne) {
-  EXPECT_EQ(-1, kUpwards.getIntersectValue(track({0, 0}, {0, 0})));
+  EXPECT_EQ(-1, UPWARDS.getIntersectValue(track({0, 0}, {0, 0})));
 }
 
 TEST(Segment, IntersectValueOfATrackThatDoesNotReachTheFenceIsMinusOne) {
-  EXPECT_EQ(-1, kUpwards.getIntersectValue(track({-1000, 0}, {-1, 0})));
+  EXPECT_EQ(-1, UPWARDS.getIntersectValue(track({-1000, 0}, {-1, 0})));
 }
 
 TEST(Segment, IntersectValueNeedsATrackOfTwoPoints) {
-  EXPECT_EQ(-1, kUpwards.getIntersectValue(Polyline()));
-  EXPECT_EQ(-1, kUpwards.getIntersectValue(Polyline(Points{{0, 0}})));
-  EXPECT_EQ(-1, kUpwards.getIntersectValue(Polyline(Points{{-100, 0}, {100, 0}, {200, 0}})));
+  EXPECT_EQ(-1, UPWARDS.getIntersectValue(Polyline()));
+  EXPECT_EQ(-1, UPWARDS.getIntersectValue(Polyline(Points{{0, 0}})));
+  EXPECT_EQ(-1, UPWARDS.getIntersectValue(Polyline(Points{{-100, 0}, {100, 0}, {200, 0}})));
 }
 
 std::int64_t cross(const Point& a, const Point& b, const Point& c) {
@@ -188,10 +188,10 @@ TEST(Segment, IntersectValueAgreesWithTheAreasOnBothSides) {
 }
 
 TEST(Segment, IntersectsLikeItsPolyline) {
-  EXPECT_TRUE(kUpwards.doesIntersect(track({-10, 0}, {10, 0})));
-  EXPECT_FALSE(kUpwards.doesIntersect(track({1, 0}, {10, 0})));
-  EXPECT_TRUE(kUpwards.doesIntersect(Polygon(-10, 10, 900, 1100)));
-  EXPECT_FALSE(kUpwards.doesIntersect(Polygon(-10, 10, 1001, 1100)));
+  EXPECT_TRUE(UPWARDS.doesIntersect(track({-10, 0}, {10, 0})));
+  EXPECT_FALSE(UPWARDS.doesIntersect(track({1, 0}, {10, 0})));
+  EXPECT_TRUE(UPWARDS.doesIntersect(Polygon(-10, 10, 900, 1100)));
+  EXPECT_FALSE(UPWARDS.doesIntersect(Polygon(-10, 10, 1001, 1100)));
 }
 
 }  // namespace

@@ -18,40 +18,40 @@ using testing::EndsWith;
 using testing::HasSubstr;
 using testing::StartsWith;
 
-const std::string kGroup = "<g transform=\"matrix(1 0 0 -1 0 0)\" >";
+const std::string GROUP = "<g transform=\"matrix(1 0 0 -1 0 0)\" >";
 
 TEST(SvgDoc, WithoutElementsIsTheEmptyDrawing) {
-  const SvgDoc doc(kGroup);
+  const SvgDoc doc(GROUP);
   EXPECT_TRUE(doc.empty());
   EXPECT_EQ("<svg><desc></desc></svg>", doc.toString());
 }
 
 TEST(SvgDoc, EmptyElementsAreIgnored) {
-  SvgDoc doc(kGroup, "");
+  SvgDoc doc(GROUP, "");
   doc += "";
   EXPECT_TRUE(doc.empty());
   EXPECT_EQ("<svg><desc></desc></svg>", doc.toString());
 }
 
 TEST(SvgDoc, HoldsElementsInOrderInsideTheGroup) {
-  SvgDoc doc(kGroup, "<a />\n");
+  SvgDoc doc(GROUP, "<a />\n");
   doc += "<b />\n";
   doc += "";
   doc += "<c />\n";
   EXPECT_FALSE(doc.empty());
-  EXPECT_THAT(doc.toString(), EndsWith(kGroup + "<a />\n<b />\n<c />\n</g></svg>"));
+  EXPECT_THAT(doc.toString(), EndsWith(GROUP + "<a />\n<b />\n<c />\n</g></svg>"));
 }
 
 TEST(SvgDoc, ElementsMayComeLater) {
-  SvgDoc doc(kGroup);
+  SvgDoc doc(GROUP);
   doc += "<a />\n";
-  EXPECT_THAT(doc.toString(), EndsWith(kGroup + "<a />\n</g></svg>"));
+  EXPECT_THAT(doc.toString(), EndsWith(GROUP + "<a />\n</g></svg>"));
 }
 
 TEST(SvgDoc, RootDeclaresTheDrawing) {
-  const std::string text = SvgDoc(kGroup, "<a />\n").toString();
+  const std::string text = SvgDoc(GROUP, "<a />\n").toString();
   EXPECT_THAT(text, StartsWith("<svg"));
-  const std::string root = text.substr(0, text.find(kGroup));
+  const std::string root = text.substr(0, text.find(GROUP));
   EXPECT_THAT(root, EndsWith(">\n"));
   for (const char* attribute :
        {"xmlns=\"http://www.w3.org/2000/svg\"", "xmlns:xlink=\"http://www.w3.org/1999/xlink\"",
@@ -70,8 +70,8 @@ int count(const std::string& text, const std::string& part) {
 }
 
 TEST(SvgDoc, RootHasOneAttributeInALine) {
-  const std::string text = SvgDoc(kGroup, "<a />\n").toString();
-  std::istringstream root(text.substr(0, text.find(kGroup)));
+  const std::string text = SvgDoc(GROUP, "<a />\n").toString();
+  std::istringstream root(text.substr(0, text.find(GROUP)));
   int attributes = 0;
   for (std::string line; std::getline(root, line);) {
     EXPECT_LE(count(line, "=\""), 1) << line;
@@ -127,7 +127,7 @@ TEST(SvgTransform, OfEightOrTenValuesOnlyFlipsY) {
   for (const std::size_t count : {std::size_t{0}, std::size_t{8}, std::size_t{10}}) {
     const std::vector<double> values(count, 1.0);
     const LogCapture log;
-    EXPECT_EQ(kGroup, createSVGTransform(values));
+    EXPECT_EQ(GROUP, createSVGTransform(values));
     EXPECT_EQ(1, log.count(LOG_WARNING, "The Matrix needs 9 data values to be created.\n"));
     EXPECT_EQ(1u, log.lines().size());
   }
@@ -136,7 +136,7 @@ TEST(SvgTransform, OfEightOrTenValuesOnlyFlipsY) {
 TEST(SvgTransform, OfASingularMatrixOnlyFlipsY) {
   const std::array<double, 9> matrix = {1, 2, 3, 2, 4, 6, 0, 0, 1};
   const LogCapture log;
-  EXPECT_EQ(kGroup, createSVGTransform(matrix));
+  EXPECT_EQ(GROUP, createSVGTransform(matrix));
   EXPECT_EQ(1, log.count(LOG_WARNING, "The TransformationMatrix must be invertible.\n"));
   EXPECT_EQ(1u, log.lines().size());
 }
@@ -144,13 +144,13 @@ TEST(SvgTransform, OfASingularMatrixOnlyFlipsY) {
 TEST(SvgTransform, TakesADeterminantBelowTheBoundForSingular) {
   for (const double sign : {1.0, -1.0}) {
     const LogCapture log;
-    EXPECT_EQ(kGroup, createSVGTransform(std::array<double, 9>{sign * 0.003, 0, 0, 0, 0.003, 0, 0,
-                                                               0, 1}));  // 9e-6
+    EXPECT_EQ(GROUP, createSVGTransform(
+                         std::array<double, 9>{sign * 0.003, 0, 0, 0, 0.003, 0, 0, 0, 1}));  // 9e-6
     EXPECT_EQ(1, log.count(LOG_WARNING, "The TransformationMatrix must be invertible.\n"));
   }
   const LogCapture log;
-  EXPECT_NE(kGroup, createSVGTransform(
-                        std::array<double, 9>{0.004, 0, 0, 0, 0.004, 0, 0, 0, 1}));  // 1.6e-5
+  EXPECT_NE(GROUP, createSVGTransform(
+                       std::array<double, 9>{0.004, 0, 0, 0, 0.004, 0, 0, 0, 1}));  // 1.6e-5
   EXPECT_TRUE(log.lines().empty());
 }
 

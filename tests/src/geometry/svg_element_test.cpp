@@ -18,27 +18,27 @@ namespace {
 class CommaLocale {
  public:
   CommaLocale() {
-    std::string folder = testing::TempDir() + "localeXXXXXX";
-    folder_ = mkdtemp(folder.data());
+    std::string pattern = testing::TempDir() + "localeXXXXXX";
+    folder = mkdtemp(pattern.data());
     const std::string command =
-        "localedef -i de_DE -f UTF-8 --no-archive '" + folder_ + "/de_DE.UTF-8' >/dev/null 2>&1";
-    isMade_ = std::system(command.c_str()) == 0 && setenv("LOCPATH", folder_.c_str(), 1) == 0 &&
-              std::setlocale(LC_ALL, "de_DE.UTF-8") &&
-              std::localeconv()->decimal_point == std::string(",");
+        "localedef -i de_DE -f UTF-8 --no-archive '" + folder + "/de_DE.UTF-8' >/dev/null 2>&1";
+    made = std::system(command.c_str()) == 0 && setenv("LOCPATH", folder.c_str(), 1) == 0 &&
+           std::setlocale(LC_ALL, "de_DE.UTF-8") &&
+           std::localeconv()->decimal_point == std::string(",");
   }
   CommaLocale(const CommaLocale&) = delete;
   CommaLocale& operator=(const CommaLocale&) = delete;
   ~CommaLocale() {
     std::setlocale(LC_ALL, "C");
     unsetenv("LOCPATH");
-    std::filesystem::remove_all(folder_);
+    std::filesystem::remove_all(folder);
   }
 
-  bool isMade() const { return isMade_; }
+  bool isMade() const { return made; }
 
  private:
-  std::string folder_;
-  bool isMade_ = false;
+  std::string folder;
+  bool made = false;
 };
 
 TEST(SvgElement, IsBuiltFromItsPieces) {

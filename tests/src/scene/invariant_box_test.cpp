@@ -10,22 +10,22 @@
 namespace {
 
 // Odd sizes: halves are 3 and 5, quarters 1 and 2.
-constexpr int kWidth = 7;
-constexpr int kHeight = 11;
-const Point kCentre = {100, -200};
+constexpr int WIDTH = 7;
+constexpr int HEIGHT = 11;
+const Point CENTRE = {100, -200};
 
 InvariantBox box(int rotation) {
-  return InvariantBox(kWidth, kHeight, rotation, 1.5f);
+  return InvariantBox(WIDTH, HEIGHT, rotation, 1.5f);
 }
 
 TEST(InvariantBox, SizeIsTurnedUpright) {
   for (const int rotation : {0, 180}) {
-    EXPECT_EQ(kWidth, box(rotation).getWidth()) << rotation;
-    EXPECT_EQ(kHeight, box(rotation).getHeight()) << rotation;
+    EXPECT_EQ(WIDTH, box(rotation).getWidth()) << rotation;
+    EXPECT_EQ(HEIGHT, box(rotation).getHeight()) << rotation;
   }
   for (const int rotation : {90, 270}) {
-    EXPECT_EQ(kHeight, box(rotation).getWidth()) << rotation;
-    EXPECT_EQ(kWidth, box(rotation).getHeight()) << rotation;
+    EXPECT_EQ(HEIGHT, box(rotation).getWidth()) << rotation;
+    EXPECT_EQ(WIDTH, box(rotation).getHeight()) << rotation;
   }
 }
 
@@ -39,8 +39,8 @@ TEST(InvariantBox, AnotherRotationIsTakenAfterAWarning) {
   const LogCapture log;
   const InvariantBox turned = box(45);
   EXPECT_EQ(1, log.count(LOG_WARNING, "Unexpected camera rotation 45\n"));
-  EXPECT_EQ(kHeight, turned.getWidth());
-  EXPECT_EQ(kWidth, turned.getHeight());
+  EXPECT_EQ(HEIGHT, turned.getWidth());
+  EXPECT_EQ(WIDTH, turned.getHeight());
   box(-90);
   EXPECT_EQ(1, log.count(LOG_WARNING, "Unexpected camera rotation -90\n"));
 }
@@ -54,31 +54,31 @@ TEST(InvariantBox, CorrectedWidthIsInUnitsOfThePicturesHeight) {
 }
 
 TEST(InvariantBox, CorrectedHeightIsTheHeight) {
-  EXPECT_EQ(kHeight, box(0).getAspectCorrectedHeight());
-  EXPECT_EQ(kHeight, box(180).getAspectCorrectedHeight());
-  EXPECT_EQ(kWidth, box(90).getAspectCorrectedHeight());
-  EXPECT_EQ(kWidth, box(270).getAspectCorrectedHeight());
+  EXPECT_EQ(HEIGHT, box(0).getAspectCorrectedHeight());
+  EXPECT_EQ(HEIGHT, box(180).getAspectCorrectedHeight());
+  EXPECT_EQ(WIDTH, box(90).getAspectCorrectedHeight());
+  EXPECT_EQ(WIDTH, box(270).getAspectCorrectedHeight());
 }
 
 TEST(InvariantBox, FeetAreAtTheSideThatIsDown) {
-  EXPECT_EQ(-205, box(0).getFootPositionValue(kCentre));
-  EXPECT_EQ(-195, box(180).getFootPositionValue(kCentre));
-  EXPECT_EQ(103, box(90).getFootPositionValue(kCentre));
-  EXPECT_EQ(97, box(270).getFootPositionValue(kCentre));
+  EXPECT_EQ(-205, box(0).getFootPositionValue(CENTRE));
+  EXPECT_EQ(-195, box(180).getFootPositionValue(CENTRE));
+  EXPECT_EQ(103, box(90).getFootPositionValue(CENTRE));
+  EXPECT_EQ(97, box(270).getFootPositionValue(CENTRE));
 }
 
 TEST(InvariantBox, FootBoxIsTheQuarterNearestTheFeet) {
-  EXPECT_TRUE(Polygon(97, 103, -205, -202) == box(0).getFootBox(kCentre));
-  EXPECT_TRUE(Polygon(97, 103, -198, -195) == box(180).getFootBox(kCentre));
-  EXPECT_TRUE(Polygon(97, 99, -205, -195) == box(270).getFootBox(kCentre));
-  EXPECT_TRUE(Polygon(101, 103, -205, -195) == box(90).getFootBox(kCentre));
+  EXPECT_TRUE(Polygon(97, 103, -205, -202) == box(0).getFootBox(CENTRE));
+  EXPECT_TRUE(Polygon(97, 103, -198, -195) == box(180).getFootBox(CENTRE));
+  EXPECT_TRUE(Polygon(97, 99, -205, -195) == box(270).getFootBox(CENTRE));
+  EXPECT_TRUE(Polygon(101, 103, -205, -195) == box(90).getFootBox(CENTRE));
 }
 
 TEST(InvariantBox, ViewedLowerLeftTurnsWithThePicture) {
-  EXPECT_EQ((Point{97, -205}), box(0).getViewedLowerLeft(kCentre));
-  EXPECT_EQ((Point{103, -195}), box(180).getViewedLowerLeft(kCentre));
-  EXPECT_EQ((Point{103, -205}), box(90).getViewedLowerLeft(kCentre));
-  EXPECT_EQ((Point{97, -195}), box(270).getViewedLowerLeft(kCentre));
+  EXPECT_EQ((Point{97, -205}), box(0).getViewedLowerLeft(CENTRE));
+  EXPECT_EQ((Point{103, -195}), box(180).getViewedLowerLeft(CENTRE));
+  EXPECT_EQ((Point{103, -205}), box(90).getViewedLowerLeft(CENTRE));
+  EXPECT_EQ((Point{97, -195}), box(270).getViewedLowerLeft(CENTRE));
 }
 
 TEST(InvariantBox, UpdateTakesTheNewSize) {

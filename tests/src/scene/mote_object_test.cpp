@@ -14,7 +14,7 @@ namespace {
 using Points = std::vector<Point>;
 using Values = std::vector<std::int32_t>;
 
-constexpr std::int32_t kAll = 15;
+constexpr std::int32_t ALL = 15;
 
 // One decoded object with the properties given.
 class OneObject {
@@ -24,29 +24,29 @@ class OneObject {
     encoder.beginObject(id);
     for (const auto& [property, values] : properties) encoder.addObjectProperty(property, values);
     const std::vector<std::uint8_t> bytes = encoder.bytes();
-    scene_.reset(scene_copy_from_area(bytes.data(), bytes.size()));
+    decoded.reset(scene_copy_from_area(bytes.data(), bytes.size()));
   }
 
   MoteObject read(std::int32_t mask) const {
-    return MoteObject(scene_next_object(scene_.get(), nullptr), 123456789012, mask);
+    return MoteObject(scene_next_object(decoded.get(), nullptr), 123456789012, mask);
   }
 
  private:
   struct Delete {
     void operator()(scene* s) const { scene_delete(s); }
   };
-  std::unique_ptr<scene, Delete> scene_;
+  std::unique_ptr<scene, Delete> decoded;
 };
 
-const Values kBox = {-10, -20, -10, 20, 10, 20, 10, -20};
-const Values kOutline = {0, 0, 300, 50, 150, 700, -20, 400, -30, 90};
-const OneObject kFull({{SCENE_OBJ_PROP_BOUNDING_BOX, kBox},
-                       {SCENE_OBJ_PROP_POLYGON, kOutline},
-                       {SCENE_OBJ_PROP_VELOCITY, {-500, 70000}},
-                       {SCENE_OBJ_PROP_CONFIDENCE, {4096}}});
+const Values BOX = {-10, -20, -10, 20, 10, 20, 10, -20};
+const Values OUTLINE = {0, 0, 300, 50, 150, 700, -20, 400, -30, 90};
+const OneObject FULL({{SCENE_OBJ_PROP_BOUNDING_BOX, BOX},
+                      {SCENE_OBJ_PROP_POLYGON, OUTLINE},
+                      {SCENE_OBJ_PROP_VELOCITY, {-500, 70000}},
+                      {SCENE_OBJ_PROP_CONFIDENCE, {4096}}});
 
 TEST(MoteObject, ReadsAllThatIsAskedFor) {
-  const MoteObject object = kFull.read(kAll);
+  const MoteObject object = FULL.read(ALL);
   EXPECT_EQ(17, object.getId());
   EXPECT_EQ(123456789012, object.getTimestamp());
   EXPECT_EQ(-500, object.getVelocity().x);
@@ -62,7 +62,7 @@ TEST(MoteObject, ReadsAllThatIsAskedFor) {
 
 TEST(MoteObject, ReadsNothingThatIsNotAskedFor) {
   const LogCapture log;
-  const MoteObject object = kFull.read(0);
+  const MoteObject object = FULL.read(0);
   EXPECT_EQ(17, object.getId());
   EXPECT_EQ(0, object.getVelocity().x);
   EXPECT_EQ(0, object.getVelocity().y);
@@ -73,12 +73,12 @@ TEST(MoteObject, ReadsNothingThatIsNotAskedFor) {
 }
 
 TEST(MoteObject, EveryBitAsksForItsProperty) {
-  EXPECT_TRUE(kFull.read(1).getBoundingBox());
-  EXPECT_FALSE(kFull.read(14).getBoundingBox());
-  EXPECT_TRUE(kFull.read(2).getPolygon());
-  EXPECT_FALSE(kFull.read(13).getPolygon());
-  EXPECT_EQ(-500, kFull.read(4).getVelocity().x);
-  EXPECT_EQ(0, kFull.read(11).getVelocity().x);
+  EXPECT_TRUE(FULL.read(1).getBoundingBox());
+  EXPECT_FALSE(FULL.read(14).getBoundingBox());
+  EXPECT_TRUE(FULL.read(2).getPolygon());
+  EXPECT_FALSE(FULL.read(13).getPolygon());
+  EXPECT_EQ(-500, FULL.read(4).getVelocity().x);
+  EXPECT_EQ(0, FULL.read(11).getVelocity().x);
   const OneObject doubtful({{SCENE_OBJ_PROP_CONFIDENCE, {0}}});
   EXPECT_FALSE(doubtful.read(8).getIsConfident());
   EXPECT_TRUE(doubtful.read(7).getIsConfident());
@@ -148,19 +148,19 @@ TEST(MoteObject, FewVerticesArePadded) {
 }
 
 TEST(MoteObject, SizeIsThatOfThePolygon) {
-  const MoteObject object = kFull.read(3);
+  const MoteObject object = FULL.read(3);
   EXPECT_EQ(330, object.getWidth());
   EXPECT_EQ(700, object.getHeight());
 }
 
 TEST(MoteObject, SizeWithoutAPolygonIsThatOfTheBox) {
-  const MoteObject object = kFull.read(1);
+  const MoteObject object = FULL.read(1);
   EXPECT_EQ(20, object.getWidth());
   EXPECT_EQ(40, object.getHeight());
 }
 
 TEST(MoteObject, SizeWithoutAnyOutlineIsZero) {
-  const MoteObject object = kFull.read(0);
+  const MoteObject object = FULL.read(0);
   EXPECT_EQ(0, object.getWidth());
   EXPECT_EQ(0, object.getHeight());
 }

@@ -23,7 +23,7 @@ class MoteSceneParserTest : public testing::Test {
   MoteSceneParserTest() { LogCapture::clear(); }
 
   // Every frame is 1000 later than the one before.
-  MoteScene nextFrame() { return MoteScene(time_ += 1000); }
+  MoteScene nextFrame() { return MoteScene(time += 1000); }
 
   static void add(MoteScene& scene, std::int32_t id, int x = 0, int y = 0, int width = 100,
                   int height = 200) {
@@ -43,10 +43,10 @@ class MoteSceneParserTest : public testing::Test {
     return scene;
   }
 
-  TrackingObject* stored(std::int32_t id) const { return parser_.getStorage().getObject(id); }
+  TrackingObject* stored(std::int32_t id) const { return parser.getStorage().getObject(id); }
 
-  MoteSceneParser parser_{0, 1.5f};
-  std::int64_t time_ = 0;
+  MoteSceneParser parser{0, 1.5f};
+  std::int64_t time = 0;
 };
 
 Ids idsOf(const std::vector<TrackingObject*>& objects) {
@@ -66,11 +66,11 @@ std::string notFound(std::int32_t id) {
 }
 
 TEST_F(MoteSceneParserTest, ParsedSceneHasTheFramesTimeAndOrder) {
-  const ParsedScene parsed = parser_.parse(frameWith({9, 2, 5}));
+  const ParsedScene parsed = parser.parse(frameWith({9, 2, 5}));
   EXPECT_EQ(1000, parsed.getTimestamp());
   EXPECT_THAT(idsOf(parsed.getActiveObjects()), ElementsAre(9, 2, 5));
   EXPECT_THAT(parsed.getDeletedObjects(), IsEmpty());
-  EXPECT_EQ(3u, parser_.getStorage().getSize());
+  EXPECT_EQ(3u, parser.getStorage().getSize());
 }
 
 TEST_F(MoteSceneParserTest, NewObjectsGetTheCamerasRotationAndAspectRatio) {
@@ -83,11 +83,11 @@ TEST_F(MoteSceneParserTest, NewObjectsGetTheCamerasRotationAndAspectRatio) {
 }
 
 TEST_F(MoteSceneParserTest, KnownObjectsAreUpdated) {
-  parser_.parse(frameWith({1}));
+  parser.parse(frameWith({1}));
   const TrackingObject* object = stored(1);
   MoteScene scene = nextFrame();
   add(scene, 1, 30, 40);
-  const ParsedScene parsed = parser_.parse(scene);
+  const ParsedScene parsed = parser.parse(scene);
   EXPECT_EQ(object, parsed.getActiveObjects().at(0));
   EXPECT_EQ(1000, object->getFirstSeen());
   EXPECT_EQ(2000, object->getLastSeen());
@@ -96,52 +96,52 @@ TEST_F(MoteSceneParserTest, KnownObjectsAreUpdated) {
 }
 
 TEST_F(MoteSceneParserTest, ActiveObjectsStayInTheStorageWhenTheParsedSceneGoes) {
-  { const ParsedScene parsed = parser_.parse(frameWith({1})); }
+  { const ParsedScene parsed = parser.parse(frameWith({1})); }
   ASSERT_TRUE(stored(1));
   EXPECT_EQ(1000, stored(1)->getLastSeen());
 }
 
 TEST_F(MoteSceneParserTest, ObjectsThatAFrameDoesNotShowAreKeptButNotActive) {
-  parser_.parse(frameWith({1, 2}));
-  const ParsedScene parsed = parser_.parse(frameWith({2}));
+  parser.parse(frameWith({1, 2}));
+  const ParsedScene parsed = parser.parse(frameWith({2}));
   EXPECT_THAT(idsOf(parsed.getActiveObjects()), ElementsAre(2));
   ASSERT_TRUE(stored(1));
   EXPECT_EQ(1000, stored(1)->getLastSeen());
 }
 
 TEST_F(MoteSceneParserTest, DeletedObjectsGoWithTheParsedScene) {
-  parser_.parse(frameWith({1, 2, 3}));
+  parser.parse(frameWith({1, 2, 3}));
   int alive = 0;
   stored(1)->insertData("alive", std::make_unique<SumData>(0, &alive));
   MoteScene scene = frameWith({2});
   scene.deletedIds = {3, 1};
   {
-    const ParsedScene parsed = parser_.parse(scene);
+    const ParsedScene parsed = parser.parse(scene);
     EXPECT_THAT(idsOf(parsed.getDeletedObjects()), ElementsAre(3, 1));
     EXPECT_THAT(idsOf(parsed.getActiveObjects()), ElementsAre(2));
     EXPECT_EQ(nullptr, stored(1));
     EXPECT_EQ(1, alive);
   }
   EXPECT_EQ(0, alive);
-  EXPECT_EQ(1u, parser_.getStorage().getSize());
+  EXPECT_EQ(1u, parser.getStorage().getSize());
 }
 
 TEST_F(MoteSceneParserTest, DeletingAnUnknownIdDoesNothing) {
   MoteScene scene = frameWith({1});
   scene.deletedIds = {4};
-  const ParsedScene parsed = parser_.parse(scene);
+  const ParsedScene parsed = parser.parse(scene);
   EXPECT_THAT(parsed.getDeletedObjects(), IsEmpty());
   EXPECT_THAT(idsOf(parsed.getActiveObjects()), ElementsAre(1));
   EXPECT_TRUE(LogCapture::lines().empty());
 }
 
 TEST_F(MoteSceneParserTest, AnObjectBothShownAndDeletedIsUpdatedAndThenDeleted) {
-  parser_.parse(frameWith({7, 8}));
+  parser.parse(frameWith({7, 8}));
   MoteScene scene = nextFrame();
   add(scene, 7, 30, 40);
   add(scene, 8);
   scene.deletedIds = {7};
-  const ParsedScene parsed = parser_.parse(scene);
+  const ParsedScene parsed = parser.parse(scene);
   ASSERT_THAT(idsOf(parsed.getDeletedObjects()), ElementsAre(7));
   EXPECT_EQ(2000, parsed.getDeletedObjects()[0]->getLastSeen());
   EXPECT_EQ((Point{30, 40}), parsed.getDeletedObjects()[0]->getPosition());
@@ -153,14 +153,14 @@ TEST_F(MoteSceneParserTest, AnObjectBothShownAndDeletedIsUpdatedAndThenDeleted) 
 TEST_F(MoteSceneParserTest, MergedObjectTakesTheHistoryOfThoseItAbsorbs) {
   MoteScene first = nextFrame();
   add(first, 1, -500, 0, 300, 50);
-  parser_.parse(first);
+  parser.parse(first);
   stored(1)->insertData("key", std::make_unique<SumData>(4));
 
   MoteScene second = nextFrame();
   add(second, 1, -400, 0, 300, 50);
   add(second, 2, 100, 0, 100, 200);
   addMerge(second, 2, {1, 99});
-  const ParsedScene parsed = parser_.parse(second);
+  const ParsedScene parsed = parser.parse(second);
   const TrackingObject* object = stored(2);
   EXPECT_EQ(1000, object->getFirstSeen());
   EXPECT_EQ(300, object->getWidth());
@@ -172,11 +172,11 @@ TEST_F(MoteSceneParserTest, MergedObjectTakesTheHistoryOfThoseItAbsorbs) {
 }
 
 TEST_F(MoteSceneParserTest, MergesComeBeforeDeletions) {
-  parser_.parse(frameWith({1}));
+  parser.parse(frameWith({1}));
   MoteScene scene = frameWith({2});
   addMerge(scene, 2, {1});
   scene.deletedIds = {1};
-  const ParsedScene parsed = parser_.parse(scene);
+  const ParsedScene parsed = parser.parse(scene);
   EXPECT_EQ(1000, stored(2)->getFirstSeen());
   EXPECT_THAT(idsOf(parsed.getDeletedObjects()), ElementsAre(1));
 }
@@ -185,41 +185,41 @@ TEST_F(MoteSceneParserTest, MergeAbsorbsSeveral) {
   MoteScene first = nextFrame();
   add(first, 1, 0, 0, 400, 10);
   add(first, 3, 0, 0, 10, 600);
-  parser_.parse(first);
+  parser.parse(first);
   MoteScene second = frameWith({2});
   addMerge(second, 2, {1, 3});
-  parser_.parse(second);
+  parser.parse(second);
   EXPECT_EQ(400, stored(2)->getWidth());
   EXPECT_EQ(600, stored(2)->getHeight());
 }
 
 TEST_F(MoteSceneParserTest, MergeIntoAnUnknownObjectDoesNothing) {
-  parser_.parse(frameWith({1}));
+  parser.parse(frameWith({1}));
   MoteScene scene = frameWith({1});
   addMerge(scene, 5, {1});
-  parser_.parse(scene);
+  parser.parse(scene);
   EXPECT_EQ(nullptr, stored(5));
   EXPECT_TRUE(stored(1));
 }
 
 TEST_F(MoteSceneParserTest, InactiveObjectsAreNotMerged) {
-  parser_.parse(frameWith({1}));
+  parser.parse(frameWith({1}));
   stored(1)->setIsActive(false);
   MoteScene scene = frameWith({2});
   addMerge(scene, 2, {1});
-  parser_.parse(scene);
+  parser.parse(scene);
   EXPECT_EQ(2000, stored(2)->getFirstSeen());
 }
 
 TEST_F(MoteSceneParserTest, PartsTakeTheHistoryOfWhatTheyWere) {
   MoteScene first = nextFrame();
   add(first, 1, -500, 0, 300, 50);
-  parser_.parse(first);
+  parser.parse(first);
   stored(1)->insertData("key", std::make_unique<SumData>(4));
 
   MoteScene second = frameWith({2, 3});
   addSplit(second, 1, {2, 3, 99});
-  const ParsedScene parsed = parser_.parse(second);
+  const ParsedScene parsed = parser.parse(second);
   for (const std::int32_t id : {2, 3}) {
     EXPECT_EQ(1000, stored(id)->getFirstSeen()) << id;
     EXPECT_EQ(300, stored(id)->getWidth()) << id;
@@ -231,31 +231,31 @@ TEST_F(MoteSceneParserTest, PartsTakeTheHistoryOfWhatTheyWere) {
 }
 
 TEST_F(MoteSceneParserTest, SplitsComeBeforeDeletions) {
-  parser_.parse(frameWith({1}));
+  parser.parse(frameWith({1}));
   MoteScene scene = frameWith({2});
   addSplit(scene, 1, {2});
   scene.deletedIds = {1};
-  const ParsedScene parsed = parser_.parse(scene);
+  const ParsedScene parsed = parser.parse(scene);
   EXPECT_EQ(1000, stored(2)->getFirstSeen());
   EXPECT_THAT(idsOf(parsed.getDeletedObjects()), ElementsAre(1));
 }
 
 TEST_F(MoteSceneParserTest, MergesComeBeforeSplits) {
   // The source of the split gets an older history first.
-  parser_.parse(frameWith({1}));
-  parser_.parse(frameWith({2}));
+  parser.parse(frameWith({1}));
+  parser.parse(frameWith({2}));
   MoteScene scene = frameWith({3});
   addSplit(scene, 2, {3});
   addMerge(scene, 2, {1});
-  parser_.parse(scene);
+  parser.parse(scene);
   EXPECT_EQ(1000, stored(3)->getFirstSeen());
 }
 
 TEST_F(MoteSceneParserTest, ASourceThatStaysOnItselfKeepsItsHistory) {
-  parser_.parse(frameWith({1}));
+  parser.parse(frameWith({1}));
   MoteScene scene = frameWith({1, 2});
   addSplit(scene, 1, {1, 2});
-  parser_.parse(scene);
+  parser.parse(scene);
   EXPECT_EQ(1000, stored(1)->getFirstSeen());
   EXPECT_EQ(1000, stored(2)->getFirstSeen());
 }
@@ -263,17 +263,17 @@ TEST_F(MoteSceneParserTest, ASourceThatStaysOnItselfKeepsItsHistory) {
 TEST_F(MoteSceneParserTest, SplitOfAnUnknownObjectDoesNothing) {
   MoteScene scene = frameWith({2});
   addSplit(scene, 1, {2});
-  parser_.parse(scene);
+  parser.parse(scene);
   EXPECT_EQ(1000, stored(2)->getFirstSeen());
   EXPECT_EQ(nullptr, stored(1));
 }
 
 TEST_F(MoteSceneParserTest, InactiveObjectsAreNotSplit) {
-  parser_.parse(frameWith({1}));
+  parser.parse(frameWith({1}));
   stored(1)->setIsActive(false);
   MoteScene scene = frameWith({2});
   addSplit(scene, 1, {2});
-  parser_.parse(scene);
+  parser.parse(scene);
   EXPECT_EQ(2000, stored(2)->getFirstSeen());
 }
 
@@ -282,12 +282,12 @@ TEST_F(MoteSceneParserTest, The501stObjectEvictsThe100NotSeenForLongest) {
   for (std::int32_t id = 0; id < 100; ++id) old.push_back(1000 - id);
   Ids younger;
   for (std::int32_t id = 0; id < 400; ++id) younger.push_back(id);
-  parser_.parse(frameWith(old));
-  parser_.parse(frameWith(younger));
-  ASSERT_EQ(500u, parser_.getStorage().getSize());
-  const ParsedScene parsed = parser_.parse(frameWith({5000}));
+  parser.parse(frameWith(old));
+  parser.parse(frameWith(younger));
+  ASSERT_EQ(500u, parser.getStorage().getSize());
+  const ParsedScene parsed = parser.parse(frameWith({5000}));
   EXPECT_THAT(idsOf(parsed.getActiveObjects()), ElementsAre(5000));
-  EXPECT_EQ(401u, parser_.getStorage().getSize());
+  EXPECT_EQ(401u, parser.getStorage().getSize());
   for (const std::int32_t id : old) EXPECT_EQ(nullptr, stored(id));
   for (const std::int32_t id : younger) EXPECT_TRUE(stored(id));
   EXPECT_THAT(parsed.getDeletedObjects(), IsEmpty());
@@ -296,7 +296,7 @@ TEST_F(MoteSceneParserTest, The501stObjectEvictsThe100NotSeenForLongest) {
 TEST_F(MoteSceneParserTest, AFrameOfMoreObjectsThanFitLogsThoseThatItLost) {
   Ids ids;
   for (std::int32_t id = 0; id < 501; ++id) ids.push_back(id);
-  const ParsedScene parsed = parser_.parse(frameWith(ids));
+  const ParsedScene parsed = parser.parse(frameWith(ids));
   // All were seen at the same time: the 100 smallest ids went.
   EXPECT_EQ(401u, parsed.getActiveObjects().size());
   EXPECT_EQ(100, parsed.getActiveObjects().at(0)->getId());
@@ -307,20 +307,20 @@ TEST_F(MoteSceneParserTest, AFrameOfMoreObjectsThanFitLogsThoseThatItLost) {
 }
 
 TEST_F(MoteSceneParserTest, TheSameRotationKeepsAllObjects) {
-  parser_.parse(frameWith({1, 2}));
-  parser_.updateCameraRotation(0);
-  EXPECT_EQ(2u, parser_.getStorage().getSize());
+  parser.parse(frameWith({1, 2}));
+  parser.updateCameraRotation(0);
+  EXPECT_EQ(2u, parser.getStorage().getSize());
 }
 
 TEST_F(MoteSceneParserTest, ANewRotationDropsAllObjectsAndHoldsForNewOnes) {
-  parser_.parse(frameWith({1, 2}));
-  parser_.updateCameraRotation(270);
-  EXPECT_EQ(0u, parser_.getStorage().getSize());
-  parser_.parse(frameWith({1}));
+  parser.parse(frameWith({1, 2}));
+  parser.updateCameraRotation(270);
+  EXPECT_EQ(0u, parser.getStorage().getSize());
+  parser.parse(frameWith({1}));
   EXPECT_EQ(200, stored(1)->getWidth());
   EXPECT_EQ(2000, stored(1)->getFirstSeen());
-  parser_.updateCameraRotation(270);
-  EXPECT_EQ(1u, parser_.getStorage().getSize());
+  parser.updateCameraRotation(270);
+  EXPECT_EQ(1u, parser.getStorage().getSize());
 }
 
 TEST_F(MoteSceneParserTest, ANewAspectRatioDropsAllObjectsAndHoldsForNewOnes) {
@@ -335,9 +335,9 @@ TEST_F(MoteSceneParserTest, ANewAspectRatioDropsAllObjectsAndHoldsForNewOnes) {
 }
 
 TEST_F(MoteSceneParserTest, DeleteAllEmptiesTheStorage) {
-  parser_.parse(frameWith({1, 2}));
-  parser_.deleteAll();
-  EXPECT_EQ(0u, parser_.getStorage().getSize());
+  parser.parse(frameWith({1, 2}));
+  parser.deleteAll();
+  EXPECT_EQ(0u, parser.getStorage().getSize());
 }
 
 TEST_F(MoteSceneParserTest, ReadsEncodedFrames) {
@@ -347,8 +347,8 @@ TEST_F(MoteSceneParserTest, ReadsEncodedFrames) {
   encoder.addObjectProperty(SCENE_OBJ_PROP_POLYGON, Ids{0, 0, 0, 600, 300, 0});
   encoder.beginObject(2);
   encoder.addEvent(SCENE_EVENT_DELETE, Ids{3}, {});
-  parser_.parse(frameWith({3}));
-  const ParsedScene parsed = parser_.parse(MoteScene(frameOf(encoder), 6));
+  parser.parse(frameWith({3}));
+  const ParsedScene parsed = parser.parse(MoteScene(frameOf(encoder), 6));
   EXPECT_EQ(4000, parsed.getTimestamp());
   EXPECT_THAT(idsOf(parsed.getActiveObjects()), ElementsAre(1, 2));
   EXPECT_THAT(idsOf(parsed.getDeletedObjects()), ElementsAre(3));

@@ -14,7 +14,7 @@
 
 namespace {
 
-constexpr std::int32_t kAll = 15;
+constexpr std::int32_t ALL = 15;
 
 void expectEmpty(const MoteScene& scene, bool isDecoded) {
   EXPECT_EQ(isDecoded, scene.isDecoded);
@@ -28,12 +28,12 @@ void expectEmpty(const MoteScene& scene, bool isDecoded) {
 TEST(MoteScene, ReadsTheTimeOfTheScene) {
   SceneEncoder encoder;
   addTimestamp(encoder, 1'234'567'890'123);
-  EXPECT_EQ(1'234'567'890'123, MoteScene(frameOf(encoder), kAll).timestamp);
+  EXPECT_EQ(1'234'567'890'123, MoteScene(frameOf(encoder), ALL).timestamp);
 }
 
 TEST(MoteScene, WithoutATimeIsOfTimeZero) {
   const SceneEncoder encoder;
-  expectEmpty(MoteScene(frameOf(encoder), kAll), true);
+  expectEmpty(MoteScene(frameOf(encoder), ALL), true);
 }
 
 TEST(MoteScene, TimesAreLimitedToWhatCanBeComputedWith) {
@@ -103,7 +103,7 @@ TEST(MoteScene, CollectsTheIdsOfAllDeleteEvents) {
   encoder.addEvent(SCENE_EVENT_DELETE, Ids{4, 2}, {});
   encoder.addEvent(SCENE_EVENT_DELETE, Ids{}, {});
   encoder.addEvent(SCENE_EVENT_DELETE, Ids{9}, {});
-  const MoteScene scene(frameOf(encoder), kAll);
+  const MoteScene scene(frameOf(encoder), ALL);
   EXPECT_EQ((Ids{4, 2, 9}), scene.deletedIds);
   EXPECT_TRUE(scene.merges.empty());
   EXPECT_TRUE(scene.splits.empty());
@@ -168,9 +168,9 @@ TEST(MoteScene, SkipsEventsWithoutTargets) {
 }
 
 TEST(MoteScene, FramesThatCannotBeDecodedAreEmpty) {
-  expectEmpty(MoteScene(SceneFrame(), kAll), false);
-  expectEmpty(MoteScene(frameOf(std::vector<std::uint8_t>(100, 0)), kAll), false);
-  expectEmpty(MoteScene(frameOf(std::vector<std::uint8_t>(1, 0x53)), kAll), false);
+  expectEmpty(MoteScene(SceneFrame(), ALL), false);
+  expectEmpty(MoteScene(frameOf(std::vector<std::uint8_t>(100, 0)), ALL), false);
+  expectEmpty(MoteScene(frameOf(std::vector<std::uint8_t>(1, 0x53)), ALL), false);
 }
 
 TEST(MoteScene, FramesCutOffAnywhereAreEmpty) {
@@ -183,13 +183,13 @@ TEST(MoteScene, FramesCutOffAnywhereAreEmpty) {
   for (std::size_t length = 0; length < whole.size(); ++length) {
     std::vector<std::uint8_t> cut(whole.begin(),
                                   whole.begin() + static_cast<std::ptrdiff_t>(length));
-    expectEmpty(MoteScene(frameOf(cut), kAll), false);
+    expectEmpty(MoteScene(frameOf(cut), ALL), false);
     // As a short read leaves it.
     cut.resize(whole.size());
-    const MoteScene filled(frameOf(cut), kAll);
+    const MoteScene filled(frameOf(cut), ALL);
     EXPECT_LE(filled.objects.size(), 1u);
   }
-  EXPECT_EQ(1u, MoteScene(frameOf(whole), kAll).objects.size());
+  EXPECT_EQ(1u, MoteScene(frameOf(whole), ALL).objects.size());
 }
 
 TEST(MoteScene, FramesWithDamagedBytesAreRead) {
@@ -212,7 +212,7 @@ TEST(MoteScene, FramesWithDamagedBytesAreRead) {
     for (int k = 0; k < 1 + i % 3; ++k) {
       damaged[place(random)] = static_cast<std::uint8_t>(value(random));
     }
-    const MoteScene scene(frameOf(damaged), kAll);
+    const MoteScene scene(frameOf(damaged), ALL);
     EXPECT_LE(scene.objects.size(), whole.size());
   }
 }

@@ -9,8 +9,8 @@
 
 namespace {
 
-const API_Version kOld("1.0");
-const API_Version kNew("1.1");
+const API_Version OLD("1.0");
+const API_Version NEW("1.1");
 
 TEST(MoteUtils, PropertiesAreTheBitsOfTheMask) {
   EXPECT_EQ(1, SCENE_BOUNDING_BOX);
@@ -22,8 +22,8 @@ TEST(MoteUtils, PropertiesAreTheBitsOfTheMask) {
 TEST(MoteUtils, OldVersionSupportsAllButConfidence) {
   const LogCapture log;
   for (int mask = 0; mask < 16; ++mask) {
-    EXPECT_EQ(mask < 8, MoteUtils::areCapabilitiesSupported(kOld, mask)) << mask;
-    EXPECT_EQ(mask % 8, MoteUtils::removeUnsupportedCapabilites(kOld, mask)) << mask;
+    EXPECT_EQ(mask < 8, MoteUtils::areCapabilitiesSupported(OLD, mask)) << mask;
+    EXPECT_EQ(mask % 8, MoteUtils::removeUnsupportedCapabilites(OLD, mask)) << mask;
   }
   EXPECT_TRUE(log.lines().empty());
 }
@@ -31,20 +31,20 @@ TEST(MoteUtils, OldVersionSupportsAllButConfidence) {
 TEST(MoteUtils, NewVersionSupportsAll) {
   const LogCapture log;
   for (int mask = 0; mask < 16; ++mask) {
-    EXPECT_TRUE(MoteUtils::areCapabilitiesSupported(kNew, mask)) << mask;
-    EXPECT_EQ(mask, MoteUtils::removeUnsupportedCapabilites(kNew, mask)) << mask;
+    EXPECT_TRUE(MoteUtils::areCapabilitiesSupported(NEW, mask)) << mask;
+    EXPECT_EQ(mask, MoteUtils::removeUnsupportedCapabilites(NEW, mask)) << mask;
   }
   EXPECT_TRUE(log.lines().empty());
 }
 
 TEST(MoteUtils, NoVersionSupportsWhatDoesNotExist) {
-  EXPECT_FALSE(MoteUtils::areCapabilitiesSupported(kNew, 16));
-  EXPECT_EQ(15, MoteUtils::removeUnsupportedCapabilites(kNew, 31));
+  EXPECT_FALSE(MoteUtils::areCapabilitiesSupported(NEW, 16));
+  EXPECT_EQ(15, MoteUtils::removeUnsupportedCapabilites(NEW, 31));
 }
 
 TEST(MoteUtils, TheDaemonsMaskLosesConfidenceWithTheOldVersion) {
-  EXPECT_EQ(6, MoteUtils::removeUnsupportedCapabilites(kOld, 14));
-  EXPECT_EQ(14, MoteUtils::removeUnsupportedCapabilites(kNew, 14));
+  EXPECT_EQ(6, MoteUtils::removeUnsupportedCapabilites(OLD, 14));
+  EXPECT_EQ(14, MoteUtils::removeUnsupportedCapabilites(NEW, 14));
 }
 
 TEST(MoteUtils, UnknownVersionIsLoggedAndTreatedAsTheNewest) {

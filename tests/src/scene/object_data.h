@@ -9,15 +9,15 @@
 // Adds up the values under "sum" when merged.
 class SumData : public TrackingObjectExternalData {
  public:
-  explicit SumData(std::int32_t value, int* alive = nullptr) : alive_(alive) {
+  explicit SumData(std::int32_t value, int* alive = nullptr) : alive(alive) {
     insert("sum", value);
-    if (alive_) ++*alive_;
+    if (alive) ++*alive;
   }
-  SumData(const SumData& other) : TrackingObjectExternalData(other), alive_(other.alive_) {
-    if (alive_) ++*alive_;
+  SumData(const SumData& other) : TrackingObjectExternalData(other), alive(other.alive) {
+    if (alive) ++*alive;
   }
   ~SumData() override {
-    if (alive_) --*alive_;
+    if (alive) --*alive;
   }
 
   std::unique_ptr<TrackingObjectExternalData> clone() const override {
@@ -28,7 +28,7 @@ class SumData : public TrackingObjectExternalData {
   }
 
  private:
-  int* alive_;
+  int* alive;
 };
 
 #endif

@@ -30,25 +30,25 @@ namespace {
 using namespace std::string_literals;
 using testing::MatchesRegex;
 
-const API_Version kOld("1.0");
-const API_Version kNew("1.1");
-constexpr std::int32_t kLargest = 16 << 20;
+const API_Version OLD("1.0");
+const API_Version NEW("1.1");
+constexpr std::int32_t LARGEST = 16 << 20;
 
 class Descriptor {
  public:
-  explicit Descriptor(int fd) : fd_(fd) {}
+  explicit Descriptor(int fd) : fd(fd) {}
   Descriptor(const Descriptor&) = delete;
   Descriptor& operator=(const Descriptor&) = delete;
   ~Descriptor() { close(); }
 
-  int get() const { return fd_; }
+  int get() const { return fd; }
   void close() {
-    if (fd_ >= 0) ::close(fd_);
-    fd_ = -1;
+    if (fd >= 0) ::close(fd);
+    fd = -1;
   }
 
  private:
-  int fd_;
+  int fd;
 };
 
 bool isOpen(int fd) {
@@ -75,19 +75,19 @@ class SocketPath {
  public:
   explicit SocketPath(std::size_t length = 0) {
     std::string name = testing::TempDir() + "sceneXXXXXX";
-    folder_ = mkdtemp(name.data());
-    path_ = folder_ + "/s";
-    if (length > path_.size()) path_.resize(length, 's');
+    folder = mkdtemp(name.data());
+    path = folder + "/s";
+    if (length > path.size()) path.resize(length, 's');
   }
   SocketPath(const SocketPath&) = delete;
   SocketPath& operator=(const SocketPath&) = delete;
-  ~SocketPath() { std::filesystem::remove_all(folder_); }
+  ~SocketPath() { std::filesystem::remove_all(folder); }
 
-  const std::string& get() const { return path_; }
+  const std::string& get() const { return path; }
 
  private:
-  std::string folder_;
-  std::string path_;
+  std::string folder;
+  std::string path;
 };
 
 int listenAt(const std::string& path) {
@@ -112,7 +112,7 @@ TEST(SceneReaderConnect, ReachesTheListeningService) {
   ASSERT_GE(fd, 0);
   const Descriptor service(accept(listener.get(), nullptr, nullptr));
   sendAll(service.get(), "1.0 OK\0"s);
-  EXPECT_TRUE(SceneReader::initialize(fd, 2, 1, kOld).success);
+  EXPECT_TRUE(SceneReader::initialize(fd, 2, 1, OLD).success);
   EXPECT_EQ("1.0 OPEN 0 1 0 1\n", receiveWaiting(service.get()));
   SceneReader::disconnect(fd);
   EXPECT_FALSE(isOpen(fd));
@@ -198,31 +198,31 @@ class SceneReaderStream : public testing::Test {
   explicit SceneReaderStream(int type) {
     std::array<int, 2> ends = {-1, -1};
     if (socketpair(AF_UNIX, type, 0, ends.data()) != 0) throw std::runtime_error("no socket pair");
-    reader_ = std::make_unique<Descriptor>(ends[0]);
-    service_ = std::make_unique<Descriptor>(ends[1]);
+    readerEnd = std::make_unique<Descriptor>(ends[0]);
+    serviceEnd = std::make_unique<Descriptor>(ends[1]);
     LogCapture::clear();
   }
 
-  int reader() const { return reader_->get(); }
-  int service() const { return service_->get(); }
-  void closeService() { service_->close(); }
+  int reader() const { return readerEnd->get(); }
+  int service() const { return serviceEnd->get(); }
+  void closeService() { serviceEnd->close(); }
   void answer(std::string_view bytes) { sendAll(service(), bytes); }
   std::string request() const { return receiveWaiting(service()); }
 
   SceneReaderResult initialize(std::int32_t mask = 2, int channel = 1,
-                               const API_Version& version = kOld) {
+                               const API_Version& version = OLD) {
     return SceneReader::initialize(reader(), mask, channel, version);
   }
 
  private:
-  std::unique_ptr<Descriptor> reader_;
-  std::unique_ptr<Descriptor> service_;
+  std::unique_ptr<Descriptor> readerEnd;
+  std::unique_ptr<Descriptor> serviceEnd;
 };
 
 using SceneReaderHandshake = SceneReaderStream;
 
 TEST_F(SceneReaderHandshake, InvalidDescriptorIsLogged) {
-  const SceneReaderResult result = SceneReader::initialize(-1, 14, 1, kOld);
+  const SceneReaderResult result = SceneReader::initialize(-1, 14, 1, OLD);
   EXPECT_FALSE(result.success);
   EXPECT_FALSE(result.version.isValid());
   EXPECT_EQ(1, LogCapture::count(LOG_WARNING, "Invalid scene descriptor: -1\n\n"));
@@ -230,7 +230,7 @@ TEST_F(SceneReaderHandshake, InvalidDescriptorIsLogged) {
 }
 
 TEST_F(SceneReaderHandshake, InvalidDescriptorIsLoggedWithItsNumber) {
-  SceneReader::initialize(-7, 14, 1, kOld);
+  SceneReader::initialize(-7, 14, 1, OLD);
   EXPECT_EQ(1, LogCapture::count(LOG_WARNING, "Invalid scene descriptor: -7\n\n"));
 }
 
@@ -286,7 +286,7 @@ TEST_F(SceneReaderHandshake, RefusalTellsTheServicesVersion) {
   answer("1.1 NO\0"s);
   const SceneReaderResult result = initialize();
   EXPECT_FALSE(result.success);
-  EXPECT_TRUE(result.version == kNew);
+  EXPECT_TRUE(result.version == NEW);
 }
 
 TEST_F(SceneReaderHandshake, AnswersOfOtherFormsFail) {
@@ -317,7 +317,7 @@ TEST_F(SceneReaderHandshake, AnswerCutOffIsLoggedAndUsed) {
   shutdown(service(), SHUT_WR);
   const SceneReaderResult result = initialize();
   EXPECT_TRUE(result.success);
-  EXPECT_TRUE(result.version == kOld);
+  EXPECT_TRUE(result.version == OLD);
   EXPECT_EQ(1, LogCapture::count(LOG_WARNING, "Read failed\n"));
   EXPECT_EQ(1u, LogCapture::lines().size());
 }
@@ -424,18 +424,18 @@ TEST_F(SceneReaderFrames, OfNegativeLengthAreNone) {
 }
 
 TEST_F(SceneReaderFrames, AboveTheLargestLengthAreNone) {
-  answer(header(kLargest + 1) + header(INT32_MAX));
+  answer(header(LARGEST + 1) + header(INT32_MAX));
   expectNoFrame();
   expectNoFrame();
 }
 
 TEST_F(SceneReaderFrames, OfTheLargestLengthAreRead) {
-  answer(header(kLargest));
+  answer(header(LARGEST));
   closeService();
   SceneFrame frame;
   ASSERT_TRUE(read(frame));
-  EXPECT_EQ(static_cast<std::size_t>(kLargest), frame.size);
-  EXPECT_EQ('\0', frame.data.get()[kLargest - 1]);
+  EXPECT_EQ(static_cast<std::size_t>(LARGEST), frame.size);
+  EXPECT_EQ('\0', frame.data.get()[LARGEST - 1]);
 }
 
 TEST_F(SceneReaderFrames, ShortPayloadIsZeroAtItsEnd) {

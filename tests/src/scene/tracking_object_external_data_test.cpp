@@ -12,7 +12,7 @@
 
 namespace {
 
-const std::string kMissing = "Could not find stored data for key key\n";
+const std::string MISSING = "Could not find stored data for key key\n";
 
 TEST(TrackingObjectExternalData, KeepsValuesOfFourKinds) {
   const LogCapture log;
@@ -61,25 +61,25 @@ TEST(TrackingObjectExternalData, InsertReplacesTheValueOfTheKey) {
 TEST(TrackingObjectExternalData, MissingBoolIsLoggedAndFalse) {
   const LogCapture log;
   EXPECT_FALSE(SumData(0).getBool("key"));
-  EXPECT_EQ(1, log.count(LOG_ERR, kMissing));
+  EXPECT_EQ(1, log.count(LOG_ERR, MISSING));
 }
 
 TEST(TrackingObjectExternalData, MissingIntIsLoggedAndZero) {
   const LogCapture log;
   EXPECT_EQ(0, SumData(0).getInt("key"));
-  EXPECT_EQ(1, log.count(LOG_ERR, kMissing));
+  EXPECT_EQ(1, log.count(LOG_ERR, MISSING));
 }
 
 TEST(TrackingObjectExternalData, MissingPointIsLoggedAndTheOrigin) {
   const LogCapture log;
   EXPECT_EQ((Point{0, 0}), SumData(0).getPoint("key"));
-  EXPECT_EQ(1, log.count(LOG_ERR, kMissing));
+  EXPECT_EQ(1, log.count(LOG_ERR, MISSING));
 }
 
 TEST(TrackingObjectExternalData, MissingTimeIsLoggedAndTheDefaultGiven) {
   const LogCapture log;
   EXPECT_EQ(-1, SumData(0).getTimeVal("key", -1));
-  EXPECT_EQ(1, log.count(LOG_ERR, kMissing));
+  EXPECT_EQ(1, log.count(LOG_ERR, MISSING));
   EXPECT_EQ(1u, log.lines().size());
 }
 
@@ -88,7 +88,7 @@ TEST(TrackingObjectExternalData, MissingKeysAreNotCreatedByAsking) {
   data.getInt("key");
   const LogCapture log;
   data.getInt("key");
-  EXPECT_EQ(1, log.count(LOG_ERR, kMissing));
+  EXPECT_EQ(1, log.count(LOG_ERR, MISSING));
 }
 
 TEST(TrackingObjectExternalData, DebugPrintLogsTheValues) {

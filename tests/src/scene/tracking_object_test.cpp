@@ -16,10 +16,10 @@ namespace {
 
 using Points = std::vector<Point>;
 
-constexpr float kAspectRatio = 1.5f;
+constexpr float ASPECT_RATIO = 1.5f;
 
 TrackingObject tracked(const MoteObject& object, int rotation = 0) {
-  return TrackingObject(object, rotation, kAspectRatio);
+  return TrackingObject(object, rotation, ASPECT_RATIO);
 }
 
 std::int32_t sumOf(const TrackingObject& object, const std::string& key = "key") {

@@ -19,8 +19,8 @@ namespace {
 using Handle = VideoSceneSubscriber::Handle;
 using testing::MatchesRegex;
 
-constexpr int kFunctionCount = 10;
-constexpr std::array<const char*, kFunctionCount> kFunctions = {
+constexpr int FUNCTION_COUNT = 10;
+constexpr std::array<const char*, FUNCTION_COUNT> FUNCTIONS = {
     "video_scene_subscriber_create",
     "video_scene_subscriber_delete",
     "video_scene_subscriber_subscribe",
@@ -47,41 +47,41 @@ bool isLoaded(int functionCount) {
 class LoadedModule {
  public:
   explicit LoadedModule(int functionCount)
-      : handle_(dlopen(modulePath(functionCount).c_str(), RTLD_NOW | RTLD_LOCAL)) {}
+      : handle(dlopen(modulePath(functionCount).c_str(), RTLD_NOW | RTLD_LOCAL)) {}
   LoadedModule(const LoadedModule&) = delete;
   LoadedModule& operator=(const LoadedModule&) = delete;
   ~LoadedModule() { release(); }
 
-  void* handle() const { return handle_; }
+  void* getHandle() const { return handle; }
   void release() {
-    if (handle_) dlclose(handle_);
-    handle_ = nullptr;
+    if (handle) dlclose(handle);
+    handle = nullptr;
   }
 
   test_scene_module& state() const {
     return *reinterpret_cast<test_scene_module_state_fn>(
-        dlsym(handle_, "test_scene_module_state"))();
+        dlsym(handle, "test_scene_module_state"))();
   }
 
  private:
-  void* handle_;
+  void* handle;
 };
 
 TEST(VideoSceneSubscriberLoading, FindsTheModuleByItsName) {
-  LoadedModule module(kFunctionCount);
-  ASSERT_TRUE(module.handle()) << dlerror();
+  LoadedModule module(FUNCTION_COUNT);
+  ASSERT_TRUE(module.getHandle()) << dlerror();
   const LogCapture log;
   EXPECT_TRUE(VideoSceneSubscriber::initialize());
   EXPECT_TRUE(log.lines().empty());
   module.release();
-  EXPECT_TRUE(isLoaded(kFunctionCount));
+  EXPECT_TRUE(isLoaded(FUNCTION_COUNT));
   VideoSceneSubscriber::deinitialize();
-  EXPECT_FALSE(isLoaded(kFunctionCount));
+  EXPECT_FALSE(isLoaded(FUNCTION_COUNT));
   EXPECT_TRUE(log.lines().empty());
 }
 
 TEST(VideoSceneSubscriberLoading, CanBeRepeated) {
-  const LoadedModule module(kFunctionCount);
+  const LoadedModule module(FUNCTION_COUNT);
   for (int i = 0; i < 2; ++i) {
     ASSERT_TRUE(VideoSceneSubscriber::initialize());
     EXPECT_EQ(module.state().subscriber,
@@ -105,22 +105,22 @@ class IncompleteModule : public testing::TestWithParam<int> {};
 TEST_P(IncompleteModule, IsLoggedWithItsFirstMissingFunctionAndClosed) {
   const int present = GetParam();
   LoadedModule module(present);
-  ASSERT_TRUE(module.handle()) << dlerror();
+  ASSERT_TRUE(module.getHandle()) << dlerror();
   const LogCapture log;
   EXPECT_FALSE(VideoSceneSubscriber::initialize());
   EXPECT_EQ(1, log.count(LOG_WARNING,
                          std::string("Failed to load video_scene_subsriber. Could not open ") +
-                             kFunctions[present] + "\n"));
+                             FUNCTIONS[present] + "\n"));
   EXPECT_EQ(1u, log.lines().size());
   module.release();
   EXPECT_FALSE(isLoaded(present));
 }
 
-INSTANTIATE_TEST_SUITE_P(AllFunctions, IncompleteModule, testing::Range(0, kFunctionCount));
+INSTANTIATE_TEST_SUITE_P(AllFunctions, IncompleteModule, testing::Range(0, FUNCTION_COUNT));
 
 TEST(VideoSceneSubscriberLoading, SucceedsAfterAFailure) {
   EXPECT_FALSE(VideoSceneSubscriber::initialize());
-  const LoadedModule module(kFunctionCount);
+  const LoadedModule module(FUNCTION_COUNT);
   EXPECT_TRUE(VideoSceneSubscriber::initialize());
   VideoSceneSubscriber::deinitialize();
 }
@@ -132,9 +132,9 @@ TEST(VideoSceneSubscriberLoading, FailureToCloseIsLoggedWithTheLoadersText) {
   ASSERT_TRUE(user) << dlerror();
   ASSERT_TRUE(VideoSceneSubscriber::initialize());
   {
-    const LoadedModule module(kFunctionCount);
-    ASSERT_TRUE(module.handle()) << dlerror();
-    dlclose(module.handle());
+    const LoadedModule module(FUNCTION_COUNT);
+    ASSERT_TRUE(module.getHandle()) << dlerror();
+    dlclose(module.getHandle());
   }
   const LogCapture log;
   VideoSceneSubscriber::deinitialize();
@@ -149,17 +149,17 @@ TEST(VideoSceneSubscriberLoading, FailureToCloseIsLoggedWithTheLoadersText) {
 class VideoSceneSubscriberCalls : public testing::Test {
  protected:
   void SetUp() override {
-    ASSERT_TRUE(module_.handle()) << dlerror();
+    ASSERT_TRUE(module.getHandle()) << dlerror();
     ASSERT_TRUE(VideoSceneSubscriber::initialize());
     LogCapture::clear();
   }
   void TearDown() override { VideoSceneSubscriber::deinitialize(); }
 
-  test_scene_module& state() const { return module_.state(); }
-  Handle handle() const { return module_.state().subscriber; }
+  test_scene_module& state() const { return module.state(); }
+  Handle handle() const { return module.state().subscriber; }
 
  private:
-  const LoadedModule module_{kFunctionCount};
+  const LoadedModule module{FUNCTION_COUNT};
 };
 
 TEST_F(VideoSceneSubscriberCalls, CreatePassesChannelOneAsZero) {
@@ -210,7 +210,7 @@ struct Wrapper {
   std::function<int(Handle)> call;
 };
 
-const std::array<Wrapper, 9> kWrappers = {{
+const std::array<Wrapper, 9> WRAPPERS = {{
     {"deleteSubscriber", "delete", VideoSceneSubscriber::deleteSubscriber},
     {"subscribe", "subscribe", VideoSceneSubscriber::subscribe},
     {"unsubscribe", "unsubscribe", VideoSceneSubscriber::unsubscribe},
@@ -229,7 +229,7 @@ const std::array<Wrapper, 9> kWrappers = {{
 }};
 
 TEST_F(VideoSceneSubscriberCalls, EveryWrapperCallsItsFunctionOnceAndIsSilentOnSuccess) {
-  for (const Wrapper& wrapper : kWrappers) {
+  for (const Wrapper& wrapper : WRAPPERS) {
     state().call_count = 0;
     state().given = nullptr;
     EXPECT_EQ(0, wrapper.call(handle())) << wrapper.name;
@@ -252,7 +252,7 @@ class VideoSceneSubscriberReports : public VideoSceneSubscriberCalls,
 TEST_P(VideoSceneSubscriberReports, EveryWrapperUnderItsOwnName) {
   const auto& [result, before, after] = GetParam();
   state().result = result;
-  for (const Wrapper& wrapper : kWrappers) {
+  for (const Wrapper& wrapper : WRAPPERS) {
     const LogCapture log;
     EXPECT_EQ(result, wrapper.call(handle())) << wrapper.name;
     EXPECT_EQ(1, log.count(LOG_WARNING, before + wrapper.name + after)) << wrapper.name;
@@ -260,7 +260,7 @@ TEST_P(VideoSceneSubscriberReports, EveryWrapperUnderItsOwnName) {
   }
 }
 
-const std::string kUnknown = "Unknown error in subscriber in (";
+const std::string UNKNOWN = "Unknown error in subscriber in (";
 
 INSTANTIATE_TEST_SUITE_P(
     AllResults, VideoSceneSubscriberReports,
@@ -268,9 +268,9 @@ INSTANTIATE_TEST_SUITE_P(
                     Report{-3, "No valid scene provider available  (", ").\n"},
                     Report{-4, "Invalid data format to scene provider  (", ").\n"},
                     Report{-6, "System policy error, unauthorized API call (", ").\n"},
-                    Report{-1, kUnknown, ").\n"}, Report{-5, kUnknown, ").\n"},
-                    Report{-7, kUnknown, ").\n"}, Report{1, kUnknown, ").\n"},
-                    Report{std::numeric_limits<int>::min(), kUnknown, ").\n"}),
+                    Report{-1, UNKNOWN, ").\n"}, Report{-5, UNKNOWN, ").\n"},
+                    Report{-7, UNKNOWN, ").\n"}, Report{1, UNKNOWN, ").\n"},
+                    Report{std::numeric_limits<int>::min(), UNKNOWN, ").\n"}),
     [](const auto& info) {
       const int result = info.param.result;
       if (result == std::numeric_limits<int>::min()) return std::string("Smallest");

@@ -43,9 +43,9 @@ Outcome survey(const simulation::HeadKind& kind, const Trial& trial = {}) {
     }
     now += TICK;
     head.advanceTo(now);
-    outcome.lowestTilt = std::min(outcome.lowestTilt, head.tilt());
-    outcome.highestTilt = std::max(outcome.highestTilt, head.tilt());
-    outcome.farthestPan = std::max(outcome.farthestPan, std::abs(head.pan()));
+    outcome.lowestTilt = std::min(outcome.lowestTilt, head.getTilt());
+    outcome.highestTilt = std::max(outcome.highestTilt, head.getTilt());
+    outcome.farthestPan = std::max(outcome.farthestPan, std::abs(head.getPan()));
   };
   const auto status = [&] { return PtzHeadStatus{head.statusPan(), head.statusTilt(), 1, false}; };
   double pan = 35.0;

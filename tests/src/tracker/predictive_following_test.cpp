@@ -284,7 +284,7 @@ Trip turnTo60(const simulation::HeadKind& kind, const following::HeadParameters&
     trip.reversals += head.panVelocity() * before < 0.0 ? 1 : 0;
     before = head.panVelocity() == 0.0 ? before : head.panVelocity();
   }
-  trip.error = std::abs(head.pan() - 60.0);
+  trip.error = std::abs(head.getPan() - 60.0);
   return trip;
 }
 
