@@ -123,7 +123,12 @@ TEST(JobTest, TheClairvoyantIsBetterThanTheDaemonAndThatThanAParkedHead) {
 }
 
 TEST(JobTest, AHeadThatTurnsItsOwnPictureIsRefused) {
-  EXPECT_THROW(runJob(sceneOptions("mechanical", 20)), std::runtime_error);
+  try {
+    runJob(sceneOptions("mechanical", 20));
+    FAIL();
+  } catch (const std::runtime_error& error) {
+    EXPECT_STREQ("mechanical: a head that moves its own picture is not scored", error.what());
+  }
 }
 
 }  // namespace
