@@ -7,12 +7,15 @@
 #include <stdexcept>
 #include <utility>
 
+#include "addon/libs/vigil_pack_lib/profile/tracker_default_config_creator.h"
 #include "app/api_version_handler.h"
 #include "app/interval_timer_observable.h"
+#include "base/json_text.h"
 #include "camera/callback_camera.h"
 #include "camera/configuration_parser.h"
 #include "config/constants.h"
 #include "config/data_boundaries.h"
+#include "config/default_values.h"
 #include "config/persistent.h"
 #include "events/sdk_wrapper.h"
 #include "scene/scene_properties.h"
@@ -75,6 +78,13 @@ Daemon::~Daemon() {
   sdk_wrapper_cleanup();
   IntervalTimerObservable::deinitialize();
   Persistent::setPathForTest("");
+}
+
+std::string Daemon::defaultConfiguration() {
+  const API_VersionHandler versions(VERSIONS.data(), VERSIONS.size());
+  const JsonAutoPtr document = TrackerDefaultConfigCreator(false).create(
+      DefaultValues(), versions.getHighestSupportedVersion().toString());
+  return toText(document.get(), JSON_REAL_PRECISION(4));
 }
 
 void Daemon::configure(const std::string& document) {

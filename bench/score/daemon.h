@@ -23,6 +23,9 @@ class Daemon {
   Daemon& operator=(const Daemon&) = delete;
   ~Daemon();
 
+  // What the daemon makes of the device when nobody has configured it.
+  static std::string defaultConfiguration();
+
   // Takes a configuration document for all cameras. Throws std::runtime_error when it is refused.
   void configure(const std::string& document);
 

@@ -60,8 +60,10 @@ std::string readFile(const fs::path& file) {
   return {std::istreambuf_iterator<char>(in), {}};
 }
 
+// Without a file of the model's own, what the daemon itself makes of it. There has to be a daemon.
 std::string configurationOf(const JobOptions& options) {
-  return readFile(options.models / "configurations" / (options.model + ".json"));
+  const fs::path file = options.models / "configurations" / (options.model + ".json");
+  return fs::exists(file) ? readFile(file) : Daemon::defaultConfiguration();
 }
 
 // At home the head looks at the place's point on the ground.
@@ -183,11 +185,11 @@ device::HeadPose fixedPoseFor(const std::vector<device::Track>& tracks,
   return device::bestFixedPose(samples, device::scoreSetupOf(setup.model), setup.model.head);
 }
 
-Scored scorePerson(SimulationSetup setup, const std::string& configuration,
+Scored scorePerson(const JobOptions& options, SimulationSetup setup,
                    const device::HeadPose& fixedPose, int person, double from, double to) {
   setup.start = from - LEAD;
   Simulation simulation(setup);
-  const WatchedPerson watched(simulation, configuration, person);
+  const WatchedPerson watched(simulation, configurationOf(options), person);
   const auto counts = [person](const device::PersonView& view) {
     return view.id == person && view.inside;
   };
@@ -200,13 +202,12 @@ Scored scorePerson(SimulationSetup setup, const std::string& configuration,
 std::vector<Scored> scoreOneByOne(const JobOptions& options, const SimulationSetup& setup) {
   const device::TrackSet recording = device::TrackSet::read(*options.tracks);
   const std::vector<device::Track> tracks = tracksOf(options, recording);
-  const std::string configuration = configurationOf(options);
   const double start = recording.start();
   const device::HeadPose fixedPose = fixedPoseFor(tracks, setup, recording.end() - start);
   std::vector<Scored> runs;
   for (std::size_t i = static_cast<std::size_t>(options.share); i < tracks.size();
        i += static_cast<std::size_t>(options.shares)) {
-    runs.push_back(scorePerson(setup, configuration, fixedPose, tracks[i].getId(),
+    runs.push_back(scorePerson(options, setup, fixedPose, tracks[i].getId(),
                                tracks[i].start() - start, tracks[i].end() - start));
   }
   return runs;
@@ -227,8 +228,8 @@ Scored scoreWhole(const JobOptions& options, SimulationSetup setup, device::Tuni
   if (!options.isFromStart) {
     setup.start = -LEAD;
   }
-  const std::string configuration = configurationOf(options);
   Simulation simulation(setup);
+  const std::string configuration = configurationOf(options);
   simulation.daemon().configure(configuration);
   const device::ConfiguredAreas areas(configuration, device::camerasOf(simulation.world()));
   const auto counts = [&areas](const device::PersonView& view) {

@@ -38,7 +38,13 @@ WatchedPerson::WatchedPerson(Simulation& simulation, const std::string& configur
   simulation.onFrame = [this](int channel, double time) { moveArea(channel, time); };
 }
 
+// Not for a picture that comes again or late.
 void WatchedPerson::moveArea(int channel, double time) {
+  double& latest = pictures[channel];
+  if (time <= latest) {
+    return;
+  }
+  latest = time;
   const auto place = placeInPicture(channel, time);
   simulation.daemon().configureCamera(
       channel + 1, place ? std::optional(documentWith(channel, *place)) : std::nullopt);

@@ -1,6 +1,7 @@
 #ifndef SCORE_WATCHED_PERSON_H
 #define SCORE_WATCHED_PERSON_H
 
+#include <map>
 #include <optional>
 #include <string>
 
@@ -27,6 +28,7 @@ class WatchedPerson {
   Simulation& simulation;
   const JsonAutoPtr configuration;
   int person;
+  std::map<int, double> pictures;  // the latest of each channel, seconds
 };
 
 }  // namespace score

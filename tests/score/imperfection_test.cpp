@@ -94,8 +94,6 @@ INSTANTIATE_TEST_SUITE_P(
         Flaw{"age_jitter", R"("overview": {"frames": {"age_jitter_s": 0.6}})"},
         Flaw{"lost", R"("overview": {"frames": {"lost": 0.7}})"},
         Flaw{"swapped", R"("overview": {"frames": {"swapped": 0.9}})", Figure::Starts},
-        Flaw{"stamps", R"("overview": {"frames": {"stamp_offset_s": 0.5, "stamp_jitter_s": 0.3}})",
-             Figure::Reversals},
         Flaw{"distortion", R"("overview": {"distortion": {"k1": 0.1}})"},
         Flaw{"mounting", R"("overview": {"mounting_error": {"pan": 4, "tilt": 4, "roll": 4}})"},
         Flaw{"beside_the_head",

@@ -122,6 +122,13 @@ TEST(JobTest, TheClairvoyantIsBetterThanTheDaemonAndThatThanAParkedHead) {
   }
 }
 
+// It watches with the first camera then, in all of its picture.
+TEST(JobTest, AModelWithoutAConfigurationIsScoredWithTheDaemonsOwn) {
+  const JobResult result = runJob(sceneOptions("fast-head", 60));
+  EXPECT_FALSE(result.runs.at(0).followed.people.empty());
+  EXPECT_GT(result.runs.at(0).followed.motion.startsPerSecond, 0);
+}
+
 TEST(JobTest, AHeadThatTurnsItsOwnPictureIsRefused) {
   try {
     runJob(sceneOptions("mechanical", 20));
