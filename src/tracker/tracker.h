@@ -159,8 +159,8 @@ class Tracker : public Thread, private Steering {
   Installation installation;
   bool isPredictive = false;                      // the way that is chosen
   bool isHeadKnown = false;                       // and what it needs to know of the head
-  bool isHeadDoubted = false;      // it has turned out wrong
-  std::int64_t lastDoubt = 0;      // when it did; 0 never
+  bool isHeadDoubted = false;                     // it has turned out wrong
+  std::int64_t lastDoubt = 0;                     // when it did; 0 never
   std::optional<std::string> identificationMark;  // asks for another identification when it changes
   std::int64_t lastQuestion = 0;                  // for these two
   HeadOptics optics;
