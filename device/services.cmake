@@ -2,14 +2,13 @@
 # loop.
 add_library(device_offers STATIC
   services/application_monitor.cpp
-  services/event_keys.cpp
   services/event_table.cpp
   services/frame_encoding.cpp
   services/frame_handshake.cpp
   services/head_drive.cpp
   services/head_requests.cpp
   services/parameter_store.cpp)
-target_link_libraries(device_offers PUBLIC device_core PkgConfig::GLIB
+target_link_libraries(device_offers PUBLIC device_core base PkgConfig::GLIB
                                     PRIVATE sentrel_options scene_encoder)
 
 # The device's services on the bus and its sockets, and the process that offers them.
@@ -48,7 +47,7 @@ add_library(device_services STATIC
   web_server/digest_login.cpp
   web_server/event_json.cpp
   web_server/event_stream.cpp
-  web_server/json_ptr.cpp
+  web_server/json_values.cpp
   web_server/lingering_refusal.cpp
   web_server/live_json.cpp
   web_server/mqtt_publisher.cpp

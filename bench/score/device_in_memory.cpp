@@ -102,7 +102,7 @@ std::optional<ptztolva_status> DeviceInMemory::status(int channel) {
 }
 
 std::uint32_t DeviceInMemory::declareEvent(GVariant* keys, bool isStateless, std::int64_t time) {
-  auto read = device::eventKeysFromVariant(keys);
+  auto read = eventKeysFromVariant(keys, StrangeValue::refuse);
   std::uint32_t id = 0;
   const bool isDeclared = read && events.declare(APPLICATION, std::move(*read), isStateless, time,
                                                  &id) == device::EventStatus_e::ok;
@@ -110,7 +110,7 @@ std::uint32_t DeviceInMemory::declareEvent(GVariant* keys, bool isStateless, std
 }
 
 bool DeviceInMemory::sendEvent(std::uint32_t id, GVariant* keys, std::int64_t time) {
-  const auto read = device::eventKeysFromVariant(keys);
+  const auto read = eventKeysFromVariant(keys, StrangeValue::refuse);
   device::Event sent;
   if (!read || events.send(APPLICATION, id, *read, time, &sent) != device::EventStatus_e::ok) {
     return false;

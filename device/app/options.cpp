@@ -6,7 +6,7 @@
 #include <cmath>
 #include <utility>
 
-#include "services/glib_ptr.h"
+#include "base/glib_ptr.h"
 #include "world/scenes.h"
 
 namespace device {

@@ -10,15 +10,11 @@
 #include <numeric>
 #include <utility>
 
+#include "base/json_auto_ptr.h"
 #include "model/section.h"
 
 namespace device {
 namespace {
-
-struct JsonDeleter {
-  void operator()(json_t* json) const { json_decref(json); }
-};
-using Json = std::unique_ptr<json_t, JsonDeleter>;
 
 constexpr int MOST_BASES = 8;  // bases of bases; more are a circle
 constexpr int MOST_CHANNELS = 16;
@@ -29,9 +25,9 @@ std::string decimals(double value, int count) {
   return buffer.data();
 }
 
-Json readFile(const std::filesystem::path& file) {
+JsonAutoPtr readFile(const std::filesystem::path& file) {
   json_error_t error;
-  Json json(json_load_file(file.c_str(), JSON_REJECT_DUPLICATES, &error));
+  JsonAutoPtr json(json_load_file(file.c_str(), JSON_REJECT_DUPLICATES, &error));
   if (!json) {
     const std::string line = error.line < 0 ? "" : "line " + std::to_string(error.line) + ": ";
     throw ModelError(file.string() + ": " + line + error.text);
@@ -43,8 +39,8 @@ Json readFile(const std::filesystem::path& file) {
 }
 
 // The file laid over its bases.
-Json readWithBases(const std::filesystem::path& file, int depth = 0) {
-  Json own = readFile(file);
+JsonAutoPtr readWithBases(const std::filesystem::path& file, int depth = 0) {
+  JsonAutoPtr own = readFile(file);
   const json_t* base = json_object_get(own.get(), "base");
   if (!base) {
     return own;
@@ -56,7 +52,7 @@ Json readWithBases(const std::filesystem::path& file, int depth = 0) {
     throw ModelError(file.string() + ": base: too many bases, or bases in a circle");
   }
   const std::string name = json_string_value(base);
-  Json whole = readWithBases(file.parent_path() / (name + ".json"), depth + 1);
+  JsonAutoPtr whole = readWithBases(file.parent_path() / (name + ".json"), depth + 1);
   if (json_object_update_recursive(whole.get(), own.get()) != 0) {
     throw ModelError(file.string() + ": base: cannot be combined with '" + name + "'");
   }
@@ -393,7 +389,7 @@ bool Model::isMechanical() const {
 }
 
 Model loadModel(const std::filesystem::path& file) {
-  const Json json = readWithBases(file);
+  const JsonAutoPtr json = readWithBases(file);
   Model model = readModel(Section(json.get(), file.string()));
   model.name = file.stem().string();
   return model;

@@ -10,15 +10,10 @@
 #include <sstream>
 #include <system_error>
 
+#include "base/glib_ptr.h"
+
 namespace device {
 namespace {
-
-struct GErrorDeleter {
-  void operator()(GError* error) const { g_error_free(error); }
-};
-struct GFreeDeleter {
-  void operator()(void* memory) const { g_free(memory); }
-};
 
 constexpr const char* SVG_TERMINAL = "set terminal svg size 1200,1100 background 'white'";
 constexpr const char* PNG_TERMINAL = "set terminal pngcairo size 1200,1100";
@@ -111,8 +106,8 @@ std::string runGnuplot(const std::string& script) {
       g_spawn_sync(nullptr, arguments, nullptr,
                    static_cast<GSpawnFlags>(G_SPAWN_SEARCH_PATH | G_SPAWN_STDOUT_TO_DEV_NULL),
                    nullptr, nullptr, nullptr, &complaint, &status, &error);
-  const std::unique_ptr<char, GFreeDeleter> ownedComplaint(complaint);
-  const std::unique_ptr<GError, GErrorDeleter> ownedError(error);
+  const GTextPtr ownedComplaint(complaint);
+  const GErrorPtr ownedError(error);
   if (!ran) {
     return std::string("gnuplot cannot be run (package gnuplot-nox): ") + error->message;
   }

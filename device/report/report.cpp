@@ -1,13 +1,14 @@
 #include "report/report.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <fstream>
 #include <memory>
 #include <sstream>
 #include <stdexcept>
 #include <utility>
 
+#include "base/allocated.h"
+#include "base/json_auto_ptr.h"
 #include "report/plot.h"
 #include "report/samples_csv.h"
 #include "report/score_json.h"
@@ -16,10 +17,6 @@
 
 namespace device {
 namespace {
-
-struct FreeDeleter {
-  void operator()(char* text) const { std::free(text); }
-};
 
 json_t* poseJson(const HeadPose& pose) {
   json_t* object = json_object();
@@ -170,7 +167,7 @@ std::string Report::toJson() const {
 }
 
 std::string Report::toJson(const Judgement& judgement) const {
-  const std::unique_ptr<json_t, JsonDeleter> json(json_object());
+  const JsonAutoPtr json(json_object());
   const auto set = [&](const char* key, json_t* value) {
     json_object_set_new(json.get(), key, value);
   };
@@ -196,7 +193,7 @@ std::string Report::toJson(const Judgement& judgement) const {
   json_object_set_new(baselines, "bound", scoreJson(judgement.bound));
   set("baselines", baselines);
   set("people", peopleJson(judgement.score));
-  const std::unique_ptr<char, FreeDeleter> text(
+  const Allocated<char> text(
       json_dumps(json.get(), JSON_INDENT(2) | JSON_PRESERVE_ORDER | JSON_REAL_PRECISION(9)));
   return std::string(text.get()) + "\n";
 }

@@ -11,10 +11,6 @@
 
 namespace device {
 
-struct JsonDeleter {
-  void operator()(json_t* json) const { json_decref(json); }
-};
-
 // A text, also one that is not UTF-8.
 json_t* jsonOf(const std::string& text);
 json_t* jsonOf(double value);

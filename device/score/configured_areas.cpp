@@ -9,13 +9,10 @@
 #include <string_view>
 #include <utility>
 
+#include "base/json_auto_ptr.h"
+
 namespace device {
 namespace {
-
-struct JsonDeleter {
-  void operator()(json_t* json) const { json_decref(json); }
-};
-using Json = std::unique_ptr<json_t, JsonDeleter>;
 
 [[noreturn]] void fail(const std::string& reason) {
   throw std::runtime_error("The configuration cannot be used: " + reason);
@@ -95,7 +92,7 @@ bool isInside(const std::vector<PicturePoint>& polygon, const PicturePoint& poin
 
 ConfiguredAreas::ConfiguredAreas(const std::string& answer,
                                  std::span<const OverviewCamera> cameras) {
-  const Json json(json_loads(answer.c_str(), JSON_REJECT_DUPLICATES, nullptr));
+  const JsonAutoPtr json(json_loads(answer.c_str(), JSON_REJECT_DUPLICATES, nullptr));
   const json_t* content = contentOf(json.get());
   if (content == nullptr) {
     fail("it has no profiles");

@@ -17,7 +17,7 @@ constexpr int TIMEOUT_MS = 5000;
 
 GObjectPtr<GDBusConnection> connectToSystemBus() {
   ErrorSlot error;
-  const GCharPtr address(g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SYSTEM, nullptr, error.out()));
+  const GTextPtr address(g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SYSTEM, nullptr, error.out()));
   if (!address) {
     throw std::runtime_error("No system bus: " + error.message());
   }

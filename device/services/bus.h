@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "services/glib_ptr.h"
+#include "base/glib_ptr.h"
 
 namespace device {
 

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "services/glib_ptr.h"
+#include "base/glib_ptr.h"
 
 namespace device {
 

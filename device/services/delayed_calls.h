@@ -7,8 +7,8 @@
 #include <functional>
 #include <list>
 
+#include "base/glib_ptr.h"
 #include "head/call_delay.h"
-#include "services/glib_ptr.h"
 
 namespace device {
 

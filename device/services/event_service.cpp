@@ -18,7 +18,7 @@ struct EventService::Handlers {
   static gboolean declare(BusEventService* skeleton, GDBusMethodInvocation* invocation,
                           GVariant* variant, gboolean stateless, gpointer self) {
     auto* service = static_cast<EventService*>(self);
-    auto keys = eventKeysFromVariant(variant);
+    auto keys = eventKeysFromVariant(variant, StrangeValue::refuse);
     if (!keys) {
       return refuse(invocation, "A value has an unknown type");
     }
@@ -35,7 +35,7 @@ struct EventService::Handlers {
   static gboolean send(BusEventService* skeleton, GDBusMethodInvocation* invocation, guint32 id,
                        GVariant* variant, gint64 time, gpointer self) {
     auto* service = static_cast<EventService*>(self);
-    const auto keys = eventKeysFromVariant(variant);
+    const auto keys = eventKeysFromVariant(variant, StrangeValue::refuse);
     if (!keys) {
       return refuse(invocation, "A value has an unknown type");
     }

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "services/event_keys.h"
+#include "base/event_keys.h"
 
 namespace device {
 

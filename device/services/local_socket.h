@@ -6,7 +6,7 @@
 #include <functional>
 #include <string>
 
-#include "services/glib_ptr.h"
+#include "base/glib_ptr.h"
 
 namespace device {
 

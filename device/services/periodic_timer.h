@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <functional>
 
-#include "services/glib_ptr.h"
+#include "base/glib_ptr.h"
 
 namespace device {
 

@@ -14,25 +14,25 @@ constexpr char NAME[] = "com.orva.PTZService";
 constexpr char PATH[] = "/com/orva/PTZService";
 
 EventKeys topics(const char* event) {
-  return {{"topic0", "tns1", "PTZController", 0, "", "", ""},
-          {"topic1", "tnsorva", event, 0, "", "", ""},
-          {"channel", "", static_cast<std::int32_t>(HEAD_CHANNEL), MARK_SOURCE, "", "", ""}};
+  return {{"topic0", "tns1", "PTZController", false, false, "", "", ""},
+          {"topic1", "tnsorva", event, false, false, "", "", ""},
+          {"channel", "", static_cast<std::int32_t>(HEAD_CHANNEL), true, false, "", "", ""}};
 }
 
 EventKey change(const char* name, EventValue value) {
-  return {name, "", std::move(value), 0, "", "", ""};
+  return {name, "", std::move(value), false, false, "", "", ""};
 }
 
 EventKeys presetKeys() {
   EventKeys keys = topics("PTZPresets");
-  keys.push_back({"PresetToken", "", -1, MARK_SOURCE, "", "", ""});
-  keys.push_back({"on_preset", "", false, MARK_DATA, "", "", ""});
+  keys.push_back({"PresetToken", "", -1, true, false, "", "", ""});
+  keys.push_back({"on_preset", "", false, false, true, "", "", ""});
   return keys;
 }
 
 EventKeys moveKeys() {
   EventKeys keys = topics("Move");
-  keys.push_back({"is_moving", "", false, MARK_DATA, "", "", ""});
+  keys.push_back({"is_moving", "", false, false, true, "", "", ""});
   return keys;
 }
 

@@ -13,7 +13,7 @@
 #include <string_view>
 #include <vector>
 
-#include "services/glib_ptr.h"
+#include "base/glib_ptr.h"
 
 namespace device {
 

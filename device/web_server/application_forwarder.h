@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "services/glib_ptr.h"
+#include "base/glib_ptr.h"
 #include "web_server/application_answer.h"
 #include "web_server/application_request.h"
 

@@ -49,7 +49,7 @@ std::optional<std::string> DigestLogin::challengeFor(SoupServerMessage* message)
 }
 
 bool DigestLogin::isUsers(SoupServerMessage* message) const {
-  return GCharPtr(soup_auth_domain_accepts(domain.get(), message)) != nullptr;
+  return GTextPtr(soup_auth_domain_accepts(domain.get(), message)) != nullptr;
 }
 
 bool DigestLogin::isFirst(SoupServerMessage* message) {

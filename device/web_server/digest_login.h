@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 
-#include "services/glib_ptr.h"
+#include "base/glib_ptr.h"
 #include "web_server/nonce_book.h"
 #include "web_server/web_options.h"
 

@@ -7,7 +7,7 @@
 #include <ctime>
 #include <string_view>
 
-#include "web_server/json_ptr.h"
+#include "web_server/json_values.h"
 
 namespace device {
 
@@ -34,11 +34,11 @@ bool isTopic(const EventKey& key) {
 }
 
 bool isSource(const EventKey& key) {
-  return (key.marks & MARK_SOURCE) != 0 && !isTopic(key);
+  return key.isSource && !isTopic(key);
 }
 
 bool isData(const EventKey& key) {
-  return !isTopic(key) && ((key.marks & MARK_DATA) != 0 || (key.marks & MARK_SOURCE) == 0);
+  return !isTopic(key) && (key.isData || !key.isSource);
 }
 
 json_t* jsonOf(const EventKeys& keys, bool (*isWanted)(const EventKey&)) {
@@ -90,7 +90,7 @@ void appendLevel(const EventKey& key, std::string* topic) {
 }  // namespace
 
 std::string eventJson(const Event& event) {
-  const JsonPtr json(json_object());
+  const JsonAutoPtr json(json_object());
   json_object_set_new(json.get(), "id", json_integer(event.id));
   json_object_set_new(json.get(), "topics", jsonOf(event.keys, isTopic));
   json_object_set_new(json.get(), "data", jsonOf(event.keys, isData));
@@ -98,14 +98,14 @@ std::string eventJson(const Event& event) {
   json_object_set_new(json.get(), "stateful", json_boolean(!event.stateless));
   json_object_set_new(json.get(), "time", jsonText(isoTime(event.time)));
   json_object_set_new(json.get(), "nice", jsonText(niceName(event.keys)));
-  return toText(json.get());
+  return lineOf(json.get());
 }
 
 std::string undeclaredJson(const Event& event) {
-  const JsonPtr json(json_object());
+  const JsonAutoPtr json(json_object());
   json_object_set_new(json.get(), "id", json_integer(event.id));
   json_object_set_new(json.get(), "topics", jsonOf(event.keys, isTopic));
-  return toText(json.get());
+  return lineOf(json.get());
 }
 
 std::string isoTime(std::int64_t time) {

@@ -10,7 +10,7 @@
 #include <optional>
 #include <string>
 
-#include "services/glib_ptr.h"
+#include "base/glib_ptr.h"
 #include "services/periodic_timer.h"
 #include "services/stream_client.h"
 

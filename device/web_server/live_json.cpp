@@ -3,7 +3,7 @@
 #include <cmath>
 #include <cstdlib>
 
-#include "web_server/json_ptr.h"
+#include "web_server/json_values.h"
 
 namespace device {
 
@@ -12,7 +12,7 @@ namespace {
 constexpr double UNIT = 4096;  // of a scene's coordinates and confidences
 
 std::string textOf(json_t* json) {
-  return toText(JsonPtr(json).get());
+  return lineOf(JsonAutoPtr(json).get());
 }
 
 std::string parameter(const std::map<std::string, std::string>& parameters,

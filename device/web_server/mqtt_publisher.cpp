@@ -74,15 +74,15 @@ MqttPublisher::MqttPublisher(BrokerAddress broker, std::chrono::milliseconds rec
 
 MqttPublisher::~MqttPublisher() {
   {
-    const std::lock_guard lock(mutex);
+    const LockGuard lock(mutex);
     stopping = true;
   }
-  changed.notify_all();
+  changed.notifyAll();
   thread.join();
 }
 
 void MqttPublisher::retain(const std::string& topic, const std::string& payload) {
-  const std::lock_guard lock(mutex);
+  const LockGuard lock(mutex);
   retained[topic] = payload;
   cleared.erase(topic);
   if (connected != nullptr) {
@@ -91,7 +91,7 @@ void MqttPublisher::retain(const std::string& topic, const std::string& payload)
 }
 
 void MqttPublisher::clear(const std::string& topic) {
-  const std::lock_guard lock(mutex);
+  const LockGuard lock(mutex);
   if (retained.erase(topic) == 0) {
     return;
   }
@@ -102,22 +102,29 @@ void MqttPublisher::clear(const std::string& topic) {
 }
 
 void MqttPublisher::publish(const std::string& topic, const std::string& payload) {
-  const std::lock_guard lock(mutex);
+  const LockGuard lock(mutex);
   if (connected != nullptr) {
     send(connected, topic, payload, 0, false);
   }
 }
 
 std::vector<std::string> MqttPublisher::takeNews() {
-  const std::lock_guard lock(mutex);
+  const LockGuard lock(mutex);
   return std::exchange(news, {});
 }
 
 void MqttPublisher::run() {
   while (!isStopping()) {
     connectOnce();
-    std::unique_lock lock(mutex);
-    changed.wait_for(lock, reconnect, [this] { return stopping; });
+    pause();
+  }
+}
+
+void MqttPublisher::pause() {
+  const Clock::time_point end = Clock::now() + reconnect;
+  const LockGuard lock(mutex);
+  for (auto now = Clock::now(); !stopping && now < end; now = Clock::now()) {
+    changed.waitFor(mutex, std::chrono::ceil<std::chrono::milliseconds>(end - now));
   }
 }
 
@@ -134,7 +141,7 @@ void MqttPublisher::connectOnce() {
     return tell(mosquitto_strerror(result));
   }
   serve(&connection);
-  const std::lock_guard lock(mutex);
+  const LockGuard lock(mutex);
   connected = nullptr;
 }
 
@@ -165,7 +172,7 @@ void MqttPublisher::serve(Connection* connection) {
 // From here on every change is sent as it comes; the lock keeps the order.
 void MqttPublisher::announce(Connection* connection) {
   tell("connected");
-  const std::lock_guard lock(mutex);
+  const LockGuard lock(mutex);
   mosquitto* client = connection->client.get();
   for (const std::string& topic : cleared) {
     send(client, topic, "", ONCE, true);
@@ -182,7 +189,7 @@ void MqttPublisher::leave(Connection* connection) {
   mosquitto* client = connection->client.get();
   int last = 0;
   {
-    const std::lock_guard lock(mutex);
+    const LockGuard lock(mutex);
     connected = nullptr;
     for (const auto& [topic, payload] : retained) {
       send(client, topic, "", ONCE, true);
@@ -198,7 +205,7 @@ void MqttPublisher::leave(Connection* connection) {
 }
 
 bool MqttPublisher::isStopping() {
-  const std::lock_guard lock(mutex);
+  const LockGuard lock(mutex);
   return stopping;
 }
 
@@ -206,7 +213,7 @@ bool MqttPublisher::isStopping() {
 void MqttPublisher::tell(const std::string& what) {
   const std::string text =
       "MQTT broker " + broker.host + " port " + std::to_string(broker.port) + ": " + what;
-  const std::lock_guard lock(mutex);
+  const LockGuard lock(mutex);
   if (text == lastNews) {
     return;
   }

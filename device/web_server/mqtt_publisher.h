@@ -2,14 +2,13 @@
 #define DEVICE_WEB_SERVER_MQTT_PUBLISHER_H
 
 #include <chrono>
-#include <condition_variable>
 #include <map>
-#include <mutex>
 #include <set>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "base/mutex.h"
 #include "web_server/web_options.h"
 
 struct mosquitto;
@@ -52,25 +51,28 @@ class MqttPublisher {
   void run();
   void connectOnce();
   void serve(Connection* connection);
-  void announce(Connection* connection);
-  void leave(Connection* connection);
-  bool isStopping();
-  void tell(const std::string& what);
+  void announce(Connection* connection) EXCLUDES(mutex);
+  void leave(Connection* connection) EXCLUDES(mutex);
+  bool isStopping() EXCLUDES(mutex);
+  void pause() EXCLUDES(mutex);
+  void tell(const std::string& what) EXCLUDES(mutex);
 
   const BrokerAddress broker;
   const std::chrono::milliseconds reconnect;
   const std::chrono::milliseconds patience;
 
-  std::mutex mutex;  // guards what follows
-  std::condition_variable changed;
-  bool stopping = false;
-  mosquitto* connected = nullptr;  // set while the broker has answered and is there
-  std::map<std::string, std::string> retained;
+  Mutex mutex;
+  Condition changed;
+  bool stopping GUARDED_BY(mutex) = false;
+
+  // Set while the broker has answered and is there.
+  mosquitto* connected GUARDED_BY(mutex) = nullptr;
+  std::map<std::string, std::string> retained GUARDED_BY(mutex);
   // Cleared and not retained since. They are cleared again with each new connection, as the old one
   // may have been dead already when they were.
-  std::set<std::string> cleared;
-  std::vector<std::string> news;
-  std::string lastNews;
+  std::set<std::string> cleared GUARDED_BY(mutex);
+  std::vector<std::string> news GUARDED_BY(mutex);
+  std::string lastNews GUARDED_BY(mutex);
 
   std::thread thread;
 };

@@ -8,7 +8,7 @@
 #include <random>
 #include <utility>
 
-#include "services/glib_ptr.h"
+#include "base/glib_ptr.h"
 
 namespace device {
 
@@ -65,7 +65,7 @@ bool NonceBook::use(const std::string& nonce, std::uint32_t count) {
 }
 
 std::string NonceBook::sealOf(const std::string& stamp) const {
-  const GCharPtr seal(
+  const GTextPtr seal(
       g_compute_hmac_for_string(G_CHECKSUM_SHA256, reinterpret_cast<const guchar*>(secret.data()),
                                 secret.size(), stamp.data(), static_cast<gssize>(stamp.size())));
   return std::string(seal.get()).substr(0, SEAL_LENGTH);

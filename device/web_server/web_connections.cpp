@@ -21,7 +21,7 @@ struct WebConnections::Connection {
 namespace {
 
 std::string textOf(GSocketAddress* remote) {
-  const GCharPtr text(
+  const GTextPtr text(
       g_inet_address_to_string(g_inet_socket_address_get_address(G_INET_SOCKET_ADDRESS(remote))));
   return text.get();
 }

@@ -9,7 +9,7 @@
 #include <list>
 #include <string>
 
-#include "services/glib_ptr.h"
+#include "base/glib_ptr.h"
 
 namespace device {
 

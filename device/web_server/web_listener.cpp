@@ -74,7 +74,7 @@ bool WebListener::acceptOne() {
     accept(std::move(client));
     return true;
   }
-  if (!error.is(G_IO_ERROR, G_IO_ERROR_WOULD_BLOCK)) {
+  if (!g_error_matches(error.get(), G_IO_ERROR, G_IO_ERROR_WOULD_BLOCK)) {
     shortage();
     standBack();
   }

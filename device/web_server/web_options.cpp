@@ -6,7 +6,7 @@
 #include <limits>
 #include <string_view>
 
-#include "services/glib_ptr.h"
+#include "base/glib_ptr.h"
 
 namespace device {
 
@@ -27,7 +27,7 @@ std::string readAddress(const char* text) {
   if (!address) {
     throw WebOptionError(std::string("--listen is an IP address, not ") + text);
   }
-  const GCharPtr normal(g_inet_address_to_string(address.get()));
+  const GTextPtr normal(g_inet_address_to_string(address.get()));
   return normal.get();
 }
 

@@ -9,7 +9,7 @@
 #include <utility>
 
 #include "ovhttp/wire.h"
-#include "web_server/json_ptr.h"
+#include "web_server/json_values.h"
 
 namespace device {
 
@@ -35,9 +35,9 @@ constexpr std::array<Header, 5> HEADERS = {
      {"X-Content-Type-Options", "nosniff"}}};
 
 std::string errorJson(const std::string& message) {
-  const JsonPtr json(
+  const JsonAutoPtr json(
       json_pack("{s:{s:s,s:s}}", "error", "code", "HTTP", "message", message.c_str()));
-  return toText(json.get());
+  return lineOf(json.get());
 }
 
 // A response for a connection that is no longer the server's.
@@ -268,7 +268,7 @@ void WebServer::forward(SoupServerMessage* message, const std::string& path, GHa
   }
   soup_server_message_pause(message);
   const std::shared_ptr<SoupServerMessage> held(
-      static_cast<SoupServerMessage*>(g_object_ref(message)), GObjectDeleter());
+      static_cast<SoupServerMessage*>(g_object_ref(message)), g_object_unref);
   forwarder.forward(
       std::move(*bytes),
       [this, held, body = request.body](ForwardResult_e result, const ApplicationAnswer* answer) {

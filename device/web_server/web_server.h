@@ -13,7 +13,7 @@
 #include <optional>
 #include <string>
 
-#include "services/glib_ptr.h"
+#include "base/glib_ptr.h"
 #include "web_server/application_forwarder.h"
 #include "web_server/digest_login.h"
 #include "web_server/event_stream.h"

@@ -8,7 +8,7 @@ namespace device {
 namespace {
 
 EventKey key(const std::string& name, EventValue value) {
-  return {name, "tnsorva", std::move(value), 0, "", "", ""};
+  return {name, "tnsorva", std::move(value), false, false, "", "", ""};
 }
 
 class ApplicationMonitorTest : public testing::Test {

@@ -4,7 +4,7 @@
 
 #include <iterator>
 
-#include "temporary_folder.h"
+#include "support/temporary_folder.h"
 
 namespace device {
 namespace {

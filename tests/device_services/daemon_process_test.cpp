@@ -6,7 +6,7 @@
 #include <optional>
 
 #include "private_bus.h"
-#include "temporary_folder.h"
+#include "support/temporary_folder.h"
 
 namespace device {
 namespace {

@@ -16,12 +16,12 @@ class EventServiceTest : public testing::Test {
   }
 
   static GVariant* keys(std::optional<EventValue> value) {
-    return toVariant({{"topic0", "tns1", "Test", 0, "", "", "Test"},
-                      {"active", "", std::move(value), MARK_DATA, "tag", "", ""}});
+    return toVariant({{"topic0", "tns1", "Test", false, false, "", "", "Test"},
+                      {"active", "", std::move(value), false, true, "tag", "", ""}});
   }
 
   static GVariant* change(EventValue value) {
-    return toVariant({{"active", "", std::move(value), 0, "", "", ""}});
+    return toVariant({{"active", "", std::move(value), false, false, "", "", ""}});
   }
 
   static std::uint32_t declare(BusClient& client, bool stateless = false) {
@@ -142,10 +142,10 @@ TEST_F(EventServiceTest, ClientThatUndeclaredEverythingMayDeclareAgainAndLeave) 
 }
 
 TEST_F(EventServiceTest, DeviceDeclaresAndSendsItself) {
-  const auto id = service.declare({{"is_moving", "", false, MARK_DATA, "", "", ""}}, false);
-  EXPECT_TRUE(service.send(id, {{"is_moving", "", true, 0, "", "", ""}}));
+  const auto id = service.declare({{"is_moving", "", false, false, true, "", "", ""}}, false);
+  EXPECT_TRUE(service.send(id, {{"is_moving", "", true, false, false, "", "", ""}}));
   EXPECT_TRUE(iterateUntil([&] { return watcher->count("Sent") == 1; }));
-  EXPECT_FALSE(service.send(id, {{"other", "", true, 0, "", "", ""}}));
+  EXPECT_FALSE(service.send(id, {{"other", "", true, false, false, "", "", ""}}));
   EXPECT_EQ(INVALID_ARGS, send(*client, id, true).error);
 }
 
@@ -165,20 +165,21 @@ TEST_F(EventServiceTest, SecondServiceOnTheSameBusIsRefused) {
 }
 
 TEST(EventKeysTest, EveryTypeOfValueSurvivesTheBus) {
-  const EventKeys keys = {{"i", "a", std::int32_t{-5}, 1, "", "n", ""},
-                          {"b", "", true, 2, "t", "", "v"},
-                          {"d", "", 0.25, 3, "", "", ""},
-                          {"s", "", "text", 0, "", "", ""},
-                          {"none", "", std::nullopt, 0, "", "", ""}};
+  const EventKeys keys = {{"i", "a", std::int32_t{-5}, true, false, "", "n", ""},
+                          {"b", "", true, false, true, "t", "", "v"},
+                          {"d", "", 0.25, true, true, "", "", ""},
+                          {"s", "", "text", false, false, "", "", ""},
+                          {"none", "", std::nullopt, false, false, "", "", ""}};
   const GVariantPtr variant(g_variant_ref_sink(toVariant(keys)));
-  const auto back = eventKeysFromVariant(variant.get());
+  const auto back = eventKeysFromVariant(variant.get(), StrangeValue::refuse);
   ASSERT_TRUE(back);
   ASSERT_EQ(keys.size(), back->size());
   for (std::size_t i = 0; i < keys.size(); ++i) {
     EXPECT_EQ(keys[i].name, (*back)[i].name);
     EXPECT_EQ(keys[i].nameSpace, (*back)[i].nameSpace);
     EXPECT_EQ(keys[i].value, (*back)[i].value);
-    EXPECT_EQ(keys[i].marks, (*back)[i].marks);
+    EXPECT_EQ(keys[i].isSource, (*back)[i].isSource);
+    EXPECT_EQ(keys[i].isData, (*back)[i].isData);
     EXPECT_EQ(keys[i].userTag, (*back)[i].userTag);
     EXPECT_EQ(keys[i].niceName, (*back)[i].niceName);
     EXPECT_EQ(keys[i].valueNiceName, (*back)[i].valueNiceName);

@@ -7,7 +7,7 @@ namespace {
 
 EventKey key(const std::string& name, std::optional<EventValue> value,
              const std::string& nameSpace = "") {
-  return {name, nameSpace, std::move(value), 0, "", "", ""};
+  return {name, nameSpace, std::move(value), false, false, "", "", ""};
 }
 
 class EventTableTest : public testing::Test {

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "socket_client.h"
-#include "temporary_folder.h"
+#include "support/temporary_folder.h"
 
 namespace device {
 namespace {

@@ -11,9 +11,9 @@
 #include <string>
 #include <vector>
 
+#include "base/glib_ptr.h"
 #include "fakes/dbus_daemon.h"
 #include "services/bus.h"
-#include "services/glib_ptr.h"
 
 namespace device {
 
@@ -96,7 +96,7 @@ class BusClient {
       call->reply.value.reset(
           g_dbus_connection_call_finish(G_DBUS_CONNECTION(source), result, &error));
       if (error != nullptr) {
-        const GCharPtr name(g_dbus_error_get_remote_error(error));
+        const GTextPtr name(g_dbus_error_get_remote_error(error));
         call->reply.error = name ? name.get() : error->message;
         g_error_free(error);
       }

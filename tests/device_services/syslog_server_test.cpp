@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "private_bus.h"
-#include "temporary_folder.h"
+#include "support/temporary_folder.h"
 
 namespace device {
 namespace {

@@ -12,7 +12,7 @@
 
 #include "private_bus.h"
 #include "socket_client.h"
-#include "temporary_folder.h"
+#include "support/temporary_folder.h"
 
 namespace device {
 namespace {

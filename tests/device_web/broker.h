@@ -20,7 +20,7 @@
 #include <string>
 #include <vector>
 
-#include "device_services/temporary_folder.h"
+#include "support/temporary_folder.h"
 
 namespace device {
 

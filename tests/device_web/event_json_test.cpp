@@ -6,11 +6,15 @@ namespace device {
 namespace {
 
 EventKey topic(const std::string& name, const std::string& value, const std::string& nice = "") {
-  return {name, "tns", value, 0, "", "", nice};
+  return {name, "tns", value, false, false, "", "", nice};
 }
 
-EventKey key(const std::string& name, EventValue value, std::uint32_t marks) {
-  return {name, "", std::move(value), marks, "", "", ""};
+EventKey dataKey(const std::string& name, EventValue value) {
+  return {.name = name, .value = std::move(value), .isData = true};
+}
+
+EventKey sourceKey(const std::string& name, EventValue value) {
+  return {.name = name, .value = std::move(value), .isSource = true};
 }
 
 Event event(EventKeys keys, bool stateless = false) {
@@ -26,14 +30,14 @@ TEST(EventJsonTest, TopicsDataSourceAndTimeAreTold) {
   EXPECT_EQ(R"({"id":7,"topics":{"topic0":"A","topic1":"B","topic2":"C"},)"
             R"("data":{"active":true,"count":-3,"level":0.5,"text":"x\"y"},"source":{"Source":2},)"
             R"("stateful":true,"time":"2026-01-01T12:00:00.123Z","nice":"of C"})",
-            eventJson(event(
-                {topic("topic0", "A"), topic("topic1", "B", "of B"), topic("topic2", "C", "of C"),
-                 key("active", true, MARK_DATA), key("count", -3, MARK_DATA), key("level", 0.5, 0),
-                 key("text", std::string("x\"y"), MARK_DATA), key("Source", 2, MARK_SOURCE)})));
+            eventJson(event({topic("topic0", "A"), topic("topic1", "B", "of B"),
+                             topic("topic2", "C", "of C"), dataKey("active", true),
+                             dataKey("count", -3), EventKey{.name = "level", .value = 0.5},
+                             dataKey("text", std::string("x\"y")), sourceKey("Source", 2)})));
 }
 
 TEST(EventJsonTest, MissingTopicsAndValuesAreNoFault) {
-  EventKey empty = key("value", 0, MARK_DATA);
+  EventKey empty = dataKey("value", 0);
   empty.value.reset();
   EXPECT_EQ(R"({"id":7,"topics":{"topic0":"A","topic1":"B"},"data":{"value":null},"source":{},)"
             R"("stateful":false,"time":"2026-01-01T12:00:00.123Z","nice":"of B"})",
@@ -41,13 +45,14 @@ TEST(EventJsonTest, MissingTopicsAndValuesAreNoFault) {
 }
 
 TEST(EventJsonTest, KeyMarkedAsBothIsInBoth) {
-  const std::string json = eventJson(event({key("a", 1, MARK_SOURCE | MARK_DATA)}));
+  const std::string json =
+      eventJson(event({{.name = "a", .value = 1, .isSource = true, .isData = true}}));
   EXPECT_NE(std::string::npos, json.find(R"("data":{"a":1},"source":{"a":1})"));
 }
 
 TEST(EventJsonTest, UndeclaredEventIsNamedByItsTopics) {
   EXPECT_EQ(R"({"id":7,"topics":{"topic0":"A"}})",
-            undeclaredJson(event({topic("topic0", "A"), key("active", true, MARK_DATA)})));
+            undeclaredJson(event({topic("topic0", "A"), dataKey("active", true)})));
 }
 
 TEST(EventJsonTest, TimesAreOfUtcAndCutToMilliseconds) {
@@ -58,10 +63,11 @@ TEST(EventJsonTest, TimesAreOfUtcAndCutToMilliseconds) {
 
 TEST(EventJsonTest, BrokersTopicHasALevelForEachTopicAndSource) {
   EXPECT_EQ("A/B/C", brokerTopic(event({topic("topic2", "C"), topic("topic0", "A"),
-                                        topic("topic1", "B"), key("active", true, MARK_DATA)})));
+                                        topic("topic1", "B"), dataKey("active", true)})));
   EXPECT_EQ("A/C", brokerTopic(event({topic("topic0", "A"), topic("topic2", "C")})));
-  EXPECT_EQ("A/B/3", brokerTopic(event({topic("topic0", "A"), topic("topic1", "B"),
-                                        key("Source", 3, MARK_SOURCE)})));
+  EXPECT_EQ(
+      "A/B/3",
+      brokerTopic(event({topic("topic0", "A"), topic("topic1", "B"), sourceKey("Source", 3)})));
   EXPECT_EQ("_/a_b_c", brokerTopic(event({topic("topic0", "#"), topic("topic1", "a/b+c")})));
 }
 

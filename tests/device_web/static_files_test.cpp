@@ -4,7 +4,7 @@
 
 #include <fstream>
 
-#include "device_services/temporary_folder.h"
+#include "support/temporary_folder.h"
 
 namespace device {
 namespace {

@@ -12,8 +12,8 @@
 #include <vector>
 
 #include "device_services/private_bus.h"
-#include "device_services/temporary_folder.h"
 #include "services/local_socket.h"
+#include "support/temporary_folder.h"
 #include "web_client.h"
 #include "web_server/web_server.h"
 

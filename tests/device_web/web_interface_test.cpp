@@ -13,9 +13,9 @@
 #include "app/options.h"
 #include "broker.h"
 #include "device_services/private_bus.h"
-#include "device_services/temporary_folder.h"
+#include "support/temporary_folder.h"
 #include "web_client.h"
-#include "web_server/json_ptr.h"
+#include "web_server/json_values.h"
 
 namespace device {
 namespace {
@@ -27,7 +27,7 @@ constexpr char MESSAGE[] = "event: ";
 
 struct Message {
   std::string type;
-  JsonPtr data;
+  JsonAutoPtr data;
 
   json_t* at(const char* key) const { return json_object_get(data.get(), key); }
   std::string text(const char* key) const { return json_string_value(at(key)); }
@@ -39,14 +39,14 @@ Message parse(const std::string& text) {
   EXPECT_THAT(text, StartsWith(MESSAGE));
   if (data == std::string::npos) return {};
   return {text.substr(sizeof(MESSAGE) - 1, data - sizeof(MESSAGE) + 1),
-          JsonPtr(json_loads(text.c_str() + data + 7, 0, nullptr))};
+          JsonAutoPtr(json_loads(text.c_str() + data + 7, 0, nullptr))};
 }
 
 EventKeys stateKeys(const std::string& name, bool active) {
-  return {{"topic0", "t", std::string("MiruPlatform"), 0, "", "", ""},
-          {"topic1", "t", std::string("SentrelVideo"), 0, "", "", "SentrelVideo"},
-          {"topic2", "t", name, 0, "", "", ""},
-          {"active", "", active, MARK_DATA, "", "", ""}};
+  return {{"topic0", "t", std::string("MiruPlatform"), false, false, "", "", ""},
+          {"topic1", "t", std::string("SentrelVideo"), false, false, "", "", "SentrelVideo"},
+          {"topic2", "t", name, false, false, "", "", ""},
+          {"active", "", active, false, true, "", "", ""}};
 }
 
 class WebInterfaceTest : public testing::Test {
@@ -84,7 +84,7 @@ class WebInterfaceTest : public testing::Test {
   }
 
   void send(std::uint32_t id, bool active, std::int64_t time) {
-    const EventKeys keys = {{"active", "", active, 0, "", "", ""}};
+    const EventKeys keys = {{"active", "", active, false, false, "", "", ""}};
     EXPECT_TRUE(
         application.call("Send", g_variant_new("(u@a(ssavusss)x)", id, toVariant(keys), time))
             .ok());
@@ -104,7 +104,7 @@ class WebInterfaceTest : public testing::Test {
     return {};
   }
 
-  std::string daemon(WebClient& client) { return toText(next(client, "daemon").data.get()); }
+  std::string daemon(WebClient& client) { return lineOf(next(client, "daemon").data.get()); }
 
   DbusDaemon bus;
   TemporaryFolder folder;
@@ -278,7 +278,7 @@ TEST_F(WebInterfaceTest, PageIsToldOfFramesInSceneCoordinates) {
   const Message message = next(client, "frame");
   EXPECT_EQ(R"({"time":3.5,"camera":2,"objects":[{"id":9,"confidence":0.5,)"
             R"("polygon":[[-1.0,1.0],[0.25,-0.5]]}]})",
-            toText(message.data.get()));
+            lineOf(message.data.get()));
 }
 
 TEST_F(WebInterfaceTest, PageIsToldOfTheHeadAndThePeople) {

@@ -6,7 +6,7 @@
 #include <fstream>
 
 #include "app/options.h"
-#include "device_services/temporary_folder.h"
+#include "support/temporary_folder.h"
 
 namespace device {
 namespace {

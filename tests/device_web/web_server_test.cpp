@@ -10,10 +10,10 @@
 #include <vector>
 
 #include "device_services/private_bus.h"
-#include "device_services/temporary_folder.h"
 #include "digest_client.h"
 #include "fake_application.h"
 #include "services/local_socket.h"
+#include "support/temporary_folder.h"
 #include "web_client.h"
 
 namespace device {

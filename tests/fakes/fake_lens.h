@@ -19,7 +19,7 @@ class FakeLens {
 
  private:
   BusServices services;
-  std::map<std::uint32_t, GOwned<_HeadServicesM12LensSelectionFov>> lenses;
+  std::map<std::uint32_t, GObjectPtr<_HeadServicesM12LensSelectionFov>> lenses;
 };
 
 #endif

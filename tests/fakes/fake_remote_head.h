@@ -83,10 +83,10 @@ class FakeRemoteHead {
   std::vector<std::string> lines;
   int opensToFail = 0;
   bool areOpensHeld = false;
-  std::vector<GOwned<GDBusMethodInvocation>> heldOpens;
+  std::vector<GObjectPtr<GDBusMethodInvocation>> heldOpens;
   int accepted = 0;
   BusServices services;
-  GOwned<_HeadServicesRemoteCameraControlPTZTravo> skeleton;
+  GObjectPtr<_HeadServicesRemoteCameraControlPTZTravo> skeleton;
 };
 
 #endif

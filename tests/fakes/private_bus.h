@@ -8,15 +8,7 @@
 #include <string>
 #include <thread>
 
-// Releases GLib objects and the like.
-struct GDelete {
-  void operator()(gpointer object) const { g_object_unref(object); }
-  void operator()(GMainContext* context) const { g_main_context_unref(context); }
-  void operator()(GMainLoop* loop) const { g_main_loop_unref(loop); }
-};
-
-template <typename T>
-using GOwned = std::unique_ptr<T, GDelete>;
+#include "base/glib_ptr.h"
 
 // A message bus of the test program's own in the place of the system's.
 namespace PrivateBus {
@@ -55,9 +47,9 @@ class BusServices {
   void callBus(const char* method, GVariant* arguments);
 
   const std::string name;
-  GOwned<GMainContext> context;
-  GOwned<GMainLoop> loop;
-  GOwned<GDBusConnection> connection;
+  std::unique_ptr<GMainContext, GDeleter<g_main_context_unref>> context;
+  std::unique_ptr<GMainLoop, GDeleter<g_main_loop_unref>> loop;
+  GObjectPtr<GDBusConnection> connection;
   std::thread thread;
 };
 

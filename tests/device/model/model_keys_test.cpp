@@ -13,6 +13,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/json_auto_ptr.h"
 #include "device/source_folder.h"
 #include "model/model.h"
 
@@ -20,11 +21,6 @@ namespace device {
 namespace {
 
 using testing::StartsWith;
-
-struct JsonDeleter {
-  void operator()(json_t* json) const { json_decref(json); }
-};
-using Json = std::unique_ptr<json_t, JsonDeleter>;
 
 // What has to be set for a key to be reached at all.
 struct Need {
@@ -99,11 +95,11 @@ class ModelKeyTest : public testing::TestWithParam<ModelKey> {
   // What is said to the plain model with another value of the key; empty when it is taken.
   std::string answerTo(json_t* value) {
     json_error_t error;
-    const Json json(json_load_file((modelsFolder() / "fixed.json").c_str(), 0, &error));
+    const JsonAutoPtr json(json_load_file((modelsFolder() / "fixed.json").c_str(), 0, &error));
     const std::string_view name = GetParam().name;
     for (const Need& need : NEEDS) {
       if (name.starts_with(need.prefix)) {
-        const Json more(json_loads(need.file, 0, &error));
+        const JsonAutoPtr more(json_loads(need.file, 0, &error));
         json_object_update_recursive(json.get(), more.get());
       }
     }

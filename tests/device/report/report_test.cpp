@@ -13,6 +13,7 @@
 #include <set>
 #include <sstream>
 
+#include "base/json_auto_ptr.h"
 #include "device/score/people.h"
 #include "report/score_json.h"
 
@@ -59,9 +60,8 @@ void sample(Report& report, double from, double to, const std::vector<ScoredPers
   }
 }
 
-std::unique_ptr<json_t, JsonDeleter> parsed(const Report& report) {
-  return std::unique_ptr<json_t, JsonDeleter>(
-      json_loads(report.toJson().c_str(), JSON_REJECT_DUPLICATES, nullptr));
+JsonAutoPtr parsed(const Report& report) {
+  return JsonAutoPtr(json_loads(report.toJson().c_str(), JSON_REJECT_DUPLICATES, nullptr));
 }
 
 // The member at a path of keys.
