@@ -49,6 +49,7 @@ json_t* headJson(const device::ScoreFigures& figures, bool isOne) {
   json_object_set_new(head, "people", json_integer(static_cast<json_int_t>(figures.people.size())));
   set(head, "seconds", figures.secondsWithSomebody);
   const auto error = errorOf(figures, isOne);
+  set(head, "median_deg", error ? std::optional(error->median) : std::nullopt);
   set(head, "rms_deg", error ? std::optional(error->rms) : std::nullopt);
   set(head, "p95_deg", error ? std::optional(error->p95) : std::nullopt);
   const device::AcquisitionFigures acquisition = acquisitionOf(figures, isOne);

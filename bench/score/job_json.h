@@ -12,8 +12,8 @@ namespace score {
 //   {"tuning": {"seconds", "attempts", "tuned"},
 //    "runs": [{"person": id | null, "followed": HEAD, "home": HEAD, "fixed": HEAD, "bound": HEAD}]}
 //
-// HEAD is, for one person and for a whole run alike: {"people", "seconds", "rms_deg", "p95_deg",
-// "acquisition_s", "never_acquired", "in_picture", "share_20", "share_40", "detected",
+// HEAD is, for one person and for a whole run alike: {"people", "seconds", "median_deg", "rms_deg",
+// "p95_deg", "acquisition_s", "never_acquired", "in_picture", "share_20", "share_40", "detected",
 // "recognised", "identified", "starts_per_s", "reversals_per_s", "acceleration_rms"}. Errors are to
 // the followed one, of one person without the first 2 s; shares are of seconds, which is the time
 // with somebody to follow.

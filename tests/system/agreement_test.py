@@ -10,31 +10,35 @@ from run_script import RunTest
 
 SECONDS = 100
 # What may lie between both: in real time threads, bus and sockets take their time, each a little
-# other every time.
-MOST_OF_ERROR = 0.25  # of the RMS error, or
+# other every time; so does a tuning, after which the same people are met at other moments. The root of
+# the mean square is left out, in which one meeting weighs more than a minute of following.
+MOST_OF_ERROR = 0.25  # of median and 95 %, or
 LEAST_OF_ERROR = 1.0  # degrees
 MOST_OF_SHARE = 0.08  # of the time with somebody to follow
 MOST_OF_TUNING = 5  # seconds
 
 
 class AgreementTest(RunTest):
-    def in_no_time(self, model, seed):
+    def in_no_time(self, model, scene, seed):
         program = pathlib.Path(os.environ["SENTREL_BUILD"]) / "bin" / "sentrel_score"
         run = subprocess.run([program, "--models", REPOSITORY / "device" / "models", "--model", model,
-                              "--seed", str(seed), "--seconds", str(SECONDS), "--from-start"],
+                              "--scene", scene, "--seed", str(seed), "--seconds", str(SECONDS),
+                              "--from-start"],
                              stdout=subprocess.PIPE, text=True, check=True)
         return json.loads(run.stdout)
 
-    def check_agreement(self, model, seed):
-        self.run_for(SECONDS, "--model", model, "--seed", str(seed))
+    def check_agreement(self, model, scene, seed):
+        self.run_for(SECONDS, "--model", model, "--scene", scene, "--seed", str(seed))
         real = self.read_report()
         score = real["score"]
-        result = self.in_no_time(model, seed)
+        result = self.in_no_time(model, scene, seed)
         worked_out = result["runs"][0]["followed"]
         told = f"in real time {score}, worked out {worked_out}"
 
-        bound = max(LEAST_OF_ERROR, MOST_OF_ERROR * score["error_deg"]["rms"])
-        self.assertAlmostEqual(score["error_deg"]["rms"], worked_out["rms_deg"], delta=bound, msg=told)
+        for key in ("median", "p95"):
+            bound = max(LEAST_OF_ERROR, MOST_OF_ERROR * score["error_deg"][key])
+            self.assertAlmostEqual(score["error_deg"][key], worked_out[f"{key}_deg"], delta=bound,
+                                   msg=told)
         for key in ("in_picture", "share_20"):
             self.assertAlmostEqual(score[key], worked_out[key], delta=MOST_OF_SHARE, msg=told)
         self.assertAlmostEqual(score["seconds_with_somebody"], worked_out["seconds"],
@@ -42,8 +46,10 @@ class AgreementTest(RunTest):
         self.assertAlmostEqual(real["tuning"]["seconds"], result["tuning"]["seconds"],
                                delta=MOST_OF_TUNING)
 
+    # With one at a time: which of several the head turns to hangs on milliseconds.
+
     def test_where_everything_is_ideal(self):
-        self.check_agreement("ideal", 1)
+        self.check_agreement("ideal", "waiting", 1)
 
     def test_where_things_are_as_they_are(self):
-        self.check_agreement("realistic", 1)
+        self.check_agreement("realistic", "waiting", 1)
