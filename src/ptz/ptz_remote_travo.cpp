@@ -379,15 +379,16 @@ bool PtzRemoteTravo::getMaxZoom(int& zoom) {
 }
 
 bool PtzRemoteTravo::getStops(const std::string& axis, double& lowest, double& highest) {
+  constexpr double UNKNOWN = std::numeric_limits<double>::quiet_NaN();  // below and above nothing
   const auto low = get_remote_param(("PTZ.Limit.L1.Min" + axis).c_str());
   const auto high = get_remote_param(("PTZ.Limit.L1.Max" + axis).c_str());
-  const auto least = low ? readDecimal(*low) : std::nullopt;
-  const auto most = high ? readDecimal(*high) : std::nullopt;
-  if (!least || !most || !(*least < *most)) {
+  const double least = low ? readDecimal(*low).value_or(UNKNOWN) : UNKNOWN;
+  const double most = high ? readDecimal(*high).value_or(UNKNOWN) : UNKNOWN;
+  if (!(least < most)) {
     return false;
   }
-  lowest = *least;
-  highest = *most;
+  lowest = least;
+  highest = most;
   return true;
 }
 

@@ -196,10 +196,11 @@ class PredictiveFollowTest(FollowTest):
 
     following = "predictive"
 
-    def test_default_model_is_identified_and_follows_by_prediction(self):
+    def test_head_is_identified_and_follows_by_prediction(self):
         run, report = self.follow()
         self.assert_goes_home(run)
         # Of several people it frames all, so that how far it is off one of them says little.
-        self.assertGreaterEqual(report["in_view_share"], LEAST_IN_VIEW, report)
+        recognised = report["score"]["density"]["recognised"]["share"]
+        self.assertGreaterEqual(recognised, LEAST_RECOGNISED, report["score"])
         self.assertEqual(["head.json"], [file.name for file in self.state.glob("head*")])
         self.assertIn("The head answers after", (self.report / "syslog.txt").read_text())
