@@ -63,9 +63,11 @@ def faults_around(score):
 
 
 class FollowTest(RunTest):
+    seconds = LONG_ENOUGH
+
     def follow(self, *options):
         """Runs and checks what holds with every head; returns the run and its report."""
-        run = self.run_for(LONG_ENOUGH, *options)
+        run = self.run_for(self.seconds, *options)
         report = self.read_report()
         self.assertRegex(run.text(), r"The daemon ended with status 0 after \d+ ms")
         self.assertIsNotNone(report["state_running_after_s"], report)
@@ -195,6 +197,7 @@ class PredictiveFollowTest(FollowTest):
     """The same people, with a head that is led by what was identified of it."""
 
     following = "predictive"
+    seconds = LONG_ENOUGH + 40  # the head is identified, too
 
     def test_head_is_identified_and_follows_by_prediction(self):
         run, report = self.follow()
