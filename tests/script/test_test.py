@@ -133,7 +133,7 @@ class ScriptTestTest(unittest.TestCase):
 
     def test_only_what_is_named_is_run_and_there_has_to_be_such_a_test(self):
         self.run_script("--only", "Clock")
-        self.assertEqual(["--preset release --parallel 4 --no-tests=error --tests-regex Clock"],
+        self.assertEqual(["--preset release --parallel 8 --no-tests=error --tests-regex Clock"],
                          self.calls("ctest"))
 
     def test_only_what_a_named_test_needs_is_built(self):

