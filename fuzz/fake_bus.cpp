@@ -4,7 +4,7 @@
 
 namespace {
 
-fake_bus::Reply s_reply = fake_bus::Reply::none;
+FakeBus::Reply s_reply = FakeBus::Reply::none;
 std::string s_replyText;
 
 void* fail(GError** error) {
@@ -15,17 +15,17 @@ void* fail(GError** error) {
 // Stands for a connection or a proxy: nothing but the calls below is asked of them.
 template <typename T>
 T* createObject(GError** error) {
-  return static_cast<T*>(s_reply == fake_bus::Reply::none ? fail(error)
-                                                          : g_object_new(G_TYPE_OBJECT, nullptr));
+  return static_cast<T*>(s_reply == FakeBus::Reply::none ? fail(error)
+                                                         : g_object_new(G_TYPE_OBJECT, nullptr));
 }
 
 GVariant* createReply(GError** error) {
   switch (s_reply) {
-    case fake_bus::Reply::nothing:
+    case FakeBus::Reply::nothing:
       return g_variant_new("()");
-    case fake_bus::Reply::number:
+    case FakeBus::Reply::number:
       return g_variant_new("(u)", 7U);
-    case fake_bus::Reply::text:
+    case FakeBus::Reply::text:
       return g_variant_new("(s)", s_replyText.c_str());
     default:
       return static_cast<GVariant*>(fail(error));
@@ -34,19 +34,19 @@ GVariant* createReply(GError** error) {
 
 }  // namespace
 
-namespace fake_bus {
+namespace FakeBus {
 
 void setService(Reply reply, const std::string& text) {
   s_reply = reply;
   s_replyText = text;
 }
 
-}  // namespace fake_bus
+}  // namespace FakeBus
 
 extern "C" {
 
 gchar* g_dbus_address_get_for_bus_sync(GBusType, GCancellable*, GError** error) {
-  return s_reply != fake_bus::Reply::none ? g_strdup("fake:") : static_cast<gchar*>(fail(error));
+  return s_reply != FakeBus::Reply::none ? g_strdup("fake:") : static_cast<gchar*>(fail(error));
 }
 
 GDBusConnection* g_dbus_connection_new_for_address_sync(const gchar*, GDBusConnectionFlags,

@@ -5,7 +5,7 @@
 
 // The system bus of the program: GIO's calls that reach it are replaced at link time. There is none
 // unless a service is set on it.
-namespace fake_bus {
+namespace FakeBus {
 
 // How a service answers every call.
 enum class Reply {
@@ -18,6 +18,6 @@ enum class Reply {
 
 void setService(Reply reply, const std::string& text);
 
-}  // namespace fake_bus
+}  // namespace FakeBus
 
 #endif

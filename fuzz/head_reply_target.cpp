@@ -257,11 +257,11 @@ int nextDescriptor() {
 }
 
 bool takeService(fuzz::Input& input) {
-  using fake_bus::Reply;
+  using FakeBus::Reply;
   constexpr Reply FAILING[] = {Reply::none, Reply::error, Reply::nothing, Reply::number};
   const int kind = input.between(0, 31);
   const std::string path(input.byte(), 'p');
-  fake_bus::setService(kind < 4 ? FAILING[kind] : Reply::text, path);
+  FakeBus::setService(kind < 4 ? FAILING[kind] : Reply::text, path);
   return kind >= 4;
 }
 

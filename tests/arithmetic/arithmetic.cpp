@@ -98,7 +98,9 @@ struct ClipResult {
   ClipResult(const ClipResult&) = delete;
   ClipResult& operator=(const ClipResult&) = delete;
   ~ClipResult() {
-    for (int i = 0; i < number; ++i) std::free(polygons[i]);
+    for (int i = 0; i < number; ++i) {
+      std::free(polygons[i]);
+    }
     std::free(polygons);
     std::free(counts);
   }
@@ -137,14 +139,18 @@ void printPair(const polygons::Points& a, const polygons::Points& b) {
 
 std::vector<Point> toPoints(const polygons::Points& points) {
   std::vector<Point> result;
-  for (const gm_point point : points) result.push_back({point.x, point.y});
+  for (const gm_point point : points) {
+    result.push_back({point.x, point.y});
+  }
   return result;
 }
 
 void printShape(const Polygon& polygon, float factor) {
   const Polygon scaled = polygon.createScaledCopy(factor);
   Line line("scaled");
-  for (const Point& point : scaled.getVertices()) line.add(point.x).add(point.y);
+  for (const Point& point : scaled.getVertices()) {
+    line.add(point.x).add(point.y);
+  }
 }
 
 void printMovement(Random& random, const Polygon& from, const Polygon& to) {
@@ -185,7 +191,9 @@ void printBearings() {
     const double a = random.real(-800, 800);
     const double b = random.real(-360, 360);
     std::vector<double> list;
-    for (int k = random.integer(1, 9); k > 0; --k) list.push_back(random.real(-180, 180));
+    for (int k = random.integer(1, 9); k > 0; --k) {
+      list.push_back(random.real(-180, 180));
+    }
     double first = 0;
     double second = 0;
     Bearing::bounds(list, first, second);
@@ -280,7 +288,9 @@ void printFollowing() {
     for (int step = 0; step < 200; ++step) {
       pan = Bearing::normalize(pan + random.real(0, 1.5));
       tilt += random.real(-0.3, 0.3);
-      if (step < 150) regulator.updateTargetPosition(pan, tilt, 1 + step % 50 / 10.0);
+      if (step < 150) {
+        regulator.updateTargetPosition(pan, tilt, 1 + step % 50 / 10.0);
+      }
       const device::HeadStatus status = head.status();
       regulator.updateCurrentPosition(status.pan, status.tilt,
                                       scale.zoomTravoToMultiplier(status.zoom));
@@ -291,7 +301,9 @@ void printFollowing() {
       head.command({.pan = {device::MoveKind::continuous, panSpeed},
                     .tilt = {device::MoveKind::continuous, tiltSpeed},
                     .zoom = {device::MoveKind::continuous, zoomSpeed}});
-      for (int i = 0; i < 10; ++i) head.step(0.01);
+      for (int i = 0; i < 10; ++i) {
+        head.step(0.01);
+      }
       Line("follow")
           .add(panSpeed)
           .add(tiltSpeed)
@@ -420,7 +432,9 @@ void printFrames() {
   for (int i = 0; i < 100; ++i) {
     const std::vector<std::uint8_t> bytes = encodeFrame(random);
     Line line("frame");
-    for (const std::uint8_t byte : bytes) line.add(byte);
+    for (const std::uint8_t byte : bytes) {
+      line.add(byte);
+    }
     const std::unique_ptr<scene, decltype(&scene_delete)> decoded(
         scene_copy_from_area(bytes.data(), bytes.size()), scene_delete);
     const scene_object* object = nullptr;
@@ -428,7 +442,9 @@ void printFrames() {
       const std::int32_t* values = nullptr;
       const int count = scene_get_obj_prop(object, SCENE_OBJ_PROP_POLYGON, &values);
       line.add(scene_get_object_id(object)).add(count);
-      for (int k = 0; k < count; ++k) line.add(values[k]);
+      for (int k = 0; k < count; ++k) {
+        line.add(values[k]);
+      }
     }
   }
 }

@@ -245,7 +245,7 @@ TEST(VerdictAgreement, OnEverydayPairsTheVerdictsAreThoseOfTheSteps) {
   std::vector<Question> areas;
   for (int i = 0; i < AREAS; ++i) {
     const bench::Areas drawn = everyday.areas();
-    Question& question = areas.emplace_back(Polygon(), Polygon(drawn.include));
+    Question& question = areas.emplace_back(Question{Polygon(), Polygon(drawn.include), {}});
     for (const auto& exclude : drawn.exclude) {
       question.excludes.emplace_back(exclude);
     }

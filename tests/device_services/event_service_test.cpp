@@ -28,7 +28,9 @@ class EventServiceTest : public testing::Test {
     const Reply reply = client.call(
         "Declare", g_variant_new("(@a(ssavusss)b)", keys(false), stateless ? TRUE : FALSE));
     std::uint32_t id = 0;
-    if (reply.ok()) g_variant_get(reply.value.get(), "(u)", &id);
+    if (reply.ok()) {
+      g_variant_get(reply.value.get(), "(u)", &id);
+    }
     return id;
   }
 
@@ -50,14 +52,14 @@ TEST_F(EventServiceTest, DeclarationIsToldToEverybody) {
   ASSERT_TRUE(iterateUntil([&] { return watcher->count("Declared") == 1; }));
   guint told = 0;
   gboolean stateless = TRUE;
-  GVariant* told_keys = nullptr;
+  GVariant* toldKeys = nullptr;
   g_variant_get(watcher->signals[0].arguments.get(), "(ub@a(ssavusss))", &told, &stateless,
-                &told_keys);
-  const GVariantPtr owned(told_keys);
+                &toldKeys);
+  const GVariantPtr owned(toldKeys);
   EXPECT_EQ(id, told);
   EXPECT_FALSE(stateless);
   const GVariantPtr expected(g_variant_ref_sink(keys(false)));
-  EXPECT_TRUE(g_variant_equal(expected.get(), told_keys));
+  EXPECT_TRUE(g_variant_equal(expected.get(), toldKeys));
 }
 
 TEST_F(EventServiceTest, SentSignalHoldsAllKeysAndTheTime) {
@@ -65,14 +67,14 @@ TEST_F(EventServiceTest, SentSignalHoldsAllKeysAndTheTime) {
   ASSERT_TRUE(send(*client, id, true).ok());
   ASSERT_TRUE(iterateUntil([&] { return watcher->count("Sent") == 1; }));
   guint told = 0;
-  GVariant* told_keys = nullptr;
+  GVariant* toldKeys = nullptr;
   gint64 time = 0;
-  g_variant_get(watcher->signals.back().arguments.get(), "(u@a(ssavusss)x)", &told, &told_keys,
+  g_variant_get(watcher->signals.back().arguments.get(), "(u@a(ssavusss)x)", &told, &toldKeys,
                 &time);
-  const GVariantPtr owned(told_keys);
+  const GVariantPtr owned(toldKeys);
   const GVariantPtr expected(g_variant_ref_sink(keys(true)));
   EXPECT_EQ(id, told);
-  EXPECT_TRUE(g_variant_equal(expected.get(), told_keys));
+  EXPECT_TRUE(g_variant_equal(expected.get(), toldKeys));
   EXPECT_EQ(1234, time);
 }
 
@@ -86,15 +88,15 @@ TEST_F(EventServiceTest, ListGivesThePresentState) {
   ASSERT_EQ(2u, g_variant_n_children(events.get()));
   guint listed = 0;
   gboolean stateless = TRUE;
-  GVariant* listed_keys = nullptr;
+  GVariant* listedKeys = nullptr;
   gint64 time = 0;
-  g_variant_get_child(events.get(), 0, "(ub@a(ssavusss)x)", &listed, &stateless, &listed_keys,
+  g_variant_get_child(events.get(), 0, "(ub@a(ssavusss)x)", &listed, &stateless, &listedKeys,
                       &time);
-  const GVariantPtr owned(listed_keys);
+  const GVariantPtr owned(listedKeys);
   const GVariantPtr expected(g_variant_ref_sink(keys(true)));
   EXPECT_EQ(id, listed);
   EXPECT_FALSE(stateless);
-  EXPECT_TRUE(g_variant_equal(expected.get(), listed_keys));
+  EXPECT_TRUE(g_variant_equal(expected.get(), listedKeys));
   EXPECT_EQ(1234, time);
 }
 

@@ -38,7 +38,9 @@ std::set<int> propertiesOf(const scene_object* object) {
   std::set<int> present;
   const std::int32_t* values = nullptr;
   for (int property = 0; property < 20; ++property) {
-    if (scene_get_obj_prop(object, property, &values) >= 0) present.insert(property);
+    if (scene_get_obj_prop(object, property, &values) >= 0) {
+      present.insert(property);
+    }
   }
   return present;
 }

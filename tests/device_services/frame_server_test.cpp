@@ -12,8 +12,12 @@ using namespace std::string_literals;
 
 std::string header(std::uint32_t length, std::uint64_t time) {
   std::string bytes;
-  for (int shift = 24; shift >= 0; shift -= 8) bytes += static_cast<char>(length >> shift);
-  for (int shift = 56; shift >= 0; shift -= 8) bytes += static_cast<char>(time >> shift);
+  for (int shift = 24; shift >= 0; shift -= 8) {
+    bytes += static_cast<char>(length >> shift);
+  }
+  for (int shift = 56; shift >= 0; shift -= 8) {
+    bytes += static_cast<char>(time >> shift);
+  }
   return bytes;
 }
 

@@ -13,13 +13,17 @@ class LensServiceTest : public testing::Test {
  protected:
   static double number(BusClient& client, const char* name) {
     const auto value = client.property(name);
-    if (!value || !g_variant_is_of_type(value->get(), G_VARIANT_TYPE_DOUBLE)) return -1;
+    if (!value || !g_variant_is_of_type(value->get(), G_VARIANT_TYPE_DOUBLE)) {
+      return -1;
+    }
     return g_variant_get_double(value->get());
   }
 
   static int rotation(BusClient& client) {
     const auto value = client.property("SensorRotation");
-    if (!value || !g_variant_is_of_type(value->get(), G_VARIANT_TYPE_INT32)) return -1;
+    if (!value || !g_variant_is_of_type(value->get(), G_VARIANT_TYPE_INT32)) {
+      return -1;
+    }
     return g_variant_get_int32(value->get());
   }
 

@@ -42,7 +42,9 @@ class ParameterServiceTest : public testing::Test {
  protected:
   std::string get(const char* name) {
     const Reply reply = client.call("Get", g_variant_new("(s)", name));
-    if (!reply.ok()) return reply.error;
+    if (!reply.ok()) {
+      return reply.error;
+    }
     const char* value = nullptr;
     g_variant_get(reply.value.get(), "(&s)", &value);
     return value;

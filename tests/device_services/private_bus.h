@@ -29,7 +29,9 @@ inline bool iterateUntil(const std::function<bool()>& condition) {
   const GSourcePtr guard(g_timeout_source_new_seconds(PATIENCE_SECONDS));
   g_source_set_callback(guard.get(), expire, &expired, nullptr);
   g_source_attach(guard.get(), nullptr);
-  while (!condition() && !expired) g_main_context_iteration(nullptr, TRUE);
+  while (!condition() && !expired) {
+    g_main_context_iteration(nullptr, TRUE);
+  }
   return condition();
 }
 
@@ -64,7 +66,9 @@ class BusClient {
   std::optional<GVariantPtr> property(const char* name) {
     Reply reply = callOn("org.freedesktop.DBus.Properties", "Get",
                          g_variant_new("(ss)", interface.c_str(), name));
-    if (!reply.ok()) return std::nullopt;
+    if (!reply.ok()) {
+      return std::nullopt;
+    }
     GVariant* value = nullptr;
     g_variant_get(reply.value.get(), "(v)", &value);
     return GVariantPtr(value);
@@ -80,7 +84,9 @@ class BusClient {
 
   std::size_t count(const std::string& name) const {
     std::size_t found = 0;
-    for (const Signal& signal : signals) found += signal.name == name ? 1 : 0;
+    for (const Signal& signal : signals) {
+      found += signal.name == name ? 1 : 0;
+    }
     return found;
   }
 

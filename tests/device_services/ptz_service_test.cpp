@@ -55,7 +55,9 @@ class PtzServiceTest : public testing::Test {
 
   void pass(double seconds) {
     const auto end = now + static_cast<std::int64_t>(seconds * 1e6);
-    for (; now < end; now += 10000) service.update();
+    for (; now < end; now += 10000) {
+      service.update();
+    }
     service.update();
   }
 
@@ -63,7 +65,9 @@ class PtzServiceTest : public testing::Test {
   std::vector<EventKeys> sentOf(const std::string& topic1) {
     std::vector<EventKeys> found;
     for (const EventKeys& keys : sent) {
-      if (valueOf<std::string>(keys, "topic1") == topic1) found.push_back(keys);
+      if (valueOf<std::string>(keys, "topic1") == topic1) {
+        found.push_back(keys);
+      }
     }
     return found;
   }

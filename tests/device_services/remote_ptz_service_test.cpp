@@ -15,14 +15,14 @@ std::string request(const std::string& name) {
 
 class RemotePtzServiceTest : public testing::Test {
  protected:
-  Reply open(guint channel) {
-    return bus_client.call("OpenChannel", g_variant_new("(u)", channel));
-  }
+  Reply open(guint channel) { return busClient.call("OpenChannel", g_variant_new("(u)", channel)); }
 
   std::string path() {
     const Reply reply = open(1);
     const char* path = "";
-    if (reply.ok()) g_variant_get(reply.value.get(), "(&s)", &path);
+    if (reply.ok()) {
+      g_variant_get(reply.value.get(), "(&s)", &path);
+    }
     return path;
   }
 
@@ -34,8 +34,8 @@ class RemotePtzServiceTest : public testing::Test {
                            folder / "ptz",
                            {{{"Brand.ProdNbr", "H100-E"}, {"PTZ.Limit.L1.MaxFieldAngle", "634"}},
                             [this] { return ready; }}};
-  BusClient bus_client{"com.orva.RemoteCameraControl.PTZ", "/com/orva/RemoteCameraControl/PTZ",
-                       "com.orva.RemoteCameraControl.PTZ.Travo"};
+  BusClient busClient{"com.orva.RemoteCameraControl.PTZ", "/com/orva/RemoteCameraControl/PTZ",
+                      "com.orva.RemoteCameraControl.PTZ.Travo"};
 };
 
 TEST_F(RemotePtzServiceTest, OnlyTheHeadsChannelIsOpened) {

@@ -69,7 +69,9 @@ class SocketClient {
         continue;
       }
       closed = count == 0 || errno != EAGAIN;
-      if (!closed) break;
+      if (!closed) {
+        break;
+      }
     }
     return closed;
   }

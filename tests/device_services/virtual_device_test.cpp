@@ -63,7 +63,9 @@ class VirtualDeviceTest : public testing::Test {
   std::string parameter(const std::string& name) {
     BusClient client("com.orva.ParameterService", "/com/orva/ParameterService");
     const Reply reply = client.call("Get", g_variant_new("(s)", name.c_str()));
-    if (!reply.ok()) return reply.error;
+    if (!reply.ok()) {
+      return reply.error;
+    }
     const char* value = nullptr;
     g_variant_get(reply.value.get(), "(&s)", &value);
     return value;
@@ -181,7 +183,9 @@ TEST_F(VirtualDeviceTest, FramesArriveAtTheSubscriber) {
   const std::string head = client.receive(12);
   ASSERT_EQ(12u, head.size());
   std::uint32_t length = 0;
-  for (int i = 0; i < 4; ++i) length = length << 8 | static_cast<std::uint8_t>(head[i]);
+  for (int i = 0; i < 4; ++i) {
+    length = length << 8 | static_cast<std::uint8_t>(head[i]);
+  }
   EXPECT_EQ(length, client.receive(length).size());
 }
 

@@ -61,7 +61,9 @@ class Subscriber {
   bool runUntil(const std::function<bool()>& condition) {
     const auto deadline = std::chrono::steady_clock::now() + BROKER_PATIENCE;
     while (!condition() && std::chrono::steady_clock::now() < deadline) {
-      if (mosquitto_loop(client.get(), 20, 1) != MOSQ_ERR_SUCCESS) break;
+      if (mosquitto_loop(client.get(), 20, 1) != MOSQ_ERR_SUCCESS) {
+        break;
+      }
     }
     return condition();
   }
@@ -79,7 +81,9 @@ class Subscriber {
 
   const BrokerMessage* find(const std::string& topic, const std::string& payload) const {
     for (const BrokerMessage& message : messages) {
-      if (message.topic == topic && message.payload == payload) return &message;
+      if (message.topic == topic && message.payload == payload) {
+        return &message;
+      }
     }
     return nullptr;
   }
@@ -123,8 +127,12 @@ class Broker {
   explicit Broker(bool keeps = true) {
     std::ofstream file(folder / "conf");
     file << "listener " << getPort() << " 127.0.0.1\nallow_anonymous true\nlog_dest none\n";
-    if (geteuid() == 0) file << "user root\n";
-    if (keeps) file << "persistence true\npersistence_location " << (folder / "") << "\n";
+    if (geteuid() == 0) {
+      file << "user root\n";
+    }
+    if (keeps) {
+      file << "persistence true\npersistence_location " << (folder / "") << "\n";
+    }
     file.close();
     start();
   }
@@ -143,7 +151,9 @@ class Broker {
   }
 
   void stop(int signal = SIGTERM) {
-    if (pid == 0) return;
+    if (pid == 0) {
+      return;
+    }
     kill(pid, signal);
     waitpid(pid, nullptr, 0);
     pid = 0;

@@ -39,9 +39,13 @@ struct DigestClient {
 // A parameter of a challenge, without its quotes; empty when there is none.
 inline std::string parameterOf(const std::string& challenge, const std::string& name) {
   std::size_t begin = challenge.find(' ' + name + '=');
-  if (begin == std::string::npos) return "";
+  if (begin == std::string::npos) {
+    return "";
+  }
   begin += name.size() + 2;
-  if (challenge[begin] != '"') return challenge.substr(begin, challenge.find(',', begin) - begin);
+  if (challenge[begin] != '"') {
+    return challenge.substr(begin, challenge.find(',', begin) - begin);
+  }
   return challenge.substr(begin + 1, challenge.find('"', begin + 1) - begin - 1);
 }
 

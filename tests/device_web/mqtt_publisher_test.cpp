@@ -38,7 +38,9 @@ class MqttPublisherTest : public testing::Test {
     subscriber.drain();
     std::map<std::string, std::string> retained;
     for (const BrokerMessage& message : subscriber.messages) {
-      if (message.retained) retained[message.topic] = message.payload;
+      if (message.retained) {
+        retained[message.topic] = message.payload;
+      }
     }
     return retained;
   }
@@ -139,7 +141,9 @@ TEST_F(MqttPublisherTest, DeviceThatDiesIsToldOfflineByTheBroker) {
   if (device == 0) {
     const auto publisher = publisherFor(broker.getPort());
     publisher->retain("a", "1");
-    for (;;) pause();
+    for (;;) {
+      pause();
+    }
   }
   Subscriber subscriber(broker.getPort());
   EXPECT_TRUE(subscriber.sees(AVAILABILITY, "online"));
@@ -152,7 +156,9 @@ TEST_F(MqttPublisherTest, DeviceThatDiesIsToldOfflineByTheBroker) {
 TEST_F(MqttPublisherTest, DeviceThatLeavesClearsItsStatesAndSaysSo) {
   const Broker broker;
   auto publisher = publisherFor(broker.getPort());
-  for (int i = 0; i < 50; ++i) publisher->retain("state/" + std::to_string(i), "1");
+  for (int i = 0; i < 50; ++i) {
+    publisher->retain("state/" + std::to_string(i), "1");
+  }
   {
     Subscriber subscriber(broker.getPort());
     ASSERT_TRUE(subscriber.sees(AVAILABILITY, "online"));

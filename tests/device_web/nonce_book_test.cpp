@@ -21,7 +21,9 @@ class NonceBookTest : public testing::Test {
 
 TEST_F(NonceBookTest, EveryNonceIsAnother) {
   std::set<std::string> issued;
-  for (int i = 0; i < 1000; ++i) issued.insert(nonces.issue());
+  for (int i = 0; i < 1000; ++i) {
+    issued.insert(nonces.issue());
+  }
   EXPECT_EQ(1000u, issued.size());
 }
 
@@ -38,8 +40,12 @@ TEST_F(NonceBookTest, CountIsGoodOnce) {
 
 TEST_F(NonceBookTest, RequestsThatOvertakeEachOtherAreGood) {
   const std::string nonce = nonces.issue();
-  for (const std::uint32_t count : {3u, 1u, 5u, 2u, 4u}) EXPECT_TRUE(nonces.use(nonce, count));
-  for (std::uint32_t count = 1; count <= 5; ++count) EXPECT_FALSE(nonces.use(nonce, count));
+  for (const std::uint32_t count : {3u, 1u, 5u, 2u, 4u}) {
+    EXPECT_TRUE(nonces.use(nonce, count));
+  }
+  for (std::uint32_t count = 1; count <= 5; ++count) {
+    EXPECT_FALSE(nonces.use(nonce, count));
+  }
 }
 
 TEST_F(NonceBookTest, CountThatIsTooFarBehindIsLate) {

@@ -63,8 +63,12 @@ class WebClient {
   void request(const std::string& method, const std::string& path, const std::string& body = "",
                const std::string& headers = "") {
     std::string text = method + ' ' + path + " HTTP/1.1\r\n" + headers;
-    if (headers.find("Host:") == std::string::npos) text += "Host: " + host + "\r\n";
-    if (!body.empty()) text += "Content-Length: " + std::to_string(body.size()) + "\r\n";
+    if (headers.find("Host:") == std::string::npos) {
+      text += "Host: " + host + "\r\n";
+    }
+    if (!body.empty()) {
+      text += "Content-Length: " + std::to_string(body.size()) + "\r\n";
+    }
     send(text + "\r\n" + body);
   }
 
@@ -72,7 +76,9 @@ class WebClient {
   WebResponse response() {
     WebResponse response;
     const std::size_t end = find("\r\n\r\n");
-    if (end == std::string::npos) return response;
+    if (end == std::string::npos) {
+      return response;
+    }
     readHead(received.substr(0, end + 2), &response);
     received.erase(0, end + 4);
     const auto length = response.headers.find("Content-Length");
@@ -95,7 +101,9 @@ class WebClient {
   // A whole message of a stream: its lines without the empty one at the end.
   std::string message() {
     const std::size_t end = find("\n\n");
-    if (end == std::string::npos) return "";
+    if (end == std::string::npos) {
+      return "";
+    }
     const std::string text = received.substr(0, end);
     received.erase(0, end + 2);
     return text;
@@ -123,7 +131,9 @@ class WebClient {
     auto* self = static_cast<WebClient*>(data);
     std::array<char, 65536> buffer;
     const ssize_t count = recv(g_socket_get_fd(socket), buffer.data(), buffer.size(), MSG_DONTWAIT);
-    if (count > 0) self->received.append(buffer.data(), static_cast<std::size_t>(count));
+    if (count > 0) {
+      self->received.append(buffer.data(), static_cast<std::size_t>(count));
+    }
     self->closed = count == 0 || (count < 0 && errno != EAGAIN);
     return self->closed ? G_SOURCE_REMOVE : G_SOURCE_CONTINUE;
   }

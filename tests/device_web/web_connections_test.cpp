@@ -120,7 +120,9 @@ TEST_F(WebConnectionsTest, ReaderOfAStreamStaysForAsLongAsItLikes) {
   server->addStream("/events", [] { return std::string(); });
   WebClient client(port);
   EXPECT_EQ(200, client.get("/events").status);
-  for (int i = 0; i < 10; ++i) EXPECT_EQ(":", client.message());
+  for (int i = 0; i < 10; ++i) {
+    EXPECT_EQ(":", client.message());
+  }
 }
 
 // ---- Many ----
@@ -237,7 +239,9 @@ class DescriptorLimit {
 TEST_F(WebConnectionsTest, ServerWhoseDescriptorsRanOutAcceptsAgainByItself) {
   const std::uint16_t port = start();
   std::vector<std::unique_ptr<WebClient>> clients;
-  for (int i = 0; i < 8; ++i) clients.push_back(std::make_unique<WebClient>(port));
+  for (int i = 0; i < 8; ++i) {
+    clients.push_back(std::make_unique<WebClient>(port));
+  }
   const DescriptorLimit limit(lowestFreeDescriptor() + 2);
   // Two are accepted; for the third the first one has to leave.
   EXPECT_TRUE(clients[0]->isClosed());

@@ -37,7 +37,9 @@ struct Message {
 Message parse(const std::string& text) {
   const std::size_t data = text.find("\ndata: ");
   EXPECT_THAT(text, StartsWith(MESSAGE));
-  if (data == std::string::npos) return {};
+  if (data == std::string::npos) {
+    return {};
+  }
   return {text.substr(sizeof(MESSAGE) - 1, data - sizeof(MESSAGE) + 1),
           JsonAutoPtr(json_loads(text.c_str() + data + 7, 0, nullptr))};
 }
@@ -79,7 +81,9 @@ class WebInterfaceTest : public testing::Test {
         "Declare", g_variant_new("(@a(ssavusss)b)", toVariant(keys), stateless ? TRUE : FALSE));
     EXPECT_TRUE(reply.ok()) << reply.error;
     std::uint32_t id = 0;
-    if (reply.ok()) g_variant_get(reply.value.get(), "(u)", &id);
+    if (reply.ok()) {
+      g_variant_get(reply.value.get(), "(u)", &id);
+    }
     return id;
   }
 
@@ -95,10 +99,16 @@ class WebInterfaceTest : public testing::Test {
     constexpr int OTHERS = 1000;
     for (int i = 0; i < OTHERS; ++i) {
       const std::string text = client.message();
-      if (text.empty()) break;
-      if (text == ":") continue;
+      if (text.empty()) {
+        break;
+      }
+      if (text == ":") {
+        continue;
+      }
       Message message = parse(text);
-      if (type.empty() || message.type == type) return message;
+      if (type.empty() || message.type == type) {
+        return message;
+      }
     }
     ADD_FAILURE() << "no message " << type;
     return {};
@@ -210,7 +220,9 @@ TEST_F(LateWebInterfaceTest, EventsReachTheBroker) {
   late.drain();
   std::map<std::string, std::string> retained;
   for (const BrokerMessage& message : late.messages) {
-    if (message.retained) retained[message.topic] = message.payload;
+    if (message.retained) {
+      retained[message.topic] = message.payload;
+    }
   }
   // The one that is left of two with the same topics is still there.
   EXPECT_THAT(retained,
@@ -227,7 +239,9 @@ TEST_F(LateWebInterfaceTest, EventsReachTheBroker) {
 TEST_F(WebInterfaceTest, PageIsToldAllInItsOrder) {
   const std::uint32_t id = declare(stateKeys("Camera1Profile1", true));
   web->daemonRunning(true);
-  for (int i = 0; i < 205; ++i) web->log(i, {3, "SentrelVideo", "line " + std::to_string(i)});
+  for (int i = 0; i < 205; ++i) {
+    web->log(i, {3, "SentrelVideo", "line " + std::to_string(i)});
+  }
   WebClient client(port);
   client.get("/live");
 

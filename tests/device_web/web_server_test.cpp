@@ -133,7 +133,9 @@ TEST_F(WebServerTest, ConnectionEndsWithItsAnswerAndIsNotKept) {
     EXPECT_EQ("{\"body\":\"" + body + "\"}", client.post(body).body);
     EXPECT_TRUE(client.isClosed());
   }
-  for (int i = 0; i < 20; ++i) WebClient(port).get("/nothing");
+  for (int i = 0; i < 20; ++i) {
+    WebClient(port).get("/nothing");
+  }
   EXPECT_TRUE(iterateUntil([&] { return openDescriptors() == before; }));
 }
 
@@ -188,7 +190,9 @@ TEST_F(WebServerTest, BodyWithoutALengthIsRefusedWhileItIsRead) {
   WebClient client(start().port());
   client.request("POST", API, "", "Transfer-Encoding: chunked\r\n");
   const std::string chunk = "10000\r\n" + std::string(0x10000, 'x') + "\r\n";
-  for (int i = 0; i < 17; ++i) client.send(chunk);  // 1 MiB and 64 KiB, with no end
+  for (int i = 0; i < 17; ++i) {
+    client.send(chunk);  // 1 MiB and 64 KiB, with no end
+  }
   EXPECT_EQ(413, client.response().status);
 }
 
@@ -454,7 +458,9 @@ SessionAnswer fetchAs(const std::string& url, const std::string& user,
     auto* self = static_cast<Login*>(data);
     ++self->answer.asked;
     EXPECT_STREQ("Digest", soup_auth_get_scheme_name(auth));
-    if (again == FALSE) soup_auth_authenticate(auth, self->user.c_str(), self->password.c_str());
+    if (again == FALSE) {
+      soup_auth_authenticate(auth, self->user.c_str(), self->password.c_str());
+    }
     return again == FALSE;
   };
   g_signal_connect(message.get(), "authenticate", G_CALLBACK(authenticate), &login);

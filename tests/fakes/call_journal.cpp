@@ -4,26 +4,26 @@
 
 namespace {
 
-std::mutex mutex;  // guards the journal
-std::vector<std::string> journal;
+std::mutex s_mutex;  // guards the journal
+std::vector<std::string> s_journal;
 
 }  // namespace
 
 namespace CallJournal {
 
 void clear() {
-  const std::lock_guard lock(mutex);
-  journal.clear();
+  const std::lock_guard lock(s_mutex);
+  s_journal.clear();
 }
 
 void add(const std::string& call) {
-  const std::lock_guard lock(mutex);
-  journal.push_back(call);
+  const std::lock_guard lock(s_mutex);
+  s_journal.push_back(call);
 }
 
 std::vector<std::string> calls() {
-  const std::lock_guard lock(mutex);
-  return journal;
+  const std::lock_guard lock(s_mutex);
+  return s_journal;
 }
 
 }  // namespace CallJournal

@@ -25,9 +25,9 @@ class DbusDaemon {
                              "--print-address=1", nullptr};
     int output = -1;
     GError* error = nullptr;
-    constexpr auto flags = static_cast<GSpawnFlags>(
+    constexpr auto FLAGS = static_cast<GSpawnFlags>(
         G_SPAWN_SEARCH_PATH | G_SPAWN_DO_NOT_REAP_CHILD | G_SPAWN_STDERR_TO_DEV_NULL);
-    if (!g_spawn_async_with_pipes(nullptr, const_cast<char**>(command), nullptr, flags, nullptr,
+    if (!g_spawn_async_with_pipes(nullptr, const_cast<char**>(command), nullptr, FLAGS, nullptr,
                                   nullptr, &pid, nullptr, &output, nullptr, &error)) {
       std::string reason = error->message;
       g_error_free(error);

@@ -314,50 +314,49 @@ void ov_event_key_value_set_free(OVEventKeyValueSet* set) {
   }
 }
 
-gboolean ov_event_key_value_set_add(OVEventKeyValueSet* set, const char* key,
-                                    const char* name_space, OVEventValueType type,
-                                    const void* value, GError** error) {
+gboolean ov_event_key_value_set_add(OVEventKeyValueSet* set, const char* key, const char* nameSpace,
+                                    OVEventValueType type, const void* value, GError** error) {
   const std::lock_guard lock(theService().mutex);
   if (strikes(theService().addsToFail)) {
     return failed(error, "the key cannot be added");
   }
   Key& added = set->keys[key];
-  added.nameSpace = textOf(name_space);
+  added.nameSpace = textOf(nameSpace);
   added.value = valueOf(type, value);
   return TRUE;
 }
 
 gboolean ov_event_key_value_set_add_nice_names(OVEventKeyValueSet* set, const char* key,
-                                               const char* name_space, const char* key_nice_name,
-                                               const char* value_nice_name, GError** error) {
-  return changeKey(set, key, name_space, error, [&](Key& found) {
-    found.keyNiceName = textOf(key_nice_name);
-    found.valueNiceName = textOf(value_nice_name);
+                                               const char* nameSpace, const char* keyNiceName,
+                                               const char* valueNiceName, GError** error) {
+  return changeKey(set, key, nameSpace, error, [&](Key& found) {
+    found.keyNiceName = textOf(keyNiceName);
+    found.valueNiceName = textOf(valueNiceName);
   });
 }
 
 gboolean ov_event_key_value_set_mark_as_source(OVEventKeyValueSet* set, const char* key,
-                                               const char* name_space, GError** error) {
-  return changeKey(set, key, name_space, error, [](Key& found) { found.source = true; });
+                                               const char* nameSpace, GError** error) {
+  return changeKey(set, key, nameSpace, error, [](Key& found) { found.source = true; });
 }
 
 gboolean ov_event_key_value_set_mark_as_data(OVEventKeyValueSet* set, const char* key,
-                                             const char* name_space, GError** error) {
-  return changeKey(set, key, name_space, error, [](Key& found) { found.data = true; });
+                                             const char* nameSpace, GError** error) {
+  return changeKey(set, key, nameSpace, error, [](Key& found) { found.data = true; });
 }
 
 gboolean ov_event_key_value_set_mark_as_user_defined(OVEventKeyValueSet* set, const char* key,
-                                                     const char* name_space, const char* tag,
+                                                     const char* nameSpace, const char* tag,
                                                      GError** error) {
-  return changeKey(set, key, name_space, error, [tag](Key& found) {
+  return changeKey(set, key, nameSpace, error, [tag](Key& found) {
     found.userDefined = textOf(tag);
     found.userDefinedTags.push_back(textOf(tag));
   });
 }
 
 gboolean ov_event_key_value_set_get_int(const OVEventKeyValueSet* set, const char* key,
-                                        const char* name_space, int* value, GError** error) {
-  const int* const found = readKey<int>(set, key, name_space, error);
+                                        const char* nameSpace, int* value, GError** error) {
+  const int* const found = readKey<int>(set, key, nameSpace, error);
   if (found == nullptr) {
     return FALSE;
   }
@@ -366,8 +365,8 @@ gboolean ov_event_key_value_set_get_int(const OVEventKeyValueSet* set, const cha
 }
 
 gboolean ov_event_key_value_set_get_bool(const OVEventKeyValueSet* set, const char* key,
-                                         const char* name_space, gboolean* value, GError** error) {
-  const bool* const found = readKey<bool>(set, key, name_space, error);
+                                         const char* nameSpace, gboolean* value, GError** error) {
+  const bool* const found = readKey<bool>(set, key, nameSpace, error);
   if (found == nullptr) {
     return FALSE;
   }
@@ -376,8 +375,8 @@ gboolean ov_event_key_value_set_get_bool(const OVEventKeyValueSet* set, const ch
 }
 
 gboolean ov_event_key_value_set_get_string(const OVEventKeyValueSet* set, const char* key,
-                                           const char* name_space, char** value, GError** error) {
-  const std::string* const found = readKey<std::string>(set, key, name_space, error);
+                                           const char* nameSpace, char** value, GError** error) {
+  const std::string* const found = readKey<std::string>(set, key, nameSpace, error);
   if (found == nullptr) {
     return FALSE;
   }
@@ -436,7 +435,7 @@ gboolean ov_event_handler_declare(OVEventHandler*, const OVEventKeyValueSet* set
 }
 
 gboolean ov_event_handler_send_event(OVEventHandler*, uint32_t declaration,
-                                     const OVEventKeyValueSet* set, int64_t time_stamp,
+                                     const OVEventKeyValueSet* set, int64_t timeStamp,
                                      GError** error) {
   const std::lock_guard lock(theService().mutex);
   const Declaration* const target = findDeclaration(declaration);
@@ -445,7 +444,7 @@ gboolean ov_event_handler_send_event(OVEventHandler*, uint32_t declaration,
   }
   theService().sent.push_back({.declaration = declaration,
                                .keys = set->keys,
-                               .time = time_stamp,
+                               .time = timeStamp,
                                .topic2 = topic2Of(target->keys),
                                .at = ++theService().calls});
   return TRUE;
@@ -464,7 +463,7 @@ gboolean ov_event_handler_undeclare(OVEventHandler*, uint32_t declaration, GErro
 }
 
 gboolean ov_event_handler_subscribe(OVEventHandler*, const OVEventKeyValueSet* set,
-                                    OVEventSubscriptionCallback callback, void* user_data,
+                                    OVEventSubscriptionCallback callback, void* userData,
                                     uint32_t* subscription, GError** error) {
   const std::lock_guard lock(theService().mutex);
   if (strikes(theService().subscribesToFail)) {
@@ -473,7 +472,7 @@ gboolean ov_event_handler_subscribe(OVEventHandler*, const OVEventKeyValueSet* s
   *subscription = ++theService().lastId;
   theService().subscribers.push_back({.seen = {.id = *subscription, .keys = set->keys},
                                       .callback = callback,
-                                      .userData = user_data});
+                                      .userData = userData});
   return TRUE;
 }
 

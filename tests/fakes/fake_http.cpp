@@ -12,11 +12,11 @@ struct OVHttpHandler {
 
 namespace {
 
-std::mutex mutex;  // guards all below
-OVHttpHandler* registered = nullptr;
-int registrationsToFail = 0;
-int registrationCount = 0;
-int freeCount = 0;
+std::mutex s_mutex;  // guards all below
+OVHttpHandler* s_registered = nullptr;
+int s_registrationsToFail = 0;
+int s_registrationCount = 0;
+int s_freeCount = 0;
 
 using Table = std::unique_ptr<GHashTable, decltype(&g_hash_table_unref)>;
 using Stream = std::unique_ptr<GOutputStream, decltype(&g_object_unref)>;
@@ -40,40 +40,40 @@ std::string written(GOutputStream* stream) {
 namespace FakeHttp {
 
 void reset() {
-  const std::lock_guard lock(mutex);
-  registrationsToFail = 0;
-  registrationCount = 0;
-  freeCount = 0;
+  const std::lock_guard lock(s_mutex);
+  s_registrationsToFail = 0;
+  s_registrationCount = 0;
+  s_freeCount = 0;
 }
 
 void failRegistrations(int count) {
-  const std::lock_guard lock(mutex);
-  registrationsToFail = count;
+  const std::lock_guard lock(s_mutex);
+  s_registrationsToFail = count;
 }
 
 bool isRegistered() {
-  const std::lock_guard lock(mutex);
-  return registered != nullptr;
+  const std::lock_guard lock(s_mutex);
+  return s_registered != nullptr;
 }
 
 int registrations() {
-  const std::lock_guard lock(mutex);
-  return registrationCount;
+  const std::lock_guard lock(s_mutex);
+  return s_registrationCount;
 }
 
 int freed() {
-  const std::lock_guard lock(mutex);
-  return freeCount;
+  const std::lock_guard lock(s_mutex);
+  return s_freeCount;
 }
 
 std::string request(const Request& request) {
   OVHttpHandler handler{};
   {
-    const std::lock_guard lock(mutex);
-    if (registered == nullptr) {
+    const std::lock_guard lock(s_mutex);
+    if (s_registered == nullptr) {
       return "";
     }
-    handler = *registered;
+    handler = *s_registered;
   }
   const Table parameters = tableOf(request.parameters);
   const Stream out(g_memory_output_stream_new_resizable(), g_object_unref);
@@ -87,21 +87,21 @@ std::string request(const Request& request) {
 
 extern "C" {
 
-OVHttpHandler* ov_http_handler_new(OVHttpCallback callback, void* user_data) {
-  const std::lock_guard lock(mutex);
-  if (registrationsToFail > 0) {
-    --registrationsToFail;
+OVHttpHandler* ov_http_handler_new(OVHttpCallback callback, void* userData) {
+  const std::lock_guard lock(s_mutex);
+  if (s_registrationsToFail > 0) {
+    --s_registrationsToFail;
     return nullptr;
   }
-  ++registrationCount;
-  registered = new OVHttpHandler{callback, user_data};
-  return registered;
+  ++s_registrationCount;
+  s_registered = new OVHttpHandler{callback, userData};
+  return s_registered;
 }
 
 void ov_http_handler_free(OVHttpHandler* handler) {
-  const std::lock_guard lock(mutex);
-  ++freeCount;
-  registered = registered == handler ? nullptr : registered;
+  const std::lock_guard lock(s_mutex);
+  ++s_freeCount;
+  s_registered = s_registered == handler ? nullptr : s_registered;
   delete handler;
 }
 

@@ -6,26 +6,26 @@
 
 namespace {
 
-std::mutex mutex;  // guards the recorded calls
-std::vector<FakeMainLoop::Start> recorded;
+std::mutex s_mutex;  // guards the recorded calls
+std::vector<FakeMainLoop::Start> s_recorded;
 
 }  // namespace
 
 namespace FakeMainLoop {
 
 void reset() {
-  const std::lock_guard lock(mutex);
-  recorded.clear();
+  const std::lock_guard lock(s_mutex);
+  s_recorded.clear();
 }
 
 std::vector<Start> starts() {
-  const std::lock_guard lock(mutex);
-  return recorded;
+  const std::lock_guard lock(s_mutex);
+  return s_recorded;
 }
 
 }  // namespace FakeMainLoop
 
-extern "C" void mainloop_start(const char* app_name, const char* nice_name, const char* topic0) {
-  const std::lock_guard lock(mutex);
-  recorded.push_back({app_name, nice_name, topic0});
+extern "C" void mainloop_start(const char* appName, const char* niceName, const char* topic0) {
+  const std::lock_guard lock(s_mutex);
+  s_recorded.push_back({appName, niceName, topic0});
 }

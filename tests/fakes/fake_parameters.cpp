@@ -82,7 +82,7 @@ int freeCount() {
 
 extern "C" {
 
-OVParameter* ov_parameter_new(const char* app_name, GError** error) {
+OVParameter* ov_parameter_new(const char* appName, GError** error) {
   const std::lock_guard lock(theStore().mutex);
   if (theStore().opensToFail > 0) {
     --theStore().opensToFail;
@@ -90,7 +90,7 @@ OVParameter* ov_parameter_new(const char* app_name, GError** error) {
     return nullptr;
   }
   ++theStore().opened;
-  return new OVParameter{app_name};
+  return new OVParameter{appName};
 }
 
 gboolean ov_parameter_get(OVParameter*, const char* name, char** value, GError** error) {

@@ -41,12 +41,12 @@ struct Head {
   }
 };
 
-std::mutex mutex;  // guards the head
-Head head;
+std::mutex s_mutex;  // guards the head
+Head s_head;
 
 std::function<void()> takeDuringStatus() {
-  const std::lock_guard lock(mutex);
-  return std::exchange(head.duringStatus, [] {});
+  const std::lock_guard lock(s_mutex);
+  return std::exchange(s_head.duringStatus, [] {});
 }
 
 }  // namespace
@@ -54,33 +54,33 @@ std::function<void()> takeDuringStatus() {
 namespace FakePtzLibrary {
 
 void reset() {
-  const std::lock_guard lock(mutex);
-  head = Head{};
+  const std::lock_guard lock(s_mutex);
+  s_head = Head{};
 }
 
 void setStatus(const ptztolva_status& status) {
-  const std::lock_guard lock(mutex);
-  head.status = status;
+  const std::lock_guard lock(s_mutex);
+  s_head.status = status;
 }
 
 std::vector<Move> moves() {
-  const std::lock_guard lock(mutex);
-  return head.moves;
+  const std::lock_guard lock(s_mutex);
+  return s_head.moves;
 }
 
 void clearMoves() {
-  const std::lock_guard lock(mutex);
-  head.moves.clear();
+  const std::lock_guard lock(s_mutex);
+  s_head.moves.clear();
 }
 
 std::vector<Home> homes() {
-  const std::lock_guard lock(mutex);
-  return head.homes;
+  const std::lock_guard lock(s_mutex);
+  return s_head.homes;
 }
 
 std::vector<int> statusChannels() {
-  const std::lock_guard lock(mutex);
-  return head.statusChannels;
+  const std::lock_guard lock(s_mutex);
+  return s_head.statusChannels;
 }
 
 int homeCount() {
@@ -92,43 +92,43 @@ int statusCount() {
 }
 
 int initCount() {
-  const std::lock_guard lock(mutex);
-  return head.initCount;
+  const std::lock_guard lock(s_mutex);
+  return s_head.initCount;
 }
 
 int cleanupCount() {
-  const std::lock_guard lock(mutex);
-  return head.cleanupCount;
+  const std::lock_guard lock(s_mutex);
+  return s_head.cleanupCount;
 }
 
 void failInits(int count) {
-  const std::lock_guard lock(mutex);
-  head.initsToFail = count;
+  const std::lock_guard lock(s_mutex);
+  s_head.initsToFail = count;
 }
 
 void failMoves(int count, const std::string& message) {
-  const std::lock_guard lock(mutex);
-  head.moveFailure = {count, message};
+  const std::lock_guard lock(s_mutex);
+  s_head.moveFailure = {count, message};
 }
 
 void failStatus(int count, const std::string& message) {
-  const std::lock_guard lock(mutex);
-  head.statusFailure = {count, message};
+  const std::lock_guard lock(s_mutex);
+  s_head.statusFailure = {count, message};
 }
 
 void failHome(int count, const std::string& message) {
-  const std::lock_guard lock(mutex);
-  head.homeFailure = {count, message};
+  const std::lock_guard lock(s_mutex);
+  s_head.homeFailure = {count, message};
 }
 
 void duringNextStatus(std::function<void()> function) {
-  const std::lock_guard lock(mutex);
-  head.duringStatus = std::move(function);
+  const std::lock_guard lock(s_mutex);
+  s_head.duringStatus = std::move(function);
 }
 
 std::vector<std::string> calls() {
-  const std::lock_guard lock(mutex);
-  return head.calls;
+  const std::lock_guard lock(s_mutex);
+  return s_head.calls;
 }
 
 }  // namespace FakePtzLibrary
@@ -136,61 +136,61 @@ std::vector<std::string> calls() {
 extern "C" {
 
 gboolean ptztolva_init(void) {
-  const std::lock_guard lock(mutex);
-  ++head.initCount;
-  head.note("init");
-  if (head.initsToFail == 0) {
+  const std::lock_guard lock(s_mutex);
+  ++s_head.initCount;
+  s_head.note("init");
+  if (s_head.initsToFail == 0) {
     return TRUE;
   }
-  --head.initsToFail;
+  --s_head.initsToFail;
   return FALSE;
 }
 
 void ptztolva_cleanup(void) {
-  const std::lock_guard lock(mutex);
-  ++head.cleanupCount;
-  head.note("cleanup");
+  const std::lock_guard lock(s_mutex);
+  ++s_head.cleanupCount;
+  s_head.note("cleanup");
 }
 
-gboolean ptztolva_move_ptz_travo(int reserved_a, int channel, const char* source, int reserved_b,
-                                 int pan_kind, int tilt_kind, int zoom, int zoom_kind, double pan,
-                                 double tilt, int speed, int reserved_c, int reserved_d,
+gboolean ptztolva_move_ptz_travo(int reservedA, int channel, const char* source, int reservedB,
+                                 int panKind, int tiltKind, int zoom, int zoomKind, double pan,
+                                 double tilt, int speed, int reservedC, int reservedD,
                                  GError** error) {
-  const std::lock_guard lock(mutex);
-  head.note("move");
-  head.moves.push_back({.channel = channel,
-                        .source = source != nullptr ? source : "",
-                        .panKind = pan_kind,
-                        .tiltKind = tilt_kind,
-                        .zoom = zoom,
-                        .zoomKind = zoom_kind,
-                        .pan = pan,
-                        .tilt = tilt,
-                        .speed = speed,
-                        .reserved = {reserved_a, reserved_b, reserved_c, reserved_d}});
-  return head.moveFailure.strikes(error) ? FALSE : TRUE;
+  const std::lock_guard lock(s_mutex);
+  s_head.note("move");
+  s_head.moves.push_back({.channel = channel,
+                          .source = source != nullptr ? source : "",
+                          .panKind = panKind,
+                          .tiltKind = tiltKind,
+                          .zoom = zoom,
+                          .zoomKind = zoomKind,
+                          .pan = pan,
+                          .tilt = tilt,
+                          .speed = speed,
+                          .reserved = {reservedA, reservedB, reservedC, reservedD}});
+  return s_head.moveFailure.strikes(error) ? FALSE : TRUE;
 }
 
-gboolean ptztolva_goto_home(int reserved_a, int channel, const char* source, int reserved_b,
-                            int speed, int reserved_c, int reserved_d, GError** error) {
-  const std::lock_guard lock(mutex);
-  head.note("home");
-  head.homes.push_back({.channel = channel,
-                        .source = source != nullptr ? source : "",
-                        .speed = speed,
-                        .reserved = {reserved_a, reserved_b, reserved_c, reserved_d}});
-  return head.homeFailure.strikes(error) ? FALSE : TRUE;
+gboolean ptztolva_goto_home(int reservedA, int channel, const char* source, int reservedB,
+                            int speed, int reservedC, int reservedD, GError** error) {
+  const std::lock_guard lock(s_mutex);
+  s_head.note("home");
+  s_head.homes.push_back({.channel = channel,
+                          .source = source != nullptr ? source : "",
+                          .speed = speed,
+                          .reserved = {reservedA, reservedB, reservedC, reservedD}});
+  return s_head.homeFailure.strikes(error) ? FALSE : TRUE;
 }
 
 gboolean ptztolva_get_ptz_status(int channel, ptztolva_status* status, GError** error) {
   takeDuringStatus()();
-  const std::lock_guard lock(mutex);
-  head.note("status");
-  head.statusChannels.push_back(channel);
-  if (head.statusFailure.strikes(error)) {
+  const std::lock_guard lock(s_mutex);
+  s_head.note("status");
+  s_head.statusChannels.push_back(channel);
+  if (s_head.statusFailure.strikes(error)) {
     return FALSE;
   }
-  *status = head.status;
+  *status = s_head.status;
   return TRUE;
 }
 

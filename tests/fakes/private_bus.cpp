@@ -32,11 +32,11 @@ BusServices::BusServices(const std::string& name)
   const char* address = PrivateBus::address();
   thread = std::thread([this] { run(); });
   invoke([this, address] {
-    constexpr auto flags =
+    constexpr auto FLAGS =
         static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
                                           G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
     connection.reset(
-        g_dbus_connection_new_for_address_sync(address, flags, nullptr, nullptr, nullptr));
+        g_dbus_connection_new_for_address_sync(address, FLAGS, nullptr, nullptr, nullptr));
     callBus("RequestName", g_variant_new("(su)", this->name.c_str(), 0U));
   });
 }

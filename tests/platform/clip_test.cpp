@@ -45,7 +45,9 @@ std::vector<Points> clip(const Points& subject, const Points& clip, gm_clip_e op
 
 // The same outline with its least vertex first and counter-clockwise.
 Points normal(Points outline) {
-  if (doubledArea(outline) < 0) std::reverse(outline.begin(), outline.end());
+  if (doubledArea(outline) < 0) {
+    std::reverse(outline.begin(), outline.end());
+  }
   const auto less = [](gm_point a, gm_point b) { return a.x != b.x ? a.x < b.x : a.y < b.y; };
   std::rotate(outline.begin(), std::min_element(outline.begin(), outline.end(), less),
               outline.end());
@@ -54,7 +56,9 @@ Points normal(Points outline) {
 
 int64_t totalArea(const std::vector<Points>& outlines) {
   int64_t area = 0;
-  for (const Points& outline : outlines) area += std::abs(doubledArea(outline));
+  for (const Points& outline : outlines) {
+    area += std::abs(doubledArea(outline));
+  }
   return area;
 }
 
@@ -166,7 +170,9 @@ TEST(GmClip, AHoleBecomesPiecesWithoutHoles) {
 TEST(GmClip, TheSmallestHoleStaysCutOut) {
   const auto pieces = clip(SQUARE, {{50, 50}, {51, 51}, {51, 50}}, GM_CLIP_CUT_OFF);
   EXPECT_EQ(2 * 100 * 100 - 1, totalArea(pieces));
-  for (const Points& piece : pieces) EXPECT_TRUE(judge::isSimple(piece));
+  for (const Points& piece : pieces) {
+    EXPECT_TRUE(judge::isSimple(piece));
+  }
 }
 
 TEST(GmClip, SeveralHolesAtOnce) {
@@ -177,7 +183,9 @@ TEST(GmClip, SeveralHolesAtOnce) {
     const Points snake = generator.points(9);
     const auto pieces = clip(rectangle(-400, -400, 400, 400), snake, GM_CLIP_CUT_OFF);
     withHoles += pieces.size() > 3 ? 1 : 0;
-    for (const Points& piece : pieces) ASSERT_TRUE(judge::isSimple(piece)) << "case " << i;
+    for (const Points& piece : pieces) {
+      ASSERT_TRUE(judge::isSimple(piece)) << "case " << i;
+    }
   }
   EXPECT_GT(withHoles, 100);
 }
@@ -207,7 +215,9 @@ TEST(GmClip, APaddedLineInsideAnAreaIsKeptWhole) {
     const gm_point first = generator.point();
     const gm_point second = generator.point();
     const Points outline{first, second, polygons::padded(second)};
-    if (doubledArea(outline) == 0) continue;
+    if (doubledArea(outline) == 0) {
+      continue;
+    }
     const auto pieces = clip(outline, rectangle(-4096, -4096, 4096, 4096), GM_CLIP_INTERSECTION);
     ASSERT_EQ(1u, pieces.size());
     ASSERT_EQ(normal(outline), normal(pieces[0]));
@@ -258,7 +268,9 @@ TEST(GmClip, LongSharedBordersAndHolesAtOnce) {
   const auto pieces = clip(a, b, GM_CLIP_UNION);
   const auto either = [](bool inA, bool inB) { return inA || inB; };
   EXPECT_LT(judge::wrongArea(judge::areaWhere(a, b, either), pieces, ROUNDING), 1e-3);
-  for (const Points& piece : pieces) EXPECT_TRUE(judge::isSimple(piece));
+  for (const Points& piece : pieces) {
+    EXPECT_TRUE(judge::isSimple(piece));
+  }
 }
 
 TEST(GmClip, FailureLeavesNothingToRelease) {

@@ -249,7 +249,9 @@ TEST_F(Confutils, RemainsOfThoseWhoDiedAreRemoved) {
   }
   const std::vector<std::string> foreign{".settings.json.longer1", ".settings.json.",
                                          ".other.json.aB3dE6", "settings.json.aB3dE6"};
-  for (const std::string& name : foreign) std::ofstream(folder / name) << "foreign";
+  for (const std::string& name : foreign) {
+    std::ofstream(folder / name) << "foreign";
+  }
   EXPECT_EQ(std::nullopt, set(path, "new"));
   std::vector<std::string> expected = foreign;
   expected.push_back("settings.json");

@@ -6,30 +6,30 @@ struct OVParameter {};
 
 namespace {
 
-FakeParameterStore* current = nullptr;
+FakeParameterStore* s_current = nullptr;
 
 }  // namespace
 
 FakeParameterStore::FakeParameterStore() {
-  current = this;
+  s_current = this;
 }
 
 FakeParameterStore::~FakeParameterStore() {
-  current = nullptr;
+  s_current = nullptr;
 }
 
 OVParameter* ov_parameter_new(const char* /*app_name*/, GError** error) {
-  if (current == nullptr || !current->reachable) {
+  if (s_current == nullptr || !s_current->reachable) {
     g_set_error_literal(error, g_quark_from_static_string("fake"), 0, "not reachable");
     return nullptr;
   }
-  ++current->openHandles;
+  ++s_current->openHandles;
   return new OVParameter;
 }
 
 gboolean ov_parameter_get(OVParameter* /*handle*/, const char* name, char** value, GError** error) {
-  const auto found = current->values.find(name);
-  if (found == current->values.end()) {
+  const auto found = s_current->values.find(name);
+  if (found == s_current->values.end()) {
     g_set_error_literal(error, g_quark_from_static_string("fake"), 1, "no such parameter");
     return FALSE;
   }
@@ -38,7 +38,9 @@ gboolean ov_parameter_get(OVParameter* /*handle*/, const char* name, char** valu
 }
 
 void ov_parameter_free(OVParameter* handle) {
-  if (handle == nullptr) return;
-  --current->openHandles;
+  if (handle == nullptr) {
+    return;
+  }
+  --s_current->openHandles;
   delete handle;
 }

@@ -11,7 +11,7 @@
 
 namespace {
 
-FileCalls* current = nullptr;
+FileCalls* s_current = nullptr;
 
 bool isFolder(int file) {
   struct stat status;
@@ -24,8 +24,10 @@ bool isRegular(int file) {
 }
 
 bool interrupted() {
-  if (current->interruptions == 0) return false;
-  --current->interruptions;
+  if (s_current->interruptions == 0) {
+    return false;
+  }
+  --s_current->interruptions;
   errno = EINTR;
   return true;
 }
@@ -33,30 +35,36 @@ bool interrupted() {
 }  // namespace
 
 FileCalls::FileCalls() {
-  current = this;
+  s_current = this;
 }
 
 FileCalls::~FileCalls() {
-  current = nullptr;
+  s_current = nullptr;
 }
 
 bool FileCalls::enter(const std::string& call) {
-  if (log.empty() || log.back() != call) log.push_back(call);
-  if (failing != call) return true;
+  if (log.empty() || log.back() != call) {
+    log.push_back(call);
+  }
+  if (failing != call) {
+    return true;
+  }
   errno = error;
   return false;
 }
 
 extern "C" ssize_t write(int file, const void* data, size_t size) {
-  if (current != nullptr && isRegular(file)) {
-    if (!current->enter("write") || interrupted()) return -1;
-    size = std::min(size, current->longestWrite);
+  if (s_current != nullptr && isRegular(file)) {
+    if (!s_current->enter("write") || interrupted()) {
+      return -1;
+    }
+    size = std::min(size, s_current->longestWrite);
   }
   return syscall(SYS_write, file, data, size);
 }
 
 extern "C" int fsync(int file) {
-  if (current != nullptr && !current->enter(isFolder(file) ? "flush folder" : "flush file")) {
+  if (s_current != nullptr && !s_current->enter(isFolder(file) ? "flush folder" : "flush file")) {
     return -1;
   }
   return static_cast<int>(syscall(SYS_fsync, file));
@@ -64,8 +72,10 @@ extern "C" int fsync(int file) {
 
 extern "C" int renameat2(int fromFolder, const char* from, int toFolder, const char* to,
                          unsigned flags) noexcept {
-  if (current != nullptr && !current->enter("rename")) return -1;
-  if (current != nullptr && !current->exchangesNames && (flags & RENAME_EXCHANGE) != 0) {
+  if (s_current != nullptr && !s_current->enter("rename")) {
+    return -1;
+  }
+  if (s_current != nullptr && !s_current->exchangesNames && (flags & RENAME_EXCHANGE) != 0) {
     errno = EINVAL;
     return -1;
   }
@@ -73,6 +83,8 @@ extern "C" int renameat2(int fromFolder, const char* from, int toFolder, const c
 }
 
 extern "C" int rename(const char* from, const char* to) noexcept {
-  if (current != nullptr && !current->enter("rename")) return -1;
+  if (s_current != nullptr && !s_current->enter("rename")) {
+    return -1;
+  }
   return static_cast<int>(syscall(SYS_renameat2, AT_FDCWD, from, AT_FDCWD, to, 0));
 }

@@ -58,7 +58,9 @@ TEST(GmInside, TellsInsideFromOutside) {
 
 TEST(GmInside, EveryVertexIsInside) {
   for (const Points& polygon : {SQUARE, NOTCHED, BOW_TIE, STAR}) {
-    for (const gm_point vertex : polygon) EXPECT_EQ(1, inside(vertex, polygon));
+    for (const gm_point vertex : polygon) {
+      EXPECT_EQ(1, inside(vertex, polygon));
+    }
   }
 }
 
@@ -114,7 +116,9 @@ TEST(GmInside, SelfCrossingOutlinesFollowTheEvenOddRule) {
 TEST(GmInside, OrientationDoesNotMatter) {
   const Points reversed(NOTCHED.rbegin(), NOTCHED.rend());
   for (int16_t x = -1; x <= 11; ++x) {
-    for (int16_t y = -1; y <= 11; ++y) EXPECT_EQ(inside({x, y}, NOTCHED), inside({x, y}, reversed));
+    for (int16_t y = -1; y <= 11; ++y) {
+      EXPECT_EQ(inside({x, y}, NOTCHED), inside({x, y}, reversed));
+    }
   }
 }
 
@@ -145,7 +149,9 @@ TEST(GmInside, AgreesWithTheTurnsOfTheBorder) {
     for (int i = 0; i < 3000; ++i) {
       const Points polygon = generator.any();
       gm_point point = generator.point();
-      if (i % 4 == 0) point = polygon[static_cast<size_t>(i / 4) % polygon.size()];
+      if (i % 4 == 0) {
+        point = polygon[static_cast<size_t>(i / 4) % polygon.size()];
+      }
       ASSERT_EQ(polygons::isInside(point, polygon), inside(point, polygon) == 1)
           << "range " << range << " case " << i;
     }
@@ -200,7 +206,9 @@ TEST(GmIntersectPolygons, AgreesWithTheJudge) {
       const Points a = generator.any();
       Points b = generator.anyWith(a);
       if (i % 2 == 0) {  // moved away, to be apart or only just touching about half the time
-        for (gm_point& point : b) point.x = static_cast<int16_t>(point.x + range);
+        for (gm_point& point : b) {
+          point.x = static_cast<int16_t>(point.x + range);
+        }
       }
       const bool expected = judge::distance(judge::polygon(a), judge::polygon(b)) < 1e-6;
       shared += expected ? 1 : 0;
@@ -357,7 +365,9 @@ TEST(GmCentroid, AgreesWithTheMomentsInFloatingPoint) {
     Generator generator(static_cast<uint32_t>(5000 + range), range);
     for (int i = 0; i < 1000; ++i) {
       const Points polygon = i % 2 == 0 ? generator.concave(12) : generator.convex(8);
-      if (polygons::doubledArea(polygon) == 0) continue;
+      if (polygons::doubledArea(polygon) == 0) {
+        continue;
+      }
       // Triangles that fan out from the first vertex.
       long double area = 0;
       long double x = 0;

@@ -38,16 +38,24 @@ TEST(MainLoop, FurtherCallsStartNoFurtherThread) {
   start();
   start();
   std::set<std::thread::id> threads;
-  for (int i = 0; i < 50; ++i) threads.insert(mainLoopThread());
+  for (int i = 0; i < 50; ++i) {
+    threads.insert(mainLoopThread());
+  }
   EXPECT_EQ(std::set<std::thread::id>{first}, threads);
 }
 
 TEST(MainLoop, MayBeStartedFromSeveralThreadsAtOnce) {
   std::vector<std::thread> callers;
-  for (int i = 0; i < 8; ++i) callers.emplace_back(start);
-  for (std::thread& caller : callers) caller.join();
+  for (int i = 0; i < 8; ++i) {
+    callers.emplace_back(start);
+  }
+  for (std::thread& caller : callers) {
+    caller.join();
+  }
   std::set<std::thread::id> threads;
-  for (int i = 0; i < 50; ++i) threads.insert(mainLoopThread());
+  for (int i = 0; i < 50; ++i) {
+    threads.insert(mainLoopThread());
+  }
   EXPECT_EQ(1u, threads.size());
 }
 

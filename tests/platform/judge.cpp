@@ -30,13 +30,17 @@ GEOSContextHandle_t engine() {
 }
 
 Shape checked(GEOSGeometry* geometry) {
-  if (geometry == nullptr) throw std::runtime_error("the judge failed");
+  if (geometry == nullptr) {
+    throw std::runtime_error("the judge failed");
+  }
   return Shape(geometry);
 }
 
 Shape collection(GEOSGeomTypes type, std::vector<Shape> shapes) {
   std::vector<GEOSGeometry*> members;
-  for (Shape& shape : shapes) members.push_back(shape.release());
+  for (Shape& shape : shapes) {
+    members.push_back(shape.release());
+  }
   return checked(GEOSGeom_createCollection_r(engine(), type, members.data(),
                                              static_cast<unsigned>(members.size())));
 }
@@ -62,8 +66,12 @@ bool hasOddParity(double x, double y, const Points& polygon) {
   for (size_t i = 0; i < polygon.size(); ++i) {
     const gm_point a = polygon[i];
     const gm_point b = polygon[(i + 1) % polygon.size()];
-    if ((a.y > y) == (b.y > y)) continue;
-    if (a.x + (y - a.y) * (b.x - a.x) / (b.y - a.y) > x) odd = !odd;
+    if ((a.y > y) == (b.y > y)) {
+      continue;
+    }
+    if (a.x + (y - a.y) * (b.x - a.x) / (b.y - a.y) > x) {
+      odd = !odd;
+    }
   }
   return odd;
 }
@@ -86,8 +94,12 @@ void Destroy::operator()(GEOSGeometry* geometry) const {
 
 Shape areaWhere(const Points& a, const Points& b, const std::function<bool(bool, bool)>& keeps) {
   std::vector<Shape> borders;
-  if (!a.empty()) borders.push_back(border(a));
-  if (!b.empty()) borders.push_back(border(b));
+  if (!a.empty()) {
+    borders.push_back(border(a));
+  }
+  if (!b.empty()) {
+    borders.push_back(border(b));
+  }
   const Shape edges = checked(GEOSUnaryUnionPrec_r(
       engine(), collection(GEOS_MULTILINESTRING, std::move(borders)).get(), SNAP));
   const GEOSGeometry* const lines[] = {edges.get()};
@@ -102,7 +114,9 @@ Shape areaWhere(const Points& a, const Points& b, const std::function<bool(bool,
     double y = 0;
     GEOSGeomGetX_r(engine(), middle.get(), &x);
     GEOSGeomGetY_r(engine(), middle.get(), &y);
-    if (!keeps(hasOddParity(x, y, a), hasOddParity(x, y, b))) continue;
+    if (!keeps(hasOddParity(x, y, a), hasOddParity(x, y, b))) {
+      continue;
+    }
     kept.push_back(checked(GEOSGeom_clone_r(engine(), face)));
   }
   return unionOf(std::move(kept));
@@ -124,7 +138,9 @@ Shape line(const Points& points) {
 
 Shape together(const std::vector<Points>& outlines) {
   std::vector<Shape> areas;
-  for (const Points& outline : outlines) areas.push_back(simplePolygon(outline));
+  for (const Points& outline : outlines) {
+    areas.push_back(simplePolygon(outline));
+  }
   return unionOf(std::move(areas));
 }
 

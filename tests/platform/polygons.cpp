@@ -17,7 +17,9 @@ gm_point Generator::point() {
 
 Points Generator::points(int count) {
   Points result;
-  for (int i = 0; i < count; ++i) result.push_back(point());
+  for (int i = 0; i < count; ++i) {
+    result.push_back(point());
+  }
   return result;
 }
 
@@ -29,22 +31,30 @@ gm_point Generator::towards(double angle, double radius) const {
 std::vector<double> Generator::angles(int count) {
   std::uniform_real_distribution<double> circle(0, 2 * std::numbers::pi);
   std::vector<double> result;
-  for (int i = 0; i < count; ++i) result.push_back(circle(random));
+  for (int i = 0; i < count; ++i) {
+    result.push_back(circle(random));
+  }
   std::sort(result.begin(), result.end());
-  if (number(0, 1) == 1) std::reverse(result.begin(), result.end());
+  if (number(0, 1) == 1) {
+    std::reverse(result.begin(), result.end());
+  }
   return result;
 }
 
 Points Generator::convex(int directions) {
   Points result;
-  for (const double angle : angles(directions)) result.push_back(towards(angle, range));
+  for (const double angle : angles(directions)) {
+    result.push_back(towards(angle, range));
+  }
   return result;
 }
 
 Points Generator::concave(int directions) {
   std::uniform_real_distribution<double> radius(0.1 * range, range);
   Points result;
-  for (const double angle : angles(directions)) result.push_back(towards(angle, radius(random)));
+  for (const double angle : angles(directions)) {
+    result.push_back(towards(angle, radius(random)));
+  }
   return result;
 }
 
@@ -68,7 +78,9 @@ Points Generator::likeThat(Points other) {
   for (int i = 0; i < changes; ++i) {
     other[static_cast<size_t>(number(0, static_cast<int>(other.size()) - 1))] = point();
   }
-  if (number(0, 1) == 1) std::reverse(other.begin(), other.end());
+  if (number(0, 1) == 1) {
+    std::reverse(other.begin(), other.end());
+  }
   return other;
 }
 
@@ -113,7 +125,9 @@ bool isOnBorder(gm_point point, const Points& polygon) {
 }
 
 bool isInside(gm_point point, const Points& polygon) {
-  if (isOnBorder(point, polygon)) return true;
+  if (isOnBorder(point, polygon)) {
+    return true;
+  }
   double turned = 0;
   forEachEdge(point, polygon, [&](int64_t ax, int64_t ay, int64_t bx, int64_t by) {
     turned +=

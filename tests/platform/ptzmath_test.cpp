@@ -56,7 +56,9 @@ struct Projector {
     const Vector right = sightOf(mounting.pan + 90, 0);
     const Vector up = sightOf(mounting.pan, mounting.tilt + 90);
     const double ahead = dot(sight, axis);
-    if (ahead < 0.05) return false;
+    if (ahead < 0.05) {
+      return false;
+    }
     const double across = dot(sight, right) / ahead;
     const double above = dot(sight, up) / ahead;
     // A camera that is turned clockwise sees the world turned counter-clockwise.
@@ -214,7 +216,9 @@ TEST(Pinhole, AgreesWithAProjectionOverWholePictures) {
       const double tilt = tilts(random);
       double x = 0;
       double y = 0;
-      if (!projector.project(pan, tilt, x, y)) continue;
+      if (!projector.project(pan, tilt, x, y)) {
+        continue;
+      }
       ++seen;
       const Direction found = camera.directionOf(x, y);
       ASSERT_LT(apart(sightOf(pan, tilt), sightOf(found.pan, found.tilt)), 1e-6);

@@ -56,7 +56,9 @@ Values eventValues(const scene_event* event, int property) {
 }
 
 void put32(Bytes& bytes, std::size_t at, std::uint32_t value) {
-  for (std::size_t i = 0; i < 4; ++i) bytes[at + i] = static_cast<std::uint8_t>(value >> (8 * i));
+  for (std::size_t i = 0; i < 4; ++i) {
+    bytes[at + i] = static_cast<std::uint8_t>(value >> (8 * i));
+  }
 }
 
 Bytes withNumber(Bytes bytes, std::size_t at, std::uint32_t value) {
@@ -84,7 +86,9 @@ constexpr std::size_t SMALL_SIZE = EVENT_AT + 20;
 std::pair<int, int> walk(const scene* s) {
   std::int64_t sum = 0;
   const auto add = [&sum](const auto* values, int count) {
-    for (int i = 0; i < count; ++i) sum ^= values[i];
+    for (int i = 0; i < count; ++i) {
+      sum ^= values[i];
+    }
   };
   for (int property = 0; property < 20; ++property) {
     const std::int64_t* values = nullptr;
@@ -226,7 +230,9 @@ TEST(SceneTest, RandomScenesSurviveTheRoundTrip) {
   const auto upTo = [&](int most) { return std::uniform_int_distribution<int>(0, most)(random); };
   const auto values = [&](int most) {
     Values result(static_cast<std::size_t>(upTo(most)));
-    for (auto& value : result) value = static_cast<std::int32_t>(random());
+    for (auto& value : result) {
+      value = static_cast<std::int32_t>(random());
+    }
     return result;
   };
 
@@ -245,7 +251,9 @@ TEST(SceneTest, RandomScenesSurviveTheRoundTrip) {
     }
     for (Event& event : events) {
       event = {upTo(SCENE_EVENT_MERGE), values(5), {}};
-      if (event.action != SCENE_EVENT_DELETE) event.to = values(5);
+      if (event.action != SCENE_EVENT_DELETE) {
+        event.to = values(5);
+      }
       encoder.addEvent(event.action, event.from, event.to);
     }
 
@@ -301,11 +309,11 @@ TEST(SceneTest, TheAreaSizeOfOtherBytesIsZero) {
 }
 
 TEST(SceneTest, TheAreaSizeIsLimited) {
-  constexpr std::uint32_t most = 16 << 20;
+  constexpr std::uint32_t MOST = 16 << 20;
   EXPECT_EQ(0U, scene_area_size(withNumber(smallFrame(), LENGTH_AT, HEADER_SIZE - 1).data()));
   EXPECT_EQ(HEADER_SIZE, scene_area_size(withNumber(smallFrame(), LENGTH_AT, HEADER_SIZE).data()));
-  EXPECT_EQ(most, scene_area_size(withNumber(smallFrame(), LENGTH_AT, most).data()));
-  EXPECT_EQ(0U, scene_area_size(withNumber(smallFrame(), LENGTH_AT, most + 1).data()));
+  EXPECT_EQ(MOST, scene_area_size(withNumber(smallFrame(), LENGTH_AT, MOST).data()));
+  EXPECT_EQ(0U, scene_area_size(withNumber(smallFrame(), LENGTH_AT, MOST + 1).data()));
 }
 
 TEST(SceneTest, BytesBeyondTheAnnouncedLengthAreIgnored) {
@@ -384,23 +392,27 @@ TEST(SceneTest, MutatedFramesDecodeFullyOrNotAtAll) {
   encoder.addEvent(SCENE_EVENT_SPLIT, Values{6}, Values{7, 8});
   const Bytes valid = encoder.bytes();
 
-  int decoded_count = 0;
+  int decodedCount = 0;
   for (int round = 0; round < 100'000; ++round) {
     Bytes bytes = valid;
     for (std::size_t changes = 1 + below(4); changes > 0; --changes) {
       bytes[below(bytes.size())] = static_cast<std::uint8_t>(random());
     }
-    if (below(4) == 0) bytes.resize(below(bytes.size() + 16));
+    if (below(4) == 0) {
+      bytes.resize(below(bytes.size() + 16));
+    }
     if (below(4) == 0 && bytes.size() >= 8) {
       put32(bytes, LENGTH_AT, static_cast<std::uint32_t>(bytes.size()));
     }
     const ScenePtr decoded = decode(bytes);
-    if (!decoded) continue;
-    ++decoded_count;
+    if (!decoded) {
+      continue;
+    }
+    ++decodedCount;
     walk(decoded.get());
     EXPECT_LE(scene_area_size(bytes.data()), bytes.size());
   }
-  EXPECT_GT(decoded_count, 1000);  // values and ids may be anything
+  EXPECT_GT(decodedCount, 1000);  // values and ids may be anything
 }
 
 TEST(SceneTest, RandomBytesBehindAValidHeadDecodeFullyOrNotAtAll) {
@@ -414,7 +426,9 @@ TEST(SceneTest, RandomBytesBehindAValidHeadDecodeFullyOrNotAtAll) {
     std::copy_n("SCN1", 4, bytes.begin());
     put32(bytes, LENGTH_AT, static_cast<std::uint32_t>(bytes.size()));
     put32(bytes, VERSION_AT, 1);
-    if (const ScenePtr decoded = decode(bytes)) walk(decoded.get());
+    if (const ScenePtr decoded = decode(bytes)) {
+      walk(decoded.get());
+    }
   }
 }
 
@@ -446,19 +460,21 @@ TEST(SceneEncoderTest, APropertyNeedsAnObject) {
 TEST(SceneEncoderTest, CountsMoreThan255PropertiesOfAnObject) {
   SceneEncoder encoder;
   encoder.beginObject(1);
-  for (int i = 0; i < 300; ++i) encoder.addObjectProperty(i, Values{i});
+  for (int i = 0; i < 300; ++i) {
+    encoder.addObjectProperty(i, Values{i});
+  }
   const ScenePtr decoded = decode(encoder.bytes());
   ASSERT_NE(nullptr, decoded);
   EXPECT_THAT(objectValues(scene_next_object(decoded.get(), nullptr), 299), ElementsAre(299));
 }
 
 TEST(SceneEncoderTest, AFrameIsAtMost16MiB) {
-  constexpr std::size_t most = std::size_t{16} << 20;
-  const std::vector<std::int32_t> values((most - HEADER_SIZE - 16) / 4, 1);
+  constexpr std::size_t MOST = std::size_t{16} << 20;
+  const std::vector<std::int32_t> values((MOST - HEADER_SIZE - 16) / 4, 1);
   SceneEncoder encoder;
   encoder.beginObject(1);
   encoder.addObjectProperty(SCENE_OBJ_PROP_POLYGON, values);
-  EXPECT_EQ(most, encoder.bytes().size());
+  EXPECT_EQ(MOST, encoder.bytes().size());
   EXPECT_NE(nullptr, decode(encoder.bytes()));
   encoder.beginObject(2);
   EXPECT_THROW(encoder.bytes(), std::length_error);

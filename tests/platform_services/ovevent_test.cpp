@@ -41,9 +41,9 @@ SetPtr newSet() {
   return SetPtr(ov_event_key_value_set_new());
 }
 
-void addText(const SetPtr& set, const char* key, const char* name_space, const char* value) {
-  ASSERT_TRUE(ov_event_key_value_set_add(set.get(), key, name_space, OV_EVENT_VALUE_STRING, value,
-                                         nullptr));
+void addText(const SetPtr& set, const char* key, const char* nameSpace, const char* value) {
+  ASSERT_TRUE(
+      ov_event_key_value_set_add(set.get(), key, nameSpace, OV_EVENT_VALUE_STRING, value, nullptr));
 }
 
 void addInt(const SetPtr& set, const char* key, int value) {
@@ -111,10 +111,10 @@ TEST(EventKeyValueSetTest, NameSpacesKeepKeysApart) {
   addText(set, "k", nullptr, "in none");
   char* value = nullptr;
   ASSERT_TRUE(ov_event_key_value_set_get_string(set.get(), "k", "a", &value, nullptr));
-  const GTextPtr in_a(value);
+  const GTextPtr inA(value);
   EXPECT_STREQ("in a", value);
   ASSERT_TRUE(ov_event_key_value_set_get_string(set.get(), "k", nullptr, &value, nullptr));
-  const GTextPtr in_none(value);
+  const GTextPtr inNone(value);
   EXPECT_STREQ("in none", value);
   EXPECT_FALSE(ov_event_key_value_set_get_string(set.get(), "k", "b", &value, nullptr));
 }
@@ -160,9 +160,9 @@ TEST(EventKeyValueSetTest, WhatTheBusCannotCarryIsRefused) {
   const SetPtr set = newSet();
   const int n = 1;
   GError* error = nullptr;
-  const auto add = [&](const char* key, const char* name_space, OVEventValueType type,
+  const auto add = [&](const char* key, const char* nameSpace, OVEventValueType type,
                        const void* value) {
-    EXPECT_FALSE(ov_event_key_value_set_add(set.get(), key, name_space, type, value, &error));
+    EXPECT_FALSE(ov_event_key_value_set_add(set.get(), key, nameSpace, type, value, &error));
     return takeMessage(error);
   };
   EXPECT_EQ("The key is no valid text", add(nullptr, nullptr, OV_EVENT_VALUE_INT, &n));
@@ -267,14 +267,16 @@ class EventService {
 // Collects what a subscription is told, as "VALUE@TIME" of the key "value".
 class Listener {
  public:
-  static void onEvent(uint32_t subscription, OVEvent* event, void* user_data) {
-    auto* self = static_cast<Listener*>(user_data);
+  static void onEvent(uint32_t subscription, OVEvent* event, void* userData) {
+    auto* self = static_cast<Listener*>(userData);
     int value = -1;
     ov_event_key_value_set_get_int(ov_event_get_key_value_set(event), "value", nullptr, &value,
                                    nullptr);
     const int64_t time = ov_event_get_time_stamp(event);
     ov_event_free(event);
-    if (self->during) self->during(subscription);
+    if (self->during) {
+      self->during(subscription);
+    }
     const std::lock_guard lock(self->mutex);
     self->told.push_back(std::to_string(value) + '@' + std::to_string(time));
     self->changed.notify_all();
@@ -456,54 +458,54 @@ TEST_F(EventHandlerTest, ASubscriptionIsToldMatchingEventsInOrder) {
 
 TEST_F(EventHandlerTest, APatternAsksForNameNameSpaceTypeAndValue) {
   const uint32_t id = declare(event("T", 0), true);
-  const auto pattern = [](const char* key, const char* name_space, OVEventValueType type,
+  const auto pattern = [](const char* key, const char* nameSpace, OVEventValueType type,
                           const void* value) {
     SetPtr set = newSet();
-    ov_event_key_value_set_add(set.get(), key, name_space, type, value, nullptr);
+    ov_event_key_value_set_add(set.get(), key, nameSpace, type, value, nullptr);
     return set;
   };
   const int one = 1;
-  const double one_as_double = 1;
-  const gboolean one_as_bool = TRUE;
+  const double oneAsDouble = 1;
+  const gboolean oneAsBool = TRUE;
   Listener right;
-  Listener any_value;
+  Listener anyValue;
   Listener all;
-  Listener other_value;
-  Listener other_type;
-  Listener as_bool;
-  Listener other_space;
-  Listener other_key;
+  Listener otherValue;
+  Listener otherType;
+  Listener asBool;
+  Listener otherSpace;
+  Listener otherKey;
   const int two = 2;
-  subscribe(pattern("value", nullptr, OV_EVENT_VALUE_INT, &two), other_value);
-  subscribe(pattern("value", nullptr, OV_EVENT_VALUE_DOUBLE, &one_as_double), other_type);
-  subscribe(pattern("value", nullptr, OV_EVENT_VALUE_BOOL, &one_as_bool), as_bool);
-  subscribe(pattern("value", "tnsorva", OV_EVENT_VALUE_INT, &one), other_space);
-  subscribe(pattern("values", nullptr, OV_EVENT_VALUE_INT, nullptr), other_key);
+  subscribe(pattern("value", nullptr, OV_EVENT_VALUE_INT, &two), otherValue);
+  subscribe(pattern("value", nullptr, OV_EVENT_VALUE_DOUBLE, &oneAsDouble), otherType);
+  subscribe(pattern("value", nullptr, OV_EVENT_VALUE_BOOL, &oneAsBool), asBool);
+  subscribe(pattern("value", "tnsorva", OV_EVENT_VALUE_INT, &one), otherSpace);
+  subscribe(pattern("values", nullptr, OV_EVENT_VALUE_INT, nullptr), otherKey);
   subscribe(pattern("value", nullptr, OV_EVENT_VALUE_INT, &one), right);
-  subscribe(pattern("value", nullptr, OV_EVENT_VALUE_STRING, nullptr), any_value);
+  subscribe(pattern("value", nullptr, OV_EVENT_VALUE_STRING, nullptr), anyValue);
   subscribe(newSet(), all);
   send(id, event("T", 1), 0);
   EXPECT_THAT(right.waitFor(1), ElementsAre("1@0"));
-  EXPECT_THAT(any_value.waitFor(1), ElementsAre("1@0"));
+  EXPECT_THAT(anyValue.waitFor(1), ElementsAre("1@0"));
   EXPECT_THAT(all.waitFor(1), ElementsAre("1@0"));  // the last to be told
-  EXPECT_THAT(other_value.getTold(), IsEmpty());
-  EXPECT_THAT(other_type.getTold(), IsEmpty());
-  EXPECT_THAT(as_bool.getTold(), IsEmpty());
-  EXPECT_THAT(other_space.getTold(), IsEmpty());
-  EXPECT_THAT(other_key.getTold(), IsEmpty());
+  EXPECT_THAT(otherValue.getTold(), IsEmpty());
+  EXPECT_THAT(otherType.getTold(), IsEmpty());
+  EXPECT_THAT(asBool.getTold(), IsEmpty());
+  EXPECT_THAT(otherSpace.getTold(), IsEmpty());
+  EXPECT_THAT(otherKey.getTold(), IsEmpty());
 }
 
 TEST_F(EventHandlerTest, AnEventWithoutTheValueDoesNotMatchAPatternWithOne) {
   const SetPtr keys = topicOnly("T");
   ov_event_key_value_set_add(keys.get(), "value", nullptr, OV_EVENT_VALUE_INT, nullptr, nullptr);
   const uint32_t id = declare(keys, true);
-  Listener with_value;
+  Listener withValue;
   Listener fence;
-  subscribe(event("T", 1), with_value);
+  subscribe(event("T", 1), withValue);
   subscribe(topicOnly("T"), fence);
   send(id, keys, 5);
   EXPECT_THAT(fence.waitFor(1), ElementsAre("-1@5"));
-  EXPECT_THAT(with_value.getTold(), IsEmpty());
+  EXPECT_THAT(withValue.getTold(), IsEmpty());
 }
 
 TEST_F(EventHandlerTest, ThePresentStateOfStatefulEventsComesFirst) {
@@ -541,15 +543,15 @@ TEST_F(EventHandlerTest, WhatIsSentAroundTheSubscriptionIsToldOnceAndInOrder) {
 }
 
 TEST_F(EventHandlerTest, CallbacksRunOnTheMainContext) {
-  std::thread::id main_thread;
-  main.invoke([&] { main_thread = std::this_thread::get_id(); });
-  std::thread::id told_on;
+  std::thread::id mainThread;
+  main.invoke([&] { mainThread = std::this_thread::get_id(); });
+  std::thread::id toldOn;
   Listener listener;
-  listener.during = [&](uint32_t) { told_on = std::this_thread::get_id(); };
+  listener.during = [&](uint32_t) { toldOn = std::this_thread::get_id(); };
   declare(event("T", 1));
   subscribe(topicOnly("T"), listener);
   listener.waitFor(1);
-  EXPECT_EQ(main_thread, told_on);
+  EXPECT_EQ(mainThread, toldOn);
 }
 
 TEST_F(EventHandlerTest, TheCallbackIsGivenItsSubscription) {
@@ -645,22 +647,22 @@ TEST_F(EventHandlerTest, TheEndOfASubscriptionWaitsForARunningCallback) {
   declare(event("T", 1));
   std::promise<void> entered;
   std::promise<void> gate;
-  std::atomic<bool> has_left = false;
+  std::atomic<bool> hasLeft = false;
   Listener listener;
   listener.during = [&](uint32_t) {
     entered.set_value();
     gate.get_future().wait();
-    has_left = true;
+    hasLeft = true;
   };
   const uint32_t subscription = subscribe(topicOnly("T"), listener);
   entered.get_future().wait();
-  std::future<bool> left_before_end = std::async(std::launch::async, [&] {
+  std::future<bool> leftBeforeEnd = std::async(std::launch::async, [&] {
     unsubscribe(subscription);
-    return has_left.load();
+    return hasLeft.load();
   });
-  EXPECT_EQ(std::future_status::timeout, left_before_end.wait_for(std::chrono::milliseconds(100)));
+  EXPECT_EQ(std::future_status::timeout, leftBeforeEnd.wait_for(std::chrono::milliseconds(100)));
   gate.set_value();
-  EXPECT_TRUE(left_before_end.get());
+  EXPECT_TRUE(leftBeforeEnd.get());
 }
 
 TEST_F(EventHandlerTest, FreeingTheHandlerWaitsForARunningCallback) {
@@ -668,24 +670,24 @@ TEST_F(EventHandlerTest, FreeingTheHandlerWaitsForARunningCallback) {
   HandlerPtr second = newHandler();
   std::promise<void> entered;
   std::promise<void> gate;
-  std::atomic<bool> has_left = false;
+  std::atomic<bool> hasLeft = false;
   Listener listener;
   listener.during = [&](uint32_t) {
     entered.set_value();
     gate.get_future().wait();
-    has_left = true;
+    hasLeft = true;
   };
   uint32_t id = 0;
   ASSERT_TRUE(ov_event_handler_subscribe(second.get(), topicOnly("T").get(), &Listener::onEvent,
                                          &listener, &id, nullptr));
   entered.get_future().wait();
-  std::future<bool> left_before_end = std::async(std::launch::async, [&] {
+  std::future<bool> leftBeforeEnd = std::async(std::launch::async, [&] {
     second.reset();
-    return has_left.load();
+    return hasLeft.load();
   });
-  EXPECT_EQ(std::future_status::timeout, left_before_end.wait_for(std::chrono::milliseconds(100)));
+  EXPECT_EQ(std::future_status::timeout, leftBeforeEnd.wait_for(std::chrono::milliseconds(100)));
   gate.set_value();
-  EXPECT_TRUE(left_before_end.get());
+  EXPECT_TRUE(leftBeforeEnd.get());
 }
 
 TEST_F(EventHandlerTest, AServiceThatReturnsIsHeard) {

@@ -42,11 +42,13 @@ struct Given {
 class Application {
  public:
   static void onRequest(const char* path, const char* method, const char* query,
-                        GHashTable* parameters, GOutputStream* out, void* user_data) {
-    auto* self = static_cast<Application*>(user_data);
+                        GHashTable* parameters, GOutputStream* out, void* userData) {
+    auto* self = static_cast<Application*>(userData);
     EXPECT_EQ(1, ++self->running);
     Given given{path, method, std::nullopt, {}};
-    if (query != nullptr) given.query = query;
+    if (query != nullptr) {
+      given.query = query;
+    }
     GHashTableIter iter;
     g_hash_table_iter_init(&iter, parameters);
     gpointer key = nullptr;
@@ -55,7 +57,9 @@ class Application {
       given.parameters.emplace_back(static_cast<char*>(key), static_cast<char*>(value));
     }
     self->given.push_back(std::move(given));
-    if (self->during) self->during();
+    if (self->during) {
+      self->during();
+    }
     EXPECT_TRUE(g_output_stream_write_all(out, self->answer.data(), self->answer.size(), nullptr,
                                           nullptr, nullptr));
     --self->running;
@@ -198,7 +202,9 @@ TEST_F(HttpServerTest, RequestsAreAnsweredOneAtATime) {
   for (int client = 0; client < 8; ++client) {
     answers.push_back(std::async(std::launch::async, [this] { return exchange(get("/")); }));
   }
-  for (auto& answer : answers) EXPECT_EQ("Status: 200 OK\r\n\r\nfine", answer.get());
+  for (auto& answer : answers) {
+    EXPECT_EQ("Status: 200 OK\r\n\r\nfine", answer.get());
+  }
   EXPECT_EQ(8U, application.given.size());
 }
 
@@ -206,7 +212,9 @@ TEST_F(HttpServerTest, WhatIsNoRequestIsNotAnsweredAndTheNextOneIs) {
   const Bytes whole = encodeHttpRequest(post("body")).value();
   const Bytes cut(whole.begin(), whole.end() - 1);
   Bytes garbled = whole;
-  for (std::size_t i = HTTP_LENGTH_SIZE; i < garbled.size(); ++i) garbled[i] = 0xff;
+  for (std::size_t i = HTTP_LENGTH_SIZE; i < garbled.size(); ++i) {
+    garbled[i] = 0xff;
+  }
   EXPECT_EQ("", exchange(Bytes()));
   EXPECT_EQ("", exchange(Bytes{0, 0}));
   EXPECT_EQ("", exchange(Bytes{0, 0, 0, 0}));
@@ -265,22 +273,22 @@ TEST_F(HttpServerTest, AClientThatLeavesEarlyHurtsNobody) {
 TEST_F(HttpServerTest, TheEndWaitsForTheRequestThatIsBeingAnswered) {
   std::promise<void> entered;
   std::promise<void> gate;
-  std::atomic<bool> has_left = false;
+  std::atomic<bool> hasLeft = false;
   application.during = [&] {
     entered.set_value();
     gate.get_future().wait();
-    has_left = true;
+    hasLeft = true;
   };
   std::future<std::string> answer =
       std::async(std::launch::async, [this] { return exchange(get("/")); });
   entered.get_future().wait();
-  std::future<bool> left_before_end = std::async(std::launch::async, [&] {
+  std::future<bool> leftBeforeEnd = std::async(std::launch::async, [&] {
     server.reset();
-    return has_left.load();
+    return hasLeft.load();
   });
-  EXPECT_EQ(std::future_status::timeout, left_before_end.wait_for(std::chrono::milliseconds(100)));
+  EXPECT_EQ(std::future_status::timeout, leftBeforeEnd.wait_for(std::chrono::milliseconds(100)));
   gate.set_value();
-  EXPECT_TRUE(left_before_end.get());
+  EXPECT_TRUE(leftBeforeEnd.get());
   EXPECT_EQ("Status: 200 OK\r\n\r\nfine", answer.get());
 }
 
@@ -386,7 +394,9 @@ TEST(HttpWireTest, MutatedRequestsDecodeOrAreRefused) {
     }
     bytes.resize(random() % 4 == 0 ? random() % bytes.size() : bytes.size());
     bytes.shrink_to_fit();
-    if (!decodeHttpRequest(bytes)) ++refused;
+    if (!decodeHttpRequest(bytes)) {
+      ++refused;
+    }
   }
   EXPECT_GT(refused, 0);
 }

@@ -32,7 +32,9 @@ class ParameterService {
 
   ~ParameterService() {
     service.getLoop().invoke([this] {
-      if (silent == nullptr) return;
+      if (silent == nullptr) {
+        return;
+      }
       g_dbus_method_invocation_return_error_literal(silent, G_DBUS_ERROR, G_DBUS_ERROR_FAILED,
                                                     "too late");
     });

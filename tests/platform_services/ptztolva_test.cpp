@@ -223,12 +223,16 @@ TEST_F(PtzTolvaTest, CallsOfSeveralThreadsComeOneAfterTheOther) {
   for (int thread = 0; thread < 4; ++thread) {
     results.push_back(std::async(std::launch::async, [] {
       ptztolva_status status{};
-      bool is_ok = true;
-      for (int i = 0; i < 5; ++i) is_ok &= ptztolva_get_ptz_status(1, &status, nullptr) != FALSE;
-      return is_ok;
+      bool isOk = true;
+      for (int i = 0; i < 5; ++i) {
+        isOk &= ptztolva_get_ptz_status(1, &status, nullptr) != FALSE;
+      }
+      return isOk;
     }));
   }
-  for (auto& result : results) EXPECT_TRUE(result.get());
+  for (auto& result : results) {
+    EXPECT_TRUE(result.get());
+  }
   EXPECT_EQ(20U, service.openCalls().size());
   EXPECT_THAT(service.openCalls(), Each(1));
 }

@@ -100,20 +100,22 @@ class SceneService {
 // Collects what the callbacks are told.
 class Receiver {
  public:
-  static void onMessage(char* data, void* user_data) {
-    auto* self = static_cast<Receiver*>(user_data);
+  static void onMessage(char* data, void* userData) {
+    auto* self = static_cast<Receiver*>(userData);
     const std::size_t size = scene_area_size(data);
     const auto* first = reinterpret_cast<const std::uint8_t*>(data);
     Bytes frame(first, first + size);
     std::free(data);
-    if (self->during) self->during();
+    if (self->during) {
+      self->during();
+    }
     const std::lock_guard lock(self->mutex);
     self->frames.push_back(std::move(frame));
     self->changed.notify_all();
   }
 
-  static void onDisconnect(void* user_data) {
-    auto* self = static_cast<Receiver*>(user_data);
+  static void onDisconnect(void* userData) {
+    auto* self = static_cast<Receiver*>(userData);
     const std::lock_guard lock(self->mutex);
     ++self->disconnects;
     self->changed.notify_all();
@@ -321,8 +323,8 @@ TEST_F(SceneSubscriberTest, AnAnswerThatTricklesInIsAFailure) {
 
 TEST_F(SceneSubscriberTest, AQuietStreamIsNoDisconnection) {
   // Long enough for the service of the test to answer, even on a busy machine.
-  constexpr std::chrono::milliseconds timeout(2000);
-  SceneSubscriber hasty(path, 0, FORMAT, &receiver, timeout);
+  constexpr std::chrono::milliseconds TIMEOUT(2000);
+  SceneSubscriber hasty(path, 0, FORMAT, &receiver, TIMEOUT);
   listen(hasty);
   std::future<Served> serving = service.serve("OK\n");
   ASSERT_EQ(0, hasty.subscribe());
@@ -355,9 +357,9 @@ TEST_F(SceneSubscriberTest, AFrameThatStallsEndsTheStream) {
 TEST_F(SceneSubscriberTest, ASocketThatMayNotBeUsedIsAPolicy) {
   std::filesystem::permissions(path, std::filesystem::perms::none);
   const uid_t user = geteuid();
-  constexpr uid_t nobody = 65534;
+  constexpr uid_t NOBODY = 65534;
   if (user == 0) {
-    ASSERT_EQ(0, seteuid(nobody));  // permissions do not bind root
+    ASSERT_EQ(0, seteuid(NOBODY));  // permissions do not bind root
   }
   const int result = subscriber.subscribe();
   ASSERT_EQ(0, seteuid(user));
@@ -379,7 +381,9 @@ TEST_F(SceneSubscriberTest, HandsOnEachFrame) {
 
 TEST_F(SceneSubscriberTest, AFrameMayComeInPieces) {
   const Served served = subscribe();
-  for (const std::uint8_t byte : packet(sceneFrame(1)) + packet(sceneFrame(2))) served.send({byte});
+  for (const std::uint8_t byte : packet(sceneFrame(1)) + packet(sceneFrame(2))) {
+    served.send({byte});
+  }
   EXPECT_THAT(receiver.waitForFrames(2), ElementsAre(sceneFrame(1), sceneFrame(2)));
 }
 
@@ -490,22 +494,22 @@ TEST_F(SceneSubscriberTest, ACallbackThatAsksForMoreIsRefused) {
 TEST_F(SceneSubscriberTest, TheEndWaitsForARunningCallback) {
   std::promise<void> entered;
   std::promise<void> gate;
-  std::atomic<bool> has_left = false;
+  std::atomic<bool> hasLeft = false;
   receiver.during = [&] {
     entered.set_value();
     gate.get_future().wait();
-    has_left = true;
+    hasLeft = true;
   };
   const Served served = subscribe();
   served.send(packet(sceneFrame(1)));
   entered.get_future().wait();
-  std::future<bool> left_before_end = std::async(std::launch::async, [&] {
+  std::future<bool> leftBeforeEnd = std::async(std::launch::async, [&] {
     subscriber.unsubscribe();
-    return has_left.load();
+    return hasLeft.load();
   });
-  EXPECT_EQ(std::future_status::timeout, left_before_end.wait_for(std::chrono::milliseconds(100)));
+  EXPECT_EQ(std::future_status::timeout, leftBeforeEnd.wait_for(std::chrono::milliseconds(100)));
   gate.set_value();
-  EXPECT_TRUE(left_before_end.get());
+  EXPECT_TRUE(leftBeforeEnd.get());
 }
 
 TEST_F(SceneSubscriberTest, WithoutCallbacksTheStreamIsStillRead) {
@@ -514,7 +518,9 @@ TEST_F(SceneSubscriberTest, WithoutCallbacksTheStreamIsStillRead) {
   EXPECT_EQ(0, silent.subscribe());
   const Served served = serving.get();
   // More than the socket holds.
-  for (int i = 0; i < 20; ++i) served.send(packet(sceneFrame(i, 100'000)));
+  for (int i = 0; i < 20; ++i) {
+    served.send(packet(sceneFrame(i, 100'000)));
+  }
 }
 
 TEST_F(SceneSubscriberTest, DeletingASubscriberEndsItsSubscription) {
@@ -573,7 +579,9 @@ TEST_F(SubscriberModuleTest, NothingIsABadArgumentEverywhere) {
   EXPECT_EQ(-5, unsubscribe(nullptr));
   EXPECT_EQ(-5, setOnDisconnect(nullptr, nullptr));
   EXPECT_EQ(-5, setOnMessage(nullptr, nullptr));
-  for (const auto enable : setEnabled) EXPECT_EQ(-5, enable(nullptr, 1));
+  for (const auto enable : setEnabled) {
+    EXPECT_EQ(-5, enable(nullptr, 1));
+  }
 }
 
 TEST_F(SubscriberModuleTest, ThereIsNoNegativeChannel) {
@@ -585,7 +593,9 @@ TEST_F(SubscriberModuleTest, ASubscriberTakesItsSettings) {
   ASSERT_NE(nullptr, subscriber);
   EXPECT_EQ(0, setOnDisconnect(subscriber, &Receiver::onDisconnect));
   EXPECT_EQ(0, setOnMessage(subscriber, &Receiver::onMessage));
-  for (const auto enable : setEnabled) EXPECT_EQ(0, enable(subscriber, 1));
+  for (const auto enable : setEnabled) {
+    EXPECT_EQ(0, enable(subscriber, 1));
+  }
   EXPECT_EQ(-2, unsubscribe(subscriber));
   EXPECT_EQ(0, erase(subscriber));
 }

@@ -108,10 +108,10 @@ class TestService {
  private:
   void start(const char* address, const char* busName, const char* path,
              const std::function<GDBusInterfaceSkeleton*()>& make) {
-    constexpr auto flags =
+    constexpr auto FLAGS =
         static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
                                           G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
-    bus.reset(g_dbus_connection_new_for_address_sync(address, flags, nullptr, nullptr, nullptr));
+    bus.reset(g_dbus_connection_new_for_address_sync(address, FLAGS, nullptr, nullptr, nullptr));
     ASSERT_NE(nullptr, bus);
     skeleton.reset(make());
     ASSERT_TRUE(g_dbus_interface_skeleton_export(skeleton.get(), bus.get(), path, nullptr));
@@ -126,7 +126,9 @@ class TestService {
         bus.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", method,
         arguments, G_VARIANT_TYPE("(u)"), G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr));
     guint32 result = 0;
-    if (reply) g_variant_get(reply.get(), "(u)", &result);
+    if (reply) {
+      g_variant_get(reply.get(), "(u)", &result);
+    }
     return result;
   }
 

@@ -54,7 +54,9 @@ struct Handover {
 
   static void end(gpointer data) {
     const std::unique_ptr<const Handover> handover(&of(data));
-    if (handover->destroy != nullptr) handover->destroy(handover->data);
+    if (handover->destroy != nullptr) {
+      handover->destroy(handover->data);
+    }
   }
 };
 
@@ -86,7 +88,9 @@ void onMarshalled(gpointer /*data*/, GClosure* /*closure*/) {}
 
 void onClosureEnd(gpointer data, GClosure* closure) {
   const std::unique_ptr<const ClosureHandover> handover(&ClosureHandover::of(data));
-  if (handover->callback != nullptr) handover->callback(handover->data, closure);
+  if (handover->callback != nullptr) {
+    handover->callback(handover->data, closure);
+  }
 }
 
 }  // namespace

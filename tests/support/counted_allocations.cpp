@@ -3,12 +3,12 @@
 #include <cstdlib>
 #include <new>
 
-std::atomic<long> allocations{0};
+std::atomic<long> s_allocations{0};
 
 // Each of new and each of delete that the standard library calls: one of them alone would give
 // back what the other's owner has handed out.
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-  ++allocations;
+  ++s_allocations;
   return std::malloc(size == 0 ? 1 : size);
 }
 void* operator new(std::size_t size) {

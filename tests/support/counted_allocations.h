@@ -4,4 +4,4 @@
 #include <atomic>
 
 // A program has the count when it is built with counted_allocations.cpp.
-extern std::atomic<long> allocations;
+extern std::atomic<long> s_allocations;

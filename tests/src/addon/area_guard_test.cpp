@@ -46,7 +46,9 @@ class AreaGuardTest : public InitializedWrapperTest {
   static constexpr std::int64_t DURATION = 5 * SECOND;
 
   explicit AreaGuardTest(bool isMechanical = false) {
-    if (isMechanical) FakeParameters::set("root.Properties.PTZ.PTZ", "yes");
+    if (isMechanical) {
+      FakeParameters::set("root.Properties.PTZ.PTZ", "yes");
+    }
     guard = makeGuard(producer);
   }
 
@@ -88,7 +90,9 @@ class AreaGuardTest : public InitializedWrapperTest {
 
   static std::string document(std::initializer_list<std::string> elements) {
     SvgDoc document(HEADER);
-    for (const std::string& element : elements) document += element;
+    for (const std::string& element : elements) {
+      document += element;
+    }
     return document.toString();
   }
 

@@ -51,7 +51,7 @@ class DefaultConfigCreatorTest : public InitializedWrapperTest {
     std::free(dump);
   }
 
-  const DefaultValues defaults;
+  const DefaultValues defaults{};
 };
 
 TEST_F(DefaultConfigCreatorTest, AOneChannelDeviceHasOneActiveCameraAndOneProfile) {

@@ -62,7 +62,9 @@ class GuardFactoryTest : public InitializedWrapperTest {
     factory = std::make_unique<OpenFactory>(rotation, boundaries, producer);
     json_error_t error;
     const JsonAutoPtr document(json_loads(text.c_str(), 0, &error));
-    if (!document) throw std::runtime_error(text + ": " + error.text);
+    if (!document) {
+      throw std::runtime_error(text + ": " + error.text);
+    }
     try {
       factory->parseJson(document.get());
     } catch (const StatusException& exception) {
@@ -223,7 +225,9 @@ TEST_F(GuardFactoryTest, ANameOf15CharactersIsAcceptedOneOf16Refused) {
 
 TEST_F(GuardFactoryTest, NamesAreCountedInCharacters) {
   std::string name;
-  for (int i = 0; i < 15; ++i) name += "\xc3\xa9";
+  for (int i = 0; i < 15; ++i) {
+    name += "\xc3\xa9";
+  }
   EXPECT_EQ(parseName(name), ACCEPTED);
   EXPECT_EQ(parseName(name + "\xc3\xa9").status, INVALID);
   EXPECT_EQ(parseName("\xf0\x9f\x9a\xaa door \xe2\x82\xac"), ACCEPTED);
@@ -355,7 +359,9 @@ TEST_F(GuardFactoryTest, RandomVerticesAreScaled) {
     std::vector<Point> expected;
     for (int i = 0; i < 5; ++i) {
       int values[2];
-      for (int& value : values) value = hundredThousandths(random);
+      for (int& value : values) {
+        value = hundredThousandths(random);
+      }
       const auto decimal = [](int value) { return std::to_string(value) + "e-5"; };
       // 4096 v / 100000, rounded in whole numbers.
       const auto scaled = [](int value) {

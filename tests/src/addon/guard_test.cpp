@@ -42,11 +42,15 @@ class NotingFilter : public ExclusionFilter {
  public:
   NotingFilter(std::string name, bool answer, Texts& notes, int* alive = nullptr)
       : name(std::move(name)), answer(answer), notes(notes), alive(alive) {
-    if (alive != nullptr) ++*alive;
+    if (alive != nullptr) {
+      ++*alive;
+    }
   }
   NotingFilter(const NotingFilter&) = delete;
   ~NotingFilter() override {
-    if (alive != nullptr) --*alive;
+    if (alive != nullptr) {
+      --*alive;
+    }
   }
 
   bool canObjectTriggerAlarm(TrackingObject&) override {
@@ -289,9 +293,15 @@ TEST_F(GuardTest, RandomPresetEventsFollowTheGatingRule) {
       }
       for (int now = 0; now <= 20; now += 5) {
         bool expected = now >= arrival && current == bound;
-        if (bound == -1) expected = now >= arrival && current != -3;
-        if (bound == -2 && now >= movement) expected = true;
-        if (moving) expected = false;
+        if (bound == -1) {
+          expected = now >= arrival && current != -3;
+        }
+        if (bound == -2 && now >= movement) {
+          expected = true;
+        }
+        if (moving) {
+          expected = false;
+        }
         ASSERT_EQ(guard.shouldDataBeProcessed(now), expected)
             << "bound to " << bound << ", at " << current;
         processed += expected ? 1 : 0;

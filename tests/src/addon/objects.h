@@ -46,7 +46,9 @@ inline TrackingObject tracked(const MoteObject& object, std::int32_t rotation = 
 // A frame that shows the objects, which stay with the caller.
 inline ParsedScene sceneOf(std::int64_t time, std::initializer_list<TrackingObject*> objects) {
   ParsedScene scene(time, false);
-  for (TrackingObject* object : objects) scene.insertActiveObject(object);
+  for (TrackingObject* object : objects) {
+    scene.insertActiveObject(object);
+  }
   return scene;
 }
 

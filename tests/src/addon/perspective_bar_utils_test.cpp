@@ -114,8 +114,12 @@ TEST(PerspectiveBarUtilsTest, RandomBarsFollowTheRule) {
       bool valid = true;
       for (const Choice& a : choices) {
         for (const Choice& b : choices) {
-          if (a.position == b.position && a.scale != b.scale) valid = false;
-          if (a.position * up > b.position * up && a.scale >= b.scale) valid = false;
+          if (a.position == b.position && a.scale != b.scale) {
+            valid = false;
+          }
+          if (a.position * up > b.position * up && a.scale >= b.scale) {
+            valid = false;
+          }
         }
       }
       ASSERT_EQ(refusal(bars, rotation), valid ? "" : INVALID);

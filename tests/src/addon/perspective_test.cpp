@@ -154,7 +154,9 @@ TEST(PerspectiveTest, RandomBarsGiveTheLeastSquaresLine) {
       sumXY += position * scale;
     }
     const double spread = count * sumXX - sumX * sumX;
-    if (spread < 1e6 * count) continue;
+    if (spread < 1e6 * count) {
+      continue;
+    }
     const double slope = (count * sumXY - sumX * sumY) / spread;
     const double intercept = (sumY - slope * sumX) / count;
     const Perspective perspective(bars);

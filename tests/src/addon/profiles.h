@@ -21,7 +21,9 @@ struct Profile {
   std::string text() const {
     std::string members;
     const auto add = [&](const char* key, const std::string& value) {
-      if (value.empty()) return;
+      if (value.empty()) {
+        return;
+      }
       members += members.empty() ? "" : ",";
       members += std::string("\"") + key + "\":" + value;
     };

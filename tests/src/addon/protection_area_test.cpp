@@ -164,7 +164,9 @@ TEST(ProtectionAreaTest, RandomRectanglesAreJudgedByTheAreaThatIsLeft) {
     const Rectangle include = randomRectangle(0, 250);
     const Rectangle outline = randomRectangle(1, 60);
     std::vector<Rectangle> excludes;
-    for (int i = 0; i < run % 4; ++i) excludes.push_back(randomRectangle(2 + i, 250));
+    for (int i = 0; i < run % 4; ++i) {
+      excludes.push_back(randomRectangle(2 + i, 250));
+    }
 
     // One sample in each cell of the grid that all edges make.
     std::vector<double> xs{};
@@ -181,20 +183,30 @@ TEST(ProtectionAreaTest, RandomRectanglesAreJudgedByTheAreaThatIsLeft) {
     AreaStatus_e expected = outside;
     for (const double x : xs) {
       for (const double y : ys) {
-        if (!include.covers(x, y) || !outline.covers(x, y)) continue;
+        if (!include.covers(x, y) || !outline.covers(x, y)) {
+          continue;
+        }
         const bool free = std::none_of(excludes.begin(), excludes.end(),
                                        [&](const Rectangle& e) { return e.covers(x, y); });
-        if (free) expected = inside;
-        if (expected == outside) expected = excluded;
+        if (free) {
+          expected = inside;
+        }
+        if (expected == outside) {
+          expected = excluded;
+        }
       }
     }
 
     ProtectionArea area(include.polygon());
-    for (const Rectangle& exclude : excludes) area.addExcludeArea(exclude.polygon());
+    for (const Rectangle& exclude : excludes) {
+      area.addExcludeArea(exclude.polygon());
+    }
     ASSERT_EQ(check(area, outline.polygon()), expected) << "run " << run;
     ++counts[static_cast<int>(expected)];
   }
-  for (const int count : counts) EXPECT_GT(count, 20);
+  for (const int count : counts) {
+    EXPECT_GT(count, 20);
+  }
 }
 
 TEST(ProtectionAreaTest, DrawsTheIncludeArea) {

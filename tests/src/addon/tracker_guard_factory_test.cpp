@@ -40,7 +40,9 @@ class TrackerGuardFactoryTest : public InitializedWrapperTest {
 
   Refusal parse(const Profile& profile) {
     const JsonAutoPtr document(json_loads(profile.text().c_str(), 0, nullptr));
-    if (!document) throw std::runtime_error(profile.text());
+    if (!document) {
+      throw std::runtime_error(profile.text());
+    }
     factory.reset();
     try {
       factory = std::make_unique<TrackerGuardFactory>(document.get(), 0, boundaries);

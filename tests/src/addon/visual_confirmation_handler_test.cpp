@@ -68,7 +68,9 @@ TEST_F(VisualConfirmationHandlerTest, SendFailuresAreQuietAtFirst) {
   FakeEvents::failSends(1);
   log.clear();
   EXPECT_FALSE(handler.sendEvent(drawing(), enabledAt));
-  for (const LogLine& line : log.lines()) EXPECT_EQ(line.priority, LOG_INFO) << line.text;
+  for (const LogLine& line : log.lines()) {
+    EXPECT_EQ(line.priority, LOG_INFO) << line.text;
+  }
   EXPECT_FALSE(log.lines().empty());
 }
 

@@ -21,8 +21,8 @@
 namespace {
 
 // Which calls into the system are to fail in this process.
-bool failFork = false;
-bool failSetsid = false;
+bool s_failFork = false;
+bool s_failSetsid = false;
 
 template <typename Function>
 Function* systemCall(const char* name) {
@@ -34,7 +34,7 @@ Function* systemCall(const char* name) {
 extern "C" {
 
 pid_t fork() noexcept {
-  if (failFork) {
+  if (s_failFork) {
     errno = EAGAIN;
     return -1;
   }
@@ -42,7 +42,7 @@ pid_t fork() noexcept {
 }
 
 pid_t setsid() noexcept {
-  if (failSetsid) {
+  if (s_failSetsid) {
     errno = EPERM;
     return -1;
   }
@@ -53,10 +53,10 @@ pid_t setsid() noexcept {
 
 namespace {
 
-int reportEnd = -1;
+int s_reportEnd = -1;
 
 void report(const std::string& text) {
-  EXPECT_EQ(write(reportEnd, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+  EXPECT_EQ(write(s_reportEnd, text.data(), text.size()), static_cast<ssize_t>(text.size()));
 }
 
 // What a process that is ended by daemonize has logged.
@@ -97,7 +97,7 @@ class DaemonizeTest : public testing::Test {
     result.parent = fork();
     if (result.parent == 0) {
       close(ends[0]);
-      reportEnd = ends[1];
+      s_reportEnd = ends[1];
       LogCapture::clear();
       program();
       _exit(0);
@@ -183,7 +183,7 @@ TEST_F(DaemonizeTest, WorkingDirectoryUmaskAndDescriptorsStay) {
 
 TEST_F(DaemonizeTest, AFailedForkIsLoggedAndEndsTheProcessWithZero) {
   const Result result = run([] {
-    failFork = true;
+    s_failFork = true;
     std::atexit(reportLog);
     utils::daemonize("SomeName");
     _exit(99);
@@ -197,7 +197,7 @@ TEST_F(DaemonizeTest, AFailedForkIsLoggedAndEndsTheProcessWithZero) {
 
 TEST_F(DaemonizeTest, AFailedSessionIsLoggedAndEndsTheChildWithOne) {
   const Result result = run([] {
-    failSetsid = true;
+    s_failSetsid = true;
     std::atexit(reportLog);
     utils::daemonize("SomeName");
     _exit(99);

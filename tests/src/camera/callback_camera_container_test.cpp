@@ -59,12 +59,16 @@ bool takesOneOf(int& count) {
 
 int subscribe(video_scene_subscriber* subscriber) {
   module().note(named("subscribe", subscriber));
-  if (takesOneOf(module().failingSubscribes)) return module().subscribeResult;
+  if (takesOneOf(module().failingSubscribes)) {
+    return module().subscribeResult;
+  }
   if (module().muteChannels.contains(subscriber->channel)) {
     module().waitForAnswer(*subscriber);
     return VIDEO_SCENE_SUBSCRIBER_FAILED;
   }
-  if (module().whileSubscribing) module().whileSubscribing(*subscriber);
+  if (module().whileSubscribing) {
+    module().whileSubscribing(*subscriber);
+  }
   const std::lock_guard lock(module().mutex);
   subscriber->isSubscribed = true;
   return 0;
@@ -72,9 +76,15 @@ int subscribe(video_scene_subscriber* subscriber) {
 
 int unsubscribe(video_scene_subscriber* subscriber) {
   module().note(named("unsubscribe", subscriber));
-  if (takesOneOf(module().failingUnsubscribes)) return VIDEO_SCENE_SUBSCRIBER_BAD_STATE;
-  if (module().cutShort(*subscriber)) return 0;
-  if (module().whileUnsubscribing) module().whileUnsubscribing(*subscriber);
+  if (takesOneOf(module().failingUnsubscribes)) {
+    return VIDEO_SCENE_SUBSCRIBER_BAD_STATE;
+  }
+  if (module().cutShort(*subscriber)) {
+    return 0;
+  }
+  if (module().whileUnsubscribing) {
+    module().whileUnsubscribing(*subscriber);
+  }
   const std::lock_guard lock(module().mutex);
   subscriber->isSubscribed = false;
   return 0;
@@ -92,9 +102,9 @@ int setOnMessage(video_scene_subscriber* subscriber,
   return 0;
 }
 
-template <bool video_scene_subscriber::*Member>
+template <bool video_scene_subscriber::*MEMBER>
 int setEnabled(video_scene_subscriber* subscriber, int enabled) {
-  subscriber->*Member = enabled != 0;
+  subscriber->*MEMBER = enabled != 0;
   return 0;
 }
 
@@ -144,7 +154,9 @@ extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attribute
 extern "C" {
 
 GModule* g_module_open(const gchar* name, GModuleFlags) {
-  if (name == nullptr || std::strstr(name, "video_scene_subscriber") == nullptr) return nullptr;
+  if (name == nullptr || std::strstr(name, "video_scene_subscriber") == nullptr) {
+    return nullptr;
+  }
   module().note("open");
   return module().isAbsent ? nullptr : reinterpret_cast<GModule*>(&module());
 }
@@ -161,7 +173,9 @@ const gchar* g_module_error() {
 gboolean g_module_symbol(GModule*, const gchar* name, gpointer* symbol) {
   const std::string prefix = "video_scene_subscriber_";
   const auto found = symbols().find(std::string(name).substr(prefix.size()));
-  if (found == symbols().end()) return FALSE;
+  if (found == symbols().end()) {
+    return FALSE;
+  }
   *symbol = found->second;
   return TRUE;
 }
@@ -215,7 +229,9 @@ class CallbackCameraContainerTest : public InitializedWrapperTest {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
     for (int number = 1; number <= LARGEST_CAMERA; ++number) {
       auto* camera = dynamic_cast<CallbackCamera*>(container->getCamera({number, 0, {}}));
-      if (camera == nullptr) continue;
+      if (camera == nullptr) {
+        continue;
+      }
       while (camera->getSubscription().isUnderWay() && !module().isWaiting(number - 1)) {
         ASSERT_LT(std::chrono::steady_clock::now(), deadline) << "camera " << number;
         std::this_thread::yield();
@@ -571,7 +587,9 @@ TEST_F(MuteSceneServiceTest, HoldsUpNeitherTheConfigurationNorOtherCameras) {
 TEST_F(MuteSceneServiceTest, CamerasDoNotWaitForEachOther) {
   module().muteChannels = {0, 1, 2, 3};
   configure({1, 2, 3, 4});
-  for (const int channel : {0, 1, 2, 3}) EXPECT_TRUE(module().waitForMute(channel)) << channel;
+  for (const int channel : {0, 1, 2, 3}) {
+    EXPECT_TRUE(module().waitForMute(channel)) << channel;
+  }
 }
 
 TEST_F(MuteSceneServiceTest, HoldsUpNoTimerAndIsAskedOnceAtATime) {
@@ -630,7 +648,9 @@ TEST_F(MuteSceneServiceTest, ACameraThatComesBackIsSubscribedAnew) {
 TEST_F(MuteSceneServiceTest, ShuttingDownCutsAllAttemptsShort) {
   module().muteChannels = {0, 1, 2, 3};
   configure({1, 2, 3, 4});
-  for (const int channel : {0, 1, 2, 3}) ASSERT_TRUE(module().waitForMute(channel));
+  for (const int channel : {0, 1, 2, 3}) {
+    ASSERT_TRUE(module().waitForMute(channel));
+  }
   container->shutDown();
   EXPECT_EQ(module().alive(), 0);
   const Texts calls = module().takeCalls();
@@ -845,7 +865,9 @@ TEST_F(CameraContainerFactoryTest, WaitsForTheModule) {
     EXPECT_EQ(module().takeCalls(), Texts({"open"})) << attempt;
     ASSERT_TRUE(clock.advanceAndSettle(99'999, 2));
     EXPECT_TRUE(module().takeCalls().empty()) << "too early";
-    if (attempt == 4) module().isAbsent = false;
+    if (attempt == 4) {
+      module().isAbsent = false;
+    }
     clock.advance(1);
   }
   waiting.join();

@@ -19,7 +19,9 @@ constexpr double MINUTE = 60e6;
 class CameraContainerTest : public InitializedWrapperTest {
  protected:
   explicit CameraContainerTest(bool isMechanical = false) {
-    if (isMechanical) FakeParameters::set("root.Properties.PTZ.PTZ", "yes");
+    if (isMechanical) {
+      FakeParameters::set("root.Properties.PTZ.PTZ", "yes");
+    }
     container = std::make_unique<TestContainer>(notes);
   }
 
@@ -71,7 +73,9 @@ class MechanicalCameraContainerTest : public CameraContainerTest {
     for (const FakeEvents::Subscription& subscription : FakeEvents::subscriptions()) {
       for (const auto& [name, key] : subscription.keys) {
         const auto* const text = std::get_if<std::string>(&key.value);
-        if (text != nullptr && *text == topic) return subscription;
+        if (text != nullptr && *text == topic) {
+          return subscription;
+        }
       }
     }
     ADD_FAILURE() << "no subscription to " << topic;
@@ -337,7 +341,9 @@ TEST_F(MechanicalCameraContainerTest, SubscribesToPresetsAndMovement) {
     for (const auto& [name, key] : keys) {
       const auto* const text = std::get_if<std::string>(&key.value);
       EXPECT_TRUE(key.nameSpace == "tns1" || key.nameSpace == "tnsorva") << name;
-      if (text != nullptr && *text == "PTZController") isOfController = true;
+      if (text != nullptr && *text == "PTZController") {
+        isOfController = true;
+      }
     }
     EXPECT_TRUE(isOfController) << topic;
   }

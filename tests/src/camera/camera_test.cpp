@@ -31,7 +31,9 @@ class CameraTest : public InitializedWrapperTest {
   CameraConfiguration configurationOf(std::vector<std::unique_ptr<NotingGuard>> guards,
                                       int rotation = 0) {
     CameraConfiguration::Guards list;
-    for (auto& guard : guards) list.push_back(std::move(guard));
+    for (auto& guard : guards) {
+      list.push_back(std::move(guard));
+    }
     return {1, rotation, std::move(list)};
   }
 
@@ -67,7 +69,9 @@ TEST_F(CameraTest, TheMostImportantGuardSpeaksLast) {
 }
 
 TEST_F(CameraTest, GuardsOfOnePriorityKeepTheirOrder) {
-  for (const char* label : {"d", "a", "c", "b"}) insert(label, label[0], 2);
+  for (const char* label : {"d", "a", "c", "b"}) {
+    insert(label, label[0], 2);
+  }
   insert("z", 1, 1);
   camera.handleMoteData(FrameOf{.time = 7}.make());
   EXPECT_EQ(notes.take(),

@@ -25,8 +25,12 @@ struct Document {
 
   std::string text() const {
     std::string params;
-    if (!cameras.empty()) params += "\"cameras\":" + cameras;
-    if (!profiles.empty()) params += (params.empty() ? "" : ",") + ("\"profiles\":" + profiles);
+    if (!cameras.empty()) {
+      params += "\"cameras\":" + cameras;
+    }
+    if (!profiles.empty()) {
+      params += (params.empty() ? "" : ",") + ("\"profiles\":" + profiles);
+    }
     return R"({"apiVersion":"1.0","method":"setConfiguration","params":{)" + params + "}}";
   }
 };
@@ -46,7 +50,9 @@ std::string profileText(int uid, int camera, int priority = 1) {
 
 std::string listOf(const std::vector<std::string>& elements) {
   std::string list;
-  for (const std::string& element : elements) list += (list.empty() ? "" : ",") + element;
+  for (const std::string& element : elements) {
+    list += (list.empty() ? "" : ",") + element;
+  }
   return "[" + list + "]";
 }
 
@@ -86,7 +92,9 @@ class ConfigurationParserTest : public InitializedWrapperTest {
     for (const CameraConfiguration& configuration : container.getConfigurations()) {
       std::string text = std::to_string(configuration.cameraNbr) + "/" +
                          std::to_string(configuration.rotation) + ":";
-      for (const auto& guard : configuration.guards) text += " " + std::to_string(guard->getUid());
+      for (const auto& guard : configuration.guards) {
+        text += " " + std::to_string(guard->getUid());
+      }
       texts.push_back(text);
     }
     clock.free();
@@ -265,7 +273,9 @@ TEST_F(ConfigurationParserTest, ProfilesWithTheSameUidAreRefused) {
 TEST_F(ConfigurationParserTest, AFixedCameraHasAtMostThreeProfiles) {
   const std::string cameras = listOf({cameraText(1)});
   Texts profiles;
-  for (int uid = 1; uid <= 3; ++uid) profiles.push_back(profileText(uid, 1));
+  for (int uid = 1; uid <= 3; ++uid) {
+    profiles.push_back(profileText(uid, 1));
+  }
   EXPECT_EQ(parse(cameras, listOf(profiles)), 0);
   profiles.push_back(profileText(4, 1));
   EXPECT_EQ(parse(cameras, listOf(profiles)), 16);
@@ -282,7 +292,9 @@ TEST_F(ConfigurationParserTest, AMechanicalHeadHasAtMostTenProfiles) {
   FakeParameters::set("root.Properties.PTZ.PTZ", "yes");
   const std::string cameras = listOf({cameraText(1)});
   Texts profiles;
-  for (int uid = 1; uid <= 10; ++uid) profiles.push_back(profileText(uid, 1));
+  for (int uid = 1; uid <= 10; ++uid) {
+    profiles.push_back(profileText(uid, 1));
+  }
   EXPECT_EQ(parse(cameras, listOf(profiles)), 0);
   profiles.push_back(profileText(11, 1));
   EXPECT_EQ(parse(cameras, listOf(profiles)), 16);
@@ -292,7 +304,9 @@ TEST_F(ConfigurationParserTest, EachOfSeveralCamerasHasAtMostThreeProfiles) {
   setCameraCount(2);
   const std::string cameras = listOf({cameraText(1), cameraText(2)});
   Texts profiles;
-  for (int uid = 1; uid <= 6; ++uid) profiles.push_back(profileText(uid, 1 + uid % 2));
+  for (int uid = 1; uid <= 6; ++uid) {
+    profiles.push_back(profileText(uid, 1 + uid % 2));
+  }
   EXPECT_EQ(parse(cameras, listOf(profiles)), 0);
   profiles.push_back(profileText(7, 2));
   EXPECT_EQ(parse(cameras, listOf(profiles)), 16);

@@ -59,7 +59,9 @@ class FakeSceneModule {
   int alive() const {
     const std::lock_guard lock(mutex);
     int count = 0;
-    for (const auto& subscriber : subscribers) count += subscriber->isDeleted ? 0 : 1;
+    for (const auto& subscriber : subscribers) {
+      count += subscriber->isDeleted ? 0 : 1;
+    }
     return count;
   }
 
@@ -85,7 +87,9 @@ class FakeSceneModule {
   // Whether there was an attempt to cut short.
   bool cutShort(video_scene_subscriber& subscriber) {
     const std::lock_guard lock(mutex);
-    if (!subscriber.isWaiting) return false;
+    if (!subscriber.isWaiting) {
+      return false;
+    }
     subscriber.isWaiting = false;
     subscriber.isCutShort = true;
     changed.notify_all();
@@ -110,7 +114,9 @@ class FakeSceneModule {
 
   video_scene_subscriber* findLocked(int channel) const {
     for (auto i = subscribers.rbegin(); i != subscribers.rend(); ++i) {
-      if ((*i)->channel == channel && !(*i)->isDeleted) return i->get();
+      if ((*i)->channel == channel && !(*i)->isDeleted) {
+        return i->get();
+      }
     }
     return nullptr;
   }

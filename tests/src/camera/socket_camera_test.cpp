@@ -88,7 +88,9 @@ class Connection {
   ~Connection() { close(); }
 
   void close() {
-    if (fd >= 0) ::close(fd);
+    if (fd >= 0) {
+      ::close(fd);
+    }
     fd = -1;
   }
 
@@ -140,7 +142,9 @@ class SceneService {
   ~SceneService() { goAway(); }
 
   void goAway() {
-    if (fd >= 0) close(fd);
+    if (fd >= 0) {
+      close(fd);
+    }
     fd = -1;
   }
 
@@ -155,14 +159,18 @@ class SceneService {
   }
 
   std::unique_ptr<Connection> accept() const {
-    if (!isReadable(fd, LONG_WAIT)) return nullptr;
+    if (!isReadable(fd, LONG_WAIT)) {
+      return nullptr;
+    }
     return std::make_unique<Connection>(::accept4(fd, nullptr, nullptr, SOCK_CLOEXEC));
   }
 
   // Lets time pass until somebody connects.
   std::unique_ptr<Connection> accept(FakeClock& clock) const {
     for (int waited = 0; waited < LONG_WAIT; waited += 10) {
-      if (isReadable(fd, 10)) return accept();
+      if (isReadable(fd, 10)) {
+        return accept();
+      }
       clock.advance(PAUSE);
     }
     return nullptr;
@@ -189,7 +197,9 @@ class SocketCameraTest : public InitializedWrapperTest {
   }
 
   void end() {
-    if (!camera) return;
+    if (!camera) {
+      return;
+    }
     camera->stop();
     camera->shutDownSocket();
     clock.free();
@@ -328,7 +338,9 @@ TEST_F(SocketCameraTest, WithoutAServiceItTriesEvery100Milliseconds) {
   const auto errors = [] {
     int count = 0;
     for (const LogLine& line : LogCapture::lines()) {
-      if (line.text.starts_with("Could not connect to service, result: ")) ++count;
+      if (line.text.starts_with("Could not connect to service, result: ")) {
+        ++count;
+      }
     }
     return count;
   };

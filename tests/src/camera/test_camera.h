@@ -68,12 +68,16 @@ class NotingGuard : public Guard {
     std::string text = "frame " + std::to_string(scene.getTimestamp()) + ":";
     for (const TrackingObject* object : scene.getActiveObjects()) {
       text += " " + std::to_string(object->getId());
-      if (showsAge) text += "/" + std::to_string(scene.getTimestamp() - object->getFirstSeen());
+      if (showsAge) {
+        text += "/" + std::to_string(scene.getTimestamp() - object->getFirstSeen());
+      }
       if (showsSize) {
         text +=
             "/" + std::to_string(object->getWidth()) + "x" + std::to_string(object->getHeight());
       }
-      if (!object->getIsConfident()) text += "?";
+      if (!object->getIsConfident()) {
+        text += "?";
+      }
     }
     for (const auto& object : scene.getDeletedObjects()) {
       text += " -" + std::to_string(object->getId());
@@ -176,7 +180,9 @@ struct FrameOf {
       encoder.addObjectProperty(SCENE_OBJ_PROP_CONFIDENCE, std::span(&confidence, 1));
       x += 500;
     }
-    if (!deleted.empty()) encoder.addEvent(SCENE_EVENT_DELETE, deleted, {});
+    if (!deleted.empty()) {
+      encoder.addEvent(SCENE_EVENT_DELETE, deleted, {});
+    }
     return encoder.bytes();
   }
 

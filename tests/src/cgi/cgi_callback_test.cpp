@@ -23,9 +23,13 @@ bool isJson(const std::string& text) {
 // becomes its end.
 std::string cutTail(std::string text) {
   while (!isJson(text)) {
-    if (text.size() < 2) return text;
+    if (text.size() < 2) {
+      return text;
+    }
     const std::size_t brace = text.rfind('}', text.size() - 2);
-    if (brace == std::string::npos) return text;
+    if (brace == std::string::npos) {
+      return text;
+    }
     text.resize(brace + 1);
   }
   return text;
@@ -70,7 +74,9 @@ TEST(RepairTailTest, RandomTailsAreCutAsTheLoopCutsThem) {
   int repaired = 0;
   for (int run = 0; run < 5000; ++run) {
     std::string text = documents[run % 5];
-    for (int i = length(random); i > 0; --i) text += letters[letter(random)];
+    for (int i = length(random); i > 0; --i) {
+      text += letters[letter(random)];
+    }
     expectSameRepair(text);
     repaired += !isJson(text) && isJson(cutTail(text)) ? 1 : 0;
   }

@@ -241,7 +241,9 @@ TEST_F(CgiHandlerTest, FailuresAreLoggedWithTheRequest) {
   log.clear();
   handler->handleGetRequest(text);
   EXPECT_TRUE(isLogged(text));
-  for (const LogLine& line : log.lines()) EXPECT_EQ(line.priority, LOG_ERR) << line.text;
+  for (const LogLine& line : log.lines()) {
+    EXPECT_EQ(line.priority, LOG_ERR) << line.text;
+  }
 }
 
 // ---- Visual confirmation ----

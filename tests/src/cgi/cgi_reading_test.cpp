@@ -25,7 +25,9 @@ class CgiReadingTest : public CgiTest {
 TEST_F(CgiReadingTest, TheCountSeesEachReading) {
   const std::string text = "{\"note\":\"" + std::string(LENGTH, 'x') + "\"}";
   const JsonReadings readings(LENGTH);
-  for (int i = 0; i < 3; ++i) EXPECT_TRUE(JsonAutoPtr(json_loads(text.c_str(), 0, nullptr)));
+  for (int i = 0; i < 3; ++i) {
+    EXPECT_TRUE(JsonAutoPtr(json_loads(text.c_str(), 0, nullptr)));
+  }
   EXPECT_EQ(JsonReadings::number(), 3);
 }
 

@@ -41,7 +41,9 @@ inline std::string callBack(const char* method, const char* query, const char* b
 }
 
 inline std::string dumped(const json_t* value) {
-  if (value == nullptr) return "";
+  if (value == nullptr) {
+    return "";
+  }
   char* const text = json_dumps(value, JSON_COMPACT | JSON_ENCODE_ANY | JSON_REAL_PRECISION(4));
   std::string copy(text);
   free(text);
@@ -55,7 +57,9 @@ class FakeParser : public ConfigurationParserI {
 
   void parseDocument(const json_t*, const DataBoundaries&) override {
     notes.add("parse");
-    if (throwsWhileParsing) throw std::runtime_error("unexpected");
+    if (throwsWhileParsing) {
+      throw std::runtime_error("unexpected");
+    }
     throwIf(answer != StatusCode_e::ok, "as told", answer);
   }
   int parse(const std::string&, const DataBoundaries&) override {
@@ -64,7 +68,9 @@ class FakeParser : public ConfigurationParserI {
   StatusCode_e status() const override { return answer; }
   CameraConfigurationContainer createConfigurations() const override {
     notes.add("build");
-    if (throwsWhileBuilding) throw std::runtime_error("unexpected");
+    if (throwsWhileBuilding) {
+      throw std::runtime_error("unexpected");
+    }
     CameraConfigurationContainer configurations;
     configurations.insert({1, 0, {}});
     return configurations;
@@ -85,7 +91,9 @@ class CgiTest : public InitializedWrapperTest {
   static constexpr const char* HEADER = "Content-Type: application/json\r\nStatus: 200 OK\r\n\r\n";
 
   explicit CgiTest(bool isMechanical = false) {
-    if (isMechanical) FakeParameters::set("root.Properties.PTZ.PTZ", "yes");
+    if (isMechanical) {
+      FakeParameters::set("root.Properties.PTZ.PTZ", "yes");
+    }
     setenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent", 1);
     Persistent::setPathForTest(folder.path("settings.json"));
     tracker = &Tracker::getInstance();
@@ -114,7 +122,9 @@ class CgiTest : public InitializedWrapperTest {
   // The document of an answer.
   JsonAutoPtr askFor(const std::string& body) {
     const std::string answer = ask(body);
-    if (!answer.starts_with(HEADER)) throw std::runtime_error("answered: " + answer);
+    if (!answer.starts_with(HEADER)) {
+      throw std::runtime_error("answered: " + answer);
+    }
     return JsonAutoPtr(json_loads(answer.substr(std::string(HEADER).size()).c_str(), 0, nullptr));
   }
 

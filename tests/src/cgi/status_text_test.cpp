@@ -37,7 +37,9 @@ Answer answerOf(int status) {
 }
 
 TEST(StatusTextTest, EachStatusHasItsCodeAndMessage) {
-  for (const auto& [status, answer] : table()) EXPECT_EQ(answerOf(status), answer) << status;
+  for (const auto& [status, answer] : table()) {
+    EXPECT_EQ(answerOf(status), answer) << status;
+  }
 }
 
 TEST(StatusTextTest, EveryOtherStatusIsAnErrorInside) {

@@ -12,24 +12,24 @@
 class JsonReadings {
  public:
   explicit JsonReadings(std::size_t length) {
-    wanted = length + 3;
-    count = 0;
+    s_wanted = length + 3;
+    s_count = 0;
     json_set_alloc_funcs(&allocate, &std::free);
   }
   JsonReadings(const JsonReadings&) = delete;
   JsonReadings& operator=(const JsonReadings&) = delete;
   ~JsonReadings() { json_set_alloc_funcs(&std::malloc, &std::free); }
 
-  static int number() { return count; }
+  static int number() { return s_count; }
 
  private:
   static void* allocate(std::size_t size) {
-    count += size == wanted ? 1 : 0;
+    s_count += size == s_wanted ? 1 : 0;
     return std::malloc(size);
   }
 
-  static inline std::size_t wanted = 0;
-  static inline int count = 0;
+  static inline std::size_t s_wanted = 0;
+  static inline int s_count = 0;
 };
 
 // Lets the JSON library run out of memory: after a number of allocations every other one fails,
@@ -37,8 +37,8 @@ class JsonReadings {
 class JsonMemory {
  public:
   explicit JsonMemory(int allocations) {
-    left = allocations;
-    failed = false;
+    s_left = allocations;
+    s_failed = false;
     json_set_alloc_funcs(&allocate, &std::free);
   }
   JsonMemory(const JsonMemory&) = delete;
@@ -46,20 +46,20 @@ class JsonMemory {
   ~JsonMemory() { json_set_alloc_funcs(&std::malloc, &std::free); }
 
   // Whether an allocation has been refused.
-  static bool ranOut() { return failed; }
+  static bool ranOut() { return s_failed; }
 
  private:
   static void* allocate(std::size_t size) {
-    if (left == 0) {
-      failed = true;
+    if (s_left == 0) {
+      s_failed = true;
       return nullptr;
     }
-    --left;
+    --s_left;
     return std::malloc(size);
   }
 
-  static inline int left = 0;
-  static inline bool failed = false;
+  static inline int s_left = 0;
+  static inline bool s_failed = false;
 };
 
 #endif

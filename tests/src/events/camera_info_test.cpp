@@ -181,7 +181,9 @@ TEST_F(CameraInfoTest, TheCountIsReadOnceWhenManyAskAtOnce) {
       EXPECT_EQ(CameraInfo::getNbrOfCameras(), 4);
     });
   }
-  for (std::thread& thread : threads) thread.join();
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
   const std::vector<std::string> reads = FakeParameters::reads();
   EXPECT_EQ(std::count(reads.begin(), reads.end(), SOURCES), 1);
 }

@@ -48,7 +48,9 @@ class LateEventServiceTest : public WrapperTest {
     const std::int64_t end = g_get_monotonic_time() + 10'000'000;
     while (!condition()) {
       ASSERT_LT(g_get_monotonic_time(), end);
-      if (!g_main_context_iteration(nullptr, FALSE)) std::this_thread::yield();
+      if (!g_main_context_iteration(nullptr, FALSE)) {
+        std::this_thread::yield();
+      }
     }
   }
 
@@ -56,7 +58,9 @@ class LateEventServiceTest : public WrapperTest {
   static void runTimers() {
     const std::int64_t end = g_get_monotonic_time() + 1'500'000;
     while (g_get_monotonic_time() < end) {
-      if (!g_main_context_iteration(nullptr, FALSE)) std::this_thread::yield();
+      if (!g_main_context_iteration(nullptr, FALSE)) {
+        std::this_thread::yield();
+      }
     }
   }
 

@@ -51,7 +51,9 @@ TEST(MainLoopRetryTest, BegunDuringAnAttemptItTriesOnceMore) {
   int attempts = 0;
   MainLoopRetry* self = nullptr;
   MainLoopRetry retry([&] {
-    if (++attempts == 1) self->begin();
+    if (++attempts == 1) {
+      self->begin();
+    }
     return true;
   });
   self = &retry;
@@ -65,7 +67,9 @@ TEST(MainLoopRetryTest, BegunDuringAnAttemptThatFailsItTriesOnceAtATime) {
   int attempts = 0;
   MainLoopRetry* self = nullptr;
   MainLoopRetry retry([&] {
-    if (++attempts == 1) self->begin();
+    if (++attempts == 1) {
+      self->begin();
+    }
     return attempts == 2;
   });
   self = &retry;
@@ -78,7 +82,9 @@ TEST(MainLoopRetryTest, BegunDuringAnAttemptThatFailsItTriesOnceAtATime) {
     return G_SOURCE_REMOVE;
   };
   g_timeout_add(1100, end, &isOver);
-  while (!isOver) runOnce();
+  while (!isOver) {
+    runOnce();
+  }
   EXPECT_EQ(attempts, 2);
 }
 

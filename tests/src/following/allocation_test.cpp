@@ -20,7 +20,7 @@ TEST(AllocationTest, FramesAndStepsTakeNothingFromTheHeap) {
   Identities::Seen seen[40];
   Member members[3];
   bool hasMoved = false;
-  const long before = allocations;
+  const long before = s_allocations;
   for (int i = 0; i < 200; ++i) {
     const std::int64_t now = 1'000'000'000 + 50'000LL * i;
     for (int k = 0; k < 40; ++k) {
@@ -33,16 +33,20 @@ TEST(AllocationTest, FramesAndStepsTakeNothingFromTheHeap) {
     head.read(now, 0.1 * i, -30.0);
     std::size_t count = 0;
     for (const Person& person : identities.people()) {
-      if (count < 3) members[count++] = {&person.filter.state(), person.height.metres};
+      if (count < 3) {
+        members[count++] = {&person.filter.state(), person.height.metres};
+      }
     }
     const auto subject = predictSubject({members, count}, pursuit.actsAt(now), 5.0);
     const auto command = pursuit.step(head, subject, 40.0);
     pursuit.commanded(*command);
     head.commanded(now, *command);
     hasMoved = hasMoved || command->pan != 0;
-    if (subject) framing.step(0.05, *subject, pursuit.error(), 0.0);
+    if (subject) {
+      framing.step(0.05, *subject, pursuit.error(), 0.0);
+    }
   }
-  EXPECT_EQ(allocations, before);
+  EXPECT_EQ(s_allocations, before);
   EXPECT_TRUE(hasMoved);
   EXPECT_GT(identities.people().size(), 20U);
 }

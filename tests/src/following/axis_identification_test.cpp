@@ -54,7 +54,9 @@ TEST(StaircaseTest, LeavesOutWhatWouldMeetTheStops) {
 
 TEST(AxisRecordTest, KeepsValuesThatDifferFromTheOneBefore) {
   AxisRecord record;
-  for (int i = 0; i < 10; ++i) record.addStatus(i * 50'000, i / 3);
+  for (int i = 0; i < 10; ++i) {
+    record.addStatus(i * 50'000, i / 3);
+  }
   ASSERT_EQ(record.samples().size(), 4U);
   EXPECT_EQ(record.samples()[1].time, 150'000);
   EXPECT_EQ(record.samples()[3].degrees, 3.0);
@@ -184,7 +186,9 @@ AxisRecord staircaseWith(const std::function<double(double, int)>& status) {
   for (std::int64_t now = 0;; now += 50'000) {
     const double seconds = static_cast<double>(now) / 1e6;
     const auto percent = staircase.command(seconds + 1e-6);
-    if (!percent) return record;
+    if (!percent) {
+      return record;
+    }
     record.addCommand(now, *percent);
     record.addStatus(now, status(seconds, *percent));
   }
@@ -241,7 +245,9 @@ TEST(AxisIdentificationTest, AnyRecordGivesFiniteModelsOrIsRefused) {
     const double scale = std::pow(10.0, random.uniform(-3, 6));
     for (int i = 0; i < 120; ++i) {
       now += static_cast<std::int64_t>(random.uniform(0, 200'000));
-      if (random.chance(0.3)) record.addCommand(now, static_cast<int>(random.uniform(-101, 101)));
+      if (random.chance(0.3)) {
+        record.addCommand(now, static_cast<int>(random.uniform(-101, 101)));
+      }
       record.addStatus(now, random.uniform(-scale, scale));
     }
     const AxisIdentification found = identify(record);

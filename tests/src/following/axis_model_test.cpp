@@ -56,11 +56,15 @@ TEST(SpeedCurveTest, CommandIsTheOneWhoseSpeedIsNearest) {
       // Every command, one after the other.
       double least = 1e9;
       for (int percent = -100; percent <= 100; percent += step) {
-        if (percent != 0 && found.speed(percent) == 0.0) continue;
+        if (percent != 0 && found.speed(percent) == 0.0) {
+          continue;
+        }
         const double off = std::abs(found.speed(percent) - wanted);
         const bool isBefore = percent == before;
         const bool isAcross = percent * wanted < 0.0;
-        if (!isAcross) least = std::min(least, isBefore ? 0.7 * off : off);
+        if (!isAcross) {
+          least = std::min(least, isBefore ? 0.7 * off : off);
+        }
       }
       const int command = found.command(wanted, before);
       const double off = std::abs(found.speed(command) - wanted);

@@ -11,7 +11,9 @@ BearingFilter::Observation at(double seconds, double pan, double tilt) {
 
 TEST(BearingFilterTest, FollowsRatesOfPanAndTilt) {
   BearingFilter filter(at(0.0, 10.0, 5.0), 0.14);
-  for (int i = 1; i <= 30; ++i) filter.update(at(0.1 * i, 10.0 + 0.8 * i, 5.0 - 0.1 * i));
+  for (int i = 1; i <= 30; ++i) {
+    filter.update(at(0.1 * i, 10.0 + 0.8 * i, 5.0 - 0.1 * i));
+  }
   const Subject subject = filter.predict(4'000'000);
   EXPECT_NEAR(subject.panRate, 8.0, 0.1);
   EXPECT_NEAR(subject.tiltRate, -1.0, 0.1);
@@ -36,7 +38,9 @@ TEST(BearingFilterTest, GoesThroughTheSeam) {
 
 TEST(BearingFilterTest, WhatStandsHasNoRate) {
   BearingFilter filter(at(0.0, 0.0, 5.0), 0.14);
-  for (int i = 1; i <= 60; ++i) filter.update(at(0.1 * i, 0.1 * (i % 2), 5.0));
+  for (int i = 1; i <= 60; ++i) {
+    filter.update(at(0.1 * i, 0.1 * (i % 2), 5.0));
+  }
   const Subject subject = filter.predict(7'000'000);
   EXPECT_EQ(subject.panRate, 0.0);
   EXPECT_FALSE(subject.hasCourse);
@@ -44,14 +48,18 @@ TEST(BearingFilterTest, WhatStandsHasNoRate) {
 
 TEST(BearingFilterTest, UncertaintyGrowsWhileNothingIsSeen) {
   BearingFilter filter(at(0.0, 0.0, 5.0), 0.14);
-  for (int i = 1; i <= 10; ++i) filter.update(at(0.1 * i, 0.0, 5.0));
+  for (int i = 1; i <= 10; ++i) {
+    filter.update(at(0.1 * i, 0.0, 5.0));
+  }
   EXPECT_LT(filter.predict(1'000'000).deviation, 0.2);
   EXPECT_GT(filter.predict(4'000'000).deviation, 5.0);
 }
 
 TEST(BearingFilterTest, OutliersAndNumbersThatAreNotFiniteAreLeftOut) {
   BearingFilter filter(at(0.0, 0.0, 5.0), 0.14);
-  for (int i = 1; i <= 20; ++i) filter.update(at(0.1 * i, 0.0, 5.0));
+  for (int i = 1; i <= 20; ++i) {
+    filter.update(at(0.1 * i, 0.0, 5.0));
+  }
   EXPECT_EQ(filter.update(at(2.1, 90.0, 5.0)), GroundFilter::Verdict::refused);
   EXPECT_EQ(filter.update(at(2.1, std::nan(""), 5.0)), GroundFilter::Verdict::dropped);
   EXPECT_EQ(filter.update(at(2.1, 0.0, HUGE_VAL)), GroundFilter::Verdict::dropped);
@@ -64,7 +72,9 @@ TEST(BearingFilterTest, OutliersAndNumbersThatAreNotFiniteAreLeftOut) {
 
 TEST(BearingFilterTest, TiltEndsAtTheZenith) {
   BearingFilter filter(at(0.0, 0.0, 60.0), 0.14);
-  for (int i = 1; i <= 20; ++i) filter.update(at(0.1 * i, 0.0, 60.0 + i));
+  for (int i = 1; i <= 20; ++i) {
+    filter.update(at(0.1 * i, 0.0, 60.0 + i));
+  }
   const Subject subject = filter.predict(6'000'000);
   EXPECT_EQ(subject.tilt, 90.0);
   EXPECT_EQ(subject.tiltRate, 0.0);

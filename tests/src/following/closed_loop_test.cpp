@@ -144,16 +144,21 @@ struct Score {
 // None where the recordings are not there.
 std::optional<Score> score(const Condition& condition, std::size_t every) {
   std::vector<following::HeadIdentification> heads;
-  for (std::uint64_t i = 0; i < 5; ++i)
+  for (std::uint64_t i = 0; i < 5; ++i) {
     heads.push_back(identifyHead(condition.head, 1000 + 10 * i));
+  }
   std::vector<double> errors;
   std::uint64_t number = 0;
   for (const char* name : {"eth", "zara01"}) {
     const auto scene = recordedScene(name);
-    if (!scene) return std::nullopt;
+    if (!scene) {
+      return std::nullopt;
+    }
     for (std::size_t i = 0; i < scene->walkers.size(); ++i) {
       const Walker& walker = scene->walkers[i];
-      if (walker.end() - walker.begin() < 8.0 || ++number % every != 0) continue;
+      if (walker.end() - walker.begin() < 8.0 || ++number % every != 0) {
+        continue;
+      }
       const TrialRun run{walker.begin(), walker.end(), number, number % 8};
       errors.push_back(follow(*scene, condition, heads[number % 5], {i}, run).rms);
     }

@@ -38,7 +38,9 @@ TEST(FramingTest, ErrorIsForgottenWithinHalfASecond) {
   Framing framing(LENS);
   framing.step(0.05, person(1.0), 10.0, 0.0);
   const double wide = framing.asked();
-  for (int i = 0; i < 10; ++i) framing.step(0.05, person(1.0), 0.0, 0.0);
+  for (int i = 0; i < 10; ++i) {
+    framing.step(0.05, person(1.0), 0.0, 0.0);
+  }
   // E = 10 exp(-0.5 / 0.5).
   const double expected = roomyMagnification(LENS, 0.3, 1.0, 10.0 * std::exp(-1.0), 0.0);
   EXPECT_NEAR(framing.asked(), expected, 0.06 * expected);

@@ -36,7 +36,9 @@ TEST(GroundFilterTest, PictureThatComesLateIsPutInItsPlace) {
   EXPECT_NEAR(late.state().mean(2), 0.99979, 5e-6);
 
   GroundFilter ordered(at(0.0, 2.0, 6.0));
-  for (const double t : {0.1, 0.2, 0.3}) ordered.update(at(t, 2.0 + t, 6.0));
+  for (const double t : {0.1, 0.2, 0.3}) {
+    ordered.update(at(t, 2.0 + t, 6.0));
+  }
   EXPECT_EQ(late.state().mean, ordered.state().mean);
   EXPECT_EQ(late.state().covariance, ordered.state().covariance);
   EXPECT_EQ(late.state().time, 300'000);
@@ -50,14 +52,18 @@ TEST(GroundFilterTest, AnyOrderWithinWhatIsKeptGivesTheSame) {
       measurements.push_back(at(0.1 * i, 0.12 * i + random.uniform(-0.02, 0.02), 6.0));
     }
     GroundFilter ordered(at(0.0, 0.0, 6.0));
-    for (const auto& each : measurements) ordered.updateUngated(each);
+    for (const auto& each : measurements) {
+      ordered.updateUngated(each);
+    }
     for (std::size_t i = measurements.size(); i > 1; --i) {
       std::swap(
           measurements[i - 1],
           measurements[static_cast<std::size_t>(random.uniform(0.0, static_cast<double>(i)))]);
     }
     GroundFilter shuffled(at(0.0, 0.0, 6.0));
-    for (const auto& each : measurements) shuffled.updateUngated(each);
+    for (const auto& each : measurements) {
+      shuffled.updateUngated(each);
+    }
     EXPECT_EQ(shuffled.state().mean, ordered.state().mean);
     EXPECT_EQ(shuffled.state().covariance, ordered.state().covariance);
   }
@@ -66,7 +72,9 @@ TEST(GroundFilterTest, AnyOrderWithinWhatIsKeptGivesTheSame) {
 TEST(GroundFilterTest, WhatIsOlderThanEverythingKeptIsDropped) {
   GroundFilter filter(at(1.0, 2.0, 6.0));
   EXPECT_EQ(filter.update(at(0.9, 2.0, 6.0)), GroundFilter::Verdict::dropped);
-  for (int i = 1; i <= 30; ++i) filter.update(at(1.0 + 0.1 * i, 2.0, 6.0));
+  for (int i = 1; i <= 30; ++i) {
+    filter.update(at(1.0 + 0.1 * i, 2.0, 6.0));
+  }
   EXPECT_EQ(filter.keptCount(), GroundFilter::KEPT);
   EXPECT_EQ(filter.kept(0).time, 2'100'000);
   const GroundFilter::State before = filter.state();
@@ -78,7 +86,9 @@ TEST(GroundFilterTest, WhatIsOlderThanEverythingKeptIsDropped) {
 
 TEST(GroundFilterTest, ThreeOutliersAreRefusedAndTheFourthBeginsAnewWithTheOldVelocity) {
   GroundFilter filter(at(0.0, 0.0, 6.0));
-  for (int i = 1; i <= 20; ++i) filter.update(at(0.1 * i, 0.1 * i, 6.0));
+  for (int i = 1; i <= 20; ++i) {
+    filter.update(at(0.1 * i, 0.1 * i, 6.0));
+  }
   const Eigen::Vector2d velocity = filter.state().mean.tail<2>();
   for (int i = 1; i <= 3; ++i) {
     EXPECT_EQ(filter.update(at(2.0 + 0.1 * i, 9.0, 6.0)), GroundFilter::Verdict::refused);
@@ -134,7 +144,9 @@ TEST(GroundFilterTest, WhatIsNotFiniteIsDropped) {
 
 TEST(GroundFilterTest, StampsThatStandStillKeepEverythingFinite) {
   GroundFilter filter(at(5.0, 1.0, 2.0));
-  for (int i = 0; i < 1000; ++i) filter.update(at(5.0, 1.0 + 0.001 * (i % 7), 2.0));
+  for (int i = 0; i < 1000; ++i) {
+    filter.update(at(5.0, 1.0 + 0.001 * (i % 7), 2.0));
+  }
   EXPECT_TRUE(filter.state().mean.allFinite());
   EXPECT_TRUE(filter.state().covariance.allFinite());
   EXPECT_NEAR(filter.state().mean(0), 1.003, 0.002);

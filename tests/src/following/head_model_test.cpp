@@ -46,7 +46,9 @@ TEST(HeadModelTest, StatusThatHasNotChangedCorrectsNothing) {
   HeadModel head(linear());
   head.read(0, 0.0, 0.0);
   head.commanded(0, {20, 0});
-  for (int i = 1; i <= 6; ++i) head.read(i * TICK, 0.0, 0.0);
+  for (int i = 1; i <= 6; ++i) {
+    head.read(i * TICK, 0.0, 0.0);
+  }
   // Now at 0.3 s, acting since 0.1 s, and 0.1 s ahead.
   EXPECT_NEAR(head.pan().position, 0.2 + 20 * 0.28, 1e-9);
 }
@@ -73,9 +75,13 @@ TEST(HeadModelTest, StandingModelTakesAnUnchangedStatus) {
   HeadModel head(linear());
   head.read(0, 0.0, 0.0);
   head.read(TICK, 1.0, 0.0);
-  for (int i = 2; i <= 9; ++i) head.read(i * TICK, 1.0, 0.0);
+  for (int i = 2; i <= 9; ++i) {
+    head.read(i * TICK, 1.0, 0.0);
+  }
   EXPECT_NEAR(head.pan().position, 0.4, 1e-9);
-  for (int i = 10; i <= 40; ++i) head.read(i * TICK, 1.0, 0.0);
+  for (int i = 10; i <= 40; ++i) {
+    head.read(i * TICK, 1.0, 0.0);
+  }
   EXPECT_NEAR(head.pan().position, 1.0, 1e-3);
 }
 
@@ -93,7 +99,9 @@ TEST(HeadModelTest, RatioTakesUpWhatTheSpeedsAreOff) {
   HeadModel head(linear(0.1, 1e5));
   double position = 0.0;
   for (std::int64_t now = 0; now < 8'000'000; now += TICK) {
-    if (now > 100'000) position += 1.15 * 20 * 0.05;
+    if (now > 100'000) {
+      position += 1.15 * 20 * 0.05;
+    }
     head.read(now, std::remainder(position, 360.0), 0.0);
     head.commanded(now, {20, 0});
   }
@@ -106,7 +114,9 @@ TEST(HeadModelTest, RatioStaysWithinAQuarter) {
     HeadModel head(linear(0.1, 1e5));
     double position = 0.0;
     for (std::int64_t now = 0; now < 20'000'000; now += TICK) {
-      if (now > 100'000) position += factor * 20 * 0.05;
+      if (now > 100'000) {
+        position += factor * 20 * 0.05;
+      }
       head.read(now, std::remainder(position, 360.0), 0.0);
       head.commanded(now, {20, 0});
     }
@@ -119,13 +129,17 @@ TEST(HeadModelTest, SpeedEndsByItselfASecondAfterTheLastCommand) {
   HeadModel head(linear(0.1, 1e5));
   head.read(0, 0.0, 0.0);
   head.commanded(0, {2, 0});
-  for (int i = 1; i <= 40; ++i) head.read(i * TICK, 0.0, 0.0);
+  for (int i = 1; i <= 40; ++i) {
+    head.read(i * TICK, 0.0, 0.0);
+  }
   EXPECT_EQ(head.pan().velocity, 0.0);
 }
 
 TEST(HeadModelTest, CommandThatWasNotTakenMovesNothing) {
   HeadModel head(linear());
-  for (int i = 0; i < 40; ++i) head.read(i * TICK, 5.0, 5.0);
+  for (int i = 0; i < 40; ++i) {
+    head.read(i * TICK, 5.0, 5.0);
+  }
   EXPECT_EQ(head.pan().position, 5.0);
   EXPECT_EQ(head.pan().velocity, 0.0);
 }
@@ -173,7 +187,9 @@ TEST(HeadModelTest, FrozenStatusIsTriedAgainAfterAWhile) {
   }
   ASSERT_FALSE(head.isTrusted());
   const int lost = i;
-  for (; !head.isTrusted() && i < 200; ++i) head.read(i * TICK, 0.0, 0.0);
+  for (; !head.isTrusted() && i < 200; ++i) {
+    head.read(i * TICK, 0.0, 0.0);
+  }
   EXPECT_NEAR((i - lost) * 0.05, 2.0, 0.11);
   EXPECT_NEAR(head.pan().position, 0.0, 0.5) << "it stands where the status says";
 }
@@ -201,7 +217,9 @@ TEST(HeadModelTest, TimesThatStandStillOrGoBackAreTakenForTheLastOne) {
   HeadModel head(linear());
   head.read(1'000'000, 0.0, 0.0);
   head.commanded(1'000'000, {20, 0});
-  for (int i = 0; i < 50; ++i) head.read(500'000, 0.0, 0.0);
+  for (int i = 0; i < 50; ++i) {
+    head.read(500'000, 0.0, 0.0);
+  }
   EXPECT_NEAR(head.pan().position, 0.0, 1e-9);
   head.read(1'200'000, 0.0, 0.0);
   EXPECT_NEAR(head.pan().velocity, 20.0, 1e-9);
@@ -221,7 +239,9 @@ TEST(HeadModelTest, CommandOlderThanTheModelActsAtOnceAndEnds) {
 TEST(HeadModelTest, MoreCommandsThanThereIsRoomForStayInOrder) {
   HeadModel head(linear(2.0, 1e5));
   head.read(0, 0.0, 0.0);
-  for (std::int64_t i = 0; i < 500; ++i) head.commanded(i * 1000, {static_cast<int>(i % 100), 0});
+  for (std::int64_t i = 0; i < 500; ++i) {
+    head.commanded(i * 1000, {static_cast<int>(i % 100), 0});
+  }
   EXPECT_TRUE(std::isfinite(head.pan().position));
   EXPECT_EQ(head.pan().velocity, 0.0) << "longer than a second before the end of what is foreseen";
 }

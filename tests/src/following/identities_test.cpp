@@ -59,16 +59,22 @@ TEST(IdentitiesTest, HeightIsAveragedFromAUsualOne) {
   BodyHeight height;
   height.take(1.9);
   EXPECT_NEAR(height.metres, 1.7 + 0.2 / 4, 1e-12);
-  for (int i = 0; i < 200; ++i) height.take(1.9);
+  for (int i = 0; i < 200; ++i) {
+    height.take(1.9);
+  }
   EXPECT_EQ(height.weight, BodyHeight::MOST_WEIGHT);
   EXPECT_NEAR(height.metres, 1.9, 1e-3);
 }
 
 TEST(IdentitiesTest, NewNumberAfterAnOcclusionIsTheSamePerson) {
   People people;
-  for (int i = 0; i < 20; ++i, people.pass()) people.frame({seen(5, 0.12 * i, 6.0)});
+  for (int i = 0; i < 20; ++i, people.pass()) {
+    people.frame({seen(5, 0.12 * i, 6.0)});
+  }
   const std::int64_t identity = people.who(5);
-  for (int i = 20; i < 40; ++i, people.pass()) people.frame({});
+  for (int i = 20; i < 40; ++i, people.pass()) {
+    people.frame({});
+  }
   EXPECT_NE(people.identities.find(identity), nullptr);
   people.frame({seen(6, 0.12 * 40, 6.0)});
   EXPECT_NE(people.who(6), identity) << "at the first picture nothing is known of his way";
@@ -80,10 +86,16 @@ TEST(IdentitiesTest, NewNumberAfterAnOcclusionIsTheSamePerson) {
 
 TEST(IdentitiesTest, StrangerWhoGoesAnotherWayIsNotTaken) {
   People people;
-  for (int i = 0; i < 20; ++i, people.pass()) people.frame({seen(5, 0.12 * i, 6.0)});
-  for (int i = 0; i < 5; ++i, people.pass()) people.frame({});
+  for (int i = 0; i < 20; ++i, people.pass()) {
+    people.frame({seen(5, 0.12 * i, 6.0)});
+  }
+  for (int i = 0; i < 5; ++i, people.pass()) {
+    people.frame({});
+  }
   // Where he is expected, at the same speed, but back.
-  for (int i = 0; i < 8; ++i, people.pass()) people.frame({seen(6, 3.0 - 0.15 * i, 6.0)});
+  for (int i = 0; i < 8; ++i, people.pass()) {
+    people.frame({seen(6, 3.0 - 0.15 * i, 6.0)});
+  }
   EXPECT_NE(people.who(6), people.who(5));
 }
 
@@ -94,7 +106,9 @@ TEST(IdentitiesTest, HeightsTellPeopleApart) {
   }
   const std::int64_t tall = people.who(1);
   const std::int64_t small = people.who(2);
-  for (int i = 30; i < 45; ++i, people.pass()) people.frame({});
+  for (int i = 30; i < 45; ++i, people.pass()) {
+    people.frame({});
+  }
   for (int i = 45; i < 55; ++i, people.pass()) {
     people.frame({seen(3, 0.1 * i, 6.0, 1.9), seen(4, 0.1 * i, 6.3, 1.5)});
   }
@@ -110,7 +124,9 @@ TEST(IdentitiesTest, HeightAloneDecidesWhereTwoComeBackTogether) {
   }
   const std::int64_t tall = people.who(1);
   const std::int64_t small = people.who(2);
-  for (int i = 30; i < 45; ++i, people.pass()) people.frame({});
+  for (int i = 30; i < 45; ++i, people.pass()) {
+    people.frame({});
+  }
   for (int i = 45; i < 55; ++i, people.pass()) {
     people.frame({seen(3, 0.1 * i, 6.1, 1.9), seen(4, 0.1 * i, 6.0, 1.5)});
   }
@@ -125,7 +141,9 @@ TEST(IdentitiesTest, CheapestPairIsJoinedFirst) {
   }
   const std::int64_t first = people.who(1);
   const std::int64_t second = people.who(2);
-  for (int i = 20; i < 25; ++i, people.pass()) people.frame({});
+  for (int i = 20; i < 25; ++i, people.pass()) {
+    people.frame({});
+  }
   for (int i = 25; i < 30; ++i, people.pass()) {
     people.frame({seen(8, 0.6, 6.0 + 0.1 * i), seen(9, 0.0, 6.0 + 0.1 * i)});
   }
@@ -135,7 +153,9 @@ TEST(IdentitiesTest, CheapestPairIsJoinedFirst) {
 
 TEST(IdentitiesTest, WhoIsLostForFourSecondsIsForgotten) {
   People people;
-  for (int i = 0; i < 10; ++i, people.pass()) people.frame({seen(5, 0.0, 6.0)});
+  for (int i = 0; i < 10; ++i, people.pass()) {
+    people.frame({seen(5, 0.0, 6.0)});
+  }
   const std::int64_t identity = people.who(5);
   people.identities.expire(people.now + 3'800'000);
   EXPECT_NE(people.identities.find(identity), nullptr);
@@ -149,7 +169,9 @@ TEST(IdentitiesTest, WhoIsLostForFourSecondsIsForgotten) {
 
 TEST(IdentitiesTest, NumberThatIsGivenAgainAfterFourSecondsIsSomebodyElse) {
   People people;
-  for (int i = 0; i < 10; ++i, people.pass()) people.frame({seen(5, 0.0, 6.0)});
+  for (int i = 0; i < 10; ++i, people.pass()) {
+    people.frame({seen(5, 0.0, 6.0)});
+  }
   const std::int64_t identity = people.who(5);
   people.now += 4'100'000;
   people.frame({seen(5, 0.0, 6.0)});
@@ -158,10 +180,16 @@ TEST(IdentitiesTest, NumberThatIsGivenAgainAfterFourSecondsIsSomebodyElse) {
 
 TEST(IdentitiesTest, NumberThatComesBackTakesItsTrackBack) {
   People people;
-  for (int i = 0; i < 20; ++i, people.pass()) people.frame({seen(5, 0.1 * i, 6.0)});
+  for (int i = 0; i < 20; ++i, people.pass()) {
+    people.frame({seen(5, 0.1 * i, 6.0)});
+  }
   const std::int64_t identity = people.who(5);
-  for (int i = 20; i < 23; ++i, people.pass()) people.frame({});
-  for (int i = 23; i < 28; ++i, people.pass()) people.frame({seen(6, 0.1 * i, 6.1)});
+  for (int i = 20; i < 23; ++i, people.pass()) {
+    people.frame({});
+  }
+  for (int i = 23; i < 28; ++i, people.pass()) {
+    people.frame({seen(6, 0.1 * i, 6.1)});
+  }
   ASSERT_EQ(people.who(6), identity) << "a stranger beside the way";
   for (int i = 28; i < 32; ++i, people.pass()) {
     people.frame({seen(6, 0.1 * i, 6.9), seen(5, 0.1 * i, 6.0)});
@@ -173,7 +201,9 @@ TEST(IdentitiesTest, NumberThatComesBackTakesItsTrackBack) {
 
 TEST(IdentitiesTest, HandOverToAnotherCameraIsTheSamePerson) {
   People people;
-  for (int i = 0; i < 20; ++i, people.pass()) people.frame({seen(5, 0.12 * i, 6.0)}, 0);
+  for (int i = 0; i < 20; ++i, people.pass()) {
+    people.frame({seen(5, 0.12 * i, 6.0)}, 0);
+  }
   const std::int64_t identity = people.who(5, 0);
   for (int i = 20; i < 25; ++i, people.pass()) {
     people.frame({}, 0);
@@ -188,7 +218,9 @@ TEST(IdentitiesTest, HandOverToAnotherCameraIsTheSamePerson) {
 // Half a degree at nearly eight metres: 0.2 m along the line of sight.
 TEST(IdentitiesTest, CamerasThatAreMountedApartHandOverWithoutAKick) {
   People people;
-  for (int i = 0; i < 30; ++i, people.pass()) people.frame({seen(5, 0.12 * i - 2.0, 6.0)}, 0);
+  for (int i = 0; i < 30; ++i, people.pass()) {
+    people.frame({seen(5, 0.12 * i - 2.0, 6.0)}, 0);
+  }
   const std::int64_t identity = people.who(5, 0);
   double kick = 0.0;
   for (int i = 30; i < 45; ++i, people.pass()) {
@@ -212,7 +244,9 @@ TEST(IdentitiesTest, TwoCamerasThatSeeOnePersonAtOnceAreOneTrack) {
   // The first one leads: the other one's mounting does not pull the person about.
   EXPECT_NEAR(people.identities.people()[0].filter.state().mean(1), 6.0, 0.01);
   const std::int64_t identity = people.who(5, 0);
-  for (int i = 10; i < 30; ++i, people.pass()) people.frame({seen(900, 0.12 * i + 0.04, 6.05)}, 1);
+  for (int i = 10; i < 30; ++i, people.pass()) {
+    people.frame({seen(900, 0.12 * i + 0.04, 6.05)}, 1);
+  }
   EXPECT_EQ(people.who(900, 1), identity) << "the other one goes on alone";
   EXPECT_NEAR(people.identities.find(identity)->filter.state().mean(1), 6.05, 0.02);
 }
@@ -284,13 +318,19 @@ TEST(IdentitiesTest, CrowdsKeepEverythingConsistent) {
   People people(40);
   std::int32_t next = 60;
   std::vector<std::int32_t> ids(60);
-  for (std::size_t i = 0; i < ids.size(); ++i) ids[i] = static_cast<std::int32_t>(i);
+  for (std::size_t i = 0; i < ids.size(); ++i) {
+    ids[i] = static_cast<std::int32_t>(i);
+  }
   for (int round = 0; round < 300; ++round, people.pass()) {
     for (std::int32_t channel = 0; channel < 3; ++channel) {
       std::vector<Seen> all;
       for (std::size_t i = 0; i < ids.size(); ++i) {
-        if (random.chance(0.4)) continue;
-        if (random.chance(0.02)) ids[i] = ++next;
+        if (random.chance(0.4)) {
+          continue;
+        }
+        if (random.chance(0.02)) {
+          ids[i] = ++next;
+        }
         const double angle = 0.1 * static_cast<double>(i) + 0.01 * round;
         all.push_back(seen(ids[i], 8.0 * std::sin(angle), 8.0 * std::cos(angle)));
       }

@@ -36,7 +36,9 @@ inline std::vector<Walker> readWalkers(const std::filesystem::path& path) {
     }
   }
   std::vector<Walker> list;
-  for (auto& [id, walker] : walkers) list.push_back(std::move(walker));
+  for (auto& [id, walker] : walkers) {
+    list.push_back(std::move(walker));
+  }
   return list;
 }
 
@@ -44,7 +46,9 @@ inline std::vector<Walker> readWalkers(const std::filesystem::path& path) {
 inline std::optional<Scene> recordedScene(const std::string& name, double further = 0.0) {
   Scene scene;
   scene.walkers = readWalkers(recordingsFolder() / (name + ".csv"));
-  if (scene.walkers.empty()) return std::nullopt;
+  if (scene.walkers.empty()) {
+    return std::nullopt;
+  }
   if (name == "eth") {
     scene.mastX = scene.homeX = 4.0;
     scene.mastY = 1.0;

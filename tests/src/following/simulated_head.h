@@ -53,7 +53,9 @@ struct HeadKind {
 
   double speedAt(double percent) const {
     double size = std::abs(percent);
-    if (size < deadZone) return 0.0;
+    if (size < deadZone) {
+      return 0.0;
+    }
     size = std::min(roundTo(size, speedStep), 100.0);
     return std::copysign(fullSpeed * std::pow(size / 100.0, curve), percent);
   }
@@ -123,7 +125,9 @@ class SimulatedHead {
 
   // Until a time, a multiple of the step.
   void advanceTo(std::int64_t time) {
-    while (now < time) step();
+    while (now < time) {
+      step();
+    }
   }
 
   // From a command to the first reading that shows its effect, on average: seconds. The reading
@@ -188,7 +192,9 @@ class SimulatedHead {
     zoom += std::clamp(wantedZoom - zoom, -reach, reach);
     now += STEP;
     const auto period = std::max(static_cast<std::int64_t>(kind.statusPeriod * 1e6), STEP);
-    if ((now + phase) % period < STEP) sample();
+    if ((now + phase) % period < STEP) {
+      sample();
+    }
     for (; !samples.empty() && samples.front().readable <= now; samples.pop_front()) {
       readable = samples.front();
     }

@@ -141,7 +141,9 @@ TEST(SubjectTest, EverybodyIsWithinTheBox) {
           state(random.uniform(-2, 2), random.uniform(5, 8), random.uniform(-1, 1), 0));
     }
     std::vector<Member> members;
-    for (const auto& each : states) members.push_back({&each, random.uniform(1.5, 1.9)});
+    for (const auto& each : states) {
+      members.push_back({&each, random.uniform(1.5, 1.9)});
+    }
     const auto all = predictSubject(members, 500'000, MAST);
     for (const Member& member : members) {
       const auto one = predictSubject({&member, 1}, 500'000, MAST);

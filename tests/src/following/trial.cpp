@@ -74,7 +74,9 @@ struct OverviewCamera {
 
 std::optional<Pixel> project(const OverviewCamera& camera, const Vector& point, double focal) {
   const Vector seen = camera.mounted * point;
-  if (seen.z() <= 0.0) return std::nullopt;
+  if (seen.z() <= 0.0) {
+    return std::nullopt;
+  }
   const Pixel pixel{focal * seen.x() / seen.z(), focal * seen.y() / seen.z()};
   const bool isInside = std::abs(pixel.x) <= WIDTH / 2 && std::abs(pixel.y) <= HEIGHT / 2;
   return isInside ? std::optional(pixel) : std::nullopt;
@@ -219,7 +221,9 @@ int Trial::nearestCamera(const Vector& fromCamera) const {
     const auto off = [&](int k) {
       return std::abs(std::remainder(bearing - cameras[static_cast<std::size_t>(k)].pan, 360.0));
     };
-    if (off(i) < off(nearest)) nearest = i;
+    if (off(i) < off(nearest)) {
+      nearest = i;
+    }
   }
   return nearest;
 }
@@ -247,7 +251,9 @@ void Trial::takePictures(double time) {
     pictures[static_cast<std::size_t>(i)].stamp = micros(time + stampError);
   }
   for (std::size_t i = 0; i < scene.walkers.size(); ++i) {
-    if (!scene.walkers[i].isPresent(time)) continue;
+    if (!scene.walkers[i].isPresent(time)) {
+      continue;
+    }
     auto [entry, isNew] = appearances.try_emplace(i);
     Appearance& appearance = entry->second;
     if (isNew) {
@@ -270,7 +276,9 @@ void Trial::takePictures(double time) {
     std::optional<Pixel> topPixel = project(camera, top, focal);
     const double noise[] = {random.normal(), random.normal(), random.normal(), random.normal()};
     const bool isMissed = random.chance(condition.misses);
-    if (isOccluded || isMissed || !footPixel || !topPixel) continue;
+    if (isOccluded || isMissed || !footPixel || !topPixel) {
+      continue;
+    }
     if (channel != appearance.channel && appearance.channel >= 0 && condition.newIdAtHandOver) {
       appearance.id = ++lastId;
     }
@@ -288,7 +296,9 @@ void Trial::takePictures(double time) {
     picture.walkers.push_back(i);
   }
   for (Picture& picture : pictures) {
-    if (condition.newIdAtHandOver || picture.channel == 0) underway.push(std::move(picture));
+    if (condition.newIdAtHandOver || picture.channel == 0) {
+      underway.push(std::move(picture));
+    }
   }
 }
 
@@ -298,10 +308,14 @@ void Trial::deliver(std::int64_t now) {
     identities.takePicture(now, picture.channel, picture.stamp, viewpoint, picture.seen);
     for (std::size_t i = 0; i < picture.seen.size(); ++i) {
       const std::size_t walker = picture.walkers[i];
-      if (std::ranges::count(followed, walker) == 0) continue;
+      if (std::ranges::count(followed, walker) == 0) {
+        continue;
+      }
       trueIds[walker] = {picture.channel, picture.seen[i].id};
       const following::Person* person = identities.whoIs(picture.channel, picture.seen[i].id);
-      if (person != nullptr) chosen.try_emplace(walker, person->identity);
+      if (person != nullptr) {
+        chosen.try_emplace(walker, person->identity);
+      }
     }
     underway.pop();
   }
@@ -314,14 +328,18 @@ void Trial::control(std::int64_t now) {
   double gap = 1e9;
   for (const auto& [walker, identity] : chosen) {
     const following::Person* person = identities.find(identity);
-    if (person == nullptr) continue;
+    if (person == nullptr) {
+      continue;
+    }
     members.push_back({&person->filter.state(), person->height.metres});
     gap = std::min(gap, static_cast<double>(now - person->lastSeen) / 1e6);
   }
   const auto subject = following::predictSubject(members, pursuit.actsAt(now), viewpoint.height);
   const double field = SimulatedHead::MAX_FIELD / framing.asked();
   const auto command = pursuit.step(model, subject, field);
-  if (!command) return;
+  if (!command) {
+    return;
+  }
   head.command(now, command->pan, command->tilt);
   pursuit.commanded(*command);
   model.commanded(now, *command);
@@ -341,11 +359,17 @@ void Trial::measure(double time) {
         std::pow((velocities[i] - lastVelocities[i]) / (static_cast<double>(STEP) / 1e6), 2);
     lastVelocities[i] = velocities[i];
     const int sign = velocities[i] > MOVING ? 1 : velocities[i] < -MOVING ? -1 : 0;
-    if (sign != 0 && lastSigns[i] != 0 && sign != lastSigns[i]) ++reversals;
-    if (sign != 0) lastSigns[i] = sign;
+    if (sign != 0 && lastSigns[i] != 0 && sign != lastSigns[i]) {
+      ++reversals;
+    }
+    if (sign != 0) {
+      lastSigns[i] = sign;
+    }
   }
   const bool moves = std::hypot(velocities[0], velocities[1]) > MOVING;
-  if (moves && !moving) ++starts;
+  if (moves && !moving) {
+    ++starts;
+  }
   moving = moves;
   sumAccelerations += acceleration;
   const Eigen::Matrix3d view = rotationOf(head.getPan(), head.getTilt(), 0.0);
@@ -356,7 +380,9 @@ void Trial::measure(double time) {
   double left = 1e9;
   double right = -1e9;
   for (const std::size_t walker : followed) {
-    if (!scene.walkers[walker].isPresent(time)) continue;
+    if (!scene.walkers[walker].isPresent(time)) {
+      continue;
+    }
     const double height = appearances.contains(walker) ? appearances[walker].height : 1.7;
     middle += fromHead(walker, time, height / 2.0).normalized();
     const Vector foot = view * fromHead(walker, time, 0.0);
@@ -368,7 +394,9 @@ void Trial::measure(double time) {
       right = std::max(right, point.z() > 0.0 ? point.x() / point.z() : 1e3);
     }
   }
-  if (middle.norm() == 0.0) return;
+  if (middle.norm() == 0.0) {
+    return;
+  }
   const double along = std::clamp((view * middle.normalized()).z(), -1.0, 1.0);
   errors.push_back(degrees(std::acos(along)));
   const double halfWidth = std::tan(radians(SimulatedHead::MAX_FIELD / head.magnification()) / 2.0);
@@ -414,7 +442,9 @@ Result Trial::figures() {
   const std::vector<double> late(errors.begin() + static_cast<std::ptrdiff_t>(skipped),
                                  errors.end());
   double sum = 0.0;
-  for (const double error : late) sum += error * error;
+  for (const double error : late) {
+    sum += error * error;
+  }
   result.rms = late.empty() ? 0.0 : std::sqrt(sum / static_cast<double>(late.size()));
   result.percentile95 = late.empty() ? 0.0 : quantileOf(late, 0.95);
   const std::size_t second = std::min<std::size_t>(errors.size(), 200);
@@ -439,8 +469,12 @@ Result Trial::figures() {
 }  // namespace
 
 Walker::Point Walker::at(double time) const {
-  if (time <= begin()) return points.front();
-  if (time >= end()) return points.back();
+  if (time <= begin()) {
+    return points.front();
+  }
+  if (time >= end()) {
+    return points.back();
+  }
   const auto after = std::ranges::upper_bound(points, time, {}, &Point::time);
   const Point& before = *(after - 1);
   const double share = (time - before.time) / (after->time - before.time);
@@ -540,7 +574,9 @@ Result follow(const Scene& scene, const Condition& condition,
 }
 
 double quantileOf(std::vector<double> values, double share) {
-  if (values.empty()) return 0.0;
+  if (values.empty()) {
+    return 0.0;
+  }
   std::ranges::sort(values);
   return values[static_cast<std::size_t>(share * static_cast<double>(values.size() - 1) + 0.5)];
 }

@@ -37,8 +37,12 @@ inline following::AxisRecord recordAxis(const HeadKind& kind, std::uint64_t seed
   const double middle = isTilt ? tuning.tiltStart : 0.0;
   while (static_cast<double>(now) < tuning.relaySeconds * 1e6) {
     const double off = (isTilt ? head.statusTilt() : head.statusPan()) - middle;
-    if (off > 0.5) relay = -RELAY;
-    if (off < -0.5) relay = RELAY;
+    if (off > 0.5) {
+      relay = -RELAY;
+    }
+    if (off < -0.5) {
+      relay = RELAY;
+    }
     step(relay);
   }
   record.beginStaircase(now);

@@ -179,7 +179,9 @@ TEST(Movement, PrintLogsItsTracks) {
   const LogCapture log;
   toTheRight().print();
   std::string logged;
-  for (const LogLine& line : log.lines()) logged += line.text;
+  for (const LogLine& line : log.lines()) {
+    logged += line.text;
+  }
   EXPECT_NE(std::string::npos, logged.find("(-400, 100)"));
   EXPECT_NE(std::string::npos, logged.find("(400, -100)"));
 }

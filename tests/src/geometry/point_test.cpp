@@ -53,7 +53,9 @@ TEST(Point, SetsAreSortedByYThenX) {
     expected.insert({y, x});
   }
   std::vector<std::pair<int, int>> inOrder;
-  for (const Point& point : points) inOrder.push_back({point.y, point.x});
+  for (const Point& point : points) {
+    inOrder.push_back({point.y, point.x});
+  }
   EXPECT_EQ((std::vector<std::pair<int, int>>(expected.begin(), expected.end())), inOrder);
 }
 

@@ -57,7 +57,9 @@ double area(const Polygon& polygon) {
 
 double area(const PolygonContainer& polygons) {
   double sum = 0;
-  for (const auto& polygon : polygons) sum += area(*polygon);
+  for (const auto& polygon : polygons) {
+    sum += area(*polygon);
+  }
   return sum;
 }
 
@@ -431,7 +433,9 @@ PolygonContainer cutOutOfSquareThrough(const Points& points, const Polygon& clip
 
 bool isSame(const PolygonContainer& a, const PolygonContainer& b) {
   bool same = a.size() == b.size();
-  for (std::size_t i = 0; same && i < a.size(); ++i) same = a[i] == b[i];
+  for (std::size_t i = 0; same && i < a.size(); ++i) {
+    same = a[i] == b[i];
+  }
   return same;
 }
 
@@ -478,7 +482,9 @@ TEST(PolygonClipping, ReplacementGoesOnToTheNextRing) {
   subject.intersect(moved, withMoved);
   ASSERT_FALSE(withMoved.empty());
   ASSERT_EQ(withMoved.size(), withShared.size());
-  for (std::size_t i = 0; i < withMoved.size(); ++i) EXPECT_TRUE(withMoved[i] == withShared[i]);
+  for (std::size_t i = 0; i < withMoved.size(); ++i) {
+    EXPECT_TRUE(withMoved[i] == withShared[i]);
+  }
 }
 
 TEST(PolygonClipping, OfRectanglesIsTheRectangleOfTheInnerLimits) {
@@ -487,16 +493,24 @@ TEST(PolygonClipping, OfRectanglesIsTheRectangleOfTheInnerLimits) {
   int overlapping = 0;
   for (int i = 0; i < 500; ++i) {
     std::array<int, 8> c;
-    for (int& value : c) value = coordinate(random);
+    for (int& value : c) {
+      value = coordinate(random);
+    }
     for (int k = 0; k < 8; k += 2) {
-      if (c[k] > c[k + 1]) std::swap(c[k], c[k + 1]);
+      if (c[k] > c[k + 1]) {
+        std::swap(c[k], c[k + 1]);
+      }
     }
     const Polygon a(c[0], c[1], c[2], c[3]);
     const Polygon b(c[4], c[5], c[6], c[7]);
-    if (area(a) == 0 || area(b) == 0) continue;
+    if (area(a) == 0 || area(b) == 0) {
+      continue;
+    }
     const bool sharesVertices = std::any_of(b.getVertices().begin(), b.getVertices().end(),
                                             [&](const Point& p) { return a.findPosition(p) >= 0; });
-    if (sharesVertices) continue;
+    if (sharesVertices) {
+      continue;
+    }
     const int left = std::max(c[0], c[4]), right = std::min(c[1], c[5]);
     const int bottom = std::max(c[2], c[6]), top = std::min(c[3], c[7]);
     PolygonContainer inside;
@@ -545,7 +559,9 @@ TEST(Polygon, PrintLogsItsVertices) {
   const LogCapture log;
   Polygon(Points{{1, -2}, {3, 4}, {5, 60}}).print();
   std::string logged;
-  for (const LogLine& line : log.lines()) logged += line.text;
+  for (const LogLine& line : log.lines()) {
+    logged += line.text;
+  }
   for (const char* text : {"(1, -2)", "(3, 4)", "(5, 60)"}) {
     EXPECT_NE(std::string::npos, logged.find(text));
   }
@@ -556,7 +572,9 @@ TEST(Polygon, TakesPairsOfCoordinatesAsTheConstructorTakesPoints) {
        {Points{}, Points{{3000, 100}}, Points{{5, 5}, {5, 5}}, Points{{5, 5}, {2048, -7}},
         Points{{0, 0}, {0, 10}, {10, 10}}, Points{{-9, 4}, {1, 12}, {10, 10}, {40, -3}}}) {
     std::vector<std::int32_t> coordinates;
-    for (const Point& p : points) coordinates.insert(coordinates.end(), {p.x, p.y});
+    for (const Point& p : points) {
+      coordinates.insert(coordinates.end(), {p.x, p.y});
+    }
     Polygon polygon(Points{{-100, -100}, {-100, 100}, {100, 100}, {100, -100}, {0, -200}});
     polygon.assign(coordinates);
     const Polygon expected(points);

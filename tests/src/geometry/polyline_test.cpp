@@ -76,7 +76,9 @@ TEST(Polyline, PrintLogsItsText) {
   const Polyline line(Points{{1, -2}, {3, 4}});
   line.print();
   std::string logged;
-  for (const LogLine& entry : log.lines()) logged += entry.text;
+  for (const LogLine& entry : log.lines()) {
+    logged += entry.text;
+  }
   EXPECT_NE(std::string::npos, logged.find("(1, -2)"));
   EXPECT_NE(std::string::npos, logged.find("(3, 4)"));
   EXPECT_NE(std::string::npos, line.toString().find("(1, -2)"));

@@ -94,7 +94,9 @@ TEST(PreparedArea, AnEmptyOutlineOrAreaTellsNothingOrIsApart) {
 }
 
 TEST(PreparedArea, EveryVertexOfASimpleOutlineIsACorner) {
-  for (std::size_t i = 0; i < CUP.size(); ++i) EXPECT_TRUE(PreparedArea::isCorner(CUP, i));
+  for (std::size_t i = 0; i < CUP.size(); ++i) {
+    EXPECT_TRUE(PreparedArea::isCorner(CUP, i));
+  }
 }
 
 TEST(PreparedArea, APointOnAStraightLineIsACornerButTheTipOfASpikeIsNot) {
@@ -121,8 +123,9 @@ TEST(PreparedArea, ARepeatedVertexIsNoCorner) {
 
 // The two upper ends of the cup lie on one line.
 TEST(PreparedArea, AnEdgeBoundsAreaUnlessAnotherLiesAlongIt) {
-  for (std::size_t i = 0; i < CUP.size(); ++i)
+  for (std::size_t i = 0; i < CUP.size(); ++i) {
     EXPECT_EQ(i != 1 && i != 5, PreparedArea::isBorder(CUP, i));
+  }
   const Points spike{{0, 0}, {100, 0}, {100, 100}, {100, 300}, {100, 100}, {0, 100}};
   EXPECT_TRUE(PreparedArea::isBorder(spike, 0));
   EXPECT_FALSE(PreparedArea::isBorder(spike, 2));
@@ -260,7 +263,9 @@ TEST_P(PreparedAreaRandom, RelationsAreThoseOfTheLibrary) {
     const bool meets = gm_intersect_pp(toGmPoints(points), gmCount(points), toGmPoints(other),
                                        gmCount(other)) == 1;
     const Relation relation = PreparedArea(Polygon(points)).relate(Polygon(other));
-    if (relation == Relation::unsure) continue;
+    if (relation == Relation::unsure) {
+      continue;
+    }
     ++sure;
     EXPECT_EQ(meets, relation == Relation::within);
     for (const Point& p : other) {

@@ -90,7 +90,9 @@ TEST(Segment, PolygonsAlarmSideIsThatOfItsBoxNotOfItsOutline) {
   // Up the diagonal; the box's corner at (0, 100) is left of it, no vertex is.
   const Segment diagonal({0, 0}, {1000, 1000}, FenceDirection_e::leftToRight);
   const Polygon outline(Points{{0, 0}, {100, 100}, {100, 0}});
-  for (const Point& vertex : outline.getVertices()) EXPECT_FALSE(diagonal.isOnAlarmSide(vertex));
+  for (const Point& vertex : outline.getVertices()) {
+    EXPECT_FALSE(diagonal.isOnAlarmSide(vertex));
+  }
   EXPECT_TRUE(diagonal.isOnAlarmSide(outline));
 }
 
@@ -173,7 +175,9 @@ TEST(Segment, IntersectValueAgreesWithTheAreasOnBothSides) {
     const Point a = next(), b = next(), from = next(), to = next();
     const std::int64_t before = cross(a, b, from);
     const std::int64_t after = cross(a, b, to);
-    if (before == 0 || after == 0 || cross(from, to, a) == 0 || cross(from, to, b) == 0) continue;
+    if (before == 0 || after == 0 || cross(from, to, a) == 0 || cross(from, to, b) == 0) {
+      continue;
+    }
     const int value = Segment(a, b, FenceDirection_e::both).getIntersectValue(track(from, to));
     if (!crossProperly(a, b, from, to)) {
       EXPECT_EQ(-1, value);

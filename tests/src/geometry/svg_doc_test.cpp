@@ -83,7 +83,9 @@ TEST(SvgDoc, RootHasOneAttributeInALine) {
 // A zero is a zero, whatever sign its cofactor gave it.
 std::string withoutNegativeZeros(std::string text) {
   const std::string negativeZero = "-0.0000 ";
-  for (std::size_t at; (at = text.find(negativeZero)) != std::string::npos;) text.erase(at, 1);
+  for (std::size_t at; (at = text.find(negativeZero)) != std::string::npos;) {
+    text.erase(at, 1);
+  }
   return text;
 }
 

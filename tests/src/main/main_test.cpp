@@ -195,13 +195,13 @@ class MainTest : public testing::Test {
     const TemporaryFolder folder;
     Persistent::setPathForTest(folder.path("settings.json"));
     std::jthread user(endWhenServing);
-    status = sentrelMain();
+    s_status = sentrelMain();
     user.join();
     const Steps steps = s_journal.take();
     const auto serving = std::ranges::find(steps, SERVING);
     ASSERT_NE(serving, steps.end());
-    starting.assign(steps.begin(), serving + 1);
-    ending.assign(serving + 1, steps.end());
+    s_starting.assign(steps.begin(), serving + 1);
+    s_ending.assign(serving + 1, steps.end());
   }
 
   static void endWhenServing() {
@@ -213,14 +213,14 @@ class MainTest : public testing::Test {
     kill(getpid(), SIGTERM);
   }
 
-  static inline int status = -1;
-  static inline Steps starting;
-  static inline Steps ending;
+  static inline int s_status = -1;
+  static inline Steps s_starting;
+  static inline Steps s_ending;
 };
 
 TEST_F(MainTest, StartsInOrder) {
   const std::string path = constants::CONFIGURATION_PATH;
-  EXPECT_EQ(starting,
+  EXPECT_EQ(s_starting,
             (Steps{"daemonized SentrelVideo", "large blocks given back", "log opened SentrelVideo",
                    "SIGTERM handled", "timer initialized 10000",
                    "platform wrapper initialized SentrelVideo SentrelVideo MiruPlatform",
@@ -229,10 +229,10 @@ TEST_F(MainTest, StartsInOrder) {
 }
 
 TEST_F(MainTest, EndsInReverseOrder) {
-  EXPECT_EQ(ending, (Steps{"callback shut down", "HTTP handler freed", "container shut down",
-                           "container destroyed", "tracker released", "platform wrapper cleaned up",
-                           "timer deinitialized", "log closed"}));
-  EXPECT_EQ(status, EXIT_SUCCESS);
+  EXPECT_EQ(s_ending, (Steps{"callback shut down", "HTTP handler freed", "container shut down",
+                             "container destroyed", "tracker released",
+                             "platform wrapper cleaned up", "timer deinitialized", "log closed"}));
+  EXPECT_EQ(s_status, EXIT_SUCCESS);
 }
 
 }  // namespace

@@ -623,7 +623,9 @@ TEST_F(PidTest, AFailedAutotuneLogsItsSamples) {
     return std::string("value:") + value + " time:" + std::to_string(time);
   };
   const auto withoutLineFeed = [](std::string text) {
-    if (text.ends_with('\n')) text.pop_back();
+    if (text.ends_with('\n')) {
+      text.pop_back();
+    }
     return text;
   };
   EXPECT_EQ(withoutLineFeed(lines[0].text), "PAN : autotune failed!");

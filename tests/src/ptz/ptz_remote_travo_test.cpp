@@ -519,7 +519,9 @@ class FullListener {
   FullListener& operator=(const FullListener&) = delete;
   ~FullListener() {
     close(listener);
-    for (const int client : clients) close(client);
+    for (const int client : clients) {
+      close(client);
+    }
   }
 
  private:

@@ -414,8 +414,12 @@ class RelayTest : public RegulatorTest {
       if (regulator.autotuneRun(pan.position, tilt.position, panSpeed, tiltSpeed)) {
         return true;
       }
-      if (panTurns) pan.drive(panSpeed);
-      if (tiltTurns) tilt.drive(tiltSpeed);
+      if (panTurns) {
+        pan.drive(panSpeed);
+      }
+      if (tiltTurns) {
+        tilt.drive(tiltSpeed);
+      }
       pass(50'000);
     }
     return false;

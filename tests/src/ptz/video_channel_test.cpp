@@ -27,7 +27,7 @@ Point scenePoint(double x, double y) {
   return {static_cast<std::int16_t>(x * 4096), static_cast<std::int16_t>(y * 4096)};
 }
 
-testing::Matcher<PointF> IsAt(double x, double y) {
+testing::Matcher<PointF> isAt(double x, double y) {
   return AllOf(Field(&PointF::x, testing::DoubleNear(x, 1e-9)),
                Field(&PointF::y, testing::DoubleNear(y, 1e-9)));
 }
@@ -44,7 +44,9 @@ class VideoChannelTest : public VideoChannelFixture {
   static std::vector<std::string> questions() {
     std::vector<std::string> result;
     for (const std::string& call : takeCalls()) {
-      if (call.starts_with("to_")) result.push_back(call);
+      if (call.starts_with("to_")) {
+        result.push_back(call);
+      }
     }
     return result;
   }
@@ -159,26 +161,26 @@ TEST_F(VideoChannelTest, AResolutionHas20CharactersAtMost) {
 TEST_F(VideoChannelTest, TheScenesCornersAreThePicturesCorners) {
   VideoChannel channel(0);
   ASSERT_TRUE(channel.init());
-  EXPECT_THAT(channel.toImagePosition(scenePoint(-1, 1)), IsAt(0, 0));
-  EXPECT_THAT(channel.toImagePosition(scenePoint(1, -1)), IsAt(1920, 1080));
-  EXPECT_THAT(channel.toImagePosition(scenePoint(0, 0)), IsAt(960, 540));
-  EXPECT_THAT(channel.toImagePosition(scenePoint(0.5, 0.25)), IsAt(1440, 405));
+  EXPECT_THAT(channel.toImagePosition(scenePoint(-1, 1)), isAt(0, 0));
+  EXPECT_THAT(channel.toImagePosition(scenePoint(1, -1)), isAt(1920, 1080));
+  EXPECT_THAT(channel.toImagePosition(scenePoint(0, 0)), isAt(960, 540));
+  EXPECT_THAT(channel.toImagePosition(scenePoint(0.5, 0.25)), isAt(1440, 405));
 }
 
 TEST_F(VideoChannelTest, SizesAndVelocitiesAreSharesOfThePicture) {
   VideoChannel channel(0);
   ASSERT_TRUE(channel.init());
-  EXPECT_THAT(channel.toImageSize(scenePoint(0.5, 0.25)), IsAt(480, 135));
-  EXPECT_THAT(channel.toImageVelocity(scenePoint(-0.5, 0.25)), IsAt(-480, 135));
+  EXPECT_THAT(channel.toImageSize(scenePoint(0.5, 0.25)), isAt(480, 135));
+  EXPECT_THAT(channel.toImageVelocity(scenePoint(-0.5, 0.25)), isAt(-480, 135));
 }
 
 TEST_F(VideoChannelTest, Rotation90) {
   lens.set(0, 96.0, 54.0, 90);
   VideoChannel channel(0);
   ASSERT_TRUE(channel.init());
-  EXPECT_THAT(channel.toImagePosition(scenePoint(0.5, 0)), IsAt(540, 1440));
-  EXPECT_THAT(channel.toImageSize(scenePoint(0.5, 0.25)), IsAt(0.25 * 540, 0.5 * 960));
-  EXPECT_THAT(channel.toImageVelocity(scenePoint(0.5, 0.25)), IsAt(0.25 * 540, -0.5 * 960));
+  EXPECT_THAT(channel.toImagePosition(scenePoint(0.5, 0)), isAt(540, 1440));
+  EXPECT_THAT(channel.toImageSize(scenePoint(0.5, 0.25)), isAt(0.25 * 540, 0.5 * 960));
+  EXPECT_THAT(channel.toImageVelocity(scenePoint(0.5, 0.25)), isAt(0.25 * 540, -0.5 * 960));
 }
 
 // (0.5, 0.25) becomes (-0.5, -0.25).
@@ -186,9 +188,9 @@ TEST_F(VideoChannelTest, Rotation180) {
   lens.set(0, 96.0, 54.0, 180);
   VideoChannel channel(0);
   ASSERT_TRUE(channel.init());
-  EXPECT_THAT(channel.toImagePosition(scenePoint(0.5, 0.25)), IsAt(480, 675));
-  EXPECT_THAT(channel.toImageSize(scenePoint(0.5, 0.25)), IsAt(480, 135));
-  EXPECT_THAT(channel.toImageVelocity(scenePoint(0.5, 0.25)), IsAt(-480, -135));
+  EXPECT_THAT(channel.toImagePosition(scenePoint(0.5, 0.25)), isAt(480, 675));
+  EXPECT_THAT(channel.toImageSize(scenePoint(0.5, 0.25)), isAt(480, 135));
+  EXPECT_THAT(channel.toImageVelocity(scenePoint(0.5, 0.25)), isAt(-480, -135));
 }
 
 // (0.5, 0.25) becomes (-0.25, 0.5).
@@ -196,9 +198,9 @@ TEST_F(VideoChannelTest, Rotation270) {
   lens.set(0, 96.0, 54.0, 270);
   VideoChannel channel(0);
   ASSERT_TRUE(channel.init());
-  EXPECT_THAT(channel.toImagePosition(scenePoint(0.5, 0.25)), IsAt(405, 480));
-  EXPECT_THAT(channel.toImageSize(scenePoint(0.5, 0.25)), IsAt(135, 480));
-  EXPECT_THAT(channel.toImageVelocity(scenePoint(0.5, 0.25)), IsAt(-135, 480));
+  EXPECT_THAT(channel.toImagePosition(scenePoint(0.5, 0.25)), isAt(405, 480));
+  EXPECT_THAT(channel.toImageSize(scenePoint(0.5, 0.25)), isAt(135, 480));
+  EXPECT_THAT(channel.toImageVelocity(scenePoint(0.5, 0.25)), isAt(-135, 480));
 }
 
 // ---- From the picture to the head ----
@@ -310,9 +312,9 @@ class LateRotationTest : public VideoChannelTest {
     EXPECT_NEAR(tilt, -20.0, FINE);
     EXPECT_EQ(channel.getWidth(), 1920);
     EXPECT_EQ(channel.getHeight(), 1080);
-    EXPECT_THAT(channel.toImagePosition(scenePoint(0.5, 0)), IsAt(1440, 540));
-    EXPECT_THAT(channel.toImageSize(scenePoint(0.5, 0.25)), IsAt(480, 135));
-    EXPECT_THAT(channel.toImageVelocity(scenePoint(0.5, 0.25)), IsAt(480, 135));
+    EXPECT_THAT(channel.toImagePosition(scenePoint(0.5, 0)), isAt(1440, 540));
+    EXPECT_THAT(channel.toImageSize(scenePoint(0.5, 0.25)), isAt(480, 135));
+    EXPECT_THAT(channel.toImageVelocity(scenePoint(0.5, 0.25)), isAt(480, 135));
   }
 
   void expectNewGeometry() {
@@ -322,7 +324,7 @@ class LateRotationTest : public VideoChannelTest {
     EXPECT_NEAR(pan, 10.0, FINE);
     EXPECT_EQ(channel.getWidth(), 1080);
     EXPECT_EQ(channel.getHeight(), 1920);
-    EXPECT_THAT(channel.toImagePosition(scenePoint(0.5, 0)), IsAt(540, 1440));
+    EXPECT_THAT(channel.toImagePosition(scenePoint(0.5, 0)), isAt(540, 1440));
     EXPECT_EQ(FakePtzMath::contextsAlive(), 1);
   }
 
@@ -351,7 +353,9 @@ TEST_F(LateRotationTest, CountsOnlyWhenTheMountingIsKnownAgain) {
 TEST_F(LateRotationTest, ADeviceThatCannotTellIsAskedOnceASecond) {
   FakeParameters::remove("Image.I0.Appearance.Resolution");
   const auto before = FakeParameters::reads().size();
-  for (int i = 0; i < 10; ++i) expectOldGeometry();
+  for (int i = 0; i < 10; ++i) {
+    expectOldGeometry();
+  }
   EXPECT_EQ(FakeParameters::reads().size(), before + 1);
   clock.advance(SECOND - 1);
   expectOldGeometry();
@@ -363,7 +367,7 @@ TEST_F(LateRotationTest, ADeviceThatCannotTellIsAskedOnceASecond) {
 
 TEST_F(LateRotationTest, IsTakenOverBeforeAnObservationIsTurned) {
   channel.followRotation();
-  EXPECT_THAT(channel.toImagePosition(scenePoint(0.5, 0)), IsAt(540, 1440));
+  EXPECT_THAT(channel.toImagePosition(scenePoint(0.5, 0)), isAt(540, 1440));
   expectNewGeometry();
 }
 

@@ -24,7 +24,9 @@ using Ids = std::vector<std::int32_t>;
 inline SceneFrame frameOf(std::span<const std::uint8_t> bytes) {
   SceneFrame frame;
   frame.data.reset(static_cast<char*>(std::malloc(bytes.empty() ? 1 : bytes.size())));
-  if (!bytes.empty()) std::memcpy(frame.data.get(), bytes.data(), bytes.size());
+  if (!bytes.empty()) {
+    std::memcpy(frame.data.get(), bytes.data(), bytes.size());
+  }
   frame.size = bytes.size();
   return frame;
 }

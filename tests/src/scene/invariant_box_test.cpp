@@ -31,7 +31,9 @@ TEST(InvariantBox, SizeIsTurnedUpright) {
 
 TEST(InvariantBox, KnownRotationsAreSilent) {
   const LogCapture log;
-  for (const int rotation : {0, 90, 180, 270}) box(rotation);
+  for (const int rotation : {0, 90, 180, 270}) {
+    box(rotation);
+  }
   EXPECT_TRUE(log.lines().empty());
 }
 

@@ -22,7 +22,9 @@ class OneObject {
   explicit OneObject(const std::vector<std::pair<int, Values>>& properties, std::int32_t id = 17) {
     SceneEncoder encoder;
     encoder.beginObject(id);
-    for (const auto& [property, values] : properties) encoder.addObjectProperty(property, values);
+    for (const auto& [property, values] : properties) {
+      encoder.addObjectProperty(property, values);
+    }
     const std::vector<std::uint8_t> bytes = encoder.bytes();
     decoded.reset(scene_copy_from_area(bytes.data(), bytes.size()));
   }
@@ -119,7 +121,9 @@ TEST(MoteObject, MissingVerticesBecomeThePaddedTriangle) {
 // An upright comb of that many coordinates.
 Values combOf(int coordinates) {
   Values values;
-  for (int i = 0; i < coordinates; ++i) values.push_back(i % 2 == 0 ? i : i % 4 * 100);
+  for (int i = 0; i < coordinates; ++i) {
+    values.push_back(i % 2 == 0 ? i : i % 4 * 100);
+  }
   return values;
 }
 

@@ -39,7 +39,9 @@ class MoteSceneParserTest : public testing::Test {
 
   MoteScene frameWith(const Ids& ids) {
     MoteScene scene = nextFrame();
-    for (const std::int32_t id : ids) add(scene, id);
+    for (const std::int32_t id : ids) {
+      add(scene, id);
+    }
     return scene;
   }
 
@@ -51,13 +53,17 @@ class MoteSceneParserTest : public testing::Test {
 
 Ids idsOf(const std::vector<TrackingObject*>& objects) {
   Ids ids;
-  for (const TrackingObject* object : objects) ids.push_back(object->getId());
+  for (const TrackingObject* object : objects) {
+    ids.push_back(object->getId());
+  }
   return ids;
 }
 
 Ids idsOf(const std::vector<std::unique_ptr<TrackingObject>>& objects) {
   Ids ids;
-  for (const auto& object : objects) ids.push_back(object->getId());
+  for (const auto& object : objects) {
+    ids.push_back(object->getId());
+  }
   return ids;
 }
 
@@ -279,23 +285,33 @@ TEST_F(MoteSceneParserTest, InactiveObjectsAreNotSplit) {
 
 TEST_F(MoteSceneParserTest, The501stObjectEvictsThe100NotSeenForLongest) {
   Ids old;
-  for (std::int32_t id = 0; id < 100; ++id) old.push_back(1000 - id);
+  for (std::int32_t id = 0; id < 100; ++id) {
+    old.push_back(1000 - id);
+  }
   Ids younger;
-  for (std::int32_t id = 0; id < 400; ++id) younger.push_back(id);
+  for (std::int32_t id = 0; id < 400; ++id) {
+    younger.push_back(id);
+  }
   parser.parse(frameWith(old));
   parser.parse(frameWith(younger));
   ASSERT_EQ(500u, parser.getStorage().getSize());
   const ParsedScene parsed = parser.parse(frameWith({5000}));
   EXPECT_THAT(idsOf(parsed.getActiveObjects()), ElementsAre(5000));
   EXPECT_EQ(401u, parser.getStorage().getSize());
-  for (const std::int32_t id : old) EXPECT_EQ(nullptr, stored(id));
-  for (const std::int32_t id : younger) EXPECT_TRUE(stored(id));
+  for (const std::int32_t id : old) {
+    EXPECT_EQ(nullptr, stored(id));
+  }
+  for (const std::int32_t id : younger) {
+    EXPECT_TRUE(stored(id));
+  }
   EXPECT_THAT(parsed.getDeletedObjects(), IsEmpty());
 }
 
 TEST_F(MoteSceneParserTest, AFrameOfMoreObjectsThanFitLogsThoseThatItLost) {
   Ids ids;
-  for (std::int32_t id = 0; id < 501; ++id) ids.push_back(id);
+  for (std::int32_t id = 0; id < 501; ++id) {
+    ids.push_back(id);
+  }
   const ParsedScene parsed = parser.parse(frameWith(ids));
   // All were seen at the same time: the 100 smallest ids went.
   EXPECT_EQ(401u, parsed.getActiveObjects().size());

@@ -38,11 +38,11 @@ TEST(MoteScene, WithoutATimeIsOfTimeZero) {
 
 TEST(MoteScene, TimesAreLimitedToWhatCanBeComputedWith) {
   using Limits = std::numeric_limits<std::int64_t>;
-  constexpr std::int64_t latest = 2'305'843'009'213'693'952;  // 2 to the power of 61
+  constexpr std::int64_t LATEST = 2'305'843'009'213'693'952;  // 2 to the power of 61
   const std::vector<std::pair<std::int64_t, std::int64_t>> limited = {
       {Limits::min(), 0},       {-1, 0},          {0, 0},
-      {latest - 1, latest - 1}, {latest, latest}, {latest + 1, latest},
-      {Limits::max(), latest}};
+      {LATEST - 1, LATEST - 1}, {LATEST, LATEST}, {LATEST + 1, LATEST},
+      {Limits::max(), LATEST}};
   for (const auto& [time, expected] : limited) {
     SceneEncoder encoder;
     addTimestamp(encoder, time);
@@ -244,14 +244,20 @@ TEST(MoteScene, ReadAgainIsAsIfReadAnew) {
   MoteScene reused(77);
   for (int i = 0; i < 300; ++i) {
     SceneEncoder encoder;
-    if (number(0, 3) > 0) addTimestamp(encoder, number(0, 1'000'000));
+    if (number(0, 3) > 0) {
+      addTimestamp(encoder, number(0, 1'000'000));
+    }
     for (int k = number(0, 12); k > 0; --k) {
       encoder.beginObject(number(-5, 50));
       for (const int property : {SCENE_OBJ_PROP_BOUNDING_BOX, SCENE_OBJ_PROP_POLYGON,
                                  SCENE_OBJ_PROP_VELOCITY, SCENE_OBJ_PROP_CONFIDENCE}) {
-        if (number(0, 3) == 0) continue;
+        if (number(0, 3) == 0) {
+          continue;
+        }
         Ids values;
-        for (int v = number(0, 20); v > 0; --v) values.push_back(number(-5000, 5000));
+        for (int v = number(0, 20); v > 0; --v) {
+          values.push_back(number(-5000, 5000));
+        }
         encoder.addObjectProperty(property, values);
       }
     }
@@ -262,7 +268,9 @@ TEST(MoteScene, ReadAgainIsAsIfReadAnew) {
     const bool isDamaged = number(0, 9) == 0;
     const auto frame = [&] {
       auto bytes = encoder.bytes();
-      if (isDamaged) bytes.resize(bytes.size() / 2);
+      if (isDamaged) {
+        bytes.resize(bytes.size() / 2);
+      }
       return frameOf(bytes);
     };
     const MoteScene anew(frame(), mask);

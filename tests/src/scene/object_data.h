@@ -11,13 +11,19 @@ class SumData : public TrackingObjectExternalData {
  public:
   explicit SumData(std::int32_t value, int* alive = nullptr) : alive(alive) {
     insert("sum", value);
-    if (alive) ++*alive;
+    if (alive) {
+      ++*alive;
+    }
   }
   SumData(const SumData& other) : TrackingObjectExternalData(other), alive(other.alive) {
-    if (alive) ++*alive;
+    if (alive) {
+      ++*alive;
+    }
   }
   ~SumData() override {
-    if (alive) --*alive;
+    if (alive) {
+      --*alive;
+    }
   }
 
   std::unique_ptr<TrackingObjectExternalData> clone() const override {

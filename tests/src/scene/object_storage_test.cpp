@@ -17,7 +17,9 @@ namespace {
 
 std::unique_ptr<TrackingObject> seenAt(std::int32_t id, std::int64_t time, int* alive = nullptr) {
   auto object = std::make_unique<TrackingObject>(boxObject(id, time), 0, 1.0f);
-  if (alive) object->insertData("alive", std::make_unique<SumData>(0, alive));
+  if (alive) {
+    object->insertData("alive", std::make_unique<SumData>(0, alive));
+  }
   return object;
 }
 
@@ -65,7 +67,9 @@ TEST(ObjectStorage, LeavesAnObjectOfAKnownIdWithTheCaller) {
 
 TEST(ObjectStorage, AKnownIdEvictsNothingFromAFullStorage) {
   ObjectStorage storage(10);
-  for (int id = 0; id < 10; ++id) storage.insert(id, seenAt(id, id));
+  for (int id = 0; id < 10; ++id) {
+    storage.insert(id, seenAt(id, id));
+  }
   storage.insert(5, seenAt(5, 99));
   EXPECT_EQ(10u, storage.getSize());
 }
@@ -85,7 +89,9 @@ TEST(ObjectStorage, DeletesWhatItOwns) {
   int alive = 0;
   {
     ObjectStorage storage(10);
-    for (int id = 0; id < 4; ++id) storage.insert(id, seenAt(id, 0, &alive));
+    for (int id = 0; id < 4; ++id) {
+      storage.insert(id, seenAt(id, 0, &alive));
+    }
     EXPECT_EQ(4, alive);
     storage.deleteObj(2);
     EXPECT_EQ(3, alive);
@@ -104,7 +110,9 @@ TEST(ObjectStorage, The501stObjectEvictsThe100NotSeenForLongest) {
   std::iota(times.begin(), times.end(), 1000);
   std::shuffle(times.begin(), times.end(), std::mt19937(9));
   ObjectStorage storage(500);
-  for (std::int32_t id = 0; id < 500; ++id) storage.insert(id, seenAt(id, times[id]));
+  for (std::int32_t id = 0; id < 500; ++id) {
+    storage.insert(id, seenAt(id, times[id]));
+  }
   ASSERT_EQ(500u, storage.getSize());
 
   // Older than all others, and yet it stays: room is made before it comes in.
@@ -149,7 +157,9 @@ TEST(ObjectStorage, JudgesAgeByTheLastUpdate) {
 
 TEST(ObjectStorage, OfEquallyOldOnesDeletesSmallerIdsFirst) {
   ObjectStorage storage(20);
-  for (const std::int32_t id : {7, -2, 9, 4, 1}) storage.insert(id, seenAt(id, 100));
+  for (const std::int32_t id : {7, -2, 9, 4, 1}) {
+    storage.insert(id, seenAt(id, 100));
+  }
   storage.insert(12, seenAt(12, 50));
   storage.deleteOldElements(4);
   EXPECT_EQ(2u, storage.getSize());

@@ -43,7 +43,9 @@ class Descriptor {
 
   int get() const { return fd; }
   void close() {
-    if (fd >= 0) ::close(fd);
+    if (fd >= 0) {
+      ::close(fd);
+    }
     fd = -1;
   }
 
@@ -77,7 +79,9 @@ class SocketPath {
     std::string name = testing::TempDir() + "sceneXXXXXX";
     folder = mkdtemp(name.data());
     path = folder + "/s";
-    if (length > path.size()) path.resize(length, 's');
+    if (length > path.size()) {
+      path.resize(length, 's');
+    }
   }
   SocketPath(const SocketPath&) = delete;
   SocketPath& operator=(const SocketPath&) = delete;
@@ -131,14 +135,18 @@ TEST(SceneReaderConnect, FailureIsLoggedAsAnError) {
 
 int openDescriptors() {
   int count = 0;
-  for (int fd = 0; fd < 256; ++fd) count += isOpen(fd);
+  for (int fd = 0; fd < 256; ++fd) {
+    count += isOpen(fd);
+  }
   return count;
 }
 
 TEST(SceneReaderConnect, FailureLeavesNoDescriptorOpen) {
   const SocketPath path;
   const int before = openDescriptors();
-  for (int i = 0; i < 10; ++i) SceneReader::connect(path.get());
+  for (int i = 0; i < 10; ++i) {
+    SceneReader::connect(path.get());
+  }
   EXPECT_EQ(before, openDescriptors());
 }
 
@@ -149,7 +157,9 @@ TEST(SceneReaderConnect, UsesAtMost108CharactersOfThePath) {
   for (const std::string& given : {path.get(), path.get() + "and more"}) {
     const int fd = SceneReader::connect(given);
     EXPECT_GE(fd, 0) << given.size();
-    if (fd >= 0) SceneReader::disconnect(fd);
+    if (fd >= 0) {
+      SceneReader::disconnect(fd);
+    }
     const Descriptor service(accept4(listener.get(), nullptr, nullptr, SOCK_NONBLOCK));
   }
 }
@@ -197,7 +207,9 @@ class SceneReaderStream : public testing::Test {
   SceneReaderStream() : SceneReaderStream(SOCK_STREAM) {}
   explicit SceneReaderStream(int type) {
     std::array<int, 2> ends = {-1, -1};
-    if (socketpair(AF_UNIX, type, 0, ends.data()) != 0) throw std::runtime_error("no socket pair");
+    if (socketpair(AF_UNIX, type, 0, ends.data()) != 0) {
+      throw std::runtime_error("no socket pair");
+    }
     readerEnd = std::make_unique<Descriptor>(ends[0]);
     serviceEnd = std::make_unique<Descriptor>(ends[1]);
     LogCapture::clear();
@@ -269,7 +281,9 @@ class SceneReaderPackets : public SceneReaderStream {
 };
 
 TEST_F(SceneReaderPackets, RequestIsSentInOneCall) {
-  for (const char byte : "1.0 OK\0"s) answer(std::string_view(&byte, 1));
+  for (const char byte : "1.0 OK\0"s) {
+    answer(std::string_view(&byte, 1));
+  }
   EXPECT_TRUE(initialize(6, 3).success);
   EXPECT_EQ("1.0 OPEN 0 1 1 3\n", request());
   EXPECT_EQ("", request());
@@ -304,7 +318,9 @@ TEST_F(SceneReaderHandshake, ReadsNoFurtherThanTheZero) {
 
 TEST_F(SceneReaderHandshake, AnswerMayComeInPieces) {
   std::thread service([this] {
-    for (const char byte : "1.0 OK\0"s) answer(std::string_view(&byte, 1));
+    for (const char byte : "1.0 OK\0"s) {
+      answer(std::string_view(&byte, 1));
+    }
   });
   const SceneReaderResult result = initialize();
   service.join();
@@ -482,7 +498,9 @@ TEST_F(SceneReaderFrames, MayComeInPieces) {
   std::mt19937 random(7);
   std::uniform_int_distribution<int> byte(0, 255);
   std::string payload(5000, '\0');
-  for (char& value : payload) value = static_cast<char>(byte(random));
+  for (char& value : payload) {
+    value = static_cast<char>(byte(random));
+  }
   std::uniform_int_distribution<std::size_t> pieceLength(1, 97);
   std::thread service([&] {
     std::string stream = header(5000) + payload;

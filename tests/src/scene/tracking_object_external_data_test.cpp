@@ -96,7 +96,9 @@ TEST(TrackingObjectExternalData, DebugPrintLogsTheValues) {
   const LogCapture log;
   data.debugPrint();
   std::string logged;
-  for (const LogLine& line : log.lines()) logged += line.text;
+  for (const LogLine& line : log.lines()) {
+    logged += line.text;
+  }
   EXPECT_NE(std::string::npos, logged.find("sum"));
   EXPECT_NE(std::string::npos, logged.find("4711"));
 }

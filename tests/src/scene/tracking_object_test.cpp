@@ -419,7 +419,9 @@ TEST(TrackingObject, DebugPrintLogsTheObject) {
   const LogCapture log;
   object.debugPrint();
   std::string logged;
-  for (const LogLine& line : log.lines()) logged += line.text;
+  for (const LogLine& line : log.lines()) {
+    logged += line.text;
+  }
   EXPECT_NE(std::string::npos, logged.find("4711"));
 }
 

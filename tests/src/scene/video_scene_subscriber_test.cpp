@@ -39,7 +39,9 @@ std::string modulePath(int functionCount) {
 
 bool isLoaded(int functionCount) {
   void* handle = dlopen(modulePath(functionCount).c_str(), RTLD_LAZY | RTLD_NOLOAD);
-  if (handle) dlclose(handle);
+  if (handle) {
+    dlclose(handle);
+  }
   return handle != nullptr;
 }
 
@@ -54,7 +56,9 @@ class LoadedModule {
 
   void* getHandle() const { return handle; }
   void release() {
-    if (handle) dlclose(handle);
+    if (handle) {
+      dlclose(handle);
+    }
     handle = nullptr;
   }
 
@@ -168,7 +172,7 @@ TEST_F(VideoSceneSubscriberCalls, CreatePassesChannelOneAsZero) {
   EXPECT_STREQ("create", state().function);
   EXPECT_EQ(0, state().channel);
   EXPECT_EQ(2, static_cast<int>(state().format));
-  EXPECT_EQ(&userData, state().user_data);
+  EXPECT_EQ(&userData, state().userData);
 }
 
 TEST_F(VideoSceneSubscriberCalls, CreateCountsEveryChannelFromZero) {
@@ -177,7 +181,7 @@ TEST_F(VideoSceneSubscriberCalls, CreateCountsEveryChannelFromZero) {
 }
 
 TEST_F(VideoSceneSubscriberCalls, CreateFailsSilently) {
-  state().is_create_failing = 1;
+  state().isCreateFailing = 1;
   EXPECT_EQ(nullptr, VideoSceneSubscriber::createSubscriber(1, DATA_FORMAT_SCENE, nullptr));
   EXPECT_TRUE(LogCapture::lines().empty());
 }
@@ -187,9 +191,9 @@ void onMessage(char*, void*) {}
 
 TEST_F(VideoSceneSubscriberCalls, CallbacksReachTheModule) {
   EXPECT_EQ(0, VideoSceneSubscriber::setOnDisconnectCallback(handle(), onDisconnect));
-  EXPECT_EQ(&onDisconnect, state().on_disconnect);
+  EXPECT_EQ(&onDisconnect, state().onDisconnect);
   EXPECT_EQ(0, VideoSceneSubscriber::setOnMessageArrivedCallback(handle(), onMessage));
-  EXPECT_EQ(&onMessage, state().on_message);
+  EXPECT_EQ(&onMessage, state().onMessage);
 }
 
 TEST_F(VideoSceneSubscriberCalls, SwitchesReachTheModule) {
@@ -230,11 +234,11 @@ const std::array<Wrapper, 9> WRAPPERS = {{
 
 TEST_F(VideoSceneSubscriberCalls, EveryWrapperCallsItsFunctionOnceAndIsSilentOnSuccess) {
   for (const Wrapper& wrapper : WRAPPERS) {
-    state().call_count = 0;
+    state().callCount = 0;
     state().given = nullptr;
     EXPECT_EQ(0, wrapper.call(handle())) << wrapper.name;
     EXPECT_EQ(wrapper.function, state().function);
-    EXPECT_EQ(1, state().call_count) << wrapper.name;
+    EXPECT_EQ(1, state().callCount) << wrapper.name;
     EXPECT_EQ(handle(), state().given) << wrapper.name;
   }
   EXPECT_TRUE(LogCapture::lines().empty());

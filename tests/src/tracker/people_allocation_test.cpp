@@ -30,9 +30,9 @@ TEST(PeopleAllocationTest, PicturesTakeNothingFromTheHeap) {
     for (const People::Seen& each : seen) {
       people.want(channel, each.id, 1, now);
     }
-    before = i == 5 ? allocations.load() : before;  // both channels are known
+    before = i == 5 ? s_allocations.load() : before;  // both channels are known
   }
-  EXPECT_EQ(allocations, before);
+  EXPECT_EQ(s_allocations, before);
   EXPECT_GT(people.getIdentities().people().size(), 20U);
 }
 

@@ -536,11 +536,15 @@ TEST_F(TrackerAreaGuardTest, AnObjectIsTrackedByItsOwnVerdictWhateverItsPlaceInT
 TEST_F(TrackerAreaGuardTest, ObjectsAreFoundInWhateverOrderAFrameNamesThem) {
   startWithTracker();
   TrackerAreaGuard& guard = makeGuard();
-  for (const int id : {1, 2, 3, 4}) see(id);
+  for (const int id : {1, 2, 3, 4}) {
+    see(id);
+  }
   frame(guard, {1, 2, 3, 4});
   for (const std::vector<int>& order :
        {std::vector<int>{4, 3, 2, 1}, std::vector<int>{2, 1, 4, 3}, std::vector<int>{3, 4, 1, 2}}) {
-    for (const int id : order) see(id);
+    for (const int id : order) {
+      see(id);
+    }
     frame(guard, order);
     EXPECT_THAT(tracked(guard), ElementsAre(1, 2, 3, 4));
   }

@@ -208,7 +208,9 @@ TEST_F(TrackerEventsTest, AServiceThatComesLaterIsFoundWithoutAnEvent) {
   const std::int64_t end = g_get_monotonic_time() + 10'000'000;
   while (activeTopics().size() < 2) {
     ASSERT_LT(g_get_monotonic_time(), end);
-    if (!g_main_context_iteration(nullptr, FALSE)) std::this_thread::yield();
+    if (!g_main_context_iteration(nullptr, FALSE)) {
+      std::this_thread::yield();
+    }
   }
   EXPECT_THAT(valuesSentTo("state", "value"), ElementsAre(Value(std::string("connecting"))));
   EXPECT_THAT(LogCapture::lines(), IsEmpty());
@@ -221,7 +223,9 @@ TEST_F(TrackerEventsTest, AServiceThatRefusesIsAskedUntilBothAreDeclared) {
   const std::int64_t end = g_get_monotonic_time() + 10'000'000;
   while (activeTopics().size() < 2) {
     ASSERT_LT(g_get_monotonic_time(), end);
-    if (!g_main_context_iteration(nullptr, FALSE)) std::this_thread::yield();
+    if (!g_main_context_iteration(nullptr, FALSE)) {
+      std::this_thread::yield();
+    }
   }
   EXPECT_THAT(activeTopics(), ElementsAre("isSentreling", "state"));
   events.undeclareEvents();

@@ -171,7 +171,9 @@ class TrackerFixture : public testing::Test {
   static bool waitFor(Condition condition) {
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
     while (!condition()) {
-      if (std::chrono::steady_clock::now() > end) return false;
+      if (std::chrono::steady_clock::now() > end) {
+        return false;
+      }
       std::this_thread::yield();
     }
     return true;

@@ -562,7 +562,9 @@ TEST_F(TrackerAutotuneTest, AutotuneDoesNotSwitchAStoppedTrackerOn) {
   startAutotuning();
   FakePtzLibrary::failStatus(1000, "mute");
   for (int failure = 0; failure < 2; ++failure) {
-    for (int i = 0; i < 3; ++i) autotuneStep();
+    for (int i = 0; i < 3; ++i) {
+      autotuneStep();
+    }
   }
   autotuneStep();
   autotuneStep();
@@ -830,12 +832,18 @@ TEST_F(TrackerTest, TheTenthFailureInARowStopsASteeredHeadOnce) {
   track(1);
   step();
   FakePtzLibrary::failStatus(9, "mute");
-  for (int i = 0; i < 9; ++i) EXPECT_THAT(step(), IsEmpty());
+  for (int i = 0; i < 9; ++i) {
+    EXPECT_THAT(step(), IsEmpty());
+  }
   step();  // answers: counted anew
   FakePtzLibrary::failStatus(100, "mute");
-  for (int i = 0; i < 9; ++i) EXPECT_THAT(step(), IsEmpty()) << i;
+  for (int i = 0; i < 9; ++i) {
+    EXPECT_THAT(step(), IsEmpty()) << i;
+  }
   EXPECT_THAT(step(), ElementsAre(IsStop()));
-  for (int i = 0; i < 20; ++i) EXPECT_THAT(step(), IsEmpty()) << i;
+  for (int i = 0; i < 20; ++i) {
+    EXPECT_THAT(step(), IsEmpty()) << i;
+  }
 }
 
 TEST_F(TrackerTest, AfterTenFailuresTheHeadCountsAsNotSteeredUntilItIsAgain) {
@@ -843,9 +851,13 @@ TEST_F(TrackerTest, AfterTenFailuresTheHeadCountsAsNotSteeredUntilItIsAgain) {
   track(1);
   step();
   FakePtzLibrary::failStatus(3000, "mute");
-  for (int i = 0; i < 9; ++i) step();
+  for (int i = 0; i < 9; ++i) {
+    step();
+  }
   EXPECT_THAT(sentSentreling(), ElementsAre(true));
-  for (int i = 9; i < 3000; ++i) step();
+  for (int i = 9; i < 3000; ++i) {
+    step();
+  }
   EXPECT_THAT(sentSentreling(), ElementsAre(true, false));
   EXPECT_THAT(step(), SizeIs(1));
   EXPECT_THAT(sentSentreling(), ElementsAre(true, false, true));
@@ -856,7 +868,9 @@ TEST_F(TrackerTest, AfterTenFailuresNothingIsFollowedWithoutANewTarget) {
   track(1);
   step();
   FakePtzLibrary::failStatus(10, "mute");
-  for (int i = 0; i < 10; ++i) step();
+  for (int i = 0; i < 10; ++i) {
+    step();
+  }
   tracker->untrack(1, 1);
   EXPECT_THAT(step(), IsEmpty());
   EXPECT_THAT(sentSentreling(), ElementsAre(true, false));
@@ -868,7 +882,9 @@ TEST_F(TrackerTest, AStopThatDidNotGetThroughIsMadeUpForOnce) {
   step();
   FakePtzLibrary::failStatus(10, "mute");
   FakePtzLibrary::failMoves(1, "mute");
-  for (int i = 0; i < 10; ++i) step();
+  for (int i = 0; i < 10; ++i) {
+    step();
+  }
   tracker->untrack(1, 1);
   EXPECT_THAT(step(), ElementsAre(IsMove(0.0, 3, 0.0, 3, 0, 3)));
   EXPECT_THAT(step(), IsEmpty());
@@ -878,7 +894,9 @@ TEST_F(TrackerTest, AStopThatDidNotGetThroughIsMadeUpForOnce) {
 TEST_F(TrackerTest, AHeadThatIsNotSteeredIsNotStopped) {
   startRunning();
   FakePtzLibrary::failStatus(100, "mute");
-  for (int i = 0; i < 15; ++i) EXPECT_THAT(step(), IsEmpty());
+  for (int i = 0; i < 15; ++i) {
+    EXPECT_THAT(step(), IsEmpty());
+  }
 }
 
 // ---- Zoom by absolute commands ----
@@ -1121,7 +1139,9 @@ TEST_F(TrackerTest, ObjectsTakeTurnsWhenSwitchingIsOn) {
     track(2, {.pan = CENTER_PAN + 15.0});
     const auto moves = step();
     ASSERT_THAT(moves, SizeIs(1));
-    if (speeds.empty() || speeds.back() != moves[0].pan) speeds.push_back(moves[0].pan);
+    if (speeds.empty() || speeds.back() != moves[0].pan) {
+      speeds.push_back(moves[0].pan);
+    }
     pass(STEP);
   }
   EXPECT_THAT(speeds, ElementsAre(-15.0, 15.0, -15.0));

@@ -12,20 +12,20 @@ test_scene_module* test_scene_module_state(void) {
 
 #if FUNCTION_COUNT > 0
 video_scene_subscriber* video_scene_subscriber_create(int channel, data_format_t format,
-                                                      void* user_data) {
+                                                      void* userData) {
   state.function = "create";
-  ++state.call_count;
+  ++state.callCount;
   state.channel = channel;
   state.format = format;
-  state.user_data = user_data;
-  return state.is_create_failing ? NULL : state.subscriber;
+  state.userData = userData;
+  return state.isCreateFailing ? NULL : state.subscriber;
 }
 #endif
 
 #if FUNCTION_COUNT > 1
 static int record(const char* function, video_scene_subscriber* given) {
   state.function = function;
-  ++state.call_count;
+  ++state.callCount;
   state.given = given;
   return state.result;
 }
@@ -50,7 +50,7 @@ int video_scene_subscriber_unsubscribe(video_scene_subscriber* given) {
 #if FUNCTION_COUNT > 4
 int video_scene_subscriber_set_on_disconnect_callback(
     video_scene_subscriber* given, video_scene_subscriber_disconnect_callback callback) {
-  state.on_disconnect = callback;
+  state.onDisconnect = callback;
   return record("set_on_disconnect_callback", given);
 }
 #endif
@@ -58,7 +58,7 @@ int video_scene_subscriber_set_on_disconnect_callback(
 #if FUNCTION_COUNT > 5
 int video_scene_subscriber_set_on_message_arrived_callback(
     video_scene_subscriber* given, video_scene_subscriber_message_callback callback) {
-  state.on_message = callback;
+  state.onMessage = callback;
   return record("set_on_message_arrived_callback", given);
 }
 #endif

@@ -10,19 +10,19 @@ extern "C" {
 
 typedef struct test_scene_module {
   int result;                         /* of every function but create */
-  int is_create_failing;              /* create returns null */
+  int isCreateFailing;                /* create returns null */
   video_scene_subscriber* subscriber; /* what create returns otherwise */
 
   /* The last call. */
   const char* function; /* without "video_scene_subscriber_"; null before the first call */
-  int call_count;
+  int callCount;
   video_scene_subscriber* given;
   int channel;
   data_format_t format;
-  void* user_data;
+  void* userData;
   int enabled;
-  video_scene_subscriber_disconnect_callback on_disconnect;
-  video_scene_subscriber_message_callback on_message;
+  video_scene_subscriber_disconnect_callback onDisconnect;
+  video_scene_subscriber_message_callback onMessage;
 } test_scene_module;
 
 /* Exported as "test_scene_module_state". */
