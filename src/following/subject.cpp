@@ -85,10 +85,18 @@ class Box {
                           {pan + view.halfWidth, view.panRate},
                           {view.tilt - view.halfHeight, view.tiltRate},
                           {view.tilt + view.halfHeight, view.tiltRate}};
-    if (isEmpty || edges[0].at < left.at) left = edges[0];
-    if (isEmpty || edges[1].at > right.at) right = edges[1];
-    if (isEmpty || edges[2].at < bottom.at) bottom = edges[2];
-    if (isEmpty || edges[3].at > top.at) top = edges[3];
+    if (isEmpty || edges[0].at < left.at) {
+      left = edges[0];
+    }
+    if (isEmpty || edges[1].at > right.at) {
+      right = edges[1];
+    }
+    if (isEmpty || edges[2].at < bottom.at) {
+      bottom = edges[2];
+    }
+    if (isEmpty || edges[3].at > top.at) {
+      top = edges[3];
+    }
     isEmpty = false;
   }
 
