@@ -25,9 +25,11 @@ cp "$ROOT/$preset-fails" "$log/LastTestsFailed.log"
 exit 8
 '''
 CLANG_FORMAT = CALLED + '[ ! -e "$ROOT/format-fails" ]\n'
+CHECK_STYLE = CALLED + '[ ! -e "$ROOT/style-fails" ]\n'
 PLAYED = {"bin/cmake": CALLED, "bin/ninja": NINJA, "bin/ctest": CTEST,
           "bin/clang-format": CLANG_FORMAT, "script/bootstrap": CALLED,
-          "script/check-layers": CALLED, "script/check-locks": CALLED}
+          "script/check-layers": CALLED, "script/check-locks": CALLED,
+          "script/check-style": CHECK_STYLE}
 
 
 class ScriptTestTest(unittest.TestCase):
@@ -113,6 +115,12 @@ class ScriptTestTest(unittest.TestCase):
     def test_format_that_is_wrong_is_told(self):
         self.fail("format")
         expected = (1, ["test: failed: the sources' format; alone: script/test --sources"])
+        self.assertEqual(expected, self.run_script("--sources"))
+        self.assertEqual(expected, self.run_script("--ci"))
+
+    def test_names_and_braces_that_are_wrong_are_told(self):
+        self.fail("style")
+        expected = (1, ["test: failed: names and braces; alone: script/check-style"])
         self.assertEqual(expected, self.run_script("--sources"))
         self.assertEqual(expected, self.run_script("--ci"))
 
