@@ -42,7 +42,9 @@ std::string HeadParameters::answer(std::string_view request) const {
   if (!isReady()) {
     return "0 0";
   }
-  if (request.ends_with('\r')) request.remove_suffix(1);
+  if (request.ends_with('\r')) {
+    request.remove_suffix(1);
+  }
   if (!request.starts_with(REQUEST_HEAD) || !request.ends_with(REQUEST_TAIL)) {
     return "error: not a request";
   }

@@ -9,12 +9,12 @@ namespace score {
 namespace {
 
 // What it is paid with. Of those who are followed, by their number, but for the first and the last.
-enum class Figure { Error, Reversals, Starts, LittleHeight, TuningSeconds };
+enum class Figure { error, reversals, starts, littleHeight, tuningSeconds };
 
 struct Flaw {
   const char* name;
   const char* keys;
-  Figure figure = Figure::Error;
+  Figure figure = Figure::error;
   const char* without = "";  // what it is compared with
 };
 
@@ -27,13 +27,13 @@ double figureOf(const JobResult& result, Figure figure) {
   for (const Scored& run : result.runs) {
     const device::PersonFigures& person = run.followed.people.at(0);
     switch (figure) {
-      case Figure::Reversals:
+      case Figure::reversals:
         sum += person.motion.value().reversalsPerSecond;
         break;
-      case Figure::Starts:
+      case Figure::starts:
         sum += person.motion.value().startsPerSecond;
         break;
-      case Figure::LittleHeight:
+      case Figure::littleHeight:
         sum += 1 - person.share40;
         break;
       default:
@@ -48,9 +48,9 @@ double priceOf(const std::string& keys, Figure figure) {
   trial.change("ideal", keys);
   const JobResult result = runJob(trial.options());
   switch (figure) {
-    case Figure::Error:
+    case Figure::error:
       return Trial::medianError(result);
-    case Figure::TuningSeconds:
+    case Figure::tuningSeconds:
       return result.tuning.seconds;
     default:
       return figureOf(result, figure);
@@ -69,7 +69,7 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         Flaw{"latency", R"("head": {"latency_s": 0.4})"},
         Flaw{"latency_jitter", R"("head": {"latency_jitter_s": 0.5})"},
-        Flaw{"status_age", R"("head": {"status": {"age_s": 0.4}})", Figure::TuningSeconds},
+        Flaw{"status_age", R"("head": {"status": {"age_s": 0.4}})", Figure::tuningSeconds},
         Flaw{"status_period", R"("head": {"status": {"period_s": 0.5}})"},
         Flaw{"status_step", R"("head": {"status": {"step": 5}})"},
         Flaw{"status_noise", R"("head": {"status": {"noise": 4}})"},
@@ -78,11 +78,11 @@ INSTANTIATE_TEST_SUITE_P(
         Flaw{"speed_curve", R"("head": {"drive": {"exponent": 4}})"},
         Flaw{"play", R"("head": {"pan": {"play": 5}, "tilt": {"play": 5}})"},
         Flaw{"overshoot", R"("head": {"pan": {"overshoot": 5}, "tilt": {"overshoot": 5}})",
-             Figure::Reversals},
+             Figure::reversals},
         Flaw{"zoom_power", R"("head": {"zoom": {"curve": "power", "exponent": 3}})",
-             Figure::LittleHeight},
+             Figure::littleHeight},
         Flaw{"zoom_logarithmic", R"("head": {"zoom": {"curve": "logarithmic"}})",
-             Figure::LittleHeight},
+             Figure::littleHeight},
         Flaw{"network", R"("head": {"network": {"least_s": 0.1, "most_s": 0.4}})"},
         Flaw{"speed", R"("head": {"pan": {"speed": 15}, "tilt": {"speed": 15}})"}),
     [](const auto& info) { return info.param.name; });
@@ -93,7 +93,7 @@ INSTANTIATE_TEST_SUITE_P(
         Flaw{"age", R"("overview": {"frames": {"age_s": 0.6}})"},
         Flaw{"age_jitter", R"("overview": {"frames": {"age_jitter_s": 0.6}})"},
         Flaw{"lost", R"("overview": {"frames": {"lost": 0.7}})"},
-        Flaw{"swapped", R"("overview": {"frames": {"swapped": 0.9}})", Figure::Starts},
+        Flaw{"swapped", R"("overview": {"frames": {"swapped": 0.9}})", Figure::starts},
         Flaw{"distortion", R"("overview": {"distortion": {"k1": 0.1}})"},
         Flaw{"mounting", R"("overview": {"mounting_error": {"pan": 4, "tilt": 4, "roll": 4}})"},
         Flaw{"beside_the_head",
@@ -112,7 +112,7 @@ INSTANTIATE_TEST_SUITE_P(
         Flaw{"occlusions",
              R"("detections": {"occlusions": {"per_s": 0.2, "least_s": 2, "most_s": 4}})"},
         Flaw{"new_id", R"("detections": {"memory_s": 5, "missed": 0.5, "new_id": 1})",
-             Figure::Error, R"("detections": {"memory_s": 5, "missed": 0.5})"},
+             Figure::error, R"("detections": {"memory_s": 5, "missed": 0.5})"},
         Flaw{"shadow", R"("detections": {"shadow": {"length": 2, "turn": 90}})"},
         Flaw{"no_velocity", R"("detections": {"velocity": "none"})"},
         Flaw{"velocity_noise", R"("detections": {"velocity_noise": 1})"}),
@@ -120,8 +120,8 @@ INSTANTIATE_TEST_SUITE_P(
 
 // The daemon takes each picture once.
 TEST(DoubledFramesTest, CostNothing) {
-  EXPECT_EQ(priceOf("", Figure::Error),
-            priceOf(R"("overview": {"frames": {"doubled": 0.7}})", Figure::Error));
+  EXPECT_EQ(priceOf("", Figure::error),
+            priceOf(R"("overview": {"frames": {"doubled": 0.7}})", Figure::error));
 }
 
 }  // namespace

@@ -501,9 +501,13 @@ TEST_F(CallbackCameraContainerTest, AnObserverThatSomebodyElseUnregistersIsRepla
 TEST_F(CallbackCameraContainerTest, ObserversThatAreAllLostAreReplacedWithTheNextLoss) {
   configure({1, 2});
   disconnect(*module().find(0));
-  for (int id = 0; id < 4; ++id) IntervalTimerObservable::unregisterObserver(id);
+  for (int id = 0; id < 4; ++id) {
+    IntervalTimerObservable::unregisterObserver(id);
+  }
   wait(TICK);
-  for (int id = 0; id < 4; ++id) IntervalTimerObservable::unregisterObserver(id);
+  for (int id = 0; id < 4; ++id) {
+    IntervalTimerObservable::unregisterObserver(id);
+  }
   wait(5 * PERIOD);
   module().takeCalls();
   disconnect(*module().find(1));

@@ -202,16 +202,16 @@ TEST_F(CameraContainerTest, ElseTheAspectRatioIsSixteenToNine) {
 // Tells when it is asked to stop, and when it has gone.
 class NotingCamera : public TestCamera {
  public:
-  NotingCamera(std::int32_t cameraNbr, Notes& notes) : TestCamera(cameraNbr), notes_(notes) {}
-  ~NotingCamera() override { notes_.add("gone"); }
+  NotingCamera(std::int32_t cameraNbr, Notes& notes) : TestCamera(cameraNbr), notes(notes) {}
+  ~NotingCamera() override { notes.add("gone"); }
 
   void stop() override {
     TestCamera::stop();
-    notes_.add("stop");
+    notes.add("stop");
   }
 
  private:
-  Notes& notes_;
+  Notes& notes;
 };
 
 TEST_F(CameraContainerTest, CamerasThatGoAreAllToldBeforeAnyIsWaitedFor) {

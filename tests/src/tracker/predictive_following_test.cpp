@@ -56,7 +56,9 @@ class PredictiveFollowingTest : public testing::Test {
   // A step whose command the head takes.
   std::optional<HeadCommand> steer() {
     const auto command = step();
-    if (command) way.taken(*command, now);
+    if (command) {
+      way.taken(*command, now);
+    }
     return command;
   }
 
