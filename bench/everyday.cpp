@@ -6,6 +6,7 @@
 #include <numbers>
 #include <optional>
 
+#include "base/units.h"
 #include "world/analytics.h"
 #include "world/silhouette.h"
 
@@ -119,10 +120,9 @@ std::vector<std::vector<Point>> Everyday::outlines(std::size_t count) {
 }
 
 std::vector<device::Frame> Everyday::walk(std::size_t people, std::size_t frames, int perSecond) {
-  constexpr std::int64_t SECOND = 1'000'000;
   std::vector<device::Frame> walk(frames);
   for (std::size_t i = 0; i < frames; ++i) {
-    walk[i].timestamp = static_cast<std::int64_t>(i) * SECOND / perSecond;
+    walk[i].timestamp = units::fromSeconds(static_cast<std::int64_t>(i)) / perSecond;
   }
   for (std::size_t i = 0; i < people; ++i) {
     device::Analytics analytics(random());

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "base/units.h"
 #include "bench/case.h"
 #include "following/axis_identification.h"
 #include "following/framing.h"
@@ -32,10 +33,10 @@ std::vector<Identities::Seen> peopleAt(int count, double seconds) {
     const double x = -8.0 + 0.7 * (i % 25) + 1.2 * seconds;
     const double y = 4.0 + 0.8 * (i / 25);
     const double distance = std::hypot(x, y);
-    const auto degrees = [](double radians) { return radians * 180.0 / std::numbers::pi; };
-    seen.push_back({i,
-                    {degrees(std::atan2(x, y)), -degrees(std::atan2(MAST, distance)),
-                     -degrees(std::atan2(MAST - 1.7, distance))}});
+    seen.push_back(
+        {i,
+         {units::toDegrees(std::atan2(x, y)), -units::toDegrees(std::atan2(MAST, distance)),
+          -units::toDegrees(std::atan2(MAST - 1.7, distance))}});
   }
   return seen;
 }
@@ -51,7 +52,7 @@ struct Followed {
 
   void takeFrame() {
     now += FRAME_TIME;
-    const double seconds = std::fmod(static_cast<double>(now) / 1e6, 4.0);
+    const double seconds = std::fmod(units::toSeconds(now), 4.0);
     identities.takePicture(now, 0, now, {}, peopleAt(count, seconds));
   }
 
@@ -98,7 +99,7 @@ AxisRecord recordOfAxis() {
   AxisMotion motion;
   std::vector<int> given;
   for (std::int64_t now = 0;; now += STEP_TIME) {
-    const auto percent = staircase.command(static_cast<double>(now) / 1e6);
+    const auto percent = staircase.command(units::toSeconds(now));
     if (!percent) {
       return record;
     }

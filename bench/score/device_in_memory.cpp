@@ -20,10 +20,6 @@ double seconds() {
   return units::toSeconds(now());
 }
 
-std::int64_t toMicroseconds(double seconds) {
-  return std::llround(seconds * 1e6);
-}
-
 }  // namespace
 
 DeviceInMemory::DeviceInMemory(const device::Model& model, const device::World& world,
@@ -32,8 +28,9 @@ DeviceInMemory::DeviceInMemory(const device::Model& model, const device::World& 
       drive(model.head, now, seed),
       callDelay(drive.getHead().makeCallDelay()),
       parameters(model.parameters),
-      headParameters(model.headParameters,
-                     [ready = now() + toMicroseconds(bootSeconds)] { return now() >= ready; }),
+      headParameters(
+          model.headParameters,
+          [ready = now() + units::roundedFromSeconds(bootSeconds)] { return now() >= ready; }),
       monitor({.onState = [this](const std::string& state) { tuningWatch.state(seconds(), state); },
                .onSentreling = [](bool) {},
                .onAlarm = [](bool) {}}) {
@@ -65,7 +62,7 @@ std::string DeviceInMemory::answerOfHead(std::string_view line) {
 }
 
 memory::CallTime DeviceInMemory::callTime() {
-  const std::int64_t whole = callDelay.isOff() ? 0 : toMicroseconds(callDelay.next());
+  const std::int64_t whole = callDelay.isOff() ? 0 : units::roundedFromSeconds(callDelay.next());
   return {.there = whole / 2, .back = whole - whole / 2};
 }
 

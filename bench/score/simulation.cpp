@@ -1,6 +1,5 @@
 #include "score/simulation.h"
-
-#include <cmath>
+#include "base/units.h"
 
 #include "memory/fibres.h"
 #include "scene/scene_properties.h"
@@ -27,7 +26,7 @@ double Simulation::now() const {
 }
 
 std::int64_t Simulation::clockAt(double time) const {
-  return BEGINNING + std::llround((time - setup.start) * 1e6);
+  return BEGINNING + units::roundedFromSeconds(time - setup.start);
 }
 
 void Simulation::runUntil(double end, const std::function<bool()>& isEnough) {
@@ -60,7 +59,7 @@ void Simulation::handOut(double time) {
   for (int channel = 0; channel < people.channelCount(); ++channel) {
     for (const device::Frame& frame : people.receivedFrames(channel, time)) {
       if (onFrame) {
-        onFrame(channel, setup.start + static_cast<double>(frame.timestamp - BEGINNING) / 1e6);
+        onFrame(channel, setup.start + units::toSeconds(frame.timestamp - BEGINNING));
       }
       application.receive(channel + 1, device::encodeFrame(frame, FRAME_MASK));
     }

@@ -5,6 +5,7 @@
 #include <limits>
 #include <utility>
 
+#include "base/units.h"
 #include "model/installation.h"
 #include "services/frame_encoding.h"
 
@@ -18,7 +19,7 @@ constexpr char MODULE_VERSION[] = "2.16";
 // From this version on frames come by the module.
 constexpr int MODULE_MAJOR = 2;
 constexpr int MODULE_MINOR = 15;
-constexpr std::int64_t SECOND = 1000000;       // microseconds
+constexpr std::int64_t SECOND = units::MICROSECONDS_PER_SECOND;
 constexpr guint RESTART_DELAY = 1000;          // milliseconds
 constexpr std::int64_t HEAD_PERIOD = 10000;    // microseconds
 constexpr std::int64_t SAMPLE_PERIOD = 50000;  // microseconds

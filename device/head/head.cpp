@@ -4,6 +4,8 @@
 #include <cmath>
 #include <optional>
 
+#include "base/units.h"
+
 namespace device {
 namespace {
 
@@ -91,7 +93,7 @@ int Head::presetHere() const {
   }
   const double zoomTolerance = (setup.maxZoom - setup.minZoom) * 0.005;
   for (const auto& [number, position] : presets) {
-    const double panOff = std::abs(std::remainder(here.pan - position.pan, 360.0));
+    const double panOff = std::abs(units::wrapped(here.pan - position.pan));
     const bool isHere = panOff <= 0.5 && std::abs(here.tilt - position.tilt) <= 0.5 &&
                         std::abs(here.zoom - position.zoom) <= zoomTolerance;
     if (isHere) {

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <limits>
 
+#include "base/units.h"
+
 namespace device {
 namespace {
 
@@ -12,10 +14,6 @@ constexpr double TIME_ROUNDING = 1e-9;     // seconds, of sums of steps
 
 double rounded(double angle, double step) {
   return step > 0 ? std::round(angle / step) * step : angle;
-}
-
-double normalized(double pan) {
-  return pan - 360 * std::floor((pan + 180) / 360);
 }
 
 }  // namespace
@@ -62,7 +60,7 @@ HeadStatus StatusSensor::measured(const HeadStatus& head) {
   if (setup.noise == 0 && setup.step == 0) {
     return status;
   }
-  status.pan = normalized(rounded(head.pan + chance.normal(setup.noise), setup.step));
+  status.pan = units::normalized(rounded(head.pan + chance.normal(setup.noise), setup.step));
   status.tilt = rounded(head.tilt + chance.normal(setup.noise), setup.step);
   return status;
 }

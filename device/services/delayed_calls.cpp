@@ -3,13 +3,9 @@
 #include <algorithm>
 #include <utility>
 
+#include "base/units.h"
+
 namespace device {
-
-namespace {
-
-constexpr double MICROSECONDS_PER_SECOND = 1e6;
-
-}  // namespace
 
 DelayedCalls::~DelayedCalls() {
   for (const Call& call : calls) {
@@ -24,7 +20,7 @@ void DelayedCalls::take(GDBusMethodInvocation* invocation, Work work) {
     return;
   }
   const std::int64_t now = g_get_monotonic_time();
-  const auto duration = static_cast<std::int64_t>(delay.next() * MICROSECONDS_PER_SECOND);
+  const std::int64_t duration = units::truncatedFromSeconds(delay.next());
   lastArrival = std::max(lastArrival, now + duration / 2);
   lastAnswer = std::max(lastAnswer, now + duration);
   calls.push_back({this, invocation, std::move(work), nullptr, lastAnswer, nullptr});

@@ -2,16 +2,17 @@
 
 #include <utility>
 
+#include "base/units.h"
+
 namespace device {
 
 HeadDrive::HeadDrive(const HeadSetup& setup, Clock timeSource, std::uint64_t seed)
     : clock(std::move(timeSource)), time(clock()), head(setup, seed) {}
 
 void HeadDrive::advance() {
-  constexpr double MICROSECONDS_PER_SECOND = 1e6;
   const std::int64_t now = clock();
   while (time + STEP <= now) {
-    head.step(STEP / MICROSECONDS_PER_SECOND);
+    head.step(units::toSeconds(STEP));
     time += STEP;
     tellObserver();
   }

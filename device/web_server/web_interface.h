@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 
+#include "base/units.h"
 #include "model/model.h"
 #include "report/report.h"
 #include "services/event_service.h"
@@ -62,10 +63,10 @@ class WebInterface {
   }
 
  private:
-  static constexpr std::size_t LOG_LINES = 200;          // told to a new reader
-  static constexpr std::int64_t LIVE_PERIOD = 100000;    // microseconds
-  static constexpr std::int64_t NEWS_PERIOD = 500000;    // microseconds
-  static constexpr std::int64_t SCORE_PERIOD = 1000000;  // microseconds
+  static constexpr std::size_t LOG_LINES = 200;        // told to a new reader
+  static constexpr std::int64_t LIVE_PERIOD = 100000;  // microseconds
+  static constexpr std::int64_t NEWS_PERIOD = 500000;  // microseconds
+  static constexpr std::int64_t SCORE_PERIOD = units::fromSeconds(1);
 
   void observeEvents();
   void event(const Event& sent);

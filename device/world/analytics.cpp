@@ -7,6 +7,8 @@
 #include <optional>
 #include <utility>
 
+#include "base/units.h"
+
 namespace device {
 namespace {
 
@@ -15,7 +17,6 @@ constexpr double EDGE_ZONE = 0.02;  // within it of the picture's edge confidenc
 constexpr double LEAST_CONFIDENCE = 0.25;
 constexpr double LONG_GAP = 0.4;  // seconds; after a shorter one nobody gets a new id
 constexpr double UNIT = 4096;
-constexpr double MICROSECONDS = 1e6;  // in a second
 
 std::int32_t toUnits(double value) {
   return static_cast<std::int32_t>(std::lround(value * UNIT));
@@ -71,7 +72,7 @@ Analytics::Analytics(std::uint64_t seed, const DetectionSetup& setup, std::vecto
 
 Frame Analytics::observe(const OverviewCamera& camera, std::span<const Person> people,
                          std::int64_t timestamp) {
-  return observe(camera, people, timestamp, static_cast<double>(timestamp) / MICROSECONDS);
+  return observe(camera, people, timestamp, units::toSeconds(timestamp));
 }
 
 Frame Analytics::observe(const OverviewCamera& camera, std::span<const Person> people,

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <numbers>
 
+#include "base/units.h"
+
 namespace device {
 
 double toRadians(double degrees) {
@@ -15,7 +17,7 @@ double toDegrees(double radians) {
 }
 
 double normalizedPan(double degrees) {
-  return degrees - 360 * std::floor((degrees + 180) / 360);
+  return units::normalized(degrees);
 }
 
 Direction directionOf(const SpacePoint& vector) {

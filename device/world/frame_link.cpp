@@ -1,13 +1,13 @@
 #include "world/frame_link.h"
 
-#include <cmath>
 #include <string>
 #include <utility>
+
+#include "base/units.h"
 
 namespace device {
 namespace {
 
-constexpr double MICROSECONDS = 1e6;    // in a second
 constexpr double TIME_ROUNDING = 1e-9;  // seconds, of sums of steps
 
 }  // namespace
@@ -18,7 +18,7 @@ FrameLink::FrameLink(const FrameLinkSetup& setup, std::uint64_t seed, int channe
 void FrameLink::send(double now, Frame frame) {
   const double delay = setup.age + chance.between(-setup.ageJitter, setup.ageJitter);
   const double stamp = setup.stampOffset + chance.between(-setup.stampJitter, setup.stampJitter);
-  frame.timestamp += std::llround(stamp * MICROSECONDS);
+  frame.timestamp += units::roundedFromSeconds(stamp);
   if (chance.happens(setup.lost)) {
     return;
   }

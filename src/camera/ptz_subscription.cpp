@@ -12,6 +12,7 @@
 #include "app/lock_order.h"
 #include "base/mutex.h"
 #include "events/event_key_value_set.h"
+#include "events/event_names.h"
 #include "events/sdk_wrapper.h"
 
 namespace {
@@ -29,7 +30,7 @@ using Topics = std::array<Topic, 2>;
 bool subscribe(OVEventHandler* handler, Topic& topic) {
   EventKeyValueSet set;
   set.add("topic0", "tns1", std::string("PTZController"))
-      .add("topic1", "tnsorva", std::string(topic.name));
+      .add("topic1", utils::NAME_SPACE, std::string(topic.name));
   return set.ok() && ov_event_handler_subscribe(handler, set.get(), topic.callback, nullptr,
                                                 &topic.id, nullptr);
 }

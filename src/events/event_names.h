@@ -7,6 +7,9 @@
 
 namespace utils {
 
+// Of the topics of this application and of its device.
+inline constexpr const char* NAME_SPACE = "tnsorva";
+
 // "Camera<camera>Profile<uid>": a profile's event. It is also the event's topic.
 std::string generateEventName(std::int32_t camera, std::int32_t uid);
 

@@ -4,11 +4,12 @@
 #include <utility>
 
 #include "app/clock.h"
+#include "base/units.h"
 #include "events/sdk_wrapper.h"
 
 namespace {
 
-constexpr std::int64_t BACK_OFF = 1000000;  // microseconds
+constexpr std::int64_t BACK_OFF = units::fromSeconds(1);
 
 }  // namespace
 

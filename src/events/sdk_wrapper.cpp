@@ -20,6 +20,7 @@
 #include "base/mutex.h"
 #include "base/units.h"
 #include "events/event_key_value_set.h"
+#include "events/event_names.h"
 #include "events/time_conversion.h"
 
 namespace {
@@ -34,7 +35,7 @@ constexpr std::int64_t LONGEST_PAUSE = 60 * FIRST_PAUSE;
 constexpr std::size_t MAX_DATA_KEY_LENGTH = 127;
 constexpr std::int32_t QUIET_FAILURES = 5;
 
-constexpr const char* NAME_SPACE = "tnsorva";
+using utils::NAME_SPACE;
 constexpr const char* ONVIF_NAME_SPACE = "tns1";
 
 // What others know an event by.

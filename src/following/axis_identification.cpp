@@ -19,8 +19,6 @@ constexpr Staircase::Step ALL_STEPS[] = {{0, 0.6},   {100, 0.9}, {-60, 0.8}, {35
                                          {-20, 0.8}, {12, 0.9},  {-10, 0.9}, {6, 0.9},
                                          {-4, 0.9},  {3, 0.9},   {-2, 0.9},  {0, 0.7}};
 
-constexpr int RELAY_PERCENT = 35;
-
 // ---- The record as the fit sees it: seconds, levels by number ----
 
 struct Event {

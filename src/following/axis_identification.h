@@ -23,6 +23,9 @@
 
 namespace following {
 
+// The level at which a relay swings the axis before the staircase.
+inline constexpr int RELAY_PERCENT = 35;
+
 // The commands of the staircase, in order.
 class Staircase {
  public:

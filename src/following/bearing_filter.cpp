@@ -3,20 +3,15 @@
 #include <algorithm>
 #include <cmath>
 
+#include "following/pictures.h"
 #include "following/units.h"
 
 namespace following {
 
 namespace {
 
-constexpr double STAMP_DEVIATION = 0.015;  // s, of a picture's time
-constexpr double FASTEST_STAMPED = 30.0;   // deg/s, beyond which a rate widens a direction no more
-constexpr double LEAST_FORESHORTENING = 0.1;
-constexpr double SURE_TO_MOVE = 0.5;  // from here on there is a course
-
-double foreshorteningAt(double tilt) {
-  return std::max(std::cos(radians(tilt)), LEAST_FORESHORTENING);
-}
+constexpr double FASTEST_STAMPED = 30.0;  // deg/s, beyond which a rate widens a direction no more
+constexpr double SURE_TO_MOVE = 0.5;      // from here on there is a course
 
 bool isFinite(const BearingFilter::Observation& observation) {
   return std::isfinite(observation.pan) && std::isfinite(observation.tilt) &&
@@ -31,7 +26,8 @@ BearingFilter::BearingFilter(const Observation& first, double deviation)
       height(first.height),
       filter({first.time,
               {first.pan, first.tilt},
-              Eigen::Vector2d(squared(deviation / foreshorteningAt(first.tilt)), squared(deviation))
+              Eigen::Vector2d(squared(deviation / foreshortening(radians(first.tilt))),
+                              squared(deviation))
                   .asDiagonal()},
              ACCELERATION_DENSITY, FIRST_DEVIATION) {}
 
@@ -42,7 +38,7 @@ GroundFilter::Verdict BearingFilter::update(const Observation& observation) {
   const double expected = GroundFilter::predict(filter.state(), observation.time).mean(0);
   const double pan = expected + wrapped(observation.pan - expected);
   const double stamp = STAMP_DEVIATION * std::min(filter.speed(), FASTEST_STAMPED);
-  const Eigen::Vector2d variances(squared(deviation / foreshorteningAt(observation.tilt)),
+  const Eigen::Vector2d variances(squared(deviation / foreshortening(radians(observation.tilt))),
                                   squared(deviation));
   const GroundFilter::Verdict verdict =
       filter.update({observation.time,
@@ -68,8 +64,9 @@ Subject BearingFilter::predict(std::int64_t time) const {
   subject.tiltRate = subject.tilt == place.y() ? rate.y() : 0.0;
   subject.width = width;
   subject.height = height;
-  subject.deviation = std::sqrt(std::max(
-      state.covariance(0, 0) * squared(foreshorteningAt(subject.tilt)), state.covariance(1, 1)));
+  subject.deviation =
+      std::sqrt(std::max(state.covariance(0, 0) * squared(foreshortening(radians(subject.tilt))),
+                         state.covariance(1, 1)));
   subject.walks = moves;
   subject.hasCourse = moves > SURE_TO_MOVE;
   for (std::size_t i = 0; subject.hasCourse && i < subject.course.size(); ++i) {

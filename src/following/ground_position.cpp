@@ -3,18 +3,18 @@
 #include <algorithm>
 #include <cmath>
 
+#include "following/pictures.h"
 #include "following/units.h"
 
 namespace following {
 
 namespace {
 
-constexpr double STEEPEST = -89.0;         // deg
-constexpr double FLATTEST = -0.6;          // deg
-constexpr double STAMP_DEVIATION = 0.015;  // s, of a picture's time
-constexpr double FASTEST_STAMPED = 2.0;    // m/s, beyond which a speed widens a position no more
-constexpr double LEAST_HEIGHT = 0.5;       // m, of a person
-constexpr double GREATEST_HEIGHT = 2.5;    // m
+constexpr double STEEPEST = -89.0;       // deg
+constexpr double FLATTEST = -0.6;        // deg
+constexpr double FASTEST_STAMPED = 2.0;  // m/s, beyond which a speed widens a position no more
+constexpr double LEAST_HEIGHT = 0.5;     // m, of a person
+constexpr double GREATEST_HEIGHT = 2.5;  // m
 
 bool isFinite(const Viewpoint& viewpoint, const Sighting& sighting) {
   return std::isfinite(viewpoint.height) && std::isfinite(viewpoint.offsetX) &&

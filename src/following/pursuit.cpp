@@ -4,6 +4,7 @@
 #include <array>
 #include <cmath>
 
+#include "following/pictures.h"
 #include "following/units.h"
 
 namespace following {
@@ -16,9 +17,7 @@ constexpr double FAR_ERROR = 2.0;      // deg
 constexpr double BRAKING_SHARE = 0.8;  // of the acceleration
 
 constexpr double TOO_FAST = 0.97;  // of the greatest speed
-constexpr double LEAST_FORESHORTENING = 0.1;
 constexpr int BISECTIONS = 30;
-constexpr double FULL_TURN = 360.0;
 
 // An axis begins to rest within the first, in shares of the field of view, degrees, and of what its
 // least speed makes in a step; it goes on resting within the second.
@@ -53,10 +52,8 @@ using Tube = std::array<Interval, Subject::COURSE_POINTS>;
 Tube tubeAround(const Subject& subject, double half) {
   Tube tube{};
   for (std::size_t i = 0; i < tube.size(); ++i) {
-    const double foreshortening =
-        std::max(std::cos(radians(subject.course[i].tilt)), LEAST_FORESHORTENING);
     const double pan = subject.course[i].pan;
-    tube[i] = Interval{pan, pan}.widened(half / foreshortening);
+    tube[i] = Interval{pan, pan}.widened(half / foreshortening(radians(subject.course[i].tilt)));
   }
   return tube;
 }
@@ -91,7 +88,7 @@ bool isTooFast(const Subject& subject, double speed) {
 }
 
 bool hasNoEnds(const AxisModel& model) {
-  return !(model.highest - model.lowest < FULL_TURN);
+  return !(model.highest - model.lowest < units::FULL_TURN);
 }
 
 double leadOf(const AxisModel& model, const std::optional<double>& statusAge) {

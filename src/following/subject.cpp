@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "following/pictures.h"
 #include "following/units.h"
 
 namespace following {
@@ -12,8 +13,7 @@ namespace {
 
 constexpr double NEAREST_SQUARED = 0.09;  // m2, a floor below which bearings mean nothing
 constexpr double BODY_WIDTH = 0.5;        // m
-constexpr double LEAST_FORESHORTENING = 0.1;
-constexpr double SURE_TO_WALK = 0.5;  // from here on there is a course
+constexpr double SURE_TO_WALK = 0.5;      // from here on there is a course
 
 // One person as the head would see him. Angles are radians.
 struct View {
@@ -37,8 +37,7 @@ View viewOf(const Eigen::Vector4d& person, double headHeight, double bodyHeight)
   view.tilt = -std::atan2(k, r);
   view.panRate = (vx * y - vy * x) / r2;
   view.tiltRate = k * (x * vx + y * vy) / (r * slant2);
-  view.halfWidth = std::atan(BODY_WIDTH / 2.0 / std::sqrt(slant2)) /
-                   std::max(std::cos(view.tilt), LEAST_FORESHORTENING);
+  view.halfWidth = std::atan(BODY_WIDTH / 2.0 / std::sqrt(slant2)) / foreshortening(view.tilt);
   view.halfHeight = (std::atan2(headHeight, r) - std::atan2(headHeight - bodyHeight, r)) / 2.0;
   return view;
 }

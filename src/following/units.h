@@ -3,18 +3,17 @@
 #ifndef FOLLOWING_UNITS_H
 #define FOLLOWING_UNITS_H
 
-#include <cmath>
 #include <cstdint>
 #include <limits>
-#include <numbers>
+
+#include "base/units.h"
 
 namespace following {
 
-constexpr double MICROSECONDS = 1e6;  // in a second
-
 // Seconds from one time to another, both monotonic microseconds. Any two times may be given.
 constexpr double secondsBetween(std::int64_t from, std::int64_t to) {
-  return (static_cast<double>(to) - static_cast<double>(from)) / MICROSECONDS;
+  return (static_cast<double>(to) - static_cast<double>(from)) /
+         static_cast<double>(units::MICROSECONDS_PER_SECOND);
 }
 
 // The time so many seconds later, which must be finite and less than a million; the last time there
@@ -22,7 +21,7 @@ constexpr double secondsBetween(std::int64_t from, std::int64_t to) {
 inline std::int64_t later(std::int64_t time, double seconds) {
   constexpr std::int64_t FIRST = std::numeric_limits<std::int64_t>::min();
   constexpr std::int64_t LAST = std::numeric_limits<std::int64_t>::max();
-  const std::int64_t step = std::llround(seconds * MICROSECONDS);
+  const std::int64_t step = units::roundedFromSeconds(seconds);
   if (step >= 0) {
     return time > LAST - step ? LAST : time + step;
   }
@@ -30,17 +29,14 @@ inline std::int64_t later(std::int64_t time, double seconds) {
 }
 
 constexpr double radians(double degrees) {
-  return degrees * (std::numbers::pi / 180.0);
+  return units::toRadians(degrees);
 }
 
 constexpr double degrees(double radians) {
-  return radians * (180.0 / std::numbers::pi);
+  return units::toDegrees(radians);
 }
 
-// A difference of bearings the short way round: from -180 to 180 degrees. Of any finite number.
-inline double wrapped(double degrees) {
-  return std::remainder(degrees, 360.0);
-}
+using units::wrapped;
 
 constexpr double squared(double value) {
   return value * value;

@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <cmath>
 
+#include "base/units.h"
+
 namespace {
 
-constexpr double FULL_TURN = 360.0;
-constexpr double HALF_TURN = 180.0;
+using units::FULL_TURN;
+using units::HALF_TURN;
 
 }  // namespace
 

@@ -10,7 +10,6 @@ namespace {
 
 // The relay run, where none was recorded.
 constexpr double RELAY_SECONDS = 4.0;
-constexpr int RELAY_PERCENT = 35;
 constexpr double RELAY_BAND = 0.5;  // deg, to each side
 
 // Of the way to the nearer stop, what a level may take.
@@ -62,7 +61,7 @@ void HeadSurvey::Axis::begin(double degrees, std::int64_t time) {
   position = degrees;
   changed = time;
   speed = 0.0;
-  level = RELAY_PERCENT;
+  level = following::RELAY_PERCENT;
   beginStaircase(time);
 }
 
@@ -91,7 +90,7 @@ std::optional<following::SpeedCommand> HeadSurvey::command(std::int64_t time) {
 int HeadSurvey::Axis::relay() {
   const double off = following::wrapped(position - middle);
   if (std::abs(off) > RELAY_BAND) {
-    level = off > 0.0 ? -RELAY_PERCENT : RELAY_PERCENT;
+    level = off > 0.0 ? -following::RELAY_PERCENT : following::RELAY_PERCENT;
   }
   return isNearStop(level) ? 0 : level;
 }

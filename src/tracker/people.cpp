@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "following/pictures.h"
 #include "following/units.h"
 
 namespace {
@@ -32,8 +33,6 @@ constexpr int WELL_KNOWN = 10;  // pictures
 constexpr double MUCH_WIDER = 2.5;
 constexpr double MUCH_HIGHER = 1.5;
 
-constexpr double LEAST_FORESHORTENING = 0.1;
-
 std::int32_t numberOf(std::int64_t identity) {
   return static_cast<std::int32_t>(identity);
 }
@@ -55,8 +54,8 @@ std::optional<double> footTiltOf(double headTilt, double height, double mastHeig
 // Both together in one frame.
 Subject together(const Subject& one, const Subject& other) {
   const auto spanOf = [](const Subject& subject, double pan) {
-    const double half = subject.width / 2.0 /
-                        std::max(std::cos(following::radians(subject.tilt)), LEAST_FORESHORTENING);
+    const double half =
+        subject.width / 2.0 / following::foreshortening(following::radians(subject.tilt));
     return std::pair(pan - half, pan + half);
   };
   const auto [left, right] = spanOf(one, one.pan);
@@ -318,7 +317,7 @@ void People::offer(std::int64_t now, std::int64_t at) {
 
 void People::offerOne(const Chosen& one, std::int32_t priority, std::int64_t now,
                       const Subject& subject) {
-  const double narrow = std::max(std::cos(following::radians(subject.tilt)), LEAST_FORESHORTENING);
+  const double narrow = following::foreshortening(following::radians(subject.tilt));
   // Where he will be has been worked out already.
   groups.updateSingleObject({.channel = one.channel,
                              .id = one.id,

@@ -3,13 +3,15 @@
 #include <algorithm>
 #include <cmath>
 
+#include "base/units.h"
+
 namespace {
 
 constexpr double MIN_MULTIPLIER = 1.0;
 constexpr double MAX_MULTIPLIER = 6.0;
 constexpr double ZOOM_RATIO_LOW = 0.8;
 constexpr double ZOOM_RATIO_HIGH = 1.2;
-constexpr std::int64_t ABSOLUTE_ZOOM_INTERVAL = 1000000;  // microseconds
+constexpr std::int64_t ABSOLUTE_ZOOM_INTERVAL = units::fromSeconds(1);
 
 // The target is to fill half of the picture.
 double targetMultiplier(const Target& target, const HeadOptics& optics) {

@@ -3,18 +3,16 @@
 #include <algorithm>
 
 #include "app/clock.h"
+#include "base/units.h"
 
 namespace {
-
-constexpr std::int64_t MICROSECONDS_PER_SECOND = 1000000;
-constexpr std::int64_t MICROSECONDS_PER_MILLISECOND = 1000;
 
 // Seconds by which an observation is led. The time stamp counts whole seconds and now counts
 // milliseconds, so that the lead is the cap from about a second after the machine's start on: a
 // constant, bounded lead that makes up for the delays of network and head.
 double leadTime(std::int64_t timestampSeconds) {
   constexpr double LONGEST_LEAD = 1.0;
-  const std::int64_t nowMilliseconds = utils::monotonicTime() / MICROSECONDS_PER_MILLISECOND;
+  const std::int64_t nowMilliseconds = utils::monotonicTime() / units::MICROSECONDS_PER_MILLISECOND;
   return std::min(static_cast<double>(nowMilliseconds - timestampSeconds) / 1000.0, LONGEST_LEAD);
 }
 
@@ -36,7 +34,7 @@ void SingleObject::take(const Observation& observation) {
   tilt = observation.tilt;
   width = observation.width;
   height = observation.height;
-  timestamp = observation.timestamp / MICROSECONDS_PER_SECOND;
+  timestamp = observation.timestamp / units::MICROSECONDS_PER_SECOND;
   velocity = observation.velocity;
   updatePosition();
 }

@@ -7,13 +7,7 @@
 #include <utility>
 
 #include "app/clock.h"
-
-namespace {
-
-constexpr std::int32_t LOWEST_PRIORITY = 1;
-constexpr double MICROSECONDS_PER_SECOND = 1000000.0;
-
-}  // namespace
+#include "base/units.h"
 
 SuperObject::SuperObject() : untrackedSince(utils::monotonicTime()) {}
 
@@ -144,8 +138,7 @@ bool SuperObject::fitsWith(double otherLeft, double otherRight, double otherTop,
 }
 
 double SuperObject::trackedTime(std::int64_t now) const {
-  return trackedSince == 0 ? 0.0
-                           : static_cast<double>(now - trackedSince) / MICROSECONDS_PER_SECOND;
+  return trackedSince == 0 ? 0.0 : units::toSeconds(now - trackedSince);
 }
 
 void SuperObject::markTracked(std::int64_t now) {

@@ -13,6 +13,9 @@
 // A group of objects that are close enough together to be framed as one. Angles are degrees.
 class SuperObject {
  public:
+  // Of objects that nobody has given one, and of a group without members.
+  static constexpr std::int32_t LOWEST_PRIORITY = 1;
+
   using Singles = std::vector<std::unique_ptr<SingleObject>>;
 
   // Empty, and untracked from now on.

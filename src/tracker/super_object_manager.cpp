@@ -5,13 +5,11 @@
 #include <utility>
 
 #include "app/clock.h"
+#include "base/units.h"
 
 namespace {
 
-constexpr double RADIANS_PER_DEGREE = 0.017453292519943295;
-constexpr double DEGREES_PER_RADIAN = 57.29577951308232;
 constexpr double NO_DISTANCE = 360.0;
-constexpr std::int32_t LOWEST_PRIORITY = 1;
 
 bool sortByPriorityAndUntrackedTime(const std::unique_ptr<SuperObject>& a,
                                     const std::unique_ptr<SuperObject>& b) {
@@ -31,13 +29,13 @@ double SuperObjectManager::getPanDelta(double a, double b) {
 }
 
 double SuperObjectManager::getGreatCircle(double pan1, double tilt1, double pan2, double tilt2) {
-  const double t1 = tilt1 * RADIANS_PER_DEGREE;
-  const double t2 = tilt2 * RADIANS_PER_DEGREE;
-  const double panDelta = getPanDelta(pan1, pan2) * RADIANS_PER_DEGREE;
+  const double t1 = units::toRadians(tilt1);
+  const double t2 = units::toRadians(tilt2);
+  const double panDelta = units::toRadians(getPanDelta(pan1, pan2));
   const double cosine =
       std::sin(t1) * std::sin(t2) + std::cos(t1) * std::cos(t2) * std::cos(panDelta);
   // Rounding can carry the cosine of equal directions beyond 1.
-  return std::acos(std::clamp(cosine, -1.0, 1.0)) * DEGREES_PER_RADIAN;
+  return units::toDegrees(std::acos(std::clamp(cosine, -1.0, 1.0)));
 }
 
 std::uint64_t SuperObjectManager::keyOf(std::int32_t channel, std::int32_t id) {
@@ -169,19 +167,18 @@ void SuperObjectManager::measureSuperObjects() {
 // bearings is no shorter than the short way between them. That asks for bearings within one turn of
 // each other; around the seam they may not be.
 bool SuperObjectManager::cannotFit(const Extent& a, const Extent& b) const {
-  constexpr double FULL_TURN = 360.0;
   constexpr double ROUNDING = 1e-6;  // degrees, far more than the arithmetic may be off
   if (std::max(a.top, b.top) - std::min(a.bottom, b.bottom) > widestView.m_maxVerticalObjectSize) {
     return true;
   }
   const double low = std::min(std::min(a.left, a.right), std::min(b.left, b.right));
   const double high = std::max(std::max(a.left, a.right), std::max(b.left, b.right));
-  if (high - low > FULL_TURN) {
+  if (high - low > units::FULL_TURN) {
     return false;
   }
   const auto isTooFar = [this](double one, double other) {
     const double distance = std::abs(one - other);
-    return std::min(distance, FULL_TURN - distance) >
+    return std::min(distance, units::FULL_TURN - distance) >
            widestView.m_maxHorizontalObjectSize + ROUNDING;
   };
   return isTooFar(a.left, b.right) || isTooFar(a.right, b.left) || isTooFar(a.left, b.left) ||
@@ -214,7 +211,7 @@ bool SuperObjectManager::mergeInto(std::size_t index) {
 }
 
 std::int32_t SuperObjectManager::findMaxPriority() const {
-  std::int32_t priority = LOWEST_PRIORITY;
+  std::int32_t priority = SuperObject::LOWEST_PRIORITY;
   for (const auto& group : superObjects) {
     priority = std::max(priority, group->getPriority());
   }

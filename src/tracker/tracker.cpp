@@ -16,15 +16,13 @@ constexpr std::int64_t STOPPED_PAUSE = 300000;
 constexpr std::int64_t CONNECTING_PAUSE = 500000;
 constexpr std::int64_t AUTOTUNING_PAUSE = 50000;
 
-// Between looks whether another way of following is chosen, microseconds.
-constexpr std::int64_t QUESTION_INTERVAL = 10000000;
+// Between looks whether another way of following is chosen.
+constexpr std::int64_t QUESTION_INTERVAL = units::fromSeconds(10);
 
 // Above it the model of the head is not that of the head.
 constexpr double DOUBTFUL_MISFIT = 1.0;
-// A head that no model fits is not identified all day, microseconds.
-constexpr std::int64_t DOUBT_INTERVAL = 24 * 3600 * units::MICROSECONDS_PER_SECOND;
-
-constexpr double MILLISECONDS_PER_SECOND = 1000.0;
+// A head that no model fits is not identified all day.
+constexpr std::int64_t DOUBT_INTERVAL = units::fromSeconds(24 * 3600);
 
 constexpr std::array STATE_STRINGS{"stopped", "connecting", "autotuning", "running"};
 
@@ -347,7 +345,7 @@ void Tracker::takeSurvey() {
   isHeadDoubted = false;
   usePredictive(parameters);
   syslog(LOG_INFO, "The head answers after %.0f ms and turns at %.0f deg/s, tilts at %.0f deg/s.\n",
-         found.pan.model.deadTime * MILLISECONDS_PER_SECOND, found.pan.model.curve.fastest(),
+         found.pan.model.deadTime * units::MILLISECONDS_PER_SECOND, found.pan.model.curve.fastest(),
          found.tilt.model.curve.fastest());
 }
 

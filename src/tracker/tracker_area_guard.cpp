@@ -5,6 +5,7 @@
 
 #include "addon/libs/vigil_pack_lib/filters/filter_data_key.h"
 #include "app/clock.h"
+#include "base/units.h"
 #include "scene/tracking_object_external_data_no_merge.h"
 
 namespace {
@@ -12,7 +13,7 @@ namespace {
 constexpr const char* ONCE_INSIDE = "onceInside";
 constexpr const char* LAST_TRACKED = "lastTracked";
 constexpr std::int64_t NEVER_TRACKED = -1;
-constexpr std::int64_t ADD_CAMERA_INTERVAL = 1000000;  // microseconds
+constexpr std::int64_t ADD_CAMERA_INTERVAL = units::fromSeconds(1);
 
 }  // namespace
 

@@ -4,11 +4,12 @@
 
 #include "config/constants.h"
 #include "events/event_key_value_set.h"
+#include "events/event_names.h"
 #include "events/sdk_wrapper.h"
 
 namespace {
 
-constexpr const char* NAME_SPACE = "tnsorva";
+using utils::NAME_SPACE;
 constexpr const char* TOP_LEVEL_TOPIC = "MiruPlatform";
 constexpr const char* STATE_TOPIC = "state";
 constexpr const char* IS_SENTRELING_TOPIC = "isSentreling";

@@ -4,6 +4,7 @@
 
 #include <limits>
 
+#include "base/units.h"
 #include "private_bus.h"
 
 namespace device {
@@ -54,7 +55,7 @@ class PtzServiceTest : public testing::Test {
   }
 
   void pass(double seconds) {
-    const auto end = now + static_cast<std::int64_t>(seconds * 1e6);
+    const auto end = now + units::truncatedFromSeconds(seconds);
     for (; now < end; now += 10000) {
       service.update();
     }

@@ -1,12 +1,11 @@
 #include "ptzmath/pinhole.h"
 
 #include <cmath>
-#include <numbers>
+
+#include "base/units.h"
 
 namespace ptzmath {
 namespace {
-
-constexpr double RADIANS = std::numbers::pi / 180;
 
 // The offset from the picture's middle at a distance of 1 along the optical axis; reach is that of
 // the picture's border.
@@ -15,8 +14,8 @@ double slopeOf(double offset, int size, double reach) {
 }
 
 double wrapped(double pan) {
-  const double turned = std::fmod(pan + 180, 360);
-  return turned < 0 ? turned + 180 : turned - 180;
+  const double turned = std::fmod(pan + units::HALF_TURN, units::FULL_TURN);
+  return turned < 0 ? turned + units::HALF_TURN : turned - units::HALF_TURN;
 }
 
 }  // namespace
@@ -33,14 +32,14 @@ void Pinhole::setMounting(const Mounting& mounting) {
 }
 
 Pinhole::Turn::Turn(double degrees)
-    : sine(std::sin(degrees * RADIANS)), cosine(std::cos(degrees * RADIANS)) {}
+    : sine(std::sin(units::toRadians(degrees))), cosine(std::cos(units::toRadians(degrees))) {}
 
 void Pinhole::FieldOfView::set(double newDegrees) {
   if (newDegrees == degrees) {
     return;
   }
   degrees = newDegrees;
-  reach = degrees > 0 && degrees < 180 ? std::tan(degrees / 2 * RADIANS) : 0;
+  reach = degrees > 0 && degrees < 180 ? std::tan(units::toRadians(degrees / 2)) : 0;
 }
 
 Pinhole::Ray Pinhole::rayOf(double x, double y) const {
@@ -56,9 +55,11 @@ Direction Pinhole::directionOf(double x, double y) const {
   const Ray horizontal{level.right, level.forward * tilt.sine + level.up * tilt.cosine,
                        level.forward * tilt.cosine - level.up * tilt.sine};
 
-  const double panOffset = std::atan2(horizontal.right, horizontal.forward) / RADIANS;
+  const double panOffset =
+      std::atan2(horizontal.right, horizontal.forward) / units::RADIANS_PER_DEGREE;
   const double distance = std::hypot(horizontal.right, horizontal.forward);
-  return {wrapped(pan + panOffset), std::atan2(horizontal.up, distance) / RADIANS};
+  return {wrapped(pan + panOffset),
+          std::atan2(horizontal.up, distance) / units::RADIANS_PER_DEGREE};
 }
 
 double Pinhole::angleAcross(double x, double y, double extent) const {
@@ -69,7 +70,7 @@ double Pinhole::angleAcross(double x, double y, double extent) const {
   const double sine = std::fabs(spread) * std::hypot(left.up, left.forward);
   const double cosine =
       left.right * right.right + left.up * right.up + left.forward * right.forward;
-  return std::atan2(sine, cosine) / RADIANS;
+  return std::atan2(sine, cosine) / units::RADIANS_PER_DEGREE;
 }
 
 }  // namespace ptzmath

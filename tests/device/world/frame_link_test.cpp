@@ -7,6 +7,8 @@
 #include <map>
 #include <vector>
 
+#include "base/units.h"
+
 namespace device {
 namespace {
 
@@ -33,7 +35,7 @@ std::vector<Received> sentThrough(const FrameLinkSetup& setup, int pictures = PI
     }
     for (const Frame& frame : link.take(now)) {
       const int number = frame.objects.at(0).id;
-      received.push_back({now, number, static_cast<double>(frame.timestamp) / 1e6 - number * 0.1});
+      received.push_back({now, number, units::toSeconds(frame.timestamp) - number * 0.1});
     }
   }
   return received;

@@ -8,6 +8,7 @@
 
 #include "addon/libs/vigil_pack_lib/filters/object_lifetime_filter.h"
 #include "addon/libs/vigil_pack_lib/filters/size_filter_percent.h"
+#include "base/units.h"
 #include "events/time_conversion.h"
 #include "geometry/svg_doc.h"
 #include "scene/tracking_object_external_data_no_merge.h"
@@ -20,7 +21,7 @@ namespace {
 using Texts = std::vector<std::string>;
 using enum AlarmDataStatus_e;
 
-constexpr std::int64_t SECOND = 1'000'000;
+constexpr std::int64_t SECOND = units::MICROSECONDS_PER_SECOND;
 constexpr const char* KEY = "area_guard_7";
 constexpr const char* PENDING = "hasPendingAlarm";
 constexpr const char* HEADER = "<g transform=\"test\" >";

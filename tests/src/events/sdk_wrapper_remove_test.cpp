@@ -3,13 +3,14 @@
 #include <string>
 #include <vector>
 
+#include "base/units.h"
 #include "events/sdk_wrapper.h"
 #include "src/events/wrapper_test_base.h"
 
 namespace {
 
 constexpr int DELAY = 50'000;
-constexpr int SECOND = 1'000'000;
+constexpr std::int64_t SECOND = units::MICROSECONDS_PER_SECOND;
 
 class SdkWrapperRemoveTest : public InitializedWrapperTest {
  protected:

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <functional>
 
+#include "base/units.h"
 #include "following/simulated_head.h"
 #include "following/tuning.h"
 
@@ -184,7 +185,7 @@ AxisRecord staircaseWith(const std::function<double(double, int)>& status) {
   record.beginStaircase(0);
   const Staircase staircase;
   for (std::int64_t now = 0;; now += 50'000) {
-    const double seconds = static_cast<double>(now) / 1e6;
+    const double seconds = units::toSeconds(now);
     const auto percent = staircase.command(seconds + 1e-6);
     if (!percent) {
       return record;

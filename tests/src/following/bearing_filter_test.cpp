@@ -2,11 +2,13 @@
 
 #include <cmath>
 
+#include "base/units.h"
+
 namespace following {
 namespace {
 
 BearingFilter::Observation at(double seconds, double pan, double tilt) {
-  return {static_cast<std::int64_t>(std::llround(seconds * 1e6)), pan, tilt, 2.0, 6.0};
+  return {units::roundedFromSeconds(seconds), pan, tilt, 2.0, 6.0};
 }
 
 TEST(BearingFilterTest, FollowsRatesOfPanAndTilt) {

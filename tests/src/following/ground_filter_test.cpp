@@ -2,17 +2,16 @@
 
 #include <cmath>
 
+#include "base/units.h"
 #include "following/simulated_head.h"
 
 namespace following {
 namespace {
 
-constexpr std::int64_t SECOND = 1'000'000;
+constexpr std::int64_t SECOND = units::MICROSECONDS_PER_SECOND;
 
 GroundFilter::Measurement at(double seconds, double x, double y, double variance = 0.0004) {
-  return {static_cast<std::int64_t>(std::llround(seconds * 1e6)),
-          {x, y},
-          variance * Eigen::Matrix2d::Identity()};
+  return {units::roundedFromSeconds(seconds), {x, y}, variance * Eigen::Matrix2d::Identity()};
 }
 
 TEST(GroundFilterTest, TwoMeasurementsGiveAVelocity) {

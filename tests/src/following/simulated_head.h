@@ -10,6 +10,8 @@
 #include <deque>
 #include <random>
 
+#include "base/units.h"
+
 namespace simulation {
 
 constexpr std::int64_t STEP = 5'000;     // microseconds
@@ -70,7 +72,7 @@ class SimulatedAxis {
   void setSpeed(double speed) { wanted = speed; }
 
   void advance() {
-    const double dt = static_cast<double>(STEP) / 1e6;
+    const double dt = units::toSeconds(STEP);
     const double before = velocity;
     const double change = kind.acceleration * dt;
     velocity += std::clamp(wanted - velocity, -change, change);
@@ -133,8 +135,8 @@ class SimulatedHead {
   // From a command to the first reading that shows its effect, on average: seconds. The reading
   // waits for the controller's next step.
   double deadTime() const {
-    const auto period = std::max(static_cast<std::int64_t>(kind.statusPeriod * 1e6), STEP);
-    const auto age = static_cast<std::int64_t>(kind.statusAge * 1e6);
+    const auto period = std::max(units::truncatedFromSeconds(kind.statusPeriod), STEP);
+    const auto age = units::truncatedFromSeconds(kind.statusAge);
     double wait = 0.0;
     constexpr int SAMPLES = 200;
     for (int i = 1; i <= SAMPLES; ++i) {
@@ -174,7 +176,7 @@ class SimulatedHead {
   // The order of commands is kept.
   std::int64_t arrival(std::int64_t now) {
     const double delay = kind.latency + random.uniform(-kind.latencyJitter, kind.latencyJitter);
-    lastArrival = std::max(lastArrival, now + static_cast<std::int64_t>(delay * 1e6));
+    lastArrival = std::max(lastArrival, now + units::truncatedFromSeconds(delay));
     return lastArrival;
   }
 
@@ -188,10 +190,10 @@ class SimulatedHead {
     }
     pan.advance();
     tilt.advance();
-    const double reach = static_cast<double>(STEP) / 1e6 / ZOOM_TRAVEL;
+    const double reach = units::toSeconds(STEP) / ZOOM_TRAVEL;
     zoom += std::clamp(wantedZoom - zoom, -reach, reach);
     now += STEP;
-    const auto period = std::max(static_cast<std::int64_t>(kind.statusPeriod * 1e6), STEP);
+    const auto period = std::max(units::truncatedFromSeconds(kind.statusPeriod), STEP);
     if ((now + phase) % period < STEP) {
       sample();
     }
@@ -212,7 +214,7 @@ class SimulatedHead {
 
   void sample() {
     const double turned = std::remainder(pan.position(), 360.0);
-    samples.push_back({now + static_cast<std::int64_t>(kind.statusAge * 1e6),
+    samples.push_back({now + units::truncatedFromSeconds(kind.statusAge),
                        roundTo(turned, kind.statusStep),
                        roundTo(tilt.position(), kind.statusStep)});
   }

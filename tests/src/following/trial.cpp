@@ -9,6 +9,7 @@
 #include <numbers>
 #include <queue>
 
+#include "base/units.h"
 #include "following/framing.h"
 #include "following/ground_position.h"
 #include "following/head_model.h"
@@ -37,7 +38,7 @@ double degrees(double radians) {
   return radians * 180.0 / std::numbers::pi;
 }
 std::int64_t micros(double seconds) {
-  return std::llround(seconds * 1e6);
+  return units::roundedFromSeconds(seconds);
 }
 
 using Vector = Eigen::Vector3d;
@@ -332,7 +333,7 @@ void Trial::control(std::int64_t now) {
       continue;
     }
     members.push_back({&person->filter.state(), person->height.metres});
-    gap = std::min(gap, static_cast<double>(now - person->lastSeen) / 1e6);
+    gap = std::min(gap, units::toSeconds(now - person->lastSeen));
   }
   const auto subject = following::predictSubject(members, pursuit.actsAt(now), viewpoint.height);
   const double field = SimulatedHead::MAX_FIELD / framing.asked();
@@ -355,8 +356,7 @@ void Trial::measure(double time) {
   const double velocities[] = {head.panVelocity(), head.tiltVelocity()};
   double acceleration = 0.0;
   for (std::size_t i = 0; i < 2; ++i) {
-    acceleration +=
-        std::pow((velocities[i] - lastVelocities[i]) / (static_cast<double>(STEP) / 1e6), 2);
+    acceleration += std::pow((velocities[i] - lastVelocities[i]) / units::toSeconds(STEP), 2);
     lastVelocities[i] = velocities[i];
     const int sign = velocities[i] > MOVING ? 1 : velocities[i] < -MOVING ? -1 : 0;
     if (sign != 0 && lastSigns[i] != 0 && sign != lastSigns[i]) {
@@ -418,7 +418,7 @@ Result Trial::run() {
   std::int64_t nextFrame = 0;
   // Time runs from the beginning of the run; walkers are asked in their own.
   for (std::int64_t now = 0; now < end; now += STEP) {
-    const double time = section.begin + static_cast<double>(now) / 1e6;
+    const double time = section.begin + units::toSeconds(now);
     if (now >= nextFrame) {
       takePictures(time);
       nextFrame += micros(FRAME_TIME);
@@ -429,14 +429,14 @@ Result Trial::run() {
       control(clock);
     }
     head.advanceTo(micros(section.begin) + now + STEP);
-    measure(time + static_cast<double>(STEP) / 1e6);
+    measure(time + units::toSeconds(STEP));
   }
   return figures();
 }
 
 Result Trial::figures() {
   Result result;
-  const double dt = static_cast<double>(STEP) / 1e6;
+  const double dt = units::toSeconds(STEP);
   result.duration = steps * dt;
   const auto skipped = std::min(static_cast<std::size_t>(2.0 / dt), errors.size());
   const std::vector<double> late(errors.begin() + static_cast<std::ptrdiff_t>(skipped),

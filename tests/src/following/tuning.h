@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <limits>
 
+#include "base/units.h"
 #include "following/axis_identification.h"
 #include "following/simulated_head.h"
 
@@ -49,7 +50,7 @@ inline following::AxisRecord recordAxis(const HeadKind& kind, std::uint64_t seed
   const double room = isTilt ? tuning.tiltRoom : std::numeric_limits<double>::infinity();
   const following::Staircase staircase(following::speedInRelay(record).value_or(0.0), room);
   const std::int64_t begin = now;
-  while (const auto percent = staircase.command(static_cast<double>(now - begin) / 1e6 + 1e-6)) {
+  while (const auto percent = staircase.command(units::toSeconds(now - begin) + 1e-6)) {
     step(*percent);
   }
   return record;

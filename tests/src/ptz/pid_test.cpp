@@ -12,12 +12,13 @@
 #include <utility>
 #include <vector>
 
+#include "base/units.h"
 #include "fakes/fake_clock.h"
 #include "fakes/log_capture.h"
 
 namespace {
 
-constexpr std::int64_t SECOND = 1'000'000;
+constexpr std::int64_t SECOND = units::MICROSECONDS_PER_SECOND;
 
 struct Gains {
   double kp = -1.0;

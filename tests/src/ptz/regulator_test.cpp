@@ -7,12 +7,13 @@
 #include <deque>
 #include <string>
 
+#include "base/units.h"
 #include "fakes/fake_clock.h"
 #include "fakes/log_capture.h"
 
 namespace {
 
-constexpr std::int64_t SECOND = 1'000'000;
+constexpr std::int64_t SECOND = units::MICROSECONDS_PER_SECOND;
 
 struct Speeds {
   double pan = 0.0;

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "base/units.h"
 #include "fakes/fake_clock.h"
 #include "fakes/fake_ptz_math.h"
 #include "src/ptz/video_channel_fixture.h"
@@ -294,7 +295,7 @@ TEST_F(VideoChannelTest, FieldAnglesAbove128DegreesAreRoundedInDoublePrecision) 
 
 class LateRotationTest : public VideoChannelTest {
  protected:
-  static constexpr std::int64_t SECOND = 1'000'000;
+  static constexpr std::int64_t SECOND = units::MICROSECONDS_PER_SECOND;
 
   // A channel whose sensor has been turned by 90 degrees since.
   LateRotationTest() {

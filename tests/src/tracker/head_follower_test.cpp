@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "base/units.h"
 #include "fakes/fake_clock.h"
 #include "fakes/fake_ptz_library.h"
 #include "src/tracker/moves.h"
@@ -16,7 +17,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr std::int64_t SECOND = 1'000'000;
+constexpr std::int64_t SECOND = units::MICROSECONDS_PER_SECOND;
 
 // Says what the test has told it to say, or nothing.
 class ScriptedFollowing : public Following {

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <functional>
 
+#include "base/units.h"
 #include "src/following/simulated_head.h"
 
 namespace {
@@ -63,7 +64,7 @@ Outcome survey(const simulation::HeadKind& kind, const Trial& trial = {}) {
     survey.noteStatus(status(), now);
     give(command->pan, command->tilt);
   }
-  outcome.seconds = static_cast<double>(now - begin) / 1e6;
+  outcome.seconds = units::toSeconds(now - begin);
   outcome.found = survey.identify();
   return outcome;
 }
@@ -145,7 +146,7 @@ TEST(HeadSurveyTest, AnAxisThatNearsAStopStandsForTheRestOfTheLevel) {
   survey.noteCommand(35.0, 35.0, 0);  // a relay run that showed nothing
   survey.beginStaircase({0.0, -45.0, 1, false}, 0);
   const auto tiltAt = [&survey](double seconds, double tilt) {
-    const auto time = static_cast<std::int64_t>(seconds * 1e6);
+    const auto time = units::truncatedFromSeconds(seconds);
     survey.noteStatus({seconds, tilt, 1, false}, time);
     return survey.command(time)->tilt;
   };

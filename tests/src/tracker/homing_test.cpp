@@ -2,9 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include "base/units.h"
+
 namespace {
 
-constexpr std::int64_t SECOND = 1'000'000;
+constexpr std::int64_t SECOND = units::MICROSECONDS_PER_SECOND;
 constexpr std::int64_t START = 100 * SECOND;
 
 class HomingTest : public testing::Test {

@@ -8,12 +8,13 @@
 #include <numbers>
 #include <vector>
 
+#include "base/units.h"
 #include "fakes/fake_clock.h"
 #include "fakes/log_capture.h"
 
 namespace {
 
-constexpr std::int64_t SECOND = 1'000'000;
+constexpr std::int64_t SECOND = units::MICROSECONDS_PER_SECOND;
 constexpr std::int64_t FRAME = 100'000;
 constexpr double MAST = 5.0;     // m
 constexpr double HEIGHT = 1.7;   // m, of everybody

@@ -7,13 +7,14 @@
 #include <cmath>
 #include <limits>
 
+#include "base/units.h"
 #include "src/following/simulated_head.h"
 
 namespace {
 
 using testing::Optional;
 
-constexpr std::int64_t SECOND = 1'000'000;
+constexpr std::int64_t SECOND = units::MICROSECONDS_PER_SECOND;
 constexpr std::int64_t TICK = 50'000;
 
 // 1 deg/s for each percent, at once and without delay.

@@ -11,6 +11,7 @@
 #include <thread>
 #include <vector>
 
+#include "base/units.h"
 #include "config/persistent.h"
 #include "events/sdk_wrapper.h"
 #include "fakes/call_journal.h"
@@ -29,7 +30,7 @@
 #include "tracker/super_object_manager.h"
 #include "tracker/tracker.h"
 
-constexpr std::int64_t SECOND = 1'000'000;
+constexpr std::int64_t SECOND = units::MICROSECONDS_PER_SECOND;
 constexpr std::int64_t STEP = 100'000;
 
 // Where the middle of the camera's picture lies in the head's angles.

@@ -4,6 +4,7 @@
 
 #include "addon/libs/vigil_pack_lib/profile/entry_values.h"
 #include "addon/libs/vigil_pack_lib/profile/parsed_profile.h"
+#include "base/units.h"
 #include "config/status_exception.h"
 
 namespace {
@@ -11,7 +12,6 @@ namespace {
 using enum StatusCode_e;
 
 constexpr const char* TYPE = "timeShortLivedLimit";
-constexpr std::int32_t MICROSECONDS_PER_SECOND = 1000000;
 
 void createObjectLifetimeFilter(const json_t* entry, ParsedProfile& profile) {
   const auto seconds = unpackSwitched(entry);
@@ -39,7 +39,7 @@ JsonAutoPtr packDefault(const DefaultValues& defaults) {
 }  // namespace
 
 ObjectLifetimeFilter::ObjectLifetimeFilter(std::int32_t seconds, bool enabled)
-    : minLifetime(seconds * MICROSECONDS_PER_SECOND), enabled(enabled) {}
+    : minLifetime(units::fromSeconds(seconds)), enabled(enabled) {}
 
 bool ObjectLifetimeFilter::canObjectTriggerAlarm(TrackingObject& object) {
   return !enabled || object.getLastSeen() - object.getFirstSeen() >= minLifetime;

@@ -3,14 +3,11 @@
 #include <utility>
 
 #include "addon/libs/vigil_pack_lib/filters/filter_data_key.h"
-#include "geometry/svg_doc.h"
 #include "scene/tracking_object_external_data_no_merge.h"
 
 namespace {
 
 constexpr const char* AREA_COLOUR = "#FF0000";
-constexpr double FILL_OPACITY = 0.2;
-constexpr double STROKE_WIDTH = 0.005;
 
 }  // namespace
 
@@ -20,8 +17,7 @@ AreaGuard::AreaGuard(const Polygon& includeArea, const std::string& name, std::i
     : Guard(name, uid, camera, eventDuration, appName, producer, preset),
       protectionArea(includeArea),
       dataKey(utils::generateFilterDataKey("area_guard", uid)),
-      includeAreaSvg(protectionArea.toStringSvg(
-          createSVGStyle(AREA_COLOUR, FILL_OPACITY, AREA_COLOUR, STROKE_WIDTH))) {}
+      includeAreaSvg(protectionArea.toStringSvg(drawingStyle(AREA_COLOUR))) {}
 
 void AreaGuard::addExcludeArea(const Polygon& excludeArea) {
   const LockGuard guard(lock);
@@ -48,7 +44,7 @@ TrackingObjectExternalData& AreaGuard::memoryOf(TrackingObject& object) const {
     return *memory;
   }
   auto memory = std::make_unique<TrackingObjectExternalDataNoMerge>();
-  memory->insert(pendingAlarmKey, false);
+  memory->insert(PENDING_ALARM_KEY, false);
   object.insertData(dataKey.getText(), std::move(memory));
   return *object.getData(dataKey);
 }
@@ -76,12 +72,12 @@ AlarmData AreaGuard::updateObjectsAndGetAlarms(ParsedScene& scene) {
   for (TrackingObject* object : scene.getActiveObjects()) {
     const auto& [_, area, passes] = judged.emplace_back(judge(*object));
     TrackingObjectExternalData& memory = memoryOf(*object);
-    const bool isPending = memory.getBool(pendingAlarmKey);
+    const bool isPending = memory.getBool(PENDING_ALARM_KEY);
     const bool isInside = area == AreaStatus_e::inside;
     if (isPending && passes) {
-      memory.insert(pendingAlarmKey, false);
+      memory.insert(PENDING_ALARM_KEY, false);
     } else if (isInside && !passes) {
-      memory.insert(pendingAlarmKey, true);
+      memory.insert(PENDING_ALARM_KEY, true);
     }
     const bool triggers = (isPending || isInside) && passes;
     alarms.addObjectStatus(object, createAlarmStatus(triggers, passes));

@@ -46,11 +46,12 @@ class AreaGuard : public Guard {
   const std::vector<JudgedObject>& judgedObjects(const ParsedScene& scene) REQUIRES(lock);
 
  private:
+  static inline const std::string PENDING_ALARM_KEY = "hasPendingAlarm";
+
   JudgedObject judge(TrackingObject& object) REQUIRES(lock);
   TrackingObjectExternalData& memoryOf(TrackingObject& object) const;
 
   ProtectionArea protectionArea GUARDED_BY(lock);
-  const std::string pendingAlarmKey = "hasPendingAlarm";
   const DataKey dataKey;
   const std::string includeAreaSvg;
 

@@ -17,13 +17,16 @@ constexpr double STROKE_WIDTH = 0.005;
 constexpr const char* ALARM_COLOUR = "#FF0000";
 constexpr const char* NORMAL_COLOUR = "#00FF00";
 
-std::string createObjectStyle(const ObjectAlarmStatus& entry) {
+const char* colourOf(const ObjectAlarmStatus& entry) {
   const bool isAlarm = entry.object->getIsConfident() && entry.status == AlarmDataStatus_e::alarm;
-  const char* colour = isAlarm ? ALARM_COLOUR : NORMAL_COLOUR;
-  return createSVGStyle(colour, FILL_OPACITY, colour, STROKE_WIDTH);
+  return isAlarm ? ALARM_COLOUR : NORMAL_COLOUR;
 }
 
 }  // namespace
+
+std::string Guard::drawingStyle(const char* colour) {
+  return createSVGStyle(colour, FILL_OPACITY, colour, STROKE_WIDTH);
+}
 
 Guard::Guard(const std::string& name, std::int32_t uid, std::int32_t camera,
              std::int64_t eventDuration, const std::string& appName, StateEventProducerI& producer,
@@ -198,7 +201,7 @@ void Guard::sendVisualConfirmationEvent(const AlarmData& alarms, std::int64_t ti
 std::string Guard::createVisualConfirmationSvg(const AlarmData& alarms) const {
   std::string body;
   for (const ObjectAlarmStatus& entry : alarms.getObjects()) {
-    body += entry.object->toStringSvg(createObjectStyle(entry));
+    body += entry.object->toStringSvg(drawingStyle(colourOf(entry)));
   }
   return body;
 }

@@ -99,6 +99,9 @@ class Guard {
   std::int32_t getPriority() const { return priority; }
 
  protected:
+  // How areas and objects are drawn in a colour.
+  static std::string drawingStyle(const char* colour);
+
   // The per-frame step of every kind of guard; svg is the drawing of its area.
   void checkObjects(ParsedScene& scene, const std::string& svg);
 
