@@ -12,12 +12,14 @@
 #include "addon/libs/vigil_pack_lib/filters/size_filter_percent.h"
 #include "addon/libs/vigil_pack_lib/filters/swaying_filter.h"
 #include "addon/libs/vigil_pack_lib/guard/area_guard.h"
+#include "base/units.h"
 #include "bench/case.h"
 #include "bench/everyday.h"
 #include "bench/surroundings.h"
 #include "camera/camera.h"
 #include "config/default_values.h"
 #include "events/state_event_fan_out.h"
+#include "platform/owners.h"
 #include "scene/mote_scene.h"
 #include "scene/mote_scene_parser.h"
 #include "services/frame_encoding.h"
@@ -30,7 +32,7 @@ namespace bench {
 namespace {
 
 constexpr int FRAMES_PER_SECOND = 10;
-constexpr std::int64_t FRAME_TIME = 1'000'000 / FRAMES_PER_SECOND;
+constexpr std::int64_t FRAME_TIME = units::fromSeconds(1) / FRAMES_PER_SECOND;
 constexpr std::size_t WALK_FRAMES = 16;       // there; as many but two back
 constexpr std::size_t WORK_PER_BATCH = 3000;  // objects times profiles
 constexpr std::int32_t MASK =
@@ -104,7 +106,7 @@ void addDefaultFilters(Guard& guard) {
 enum class Profiles { alarms, alarmsAndTracker };
 
 std::unique_ptr<Guard> makeGuard(Profiles kind, std::int32_t uid, const Areas& areas) {
-  constexpr std::int64_t EVENT_DURATION = 5'000'000;
+  constexpr std::int64_t EVENT_DURATION = units::fromSeconds(5);
   constexpr int NOT_BOUND = PRESET_NOT_BOUND;
   const std::string name = "Profile " + std::to_string(uid);
   StateEventProducerI& producer = StateEventFanOut::getInstance();
@@ -153,15 +155,10 @@ Batch prepareFrame(Profiles kind, std::size_t people, std::size_t profiles) {
   return filmBatch(people, profiles, [camera](const SceneFrame& frame) { camera->show(frame); });
 }
 
-struct DeleteScene {
-  void operator()(scene* decoded) const { scene_delete(decoded); }
-};
-
 Batch prepareDecode(std::size_t people) {
   prepareSurroundings();
   return filmBatch(people, 1, [](const SceneFrame& frame) {
-    const std::unique_ptr<scene, DeleteScene> decoded(
-        scene_copy_from_area(frame.data.get(), frame.size));
+    const ScenePtr decoded(scene_copy_from_area(frame.data.get(), frame.size));
     asm volatile("" : : "r"(decoded.get()));
   });
 }

@@ -16,6 +16,7 @@
 #include "fakes/log_capture.h"
 #include "fuzz/input.h"
 #include "fuzz/require.h"
+#include "platform/owners.h"
 #include "scene/frame_format.h"
 #include "scene/mote_scene.h"
 #include "scene/mote_scene_parser.h"
@@ -132,8 +133,7 @@ Frame normal(Frame frame) {
 // Null unless the bytes are a frame. They are copied to where nothing may be read behind them.
 std::optional<Frame> decode(std::span<const std::uint8_t> bytes) {
   const Bytes copy(bytes.begin(), bytes.end());
-  const std::unique_ptr<scene, void (*)(scene*)> decoded(
-      scene_copy_from_area(copy.data(), copy.size()), scene_delete);
+  const ScenePtr decoded(scene_copy_from_area(copy.data(), copy.size()));
   if (decoded == nullptr) {
     return std::nullopt;
   }

@@ -6,10 +6,7 @@
 #include <memory>
 #include <string>
 
-#include "base/glib_ptr.h"
-
-// Owns a set that somebody else has built.
-using KeyValueSetPtr = std::unique_ptr<OVEventKeyValueSet, GDeleter<ov_event_key_value_set_free>>;
+#include "platform/owners.h"
 
 // Owns one key-value set of the event service and builds it step by step. The first step that fails
 // makes the set not ok, and further steps are passed over.

@@ -1,15 +1,13 @@
 #ifndef PTZ_VIDEO_CHANNEL_H
 #define PTZ_VIDEO_CHANNEL_H
 
-#include <ptzmath.h>
-
 #include <cstdint>
-#include <memory>
 #include <optional>
 
 #include "geometry/math_vector.h"
 #include "geometry/point.h"
 #include "geometry/point_f.h"
+#include "platform/owners.h"
 #include "ptz/fov.h"
 
 // The geometry of one video channel (from 0): turns scene coordinates (Q12, y upwards) into pixels
@@ -72,15 +70,9 @@ class VideoChannel {
   std::int32_t refCount = 0;
 
  private:
-  struct DeleteContext {
-    void operator()(ptzmath_context* context) const { ptzmath_context_delete(context); }
-  };
-
-  using Context = std::unique_ptr<ptzmath_context, DeleteContext>;
-
   // What the device states of a picture.
   struct Geometry {
-    Context context;
+    PtzmathPtr context;
     int width = 0;  // pixels, after rotation
     int height = 0;
     std::int32_t rotation = 0;
@@ -100,7 +92,7 @@ class VideoChannel {
   double subtendedAngle(const PointF& position, double extent) const;
 
   std::int32_t channel;
-  Context context;
+  PtzmathPtr context;
   std::int32_t width = 0;  // pixels, after rotation
   std::int32_t height = 0;
   Fov fov;

@@ -7,6 +7,8 @@
 #include <optional>
 #include <utility>
 
+#include "platform/owners.h"
+
 namespace {
 
 // Far beyond any machine's life, and far enough from the limit that times can be added.
@@ -14,10 +16,6 @@ constexpr std::int64_t LATEST_TIME = std::int64_t{1} << 61;
 
 // One frame with more objects must not hold their memory for ever.
 constexpr std::size_t MAX_SPARE_OBJECTS = 500;
-
-struct DeleteScene {
-  void operator()(scene* s) const { scene_delete(s); }
-};
 
 std::int64_t readTimestamp(const scene* s) {
   const std::int64_t* values = nullptr;
@@ -77,8 +75,7 @@ void MoteScene::readObject(const scene_object* object, std::int32_t propertyMask
 
 void MoteScene::read(const SceneFrame& frame, std::int32_t propertyMask) {
   clear();
-  const std::unique_ptr<scene, DeleteScene> decoded(
-      scene_copy_from_area(frame.data.get(), frame.size));
+  const ScenePtr decoded(scene_copy_from_area(frame.data.get(), frame.size));
   if (decoded == nullptr) {
     isDecoded = false;
     return;

@@ -22,6 +22,7 @@
 #include "geometry/segment.h"
 #include "head/head.h"
 #include "platform/fake_parameter_store.h"
+#include "platform/owners.h"
 #include "platform/polygons.h"
 #include "ptz/bearing.h"
 #include "ptz/pid.h"
@@ -360,16 +361,13 @@ void printGroups() {
 // ---- Picture ----
 
 void printPtzMath() {
-  struct Delete {
-    void operator()(ptzmath_context* context) const { ptzmath_context_delete(context); }
-  };
   Random random(8);
   FakeParameterStore store;
   for (int camera = 0; camera < 40; ++camera) {
     store.values = {{"root.PTZ.RemoteCenter.C1.Pan", std::to_string(random.real(-180, 180))},
                     {"root.PTZ.RemoteCenter.C1.Tilt", std::to_string(random.real(-80, 10))},
                     {"root.PTZ.RemoteCenter.C1.Roll", std::to_string(random.real(-10, 10))}};
-    const std::unique_ptr<ptzmath_context, Delete> context(ptzmath_context_create());
+    const PtzmathPtr context(ptzmath_context_create());
     ptzmath_set_pic_dim(context.get(), 1920, 1080);
     ptzmath_set_horiz_fov_x(context.get(), random.integer(20 << 16, 110 << 16));
     ptzmath_set_vert_fov_x(context.get(), random.integer(15 << 16, 70 << 16));
@@ -435,8 +433,7 @@ void printFrames() {
     for (const std::uint8_t byte : bytes) {
       line.add(byte);
     }
-    const std::unique_ptr<scene, decltype(&scene_delete)> decoded(
-        scene_copy_from_area(bytes.data(), bytes.size()), scene_delete);
+    const ScenePtr decoded(scene_copy_from_area(bytes.data(), bytes.size()));
     const scene_object* object = nullptr;
     while ((object = scene_next_object(decoded.get(), object)) != nullptr) {
       const std::int32_t* values = nullptr;

@@ -5,13 +5,12 @@
 #include <memory>
 #include <set>
 
+#include "platform/owners.h"
 #include "scene.h"
 #include "services/frame_handshake.h"
 
 namespace device {
 namespace {
-
-using ScenePtr = std::unique_ptr<scene, decltype(&scene_delete)>;
 
 Frame twoObjects() {
   Frame frame;
@@ -31,7 +30,7 @@ Frame twoObjects() {
 
 ScenePtr decode(const Frame& frame, int mask) {
   const auto bytes = encodeFrame(frame, mask);
-  return {scene_copy_from_area(bytes.data(), bytes.size()), scene_delete};
+  return ScenePtr(scene_copy_from_area(bytes.data(), bytes.size()));
 }
 
 std::set<int> propertiesOf(const scene_object* object) {

@@ -10,6 +10,7 @@
 #include <string>
 
 #include "platform/fake_parameter_store.h"
+#include "platform/owners.h"
 #include "ptzmath/pinhole.h"
 
 namespace {
@@ -248,17 +249,11 @@ TEST(Pinhole, AgreesWithAProjectionRoundTheZenith) {
   }
 }
 
-struct DeleteContext {
-  void operator()(ptzmath_context* context) const { ptzmath_context_delete(context); }
-};
-
-using Context = std::unique_ptr<ptzmath_context, DeleteContext>;
-
 int32_t fixed(double degrees) {
   return static_cast<int32_t>(std::lround(degrees * 65536));
 }
 
-Direction look(const Context& context, int x, int y) {
+Direction look(const PtzmathPtr& context, int x, int y) {
   int32_t pan = 0;
   int32_t tilt = 0;
   ptzmath_to_ptz_x(context.get(), &pan, &tilt, x, y);
@@ -282,11 +277,11 @@ class Ptzmath : public testing::Test {
   ~Ptzmath() override { EXPECT_EQ(0, store.openHandles); }
 
   FakeParameterStore store;
-  const Context context{ptzmath_context_create()};
+  const PtzmathPtr context{ptzmath_context_create()};
 };
 
 TEST(PtzmathContext, FreshOneTakesEveryPixelForTheMiddle) {
-  const Context context(ptzmath_context_create());
+  const PtzmathPtr context(ptzmath_context_create());
   ASSERT_NE(nullptr, context);
   expectDirection(0, 0, look(context, 123, 456));
   EXPECT_EQ(0, ptzmath_to_remote_zoom(context.get(), 123, 456, 100));
@@ -395,7 +390,7 @@ TEST_F(Ptzmath, RemoteZoomIsTheAngleOfTheExtent) {
 }
 
 TEST_F(Ptzmath, ContextsAreIndependent) {
-  const Context other(ptzmath_context_create());
+  const PtzmathPtr other(ptzmath_context_create());
   mount(store, 1, {33, 0, 0});
   EXPECT_EQ(0, ptzmath_get_remote_center(other.get(), 1));
   expectDirection(0, 0, look(context, 960, 540));

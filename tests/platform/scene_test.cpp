@@ -13,6 +13,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/owners.h"
 #include "scene/scene_encoder.h"
 
 namespace {
@@ -30,11 +31,6 @@ constexpr std::size_t PROPERTY_COUNT_AT = 12;
 constexpr std::size_t OBJECT_COUNT_AT = 16;
 constexpr std::size_t EVENT_COUNT_AT = 20;
 constexpr std::size_t HEADER_SIZE = 24;
-
-struct SceneDelete {
-  void operator()(scene* s) const { scene_delete(s); }
-};
-using ScenePtr = std::unique_ptr<scene, SceneDelete>;
 
 // Decodes from a heap block that ends with the frame, so that a read beyond it is found out.
 ScenePtr decode(const Bytes& bytes) {

@@ -106,6 +106,17 @@ class CheckLayersTest(unittest.TestCase):
         self.write("platform/host/geometry/gm.h", "")
         self.assert_fault("base/glib_ptr.h:1: gm.h is not of base")
 
+    def test_every_tree_may_own_what_the_contract_hands_out(self):
+        self.write("platform/owners.h", "#include <gm.h>\n")
+        for user in ("src/ptz/pid.h", "platform/host/scene/encoder.h", "device/head/head.h"):
+            self.write(user, '#include "platform/owners.h"\n')
+        self.assertEqual((0, ""), self.check())
+
+    def test_floor_owns_nothing_of_the_contract(self):
+        self.write("platform/owners.h", "#include <gm.h>\n")
+        self.write("base/glib_ptr.h", '#include "platform/owners.h"\n')
+        self.assert_fault("base/glib_ptr.h:1: platform/owners.h is not of base")
+
     def test_device_has_an_order_of_folders_too(self):
         self.write("device/services/lens.h", "")
         self.write("device/head/head.h", '#include "services/lens.h"\n')

@@ -3,16 +3,12 @@
 #include <glib.h>
 
 #include <cmath>
-#include <memory>
 #include <string>
 
-#include "base/glib_ptr.h"
-#include "ovparameter.h"
+#include "platform/owners.h"
 
 namespace ptzmath {
 namespace {
-
-using Store = std::unique_ptr<OVParameter, GDeleter<ov_parameter_free>>;
 
 std::optional<double> numberIn(const char* text) {
   char* end = nullptr;
@@ -23,7 +19,7 @@ std::optional<double> numberIn(const char* text) {
   return number;
 }
 
-std::optional<double> readAngle(const Store& store, const std::string& name) {
+std::optional<double> readAngle(const ParameterPtr& store, const std::string& name) {
   char* value = nullptr;
   if (!ov_parameter_get(store.get(), name.c_str(), &value, nullptr)) {
     return std::nullopt;
@@ -35,7 +31,7 @@ std::optional<double> readAngle(const Store& store, const std::string& name) {
 }  // namespace
 
 std::optional<Mounting> readMounting(int channel) {
-  const Store store(ov_parameter_new("ptzmath", nullptr));
+  const ParameterPtr store(ov_parameter_new("ptzmath", nullptr));
   if (!store) {
     return std::nullopt;
   }

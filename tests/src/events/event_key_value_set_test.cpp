@@ -5,6 +5,7 @@
 #include <string>
 
 #include "fakes/fake_events.h"
+#include "platform/owners.h"
 
 namespace {
 
@@ -15,10 +16,9 @@ class EventKeyValueSetTest : public testing::Test {
 
   // The keys of a set, as the event service sees them.
   static FakeEvents::Keys keysOf(const EventKeyValueSet& set) {
-    OVEventHandler* const handler = ov_event_handler_new();
+    const EventHandlerPtr handler(ov_event_handler_new());
     std::uint32_t id = 0;
-    EXPECT_TRUE(ov_event_handler_declare(handler, set.get(), FALSE, &id, nullptr));
-    ov_event_handler_free(handler);
+    EXPECT_TRUE(ov_event_handler_declare(handler.get(), set.get(), FALSE, &id, nullptr));
     return FakeEvents::declarations().back().keys;
   }
 };

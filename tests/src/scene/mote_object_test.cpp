@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "fakes/log_capture.h"
+#include "platform/owners.h"
 #include "src/scene/frames.h"
 
 namespace {
@@ -34,10 +35,7 @@ class OneObject {
   }
 
  private:
-  struct Delete {
-    void operator()(scene* s) const { scene_delete(s); }
-  };
-  std::unique_ptr<scene, Delete> decoded;
+  ScenePtr decoded;
 };
 
 const Values BOX = {-10, -20, -10, 20, 10, 20, 10, -20};
