@@ -7,6 +7,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 
 template <auto FREE>
 struct GDeleter {
@@ -47,7 +48,16 @@ class ErrorSlot {
     return &error;
   }
   bool isSet() const { return error != nullptr; }
+  GError* get() { return error; }
   const GError* get() const { return error; }
+
+  // Hands the error on to a caller who may not want it (null), as g_propagate_error does; nothing
+  // when none is set.
+  void handTo(GError** caller) {
+    if (error != nullptr) {
+      g_propagate_error(caller, std::exchange(error, nullptr));
+    }
+  }
 
   // Never empty: a call that failed without telling why has an "unknown error".
   std::string message() const { return error != nullptr ? error->message : "unknown error"; }

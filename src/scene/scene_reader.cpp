@@ -25,29 +25,15 @@ constexpr std::int32_t MAX_FRAME_LENGTH = 16 * 1024 * 1024;
 constexpr std::array CAPABILITIES{SCENE_BOUNDING_BOX, SCENE_POLYGON, SCENE_VELOCITY,
                                   SCENE_CONFIDENCE};
 
-// Receives exactly that many bytes.
+// Receives exactly that many bytes; only the end of the stream is no failure to be logged.
 bool readFromSocket(int fd, void* buffer, std::size_t count) {
-  auto* bytes = static_cast<char*>(buffer);
-  while (count > 0) {
-    const ssize_t received = recv(fd, bytes, count, 0);
-    if (received == -1 && errno == EINTR) {
-      continue;
-    }
-    if (received == 0) {
-      return false;
-    }
-    if (received == -1) {
-      syslog(LOG_WARNING, "readFromSocket: Receive failed.\n");
-      return false;
-    }
-    if (received < 0) {
-      syslog(LOG_WARNING, "readFromSocket: Something really unexpected.\n");
-      return false;
-    }
-    bytes += received;
-    count -= static_cast<std::size_t>(received);
+  if (local_socket::receiveAll(fd, {static_cast<std::uint8_t*>(buffer), count})) {
+    return true;
   }
-  return true;
+  if (errno != 0) {
+    syslog(LOG_WARNING, "readFromSocket: Receive failed.\n");
+  }
+  return false;
 }
 
 std::string createRequest(std::int32_t propertyMask, int channel, const API_Version& version) {

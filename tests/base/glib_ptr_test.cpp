@@ -30,6 +30,24 @@ TEST(ErrorSlotTest, TheNextCallBeginsWithoutTheErrorOfTheLast) {
   EXPECT_FALSE(error.isSet());
 }
 
+TEST(ErrorSlotTest, HandsItsErrorOnToWhoeverWantsIt) {
+  ErrorSlot error;
+  ErrorSlot caller;
+  fail(error.out(), "broken");
+  error.handTo(caller.out());
+  EXPECT_EQ(caller.message(), "broken");
+  EXPECT_FALSE(error.isSet());
+  fail(error.out(), "broken again");
+  error.handTo(nullptr);
+  EXPECT_FALSE(error.isSet());
+}
+
+TEST(ErrorSlotTest, HandsNothingOnWhenNothingWentWrong) {
+  ErrorSlot caller;
+  ErrorSlot().handTo(caller.out());
+  EXPECT_FALSE(caller.isSet());
+}
+
 TEST(GSourcePtrTest, ItsSourceIsDestroyedWithIt) {
   GSource* source = g_idle_source_new();
   g_source_ref(source);

@@ -80,15 +80,15 @@ GVariantPtr ServiceClient::call(const char* method, GVariant* arguments, const c
 GVariantPtr ServiceClient::callOwner(GDBusConnection* bus, const std::string& owner,
                                      const char* method, GVariant* arguments, const char* reply,
                                      GError** error) const {
-  GError* failure = nullptr;
+  ErrorSlot failure;
   const int timeout = isSilent ? SILENT_TIMEOUT_MS : TIMEOUT_MS;
   GVariantPtr answer(g_dbus_connection_call_sync(
       bus, owner.c_str(), getPath(), getName(), method, arguments, G_VARIANT_TYPE(reply),
-      G_DBUS_CALL_FLAGS_NO_AUTO_START, timeout, nullptr, &failure));
-  isSilent = g_error_matches(failure, G_IO_ERROR, G_IO_ERROR_TIMED_OUT) != FALSE;
-  if (failure != nullptr) {
-    g_dbus_error_strip_remote_error(failure);
-    g_propagate_error(error, failure);
+      G_DBUS_CALL_FLAGS_NO_AUTO_START, timeout, nullptr, failure.out()));
+  isSilent = g_error_matches(failure.get(), G_IO_ERROR, G_IO_ERROR_TIMED_OUT) != FALSE;
+  if (failure.isSet()) {
+    g_dbus_error_strip_remote_error(failure.get());
+    failure.handTo(error);
   }
   return answer;
 }

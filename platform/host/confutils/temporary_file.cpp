@@ -51,38 +51,32 @@ std::string templateFor(const std::filesystem::path& path) {
 
 }  // namespace
 
-TemporaryFile::Descriptor::~Descriptor() {
-  if (number >= 0) {
-    close(number);
-  }
-}
-
 TemporaryFile::TemporaryFile(const std::string& path)
     : path(path),
       folderPath(folderOf(path)),
       folder(open(folderPath.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)),
       temporaryPath(templateFor(path)) {
-  check(folder.get() >= 0, "Failed to open " + folderPath);
+  check(folder.isOpen(), "Failed to open " + folderPath);
   // The lock ends with its process, however that ends: whatever is there now is nobody's.
   if (lockWhole(folder.get())) {
     removeRemains();
   }
-  file = mkostemp(temporaryPath.data(), O_CLOEXEC);
-  check(file >= 0, "Failed to create a file in " + folderPath);
+  file = FileDescriptor(mkostemp(temporaryPath.data(), O_CLOEXEC));
+  check(file.isOpen(), "Failed to create a file in " + folderPath);
 }
 
 TemporaryFile::~TemporaryFile() {
-  close(file);
+  file.reset();
   unlink(temporaryPath.c_str());
 }
 
 void TemporaryFile::setMode(mode_t mode) {
-  check(fchmod(file, mode) == 0, "Failed to set the mode of " + temporaryPath);
+  check(fchmod(file.get(), mode) == 0, "Failed to set the mode of " + temporaryPath);
 }
 
 void TemporaryFile::write(std::string_view contents) {
   while (!contents.empty()) {
-    const ssize_t written = ::write(file, contents.data(), contents.size());
+    const ssize_t written = ::write(file.get(), contents.data(), contents.size());
     if (written < 0 && errno == EINTR) {
       continue;
     }
@@ -103,7 +97,7 @@ void TemporaryFile::removeRemains() const {
 }
 
 void TemporaryFile::replace() {
-  check(fsync(file) == 0, "Failed to flush " + temporaryPath);
+  check(fsync(file.get()) == 0, "Failed to flush " + temporaryPath);
   const Taken_e taken = takeName();
   if (fsync(folder.get()) == 0) {
     return;

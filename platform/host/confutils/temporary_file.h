@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include "base/file_descriptor.h"
+
 namespace confutils {
 
 // A file that takes the place of another in the same folder, or leaves no trace. Every operation
@@ -29,18 +31,6 @@ class TemporaryFile {
   void replace();
 
  private:
-  class Descriptor {
-   public:
-    explicit Descriptor(int number) : number(number) {}
-    ~Descriptor();
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    int get() const { return number; }
-
-   private:
-    const int number;
-  };
-
   // How the path's name was come by.
   enum class Taken_e {
     swapped,   // the file that had it has the temporary name
@@ -54,9 +44,9 @@ class TemporaryFile {
 
   const std::string path;
   const std::string folderPath;
-  const Descriptor folder;  // with the lock, where the file system has locks
+  const FileDescriptor folder;  // with the lock, where the file system has locks
   std::string temporaryPath;
-  int file = -1;
+  FileDescriptor file;
 };
 
 }  // namespace confutils

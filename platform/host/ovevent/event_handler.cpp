@@ -250,13 +250,13 @@ void EventHandler::detach() {
 
 bool EventHandler::tellEverything(GError** error) {
   for (auto& [declaration, event] : declarations) {
-    GError* failure = nullptr;
-    if (!tellDeclaration(event, &failure) && (isAway(failure) || isSilent(failure))) {
-      g_propagate_error(error, failure);
+    ErrorSlot failure;
+    if (!tellDeclaration(event, failure.out()) &&
+        (isAway(failure.get()) || isSilent(failure.get()))) {
+      failure.handTo(error);
       detach();
       return false;
     }
-    g_clear_error(&failure);
   }
   for (const SubscriptionPtr& subscription : subscriptions->all()) {
     askForPresentState(subscription);
@@ -287,17 +287,17 @@ void EventHandler::askForPresentState(const SubscriptionPtr& subscription) {
 // whether there was one (see isAway).
 GVariantPtr EventHandler::call(const char* method, const MakeArguments& arguments,
                                const char* reply, GError** error) {
-  GError* failure = nullptr;
+  ErrorSlot failure;
   for (const bool isLast : {false, true}) {
-    g_clear_error(&failure);
-    if (!attach(&failure)) {
+    if (!attach(failure.out())) {
       break;
     }
-    GVariantPtr answer = service->callOwner(bus.get(), owner, method, arguments(), reply, &failure);
+    GVariantPtr answer =
+        service->callOwner(bus.get(), owner, method, arguments(), reply, failure.out());
     if (answer) {
       return answer;
     }
-    if (!isAway(failure)) {
+    if (!isAway(failure.get())) {
       break;
     }
     detach();
@@ -305,7 +305,7 @@ GVariantPtr EventHandler::call(const char* method, const MakeArguments& argument
       break;
     }
   }
-  g_propagate_error(error, failure);
+  failure.handTo(error);
   return nullptr;
 }
 
@@ -358,18 +358,17 @@ bool EventHandler::declare(const EventKeys& keys, bool stateless, std::uint32_t&
                            GError** error) {
   const LockGuard lock(calls);
   Declaration event{.keys = keys, .stateless = stateless};
-  GError* failure = nullptr;
+  ErrorSlot failure;
   const GVariantPtr reply = call(
       "Declare",
       [&] { return g_variant_new("(@a(ssavusss)b)", toVariant(keys), stateless ? TRUE : FALSE); },
-      "(u)", &failure);
+      "(u)", failure.out());
   if (reply) {
     g_variant_get(reply.get(), "(u)", &event.id);
   } else if (stateless || !owner.empty()) {
-    g_propagate_error(error, failure);
+    failure.handTo(error);
     return false;
   }
-  g_clear_error(&failure);
   declaration = ++lastDeclaration;
   declarations.emplace(declaration, std::move(event));
   return true;
@@ -384,19 +383,18 @@ bool EventHandler::send(std::uint32_t declaration, const EventKeys& keys, std::i
   }
   Declaration& event = found->second;
   updateValues(event.keys, keys);
-  GError* failure = nullptr;
+  ErrorSlot failure;
   const GVariantPtr reply = call(
       "Send",
       [&] {
         return g_variant_new("(u@a(ssavusss)x)", event.id, toVariant(keys),
                              static_cast<gint64>(time));
       },
-      "()", &failure);
+      "()", failure.out());
   if (!reply && (event.stateless || !owner.empty())) {
-    g_propagate_error(error, failure);
+    failure.handTo(error);
     return false;
   }
-  g_clear_error(&failure);
   return true;
 }
 
@@ -406,14 +404,13 @@ bool EventHandler::undeclare(std::uint32_t declaration, GError** error) {
   if (found == declarations.end()) {
     return notFound(error, "declaration", declaration);
   }
-  GError* failure = nullptr;
+  ErrorSlot failure;
   const GVariantPtr reply = call(
-      "Undeclare", [&] { return g_variant_new("(u)", found->second.id); }, "()", &failure);
+      "Undeclare", [&] { return g_variant_new("(u)", found->second.id); }, "()", failure.out());
   if (!reply && !owner.empty()) {
-    g_propagate_error(error, failure);
+    failure.handTo(error);
     return false;
   }
-  g_clear_error(&failure);
   declarations.erase(found);
   return true;
 }
