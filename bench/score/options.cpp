@@ -5,9 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <memory>
 
-#include "base/glib_ptr.h"
 #include "world/scenes.h"
 
 namespace score {
@@ -57,24 +55,7 @@ void parse(const std::vector<std::string>& arguments, Raw& raw) {
       {"from-start", 0, 0, G_OPTION_ARG_NONE, &raw.fromStart,
        "From the device's start on, all people at once", nullptr},
       {nullptr, 0, 0, G_OPTION_ARG_NONE, nullptr, nullptr, nullptr}};
-  const std::unique_ptr<GOptionContext, GDeleter<g_option_context_free>> context(
-      g_option_context_new(nullptr));
-  g_option_context_set_summary(context.get(),
-                               "Scores one head with one seed; script/score runs it.");
-  g_option_context_add_main_entries(context.get(), entries.data(), nullptr);
-  char** argv = g_new0(char*, arguments.size() + 1);
-  for (std::size_t i = 0; i < arguments.size(); ++i) {
-    argv[i] = g_strdup(arguments[i].c_str());
-  }
-  ErrorSlot error;
-  const bool isParsed = g_option_context_parse_strv(context.get(), &argv, error.out()) != FALSE;
-  const std::unique_ptr<char*, GDeleter<g_strfreev>> rest(argv);
-  if (!isParsed) {
-    throw OptionError(error.message());
-  }
-  if (g_strv_length(argv) > 1) {
-    throw OptionError(std::string("Not an option: ") + argv[1]);
-  }
+  readOptions("Scores one head with one seed; script/score runs it.", entries, arguments);
 }
 
 device::GroundPoint readPoint(const char* option, const char* text) {

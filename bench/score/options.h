@@ -1,19 +1,15 @@
 #ifndef SCORE_OPTIONS_H
 #define SCORE_OPTIONS_H
 
-#include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "base/command_line.h"
 #include "score/job.h"
 
 namespace score {
 
-// A command line that cannot be used; what() is for the user.
-class OptionError : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
-};
+using ::OptionError;
 
 // arguments begin with the program's name. Throws OptionError; prints help and ends the process for
 // --help.

@@ -6,20 +6,11 @@
 #include <cmath>
 #include <utility>
 
-#include "base/glib_ptr.h"
 #include "world/scenes.h"
 
 namespace device {
 
 namespace {
-
-struct StrvDeleter {
-  void operator()(char** texts) const { g_strfreev(texts); }
-};
-
-struct ContextDeleter {
-  void operator()(GOptionContext* context) const { g_option_context_free(context); }
-};
 
 // Where GOption leaves what it reads; texts are its own.
 struct Raw {
@@ -103,24 +94,7 @@ void parse(const std::vector<std::string>& arguments, Raw* raw) {
        "HOST[:PORT]"},
       {nullptr, 0, 0, G_OPTION_ARG_NONE, nullptr, nullptr, nullptr}};
 
-  const std::unique_ptr<GOptionContext, ContextDeleter> context(g_option_context_new(nullptr));
-  g_option_context_set_summary(context.get(),
-                               "A camera with its PTZ head and the people in front of it.");
-  g_option_context_add_main_entries(context.get(), entries.data(), nullptr);
-
-  char** argv = g_new0(char*, arguments.size() + 1);
-  for (std::size_t i = 0; i < arguments.size(); ++i) {
-    argv[i] = g_strdup(arguments[i].c_str());
-  }
-  ErrorSlot error;
-  const bool parsed = g_option_context_parse_strv(context.get(), &argv, error.out()) != FALSE;
-  const std::unique_ptr<char*, StrvDeleter> rest(argv);
-  if (!parsed) {
-    throw OptionError(error.message());
-  }
-  if (g_strv_length(argv) > 1) {
-    throw OptionError(std::string("Not an option: ") + argv[1]);
-  }
+  readOptions("A camera with its PTZ head and the people in front of it.", entries, arguments);
 }
 
 void check(const Raw& raw) {

@@ -4,10 +4,10 @@
 #include <cstdint>
 #include <filesystem>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "base/command_line.h"
 #include "web_server/web_options.h"
 
 namespace device {
@@ -33,11 +33,7 @@ struct Options {
   WebOptions web;
 };
 
-// A command line that cannot be used; what() is for the user.
-class OptionError : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
-};
+using ::OptionError;
 
 // arguments begin with the program's name. Throws OptionError; prints help and ends the process for
 // --help.

@@ -1,8 +1,6 @@
 #include "model/installation.h"
 
-#include <array>
-#include <cstdio>
-
+#include "base/text.h"
 #include "world/survey.h"
 
 namespace device {
@@ -10,9 +8,7 @@ namespace device {
 namespace {
 
 std::string metres(double value) {
-  std::array<char, 32> text{};
-  std::snprintf(text.data(), text.size(), "%.3f", value);
-  return text.data();
+  return text::formatted("%.3f", value);
 }
 
 }  // namespace

@@ -5,12 +5,12 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstdio>
 #include <memory>
 #include <numeric>
 #include <utility>
 
 #include "base/json_auto_ptr.h"
+#include "base/text.h"
 #include "model/section.h"
 
 namespace device {
@@ -20,9 +20,7 @@ constexpr int MOST_BASES = 8;  // bases of bases; more are a circle
 constexpr int MOST_CHANNELS = 16;
 
 std::string decimals(double value, int count) {
-  std::array<char, 64> buffer{};
-  std::snprintf(buffer.data(), buffer.size(), "%.*f", count, value);
-  return buffer.data();
+  return text::formatted("%.*f", count, value);
 }
 
 JsonAutoPtr readFile(const std::filesystem::path& file) {

@@ -2,7 +2,8 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
+
+#include "base/text.h"
 
 namespace device {
 namespace {
@@ -219,9 +220,7 @@ std::string boundsText(const ModelKey& key) {
 }
 
 std::string shortText(double value) {
-  std::array<char, 32> buffer{};
-  std::snprintf(buffer.data(), buffer.size(), "%.7g", value);
-  return buffer.data();
+  return text::formatted("%.7g", value);
 }
 
 }  // namespace device

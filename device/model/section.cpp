@@ -1,10 +1,10 @@
 #include "model/section.h"
 
-#include <charconv>
 #include <sstream>
 #include <stdexcept>
 #include <utility>
 
+#include "base/text.h"
 #include "model/model_error.h"
 
 namespace device {
@@ -15,12 +15,6 @@ std::string joined(const std::string& place, std::string_view key) {
     return place + std::string(key);
   }
   return place + "." + std::string(key);
-}
-
-double toNumber(std::string_view text) {
-  double value = 0;
-  std::from_chars(text.data(), text.data() + text.size(), value);
-  return value;
 }
 
 bool isChoice(std::string_view choices, const std::string& text) {
@@ -64,7 +58,7 @@ double Section::number(std::string_view key, double low, double high) const {
   const ModelKey& known = keyOf(key);
   const json_t* value = findOrStandard(known, key);
   if (!value) {
-    return toNumber(*known.standard);
+    return text::toNumber<double>(*known.standard).value();
   }
   const double result = json_number_value(value);
   if (!json_is_number(value) || !(result >= low && result <= high)) {
@@ -82,7 +76,7 @@ int Section::whole(std::string_view key, int low, int high) const {
   const ModelKey& known = keyOf(key);
   const json_t* value = findOrStandard(known, key);
   if (!value) {
-    return static_cast<int>(toNumber(*known.standard));
+    return static_cast<int>(text::toNumber<double>(*known.standard).value());
   }
   const json_int_t result = json_integer_value(value);
   if (!json_is_integer(value) || result < low || result > high) {

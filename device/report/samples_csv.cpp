@@ -1,8 +1,8 @@
 #include "report/samples_csv.h"
 
-#include <array>
-#include <cstdio>
 #include <string>
+
+#include "base/text.h"
 
 namespace device {
 namespace {
@@ -11,20 +11,13 @@ constexpr const char* HEADING =
     "time_s,scored,pan_deg,tilt_deg,field_deg,bound_pan_deg,bound_tilt_deg,bound_field_deg,person,"
     "x_m,y_m,height_m,counts\n";
 
-template <typename... Values>
-std::string format(const char* pattern, Values... values) {
-  std::array<char, 160> buffer{};
-  std::snprintf(buffer.data(), buffer.size(), pattern, values...);
-  return buffer.data();
-}
-
 std::string textOf(const HeadPose& pose) {
-  return format("%.8f,%.8f,%.8f", pose.pan, pose.tilt, pose.field);
+  return text::formatted("%.8f,%.8f,%.8f", pose.pan, pose.tilt, pose.field);
 }
 
 std::string textOf(const ScoredPerson& person) {
-  return format("%d,%.8f,%.8f,%.8f,%d", person.id, person.position.x, person.position.y,
-                person.height, person.counts ? 1 : 0);
+  return text::formatted("%d,%.8f,%.8f,%.8f,%d", person.id, person.position.x, person.position.y,
+                         person.height, person.counts ? 1 : 0);
 }
 
 }  // namespace
@@ -35,7 +28,7 @@ void writeSamples(std::ostream& out, std::span<const ScoreSample> samples,
   const std::size_t before = samples.size() - bound.size();
   for (std::size_t i = 0; i < samples.size(); ++i) {
     const bool isScored = i >= before;
-    const std::string start = format("%.6f,%d,", samples[i].time, isScored ? 1 : 0) +
+    const std::string start = text::formatted("%.6f,%d,", samples[i].time, isScored ? 1 : 0) +
                               textOf(samples[i].head) + "," +
                               (isScored ? textOf(bound[i - before]) : ",,") + ",";
     if (samples[i].people.empty()) {

@@ -1,23 +1,16 @@
 #include "services/console.h"
 
-#include <array>
-#include <cstdio>
 #include <iostream>
 #include <stdexcept>
+
+#include "base/text.h"
 
 namespace device {
 
 namespace {
 
-template <typename... Values>
-std::string format(const char* pattern, Values... values) {
-  std::array<char, 256> buffer;
-  std::snprintf(buffer.data(), buffer.size(), pattern, values...);
-  return buffer.data();
-}
-
 std::string logLine(double time, const SyslogLine& line) {
-  return format("%8.3f s  %-7s  ", time, severityName(line.severity)) + line.ident + ": " +
+  return text::formatted("%8.3f s  %-7s  ", time, severityName(line.severity)) + line.ident + ": " +
          line.text;
 }
 
@@ -25,14 +18,17 @@ std::string logLine(double time, const SyslogLine& line) {
 
 std::string statusLine(const Status& status) {
   const std::string state = status.state.empty() ? "-" : status.state;
-  std::string line = format("%6.1f s  %-10s  ", status.time, state.c_str());
-  line += status.target ? format("target %6.1f %5.1f", status.target->pan, status.target->tilt)
-                        : format("target %6s %5s", "-", "-");
-  line += format("  head %6.1f %5.1f x%.1f", status.head.pan, status.head.tilt, status.multiplier);
-  line += status.target ? format("  error %5.1f",
-                                 angleBetween(*status.target, {status.head.pan, status.head.tilt}))
-                        : format("  error %5s", "-");
-  return line + format("  objects %d", status.objects);
+  std::string line = text::formatted("%6.1f s  %-10s  ", status.time, state.c_str());
+  line += status.target
+              ? text::formatted("target %6.1f %5.1f", status.target->pan, status.target->tilt)
+              : text::formatted("target %6s %5s", "-", "-");
+  line += text::formatted("  head %6.1f %5.1f x%.1f", status.head.pan, status.head.tilt,
+                          status.multiplier);
+  line += status.target
+              ? text::formatted("  error %5.1f",
+                                angleBetween(*status.target, {status.head.pan, status.head.tilt}))
+              : text::formatted("  error %5s", "-");
+  return line + text::formatted("  objects %d", status.objects);
 }
 
 void Console::openLog(const std::filesystem::path& path) {

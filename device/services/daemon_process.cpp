@@ -4,13 +4,15 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <charconv>
 #include <csignal>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
 #include <utility>
+
+#include "base/text.h"
+#include "base/units.h"
 
 namespace device {
 
@@ -25,23 +27,17 @@ pid_t parentOf(const std::filesystem::path& process) {
   if (end == std::string::npos || text.size() < end + 4) {
     return 0;
   }
-  pid_t parent = 0;
-  std::from_chars(text.data() + end + 4, text.data() + text.size(), parent);
-  return parent;
+  const auto parent = text::leadingNumber<pid_t>(std::string_view(text).substr(end + 4));
+  return parent ? parent->value : 0;
 }
 
 // The children of this process, those included that have ended and were not waited for.
 std::set<pid_t> children() {
   std::set<pid_t> found;
   for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
-    const std::string name = entry.path().filename();
-    pid_t pid = 0;
-    const auto [end, error] = std::from_chars(name.data(), name.data() + name.size(), pid);
-    if (error != std::errc() || end != name.data() + name.size()) {
-      continue;
-    }
-    if (parentOf(entry.path()) == getpid()) {
-      found.insert(pid);
+    const auto pid = text::toNumber<pid_t>(entry.path().filename().native());
+    if (pid && parentOf(entry.path()) == getpid()) {
+      found.insert(*pid);
     }
   }
   return found;
@@ -72,8 +68,8 @@ DaemonProcess::DaemonProcess(std::vector<std::string> command, OnEnd onEnd, int 
   prctl(PR_SET_CHILD_SUBREAPER, 1, 0, 0, 0);
   ErrorSlot error;
   GPid child = 0;
-  const GSpawnFlags flags = G_SPAWN_DO_NOT_REAP_CHILD;
-  if (!g_spawn_async(nullptr, toArgv(command).data(), nullptr, flags, nullptr, nullptr, &child,
+  constexpr GSpawnFlags FLAGS = G_SPAWN_DO_NOT_REAP_CHILD;
+  if (!g_spawn_async(nullptr, toArgv(command).data(), nullptr, FLAGS, nullptr, nullptr, &child,
                      error.out())) {
     throw std::runtime_error("Cannot start the daemon: " + error.message());
   }
@@ -95,8 +91,8 @@ void DaemonProcess::terminate() {
   asked = g_get_monotonic_time();
   kill(pid, SIGTERM);
   // Not the timer of whole seconds: to wake up together with others, it may fire early.
-  constexpr guint MILLISECONDS_PER_SECOND = 1000;
-  grace.reset(g_timeout_source_new(static_cast<guint>(graceSeconds) * MILLISECONDS_PER_SECOND));
+  grace.reset(
+      g_timeout_source_new(static_cast<guint>(graceSeconds * units::MILLISECONDS_PER_SECOND)));
   g_source_set_callback(grace.get(), graceOver, this, nullptr);
   g_source_attach(grace.get(), g_main_context_get_thread_default());
 }
@@ -132,7 +128,7 @@ void DaemonProcess::ended(GPid, gint waitStatus, gpointer data) {
   self->grace.reset();
   DaemonEnd end{self->asked != 0, self->killed, waitStatus, 0};
   if (end.asked) {
-    end.seconds = static_cast<double>(g_get_monotonic_time() - self->asked) / 1e6;
+    end.seconds = units::toSeconds(g_get_monotonic_time() - self->asked);
   }
   self->onEnd(end);
 }

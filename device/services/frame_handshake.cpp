@@ -1,7 +1,8 @@
 #include "services/frame_handshake.h"
 
-#include <charconv>
 #include <vector>
+
+#include "base/text.h"
 
 namespace device {
 
@@ -31,17 +32,8 @@ std::vector<std::string_view> split(std::string_view text) {
   return tokens;
 }
 
-std::optional<int> toInt(std::string_view text) {
-  int value = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-  if (error != std::errc() || end != text.data() + text.size()) {
-    return std::nullopt;
-  }
-  return value;
-}
-
 std::optional<int> channelIn(std::string_view text, int first, int channels) {
-  const auto number = toInt(text);
+  const auto number = text::toNumber<int>(text);
   if (!number || *number < first || *number >= first + channels) {
     return std::nullopt;
   }
@@ -80,7 +72,7 @@ std::optional<FrameRequest> parseSubscription(std::string_view line, int channel
     return std::nullopt;
   }
   const auto channel = channelIn(tokens[1], 0, channels);
-  const auto mask = toInt(tokens[2]);
+  const auto mask = text::toNumber<int>(tokens[2]);
   if (!channel || !mask || (*mask & ~ALL_PROPERTIES) != 0) {
     return std::nullopt;
   }

@@ -6,8 +6,9 @@
 #include <algorithm>
 #include <array>
 #include <cctype>
-#include <charconv>
 #include <utility>
+
+#include "base/text.h"
 
 namespace device {
 
@@ -24,14 +25,12 @@ int takeSeverity(std::string_view* text) {
   if (!text->starts_with('<')) {
     return NOTICE;
   }
-  int priority = 0;
-  const auto [end, error] =
-      std::from_chars(text->data() + 1, text->data() + text->size(), priority);
-  if (error != std::errc() || end == text->data() + text->size() || *end != '>') {
+  const auto priority = text::leadingNumber<int>(text->substr(1));
+  if (!priority || !priority->rest.starts_with('>')) {
     return NOTICE;
   }
-  text->remove_prefix(static_cast<std::size_t>(end - text->data()) + 1);
-  return priority & 7;
+  *text = priority->rest.substr(1);
+  return priority->value & 7;
 }
 
 void skipTime(std::string_view* text) {

@@ -4,7 +4,8 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
+
+#include "base/text.h"
 
 namespace device {
 
@@ -19,18 +20,13 @@ bool isName(const std::string& text, const char* name) {
   return g_ascii_strcasecmp(text.c_str(), name) == 0;
 }
 
-std::string_view trimmed(std::string_view text) {
-  const std::size_t begin = text.find_first_not_of(" \t");
-  if (begin == std::string_view::npos) {
-    return "";
-  }
-  return text.substr(begin, text.find_last_not_of(" \t") - begin + 1);
-}
-
 bool readStatus(std::string_view value, unsigned* status) {
-  const auto [end, error] = std::from_chars(value.data(), value.data() + value.size(), *status);
-  const bool whole = end == value.data() + value.size() || *end == ' ';
-  return error == std::errc() && whole && *status >= 200 && *status <= 599;
+  const auto number = text::leadingNumber<unsigned>(value);
+  if (!number || !(number->rest.empty() || number->rest.starts_with(' '))) {
+    return false;
+  }
+  *status = number->value;
+  return *status >= 200 && *status <= 599;
 }
 
 bool readLine(std::string_view line, ApplicationAnswer* answer) {
@@ -39,7 +35,7 @@ bool readLine(std::string_view line, ApplicationAnswer* answer) {
     return false;
   }
   std::string name(line.substr(0, colon));
-  const std::string_view value = trimmed(line.substr(colon + 1));
+  const std::string_view value = text::trimmed(line.substr(colon + 1), " \t");
   if (name.find_first_of(" \t\r\n") != std::string::npos) {
     return false;
   }

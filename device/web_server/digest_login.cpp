@@ -1,10 +1,11 @@
 #include "web_server/digest_login.h"
 
-#include <charconv>
 #include <cstring>
 #include <memory>
 #include <string_view>
 #include <utility>
+
+#include "base/text.h"
 
 namespace device {
 
@@ -23,10 +24,7 @@ std::optional<std::uint32_t> readCount(std::string_view text) {
   if (text.size() != COUNT_LENGTH) {
     return std::nullopt;
   }
-  std::uint32_t count = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), count, 16);
-  const bool whole = error == std::errc() && end == text.data() + text.size();
-  return whole ? std::optional(count) : std::nullopt;
+  return text::toNumber<std::uint32_t>(text, 16);
 }
 
 }  // namespace

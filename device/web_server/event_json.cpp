@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
-#include <cstdio>
 #include <ctime>
 #include <string_view>
 
+#include "base/text.h"
 #include "web_server/json_values.h"
 
 namespace device {
@@ -115,10 +115,8 @@ std::string isoTime(std::int64_t time) {
   std::tm parts{};
   gmtime_r(&seconds, &parts);
   std::array<char, 40> text{};
-  const std::size_t length = std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S", &parts);
-  std::snprintf(text.data() + length, text.size() - length, ".%03dZ",
-                static_cast<int>((since - whole).count()));
-  return text.data();
+  std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S", &parts);
+  return text.data() + text::formatted(".%03dZ", static_cast<int>((since - whole).count()));
 }
 
 std::string brokerTopic(const Event& event) {

@@ -2,13 +2,11 @@
 
 #include <glib.h>
 
-#include <array>
-#include <charconv>
-#include <cstdio>
 #include <random>
 #include <utility>
 
 #include "base/glib_ptr.h"
+#include "base/text.h"
 
 namespace device {
 
@@ -20,9 +18,7 @@ constexpr std::size_t SEAL_LENGTH = 32;
 constexpr std::size_t SECRET_LENGTH = 32;  // bytes
 
 std::string hexadecimal(std::uint64_t number) {
-  std::array<char, TIME_LENGTH + 1> text;
-  std::snprintf(text.data(), text.size(), "%016llx", static_cast<unsigned long long>(number));
-  return text.data();
+  return text::formatted("%016llx", static_cast<unsigned long long>(number));
 }
 
 std::string randomSecret() {
@@ -72,9 +68,8 @@ std::string NonceBook::sealOf(const std::string& stamp) const {
 }
 
 bool NonceBook::isOld(const std::string& stamp) const {
-  std::uint64_t time = 0;
-  std::from_chars(stamp.data(), stamp.data() + TIME_LENGTH, time, 16);
-  return clock() - static_cast<std::int64_t>(time) >= lifetime.count();
+  const auto time = text::toNumber<std::uint64_t>(stamp.substr(0, TIME_LENGTH), 16);
+  return clock() - static_cast<std::int64_t>(time.value_or(0)) >= lifetime.count();
 }
 
 bool NonceBook::Counts::take(std::uint32_t count) {

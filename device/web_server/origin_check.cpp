@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <array>
 #include <cctype>
-#include <charconv>
 #include <string_view>
 #include <utility>
 
+#include "base/text.h"
 #include "web_server/web_options.h"
 
 namespace device {
@@ -50,10 +50,9 @@ std::optional<Authority> readAuthority(std::string_view text) {
     return std::nullopt;
   }
   text.remove_prefix(1);
-  const auto [last, error] =
-      std::from_chars(text.data(), text.data() + text.size(), authority.port);
-  const bool whole = error == std::errc() && last == text.data() + text.size();
-  return whole ? std::optional(authority) : std::nullopt;
+  const auto port = text::toNumber<decltype(Authority::port)>(text);
+  authority.port = port.value_or(authority.port);
+  return port ? std::optional(authority) : std::nullopt;
 }
 
 std::optional<Authority> readOrigin(std::string_view text) {

@@ -1,22 +1,19 @@
 #include "web_server/web_options.h"
 
-#include <charconv>
 #include <cstring>
 #include <fstream>
 #include <limits>
 #include <string_view>
 
 #include "base/glib_ptr.h"
+#include "base/text.h"
 
 namespace device {
 
 namespace {
 
 std::optional<std::uint16_t> readPort(std::string_view text) {
-  std::uint16_t port = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), port);
-  const bool whole = error == std::errc() && end == text.data() + text.size();
-  return whole ? std::optional(port) : std::nullopt;
+  return text::toNumber<std::uint16_t>(text);
 }
 
 std::string readAddress(const char* text) {

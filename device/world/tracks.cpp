@@ -2,12 +2,13 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cmath>
 #include <fstream>
 #include <map>
 #include <string_view>
 #include <utility>
+
+#include "base/text.h"
 
 namespace device {
 namespace {
@@ -50,34 +51,25 @@ class RowReader {
   }
 
   double number(std::string_view text, const char* field) const {
-    double value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc() || end != text.data() + text.size() || !std::isfinite(value)) {
+    const auto value = text::toNumber<double>(text);
+    if (!value || !std::isfinite(*value)) {
       fail(std::string(field) + " '" + std::string(text) + "' is not a number");
     }
-    return value;
+    return *value;
   }
 
   int whole(std::string_view text) const {
-    int value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc() || end != text.data() + text.size()) {
+    const auto value = text::toNumber<int>(text);
+    if (!value) {
       fail("id '" + std::string(text) + "' is not a whole number");
     }
-    return value;
+    return *value;
   }
 
   std::string where;
 };
 
-std::string_view trimmed(std::string_view text) {
-  constexpr std::string_view BLANK = " \t\r";
-  const std::size_t first = text.find_first_not_of(BLANK);
-  if (first == std::string_view::npos) {
-    return {};
-  }
-  return text.substr(first, text.find_last_not_of(BLANK) - first + 1);
-}
+constexpr std::string_view BLANKS = " \t\r";
 
 }  // namespace
 
@@ -119,13 +111,13 @@ TrackSet::TrackSet(std::vector<Track> everybody) : tracks(std::move(everybody)) 
 TrackSet TrackSet::parse(std::istream& in, const std::string& name) {
   std::string line;
   int number = 1;
-  if (!std::getline(in, line) || trimmed(line) != HEADING) {
+  if (!std::getline(in, line) || text::trimmed(line, BLANKS) != HEADING) {
     RowReader(name, number).fail("expected the heading " + std::string(HEADING));
   }
   std::map<int, std::vector<TrackPoint>> people;
   while (std::getline(in, line)) {
     ++number;
-    const std::string_view text = trimmed(line);
+    const std::string_view text = text::trimmed(line, BLANKS);
     if (text.empty()) {
       continue;
     }

@@ -2,9 +2,9 @@
 #include <syslog.h>
 
 #include <cstdarg>
-#include <cstdio>
 #include <string>
 
+#include "base/text.h"
 #include "memory/device.h"
 
 namespace {
@@ -13,12 +13,7 @@ void write(int priority, const char* format, va_list arguments) {
   if (memory::device() == nullptr) {
     return;
   }
-  va_list again;
-  va_copy(again, arguments);
-  const int length = std::vsnprintf(nullptr, 0, format, again);
-  va_end(again);
-  std::string line(length > 0 ? static_cast<std::size_t>(length) : 0, '\0');
-  std::vsnprintf(line.data(), line.size() + 1, format, arguments);
+  std::string line = text::formattedList(format, arguments);
   line.erase(line.find_last_not_of('\n') + 1);
   memory::device()->log(priority, line);
 }

@@ -2,9 +2,11 @@
 
 #include <syslog.h>
 
-#include <charconv>
+#include <optional>
 #include <string_view>
 #include <tuple>
+
+#include "base/text.h"
 
 // Some libc headers define these as macros.
 #undef major
@@ -12,10 +14,8 @@
 
 namespace {
 
-bool parseNumber(std::string_view digits, std::int32_t& number) {
-  const char* end = digits.data() + digits.size();
-  const auto [rest, error] = std::from_chars(digits.data(), end, number);
-  return error == std::errc() && rest == end && digits.front() != '-';
+std::optional<std::int32_t> parseNumber(std::string_view digits) {
+  return digits.front() == '-' ? std::nullopt : text::toNumber<std::int32_t>(digits);
 }
 
 bool split(std::string_view text, std::int32_t& major, std::int32_t& minor) {
@@ -23,13 +23,13 @@ bool split(std::string_view text, std::int32_t& major, std::int32_t& minor) {
   if (point == std::string_view::npos || point == 0 || point + 1 == text.size()) {
     return false;
   }
-  std::int32_t first = 0;
-  std::int32_t second = 0;
-  if (!parseNumber(text.substr(0, point), first) || !parseNumber(text.substr(point + 1), second)) {
+  const auto first = parseNumber(text.substr(0, point));
+  const auto second = parseNumber(text.substr(point + 1));
+  if (!first || !second) {
     return false;
   }
-  major = first;
-  minor = second;
+  major = *first;
+  minor = *second;
   return true;
 }
 

@@ -4,8 +4,10 @@
 
 #include <algorithm>
 #include <cstdarg>
-#include <cstdio>
 #include <mutex>
+#include <utility>
+
+#include "base/text.h"
 
 namespace {
 
@@ -26,15 +28,9 @@ Log& theLog() {
 }
 
 void keep(int priority, const char* format, va_list arguments) {
-  va_list again;
-  va_copy(again, arguments);
-  const int length = std::vsnprintf(nullptr, 0, format, again);
-  va_end(again);
-  std::string text(length > 0 ? length : 0, '\0');
-  std::vsnprintf(text.data(), text.size() + 1, format, arguments);
-
+  std::string text = text::formattedList(format, arguments);
   const std::lock_guard lock(theLog().mutex);
-  theLog().lines.push_back({priority, text});
+  theLog().lines.push_back({priority, std::move(text)});
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "base/text.h"
 #include "device/source_folder.h"
 #include "model/model_keys.h"
 #include "world/scenes.h"
@@ -15,19 +16,13 @@
 namespace device {
 namespace {
 
-std::string trimmed(const std::string& text) {
-  const std::size_t first = text.find_first_not_of(' ');
-  return first == std::string::npos ? ""
-                                    : text.substr(first, text.find_last_not_of(' ') - first + 1);
-}
-
 // The cells of a table's row, without blanks around them.
 std::vector<std::string> cellsOf(const std::string& line) {
   std::vector<std::string> cells;
   std::istringstream in(line.substr(1));
   std::string cell;
   while (std::getline(in, cell, '|')) {
-    cells.push_back(trimmed(cell));
+    cells.emplace_back(text::trimmed(cell, " "));
   }
   return cells;
 }

@@ -10,6 +10,7 @@
 #include "addon/libs/vigil_pack_lib/profile/entry_kinds.h"
 #include "addon/libs/vigil_pack_lib/profile/entry_values.h"
 #include "addon/libs/vigil_pack_lib/profile/shape.h"
+#include "base/text.h"
 #include "config/json_parser.h"
 #include "config/preset.h"
 #include "config/status_exception.h"
@@ -22,12 +23,7 @@ constexpr std::size_t PERSPECTIVE_POINTS = 2;
 
 using enum StatusCode_e;
 
-std::string trim(const std::string& text) {
-  gchar* copy = g_strstrip(g_strdup(text.c_str()));
-  std::string trimmed(copy);
-  g_free(copy);
-  return trimmed;
-}
+constexpr std::string_view BLANKS = " \t\n\f\r";
 
 }  // namespace
 
@@ -66,7 +62,7 @@ void GuardFactory::parseGuardData(const json_t* profile) {
 }
 
 void GuardFactory::setName(const std::string& text) {
-  name = trim(text);
+  name = text::trimmed(text.c_str(), BLANKS);
   throwIf(!isProfileNameValid(name), "The name of the profile is not valid", invalidParameter);
 }
 

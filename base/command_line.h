@@ -1,0 +1,24 @@
+// Options of a program, read by GLib's parser.
+#ifndef BASE_COMMAND_LINE_H
+#define BASE_COMMAND_LINE_H
+
+#include <glib.h>
+
+#include <span>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+// What is wrong with the options, for whoever gave them.
+class OptionError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+// Reads the arguments, of which the first is the program's name, into the places of the entries; a
+// null entry ends these. Texts become the caller's, to be freed with g_free. Throws OptionError;
+// prints help, headed by the summary, and ends the process for "--help".
+void readOptions(const char* summary, std::span<const GOptionEntry> entries,
+                 const std::vector<std::string>& arguments);
+
+#endif
