@@ -14,25 +14,22 @@
 #include "app/ratio.h"
 #include "base/glib_ptr.h"
 #include "events/camera_info.h"
-#include "events/sdk_wrapper.h"
+#include "events/parameter.h"
 #include "events/time_conversion.h"
 #include "geometry/svg_doc.h"
+#include "platform/owners.h"
 
 namespace {
 
 constexpr double DEFAULT_ASPECT_RATIO = 16.0 / 9.0;
 constexpr double SMALLEST_ASPECT_RATIO = 0.1;
 constexpr double LARGEST_ASPECT_RATIO = 10.0;
-constexpr std::size_t PARAMETER_SIZE = 100;
+constexpr std::size_t LONGEST_PARAMETER = 99;
 constexpr std::array IDENTITY{1.0, 0.0, 0.0, 0.0, 1.0, 0.0, 0.0, 0.0, 1.0};
 
-std::string readParameter(const std::string& name) {
-  std::array<char, PARAMETER_SIZE> value{};
-  sdk_wrapper_param_get(name, value.data(), static_cast<int>(value.size()));
-  return value.data();
+double readRatio(const std::string& name, char separator) {
+  return utils::parseRatio(utils::readParameter(name, LONGEST_PARAMETER), separator);
 }
-
-using EventPtr = std::unique_ptr<OVEvent, GDeleter<ov_event_free>>;
 
 // Never of the future, as which an event appears when the wall clock was set back since it was
 // sent: the guards would drop all frames until that time has come.
@@ -185,11 +182,9 @@ float CameraContainer::readAspectRatio(int cameraNbr) {
   const auto isPlausible = [](double ratio) {
     return ratio >= SMALLEST_ASPECT_RATIO && ratio <= LARGEST_ASPECT_RATIO;
   };
-  double ratio =
-      utils::parseRatio(readParameter("root.ImageSource.I" + index + ".Sensor.AspectRatio"), ':');
+  double ratio = readRatio("root.ImageSource.I" + index + ".Sensor.AspectRatio", ':');
   if (!isPlausible(ratio)) {
-    ratio =
-        utils::parseRatio(readParameter("root.Image.I" + index + ".Appearance.Resolution"), 'x');
+    ratio = readRatio("root.Image.I" + index + ".Appearance.Resolution", 'x');
   }
   const LockGuard lock(s_mutex);
   if (isPlausible(ratio)) {

@@ -2,19 +2,17 @@
 
 #include <syslog.h>
 
-#include <array>
 #include <cstdlib>
 #include <optional>
-#include <span>
 
 #include "app/lock_order.h"
 #include "base/mutex.h"
-#include "events/sdk_wrapper.h"
+#include "events/parameter.h"
 
 namespace {
 
-constexpr std::size_t VALUE_SIZE = 100;
-constexpr std::size_t COUNT_SIZE = 4;  // at most three digits
+constexpr std::size_t LONGEST_VALUE = 99;
+constexpr std::size_t MOST_DIGITS = 3;  // of a count
 
 // Guards the answers that are kept.
 Mutex s_mutex ACQUIRED_AFTER(lock_order::EVENTS) ACQUIRED_BEFORE(lock_order::DEVICE_FACTS);
@@ -22,27 +20,23 @@ std::optional<bool> s_isMechanicalPTZ GUARDED_BY(s_mutex);
 API_Version s_sdkVersion GUARDED_BY(s_mutex);
 int s_nbrOfCameras GUARDED_BY(s_mutex) = -1;  // unknown
 
-std::string readParameter(const std::string& name) {
-  std::array<char, VALUE_SIZE> value{};
-  sdk_wrapper_param_get(name, value.data(), static_cast<int>(value.size()));
-  return value.data();
+std::string readText(const std::string& name) {
+  return utils::readParameter(name, LONGEST_VALUE);
 }
 
 bool isYes(const char* parameter) {
-  return readParameter(parameter) == "yes";
+  return readText(parameter) == "yes";
 }
 
 int readNbrOfSources() {
-  std::array<char, COUNT_SIZE> value{};
-  sdk_wrapper_param_get("root.ImageSource.NbrOfSources", value.data(),
-                        static_cast<int>(value.size()));
-  return static_cast<int>(std::strtol(value.data(), nullptr, 10));
+  const std::string text = utils::readParameter("root.ImageSource.NbrOfSources", MOST_DIGITS);
+  return static_cast<int>(std::strtol(text.c_str(), nullptr, 10));
 }
 
 }  // namespace
 
 std::string CameraInfo::getProdNbr() {
-  return readParameter("root.Brand.ProdNbr");
+  return readText("root.Brand.ProdNbr");
 }
 
 bool CameraInfo::isMechanicalPTZ() {
@@ -60,7 +54,7 @@ bool CameraInfo::isMechanicalPTZ() {
 API_Version CameraInfo::getSDK_Version() {
   const LockGuard lock(s_mutex);
   if (!s_sdkVersion.isValid()) {
-    s_sdkVersion = API_Version(readParameter("root.Properties.EmbeddedDevelopment.Version"));
+    s_sdkVersion = API_Version(readText("root.Properties.EmbeddedDevelopment.Version"));
   }
   return s_sdkVersion;
 }
@@ -84,5 +78,5 @@ std::string CameraInfo::getCameraName(int camera) {
     syslog(LOG_WARNING, "Invalid input. Camera number %i is not valid.\n", camera);
     return {};
   }
-  return readParameter("root.ImageSource.I" + std::to_string(camera - 1) + ".Name");
+  return readText("root.ImageSource.I" + std::to_string(camera - 1) + ".Name");
 }

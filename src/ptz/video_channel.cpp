@@ -3,7 +3,6 @@
 #include <fixmath.h>
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstdlib>
 #include <limits>
@@ -12,7 +11,7 @@
 
 #include "app/clock.h"
 #include "base/units.h"
-#include "events/sdk_wrapper.h"
+#include "events/parameter.h"
 #include "ptz/bearing.h"
 
 namespace {
@@ -20,7 +19,7 @@ namespace {
 constexpr int Q12_ENTRY = 12;
 constexpr int Q16_ENTRY = 16;
 constexpr double FIXED_ONE = 65536.0;
-constexpr int RESOLUTION_SIZE = 21;  // at most 20 characters
+constexpr std::size_t LONGEST_RESOLUTION = 20;
 constexpr std::int64_t ATTEMPT_PERIOD = units::fromSeconds(1);
 
 double fromQ12(std::int16_t value) {
@@ -134,10 +133,8 @@ void VideoChannel::followRotation() {
 }
 
 bool VideoChannel::getCameraResolution(int channel, int& width, int& height) {
-  std::array<char, RESOLUTION_SIZE> value{};
-  sdk_wrapper_param_get("Image.I" + std::to_string(channel) + ".Appearance.Resolution",
-                        value.data(), static_cast<int>(value.size()));
-  const std::string text(value.data());
+  const std::string text = utils::readParameter(
+      "Image.I" + std::to_string(channel) + ".Appearance.Resolution", LONGEST_RESOLUTION);
   const std::size_t separator = text.find('x');
   if (separator == std::string::npos) {
     return false;

@@ -3,14 +3,14 @@
 #include <syslog.h>
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 
-#include "events/sdk_wrapper.h"
+#include "base/text.h"
+#include "events/parameter.h"
 
 namespace {
 
-constexpr int VALUE_SIZE = 64;  // at most 63 characters
+constexpr std::size_t LONGEST_VALUE = 63;
 
 struct Range {
   double low;
@@ -21,9 +21,7 @@ constexpr Range OFFSET{-200.0, 200.0};    // m
 constexpr Range STATUS_AGE{0.0, 5.0};     // s
 
 std::string readAny(const std::string& name) {
-  std::array<char, VALUE_SIZE> value{};
-  sdk_wrapper_param_get(name, value.data(), VALUE_SIZE);
-  return value.data();
+  return utils::readParameter(name, LONGEST_VALUE);
 }
 
 std::string read(const std::string& name) {
@@ -36,11 +34,9 @@ std::optional<double> readNumber(const std::string& name, const Range& range) {
   if (text.empty()) {
     return std::nullopt;
   }
-  double value = 0.0;
-  const char* const end = text.data() + text.size();
-  const auto [rest, error] = std::from_chars(text.data(), end, value);
+  const auto value = text::toNumber<double>(text);
   // What is no number is in no range.
-  if (error != std::errc() || rest != end || !(value >= range.low && value <= range.high)) {
+  if (!value || !(*value >= range.low && *value <= range.high)) {
     syslog(LOG_WARNING, "SentrelVideo.%s is no number from %g to %g, taking the default.\n",
            name.c_str(), range.low, range.high);
     return std::nullopt;
@@ -49,10 +45,9 @@ std::optional<double> readNumber(const std::string& name, const Range& range) {
 }
 
 std::size_t numberOfCameras() {
-  std::size_t count = 0;
   const std::string text = readAny("ImageSource.NbrOfSources");
-  std::from_chars(text.data(), text.data() + text.size(), count);
-  return std::clamp<std::size_t>(count, 1, Installation::MOST_CAMERAS);
+  const auto count = text::leadingNumber<std::size_t>(text);
+  return count ? std::clamp<std::size_t>(count->value, 1, Installation::MOST_CAMERAS) : 1;
 }
 
 }  // namespace

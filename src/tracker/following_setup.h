@@ -28,16 +28,17 @@ struct Installation {
 // What the device's parameters say of the way of following. Each is asked for anew: a service that
 // does not answer keeps the caller. A value that is no number within its range is logged, and the
 // default counts.
-namespace FollowingSetup {
+class FollowingSetup {
+ public:
+  FollowingSetup() = delete;
 
-// Whether the predictive way is chosen; nothing while the parameters cannot be read.
-std::optional<bool> isPredictive();
+  // Whether the predictive way is chosen; nothing while the parameters cannot be read.
+  static std::optional<bool> isPredictive();
 
-// A text that changes when the head is to be identified anew.
-std::string identificationMark();
+  // A text that changes when the head is to be identified anew.
+  static std::string identificationMark();
 
-Installation installation();
-
-}  // namespace FollowingSetup
+  static Installation installation();
+};
 
 #endif
