@@ -12,8 +12,6 @@
 
 namespace device {
 
-inline constexpr double PERSON_WIDTH = 0.5;  // metres across the shoulders
-
 inline constexpr std::size_t FEWEST_VERTICES = 8;
 inline constexpr std::size_t MOST_VERTICES = 24;
 

@@ -16,18 +16,18 @@ namespace lock_order {
 // Only a name: the end of a rank.
 class CAPABILITY("rank") Rank {};
 
-inline Rank APPLICATION;                               // the main thread's
-inline Rank REQUEST ACQUIRED_AFTER(APPLICATION);       // one request at a time
-inline Rank CONTAINER ACQUIRED_AFTER(REQUEST);         // the set of cameras
-inline Rank CAMERA ACQUIRED_AFTER(CONTAINER);          // one camera, or its transport
-inline Rank GUARD ACQUIRED_AFTER(CAMERA);              // one profile of a camera
-inline Rank TRACKER_INSTANCE ACQUIRED_AFTER(GUARD);    // the tracker's life
-inline Rank TRACKER ACQUIRED_AFTER(TRACKER_INSTANCE);  // what guards report; its state's event
-inline Rank RETRY ACQUIRED_AFTER(TRACKER);             // an attempt on the main loop
-inline Rank EVENTS ACQUIRED_AFTER(RETRY);              // what producers of events count
-inline Rank DEVICE_FACTS ACQUIRED_AFTER(EVENTS);       // what the device has said of itself
-inline Rank PLATFORM ACQUIRED_AFTER(DEVICE_FACTS);     // the platform wrapper
-inline Rank TIMER ACQUIRED_AFTER(PLATFORM);            // the interval timer
+inline const Rank APPLICATION;                               // the main thread's
+inline const Rank REQUEST ACQUIRED_AFTER(APPLICATION);       // one request at a time
+inline const Rank CONTAINER ACQUIRED_AFTER(REQUEST);         // the set of cameras
+inline const Rank CAMERA ACQUIRED_AFTER(CONTAINER);          // one camera, or its transport
+inline const Rank GUARD ACQUIRED_AFTER(CAMERA);              // one profile of a camera
+inline const Rank TRACKER_INSTANCE ACQUIRED_AFTER(GUARD);    // the tracker's life
+inline const Rank TRACKER ACQUIRED_AFTER(TRACKER_INSTANCE);  // what guards report; its event
+inline const Rank RETRY ACQUIRED_AFTER(TRACKER);             // an attempt on the main loop
+inline const Rank EVENTS ACQUIRED_AFTER(RETRY);              // what producers of events count
+inline const Rank DEVICE_FACTS ACQUIRED_AFTER(EVENTS);       // what the device has said of itself
+inline const Rank PLATFORM ACQUIRED_AFTER(DEVICE_FACTS);     // the platform wrapper
+inline const Rank TIMER ACQUIRED_AFTER(PLATFORM);            // the interval timer
 
 }  // namespace lock_order
 
