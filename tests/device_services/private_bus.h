@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -14,26 +13,9 @@
 #include "base/glib_ptr.h"
 #include "fakes/dbus_daemon.h"
 #include "services/bus.h"
+#include "support/main_loop.h"
 
 namespace device {
-
-// Runs the main loop until a condition holds; false when it does not within a time that only a
-// broken test needs.
-inline bool iterateUntil(const std::function<bool()>& condition) {
-  constexpr guint PATIENCE_SECONDS = 30;
-  bool expired = false;
-  const auto expire = [](gpointer data) -> gboolean {
-    *static_cast<bool*>(data) = true;
-    return G_SOURCE_CONTINUE;
-  };
-  const GSourcePtr guard(g_timeout_source_new_seconds(PATIENCE_SECONDS));
-  g_source_set_callback(guard.get(), expire, &expired, nullptr);
-  g_source_attach(guard.get(), nullptr);
-  while (!condition() && !expired) {
-    g_main_context_iteration(nullptr, TRUE);
-  }
-  return condition();
-}
 
 struct Reply {
   GVariantPtr value;

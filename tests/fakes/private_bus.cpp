@@ -1,68 +1,54 @@
 #include "fakes/private_bus.h"
 
-#include <chrono>
-#include <future>
 #include <stdexcept>
-#include <utility>
 
 #include "fakes/dbus_daemon.h"
 
 namespace {
 
-constexpr auto PATIENCE = std::chrono::seconds(30);
+constexpr auto FLAGS = static_cast<GDBusConnectionFlags>(
+    G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT | G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
+constexpr guint32 PRIMARY_OWNER = 1;
 
-gboolean callFunction(gpointer function) {
-  (*static_cast<std::function<void()>*>(function))();
-  return G_SOURCE_REMOVE;
+std::unique_ptr<DbusDaemon>& daemon() {
+  static auto bus = std::make_unique<DbusDaemon>();
+  return bus;
 }
 
 }  // namespace
 
-namespace PrivateBus {
-
-const char* address() {
-  static const DbusDaemon bus;
-  return bus.getAddress();
+const char* PrivateBus::address() {
+  return daemon()->getAddress();
 }
 
-}  // namespace PrivateBus
+void PrivateBus::restart() {
+  daemon().reset();
+  daemon() = std::make_unique<DbusDaemon>();
+}
 
-BusServices::BusServices(const std::string& name)
-    : name(name), context(g_main_context_new()), loop(g_main_loop_new(context.get(), FALSE)) {
+BusServices::BusServices() {
   const char* address = PrivateBus::address();
-  thread = std::thread([this] { run(); });
   invoke([this, address] {
-    constexpr auto FLAGS =
-        static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                          G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
     connection.reset(
         g_dbus_connection_new_for_address_sync(address, FLAGS, nullptr, nullptr, nullptr));
-    callBus("RequestName", g_variant_new("(su)", this->name.c_str(), 0U));
   });
 }
 
+BusServices::BusServices(const std::string& name) : BusServices() {
+  invoke([this, &name] { own(name); });
+}
+
+// The bus learns of a closed connection some time later, of a name given back before this returns.
 BusServices::~BusServices() {
   invoke([this] {
-    callBus("ReleaseName", g_variant_new("(s)", name.c_str()));
+    callBus("ReleaseName", g_variant_new("(s)", ownName.c_str()));
     g_dbus_connection_close_sync(connection.get(), nullptr, nullptr);
-    g_main_loop_quit(loop.get());
   });
-  thread.join();
 }
 
-void BusServices::invoke(const std::function<void()>& function) {
-  std::promise<void> done;
-  std::function<void()> call = [&] {
-    function();
-    done.set_value();
-  };
-  GSource* source = g_idle_source_new();
-  g_source_set_priority(source, G_PRIORITY_DEFAULT);
-  g_source_set_callback(source, &callFunction, &call, nullptr);
-  g_source_attach(source, context.get());
-  done.get_future().wait();
-  g_source_destroy(source);
-  g_source_unref(source);
+bool BusServices::own(const std::string& name) {
+  ownName = name;
+  return callBus("RequestName", g_variant_new("(su)", name.c_str(), 0U)) == PRIMARY_OWNER;
 }
 
 void BusServices::exportAt(GDBusInterfaceSkeleton* skeleton, const std::string& path) {
@@ -80,30 +66,13 @@ void BusServices::flush(GDBusInterfaceSkeleton* skeleton) {
   g_dbus_connection_flush_sync(connection.get(), nullptr, nullptr);
 }
 
-void BusServices::run() {
-  g_main_context_push_thread_default(context.get());
-  g_main_loop_run(loop.get());
-  g_main_context_pop_thread_default(context.get());
-}
-
-void BusServices::callBus(const char* method, GVariant* arguments) {
-  GVariant* reply = g_dbus_connection_call_sync(
+guint32 BusServices::callBus(const char* method, GVariant* arguments) {
+  const GVariantPtr reply(g_dbus_connection_call_sync(
       connection.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
-      method, arguments, G_VARIANT_TYPE("(u)"), G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr);
-  if (reply != nullptr) {
-    g_variant_unref(reply);
+      method, arguments, G_VARIANT_TYPE("(u)"), G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr));
+  guint32 result = 0;
+  if (reply) {
+    g_variant_get(reply.get(), "(u)", &result);
   }
-}
-
-bool iterateUntil(const std::function<bool()>& condition) {
-  const auto end = std::chrono::steady_clock::now() + PATIENCE;
-  while (!condition()) {
-    if (std::chrono::steady_clock::now() > end) {
-      return false;
-    }
-    if (!g_main_context_iteration(nullptr, FALSE)) {
-      std::this_thread::yield();
-    }
-  }
-  return true;
+  return result;
 }

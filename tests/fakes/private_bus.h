@@ -6,9 +6,9 @@
 #include <functional>
 #include <memory>
 #include <string>
-#include <thread>
 
 #include "base/glib_ptr.h"
+#include "support/main_loop.h"
 
 // A message bus of the test program's own in the place of the system's.
 namespace PrivateBus {
@@ -17,11 +17,17 @@ namespace PrivateBus {
 // Call it before anything else looks for the system bus.
 const char* address();
 
+// Ends the bus and starts another one; services on the old one are to be made anew.
+void restart();
+
 }  // namespace PrivateBus
 
 // Services on the private bus, on a connection and a thread of their own.
 class BusServices {
  public:
+  // Without a name.
+  BusServices();
+
   // Owns a bus name.
   explicit BusServices(const std::string& name);
   BusServices(const BusServices&) = delete;
@@ -30,8 +36,12 @@ class BusServices {
   // Gives the name back, which the bus knows before this returns.
   ~BusServices();
 
+  // Takes a bus name, for the life of the services; false when it is somebody else's. On the
+  // services' thread.
+  bool own(const std::string& name);
+
   // Runs a function on the services' thread and waits for its end.
-  void invoke(const std::function<void()>& function);
+  void invoke(const std::function<void()>& function) { loop.invoke(function); }
 
   // Export and withdraw an interface; on the services' thread.
   void exportAt(GDBusInterfaceSkeleton* skeleton, const std::string& path);
@@ -41,20 +51,16 @@ class BusServices {
   void flush(GDBusInterfaceSkeleton* skeleton);
 
   GMainContext* getContext() { return context.get(); }
+  LoopThread& getLoop() { return loop; }
 
  private:
-  void run();
-  void callBus(const char* method, GVariant* arguments);
+  // The result of a method of the bus itself, 0 on failure.
+  guint32 callBus(const char* method, GVariant* arguments);
 
-  const std::string name;
-  std::unique_ptr<GMainContext, GDeleter<g_main_context_unref>> context;
-  std::unique_ptr<GMainLoop, GDeleter<g_main_loop_unref>> loop;
+  std::string ownName;
+  std::unique_ptr<GMainContext, GDeleter<g_main_context_unref>> context{g_main_context_new()};
   GObjectPtr<GDBusConnection> connection;
-  std::thread thread;
+  LoopThread loop{context.get()};
 };
-
-// Runs the default main loop until a condition holds; false when it does not within a time that
-// only a broken test needs.
-bool iterateUntil(const std::function<bool()>& condition);
 
 #endif

@@ -15,6 +15,7 @@
 #include <thread>
 #include <vector>
 
+#include "platform/owners.h"
 #include "platform_services/test_bus.h"
 #include "test_services.h"
 
@@ -27,40 +28,30 @@ using testing::IsEmpty;
 using testing::StartsWith;
 using testing::UnorderedElementsAre;
 
-struct SetFree {
-  void operator()(OVEventKeyValueSet* set) const { ov_event_key_value_set_free(set); }
-};
-using SetPtr = std::unique_ptr<OVEventKeyValueSet, SetFree>;
-
-struct HandlerFree {
-  void operator()(OVEventHandler* handler) const { ov_event_handler_free(handler); }
-};
-using HandlerPtr = std::unique_ptr<OVEventHandler, HandlerFree>;
-
-SetPtr newSet() {
-  return SetPtr(ov_event_key_value_set_new());
+KeyValueSetPtr newSet() {
+  return KeyValueSetPtr(ov_event_key_value_set_new());
 }
 
-void addText(const SetPtr& set, const char* key, const char* nameSpace, const char* value) {
+void addText(const KeyValueSetPtr& set, const char* key, const char* nameSpace, const char* value) {
   ASSERT_TRUE(
       ov_event_key_value_set_add(set.get(), key, nameSpace, OV_EVENT_VALUE_STRING, value, nullptr));
 }
 
-void addInt(const SetPtr& set, const char* key, int value) {
+void addInt(const KeyValueSetPtr& set, const char* key, int value) {
   ASSERT_TRUE(
       ov_event_key_value_set_add(set.get(), key, nullptr, OV_EVENT_VALUE_INT, &value, nullptr));
 }
 
 // The keys of an event of a topic with one value.
-SetPtr event(const char* topic, int value) {
-  SetPtr set = newSet();
+KeyValueSetPtr event(const char* topic, int value) {
+  KeyValueSetPtr set = newSet();
   addText(set, "topic0", "tnsorva", topic);
   addInt(set, "value", value);
   return set;
 }
 
-SetPtr topicOnly(const char* topic) {
-  SetPtr set = newSet();
+KeyValueSetPtr topicOnly(const char* topic) {
+  KeyValueSetPtr set = newSet();
   addText(set, "topic0", "tnsorva", topic);
   return set;
 }
@@ -73,7 +64,7 @@ std::string print(GVariant* variant) {
 // ---- Key-value sets ----
 
 TEST(EventKeyValueSetTest, GivesBackWhatWasAdded) {
-  const SetPtr set = newSet();
+  const KeyValueSetPtr set = newSet();
   const int number = -17;
   const gboolean yes = TRUE;
   ASSERT_TRUE(
@@ -95,7 +86,7 @@ TEST(EventKeyValueSetTest, GivesBackWhatWasAdded) {
 }
 
 TEST(EventKeyValueSetTest, AddingAgainReplacesTheValueAndItsType) {
-  const SetPtr set = newSet();
+  const KeyValueSetPtr set = newSet();
   addInt(set, "k", 1);
   addInt(set, "k", 2);
   int value = 0;
@@ -106,7 +97,7 @@ TEST(EventKeyValueSetTest, AddingAgainReplacesTheValueAndItsType) {
 }
 
 TEST(EventKeyValueSetTest, NameSpacesKeepKeysApart) {
-  const SetPtr set = newSet();
+  const KeyValueSetPtr set = newSet();
   addText(set, "k", "a", "in a");
   addText(set, "k", nullptr, "in none");
   char* value = nullptr;
@@ -120,7 +111,7 @@ TEST(EventKeyValueSetTest, NameSpacesKeepKeysApart) {
 }
 
 TEST(EventKeyValueSetTest, WhatCannotBeReadIsAnErrorAndLeavesTheValueAlone) {
-  const SetPtr set = newSet();
+  const KeyValueSetPtr set = newSet();
   addInt(set, "int", 5);
   ASSERT_TRUE(
       ov_event_key_value_set_add(set.get(), "none", nullptr, OV_EVENT_VALUE_INT, nullptr, nullptr));
@@ -144,7 +135,7 @@ TEST(EventKeyValueSetTest, WhatCannotBeReadIsAnErrorAndLeavesTheValueAlone) {
 }
 
 TEST(EventKeyValueSetTest, MarksAndNamesNeedTheirKey) {
-  const SetPtr set = newSet();
+  const KeyValueSetPtr set = newSet();
   GError* error = nullptr;
   EXPECT_FALSE(ov_event_key_value_set_mark_as_source(set.get(), "k", nullptr, &error));
   EXPECT_EQ("No key k in the set", takeMessage(error));
@@ -157,7 +148,7 @@ TEST(EventKeyValueSetTest, MarksAndNamesNeedTheirKey) {
 }
 
 TEST(EventKeyValueSetTest, WhatTheBusCannotCarryIsRefused) {
-  const SetPtr set = newSet();
+  const KeyValueSetPtr set = newSet();
   const int n = 1;
   GError* error = nullptr;
   const auto add = [&](const char* key, const char* nameSpace, OVEventValueType type,
@@ -306,13 +297,13 @@ class EventHandlerTest : public testing::Test {
  protected:
   EventHandlerTest() : service(std::make_unique<EventService>()), handler(newHandler()) {}
 
-  static HandlerPtr newHandler() {
-    HandlerPtr handler(ov_event_handler_new());
+  static EventHandlerPtr newHandler() {
+    EventHandlerPtr handler(ov_event_handler_new());
     EXPECT_NE(nullptr, handler);
     return handler;
   }
 
-  uint32_t declare(const SetPtr& set, bool stateless = false) {
+  uint32_t declare(const KeyValueSetPtr& set, bool stateless = false) {
     uint32_t id = 0;
     EXPECT_TRUE(
         ov_event_handler_declare(handler.get(), set.get(), stateless ? TRUE : FALSE, &id, nullptr));
@@ -320,11 +311,11 @@ class EventHandlerTest : public testing::Test {
     return id;
   }
 
-  void send(uint32_t id, const SetPtr& set, int64_t time) {
+  void send(uint32_t id, const KeyValueSetPtr& set, int64_t time) {
     EXPECT_TRUE(ov_event_handler_send_event(handler.get(), id, set.get(), time, nullptr));
   }
 
-  uint32_t subscribe(const SetPtr& pattern, Listener& listener) {
+  uint32_t subscribe(const KeyValueSetPtr& pattern, Listener& listener) {
     uint32_t id = 0;
     GError* error = nullptr;
     EXPECT_TRUE(ov_event_handler_subscribe(handler.get(), pattern.get(), &Listener::onEvent,
@@ -357,17 +348,17 @@ class EventHandlerTest : public testing::Test {
   }
 
   std::unique_ptr<EventService> service;
-  HandlerPtr handler;
+  EventHandlerPtr handler;
   LoopThread main{g_main_context_default()};
 };
 
 TEST(EventHandlerWithoutServiceTest, ThereIsNoHandler) {
-  TestBus::address();
+  PrivateBus::address();
   EXPECT_EQ(nullptr, ov_event_handler_new());
 }
 
 TEST_F(EventHandlerTest, ADeclarationCarriesEverythingOfItsKeys) {
-  const SetPtr set = newSet();
+  const KeyValueSetPtr set = newSet();
   addText(set, "topic0", "tnsorva", "App");
   addInt(set, "Source", 3);
   const gboolean no = FALSE;
@@ -394,7 +385,7 @@ TEST_F(EventHandlerTest, ADeclarationCarriesEverythingOfItsKeys) {
 }
 
 TEST_F(EventHandlerTest, SendsTheGivenKeysAndTime) {
-  const SetPtr keys = newSet();
+  const KeyValueSetPtr keys = newSet();
   addInt(keys, "value", 1);
   const uint32_t id = declare(keys, true);
   addInt(keys, "value", 2);
@@ -405,8 +396,8 @@ TEST_F(EventHandlerTest, SendsTheGivenKeysAndTime) {
 }
 
 TEST_F(EventHandlerTest, OnlyDeclaredEventsAreSentAndUndeclared) {
-  const SetPtr keys = event("T", 1);
-  const HandlerPtr other = newHandler();
+  const KeyValueSetPtr keys = event("T", 1);
+  const EventHandlerPtr other = newHandler();
   const uint32_t id = declare(keys);
   GError* error = nullptr;
   EXPECT_FALSE(ov_event_handler_send_event(other.get(), id, keys.get(), 0, &error));
@@ -430,7 +421,7 @@ TEST_F(EventHandlerTest, FreeingTheHandlerUndeclaresWhatIsLeft) {
 }
 
 TEST_F(EventHandlerTest, MissingArgumentsAreErrors) {
-  const SetPtr set = newSet();
+  const KeyValueSetPtr set = newSet();
   uint32_t id = 0;
   GError* error = nullptr;
   EXPECT_FALSE(ov_event_handler_declare(nullptr, set.get(), FALSE, &id, nullptr));
@@ -445,7 +436,7 @@ TEST_F(EventHandlerTest, MissingArgumentsAreErrors) {
 }
 
 TEST_F(EventHandlerTest, ASubscriptionIsToldMatchingEventsInOrder) {
-  const SetPtr keys = event("T", 0);
+  const KeyValueSetPtr keys = event("T", 0);
   const uint32_t mine = declare(keys, true);
   const uint32_t other = declare(event("U", 0), true);
   Listener listener;
@@ -460,7 +451,7 @@ TEST_F(EventHandlerTest, APatternAsksForNameNameSpaceTypeAndValue) {
   const uint32_t id = declare(event("T", 0), true);
   const auto pattern = [](const char* key, const char* nameSpace, OVEventValueType type,
                           const void* value) {
-    SetPtr set = newSet();
+    KeyValueSetPtr set = newSet();
     ov_event_key_value_set_add(set.get(), key, nameSpace, type, value, nullptr);
     return set;
   };
@@ -496,7 +487,7 @@ TEST_F(EventHandlerTest, APatternAsksForNameNameSpaceTypeAndValue) {
 }
 
 TEST_F(EventHandlerTest, AnEventWithoutTheValueDoesNotMatchAPatternWithOne) {
-  const SetPtr keys = topicOnly("T");
+  const KeyValueSetPtr keys = topicOnly("T");
   ov_event_key_value_set_add(keys.get(), "value", nullptr, OV_EVENT_VALUE_INT, nullptr, nullptr);
   const uint32_t id = declare(keys, true);
   Listener withValue;
@@ -621,7 +612,7 @@ TEST_F(EventHandlerTest, ACallbackMayEndItsOwnSubscription) {
 
 TEST_F(EventHandlerTest, ACallbackMayFreeTheHandler) {
   declare(event("T", 1));
-  HandlerPtr second = newHandler();
+  EventHandlerPtr second = newHandler();
   Listener freeing;
   freeing.during = [&](uint32_t) { second.reset(); };
   uint32_t id = 0;
@@ -667,7 +658,7 @@ TEST_F(EventHandlerTest, TheEndOfASubscriptionWaitsForARunningCallback) {
 
 TEST_F(EventHandlerTest, FreeingTheHandlerWaitsForARunningCallback) {
   declare(event("T", 1));
-  HandlerPtr second = newHandler();
+  EventHandlerPtr second = newHandler();
   std::promise<void> entered;
   std::promise<void> gate;
   std::atomic<bool> hasLeft = false;
@@ -747,7 +738,7 @@ TEST_F(EventHandlerTest, ALostBusIsFoundAgainAndTheServiceToldEverything) {
   subscribe(topicOnly("T"), listener);
   EXPECT_THAT(listener.waitFor(1), ElementsAre("1@0"));
   service.reset();
-  TestBus::restart();
+  PrivateBus::restart();
   send(id, event("T", 2), 20);
   service = std::make_unique<EventService>();
   EXPECT_THAT(callsOnceThereAre(1), ElementsAre(declarationOf("T", 2)));

@@ -7,15 +7,11 @@
 #include <memory>
 #include <string>
 
+#include "platform/owners.h"
 #include "platform_services/test_bus.h"
 #include "test_services.h"
 
 namespace {
-
-struct ParameterFree {
-  void operator()(OVParameter* handle) const { ov_parameter_free(handle); }
-};
-using ParameterPtr = std::unique_ptr<OVParameter, ParameterFree>;
 
 using Values = std::map<std::string, std::string>;
 
@@ -64,7 +60,7 @@ class ParameterService {
 
 class ParameterTest : public testing::Test {
  protected:
-  ParameterTest() { TestBus::address(); }
+  ParameterTest() { PrivateBus::address(); }
 
   static std::string get(OVParameter* handle, const char* name) {
     char* value = nullptr;

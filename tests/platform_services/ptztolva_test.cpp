@@ -104,7 +104,7 @@ class PtzService {
 
 class PtzTolvaTest : public testing::Test {
  protected:
-  PtzTolvaTest() { TestBus::address(); }
+  PtzTolvaTest() { PrivateBus::address(); }
   ~PtzTolvaTest() override { ptztolva_cleanup(); }
 
   static bool move(int channel, int kind, double pan, int speed, GError** error) {
@@ -242,7 +242,7 @@ TEST_F(PtzTolvaTest, ALostBusIsFoundWithoutAnotherInit) {
   ASSERT_TRUE(ptztolva_init());
   EXPECT_TRUE(move(1, 1, 0, 100, nullptr));
   service.reset();
-  TestBus::restart();
+  PrivateBus::restart();
   EXPECT_FALSE(move(1, 1, 0, 100, nullptr));
   service = std::make_unique<PtzService>();
   EXPECT_TRUE(move(1, 1, 0, 100, nullptr));
