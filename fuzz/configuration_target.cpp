@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "base/json_auto_ptr.h"
+#include "base/json_text.h"
 #include "camera/configuration_parser.h"
 #include "config/constants.h"
 #include "fuzz/configuration_rules.h"
@@ -67,14 +68,12 @@ void checkConfigurations(const CameraConfigurationContainer& made, const json_t*
 
 // An accepted document is stored with rounded numbers, and read at the next start.
 void checkStored(Parser& parser, const json_t* document) {
-  const std::unique_ptr<char, void (*)(void*)> text(
-      json_dumps(document, constants::JSON_DUMP_FLAGS), std::free);
-  require(text != nullptr, "an accepted document can be written");
-  if (!decode(text.get())) {
+  const std::string text = toText(document, constants::JSON_DUMP_FLAGS);
+  require(!text.empty(), "an accepted document can be written");
+  if (!decode(text)) {
     return;  // a number beyond all numbers: it is not stored
   }
-  require(parser.parse(text.get(), BOUNDARIES) == 0, "what was accepted is so at the next start",
-          text.get());
+  require(parser.parse(text, BOUNDARIES) == 0, "what was accepted is so at the next start", text);
 }
 
 }  // namespace

@@ -2,19 +2,15 @@
 #define FUZZ_FAKE_STORAGE_H
 
 #include <cstddef>
-#include <filesystem>
 #include <string>
+
+#include "tests/support/temporary_folder.h"
 
 // A folder in memory for the files of one program. Flushing them to storage, replaced at link time,
 // costs nothing, and fails where that is wanted.
 class FakeStorage {
  public:
-  FakeStorage();
-  FakeStorage(const FakeStorage&) = delete;
-  FakeStorage& operator=(const FakeStorage&) = delete;
-  ~FakeStorage();
-
-  std::string path(const std::string& name) const { return (folder / name).string(); }
+  std::string path(const std::string& name) const { return folder.path(name); }
   void write(const std::string& name, const std::string& contents) const;
   void remove(const std::string& name) const;
 
@@ -26,7 +22,7 @@ class FakeStorage {
   static void setWorking(bool isWorking);
 
  private:
-  std::filesystem::path folder;
+  TemporaryFolder folder{TemporaryFolder::memory()};
 };
 
 #endif

@@ -20,6 +20,7 @@
 #include <vector>
 
 #include "base/json_auto_ptr.h"
+#include "base/json_text.h"
 #include "camera/configuration_parser.h"
 #include "cgi/cgi_callback.h"
 #include "cgi/tracker_cgi_handler.h"
@@ -67,9 +68,7 @@ JsonAutoPtr decode(const std::string& text) {
 }
 
 std::string dump(Json value) {
-  const std::unique_ptr<char, void (*)(void*)> text(json_dumps(value, constants::JSON_DUMP_FLAGS),
-                                                    std::free);
-  return text != nullptr ? text.get() : "";
+  return toText(value, constants::JSON_DUMP_FLAGS);
 }
 
 Json paramsOf(Json request) {

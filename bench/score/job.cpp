@@ -15,6 +15,7 @@
 #include "score/scorer.h"
 #include "score/simulation.h"
 #include "score/watched_person.h"
+#include "tests/support/temporary_folder.h"
 
 namespace score {
 
@@ -31,25 +32,9 @@ constexpr const char* FIRST_SETTINGS = R"({"sentrel_enabled":true,"return_to_hom
 // A folder of its own for the daemon's files.
 class LocalData {
  public:
-  LocalData() {
-    const fs::path memory = "/dev/shm";
-    std::string name =
-        ((fs::is_directory(memory) ? memory : fs::temp_directory_path()) / "sentrel-score-XXXXXX")
-            .string();
-    if (mkdtemp(name.data()) == nullptr) {
-      throw std::runtime_error("There is no temporary folder");
-    }
-    path = name;
-    std::ofstream(path / "sentrelvideo.json") << FIRST_SETTINGS;
-  }
-  LocalData(const LocalData&) = delete;
-  LocalData& operator=(const LocalData&) = delete;
-  ~LocalData() {
-    std::error_code ignored;
-    fs::remove_all(path, ignored);
-  }
+  LocalData() { writeText(folder / "sentrelvideo.json", FIRST_SETTINGS); }
 
-  fs::path path;
+  TemporaryFolder folder{TemporaryFolder::memory()};
 };
 
 std::string readFile(const fs::path& file) {
@@ -256,7 +241,7 @@ JobResult runJob(const JobOptions& options) {
   const LocalData localdata;
   SimulationSetup setup{.model = modelOf(options),
                         .world = worldOf(options),
-                        .localdata = localdata.path,
+                        .localdata = localdata.folder.get(),
                         .bootSeconds = 0};
   setup.bootSeconds = setup.model.headBootSeconds;
   JobResult result;

@@ -7,8 +7,8 @@
 #include <stdexcept>
 #include <utility>
 
-#include "base/allocated.h"
 #include "base/json_auto_ptr.h"
+#include "base/json_text.h"
 #include "report/plot.h"
 #include "report/samples_csv.h"
 #include "report/score_json.h"
@@ -193,9 +193,7 @@ std::string Report::toJson(const Judgement& judgement) const {
   json_object_set_new(baselines, "bound", scoreJson(judgement.bound));
   set("baselines", baselines);
   set("people", peopleJson(judgement.score));
-  const Allocated<char> text(
-      json_dumps(json.get(), JSON_INDENT(2) | JSON_PRESERVE_ORDER | JSON_REAL_PRECISION(9)));
-  return std::string(text.get()) + "\n";
+  return toText(json.get(), JSON_INDENT(2) | JSON_PRESERVE_ORDER | JSON_REAL_PRECISION(9)) + "\n";
 }
 
 std::string Report::write(const std::filesystem::path& folder) const {

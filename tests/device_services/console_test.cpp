@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <iterator>
-
 #include "support/temporary_folder.h"
 
 namespace device {
@@ -48,9 +46,7 @@ TEST(ConsoleTest, QuietConsoleStillWritesTheLogFile) {
     console.message("the end");
   }
   EXPECT_EQ("the end\n", testing::internal::GetCapturedStdout());
-  std::ifstream file(folder / "new/syslog.txt");
-  EXPECT_EQ("   1.500 s  warning  SentrelVideo: something\n",
-            std::string(std::istreambuf_iterator<char>(file), {}));
+  EXPECT_EQ("   1.500 s  warning  SentrelVideo: something\n", readText(folder / "new/syslog.txt"));
 }
 
 TEST(ConsoleTest, LinesAreShownOtherwise) {

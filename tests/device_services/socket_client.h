@@ -4,13 +4,13 @@
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <sys/un.h>
-#include <unistd.h>
 
 #include <array>
 #include <cerrno>
 #include <string>
 #include <string_view>
 
+#include "base/file_descriptor.h"
 #include "private_bus.h"
 
 namespace device {
@@ -22,15 +22,12 @@ class SocketClient {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     path.copy(address.sun_path, sizeof(address.sun_path) - 1);
-    EXPECT_EQ(0, connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof(address)));
+    EXPECT_EQ(0, connect(fd.get(), reinterpret_cast<sockaddr*>(&address), sizeof(address)));
   }
-  SocketClient(const SocketClient&) = delete;
-  SocketClient& operator=(const SocketClient&) = delete;
-  ~SocketClient() { close(fd); }
 
   void send(std::string_view text) {
     EXPECT_EQ(static_cast<ssize_t>(text.size()),
-              ::send(fd, text.data(), text.size(), MSG_NOSIGNAL));
+              ::send(fd.get(), text.data(), text.size(), MSG_NOSIGNAL));
   }
 
   // Exactly so many bytes, less when the server closes before.
@@ -63,7 +60,7 @@ class SocketClient {
   bool poll() {
     std::array<char, 65536> buffer;
     while (!closed) {
-      const ssize_t count = recv(fd, buffer.data(), buffer.size(), MSG_DONTWAIT);
+      const ssize_t count = recv(fd.get(), buffer.data(), buffer.size(), MSG_DONTWAIT);
       if (count > 0) {
         received.append(buffer.data(), static_cast<std::size_t>(count));
         continue;
@@ -76,7 +73,7 @@ class SocketClient {
     return closed;
   }
 
-  int fd;
+  FileDescriptor fd;
   std::string received;
   bool closed = false;
 };

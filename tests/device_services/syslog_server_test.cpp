@@ -7,6 +7,7 @@
 
 #include <vector>
 
+#include "base/file_descriptor.h"
 #include "private_bus.h"
 #include "support/temporary_folder.h"
 
@@ -51,12 +52,12 @@ TEST(SyslogServerTest, DatagramsAreHandedOverAndDrainedAtTheEnd) {
   std::vector<std::string> texts;
   {
     SyslogServer server(path, [&](const SyslogLine& line) { texts.push_back(line.text); });
-    const int fd = socket(AF_UNIX, SOCK_DGRAM, 0);
+    const FileDescriptor fd(socket(AF_UNIX, SOCK_DGRAM, 0));
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     path.copy(address.sun_path, sizeof(address.sun_path) - 1);
     const auto send = [&](const std::string& text) {
-      return sendto(fd, text.data(), text.size(), 0, reinterpret_cast<sockaddr*>(&address),
+      return sendto(fd.get(), text.data(), text.size(), 0, reinterpret_cast<sockaddr*>(&address),
                     sizeof(address));
     };
     EXPECT_GT(send("<13>first"), 0);
@@ -64,7 +65,6 @@ TEST(SyslogServerTest, DatagramsAreHandedOverAndDrainedAtTheEnd) {
     EXPECT_GT(send("<13>second"), 0);
     EXPECT_GT(send("<13>third"), 0);
     server.drain();
-    close(fd);
   }
   EXPECT_EQ((std::vector<std::string>{"first", "second", "third"}), texts);
   EXPECT_FALSE(std::filesystem::exists(path));

@@ -8,7 +8,6 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 
 #include "private_bus.h"
 #include "socket_client.h"
@@ -19,11 +18,6 @@ namespace {
 
 // Seconds until a shell has surely set its trap and a frame has come, even on a busy machine.
 constexpr double LONG_ENOUGH = 2;
-
-std::string contents(const std::string& path) {
-  std::ifstream file(path);
-  return std::string(std::istreambuf_iterator<char>(file), {});
-}
 
 // The device ends as its program's does.
 class StopOnTerm {
@@ -97,7 +91,7 @@ TEST_F(VirtualDeviceTest, LeavesTheLogToTheMachineOnRequest) {
   testing::internal::CaptureStdout();
   EXPECT_EQ(0, make()->run());
   testing::internal::GetCapturedStdout();
-  EXPECT_EQ("of the machine", contents(paths.log));
+  EXPECT_EQ("of the machine", readText(paths.log));
 }
 
 TEST_F(VirtualDeviceTest, TransportSetsThePlatformsVersion) {
@@ -115,7 +109,7 @@ TEST_F(VirtualDeviceTest, DaemonIsEndedAfterTheDurationAndTheReportWritten) {
   const std::string output = testing::internal::GetCapturedStdout();
   EXPECT_TRUE(output.starts_with("The page: http://127.0.0.1:")) << output;
   EXPECT_NE(std::string::npos, output.find("\nThe daemon ended with status 0")) << output;
-  const std::string report = contents(folder / "report/report.json");
+  const std::string report = readText(folder / "report/report.json");
   EXPECT_NE(std::string::npos, report.find("\"transport\": \"socket\""));
   EXPECT_TRUE(std::filesystem::exists(folder / "report/syslog.txt"));
 }

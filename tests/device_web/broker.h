@@ -20,6 +20,7 @@
 #include <string>
 #include <vector>
 
+#include "base/file_descriptor.h"
 #include "support/temporary_folder.h"
 
 namespace device {
@@ -101,23 +102,20 @@ class ReservedPort {
  public:
   ReservedPort() {
     constexpr int ON = 1;  // as the program's own has, which may then be bound as well
-    setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &ON, sizeof(ON));
+    setsockopt(fd.get(), SOL_SOCKET, SO_REUSEADDR, &ON, sizeof(ON));
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     socklen_t size = sizeof(address);
-    EXPECT_EQ(0, bind(fd, reinterpret_cast<sockaddr*>(&address), size));
-    EXPECT_EQ(0, getsockname(fd, reinterpret_cast<sockaddr*>(&address), &size));
+    EXPECT_EQ(0, bind(fd.get(), reinterpret_cast<sockaddr*>(&address), size));
+    EXPECT_EQ(0, getsockname(fd.get(), reinterpret_cast<sockaddr*>(&address), &size));
     number = ntohs(address.sin_port);
   }
-  ReservedPort(const ReservedPort&) = delete;
-  ReservedPort& operator=(const ReservedPort&) = delete;
-  ~ReservedPort() { close(fd); }
 
   int getNumber() const { return number; }
 
  private:
-  int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  FileDescriptor fd{socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)};
   int number = 0;
 };
 

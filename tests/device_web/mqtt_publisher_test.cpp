@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 
+#include "base/file_descriptor.h"
 #include "broker.h"
 
 namespace device {
@@ -181,25 +182,23 @@ TEST_F(MqttPublisherTest, BrokerThatIsAwayIsToldOfOnce) {
 }
 
 TEST_F(MqttPublisherTest, BrokerThatNeverAnswersHoldsUpNobody) {
-  const int listener = socket(AF_INET, SOCK_STREAM, 0);
+  const FileDescriptor listener(socket(AF_INET, SOCK_STREAM, 0));
   sockaddr_in address{};
   address.sin_family = AF_INET;
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
   socklen_t size = sizeof(address);
-  ASSERT_EQ(0, bind(listener, reinterpret_cast<sockaddr*>(&address), size));
-  ASSERT_EQ(0, listen(listener, 4));
-  ASSERT_EQ(0, getsockname(listener, reinterpret_cast<sockaddr*>(&address), &size));
+  ASSERT_EQ(0, bind(listener.get(), reinterpret_cast<sockaddr*>(&address), size));
+  ASSERT_EQ(0, listen(listener.get(), 4));
+  ASSERT_EQ(0, getsockname(listener.get(), reinterpret_cast<sockaddr*>(&address), &size));
   auto publisher = std::make_unique<MqttPublisher>(
       BrokerAddress{"127.0.0.1", ntohs(address.sin_port)}, Milliseconds(1), Milliseconds(50));
   // It gives up and comes again.
   for (int i = 0; i < 2; ++i) {
-    const int client = accept(listener, nullptr, nullptr);
-    EXPECT_GE(client, 0);
+    const FileDescriptor client(accept(listener.get(), nullptr, nullptr));
+    EXPECT_TRUE(client.isOpen());
     publisher->retain("a", "1");
-    close(client);
   }
   publisher.reset();
-  close(listener);
 }
 
 }  // namespace

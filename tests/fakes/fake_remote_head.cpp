@@ -7,9 +7,7 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <stdexcept>
 #include <thread>
 #include <utility>
@@ -19,14 +17,6 @@
 namespace {
 
 constexpr auto PATIENCE = std::chrono::seconds(30);
-
-std::string makeFolder() {
-  std::string name = (std::filesystem::temp_directory_path() / "head-XXXXXX").string();
-  if (mkdtemp(name.data()) == nullptr) {
-    throw std::runtime_error("no temporary folder");
-  }
-  return name;
-}
 
 // Whether the other side has read everything, for which this waits.
 bool isRead(int fd) {
@@ -56,10 +46,7 @@ std::string parameterOf(const std::string& line) {
 }  // namespace
 
 FakeRemoteHead::FakeRemoteHead()
-    : folder(makeFolder()),
-      path(folder + "/channel"),
-      handedOut(path),
-      services("com.orva.RemoteCameraControl.PTZ") {
+    : path(folder / "channel"), handedOut(path), services("com.orva.RemoteCameraControl.PTZ") {
   services.invoke([this] {
     listenAt(path);
     skeleton.reset(head_services_remote_camera_control_ptztravo_skeleton_new());
@@ -78,7 +65,6 @@ FakeRemoteHead::~FakeRemoteHead() {
     heldOpens.clear();
     forget(listener);
   });
-  std::filesystem::remove_all(folder);
 }
 
 void FakeRemoteHead::setParameter(const std::string& name, const std::string& value) {
@@ -110,12 +96,8 @@ void FakeRemoteHead::setUp(const std::string& productNumber) {
 
 void FakeRemoteHead::dropConnections() {
   services.invoke([this] {
-    const auto all = sources;
-    for (const auto& [fd, source] : all) {
-      if (fd != listener) {
-        forget(fd);
-      }
-    }
+    std::erase_if(watched, [this](const auto& entry) { return entry.first != listener; });
+    unfinished.clear();
   });
 }
 
@@ -169,10 +151,10 @@ int FakeRemoteHead::handleOpenChannel(_HeadServicesRemoteCameraControlPTZTravo* 
 
 gboolean FakeRemoteHead::handleListener(gint fd, GIOCondition, gpointer self) {
   auto& head = *static_cast<FakeRemoteHead*>(self);
-  const int client = accept4(fd, nullptr, nullptr, SOCK_CLOEXEC);
-  if (client >= 0) {
+  FileDescriptor client(accept4(fd, nullptr, nullptr, SOCK_CLOEXEC));
+  if (client.isOpen()) {
     ++head.accepted;
-    head.watch(client, &FakeRemoteHead::handleClient);
+    head.watch(std::move(client), &FakeRemoteHead::handleClient);
   }
   return G_SOURCE_CONTINUE;
 }
@@ -203,19 +185,21 @@ void FakeRemoteHead::listenAt(const std::string& address) {
   sockaddr_un name{};
   name.sun_family = AF_UNIX;
   std::strncpy(name.sun_path, address.c_str(), sizeof name.sun_path - 1);
-  listener = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  FileDescriptor socketFd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  listener = socketFd.get();
   if (bind(listener, reinterpret_cast<const sockaddr*>(&name), sizeof name) != 0 ||
       listen(listener, 8) != 0) {
     throw std::runtime_error("cannot listen at " + address);
   }
-  watch(listener, &FakeRemoteHead::handleListener);
+  watch(std::move(socketFd), &FakeRemoteHead::handleListener);
 }
 
-void FakeRemoteHead::watch(int fd, GUnixFDSourceFunc function) {
-  GSource* source = g_unix_fd_source_new(fd, G_IO_IN);
-  g_source_set_callback(source, G_SOURCE_FUNC(function), this, nullptr);
-  g_source_attach(source, services.getContext());
-  sources[fd] = source;
+void FakeRemoteHead::watch(FileDescriptor fd, GUnixFDSourceFunc function) {
+  GSourcePtr source(g_unix_fd_source_new(fd.get(), G_IO_IN));
+  g_source_set_callback(source.get(), G_SOURCE_FUNC(function), this, nullptr);
+  g_source_attach(source.get(), services.getContext());
+  const int number = fd.get();
+  watched[number] = {std::move(fd), std::move(source)};
 }
 
 bool FakeRemoteHead::answer(int fd, const std::string& line) {
@@ -231,10 +215,6 @@ bool FakeRemoteHead::answer(int fd, const std::string& line) {
 }
 
 void FakeRemoteHead::forget(int fd) {
-  const auto found = sources.find(fd);
-  g_source_destroy(found->second);
-  g_source_unref(found->second);
-  sources.erase(found);
   unfinished.erase(fd);
-  close(fd);
+  watched.erase(fd);
 }

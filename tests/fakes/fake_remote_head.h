@@ -9,7 +9,10 @@
 #include <string>
 #include <vector>
 
+#include "base/file_descriptor.h"
+#include "base/glib_ptr.h"
 #include "fakes/private_bus.h"
+#include "support/temporary_folder.h"
 
 struct _HeadServicesRemoteCameraControlPTZTravo;
 
@@ -67,16 +70,21 @@ class FakeRemoteHead {
     bool isEnd = false;  // of the connection
   };
 
+  struct Watched {
+    FileDescriptor fd;
+    GSourcePtr source;
+  };
+
   void listenAt(const std::string& path);
-  void watch(int fd, GUnixFDSourceFunc function);
+  void watch(FileDescriptor fd, GUnixFDSourceFunc function);
   bool answer(int fd, const std::string& line);
   void forget(int fd);
 
-  std::string folder;
+  TemporaryFolder folder;
   std::string path;
   std::string handedOut;
   int listener = -1;
-  std::map<int, GSource*> sources;        // by descriptor
+  std::map<int, Watched> watched;         // by descriptor
   std::map<int, std::string> unfinished;  // lines, by descriptor
   std::map<std::string, Script> replies;
   std::vector<std::uint32_t> channels;

@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "platform/file_calls.h"
+#include "support/temporary_folder.h"
 
 namespace {
 
@@ -27,12 +28,7 @@ using testing::IsEmpty;
 
 class Confutils : public testing::Test {
  protected:
-  Confutils() {
-    std::string name = (fs::temp_directory_path() / "confutils.XXXXXX").string();
-    folder = mkdtemp(name.data());
-    path = folder / "settings.json";
-  }
-  ~Confutils() override { fs::remove_all(folder); }
+  Confutils() { path = folder / "settings.json"; }
 
   // The code of the error; nothing on success.
   std::optional<int> set(const fs::path& path, const char* contents, gssize length = -1) {
@@ -52,10 +48,7 @@ class Confutils : public testing::Test {
     return code;
   }
 
-  static std::string contents(const fs::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
+  static std::string contents(const fs::path& path) { return readText(path); }
 
   static unsigned mode(const fs::path& path) {
     struct stat status {};
@@ -84,7 +77,8 @@ class Confutils : public testing::Test {
     EXPECT_THAT(names(), ElementsAre("settings.json"));
   }
 
-  fs::path folder;
+  const TemporaryFolder temporary;
+  const fs::path folder = temporary.get();
   fs::path path;
   std::string message;
 };

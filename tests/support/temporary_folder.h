@@ -12,8 +12,9 @@
 // An empty folder that goes away with its contents.
 class TemporaryFolder {
  public:
-  TemporaryFolder() {
-    std::string name = (std::filesystem::temp_directory_path() / "sentrel-XXXXXX").string();
+  explicit TemporaryFolder(
+      const std::filesystem::path& where = std::filesystem::temp_directory_path()) {
+    std::string name = (where / "sentrel-XXXXXX").string();
     if (mkdtemp(name.data()) == nullptr) {
       throw std::runtime_error("no temporary folder");
     }
@@ -25,6 +26,14 @@ class TemporaryFolder {
     std::error_code ignored;
     std::filesystem::remove_all(folder, ignored);
   }
+
+  // Where files cost no disk, if the machine has such a place.
+  static std::filesystem::path memory() {
+    const std::filesystem::path shared = "/dev/shm";
+    return std::filesystem::is_directory(shared) ? shared : std::filesystem::temp_directory_path();
+  }
+
+  const std::filesystem::path& get() const { return folder; }
 
   // The path of a file in it.
   std::string path(const std::string& name) const { return (folder / name).string(); }

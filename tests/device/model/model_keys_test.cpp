@@ -16,6 +16,7 @@
 #include "base/json_auto_ptr.h"
 #include "device/source_folder.h"
 #include "model/model.h"
+#include "support/temporary_folder.h"
 
 namespace device {
 namespace {
@@ -87,11 +88,6 @@ std::string placeOf(std::string_view name) {
 
 class ModelKeyTest : public testing::TestWithParam<ModelKey> {
  protected:
-  ModelKeyTest()
-      : file(std::filesystem::temp_directory_path() /
-             ("model_key_test." + std::to_string(getpid()) + ".json")) {}
-  ~ModelKeyTest() override { std::filesystem::remove(file); }
-
   // What is said to the plain model with another value of the key; empty when it is taken.
   std::string answerTo(json_t* value) {
     json_error_t error;
@@ -117,7 +113,8 @@ class ModelKeyTest : public testing::TestWithParam<ModelKey> {
     return file.string() + ": " + placeOf(GetParam().name) + ": must ";
   }
 
-  std::filesystem::path file;
+  const TemporaryFolder folder;
+  const std::filesystem::path file = folder / "model.json";
 };
 
 TEST_P(ModelKeyTest, AValueOfAnotherKindIsRefusedWithTheKeysName) {

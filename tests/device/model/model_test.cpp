@@ -7,10 +7,10 @@
 #include <cmath>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <numbers>
 
 #include "device/source_folder.h"
+#include "support/temporary_folder.h"
 #include "world/world.h"
 
 namespace device {
@@ -20,11 +20,6 @@ using testing::Contains;
 using testing::HasSubstr;
 using testing::SizeIs;
 using testing::StartsWith;
-
-std::string readFile(const std::filesystem::path& path) {
-  std::ifstream file(path);
-  return std::string(std::istreambuf_iterator<char>(file), {});
-}
 
 class EveryModelTest : public testing::TestWithParam<std::string> {};
 
@@ -126,8 +121,8 @@ TEST(ModelTest, WhatRunsWhenNoModelIsNamedIsTheRealisticOne) {
   EXPECT_EQ(standard.world.scene, realistic.world.scene);
   EXPECT_EQ(standard.head.link.latency, realistic.head.link.latency);
   EXPECT_EQ(standard.world.detections.missed, realistic.world.detections.missed);
-  EXPECT_EQ(readFile(modelsFolder() / "configurations/default.json"),
-            readFile(modelsFolder() / "configurations/realistic.json"));
+  EXPECT_EQ(readText(modelsFolder() / "configurations/default.json"),
+            readText(modelsFolder() / "configurations/realistic.json"));
 }
 
 // Cameras hang otherwise than anybody is told.
@@ -284,17 +279,11 @@ TEST(ModelTest, WithoutKeysThereAreNoFlaws) {
 // Files of one test, in a folder of its own.
 class ModelFileTest : public testing::Test {
  protected:
-  ModelFileTest()
-      : folder(std::filesystem::temp_directory_path() /
-               ("model_test." + std::to_string(getpid()))) {
-    std::filesystem::create_directories(folder);
+  ModelFileTest() {
     for (const char* base : {"fixed.json", "ideal.json"}) {
-      std::filesystem::copy_file(modelsFolder() / base, folder / base,
-                                 std::filesystem::copy_options::overwrite_existing);
+      std::filesystem::copy_file(modelsFolder() / base, folder / base);
     }
   }
-
-  ~ModelFileTest() override { std::filesystem::remove_all(folder); }
 
   void write(const std::string& name, const std::string& text) {
     std::ofstream(folder / (name + ".json")) << text;
@@ -310,7 +299,8 @@ class ModelFileTest : public testing::Test {
     return {};
   }
 
-  std::filesystem::path folder;
+  const TemporaryFolder temporary;
+  const std::filesystem::path folder = temporary.get();
 };
 
 TEST_F(ModelFileTest, ReplacesWhatItNamesAndKeepsTheRestOfItsBase) {

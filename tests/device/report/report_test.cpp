@@ -16,6 +16,7 @@
 #include "base/json_auto_ptr.h"
 #include "device/score/people.h"
 #include "report/score_json.h"
+#include "support/temporary_folder.h"
 
 namespace device {
 namespace {
@@ -206,19 +207,7 @@ TEST(ReportTest, BesideEachFigureStandsWhatOtherHeadsEarn) {
 
 class ReportFileTest : public testing::Test {
  protected:
-  ReportFileTest()
-      : folder(std::filesystem::temp_directory_path() /
-               ("report_test." + std::to_string(getpid()))) {}
-  ~ReportFileTest() override { std::filesystem::remove_all(folder); }
-
-  static std::string read(const std::filesystem::path& file) {
-    std::ifstream in(file, std::ios::binary);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
-  }
-
-  std::set<std::string> filesThere() const {
+  static std::set<std::string> filesIn(const std::filesystem::path& folder) {
     std::set<std::string> names;
     for (const auto& entry : std::filesystem::directory_iterator(folder)) {
       names.insert(entry.path().filename().string());
@@ -226,7 +215,8 @@ class ReportFileTest : public testing::Test {
     return names;
   }
 
-  std::filesystem::path folder;
+  const TemporaryFolder temporary;
+  const std::filesystem::path folder = temporary.get();
 };
 
 TEST_F(ReportFileTest, WritesReportAndPlots) {
@@ -237,14 +227,13 @@ TEST_F(ReportFileTest, WritesReportAndPlots) {
   report.sentreling(1, true);
   sample(report, 0, 5, {AHEAD}, {170, 0, 60});
   sample(report, 5, 9, {}, {-170, -10, 60});
-  ASSERT_EQ(report.write(folder / "deep" / "er"), "");
-  folder /= "deep/er";
-  EXPECT_EQ(filesThere(),
+  const std::filesystem::path deep = folder / "deep" / "er";
+  ASSERT_EQ(report.write(deep), "");
+  EXPECT_EQ(filesIn(deep),
             (std::set<std::string>{"report.json", "samples.csv", "plot.svg", "plot.png"}));
-  EXPECT_EQ(read(folder / "report.json"), report.toJson());
-  EXPECT_THAT(read(folder / "plot.svg"), HasSubstr("</svg>"));
-  EXPECT_EQ(read(folder / "plot.png").substr(1, 3), "PNG");
-  folder = folder.parent_path().parent_path();
+  EXPECT_EQ(readText(deep / "report.json"), report.toJson());
+  EXPECT_THAT(readText(deep / "plot.svg"), HasSubstr("</svg>"));
+  EXPECT_EQ(readText(deep / "plot.png").substr(1, 3), "PNG");
 }
 
 TEST_F(ReportFileTest, SamplesHoldEverything) {
@@ -254,7 +243,7 @@ TEST_F(ReportFileTest, SamplesHoldEverything) {
   report.sample({0.05, {171, -2, 30}, {}});
   report.write(folder);
   EXPECT_EQ(
-      read(folder / "samples.csv"),
+      readText(folder / "samples.csv"),
       "time_s,scored,pan_deg,tilt_deg,field_deg,bound_pan_deg,bound_tilt_deg,bound_field_deg,"
       "person,x_m,y_m,height_m,counts\n"
       "0.000000,0,170.00000000,-1.00000000,60.00000000,,,,1,0.00000000,10.00000000,1.70000000,1\n"
@@ -267,7 +256,7 @@ TEST_F(ReportFileTest, PlotsOfAnEmptyRun) {
   info.model = "it's";
   const Report report(info, {.score = SETUP, .head = headSetup()});
   EXPECT_EQ(report.write(folder), "");
-  EXPECT_THAT(read(folder / "plot.svg"), HasSubstr("</svg>"));
+  EXPECT_THAT(readText(folder / "plot.svg"), HasSubstr("</svg>"));
 }
 
 TEST_F(ReportFileTest, TheReportStandsWithoutGnuplot) {
@@ -276,7 +265,7 @@ TEST_F(ReportFileTest, TheReportStandsWithoutGnuplot) {
   const std::string message = runningReport().write(folder);
   setenv("PATH", path.c_str(), 1);
   EXPECT_THAT(message, HasSubstr("gnuplot cannot be run (package gnuplot-nox): "));
-  EXPECT_EQ(filesThere(), (std::set<std::string>{"report.json", "samples.csv"}));
+  EXPECT_EQ(filesIn(folder), (std::set<std::string>{"report.json", "samples.csv"}));
 }
 
 TEST_F(ReportFileTest, WhatGnuplotSaysIsPassedOn) {

@@ -10,24 +10,21 @@
 
 #include "device/source_folder.h"
 #include "model/model.h"
+#include "support/temporary_folder.h"
 
 namespace device {
 namespace {
 
 class WorldTest : public testing::Test {
  protected:
-  WorldTest()
-      : file(std::filesystem::temp_directory_path() /
-             ("world_test." + std::to_string(getpid()) + ".csv")) {}
-  ~WorldTest() override { std::filesystem::remove(file); }
-
   // A world with one recording.
   World worldOf(const std::string& model, const std::string& rows) {
     std::ofstream(file) << "time_s,id,x_m,y_m\n" << rows;
     return World(loadModel(modelsFolder(), model).world, {.tracks = file});
   }
 
-  std::filesystem::path file;
+  const TemporaryFolder folder;
+  const std::filesystem::path file = folder / "tracks.csv";
 };
 
 // One point, so the middle of the bounds: 45 m in front, seen from 18 m.

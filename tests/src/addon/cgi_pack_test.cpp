@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/json_text.h"
 #include "src/config/json_memory.h"
 #include "src/events/wrapper_test_base.h"
 
@@ -23,9 +24,7 @@ class CgiPackTest : public InitializedWrapperTest {
     const JsonAutoPtr expected(json_loads(text.c_str(), 0, &error));
     ASSERT_TRUE(expected) << error.text << " in " << text;
     ASSERT_TRUE(value);
-    char* const dump = json_dumps(value.get(), JSON_SORT_KEYS);
-    EXPECT_TRUE(json_equal(value.get(), expected.get())) << dump;
-    std::free(dump);
+    EXPECT_TRUE(json_equal(value.get(), expected.get())) << toText(value.get(), JSON_SORT_KEYS);
   }
 
   static void expectMember(const JsonAutoPtr& object, const char* key, const std::string& text) {

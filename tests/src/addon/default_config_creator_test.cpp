@@ -6,6 +6,7 @@
 #include <string>
 
 #include "addon/libs/vigil_pack_lib/profile/tracker_default_config_creator.h"
+#include "base/json_text.h"
 #include "src/config/json_memory.h"
 #include "src/events/wrapper_test_base.h"
 
@@ -46,9 +47,8 @@ class DefaultConfigCreatorTest : public InitializedWrapperTest {
     const JsonAutoPtr expected(json_loads(text.c_str(), 0, &error));
     ASSERT_TRUE(expected) << error.text << " in " << text;
     ASSERT_TRUE(document);
-    char* const dump = json_dumps(document.get(), JSON_SORT_KEYS);
-    EXPECT_TRUE(json_equal(document.get(), expected.get())) << dump;
-    std::free(dump);
+    EXPECT_TRUE(json_equal(document.get(), expected.get()))
+        << toText(document.get(), JSON_SORT_KEYS);
   }
 
   const DefaultValues defaults{};

@@ -12,6 +12,7 @@
 #include "addon/libs/vigil_pack_lib/profile/entry_kind.h"
 #include "addon/libs/vigil_pack_lib/profile/parsed_profile.h"
 #include "base/json_auto_ptr.h"
+#include "base/json_text.h"
 #include "config/constants.h"
 #include "config/status_exception.h"
 
@@ -51,10 +52,7 @@ inline std::string refusalOf(const EntryKind& kind, const std::string& text) {
 
 // As documents are written.
 inline std::string writtenAs(const JsonAutoPtr& value) {
-  char* const dump = json_dumps(value.get(), constants::JSON_DUMP_FLAGS);
-  const std::string text(dump == nullptr ? "" : dump);
-  std::free(dump);
-  return text;
+  return toText(value.get(), constants::JSON_DUMP_FLAGS);
 }
 
 #endif

@@ -16,6 +16,7 @@
 #include <cstring>
 #include <string>
 
+#include "base/file_descriptor.h"
 #include "fakes/log_capture.h"
 
 namespace {
@@ -103,8 +104,8 @@ class DaemonizeTest : public testing::Test {
       _exit(0);
     }
     close(ends[1]);
-    result.report = readAll(ends[0]);
-    close(ends[0]);
+    const FileDescriptor reports(ends[0]);
+    result.report = readAll(reports.get());
     int status = 0;
     EXPECT_EQ(waitpid(result.parent, &status, 0), result.parent);
     result.parentStatus = exitStatus(status);

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "addon/libs/vigil_pack_lib/profile/tracker_default_config_creator.h"
+#include "base/json_text.h"
 #include "config/persistent.h"
 #include "src/addon/profiles.h"
 #include "src/events/wrapper_test_base.h"
@@ -367,9 +368,7 @@ TEST_F(ConfigurationParserTest, TheDefaultDocumentIsAccepted) {
   for (const bool withPresets : {false, true}) {
     const TrackerDefaultConfigCreator creator(withPresets);
     const JsonAutoPtr document = creator.create(DefaultValues(), "1.0");
-    char* const text = json_dumps(document.get(), JSON_COMPACT);
-    EXPECT_EQ(parse(text), 0);
-    free(text);
+    EXPECT_EQ(parse(toText(document.get(), JSON_COMPACT)), 0);
   }
   EXPECT_EQ(configurations(), Texts({"1/0: 1"}));
 }
@@ -378,9 +377,7 @@ TEST_F(ConfigurationParserTest, OfTheDefaultDocumentOnlyTheActiveCameraIsConfigu
   setCameraCount(4);
   const TrackerDefaultConfigCreator creator(false);
   const JsonAutoPtr document = creator.create(DefaultValues(), "1.0");
-  char* const text = json_dumps(document.get(), JSON_COMPACT);
-  EXPECT_EQ(parse(text), 0);
-  free(text);
+  EXPECT_EQ(parse(toText(document.get(), JSON_COMPACT)), 0);
   EXPECT_EQ(configurations(), Texts({"1/0: 1"}));
 }
 

@@ -84,21 +84,14 @@ bool isReadable(int fd, int milliseconds) {
 class Connection {
  public:
   explicit Connection(int fd) : fd(fd) {}
-  Connection(const Connection&) = delete;
-  ~Connection() { close(); }
 
-  void close() {
-    if (fd >= 0) {
-      ::close(fd);
-    }
-    fd = -1;
-  }
+  void close() { fd.reset(); }
 
   // The request line without its line feed; what came of it when it stays incomplete.
   std::string readRequest() const {
     std::string line;
     char letter = 0;
-    while (isReadable(fd, LONG_WAIT) && read(fd, &letter, 1) == 1 && letter != '\n') {
+    while (isReadable(fd.get(), LONG_WAIT) && read(fd.get(), &letter, 1) == 1 && letter != '\n') {
       line += letter;
     }
     return line;
@@ -117,15 +110,15 @@ class Connection {
   // Whether the other end closes the connection.
   bool isClosed() const {
     char letter = 0;
-    return isReadable(fd, LONG_WAIT) && read(fd, &letter, 1) <= 0;
+    return isReadable(fd.get(), LONG_WAIT) && read(fd.get(), &letter, 1) <= 0;
   }
 
  private:
   void write(const void* bytes, std::size_t size) const {
-    EXPECT_EQ(::send(fd, bytes, size, MSG_NOSIGNAL), static_cast<ssize_t>(size));
+    EXPECT_EQ(::send(fd.get(), bytes, size, MSG_NOSIGNAL), static_cast<ssize_t>(size));
   }
 
-  int fd;
+  FileDescriptor fd;
 };
 
 // A scene service at a path of the test's own.

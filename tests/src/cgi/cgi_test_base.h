@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "base/json_text.h"
 #include "camera/configuration_parser.h"
 #include "cgi/cgi_callback.h"
 #include "cgi/tracker_cgi_handler.h"
@@ -41,13 +42,7 @@ inline std::string callBack(const char* method, const char* query, const char* b
 }
 
 inline std::string dumped(const json_t* value) {
-  if (value == nullptr) {
-    return "";
-  }
-  char* const text = json_dumps(value, JSON_COMPACT | JSON_ENCODE_ANY | JSON_REAL_PRECISION(4));
-  std::string copy(text);
-  free(text);
-  return copy;
+  return toText(value, JSON_COMPACT | JSON_ENCODE_ANY | JSON_REAL_PRECISION(4));
 }
 
 // A parser that answers as told.

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "geometry/svg_doc.h"
+#include "support/temporary_folder.h"
 
 namespace {
 
@@ -18,11 +19,9 @@ namespace {
 class CommaLocale {
  public:
   CommaLocale() {
-    std::string pattern = testing::TempDir() + "localeXXXXXX";
-    folder = mkdtemp(pattern.data());
-    const std::string command =
-        "localedef -i de_DE -f UTF-8 --no-archive '" + folder + "/de_DE.UTF-8' >/dev/null 2>&1";
-    made = std::system(command.c_str()) == 0 && setenv("LOCPATH", folder.c_str(), 1) == 0 &&
+    const std::string command = "localedef -i de_DE -f UTF-8 --no-archive '" +
+                                (folder / "de_DE.UTF-8") + "' >/dev/null 2>&1";
+    made = std::system(command.c_str()) == 0 && setenv("LOCPATH", folder.get().c_str(), 1) == 0 &&
            std::setlocale(LC_ALL, "de_DE.UTF-8") &&
            std::localeconv()->decimal_point == std::string(",");
   }
@@ -31,13 +30,12 @@ class CommaLocale {
   ~CommaLocale() {
     std::setlocale(LC_ALL, "C");
     unsetenv("LOCPATH");
-    std::filesystem::remove_all(folder);
   }
 
   bool isMade() const { return made; }
 
  private:
-  std::string folder;
+  TemporaryFolder folder;
   bool made = false;
 };
 

@@ -19,6 +19,7 @@
 #include <string>
 #include <vector>
 
+#include "base/file_descriptor.h"
 #include "fakes/fake_remote_head.h"
 #include "fakes/log_capture.h"
 #include "fakes/private_bus.h"
@@ -508,28 +509,23 @@ class FullListener {
  public:
   explicit FullListener(const std::string& path) : listener(open()) {
     path.copy(name.sun_path, sizeof(name.sun_path) - 1);
-    EXPECT_EQ(bind(listener, reinterpret_cast<const sockaddr*>(&name), sizeof(name)), 0);
-    EXPECT_EQ(listen(listener, 0), 0);
+    EXPECT_EQ(bind(listener.get(), reinterpret_cast<const sockaddr*>(&name), sizeof(name)), 0);
+    EXPECT_EQ(listen(listener.get(), 0), 0);
     do {
       clients.push_back(open());
-    } while (connect(clients.back(), reinterpret_cast<const sockaddr*>(&name), sizeof(name)) == 0);
+    } while (
+        connect(clients.back().get(), reinterpret_cast<const sockaddr*>(&name), sizeof(name)) == 0);
     EXPECT_EQ(errno, EAGAIN);
-  }
-  FullListener(const FullListener&) = delete;
-  FullListener& operator=(const FullListener&) = delete;
-  ~FullListener() {
-    close(listener);
-    for (const int client : clients) {
-      close(client);
-    }
   }
 
  private:
-  static int open() { return socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0); }
+  static FileDescriptor open() {
+    return FileDescriptor(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+  }
 
   sockaddr_un name{.sun_family = AF_UNIX, .sun_path = ""};
-  const int listener;
-  std::vector<int> clients;
+  const FileDescriptor listener;
+  std::vector<FileDescriptor> clients;
 };
 
 TEST_F(SilentHeadTest, AWaitForAHeadThatDoesNotAcceptIsCutShort) {

@@ -23,7 +23,9 @@
 #include <thread>
 #include <vector>
 
+#include "base/file_descriptor.h"
 #include "fakes/log_capture.h"
+#include "support/temporary_folder.h"
 
 namespace {
 
@@ -33,25 +35,6 @@ using testing::MatchesRegex;
 const API_Version OLD("1.0");
 const API_Version NEW("1.1");
 constexpr std::int32_t LARGEST = 16 << 20;
-
-class Descriptor {
- public:
-  explicit Descriptor(int fd) : fd(fd) {}
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  ~Descriptor() { close(); }
-
-  int get() const { return fd; }
-  void close() {
-    if (fd >= 0) {
-      ::close(fd);
-    }
-    fd = -1;
-  }
-
- private:
-  int fd;
-};
 
 bool isOpen(int fd) {
   return fcntl(fd, F_GETFD) != -1;
@@ -76,22 +59,16 @@ std::string receiveWaiting(int fd) {
 class SocketPath {
  public:
   explicit SocketPath(std::size_t length = 0) {
-    std::string name = testing::TempDir() + "sceneXXXXXX";
-    folder = mkdtemp(name.data());
-    path = folder + "/s";
     if (length > path.size()) {
       path.resize(length, 's');
     }
   }
-  SocketPath(const SocketPath&) = delete;
-  SocketPath& operator=(const SocketPath&) = delete;
-  ~SocketPath() { std::filesystem::remove_all(folder); }
 
   const std::string& get() const { return path; }
 
  private:
-  std::string folder;
-  std::string path;
+  TemporaryFolder folder;
+  std::string path = folder / "s";
 };
 
 int listenAt(const std::string& path) {
@@ -109,12 +86,12 @@ int listenAt(const std::string& path) {
 
 TEST(SceneReaderConnect, ReachesTheListeningService) {
   const SocketPath path;
-  const Descriptor listener(listenAt(path.get()));
+  const FileDescriptor listener(listenAt(path.get()));
   ASSERT_GE(listener.get(), 0);
   const LogCapture log;
   const int fd = SceneReader::connect(path.get());
   ASSERT_GE(fd, 0);
-  const Descriptor service(accept(listener.get(), nullptr, nullptr));
+  const FileDescriptor service(accept(listener.get(), nullptr, nullptr));
   sendAll(service.get(), "1.0 OK\0"s);
   EXPECT_TRUE(SceneReader::initialize(fd, 2, 1, OLD).success);
   EXPECT_EQ("1.0 OPEN 0 1 0 1\n", receiveWaiting(service.get()));
@@ -152,7 +129,7 @@ TEST(SceneReaderConnect, FailureLeavesNoDescriptorOpen) {
 
 TEST(SceneReaderConnect, UsesAtMost108CharactersOfThePath) {
   const SocketPath path(108);
-  const Descriptor listener(listenAt(path.get()));
+  const FileDescriptor listener(listenAt(path.get()));
   ASSERT_GE(listener.get(), 0);
   for (const std::string& given : {path.get(), path.get() + "and more"}) {
     const int fd = SceneReader::connect(given);
@@ -160,31 +137,31 @@ TEST(SceneReaderConnect, UsesAtMost108CharactersOfThePath) {
     if (fd >= 0) {
       SceneReader::disconnect(fd);
     }
-    const Descriptor service(accept4(listener.get(), nullptr, nullptr, SOCK_NONBLOCK));
+    const FileDescriptor service(accept4(listener.get(), nullptr, nullptr, SOCK_NONBLOCK));
   }
 }
 
 TEST(SceneReaderConnect, AServiceWithAFullQueueIsNotWaitedFor) {
   const SocketPath path;
-  const Descriptor listener(listenAt(path.get()));
+  const FileDescriptor listener(listenAt(path.get()));
   ASSERT_GE(listener.get(), 0);
-  std::vector<std::unique_ptr<Descriptor>> waiting;
+  std::vector<FileDescriptor> waiting;
   const LogCapture log;
   const auto begin = std::chrono::steady_clock::now();
   while (log.lines().empty() && waiting.size() < 100) {
-    waiting.push_back(std::make_unique<Descriptor>(SceneReader::connect(path.get())));
+    waiting.emplace_back(SceneReader::connect(path.get()));
   }
   // A wait would last for as long as a send may.
   EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(4));
   ASSERT_EQ(1u, log.lines().size());
   EXPECT_EQ("Could not connect to service, result: -1\n\n", log.lines()[0].text);
-  EXPECT_EQ(-1, waiting.back()->get());
+  EXPECT_EQ(-1, waiting.back().get());
 }
 
 TEST(SceneReaderConnect, WhatIsSentAndReceivedLaterIsLimitedToFiveSeconds) {
   const SocketPath path;
-  const Descriptor listener(listenAt(path.get()));
-  const Descriptor client(SceneReader::connect(path.get()));
+  const FileDescriptor listener(listenAt(path.get()));
+  const FileDescriptor client(SceneReader::connect(path.get()));
   ASSERT_GE(client.get(), 0);
   EXPECT_EQ(0, fcntl(client.get(), F_GETFL) & O_NONBLOCK);
   for (const int option : {SO_RCVTIMEO, SO_SNDTIMEO}) {
@@ -210,14 +187,14 @@ class SceneReaderStream : public testing::Test {
     if (socketpair(AF_UNIX, type, 0, ends.data()) != 0) {
       throw std::runtime_error("no socket pair");
     }
-    readerEnd = std::make_unique<Descriptor>(ends[0]);
-    serviceEnd = std::make_unique<Descriptor>(ends[1]);
+    readerEnd = FileDescriptor(ends[0]);
+    serviceEnd = FileDescriptor(ends[1]);
     LogCapture::clear();
   }
 
-  int reader() const { return readerEnd->get(); }
-  int service() const { return serviceEnd->get(); }
-  void closeService() { serviceEnd->close(); }
+  int reader() const { return readerEnd.get(); }
+  int service() const { return serviceEnd.get(); }
+  void closeService() { serviceEnd.reset(); }
   void answer(std::string_view bytes) { sendAll(service(), bytes); }
   std::string request() const { return receiveWaiting(service()); }
 
@@ -227,8 +204,8 @@ class SceneReaderStream : public testing::Test {
   }
 
  private:
-  std::unique_ptr<Descriptor> readerEnd;
-  std::unique_ptr<Descriptor> serviceEnd;
+  FileDescriptor readerEnd;
+  FileDescriptor serviceEnd;
 };
 
 using SceneReaderHandshake = SceneReaderStream;
@@ -477,10 +454,10 @@ TEST_F(SceneReaderFrames, HeadCutOffFailsWithoutAMessage) {
   for (const std::size_t length : {1u, 3u, 4u, 7u, 11u}) {
     std::array<int, 2> ends = {-1, -1};
     ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM, 0, ends.data()));
-    const Descriptor readerEnd(ends[0]);
-    Descriptor serviceEnd(ends[1]);
+    const FileDescriptor readerEnd(ends[0]);
+    FileDescriptor serviceEnd(ends[1]);
     sendAll(serviceEnd.get(), header(3).substr(0, length));
-    serviceEnd.close();
+    serviceEnd.reset();
     SceneFrame frame;
     EXPECT_FALSE(SceneReader::readScene(readerEnd.get(), frame)) << length;
   }

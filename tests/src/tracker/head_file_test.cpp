@@ -4,8 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
@@ -35,12 +33,9 @@ class HeadFileTest : public testing::Test {
     return known;
   }
 
-  std::string text() const {
-    std::ifstream in(folder.path("head.json"));
-    return {std::istreambuf_iterator<char>(in), {}};
-  }
+  std::string text() const { return readText(folder.path("head.json")); }
 
-  void write(const std::string& text) const { std::ofstream(folder.path("head.json")) << text; }
+  void write(const std::string& text) const { writeText(folder.path("head.json"), text); }
 
   // The stored text with something in the place of something else.
   void change(const std::string& from, const std::string& to) const {
