@@ -246,7 +246,7 @@ def start_surroundings():
     subprocess.Popen(["dbus-daemon", f"--config-file={REPOSITORY}/device/bus/system.conf",
                       "--nofork", "--nosyslog"])
     wait_until(lambda: is_listening(BUS_SOCKET), "the message bus")
-    device = Device("--model", "compass", "--transport", "socket", "--quiet", "--head-boot", "0")
+    device = Device("--model", "perfect-compass", "--transport", "socket", "--quiet", "--head-boot", "0")
     wait_until(lambda: is_listening(SCENE_SOCKET), "the virtual device")
     SCENE_SOCKET.unlink()
     return device

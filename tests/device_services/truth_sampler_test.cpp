@@ -29,7 +29,7 @@ class TruthSamplerTest : public testing::Test {
   double secondsWithSomebody() { return report.score().secondsWithSomebody; }
 
   // The first person stands in the square from the beginning.
-  const Model model = loadModel(parseOptions({"virtual_device"}).models, "fixed");
+  const Model model = loadModel(parseOptions({"virtual_device"}).models, "perfect");
   const World world{model.world, {}};
   Report report{{}, {.score = scoreSetupOf(model), .head = model.head}};
   TruthSampler::Answered pending;

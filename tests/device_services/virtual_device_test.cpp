@@ -186,7 +186,7 @@ TEST_F(VirtualDeviceTest, FramesArriveAtTheSubscriber) {
 TEST_F(VirtualDeviceTest, UnknownModelAndBadTracksAreErrors) {
   options.model = "none";
   EXPECT_THROW(make(), std::runtime_error);
-  options.model = "fixed";
+  options.model = "perfect";
   options.tracks = folder / "none.csv";
   EXPECT_THROW(make(), std::runtime_error);
 }

@@ -61,7 +61,7 @@ class WebInterfaceTest : public testing::Test {
     options.broker = std::move(broker);
     web.emplace(options, folder / "application",
                 WebSources{.model = model,
-                           .run = {.model = "fixed",
+                           .run = {.model = "perfect",
                                    .tracks = "generated",
                                    .scene = "square",
                                    .transport = "socket",
@@ -119,7 +119,7 @@ class WebInterfaceTest : public testing::Test {
   DbusDaemon bus;
   TemporaryFolder folder;
   GObjectPtr<GDBusConnection> connection = connectToSystemBus();
-  Model model = loadModel(parseOptions({"virtual_device"}).models, "fixed");
+  Model model = loadModel(parseOptions({"virtual_device"}).models, "perfect");
   World world{model.world, {}};
   HeadDrive drive{model.head, g_get_monotonic_time};
   EventService events{connection.get()};
@@ -247,7 +247,7 @@ TEST_F(WebInterfaceTest, PageIsToldAllInItsOrder) {
 
   Message message = next(client);
   EXPECT_EQ("model", message.type);
-  EXPECT_EQ("fixed", message.text("name"));
+  EXPECT_EQ("perfect", message.text("name"));
   EXPECT_EQ("generated", message.text("tracks"));
   EXPECT_EQ("socket", message.text("transport"));
   EXPECT_EQ(5, message.number("seed"));

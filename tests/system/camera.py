@@ -24,7 +24,7 @@ BUS_SOCKET = pathlib.Path("/run/dbus/system_bus_socket")
 ENABLED = '{"sentrel_enabled":true,"return_to_home_enabled":true}'
 # The camera of the tests, unless they name another one: what a test of the mechanics checks must not
 # depend on chance.
-MODEL = "fixed"
+MODEL = "perfect"
 # As an earlier run with the head of that model leaves it.
 TUNED = ('{"sentrel_enabled":true,"return_to_home_enabled":true,"camera_name":"TRK-100",'
          '"pan_kp":2.5,"pan_ki":0.15,"pan_kd":0.1,"tilt_kp":2.5,"tilt_ki":0.15,"tilt_kd":0.1}')

@@ -42,7 +42,7 @@ class FaultTest(CameraTest):
     and somebody to follow, and every recovery can be timed."""
 
     settings = TUNED
-    model = "compass"
+    model = "perfect-compass"
     watched = 2
 
     def start_scenes(self, transport="socket"):

@@ -37,7 +37,7 @@ RIGHT_HALF = (1500, 3000)  # Q12
 
 
 class HeadFaultTest(FaultTest):
-    model = "fixed"
+    model = "perfect"
     watched = 1
 
     def setUp(self):

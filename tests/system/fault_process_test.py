@@ -231,7 +231,7 @@ class FaultTerminationTest(CameraTest):
         chance = random.Random(seed)
         CONFIGURATION.write_text(json.dumps(document("setConfiguration", configuration(4))),
                                  encoding="utf-8")
-        self.start_device("--model", "compass", "--head-boot", "0", "--fps", "25", "--quiet",
+        self.start_device("--model", "perfect-compass", "--head-boot", "0", "--fps", "25", "--quiet",
                           "--transport", transport)
         self.start_daemon()
         self.wait_until_serving()

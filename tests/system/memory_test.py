@@ -49,7 +49,7 @@ class MemoryTest(CameraTest):
         if "SENTREL_SANITIZER_REPORTS" in os.environ:
             self.skipTest("a sanitizer has an allocator of its own")
         super().setUp()
-        self.start_device("--model", "compass")
+        self.start_device("--model", "perfect-compass")
 
     def serve(self):
         self.start_daemon()

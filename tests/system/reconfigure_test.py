@@ -59,7 +59,7 @@ class SteadyAim:
 
 class ReconfigureTest(RunTest):
     def test_ten_profiles_on_four_cameras_are_set_while_a_person_is_followed(self):
-        web = Web(self.start("--model", "compass", "--port", "0"))
+        web = Web(self.start("--model", "perfect-compass", "--port", "0"))
         live = web.follow("/live")
         following = live.wait_for_event(OWN + "isSentreling", {"active": True})
         live.journal.wait_for(SteadyAim(), "a head that follows", start=following)

@@ -29,7 +29,7 @@ class RunTest(unittest.TestCase):
         self.report = self.folder / "report"
 
     # The camera, unless a test names another one; None for what runs when none is named.
-    model = "fixed"
+    model = "perfect"
 
     def start(self, *options):
         if self.model and "--model" not in options:

@@ -41,7 +41,7 @@ class RunScriptTest(RunTest):
         run.interrupt()
         self.assertEqual(0, run.wait(), run.text())
         self.assertIn("The daemon ended with status 0", run.text())
-        self.assertEqual("fixed", self.read_report()["model"])
+        self.assertEqual("perfect", self.read_report()["model"])
 
     def test_new_state_folder_is_given_settings_that_switch_tracking_on(self):
         self.run_for(2)

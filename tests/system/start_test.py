@@ -62,7 +62,7 @@ class StartTest(CameraTest):
         self.assert_default_is_made_and_kept()
 
     def test_default_configuration_knows_every_channel_and_uses_the_first(self):
-        self.start("--model", "compass")
+        self.start("--model", "perfect-compass")
         self.assertEqual(default_document(4), json.loads(CONFIGURATION.read_text(encoding="utf-8")))
         self.bus.wait_for("declared", "Camera1Profile1", False)
         declared = {happening.name for happening in self.bus.journal.entries()

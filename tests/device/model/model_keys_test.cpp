@@ -91,7 +91,7 @@ class ModelKeyTest : public testing::TestWithParam<ModelKey> {
   // What is said to the plain model with another value of the key; empty when it is taken.
   std::string answerTo(json_t* value) {
     json_error_t error;
-    const JsonAutoPtr json(json_load_file((modelsFolder() / "fixed.json").c_str(), 0, &error));
+    const JsonAutoPtr json(json_load_file((modelsFolder() / "perfect.json").c_str(), 0, &error));
     const std::string_view name = GetParam().name;
     for (const Need& need : NEEDS) {
       if (name.starts_with(need.prefix)) {

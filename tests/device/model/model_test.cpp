@@ -106,9 +106,11 @@ INSTANTIATE_TEST_SUITE_P(Files, EveryModelTest, testing::ValuesIn(modelNames(mod
 
 TEST(ModelTest, TheModelsOfTheProduct) {
   const std::vector<std::string> names = modelNames(modelsFolder());
-  for (const char* name : {"fixed", "compass", "mechanical", "k47", "slow-head", "ordinary",
-                           "fast-head", "rotated", "rotated180", "rotated270", "default", "ideal",
-                           "mild", "realistic", "harsh", "slow", "fast", "far", "slow-link"}) {
+  for (const char* name : {"perfect",    "perfect-compass", "fixed",    "compass",   "mechanical",
+                           "k47",        "slow-head",       "ordinary", "fast-head", "rotated",
+                           "rotated180", "rotated270",      "default",  "ideal",     "mild",
+                           "realistic",  "harsh",           "slow",     "fast",      "far",
+                           "slow-link"}) {
     EXPECT_THAT(names, Contains(name));
   }
 }
@@ -251,9 +253,11 @@ TEST(ModelTest, TheConditionsAreAsTold) {
   }
 }
 
-// As the models were before there were flaws.
-TEST(ModelTest, WithoutKeysThereAreNoFlaws) {
-  const Model model = loadModel(modelsFolder(), "fixed");
+class PerfectModelTest : public testing::TestWithParam<const char*> {};
+
+// Mechanics are tested with them.
+TEST_P(PerfectModelTest, HasNoFlaws) {
+  const Model model = loadModel(modelsFolder(), GetParam());
   EXPECT_EQ(model.head.link.jitter, 0);
   EXPECT_EQ(model.head.drive.deadZone, 0);
   EXPECT_EQ(model.head.drive.step, 0);
@@ -276,11 +280,46 @@ TEST(ModelTest, WithoutKeysThereAreNoFlaws) {
   EXPECT_EQ(model.world.scene, "square");
 }
 
+INSTANTIATE_TEST_SUITE_P(Models, PerfectModelTest, testing::Values("perfect", "perfect-compass"),
+                         [](const auto& info) {
+                           std::string name = info.param;
+                           std::erase(name, '-');
+                           return name;
+                         });
+
+// Whoever names a model without looking gets one that does not flatter.
+TEST_P(EveryModelTest, HasFlawsUnlessItsNameSaysOtherwise) {
+  const std::string name = GetParam();
+  if (name.starts_with("perfect") || name == "ideal") {
+    GTEST_SKIP() << "says so";
+  }
+  const Model model = loadModel(modelsFolder(), name);
+  EXPECT_GT(model.head.link.jitter, 0);
+  EXPECT_GT(model.head.status.period, 0);
+  EXPECT_GT(model.head.status.step, 0);
+  EXPECT_GT(model.head.drive.deadZone, 0);
+  EXPECT_GT(model.world.surveyError.mastHeight, 0);
+  EXPECT_GT(model.world.peopleHeightDeviation, 0);
+  EXPECT_GT(model.world.detections.missed, 0);
+  EXPECT_GT(model.world.detections.memory, 0);
+  EXPECT_GT(model.world.detections.endNoise, 0);
+  EXPECT_EQ(model.world.detections.velocity,
+            name == "harsh" ? VelocityKind::none : VelocityKind::past);
+  for (const ChannelSetup& channel : model.world.channels) {
+    EXPECT_GT(channel.frames.age, 0);
+    EXPECT_GT(channel.frames.ageJitter, 0);
+    EXPECT_GT(channel.frames.stampJitter, 0);
+    // A lens on the head is nowhere else.
+    EXPECT_EQ(channel.mountingError.pan > 0, !channel.movesWithHead);
+    EXPECT_EQ(channel.camera.position.x != 0, !channel.movesWithHead);
+  }
+}
+
 // Files of one test, in a folder of its own.
 class ModelFileTest : public testing::Test {
  protected:
   ModelFileTest() {
-    for (const char* base : {"fixed.json", "ideal.json"}) {
+    for (const char* base : {"perfect.json", "ideal.json"}) {
       std::filesystem::copy_file(modelsFolder() / base, folder / base);
     }
   }
@@ -304,7 +343,7 @@ class ModelFileTest : public testing::Test {
 };
 
 TEST_F(ModelFileTest, ReplacesWhatItNamesAndKeepsTheRestOfItsBase) {
-  write("own", R"({"base": "fixed", "head": {"pan": {"speed": 60}},
+  write("own", R"({"base": "perfect", "head": {"pan": {"speed": 60}},
                    "parameters": {"root.Image.I0.Appearance.Resolution": "1280x720"}})");
   const Model model = loadModel(folder, "own");
   EXPECT_DOUBLE_EQ(model.head.pan.speed, 60);
@@ -315,51 +354,52 @@ TEST_F(ModelFileTest, ReplacesWhatItNamesAndKeepsTheRestOfItsBase) {
 }
 
 TEST_F(ModelFileTest, HeadParametersOfTheFileWin) {
-  write("own", R"({"base": "fixed",
+  write("own", R"({"base": "perfect",
                    "head": {"parameters": {"ImageSource.I0.Sensor.AspectRatio": ""}}})");
   EXPECT_EQ(loadModel(folder, "own").headParameters.at("ImageSource.I0.Sensor.AspectRatio"), "");
 }
 
 TEST_F(ModelFileTest, AnUnknownNameIsAnsweredWithTheKnownOnes) {
-  write("own", R"({"base": "fixed"})");
+  write("own", R"({"base": "perfect"})");
   try {
     loadModel(folder, "nothing");
     FAIL();
   } catch (const ModelError& error) {
-    EXPECT_THAT(error.what(), HasSubstr("no model 'nothing'; there are: fixed, ideal, own"));
+    EXPECT_THAT(error.what(), HasSubstr("no model 'nothing'; there are: ideal, own, perfect"));
   }
 }
 
 TEST_F(ModelFileTest, ErrorsNameFileAndKey) {
   const std::string file = (folder / "own.json").string();
-  EXPECT_EQ(errorOf(R"({"base": "fixed", "head": {"pan": {"speed": "fast"}}})"),
+  EXPECT_EQ(errorOf(R"({"base": "perfect", "head": {"pan": {"speed": "fast"}}})"),
             file + ": head.pan.speed: must be a number from 1 to 2000");
-  EXPECT_EQ(errorOf(R"({"base": "fixed", "head": {"latency_s": 1.5}})"),
+  EXPECT_EQ(errorOf(R"({"base": "perfect", "head": {"latency_s": 1.5}})"),
             file + ": head.latency_s: must be a number from 0 to 1");
-  EXPECT_EQ(errorOf(R"({"base": "fixed", "head": {"zoom": {"max": 1}}})"),
+  EXPECT_EQ(errorOf(R"({"base": "perfect", "head": {"zoom": {"max": 1}}})"),
             file + ": head.zoom.max: must be a whole number from 2 to 1000000");
-  EXPECT_EQ(errorOf(R"({"base": "fixed", "head": {"aspect": "wide"}})"),
+  EXPECT_EQ(errorOf(R"({"base": "perfect", "head": {"aspect": "wide"}})"),
             file + ": head.aspect: must be WIDTH:HEIGHT");
-  EXPECT_EQ(errorOf(R"({"base": "fixed", "speed": 3})"), file + ": speed: is unknown");
-  EXPECT_EQ(errorOf(R"({"base": "fixed", "parameters": {"root.A": 3}})"),
+  EXPECT_EQ(errorOf(R"({"base": "perfect", "speed": 3})"), file + ": speed: is unknown");
+  EXPECT_EQ(errorOf(R"({"base": "perfect", "parameters": {"root.A": 3}})"),
             file + ": parameters.root.A: must be a text");
-  EXPECT_EQ(errorOf(R"({"base": "fixed", "channels": []})"), file + ": channels: must be 1 to 16");
-  EXPECT_EQ(errorOf(R"({"base": "fixed", "channels": [{"name": "A"}]})"),
+  EXPECT_EQ(errorOf(R"({"base": "perfect", "channels": []})"),
+            file + ": channels: must be 1 to 16");
+  EXPECT_EQ(errorOf(R"({"base": "perfect", "channels": [{"name": "A"}]})"),
             file + ": channels[0].pan: is missing");
-  EXPECT_EQ(errorOf(R"({"base": "fixed", "channels": [{"name": "A", "pan": 0, "tilt": 0,
+  EXPECT_EQ(errorOf(R"({"base": "perfect", "channels": [{"name": "A", "pan": 0, "tilt": 0,
                         "width": 1920, "height": 1080, "horizontal_fov": 40, "rotation": 45}]})"),
             file + ": channels[0].rotation: must be 0, 90, 180 or 270");
-  EXPECT_EQ(errorOf(R"({"base": "fixed", "head": 3})"), file + ": head: must be an object");
+  EXPECT_EQ(errorOf(R"({"base": "perfect", "head": 3})"), file + ": head: must be an object");
   EXPECT_EQ(errorOf(R"({"parameters": {}})"), file + ": head: is missing");
 }
 
 TEST_F(ModelFileTest, ErrorsOfValuesThatDoNotFitTogether) {
   const std::string name = (folder / "own.json").string();
-  EXPECT_EQ(errorOf(R"({"base": "fixed", "head": {"network": {"least_s": 0.2, "most_s": 0.1}}})"),
+  EXPECT_EQ(errorOf(R"({"base": "perfect", "head": {"network": {"least_s": 0.2, "most_s": 0.1}}})"),
             name + ": head.network.most_s: must be a number from 0.2 to 2");
-  EXPECT_EQ(errorOf(R"({"base": "fixed", "detections": {"occlusions": {"per_s": 0.6}}})"),
+  EXPECT_EQ(errorOf(R"({"base": "perfect", "detections": {"occlusions": {"per_s": 0.6}}})"),
             name + ": detections.occlusions.per_s: must be a number from 0 to 0.5");
-  EXPECT_EQ(errorOf(R"({"base": "fixed", "head": {"zoom": {"curve": "table",
+  EXPECT_EQ(errorOf(R"({"base": "perfect", "head": {"zoom": {"curve": "table",
                         "table": [{"position": 0, "field": 60}, {"position": 1, "field": 61}]}}})"),
             name + ": head.zoom.table: must have growing positions from 0 to 1 and falling fields");
   EXPECT_EQ(errorOf(R"({"base": "ideal", "overview": {"distortion": {"k1": -0.2}}})"),

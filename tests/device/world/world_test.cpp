@@ -20,7 +20,9 @@ class WorldTest : public testing::Test {
   // A world with one recording.
   World worldOf(const std::string& model, const std::string& rows) {
     std::ofstream(file) << "time_s,id,x_m,y_m\n" << rows;
-    return World(loadModel(modelsFolder(), model).world, {.tracks = file});
+    WorldSetup setup = loadModel(modelsFolder(), model).world;
+    setup.detections = {};
+    return World(setup, {.tracks = file});
   }
 
   const TemporaryFolder folder;
@@ -29,7 +31,7 @@ class WorldTest : public testing::Test {
 
 // One point, so the middle of the bounds: 45 m in front, seen from 18 m.
 TEST_F(WorldTest, PeopleAreSeenFromTheMast) {
-  const World world = worldOf("fixed", "0,7,3,4\n");
+  const World world = worldOf("perfect", "0,7,3,4\n");
   const std::vector<PersonView> people = world.people(0);
   ASSERT_EQ(people.size(), 1u);
   EXPECT_EQ(people[0].id, 7);
@@ -41,7 +43,7 @@ TEST_F(WorldTest, PeopleAreSeenFromTheMast) {
 
 TEST_F(WorldTest, InsideMeansWithinTheIncludeArea) {
   // Walks 40 m from left to right past the middle of the stage, along the axis' normal.
-  WorldSetup model = loadModel(modelsFolder(), "fixed").world;
+  WorldSetup model = loadModel(modelsFolder(), "perfect").world;
   model.stageTurn = 0;
   std::ofstream(file) << "time_s,id,x_m,y_m\n0,1,0,0\n40,1,40,0\n";
   const World world(model, {.tracks = file});
@@ -56,7 +58,7 @@ TEST_F(WorldTest, InsideMeansWithinTheIncludeArea) {
 }
 
 TEST_F(WorldTest, FramesShowThePeople) {
-  World world = worldOf("fixed", "0,7,3,4\n1,7,3,4\n");
+  World world = worldOf("perfect", "0,7,3,4\n1,7,3,4\n");
   const Frame frame = world.frame(0, 0.5, 123456);
   EXPECT_EQ(frame.timestamp, 123456);
   EXPECT_EQ(frame.objects.size(), 1u);
@@ -64,7 +66,7 @@ TEST_F(WorldTest, FramesShowThePeople) {
 }
 
 TEST_F(WorldTest, EveryChannelOfACompassHasItsTurn) {
-  World world = worldOf("compass",
+  World world = worldOf("perfect-compass",
                         "0,1,0,0\n5,1,1,0\n30,2,0,0\n35,2,1,0\n60,3,0,0\n65,3,1,0\n"
                         "90,4,0,0\n95,4,1,0\n");
   ASSERT_EQ(world.channelCount(), 4);
@@ -97,13 +99,13 @@ TEST_F(WorldTest, TheChannelOfAMechanicalHeadLooksWhereItLooks) {
 }
 
 TEST_F(WorldTest, FixedChannelsStayWhereTheyAre) {
-  World world = worldOf("fixed", "0,7,3,4\n");
+  World world = worldOf("perfect", "0,7,3,4\n");
   world.followHead({.pan = 90, .tilt = -50, .pictureWidth = 20});
   EXPECT_DOUBLE_EQ(world.camera(0).getSetup().pan, 0);
 }
 
 TEST_F(WorldTest, TheSameSeedGivesTheSameWorld) {
-  const WorldSetup model = loadModel(modelsFolder(), "fixed").world;
+  const WorldSetup model = loadModel(modelsFolder(), "perfect").world;
   World one(model, {.tracks = std::nullopt, .seed = 3});
   World same(model, {.tracks = std::nullopt, .seed = 3});
   World other(model, {.tracks = std::nullopt, .seed = 4});
@@ -117,7 +119,7 @@ TEST_F(WorldTest, TheSameSeedGivesTheSameWorld) {
 }
 
 TEST_F(WorldTest, ABadRecordingIsRefused) {
-  EXPECT_THROW(worldOf("fixed", "0,7,3\n"), TrackError);
+  EXPECT_THROW(worldOf("perfect", "0,7,3\n"), TrackError);
 }
 
 // With everybody of a recording in front of the camera, frames hold objects for most of the time in
@@ -127,7 +129,7 @@ TEST_F(WorldTest, RecordingsWalkInFrontOfTheCamera) {
     GTEST_SKIP() << "no recordings beside the sources";
   }
   for (const auto& entry : std::filesystem::directory_iterator(recordingsFolder())) {
-    World world(loadModel(modelsFolder(), "fixed").world, {.tracks = entry.path()});
+    World world(loadModel(modelsFolder(), "perfect").world, {.tracks = entry.path()});
     int there = 0;
     int inside = 0;
     for (double time = 0; time < 300; time += 0.5) {
@@ -142,7 +144,7 @@ TEST_F(WorldTest, RecordingsWalkInFrontOfTheCamera) {
 
 // Sees through what is told how a camera hangs that hangs otherwise.
 TEST_F(WorldTest, CamerasHangBesideWhatTheParametersSay) {
-  WorldSetup setup = loadModel(modelsFolder(), "fixed").world;
+  WorldSetup setup = loadModel(modelsFolder(), "perfect").world;
   setup.channels[0].mountingError = {.pan = 1.5};
   const World world(setup, {});
   EXPECT_DOUBLE_EQ(world.camera(0).getSetup().pan, 1.5);
@@ -151,7 +153,7 @@ TEST_F(WorldTest, CamerasHangBesideWhatTheParametersSay) {
 
 // 2 m beside the head, the direction to somebody 10 m away differs by atan(2 / 10).
 TEST_F(WorldTest, ACameraBesideTheHeadSeesFromThere) {
-  WorldSetup setup = loadModel(modelsFolder(), "fixed").world;
+  WorldSetup setup = loadModel(modelsFolder(), "perfect").world;
   setup.channels[0].camera.position = {2, 0, 5};
   setup.channels[0].camera.tilt = -30;
   setup.channels[0].camera.horizontalFov = 90;
@@ -162,7 +164,7 @@ TEST_F(WorldTest, ACameraBesideTheHeadSeesFromThere) {
 }
 
 TEST_F(WorldTest, FramesAreReceivedWhenTheyHaveCome) {
-  WorldSetup setup = loadModel(modelsFolder(), "fixed").world;
+  WorldSetup setup = loadModel(modelsFolder(), "perfect").world;
   setup.channels[0].frames = {.age = 0.25, .stampOffset = 0.01};
   std::ofstream(file) << "time_s,id,x_m,y_m\n0,7,3,4\n1,7,3,4\n";
   World world(setup, {.tracks = file});
@@ -175,7 +177,7 @@ TEST_F(WorldTest, FramesAreReceivedWhenTheyHaveCome) {
 }
 
 TEST_F(WorldTest, PeopleAreOfSeveralHeights) {
-  WorldSetup setup = loadModel(modelsFolder(), "fixed").world;
+  WorldSetup setup = loadModel(modelsFolder(), "perfect").world;
   setup.peopleHeight = 1.7;
   setup.peopleHeightDeviation = 0.09;
   setup.scene = "crowd";
@@ -197,13 +199,13 @@ TEST_F(WorldTest, PeopleAreOfSeveralHeights) {
 }
 
 TEST_F(WorldTest, AnotherSceneCanBeAskedFor) {
-  const WorldSetup setup = loadModel(modelsFolder(), "fixed").world;
+  const WorldSetup setup = loadModel(modelsFolder(), "perfect").world;
   EXPECT_EQ(World(setup, {.scene = "crowd"}).people(100).size(), 60u);
 }
 
 // The mast at (4, 1) looking home at (4, 6): who stands at (7, 6) is 3 m to the right and 5 m away.
 TEST_F(WorldTest, ARecordingCanBePutAroundTheMast) {
-  WorldSetup setup = loadModel(modelsFolder(), "fixed").world;
+  WorldSetup setup = loadModel(modelsFolder(), "perfect").world;
   std::ofstream(file) << "time_s,id,x_m,y_m\n0,1,7,6\n9,1,7,6\n";
   const RecordingPlace place{.mast = {4, 1}, .home = {4, 6}};
   const World world(setup, {.tracks = file, .place = place});
@@ -217,7 +219,7 @@ TEST_F(WorldTest, ARecordingCanBePutAroundTheMast) {
 
 // A recording keeps the scenery of the scene in which it is played.
 TEST_F(WorldTest, ARecordingCanBePlayedInAnyScene) {
-  const WorldSetup setup = loadModel(modelsFolder(), "fixed").world;
+  const WorldSetup setup = loadModel(modelsFolder(), "perfect").world;
   std::ofstream(file) << "time_s,id,x_m,y_m\n0,1,7,6\n9,1,7,6\n";
   for (const char* scene : {"wide", "far", "hiding"}) {
     const World world(setup, {.tracks = file, .scene = scene});
@@ -227,7 +229,7 @@ TEST_F(WorldTest, ARecordingCanBePlayedInAnyScene) {
 }
 
 TEST_F(WorldTest, SceneryHidesPeople) {
-  WorldSetup setup = loadModel(modelsFolder(), "fixed").world;
+  WorldSetup setup = loadModel(modelsFolder(), "perfect").world;
   std::ofstream(file) << "time_s,id,x_m,y_m\n0,1,7,6\n9,1,7,6\n";
   ASSERT_EQ(World(setup, {.tracks = file}).frame(0, 1, 1).objects.size(), 1u);
   // 45 m away, seen from 18 m: 1 m in front of it a wall of 3 m hides all.

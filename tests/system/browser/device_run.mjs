@@ -14,7 +14,7 @@ const READY_WITHIN = 60_000; // milliseconds
 export class DeviceRun {
   constructor(build, ...options) {
     const command = path.join(REPOSITORY, 'script/run');
-    this.process = spawn(command, ['--build', build, '--port', '0', '--model', 'fixed', ...options], {
+    this.process = spawn(command, ['--build', build, '--port', '0', '--model', 'perfect', ...options], {
       stdio: ['ignore', 'pipe', 'inherit'],
     });
     this.ended = once(this.process, 'exit');
