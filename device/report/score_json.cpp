@@ -131,6 +131,7 @@ json_t* tuningJson(const TuningFigures& figures) {
   set(object, "succeeded", jsonOf(figures.succeeded));
   set(object, "pan_gains", jsonOf(figures.panGains));
   set(object, "tilt_gains", jsonOf(figures.tiltGains));
+  set(object, "identified", jsonOf(figures.identified));
   return object;
 }
 

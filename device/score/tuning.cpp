@@ -4,6 +4,14 @@
 
 namespace device {
 
+namespace {
+
+constexpr const char* IDENTIFIED = "The head answers after ";
+constexpr const char* NOT_IDENTIFIED = "The head could not be identified";
+constexpr const char* NOT_RECORDED = "Identifying the head: attempt 3 of 3 failed";
+
+}  // namespace
+
 void TuningWatch::state(double time, std::string_view name) {
   const bool tunes = name == "autotuning";
   if (tunes && !since) {
@@ -16,6 +24,14 @@ void TuningWatch::state(double time, std::string_view name) {
 }
 
 void TuningWatch::logLine(const std::string& text) {
+  if (text.starts_with(IDENTIFIED)) {
+    sum.identified = true;
+    return;
+  }
+  if (text.starts_with(NOT_IDENTIFIED) || text.starts_with(NOT_RECORDED)) {
+    sum.identified = false;
+    return;
+  }
   int attempt = 0;
   int most = 0;
   int length = 0;

@@ -20,6 +20,12 @@ struct TuningFigures {
   std::optional<bool> succeeded;  // the last one that came to an end; empty without one
   std::optional<Gains> panGains;  // of the last success
   std::optional<Gains> tiltGains;
+  // Whether the head's dead time and speeds were found out, the last time that was tried; empty
+  // where following goes without.
+  std::optional<bool> identified;
+
+  // Whether the head is steered by what was learned of it, in the way in which it is followed.
+  bool isHeadKnown() const { return identified.value_or(panGains.has_value()); }
 };
 
 // Learns it from the tracker's states and from what the application logs.

@@ -103,16 +103,21 @@ std::string runningScoreJson(double time, const RunningScore& score, const Tunin
   const auto number = [](const std::optional<double>& value) {
     return value ? json_real(*value) : json_null();
   };
-  json_t* succeeded = tuning.succeeded ? json_boolean(*tuning.succeeded) : json_null();
+  const auto answer = [](const std::optional<bool>& value) {
+    return value ? json_boolean(*value) : json_null();
+  };
   return textOf(json_pack(
-      "{s:f,s:f,s:f,s:o,s:o,s:o,s:o,s:o,s:i,s:i,s:o,s:i,s:{s:i,s:i,s:i,s:o}}", "time", time,
-      "seconds", score.seconds, "seconds_with_somebody", score.secondsWithSomebody, "detected",
-      number(score.density[0]), "recognised", number(score.density[1]), "identified",
+      "{s:f,s:f,s:f,s:o,s:o,s:o,s:o,s:o,s:i,s:i,s:o,s:i,s:f,s:f,s:f,s:f,s:{s:i,s:i,s:i,s:o,s:o}}",
+      "time", time, "seconds", score.seconds, "seconds_with_somebody", score.secondsWithSomebody,
+      "detected", number(score.density[0]), "recognised", number(score.density[1]), "identified",
       number(score.density[2]), "in_picture", number(score.inPicture), "rms_deg", number(score.rms),
       "acquisitions", score.acquisition.count, "never", score.acquisition.never, "acquisition_s",
-      number(score.acquisition.median), "changes", score.followedChanges, "tuning", "attempts",
-      tuning.attempts, "failed_attempts", tuning.failedAttempts, "unsuccessful",
-      tuning.unsuccessful, "succeeded", succeeded));
+      number(score.acquisition.median), "changes", score.followedChanges, "starts_per_s",
+      score.motion.startsPerSecond, "reversals_per_s", score.motion.reversalsPerSecond,
+      "acceleration_rms", score.motion.accelerationRms, "zoom_reversals_per_s",
+      score.motion.zoomReversalsPerSecond, "tuning", "attempts", tuning.attempts, "failed_attempts",
+      tuning.failedAttempts, "unsuccessful", tuning.unsuccessful, "succeeded",
+      answer(tuning.succeeded), "identified", answer(tuning.identified)));
 }
 
 std::string logJson(double time, const SyslogLine& line) {

@@ -185,6 +185,7 @@ bool Autotuner::runRelay() {
                                     0, PtzHead::CONTINUOUS);
   note(*status, panSpeed, tiltSpeed, isTaken, time);
   if (isTuned && survey != nullptr) {
+    relay = Relay::leftOut;  // should the staircase fail, it alone is repeated
     startStaircase(*status);
   }
   return isTuned;
@@ -228,24 +229,34 @@ bool Autotuner::runStaircase() {
 
 void Autotuner::handleFailure() {
   ++autotuneRetryCount;
-  if (autotuneRetryCount < MAX_RUNS) {
-    syslog(LOG_WARNING, "Autotuning: attempt %d of %d failed, trying again\n", autotuneRetryCount,
-           MAX_RUNS);
+  const bool isGivenUp = autotuneRetryCount >= MAX_RUNS;
+  const bool isSurveyLeft = survey != nullptr && relay == Relay::wanted;
+  syslog(LOG_WARNING, "%s: attempt %d of %d failed%s\n",
+         relay == Relay::wanted ? "Autotuning" : "Identifying the head", autotuneRetryCount,
+         MAX_RUNS, isGivenUp ? consequence(isSurveyLeft) : ", trying again");
+  if (!isGivenUp) {
     regulator.pidDebug();
     autotuneStep = GO_TO_ZOOM_CHECK;
     return;
   }
-  syslog(
-      LOG_WARNING,
-      "Autotuning: attempt %d of %d failed. The head keeps the gains it had and may lag behind or "
-      "swing; it is tuned again at the next start\n",
-      autotuneRetryCount, MAX_RUNS);
   autotuneRetryCount = 0;
   autotuneStep = FINISH;
-  if (survey != nullptr && relay == Relay::wanted) {
+  if (isSurveyLeft) {
     relay = Relay::leftOut;
     autotuneStep = GO_TO_ZOOM_CHECK;
   }
+}
+
+// Of the last failure.
+const char* Autotuner::consequence(bool isSurveyLeft) const {
+  if (isSurveyLeft) {
+    return ". No gains are learned; the head is identified without them";
+  }
+  return relay == Relay::wanted
+             ? ". The head keeps the gains it had and may lag behind or swing; it is tuned again "
+               "at the next start"
+             : ". The head is steered without being known and may lag behind or swing; it is "
+               "identified again at the next start";
 }
 
 void Autotuner::tellSuccess() const {

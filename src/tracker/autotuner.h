@@ -19,8 +19,8 @@ struct AutotuneFinding {
 // Makes the controllers fit an unknown head, one step at a call: goes to a position of known zoom
 // and sees how the head counts it, then to the tuning position, and lets the regulator swing the
 // head by relay. A run that fails is repeated twice; then the gains stay as they are. How each run
-// ended is logged. With a survey its staircase follows the relay, also when that has failed for
-// good. Used by the tracker's thread alone.
+// ended is logged, and what it means for the head. With a survey its staircase follows the relay,
+// also when that has failed for good. Used by the tracker's thread alone.
 class Autotuner {
  public:
   // All must outlive the tuner.
@@ -62,6 +62,7 @@ class Autotuner {
   void note(const PtzHeadStatus& status, double panSpeed, double tiltSpeed, bool isTaken,
             std::int64_t time);
   void handleFailure();
+  const char* consequence(bool isSurveyLeft) const;
   void tellSuccess() const;
   bool hasWaitedTooLong(const char* message);
   std::optional<PtzHeadStatus> readStatusWhileWaiting(const char* message);

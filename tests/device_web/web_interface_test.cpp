@@ -333,10 +333,15 @@ TEST_F(WebInterfaceTest, PageIsToldTheRunningScore) {
   // Somebody at the mast's foot, whom a head that looks up does not show.
   const ScoreSample sample{0, {0, 20, 60}, {{.id = 1, .position = {}, .counts = true}}};
   report.sample(sample);
-  report.sample({2, sample.head, sample.people});
+  report.sample({1, {3, 20, 60}, sample.people});
+  report.sample({2, {6, 20, 60}, sample.people});
   WebClient client(port);
   client.get("/live");
   const Message message = next(client, "score");
+  EXPECT_EQ(0.5, message.number("starts_per_s")) << "one start in two seconds";
+  EXPECT_EQ(0, message.number("reversals_per_s"));
+  EXPECT_EQ(0, message.number("acceleration_rms"));
+  EXPECT_EQ(0, message.number("zoom_reversals_per_s"));
   EXPECT_EQ(12.5, message.number("time"));
   EXPECT_EQ(2, message.number("seconds_with_somebody"));
   EXPECT_EQ(0, message.number("recognised"));
@@ -344,6 +349,7 @@ TEST_F(WebInterfaceTest, PageIsToldTheRunningScore) {
   EXPECT_EQ(1, message.number("never"));
   EXPECT_EQ(1, json_integer_value(json_object_get(message.at("tuning"), "unsuccessful")));
   EXPECT_TRUE(json_is_false(json_object_get(message.at("tuning"), "succeeded")));
+  EXPECT_TRUE(json_is_null(json_object_get(message.at("tuning"), "identified")));
   EXPECT_EQ("score", next(client, "score").type) << "is told again and again";
 }
 

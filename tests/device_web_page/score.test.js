@@ -15,6 +15,10 @@ const SCORE = {
   acquisition_s: 2.25,
   never: 1,
   changes: 2,
+  starts_per_s: 0.126,
+  reversals_per_s: 0.5,
+  acceleration_rms: 83.4,
+  zoom_reversals_per_s: 0,
 };
 
 test('a score is told in words', () => {
@@ -27,6 +31,10 @@ test('a score is told in words', () => {
     'score-error': '1.3 °',
     'score-acquisition': '2.3 s, never 1 of 3',
     'score-changes': '2',
+    'score-starts': '0.13 /s',
+    'score-reversals': '0.50 /s',
+    'score-acceleration': '83 °/s²',
+    'score-zoom-reversals': '0.00 /s',
   });
 });
 
@@ -50,6 +58,19 @@ test('a tuning that did not succeed is told', () => {
   assert.match(tuningText(tuning), /did not succeed/);
 });
 
+test('a head that was identified all the same is not told to lag', () => {
+  const tuning = { attempts: 3, failed_attempts: 3, succeeded: false, identified: true };
+  assert.match(tuningText(tuning), /identified all the same/);
+  assert.doesNotMatch(tuningText(tuning), /lag/);
+});
+
+test('a head that could not be identified is told, tuned or not', () => {
+  for (const succeeded of [true, false, null]) {
+    const tuning = { attempts: 3, failed_attempts: 3, succeeded, identified: false };
+    assert.match(tuningText(tuning), /could not be identified/);
+  }
+});
+
 test('attempts that failed are told while it goes on', () => {
   const tuning = { attempts: 2, failed_attempts: 2, succeeded: null };
   assert.match(tuningText(tuning), /^2 of 2 attempts/);
@@ -57,5 +78,6 @@ test('attempts that failed are told while it goes on', () => {
 
 test('a head that is tuned, or needed no tuning, is nothing to tell', () => {
   assert.equal(tuningText({ attempts: 2, failed_attempts: 1, succeeded: true }), '');
+  assert.equal(tuningText({ attempts: 1, failed_attempts: 0, succeeded: true, identified: true }), '');
   assert.equal(tuningText({ attempts: 0, failed_attempts: 0, succeeded: null }), '');
 });

@@ -20,6 +20,10 @@ const FIGURES = {
       ? '-'
       : `${withUnit(acquisition_s, 1, 's')}, never ${never} of ${acquisitions}`,
   'score-changes': ({ changes }) => String(changes),
+  'score-starts': ({ starts_per_s }) => withUnit(starts_per_s, 2, '/s'),
+  'score-reversals': ({ reversals_per_s }) => withUnit(reversals_per_s, 2, '/s'),
+  'score-acceleration': ({ acceleration_rms }) => withUnit(acceleration_rms, 0, '°/s²'),
+  'score-zoom-reversals': ({ zoom_reversals_per_s }) => withUnit(zoom_reversals_per_s, 2, '/s'),
 };
 
 /** @returns {Record<string, string>} texts by test id */
@@ -28,10 +32,23 @@ export function scoreTexts(score) {
 }
 
 /**
- * @param {{attempts: number, failed_attempts: number, succeeded: boolean | null}} tuning
+ * @param {{attempts: number, failed_attempts: number, succeeded: boolean | null,
+ *   identified: boolean | null}} tuning
  * @returns {string} for the user; empty while there is nothing to tell
  */
-export function tuningText({ attempts, failed_attempts, succeeded }) {
+export function tuningText({ attempts, failed_attempts, succeeded, identified }) {
+  if (identified === false) {
+    return (
+      'The head could not be identified. It is steered without being known and may lag behind or ' +
+      'swing; it is identified again at the next start.'
+    );
+  }
+  if (succeeded === false && identified) {
+    return (
+      'Tuning the head by swinging it did not succeed. It was identified all the same and is steered ' +
+      'by that.'
+    );
+  }
   if (succeeded === false) {
     return (
       'Tuning the head did not succeed. It is steered with the gains it had and may lag behind or ' +

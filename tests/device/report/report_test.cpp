@@ -166,6 +166,7 @@ TEST(ReportTest, JsonOfAnEmptyRun) {
   EXPECT_TRUE(json_is_null(at(json.get(), {"score", "density", "detected", "share"})));
   EXPECT_TRUE(json_is_null(at(json.get(), {"score", "error_deg"})));
   EXPECT_TRUE(json_is_null(at(json.get(), {"tuning", "succeeded"})));
+  EXPECT_TRUE(json_is_null(at(json.get(), {"tuning", "identified"})));
 }
 
 TEST(ReportTest, JsonOfARun) {
@@ -176,11 +177,13 @@ TEST(ReportTest, JsonOfARun) {
   report.trackerState(0, "autotuning");
   report.logLine("Autotuning: attempt 1 of 3 failed, trying again");
   report.logLine("Autotuning: attempt 2 of 3 succeeded, gains of pan 1 2 3, of tilt 4 5 6");
+  report.logLine("The head answers after 275 ms and turns at 100 deg/s, tilts at 100 deg/s.");
   report.trackerState(1, "running");
   report.sentreling(2, true);
   sample(report, 0, 5.01, {AHEAD}, lookingAt(AHEAD, 60));
   const auto json = parsed(report);
   EXPECT_EQ(numberAt(json.get(), {"frames"}), 2);
+  EXPECT_TRUE(json_is_true(at(json.get(), {"tuning", "identified"})));
   EXPECT_NEAR(numberAt(json.get(), {"duration_s"}), 5, 1e-9);
   EXPECT_NEAR(numberAt(json.get(), {"followed_s"}), 3, 1e-9);
   EXPECT_EQ(numberAt(json.get(), {"tuning", "attempts"}), 2);

@@ -65,6 +65,37 @@ TEST(TuningWatchTest, LastFailureIsAnUnsuccessfulTuning) {
   EXPECT_FALSE(figures.panGains);
 }
 
+TEST(TuningWatchTest, AHeadMayBeIdentifiedThoughTheRelayFailed) {
+  TuningWatch watch;
+  EXPECT_FALSE(watch.figures(0).identified.has_value());
+  EXPECT_FALSE(watch.figures(0).isHeadKnown());
+  watch.logLine(
+      "Autotuning: attempt 3 of 3 failed. No gains are learned; the head is identified without "
+      "them");
+  EXPECT_FALSE(watch.figures(0).isHeadKnown());
+  watch.logLine("The head answers after 275 ms and turns at 100 deg/s, tilts at 100 deg/s.");
+  EXPECT_EQ(watch.figures(0).succeeded, false);
+  EXPECT_EQ(watch.figures(0).unsuccessful, 1);
+  EXPECT_EQ(watch.figures(0).identified, true);
+  EXPECT_TRUE(watch.figures(0).isHeadKnown());
+}
+
+TEST(TuningWatchTest, AHeadMayBeTunedAndNotIdentified) {
+  for (const char* line :
+       {"The head could not be identified (3), it is steered without being known.",
+        "Identifying the head: attempt 3 of 3 failed. The head is steered without being known"}) {
+    TuningWatch watch;
+    watch.logLine(SUCCESS);
+    EXPECT_TRUE(watch.figures(0).isHeadKnown());
+    watch.logLine("Identifying the head: attempt 1 of 3 failed, trying again");
+    EXPECT_FALSE(watch.figures(0).identified.has_value());
+    watch.logLine(line);
+    EXPECT_EQ(watch.figures(0).identified, false);
+    EXPECT_EQ(watch.figures(0).succeeded, true);
+    EXPECT_FALSE(watch.figures(0).isHeadKnown());
+  }
+}
+
 TEST(TuningWatchTest, OtherLinesAreIgnored) {
   TuningWatch watch;
   for (const std::string line :

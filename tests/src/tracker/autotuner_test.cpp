@@ -351,6 +351,16 @@ class SurveyTest : public AutotunerTest {
     return steps;
   }
 
+  void goToStaircase() {
+    for (int i = 0; i < 4000 && tuner.getStep() != 8; ++i) {
+      FakePtzLibrary::clearMoves();
+      gains += tuner.step().hasGains ? 1 : 0;
+      late.take(FakePtzLibrary::moves());
+      clock.set(clock.now() + 50'000);
+    }
+    ASSERT_EQ(tuner.getStep(), 8);
+  }
+
   HeadSurvey survey;
   LateHead late;
   int surveys = 0;
@@ -376,20 +386,35 @@ TEST_F(SurveyTest, IsRunWhenTheRelayHasFailedForGood) {
               ElementsAre(1, 2, 3, 4, 5, 6, 1, 2, 3, 4, 5, 6, 1, 2, 3, 4, 5, 6, 1, 2, 3, 4, 8, 7));
   EXPECT_EQ(gains, 0);
   EXPECT_EQ(surveys, 1);
+  EXPECT_EQ(LogCapture::count(LOG_WARNING,
+                              "Autotuning: attempt 3 of 3 failed. No gains are learned; the head "
+                              "is identified without them\n"),
+            1);
 }
 
 TEST_F(SurveyTest, AHeadThatFallsSilentIsStoppedAndTheRunFails) {
   tuner.start(survey, Autotuner::Relay::leftOut);
-  for (int i = 0; i < 60; ++i) {
-    FakePtzLibrary::clearMoves();
-    tuner.step();
-    late.take(FakePtzLibrary::moves());
-    clock.set(clock.now() + 50'000);
-  }
-  ASSERT_EQ(tuner.getStep(), 8);
+  goToStaircase();
   FakePtzLibrary::failStatus(1, "mute");
   EXPECT_THAT(step(), ElementsAre(IsStop()));
   EXPECT_EQ(tuner.getStep(), 6);
+}
+
+TEST_F(SurveyTest, AStaircaseThatFailsIsRepeatedWithoutTheRelayAndToldInWords) {
+  tuner.start(survey, Autotuner::Relay::wanted);
+  for (const char* told :
+       {"Identifying the head: attempt 1 of 3 failed, trying again\n",
+        "Identifying the head: attempt 2 of 3 failed, trying again\n",
+        "Identifying the head: attempt 3 of 3 failed. The head is steered without being known and "
+        "may lag behind or swing; it is identified again at the next start\n"}) {
+    goToStaircase();
+    FakePtzLibrary::failStatus(1, "mute");
+    step();
+    step();
+    EXPECT_EQ(LogCapture::count(LOG_WARNING, told), 1) << told;
+  }
+  EXPECT_EQ(gains, 1);
+  EXPECT_EQ(tuner.getStep(), 7);
 }
 
 TEST_F(SurveyTest, ARunWithoutOneMakesNone) {

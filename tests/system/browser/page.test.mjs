@@ -101,6 +101,7 @@ test('the running score is shown, and nothing about a tuning that succeeded', as
   await page.getByTestId('score-detected').filter({ hasText: /^\d+ %$/ }).waitFor();
   assert.match(await element('score-seconds').textContent(), /^\d+ of \d+ s$/);
   assert.match(await element('score-error').textContent(), /^\d+\.\d °$/);
+  assert.match(await element('score-acceleration').textContent(), /^\d+ °\/s²$/);
   assert.equal(await element('tuning-notice').isHidden(), true);
 });
 
