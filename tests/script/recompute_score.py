@@ -4,7 +4,7 @@
   recompute_score.py FOLDER
 
 FOLDER holds report.json and samples.csv. Nothing of the product is used: what the figures mean is written
-down here a second time, from docs/scoring.md. Prints what differs; the exit status is 0 when nothing does.
+down here a second time, from docs/following.md. Prints what differs; the exit status is 0 when nothing does.
 """
 
 import csv
@@ -16,6 +16,7 @@ import sys
 DENSITIES = {"detected": 25.0, "recognised": 125.0, "identified": 250.0}  # pixels a metre
 WIDTH = 0.5  # metres, of a person
 PATIENCE = 2.0  # seconds
+LATE = 2.0  # seconds of a stay, from which on an error is a late one
 SETTLED = 0.1  # of the picture's width
 MOVES = 0.5  # degrees a second
 ZOOMS = 0.05  # of the magnification, a second
@@ -234,6 +235,12 @@ class Stays:
             present[who] = stay
         self.present = present
 
+    def time_since_entering(self, who, time):
+        return time - self.present[who]["since"]
+
+    def first_of(self, who):
+        return next(stay for stay in self.all if stay["who"] == who)
+
     def figures(self):
         alone = [stay for stay in self.all if stay["alone"]]
         values = [stay["seconds"] if stay["after"] is None else stay["after"] for stay in alone]
@@ -242,14 +249,54 @@ class Stays:
                 "p90_s": of_values(values, 0.9) if values else None}
 
 
+class People:
+    """How everybody who ever counted was shown, and followed."""
+
+    SHARES = {"in_picture": lambda look: look.middle_in,
+              "share_20": lambda look: look.cover >= 0.2, "share_40": lambda look: look.cover >= 0.4,
+              **{name: lambda look, least=least: look.whole and look.density >= least
+                 for name, least in DENSITIES.items()}}
+
+    def __init__(self):
+        self.all = {}
+
+    def step(self, dt, looks):
+        for who, look in looks.items():
+            one = self.all.setdefault(who, {"seconds": 0.0, "errors": [], "late": [],
+                                            **{name: 0.0 for name in self.SHARES}})
+            one["seconds"] += dt
+            for name, is_shown in self.SHARES.items():
+                one[name] += dt if is_shown(look) else 0.0
+
+    def follow(self, who, error, is_late):
+        self.all[who]["errors"].append(error)
+        if is_late:
+            self.all[who]["late"].append(error)
+
+    def figures(self, stays):
+        """By id, as the report has them."""
+        for who, one in sorted(self.all.items()):
+            first = stays.first_of(who)
+            yield {"id": who, "seconds": one["seconds"],
+                   **{name: ratio(one[name], max(one["seconds"], EPSILON)) for name in self.SHARES},
+                   "acquisition_s": first["seconds"] if first["after"] is None else first["after"],
+                   "recognised_at_first": first["after"] is not None,
+                   "followed_seconds": sum(seconds for _, seconds in one["errors"]),
+                   "error_deg": errors_of(one["errors"]), "late_error_deg": errors_of(one["late"])}
+
+
 def score(samples, poses, setup):
     """The score of heads that look where poses say."""
+    return score_and_people(samples, poses, setup)[0]
+
+
+def score_and_people(samples, poses, setup):
     total = somebody = people_time = 0.0
     dense = {name: 0.0 for name in DENSITIES}
     dense_people = dict(dense)
     large = {0.2: 0.0, 0.4: 0.0}
     middle = 0.0
-    following, stays, errors, widths = Following(), Stays(), [], []
+    following, stays, people, errors, widths = Following(), Stays(), People(), [], []
     last = None
     for sample, pose in zip(samples, poses):
         dt = 0.0 if last is None else sample["time"] - last
@@ -267,11 +314,14 @@ def score(samples, poses, setup):
             large[least] += dt if any(look.cover >= least for look in looks.values()) else 0.0
         middle += dt if any(look.middle_in for look in looks.values()) else 0.0
         stays.step(sample["time"], dt, looks)
+        people.step(dt, looks)
         following.step(sample["time"], pose[2], looks)
         if following.who is not None:
             error = looks[following.who].error
             errors.append((error, dt))
             widths.append((error / pose[2], dt))
+            stayed = stays.time_since_entering(following.who, sample["time"])
+            people.follow(following.who, (error, dt), stayed >= LATE - EPSILON)
     result = {
         "seconds": total, "seconds_with_somebody": somebody, "person_seconds": people_time,
         "density": {name: {"pixels_per_m": least, "share": ratio(dense[name], somebody),
@@ -283,7 +333,7 @@ def score(samples, poses, setup):
         "error_deg": errors_of(errors), "error_width": errors_of(widths),
         "followed_changes": following.changes}
     result.update(motion_of(samples, poses))
-    return result
+    return result, list(people.figures(stays))
 
 
 def differences(reported, computed, place=""):
@@ -296,6 +346,11 @@ def differences(reported, computed, place=""):
                 yield f"{place}.{key} is only on one side"
             else:
                 yield from differences(reported[key], computed[key], f"{place}.{key}")
+    elif isinstance(computed, list) and isinstance(reported, list):
+        if len(reported) != len(computed):
+            yield f"{place}: {len(reported)} are reported, {len(computed)} computed"
+        for number, (one, other) in enumerate(zip(reported, computed)):
+            yield from differences(one, other, f"{place}[{number}]")
     elif reported is None or computed is None:
         if reported is not computed:
             yield f"{place}: reported {reported}, computed {computed}"
@@ -310,7 +365,9 @@ def recompute(folder):
     setup = report["setup"]
     poses = {"score": [sample["head"] for sample in samples],
              "bound": [sample["bound"] for sample in samples]}
-    found = list(differences(report["score"], score(samples, poses["score"], setup), "score"))
+    computed, people = score_and_people(samples, poses["score"], setup)
+    found = list(differences(report["score"], computed, "score"))
+    found += differences(report["people"], people, "people")
     for name in ("home", "fixed", "bound"):
         reported = report["baselines"][name]
         if "pose" in reported:

@@ -54,13 +54,31 @@ class RecomputeScoreTest(unittest.TestCase):
         self.assertAlmostEqual(1 / 0.3, score["reversals_per_s"])
         self.assertAlmostEqual(math.sqrt(4 * 40 ** 2 * 0.05 / 0.3), score["acceleration_rms"])
 
+    def test_everybody_is_told_by_name(self):
+        # Who comes when the other one has gone, 2.1 s in front of a head that looks 3 degrees beside.
+        second = {**PERSON, "id": 2}
+        poses = [[0, TILT, 60]] * 11 + [[3, TILT, 60]] * 43
+        samples = samples_of(poses[:11], [PERSON]) + samples_of(poses[11:], [second])
+        for number, sample in enumerate(samples):
+            sample["time"] = 0.05 * number
+        first, other = recompute_score.score_and_people(samples, poses, SETUP)[1]
+        self.assertEqual((1, 2), (first["id"], other["id"]))
+        self.assertAlmostEqual(0.5, first["seconds"])
+        self.assertAlmostEqual(2.15, other["followed_seconds"])
+        self.assertEqual((1, 1, 0), (other["share_20"], other["recognised"], other["identified"]))
+        self.assertTrue(other["recognised_at_first"])
+        self.assertIsNone(first["late_error_deg"])
+        beside = math.degrees(2 * math.asin(math.sin(math.radians(1.5)) * math.cos(math.radians(TILT))))
+        self.assertAlmostEqual(beside, other["late_error_deg"]["rms"])
+
     def test_report_that_says_something_else_is_found(self):
         with tempfile.TemporaryDirectory() as name:
             folder = pathlib.Path(name)
             pose = [0, TILT, 60]
-            score = score_of([pose] * 21)
+            score, people = recompute_score.score_and_people(samples_of([pose] * 21, [PERSON]),
+                                                             [pose] * 21, SETUP)
             parked = {**score, "pose": {"pan_deg": 0, "tilt_deg": TILT, "field_deg": 60}}
-            report = {"setup": SETUP, "score": score,
+            report = {"setup": SETUP, "score": score, "people": people,
                       "baselines": {"home": parked, "fixed": parked, "bound": score}}
             where = ",".join(f"{part:.8f}" for part in pose + pose)
             lines = [HEADING, f"0,0,{where},1,0,10,1.7,1"]  # before the tracker ran
@@ -77,6 +95,19 @@ class RecomputeScoreTest(unittest.TestCase):
                 found = recompute_score.recompute(folder)
                 self.assertEqual(1, len(found), found)
                 self.assertIn(f"{place}.density.recognised.share", found[0])
+
+            for change in ({"share_20": 0.5}, {"recognised_at_first": False}, {"id": 2},
+                           {"late_error_deg": {"median": 3, "rms": 0, "p95": 0}}):
+                wrong = json.loads(json.dumps(report))
+                wrong["people"][0].update(change)
+                (folder / "report.json").write_text(json.dumps(wrong), encoding="utf-8")
+                found = recompute_score.recompute(folder)
+                self.assertEqual(1, len(found), found)
+                self.assertIn(f"people[0].{list(change)[0]}", found[0])
+            report["people"] = []
+            (folder / "report.json").write_text(json.dumps(report), encoding="utf-8")
+            self.assertEqual(["people: 0 are reported, 1 computed"],
+                             recompute_score.recompute(folder))
 
 
 class JsonSchemaTest(unittest.TestCase):
