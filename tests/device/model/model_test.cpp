@@ -215,20 +215,36 @@ struct Condition {
   double newId;
   double mounting;
   double mastError;
+  double deadZone;    // %
+  double statusStep;  // deg
+  double zoomExponent;
+  double frameJitter;  // s
+  double stampOffset;  // s
+  double stampJitter;  // s
+  double endNoise;     // px
+  double offset;       // m, of each camera beside the head
+  double offsetError;  // m
+  double heights;      // m, deviation of people's
 };
 
 TEST(ModelTest, TheConditionsAreAsTold) {
   const Condition conditions[] = {
-      {"ideal", 100, 300, 0.05, 0, 0, 1, 0, 0, 0, 0.1, 0, 0, 0, 0, 0},
-      {"mild", 100, 300, 0.05, 0.01, 1, 1, 0, 0, 0.05, 0.1, 0.03, 0, 0, 0.1, 0.02},
-      {"realistic", 100, 300, 0.15, 0.03, 1, 1.5, 0.1, 0.1, 0.1, 0.25, 0.03, 1.0 / 15, 0.5, 0.5,
-       0.05},
-      {"harsh", 100, 300, 0.3, 0.06, 5, 1.5, 0.1, 0.3, 0.2, 0.4, 0.15, 0.125, 1, 0.5, 0.1},
-      {"slow", 30, 150, 0.15, 0.03, 1, 1.5, 0.1, 0.1, 0.1, 0.25, 0.03, 1.0 / 15, 0.5, 0.5, 0.05},
-      {"fast", 450, 900, 0.15, 0.03, 1, 1.5, 0.1, 0.1, 0.1, 0.25, 0.03, 1.0 / 15, 0.5, 0.5, 0.05},
-      {"far", 100, 300, 0.15, 0.03, 1, 1.5, 0.1, 0.1, 0.1, 0.25, 0.03, 1.0 / 15, 0.5, 0.5, 0.05},
-      {"slow-link", 100, 300, 0.4, 0.03, 1, 1.5, 0.1, 0.3, 0.1, 0.25, 0.03, 1.0 / 15, 0.5, 0.5,
-       0.05}};
+      {"ideal", 100, 300, 0.05, 0, 0, 1, 0, 0, 0,    0.1, 0, 0,
+       0,       0,   0,   0,    0, 1, 0, 0, 0, 1.41, 0,   0, 0},
+      {"mild", 100, 300,  0.05, 0.01, 1, 1,    0, 0,    0.05, 0.1, 0.03, 0,
+       0,      0.1, 0.02, 2,    0.01, 1, 0.02, 0, 0.01, 2,    0.5, 0.02, 0.09},
+      {"realistic", 100, 300,  0.15, 0.03, 1,   1.5,  0.1,  0.1,  0.1, 0.25, 0.03, 1.0 / 15,
+       0.5,         0.5, 0.05, 2,    0.05, 1.1, 0.04, 0.01, 0.02, 2,   0.5,  0.05, 0.09},
+      {"harsh", 100, 300, 0.3, 0.06, 5,   1.5,  0.1,  0.3,  0.2, 0.4, 0.15, 0.125,
+       1,       0.5, 0.1, 2,   0.1,  1.1, 0.08, 0.02, 0.02, 2,   0.5, 0.1,  0.09},
+      {"slow", 30,  150,  0.15, 0.03, 1,   1.5,  0.1,  0.1,  0.1, 0.25, 0.03, 1.0 / 15,
+       0.5,    0.5, 0.05, 2,    0.05, 1.1, 0.04, 0.01, 0.02, 2,   0.5,  0.05, 0.09},
+      {"fast", 450, 900,  0.15, 0.03, 1,   1.5,  0.1,  0.1,  0.1, 0.25, 0.03, 1.0 / 15,
+       0.5,    0.5, 0.05, 2,    0.05, 1.1, 0.04, 0.01, 0.02, 2,   0.5,  0.05, 0.09},
+      {"far", 100, 300,  0.15, 0.03, 1,   1.5,  0.1,  0.1,  0.1, 0.25, 0.03, 1.0 / 15,
+       0.5,   0.5, 0.05, 2,    0.05, 1.1, 0.04, 0.01, 0.02, 2,   0.5,  0.05, 0.09},
+      {"slow-link", 100, 300,  0.4, 0.03, 1,   1.5,  0.1,  0.3,  0.1, 0.25, 0.03, 1.0 / 15,
+       0.5,         0.5, 0.05, 2,   0.05, 1.1, 0.04, 0.01, 0.02, 2,   0.5,  0.05, 0.09}};
   for (const Condition& told : conditions) {
     SCOPED_TRACE(told.name);
     const Model model = loadModel(modelsFolder(), told.name);
@@ -248,6 +264,38 @@ TEST(ModelTest, TheConditionsAreAsTold) {
     EXPECT_DOUBLE_EQ(model.world.detections.newId, told.newId);
     EXPECT_DOUBLE_EQ(model.world.channels[3].mountingError.roll, told.mounting);
     EXPECT_DOUBLE_EQ(model.world.surveyError.mastHeight, told.mastError);
+    EXPECT_DOUBLE_EQ(model.head.drive.deadZone, told.deadZone);
+    EXPECT_DOUBLE_EQ(model.head.status.step, told.statusStep);
+    EXPECT_EQ(model.head.status.noise, 0);
+    EXPECT_DOUBLE_EQ(model.head.tilt.gears.play, told.play);
+    EXPECT_DOUBLE_EQ(model.head.zoomCurve.exponent, told.zoomExponent);
+    EXPECT_EQ(model.head.zoomCurve.kind,
+              told.zoomExponent > 1 ? ZoomCurveKind::power : ZoomCurveKind::linear);
+    EXPECT_DOUBLE_EQ(model.world.detections.endNoise, told.endNoise);
+    EXPECT_EQ(model.world.detections.vertexNoise, 0);
+    EXPECT_EQ(model.world.detections.velocityNoise, 0);
+    EXPECT_EQ(model.world.detections.velocity,
+              told.name == std::string("harsh") ? VelocityKind::none : VelocityKind::past);
+    if (told.occlusions > 0) {
+      EXPECT_EQ(model.world.detections.occlusions.least, 0.5);
+      EXPECT_EQ(model.world.detections.occlusions.most, 2);
+    }
+    EXPECT_DOUBLE_EQ(model.world.surveyError.offset, told.offsetError);
+    EXPECT_DOUBLE_EQ(model.world.peopleHeight, 1.7);
+    EXPECT_DOUBLE_EQ(model.world.peopleHeightDeviation, told.heights);
+    EXPECT_DOUBLE_EQ(model.world.mastHeight, 5);
+    for (const ChannelSetup& channel : model.world.channels) {
+      EXPECT_DOUBLE_EQ(channel.frames.ageJitter, told.frameJitter);
+      EXPECT_DOUBLE_EQ(channel.frames.stampOffset, told.stampOffset);
+      EXPECT_DOUBLE_EQ(channel.frames.stampJitter, told.stampJitter);
+      EXPECT_DOUBLE_EQ(channel.mountingError.pan, told.mounting);
+      EXPECT_DOUBLE_EQ(channel.mountingError.tilt, told.mounting);
+      EXPECT_EQ(channel.mountingError.randomSigns, told.mounting > 0);
+      EXPECT_DOUBLE_EQ(channel.camera.position.x, told.offset);
+      EXPECT_EQ(channel.camera.position.y, 0);
+      EXPECT_EQ(channel.camera.horizontalFov, 100);
+      EXPECT_EQ(channel.camera.tilt, -35);
+    }
     EXPECT_THAT(model.world.channels, SizeIs(4));
     EXPECT_EQ(model.world.scene, std::string(told.name) == "far" ? "far" : "wide");
   }

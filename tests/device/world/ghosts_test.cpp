@@ -4,7 +4,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <map>
 #include <set>
+#include <vector>
 
 #include "world/silhouette.h"
 
@@ -85,6 +87,37 @@ TEST(GhostsTest, HeadlightsCrossTheGround) {
     }
   }
   EXPECT_FALSE(speeds.empty());
+}
+
+// 4 m across and 6 m long, 15 m in front of the mast: it goes to the right on the ground, by 1.5 m
+// a second, and is as long from left to right.
+TEST(GhostsTest, AShadowDriftsOverTheGround) {
+  const Ghosts ghosts({{.kind = GhostKind::shadow,
+                        .middle = {-4, 15},
+                        .width = 4,
+                        .length = 6,
+                        .turn = 90,
+                        .perMinute = 12,
+                        .seconds = 5}},
+                      1);
+  const double depth = 15 * std::cos(toRadians(25)) + 5 * std::sin(toRadians(25));
+  const double metre =
+      1 / depth / std::tan(toRadians(50));  // in the picture, at the middle's depth
+  std::map<int, std::vector<double>> lefts;
+  for (double time = 20; time < 60; time += 0.1) {
+    for (const Ghost& ghost : ghosts.at(camera(), time)) {
+      EXPECT_NEAR(ghost.velocity.x, 1.5 * metre, 1e-6);
+      EXPECT_NEAR(ghost.velocity.y, 0, 1e-6);
+      const PictureBox box = boxOf(ghost.outline);
+      EXPECT_NEAR(box.high.x - box.low.x, 6 * metre, 0.02 * 6 * metre);
+      lefts[ghost.id].push_back(box.low.x);
+    }
+  }
+  ASSERT_GE(lefts.size(), 4U);
+  for (const auto& [id, places] : lefts) {
+    const double seconds = 0.1 * static_cast<double>(places.size() - 1);
+    EXPECT_NEAR(places.back() - places.front(), 1.5 * seconds * metre, 0.02) << id;
+  }
 }
 
 TEST(GhostsTest, TheSeedDecidesWhen) {
