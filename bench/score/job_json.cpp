@@ -44,6 +44,21 @@ device::AcquisitionFigures acquisitionOf(const device::ScoreFigures& figures, bo
           .p90 = person.acquisition};
 }
 
+// Everybody by themselves: the error is while they were followed, the shares are of their time.
+json_t* eachJson(const device::ScoreFigures& figures) {
+  json_t* errors = json_array();
+  json_t* inPicture = json_array();
+  json_t* recognised = json_array();
+  for (const device::PersonFigures& person : figures.people) {
+    const auto& error = person.lateError;
+    json_array_append_new(errors, number(error ? std::optional(error->rms) : std::nullopt));
+    json_array_append_new(inPicture, json_real(person.inPicture));
+    json_array_append_new(recognised, json_real(person.density[1]));
+  }
+  return json_pack("{s:o, s:o, s:o}", "rms_deg", errors, "in_picture", inPicture, "recognised",
+                   recognised);
+}
+
 json_t* headJson(const device::ScoreFigures& figures, bool isOne) {
   json_t* head = json_object();
   json_object_set_new(head, "people", json_integer(static_cast<json_int_t>(figures.people.size())));
@@ -65,6 +80,7 @@ json_t* headJson(const device::ScoreFigures& figures, bool isOne) {
   set(head, "starts_per_s", motion.startsPerSecond);
   set(head, "reversals_per_s", motion.reversalsPerSecond);
   set(head, "acceleration_rms", motion.accelerationRms);
+  json_object_set_new(head, "each", eachJson(figures));
   return head;
 }
 
@@ -84,8 +100,7 @@ json_t* runJson(const Scored& run) {
 std::string toJson(const JobResult& result) {
   const JsonAutoPtr json(json_pack("{s:{s:f, s:i, s:b}, s:[]}", "tuning", "seconds",
                                    result.tuning.seconds, "attempts", result.tuning.attempts,
-                                   "tuned", static_cast<int>(result.tuning.panGains.has_value()),
-                                   "runs"));
+                                   "tuned", static_cast<int>(result.tuning.isHeadKnown()), "runs"));
   json_t* runs = json_object_get(json.get(), "runs");
   for (const Scored& run : result.runs) {
     json_array_append_new(runs, runJson(run));

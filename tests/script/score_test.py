@@ -22,9 +22,10 @@ BUILD = os.environ.get("SCORE_BUILD", str(REPOSITORY / "build" / "release"))
 
 ROW_KEYS = {"model", "run", "following", "baseline", "people", "seeds", "rms_deg", "p95_deg",
             "acquisition_s", "never_acquired", "in_picture", "share_20", "share_40", "detected",
-            "recognised", "identified", "starts_per_s", "reversals_per_s", "acceleration_rms"}
+            "recognised", "identified", "starts_per_s", "reversals_per_s", "acceleration_rms",
+            "each_rms_deg", "each_in_picture", "each_recognised"}
 PAIRS = {"rms_deg", "p95_deg", "acquisition_s", "in_picture", "starts_per_s", "reversals_per_s",
-         "acceleration_rms"}
+         "acceleration_rms", "each_rms_deg", "each_in_picture", "each_recognised"}
 SHARES = {"share_20", "share_40", "detected", "recognised", "identified"}
 
 
@@ -55,6 +56,12 @@ class FigureTest(unittest.TestCase):
         heads = [{"rms_deg": None}, {"rms_deg": 7}]
         self.assertEqual([7, 7], score.pair(heads, "rms_deg"))
         self.assertEqual([None, None], score.pair(heads[:1], "rms_deg"))
+
+    def test_pairs_of_each_are_of_all_people_of_all_runs(self):
+        heads = [{"each": {"rms_deg": [1, 2, 3, 4], "recognised": [0, 1, 1, 1]}},
+                 {"each": {"rms_deg": [9, None, 8, 7, 6, 5, 10], "recognised": [1] * 6}}]
+        self.assertEqual([5, 9], score.pair_of_each(heads, "rms_deg"))
+        self.assertEqual([1, 0], score.pair_of_each(heads[:1], "recognised"))
 
     def test_shares_are_of_all_time(self):
         heads = [{"share_40": 1, "seconds": 30}, {"share_40": 0, "seconds": 10}]
@@ -149,6 +156,12 @@ class RunTest(unittest.TestCase):
             self.assertEqual(tracks, row["tracks"])
         # One person for each seed; as a whole both, twice.
         self.assertEqual([2] * 4 + [4] * 4, [row["people"] for row in rows])
+        # They walk one after another, so that it is the same whether both are there or one.
+        one_by_one, whole = rows[3], rows[7]
+        self.assertEqual(one_by_one["rms_deg"], one_by_one["each_rms_deg"])
+        self.assertEqual(one_by_one["in_picture"], one_by_one["each_in_picture"])
+        for one, both in zip(one_by_one["each_in_picture"], whole["each_in_picture"]):
+            self.assertAlmostEqual(one, both, delta=0.1)
         parked = rows[1]
         self.assertEqual([0, 0], parked["starts_per_s"])
         self.assertLess(rows[3]["rms_deg"][0], rows[0]["rms_deg"][0])
