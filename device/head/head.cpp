@@ -86,6 +86,10 @@ bool Head::goToPreset(int preset, int speed) {
   return true;
 }
 
+bool Head::removePreset(int preset) {
+  return presets.erase(preset) > 0;
+}
+
 int Head::presetHere() const {
   const HeadStatus here = status();
   if (here.moving()) {
@@ -137,9 +141,10 @@ double Head::fieldAngle(const HeadSetup& setup, double zoom) {
 
 void Head::apply(const HeadCommand& command) {
   const int limit = std::clamp(command.speed, 1, 100);
-  drive(pan, command.pan, setup.drive, setup.pan.speed, limit, setup.speedHold);
-  drive(tilt, command.tilt, setup.drive, setup.tilt.speed, limit, setup.speedHold);
-  drive(zoom, command.zoom, {}, setup.zoomSpeed, limit, setup.speedHold);
+  const double hold = command.hold.value_or(setup.speedHold);
+  drive(pan, command.pan, setup.drive, setup.pan.speed, limit, hold);
+  drive(tilt, command.tilt, setup.drive, setup.tilt.speed, limit, hold);
+  drive(zoom, command.zoom, {}, setup.zoomSpeed, limit, hold);
 }
 
 void Head::goTo(const HeadPosition& position, int speed) {

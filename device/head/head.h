@@ -64,6 +64,9 @@ class Head {
   // Queues the way to a kept position; false when there is none of that number.
   bool goToPreset(int preset, int speed);
 
+  // False when there is none of that number.
+  bool removePreset(int preset);
+
   const std::map<int, HeadPosition>& getPresets() const { return presets; }
 
   // The number of the lowest preset at which the head rests (within half a degree and half a per

@@ -1,6 +1,8 @@
 #ifndef DEVICE_HEAD_HEAD_COMMAND_H
 #define DEVICE_HEAD_HEAD_COMMAND_H
 
+#include <optional>
+
 namespace device {
 
 // How a command drives an axis; the numbers are those of the PTZ service.
@@ -19,6 +21,8 @@ struct HeadCommand {
   AxisCommand zoom;
   int speed = 100;  // limit of absolute motions in percent; 0 with zero continuous speeds is a stop
                     // that also drops every command still on its way
+  // Seconds for which continuous speeds hold without another command; the head's own time without.
+  std::optional<double> hold{};
 };
 
 }  // namespace device

@@ -345,6 +345,44 @@ TEST(HeadTest, AZoomCurveIsTheHeadsOwn) {
   EXPECT_NEAR(in.pictureWidth, 3, 1e-9);
 }
 
+TEST(HeadTest, CommandMayHoldForAnotherTimeThanTheHeadsOwn) {
+  HeadSetup setup = ordinaryHead();
+  setup.speedHold = 1;
+  for (const double hold : {0.3, 3.0}) {
+    Head head(setup);
+    HeadCommand command = goOn(10, 0, 0);
+    command.hold = hold;
+    head.command(command);
+    run(head, hold);
+    EXPECT_TRUE(head.status().panMoving) << hold;
+    run(head, 0.3);
+    EXPECT_FALSE(head.status().panMoving) << hold;
+    EXPECT_NEAR(head.status().pan, 10 * hold, 0.5) << hold;
+  }
+}
+
+TEST(HeadTest, NextCommandHoldsForTheHeadsOwnTimeAgain) {
+  HeadSetup setup = ordinaryHead();
+  setup.speedHold = 1;
+  Head head(setup);
+  HeadCommand command = goOn(10, 0, 0);
+  command.hold = 20;
+  head.command(command);
+  run(head, 0.5);
+  head.command(goOn(10, 0, 0));
+  run(head, 2);
+  EXPECT_FALSE(head.status().panMoving);
+}
+
+TEST(HeadTest, PresetThatIsRemovedIsNotThereAnyMore) {
+  Head head(ordinaryHead());
+  head.setPreset(3);
+  EXPECT_TRUE(head.removePreset(3));
+  EXPECT_FALSE(head.removePreset(3));
+  EXPECT_FALSE(head.goToPreset(3, 100));
+  EXPECT_EQ(0, head.presetHere());
+}
+
 TEST(HeadTest, TheSeedDecidesWhenCommandsArrive) {
   HeadSetup setup = ordinaryHead();
   setup.link = {.latency = 0.3, .jitter = 0.1};
