@@ -23,6 +23,22 @@ sentrel_dbus_code(device_dbus Bus
 pkg_check_modules(SOUP REQUIRED IMPORTED_TARGET GLOBAL libsoup-3.0)
 pkg_check_modules(MOSQUITTO REQUIRED IMPORTED_TARGET GLOBAL libmosquitto)
 
+# The language of ONVIF, which a camera and its clients have in common; knows nothing of the device.
+pkg_check_modules(LIBXML REQUIRED IMPORTED_TARGET GLOBAL libxml-2.0)
+add_library(device_onvif STATIC
+  onvif/discovery_message.cpp
+  onvif/envelope.cpp
+  onvif/fault.cpp
+  onvif/namespaces.cpp
+  onvif/ptz_space.cpp
+  onvif/tag.cpp
+  onvif/time_text.cpp
+  onvif/topic.cpp
+  onvif/user_token.cpp
+  onvif/xml.cpp)
+target_include_directories(device_onvif PUBLIC ${CMAKE_CURRENT_LIST_DIR})
+target_link_libraries(device_onvif PRIVATE sentrel_options PkgConfig::LIBXML PkgConfig::GLIB)
+
 add_library(device_services STATIC
   services/bus.cpp
   services/console.cpp
@@ -33,6 +49,20 @@ add_library(device_services STATIC
   services/lens_service.cpp
   services/local_socket.cpp
   app/options.cpp
+  onvif_server/camera_profile.cpp
+  onvif_server/device_operations.cpp
+  onvif_server/discovery_responder.cpp
+  onvif_server/event_operations.cpp
+  onvif_server/head_space.cpp
+  onvif_server/media_operations.cpp
+  onvif_server/notification.cpp
+  onvif_server/onvif_camera.cpp
+  onvif_server/onvif_options.cpp
+  onvif_server/operations.cpp
+  onvif_server/ptz_operations.cpp
+  onvif_server/pull_points.cpp
+  onvif_server/soap_server.cpp
+  onvif_server/token_book.cpp
   services/parameter_service.cpp
   services/periodic_timer.cpp
   services/ptz_service.cpp
@@ -64,7 +94,8 @@ set(SENTREL_DEVICE_DATA ${CMAKE_CURRENT_LIST_DIR} CACHE STRING
     "Where the virtual device looks for its models and its page, unless it is told otherwise")
 target_compile_definitions(device_services PRIVATE DEVICE_MODELS="${SENTREL_DEVICE_DATA}/models"
                                                    DEVICE_WEB="${SENTREL_DEVICE_DATA}/web")
-target_link_libraries(device_services PUBLIC device_core device_offers PkgConfig::GLIB PkgConfig::SOUP
+target_link_libraries(device_services PUBLIC device_core device_offers device_onvif PkgConfig::GLIB
+                                             PkgConfig::SOUP
                                              PkgConfig::JANSSON
                                       PRIVATE sentrel_options device_dbus ovhttp_wire
                                               PkgConfig::MOSQUITTO Threads::Threads)

@@ -36,13 +36,18 @@ struct Raw {
   char* passwordFile = nullptr;
   char* web = nullptr;
   char* mqtt = nullptr;
+  char* onvif = nullptr;
+  char* onvifListen = nullptr;
+  char* onvifUser = nullptr;
+  char* onvifPasswordFile = nullptr;
 
   Raw() = default;
   Raw(const Raw&) = delete;
   Raw& operator=(const Raw&) = delete;
   ~Raw() {
-    for (char* text : {model, models, tracks, scene, transport, following, report, daemon, listen,
-                       port, user, passwordFile, web, mqtt}) {
+    for (char* text :
+         {model, models, tracks, scene, transport, following, report, daemon, listen, port, user,
+          passwordFile, web, mqtt, onvif, onvifListen, onvifUser, onvifPasswordFile}) {
       g_free(text);
     }
   }
@@ -92,6 +97,14 @@ void parse(const std::vector<std::string>& arguments, Raw* raw) {
       {"web", 0, 0, G_OPTION_ARG_FILENAME, &raw->web, "Folder of the page", "DIR"},
       {"mqtt", 0, 0, G_OPTION_ARG_STRING, &raw->mqtt, "Broker to which events are published",
        "HOST[:PORT]"},
+      {"onvif", 0, 0, G_OPTION_ARG_STRING, &raw->onvif,
+       "Be an ONVIF camera, too, at this port (0: any free one)", "N"},
+      {"onvif-listen", 0, 0, G_OPTION_ARG_STRING, &raw->onvifListen, "Address of the ONVIF camera",
+       "ADDRESS"},
+      {"onvif-user", 0, 0, G_OPTION_ARG_STRING, &raw->onvifUser,
+       "User whom the ONVIF camera asks for", "NAME"},
+      {"onvif-password-file", 0, 0, G_OPTION_ARG_FILENAME, &raw->onvifPasswordFile,
+       "File whose first line is that user's password", "FILE"},
       {nullptr, 0, 0, G_OPTION_ARG_NONE, nullptr, nullptr, nullptr}};
 
   readOptions("A camera with its PTZ head and the people in front of it.", entries, arguments);
@@ -131,6 +144,15 @@ WebOptions webOptionsOf(const Raw& raw) try {
                          .passwordFile = raw.passwordFile,
                          .folder = raw.web != nullptr ? raw.web : DEVICE_WEB,
                          .broker = raw.mqtt});
+} catch (const WebOptionError& error) {
+  throw OptionError(error.what());
+}
+
+std::optional<onvif::OnvifOptions> onvifOptionsOf(const Raw& raw) try {
+  return onvif::readOnvifOptions({.port = raw.onvif,
+                                  .address = raw.onvifListen,
+                                  .user = raw.onvifUser,
+                                  .passwordFile = raw.onvifPasswordFile});
 } catch (const WebOptionError& error) {
   throw OptionError(error.what());
 }
@@ -176,6 +198,7 @@ Options parseOptions(const std::vector<std::string>& arguments) {
   options.quiet = raw.quiet != FALSE;
   options.log = raw.noLog == FALSE;
   options.web = webOptionsOf(raw);
+  options.onvif = onvifOptionsOf(raw);
   return options;
 }
 

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "base/command_line.h"
+#include "onvif_server/onvif_options.h"
 #include "web_server/web_options.h"
 
 namespace device {
@@ -31,6 +32,7 @@ struct Options {
   int framesPerSecond = 10;
   bool quiet = false;  // no status and log lines
   WebOptions web;
+  std::optional<onvif::OnvifOptions> onvif;  // without: the device is no ONVIF camera
 };
 
 using ::OptionError;

@@ -73,6 +73,7 @@ VirtualDevice::VirtualDevice(Options given, const DevicePaths& paths, GDBusConne
   web = std::make_unique<WebInterface>(options.web, paths.application, webSources());
   console.message("The page: " + web->url());
   takeSamples();
+  offerOnvif();
 }
 
 int VirtualDevice::run() {
@@ -136,6 +137,16 @@ WebSources VirtualDevice::webSources() {
           .seconds = [this] { return secondsSinceStart(); },
           .announce = [this](const std::string& text) { console.message(text); },
           .report = &report};
+}
+
+void VirtualDevice::offerOnvif() {
+  if (!options.onvif) {
+    return;
+  }
+  const auto announce = [this](const std::string& text) { console.message(text); };
+  onvifCamera = std::make_unique<onvif::OnvifCamera>(
+      *options.onvif, onvif::OnvifSources{model, world, drive, events, announce});
+  console.message("ONVIF: " + onvifCamera->url());
 }
 
 std::vector<Lens> VirtualDevice::lenses() const {

@@ -12,6 +12,7 @@
 #include "app/options.h"
 #include "app/truth_sampler.h"
 #include "model/model.h"
+#include "onvif_server/onvif_camera.h"
 #include "report/report.h"
 #include "services/application_monitor.h"
 #include "services/console.h"
@@ -62,6 +63,7 @@ class VirtualDevice {
   static Model loadModelOf(const Options& options);
   RunInfo runInfo() const;
   WebSources webSources();
+  void offerOnvif();
   std::vector<Lens> lenses() const;
   double secondsSinceStart() const;
   bool isHeadReady() const;
@@ -111,6 +113,7 @@ class VirtualDevice {
   GSourcePtr restart;
   TruthSampler sampler;
   std::unique_ptr<WebInterface> web;  // ends before the sampler, to whom it answers
+  std::unique_ptr<onvif::OnvifCamera> onvifCamera;
 };
 
 }  // namespace device

@@ -1,0 +1,64 @@
+#include "onvif_server/camera_profile.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "onvif/fault.h"
+
+namespace device::onvif {
+namespace {
+
+constexpr int LONGER_SIDE = 1280;  // pixels
+
+// Even, as encoders want it.
+int evenSide(double pixels) {
+  return 2 * static_cast<int>(std::lround(pixels / 2));
+}
+
+CameraProfile scaled(CameraProfile profile, double width, double height) {
+  const double scale = LONGER_SIDE / std::max(width, height);
+  profile.width = evenSide(width * scale);
+  profile.height = evenSide(height * scale);
+  return profile;
+}
+
+}  // namespace
+
+std::vector<CameraProfile> cameraProfiles(const Model& model, const World& world) {
+  std::vector<CameraProfile> profiles = {
+      scaled({.token = "head", .name = "Head"}, model.head.aspectRatio, 1)};
+  for (int channel = 0; channel < world.channelCount(); ++channel) {
+    const OverviewCamera& camera = world.camera(channel);
+    const std::string number = std::to_string(channel + 1);
+    profiles.push_back(
+        scaled({.token = "overview" + number, .name = "Overview " + number, .camera = channel + 1},
+               camera.pictureWidth(), camera.pictureHeight()));
+  }
+  return profiles;
+}
+
+const CameraProfile& profileOf(const std::vector<CameraProfile>& profiles, const Request& request,
+                               const std::string& nameSpace) {
+  const std::string token = requiredText(request, nameSpace, "ProfileToken");
+  const auto found = std::ranges::find(profiles, token, &CameraProfile::token);
+  if (found == profiles.end()) {
+    throw invalidArgument("ter:NoProfile", "There is no profile " + token);
+  }
+  return *found;
+}
+
+Tag boundsTag(const CameraProfile& profile) {
+  return Tag("tt:Bounds", Attribute("x", 0), Attribute("y", 0), Attribute("width", profile.width),
+             Attribute("height", profile.height));
+}
+
+Tag sourceConfigurationTag(const std::string& name, const CameraProfile& profile) {
+  return Tag(name, Attribute("token", profile.sourceConfiguration()), Tag("tt:Name", profile.name),
+             Tag("tt:UseCount", 1), Tag("tt:SourceToken", profile.source()), boundsTag(profile));
+}
+
+Tag resolutionTag(const std::string& name, const CameraProfile& profile) {
+  return Tag(name, Tag("tt:Width", profile.width), Tag("tt:Height", profile.height));
+}
+
+}  // namespace device::onvif

@@ -1,0 +1,218 @@
+#include "onvif_server/event_operations.h"
+
+#include <glib.h>
+
+#include <algorithm>
+#include <charconv>
+
+#include "onvif/fault.h"
+#include "onvif/namespaces.h"
+#include "onvif/time_text.h"
+
+namespace device::onvif {
+namespace {
+
+constexpr std::string_view POINT_PATH = "/onvif/event_service/";
+constexpr char EVENT_ACTIONS[] = "http://www.onvif.org/ver10/events/wsdl/";
+constexpr char SUBSCRIPTION_ACTIONS[] = "http://docs.oasis-open.org/wsn/bw-2/SubscriptionManager/";
+
+Fault noSuchPoint() {
+  return {FaultCode::sender, {"ter:InvalidArgVal", "ter:NoEntity"}, "There is no such pull point"};
+}
+
+}  // namespace
+
+EventOperations::EventOperations(EventService& events)
+    : events(events),
+      points([] { return g_get_monotonic_time(); }),
+      timer(PERIOD, [this] { points.update(); }) {
+  const auto changed = [this](const Event& event) {
+    points.publish(notificationsOf(event, PropertyOperation::changed));
+  };
+  events.observe(changed);
+  events.observeDeclared([this](const Event& event) {
+    if (!event.stateless && !EventService::isOfDevice(event)) {
+      points.publish(notificationsOf(event, PropertyOperation::initialized));
+    }
+  });
+  events.observeUndeclared([this](const Event& event) { undeclared(event); });
+}
+
+void EventOperations::addTo(Operations& operations) {
+  operations.add(ns::EVENTS, "GetServiceCapabilities", Access::anybody,
+                 [this](const Request&) { return capabilities(); });
+  operations.add(ns::EVENTS, "GetEventProperties", Access::user,
+                 [](const Request&) { return properties(); });
+  operations.add(ns::EVENTS, "CreatePullPointSubscription", Access::user,
+                 [this](const Request& request) { return create(request); });
+  operations.addWaiting(
+      ns::EVENTS, "PullMessages", Access::user,
+      [this](const Request& request, const Operations::Answer& answer) { pull(request, answer); });
+  operations.add(ns::EVENTS, "SetSynchronizationPoint", Access::user,
+                 [this](const Request& request) { return synchronize(request); });
+  operations.add(ns::NOTIFICATION, "Renew", Access::user,
+                 [this](const Request& request) { return renew(request); });
+  operations.add(ns::NOTIFICATION, "Unsubscribe", Access::user,
+                 [this](const Request& request) { return unsubscribe(request); });
+  const auto act = [&](const char* nameSpace, const char* name, const std::string& action) {
+    operations.setAction(nameSpace, name, action + name + "Response");
+  };
+  const std::string eventActions = EVENT_ACTIONS;
+  act(ns::EVENTS, "GetServiceCapabilities", eventActions + "EventPortType/");
+  act(ns::EVENTS, "GetEventProperties", eventActions + "EventPortType/");
+  act(ns::EVENTS, "CreatePullPointSubscription", eventActions + "EventPortType/");
+  act(ns::EVENTS, "PullMessages", eventActions + "PullPointSubscription/");
+  act(ns::EVENTS, "SetSynchronizationPoint", eventActions + "PullPointSubscription/");
+  act(ns::NOTIFICATION, "Renew", SUBSCRIPTION_ACTIONS);
+  act(ns::NOTIFICATION, "Unsubscribe", SUBSCRIPTION_ACTIONS);
+}
+
+// A profile that is renamed is declared anew before its former declaration goes: the property
+// lives on.
+void EventOperations::undeclared(const Event& event) {
+  if (event.stateless) {
+    return;
+  }
+  const std::vector<Notification> left = present();
+  std::vector<Notification> gone = notificationsOf(event, PropertyOperation::deleted);
+  std::erase_if(gone, [&](const Notification& each) {
+    return std::ranges::any_of(
+        left, [&](const Notification& other) { return isSameProperty(each, other); });
+  });
+  points.publish(gone);
+}
+
+std::vector<Notification> EventOperations::present() const {
+  std::vector<Notification> all;
+  for (const auto& [id, event] : events.getTable().getEvents()) {
+    if (!event.stateless) {
+      std::ranges::move(notificationsOf(event, PropertyOperation::initialized),
+                        std::back_inserter(all));
+    }
+  }
+  return all;
+}
+
+// A length of time, or the moment of its end.
+std::int64_t EventOperations::lifetimeOf(const Request& request, const std::string& nameSpace,
+                                         const std::string& name) {
+  const std::string text = optionalText(request, nameSpace, name);
+  if (text.empty()) {
+    return USUAL_LIFETIME;
+  }
+  auto lifetime = readDuration(text);
+  if (!lifetime) {
+    if (const auto end = readDateTime(text)) {
+      lifetime = *end - g_get_real_time();
+    }
+  }
+  if (!lifetime || *lifetime <= 0) {
+    throw invalidArgument("ter:InvalidTerminationTime", name + " is no time to come");
+  }
+  return std::min(*lifetime, MOST_LIFETIME);
+}
+
+int EventOperations::pointOf(const Request& request) {
+  std::string_view path = request.path;
+  if (!path.starts_with(POINT_PATH)) {
+    throw noSuchPoint();
+  }
+  path.remove_prefix(POINT_PATH.size());
+  int point = 0;
+  const auto [end, error] = std::from_chars(path.data(), path.data() + path.size(), point);
+  if (error != std::errc() || end != path.data() + path.size()) {
+    throw noSuchPoint();
+  }
+  return point;
+}
+
+std::vector<Tag> EventOperations::times(int point, const std::string& prefix) const {
+  const std::int64_t now = g_get_real_time();
+  const std::int64_t left = points.lifetimeOf(point).value_or(0);
+  return {Tag(prefix + ":CurrentTime", dateTimeText(now)),
+          Tag(prefix + ":TerminationTime", dateTimeText(now + left))};
+}
+
+Tag EventOperations::capabilities() const {
+  return Tag("tev:GetServiceCapabilitiesResponse",
+             Tag("tev:Capabilities", Attribute("WSSubscriptionPolicySupport", false),
+                 Attribute("WSPausableSubscriptionManagerInterfaceSupport", false),
+                 Attribute("MaxPullPoints", static_cast<int>(PullPointLimits().points)),
+                 Attribute("PersistentNotificationStorage", false)));
+}
+
+Tag EventOperations::properties() {
+  return Tag(
+      "tev:GetEventPropertiesResponse",
+      Tag("tev:TopicNamespaceLocation", "http://www.onvif.org/onvif/ver10/topics/topicns.xml"),
+      Tag("wsnt:FixedTopicSet", false), topicSetTag(),
+      Tag("wsnt:TopicExpressionDialect", TopicFilter::CONCRETE_SET),
+      Tag("wsnt:TopicExpressionDialect", TopicFilter::CONCRETE),
+      Tag("tev:MessageContentFilterDialect"),
+      Tag("tev:MessageContentSchemaLocation", "http://www.onvif.org/onvif/ver10/schema/onvif.xsd"));
+}
+
+Tag EventOperations::create(const Request& request) {
+  const auto element = request.body.child(ns::EVENTS, "Filter");
+  TopicFilter filter = element ? TopicFilter(*element) : TopicFilter();
+  const std::int64_t lifetime = lifetimeOf(request, ns::EVENTS, "InitialTerminationTime");
+  const auto point = points.create(std::move(filter), lifetime, present());
+  if (!point) {
+    throw Fault(FaultCode::receiver, {"ter:Action"},
+                "There are as many pull points as there may be");
+  }
+  const std::string address =
+      "http://" + request.host + std::string(POINT_PATH) + std::to_string(*point);
+  return Tag("tev:CreatePullPointSubscriptionResponse",
+             Tag("tev:SubscriptionReference", Tag("wsa:Address", address)), times(*point, "wsnt"));
+}
+
+void EventOperations::pull(const Request& request, const Operations::Answer& answer) {
+  const int point = pointOf(request);
+  const auto patience = readDuration(requiredText(request, ns::EVENTS, "Timeout"));
+  const std::string text = requiredText(request, ns::EVENTS, "MessageLimit");
+  int most = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), most);
+  if (!patience || error != std::errc() || end != text.data() + text.size() || most < 1) {
+    throw invalidArguments("Timeout is no time, or MessageLimit no number above 0");
+  }
+  const auto reply = [this, point, answer](const std::vector<Notification>& notifications) {
+    Tag response("tev:PullMessagesResponse", times(point, "tev"));
+    for (const Notification& each : notifications) {
+      response.add(notificationTag(each));
+    }
+    answer(std::move(response));
+  };
+  if (!points.pull(point, std::min(static_cast<std::size_t>(most), MOST_AT_ONCE),
+                   std::clamp<std::int64_t>(*patience, 0, MOST_PATIENCE), reply)) {
+    throw noSuchPoint();
+  }
+}
+
+Tag EventOperations::renew(const Request& request) {
+  const int point = pointOf(request);
+  if (!points.renew(point, lifetimeOf(request, ns::NOTIFICATION, "TerminationTime"))) {
+    throw noSuchPoint();
+  }
+  std::vector<Tag> both = times(point, "wsnt");
+  std::ranges::reverse(both);  // here the end comes first
+  return Tag("wsnt:RenewResponse", std::move(both));
+}
+
+Tag EventOperations::unsubscribe(const Request& request) {
+  if (!points.remove(pointOf(request))) {
+    throw noSuchPoint();
+  }
+  return Tag("wsnt:UnsubscribeResponse");
+}
+
+Tag EventOperations::synchronize(const Request& request) {
+  const int point = pointOf(request);
+  if (!points.lifetimeOf(point)) {
+    throw noSuchPoint();
+  }
+  points.publishTo(point, present());
+  return Tag("tev:SetSynchronizationPointResponse");
+}
+
+}  // namespace device::onvif

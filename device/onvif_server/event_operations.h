@@ -1,0 +1,59 @@
+#ifndef DEVICE_ONVIF_SERVER_EVENT_OPERATIONS_H
+#define DEVICE_ONVIF_SERVER_EVENT_OPERATIONS_H
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "onvif_server/notification.h"
+#include "onvif_server/operations.h"
+#include "onvif_server/pull_points.h"
+#include "services/event_service.h"
+#include "services/periodic_timer.h"
+
+namespace device::onvif {
+
+// The event service: what the device and the daemon tell, at pull points.
+class EventOperations {
+ public:
+  static constexpr std::int64_t USUAL_LIFETIME = 60000000;   // microseconds
+  static constexpr std::int64_t MOST_LIFETIME = 3600000000;  // microseconds
+  static constexpr std::int64_t MOST_PATIENCE = 30000000;    // microseconds, of one pull
+  static constexpr std::size_t MOST_AT_ONCE = 256;           // notifications
+
+  // The events outlive the service.
+  explicit EventOperations(EventService& events);
+  EventOperations(const EventOperations&) = delete;
+  EventOperations& operator=(const EventOperations&) = delete;
+
+  void addTo(Operations& operations);
+
+  std::size_t pullPoints() const { return points.size(); }
+
+ private:
+  static constexpr std::int64_t PERIOD = 50000;  // microseconds
+
+  void undeclared(const Event& event);
+  std::vector<Notification> present() const;
+  static std::int64_t lifetimeOf(const Request& request, const std::string& nameSpace,
+                                 const std::string& name);
+  static int pointOf(const Request& request);
+  std::vector<Tag> times(int point, const std::string& prefix) const;
+
+  Tag capabilities() const;
+  static Tag properties();
+  Tag create(const Request& request);
+  void pull(const Request& request, const Operations::Answer& answer);
+  Tag renew(const Request& request);
+  Tag unsubscribe(const Request& request);
+  Tag synchronize(const Request& request);
+
+  EventService& events;
+  PullPoints points;
+  PeriodicTimer timer;
+};
+
+}  // namespace device::onvif
+
+#endif

@@ -1,0 +1,277 @@
+#include "onvif_server/media_operations.h"
+
+#include <algorithm>
+
+#include "onvif/fault.h"
+#include "onvif/namespaces.h"
+#include "onvif_server/ptz_operations.h"
+
+namespace device::onvif {
+namespace {
+
+constexpr int QUALITY = 5;
+constexpr int BITRATE = 4096;  // kilobits per second
+constexpr int GROUP = 10;      // pictures from one that stands alone to the next
+
+Tag multicastTag() {
+  return Tag("tt:Multicast",
+             Tag("tt:Address", Tag("tt:Type", "IPv4"), Tag("tt:IPv4Address", "0.0.0.0")),
+             Tag("tt:Port", 0), Tag("tt:TTL", 1), Tag("tt:AutoStart", false));
+}
+
+Tag encoder1(const std::string& name, const CameraProfile& profile) {
+  return Tag(name, Attribute("token", profile.encoder()), Tag("tt:Name", profile.name),
+             Tag("tt:UseCount", 1), Tag("tt:Encoding", "H264"),
+             resolutionTag("tt:Resolution", profile), Tag("tt:Quality", QUALITY),
+             Tag("tt:RateControl", Tag("tt:FrameRateLimit", FRAMES_PER_SECOND),
+                 Tag("tt:EncodingInterval", 1), Tag("tt:BitrateLimit", BITRATE)),
+             Tag("tt:H264", Tag("tt:GovLength", GROUP), Tag("tt:H264Profile", "Baseline")),
+             multicastTag(), Tag("tt:SessionTimeout", "PT60S"));
+}
+
+Tag encoder2(const std::string& name, const CameraProfile& profile) {
+  return Tag(name, Attribute("token", profile.encoder()), Attribute("GovLength", GROUP),
+             Attribute("Profile", "Baseline"), Tag("tt:Name", profile.name), Tag("tt:UseCount", 1),
+             Tag("tt:Encoding", "H264"), resolutionTag("tt:Resolution", profile),
+             Tag("tt:RateControl", Tag("tt:FrameRateLimit", FRAMES_PER_SECOND),
+                 Tag("tt:BitrateLimit", BITRATE)),
+             Tag("tt:Quality", QUALITY));
+}
+
+Tag exactRange(const std::string& name, int value) {
+  return Tag(name, Tag("tt:Min", value), Tag("tt:Max", value));
+}
+
+Tag encoderOptions1(const CameraProfile& profile) {
+  return Tag("trt:GetVideoEncoderConfigurationOptionsResponse",
+             Tag("trt:Options", exactRange("tt:QualityRange", QUALITY),
+                 Tag("tt:H264", resolutionTag("tt:ResolutionsAvailable", profile),
+                     exactRange("tt:GovLengthRange", GROUP),
+                     exactRange("tt:FrameRateRange", FRAMES_PER_SECOND),
+                     exactRange("tt:EncodingIntervalRange", 1),
+                     Tag("tt:H264ProfilesSupported", "Baseline"))));
+}
+
+Tag encoderOptions2(const CameraProfile& profile) {
+  return Tag(
+      "tr2:GetVideoEncoderConfigurationOptionsResponse",
+      Tag("tr2:Options", Attribute("GovLengthRange", std::to_string(GROUP)),
+          Attribute("FrameRatesSupported", std::to_string(FRAMES_PER_SECOND)),
+          Attribute("ProfilesSupported", "Baseline"), Tag("tt:Encoding", "H264"),
+          exactRange("tt:QualityRange", QUALITY), resolutionTag("tt:ResolutionsAvailable", profile),
+          exactRange("tt:BitrateRange", BITRATE)));
+}
+
+Tag videoSource(const CameraProfile& profile) {
+  return Tag("trt:VideoSources", Attribute("token", profile.source()),
+             Tag("tt:Framerate", FRAMES_PER_SECOND), resolutionTag("tt:Resolution", profile));
+}
+
+}  // namespace
+
+MediaOperations::MediaOperations(const std::vector<CameraProfile>& profiles, const HeadSetup& head,
+                                 StreamUri streamUri)
+    : profiles(profiles), head(head), streamUri(std::move(streamUri)) {}
+
+void MediaOperations::addTo(Operations& operations) {
+  addMedia1(operations);
+  addMedia2(operations);
+}
+
+void MediaOperations::addMedia1(Operations& operations) {
+  const auto add = [&](const char* name, Operations::Function function,
+                       Access access = Access::user) {
+    operations.add(ns::MEDIA, name, access, std::move(function));
+  };
+  add(
+      "GetServiceCapabilities",
+      [](const Request&) {
+        return Tag("trt:GetServiceCapabilitiesResponse",
+                   Tag("trt:Capabilities", Attribute("SnapshotUri", false),
+                       Tag("trt:ProfileCapabilities", Attribute("MaximumNumberOfProfiles", 0)),
+                       Tag("trt:StreamingCapabilities")));
+      },
+      Access::anybody);
+  add("GetProfiles", [this](const Request&) {
+    return each("trt:GetProfilesResponse",
+                [this](const CameraProfile& profile) { return profile1("trt:Profiles", profile); });
+  });
+  add("GetProfile", [this](const Request& request) {
+    return Tag("trt:GetProfileResponse",
+               profile1("trt:Profile", profileOf(profiles, request, ns::MEDIA)));
+  });
+  add("GetVideoSources",
+      [this](const Request&) { return each("trt:GetVideoSourcesResponse", videoSource); });
+  add("GetVideoSourceConfigurations", [this](const Request&) {
+    return each("trt:GetVideoSourceConfigurationsResponse", [](const CameraProfile& profile) {
+      return sourceConfigurationTag("trt:Configurations", profile);
+    });
+  });
+  add("GetVideoSourceConfiguration", [this](const Request& request) {
+    return Tag("trt:GetVideoSourceConfigurationResponse",
+               sourceConfigurationTag(
+                   "trt:Configuration",
+                   withConfiguration(request, ns::MEDIA, &CameraProfile::sourceConfiguration)));
+  });
+  add("GetVideoEncoderConfigurations", [this](const Request&) {
+    return each("trt:GetVideoEncoderConfigurationsResponse", [](const CameraProfile& profile) {
+      return encoder1("trt:Configurations", profile);
+    });
+  });
+  add("GetVideoEncoderConfiguration", [this](const Request& request) {
+    return Tag("trt:GetVideoEncoderConfigurationResponse",
+               encoder1("trt:Configuration",
+                        withConfiguration(request, ns::MEDIA, &CameraProfile::encoder)));
+  });
+  add("GetVideoEncoderConfigurationOptions", [this](const Request& request) {
+    const bool isNamed = !optionalText(request, ns::MEDIA, "ConfigurationToken").empty();
+    return encoderOptions1(isNamed ? withConfiguration(request, ns::MEDIA, &CameraProfile::encoder)
+                                   : profiles.front());
+  });
+  add("GetStreamUri", [this](const Request& request) {
+    const CameraProfile& profile = profileOf(profiles, request, ns::MEDIA);
+    return Tag("trt:GetStreamUriResponse",
+               Tag("trt:MediaUri", Tag("tt:Uri", streamOf(profile, request)),
+                   Tag("tt:InvalidAfterConnect", false), Tag("tt:InvalidAfterReboot", false),
+                   Tag("tt:Timeout", "PT0S")));
+  });
+}
+
+void MediaOperations::addMedia2(Operations& operations) {
+  const auto add = [&](const char* name, Operations::Function function,
+                       Access access = Access::user) {
+    operations.add(ns::MEDIA2, name, access, std::move(function));
+  };
+  add(
+      "GetServiceCapabilities",
+      [](const Request&) {
+        return Tag("tr2:GetServiceCapabilitiesResponse",
+                   Tag("tr2:Capabilities", Attribute("SnapshotUri", false),
+                       Tag("tr2:ProfileCapabilities", Attribute("MaximumNumberOfProfiles", 0),
+                           Attribute("ConfigurationsSupported", "VideoSource VideoEncoder PTZ")),
+                       Tag("tr2:StreamingCapabilities")));
+      },
+      Access::anybody);
+  add("GetProfiles", [this](const Request& request) { return profiles2(request); });
+  add("GetVideoSourceConfigurations", [this](const Request& request) {
+    return wanted("tr2:GetVideoSourceConfigurationsResponse", request,
+                  &CameraProfile::sourceConfiguration, [](const CameraProfile& profile) {
+                    return sourceConfigurationTag("tr2:Configurations", profile);
+                  });
+  });
+  add("GetVideoEncoderConfigurations", [this](const Request& request) {
+    return wanted(
+        "tr2:GetVideoEncoderConfigurationsResponse", request, &CameraProfile::encoder,
+        [](const CameraProfile& profile) { return encoder2("tr2:Configurations", profile); });
+  });
+  add("GetVideoEncoderConfigurationOptions", [this](const Request& request) {
+    const bool isNamed = !optionalText(request, ns::MEDIA2, "ConfigurationToken").empty();
+    return encoderOptions2(isNamed ? withConfiguration(request, ns::MEDIA2, &CameraProfile::encoder)
+                                   : profiles.front());
+  });
+  add("GetStreamUri", [this](const Request& request) {
+    const CameraProfile& profile = profileOf(profiles, request, ns::MEDIA2);
+    return Tag("tr2:GetStreamUriResponse", Tag("tr2:Uri", streamOf(profile, request)));
+  });
+}
+
+Tag MediaOperations::profile1(const std::string& name, const CameraProfile& profile) const {
+  Tag tag(name, Attribute("token", profile.token), Attribute("fixed", true),
+          Tag("tt:Name", profile.name),
+          sourceConfigurationTag("tt:VideoSourceConfiguration", profile),
+          encoder1("tt:VideoEncoderConfiguration", profile));
+  if (profile.isHead()) {
+    tag.add(ptzConfigurationTag("tt:PTZConfiguration", head));
+  }
+  return tag;
+}
+
+Tag MediaOperations::profile2(const CameraProfile& profile,
+                              const std::vector<std::string>& types) const {
+  const auto isAsked = [&](const char* type) {
+    return std::ranges::count(types, "All") > 0 || std::ranges::count(types, type) > 0;
+  };
+  Tag configurations("tr2:Configurations");
+  if (isAsked("VideoSource")) {
+    configurations.add(sourceConfigurationTag("tr2:VideoSource", profile));
+  }
+  if (isAsked("VideoEncoder")) {
+    configurations.add(encoder2("tr2:VideoEncoder", profile));
+  }
+  if (profile.isHead() && isAsked("PTZ")) {
+    configurations.add(ptzConfigurationTag("tr2:PTZ", head));
+  }
+  Tag tag("tr2:Profiles", Attribute("token", profile.token), Attribute("fixed", true),
+          Tag("tr2:Name", profile.name));
+  if (!types.empty()) {
+    tag.add(std::move(configurations));
+  }
+  return tag;
+}
+
+Tag MediaOperations::profiles2(const Request& request) const {
+  std::vector<std::string> types;
+  for (const XmlElement& child : request.body.children()) {
+    if (child.is(ns::MEDIA2, "Type")) {
+      types.push_back(child.text());
+    }
+  }
+  const std::string token = optionalText(request, ns::MEDIA2, "Token");
+  Tag response("tr2:GetProfilesResponse");
+  bool found = token.empty();
+  for (const CameraProfile& profile : profiles) {
+    if (token.empty() || profile.token == token) {
+      response.add(profile2(profile, types));
+      found = true;
+    }
+  }
+  if (!found) {
+    throw invalidArgument("ter:NoProfile", "There is no profile " + token);
+  }
+  return response;
+}
+
+std::string MediaOperations::streamOf(const CameraProfile& profile, const Request& request) const {
+  const std::string uri = streamUri(profile, request.host);
+  if (uri.empty()) {
+    throw Fault(FaultCode::receiver, {"ter:ActionNotSupported"}, "No video is offered");
+  }
+  return uri;
+}
+
+Tag MediaOperations::each(const std::string& response,
+                          const std::function<Tag(const CameraProfile& profile)>& tag) const {
+  Tag all(response);
+  for (const CameraProfile& profile : profiles) {
+    all.add(tag(profile));
+  }
+  return all;
+}
+
+// Those of a configuration, of a profile, or all.
+Tag MediaOperations::wanted(const std::string& response, const Request& request,
+                            std::string (CameraProfile::*token)() const,
+                            const std::function<Tag(const CameraProfile& profile)>& tag) const {
+  if (!optionalText(request, ns::MEDIA2, "ConfigurationToken").empty()) {
+    return Tag(response, tag(withConfiguration(request, ns::MEDIA2, token)));
+  }
+  if (!optionalText(request, ns::MEDIA2, "ProfileToken").empty()) {
+    return Tag(response, tag(profileOf(profiles, request, ns::MEDIA2)));
+  }
+  return each(response, tag);
+}
+
+const CameraProfile& MediaOperations::withConfiguration(const Request& request,
+                                                        const std::string& nameSpace,
+                                                        std::string (CameraProfile::*token)()
+                                                            const) const {
+  const std::string wanted = requiredText(request, nameSpace, "ConfigurationToken");
+  const auto found = std::ranges::find_if(
+      profiles, [&](const CameraProfile& profile) { return (profile.*token)() == wanted; });
+  if (found == profiles.end()) {
+    throw invalidArgument("ter:NoConfig", "There is no configuration " + wanted);
+  }
+  return *found;
+}
+
+}  // namespace device::onvif

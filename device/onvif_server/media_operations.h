@@ -1,0 +1,51 @@
+#ifndef DEVICE_ONVIF_SERVER_MEDIA_OPERATIONS_H
+#define DEVICE_ONVIF_SERVER_MEDIA_OPERATIONS_H
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "head/head.h"
+#include "onvif_server/camera_profile.h"
+#include "onvif_server/operations.h"
+
+namespace device::onvif {
+
+// Where a profile's stream is, for a client that calls the device by this host; empty while there
+// is none.
+using StreamUri = std::function<std::string(const CameraProfile& profile, const std::string& host)>;
+
+// Both media services: which pictures there are, what belongs to each, and where they are. The
+// profiles are fixed.
+class MediaOperations {
+ public:
+  // The profiles and the setup outlive the service.
+  MediaOperations(const std::vector<CameraProfile>& profiles, const HeadSetup& head,
+                  StreamUri streamUri);
+
+  void addTo(Operations& operations);
+
+ private:
+  void addMedia1(Operations& operations);
+  void addMedia2(Operations& operations);
+
+  Tag profile1(const std::string& name, const CameraProfile& profile) const;
+  Tag profile2(const CameraProfile& profile, const std::vector<std::string>& types) const;
+  Tag profiles2(const Request& request) const;
+  std::string streamOf(const CameraProfile& profile, const Request& request) const;
+  Tag each(const std::string& response,
+           const std::function<Tag(const CameraProfile& profile)>& tag) const;
+  Tag wanted(const std::string& response, const Request& request,
+             std::string (CameraProfile::*token)() const,
+             const std::function<Tag(const CameraProfile& profile)>& tag) const;
+  const CameraProfile& withConfiguration(const Request& request, const std::string& nameSpace,
+                                         std::string (CameraProfile::*token)() const) const;
+
+  const std::vector<CameraProfile>& profiles;
+  const HeadSetup& head;
+  StreamUri streamUri;
+};
+
+}  // namespace device::onvif
+
+#endif

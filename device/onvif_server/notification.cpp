@@ -1,0 +1,209 @@
+#include "onvif_server/notification.h"
+
+#include <glib.h>
+
+#include <charconv>
+#include <map>
+#include <optional>
+
+#include "onvif/namespaces.h"
+#include "onvif/time_text.h"
+
+namespace device::onvif {
+namespace {
+
+constexpr char ANY_PROFILE[] = "ProfileANY";
+
+struct ValueToText {
+  std::string operator()(std::int32_t value) const {
+    return textOf(static_cast<std::int64_t>(value));
+  }
+  std::string operator()(bool value) const { return value ? "true" : "false"; }
+  std::string operator()(double value) const { return textOf(value); }
+  std::string operator()(const std::string& value) const { return value; }
+};
+
+std::string topicOf(const Event& event, const char* level) {
+  return valueOf<std::string>(event.keys, level).value_or("");
+}
+
+// The texts of a key, whatever its type; nothing when it has no value.
+std::optional<std::string> valueText(const Event& event, const std::string& name) {
+  for (const EventKey& key : event.keys) {
+    if (key.name == name && key.value) {
+      return std::visit(ValueToText(), *key.value);
+    }
+  }
+  return std::nullopt;
+}
+
+std::string overview(const std::string& prefix, int camera) {
+  return prefix + "_overview" + std::to_string(camera);
+}
+
+Notification make(Topic topic, std::vector<Item> source, std::vector<Item> data,
+                  PropertyOperation operation, const Event& event) {
+  return {std::move(topic), std::move(source), std::move(data), operation,
+          event.time > 0 ? event.time : g_get_real_time()};
+}
+
+std::vector<Notification> motionAlarm(const Event& event, PropertyOperation operation) {
+  const auto camera = valueOf<std::int32_t>(event.keys, "Source");
+  const auto state = valueText(event, "State");
+  if (!camera || !state) {
+    return {};
+  }
+  return {make({ns::TOPICS, {"VideoSource", "MotionAlarm"}},
+               {{"Source", overview("source", *camera)}}, {{"State", *state}}, operation, event)};
+}
+
+// The camera's number of "Camera1Profile2".
+std::optional<int> cameraOfProfile(std::string_view name) {
+  constexpr std::string_view CAMERA = "Camera";
+  if (!name.starts_with(CAMERA) || name.ends_with(ANY_PROFILE) ||
+      name.find("Profile") == std::string_view::npos) {
+    return std::nullopt;
+  }
+  name.remove_prefix(CAMERA.size());
+  int camera = 0;
+  const auto [end, error] = std::from_chars(name.data(), name.data() + name.size(), camera);
+  const bool isNumber = error == std::errc() && std::string_view(end, 7) == "Profile";
+  return isNumber ? std::optional(camera) : std::nullopt;
+}
+
+std::vector<Notification> ownEvent(const Event& event, PropertyOperation operation) {
+  const std::string name = topicOf(event, "topic2");
+  const auto active = valueText(event, "active");
+  const auto value = valueText(event, "value");
+  std::vector<Notification> result;
+  if (active || value) {
+    const Item item = active ? Item{"active", *active} : Item{"value", *value};
+    result.push_back(make({ns::OWN_TOPICS, {"SentrelVideo", name}}, {}, {item}, operation, event));
+  }
+  const auto camera = cameraOfProfile(name);
+  if (camera && active) {
+    result.push_back(make({ns::TOPICS, {"RuleEngine", "CellMotionDetector", "Motion"}},
+                          {{"VideoSourceConfigurationToken", overview("picture", *camera)},
+                           {"VideoAnalyticsConfigurationToken", overview("analytics", *camera)},
+                           {"Rule", name}},
+                          {{"IsMotion", *active}}, operation, event));
+  }
+  return result;
+}
+
+// No property: a preset is reached, or left.
+std::vector<Notification> preset(const Event& event, PropertyOperation operation) {
+  const auto token = valueOf<std::int32_t>(event.keys, "PresetToken");
+  const auto reached = valueOf<bool>(event.keys, "on_preset");
+  if (operation != PropertyOperation::changed || !token || *token < 1 || !reached) {
+    return {};
+  }
+  const std::string number = std::to_string(*token);
+  return {make({ns::TOPICS, {"PTZController", "PTZPresets", *reached ? "Reached" : "Left"}},
+               {{"PTZConfigurationToken", "head_ptz"}},
+               {{"PresetToken", number}, {"PresetName", "Preset " + number}},
+               PropertyOperation::none, event)};
+}
+
+const char* nameOf(PropertyOperation operation) {
+  switch (operation) {
+    case PropertyOperation::initialized:
+      return "Initialized";
+    case PropertyOperation::deleted:
+      return "Deleted";
+    default:
+      return "Changed";
+  }
+}
+
+Tag itemsTag(const std::string& name, const std::vector<Item>& items) {
+  Tag tag(name);
+  for (const Item& item : items) {
+    tag.add(Tag("tt:SimpleItem", Attribute("Name", item.name), Attribute("Value", item.value)));
+  }
+  return tag;
+}
+
+std::string prefixOf(const std::string& nameSpace) {
+  return nameSpace == ns::OWN_TOPICS ? "sv" : "tns1";
+}
+
+Tag described(const std::string& name, bool isProperty, const std::vector<Item>& source,
+              const std::vector<Item>& data) {
+  const auto items = [](const std::string& tagName, const std::vector<Item>& descriptions) {
+    Tag tag(tagName);
+    for (const Item& item : descriptions) {
+      tag.add(Tag("tt:SimpleItemDescription", Attribute("Name", item.name),
+                  Attribute("Type", item.value)));
+    }
+    return tag;
+  };
+  return Tag(name, Attribute("wstop:topic", true),
+             Tag("tt:MessageDescription", Attribute("xmlns:xs", "http://www.w3.org/2001/XMLSchema"),
+                 Attribute("xmlns:tt", ns::SCHEMA), Attribute("IsProperty", isProperty),
+                 items("tt:Source", source), items("tt:Data", data)));
+}
+
+}  // namespace
+
+bool isSameProperty(const Notification& one, const Notification& other) {
+  return one.topic == other.topic && one.source == other.source;
+}
+
+Tag notificationTag(const Notification& notification) {
+  const Topic& topic = notification.topic;
+  const std::string prefix = prefixOf(topic.nameSpace);
+  std::string path;
+  for (const std::string& level : topic.path) {
+    path += (path.empty() ? "" : "/") + level;
+  }
+  Tag message("tt:Message", Attribute("UtcTime", dateTimeText(notification.time)));
+  if (notification.operation != PropertyOperation::none) {
+    message.add(Attribute("PropertyOperation", nameOf(notification.operation)));
+  }
+  message.add(itemsTag("tt:Source", notification.source));
+  message.add(itemsTag("tt:Data", notification.data));
+  return Tag("wsnt:NotificationMessage",
+             Tag("wsnt:Topic", Attribute("xmlns:" + prefix, topic.nameSpace),
+                 Attribute("Dialect", TopicFilter::CONCRETE_SET), prefix + ":" + path),
+             Tag("wsnt:Message", std::move(message)));
+}
+
+std::vector<Notification> notificationsOf(const Event& event, PropertyOperation operation) {
+  const std::string kind = topicOf(event, "topic0");
+  const std::string second = topicOf(event, "topic1");
+  if (kind == "VideoSource" && second == "MotionAlarm") {
+    return motionAlarm(event, operation);
+  }
+  if (second == "SentrelVideo" && !event.stateless) {
+    return ownEvent(event, operation);
+  }
+  if (kind == "PTZController" && second == "PTZPresets") {
+    return preset(event, operation);
+  }
+  return {};
+}
+
+Tag topicSetTag() {
+  constexpr char TOKEN[] = "tt:ReferenceToken";
+  constexpr char FLAG[] = "xs:boolean";
+  const std::vector<Item> presetSource = {{"PTZConfigurationToken", TOKEN}};
+  const std::vector<Item> presetData = {{"PresetToken", TOKEN}, {"PresetName", "tt:Name"}};
+  return Tag("wstop:TopicSet",
+             Tag("tns1:VideoSource",
+                 described("MotionAlarm", true, {{"Source", TOKEN}}, {{"State", FLAG}})),
+             Tag("tns1:RuleEngine",
+                 Tag("CellMotionDetector", described("Motion", true,
+                                                     {{"VideoSourceConfigurationToken", TOKEN},
+                                                      {"VideoAnalyticsConfigurationToken", TOKEN},
+                                                      {"Rule", "xs:string"}},
+                                                     {{"IsMotion", FLAG}}))),
+             Tag("tns1:PTZController",
+                 Tag("PTZPresets", described("Reached", false, presetSource, presetData),
+                     described("Left", false, presetSource, presetData))),
+             Tag("sv:SentrelVideo", described("state", true, {}, {{"value", "xs:string"}}),
+                 described("isSentreling", true, {}, {{"active", FLAG}}),
+                 described("CameraANY", true, {}, {{"active", FLAG}})));
+}
+
+}  // namespace device::onvif

@@ -1,0 +1,64 @@
+#ifndef DEVICE_ONVIF_SERVER_ONVIF_CAMERA_H
+#define DEVICE_ONVIF_SERVER_ONVIF_CAMERA_H
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "model/model.h"
+#include "onvif_server/camera_profile.h"
+#include "onvif_server/device_operations.h"
+#include "onvif_server/discovery_responder.h"
+#include "onvif_server/event_operations.h"
+#include "onvif_server/media_operations.h"
+#include "onvif_server/onvif_options.h"
+#include "onvif_server/operations.h"
+#include "onvif_server/ptz_operations.h"
+#include "onvif_server/soap_server.h"
+#include "services/event_service.h"
+#include "services/head_drive.h"
+#include "world/world.h"
+
+namespace device::onvif {
+
+// What the camera shows and moves; all of it outlives the camera.
+struct OnvifSources {
+  const Model& model;
+  const World& world;
+  HeadDrive& drive;
+  EventService& events;
+  std::function<void(const std::string&)> announce;  // tells the user something
+};
+
+// The device as an ONVIF camera: one device with a profile for each picture. Used from the thread
+// of the main loop only.
+class OnvifCamera {
+ public:
+  // Throws std::runtime_error when it cannot listen. Without discovery it goes on, and says so.
+  OnvifCamera(const OnvifOptions& options, const OnvifSources& sources);
+  OnvifCamera(const OnvifCamera&) = delete;
+  OnvifCamera& operator=(const OnvifCamera&) = delete;
+
+  std::uint16_t port() const { return server.port(); }
+
+  // Of the device service: "http://127.0.0.1:8081/onvif/device_service".
+  std::string url() const;
+
+ private:
+  void beFound(const DeviceIdentity& identity, const OnvifSources& sources);
+
+  std::vector<CameraProfile> profiles;
+  Operations operations;
+  SoapServer server;  // the services hold on to its requests, and so go before it
+  DeviceIdentity identity;
+  DeviceOperations device;
+  MediaOperations media;
+  PtzOperations ptz;
+  EventOperations events;
+  std::unique_ptr<DiscoveryResponder> discovery;
+};
+
+}  // namespace device::onvif
+
+#endif

@@ -1,0 +1,63 @@
+#ifndef DEVICE_ONVIF_SERVER_OPERATIONS_H
+#define DEVICE_ONVIF_SERVER_OPERATIONS_H
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <string>
+
+#include "onvif/tag.h"
+#include "onvif/xml.h"
+
+namespace device::onvif {
+
+// Who may call an operation, where users are asked for.
+enum class Access { anybody, user };
+
+// One call of an operation.
+struct Request {
+  XmlElement body;   // the operation's element
+  std::string host;  // as the client names the device: "127.0.0.1:8081"
+  std::string path;  // to which the request was sent
+};
+
+// What clients can call: an operation is the name of the first element in a message's body,
+// wherever it was sent.
+class Operations {
+ public:
+  // Called once, at once or later.
+  using Answer = std::function<void(Tag answer)>;
+  // Both throw Fault. What waits may be called back only from the main loop.
+  using Function = std::function<Tag(const Request& request)>;
+  using WaitingFunction = std::function<void(const Request& request, Answer answer)>;
+
+  struct Operation {
+    Access access = Access::user;
+    WaitingFunction serve;
+    std::string action;  // of the answer, for WS-Addressing; empty where it is not told
+  };
+
+  void add(const std::string& nameSpace, const std::string& name, Access access, Function function);
+  void addWaiting(const std::string& nameSpace, const std::string& name, Access access,
+                  WaitingFunction function);
+
+  // Every answer of the operation says what it is.
+  void setAction(const std::string& nameSpace, const std::string& name, std::string action);
+
+  // Null for what there is not.
+  const Operation* find(const XmlName& name) const;
+
+ private:
+  std::map<XmlName, Operation> operations;
+};
+
+// The text of an element that a request has to have. Throws Fault.
+std::string requiredText(const Request& request, const std::string& nameSpace,
+                         const std::string& name);
+// Empty when there is none.
+std::string optionalText(const Request& request, const std::string& nameSpace,
+                         const std::string& name);
+
+}  // namespace device::onvif
+
+#endif

@@ -1,0 +1,245 @@
+#include "onvif_server/soap_server.h"
+
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+
+#include <chrono>
+#include <stdexcept>
+#include <string_view>
+#include <utility>
+
+#include "onvif/envelope.h"
+#include "onvif/fault.h"
+#include "onvif/namespaces.h"
+
+namespace device::onvif {
+namespace {
+
+constexpr std::string_view ROOT = "/onvif/";
+constexpr std::chrono::minutes NONCE_LIFETIME(5);
+
+const char* header(SoupServerMessage* message, const char* name) {
+  return soup_message_headers_get_list(soup_server_message_get_request_headers(message), name);
+}
+
+void setHeader(SoupServerMessage* message, const char* name, const char* value) {
+  soup_message_headers_replace(soup_server_message_get_response_headers(message), name, value);
+}
+
+// One request, one connection: the library would keep one that its client has ended.
+void setHeaders(SoupServerMessage* message) {
+  setHeader(message, "Cache-Control", "no-store");
+  setHeader(message, "Connection", "close");
+  setHeader(message, "X-Content-Type-Options", "nosniff");
+}
+
+void refuse(SoupServerMessage* message, unsigned status) {
+  setHeaders(message);
+  soup_server_message_set_status(message, status, nullptr);
+  soup_message_headers_set_content_length(soup_server_message_get_response_headers(message), 0);
+}
+
+void respond(SoupServerMessage* message, unsigned status, const std::string& text) {
+  setHeaders(message);
+  soup_server_message_set_status(message, status, nullptr);
+  soup_server_message_set_response(message, SOAP_TYPE, SOUP_MEMORY_COPY, text.data(), text.size());
+}
+
+void respond(SoupServerMessage* message, const Fault& fault) {
+  respond(message, fault.httpStatus(), writeEnvelope(fault.tag()));
+}
+
+std::string bodyOf(SoupServerMessage* message) {
+  const std::unique_ptr<GBytes, decltype(&g_bytes_unref)> body(
+      soup_message_body_flatten(soup_server_message_get_request_body(message)), g_bytes_unref);
+  gsize size = 0;
+  const auto* text = static_cast<const char*>(g_bytes_get_data(body.get(), &size));
+  return size > 0 ? std::string(text, size) : "";
+}
+
+std::vector<Tag> addressingHeaders(const std::string& action, const std::string& messageId) {
+  if (action.empty()) {
+    return {};
+  }
+  std::vector<Tag> headers = {Tag("wsa:Action", action)};
+  if (!messageId.empty()) {
+    headers.push_back(Tag("wsa:RelatesTo", messageId));
+  }
+  return headers;
+}
+
+Fault unknownOperation(const XmlElement& operation) {
+  return {FaultCode::receiver,
+          {"ter:ActionNotSupported"},
+          "There is no operation " + operation.name().name};
+}
+
+}  // namespace
+
+struct SoapServer::Handlers {
+  static void started(SoupServer*, SoupServerMessage* message, gpointer self) {
+    setHeaders(message);  // of what the library refuses by itself
+    g_signal_connect(message, "got-chunk", G_CALLBACK(gotChunk), self);
+  }
+
+  static void gotChunk(SoupServerMessage* message, GBytes*, gpointer self) {
+    const goffset length = soup_server_message_get_request_body(message)->length;
+    if (length > static_cast<goffset>(MOST_BODY)) {
+      static_cast<SoapServer*>(self)->refuseBody(message);
+    }
+  }
+
+  static void early(SoupServer*, SoupServerMessage* message, const char*, GHashTable*,
+                    gpointer self) {
+    static_cast<SoapServer*>(self)->check(message);
+  }
+
+  static void handle(SoupServer*, SoupServerMessage* message, const char* path, GHashTable*,
+                     gpointer self) {
+    static_cast<SoapServer*>(self)->handle(message, path);
+  }
+};
+
+SoapServer::SoapServer(const OnvifOptions& options, const Operations& operations,
+                       const ConnectionLimits& limits)
+    : address(options.address),
+      operations(operations),
+      connections(limits),
+      server(soup_server_new(nullptr, nullptr)) {
+  g_signal_connect(server.get(), "request-started", G_CALLBACK(Handlers::started), this);
+  soup_server_add_early_handler(server.get(), nullptr, Handlers::early, this, nullptr);
+  soup_server_add_handler(server.get(), nullptr, Handlers::handle, this, nullptr);
+  if (options.user) {
+    login.emplace(*options.user, NONCE_LIFETIME);
+    tokens.emplace(options.user->name, options.user->password, g_get_real_time);
+  }
+  listener = std::make_unique<WebListener>(
+      address, options.port, [this](GObjectPtr<GSocket> socket) { accept(std::move(socket)); },
+      [this] { connections.makeRoom(); });
+  origins.emplace(address, port());
+}
+
+SoapServer::~SoapServer() {
+  soup_server_disconnect(server.get());
+}
+
+void SoapServer::accept(GObjectPtr<GSocket> socket) {
+  const GObjectPtr<GSocketAddress> remote(g_socket_get_remote_address(socket.get(), nullptr));
+  if (!remote) {
+    return;  // it has gone already
+  }
+  const GObjectPtr<GSocketAddress> local(g_socket_get_local_address(socket.get(), nullptr));
+  g_socket_set_option(socket.get(), IPPROTO_TCP, TCP_NODELAY, TRUE, nullptr);
+  const GObjectPtr<GSocketConnection> connection(
+      g_socket_connection_factory_create_connection(socket.get()));
+  if (connections.add(connection.get(), remote.get())) {
+    soup_server_accept_iostream(server.get(), G_IO_STREAM(connection.get()), local.get(),
+                                remote.get(), nullptr);
+  }
+}
+
+// Before the body is read.
+void SoapServer::check(SoupServerMessage* message) {
+  connections.enter(soup_server_message_get_remote_address(message), ConnectionStep_e::body);
+  if (!origins->isAllowed(header(message, "Host"), header(message, "Origin"))) {
+    return refuse(message, SOUP_STATUS_FORBIDDEN);
+  }
+  SoupMessageHeaders* headers = soup_server_message_get_request_headers(message);
+  if (soup_message_headers_get_encoding(headers) == SOUP_ENCODING_CONTENT_LENGTH &&
+      soup_message_headers_get_content_length(headers) > static_cast<goffset>(MOST_BODY)) {
+    refuseBody(message);
+  }
+}
+
+void SoapServer::handle(SoupServerMessage* message, const std::string& path) {
+  connections.enter(soup_server_message_get_remote_address(message), ConnectionStep_e::answer);
+  if (!path.starts_with(ROOT)) {
+    return refuse(message, SOUP_STATUS_NOT_FOUND);
+  }
+  if (std::string_view(soup_server_message_get_method(message)) != "POST") {
+    setHeader(message, "Allow", "POST");
+    return refuse(message, SOUP_STATUS_METHOD_NOT_ALLOWED);
+  }
+  const std::string body = bodyOf(message);
+  const Caller caller = callerOf(message, body);
+  if (caller == Caller::refused) {
+    return askForUser(message);
+  }
+  std::optional<Envelope> envelope;
+  try {
+    envelope = readEnvelope(body);
+    answer(message, path, *envelope, caller);
+  } catch (const Fault& fault) {
+    // What cannot be read has no token either.
+    if (!envelope && caller == Caller::unknown) {
+      return askForUser(message);
+    }
+    respond(message, fault);
+  }
+}
+
+// The body is empty where a client first asks which login there is.
+SoapServer::Caller SoapServer::callerOf(SoupServerMessage* message, const std::string& body) {
+  if (!login) {
+    return Caller::user;
+  }
+  if (header(message, "Authorization") != nullptr) {
+    return login->challengeFor(message) ? Caller::refused : Caller::user;
+  }
+  return body.empty() ? Caller::refused : Caller::unknown;
+}
+
+void SoapServer::askForUser(SoupServerMessage* message) {
+  if (const auto challenge = login->challengeFor(message)) {
+    setHeader(message, "WWW-Authenticate", challenge->c_str());
+  }
+  refuse(message, SOUP_STATUS_UNAUTHORIZED);
+}
+
+void SoapServer::answer(SoupServerMessage* message, const std::string& path,
+                        const Envelope& envelope, Caller caller) {
+  const Operations::Operation* operation = operations.find(envelope.operation.name());
+  const bool isOpen = operation != nullptr && operation->access == Access::anybody;
+  if (caller == Caller::unknown && !isOpen) {
+    if (!envelope.token) {
+      return askForUser(message);
+    }
+    if (!tokens->use(*envelope.token)) {
+      throw notAuthorized();
+    }
+  }
+  if (operation == nullptr) {
+    throw unknownOperation(envelope.operation);
+  }
+  call(message, *operation, {envelope.operation, header(message, "Host"), path},
+       envelope.messageId);
+}
+
+void SoapServer::call(SoupServerMessage* message, const Operations::Operation& operation,
+                      const Request& request, const std::string& messageId) {
+  const std::shared_ptr<SoupServerMessage> held(
+      static_cast<SoupServerMessage*>(g_object_ref(message)), GDeleter<g_object_unref>());
+  soup_server_message_pause(message);
+  try {
+    operation.serve(request, [held, action = operation.action, messageId](Tag tag) {
+      respond(held.get(), SOUP_STATUS_OK,
+              writeEnvelope(std::move(tag), addressingHeaders(action, messageId)));
+      soup_server_message_unpause(held.get());
+    });
+  } catch (const Fault& fault) {
+    respond(message, fault);
+    soup_server_message_unpause(message);
+  }
+}
+
+void SoapServer::refuseBody(SoupServerMessage* message) {
+  constexpr char ANSWER[] =
+      "HTTP/1.1 413 Request Entity Too Large\r\nConnection: close\r\nContent-Length: 0\r\n\r\n";
+  const auto socket = connections.socketOf(soup_server_message_get_remote_address(message));
+  GObjectPtr<GIOStream> connection(soup_server_message_steal_connection(message));
+  const auto place = refusals.insert(refusals.end(), nullptr);
+  *place = std::make_unique<LingeringRefusal>(std::move(connection), socket.get(), ANSWER,
+                                              [this, place] { refusals.erase(place); });
+}
+
+}  // namespace device::onvif

@@ -1,0 +1,80 @@
+#ifndef DEVICE_ONVIF_SERVER_SOAP_SERVER_H
+#define DEVICE_ONVIF_SERVER_SOAP_SERVER_H
+
+#include <libsoup/soup.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <list>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "base/glib_ptr.h"
+#include "onvif/envelope.h"
+#include "onvif_server/onvif_options.h"
+#include "onvif_server/operations.h"
+#include "onvif_server/token_book.h"
+#include "web_server/digest_login.h"
+#include "web_server/lingering_refusal.h"
+#include "web_server/origin_check.h"
+#include "web_server/web_connections.h"
+#include "web_server/web_listener.h"
+
+namespace device::onvif {
+
+// Offers operations by SOAP over HTTP, in the main loop of its thread, at any path below /onvif/.
+// Answers other than an operation's own or a SOAP fault have no body:
+//
+//   401  a user is asked for; by digest, unless the message has a token of its own
+//   403  the request was made by a page from elsewhere
+//   404  another path
+//   405  another method than POST
+//   413  a body above 1 MiB
+class SoapServer {
+ public:
+  static constexpr std::size_t MOST_BODY = std::size_t{1} << 20;  // bytes
+
+  // The operations outlive the server. Throws std::runtime_error when it cannot listen.
+  SoapServer(const OnvifOptions& options, const Operations& operations,
+             const ConnectionLimits& limits = {});
+  SoapServer(const SoapServer&) = delete;
+  SoapServer& operator=(const SoapServer&) = delete;
+
+  // Ends all connections; requests on their way stay without an answer.
+  ~SoapServer();
+
+  std::uint16_t port() const { return listener->port(); }
+  const std::string& getAddress() const { return address; }
+
+ private:
+  struct Handlers;
+
+  // As far as HTTP tells.
+  enum class Caller { unknown, user, refused };
+
+  void accept(GObjectPtr<GSocket> socket);
+  void check(SoupServerMessage* message);
+  void handle(SoupServerMessage* message, const std::string& path);
+  Caller callerOf(SoupServerMessage* message, const std::string& body);
+  void askForUser(SoupServerMessage* message);
+  void answer(SoupServerMessage* message, const std::string& path, const Envelope& envelope,
+              Caller caller);
+  static void call(SoupServerMessage* message, const Operations::Operation& operation,
+                   const Request& request, const std::string& messageId);
+  void refuseBody(SoupServerMessage* message);
+
+  std::string address;
+  const Operations& operations;
+  std::optional<DigestLogin> login;
+  std::optional<TokenBook> tokens;
+  std::optional<OriginCheck> origins;
+  std::list<std::unique_ptr<LingeringRefusal>> refusals;
+  WebConnections connections;
+  GObjectPtr<SoupServer> server;
+  std::unique_ptr<WebListener> listener;
+};
+
+}  // namespace device::onvif
+
+#endif

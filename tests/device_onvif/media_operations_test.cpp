@@ -1,0 +1,145 @@
+#include "onvif_server/media_operations.h"
+
+#include <glib.h>
+#include <gtest/gtest.h>
+
+#include "device_onvif/call.h"
+#include "onvif_server/device_operations.h"
+
+namespace device::onvif {
+namespace {
+
+class MediaOperationsTest : public testing::Test {
+ protected:
+  MediaOperationsTest() { media.addTo(operations); }
+
+  std::string stream = "rtsp://camera/";
+  HeadSetup head;
+  std::vector<CameraProfile> profiles = {
+      {.token = "head", .name = "Head", .width = 1280, .height = 720},
+      {.token = "overview1", .name = "Overview 1", .camera = 1, .width = 720, .height = 1280}};
+  MediaOperations media{profiles, head, [this](const CameraProfile& profile, const std::string&) {
+                          return stream.empty() ? stream : stream + profile.token;
+                        }};
+  Operations operations;
+};
+
+TEST_F(MediaOperationsTest, HeadIsTheFirstProfileAndTheOnlyOneThatMoves) {
+  const CallAnswer first = call(operations, ns::MEDIA, "GetProfiles");
+  EXPECT_EQ(2, first.count("Profiles"));
+  EXPECT_EQ("head", first.at("Profiles").attribute("token"));
+  EXPECT_EQ(1, first.at("Profiles").count("PTZConfiguration"));
+  EXPECT_EQ("overview1", first.at("Profiles", 1).attribute("token"));
+  EXPECT_EQ(0, first.at("Profiles", 1).count("PTZConfiguration"));
+  EXPECT_EQ("720", first.at("Profiles", 1).at("Bounds").attribute("width"));
+}
+
+TEST_F(MediaOperationsTest, SecondMediaServiceTellsConfigurationsOnlyWhenAskedForThem) {
+  const auto profile = [&](const std::string& content) {
+    return call(operations, ns::MEDIA2, "GetProfiles", content).at("Profiles");
+  };
+  EXPECT_EQ(0, profile("").count("Configurations"));
+  const CallAnswer all = profile("<Type>All</Type>").at("Configurations");
+  EXPECT_EQ(1, all.count("VideoSource"));
+  EXPECT_EQ(1, all.count("VideoEncoder"));
+  EXPECT_EQ(1, all.count("PTZ"));
+  const CallAnswer one = profile("<Type>VideoSource</Type>").at("Configurations");
+  EXPECT_EQ(1, one.count("VideoSource"));
+  EXPECT_EQ(0, one.count("VideoEncoder"));
+  EXPECT_EQ(0, one.count("PTZ"));
+}
+
+TEST_F(MediaOperationsTest, ProfileIsFoundByItsToken) {
+  const std::string token = "<ProfileToken>overview1</ProfileToken>";
+  EXPECT_EQ("overview1",
+            call(operations, ns::MEDIA, "GetProfile", token).at("Profile").attribute("token"));
+  const CallAnswer second = call(operations, ns::MEDIA2, "GetProfiles", "<Token>overview1</Token>");
+  EXPECT_EQ(1, second.count("Profiles"));
+  EXPECT_EQ("overview1", second.at("Profiles").attribute("token"));
+  EXPECT_EQ("ter:NoProfile",
+            faultOf(operations, ns::MEDIA, "GetProfile", "<ProfileToken>other</ProfileToken>"));
+  EXPECT_EQ("ter:NoProfile", faultOf(operations, ns::MEDIA2, "GetProfiles", "<Token>x</Token>"));
+}
+
+TEST_F(MediaOperationsTest, ConfigurationsAreThoseOfAProfileOfATokenOrAll) {
+  const auto countOf = [&](const std::string& content) {
+    return call(operations, ns::MEDIA2, "GetVideoEncoderConfigurations", content)
+        .count("Configurations");
+  };
+  EXPECT_EQ(2, countOf(""));
+  EXPECT_EQ(1, countOf("<ProfileToken>head</ProfileToken>"));
+  EXPECT_EQ(1, countOf("<ConfigurationToken>video_overview1</ConfigurationToken>"));
+  EXPECT_EQ("ter:NoConfig", faultOf(operations, ns::MEDIA2, "GetVideoEncoderConfigurations",
+                                    "<ConfigurationToken>x</ConfigurationToken>"));
+  EXPECT_EQ("picture_head", call(operations, ns::MEDIA, "GetVideoSourceConfiguration",
+                                 "<ConfigurationToken>picture_head</ConfigurationToken>")
+                                .at("Configuration")
+                                .attribute("token"));
+}
+
+TEST_F(MediaOperationsTest, StreamIsWhereTheSourceSaysOrARefusal) {
+  const std::string head = "<ProfileToken>head</ProfileToken>";
+  EXPECT_EQ("rtsp://camera/head",
+            call(operations, ns::MEDIA, "GetStreamUri", head).at("Uri").text());
+  EXPECT_EQ("rtsp://camera/head",
+            call(operations, ns::MEDIA2, "GetStreamUri", head).at("Uri").text());
+  stream.clear();
+  EXPECT_EQ("ter:ActionNotSupported", faultOf(operations, ns::MEDIA, "GetStreamUri", head));
+  EXPECT_EQ("ter:ActionNotSupported", faultOf(operations, ns::MEDIA2, "GetStreamUri", head));
+}
+
+class DeviceOperationsTest : public testing::Test {
+ protected:
+  DeviceOperationsTest() { device.addTo(operations); }
+
+  DeviceOperations device{{"A 1/2", "1.0", "serial", "urn:uuid:1"}};
+  Operations operations;
+};
+
+TEST_F(DeviceOperationsTest, AddressesAreThoseByWhichTheClientReachedTheDevice) {
+  const CallAnswer services = call(operations, ns::DEVICE, "GetServices");
+  EXPECT_EQ(5, services.count("Service"));
+  EXPECT_EQ("http://camera:80/onvif/device_service", services.at("XAddr").text());
+  const CallAnswer capabilities =
+      call(operations, ns::DEVICE, "GetCapabilities", "<Category>All</Category>");
+  EXPECT_EQ("http://camera:80/onvif/ptz_service",
+            capabilities.at("Capabilities").at("PTZ").at("XAddr").text());
+  EXPECT_EQ("http://camera:80/onvif/event_service", capabilities.at("Events").at("XAddr").text());
+}
+
+TEST_F(DeviceOperationsTest, CapabilitiesAreThoseAskedFor) {
+  const CallAnswer one =
+      call(operations, ns::DEVICE, "GetCapabilities", "<Category>PTZ</Category>");
+  EXPECT_EQ(1, one.count("PTZ"));
+  EXPECT_EQ(0, one.count("Media"));
+  EXPECT_EQ("ter:NoSuchService",
+            faultOf(operations, ns::DEVICE, "GetCapabilities", "<Category>Imaging</Category>"));
+}
+
+TEST_F(DeviceOperationsTest, TimeIsThatOfTheMachine) {
+  const std::int64_t before = g_get_real_time() / 1000000;
+  const CallAnswer time = call(operations, ns::DEVICE, "GetSystemDateAndTime").at("UTCDateTime");
+  const auto part = [&](const char* name) { return std::stoi(time.at(name).text()); };
+  const std::unique_ptr<GDateTime, decltype(&g_date_time_unref)> told(
+      g_date_time_new_utc(part("Year"), part("Month"), part("Day"), part("Hour"), part("Minute"),
+                          part("Second")),
+      g_date_time_unref);
+  EXPECT_GE(g_date_time_to_unix(told.get()), before);
+  EXPECT_LE(g_date_time_to_unix(told.get()), g_get_real_time() / 1000000);
+}
+
+TEST_F(DeviceOperationsTest, ScopesHaveNoBlanks) {
+  const CallAnswer scopes = call(operations, ns::DEVICE, "GetScopes");
+  EXPECT_EQ("onvif://www.onvif.org/hardware/A%201%2F2", scopes.at("ScopeItem", 2).text());
+}
+
+TEST_F(DeviceOperationsTest, ClientsMayAskBeforeTheyLogInWhatTheyNeedForIt) {
+  for (const char* name : {"GetSystemDateAndTime", "GetServices", "GetCapabilities", "GetHostname",
+                           "GetServiceCapabilities", "GetWsdlUrl", "GetEndpointReference"}) {
+    EXPECT_EQ(Access::anybody, operations.find({ns::DEVICE, name})->access) << name;
+  }
+  EXPECT_EQ(Access::user, operations.find({ns::DEVICE, "GetDeviceInformation"})->access);
+}
+
+}  // namespace
+}  // namespace device::onvif

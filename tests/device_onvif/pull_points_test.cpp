@@ -1,0 +1,172 @@
+#include "onvif_server/pull_points.h"
+
+#include <gtest/gtest.h>
+
+#include "onvif/namespaces.h"
+
+namespace device::onvif {
+namespace {
+
+constexpr std::int64_t SECOND = 1000000;
+
+Notification event(const std::string& value) {
+  return {{ns::TOPICS, {"VideoSource", "MotionAlarm"}}, {}, {{"State", value}}};
+}
+
+class PullPointsTest : public testing::Test {
+ protected:
+  int create(std::int64_t lifetime = 60 * SECOND) {
+    return points.create(TopicFilter(), lifetime, {}).value_or(0);
+  }
+
+  // What each pull of a point was answered with, in order.
+  bool pull(int point, std::size_t most = 10, std::int64_t patience = SECOND) {
+    return points.pull(point, most, patience, [this](const std::vector<Notification>& taken) {
+      std::string text;
+      for (const Notification& each : taken) {
+        text += each.data[0].value;
+      }
+      answers.push_back(text);
+    });
+  }
+
+  std::int64_t now = 1000 * SECOND;
+  PullPoints points{[this] { return now; }, {.points = 3, .queue = 4}};
+  std::vector<std::string> answers;
+};
+
+using Answers = std::vector<std::string>;
+
+TEST_F(PullPointsTest, WhatWaitsIsHandedOverAtOnceAndOnce) {
+  const int point = create();
+  points.publish({event("a"), event("b")});
+  EXPECT_TRUE(pull(point));
+  EXPECT_EQ(Answers{"ab"}, answers);
+  EXPECT_TRUE(pull(point));
+  EXPECT_EQ(1U, answers.size());
+}
+
+TEST_F(PullPointsTest, NewPointBeginsWithThePresentState) {
+  const auto point = points.create(TopicFilter(), SECOND, {event("now")});
+  EXPECT_TRUE(pull(*point));
+  EXPECT_EQ(Answers{"now"}, answers);
+}
+
+TEST_F(PullPointsTest, NoMoreThanAskedForIsHandedOverAtATime) {
+  const int point = create();
+  points.publish({event("a"), event("b"), event("c")});
+  pull(point, 2);
+  pull(point, 2);
+  EXPECT_EQ((Answers{"ab", "c"}), answers);
+}
+
+TEST_F(PullPointsTest, PullWaitsForTheFirstEvent) {
+  const int point = create();
+  pull(point);
+  EXPECT_EQ(Answers{}, answers);
+  points.publish({event("a")});
+  EXPECT_EQ(Answers{"a"}, answers);
+}
+
+TEST_F(PullPointsTest, PullWhoseTimeIsOverIsAnsweredWithNothing) {
+  const int point = create();
+  pull(point, 10, 2 * SECOND);
+  now += 2 * SECOND - 1;
+  points.update();
+  EXPECT_EQ(Answers{}, answers);
+  now += 1;
+  points.update();
+  EXPECT_EQ(Answers{""}, answers);
+}
+
+TEST_F(PullPointsTest, PullWithoutPatienceIsAnsweredAtOnce) {
+  pull(create(), 10, 0);
+  EXPECT_EQ(Answers{""}, answers);
+}
+
+TEST_F(PullPointsTest, ClientThatPullsAnewEndsItsFormerPull) {
+  const int point = create();
+  pull(point);
+  pull(point);
+  EXPECT_EQ(Answers{""}, answers);
+  points.publish({event("a")});
+  EXPECT_EQ((Answers{"", "a"}), answers);
+}
+
+TEST_F(PullPointsTest, PointThatIsNotRenewedIsForgotten) {
+  const int point = create(10 * SECOND);
+  now += 10 * SECOND - 1;
+  points.update();
+  EXPECT_EQ(1, points.lifetimeOf(point));
+  now += 1;
+  points.update();
+  EXPECT_FALSE(points.lifetimeOf(point));
+  EXPECT_FALSE(pull(point));
+  EXPECT_FALSE(points.renew(point, SECOND));
+  EXPECT_EQ(0U, points.size());
+}
+
+TEST_F(PullPointsTest, RenewingCountsFromNowOn) {
+  const int point = create(10 * SECOND);
+  now += 9 * SECOND;
+  EXPECT_TRUE(points.renew(point, 5 * SECOND));
+  EXPECT_EQ(5 * SECOND, points.lifetimeOf(point));
+}
+
+TEST_F(PullPointsTest, PointOfAClientThatPullsLivesOn) {
+  const int point = create(10 * SECOND);
+  for (int i = 0; i < 10; ++i) {
+    ASSERT_TRUE(pull(point, 10, 8 * SECOND));
+    now += 8 * SECOND;
+    points.update();
+  }
+  EXPECT_EQ(10 * SECOND, points.lifetimeOf(point));
+}
+
+TEST_F(PullPointsTest, FullQueueLosesItsOldest) {
+  const int point = create();
+  points.publish({event("1"), event("2"), event("3"), event("4"), event("5"), event("6")});
+  pull(point);
+  EXPECT_EQ(Answers{"3456"}, answers);
+}
+
+TEST_F(PullPointsTest, ThereIsRoomAgainWhenAPointHasGone) {
+  const int first = create();
+  create();
+  create(SECOND);
+  EXPECT_EQ(0, create());
+  EXPECT_TRUE(points.remove(first));
+  EXPECT_NE(0, create());
+  EXPECT_EQ(0, create());
+  now += SECOND;  // the time of the third is over
+  EXPECT_NE(0, create());
+}
+
+TEST_F(PullPointsTest, NumbersAreNotGivenTwice) {
+  const int first = create();
+  points.remove(first);
+  EXPECT_NE(first, create());
+  EXPECT_FALSE(points.remove(first));
+}
+
+TEST_F(PullPointsTest, PullOfAPointThatIsRemovedIsAnswered) {
+  const int point = create();
+  pull(point);
+  EXPECT_TRUE(points.remove(point));
+  EXPECT_EQ(Answers{""}, answers);
+}
+
+TEST_F(PullPointsTest, EachPointHasAQueueOfItsOwnBehindItsFilter) {
+  const XmlDocument document(
+      "<f xmlns:n=\"http://docs.oasis-open.org/wsn/b-2\" xmlns:t=\"http://www.onvif.org/ver10/"
+      "topics\"><n:TopicExpression>t:Other</n:TopicExpression></f>");
+  const int all = create();
+  const int other = points.create(TopicFilter(document.root()), SECOND, {event("x")}).value_or(0);
+  points.publish({event("a")});
+  pull(other, 10, 0);
+  pull(all, 10, 0);
+  EXPECT_EQ((Answers{"", "a"}), answers);
+}
+
+}  // namespace
+}  // namespace device::onvif
