@@ -76,6 +76,9 @@ class Head {
   // Advances time.
   void step(double seconds);
 
+  // True while a command is on its way that has taken no effect yet.
+  bool isCommandOnItsWay() const { return link.untilNext().has_value(); }
+
   // Where the head really looks now. A command has no part in it before its latency has passed.
   HeadStatus status() const;
 

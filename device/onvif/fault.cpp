@@ -1,7 +1,7 @@
 #include "onvif/fault.h"
 
 #include <optional>
-#include <ranges>
+#include <utility>
 
 namespace device::onvif {
 namespace {
@@ -33,8 +33,8 @@ unsigned Fault::httpStatus() const {
 
 Tag Fault::tag() const {
   std::optional<Tag> inner;
-  for (const std::string& subcode : subcodes | std::views::reverse) {
-    inner = Tag("s:Subcode", Tag("s:Value", subcode), std::move(inner));
+  for (auto subcode = subcodes.rbegin(); subcode != subcodes.rend(); ++subcode) {
+    inner = Tag("s:Subcode", Tag("s:Value", *subcode), std::move(inner));
   }
   return Tag("s:Fault", errorNames(), Tag("s:Code", Tag("s:Value", nameOf(code)), std::move(inner)),
              Tag("s:Reason", Tag("s:Text", Attribute("xml:lang", "en"), what())));

@@ -46,10 +46,6 @@ int percentOf(double share) {
   return std::clamp(static_cast<int>(std::lround(share * FULL_SPEED)), 1, FULL_SPEED);
 }
 
-double limited(double angle, const AxisSetup& axis) {
-  return axis.endless ? angle : std::clamp(angle, axis.low, axis.high);
-}
-
 }  // namespace
 
 Vector2 HeadSpace::panTiltOf(const HeadStatus& status) const {
@@ -141,8 +137,6 @@ HeadPosition HeadSpace::targetOfPanTiltWay(const Vector2& way, const HeadStatus&
   } else {
     throw unknownSpace(way.space);
   }
-  target.pan = limited(target.pan, setup.pan);
-  target.tilt = limited(target.tilt, setup.tilt);
   return target;
 }
 

@@ -24,7 +24,7 @@ class HeadSpace {
   // Where it is to go.
   HeadPosition target(const PtzVector& position, const HeadStatus& from) const;
 
-  // Where a way from its position ends: at the limit, if that is in the way.
+  // Where a way from its position ends, be it beyond a limit, at which the head stops.
   HeadPosition targetOfWay(const PtzVector& way, const HeadStatus& from) const;
 
   // Percent of full speed, signed.

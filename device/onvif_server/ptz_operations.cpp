@@ -160,15 +160,22 @@ Tag PtzOperations::configurationOptions(const Request& request) const {
                      Tag("tt:Max", durationText(MOST_TIMEOUT)))));
 }
 
+// A client that has sent a command waits for the head to stand: what the command has not begun yet,
+// and what the head's sensor does not tell yet, counts as motion.
 Tag PtzOperations::status(const Request& request) {
   requireHead(request);
   const HeadStatus told = drive.getHead().toldStatus();
+  const HeadStatus real = drive.getHead().status();
+  const bool pending = drive.getHead().isCommandOnItsWay();
+  const bool panTiltMoves =
+      pending || told.panMoving || told.tiltMoving || real.panMoving || real.tiltMoving;
+  const bool zoomMoves = pending || told.zoomMoving || real.zoomMoving;
   return Tag(
       "tptz:GetStatusResponse",
       Tag("tptz:PTZStatus",
           Tag("tt:Position", panTiltTag(spaces.panTiltOf(told)), zoomTag(spaces.zoomOf(told.zoom))),
-          Tag("tt:MoveStatus", Tag("tt:PanTilt", moveText(told.panMoving || told.tiltMoving)),
-              Tag("tt:Zoom", moveText(told.zoomMoving))),
+          Tag("tt:MoveStatus", Tag("tt:PanTilt", moveText(panTiltMoves)),
+              Tag("tt:Zoom", moveText(zoomMoves))),
           Tag("tt:UtcTime", dateTimeText(clock())),
           Tag("tt:FieldOfView", Attribute("hfov", told.pictureWidth),
               Attribute("vfov", told.pictureHeight))));

@@ -141,7 +141,7 @@ void SoapServer::accept(GObjectPtr<GSocket> socket) {
 // Before the body is read.
 void SoapServer::check(SoupServerMessage* message) {
   connections.enter(soup_server_message_get_remote_address(message), ConnectionStep_e::body);
-  if (!origins->isAllowed(header(message, "Host"), header(message, "Origin"))) {
+  if (!origins->isAllowed(hostOf(message).c_str(), header(message, "Origin"))) {
     return refuse(message, SOUP_STATUS_FORBIDDEN);
   }
   SoupMessageHeaders* headers = soup_server_message_get_request_headers(message);
@@ -149,6 +149,16 @@ void SoapServer::check(SoupServerMessage* message) {
       soup_message_headers_get_content_length(headers) > static_cast<goffset>(MOST_BODY)) {
     refuseBody(message);
   }
+}
+
+// Some clients leave the port out, which no browser does.
+std::string SoapServer::hostOf(SoupServerMessage* message) const {
+  const char* host = header(message, "Host");
+  const std::string text = host != nullptr ? host : "";
+  const std::size_t bracket = text.rfind(']');
+  const bool hasPort =
+      text.find(':', bracket != std::string::npos ? bracket : 0) != std::string::npos;
+  return text.empty() || hasPort ? text : text + ':' + std::to_string(port());
 }
 
 void SoapServer::handle(SoupServerMessage* message, const std::string& path) {
@@ -160,17 +170,17 @@ void SoapServer::handle(SoupServerMessage* message, const std::string& path) {
     setHeader(message, "Allow", "POST");
     return refuse(message, SOUP_STATUS_METHOD_NOT_ALLOWED);
   }
-  const std::string body = bodyOf(message);
-  const Caller caller = callerOf(message, body);
+  const Caller caller = callerOf(message);
   if (caller == Caller::refused) {
     return askForUser(message);
   }
   std::optional<Envelope> envelope;
   try {
-    envelope = readEnvelope(body);
+    envelope = readEnvelope(bodyOf(message));
     answer(message, path, *envelope, caller);
   } catch (const Fault& fault) {
-    // What cannot be read has no token either.
+    // What cannot be read has no token either; it is empty where a client first asks which login
+    // there is.
     if (!envelope && caller == Caller::unknown) {
       return askForUser(message);
     }
@@ -178,15 +188,14 @@ void SoapServer::handle(SoupServerMessage* message, const std::string& path) {
   }
 }
 
-// The body is empty where a client first asks which login there is.
-SoapServer::Caller SoapServer::callerOf(SoupServerMessage* message, const std::string& body) {
+SoapServer::Caller SoapServer::callerOf(SoupServerMessage* message) {
   if (!login) {
     return Caller::user;
   }
-  if (header(message, "Authorization") != nullptr) {
-    return login->challengeFor(message) ? Caller::refused : Caller::user;
+  if (header(message, "Authorization") == nullptr) {
+    return Caller::unknown;
   }
-  return body.empty() ? Caller::refused : Caller::unknown;
+  return login->challengeFor(message) ? Caller::refused : Caller::user;
 }
 
 void SoapServer::askForUser(SoupServerMessage* message) {
@@ -211,8 +220,7 @@ void SoapServer::answer(SoupServerMessage* message, const std::string& path,
   if (operation == nullptr) {
     throw unknownOperation(envelope.operation);
   }
-  call(message, *operation, {envelope.operation, header(message, "Host"), path},
-       envelope.messageId);
+  call(message, *operation, {envelope.operation, hostOf(message), path}, envelope.messageId);
 }
 
 void SoapServer::call(SoupServerMessage* message, const Operations::Operation& operation,

@@ -55,8 +55,9 @@ class SoapServer {
 
   void accept(GObjectPtr<GSocket> socket);
   void check(SoupServerMessage* message);
+  std::string hostOf(SoupServerMessage* message) const;
   void handle(SoupServerMessage* message, const std::string& path);
-  Caller callerOf(SoupServerMessage* message, const std::string& body);
+  Caller callerOf(SoupServerMessage* message);
   void askForUser(SoupServerMessage* message);
   void answer(SoupServerMessage* message, const std::string& path, const Envelope& envelope,
               Caller caller);

@@ -87,6 +87,28 @@ TEST_F(PtzOperationsTest, MoveByTenDegreesIsReadBack) {
   EXPECT_EQ(1, status().zoom);  // not spoken of
 }
 
+TEST_F(PtzOperationsTest, HeadMovesFromTheCommandOnThoughItTakesEffectLater) {
+  HeadSetup slow = headOfTheTest();
+  slow.link.latency = 0.3;
+  slow.status = {.age = 0.2, .period = 0.1};
+  HeadDrive far(slow, [this] { return now; });
+  PtzOperations other(profiles, far, [] { return 0; });
+  Operations table;
+  other.addTo(table);
+  const auto moveStatus = [&] {
+    return call(table, ns::PTZ, "GetStatus", HEAD).at("MoveStatus").at("PanTilt").text();
+  };
+  EXPECT_EQ("IDLE", moveStatus());
+  call(table, ns::PTZ, "AbsoluteMove", panTilt("Position", 0.1, 0));
+  // On its way for 0.3 s, then 18 degrees: 0.42 s.
+  for (int i = 0; i < 14; ++i) {
+    EXPECT_EQ("MOVING", moveStatus()) << i;
+    pass(0.05);
+  }
+  pass(1);
+  EXPECT_EQ("IDLE", moveStatus());
+}
+
 TEST_F(PtzOperationsTest, GenericPositionsAreTheWholeRange) {
   ask("AbsoluteMove", panTilt("Position", 0.5, 1));
   pass(5);

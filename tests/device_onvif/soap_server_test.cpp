@@ -96,6 +96,14 @@ TEST_F(SoapServerTest, OperationIsFoundWhateverPathItIsSentTo) {
   EXPECT_THAT(client.response().body, HasSubstr("ClosedResponse"));
 }
 
+TEST_F(SoapServerTest, ClientThatLeavesThePortOutIsToldWithIt) {
+  const std::uint16_t port = start();
+  EXPECT_THAT(send(port, message("Open"), "Host: 127.0.0.1\r\n").body,
+              HasSubstr(">127.0.0.1:" + std::to_string(port) + PATH));
+  EXPECT_EQ(403, send(port, message("Open"), "Host: elsewhere.example\r\n").status);
+  EXPECT_EQ(403, send(port, message("Open"), "Host: [::2]\r\n").status);
+}
+
 TEST_F(SoapServerTest, FaultHasItsStatusSubcodesAndReason) {
   const WebResponse response = send(start(), message("Refused"));
   EXPECT_EQ(400, response.status);
