@@ -1,0 +1,190 @@
+"""The virtual device as an ONVIF camera, seen by clients that others have written."""
+
+import json
+import os
+import subprocess
+
+import namespace
+from journal import Journal
+from namespace import REPOSITORY
+from onvif_client import cam, check, envelope, modules, node, port_of, post, results
+from run_script import RunTest
+
+LONG_ENOUGH = 180  # seconds until the first people have come and gone
+HEAD = "<tptz:ProfileToken>head</tptz:ProfileToken>"
+DEGREE = 1 / 180  # of a generic position over a whole turn
+
+# Each operation with what it needs; those of pull points are elsewhere.
+READINGS = [
+    "<tds:GetSystemDateAndTime/>", "<tds:GetDeviceInformation/>", "<tds:GetScopes/>",
+    "<tds:GetServices><tds:IncludeCapability>false</tds:IncludeCapability></tds:GetServices>",
+    "<tds:GetCapabilities><tds:Category>All</tds:Category></tds:GetCapabilities>",
+    "<tds:GetServiceCapabilities/>", "<tds:GetHostname/>", "<tds:GetNetworkInterfaces/>",
+    "<tds:GetNTP/>", "<tds:GetDiscoveryMode/>", "<tds:GetWsdlUrl/>", "<tds:GetEndpointReference/>",
+    "<trt:GetServiceCapabilities/>", "<trt:GetProfiles/>", "<trt:GetVideoSources/>",
+    "<trt:GetProfile><trt:ProfileToken>overview1</trt:ProfileToken></trt:GetProfile>",
+    "<trt:GetVideoSourceConfigurations/>", "<trt:GetVideoEncoderConfigurations/>",
+    "<trt:GetVideoEncoderConfigurationOptions/>",
+    "<tr2:GetServiceCapabilities/>", "<tr2:GetProfiles><tr2:Type>All</tr2:Type></tr2:GetProfiles>",
+    "<tr2:GetVideoSourceConfigurations/>", "<tr2:GetVideoEncoderConfigurations/>",
+    "<tr2:GetVideoEncoderConfigurationOptions/>",
+    "<tptz:GetServiceCapabilities/>", "<tptz:GetNodes/>", "<tptz:GetConfigurations/>",
+    "<tptz:GetConfigurationOptions><tptz:ConfigurationToken>head_ptz</tptz:ConfigurationToken>"
+    "</tptz:GetConfigurationOptions>",
+    f"<tptz:GetCompatibleConfigurations>{HEAD}</tptz:GetCompatibleConfigurations>",
+    f"<tptz:SetPreset>{HEAD}<tptz:PresetName>&lt;door&gt;</tptz:PresetName></tptz:SetPreset>",
+    f"<tptz:GetPresets>{HEAD}</tptz:GetPresets>", f"<tptz:GetStatus>{HEAD}</tptz:GetStatus>",
+    f"<tptz:Stop>{HEAD}</tptz:Stop>", "<tev:GetServiceCapabilities/>", "<tev:GetEventProperties/>",
+]
+PULL = ("<tev:PullMessages><tev:Timeout>PT1S</tev:Timeout><tev:MessageLimit>100</tev:MessageLimit>"
+        "</tev:PullMessages>")
+BOMB = ('<!DOCTYPE a [<!ENTITY a "aaaaaaaaaa"><!ENTITY b "&a;&a;&a;&a;&a;&a;&a;&a;">'
+        '<!ENTITY c "&b;&b;&b;&b;&b;&b;&b;&b;">]>')
+STRANGE = [
+    b"", b"no XML", b"<a/>", b"\xff\xfe\x00", (BOMB + "<a>&c;</a>").encode(),
+    b'<!DOCTYPE a [<!ENTITY x SYSTEM "file:///etc/passwd">]><a>&x;</a>',
+    b"<a>" * 50000 + b"</a>" * 50000, envelope("<tds:Nonsense/>"), envelope(""),
+    envelope("<tptz:GetStatus><tptz:ProfileToken>nobody</tptz:ProfileToken></tptz:GetStatus>"),
+    envelope(f'<tptz:AbsoluteMove>{HEAD}<tptz:Position><tt:PanTilt x="NaN" y="0"/></tptz:Position>'
+             "</tptz:AbsoluteMove>"),
+    envelope("<tds:GetDeviceInformation/>").replace(b"2003/05/soap-envelope", b"2001/soap"),
+]
+
+
+class OnvifTest(RunTest):
+    def start_still(self, *options):
+        """A camera whose head nobody else moves; returns the run and its port."""
+        self.state.mkdir()
+        (self.state / "sentrelvideo.json").write_text('{"sentrel_enabled":false}',
+                                                      encoding="utf-8")
+        run = self.start("--port", "0", "--model", "ideal", "--onvif", "0", *options)
+        return run, port_of(run)
+
+    def with_user(self):
+        password = self.folder / "password"
+        password.write_text("pass word\n", encoding="utf-8")
+        return "--onvif-user", "anna", "--onvif-password-file", password
+
+    def test_client_moves_the_head_by_ten_degrees_and_reads_it_back(self):
+        run, port = self.start_still()
+        at_first, _, at_last = cam(port, [
+            ["stand"], ["getStatus", {}],
+            ["relativeMove", {"x": 10 * DEGREE, "y": 0, "zoom": 0}], ["stand"], ["getStatus", {}]])
+        moved = (at_last["position"]["x"] - at_first["position"]["x"]) / DEGREE
+        self.assertAlmostEqual(10, moved, delta=0.05)
+        # The truth, as the device itself tells it.
+        run.output.wait_for(lambda line: "head   10.0 -35.0" in line, "a head at 10 degrees")
+
+    def test_motion_without_another_command_ends_by_itself(self):
+        _, port = self.start_still()
+        at_first, _, at_last = cam(port, [
+            ["stand"], ["getStatus", {}],
+            ["continuousMove", {"x": 0.1, "y": 0, "zoom": 0, "timeout": 2000}], ["stand"],
+            ["getStatus", {}]])
+        # 10 degrees per second for 2 s.
+        moved = (at_last["position"]["x"] - at_first["position"]["x"]) / DEGREE
+        self.assertAlmostEqual(20, moved, delta=0.5)
+
+    def test_presets_are_kept_and_found(self):
+        _, port = self.start_still()
+        *_, presets, removed = cam(port, [
+            ["stand"], ["setPreset", {"presetName": "gate"}],
+            ["gotoPreset", {"preset": "1"}], ["gotoHomePosition", {}], ["stop", {}],
+            ["getPresets", {}], ["removePreset", {"presetToken": "1"}]])
+        self.assertEqual(["gate"], list(presets))
+        self.assertIsNotNone(removed)
+
+    def test_every_kind_of_client_logs_in(self):
+        _, port = self.start_still(*self.with_user())
+        information, = cam(port, [["getDeviceInformation"]], "anna", "pass word")
+        self.assertEqual("SentrelVideo", information["manufacturer"])
+        told = results(node("device.js", port, "anna", "pass word"))
+        self.assertEqual("head", told["profiles"][0])
+        self.assertEqual(5, len(told["profiles"]))
+        self.assertEqual("200", self.curl_status(port, "--digest", "--user", "anna:pass word"))
+
+    def test_every_kind_of_client_is_refused_without_the_password(self):
+        _, port = self.start_still(*self.with_user())
+        for password in ("guess", ""):
+            with self.assertRaises(AssertionError):
+                cam(port, [["getDeviceInformation"]], "anna", password)
+            with self.assertRaises(AssertionError):
+                results(node("device.js", port, "anna", password))
+        self.assertEqual("401", self.curl_status(port, "--digest", "--user", "anna:guess"))
+        self.assertEqual("401", self.curl_status(port))
+
+    def test_clients_need_no_user_where_there_is_none(self):
+        _, port = self.start_still()
+        self.assertEqual(5, len(results(node("device.js", port, "", ""))["profiles"]))
+        self.assertEqual("200", self.curl_status(port))
+
+    @staticmethod
+    def curl_status(port, *options):
+        return subprocess.run(
+            ["curl", "--silent", "--output", "/dev/null", "--write-out", "%{http_code}", *options,
+             "--header", "Content-Type: application/soap+xml", "--data-binary",
+             envelope("<tptz:GetNodes/>"), f"http://127.0.0.1:{port}/onvif/ptz_service"],
+            capture_output=True, text=True, check=True).stdout
+
+    def test_client_sees_an_alarm_start_and_end(self):
+        run = self.start("--port", "0", "--onvif", "0")
+        client = node("cam.js", port_of(run), "", "", '[["events"]]')
+        self.addCleanup(client.communicate)
+        self.addCleanup(client.kill)
+        seen = Journal()
+        seen.follow(map(json.loads, client.stdout))
+        begun = self.wait_for_alarm(seen, True)
+        self.wait_for_alarm(seen, False, begun)
+
+    @staticmethod
+    def wait_for_alarm(seen, state, start=0):
+        def matches(event):
+            message = event["message"]["message"]
+            return (event["topic"]["_"] == "tns1:VideoSource/MotionAlarm" and
+                    message["$"]["PropertyOperation"] == "Changed" and
+                    message["source"]["simpleItem"]["$"]["Value"] == "source_overview1" and
+                    message["data"]["simpleItem"]["$"]["Value"] is state)
+
+        return seen.wait_for(matches, f"the alarm {state}", start, patience=LONG_ENOUGH)
+
+    def test_every_answer_is_well_formed(self):
+        _, port = self.start_still()
+        for reading in READINGS:
+            status, answer = post(port, envelope(reading))
+            self.assertEqual(200, status, (reading, answer))
+            check(answer)
+        _, created = post(port, envelope("<tev:CreatePullPointSubscription/>"))
+        check(created)
+        path = "/onvif/event_service/1"
+        for body in (PULL, "<wsnt:Renew/>", "<tev:SetSynchronizationPoint/>", PULL,
+                     "<wsnt:Unsubscribe/>"):
+            status, answer = post(port, envelope(body), path)
+            self.assertEqual(200, status, (body, answer))
+            check(answer)
+
+    def test_strange_requests_are_faults_and_harm_nobody(self):
+        _, port = self.start_still()
+        for body in STRANGE:
+            status, answer = post(port, body)
+            self.assertIn(status, (400, 500), body[:80])
+            check(answer)
+            self.assertIn(b"Fault>", answer)
+        status, _ = post(port, envelope("<tds:GetDeviceInformation/>"))
+        self.assertEqual(200, status)
+
+    def test_camera_is_found_on_the_network(self):
+        build = os.environ["SENTREL_BUILD"]
+        options = ["--unshare-net", "--unshare-user", "--uid", "0", "--gid", "0", "--cap-add",
+                   "CAP_NET_ADMIN"]
+        command = ["bwrap", *namespace.arguments(build), *options, "--",
+                   REPOSITORY / "tests/system/onvif/in_network", build, modules()]
+        result = subprocess.run([str(word) for word in command], capture_output=True, text=True,
+                                timeout=120)
+        self.assertEqual(0, result.returncode, result.stdout + result.stderr)
+        found = json.loads(result.stdout.splitlines()[0])
+        address = "http://127.0.0.1:8081/onvif/device_service"
+        self.assertEqual({"onvif": [address], "nodeOnvif": [address]}, found)
+        for text in ("Found 1 cameras", "successfully connected to host", "OV-4000",
+                     "Profile set to head", "Timezone:    UTC0", "Resolution: 1280 x 720"):
+            self.assertIn(text, result.stdout)
+        self.assertNotIn("ERROR", result.stdout)
