@@ -1,0 +1,129 @@
+#include "picture/painter.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <string>
+
+#include "picture/jpeg.h"
+
+namespace device {
+namespace {
+
+constexpr int WIDTH = 320;
+constexpr int HEIGHT = 180;
+
+// On a mast of 5 m, looking ahead (y grows ahead at pan 0) and down.
+OverviewCamera cameraOf(double tilt, double horizontalFov = 60, double pan = 0) {
+  return OverviewCamera({.position = {0, 0, 5},
+                         .pan = pan,
+                         .tilt = tilt,
+                         .sensorWidth = WIDTH,
+                         .sensorHeight = HEIGHT,
+                         .horizontalFov = horizontalFov,
+                         .distortion = {}});
+}
+
+Person personAt(double x, double y) {
+  Person person;
+  person.id = 7;
+  person.position = {x, y};
+  person.height = 1.7;
+  return person;
+}
+
+int difference(const Colour& one, const Colour& other) {
+  return std::abs(one.red - other.red) + std::abs(one.green - other.green) +
+         std::abs(one.blue - other.blue);
+}
+
+// Pixels of a rectangle in which two pictures differ clearly.
+int countDifferent(const Picture& one, const Picture& other, int left, int top, int right,
+                   int bottom) {
+  int count = 0;
+  for (int y = top; y < bottom; ++y) {
+    for (int x = left; x < right; ++x) {
+      count += difference(one.at(x, y), other.at(x, y)) > 20 ? 1 : 0;
+    }
+  }
+  return count;
+}
+
+TEST(PainterTest, SameWorldGivesTheSamePicture) {
+  const Picture one = paint(cameraOf(-20), {personAt(0, 12)}, WIDTH, HEIGHT);
+  const Picture other = paint(cameraOf(-20), {personAt(0, 12)}, WIDTH, HEIGHT);
+  EXPECT_EQ(0, countDifferent(one, other, 0, 0, WIDTH, HEIGHT));
+}
+
+TEST(PainterTest, PersonIsWhereTheCameraSeesIt) {
+  const OverviewCamera camera = cameraOf(-20);
+  const Picture empty = paint(camera, {}, WIDTH, HEIGHT);
+  const Picture picture = paint(camera, {personAt(1, 12)}, WIDTH, HEIGHT);
+  const auto middle = camera.project({1, 12, 0.9});
+  const int x = static_cast<int>(std::lround((middle->x + 1) / 2 * WIDTH));
+  const int y = static_cast<int>(std::lround((1 - middle->y) / 2 * HEIGHT));
+  EXPECT_GT(countDifferent(empty, picture, x - 1, y - 8, x + 1, y + 8), 24);
+  // Far to the other side nothing has changed.
+  EXPECT_EQ(0, countDifferent(empty, picture, 0, 0, x - 60, HEIGHT));
+}
+
+TEST(PainterTest, PersonCastsAShadowBesideItsFeet) {
+  const OverviewCamera camera = cameraOf(-60);
+  const Picture empty = paint(camera, {}, WIDTH, HEIGHT);
+  const Picture picture = paint(camera, {personAt(0, 3)}, WIDTH, HEIGHT);
+  // Towards pan 60: sine and cosine of 60 degrees, 0.6 m away.
+  const auto place = camera.project({0.6 * 0.866, 3 + 0.6 * 0.5, 0});
+  const int x = static_cast<int>(std::lround((place->x + 1) / 2 * WIDTH));
+  const int y = static_cast<int>(std::lround((1 - place->y) / 2 * HEIGHT));
+  EXPECT_LT(picture.at(x, y).green, empty.at(x, y).green * 0.7);
+}
+
+TEST(PainterTest, NearPersonIsInFrontOfTheFarOneWhateverTheirOrder) {
+  Person far = personAt(0, 14);
+  far.id = 8;
+  const OverviewCamera camera = cameraOf(-15);
+  const Picture alone = paint(camera, {personAt(0, 12)}, WIDTH, HEIGHT);
+  const Picture one = paint(camera, {personAt(0, 12), far}, WIDTH, HEIGHT);
+  const Picture other = paint(camera, {far, personAt(0, 12)}, WIDTH, HEIGHT);
+  EXPECT_EQ(0, countDifferent(one, other, 0, 0, WIDTH, HEIGHT));
+  const auto chest = camera.project({0, 12, 1});
+  const int x = static_cast<int>(std::lround((chest->x + 1) / 2 * WIDTH));
+  const int y = static_cast<int>(std::lround((1 - chest->y) / 2 * HEIGHT));
+  EXPECT_EQ(alone.at(x, y), one.at(x, y));
+}
+
+TEST(PainterTest, SkyIsAboveTheHorizonAndGroundBelow) {
+  const Picture picture = paint(cameraOf(0), {}, WIDTH, HEIGHT);
+  EXPECT_GT(picture.at(WIDTH / 2, 5).blue, picture.at(WIDTH / 2, 5).red + 20);
+  EXPECT_LT(picture.at(WIDTH / 2, HEIGHT - 5).blue, picture.at(WIDTH / 2, HEIGHT - 5).green);
+}
+
+TEST(PainterTest, GroundStaysInPlaceWhenTheCameraTurns) {
+  const OverviewCamera ahead = cameraOf(-30);
+  const OverviewCamera aside = cameraOf(-30, 60, 8);
+  const Picture one = paint(ahead, {}, WIDTH, HEIGHT);
+  const Picture other = paint(aside, {}, WIDTH, HEIGHT);
+  int alike = 0;
+  for (int i = 0; i < 100; ++i) {
+    const SpacePoint place{0.3 + 0.02 * i, 8 + 0.017 * i, 0};
+    const auto colour = [&](const OverviewCamera& camera, const Picture& picture) {
+      const auto point = camera.project(place);
+      return picture.at(static_cast<int>((point->x + 1) / 2 * WIDTH),
+                        static_cast<int>((1 - point->y) / 2 * HEIGHT));
+    };
+    alike += difference(colour(ahead, one), colour(aside, other)) < 30 ? 1 : 0;
+  }
+  EXPECT_GT(alike, 80);
+}
+
+TEST(PainterTest, JpegHasThePicturesSize) {
+  const std::string file = jpegOf(Picture(WIDTH, HEIGHT));
+  EXPECT_EQ("\xFF\xD8", file.substr(0, 2));
+  EXPECT_EQ("\xFF\xD9", file.substr(file.size() - 2));
+  // 8 bits, 180 rows, 320 columns, 3 components.
+  EXPECT_NE(std::string::npos, file.find(std::string("\x08\x00\xB4\x01\x40\x03", 6)));
+}
+
+}  // namespace
+}  // namespace device
