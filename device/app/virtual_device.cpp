@@ -145,7 +145,8 @@ void VirtualDevice::offerOnvif() {
   }
   const auto announce = [this](const std::string& text) { console.message(text); };
   onvifCamera = std::make_unique<onvif::OnvifCamera>(
-      *options.onvif, onvif::OnvifSources{model, world, drive, events, announce});
+      *options.onvif, onvif::OnvifSources{model, world, drive, events,
+                                          [this] { return secondsSinceStart(); }, announce});
   console.message("ONVIF: " + onvifCamera->url());
 }
 

@@ -87,7 +87,7 @@ void MediaOperations::addMedia1(Operations& operations) {
       "GetServiceCapabilities",
       [](const Request&) {
         return Tag("trt:GetServiceCapabilitiesResponse",
-                   Tag("trt:Capabilities", Attribute("SnapshotUri", false),
+                   Tag("trt:Capabilities", Attribute("SnapshotUri", true),
                        Tag("trt:ProfileCapabilities", Attribute("MaximumNumberOfProfiles", 0)),
                        Tag("trt:StreamingCapabilities")));
       },
@@ -135,6 +135,13 @@ void MediaOperations::addMedia1(Operations& operations) {
                    Tag("tt:InvalidAfterConnect", false), Tag("tt:InvalidAfterReboot", false),
                    Tag("tt:Timeout", "PT0S")));
   });
+  add("GetSnapshotUri", [this](const Request& request) {
+    const CameraProfile& profile = profileOf(profiles, request, ns::MEDIA);
+    return Tag("trt:GetSnapshotUriResponse",
+               Tag("trt:MediaUri", Tag("tt:Uri", snapshotOf(profile, request)),
+                   Tag("tt:InvalidAfterConnect", false), Tag("tt:InvalidAfterReboot", false),
+                   Tag("tt:Timeout", "PT0S")));
+  });
 }
 
 void MediaOperations::addMedia2(Operations& operations) {
@@ -146,7 +153,7 @@ void MediaOperations::addMedia2(Operations& operations) {
       "GetServiceCapabilities",
       [](const Request&) {
         return Tag("tr2:GetServiceCapabilitiesResponse",
-                   Tag("tr2:Capabilities", Attribute("SnapshotUri", false),
+                   Tag("tr2:Capabilities", Attribute("SnapshotUri", true),
                        Tag("tr2:ProfileCapabilities", Attribute("MaximumNumberOfProfiles", 0),
                            Attribute("ConfigurationsSupported", "VideoSource VideoEncoder PTZ")),
                        Tag("tr2:StreamingCapabilities")));
@@ -172,6 +179,10 @@ void MediaOperations::addMedia2(Operations& operations) {
   add("GetStreamUri", [this](const Request& request) {
     const CameraProfile& profile = profileOf(profiles, request, ns::MEDIA2);
     return Tag("tr2:GetStreamUriResponse", Tag("tr2:Uri", streamOf(profile, request)));
+  });
+  add("GetSnapshotUri", [this](const Request& request) {
+    const CameraProfile& profile = profileOf(profiles, request, ns::MEDIA2);
+    return Tag("tr2:GetSnapshotUriResponse", Tag("tr2:Uri", snapshotOf(profile, request)));
   });
 }
 
@@ -237,6 +248,10 @@ std::string MediaOperations::streamOf(const CameraProfile& profile, const Reques
     throw Fault(FaultCode::receiver, {"ter:ActionNotSupported"}, "No video is offered");
   }
   return uri;
+}
+
+std::string MediaOperations::snapshotOf(const CameraProfile& profile, const Request& request) {
+  return "http://" + request.host + SNAPSHOT_ROOT + profile.token;
 }
 
 Tag MediaOperations::each(const std::string& response,

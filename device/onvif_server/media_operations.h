@@ -19,6 +19,9 @@ using StreamUri = std::function<std::string(const CameraProfile& profile, const 
 // profiles are fixed.
 class MediaOperations {
  public:
+  // A profile's picture is at this path and its token.
+  static constexpr char SNAPSHOT_ROOT[] = "/onvif/snapshot/";
+
   // The profiles and the setup outlive the service.
   MediaOperations(const std::vector<CameraProfile>& profiles, const HeadSetup& head,
                   StreamUri streamUri);
@@ -32,6 +35,7 @@ class MediaOperations {
   Tag profile1(const std::string& name, const CameraProfile& profile) const;
   Tag profile2(const CameraProfile& profile, const std::vector<std::string>& types) const;
   Tag profiles2(const Request& request) const;
+  static std::string snapshotOf(const CameraProfile& profile, const Request& request);
   std::string streamOf(const CameraProfile& profile, const Request& request) const;
   Tag each(const std::string& response,
            const std::function<Tag(const CameraProfile& profile)>& tag) const;

@@ -2,9 +2,13 @@
 
 #include <glib.h>
 
+#include <algorithm>
 #include <stdexcept>
+#include <utility>
 
 #include "base/glib_ptr.h"
+#include "picture/jpeg.h"
+#include "picture/painter.h"
 
 namespace device::onvif {
 namespace {
@@ -36,8 +40,9 @@ DeviceIdentity identityOf(const Model& model, std::uint16_t port) {
 
 }  // namespace
 
-OnvifCamera::OnvifCamera(const OnvifOptions& options, const OnvifSources& sources)
-    : profiles(cameraProfiles(sources.model, sources.world)),
+OnvifCamera::OnvifCamera(const OnvifOptions& options, OnvifSources given)
+    : sources(std::move(given)),
+      profiles(cameraProfiles(sources.model, sources.world)),
       server(options, operations),
       identity(identityOf(sources.model, server.port())),
       device(identity),
@@ -49,7 +54,9 @@ OnvifCamera::OnvifCamera(const OnvifOptions& options, const OnvifSources& source
   media.addTo(operations);
   ptz.addTo(operations);
   events.addTo(operations);
-  beFound(identity, sources);
+  operations.setDocuments({MediaOperations::SNAPSHOT_ROOT, "image/jpeg",
+                           [this](const std::string& token) { return snapshot(token); }});
+  beFound();
 }
 
 std::string OnvifCamera::url() const {
@@ -59,7 +66,46 @@ std::string OnvifCamera::url() const {
          DEVICE_PATH;
 }
 
-void OnvifCamera::beFound(const DeviceIdentity& identity, const OnvifSources& sources) {
+std::optional<std::string> OnvifCamera::snapshot(const std::string& token) {
+  const auto profile = std::ranges::find(profiles, token, &CameraProfile::token);
+  if (profile == profiles.end()) {
+    return std::nullopt;
+  }
+  const double now = sources.seconds();
+  Shot& shot = shots[token];
+  if (shot.jpeg.empty() || now - shot.time >= SHOT_PERIOD) {
+    shot = {now, paintedFor(*profile)};
+  }
+  return shot.jpeg;
+}
+
+std::string OnvifCamera::paintedFor(const CameraProfile& profile) const {
+  std::vector<Person> people;
+  for (const PersonView& view : sources.world.people(sources.seconds())) {
+    Person& person = people.emplace_back();
+    person.id = view.id;
+    person.position = view.position;
+    person.height = view.tall;
+  }
+  return jpegOf(paint(cameraOf(profile), std::move(people), profile.width, profile.height));
+}
+
+// As the camera really hangs, and the head really looks.
+OverviewCamera OnvifCamera::cameraOf(const CameraProfile& profile) const {
+  if (!profile.isHead()) {
+    return sources.world.camera(profile.camera - 1);
+  }
+  const HeadStatus head = sources.drive.getHead().status();
+  return OverviewCamera({.position = {0, 0, sources.model.world.mastHeight},
+                         .pan = head.pan,
+                         .tilt = head.tilt,
+                         .sensorWidth = profile.width,
+                         .sensorHeight = profile.height,
+                         .horizontalFov = head.pictureWidth,
+                         .distortion = {}});
+}
+
+void OnvifCamera::beFound() {
   try {
     discovery = std::make_unique<DiscoveryResponder>(server.getAddress(), port(), DEVICE_PATH,
                                                      identity.address, scopesOf(identity));

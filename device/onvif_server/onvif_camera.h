@@ -2,7 +2,9 @@
 #define DEVICE_ONVIF_SERVER_ONVIF_CAMERA_H
 
 #include <functional>
+#include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -28,6 +30,7 @@ struct OnvifSources {
   const World& world;
   HeadDrive& drive;
   EventService& events;
+  std::function<double()> seconds;                   // since the device's start
   std::function<void(const std::string&)> announce;  // tells the user something
 };
 
@@ -35,8 +38,11 @@ struct OnvifSources {
 // of the main loop only.
 class OnvifCamera {
  public:
+  // A picture takes the main loop a while; whoever asks more often is given the same one.
+  static constexpr double SHOT_PERIOD = 0.5;  // seconds
+
   // Throws std::runtime_error when it cannot listen. Without discovery it goes on, and says so.
-  OnvifCamera(const OnvifOptions& options, const OnvifSources& sources);
+  OnvifCamera(const OnvifOptions& options, OnvifSources given);
   OnvifCamera(const OnvifCamera&) = delete;
   OnvifCamera& operator=(const OnvifCamera&) = delete;
 
@@ -46,9 +52,19 @@ class OnvifCamera {
   std::string url() const;
 
  private:
-  void beFound(const DeviceIdentity& identity, const OnvifSources& sources);
+  struct Shot {
+    double time = 0;
+    std::string jpeg;
+  };
 
+  std::optional<std::string> snapshot(const std::string& token);
+  std::string paintedFor(const CameraProfile& profile) const;
+  OverviewCamera cameraOf(const CameraProfile& profile) const;
+  void beFound();
+
+  OnvifSources sources;
   std::vector<CameraProfile> profiles;
+  std::map<std::string, Shot> shots;  // the last of each profile, by its token
   Operations operations;
   SoapServer server;  // the services hold on to its requests, and so go before it
   DeviceIdentity identity;

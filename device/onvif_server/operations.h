@@ -4,7 +4,9 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <optional>
 #include <string>
+#include <utility>
 
 #include "onvif/tag.h"
 #include "onvif/xml.h"
@@ -44,11 +46,23 @@ class Operations {
   // Every answer of the operation says what it is.
   void setAction(const std::string& nameSpace, const std::string& name, std::string action);
 
+  // What clients can fetch beside: a document of a type for what follows the root in a path;
+  // nothing for what there is not.
+  using Fetch = std::function<std::optional<std::string>(const std::string& name)>;
+  struct Documents {
+    std::string root;  // "/onvif/snapshot/"
+    std::string type;
+    Fetch fetch;
+  };
+  void setDocuments(Documents documents) { offered = std::move(documents); }
+  const std::optional<Documents>& getDocuments() const { return offered; }
+
   // Null for what there is not.
   const Operation* find(const XmlName& name) const;
 
  private:
   std::map<XmlName, Operation> operations;
+  std::optional<Documents> offered;
 };
 
 // The text of an element that a request has to have. Throws Fault.

@@ -166,7 +166,12 @@ void SoapServer::handle(SoupServerMessage* message, const std::string& path) {
   if (!path.starts_with(ROOT)) {
     return refuse(message, SOUP_STATUS_NOT_FOUND);
   }
-  if (std::string_view(soup_server_message_get_method(message)) != "POST") {
+  const std::string_view method = soup_server_message_get_method(message);
+  const auto& documents = operations.getDocuments();
+  if (method == "GET" && documents && path.starts_with(documents->root)) {
+    return sendDocument(message, *documents, path.substr(documents->root.size()));
+  }
+  if (method != "POST") {
     setHeader(message, "Allow", "POST");
     return refuse(message, SOUP_STATUS_METHOD_NOT_ALLOWED);
   }
@@ -186,6 +191,21 @@ void SoapServer::handle(SoupServerMessage* message, const std::string& path) {
     }
     respond(message, fault);
   }
+}
+
+void SoapServer::sendDocument(SoupServerMessage* message, const Operations::Documents& documents,
+                              const std::string& name) {
+  if (callerOf(message) != Caller::user) {
+    return askForUser(message);
+  }
+  const std::optional<std::string> document = documents.fetch(name);
+  if (!document) {
+    return refuse(message, SOUP_STATUS_NOT_FOUND);
+  }
+  setHeaders(message);
+  soup_server_message_set_status(message, SOUP_STATUS_OK, nullptr);
+  soup_server_message_set_response(message, documents.type.c_str(), SOUP_MEMORY_COPY,
+                                   document->data(), document->size());
 }
 
 SoapServer::Caller SoapServer::callerOf(SoupServerMessage* message) {

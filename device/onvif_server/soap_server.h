@@ -28,8 +28,8 @@ namespace device::onvif {
 //
 //   401  a user is asked for; by digest, unless the message has a token of its own
 //   403  the request was made by a page from elsewhere
-//   404  another path
-//   405  another method than POST
+//   404  another path, or no such document
+//   405  another method than POST, or GET for a document
 //   413  a body above 1 MiB
 class SoapServer {
  public:
@@ -57,6 +57,8 @@ class SoapServer {
   void check(SoupServerMessage* message);
   std::string hostOf(SoupServerMessage* message) const;
   void handle(SoupServerMessage* message, const std::string& path);
+  void sendDocument(SoupServerMessage* message, const Operations::Documents& documents,
+                    const std::string& name);
   Caller callerOf(SoupServerMessage* message);
   void askForUser(SoupServerMessage* message);
   void answer(SoupServerMessage* message, const std::string& path, const Envelope& envelope,

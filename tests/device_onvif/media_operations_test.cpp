@@ -83,6 +83,10 @@ TEST_F(MediaOperationsTest, StreamIsWhereTheSourceSaysOrARefusal) {
             call(operations, ns::MEDIA, "GetStreamUri", head).at("Uri").text());
   EXPECT_EQ("rtsp://camera/head",
             call(operations, ns::MEDIA2, "GetStreamUri", head).at("Uri").text());
+  EXPECT_EQ("http://camera:80/onvif/snapshot/head",
+            call(operations, ns::MEDIA, "GetSnapshotUri", head).at("Uri").text());
+  EXPECT_EQ("http://camera:80/onvif/snapshot/head",
+            call(operations, ns::MEDIA2, "GetSnapshotUri", head).at("Uri").text());
   stream.clear();
   EXPECT_EQ("ter:ActionNotSupported", faultOf(operations, ns::MEDIA, "GetStreamUri", head));
   EXPECT_EQ("ter:ActionNotSupported", faultOf(operations, ns::MEDIA2, "GetStreamUri", head));

@@ -8,6 +8,7 @@
 
 #include "device/source_folder.h"
 #include "device_services/private_bus.h"
+#include "device_web/digest_client.h"
 #include "device_web/web_client.h"
 
 namespace device::onvif {
@@ -24,7 +25,7 @@ class OnvifCameraTest : public testing::Test {
   void start(const std::string& address) {
     options.address = address;
     camera = std::make_unique<OnvifCamera>(
-        options, OnvifSources{model, world, drive, events,
+        options, OnvifSources{model, world, drive, events, [this] { return seconds; },
                               [this](const std::string& text) { announced.push_back(text); }});
   }
 
@@ -34,6 +35,7 @@ class OnvifCameraTest : public testing::Test {
   Model model;
   World world{model.world, {}};
   HeadDrive drive{model.head, g_get_monotonic_time};
+  double seconds = 20;  // somebody is there by then
   OnvifOptions options;
   std::vector<std::string> announced;
   std::unique_ptr<OnvifCamera> camera;
@@ -56,6 +58,45 @@ TEST_F(OnvifCameraTest, AllServicesAreBehindOneAddress) {
                        operation + "</s:Body></s:Envelope>");
     EXPECT_EQ(200, client.response().status) << operation;
   }
+}
+
+TEST_F(OnvifCameraTest, PictureOfEachProfileIsAJpegOfItsSize) {
+  start("127.0.0.1");
+  for (const char* token : {"head", "overview1"}) {
+    WebClient client(camera->port());
+    const WebResponse response = client.get(std::string("/onvif/snapshot/") + token);
+    EXPECT_EQ(200, response.status);
+    EXPECT_EQ("image/jpeg", response.headers.at("Content-Type"));
+    EXPECT_EQ("\xFF\xD8\xFF", response.body.substr(0, 3));
+    // The frame's header: 8 bits, 720 rows, 1280 columns, 3 components.
+    EXPECT_THAT(response.body, HasSubstr(std::string("\x08\x02\xD0\x05\x00\x03", 6)));
+  }
+  EXPECT_EQ(404, WebClient(camera->port()).get("/onvif/snapshot/other").status);
+  EXPECT_EQ(405, WebClient(camera->port()).get("/onvif/other").status);
+}
+
+TEST_F(OnvifCameraTest, PictureIsANewOneAfterHalfASecond) {
+  start("127.0.0.1");
+  const auto picture = [&] { return WebClient(camera->port()).get("/onvif/snapshot/head").body; };
+  ASSERT_FALSE(world.people(seconds).empty());
+  const std::string first = picture();
+  drive.getHead().command({.pan = {MoveKind::continuous, 100}, .tilt = {}, .zoom = {}});
+  ASSERT_TRUE(iterateUntil([&] { return drive.getHead().status().pan > 5; }));
+  seconds += 0.4;
+  EXPECT_EQ(first, picture());
+  seconds += 0.2;
+  EXPECT_NE(first, picture());
+}
+
+TEST_F(OnvifCameraTest, PictureNeedsTheUser) {
+  options.user = WebUser{"anna", "secret word"};
+  start("127.0.0.1");
+  constexpr char PATH[] = "/onvif/snapshot/head";
+  const WebResponse refused = WebClient(camera->port()).get(PATH);
+  EXPECT_EQ(401, refused.status);
+  const DigestClient login{"anna", "secret word"};
+  const std::string nonce = parameterOf(refused.headers.at("WWW-Authenticate"), "nonce");
+  EXPECT_EQ(200, WebClient(camera->port()).get(PATH, login.line("GET", PATH, nonce)).status);
 }
 
 TEST_F(OnvifCameraTest, WithoutDiscoveryItGoesOn) {

@@ -70,6 +70,8 @@ TEST_F(OnvifOptionsTest, WhatCannotBeUsedIsToldByItsOwnName) {
             errorOf({"--onvif", "0", "--onvif-user", "anna"}));
   EXPECT_EQ("--onvif-listen, --onvif-user and --onvif-password-file need --onvif",
             errorOf({"--onvif-user", "anna"}));
+  EXPECT_NE("no error", errorOf({"--onvif-listen", "127.0.0.1"}));
+  EXPECT_NE("no error", errorOf({"--onvif-password-file", passwordFile()}));
 }
 
 }  // namespace

@@ -25,6 +25,7 @@ READINGS = [
     "<trt:GetProfile><trt:ProfileToken>overview1</trt:ProfileToken></trt:GetProfile>",
     "<trt:GetVideoSourceConfigurations/>", "<trt:GetVideoEncoderConfigurations/>",
     "<trt:GetVideoEncoderConfigurationOptions/>",
+    f"<trt:GetSnapshotUri>{HEAD}</trt:GetSnapshotUri>".replace("tptz", "trt"),
     "<tr2:GetServiceCapabilities/>", "<tr2:GetProfiles><tr2:Type>All</tr2:Type></tr2:GetProfiles>",
     "<tr2:GetVideoSourceConfigurations/>", "<tr2:GetVideoEncoderConfigurations/>",
     "<tr2:GetVideoEncoderConfigurationOptions/>",
@@ -49,6 +50,16 @@ STRANGE = [
              "</tptz:AbsoluteMove>"),
     envelope("<tds:GetDeviceInformation/>").replace(b"2003/05/soap-envelope", b"2001/soap"),
 ]
+
+
+def size_of_jpeg(data):
+    """Of the frame's header, which is a segment of its own."""
+    assert data[:2] == b"\xff\xd8", data[:20]
+    position = 2
+    while data[position + 1] != 0xC0:
+        position += 2 + int.from_bytes(data[position + 2:position + 4], "big")
+    return (int.from_bytes(data[position + 7:position + 9], "big"),
+            int.from_bytes(data[position + 5:position + 7], "big"))
 
 
 class OnvifTest(RunTest):
@@ -117,6 +128,15 @@ class OnvifTest(RunTest):
         _, port = self.start_still()
         self.assertEqual(5, len(results(node("device.js", port, "", ""))["profiles"]))
         self.assertEqual("200", self.curl_status(port))
+
+    def test_pictures_are_where_the_camera_says(self):
+        _, port = self.start_still(*self.with_user())
+        for profile in ("head", "overview3"):
+            address, = cam(port, [["getSnapshotUri", {"profileToken": profile}]], "anna", "pass word")
+            picture = subprocess.run(["curl", "--silent", "--fail", "--digest", "--user",
+                                      "anna:pass word", address["uri"]],
+                                     capture_output=True, check=True).stdout
+            self.assertEqual((1280, 720), size_of_jpeg(picture), profile)
 
     @staticmethod
     def curl_status(port, *options):
