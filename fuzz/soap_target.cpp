@@ -136,8 +136,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     camera.now += pause;
     checkHead(camera);
   }
-  if (camera.drive.getHead().status().moving()) {
-    camera.now += 70 * SECOND;  // the longest time of a speed is over
+  // Until the longest time of a speed is over.
+  for (int i = 0; i < 70 && camera.drive.getHead().status().moving(); ++i) {
+    camera.now += SECOND;
   }
   checkHead(camera);
   require(!camera.drive.getHead().status().moving(), "a head that nobody commands stands");
