@@ -173,8 +173,16 @@ device::HeadPose fixedPoseFor(const std::vector<device::Track>& tracks,
 Scored scorePerson(const JobOptions& options, SimulationSetup setup,
                    const device::HeadPose& fixedPose, int person, double from, double to) {
   setup.start = from - LEAD;
+  if (options.isAlone) {
+    setup.world.sureOf = person;
+  }
   Simulation simulation(setup);
-  const WatchedPerson watched(simulation, configurationOf(options), person);
+  std::optional<WatchedPerson> watched;
+  if (options.isAlone) {
+    simulation.daemon().configure(configurationOf(options));
+  } else {
+    watched.emplace(simulation, configurationOf(options), person);
+  }
   const auto counts = [person](const device::PersonView& view) {
     return view.id == person && view.inside;
   };

@@ -28,8 +28,10 @@ struct JobOptions {
   device::RecordingPlace place;
 
   // Of a recording: one by one, or all who are there. One by one, those are taken whose number of
-  // all leaves this rest.
+  // all leaves this rest. The one has either an area of his own, in which others come to be seen,
+  // too, or the model's areas for himself.
   bool isWhole = false;
+  bool isAlone = false;  // one by one, the others may not be followed
   int shares = 1;
   int share = 0;  // below shares
 

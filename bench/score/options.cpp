@@ -24,6 +24,7 @@ struct Raw {
   char* mast = nullptr;
   char* home = nullptr;
   gboolean whole = FALSE;
+  gboolean alone = FALSE;
   char* share = nullptr;
   gboolean fromStart = FALSE;
 
@@ -50,6 +51,8 @@ void parse(const std::vector<std::string>& arguments, Raw& raw) {
       {"mast", 0, 0, G_OPTION_ARG_STRING, &raw.mast, "Where the mast stands in it", "X,Y"},
       {"home", 0, 0, G_OPTION_ARG_STRING, &raw.home, "Where the head looks at home", "X,Y"},
       {"whole", 0, 0, G_OPTION_ARG_NONE, &raw.whole, "All people at once", nullptr},
+      {"alone", 0, 0, G_OPTION_ARG_NONE, &raw.alone,
+       "One by one, nobody else may be followed meanwhile", nullptr},
       {"share", 0, 0, G_OPTION_ARG_STRING, &raw.share, "Every N-th person, from the K-th on",
        "K/N"},
       {"from-start", 0, 0, G_OPTION_ARG_NONE, &raw.fromStart,
@@ -84,6 +87,7 @@ void readRecording(const Raw& raw, JobOptions& options) {
   options.tracks = raw.tracks;
   options.place = {.mast = readPoint("--mast", raw.mast), .home = readPoint("--home", raw.home)};
   options.isWhole = raw.whole != FALSE || raw.fromStart != FALSE;
+  options.isAlone = raw.alone != FALSE;
   if (raw.share != nullptr) {
     readShare(raw.share, options);
   }

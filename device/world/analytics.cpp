@@ -279,6 +279,9 @@ FrameObject Analytics::describe(const OverviewCamera& camera, const Tracked& tra
   for (const int person : tracked.people) {
     object.confidence = std::min(object.confidence, confidenceOf(seen.at(person).box));
   }
+  if (setup.sureOf && std::ranges::find(tracked.people, *setup.sureOf) == tracked.people.end()) {
+    object.confidence = toUnits(LEAST_CONFIDENCE);
+  }
 
   object.hasVelocity = setup.velocity != VelocityKind::none;
   object.velocity = toFramePoint(camera.toScene(velocityOf(tracked, seen, upright, now)));

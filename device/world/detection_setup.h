@@ -1,6 +1,7 @@
 #ifndef DEVICE_WORLD_DETECTION_SETUP_H
 #define DEVICE_WORLD_DETECTION_SETUP_H
 
+#include <optional>
 #include <vector>
 
 #include "world/ghosts.h"
@@ -46,6 +47,9 @@ struct DetectionSetup {
   int velocityPictures = 6;     // of Past
 
   std::vector<GhostSetup> ghosts;
+
+  // The only person whom the analytics are sure of: objects of others alone have a low confidence.
+  std::optional<int> sureOf{};
 };
 
 }  // namespace device

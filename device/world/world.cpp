@@ -63,12 +63,14 @@ World::World(const WorldSetup& setup, const WorldOptions& options, Scene scene)
       playback(playbackOf(setup, options, scene)) {
   std::vector<Block> scenery = setup.scenery;
   scenery.insert(scenery.end(), scene.scenery.begin(), scene.scenery.end());
+  DetectionSetup detections = setup.detections;
+  detections.sureOf = options.sureOf;
   for (const ChannelSetup& channel : setup.channels) {
     const int number = channelCount();
     const std::uint64_t own = options.seed * 1000 + static_cast<std::uint64_t>(number);
     channels.push_back(
         {OverviewCamera(mounted(channel.camera, channel.mountingError, options.seed, number)),
-         Analytics(own, setup.detections, scenery, options.seed),
+         Analytics(own, detections, scenery, options.seed),
          FrameLink(channel.frames, options.seed, number), channel.movesWithHead});
   }
 }

@@ -32,6 +32,7 @@ struct WorldOptions {
   double includeArea = 0.97;  // half the side of the square in the picture that counts as inside
   std::string scene{};        // another one than the setup's, one of sceneNames()
   std::optional<RecordingPlace> place{};  // of the recording; as the scene puts it without
+  std::optional<int> sureOf{};            // DetectionSetup's
 };
 
 // A person as seen from the mast.

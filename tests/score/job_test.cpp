@@ -59,6 +59,20 @@ TEST(JobTest, ThePersonWithTheAreaIsFollowedAndTheOthersAreNot) {
   }
 }
 
+// Behind each other both are in one's area, and the head looks in between.
+TEST(JobTest, AloneNobodyElseIsFollowed) {
+  const Trial trial;
+  trial.change("ideal", "");
+  JobOptions options = trial.options();
+  options.following = "predictive";
+  options.tracks = trial.pairInLine();
+  const double together = Trial::medianError(runJob(options));
+  options.isAlone = true;
+  const double alone = Trial::medianError(runJob(options));
+  EXPECT_GT(together, 1);
+  EXPECT_LT(alone, 0.7);
+}
+
 TEST(JobTest, SharesTogetherAreEverybodyOnce) {
   const Trial trial;
   trial.change("ideal", "");

@@ -62,6 +62,18 @@ class Trial {
     return folder.path("pair.csv");
   }
 
+  // A recording of two who walk along behind each other, as seen from the mast.
+  std::filesystem::path pairInLine() const {
+    std::ofstream tracks(folder.path("line.csv"));
+    tracks << "time_s,id,x_m,y_m\n";
+    for (int i = 0; i <= 30; ++i) {
+      const double time = 0.4 * i;
+      tracks << time << ",1," << 0.8 * time - 5 << ",6\n";
+      tracks << time << ",2," << 0.96 * time - 6 << ",7.2\n";
+    }
+    return folder.path("line.csv");
+  }
+
   JobOptions options(const std::string& model = "changed") const {
     JobOptions options;
     options.models = folder.path("models");

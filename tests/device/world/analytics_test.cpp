@@ -77,6 +77,17 @@ TEST_F(AnalyticsTest, ObjectsHaveIdsOfTheirOwnAndKeepThem) {
   EXPECT_THAT(idsOf(see({at(70, 0.4), at(12, 4.8)})), ElementsAre(1, 2));
 }
 
+TEST_F(AnalyticsTest, BeingSureOfOneMeansLowConfidenceOfTheOthers) {
+  DetectionSetup setup;
+  setup.sureOf = 12;
+  analytics = Analytics(1, setup);
+  const Frame frame = see({at(70, 0), at(12, 5)});
+  ASSERT_THAT(idsOf(frame), ElementsAre(1, 2));
+  const auto confidenceOf = [&](std::size_t i) { return frame.objects[i].confidence; };
+  EXPECT_LT(std::min(confidenceOf(0), confidenceOf(1)), 4095);
+  EXPECT_EQ(std::max(confidenceOf(0), confidenceOf(1)), 4096);
+}
+
 TEST_F(AnalyticsTest, WhoLeavesIsDeletedOnceAndComesBackAsAnother) {
   see({at(1, 0), at(2, 5)});
   const Frame left = see({at(2, 5)});
