@@ -64,7 +64,7 @@ void Observations::see(int camera, const ParsedScene& scene) {
   for (const TrackingObject* object : scene.getActiveObjects()) {
     const auto seen = sightingOf(*channel, object->getPolygon());
     if (seen && object->getLastSeen() == scene.getTimestamp()) {
-      seenPeople.push_back({object->getId(), *seen});
+      seenPeople.push_back({object->getId(), *seen, object->getIsConfident()});
     }
   }
   const double focalLength =

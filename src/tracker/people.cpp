@@ -22,6 +22,8 @@ constexpr int MOST_PASSED_OVER = 1;
 constexpr double JUDGED_WITHIN = following::Identities::COAST;
 // Not handed over in pictures that are so much newer: hidden, not only missed.
 constexpr double LOST_AFTER = 0.45;  // s
+// With fewer pictures nobody can tell whether he is the one who is lost.
+constexpr int LEAST_KNOWN = 2;
 // What has only a bearing cannot be expected anywhere for long.
 constexpr double BEARING_COAST = 2.0;  // s
 
@@ -185,7 +187,7 @@ void People::seeUnplaced(const Seen& seen, std::int32_t channel, std::int64_t ti
   if (Unplaced* known = unplacedOf(channel, seen.id)) {
     known->filter.update(observation);
     known->lastSeen = std::max(known->lastSeen, time);
-    ++known->passedOver;
+    known->passedOver += seen.isSure ? 1 : 0;
     return;
   }
   if (unplaced.size() == CAPACITY) {
@@ -204,7 +206,8 @@ void People::seeWanted(const Seen& seen, std::int32_t channel) {
   }
   known->width = seen.box.width;
   known->height = seen.box.height;
-  known->passedOver += known->channel == channel && known->id == seen.id ? 1 : 0;
+  const bool isPassedOver = known->channel == channel && known->id == seen.id && seen.isSure;
+  known->passedOver += isPassedOver ? 1 : 0;
 }
 
 People::Wanted* People::wantedOf(std::int64_t identity) {
@@ -285,6 +288,12 @@ bool People::isFollowedOneInSight() const {
          });
 }
 
+bool People::isFollowedOneKnown() const {
+  return std::ranges::any_of(wanted, [this](const Wanted& each) {
+    return wasFollowed({PEOPLES_CHANNEL, numberOf(each.identity)});
+  });
+}
+
 // Who is lost is gone on with, but neither chosen anew nor preferred to those in sight.
 bool People::isOffered(const Chosen& one, std::int64_t handedOver, bool isOneInSight) const {
   return !isLost(handedOver) || (!isOneInSight && wasFollowed(one));
@@ -294,10 +303,12 @@ void People::offer(std::int64_t now, std::int64_t at) {
   std::swap(offered, offeredBefore);
   offered.clear();
   const bool isOneInSight = isFollowedOneInSight();
+  const bool isOneLost = !isOneInSight && isFollowedOneKnown();
   for (const Wanted& each : wanted) {
     const Chosen one{PEOPLES_CHANNEL, numberOf(each.identity)};
     const following::Person* person = identities.find(each.identity);
-    if (!isOffered(one, each.handedOver, isOneInSight)) {
+    if (!isOffered(one, each.handedOver, isOneInSight) ||
+        (isOneLost && person->pictures < LEAST_KNOWN)) {
       continue;
     }
     const following::Member alone{&person->filter.state(), person->height.metres};

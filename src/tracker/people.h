@@ -27,10 +27,11 @@ struct FollowedSubject {
 // in turns and groups when they come back under another number or in another camera's picture.
 //
 // Somebody who was followed and whom no picture shows is gone on with for as long as identities
-// look for him, unless others of his group are in sight; somebody who is seen but not handed over
-// any more is not. Under a new number he is given some seconds to be handed over again, as a guard
-// may look at an object for a while first. What has no place on the ground is followed by its
-// bearing.
+// look for him, unless others of his group are in sight; so is somebody of whom the analytics are
+// not sure at the moment, as at a picture's edge, where no guard hands anybody over. Somebody who
+// is seen well but not handed over any more is not. Under a new number he is given some seconds to
+// be handed over again, as a guard may look at an object for a while first. What has no place on
+// the ground is followed by its bearing.
 //
 // Times are monotonic microseconds, channels count from 0. No lock: used under the tracker's mutex.
 // A picture allocates nothing but for a new number.
@@ -45,6 +46,7 @@ class People {
   struct Seen {
     std::int32_t id = 0;
     BoxSighting box;
+    bool isSure = true;  // analytics are confident of it
   };
 
   // One picture with everybody in it, followed or not. A frame that comes again is ignored, one
@@ -115,6 +117,7 @@ class People {
   bool isLost(std::int64_t handedOver) const;
   bool wasFollowed(const Chosen& one) const;
   bool isFollowedOneInSight() const;
+  bool isFollowedOneKnown() const;
   bool isOffered(const Chosen& one, std::int64_t handedOver, bool isOneInSight) const;
   void offer(std::int64_t now, std::int64_t at);
   void offerOne(const Chosen& one, std::int32_t priority, std::int64_t now,

@@ -122,6 +122,22 @@ TEST_F(PeopleTest, HeIsLetGoWhenAPictureShowsHimAndNoGuardHandsHimOver) {
   EXPECT_FALSE(choose());
 }
 
+// At a picture's edge nobody is handed over, well as he is seen to go on.
+TEST_F(PeopleTest, IsGoneOnWithWhileTheAnalyticsAreNotSureOfHim) {
+  stand(0, 7, 3.0, 6.0);
+  choose();
+  People::Seen unsure = at(7, 3.0, 6.0);
+  unsure.isSure = false;
+  for (int i = 0; i < 39; ++i) {
+    pass(FRAME);
+    show(0, {unsure}, {});
+    EXPECT_TRUE(choose()) << i;
+  }
+  pass(2 * FRAME);
+  show(0, {unsure}, {});
+  EXPECT_FALSE(choose());
+}
+
 // ---- Who is who ----
 
 TEST_F(PeopleTest, IsGoneOnWithForFourSecondsWhileNoPictureShowsHim) {
@@ -175,6 +191,18 @@ TEST_F(PeopleTest, ANewNumberDoesNotLoseThePlaceInTheChoice) {
   }
   EXPECT_NEAR(people.choose(70.0, -35.0, clock.now(), clock.now())->subject.pan, panOf(-3.5, 2.0),
               2.0);
+}
+
+// He may be the one who is lost, which shows with the next picture.
+TEST_F(PeopleTest, AFirstGlimpseDoesNotEndTheSearchForWhoIsLost) {
+  stand(0, 7, 3.0, 6.0);
+  choose();
+  pass(SECOND);
+  show(0, {at(8, -1.0, 6.0)}, {8});
+  EXPECT_NEAR(chosenPan(), panOf(3.0, 6.0), 1.0);
+  pass(FRAME);
+  show(0, {at(8, -1.0, 6.0)}, {8});
+  EXPECT_NEAR(chosenPan(), (panOf(3.0, 6.0) + panOf(-1.0, 6.0)) / 2.0, 1.0);
 }
 
 TEST_F(PeopleTest, AGuardMayTakeItsTimeOverANewNumber) {
