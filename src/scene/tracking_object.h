@@ -60,6 +60,7 @@ class TrackingObject : public InvariantBox {
 
   std::int32_t getId() const { return id; }
   std::int64_t getFirstSeen() const { return firstSeen; }
+  void setFirstSeen(std::int64_t time) { firstSeen = time; }
   std::int64_t getLastSeen() const { return lastSeen; }
   std::int32_t getMaxWidth() const { return maxWidth; }
   std::int32_t getMaxHeight() const { return maxHeight; }

@@ -72,6 +72,14 @@ void Observations::see(int camera, const ParsedScene& scene) {
   people->see(utils::monotonicTime(), camera - 1, scene.getTimestamp(), focalLength, seenPeople);
 }
 
+std::optional<std::int64_t> Observations::knownSince(int camera, int objectId) const {
+  if (!arePeopleWatched) {
+    return std::nullopt;
+  }
+  const LockGuard lock(mutex);
+  return people ? people->knownSince(camera - 1, objectId) : std::nullopt;
+}
+
 void Observations::track(int camera, int priority, const TrackingObject& object) {
   const LockGuard lock(mutex);
   VideoChannel* channel = videoChannels.getVideoChannel(camera - 1);

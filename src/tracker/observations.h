@@ -39,6 +39,10 @@ class Observations {
   // do so; the first one counts. Nothing while nobody wants to know who is who.
   void see(int camera, const ParsedScene& scene);
 
+  // Since which picture the person whom an object shows has been seen, under whatever numbers;
+  // nothing while nobody wants to know who is who.
+  std::optional<std::int64_t> knownSince(int camera, int objectId) const;
+
   // Takes an observation of an object. Ignored for a camera that was not added; an object that does
   // not fit into the widest view is dropped. priority ranks objects: the higher the more important.
   void track(int camera, int priority, const TrackingObject& object);

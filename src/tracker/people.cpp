@@ -245,6 +245,11 @@ void People::want(std::int32_t channel, std::int32_t id, std::int32_t priority, 
   }
 }
 
+std::optional<std::int64_t> People::knownSince(std::int32_t channel, std::int32_t id) const {
+  const following::Person* person = identities.whoIs(channel, id);
+  return person == nullptr ? std::nullopt : std::optional(person->born);
+}
+
 void People::forgetLost(std::int64_t now) {
   identities.expire(now);
   std::erase_if(wanted, [this](const Wanted& each) {

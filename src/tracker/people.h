@@ -57,6 +57,9 @@ class People {
   // A guard hands over an object of that picture.
   void want(std::int32_t channel, std::int32_t id, std::int32_t priority, std::int64_t time);
 
+  // Since which picture somebody has been known, under whatever numbers; nothing of others.
+  std::optional<std::int64_t> knownSince(std::int32_t channel, std::int32_t id) const;
+
   // The group to follow with the head looking at pan and tilt, as it will be at a time.
   std::optional<FollowedSubject> choose(double pan, double tilt, std::int64_t now, std::int64_t at);
 

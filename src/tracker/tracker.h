@@ -57,6 +57,9 @@ class Tracker : public Thread, private Steering {
   bool addCamera(int camera) { return observations.addCamera(camera); }
   void removeCamera(int camera) { observations.removeCamera(camera); }
   void see(int camera, const ParsedScene& scene) { observations.see(camera, scene); }
+  std::optional<std::int64_t> knownSince(int camera, int objectId) const {
+    return observations.knownSince(camera, objectId);
+  }
   void track(int camera, int profileId, const TrackingObject& object) {
     observations.track(camera, profileId, object);
   }

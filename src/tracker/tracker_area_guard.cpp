@@ -90,12 +90,12 @@ void TrackerAreaGuard::updateObjectsAndTrack(ParsedScene& scene) {
 }
 
 void TrackerAreaGuard::updateObject(const JudgedObject& one) {
-  const auto& [judgedObject, area, passes] = one;
+  const auto& [judgedObject, area, passesItself] = one;
   TrackingObject& object = *judgedObject;
   TrackingObjectExternalData& memory = memoryOf(object);
   const bool wasOnceInside = memory.getBool(ONCE_INSIDE);
   if (area == AreaStatus_e::inside || wasOnceInside) {
-    if (passes) {
+    if (passesItself || passesAsPerson(object)) {
       if (wasOnceInside) {
         memory.insert(ONCE_INSIDE, false);
       }
@@ -109,6 +109,20 @@ void TrackerAreaGuard::updateObject(const JudgedObject& one) {
   if (area == AreaStatus_e::excluded) {
     handleExcludedOrDeletedObjects(object.getId());
   }
+}
+
+// Who is known under other numbers need not live as long again under this one. Of what filters
+// remember only the age goes along.
+bool TrackerAreaGuard::passesAsPerson(TrackingObject& object) const {
+  const std::int64_t firstSeen = object.getFirstSeen();
+  const auto since = tracker.knownSince(camera, object.getId());
+  if (!since || *since >= firstSeen) {
+    return false;
+  }
+  object.setFirstSeen(*since);
+  const bool passes = passesFilters(object);
+  object.setFirstSeen(firstSeen);
+  return passes;
 }
 
 // Each observation is handed over once, even if its frame comes again.

@@ -11,8 +11,9 @@
 #include "tracker/tracker.h"
 
 // An area guard that feeds the tracker: hands it every object that is (or once was) inside the
-// include area and may raise the alarm, and takes back those that are gone, excluded or out of
-// sight.
+// include area and may raise the alarm, or could if it were as old as the person whom it shows
+// (where the tracker tells who is who; the alarm is the object's alone), and takes back those that
+// are gone, excluded or out of sight.
 class TrackerAreaGuard : public AreaGuard {
  public:
   // Holds a reference to the tracker and a use of the camera's channel for its life.
@@ -31,6 +32,7 @@ class TrackerAreaGuard : public AreaGuard {
   void addCameraIfDue() REQUIRES(lock);
   void updateObjectsAndTrack(ParsedScene& scene) REQUIRES(lock);
   void updateObject(const JudgedObject& one) REQUIRES(lock);
+  bool passesAsPerson(TrackingObject& object) const REQUIRES(lock);
   void trackOnce(TrackingObject& object, TrackingObjectExternalData& memory) REQUIRES(lock);
   void handleTrackedObject(std::int32_t profileId, const TrackingObject& object) REQUIRES(lock);
   void handleExcludedOrDeletedObjects(std::int32_t id) REQUIRES(lock);

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "addon/libs/vigil_pack_lib/filters/object_lifetime_filter.h"
 #include "events/dummy_event_producer.h"
 #include "src/tracker/tracker_fixture.h"
 #include "tracker/head_file.h"
@@ -573,5 +574,37 @@ TEST_F(TrackerAreaGuardTest, ObjectsAreSeenBeforeTheyAreHandedOverAndGoneOnWithW
   EXPECT_THAT(tracked(guard), IsEmpty());
   EXPECT_GT(step().at(0).pan, 0.0);  // goes on to where he was
 }
+
+class ShortLivedTest : public TrackerAreaGuardTest, public testing::WithParamInterface<bool> {};
+
+// Somebody is 3 for 0.8 s and 4 from then on; a second after he came he is no short-lived one any
+// more, where the tracker knows that both are he. The alarm is 4's own, and waits.
+TEST_P(ShortLivedTest, WhoIsKnownUnderAnotherNumberNeedNotLiveAsLongAgain) {
+  const bool isPredictive = GetParam();
+  FakeParameters::set("SentrelVideo.Following", isPredictive ? "predictive" : "specified");
+  HeadFile::store("TRK-100", {});
+  head.setUp("TRK-100");
+  startConnected("TRK-100");
+  TrackerAreaGuard& guard = makeGuard();
+  guard.addExclusionFilter(std::make_unique<ObjectLifetimeFilter>(1, true));
+  const auto walk = [&](int id, int pictures) {
+    for (int i = 0; i < pictures; ++i) {
+      see(id, {.tilt = -23.0});
+      frame(guard, {id});
+    }
+  };
+  const auto pictures = static_cast<int>(SECOND * 4 / 5 / STEP);
+  walk(3, pictures);
+  EXPECT_THAT(tracked(guard), IsEmpty());
+  walk(4, pictures / 2);
+  if (isPredictive) {
+    EXPECT_THAT(tracked(guard), ElementsAre(4));
+  } else {
+    EXPECT_THAT(tracked(guard), IsEmpty());
+  }
+  EXPECT_FALSE(guard.isStateEventOngoing());
+}
+
+INSTANTIATE_TEST_SUITE_P(BothWays, ShortLivedTest, testing::Bool());
 
 }  // namespace
