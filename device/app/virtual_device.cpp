@@ -108,7 +108,8 @@ void VirtualDevice::stop() {
 Model VirtualDevice::loadModelOf(const Options& options) {
   const bool isFile =
       options.model.find('/') != std::string::npos || options.model.ends_with(".json");
-  Model model = isFile ? loadModel(options.model) : loadModel(options.models, options.model);
+  Model model = isFile ? loadModelFile(options.model, options.models)
+                       : loadModel(options.models, options.model);
   if (!options.transport.empty()) {
     model.parameters[INTERFACE_VERSION] =
         options.transport == "socket" ? SOCKET_VERSION : MODULE_VERSION;

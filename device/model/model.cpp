@@ -36,8 +36,18 @@ JsonAutoPtr readFile(const std::filesystem::path& file) {
   return json;
 }
 
+std::filesystem::path findBase(const std::filesystem::path& file, const std::string& name,
+                               const std::filesystem::path& otherFolder) {
+  const std::string base = name + ".json";
+  const std::filesystem::path beside = file.parent_path() / base;
+  const bool isElsewhere =
+      !std::filesystem::exists(beside) && std::filesystem::exists(otherFolder / base);
+  return isElsewhere ? otherFolder / base : beside;
+}
+
 // The file laid over its bases.
-JsonAutoPtr readWithBases(const std::filesystem::path& file, int depth = 0) {
+JsonAutoPtr readWithBases(const std::filesystem::path& file,
+                          const std::filesystem::path& otherFolder, int depth = 0) {
   JsonAutoPtr own = readFile(file);
   const json_t* base = json_object_get(own.get(), "base");
   if (!base) {
@@ -50,7 +60,7 @@ JsonAutoPtr readWithBases(const std::filesystem::path& file, int depth = 0) {
     throw ModelError(file.string() + ": base: too many bases, or bases in a circle");
   }
   const std::string name = json_string_value(base);
-  JsonAutoPtr whole = readWithBases(file.parent_path() / (name + ".json"), depth + 1);
+  JsonAutoPtr whole = readWithBases(findBase(file, name, otherFolder), otherFolder, depth + 1);
   if (json_object_update_recursive(whole.get(), own.get()) != 0) {
     throw ModelError(file.string() + ": base: cannot be combined with '" + name + "'");
   }
@@ -387,7 +397,11 @@ bool Model::isMechanical() const {
 }
 
 Model loadModel(const std::filesystem::path& file) {
-  const JsonAutoPtr json = readWithBases(file);
+  return loadModelFile(file, file.parent_path());
+}
+
+Model loadModelFile(const std::filesystem::path& file, const std::filesystem::path& otherFolder) {
+  const JsonAutoPtr json = readWithBases(file, otherFolder);
   Model model = readModel(Section(json.get(), file.string()));
   model.name = file.stem().string();
   return model;

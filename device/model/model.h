@@ -42,6 +42,9 @@ struct Model {
 // replaces what it names itself. Throws ModelError.
 Model loadModel(const std::filesystem::path& file);
 
+// The same for a file elsewhere: a base that is not beside it is one of the other folder.
+Model loadModelFile(const std::filesystem::path& file, const std::filesystem::path& otherFolder);
+
 // Reads FOLDER/NAME.json; the error of an unknown name lists the known ones. Throws ModelError.
 Model loadModel(const std::filesystem::path& folder, const std::string& name);
 

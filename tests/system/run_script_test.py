@@ -1,5 +1,6 @@
 """What script/run promises beside the following itself."""
 
+import json
 import pathlib
 import subprocess
 import tempfile
@@ -7,6 +8,7 @@ import tempfile
 from namespace import REPOSITORY
 from run_script import RunTest
 
+CONFIGURATIONS = REPOSITORY / "device" / "models" / "configurations"
 
 BUILD = """rule touch
   command = touch $out
@@ -77,6 +79,33 @@ class RunScriptTest(RunTest):
 
     def output_with(self, build):
         return self.run_with(build).stdout
+
+    def test_model_file_elsewhere_stands_on_a_model_of_the_repository(self):
+        own = self.write_model({"base": "compass", "head": {"product": "OWN-100"}})
+        self.assertNotIn("unable to open", self.run_for(2, "--model", own).text())
+        self.assertEqual("own", self.read_report()["model"])
+        # The daemon's own default: no configuration stands beside the file.
+        self.assertEqual([True, False, False, False], self.active_cameras())
+
+    def test_model_file_elsewhere_has_the_configuration_beside_it(self):
+        own = self.write_model({"base": "compass", "head": {"product": "OWN-100"}})
+        beside = own.parent / "configurations" / own.name
+        beside.parent.mkdir()
+        document = json.loads((CONFIGURATIONS / "compass.json").read_text(encoding="utf-8"))
+        document["params"]["cameras"][0]["active"] = False
+        beside.write_text(json.dumps(document), encoding="utf-8")
+        self.run_for(2, "--model", own)
+        self.assertEqual([False, True, True, True], self.active_cameras())
+
+    def write_model(self, model):
+        path = self.folder / "models" / "own.json"
+        path.parent.mkdir()
+        path.write_text(json.dumps(model), encoding="utf-8")
+        return path
+
+    def active_cameras(self):
+        stored = json.loads((self.state / "config.json").read_text(encoding="utf-8"))
+        return [camera["active"] for camera in stored["params"]["cameras"]]
 
     def test_unknown_option_is_refused(self):
         result = subprocess.run([REPOSITORY / "script" / "run", "--no-such-option"],

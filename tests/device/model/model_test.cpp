@@ -401,6 +401,24 @@ TEST_F(ModelFileTest, ReplacesWhatItNamesAndKeepsTheRestOfItsBase) {
   EXPECT_EQ(model.parameters.at("root.Image.I0.Appearance.Resolution"), "1280x720");
 }
 
+TEST_F(ModelFileTest, ABaseThatIsNotBesideTheFileIsOneOfTheOtherFolder) {
+  const std::filesystem::path elsewhere = folder / "elsewhere";
+  std::filesystem::create_directories(elsewhere);
+  write("elsewhere/own", R"({"base": "fixed", "head": {"pan": {"speed": 60}}})");
+  const Model model = loadModelFile(elsewhere / "own.json", folder);
+  EXPECT_EQ(model.name, "own");
+  EXPECT_DOUBLE_EQ(model.head.pan.speed, 60);
+  EXPECT_EQ(model.parameters.at("root.Brand.ProdNbr"), "OV-1000");
+}
+
+TEST_F(ModelFileTest, ABaseBesideTheFileComesBeforeThatOfTheOtherFolder) {
+  const std::filesystem::path elsewhere = folder / "elsewhere";
+  std::filesystem::create_directories(elsewhere);
+  write("elsewhere/fixed", R"({"base": "ideal", "about": "Another fixed one."})");
+  write("elsewhere/own", R"({"base": "fixed"})");
+  EXPECT_EQ(loadModelFile(elsewhere / "own.json", folder).about, "Another fixed one.");
+}
+
 TEST_F(ModelFileTest, HeadParametersOfTheFileWin) {
   write("own", R"({"base": "perfect",
                    "head": {"parameters": {"ImageSource.I0.Sensor.AspectRatio": ""}}})");
