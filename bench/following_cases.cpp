@@ -2,7 +2,6 @@
 // an axis.
 #include <cmath>
 #include <memory>
-#include <numbers>
 #include <string>
 #include <vector>
 

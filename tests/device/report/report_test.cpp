@@ -8,7 +8,6 @@
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <memory>
 #include <set>
 #include <sstream>
@@ -279,8 +278,9 @@ TEST_F(ReportFileTest, WhatGnuplotSaysIsPassedOn) {
 }
 
 TEST_F(ReportFileTest, AReportThatCannotBeWrittenIsAnError) {
-  std::ofstream(folder.string()) << "a file where the folder should be";
-  EXPECT_THROW(runningReport().write(folder), std::runtime_error);
+  const std::string file = (folder / "report").string();
+  writeText(file, "a file where the folder should be");
+  EXPECT_THROW(runningReport().write(file), std::runtime_error);
 }
 
 }  // namespace
