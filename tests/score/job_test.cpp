@@ -114,6 +114,16 @@ TEST(JobTest, ALinkThatIsTooSlowIsNotTunedButFollows) {
   EXPECT_GT(result.runs.at(0).followed.motion.startsPerSecond, 0);
 }
 
+TEST(JobTest, WhereTheRelayFailsTheHeadIsIdentifiedAllTheSameAndCountsAsTuned) {
+  JobOptions options = sceneOptions("slow-link", 5);
+  options.following = "predictive";
+  const JobResult result = runJob(options);
+  EXPECT_FALSE(result.tuning.succeeded.value());
+  EXPECT_EQ(1, result.tuning.unsuccessful);
+  EXPECT_TRUE(result.tuning.identified.value());
+  EXPECT_NE(std::string::npos, toJson(result).find(R"("tuned":true)"));
+}
+
 // As the virtual device has it: it boots and tunes while people walk, and counts from then on.
 TEST(JobTest, FromTheStartTheScoreBeginsWithTheTuningsEnd) {
   JobOptions options = sceneOptions("ideal", 60);
