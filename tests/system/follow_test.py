@@ -21,6 +21,7 @@ RECORDINGS = REPOSITORY.parent / "shared" / "data" / "pedestrians"
 # of the time in which somebody is there, and half of the time the followed one is nearer to the axis
 # than that. A head that is parked at home recognises nobody at all there, and is 16 degrees off and more.
 LEAST_RECOGNISED = 0.08
+LEAST_RECOGNISED_BY_PREDICTION = 0.45
 MOST_MEDIAN_ERROR = 8  # degrees
 # The same on a device without a flaw.
 LEAST_RECOGNISED_PERFECTLY = 0.60
@@ -223,6 +224,8 @@ class PredictiveFollowTest(FollowTest):
         self.assert_goes_home(run)
         # Of several people it frames all, so that how far it is off one of them says little.
         recognised = report["score"]["density"]["recognised"]["share"]
-        self.assertGreaterEqual(recognised, LEAST_RECOGNISED, report["score"])
+        self.assertGreaterEqual(recognised, LEAST_RECOGNISED_BY_PREDICTION, report["score"])
+        print(f"measured: recognised for {recognised:.2f} of the time", flush=True)
+        self.assertIs(True, report["tuning"]["identified"])
         self.assertEqual(["head.json"], [file.name for file in self.state.glob("head*")])
         self.assertIn("The head answers after", (self.report / "syslog.txt").read_text())
