@@ -419,7 +419,7 @@ TEST_F(ModelFileTest, ReplacesWhatItNamesAndKeepsTheRestOfItsBase) {
 TEST_F(ModelFileTest, ABaseThatIsNotBesideTheFileIsOneOfTheOtherFolder) {
   const std::filesystem::path elsewhere = folder / "elsewhere";
   std::filesystem::create_directories(elsewhere);
-  write("elsewhere/own", R"({"base": "fixed", "head": {"pan": {"speed": 60}}})");
+  write("elsewhere/own", R"({"base": "perfect", "head": {"pan": {"speed": 60}}})");
   const Model model = loadModelFile(elsewhere / "own.json", folder);
   EXPECT_EQ(model.name, "own");
   EXPECT_DOUBLE_EQ(model.head.pan.speed, 60);
