@@ -39,6 +39,10 @@ add_library(device_onvif STATIC
 target_include_directories(device_onvif PUBLIC ${CMAKE_CURRENT_LIST_DIR})
 target_link_libraries(device_onvif PRIVATE sentrel_options PkgConfig::LIBXML PkgConfig::GLIB)
 
+# Video for clients: the server, and the pipelines that it makes. Its plugins are loaded one by one.
+pkg_check_modules(GST_RTSP REQUIRED IMPORTED_TARGET GLOBAL gstreamer-rtsp-server-1.0 gstreamer-app-1.0)
+pkg_get_variable(GSTREAMER_PLUGINS gstreamer-1.0 pluginsdir)
+
 add_library(device_services STATIC
   services/bus.cpp
   services/console.cpp
@@ -63,6 +67,9 @@ add_library(device_services STATIC
   onvif_server/pull_points.cpp
   onvif_server/soap_server.cpp
   onvif_server/token_book.cpp
+  rtsp/picture_streams.cpp
+  rtsp/rtsp_server.cpp
+  rtsp/stream_feeds.cpp
   services/parameter_service.cpp
   services/periodic_timer.cpp
   services/ptz_service.cpp
@@ -93,10 +100,11 @@ target_include_directories(device_services PUBLIC ${CMAKE_CURRENT_LIST_DIR})
 set(SENTREL_DEVICE_DATA ${CMAKE_CURRENT_LIST_DIR} CACHE STRING
     "Where the virtual device looks for its models and its page, unless it is told otherwise")
 target_compile_definitions(device_services PRIVATE DEVICE_MODELS="${SENTREL_DEVICE_DATA}/models"
-                                                   DEVICE_WEB="${SENTREL_DEVICE_DATA}/web")
+                                                   DEVICE_WEB="${SENTREL_DEVICE_DATA}/web"
+                                                   GSTREAMER_PLUGINS="${GSTREAMER_PLUGINS}")
 target_link_libraries(device_services PUBLIC device_core device_offers device_onvif PkgConfig::GLIB
                                              PkgConfig::SOUP
-                                             PkgConfig::JANSSON
+                                             PkgConfig::JANSSON PkgConfig::GST_RTSP
                                       PRIVATE sentrel_options device_dbus ovhttp_wire
                                               PkgConfig::MOSQUITTO Threads::Threads)
 

@@ -10,15 +10,16 @@ namespace {
 
 constexpr int LONGER_SIDE = 1280;  // pixels
 
-// Even, as encoders want it.
-int evenSide(double pixels) {
-  return 2 * static_cast<int>(std::lround(pixels / 2));
+// Of whole blocks, as encoders want it.
+int blockSide(double pixels) {
+  constexpr int BLOCK = 8;  // pixels
+  return BLOCK * static_cast<int>(std::lround(pixels / BLOCK));
 }
 
 CameraProfile scaled(CameraProfile profile, double width, double height) {
   const double scale = LONGER_SIDE / std::max(width, height);
-  profile.width = evenSide(width * scale);
-  profile.height = evenSide(height * scale);
+  profile.width = blockSide(width * scale);
+  profile.height = blockSide(height * scale);
   return profile;
 }
 

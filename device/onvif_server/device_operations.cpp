@@ -88,7 +88,7 @@ Tag capabilities(const Request& request) {
   if (isAll || wanted == "Media") {
     list.add(Tag("tt:Media", xaddr(ns::MEDIA),
                  Tag("tt:StreamingCapabilities", Tag("tt:RTPMulticast", false),
-                     Tag("tt:RTP_TCP", false), Tag("tt:RTP_RTSP_TCP", false))));
+                     Tag("tt:RTP_TCP", false), Tag("tt:RTP_RTSP_TCP", true))));
   }
   if (isAll || wanted == "PTZ") {
     list.add(Tag("tt:PTZ", xaddr(ns::PTZ)));

@@ -89,7 +89,7 @@ void MediaOperations::addMedia1(Operations& operations) {
         return Tag("trt:GetServiceCapabilitiesResponse",
                    Tag("trt:Capabilities", Attribute("SnapshotUri", true),
                        Tag("trt:ProfileCapabilities", Attribute("MaximumNumberOfProfiles", 0)),
-                       Tag("trt:StreamingCapabilities")));
+                       Tag("trt:StreamingCapabilities", Attribute("RTP_RTSP_TCP", true))));
       },
       Access::anybody);
   add("GetProfiles", [this](const Request&) {
@@ -156,7 +156,8 @@ void MediaOperations::addMedia2(Operations& operations) {
                    Tag("tr2:Capabilities", Attribute("SnapshotUri", true),
                        Tag("tr2:ProfileCapabilities", Attribute("MaximumNumberOfProfiles", 0),
                            Attribute("ConfigurationsSupported", "VideoSource VideoEncoder PTZ")),
-                       Tag("tr2:StreamingCapabilities")));
+                       Tag("tr2:StreamingCapabilities", Attribute("RTSPStreaming", true),
+                           Attribute("RTP_RTSP_TCP", true))));
       },
       Access::anybody);
   add("GetProfiles", [this](const Request& request) { return profiles2(request); });

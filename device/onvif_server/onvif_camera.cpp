@@ -44,10 +44,14 @@ OnvifCamera::OnvifCamera(const OnvifOptions& options, OnvifSources given)
     : sources(std::move(given)),
       profiles(cameraProfiles(sources.model, sources.world)),
       server(options, operations),
+      streams(streamOptions(options), streamSetups(),
+              [this](std::size_t stream) { return sceneOf(profiles[stream]); }),
       identity(identityOf(sources.model, server.port())),
       device(identity),
       media(profiles, sources.model.head,
-            [](const CameraProfile&, const std::string&) { return ""; }),
+            [this](const CameraProfile& profile, const std::string& host) {
+              return streamUri(profile, host);
+            }),
       ptz(profiles, sources.drive, g_get_real_time),
       events(sources.events) {
   device.addTo(operations);
@@ -80,6 +84,10 @@ std::optional<std::string> OnvifCamera::snapshot(const std::string& token) {
 }
 
 std::string OnvifCamera::paintedFor(const CameraProfile& profile) const {
+  return jpegOf(paint(cameraOf(profile), people(), profile.width, profile.height));
+}
+
+std::vector<Person> OnvifCamera::people() const {
   std::vector<Person> people;
   for (const PersonView& view : sources.world.people(sources.seconds())) {
     Person& person = people.emplace_back();
@@ -87,7 +95,32 @@ std::string OnvifCamera::paintedFor(const CameraProfile& profile) const {
     person.position = view.position;
     person.height = view.tall;
   }
-  return jpegOf(paint(cameraOf(profile), std::move(people), profile.width, profile.height));
+  return people;
+}
+
+StreamOptions OnvifCamera::streamOptions(const OnvifOptions& options) const {
+  return {.address = options.address,
+          .port = options.port == 0 ? std::uint16_t{0} : STREAM_PORT,
+          .user = options.user,
+          .framesPerSecond = FRAMES_PER_SECOND};
+}
+
+std::vector<StreamSetup> OnvifCamera::streamSetups() const {
+  std::vector<StreamSetup> setups;
+  for (const CameraProfile& profile : profiles) {
+    setups.push_back({profile.token, profile.width, profile.height});
+  }
+  return setups;
+}
+
+StreamScene OnvifCamera::sceneOf(const CameraProfile& profile) const {
+  return {cameraOf(profile), people(), g_get_monotonic_time()};
+}
+
+// The host's name without its port.
+std::string OnvifCamera::streamUri(const CameraProfile& profile, const std::string& host) const {
+  const std::string name = host.substr(0, host.rfind(':'));
+  return "rtsp://" + name + ':' + std::to_string(streams.port()) + '/' + profile.token;
 }
 
 // As the camera really hangs, and the head really looks.

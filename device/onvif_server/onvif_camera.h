@@ -18,6 +18,7 @@
 #include "onvif_server/operations.h"
 #include "onvif_server/ptz_operations.h"
 #include "onvif_server/soap_server.h"
+#include "rtsp/picture_streams.h"
 #include "services/event_service.h"
 #include "services/head_drive.h"
 #include "world/world.h"
@@ -38,6 +39,9 @@ struct OnvifSources {
 // of the main loop only.
 class OnvifCamera {
  public:
+  // Of RTSP; a free one when it is taken, or when that of the services is to be any free one.
+  static constexpr std::uint16_t STREAM_PORT = 8554;
+
   // A picture takes the main loop a while; whoever asks more often is given the same one.
   static constexpr double SHOT_PERIOD = 0.5;  // seconds
 
@@ -60,6 +64,11 @@ class OnvifCamera {
   std::optional<std::string> snapshot(const std::string& token);
   std::string paintedFor(const CameraProfile& profile) const;
   OverviewCamera cameraOf(const CameraProfile& profile) const;
+  std::vector<Person> people() const;
+  StreamOptions streamOptions(const OnvifOptions& options) const;
+  std::vector<StreamSetup> streamSetups() const;
+  StreamScene sceneOf(const CameraProfile& profile) const;
+  std::string streamUri(const CameraProfile& profile, const std::string& host) const;
   void beFound();
 
   OnvifSources sources;
@@ -67,6 +76,7 @@ class OnvifCamera {
   std::map<std::string, Shot> shots;  // the last of each profile, by its token
   Operations operations;
   SoapServer server;  // the services hold on to its requests, and so go before it
+  PictureStreams streams;
   DeviceIdentity identity;
   DeviceOperations device;
   MediaOperations media;

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdint>
 #include <optional>
+#include <utility>
 
 #include "world/direction.h"
 #include "world/silhouette.h"
@@ -96,15 +97,6 @@ Colour sightColour(const SpacePoint& eye, const SpacePoint& sight) {
   return groundAt(eye.x + sight.x * way, eye.y + sight.y * way, way);
 }
 
-void paintGround(const OverviewCamera& camera, Picture* picture) {
-  const Sights sights(camera, picture->getWidth(), picture->getHeight());
-  for (int y = 0; y < picture->getHeight(); ++y) {
-    for (int x = 0; x < picture->getWidth(); ++x) {
-      picture->at(x, y) = sightColour(camera.getSetup().position, sights.at(x, y));
-    }
-  }
-}
-
 // Calls back with each row of the outline and the places of its crossings, from left to right.
 template <typename Row>
 void eachRow(const std::vector<PicturePoint>& outline, const Picture& picture, Row row) {
@@ -173,11 +165,32 @@ void paintPerson(const OverviewCamera& camera, const Person& person, Picture* pi
   });
 }
 
+// Steps of brightness, most of them small; longer than any row, so that a row begins anywhere.
+std::vector<int> makeNoise(std::size_t count) {
+  constexpr int MOST = 3;  // steps of each of two chances
+  std::vector<int> steps;
+  for (std::size_t i = 0; i < count; ++i) {
+    const auto x = static_cast<double>(i);
+    const double sum = noiseAt(x, 0, 1) + noiseAt(x, 1, 1) - 1;
+    steps.push_back(static_cast<int>(std::lround(sum * MOST)));
+  }
+  return steps;
+}
+
 }  // namespace
 
-Picture paint(const OverviewCamera& camera, std::vector<Person> people, int width, int height) {
+Picture paintGround(const OverviewCamera& camera, int width, int height) {
   Picture picture(width, height);
-  paintGround(camera, &picture);
+  const Sights sights(camera, width, height);
+  for (int y = 0; y < height; ++y) {
+    for (int x = 0; x < width; ++x) {
+      picture.at(x, y) = sightColour(camera.getSetup().position, sights.at(x, y));
+    }
+  }
+  return picture;
+}
+
+void paintPeople(const OverviewCamera& camera, std::vector<Person> people, Picture* picture) {
   const SpacePoint& eye = camera.getSetup().position;
   const auto distance = [&](const Person& person) {
     return std::hypot(person.position.x - eye.x, person.position.y - eye.y);
@@ -185,11 +198,34 @@ Picture paint(const OverviewCamera& camera, std::vector<Person> people, int widt
   std::sort(people.begin(), people.end(),
             [&](const Person& a, const Person& b) { return distance(a) > distance(b); });
   for (const Person& person : people) {
-    paintShadow(camera, person, &picture);
+    paintShadow(camera, person, picture);
   }
   for (const Person& person : people) {
-    paintPerson(camera, person, &picture);
+    paintPerson(camera, person, picture);
   }
+}
+
+void addNoise(std::uint32_t seed, Picture* picture) {
+  constexpr int STARTS = 4096;
+  const auto width = static_cast<std::size_t>(picture->getWidth());
+  static const std::vector<int> s_steps = makeNoise(STARTS + 4096);
+  for (int y = 0; y < picture->getHeight(); ++y) {
+    const double chance = noiseAt(static_cast<double>(seed % 65536), y, 1);
+    const auto start = static_cast<std::size_t>(chance * (STARTS - 1));
+    Colour* row = &picture->at(0, y);
+    for (std::size_t x = 0; x < width; ++x) {
+      const int step = s_steps[start + x % 4096];
+      const auto change = [&](std::uint8_t value) {
+        return static_cast<std::uint8_t>(std::clamp(value + step, 0, 255));
+      };
+      row[x] = {change(row[x].red), change(row[x].green), change(row[x].blue)};
+    }
+  }
+}
+
+Picture paint(const OverviewCamera& camera, std::vector<Person> people, int width, int height) {
+  Picture picture = paintGround(camera, width, height);
+  paintPeople(camera, std::move(people), &picture);
   return picture;
 }
 

@@ -99,6 +99,18 @@ TEST_F(OnvifCameraTest, PictureNeedsTheUser) {
   EXPECT_EQ(200, WebClient(camera->port()).get(PATH, login.line("GET", PATH, nonce)).status);
 }
 
+TEST_F(OnvifCameraTest, StreamIsAtTheHostThatTheClientCalls) {
+  start("127.0.0.1");
+  WebClient client(camera->port());
+  client.request("POST", "/onvif/media_service",
+                 "<s:Envelope xmlns:s=\"http://www.w3.org/2003/05/soap-envelope\"><s:Body>"
+                 "<GetStreamUri xmlns=\"http://www.onvif.org/ver20/media/wsdl\">"
+                 "<ProfileToken>overview2</ProfileToken></GetStreamUri></s:Body></s:Envelope>");
+  const WebResponse response = client.response();
+  EXPECT_EQ(200, response.status);
+  EXPECT_THAT(response.body, testing::ContainsRegex("rtsp://127.0.0.1:[0-9]+/overview2<"));
+}
+
 TEST_F(OnvifCameraTest, WithoutDiscoveryItGoesOn) {
   start("::1");
   EXPECT_THAT(camera->url(), StartsWith("http://[::1]:"));

@@ -125,5 +125,50 @@ TEST(PainterTest, JpegHasThePicturesSize) {
   EXPECT_NE(std::string::npos, file.find(std::string("\x08\x00\xB4\x01\x40\x03", 6)));
 }
 
+int brightness(const Picture& picture) {
+  int sum = 0;
+  for (int y = 0; y < picture.getHeight(); ++y) {
+    for (int x = 0; x < picture.getWidth(); ++x) {
+      sum += picture.at(x, y).green;
+    }
+  }
+  return sum;
+}
+
+TEST(PainterTest, NoiseIsSlightAndOtherInEachPicture) {
+  const Picture clean = paint(cameraOf(-35), {}, WIDTH, HEIGHT);
+  Picture first = clean;
+  Picture second = clean;
+  addNoise(1, &first);
+  addNoise(2, &second);
+  int changed = 0;
+  int different = 0;
+  for (int y = 0; y < HEIGHT; ++y) {
+    for (int x = 0; x < WIDTH; ++x) {
+      const int step = first.at(x, y).red - clean.at(x, y).red;
+      EXPECT_LE(std::abs(step), 3);
+      changed += step != 0 ? 1 : 0;
+      different += first.at(x, y) == second.at(x, y) ? 0 : 1;
+    }
+  }
+  constexpr int ALL = WIDTH * HEIGHT;
+  EXPECT_GT(changed, ALL / 2);
+  EXPECT_GT(different, ALL / 2);
+  EXPECT_NEAR(brightness(clean), brightness(first), 0.2 * ALL);
+}
+
+TEST(PainterTest, GroundAndPeopleTogetherAreThePicture) {
+  const OverviewCamera camera = cameraOf(-35);
+  const std::vector<Person> people = {personAt(0, 8), personAt(2, 10)};
+  Picture steps = paintGround(camera, WIDTH, HEIGHT);
+  paintPeople(camera, people, &steps);
+  const Picture whole = paint(camera, people, WIDTH, HEIGHT);
+  for (int y = 0; y < HEIGHT; ++y) {
+    for (int x = 0; x < WIDTH; ++x) {
+      ASSERT_EQ(whole.at(x, y), steps.at(x, y)) << x << ' ' << y;
+    }
+  }
+}
+
 }  // namespace
 }  // namespace device

@@ -1,0 +1,109 @@
+#include "rtsp/picture_streams.h"
+
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "picture/jpeg.h"
+#include "picture/painter.h"
+
+namespace device {
+namespace {
+
+constexpr std::int64_t SECOND = 1000000;           // microseconds
+constexpr std::int64_t NANOSECONDS_IN_ONE = 1000;  // microsecond
+constexpr int JPEG_QUALITY = 80;
+
+// The ground of a camera that stays where it is, is painted once.
+class Canvas {
+ public:
+  const Picture& paint(const StreamScene& scene, const StreamSetup& setup) {
+    const OverviewCameraSetup& now = scene.camera.getSetup();
+    if (!ground || now.pan != pan || now.tilt != tilt || now.horizontalFov != width) {
+      ground = paintGround(scene.camera, setup.width, setup.height);
+      pan = now.pan;
+      tilt = now.tilt;
+      width = now.horizontalFov;
+    }
+    picture = ground;
+    paintPeople(scene.camera, scene.people, &*picture);
+    addNoise(static_cast<std::uint32_t>(scene.time), &*picture);
+    return *picture;
+  }
+
+ private:
+  std::optional<Picture> ground;
+  std::optional<Picture> picture;
+  double pan = 0;
+  double tilt = 0;
+  double width = 0;
+};
+
+// False before the pipeline runs.
+bool stamp(GstBuffer* buffer, GstAppSrc* source, std::int64_t time) {
+  const GObjectPtr<GstClock> clock(gst_element_get_clock(GST_ELEMENT(source)));
+  const auto start = static_cast<std::int64_t>(gst_element_get_base_time(GST_ELEMENT(source)));
+  const std::int64_t since = time * NANOSECONDS_IN_ONE - start;
+  if (!clock || since < 0) {
+    return false;
+  }
+  GST_BUFFER_PTS(buffer) = static_cast<GstClockTime>(since);
+  return true;
+}
+
+void send(GstAppSrc* source, const void* data, std::size_t size, std::int64_t time) {
+  GstBuffer* buffer = gst_buffer_new_allocate(nullptr, size, nullptr);
+  gst_buffer_fill(buffer, 0, data, size);
+  if (stamp(buffer, source, time)) {
+    gst_app_src_push_buffer(source, buffer);  // takes it
+  } else {
+    gst_buffer_unref(buffer);
+  }
+}
+
+void send(const Picture& picture, const StreamTask& task) {
+  std::string jpeg;
+  for (const StreamEntry& entry : task.entries) {
+    if (entry.codec == StreamCodec::jpeg) {
+      jpeg = jpeg.empty() ? jpegOf(picture, JPEG_QUALITY) : jpeg;
+      send(entry.source.get(), jpeg.data(), jpeg.size(), task.scene.time);
+    } else {
+      const std::size_t size = sizeof(Colour) * static_cast<std::size_t>(picture.getWidth()) *
+                               static_cast<std::size_t>(picture.getHeight());
+      send(entry.source.get(), &picture.at(0, 0), size, task.scene.time);
+    }
+  }
+}
+
+}  // namespace
+
+PictureStreams::PictureStreams(const StreamOptions& options, std::vector<StreamSetup> setups,
+                               SceneOf source)
+    : streams(std::move(setups)),
+      sceneOf(std::move(source)),
+      feeds(std::make_shared<StreamFeeds>(streams.size())),
+      server(options, streams, feeds),
+      painter([this] { paintAll(); }),
+      timer(SECOND / options.framesPerSecond, [this] { takeScenes(); }) {}
+
+PictureStreams::~PictureStreams() {
+  feeds->end();
+  painter.join();
+}
+
+void PictureStreams::takeScenes() {
+  for (std::size_t i = 0; i < streams.size(); ++i) {
+    if (feeds->isWatched(i)) {
+      feeds->put(i, sceneOf(i));
+    }
+  }
+}
+
+void PictureStreams::paintAll() const {
+  std::vector<Canvas> canvases(streams.size());
+  while (const std::optional<StreamTask> task = feeds->take()) {
+    send(canvases[task->stream].paint(task->scene, streams[task->stream]), *task);
+  }
+}
+
+}  // namespace device

@@ -1,0 +1,48 @@
+#ifndef DEVICE_RTSP_PICTURE_STREAMS_H
+#define DEVICE_RTSP_PICTURE_STREAMS_H
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <thread>
+#include <vector>
+
+#include "rtsp/rtsp_server.h"
+#include "rtsp/stream_feeds.h"
+#include "services/periodic_timer.h"
+
+namespace device {
+
+// Offers pictures by RTSP. A stream is painted and encoded once for all who watch it, and not at
+// all while nobody does. Scenes are asked for in the main loop; painting has a thread of its own.
+class PictureStreams {
+ public:
+  // Called from the main loop, with the number of the stream.
+  using SceneOf = std::function<StreamScene(std::size_t stream)>;
+
+  // Throws std::runtime_error when it cannot listen, or a part of GStreamer is missing.
+  PictureStreams(const StreamOptions& options, std::vector<StreamSetup> setups, SceneOf source);
+  PictureStreams(const PictureStreams&) = delete;
+  PictureStreams& operator=(const PictureStreams&) = delete;
+
+  // Ends all sessions.
+  ~PictureStreams();
+
+  std::uint16_t port() const { return server.port(); }
+
+ private:
+  void takeScenes();
+  void paintAll() const;
+
+  std::vector<StreamSetup> streams;
+  SceneOf sceneOf;
+  std::shared_ptr<StreamFeeds> feeds;  // with the media, which end in their own time
+  RtspServer server;
+  std::thread painter;
+  PeriodicTimer timer;
+};
+
+}  // namespace device
+
+#endif

@@ -1,0 +1,189 @@
+#include "rtsp/rtsp_server.h"
+
+#include <array>
+#include <stdexcept>
+#include <utility>
+
+namespace device {
+namespace {
+
+constexpr char ROLE[] = "user";
+constexpr char ENTRY[] = "entry";
+constexpr guint CLEANING_PERIOD = 2000;  // milliseconds
+constexpr unsigned MOST_WAITING = 2;     // pictures before an encoder
+constexpr int KILOBITS_PER_SECOND = 4096;
+
+// Without the library's search through all that is installed, which takes a second or more.
+void startGStreamer() {
+  std::string load = "--gst-plugin-load=";
+  for (const char* name :
+       {"coreelements", "app", "videoconvertscale", "x264", "rtp", "rtpmanager", "udp", "tcp"}) {
+    load +=
+        std::string(load.back() == '=' ? "" : ",") + GSTREAMER_PLUGINS + "/libgst" + name + ".so";
+  }
+  std::string program = "virtual_device";
+  std::string disable = "--gst-disable-registry-update";
+  std::array<char*, 4> arguments = {program.data(), disable.data(), load.data(), nullptr};
+  int count = 3;
+  char** words = arguments.data();
+  ErrorSlot error;
+  if (gst_init_check(&count, &words, error.out()) == FALSE) {
+    throw std::runtime_error("GStreamer: " + error.message());
+  }
+  for (const char* element : {"appsrc", "videoconvert", "x264enc", "rtph264pay", "rtpjpegpay",
+                              "rtpbin", "appsink", "multiudpsink"}) {
+    const GObjectPtr<GstElementFactory> factory(gst_element_factory_find(element));
+    if (!factory) {
+      throw std::runtime_error(std::string("GStreamer has no element ") + element);
+    }
+  }
+}
+
+std::string launchLine(StreamCodec codec, int framesPerSecond) {
+  const std::string entry = std::string("appsrc name=") + ENTRY;
+  if (codec == StreamCodec::jpeg) {
+    return "( " + entry + " ! rtpjpegpay name=pay0 pt=26 )";
+  }
+  return "( " + entry +
+         " ! videoconvert ! video/x-raw,format=I420"
+         " ! x264enc tune=zerolatency speed-preset=ultrafast threads=1 bitrate=" +
+         std::to_string(KILOBITS_PER_SECOND) + " key-int-max=" + std::to_string(framesPerSecond) +
+         " ! video/x-h264,profile=constrained-baseline"
+         " ! rtph264pay name=pay0 pt=96 config-interval=-1 )";
+}
+
+using CapsPtr = std::unique_ptr<GstCaps, GDeleter<gst_caps_unref>>;
+
+CapsPtr capsOf(const StreamSetup& setup, StreamCodec codec, int framesPerSecond) {
+  const bool isJpeg = codec == StreamCodec::jpeg;
+  CapsPtr caps(gst_caps_new_simple(isJpeg ? "image/jpeg" : "video/x-raw", "width", G_TYPE_INT,
+                                   setup.width, "height", G_TYPE_INT, setup.height, "framerate",
+                                   GST_TYPE_FRACTION, framesPerSecond, 1, nullptr));
+  if (!isJpeg) {
+    gst_caps_set_simple(caps.get(), "format", G_TYPE_STRING, "RGB", nullptr);
+  }
+  return caps;
+}
+
+// What belongs to the media of one place; lives as long as their factory.
+struct Place {
+  std::size_t stream;
+  StreamCodec codec;
+  CapsPtr caps;
+  std::shared_ptr<StreamFeeds> feeds;
+
+  static void free(gpointer data, GClosure*) { delete static_cast<Place*>(data); }
+};
+
+struct Opened {
+  GObjectPtr<GstAppSrc> source;
+  std::shared_ptr<StreamFeeds> feeds;
+
+  static void free(gpointer data, GClosure*) { delete static_cast<Opened*>(data); }
+};
+
+void mediaEnded(GstRTSPMedia*, gpointer data) {
+  const auto* opened = static_cast<Opened*>(data);
+  opened->feeds->close(opened->source.get());
+}
+
+void mediaMade(GstRTSPMediaFactory*, GstRTSPMedia* media, gpointer data) {
+  const auto* place = static_cast<Place*>(data);
+  const GObjectPtr<GstElement> pipeline(gst_rtsp_media_get_element(media));
+  GObjectPtr<GstAppSrc> source(
+      GST_APP_SRC(gst_bin_get_by_name_recurse_up(GST_BIN(pipeline.get()), ENTRY)));
+  g_object_set(source.get(), "caps", place->caps.get(), "format", GST_FORMAT_TIME, "is-live", TRUE,
+               "block", FALSE, "max-buffers", guint64{MOST_WAITING}, "leaky-type",
+               GST_APP_LEAKY_TYPE_DOWNSTREAM, nullptr);
+  auto* opened = new Opened{
+      GObjectPtr<GstAppSrc>(static_cast<GstAppSrc*>(g_object_ref(source.get()))), place->feeds};
+  g_signal_connect_data(media, "unprepared", G_CALLBACK(mediaEnded), opened, Opened::free,
+                        GConnectFlags{});
+  place->feeds->open({place->stream, place->codec, std::move(source)});
+}
+
+}  // namespace
+
+RtspServer::RtspServer(const StreamOptions& options, const std::vector<StreamSetup>& streams,
+                       std::shared_ptr<StreamFeeds> feeds)
+    : context(g_main_context_new()), loop(g_main_loop_new(context.get(), FALSE)) {
+  startGStreamer();
+  server.reset(gst_rtsp_server_new());
+  for (std::size_t i = 0; i < streams.size(); ++i) {
+    addStream(options, streams[i], i, StreamCodec::h264, feeds);
+    addStream(options, streams[i], i, StreamCodec::jpeg, feeds);
+  }
+  if (options.user) {
+    askForUser(*options.user);
+  }
+  listen(options);
+  const GObjectPtr<GstRTSPSessionPool> sessions(gst_rtsp_server_get_session_pool(server.get()));
+  gst_rtsp_session_pool_set_max_sessions(sessions.get(), MOST_SESSIONS);
+  cleaner.reset(g_timeout_source_new(CLEANING_PERIOD));
+  g_source_set_callback(cleaner.get(), cleanUp, this, nullptr);
+  g_source_attach(cleaner.get(), context.get());
+  thread = std::thread([this] { g_main_loop_run(loop.get()); });
+}
+
+RtspServer::~RtspServer() {
+  g_main_loop_quit(loop.get());
+  thread.join();
+  const auto removeAll = [](GstRTSPServer*, GstRTSPClient*, gpointer) {
+    return GST_RTSP_FILTER_REMOVE;
+  };
+  gst_rtsp_server_client_filter(server.get(), removeAll, nullptr);
+}
+
+void RtspServer::addStream(const StreamOptions& options, const StreamSetup& setup,
+                           std::size_t stream, StreamCodec codec,
+                           const std::shared_ptr<StreamFeeds>& feeds) {
+  GstRTSPMediaFactory* factory = gst_rtsp_media_factory_new();
+  gst_rtsp_media_factory_set_launch(factory, launchLine(codec, options.framesPerSecond).c_str());
+  gst_rtsp_media_factory_set_shared(factory, TRUE);
+  gst_rtsp_media_factory_set_protocols(factory, GST_RTSP_LOWER_TRANS_TCP);
+  gst_rtsp_media_factory_add_role(factory, ROLE, GST_RTSP_PERM_MEDIA_FACTORY_ACCESS, G_TYPE_BOOLEAN,
+                                  TRUE, GST_RTSP_PERM_MEDIA_FACTORY_CONSTRUCT, G_TYPE_BOOLEAN, TRUE,
+                                  nullptr);
+  auto* place = new Place{stream, codec, capsOf(setup, codec, options.framesPerSecond), feeds};
+  g_signal_connect_data(factory, "media-configure", G_CALLBACK(mediaMade), place, Place::free,
+                        GConnectFlags{});
+  const GObjectPtr<GstRTSPMountPoints> places(gst_rtsp_server_get_mount_points(server.get()));
+  const std::string path = '/' + setup.name + (codec == StreamCodec::jpeg ? "/jpeg" : "");
+  gst_rtsp_mount_points_add_factory(places.get(), path.c_str(), factory);
+}
+
+void RtspServer::askForUser(const WebUser& user) {
+  const GObjectPtr<GstRTSPAuth> auth(gst_rtsp_auth_new());
+  gst_rtsp_auth_set_supported_methods(auth.get(), GST_RTSP_AUTH_DIGEST);
+  const std::unique_ptr<GstRTSPToken, GDeleter<gst_rtsp_token_unref>> token(
+      gst_rtsp_token_new(GST_RTSP_TOKEN_MEDIA_FACTORY_ROLE, G_TYPE_STRING, ROLE, nullptr));
+  gst_rtsp_auth_add_digest(auth.get(), user.name.c_str(), user.password.c_str(), token.get());
+  gst_rtsp_server_set_auth(server.get(), auth.get());
+}
+
+void RtspServer::listen(const StreamOptions& options) {
+  gst_rtsp_server_set_address(server.get(), options.address.c_str());
+  gst_rtsp_server_set_service(server.get(), std::to_string(options.port).c_str());
+  ErrorSlot error;
+  listener.reset(gst_rtsp_server_create_source(server.get(), nullptr, error.out()));
+  if (!listener && options.port != 0) {
+    gst_rtsp_server_set_service(server.get(), "0");
+    listener.reset(gst_rtsp_server_create_source(server.get(), nullptr, error.out()));
+  }
+  if (!listener) {
+    throw std::runtime_error("RTSP: cannot listen on " + options.address + ": " + error.message());
+  }
+  g_source_attach(listener.get(), context.get());
+  boundPort = static_cast<std::uint16_t>(gst_rtsp_server_get_bound_port(server.get()));
+}
+
+// Whoever has gone without a word is forgotten after the time that RTSP gives sessions.
+gboolean RtspServer::cleanUp(gpointer data) {
+  const auto* self = static_cast<RtspServer*>(data);
+  const GObjectPtr<GstRTSPSessionPool> sessions(
+      gst_rtsp_server_get_session_pool(self->server.get()));
+  gst_rtsp_session_pool_cleanup(sessions.get());
+  return G_SOURCE_CONTINUE;
+}
+
+}  // namespace device

@@ -1,0 +1,70 @@
+#ifndef DEVICE_RTSP_STREAM_FEEDS_H
+#define DEVICE_RTSP_STREAM_FEEDS_H
+
+#include <gst/app/gstappsrc.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "base/glib_ptr.h"
+#include "base/mutex.h"
+#include "world/overview_camera.h"
+#include "world/tracks.h"
+
+namespace device {
+
+// What a stream shows at a moment.
+struct StreamScene {
+  OverviewCamera camera;
+  std::vector<Person> people;
+  std::int64_t time = 0;  // microseconds of the monotonic clock
+};
+
+enum class StreamCodec { h264, jpeg };
+
+// The open end of a pipeline that somebody watches.
+struct StreamEntry {
+  std::size_t stream = 0;
+  StreamCodec codec = StreamCodec::h264;
+  GObjectPtr<GstAppSrc> source;
+};
+
+// A scene to be painted, and where its picture goes.
+struct StreamTask {
+  std::size_t stream = 0;
+  StreamScene scene;
+  std::vector<StreamEntry> entries;
+};
+
+// Leads scenes from the main loop to the painter, and tells it who watches. A scene that nobody
+// has painted in time gives way to the next one of its stream. Any thread may call.
+class StreamFeeds {
+ public:
+  explicit StreamFeeds(std::size_t streams) : scenes(streams) {}
+
+  void open(StreamEntry entry) EXCLUDES(mutex);
+  void close(const GstAppSrc* source) EXCLUDES(mutex);
+
+  bool isWatched(std::size_t stream) EXCLUDES(mutex);
+  void put(std::size_t stream, StreamScene scene) EXCLUDES(mutex);
+
+  // Waits for a scene; nothing after the end.
+  std::optional<StreamTask> take() EXCLUDES(mutex);
+  void end() EXCLUDES(mutex);
+
+ private:
+  std::vector<StreamEntry> entriesOf(std::size_t stream) REQUIRES(mutex);
+
+  Mutex mutex;
+  Condition changed;
+  bool isOver GUARDED_BY(mutex) = false;
+  std::vector<std::optional<StreamScene>> scenes GUARDED_BY(mutex);
+  std::size_t next GUARDED_BY(mutex) = 0;  // the stream whose turn it is
+  std::vector<StreamEntry> entries GUARDED_BY(mutex);
+};
+
+}  // namespace device
+
+#endif
