@@ -40,7 +40,8 @@ target_include_directories(device_onvif PUBLIC ${CMAKE_CURRENT_LIST_DIR})
 target_link_libraries(device_onvif PRIVATE sentrel_options PkgConfig::LIBXML PkgConfig::GLIB)
 
 # Video for clients: the server, and the pipelines that it makes. Its plugins are loaded one by one.
-pkg_check_modules(GST_RTSP REQUIRED IMPORTED_TARGET GLOBAL gstreamer-rtsp-server-1.0 gstreamer-app-1.0)
+pkg_check_modules(GST_RTSP REQUIRED IMPORTED_TARGET GLOBAL gstreamer-rtsp-server-1.0 gstreamer-app-1.0
+                  gstreamer-rtp-1.0)
 pkg_get_variable(GSTREAMER_PLUGINS gstreamer-1.0 pluginsdir)
 
 add_library(device_services STATIC
@@ -59,6 +60,7 @@ add_library(device_services STATIC
   onvif_server/event_operations.cpp
   onvif_server/head_space.cpp
   onvif_server/media_operations.cpp
+  onvif_server/metadata.cpp
   onvif_server/notification.cpp
   onvif_server/onvif_camera.cpp
   onvif_server/onvif_options.cpp
@@ -67,6 +69,7 @@ add_library(device_services STATIC
   onvif_server/pull_points.cpp
   onvif_server/soap_server.cpp
   onvif_server/token_book.cpp
+  rtsp/metadata_pay.cpp
   rtsp/picture_streams.cpp
   rtsp/rtsp_server.cpp
   rtsp/stream_feeds.cpp

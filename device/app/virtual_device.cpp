@@ -220,6 +220,9 @@ void VirtualDevice::handOutFrames() {
       subscribers.publish(channel, frame.timestamp, encode);
       report.frameSent();
       web->frame(static_cast<double>(frame.timestamp - start) / SECOND, channel, frame);
+      if (onvifCamera) {
+        onvifCamera->frame(channel, frame);
+      }
     }
   }
 }

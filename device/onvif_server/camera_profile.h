@@ -23,6 +23,8 @@ struct CameraProfile {
   std::string source() const { return "source_" + token; }
   std::string sourceConfiguration() const { return "picture_" + token; }
   std::string encoder() const { return "video_" + token; }
+  std::string analytics() const { return "analytics_" + token; }
+  std::string metadata() const { return "metadata_" + token; }
 };
 
 constexpr int FRAMES_PER_SECOND = 10;

@@ -27,12 +27,12 @@ EventOperations::EventOperations(EventService& events)
       points([] { return g_get_monotonic_time(); }),
       timer(PERIOD, [this] { points.update(); }) {
   const auto changed = [this](const Event& event) {
-    points.publish(notificationsOf(event, PropertyOperation::changed));
+    publish(notificationsOf(event, PropertyOperation::changed));
   };
   events.observe(changed);
   events.observeDeclared([this](const Event& event) {
     if (!event.stateless && !EventService::isOfDevice(event)) {
-      points.publish(notificationsOf(event, PropertyOperation::initialized));
+      publish(notificationsOf(event, PropertyOperation::initialized));
     }
   });
   events.observeUndeclared([this](const Event& event) { undeclared(event); });
@@ -67,6 +67,13 @@ void EventOperations::addTo(Operations& operations) {
   act(ns::NOTIFICATION, "Unsubscribe", SUBSCRIPTION_ACTIONS);
 }
 
+void EventOperations::publish(const std::vector<Notification>& notifications) {
+  points.publish(notifications);
+  if (observer && !notifications.empty()) {
+    observer(notifications);
+  }
+}
+
 // A profile that is renamed is declared anew before its former declaration goes: the property
 // lives on.
 void EventOperations::undeclared(const Event& event) {
@@ -79,7 +86,7 @@ void EventOperations::undeclared(const Event& event) {
     return std::ranges::any_of(
         left, [&](const Notification& other) { return isSameProperty(each, other); });
   });
-  points.publish(gone);
+  publish(gone);
 }
 
 std::vector<Notification> EventOperations::present() const {

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "onvif_server/notification.h"
@@ -29,11 +30,16 @@ class EventOperations {
 
   void addTo(Operations& operations);
 
+  // Is called with all that is told to pull points when something happens.
+  using Observer = std::function<void(const std::vector<Notification>& notifications)>;
+  void observe(Observer given) { observer = std::move(given); }
+
   std::size_t pullPoints() const { return points.size(); }
 
  private:
   static constexpr std::int64_t PERIOD = 50000;  // microseconds
 
+  void publish(const std::vector<Notification>& notifications);
   void undeclared(const Event& event);
   std::vector<Notification> present() const;
   static std::int64_t lifetimeOf(const Request& request, const std::string& nameSpace,
@@ -51,6 +57,7 @@ class EventOperations {
 
   EventService& events;
   PullPoints points;
+  Observer observer;
   PeriodicTimer timer;
 };
 

@@ -38,6 +38,25 @@ Tag encoder2(const std::string& name, const CameraProfile& profile) {
              Tag("tt:Quality", QUALITY));
 }
 
+// The overview cameras have analytics, the head has a status.
+Tag metadataTag(const std::string& name, const CameraProfile& profile) {
+  Tag tag(name, Attribute("token", profile.metadata()), Tag("tt:Name", profile.name),
+          Tag("tt:UseCount", 1));
+  if (profile.isHead()) {
+    tag.add(Tag("tt:PTZStatus", Tag("tt:Status", true), Tag("tt:Position", true)));
+  }
+  return std::move(tag.add(Tag("tt:Events"))
+                       .add(Tag("tt:Analytics", !profile.isHead()))
+                       .add(multicastTag())
+                       .add(Tag("tt:SessionTimeout", "PT60S")));
+}
+
+Tag analyticsTag(const std::string& name, const CameraProfile& profile) {
+  return Tag(name, Attribute("token", profile.analytics()), Tag("tt:Name", profile.name),
+             Tag("tt:UseCount", 1), Tag("tt:AnalyticsEngineConfiguration"),
+             Tag("tt:RuleEngineConfiguration"));
+}
+
 Tag exactRange(const std::string& name, int value) {
   return Tag(name, Tag("tt:Min", value), Tag("tt:Max", value));
 }
@@ -128,6 +147,16 @@ void MediaOperations::addMedia1(Operations& operations) {
     return encoderOptions1(isNamed ? withConfiguration(request, ns::MEDIA, &CameraProfile::encoder)
                                    : profiles.front());
   });
+  add("GetMetadataConfigurations", [this](const Request&) {
+    return each("trt:GetMetadataConfigurationsResponse", [](const CameraProfile& profile) {
+      return metadataTag("trt:Configurations", profile);
+    });
+  });
+  add("GetMetadataConfiguration", [this](const Request& request) {
+    return Tag("trt:GetMetadataConfigurationResponse",
+               metadataTag("trt:Configuration",
+                           withConfiguration(request, ns::MEDIA, &CameraProfile::metadata)));
+  });
   add("GetStreamUri", [this](const Request& request) {
     const CameraProfile& profile = profileOf(profiles, request, ns::MEDIA);
     return Tag("trt:GetStreamUriResponse",
@@ -155,7 +184,8 @@ void MediaOperations::addMedia2(Operations& operations) {
         return Tag("tr2:GetServiceCapabilitiesResponse",
                    Tag("tr2:Capabilities", Attribute("SnapshotUri", true),
                        Tag("tr2:ProfileCapabilities", Attribute("MaximumNumberOfProfiles", 0),
-                           Attribute("ConfigurationsSupported", "VideoSource VideoEncoder PTZ")),
+                           Attribute("ConfigurationsSupported",
+                                     "VideoSource VideoEncoder Analytics PTZ Metadata")),
                        Tag("tr2:StreamingCapabilities", Attribute("RTSPStreaming", true),
                            Attribute("RTP_RTSP_TCP", true))));
       },
@@ -177,6 +207,11 @@ void MediaOperations::addMedia2(Operations& operations) {
     return encoderOptions2(isNamed ? withConfiguration(request, ns::MEDIA2, &CameraProfile::encoder)
                                    : profiles.front());
   });
+  add("GetMetadataConfigurations", [this](const Request& request) {
+    return wanted(
+        "tr2:GetMetadataConfigurationsResponse", request, &CameraProfile::metadata,
+        [](const CameraProfile& profile) { return metadataTag("tr2:Configurations", profile); });
+  });
   add("GetStreamUri", [this](const Request& request) {
     const CameraProfile& profile = profileOf(profiles, request, ns::MEDIA2);
     return Tag("tr2:GetStreamUriResponse", Tag("tr2:Uri", streamOf(profile, request)));
@@ -194,7 +229,10 @@ Tag MediaOperations::profile1(const std::string& name, const CameraProfile& prof
           encoder1("tt:VideoEncoderConfiguration", profile));
   if (profile.isHead()) {
     tag.add(ptzConfigurationTag("tt:PTZConfiguration", head));
+  } else {
+    tag.add(analyticsTag("tt:VideoAnalyticsConfiguration", profile));
   }
+  tag.add(metadataTag("tt:MetadataConfiguration", profile));
   return tag;
 }
 
@@ -210,8 +248,14 @@ Tag MediaOperations::profile2(const CameraProfile& profile,
   if (isAsked("VideoEncoder")) {
     configurations.add(encoder2("tr2:VideoEncoder", profile));
   }
+  if (!profile.isHead() && isAsked("Analytics")) {
+    configurations.add(analyticsTag("tr2:Analytics", profile));
+  }
   if (profile.isHead() && isAsked("PTZ")) {
     configurations.add(ptzConfigurationTag("tr2:PTZ", head));
+  }
+  if (isAsked("Metadata")) {
+    configurations.add(metadataTag("tr2:Metadata", profile));
   }
   Tag tag("tr2:Profiles", Attribute("token", profile.token), Attribute("fixed", true),
           Tag("tr2:Name", profile.name));

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "base/glib_ptr.h"
+#include "onvif_server/metadata.h"
 #include "picture/jpeg.h"
 #include "picture/painter.h"
 
@@ -15,6 +16,9 @@ namespace {
 
 constexpr char DEVICE_PATH[] = "/onvif/device_service";
 constexpr char VERSION[] = "1.0.0";
+constexpr std::int64_t HEAD_PERIOD = 100000;  // microseconds
+constexpr std::int64_t SILENCE = 1000000;     // microseconds, at most, while nothing changes
+constexpr std::size_t HEAD_STREAM = 0;
 
 // The same for a device of this machine at this port, whenever it starts.
 std::string stableUuid(std::uint16_t port) {
@@ -53,13 +57,15 @@ OnvifCamera::OnvifCamera(const OnvifOptions& options, OnvifSources given)
               return streamUri(profile, host);
             }),
       ptz(profiles, sources.drive, g_get_real_time),
-      events(sources.events) {
+      events(sources.events),
+      headTimer(HEAD_PERIOD, [this] { tellHead(); }) {
   device.addTo(operations);
   media.addTo(operations);
   ptz.addTo(operations);
   events.addTo(operations);
   operations.setDocuments({MediaOperations::SNAPSHOT_ROOT, "image/jpeg",
                            [this](const std::string& token) { return snapshot(token); }});
+  events.observe([this](const auto& notifications) { tellEvents(notifications); });
   beFound();
 }
 
@@ -136,6 +142,39 @@ OverviewCamera OnvifCamera::cameraOf(const CameraProfile& profile) const {
                          .sensorHeight = profile.height,
                          .horizontalFov = head.pictureWidth,
                          .distortion = {}});
+}
+
+void OnvifCamera::frame(int channel, const Frame& frame) {
+  const auto stream = static_cast<std::size_t>(channel) + 1;
+  if (!streams.isRead(stream)) {
+    return;
+  }
+  const std::int64_t age = g_get_monotonic_time() - frame.timestamp;
+  streams.tell(stream,
+               analyticsDocument(frame, sources.world.camera(channel), g_get_real_time() - age),
+               g_get_monotonic_time());
+}
+
+void OnvifCamera::tellHead() {
+  if (!streams.isRead(HEAD_STREAM)) {
+    toldHead.clear();
+    return;
+  }
+  const std::int64_t now = g_get_monotonic_time();
+  const std::string state = ptzDocument(ptz.statusTag("tt:PTZStatus", false));
+  if (state != toldHead || now - toldHeadTime >= SILENCE) {
+    streams.tell(HEAD_STREAM, ptzDocument(ptz.statusTag("tt:PTZStatus", true)), now);
+    toldHead = state;
+    toldHeadTime = now;
+  }
+}
+
+void OnvifCamera::tellEvents(const std::vector<Notification>& notifications) {
+  for (std::size_t stream = 0; stream < profiles.size(); ++stream) {
+    if (streams.isRead(stream)) {
+      streams.tell(stream, eventDocument(notifications), g_get_monotonic_time());
+    }
+  }
 }
 
 void OnvifCamera::beFound() {

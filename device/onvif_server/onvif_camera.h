@@ -21,6 +21,7 @@
 #include "rtsp/picture_streams.h"
 #include "services/event_service.h"
 #include "services/head_drive.h"
+#include "services/periodic_timer.h"
 #include "world/world.h"
 
 namespace device::onvif {
@@ -52,6 +53,9 @@ class OnvifCamera {
 
   std::uint16_t port() const { return server.port(); }
 
+  // What the analytics of an overview camera (from 0) report, for the metadata streams.
+  void frame(int channel, const Frame& frame);
+
   // Of the device service: "http://127.0.0.1:8081/onvif/device_service".
   std::string url() const;
 
@@ -69,6 +73,8 @@ class OnvifCamera {
   std::vector<StreamSetup> streamSetups() const;
   StreamScene sceneOf(const CameraProfile& profile) const;
   std::string streamUri(const CameraProfile& profile, const std::string& host) const;
+  void tellHead();
+  void tellEvents(const std::vector<Notification>& notifications);
   void beFound();
 
   OnvifSources sources;
@@ -82,6 +88,9 @@ class OnvifCamera {
   MediaOperations media;
   PtzOperations ptz;
   EventOperations events;
+  std::string toldHead;           // its status in the metadata told last, without the time
+  std::int64_t toldHeadTime = 0;  // monotonic microseconds
+  PeriodicTimer headTimer;
   std::unique_ptr<DiscoveryResponder> discovery;
 };
 

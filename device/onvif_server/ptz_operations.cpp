@@ -164,6 +164,10 @@ Tag PtzOperations::configurationOptions(const Request& request) const {
 // and what the head's sensor does not tell yet, counts as motion.
 Tag PtzOperations::status(const Request& request) {
   requireHead(request);
+  return Tag("tptz:GetStatusResponse", statusTag("tptz:PTZStatus", true));
+}
+
+Tag PtzOperations::statusTag(const std::string& name, bool withTime) const {
   const HeadStatus told = drive.getHead().toldStatus();
   const HeadStatus real = drive.getHead().status();
   const bool pending = drive.getHead().isCommandOnItsWay();
@@ -171,14 +175,13 @@ Tag PtzOperations::status(const Request& request) {
       pending || told.panMoving || told.tiltMoving || real.panMoving || real.tiltMoving;
   const bool zoomMoves = pending || told.zoomMoving || real.zoomMoving;
   return Tag(
-      "tptz:GetStatusResponse",
-      Tag("tptz:PTZStatus",
-          Tag("tt:Position", panTiltTag(spaces.panTiltOf(told)), zoomTag(spaces.zoomOf(told.zoom))),
-          Tag("tt:MoveStatus", Tag("tt:PanTilt", moveText(panTiltMoves)),
-              Tag("tt:Zoom", moveText(zoomMoves))),
-          Tag("tt:UtcTime", dateTimeText(clock())),
-          Tag("tt:FieldOfView", Attribute("hfov", told.pictureWidth),
-              Attribute("vfov", told.pictureHeight))));
+      name,
+      Tag("tt:Position", panTiltTag(spaces.panTiltOf(told)), zoomTag(spaces.zoomOf(told.zoom))),
+      Tag("tt:MoveStatus", Tag("tt:PanTilt", moveText(panTiltMoves)),
+          Tag("tt:Zoom", moveText(zoomMoves))),
+      Tag("tt:UtcTime", withTime ? dateTimeText(clock()) : std::string()),
+      Tag("tt:FieldOfView", Attribute("hfov", told.pictureWidth),
+          Attribute("vfov", told.pictureHeight)));
 }
 
 Tag PtzOperations::continuousMove(const Request& request) {

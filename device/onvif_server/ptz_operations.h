@@ -33,6 +33,10 @@ class PtzOperations {
 
   void addTo(Operations& operations);
 
+  // Where the head is and whether it moves, as an element of that name; without a time, it is the
+  // same for the same state.
+  Tag statusTag(const std::string& name, bool withTime) const;
+
  private:
   void requireHead(const Request& request) const;
   PtzVector requiredVector(const Request& request, const char* name) const;

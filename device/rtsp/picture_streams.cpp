@@ -40,7 +40,7 @@ class Canvas {
 };
 
 // False before the pipeline runs.
-bool stamp(GstBuffer* buffer, GstAppSrc* source, std::int64_t time) {
+bool stampBuffer(GstBuffer* buffer, GstAppSrc* source, std::int64_t time) {
   const GObjectPtr<GstClock> clock(gst_element_get_clock(GST_ELEMENT(source)));
   const auto start = static_cast<std::int64_t>(gst_element_get_base_time(GST_ELEMENT(source)));
   const std::int64_t since = time * NANOSECONDS_IN_ONE - start;
@@ -54,7 +54,7 @@ bool stamp(GstBuffer* buffer, GstAppSrc* source, std::int64_t time) {
 void send(GstAppSrc* source, const void* data, std::size_t size, std::int64_t time) {
   GstBuffer* buffer = gst_buffer_new_allocate(nullptr, size, nullptr);
   gst_buffer_fill(buffer, 0, data, size);
-  if (stamp(buffer, source, time)) {
+  if (stampBuffer(buffer, source, time)) {
     gst_app_src_push_buffer(source, buffer);  // takes it
   } else {
     gst_buffer_unref(buffer);
@@ -75,6 +75,18 @@ void send(const Picture& picture, const StreamTask& task) {
   }
 }
 
+std::string gzipped(const std::string& text) {
+  const GObjectPtr<GZlibCompressor> compressor(
+      g_zlib_compressor_new(G_ZLIB_COMPRESSOR_FORMAT_GZIP, -1));
+  std::string result(text.size() + 1024, '\0');  // more than what cannot be compressed takes
+  gsize read = 0;
+  gsize written = 0;
+  g_converter_convert(G_CONVERTER(compressor.get()), text.data(), text.size(), result.data(),
+                      result.size(), G_CONVERTER_INPUT_AT_END, &read, &written, nullptr);
+  result.resize(written);
+  return result;
+}
+
 }  // namespace
 
 PictureStreams::PictureStreams(const StreamOptions& options, std::vector<StreamSetup> setups,
@@ -89,6 +101,14 @@ PictureStreams::PictureStreams(const StreamOptions& options, std::vector<StreamS
 PictureStreams::~PictureStreams() {
   feeds->end();
   painter.join();
+}
+
+void PictureStreams::tell(std::size_t stream, const std::string& document, std::int64_t time) {
+  for (const StreamEntry& entry : feeds->readers(stream)) {
+    const bool isPlain = entry.codec == StreamCodec::metadata;
+    const std::string& text = isPlain ? document : gzipped(document);
+    send(entry.source.get(), text.data(), text.size(), time);
+  }
 }
 
 void PictureStreams::takeScenes() {

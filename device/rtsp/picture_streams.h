@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -14,8 +15,9 @@
 
 namespace device {
 
-// Offers pictures by RTSP. A stream is painted and encoded once for all who watch it, and not at
-// all while nobody does. Scenes are asked for in the main loop; painting has a thread of its own.
+// Offers pictures and metadata by RTSP. A stream is painted and encoded once for all who watch it,
+// and not at all while nobody does. Scenes are asked for in the main loop; painting has a thread of
+// its own.
 class PictureStreams {
  public:
   // Called from the main loop, with the number of the stream.
@@ -30,6 +32,12 @@ class PictureStreams {
   ~PictureStreams();
 
   std::uint16_t port() const { return server.port(); }
+
+  // Whether anybody reads the metadata of a stream.
+  bool isRead(std::size_t stream) const { return feeds->isRead(stream); }
+
+  // A document of metadata for whoever reads them; time: microseconds of the monotonic clock.
+  void tell(std::size_t stream, const std::string& document, std::int64_t time);
 
  private:
   void takeScenes();

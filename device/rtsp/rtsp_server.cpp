@@ -1,16 +1,21 @@
 #include "rtsp/rtsp_server.h"
 
 #include <array>
+#include <optional>
 #include <stdexcept>
 #include <utility>
+
+#include "rtsp/metadata_pay.h"
 
 namespace device {
 namespace {
 
 constexpr char ROLE[] = "user";
-constexpr char ENTRY[] = "entry";
+constexpr char PICTURES[] = "pictures";
+constexpr char METADATA[] = "metadata";
 constexpr guint CLEANING_PERIOD = 2000;  // milliseconds
 constexpr unsigned MOST_WAITING = 2;     // pictures before an encoder
+constexpr unsigned MOST_DOCUMENTS = 100;
 constexpr int KILOBITS_PER_SECOND = 4096;
 
 // Without the library's search through all that is installed, which takes a second or more.
@@ -30,6 +35,7 @@ void startGStreamer() {
   if (gst_init_check(&count, &words, error.out()) == FALSE) {
     throw std::runtime_error("GStreamer: " + error.message());
   }
+  registerMetadataPay();
   for (const char* element : {"appsrc", "videoconvert", "x264enc", "rtph264pay", "rtpjpegpay",
                               "rtpbin", "appsink", "multiudpsink"}) {
     const GObjectPtr<GstElementFactory> factory(gst_element_factory_find(element));
@@ -39,22 +45,46 @@ void startGStreamer() {
   }
 }
 
-std::string launchLine(StreamCodec codec, int framesPerSecond) {
-  const std::string entry = std::string("appsrc name=") + ENTRY;
+// What there is of each stream, by what follows its name.
+struct Offer {
+  const char* path;
+  std::optional<StreamCodec> picture;
+  StreamCodec metadata;
+};
+
+constexpr std::array<Offer, 5> OFFERS = {
+    {{"", StreamCodec::h264, StreamCodec::metadata},
+     {"/jpeg", StreamCodec::jpeg, StreamCodec::metadata},
+     {"/gzip", StreamCodec::h264, StreamCodec::gzippedMetadata},
+     {"/metadata", std::nullopt, StreamCodec::metadata},
+     {"/metadata/gzip", std::nullopt, StreamCodec::gzippedMetadata}}};
+
+std::string pictureLine(StreamCodec codec, int framesPerSecond) {
+  const std::string entry = std::string("appsrc name=") + PICTURES;
   if (codec == StreamCodec::jpeg) {
-    return "( " + entry + " ! rtpjpegpay name=pay0 pt=26 )";
+    return entry + " ! rtpjpegpay name=pay0 pt=26 ";
   }
-  return "( " + entry +
+  return entry +
          " ! videoconvert ! video/x-raw,format=I420"
          " ! x264enc tune=zerolatency speed-preset=ultrafast threads=1 bitrate=" +
          std::to_string(KILOBITS_PER_SECOND) + " key-int-max=" + std::to_string(framesPerSecond) +
          " ! video/x-h264,profile=constrained-baseline"
-         " ! rtph264pay name=pay0 pt=96 config-interval=-1 )";
+         " ! rtph264pay name=pay0 pt=96 config-interval=-1 ";
+}
+
+std::string launchLine(const Offer& offer, int framesPerSecond) {
+  const std::string picture = offer.picture ? pictureLine(*offer.picture, framesPerSecond) : "";
+  return "( " + picture + "appsrc name=" + METADATA + " ! " + METADATA_PAY +
+         " pt=107 name=" + (offer.picture ? "pay1" : "pay0") + " )";
 }
 
 using CapsPtr = std::unique_ptr<GstCaps, GDeleter<gst_caps_unref>>;
 
 CapsPtr capsOf(const StreamSetup& setup, StreamCodec codec, int framesPerSecond) {
+  if (codec == StreamCodec::metadata || codec == StreamCodec::gzippedMetadata) {
+    const bool isPlain = codec == StreamCodec::metadata;
+    return CapsPtr(gst_caps_new_empty_simple(isPlain ? METADATA_CAPS : METADATA_GZIP_CAPS));
+  }
   const bool isJpeg = codec == StreamCodec::jpeg;
   CapsPtr caps(gst_caps_new_simple(isJpeg ? "image/jpeg" : "video/x-raw", "width", G_TYPE_INT,
                                    setup.width, "height", G_TYPE_INT, setup.height, "framerate",
@@ -68,8 +98,9 @@ CapsPtr capsOf(const StreamSetup& setup, StreamCodec codec, int framesPerSecond)
 // What belongs to the media of one place; lives as long as their factory.
 struct Place {
   std::size_t stream;
-  StreamCodec codec;
-  CapsPtr caps;
+  StreamSetup setup;
+  int framesPerSecond;
+  Offer offer;
   std::shared_ptr<StreamFeeds> feeds;
 
   static void free(gpointer data, GClosure*) { delete static_cast<Place*>(data); }
@@ -87,19 +118,52 @@ void mediaEnded(GstRTSPMedia*, gpointer data) {
   opened->feeds->close(opened->source.get());
 }
 
-void mediaMade(GstRTSPMediaFactory*, GstRTSPMedia* media, gpointer data) {
-  const auto* place = static_cast<Place*>(data);
+void openEntry(GstRTSPMedia* media, const Place& place, const char* name, StreamCodec codec) {
   const GObjectPtr<GstElement> pipeline(gst_rtsp_media_get_element(media));
   GObjectPtr<GstAppSrc> source(
-      GST_APP_SRC(gst_bin_get_by_name_recurse_up(GST_BIN(pipeline.get()), ENTRY)));
-  g_object_set(source.get(), "caps", place->caps.get(), "format", GST_FORMAT_TIME, "is-live", TRUE,
-               "block", FALSE, "max-buffers", guint64{MOST_WAITING}, "leaky-type",
-               GST_APP_LEAKY_TYPE_DOWNSTREAM, nullptr);
+      GST_APP_SRC(gst_bin_get_by_name_recurse_up(GST_BIN(pipeline.get()), name)));
+  const CapsPtr caps = capsOf(place.setup, codec, place.framesPerSecond);
+  g_object_set(source.get(), "caps", caps.get(), "format", GST_FORMAT_TIME, "is-live", TRUE,
+               "block", FALSE, "max-buffers",
+               guint64{codec == StreamCodec::h264 || codec == StreamCodec::jpeg ? MOST_WAITING
+                                                                                : MOST_DOCUMENTS},
+               "leaky-type", GST_APP_LEAKY_TYPE_DOWNSTREAM, nullptr);
   auto* opened = new Opened{
-      GObjectPtr<GstAppSrc>(static_cast<GstAppSrc*>(g_object_ref(source.get()))), place->feeds};
+      GObjectPtr<GstAppSrc>(static_cast<GstAppSrc*>(g_object_ref(source.get()))), place.feeds};
   g_signal_connect_data(media, "unprepared", G_CALLBACK(mediaEnded), opened, Opened::free,
                         GConnectFlags{});
-  place->feeds->open({place->stream, place->codec, std::move(source)});
+  place.feeds->open({place.stream, codec, std::move(source)});
+}
+
+GstFlowReturn chainTolerantly(GstPad* pad, GstObject* parent, GstBuffer* buffer) {
+  const auto usual = reinterpret_cast<GstPadChainFunction>(pad->chaindata);
+  const GstFlowReturn result = usual(pad, parent, buffer);
+  return result == GST_FLOW_NOT_LINKED ? GST_FLOW_OK : result;
+}
+
+// A client may take the pictures alone, or the metadata: what nobody takes would end all with an
+// error.
+void tolerateUntaken(GstRTSPMedia* media) {
+  const GObjectPtr<GstElement> pipeline(gst_rtsp_media_get_element(media));
+  for (const char* name : {"pay0", "pay1"}) {
+    const GObjectPtr<GstElement> payloader(
+        gst_bin_get_by_name_recurse_up(GST_BIN(pipeline.get()), name));
+    if (!payloader) {
+      continue;
+    }
+    const GObjectPtr<GstPad> pad(gst_element_get_static_pad(payloader.get(), "sink"));
+    auto* usual = reinterpret_cast<gpointer>(GST_PAD_CHAINFUNC(pad.get()));
+    gst_pad_set_chain_function_full(pad.get(), chainTolerantly, usual, nullptr);
+  }
+}
+
+void mediaMade(GstRTSPMediaFactory*, GstRTSPMedia* media, gpointer data) {
+  const auto* place = static_cast<Place*>(data);
+  if (place->offer.picture) {
+    openEntry(media, *place, PICTURES, *place->offer.picture);
+  }
+  openEntry(media, *place, METADATA, place->offer.metadata);
+  tolerateUntaken(media);
 }
 
 }  // namespace
@@ -110,8 +174,7 @@ RtspServer::RtspServer(const StreamOptions& options, const std::vector<StreamSet
   startGStreamer();
   server.reset(gst_rtsp_server_new());
   for (std::size_t i = 0; i < streams.size(); ++i) {
-    addStream(options, streams[i], i, StreamCodec::h264, feeds);
-    addStream(options, streams[i], i, StreamCodec::jpeg, feeds);
+    addStream(options, streams[i], i, feeds);
   }
   if (options.user) {
     askForUser(*options.user);
@@ -135,21 +198,22 @@ RtspServer::~RtspServer() {
 }
 
 void RtspServer::addStream(const StreamOptions& options, const StreamSetup& setup,
-                           std::size_t stream, StreamCodec codec,
-                           const std::shared_ptr<StreamFeeds>& feeds) {
-  GstRTSPMediaFactory* factory = gst_rtsp_media_factory_new();
-  gst_rtsp_media_factory_set_launch(factory, launchLine(codec, options.framesPerSecond).c_str());
-  gst_rtsp_media_factory_set_shared(factory, TRUE);
-  gst_rtsp_media_factory_set_protocols(factory, GST_RTSP_LOWER_TRANS_TCP);
-  gst_rtsp_media_factory_add_role(factory, ROLE, GST_RTSP_PERM_MEDIA_FACTORY_ACCESS, G_TYPE_BOOLEAN,
-                                  TRUE, GST_RTSP_PERM_MEDIA_FACTORY_CONSTRUCT, G_TYPE_BOOLEAN, TRUE,
-                                  nullptr);
-  auto* place = new Place{stream, codec, capsOf(setup, codec, options.framesPerSecond), feeds};
-  g_signal_connect_data(factory, "media-configure", G_CALLBACK(mediaMade), place, Place::free,
-                        GConnectFlags{});
+                           std::size_t stream, const std::shared_ptr<StreamFeeds>& feeds) {
   const GObjectPtr<GstRTSPMountPoints> places(gst_rtsp_server_get_mount_points(server.get()));
-  const std::string path = '/' + setup.name + (codec == StreamCodec::jpeg ? "/jpeg" : "");
-  gst_rtsp_mount_points_add_factory(places.get(), path.c_str(), factory);
+  for (const Offer& offer : OFFERS) {
+    GstRTSPMediaFactory* factory = gst_rtsp_media_factory_new();
+    gst_rtsp_media_factory_set_launch(factory, launchLine(offer, options.framesPerSecond).c_str());
+    gst_rtsp_media_factory_set_shared(factory, TRUE);
+    gst_rtsp_media_factory_set_protocols(factory, GST_RTSP_LOWER_TRANS_TCP);
+    gst_rtsp_media_factory_add_role(factory, ROLE, GST_RTSP_PERM_MEDIA_FACTORY_ACCESS,
+                                    G_TYPE_BOOLEAN, TRUE, GST_RTSP_PERM_MEDIA_FACTORY_CONSTRUCT,
+                                    G_TYPE_BOOLEAN, TRUE, nullptr);
+    auto* place = new Place{stream, setup, options.framesPerSecond, offer, feeds};
+    g_signal_connect_data(factory, "media-configure", G_CALLBACK(mediaMade), place, Place::free,
+                          GConnectFlags{});
+    const std::string path = '/' + setup.name + offer.path;
+    gst_rtsp_mount_points_add_factory(places.get(), path.c_str(), factory);
+  }
 }
 
 void RtspServer::askForUser(const WebUser& user) {

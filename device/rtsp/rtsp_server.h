@@ -17,7 +17,9 @@
 
 namespace device {
 
-// One picture with its place: H.264 at "/NAME", Motion JPEG at "/NAME/jpeg".
+// One picture with its places: H.264 at "/NAME", Motion JPEG at "/NAME/jpeg", both with the
+// metadata beside; "/NAME/gzip" has these compressed; "/NAME/metadata" and "/NAME/metadata/gzip"
+// have nothing else.
 struct StreamSetup {
   std::string name;
   int width = 0;  // pixels, multiples of 8
@@ -51,7 +53,7 @@ class RtspServer {
 
  private:
   void addStream(const StreamOptions& options, const StreamSetup& setup, std::size_t stream,
-                 StreamCodec codec, const std::shared_ptr<StreamFeeds>& feeds);
+                 const std::shared_ptr<StreamFeeds>& feeds);
   void askForUser(const WebUser& user);
   void listen(const StreamOptions& options);
   static gboolean cleanUp(gpointer self);

@@ -17,7 +17,17 @@ void StreamFeeds::close(const GstAppSrc* source) {
 
 bool StreamFeeds::isWatched(std::size_t stream) {
   const LockGuard lock(mutex);
-  return std::ranges::count(entries, stream, &StreamEntry::stream) > 0;
+  return hasEntry(stream, true);
+}
+
+bool StreamFeeds::isRead(std::size_t stream) {
+  const LockGuard lock(mutex);
+  return hasEntry(stream, false);
+}
+
+std::vector<StreamEntry> StreamFeeds::readers(std::size_t stream) {
+  const LockGuard lock(mutex);
+  return entriesOf(stream, false);
 }
 
 void StreamFeeds::put(std::size_t stream, StreamScene scene) {
@@ -36,7 +46,7 @@ std::optional<StreamTask> StreamFeeds::take() {
       std::optional<StreamScene>& scene = scenes[stream];
       if (scene.has_value()) {
         next = stream + 1;
-        StreamTask task{stream, std::move(*scene), entriesOf(stream)};
+        StreamTask task{stream, std::move(*scene), entriesOf(stream, true)};
         scene.reset();
         return task;
       }
@@ -54,10 +64,20 @@ void StreamFeeds::end() {
   changed.notifyAll();
 }
 
-std::vector<StreamEntry> StreamFeeds::entriesOf(std::size_t stream) {
+bool StreamFeeds::isPicture(const StreamEntry& entry) {
+  return entry.codec == StreamCodec::h264 || entry.codec == StreamCodec::jpeg;
+}
+
+bool StreamFeeds::hasEntry(std::size_t stream, bool ofPictures) {
+  return std::ranges::any_of(entries, [&](const StreamEntry& entry) {
+    return entry.stream == stream && isPicture(entry) == ofPictures;
+  });
+}
+
+std::vector<StreamEntry> StreamFeeds::entriesOf(std::size_t stream, bool ofPictures) {
   std::vector<StreamEntry> found;
   for (const StreamEntry& entry : entries) {
-    if (entry.stream == stream) {
+    if (entry.stream == stream && isPicture(entry) == ofPictures) {
       auto* source = static_cast<GstAppSrc*>(g_object_ref(entry.source.get()));
       found.push_back({stream, entry.codec, GObjectPtr<GstAppSrc>(source)});
     }

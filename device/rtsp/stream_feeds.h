@@ -22,7 +22,7 @@ struct StreamScene {
   std::int64_t time = 0;  // microseconds of the monotonic clock
 };
 
-enum class StreamCodec { h264, jpeg };
+enum class StreamCodec { h264, jpeg, metadata, gzippedMetadata };
 
 // The open end of a pipeline that somebody watches.
 struct StreamEntry {
@@ -38,8 +38,9 @@ struct StreamTask {
   std::vector<StreamEntry> entries;
 };
 
-// Leads scenes from the main loop to the painter, and tells it who watches. A scene that nobody
-// has painted in time gives way to the next one of its stream. Any thread may call.
+// Leads scenes from the main loop to the painter, and documents of metadata to whoever reads them;
+// tells who does. A scene that nobody has painted in time gives way to the next one of its stream.
+// Any thread may call.
 class StreamFeeds {
  public:
   explicit StreamFeeds(std::size_t streams) : scenes(streams) {}
@@ -47,15 +48,22 @@ class StreamFeeds {
   void open(StreamEntry entry) EXCLUDES(mutex);
   void close(const GstAppSrc* source) EXCLUDES(mutex);
 
+  // Whether anybody wants its pictures; its metadata.
   bool isWatched(std::size_t stream) EXCLUDES(mutex);
+  bool isRead(std::size_t stream) EXCLUDES(mutex);
   void put(std::size_t stream, StreamScene scene) EXCLUDES(mutex);
+
+  // Those to which metadata go.
+  std::vector<StreamEntry> readers(std::size_t stream) EXCLUDES(mutex);
 
   // Waits for a scene; nothing after the end.
   std::optional<StreamTask> take() EXCLUDES(mutex);
   void end() EXCLUDES(mutex);
 
  private:
-  std::vector<StreamEntry> entriesOf(std::size_t stream) REQUIRES(mutex);
+  static bool isPicture(const StreamEntry& entry);
+  bool hasEntry(std::size_t stream, bool ofPictures) REQUIRES(mutex);
+  std::vector<StreamEntry> entriesOf(std::size_t stream, bool ofPictures) REQUIRES(mutex);
 
   Mutex mutex;
   Condition changed;

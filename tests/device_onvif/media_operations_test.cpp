@@ -77,6 +77,28 @@ TEST_F(MediaOperationsTest, ConfigurationsAreThoseOfAProfileOfATokenOrAll) {
                                 .attribute("token"));
 }
 
+TEST_F(MediaOperationsTest, EveryProfileHasMetadataOfWhatItsCameraKnows) {
+  const CallAnswer head = call(operations, ns::MEDIA, "GetProfiles").at("Profiles");
+  EXPECT_EQ("metadata_head", head.at("MetadataConfiguration").attribute("token"));
+  EXPECT_EQ(1, head.at("MetadataConfiguration").count("PTZStatus"));
+  EXPECT_EQ("false", head.at("MetadataConfiguration").at("Analytics").text());
+  EXPECT_EQ(0, head.count("VideoAnalyticsConfiguration"));
+  const CallAnswer overview =
+      call(operations, ns::MEDIA2, "GetProfiles", "<Type>All</Type>").at("Profiles", 1);
+  EXPECT_EQ("analytics_overview1",
+            overview.at("Configurations").at("Analytics").attribute("token"));
+  EXPECT_EQ("true", overview.at("Metadata").at("Analytics").text());
+  EXPECT_EQ(0, overview.at("Metadata").count("PTZStatus"));
+  EXPECT_EQ("metadata_overview1", call(operations, ns::MEDIA2, "GetMetadataConfigurations",
+                                       "<ProfileToken>overview1</ProfileToken>")
+                                      .at("Configurations")
+                                      .attribute("token"));
+  EXPECT_EQ("metadata_head", call(operations, ns::MEDIA, "GetMetadataConfiguration",
+                                  "<ConfigurationToken>metadata_head</ConfigurationToken>")
+                                 .at("Configuration")
+                                 .attribute("token"));
+}
+
 TEST_F(MediaOperationsTest, StreamIsWhereTheSourceSaysOrARefusal) {
   const std::string head = "<ProfileToken>head</ProfileToken>";
   EXPECT_EQ("rtsp://camera/head",

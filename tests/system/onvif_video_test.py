@@ -1,18 +1,22 @@
 """The pictures of the virtual device's cameras, decoded by a program that others have written."""
 
+import gzip
 import math
+import re
 import socket
 import statistics
 import subprocess
 import time
+from xml.etree import ElementTree
 
-from onvif_client import cam, port_of
+from onvif_client import PREFIXES, cam, check, port_of
 from run_script import RunTest
 from web import EventStream, Web
 
 PATIENCE = 120  # seconds for what takes 10 s where nothing else runs
 WIDTH, HEIGHT = 160, 90  # pixels in which pictures are compared
 CHANGE = 16  # of 255; noise is averaged away in so small a picture
+TT = "{" + PREFIXES["tt"] + "}"
 STREAMS = ("head", "overview1", "overview2", "overview3", "overview4")
 
 
@@ -32,7 +36,7 @@ def probe(address):
     """Codec, width and height of each stream, or the status in the refusal."""
     result = subprocess.run(
         ["ffprobe", "-loglevel", "error", "-rtsp_transport", "tcp", "-show_entries",
-         "stream=codec_name,width,height", "-of", "csv=print_section=0", address],
+         "stream=codec_name,width,height", "-select_streams", "v", "-of", "csv=print_section=0", address],
         capture_output=True, text=True, timeout=PATIENCE)
     return result.stdout.split() if result.returncode == 0 else result.stderr
 
@@ -108,6 +112,55 @@ class OnvifVideoTest(RunTest):
         self.assertGreater(seen, 0)
         # And nowhere else: most of the ground is as it always is.
         self.assertLess(len(changed), size / 4)
+
+    @staticmethod
+    def documents(address, seconds=3):
+        """What a client writes down of the metadata."""
+        return output_of(subprocess.Popen(
+            ["ffmpeg", "-nostdin", "-loglevel", "error", "-rtsp_transport", "tcp", "-i", address,
+             "-map", "0:d", "-c", "copy", "-t", str(seconds), "-f", "data", "-"],
+            stdout=subprocess.PIPE, stderr=subprocess.PIPE))
+
+    def test_metadata_have_the_boxes_of_the_truth(self):
+        run, port = self.start_streams()
+        web = Web(run)
+        live = EventStream(web.port, "/live").journal
+        live.wait_for(lambda message: message.kind == "frame" and message.data["camera"] == 1 and
+                      message.data["objects"], "an object before the first camera")
+        address = self.address(port, "overview1")
+        for place, unpack in (("", bytes), ("/gzip", gzip.decompress), ("/metadata", bytes),
+                              ("/metadata/gzip", gzip.decompress)):
+            begin = len(live)
+            stream = unpack(self.documents(address + place))
+            told = {message.data["time"]: message.data["objects"] for message in live.entries(begin)
+                    if message.kind == "frame" and message.data["camera"] == 1}
+            truth = {(thing["id"], round(x, 3), round(y, 3)) for objects in told.values()
+                     for thing in objects for x, y in thing["polygon"]}
+            seen = set()
+            for document in stream.split(b"<?xml")[1:]:
+                check(b"<?xml" + document)
+                for thing in ElementTree.fromstring(b"<?xml" + document).iter(TT + "Object"):
+                    seen |= {(int(thing.get("ObjectId")), round(float(point.get("x")), 3),
+                              round(float(point.get("y")), 3)) for point in thing.iter(TT + "Point")}
+            # All but those that stand on the verge between two roundings.
+            self.assertGreater(len(seen & truth), 0.8 * len(seen), place)
+            self.assertTrue(seen, place)
+
+    def test_metadata_of_the_head_tell_where_it_goes(self):
+        self.state.mkdir()
+        (self.state / "sentrelvideo.json").write_text('{"sentrel_enabled":false}',
+                                                      encoding="utf-8")
+        _, port = self.start_streams()
+        address = self.address(port, "head") + "/metadata"
+        cam(port, [["stand"], ["continuousMove", {"x": 0.1, "y": 0, "zoom": 0, "timeout": 30000}]])
+        stream = self.documents(address)
+        cam(port, [["stop", {}]])
+        places = [float(found) for found in
+                  re.findall(r'<tt:PanTilt x="([-0-9.e]+)"', stream.decode())]
+        # 10 degrees per second, of 180 for each unit.
+        self.assertGreater(len(places), 10)
+        self.assertEqual(sorted(places), places)
+        self.assertIn(b"<tt:PanTilt>MOVING</tt:PanTilt>", stream)
 
     def test_user_is_asked_for(self):
         password = self.folder / "password"
