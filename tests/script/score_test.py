@@ -94,6 +94,25 @@ class OptionTest(unittest.TestCase):
         self.assertEqual([1], score.read_arguments([]).seeds)
 
 
+class HoldTest(unittest.TestCase):
+    def test_without_it_no_profile_holds_back_who_came_just_now(self):
+        with tempfile.TemporaryDirectory() as folder:
+            models = score.without_hold(score.MODELS, folder)
+            text = (models / "configurations" / "far.json").read_text()
+            kinds = [(entry["type"], entry["active"])
+                     for profile in json.loads(text)["params"]["profiles"]
+                     for entry in profile["filters"]]
+        self.assertIn(("timeShortLivedLimit", False), kinds)
+        self.assertNotIn(("timeShortLivedLimit", True), kinds)
+        self.assertIn(("sizePercentage", True), kinds)
+
+    def test_recordings_may_be_run_alone(self):
+        where = score.Where("alone", tracks={"file": "a", "mast": "1,2", "home": "3,4"})
+        self.assertEqual("--alone", where.options()[-1])
+        self.assertEqual(["person", "whole"], score.read_arguments([]).run)
+        self.assertEqual(["alone"], score.read_arguments(["--run", "alone"]).run)
+
+
 class RunTest(unittest.TestCase):
     def setUp(self):
         folder = tempfile.TemporaryDirectory()
