@@ -95,7 +95,7 @@ TEST_F(FollowingClaimsTest, AmongSixtyPeopleTheChosenOneIsKept) {
   chosen.shares = PEOPLE / RUNS;
   int kept = 0;
   for (const Scored& run : runJob(chosen).runs) {
-    kept += run.followed.people.at(0).inPicture > 0.8 ? 1 : 0;
+    kept += run.followed.people.at(0).inPicture > 0.85 ? 1 : 0;
   }
   EXPECT_GE(kept, 0.9 * RUNS);
 }
