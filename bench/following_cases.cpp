@@ -2,6 +2,7 @@
 // an axis.
 #include <cmath>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -13,6 +14,8 @@
 #include "following/identities.h"
 #include "following/pursuit.h"
 #include "following/subject.h"
+#include "tracker/people.h"
+#include "tracker/predictive_following.h"
 
 namespace bench {
 
@@ -90,6 +93,54 @@ struct Followed {
   }();
 };
 
+// The same as it is wired: everybody is handed over, grouped and framed, and the head is told.
+struct Wired {
+  explicit Wired(int count) : count(count) {
+    way.setHead({});
+    status.zoom = 1;
+    for (int i = 0; i < 20; ++i) {
+      takeFrame();
+    }
+  }
+
+  void takeFrame() {
+    now += FRAME_TIME;
+    seen.clear();
+    for (const Identities::Seen& each : peopleAt(count, std::fmod(now / 1e6, 4.0))) {
+      const Sighting& at = each.sighting;
+      seen.push_back({each.id,
+                      {.sighting = at,
+                       .pan = at.pan,
+                       .tilt = (at.footTilt + at.headTilt) / 2.0,
+                       .width = 3.0,
+                       .height = at.headTilt - at.footTilt}});
+    }
+    people.see(now, 0, now, 805.5, seen);
+    for (const People::Seen& each : seen) {
+      people.want(0, each.id, 1, now);
+    }
+  }
+
+  void step() {
+    const std::int64_t time = now + STEP_TIME * (steps++ % 2);
+    status.pan = 0.1 * static_cast<double>(steps % 100);
+    const auto nobody = [](double, double) { return std::optional<Target>(); };
+    if (const auto command = way.step(status, {}, nobody, time)) {
+      way.taken(*command, time);
+    }
+  }
+
+  int count;
+  std::int64_t now = 1'000'000'000;
+  std::int64_t steps = 0;
+  std::vector<People::Seen> seen;
+  People people{Installation()};
+  PredictiveFollowing way{[this](double pan, double tilt, std::int64_t time, std::int64_t at) {
+    return people.choose(pan, tilt, time, at);
+  }};
+  PtzHeadStatus status;
+};
+
 // An axis of 80 deg/s, 250 deg/s2 and 0.2 s that is read every 50 ms.
 AxisRecord recordOfAxis() {
   AxisRecord record;
@@ -130,6 +181,28 @@ void addFollowingCases(Cases& cases) {
                        auto followed = std::make_shared<Followed>(count);
                        return [followed] {
                          followed->takeFrame();
+                         return std::size_t{1};
+                       };
+                     },
+                     facts});
+  }
+  for (const int count : {1, 10, 20, 50, 150}) {
+    const std::string people = std::to_string(count);
+    const auto facts = [count] { return std::map<std::string, double>{{"people", count}}; };
+    cases.push_back({"following as wired, step/people " + people, "step",
+                     [count]() -> Batch {
+                       auto wired = std::make_shared<Wired>(count);
+                       return [wired] {
+                         wired->step();
+                         return std::size_t{1};
+                       };
+                     },
+                     facts});
+    cases.push_back({"following as wired, frame/people " + people, "frame",
+                     [count]() -> Batch {
+                       auto wired = std::make_shared<Wired>(count);
+                       return [wired] {
+                         wired->takeFrame();
                          return std::size_t{1};
                        };
                      },

@@ -82,8 +82,10 @@ Subject together(const Subject& one, const Subject& other) {
 
 People::People(const Installation& installation)
     : installation(installation), identities(CAPACITY) {
+  static_assert(CAPACITY * sizeof(following::Person) + MOST_UNPLACED * sizeof(Unplaced) < 1000000,
+                "a mebibyte, with what is small");
   wanted.reserve(CAPACITY);
-  unplaced.reserve(CAPACITY);
+  unplaced.reserve(MOST_UNPLACED);
   sightings.reserve(CAPACITY);
   offered.reserve(2 * CAPACITY);
   offeredBefore.reserve(2 * CAPACITY);
@@ -190,7 +192,7 @@ void People::seeUnplaced(const Seen& seen, std::int32_t channel, std::int64_t ti
     known->passedOver += seen.isSure ? 1 : 0;
     return;
   }
-  if (unplaced.size() == CAPACITY) {
+  if (unplaced.size() == MOST_UNPLACED) {
     return;
   }
   const double deviation = following::degrees(following::PIXEL_DEVIATION / focalLength);

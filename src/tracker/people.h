@@ -39,6 +39,8 @@ class People {
  public:
   // At once; 5 kB each once they have been there.
   static constexpr std::size_t CAPACITY = 160;
+  // Things without a place on the ground, besides.
+  static constexpr std::size_t MOST_UNPLACED = 32;
 
   explicit People(const Installation& installation);
 
