@@ -166,6 +166,11 @@ void mediaMade(GstRTSPMediaFactory*, GstRTSPMedia* media, gpointer data) {
   tolerateUntaken(media);
 }
 
+gboolean quit(gpointer loop) {
+  g_main_loop_quit(static_cast<GMainLoop*>(loop));
+  return G_SOURCE_REMOVE;
+}
+
 }  // namespace
 
 RtspServer::RtspServer(const StreamOptions& options, const std::vector<StreamSetup>& streams,
@@ -189,7 +194,10 @@ RtspServer::RtspServer(const StreamOptions& options, const std::vector<StreamSet
 }
 
 RtspServer::~RtspServer() {
-  g_main_loop_quit(loop.get());
+  // From within: a loop that has not begun yet would forget that it was told to end.
+  const GSourcePtr end(g_idle_source_new());
+  g_source_set_callback(end.get(), quit, loop.get(), nullptr);
+  g_source_attach(end.get(), context.get());
   thread.join();
   const auto removeAll = [](GstRTSPServer*, GstRTSPClient*, gpointer) {
     return GST_RTSP_FILTER_REMOVE;

@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <thread>
+
+#include "rtsp/rtsp_server.h"
 
 namespace device {
 namespace {
@@ -55,6 +58,15 @@ TEST(StreamFeedsTest, PictureGoesToTheEntriesOfItsStreamWhileTheyAreOpen) {
   EXPECT_EQ(StreamCodec::jpeg, task->entries[0].codec);
   feeds.close(source);
   EXPECT_FALSE(feeds.isWatched(0));
+}
+
+// Before its thread has come to run, or after.
+TEST(RtspServerTest, EndsWheneverItIsToldTo) {
+  const auto feeds = std::make_shared<StreamFeeds>(1);
+  for (int i = 0; i < 100; ++i) {
+    const RtspServer server({}, {{"head", 64, 64}}, feeds);
+    EXPECT_NE(0, server.port());
+  }
 }
 
 }  // namespace
