@@ -94,7 +94,7 @@ struct Followed {
 };
 
 // The same as it is wired: everybody is handed over, grouped and framed, and the head is told.
-struct Wired {
+struct Wired : Selection {
   explicit Wired(int count) : count(count) {
     way.setHead({});
     status.zoom = 1;
@@ -124,10 +124,15 @@ struct Wired {
   void step() {
     const std::int64_t time = now + STEP_TIME * (steps++ % 2);
     status.pan = 0.1 * static_cast<double>(steps % 100);
-    const auto nobody = [](double, double) { return std::optional<Target>(); };
-    if (const auto command = way.step(status, {}, nobody, time)) {
+    if (const auto command = way.step(status, {}, *this, time)) {
       way.taken(*command, time);
     }
+  }
+
+  std::optional<Target> selectTarget(double, double) override { return std::nullopt; }
+  std::optional<FollowedSubject> selectSubject(double pan, double tilt, std::int64_t time,
+                                               std::int64_t at) override {
+    return people.choose(pan, tilt, time, at);
   }
 
   int count;
@@ -135,9 +140,7 @@ struct Wired {
   std::int64_t steps = 0;
   std::vector<People::Seen> seen;
   People people{Installation()};
-  PredictiveFollowing way{[this](double pan, double tilt, std::int64_t time, std::int64_t at) {
-    return people.choose(pan, tilt, time, at);
-  }};
+  PredictiveFollowing way;
   PtzHeadStatus status;
 };
 

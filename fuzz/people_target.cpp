@@ -43,7 +43,7 @@ following::HeadParameters headOf(fuzz::Input& input) {
   return head;
 }
 
-class Session {
+class Session : public Selection {
  public:
   explicit Session(fuzz::Input& input) : input(input) { way.setHead(headOf(input)); }
 
@@ -114,8 +114,7 @@ class Session {
     status.tilt = input.byte() < 200 ? status.tilt : value(input, 120.0);
     status.zoom = input.number();
     isChosen = false;
-    const auto nobody = [](double, double) { return std::optional<Target>(); };
-    const auto command = way.step(status, optics, nobody, now);
+    const auto command = way.step(status, optics, *this, now);
     require(!command || isChosen || !isForgotten,
             "after a stop nothing is commanded until there is somebody");
     isForgotten = isForgotten && !isChosen;
@@ -141,8 +140,9 @@ class Session {
         "a zoom is on the head's scale", std::to_string(command.zoom));
   }
 
-  std::optional<FollowedSubject> choose(double pan, double tilt, std::int64_t moment,
-                                        std::int64_t at) {
+  std::optional<Target> selectTarget(double, double) override { return std::nullopt; }
+  std::optional<FollowedSubject> selectSubject(double pan, double tilt, std::int64_t moment,
+                                               std::int64_t at) override {
     const auto chosen = people.choose(pan, tilt, moment, at);
     isChosen = chosen.has_value();
     if (chosen) {
@@ -155,9 +155,7 @@ class Session {
 
   fuzz::Input& input;
   People people{Installation()};
-  PredictiveFollowing way{[this](double pan, double tilt, std::int64_t moment, std::int64_t at) {
-    return choose(pan, tilt, moment, at);
-  }};
+  PredictiveFollowing way;
   HeadOptics optics;
   PtzHeadStatus status;
   bool isChosen = false;     // in the step at hand

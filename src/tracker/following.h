@@ -2,12 +2,11 @@
 #define TRACKER_FOLLOWING_H
 
 #include <cstdint>
-#include <functional>
 #include <optional>
 
 #include "ptz/ptz_head.h"
 #include "ptz/zoom_scale.h"
-#include "tracker/target.h"
+#include "tracker/selection.h"
 
 // What is known of the head that is steered.
 struct HeadOptics {
@@ -19,15 +18,13 @@ struct HeadOptics {
 // told. No thread, lock or bus inside; used by the tracker's thread alone.
 class Following {
  public:
-  // Chooses the group to follow with the head looking at pan and tilt; nothing when there is none.
-  using Selection = std::function<std::optional<Target>(double pan, double tilt)>;
-
   virtual ~Following() = default;
 
   // One control step. What to tell the head; nothing when there has been nothing to follow for long
-  // enough that the head is to stand. now is monotonic microseconds.
+  // enough that the head is to stand. Asks the selection once at most. now is monotonic
+  // microseconds.
   virtual std::optional<HeadCommand> step(const PtzHeadStatus& status, const HeadOptics& optics,
-                                          const Selection& select, std::int64_t now) = 0;
+                                          Selection& selection, std::int64_t now) = 0;
 
   // The head has taken a command, which was given at that time. One that failed does not come here.
   virtual void taken(const HeadCommand& /*command*/, std::int64_t /*time*/) {}

@@ -9,13 +9,13 @@ constexpr int MAX_STATUS_FAILURES = 10;  // in a row, until a moving head is sto
 }  // namespace
 
 // The head's calls take their time: the clock is read for each thing that is timed.
-void HeadFollower::step(const HeadOptics& optics, const Following::Selection& select) {
+void HeadFollower::step(const HeadOptics& optics, Selection& selection) {
   const auto status = readStatus();
   if (!status) {
     return;
   }
   const std::int64_t now = utils::monotonicTime();
-  const auto command = following->step(*status, optics, select, now);
+  const auto command = following->step(*status, optics, selection, now);
   if (!command) {
     stand(now);
   }

@@ -32,7 +32,7 @@ class HeadFollower {
   void use(Following& way) { following = &way; }
 
   // One control step.
-  void step(const HeadOptics& optics, const Following::Selection& select);
+  void step(const HeadOptics& optics, Selection& selection);
 
   // Stops the head at once and forgets the target, whatever a step has just commanded. A stop that
   // does not get through is made up for with the next position that can be read.

@@ -17,8 +17,8 @@
 #include "scene/parsed_scene.h"
 #include "scene/tracking_object.h"
 #include "tracker/people.h"
+#include "tracker/selection.h"
 #include "tracker/super_object_manager.h"
-#include "tracker/target.h"
 #include "tracker/widest_view.h"
 
 // What guards report: the objects that they have handed over, in the head's angles and grouped, and
@@ -26,7 +26,7 @@
 // following wants to know. Guards call on scene threads, the API on its own, the
 // tracker's thread asks for the group to follow: one recursive mutex covers it all. Cameras count
 // from 1.
-class Observations {
+class Observations : public Selection {
  public:
   // Adds a user of a camera. False when its geometry is not known (yet). Asks the device, without
   // the mutex.
@@ -60,16 +60,16 @@ class Observations {
 
   void setWidestView(const WidestView& view);
 
-  // Groups what is there, and chooses the group to follow with the head looking at pan and tilt.
-  std::optional<Target> selectTarget(double pan, double tilt);
+  // Groups what is there before it chooses.
+  std::optional<Target> selectTarget(double pan, double tilt) override;
 
   // From now on tells who is who, beginning with nobody; or does not any more.
   void watchPeople(const Installation& installation);
   void ignorePeople();
 
-  // The same as selectTarget, of people as they will be at a time; nobody while they are ignored.
+  // Nobody while people are ignored.
   std::optional<FollowedSubject> selectSubject(double pan, double tilt, std::int64_t now,
-                                               std::int64_t at);
+                                               std::int64_t at) override;
 
   bool getSwitchObject() const;
   int getTimePerObject() const;  // seconds

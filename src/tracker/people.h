@@ -11,16 +11,10 @@
 
 #include "following/bearing_filter.h"
 #include "following/identities.h"
-#include "following/subject.h"
 #include "tracker/box_sighting.h"
 #include "tracker/following_setup.h"
+#include "tracker/selection.h"
 #include "tracker/super_object_manager.h"
-
-// Whom to look at, and how long nobody of them has been seen (s).
-struct FollowedSubject {
-  following::Subject subject;
-  double gap = 0.0;
-};
 
 // Everybody in the pictures of all overview cameras, and who of them is to be followed. Guards hand
 // over objects by the numbers that cameras give them; here they are people, who keep their place

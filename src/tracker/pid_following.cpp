@@ -24,9 +24,9 @@ double targetMultiplier(const Target& target, const HeadOptics& optics) {
 }  // namespace
 
 std::optional<HeadCommand> PidFollowing::step(const PtzHeadStatus& status, const HeadOptics& optics,
-                                              const Selection& select, std::int64_t now) {
+                                              Selection& selection, std::int64_t now) {
   const double multiplier = optics.zoomScale.zoomTravoToMultiplier(status.zoom);
-  if (const auto target = select(status.pan, status.tilt)) {
+  if (const auto target = selection.selectTarget(status.pan, status.tilt)) {
     regulator.updateTargetPosition(target->pan, target->tilt, targetMultiplier(*target, optics));
   }
   regulator.updateCurrentPosition(status.pan, status.tilt, multiplier);

@@ -16,7 +16,7 @@ class PidFollowing : public Following {
   explicit PidFollowing(Regulator& regulator) : regulator(regulator) {}
 
   std::optional<HeadCommand> step(const PtzHeadStatus& status, const HeadOptics& optics,
-                                  const Selection& select, std::int64_t now) override;
+                                  Selection& selection, std::int64_t now) override;
   std::int64_t pauseAfter(std::int64_t /*spent*/) const override { return PAUSE; }
   void forget() override { regulator.inactivate(); }
 

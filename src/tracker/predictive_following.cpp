@@ -44,7 +44,7 @@ double PredictiveFollowing::misfit() const {
 }
 
 std::optional<HeadCommand> PredictiveFollowing::step(const PtzHeadStatus& status,
-                                                     const HeadOptics& optics, const Selection&,
+                                                     const HeadOptics& optics, Selection& selection,
                                                      std::int64_t now) {
   if (!controls) {
     return std::nullopt;
@@ -54,7 +54,8 @@ std::optional<HeadCommand> PredictiveFollowing::step(const PtzHeadStatus& status
     controls->model.interrupted(now);
   }
   controls->model.read(now, status.pan, status.tilt);
-  const auto chosen = choice(status.pan, status.tilt, now, controls->pursuit.actsAt(now));
+  const auto chosen =
+      selection.selectSubject(status.pan, status.tilt, now, controls->pursuit.actsAt(now));
   if (chosen) {
     lastSubject = now;
   } else if (!isFollowing || following::secondsBetween(lastSubject, now) >= PATIENCE) {

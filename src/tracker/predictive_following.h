@@ -2,27 +2,18 @@
 #define TRACKER_PREDICTIVE_FOLLOWING_H
 
 #include <cstdint>
-#include <functional>
 #include <optional>
-#include <utility>
 
 #include "following/framing.h"
 #include "following/head_model.h"
 #include "following/pursuit.h"
 #include "tracker/following.h"
-#include "tracker/people.h"
 
 // Follows with a model of the head and a prediction of the people: speeds that bring the head to
 // where they will be when it gets there. Zooms by absolute positions, as far in as what is known of
-// both allows. Knows its people itself: the door's selection is not asked.
+// both allows.
 class PredictiveFollowing : public Following {
  public:
-  // Chooses whom to look at, with the head looking at pan and tilt, as it will be at a time.
-  using Choice = std::function<std::optional<FollowedSubject>(double pan, double tilt,
-                                                              std::int64_t now, std::int64_t at)>;
-
-  explicit PredictiveFollowing(Choice choice) : choice(std::move(choice)) {}
-
   // The head to steer from now on; without one nothing is commanded.
   void setHead(const following::HeadParameters& parameters);
 
@@ -30,7 +21,7 @@ class PredictiveFollowing : public Following {
   double misfit() const;
 
   std::optional<HeadCommand> step(const PtzHeadStatus& status, const HeadOptics& optics,
-                                  const Selection& select, std::int64_t now) override;
+                                  Selection& selection, std::int64_t now) override;
   void taken(const HeadCommand& command, std::int64_t time) override;
   std::int64_t pauseAfter(std::int64_t spent) const override;
   void forget() override;
@@ -51,7 +42,6 @@ class PredictiveFollowing : public Following {
   std::optional<int> zoomFor(const std::optional<FollowedSubject>& chosen, const HeadOptics& optics,
                              std::int64_t now);
 
-  Choice choice;
   std::optional<Controls> controls;
   following::Lens lens;
   following::Framing framing{lens};

@@ -390,10 +390,7 @@ bool Tracker::isToConnectAnew() {
 // ---- Following ----
 
 void Tracker::update() {
-  const auto select = [this](double pan, double tilt) {
-    return observations.selectTarget(pan, tilt);
-  };
-  follower.step(optics, select);
+  follower.step(optics, observations);
   if (isToConnectAnew()) {
     changeState(CameraState::running, CameraState::connecting);
   }

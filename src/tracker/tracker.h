@@ -151,10 +151,7 @@ class Tracker : public Thread, private Steering {
   std::unique_ptr<PtzRemoteTravo> ptzRemote;
   Regulator regulator;
   PidFollowing following{regulator};
-  PredictiveFollowing predictive{
-      [this](double pan, double tilt, std::int64_t now, std::int64_t at) {
-        return observations.selectSubject(pan, tilt, now, at);
-      }};
+  PredictiveFollowing predictive;
   HeadFollower follower{head, following, homing, *this};
   Autotuner autotuner{head, regulator};
   HeadSurvey survey;

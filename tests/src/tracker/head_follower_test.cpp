@@ -19,14 +19,23 @@ using testing::IsEmpty;
 
 constexpr std::int64_t SECOND = units::MICROSECONDS_PER_SECOND;
 
+class NobodyToFollow : public Selection {
+ public:
+  std::optional<Target> selectTarget(double, double) override { return std::nullopt; }
+  std::optional<FollowedSubject> selectSubject(double, double, std::int64_t,
+                                               std::int64_t) override {
+    return std::nullopt;
+  }
+};
+
 // Says what the test has told it to say, or nothing.
 class ScriptedFollowing : public Following {
  public:
   std::optional<HeadCommand> step(const PtzHeadStatus& status, const HeadOptics&,
-                                  const Selection& select, std::int64_t now) override {
+                                  Selection& selection, std::int64_t now) override {
     seen = status;
     times.push_back(now);
-    select(status.pan, status.tilt);
+    selection.selectTarget(status.pan, status.tilt);
     return command;
   }
   void taken(const HeadCommand& given, std::int64_t time) override {
@@ -69,7 +78,7 @@ class HeadFollowerTest : public testing::Test {
   // One step and what reached the head.
   std::vector<std::string> step() {
     const std::size_t before = FakePtzLibrary::calls().size();
-    follower.step({}, [](double, double) { return std::optional<Target>(); });
+    follower.step({}, nobody);
     auto calls = FakePtzLibrary::calls();
     return {calls.begin() + static_cast<std::ptrdiff_t>(before), calls.end()};
   }
@@ -93,6 +102,7 @@ class HeadFollowerTest : public testing::Test {
 
   FakeClock clock;
   PtzHead head;
+  NobodyToFollow nobody;
   ScriptedFollowing following;
   Homing homing;
   NotedSteering steering;

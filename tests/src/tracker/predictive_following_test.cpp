@@ -27,6 +27,23 @@ following::HeadParameters plainHead() {
   return head;
 }
 
+// Whom the test has somebody look at.
+class ToldSelection : public Selection {
+ public:
+  std::optional<Target> selectTarget(double, double) override {
+    ADD_FAILURE() << "nobody asks for what was seen";
+    return std::nullopt;
+  }
+  std::optional<FollowedSubject> selectSubject(double, double, std::int64_t,
+                                               std::int64_t at) override {
+    askedFor = at;
+    return chosen;
+  }
+
+  std::optional<FollowedSubject> chosen;
+  std::int64_t askedFor = 0;
+};
+
 class PredictiveFollowingTest : public testing::Test {
  protected:
   PredictiveFollowingTest() {
@@ -46,12 +63,12 @@ class PredictiveFollowingTest : public testing::Test {
     followed.subject.tilt = tilt;
     followed.subject.width = 3.0;
     followed.subject.height = 10.0;
-    chosen = followed;
+    selection.chosen = followed;
   }
 
   std::optional<HeadCommand> step() {
     now += TICK;
-    return way.step(status, optics, nobody, now);
+    return way.step(status, optics, selection, now);
   }
 
   // A step whose command the head takes.
@@ -63,17 +80,11 @@ class PredictiveFollowingTest : public testing::Test {
     return command;
   }
 
-  static std::optional<Target> nobody(double, double) { return std::nullopt; }
-
-  std::optional<FollowedSubject> chosen;
-  PredictiveFollowing way{[this](double, double, std::int64_t, std::int64_t at) {
-    askedFor = at;
-    return chosen;
-  }};
+  ToldSelection selection;
+  PredictiveFollowing way;
   HeadOptics optics;
   PtzHeadStatus status;
   std::int64_t now = 1000 * SECOND;
-  std::int64_t askedFor = 0;
 };
 
 TEST_F(PredictiveFollowingTest, TurnsToWhomItIsToLookAt) {
@@ -93,17 +104,17 @@ TEST_F(PredictiveFollowingTest, AsksForTheMomentAtWhichACommandActs) {
   way.setHead(head);
   look(0.0, 0.0);
   step();
-  EXPECT_EQ(askedFor, now + 225'000);  // half the dead time, and half a period
+  EXPECT_EQ(selection.askedFor, now + 225'000);  // half the dead time, and half a period
   head.statusAge = 0.3;
   way.setHead(head);
   step();
-  EXPECT_EQ(askedFor, now + 125'000);
+  EXPECT_EQ(selection.askedFor, now + 125'000);
 }
 
 TEST_F(PredictiveFollowingTest, NothingIsCommandedBeforeThereIsAHead) {
-  PredictiveFollowing without(
-      [](double, double, std::int64_t, std::int64_t) { return std::optional(FollowedSubject()); });
-  EXPECT_FALSE(without.step(status, optics, nobody, now));
+  PredictiveFollowing without;
+  look(20.0, -10.0);
+  EXPECT_FALSE(without.step(status, optics, selection, now));
 }
 
 TEST_F(PredictiveFollowingTest, NothingIsCommandedWhileThereIsNobody) {
@@ -113,7 +124,7 @@ TEST_F(PredictiveFollowingTest, NothingIsCommandedWhileThereIsNobody) {
 TEST_F(PredictiveFollowingTest, StandsForAWhileWhenThereIsNobodyAnyMore) {
   look(20.0, -10.0);
   steer();
-  chosen.reset();
+  selection.chosen.reset();
   for (int i = 0; i < 29; ++i) {
     const auto command = steer();
     ASSERT_TRUE(command) << i;
@@ -213,9 +224,9 @@ TEST_F(PredictiveFollowingTest, AStatusThatIsNoNumberIsNoStatus) {
 TEST_F(PredictiveFollowingTest, ASubjectThatIsNoNumberIsNotFollowed) {
   const double nan = std::numeric_limits<double>::quiet_NaN();
   look(nan, nan);
-  chosen->subject.width = nan;
-  chosen->subject.height = nan;
-  chosen->gap = nan;
+  selection.chosen->subject.width = nan;
+  selection.chosen->subject.height = nan;
+  selection.chosen->gap = nan;
   for (int i = 0; i < 5; ++i) {
     const auto command = steer();
     ASSERT_TRUE(command);
@@ -228,7 +239,7 @@ TEST_F(PredictiveFollowingTest, ASubjectThatIsNoNumberIsNotFollowed) {
 TEST_F(PredictiveFollowingTest, ForgettingEndsTheCommandsUntilSomebodyIsChosenAnew) {
   look(20.0, 0.0);
   steer();
-  chosen.reset();
+  selection.chosen.reset();
   way.forget();
   EXPECT_FALSE(step());
 }
@@ -251,7 +262,7 @@ TEST_F(PredictiveFollowingTest, AClockThatStandsOrGoesBackDoesNoHarm) {
   for (const std::int64_t step : {std::int64_t{0}, -10 * SECOND, 3600 * SECOND}) {
     now += step;
     for (int i = 0; i < 3; ++i) {
-      const auto command = way.step(status, optics, nobody, now);
+      const auto command = way.step(status, optics, selection, now);
       ASSERT_TRUE(command);
       EXPECT_LE(std::abs(command->panValue), 100.0);
       way.taken(*command, now);
@@ -269,18 +280,18 @@ struct Trip {
 // Somebody stands 60 degrees aside; the head is as it is, and known as it is told.
 Trip turnTo60(const simulation::HeadKind& kind, const following::HeadParameters& known) {
   simulation::SimulatedHead head(kind, 1, 0.0, 0.0);
-  std::optional<FollowedSubject> there = FollowedSubject();
-  there->subject.pan = 60.0;
-  there->subject.width = 3.0;
-  there->subject.height = 10.0;
-  PredictiveFollowing way([&there](double, double, std::int64_t, std::int64_t) { return there; });
+  ToldSelection selection;
+  FollowedSubject& there = selection.chosen.emplace();
+  there.subject.pan = 60.0;
+  there.subject.width = 3.0;
+  there.subject.height = 10.0;
+  PredictiveFollowing way;
   way.setHead(known);
   Trip trip;
   double before = 0.0;
   for (std::int64_t now = 0; now < 6 * SECOND; now += TICK) {
     const PtzHeadStatus status{head.statusPan(), head.statusTilt(), 1, false};
-    const auto command = way.step(
-        status, HeadOptics(), [](double, double) { return std::optional<Target>(); }, now);
+    const auto command = way.step(status, HeadOptics(), selection, now);
     head.command(now, command->panValue, command->tiltValue);
     way.taken(*command, now);
     head.advanceTo(now + TICK);
@@ -309,22 +320,18 @@ TEST(PredictiveFollowingOnAHeadTest, AModelThatFitsIsNotDoubtedAndOneThatDoesNot
     kind.latency = 0.3;
     kind.fullSpeed = speed;
     simulation::SimulatedHead head(kind, 1, 0.0, 0.0);
-    double pan = 0.0;
-    PredictiveFollowing way([&pan](double, double, std::int64_t, std::int64_t) {
-      FollowedSubject there;
-      there.subject.pan = pan;
-      there.subject.height = 10.0;
-      return std::optional(there);
-    });
+    ToldSelection selection;
+    FollowedSubject& there = selection.chosen.emplace();
+    there.subject.height = 10.0;
+    PredictiveFollowing way;
     following::HeadParameters known;
     known.pan.deadTime = deadTime;
     known.tilt.deadTime = deadTime;
     way.setHead(known);
     for (std::int64_t now = 0; now < 60 * SECOND; now += TICK) {
-      pan = now / (4 * SECOND) % 2 == 0 ? 40.0 : -40.0;
+      there.subject.pan = now / (4 * SECOND) % 2 == 0 ? 40.0 : -40.0;
       const PtzHeadStatus status{head.statusPan(), head.statusTilt(), 1, false};
-      const auto command = way.step(
-          status, HeadOptics(), [](double, double) { return std::optional<Target>(); }, now);
+      const auto command = way.step(status, HeadOptics(), selection, now);
       head.command(now, command->panValue, command->tiltValue);
       way.taken(*command, now);
       head.advanceTo(now + TICK);
