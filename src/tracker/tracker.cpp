@@ -5,9 +5,7 @@
 #include <array>
 
 #include "app/clock.h"
-#include "base/units.h"
 #include "config/persistent.h"
-#include "tracker/head_file.h"
 
 namespace {
 
@@ -16,18 +14,9 @@ constexpr std::int64_t STOPPED_PAUSE = 300000;
 constexpr std::int64_t CONNECTING_PAUSE = 500000;
 constexpr std::int64_t AUTOTUNING_PAUSE = 50000;
 
-// Between looks whether another way of following is chosen.
-constexpr std::int64_t QUESTION_INTERVAL = units::fromSeconds(10);
-
-// Above it the model of the head is not that of the head.
-constexpr double DOUBTFUL_MISFIT = 1.0;
-// A head that no model fits is not identified all day.
-constexpr std::int64_t DOUBT_INTERVAL = units::fromSeconds(24 * 3600);
-
 constexpr std::array STATE_STRINGS{"stopped", "connecting", "autotuning", "running"};
 
 constexpr std::size_t SHORTEST_PRODUCT_NUMBER = 5;
-constexpr const char* ABSOLUTE_ZOOM_HEADS = "K47";
 
 }  // namespace
 
@@ -53,14 +42,7 @@ void Tracker::releaseInstance() {
 }
 
 Tracker::Tracker() : ptzRemote(std::make_unique<PtzRemoteTravo>()) {
-  Persistent::getCameraName(cameraName);
-  double kp = 0.0;
-  double ki = 0.0;
-  double kd = 0.0;
-  Persistent::getCameraPanPid(kp, ki, kd);
-  regulator.setPanPid(kp, ki, kd);
-  Persistent::getCameraTiltPid(kp, ki, kd);
-  regulator.setTiltPid(kp, ki, kd);
+  way.loadGains();
   const bool isEnabled = Persistent::getSentrelEnabled();
   observations.setSwitchObject(Persistent::getSwitchObject());
   observations.setTimePerObject(Persistent::getTimePerObject());
@@ -245,26 +227,14 @@ void Tracker::connect() {
   if (!ptzRemote->getProdNbr(number) || number.size() < SHORTEST_PRODUCT_NUMBER) {
     return;
   }
-  // The errors of an earlier run must not count as the last ones.
-  following.forget();
-  regulator.setZoomEnabled(!number.starts_with(ABSOLUTE_ZOOM_HEADS));
-  productNumber = number;
-  chooseWay();
-  if (isPredictive ? isHeadKnown : productNumber == cameraName) {
+  way.choose(number, *ptzRemote, utils::monotonicTime());
+  follower.use(way.getFollowing());
+  if (way.isHeadKnown()) {
     changeState(CameraState::connecting, CameraState::running);
     return;
   }
-  beginTuning();
+  way.startTuning(autotuner);
   changeState(CameraState::connecting, CameraState::autotuning);
-}
-
-void Tracker::beginTuning() {
-  if (!isPredictive) {
-    autotuner.start();
-    return;
-  }
-  autotuner.start(
-      survey, productNumber == cameraName ? Autotuner::Relay::leftOut : Autotuner::Relay::wanted);
 }
 
 void Tracker::autotune() {
@@ -272,126 +242,19 @@ void Tracker::autotune() {
   if (finding.zoomCorrection) {
     setZoomCorrectionValue(*finding.zoomCorrection);
   }
-  if (finding.hasGains) {
-    takeGains();
-  }
-  if (finding.hasSurvey) {
-    takeSurvey();
-  }
+  way.take(finding);
+  follower.use(way.getFollowing());
   if (finding.isFinished) {
     changeState(CameraState::autotuning, CameraState::running);
   }
 }
 
-void Tracker::takeGains() {
-  double kp = 0.0;
-  double ki = 0.0;
-  double kd = 0.0;
-  regulator.getPanAutotunePid(&kp, &ki, &kd);
-  regulator.setPanPid(kp, ki, kd);
-  Persistent::setCameraPanPid(kp, ki, kd);
-  regulator.getTiltAutotunePid(&kp, &ki, &kd);
-  regulator.setTiltPid(kp, ki, kd);
-  Persistent::setCameraTiltPid(kp, ki, kd);
-  cameraName = productNumber;
-  Persistent::setCameraName(cameraName);
-}
-
-// ---- The way of following ----
-
-// While the parameters cannot be read, the way stays as it was.
-void Tracker::chooseWay() {
-  lastQuestion = utils::monotonicTime();
-  isPredictive = FollowingSetup::isPredictive().value_or(isPredictive);
-  isHeadKnown = false;
-  follower.use(following);
-  if (!isPredictive) {
-    observations.ignorePeople();
-    return;
-  }
-  installation = FollowingSetup::installation();
-  observations.watchPeople(installation);
-  readStops();
-  const std::string mark = FollowingSetup::identificationMark();
-  const bool isAsked = identificationMark && *identificationMark != mark;
-  identificationMark = mark;
-  if (isAsked || isHeadDoubted) {
-    return;
-  }
-  if (const auto known = HeadFile::load(productNumber)) {
-    usePredictive(*known);
-  }
-}
-
-// Heads that do not tell are taken for such as turn on and on, and look from the ground to the sky.
-void Tracker::readStops() {
-  stops = HeadStops();
-  ptzRemote->getStops("Tilt", stops.lowestTilt, stops.highestTilt);
-  ptzRemote->getStops("Pan", stops.lowestPan, stops.highestPan);
-  survey.setStops(stops);
-}
-
-void Tracker::takeSurvey() {
-  const following::HeadIdentification found = survey.identify();
-  if (!found.pan.isBelieved()) {
-    syslog(LOG_WARNING,
-           "The head could not be identified (%d), it is steered without being known.\n",
-           static_cast<int>(found.pan.refusal));
-    observations.ignorePeople();
-    return;
-  }
-  const following::HeadParameters parameters{found.pan.model, found.tilt.model, std::nullopt};
-  HeadFile::store(productNumber, parameters);
-  isHeadDoubted = false;
-  usePredictive(parameters);
-  syslog(LOG_INFO, "The head answers after %.0f ms and turns at %.0f deg/s, tilts at %.0f deg/s.\n",
-         found.pan.model.deadTime * units::MILLISECONDS_PER_SECOND, found.pan.model.curve.fastest(),
-         found.tilt.model.curve.fastest());
-}
-
-void Tracker::usePredictive(following::HeadParameters parameters) {
-  parameters.pan.lowest = stops.lowestPan;
-  parameters.pan.highest = stops.highestPan;
-  parameters.tilt.lowest = stops.lowestTilt;
-  parameters.tilt.highest = stops.highestTilt;
-  parameters.statusAge = installation.statusAge;
-  predictive.setHead(parameters);
-  follower.use(predictive);
-  isHeadKnown = true;
-}
-
-// Asked while the head rests: the answer may take its time.
-bool Tracker::isToConnectAnew() {
-  const std::int64_t now = utils::monotonicTime();
-  if (isActive() || now - lastQuestion < QUESTION_INTERVAL) {
-    return false;
-  }
-  lastQuestion = now;
-  const auto isChosen = FollowingSetup::isPredictive();
-  if (!isChosen) {
-    return false;
-  }
-  if (*isChosen != isPredictive) {
-    return true;
-  }
-  if (!isPredictive) {
-    return false;
-  }
-  const bool mayDoubt = lastDoubt == 0 || now - lastDoubt > DOUBT_INTERVAL;
-  if (isHeadKnown && mayDoubt && predictive.misfit() > DOUBTFUL_MISFIT) {
-    lastDoubt = now;
-    syslog(LOG_WARNING, "The head moves otherwise than was identified, it is identified anew.\n");
-    isHeadDoubted = true;
-    return true;
-  }
-  return FollowingSetup::identificationMark() != identificationMark;
-}
-
 // ---- Following ----
 
+// Whether to connect anew is asked while the head rests: the answer may take its time.
 void Tracker::update() {
   follower.step(optics, observations);
-  if (isToConnectAnew()) {
+  if (!isActive() && way.isOutdated(utils::monotonicTime())) {
     changeState(CameraState::running, CameraState::connecting);
   }
 }

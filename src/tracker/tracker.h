@@ -16,12 +16,10 @@
 #include "scene/tracking_object.h"
 #include "tracker/autotuner.h"
 #include "tracker/head_follower.h"
-#include "tracker/head_survey.h"
 #include "tracker/homing.h"
 #include "tracker/observations.h"
-#include "tracker/pid_following.h"
-#include "tracker/predictive_following.h"
 #include "tracker/tracker_events.h"
+#include "tracker/way_of_following.h"
 
 // Steers the PTZ head: a thread of its own asks again and again which of the objects that guards
 // have handed over is to be followed, and commands the head's speeds so that it stays in view.
@@ -33,9 +31,9 @@
 //   any -> stopped
 //
 // Thread, states and settings are here; what guards report is in Observations, how the head follows
-// in HeadFollower. Guards call track, untrack, addCamera and removeCamera on scene threads; the API
-// calls the setters and enableSentrel on its own. update, connect and autotune belong to the
-// tracker's thread.
+// in HeadFollower, which way that is and what it knows of the head in WayOfFollowing. Guards call
+// track, untrack, addCamera and removeCamera on scene threads; the API calls the setters and
+// enableSentrel on its own. update, connect and autotune belong to the tracker's thread.
 class Tracker : public Thread, private Steering {
  public:
   enum class CameraState : std::int32_t {
@@ -118,13 +116,6 @@ class Tracker : public Thread, private Steering {
   bool changeState(CameraState from, CameraState to);
   static bool wasSwitchedOff(CameraState before, CameraState after);
   bool readHead();
-  void takeGains();
-  void chooseWay();
-  void readStops();
-  void beginTuning();
-  void takeSurvey();
-  void usePredictive(following::HeadParameters parameters);
-  bool isToConnectAnew();
 
   // Steering
   bool isActive() const override { return events.isSentrelingActive(); }
@@ -150,22 +141,10 @@ class Tracker : public Thread, private Steering {
   PtzHead head;
   std::unique_ptr<PtzRemoteTravo> ptzRemote;
   Regulator regulator;
-  PidFollowing following{regulator};
-  PredictiveFollowing predictive;
-  HeadFollower follower{head, following, homing, *this};
+  WayOfFollowing way{regulator, observations};
+  HeadFollower follower{head, way.getFollowing(), homing, *this};
   Autotuner autotuner{head, regulator};
-  HeadSurvey survey;
-  HeadStops stops;
-  Installation installation;
-  bool isPredictive = false;                      // the way that is chosen
-  bool isHeadKnown = false;                       // and what it needs to know of the head
-  bool isHeadDoubted = false;                     // it has turned out wrong
-  std::int64_t lastDoubt = 0;                     // when it did; 0 never
-  std::optional<std::string> identificationMark;  // asks for another identification when it changes
-  std::int64_t lastQuestion = 0;                  // for these two
   HeadOptics optics;
-  std::string cameraName;     // the head for which the stored gains were tuned
-  std::string productNumber;  // the head at hand
 };
 
 #endif
