@@ -23,6 +23,10 @@ using GObjectPtr = std::unique_ptr<T, GDeleter<g_object_unref>>;
 using GVariantPtr = std::unique_ptr<GVariant, GDeleter<g_variant_unref>>;
 using GErrorPtr = std::unique_ptr<GError, GDeleter<g_error_free>>;
 using GTextPtr = std::unique_ptr<char, GDeleter<g_free>>;
+using GBytesPtr = std::unique_ptr<GBytes, GDeleter<g_bytes_unref>>;
+using GDateTimePtr = std::unique_ptr<GDateTime, GDeleter<g_date_time_unref>>;
+using GHashTablePtr = std::unique_ptr<GHashTable, GDeleter<g_hash_table_unref>>;
+using GMainLoopPtr = std::unique_ptr<GMainLoop, GDeleter<g_main_loop_unref>>;
 
 // A source of a main context, destroyed with its owner; destroying it from its own callback is
 // allowed.

@@ -37,7 +37,7 @@ add_library(device_onvif STATIC
   onvif/user_token.cpp
   onvif/xml.cpp)
 target_include_directories(device_onvif PUBLIC ${CMAKE_CURRENT_LIST_DIR})
-target_link_libraries(device_onvif PRIVATE sentrel_options PkgConfig::LIBXML PkgConfig::GLIB)
+target_link_libraries(device_onvif PRIVATE sentrel_options base PkgConfig::LIBXML PkgConfig::GLIB)
 
 # Video for clients: the server, and the pipelines that it makes. Its plugins are loaded one by one.
 pkg_check_modules(GST_RTSP REQUIRED IMPORTED_TARGET GLOBAL gstreamer-rtsp-server-1.0 gstreamer-app-1.0
@@ -93,6 +93,7 @@ add_library(device_services STATIC
   web_server/mqtt_publisher.cpp
   web_server/nonce_book.cpp
   web_server/origin_check.cpp
+  web_server/soup_message.cpp
   web_server/static_files.cpp
   web_server/web_connections.cpp
   web_server/web_interface.cpp

@@ -18,10 +18,6 @@ namespace {
 constexpr std::string_view ROOT = "/onvif/";
 constexpr std::chrono::minutes NONCE_LIFETIME(5);
 
-const char* header(SoupServerMessage* message, const char* name) {
-  return soup_message_headers_get_list(soup_server_message_get_request_headers(message), name);
-}
-
 void setHeader(SoupServerMessage* message, const char* name, const char* value) {
   soup_message_headers_replace(soup_server_message_get_response_headers(message), name, value);
 }
@@ -49,14 +45,6 @@ void respond(SoupServerMessage* message, const Fault& fault) {
   respond(message, fault.httpStatus(), writeEnvelope(fault.tag()));
 }
 
-std::string bodyOf(SoupServerMessage* message) {
-  const std::unique_ptr<GBytes, decltype(&g_bytes_unref)> body(
-      soup_message_body_flatten(soup_server_message_get_request_body(message)), g_bytes_unref);
-  gsize size = 0;
-  const auto* text = static_cast<const char*>(g_bytes_get_data(body.get(), &size));
-  return size > 0 ? std::string(text, size) : "";
-}
-
 std::vector<Tag> addressingHeaders(const std::string& action, const std::string& messageId) {
   if (action.empty()) {
     return {};
@@ -76,39 +64,19 @@ Fault unknownOperation(const XmlElement& operation) {
 
 }  // namespace
 
-struct SoapServer::Handlers {
-  static void started(SoupServer*, SoupServerMessage* message, gpointer self) {
-    setHeaders(message);  // of what the library refuses by itself
-    g_signal_connect(message, "got-chunk", G_CALLBACK(gotChunk), self);
-  }
-
-  static void gotChunk(SoupServerMessage* message, GBytes*, gpointer self) {
-    const goffset length = soup_server_message_get_request_body(message)->length;
-    if (length > static_cast<goffset>(MOST_BODY)) {
-      static_cast<SoapServer*>(self)->refuseBody(message);
-    }
-  }
-
-  static void early(SoupServer*, SoupServerMessage* message, const char*, GHashTable*,
-                    gpointer self) {
-    static_cast<SoapServer*>(self)->check(message);
-  }
-
-  static void handle(SoupServer*, SoupServerMessage* message, const char* path, GHashTable*,
-                     gpointer self) {
-    static_cast<SoapServer*>(self)->handle(message, path);
-  }
-};
-
 SoapServer::SoapServer(const OnvifOptions& options, const Operations& operations,
                        const ConnectionLimits& limits)
     : address(options.address),
       operations(operations),
       connections(limits),
+      calls{.begin = setHeaders,
+            .check = [this](SoupServerMessage* message) { check(message); },
+            .mostBody = MOST_BODY,
+            .refuse = [this](SoupServerMessage* message) { refuseBody(message); },
+            .handle = [this](SoupServerMessage* message, const char* path,
+                             GHashTable*) { handle(message, path); }},
       server(soup_server_new(nullptr, nullptr)) {
-  g_signal_connect(server.get(), "request-started", G_CALLBACK(Handlers::started), this);
-  soup_server_add_early_handler(server.get(), nullptr, Handlers::early, this, nullptr);
-  soup_server_add_handler(server.get(), nullptr, Handlers::handle, this, nullptr);
+  connectCalls(server.get(), calls);
   if (options.user) {
     login.emplace(*options.user, NONCE_LIFETIME);
     tokens.emplace(options.user->name, options.user->password, g_get_real_time);
@@ -141,7 +109,7 @@ void SoapServer::accept(GObjectPtr<GSocket> socket) {
 // Before the body is read.
 void SoapServer::check(SoupServerMessage* message) {
   connections.enter(soup_server_message_get_remote_address(message), ConnectionStep_e::body);
-  if (!origins->isAllowed(hostOf(message).c_str(), header(message, "Origin"))) {
+  if (!origins->isAllowed(hostOf(message).c_str(), headerOf(message, "Origin"))) {
     return refuse(message, SOUP_STATUS_FORBIDDEN);
   }
   SoupMessageHeaders* headers = soup_server_message_get_request_headers(message);
@@ -153,7 +121,7 @@ void SoapServer::check(SoupServerMessage* message) {
 
 // Some clients leave the port out, which no browser does.
 std::string SoapServer::hostOf(SoupServerMessage* message) const {
-  const char* host = header(message, "Host");
+  const char* host = headerOf(message, "Host");
   const std::string text = host != nullptr ? host : "";
   const std::size_t bracket = text.rfind(']');
   const bool hasPort =
@@ -212,7 +180,7 @@ SoapServer::Caller SoapServer::callerOf(SoupServerMessage* message) {
   if (!login) {
     return Caller::user;
   }
-  if (header(message, "Authorization") == nullptr) {
+  if (headerOf(message, "Authorization") == nullptr) {
     return Caller::unknown;
   }
   return login->challengeFor(message) ? Caller::refused : Caller::user;

@@ -18,6 +18,7 @@
 #include "web_server/digest_login.h"
 #include "web_server/lingering_refusal.h"
 #include "web_server/origin_check.h"
+#include "web_server/soup_message.h"
 #include "web_server/web_connections.h"
 #include "web_server/web_listener.h"
 
@@ -48,8 +49,6 @@ class SoapServer {
   const std::string& getAddress() const { return address; }
 
  private:
-  struct Handlers;
-
   // As far as HTTP tells.
   enum class Caller { unknown, user, refused };
 
@@ -74,6 +73,7 @@ class SoapServer {
   std::optional<OriginCheck> origins;
   std::list<std::unique_ptr<LingeringRefusal>> refusals;
   WebConnections connections;
+  SoupCalls calls;
   GObjectPtr<SoupServer> server;
   std::unique_ptr<WebListener> listener;
 };

@@ -88,10 +88,6 @@ void respond(SoupServerMessage* message, const ApplicationAnswer& answer) {
                            answer.body.data(), answer.body.size());
 }
 
-const char* header(SoupServerMessage* message, const char* name) {
-  return soup_message_headers_get_list(soup_server_message_get_request_headers(message), name);
-}
-
 bool isMethod(SoupServerMessage* message, std::string_view method) {
   return method == soup_server_message_get_method(message);
 }
@@ -110,41 +106,11 @@ HttpRequest requestOf(SoupServerMessage* message, const std::string& path, GHash
       request.fields.emplace_back(static_cast<const char*>(name), static_cast<const char*>(value));
     }
   }
-  const std::unique_ptr<GBytes, decltype(&g_bytes_unref)> body(
-      soup_message_body_flatten(soup_server_message_get_request_body(message)), g_bytes_unref);
-  gsize size = 0;
-  const auto* text = static_cast<const char*>(g_bytes_get_data(body.get(), &size));
-  if (size > 0) {
-    request.body.assign(text, size);
-  }
+  request.body = bodyOf(message);
   return request;
 }
 
 }  // namespace
-
-struct WebServer::Handlers {
-  static void started(SoupServer*, SoupServerMessage* message, gpointer self) {
-    setHeaders(message);  // of what the library refuses by itself
-    g_signal_connect(message, "got-chunk", G_CALLBACK(gotChunk), self);
-  }
-
-  static void gotChunk(SoupServerMessage* message, GBytes*, gpointer self) {
-    const goffset length = soup_server_message_get_request_body(message)->length;
-    if (length > static_cast<goffset>(MAX_BODY)) {
-      static_cast<WebServer*>(self)->refuseBody(message);
-    }
-  }
-
-  static void early(SoupServer*, SoupServerMessage* message, const char*, GHashTable*,
-                    gpointer self) {
-    static_cast<WebServer*>(self)->check(message);
-  }
-
-  static void handle(SoupServer*, SoupServerMessage* message, const char* path, GHashTable* fields,
-                     gpointer self) {
-    static_cast<WebServer*>(self)->handle(message, path, fields);
-  }
-};
 
 WebServer::WebServer(const WebOptions& options, std::string application,
                      const WebServerLimits& limits)
@@ -152,11 +118,15 @@ WebServer::WebServer(const WebOptions& options, std::string application,
       address(options.address),
       files(options.folder),
       connections(limits.connections),
+      calls{.begin = setHeaders,
+            .check = [this](SoupServerMessage* message) { check(message); },
+            .mostBody = MAX_BODY,
+            .refuse = [this](SoupServerMessage* message) { refuseBody(message); },
+            .handle = [this](SoupServerMessage* message, const char* path,
+                             GHashTable* fields) { handle(message, path, fields); }},
       server(soup_server_new(nullptr, nullptr)),
       forwarder(std::move(application), limits.answer) {
-  g_signal_connect(server.get(), "request-started", G_CALLBACK(Handlers::started), this);
-  soup_server_add_early_handler(server.get(), nullptr, Handlers::early, this, nullptr);
-  soup_server_add_handler(server.get(), nullptr, Handlers::handle, this, nullptr);
+  connectCalls(server.get(), calls);
   if (options.user) {
     login.emplace(*options.user, limits.nonce);
   }
@@ -218,7 +188,7 @@ void WebServer::accept(GObjectPtr<GSocket> socket) {
 // user is asked for.
 void WebServer::check(SoupServerMessage* message) {
   connections.enter(soup_server_message_get_remote_address(message), ConnectionStep_e::body);
-  if (!origins->isAllowed(header(message, "Host"), header(message, "Origin"))) {
+  if (!origins->isAllowed(headerOf(message, "Host"), headerOf(message, "Origin"))) {
     return refuse(message, SOUP_STATUS_FORBIDDEN, "The request was made from elsewhere");
   }
   SoupMessageHeaders* headers = soup_server_message_get_request_headers(message);

@@ -19,6 +19,7 @@
 #include "web_server/event_stream.h"
 #include "web_server/lingering_refusal.h"
 #include "web_server/origin_check.h"
+#include "web_server/soup_message.h"
 #include "web_server/static_files.h"
 #include "web_server/web_connections.h"
 #include "web_server/web_listener.h"
@@ -80,7 +81,6 @@ class WebServer {
   std::string url() const;
 
  private:
-  struct Handlers;
   struct Stream {
     Opening opening;
     std::unique_ptr<EventStream> readers;
@@ -104,6 +104,7 @@ class WebServer {
   std::map<std::string, Stream> streams;  // by path
   std::list<std::unique_ptr<LingeringRefusal>> refusals;
   WebConnections connections;
+  SoupCalls calls;
   GObjectPtr<SoupServer> server;
   std::unique_ptr<WebListener> listener;
   Observer observer;
