@@ -2,12 +2,12 @@
 #ifndef BASE_COMMAND_LINE_H
 #define BASE_COMMAND_LINE_H
 
-#include <glib.h>
-
 #include <span>
 #include <stdexcept>
 #include <string>
 #include <vector>
+
+#include "base/glib_ptr.h"
 
 // What is wrong with the options, for whoever gave them.
 class OptionError : public std::runtime_error {
@@ -15,9 +15,24 @@ class OptionError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+// The text of an option: null until it is read. For entries: pass out().
+class OptionText {
+ public:
+  OptionText() = default;
+  OptionText(const OptionText&) = delete;
+  OptionText& operator=(const OptionText&) = delete;
+  ~OptionText() { g_free(text); }
+
+  char** out() { return &text; }
+  const char* get() const { return text; }
+
+ private:
+  char* text = nullptr;
+};
+
 // Reads the arguments, of which the first is the program's name, into the places of the entries; a
-// null entry ends these. Texts become the caller's, to be freed with g_free. Throws OptionError;
-// prints help, headed by the summary, and ends the process for "--help".
+// null entry ends these. Texts become the caller's (OptionText). Throws OptionError; prints help,
+// headed by the summary, and ends the process for "--help".
 void readOptions(const char* summary, std::span<const GOptionEntry> entries,
                  const std::vector<std::string>& arguments);
 

@@ -19,6 +19,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/glib_ptr.h"
 #include "base/json_auto_ptr.h"
 #include "base/json_text.h"
 #include "camera/configuration_parser.h"
@@ -128,14 +129,12 @@ class Api {
                 defaults, parser, daemon.getTracker()) {}
 
   std::string ask(const Request& request) {
-    const std::unique_ptr<GHashTable, void (*)(GHashTable*)> parameters(
-        g_hash_table_new(g_str_hash, g_str_equal), g_hash_table_unref);
+    const GHashTablePtr parameters(g_hash_table_new(g_str_hash, g_str_equal));
     std::string body = request.text;
     if (!request.isQuery) {
       g_hash_table_insert(parameters.get(), const_cast<char*>(OV_HTTP_BODY), body.data());
     }
-    const std::unique_ptr<GOutputStream, void (*)(void*)> out(
-        g_memory_output_stream_new_resizable(), g_object_unref);
+    const GObjectPtr<GOutputStream> out(g_memory_output_stream_new_resizable());
     FakeStorage::setWorking(request.isStorageWorking);
     CGI_Callback::handle("/api/sentrelvideo", request.isQuery ? "GET" : "POST",
                          request.isQuery ? body.c_str() : nullptr, parameters.get(), out.get(),

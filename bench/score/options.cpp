@@ -1,7 +1,5 @@
 #include "score/options.h"
 
-#include <glib.h>
-
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -12,48 +10,40 @@ namespace score {
 
 namespace {
 
-// Where GOption leaves what it reads; texts are its own.
+// Where GOption leaves what it reads.
 struct Raw {
-  char* models = nullptr;
-  char* model = nullptr;
-  char* following = nullptr;
+  OptionText models;
+  OptionText model;
+  OptionText following;
   gint64 seed = 1;
   double seconds = -1;
-  char* scene = nullptr;
-  char* tracks = nullptr;
-  char* mast = nullptr;
-  char* home = nullptr;
+  OptionText scene;
+  OptionText tracks;
+  OptionText mast;
+  OptionText home;
   gboolean whole = FALSE;
   gboolean alone = FALSE;
-  char* share = nullptr;
+  OptionText share;
   gboolean fromStart = FALSE;
-
-  Raw() = default;
-  Raw(const Raw&) = delete;
-  Raw& operator=(const Raw&) = delete;
-  ~Raw() {
-    for (char* text : {models, model, following, scene, tracks, mast, home, share}) {
-      g_free(text);
-    }
-  }
 };
 
 void parse(const std::vector<std::string>& arguments, Raw& raw) {
   const std::vector<GOptionEntry> entries = {
-      {"models", 0, 0, G_OPTION_ARG_FILENAME, &raw.models, "Folder of the models", "DIR"},
-      {"model", 0, 0, G_OPTION_ARG_STRING, &raw.model, "Model by name", "NAME"},
-      {"following", 0, 0, G_OPTION_ARG_STRING, &raw.following, "The way of following",
+      {"models", 0, 0, G_OPTION_ARG_FILENAME, raw.models.out(), "Folder of the models", "DIR"},
+      {"model", 0, 0, G_OPTION_ARG_STRING, raw.model.out(), "Model by name", "NAME"},
+      {"following", 0, 0, G_OPTION_ARG_STRING, raw.following.out(), "The way of following",
        "specified|predictive"},
       {"seed", 0, 0, G_OPTION_ARG_INT64, &raw.seed, "Seed of all chance", "N"},
       {"seconds", 0, 0, G_OPTION_ARG_DOUBLE, &raw.seconds, "Length of the run", "N"},
-      {"scene", 0, 0, G_OPTION_ARG_STRING, &raw.scene, "Another scene than the model's", "NAME"},
-      {"tracks", 0, 0, G_OPTION_ARG_FILENAME, &raw.tracks, "Recording of people", "FILE"},
-      {"mast", 0, 0, G_OPTION_ARG_STRING, &raw.mast, "Where the mast stands in it", "X,Y"},
-      {"home", 0, 0, G_OPTION_ARG_STRING, &raw.home, "Where the head looks at home", "X,Y"},
+      {"scene", 0, 0, G_OPTION_ARG_STRING, raw.scene.out(), "Another scene than the model's",
+       "NAME"},
+      {"tracks", 0, 0, G_OPTION_ARG_FILENAME, raw.tracks.out(), "Recording of people", "FILE"},
+      {"mast", 0, 0, G_OPTION_ARG_STRING, raw.mast.out(), "Where the mast stands in it", "X,Y"},
+      {"home", 0, 0, G_OPTION_ARG_STRING, raw.home.out(), "Where the head looks at home", "X,Y"},
       {"whole", 0, 0, G_OPTION_ARG_NONE, &raw.whole, "All people at once", nullptr},
       {"alone", 0, 0, G_OPTION_ARG_NONE, &raw.alone,
        "One by one, nobody else may be followed meanwhile", nullptr},
-      {"share", 0, 0, G_OPTION_ARG_STRING, &raw.share, "Every N-th person, from the K-th on",
+      {"share", 0, 0, G_OPTION_ARG_STRING, raw.share.out(), "Every N-th person, from the K-th on",
        "K/N"},
       {"from-start", 0, 0, G_OPTION_ARG_NONE, &raw.fromStart,
        "From the device's start on, all people at once", nullptr},
@@ -84,26 +74,28 @@ void readShare(const char* text, JobOptions& options) {
 }
 
 void readRecording(const Raw& raw, JobOptions& options) {
-  options.tracks = raw.tracks;
-  options.place = {.mast = readPoint("--mast", raw.mast), .home = readPoint("--home", raw.home)};
+  options.tracks = raw.tracks.get();
+  options.place = {.mast = readPoint("--mast", raw.mast.get()),
+                   .home = readPoint("--home", raw.home.get())};
   options.isWhole = raw.whole != FALSE || raw.fromStart != FALSE;
   options.isAlone = raw.alone != FALSE;
-  if (raw.share != nullptr) {
-    readShare(raw.share, options);
+  if (raw.share.get() != nullptr) {
+    readShare(raw.share.get(), options);
   }
 }
 
 void check(const Raw& raw) {
-  if (raw.models == nullptr || raw.model == nullptr) {
+  if (raw.models.get() == nullptr || raw.model.get() == nullptr) {
     throw OptionError("--models and --model are needed");
   }
-  const std::string following = raw.following != nullptr ? raw.following : "specified";
+  const std::string following = raw.following.get() != nullptr ? raw.following.get() : "specified";
   if (following != "specified" && following != "predictive") {
     throw OptionError("--following is specified or predictive");
   }
   const std::vector<std::string> scenes = device::sceneNames();
-  if (raw.scene != nullptr && std::ranges::find(scenes, std::string(raw.scene)) == scenes.end()) {
-    throw OptionError(std::string("There is no scene ") + raw.scene);
+  if (raw.scene.get() != nullptr &&
+      std::ranges::find(scenes, std::string(raw.scene.get())) == scenes.end()) {
+    throw OptionError(std::string("There is no scene ") + raw.scene.get());
   }
   if (raw.seed < 0) {
     throw OptionError("--seed is a number of 0 or more");
@@ -120,20 +112,20 @@ JobOptions parseOptions(const std::vector<std::string>& arguments) {
   parse(arguments, raw);
   check(raw);
   JobOptions options;
-  options.models = raw.models;
-  options.model = raw.model;
-  if (raw.following != nullptr) {
-    options.following = raw.following;
+  options.models = raw.models.get();
+  options.model = raw.model.get();
+  if (raw.following.get() != nullptr) {
+    options.following = raw.following.get();
   }
   options.seed = static_cast<std::uint64_t>(raw.seed);
   if (raw.seconds > 0) {
     options.seconds = raw.seconds;
   }
-  if (raw.scene != nullptr) {
-    options.scene = raw.scene;
+  if (raw.scene.get() != nullptr) {
+    options.scene = raw.scene.get();
   }
   options.isFromStart = raw.fromStart != FALSE;
-  if (raw.tracks != nullptr) {
+  if (raw.tracks.get() != nullptr) {
     readRecording(raw, options);
   }
   return options;

@@ -1,7 +1,5 @@
 #include "app/options.h"
 
-#include <glib.h>
-
 #include <algorithm>
 #include <cmath>
 #include <utility>
@@ -12,45 +10,34 @@ namespace device {
 
 namespace {
 
-// Where GOption leaves what it reads; texts are its own.
+// Where GOption leaves what it reads.
 struct Raw {
-  char* model = nullptr;
-  char* models = nullptr;
-  char* tracks = nullptr;
+  OptionText model;
+  OptionText models;
+  OptionText tracks;
   gboolean asRecorded = FALSE;
-  char* scene = nullptr;
-  char* transport = nullptr;
-  char* following = nullptr;
+  OptionText scene;
+  OptionText transport;
+  OptionText following;
   double duration = 0;
   gint64 seed = 1;
-  char* report = nullptr;
-  char* daemon = nullptr;
+  OptionText report;
+  OptionText daemon;
   gboolean restartDaemon = FALSE;
   double headBoot = -1;
   int framesPerSecond = 10;
   gboolean quiet = FALSE;
   gboolean noLog = FALSE;
-  char* listen = nullptr;
-  char* port = nullptr;
-  char* user = nullptr;
-  char* passwordFile = nullptr;
-  char* web = nullptr;
-  char* mqtt = nullptr;
-  char* onvif = nullptr;
-  char* onvifListen = nullptr;
-  char* onvifUser = nullptr;
-  char* onvifPasswordFile = nullptr;
-
-  Raw() = default;
-  Raw(const Raw&) = delete;
-  Raw& operator=(const Raw&) = delete;
-  ~Raw() {
-    for (char* text :
-         {model, models, tracks, scene, transport, following, report, daemon, listen, port, user,
-          passwordFile, web, mqtt, onvif, onvifListen, onvifUser, onvifPasswordFile}) {
-      g_free(text);
-    }
-  }
+  OptionText listen;
+  OptionText port;
+  OptionText user;
+  OptionText passwordFile;
+  OptionText web;
+  OptionText mqtt;
+  OptionText onvif;
+  OptionText onvifListen;
+  OptionText onvifUser;
+  OptionText onvifPasswordFile;
 };
 
 std::string choicesOf(const std::vector<std::string>& names) {
@@ -64,22 +51,23 @@ std::string choicesOf(const std::vector<std::string>& names) {
 void parse(const std::vector<std::string>& arguments, Raw* raw) {
   const std::string sceneChoices = choicesOf(sceneNames());
   const std::vector<GOptionEntry> entries = {
-      {"model", 0, 0, G_OPTION_ARG_STRING, &raw->model, "Model by name, or its file", "NAME"},
-      {"models", 0, 0, G_OPTION_ARG_FILENAME, &raw->models, "Folder of the models", "DIR"},
-      {"tracks", 0, 0, G_OPTION_ARG_FILENAME, &raw->tracks, "Recording of people to play", "FILE"},
+      {"model", 0, 0, G_OPTION_ARG_STRING, raw->model.out(), "Model by name, or its file", "NAME"},
+      {"models", 0, 0, G_OPTION_ARG_FILENAME, raw->models.out(), "Folder of the models", "DIR"},
+      {"tracks", 0, 0, G_OPTION_ARG_FILENAME, raw->tracks.out(), "Recording of people to play",
+       "FILE"},
       {"as-recorded", 0, 0, G_OPTION_ARG_NONE, &raw->asRecorded,
        "Play it without adding rests in which nobody is there", nullptr},
-      {"scene", 0, 0, G_OPTION_ARG_STRING, &raw->scene,
+      {"scene", 0, 0, G_OPTION_ARG_STRING, raw->scene.out(),
        "Where people walk and who they are (as the model says)", sceneChoices.c_str()},
-      {"transport", 0, 0, G_OPTION_ARG_STRING, &raw->transport, "How scene frames are offered",
+      {"transport", 0, 0, G_OPTION_ARG_STRING, raw->transport.out(), "How scene frames are offered",
        "socket|module"},
-      {"following", 0, 0, G_OPTION_ARG_STRING, &raw->following,
+      {"following", 0, 0, G_OPTION_ARG_STRING, raw->following.out(),
        "How the application is to follow (predictive)", "predictive|specified"},
       {"duration", 0, 0, G_OPTION_ARG_DOUBLE, &raw->duration, "End after this time (0: never)",
        "SECONDS"},
       {"seed", 0, 0, G_OPTION_ARG_INT64, &raw->seed, "Seed of people and noise", "N"},
-      {"report", 0, 0, G_OPTION_ARG_FILENAME, &raw->report, "Folder for the report", "DIR"},
-      {"daemon", 0, 0, G_OPTION_ARG_FILENAME, &raw->daemon, "Application to start", "PROGRAM"},
+      {"report", 0, 0, G_OPTION_ARG_FILENAME, raw->report.out(), "Folder for the report", "DIR"},
+      {"daemon", 0, 0, G_OPTION_ARG_FILENAME, raw->daemon.out(), "Application to start", "PROGRAM"},
       {"restart-daemon", 0, 0, G_OPTION_ARG_NONE, &raw->restartDaemon,
        "Start it again when it ends by itself", nullptr},
       {"head-boot", 0, 0, G_OPTION_ARG_DOUBLE, &raw->headBoot, "Time until the head answers",
@@ -88,22 +76,24 @@ void parse(const std::vector<std::string>& arguments, Raw* raw) {
       {"quiet", 0, 0, G_OPTION_ARG_NONE, &raw->quiet, "No status and log lines", nullptr},
       {"no-log", 0, 0, G_OPTION_ARG_NONE, &raw->noLog,
        "Leave the system log to the machine, which has one already", nullptr},
-      {"port", 0, 0, G_OPTION_ARG_STRING, &raw->port, "Port of the web server (0: any free one)",
-       "N"},
-      {"listen", 0, 0, G_OPTION_ARG_STRING, &raw->listen, "Address of the web server", "ADDRESS"},
-      {"user", 0, 0, G_OPTION_ARG_STRING, &raw->user, "User whom the web server asks for", "NAME"},
-      {"password-file", 0, 0, G_OPTION_ARG_FILENAME, &raw->passwordFile,
-       "File whose first line is the user's password", "FILE"},
-      {"web", 0, 0, G_OPTION_ARG_FILENAME, &raw->web, "Folder of the page", "DIR"},
-      {"mqtt", 0, 0, G_OPTION_ARG_STRING, &raw->mqtt, "Broker to which events are published",
-       "HOST[:PORT]"},
-      {"onvif", 0, 0, G_OPTION_ARG_STRING, &raw->onvif,
-       "Be an ONVIF camera, too, at this port (0: any free one)", "N"},
-      {"onvif-listen", 0, 0, G_OPTION_ARG_STRING, &raw->onvifListen, "Address of the ONVIF camera",
+      {"port", 0, 0, G_OPTION_ARG_STRING, raw->port.out(),
+       "Port of the web server (0: any free one)", "N"},
+      {"listen", 0, 0, G_OPTION_ARG_STRING, raw->listen.out(), "Address of the web server",
        "ADDRESS"},
-      {"onvif-user", 0, 0, G_OPTION_ARG_STRING, &raw->onvifUser,
+      {"user", 0, 0, G_OPTION_ARG_STRING, raw->user.out(), "User whom the web server asks for",
+       "NAME"},
+      {"password-file", 0, 0, G_OPTION_ARG_FILENAME, raw->passwordFile.out(),
+       "File whose first line is the user's password", "FILE"},
+      {"web", 0, 0, G_OPTION_ARG_FILENAME, raw->web.out(), "Folder of the page", "DIR"},
+      {"mqtt", 0, 0, G_OPTION_ARG_STRING, raw->mqtt.out(), "Broker to which events are published",
+       "HOST[:PORT]"},
+      {"onvif", 0, 0, G_OPTION_ARG_STRING, raw->onvif.out(),
+       "Be an ONVIF camera, too, at this port (0: any free one)", "N"},
+      {"onvif-listen", 0, 0, G_OPTION_ARG_STRING, raw->onvifListen.out(),
+       "Address of the ONVIF camera", "ADDRESS"},
+      {"onvif-user", 0, 0, G_OPTION_ARG_STRING, raw->onvifUser.out(),
        "User whom the ONVIF camera asks for", "NAME"},
-      {"onvif-password-file", 0, 0, G_OPTION_ARG_FILENAME, &raw->onvifPasswordFile,
+      {"onvif-password-file", 0, 0, G_OPTION_ARG_FILENAME, raw->onvifPasswordFile.out(),
        "File whose first line is that user's password", "FILE"},
       {nullptr, 0, 0, G_OPTION_ARG_NONE, nullptr, nullptr, nullptr}};
 
@@ -111,16 +101,17 @@ void parse(const std::vector<std::string>& arguments, Raw* raw) {
 }
 
 void check(const Raw& raw) {
-  const std::string transport = raw.transport != nullptr ? raw.transport : "";
+  const std::string transport = raw.transport.get() != nullptr ? raw.transport.get() : "";
   if (!transport.empty() && transport != "socket" && transport != "module") {
     throw OptionError("--transport is socket or module");
   }
-  const std::string following = raw.following != nullptr ? raw.following : "predictive";
+  const std::string following = raw.following.get() != nullptr ? raw.following.get() : "predictive";
   if (following != "predictive" && following != "specified") {
     throw OptionError("--following is predictive or specified");
   }
   const std::vector<std::string> scenes = sceneNames();
-  if (raw.scene != nullptr && std::ranges::find(scenes, std::string(raw.scene)) == scenes.end()) {
+  if (raw.scene.get() != nullptr &&
+      std::ranges::find(scenes, std::string(raw.scene.get())) == scenes.end()) {
     throw OptionError("--scene is one of " + choicesOf(scenes));
   }
   if (!std::isfinite(raw.duration) || raw.duration < 0) {
@@ -138,21 +129,21 @@ void check(const Raw& raw) {
 }
 
 WebOptions webOptionsOf(const Raw& raw) try {
-  return readWebOptions({.address = raw.listen,
-                         .port = raw.port,
-                         .user = raw.user,
-                         .passwordFile = raw.passwordFile,
-                         .folder = raw.web != nullptr ? raw.web : DEVICE_WEB,
-                         .broker = raw.mqtt});
+  return readWebOptions({.address = raw.listen.get(),
+                         .port = raw.port.get(),
+                         .user = raw.user.get(),
+                         .passwordFile = raw.passwordFile.get(),
+                         .folder = raw.web.get() != nullptr ? raw.web.get() : DEVICE_WEB,
+                         .broker = raw.mqtt.get()});
 } catch (const WebOptionError& error) {
   throw OptionError(error.what());
 }
 
 std::optional<onvif::OnvifOptions> onvifOptionsOf(const Raw& raw) try {
-  return onvif::readOnvifOptions({.port = raw.onvif,
-                                  .address = raw.onvifListen,
-                                  .user = raw.onvifUser,
-                                  .passwordFile = raw.onvifPasswordFile});
+  return onvif::readOnvifOptions({.port = raw.onvif.get(),
+                                  .address = raw.onvifListen.get(),
+                                  .user = raw.onvifUser.get(),
+                                  .passwordFile = raw.onvifPasswordFile.get()});
 } catch (const WebOptionError& error) {
   throw OptionError(error.what());
 }
@@ -165,30 +156,30 @@ Options parseOptions(const std::vector<std::string>& arguments) {
   check(raw);
 
   Options options;
-  if (raw.model != nullptr) {
-    options.model = raw.model;
+  if (raw.model.get() != nullptr) {
+    options.model = raw.model.get();
   }
-  options.models = raw.models != nullptr ? raw.models : DEVICE_MODELS;
-  if (raw.tracks != nullptr) {
-    options.tracks = raw.tracks;
+  options.models = raw.models.get() != nullptr ? raw.models.get() : DEVICE_MODELS;
+  if (raw.tracks.get() != nullptr) {
+    options.tracks = raw.tracks.get();
   }
-  if (raw.scene != nullptr) {
-    options.scene = raw.scene;
+  if (raw.scene.get() != nullptr) {
+    options.scene = raw.scene.get();
   }
   options.asRecorded = raw.asRecorded != FALSE;
-  if (raw.transport != nullptr) {
-    options.transport = raw.transport;
+  if (raw.transport.get() != nullptr) {
+    options.transport = raw.transport.get();
   }
-  if (raw.following != nullptr) {
-    options.following = raw.following;
+  if (raw.following.get() != nullptr) {
+    options.following = raw.following.get();
   }
   options.duration = raw.duration;
   options.seed = static_cast<std::uint64_t>(raw.seed);
-  if (raw.report != nullptr) {
-    options.report = raw.report;
+  if (raw.report.get() != nullptr) {
+    options.report = raw.report.get();
   }
-  if (raw.daemon != nullptr) {
-    options.daemon = raw.daemon;
+  if (raw.daemon.get() != nullptr) {
+    options.daemon = raw.daemon.get();
   }
   options.restartDaemon = raw.restartDaemon != FALSE;
   if (raw.headBoot >= 0) {

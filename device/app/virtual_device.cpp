@@ -60,7 +60,7 @@ VirtualDevice::VirtualDevice(Options given, const DevicePaths& paths, GDBusConne
       lens(connection, lenses()),
       scenes(paths.scenes, sceneHandshake, world.channelCount()),
       subscribers(paths.subscriber, subscriberHandshake, world.channelCount()),
-      loop(g_main_loop_new(g_main_context_get_thread_default(), FALSE), g_main_loop_unref),
+      loop(g_main_loop_new(g_main_context_get_thread_default(), FALSE)),
       sampler(world, report,
               [this](TruthSampler::Answered answered) { askForConfiguration(answered); }) {
   if (options.log) {

@@ -108,7 +108,7 @@ class VirtualDevice {
   FrameServer scenes;
   FrameServer subscribers;
 
-  std::unique_ptr<GMainLoop, decltype(&g_main_loop_unref)> loop;
+  GMainLoopPtr loop;
   std::unique_ptr<DaemonProcess> daemon;
   GSourcePtr restart;
   TruthSampler sampler;

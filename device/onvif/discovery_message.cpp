@@ -1,11 +1,9 @@
 #include "onvif/discovery_message.h"
 
-#include <glib.h>
-
 #include <algorithm>
-#include <memory>
 #include <sstream>
 
+#include "base/glib_ptr.h"
 #include "onvif/envelope.h"
 #include "onvif/namespaces.h"
 #include "onvif/tag.h"
@@ -55,7 +53,7 @@ bool isScopeOf(std::string scope, const std::string& own) {
 }
 
 std::string newId() {
-  const std::unique_ptr<char, decltype(&g_free)> text(g_uuid_string_random(), g_free);
+  const GTextPtr text(g_uuid_string_random());
   return std::string("urn:uuid:") + text.get();
 }
 

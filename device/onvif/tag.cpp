@@ -1,6 +1,5 @@
 #include "onvif/tag.h"
 
-#include <glib.h>
 #include <libxml/xmlwriter.h>
 
 #include <array>
@@ -9,7 +8,9 @@
 #include <set>
 #include <stdexcept>
 
+#include "base/glib_ptr.h"
 #include "onvif/namespaces.h"
+#include "onvif/xml_characters.h"
 
 namespace device::onvif {
 namespace {
@@ -22,14 +23,9 @@ struct WriterDeleter {
   void operator()(xmlTextWriter* writer) const { xmlFreeTextWriter(writer); }
 };
 
-const xmlChar* characters(const std::string& text) {
-  return reinterpret_cast<const xmlChar*>(text.c_str());
-}
-
 // XML has no place for most control characters, whichever way they are written.
 std::string writable(const std::string& text) {
-  const std::unique_ptr<char, decltype(&g_free)> valid(
-      g_utf8_make_valid(text.data(), static_cast<gssize>(text.size())), g_free);
+  const GTextPtr valid(g_utf8_make_valid(text.data(), static_cast<gssize>(text.size())));
   std::string result;
   const char* next = nullptr;
   for (const char* at = valid.get(); *at != '\0'; at = next) {

@@ -1,21 +1,18 @@
 #include "onvif/time_text.h"
 
-#include <glib.h>
-
 #include <array>
 #include <charconv>
-#include <cmath>
 #include <cstdio>
 #include <memory>
-#include <vector>
 
+#include "base/glib_ptr.h"
+#include "base/units.h"
 #include "onvif/tag.h"
 
 namespace device::onvif {
 namespace {
 
-constexpr double MICROSECONDS = 1e6;  // of a second
-constexpr double MINUTE = 60;         // seconds
+constexpr double MINUTE = 60;  // seconds
 constexpr double HOUR = 60 * MINUTE;
 constexpr double DAY = 24 * HOUR;
 constexpr double LONGEST = 100 * 365 * DAY;
@@ -57,11 +54,6 @@ bool takeUnits(const std::array<Unit, 3>& units, std::string_view* text, double*
   return true;
 }
 
-struct DateTimeDeleter {
-  void operator()(GDateTime* time) const { g_date_time_unref(time); }
-};
-using DateTimePtr = std::unique_ptr<GDateTime, DateTimeDeleter>;
-
 }  // namespace
 
 std::optional<std::int64_t> readDuration(std::string_view text) {
@@ -88,36 +80,34 @@ std::optional<std::int64_t> readDuration(std::string_view text) {
   if (!any || !text.empty() || seconds > LONGEST) {
     return std::nullopt;
   }
-  return std::llround((negative ? -seconds : seconds) * MICROSECONDS);
+  return units::roundedFromSeconds(negative ? -seconds : seconds);
 }
 
 std::string durationText(std::int64_t microseconds) {
-  return "PT" + textOf(static_cast<double>(microseconds) / MICROSECONDS) + "S";
+  return "PT" + textOf(units::toSeconds(microseconds)) + "S";
 }
 
 std::optional<std::int64_t> readDateTime(const std::string& text) {
-  const std::unique_ptr<GTimeZone, decltype(&g_time_zone_unref)> utc(g_time_zone_new_utc(),
-                                                                     g_time_zone_unref);
-  const DateTimePtr time(g_date_time_new_from_iso8601(text.c_str(), utc.get()));
+  const std::unique_ptr<GTimeZone, GDeleter<g_time_zone_unref>> utc(g_time_zone_new_utc());
+  const GDateTimePtr time(g_date_time_new_from_iso8601(text.c_str(), utc.get()));
   if (!time) {
     return std::nullopt;
   }
-  return g_date_time_to_unix(time.get()) * static_cast<std::int64_t>(MICROSECONDS) +
+  return units::fromSeconds(g_date_time_to_unix(time.get())) +
          g_date_time_get_microsecond(time.get());
 }
 
 std::string dateTimeText(std::int64_t microseconds) {
-  const auto second = static_cast<std::int64_t>(MICROSECONDS);
-  const std::int64_t seconds = microseconds / second;
-  const DateTimePtr time(g_date_time_new_from_unix_utc(seconds));
+  const std::int64_t seconds = microseconds / units::MICROSECONDS_PER_SECOND;
+  const GDateTimePtr time(g_date_time_new_from_unix_utc(seconds));
   if (!time) {
     return "1970-01-01T00:00:00.000Z";
   }
-  const std::unique_ptr<char, decltype(&g_free)> whole(
-      g_date_time_format(time.get(), "%Y-%m-%dT%H:%M:%S"), g_free);
+  const GTextPtr whole(g_date_time_format(time.get(), "%Y-%m-%dT%H:%M:%S"));
   std::array<char, 16> part;
   std::snprintf(part.data(), part.size(), ".%03dZ",
-                static_cast<int>((microseconds - seconds * second) / 1000));
+                static_cast<int>((microseconds - units::fromSeconds(seconds)) /
+                                 units::MICROSECONDS_PER_MILLISECOND));
   return whole.get() + std::string(part.data());
 }
 

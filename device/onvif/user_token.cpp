@@ -1,10 +1,9 @@
 #include "onvif/user_token.h"
 
-#include <glib.h>
-
 #include <array>
 #include <memory>
 
+#include "base/glib_ptr.h"
 #include "onvif/namespaces.h"
 
 namespace device::onvif {
@@ -26,8 +25,7 @@ std::string fromBase64(const std::string& text) {
     return "";
   }
   gsize length = 0;
-  const std::unique_ptr<guchar, decltype(&g_free)> bytes(g_base64_decode(text.c_str(), &length),
-                                                         g_free);
+  const std::unique_ptr<guchar, GDeleter<g_free>> bytes(g_base64_decode(text.c_str(), &length));
   return {reinterpret_cast<const char*>(bytes.get()), length};
 }
 
@@ -40,16 +38,15 @@ void update(GChecksum* checksum, const std::string& text) {
 
 std::string passwordDigest(const std::string& nonce, const std::string& created,
                            const std::string& password) {
-  const std::unique_ptr<GChecksum, decltype(&g_checksum_free)> checksum(
-      g_checksum_new(G_CHECKSUM_SHA1), g_checksum_free);
+  const std::unique_ptr<GChecksum, GDeleter<g_checksum_free>> checksum(
+      g_checksum_new(G_CHECKSUM_SHA1));
   update(checksum.get(), nonce);
   update(checksum.get(), created);
   update(checksum.get(), password);
   std::array<guint8, SHA1_LENGTH> digest;
   gsize length = digest.size();
   g_checksum_get_digest(checksum.get(), digest.data(), &length);
-  const std::unique_ptr<char, decltype(&g_free)> text(g_base64_encode(digest.data(), length),
-                                                      g_free);
+  const GTextPtr text(g_base64_encode(digest.data(), length));
   return text.get();
 }
 

@@ -6,6 +6,9 @@
 
 #include <algorithm>
 
+#include "base/text.h"
+#include "onvif/xml_characters.h"
+
 namespace device::onvif {
 namespace {
 
@@ -28,10 +31,6 @@ struct ContextDeleter {
 
 const char* plain(const xmlChar* characters) {
   return reinterpret_cast<const char*>(characters);
-}
-
-const xmlChar* characters(const std::string& text) {
-  return reinterpret_cast<const xmlChar*>(text.c_str());
 }
 
 void end(xmlParserCtxt* context, const char* reason) {
@@ -124,11 +123,7 @@ std::string XmlElement::text() const {
       all += plain(child->content);
     }
   }
-  const std::size_t begin = all.find_first_not_of(WHITE_SPACE);
-  if (begin == std::string::npos) {
-    return "";
-  }
-  return all.substr(begin, all.find_last_not_of(WHITE_SPACE) + 1 - begin);
+  return std::string(text::trimmed(all, WHITE_SPACE));
 }
 
 std::optional<std::string> XmlElement::attribute(const std::string& name) const {

@@ -1,10 +1,8 @@
 #include "onvif_server/device_operations.h"
 
-#include <glib.h>
-
 #include <array>
-#include <memory>
 
+#include "base/glib_ptr.h"
 #include "onvif/fault.h"
 #include "onvif/namespaces.h"
 
@@ -30,8 +28,7 @@ std::string addressOf(const Request& request, const char* path) {
 }
 
 std::string escaped(const std::string& text) {
-  const std::unique_ptr<char, decltype(&g_free)> result(
-      g_uri_escape_string(text.c_str(), nullptr, FALSE), g_free);
+  const GTextPtr result(g_uri_escape_string(text.c_str(), nullptr, FALSE));
   return result.get();
 }
 
@@ -40,8 +37,7 @@ std::string hostName() {
 }
 
 Tag systemDateAndTime(const Request&) {
-  const std::unique_ptr<GDateTime, decltype(&g_date_time_unref)> now(g_date_time_new_now_utc(),
-                                                                     g_date_time_unref);
+  const GDateTimePtr now(g_date_time_new_now_utc());
   return Tag("tds:GetSystemDateAndTimeResponse",
              Tag("tds:SystemDateAndTime", Tag("tt:DateTimeType", "NTP"),
                  Tag("tt:DaylightSavings", false), Tag("tt:TimeZone", Tag("tt:TZ", "UTC0")),

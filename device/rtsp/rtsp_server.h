@@ -59,7 +59,7 @@ class RtspServer {
   static gboolean cleanUp(gpointer self);
 
   std::unique_ptr<GMainContext, GDeleter<g_main_context_unref>> context;
-  std::unique_ptr<GMainLoop, GDeleter<g_main_loop_unref>> loop;
+  GMainLoopPtr loop;
   GObjectPtr<GstRTSPServer> server;
   GSourcePtr listener;
   GSourcePtr cleaner;

@@ -68,8 +68,7 @@ struct ApplicationRequest::Exchange : std::enable_shared_from_this<ApplicationRe
 
   static void received(GObject* in, GAsyncResult* result, gpointer data) {
     const Reference self = take(data);
-    const std::unique_ptr<GBytes, decltype(&g_bytes_unref)> block(
-        g_input_stream_read_bytes_finish(G_INPUT_STREAM(in), result, nullptr), g_bytes_unref);
+    const GBytesPtr block(g_input_stream_read_bytes_finish(G_INPUT_STREAM(in), result, nullptr));
     if (!block) {
       return (*self)->end(false);
     }

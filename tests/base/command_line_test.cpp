@@ -6,22 +6,19 @@
 #include <string>
 #include <vector>
 
-#include "base/glib_ptr.h"
-
 namespace {
 
 class CommandLineTest : public testing::Test {
  protected:
   void read(std::vector<std::string> arguments) {
     arguments.insert(arguments.begin(), "program");
-    char* raw = nullptr;
+    OptionText raw;
     const std::array entries{
-        GOptionEntry{"name", 0, 0, G_OPTION_ARG_STRING, &raw, "A name", "NAME"},
+        GOptionEntry{"name", 0, 0, G_OPTION_ARG_STRING, raw.out(), "A name", "NAME"},
         GOptionEntry{"count", 0, 0, G_OPTION_ARG_INT, &count, "A count", "N"},
         GOptionEntry{nullptr, 0, 0, G_OPTION_ARG_NONE, nullptr, nullptr, nullptr}};
     readOptions("Reads options.", entries, arguments);
-    const GTextPtr owned(raw);
-    name = raw != nullptr ? raw : "";
+    name = raw.get() != nullptr ? raw.get() : "";
   }
 
   // What the user is told; empty when there is nothing wrong.

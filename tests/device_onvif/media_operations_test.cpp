@@ -1,8 +1,8 @@
 #include "onvif_server/media_operations.h"
 
-#include <glib.h>
 #include <gtest/gtest.h>
 
+#include "base/glib_ptr.h"
 #include "device_onvif/call.h"
 #include "onvif_server/device_operations.h"
 
@@ -146,10 +146,8 @@ TEST_F(DeviceOperationsTest, TimeIsThatOfTheMachine) {
   const std::int64_t before = g_get_real_time() / 1000000;
   const CallAnswer time = call(operations, ns::DEVICE, "GetSystemDateAndTime").at("UTCDateTime");
   const auto part = [&](const char* name) { return std::stoi(time.at(name).text()); };
-  const std::unique_ptr<GDateTime, decltype(&g_date_time_unref)> told(
-      g_date_time_new_utc(part("Year"), part("Month"), part("Day"), part("Hour"), part("Minute"),
-                          part("Second")),
-      g_date_time_unref);
+  const GDateTimePtr told(g_date_time_new_utc(part("Year"), part("Month"), part("Day"),
+                                              part("Hour"), part("Minute"), part("Second")));
   EXPECT_GE(g_date_time_to_unix(told.get()), before);
   EXPECT_LE(g_date_time_to_unix(told.get()), g_get_real_time() / 1000000);
 }

@@ -80,13 +80,12 @@ class BusClient {
     } call;
     const auto done = [](GObject* source, GAsyncResult* result, gpointer data) {
       auto* call = static_cast<Call*>(data);
-      GError* error = nullptr;
+      ErrorSlot error;
       call->reply.value.reset(
-          g_dbus_connection_call_finish(G_DBUS_CONNECTION(source), result, &error));
-      if (error != nullptr) {
-        const GTextPtr name(g_dbus_error_get_remote_error(error));
-        call->reply.error = name ? name.get() : error->message;
-        g_error_free(error);
+          g_dbus_connection_call_finish(G_DBUS_CONNECTION(source), result, error.out()));
+      if (error.isSet()) {
+        const GTextPtr name(g_dbus_error_get_remote_error(error.get()));
+        call->reply.error = name ? name.get() : error.message();
       }
       call->done = true;
     };

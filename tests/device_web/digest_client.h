@@ -1,10 +1,10 @@
 #ifndef DEVICE_WEB_DIGEST_CLIENT_H
 #define DEVICE_WEB_DIGEST_CLIENT_H
 
-#include <glib.h>
-
 #include <cstdio>
 #include <string>
+
+#include "base/glib_ptr.h"
 
 namespace device {
 
@@ -29,10 +29,8 @@ struct DigestClient {
   }
 
   static std::string md5(const std::string& text) {
-    char* digest = g_compute_checksum_for_string(G_CHECKSUM_MD5, text.c_str(), -1);
-    std::string result = digest;
-    g_free(digest);
-    return result;
+    const GTextPtr digest(g_compute_checksum_for_string(G_CHECKSUM_MD5, text.c_str(), -1));
+    return digest.get();
   }
 };
 

@@ -12,6 +12,8 @@
 #include <stdexcept>
 #include <string>
 
+#include "base/glib_ptr.h"
+
 // From its construction to its end every system bus client of the process that is new finds this
 // bus. The daemon is a program of its own, never a fork of this one: a fork of a process with
 // threads may wait forever for a lock that a thread held, and would keep the test's output open
@@ -24,14 +26,12 @@ class DbusDaemon {
                              "--session",         "--nofork",    "--nopidfile", "--nosyslog",
                              "--print-address=1", nullptr};
     int output = -1;
-    GError* error = nullptr;
+    ErrorSlot error;
     constexpr auto FLAGS = static_cast<GSpawnFlags>(
         G_SPAWN_SEARCH_PATH | G_SPAWN_DO_NOT_REAP_CHILD | G_SPAWN_STDERR_TO_DEV_NULL);
     if (!g_spawn_async_with_pipes(nullptr, const_cast<char**>(command), nullptr, FLAGS, nullptr,
-                                  nullptr, &pid, nullptr, &output, nullptr, &error)) {
-      std::string reason = error->message;
-      g_error_free(error);
-      throw std::runtime_error("no message bus: " + reason);
+                                  nullptr, &pid, nullptr, &output, nullptr, error.out())) {
+      throw std::runtime_error("no message bus: " + error.message());
     }
     // The daemon prints its address, which holds no blank, as soon as it can be reached.
     std::unique_ptr<FILE, int (*)(FILE*)> stream(fdopen(output, "r"), &fclose);

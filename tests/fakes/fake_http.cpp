@@ -2,8 +2,9 @@
 
 #include <ovhttp.h>
 
-#include <memory>
 #include <mutex>
+
+#include "base/glib_ptr.h"
 
 struct OVHttpHandler {
   OVHttpCallback callback;
@@ -18,11 +19,8 @@ int s_registrationsToFail = 0;
 int s_registrationCount = 0;
 int s_freeCount = 0;
 
-using Table = std::unique_ptr<GHashTable, decltype(&g_hash_table_unref)>;
-using Stream = std::unique_ptr<GOutputStream, decltype(&g_object_unref)>;
-
-Table tableOf(const std::map<std::string, std::string>& fields) {
-  Table table(g_hash_table_new_full(g_str_hash, g_str_equal, g_free, g_free), g_hash_table_unref);
+GHashTablePtr tableOf(const std::map<std::string, std::string>& fields) {
+  GHashTablePtr table(g_hash_table_new_full(g_str_hash, g_str_equal, g_free, g_free));
   for (const auto& [key, value] : fields) {
     g_hash_table_insert(table.get(), g_strdup(key.c_str()), g_strdup(value.c_str()));
   }
@@ -75,8 +73,8 @@ std::string request(const Request& request) {
     }
     handler = *s_registered;
   }
-  const Table parameters = tableOf(request.parameters);
-  const Stream out(g_memory_output_stream_new_resizable(), g_object_unref);
+  const GHashTablePtr parameters = tableOf(request.parameters);
+  const GObjectPtr<GOutputStream> out(g_memory_output_stream_new_resizable());
   handler.callback(request.path.c_str(), request.method.c_str(),
                    request.query.empty() ? nullptr : request.query.c_str(), parameters.get(),
                    out.get(), handler.userData);

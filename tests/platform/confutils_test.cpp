@@ -16,6 +16,7 @@
 #include <thread>
 #include <vector>
 
+#include "base/glib_ptr.h"
 #include "platform/file_calls.h"
 #include "support/temporary_folder.h"
 
@@ -32,20 +33,18 @@ class Confutils : public testing::Test {
 
   // The code of the error; nothing on success.
   std::optional<int> set(const fs::path& path, const char* contents, gssize length = -1) {
-    GError* error = nullptr;
-    if (confutils_set_file_contents_with_sync(path.c_str(), contents, length, &error)) {
-      EXPECT_EQ(nullptr, error);
+    ErrorSlot error;
+    if (confutils_set_file_contents_with_sync(path.c_str(), contents, length, error.out())) {
+      EXPECT_FALSE(error.isSet());
       return std::nullopt;
     }
-    if (error == nullptr) {
+    if (!error.isSet()) {
       ADD_FAILURE() << "failed without an error";
       return -1;
     }
-    EXPECT_EQ(G_FILE_ERROR, error->domain);
-    message = error->message;
-    const int code = error->code;
-    g_error_free(error);
-    return code;
+    EXPECT_EQ(G_FILE_ERROR, error.get()->domain);
+    message = error.message();
+    return error.get()->code;
   }
 
   static std::string contents(const fs::path& path) { return readText(path); }

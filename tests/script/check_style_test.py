@@ -189,6 +189,14 @@ class CheckStyleTest(unittest.TestCase):
                                           "void wait() { const std::scoped_lock lock(s_mutex); }\n")
         self.assert_faults("src/app/counter.cpp:3: locks are held by a std::lock_guard")
 
+    def test_what_glib_hands_out_has_its_owners_in_one_place(self):
+        self.write("device/report/name.cpp", "#include <glib.h>\n"
+                                             "#include <memory>\n"
+                                             "std::unique_ptr<char, decltype(&g_free)> name() {\n"
+                                             "  return {g_strdup(\"\"), g_free};\n"
+                                             "}\n")
+        self.assert_faults("device/report/name.cpp:3: what GLib hands out has its owners in base/glib_ptr.h")
+
 
 if __name__ == "__main__":
     unittest.main()

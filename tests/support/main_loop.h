@@ -82,7 +82,7 @@ class LoopThread {
     g_main_context_pop_thread_default(context);
   }
 
-  std::unique_ptr<GMainLoop, GDeleter<g_main_loop_unref>> loop;
+  GMainLoopPtr loop;
   std::thread thread;
 };
 

@@ -21,7 +21,6 @@
 namespace {
 
 using Clock = std::chrono::steady_clock;
-using TablePtr = std::unique_ptr<GHashTable, GDeleter<g_hash_table_unref>>;
 
 constexpr int FOREVER = -1;
 
@@ -64,8 +63,8 @@ bool makeFolderOf(const std::string& path) {
   return !error;
 }
 
-TablePtr parametersOf(const HttpRequest& request) {
-  TablePtr table(g_hash_table_new_full(g_str_hash, g_str_equal, g_free, g_free));
+GHashTablePtr parametersOf(const HttpRequest& request) {
+  GHashTablePtr table(g_hash_table_new_full(g_str_hash, g_str_equal, g_free, g_free));
   for (const auto& [name, value] : request.fields) {
     if (name == OV_HTTP_BODY) {
       continue;
@@ -171,7 +170,7 @@ std::optional<HttpRequest> HttpServer::receiveRequest(int client) const {
 // one.
 std::string HttpServer::answer(const HttpRequest& request) const {
   const GObjectPtr<GOutputStream> out(g_memory_output_stream_new_resizable());
-  const TablePtr parameters = parametersOf(request);
+  const GHashTablePtr parameters = parametersOf(request);
   callback(request.path.c_str(), request.method.c_str(),
            request.query ? request.query->c_str() : nullptr, parameters.get(), out.get(), userData);
   return takeText(G_MEMORY_OUTPUT_STREAM(out.get()));

@@ -67,8 +67,7 @@ std::size_t httpRequestLength(std::span<const std::uint8_t, HTTP_LENGTH_SIZE> by
 }
 
 std::optional<HttpRequest> decodeHttpRequest(std::span<const std::uint8_t> bytes) {
-  const std::unique_ptr<GBytes, GDeleter<g_bytes_unref>> owned(
-      g_bytes_new(bytes.data(), bytes.size()));
+  const GBytesPtr owned(g_bytes_new(bytes.data(), bytes.size()));
   const GVariantPtr wire(g_variant_ref_sink(
       g_variant_new_from_bytes(G_VARIANT_TYPE(REQUEST_TYPE), owned.get(), FALSE)));
   if (g_variant_is_normal_form(wire.get()) == FALSE) {
