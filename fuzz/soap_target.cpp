@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "base/units.h"
 #include "fuzz/input.h"
 #include "fuzz/require.h"
 #include "onvif/discovery_message.h"
@@ -22,7 +23,7 @@ using fuzz::require;
 using namespace device;         // NOLINT: this file is the device's own
 using namespace device::onvif;  // NOLINT
 
-constexpr std::int64_t SECOND = 1000000;
+constexpr std::int64_t SECOND = units::fromSeconds(1);
 constexpr std::int64_t NOON = 1767268800 * SECOND;  // 2026-01-01T12:00:00Z
 const DiscoveryDevice DEVICE{"urn:uuid:1", {"onvif://www.onvif.org/type/ptz"}, "http://a/"};
 

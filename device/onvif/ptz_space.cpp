@@ -1,8 +1,8 @@
 #include "onvif/ptz_space.h"
 
-#include <charconv>
 #include <cmath>
 
+#include "base/text.h"
 #include "onvif/fault.h"
 #include "onvif/namespaces.h"
 
@@ -10,16 +10,14 @@ namespace device::onvif {
 namespace {
 
 double readNumber(const XmlElement& element, const std::string& name) {
-  const std::string text = element.attribute(name).value_or("");
-  double number = 0;
+  const std::string value = element.attribute(name).value_or("");
   // A plus is a part of XML's numbers.
-  const char* begin = text.data() + (text.starts_with('+') ? 1 : 0);
-  const char* end = text.data() + text.size();
-  const auto [last, error] = std::from_chars(begin, end, number);
-  if (error != std::errc() || last != end || !std::isfinite(number)) {
+  const std::size_t plus = value.starts_with('+') ? 1 : 0;
+  const auto number = text::toNumber<double>(std::string_view(value).substr(plus));
+  if (!number || !std::isfinite(*number)) {
     throw invalidArguments("The attribute " + name + " is not a number");
   }
-  return number;
+  return *number;
 }
 
 std::optional<Attribute> spaceAttribute(const std::string& space) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "base/text.h"
 #include "onvif/fault.h"
 #include "onvif/namespaces.h"
 
@@ -9,6 +10,7 @@ namespace device::onvif {
 namespace {
 
 constexpr std::string_view SUBTREE = "//.";
+constexpr std::string_view WHITE_SPACE = " \t\r\n";
 constexpr std::size_t MOST_PATTERNS = 64;
 
 Fault invalidExpression(const std::string& reason) {
@@ -25,15 +27,6 @@ std::vector<std::string_view> split(std::string_view text, char separator) {
     }
     text.remove_prefix(end + 1);
   }
-}
-
-std::string_view trimmed(std::string_view text) {
-  constexpr std::string_view SPACE = " \t\r\n";
-  const std::size_t begin = text.find_first_not_of(SPACE);
-  if (begin == std::string_view::npos) {
-    return "";
-  }
-  return text.substr(begin, text.find_last_not_of(SPACE) + 1 - begin);
 }
 
 }  // namespace
@@ -60,7 +53,7 @@ void TopicFilter::readExpression(const XmlElement& expression) {
   }
   const std::string text = expression.text();
   for (const std::string_view path : split(text, '|')) {
-    patterns.push_back(readPattern(expression, trimmed(path)));
+    patterns.push_back(readPattern(expression, text::trimmed(path, WHITE_SPACE)));
     if (patterns.size() > MOST_PATTERNS) {
       throw invalidExpression("There are too many topics");
     }

@@ -8,6 +8,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "base/units.h"
 #include "services/local_socket.h"
 
 namespace device::onvif {
@@ -67,7 +68,7 @@ DiscoveryResponder::DiscoveryResponder(std::string address, std::uint16_t port, 
       port(port),
       path(std::move(path)),
       device{std::move(endpoint), std::move(scopes), ""},
-      sequence{g_get_real_time() / 1000000, 0},
+      sequence{g_get_real_time() / units::MICROSECONDS_PER_SECOND, 0},
       socket(join(this->address)),
       group(g_inet_socket_address_new_from_string(DISCOVERY_GROUP, DISCOVERY_PORT)),
       source(watchSocket(socket.get(), G_IO_IN, readable, this)) {

@@ -3,8 +3,8 @@
 #include <glib.h>
 
 #include <algorithm>
-#include <charconv>
 
+#include "base/text.h"
 #include "onvif/fault.h"
 #include "onvif/namespaces.h"
 #include "onvif/time_text.h"
@@ -125,12 +125,11 @@ int EventOperations::pointOf(const Request& request) {
     throw noSuchPoint();
   }
   path.remove_prefix(POINT_PATH.size());
-  int point = 0;
-  const auto [end, error] = std::from_chars(path.data(), path.data() + path.size(), point);
-  if (error != std::errc() || end != path.data() + path.size()) {
+  const auto point = text::toNumber<int>(path);
+  if (!point) {
     throw noSuchPoint();
   }
-  return point;
+  return *point;
 }
 
 std::vector<Tag> EventOperations::times(int point, const std::string& prefix) const {
@@ -177,10 +176,8 @@ Tag EventOperations::create(const Request& request) {
 void EventOperations::pull(const Request& request, const Operations::Answer& answer) {
   const int point = pointOf(request);
   const auto patience = readDuration(requiredText(request, ns::EVENTS, "Timeout"));
-  const std::string text = requiredText(request, ns::EVENTS, "MessageLimit");
-  int most = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), most);
-  if (!patience || error != std::errc() || end != text.data() + text.size() || most < 1) {
+  const auto most = text::toNumber<int>(requiredText(request, ns::EVENTS, "MessageLimit"));
+  if (!patience || !most || *most < 1) {
     throw invalidArguments("Timeout is no time, or MessageLimit no number above 0");
   }
   const auto reply = [this, point, answer](const std::vector<Notification>& notifications) {
@@ -190,7 +187,7 @@ void EventOperations::pull(const Request& request, const Operations::Answer& ans
     }
     answer(std::move(response));
   };
-  if (!points.pull(point, std::min(static_cast<std::size_t>(most), MOST_AT_ONCE),
+  if (!points.pull(point, std::min(static_cast<std::size_t>(*most), MOST_AT_ONCE),
                    std::clamp<std::int64_t>(*patience, 0, MOST_PATIENCE), reply)) {
     throw noSuchPoint();
   }

@@ -2,10 +2,10 @@
 
 #include <glib.h>
 
-#include <charconv>
 #include <map>
 #include <optional>
 
+#include "base/text.h"
 #include "onvif/namespaces.h"
 #include "onvif/time_text.h"
 
@@ -65,10 +65,9 @@ std::optional<int> cameraOfProfile(std::string_view name) {
     return std::nullopt;
   }
   name.remove_prefix(CAMERA.size());
-  int camera = 0;
-  const auto [end, error] = std::from_chars(name.data(), name.data() + name.size(), camera);
-  const bool isNumber = error == std::errc() && std::string_view(end, 7) == "Profile";
-  return isNumber ? std::optional(camera) : std::nullopt;
+  const auto camera = text::leadingNumber<int>(name);
+  return camera && camera->rest.starts_with("Profile") ? std::optional(camera->value)
+                                                       : std::nullopt;
 }
 
 std::vector<Notification> ownEvent(const Event& event, PropertyOperation operation) {

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "base/glib_ptr.h"
+#include "base/units.h"
 #include "onvif_server/metadata.h"
 #include "picture/jpeg.h"
 #include "picture/painter.h"
@@ -16,8 +17,8 @@ namespace {
 
 constexpr char DEVICE_PATH[] = "/onvif/device_service";
 constexpr char VERSION[] = "1.0.0";
-constexpr std::int64_t HEAD_PERIOD = 100000;  // microseconds
-constexpr std::int64_t SILENCE = 1000000;     // microseconds, at most, while nothing changes
+constexpr std::int64_t HEAD_PERIOD = 100000;             // microseconds
+constexpr std::int64_t SILENCE = units::fromSeconds(1);  // at most, while nothing changes
 constexpr std::size_t HEAD_STREAM = 0;
 
 // The same for a device of this machine at this port, whenever it starts.

@@ -1,9 +1,10 @@
 #include "onvif_server/ptz_operations.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 
+#include "base/text.h"
+#include "base/units.h"
 #include "onvif/fault.h"
 #include "onvif/namespaces.h"
 #include "onvif/time_text.h"
@@ -14,12 +15,11 @@ namespace {
 constexpr char NODE[] = "head_node";
 constexpr char CONFIGURATION[] = "head_ptz";
 constexpr double USUAL_HOLD = 10;  // seconds, where the head has no limit of its own
-constexpr double MICROSECONDS = 1e6;
 constexpr std::size_t LONGEST_NAME = 64;
 
 std::string usualTimeout(const HeadSetup& setup) {
   const double hold = std::isfinite(setup.speedHold) ? setup.speedHold : USUAL_HOLD;
-  return durationText(std::llround(hold * MICROSECONDS));
+  return durationText(units::roundedFromSeconds(hold));
 }
 
 Tag nodeTag(const HeadSetup& setup) {
@@ -192,7 +192,7 @@ Tag PtzOperations::continuousMove(const Request& request) {
     if (!timeout || *timeout < LEAST_TIMEOUT || *timeout > MOST_TIMEOUT) {
       throw invalidArgument("ter:TimeoutNotSupported", "Timeout is not within its limits");
     }
-    command.hold = static_cast<double>(*timeout) / MICROSECONDS;
+    command.hold = units::toSeconds(*timeout);
   } else if (!std::isfinite(drive.getHead().getSetup().speedHold)) {
     command.hold = USUAL_HOLD;
   }
@@ -316,13 +316,11 @@ Tag PtzOperations::removePreset(const Request& request) {
 
 int PtzOperations::presetOf(const Request& request) {
   const std::string token = requiredText(request, ns::PTZ, "PresetToken");
-  int number = 0;
-  const auto [end, error] = std::from_chars(token.data(), token.data() + token.size(), number);
-  const bool isNumber = error == std::errc() && end == token.data() + token.size();
-  if (!isNumber || !drive.getHead().getPresets().contains(number)) {
+  const auto number = text::toNumber<int>(token);
+  if (!number || !drive.getHead().getPresets().contains(*number)) {
     throw invalidArgument("ter:NoToken", "There is no preset " + token);
   }
-  return number;
+  return *number;
 }
 
 int PtzOperations::freePreset() {

@@ -4,13 +4,13 @@
 #include <string>
 #include <utility>
 
+#include "base/units.h"
 #include "picture/jpeg.h"
 #include "picture/painter.h"
 
 namespace device {
 namespace {
 
-constexpr std::int64_t SECOND = 1000000;           // microseconds
 constexpr std::int64_t NANOSECONDS_IN_ONE = 1000;  // microsecond
 constexpr int JPEG_QUALITY = 80;
 
@@ -96,7 +96,7 @@ PictureStreams::PictureStreams(const StreamOptions& options, std::vector<StreamS
       feeds(std::make_shared<StreamFeeds>(streams.size())),
       server(options, streams, feeds),
       painter([this] { paintAll(); }),
-      timer(SECOND / options.framesPerSecond, [this] { takeScenes(); }) {}
+      timer(units::MICROSECONDS_PER_SECOND / options.framesPerSecond, [this] { takeScenes(); }) {}
 
 PictureStreams::~PictureStreams() {
   feeds->end();
