@@ -15,7 +15,7 @@ struct OVEventHandler {
 
 namespace {
 
-gboolean refuse(GError** error) {
+gboolean serviceRefuses(GError** error) {
   g_set_error_literal(error, G_IO_ERROR, G_IO_ERROR_FAILED, "The event service refuses");
   return FALSE;
 }
@@ -46,7 +46,7 @@ gboolean ov_event_handler_declare(OVEventHandler* handler, const OVEventKeyValue
   const std::uint32_t id =
       memory::device()->declareEvent(wire(set).get(), stateless != FALSE, g_get_real_time());
   if (id == 0) {
-    return refuse(error);
+    return serviceRefuses(error);
   }
   handler->declarations.insert(id);
   *declaration = id;
@@ -56,13 +56,14 @@ gboolean ov_event_handler_declare(OVEventHandler* handler, const OVEventKeyValue
 gboolean ov_event_handler_send_event(OVEventHandler*, uint32_t declaration,
                                      const OVEventKeyValueSet* set, int64_t time_stamp,
                                      GError** error) {
-  return memory::device()->sendEvent(declaration, wire(set).get(), time_stamp) ? TRUE
-                                                                               : refuse(error);
+  return memory::device()->sendEvent(declaration, wire(set).get(), time_stamp)
+             ? TRUE
+             : serviceRefuses(error);
 }
 
 gboolean ov_event_handler_undeclare(OVEventHandler* handler, uint32_t declaration, GError** error) {
   const bool wasThere = handler->declarations.erase(declaration) > 0;
-  return wasThere && memory::device()->undeclareEvent(declaration) ? TRUE : refuse(error);
+  return wasThere && memory::device()->undeclareEvent(declaration) ? TRUE : serviceRefuses(error);
 }
 
 gboolean ov_event_handler_subscribe(OVEventHandler*, const OVEventKeyValueSet*,

@@ -6,13 +6,11 @@
 
 #include "memory/device.h"
 #include "memory/fibres.h"
+#include "platform/arguments.h"
 
 namespace {
 
-gboolean refuse(GError** error, const char* message) {
-  g_set_error_literal(error, G_IO_ERROR, G_IO_ERROR_INVALID_ARGUMENT, message);
-  return FALSE;
-}
+using arguments::refuse;
 
 // A call takes its time on the way there and back; calls of one caller come one after another.
 template <typename Work>

@@ -3,26 +3,14 @@
 #include <string>
 
 #include "ovevent/types.h"
+#include "platform/arguments.h"
 
 namespace {
 
-gboolean refuse(GError** error, const char* message) {
-  g_set_error_literal(error, G_IO_ERROR, G_IO_ERROR_INVALID_ARGUMENT, message);
-  return FALSE;
-}
-
-const char* orEmpty(const char* text) {
-  return text == nullptr ? "" : text;
-}
-
-// The bus carries valid UTF-8 only and ends the connection otherwise.
-bool isText(const char* text) {
-  return text != nullptr && g_utf8_validate(text, -1, nullptr);
-}
-
-bool isTextOrNull(const char* text) {
-  return isText(orEmpty(text));
-}
+using arguments::isText;
+using arguments::isTextOrNull;
+using arguments::orEmpty;
+using arguments::refuse;
 
 bool isKeyName(const char* key, const char* nameSpace) {
   return isText(key) && *key != '\0' && isTextOrNull(nameSpace);

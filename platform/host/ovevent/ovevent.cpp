@@ -5,19 +5,13 @@
 
 #include "ovevent/event_handler.h"
 #include "ovevent/types.h"
+#include "platform/arguments.h"
 
 struct OVEventHandler {
   std::shared_ptr<EventHandler> handler;
 };
 
-namespace {
-
-gboolean refuse(GError** error, const char* message) {
-  g_set_error_literal(error, G_IO_ERROR, G_IO_ERROR_INVALID_ARGUMENT, message);
-  return FALSE;
-}
-
-}  // namespace
+using arguments::refuse;
 
 OVEventHandler* ov_event_handler_new(void) {
   std::shared_ptr<EventHandler> handler = EventHandler::create(nullptr);

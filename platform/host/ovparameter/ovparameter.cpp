@@ -4,21 +4,15 @@
 #include <utility>
 
 #include "bus/service_client.h"
+#include "platform/arguments.h"
 
 namespace {
 
+using arguments::isText;
+using arguments::refuse;
+
 constexpr const char* NAME = "com.orva.ParameterService";
 constexpr const char* PATH = "/com/orva/ParameterService";
-
-// The bus carries valid UTF-8 only and ends the connection otherwise.
-bool isText(const char* text) {
-  return text != nullptr && g_utf8_validate(text, -1, nullptr);
-}
-
-gboolean refuse(GError** error, const char* message) {
-  g_set_error_literal(error, G_IO_ERROR, G_IO_ERROR_INVALID_ARGUMENT, message);
-  return FALSE;
-}
 
 }  // namespace
 

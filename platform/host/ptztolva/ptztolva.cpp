@@ -5,8 +5,13 @@
 
 #include "base/mutex.h"
 #include "bus/service_client.h"
+#include "platform/arguments.h"
 
 namespace {
+
+using arguments::isTextOrNull;
+using arguments::orEmpty;
+using arguments::refuse;
 
 constexpr const char* NAME = "com.orva.PTZService";
 constexpr const char* PATH = "/com/orva/PTZService";
@@ -14,11 +19,6 @@ constexpr const char* PATH = "/com/orva/PTZService";
 // Commands reach the head in the order of the calls, so the lock is held until the answer is there.
 Mutex s_mutex;
 std::unique_ptr<ServiceClient> s_service GUARDED_BY(s_mutex);
-
-gboolean refuse(GError** error, const char* message) {
-  g_set_error_literal(error, G_IO_ERROR, G_IO_ERROR_INVALID_ARGUMENT, message);
-  return FALSE;
-}
 
 // Consumes arguments.
 GVariantPtr callService(const char* method, GVariant* arguments, const char* reply, GError** error)
@@ -38,12 +38,8 @@ bool isKind(int kind) {
          kind == PTZTOLVA_MOVE_CONTINUOUS;
 }
 
-const char* orEmpty(const char* text) {
-  return text == nullptr ? "" : text;
-}
-
 bool areChannelAndSource(int channel, const char* source) {
-  return channel >= 0 && g_utf8_validate(orEmpty(source), -1, nullptr);
+  return channel >= 0 && isTextOrNull(source);
 }
 
 }  // namespace
