@@ -3,6 +3,8 @@
 #ifndef FOLLOWING_UNITS_H
 #define FOLLOWING_UNITS_H
 
+#include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <limits>
 
@@ -14,6 +16,11 @@ namespace following {
 constexpr double secondsBetween(std::int64_t from, std::int64_t to) {
   return (static_cast<double>(to) - static_cast<double>(from)) /
          static_cast<double>(units::MICROSECONDS_PER_SECOND);
+}
+
+// A share of the full speed as heads take it: the nearest whole percent, at most 100 to each side.
+inline int wholePercent(double percent) {
+  return static_cast<int>(std::lround(std::clamp(percent, -100.0, 100.0)));
 }
 
 // The time so many seconds later, which must be finite and less than a million; the last time there

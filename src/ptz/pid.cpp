@@ -20,10 +20,6 @@ constexpr double ALLOWED_SPREAD = 0.25;  // of the mean
 constexpr double HYSTERESIS_DIVISOR = 10.0;
 constexpr double EXTREME_START = 9999.9;
 
-double secondsBetween(std::int64_t from, std::int64_t to) {
-  return units::toSeconds(to - from);
-}
-
 // As the devices clamp: the upper limit is looked at first.
 double limit(double value, double low, double high) {
   if (value > high) {
@@ -87,7 +83,7 @@ void Pid::update(double error) {
   const double p = limit(error * kp, outputLow, outputHigh);
   double sum = p;
   if (lastUpdateTime != 0) {
-    const double dt = secondsBetween(lastUpdateTime, now);
+    const double dt = units::toSeconds(now - lastUpdateTime);
     const double de = error - lastError;
     // Always adds half the magnitude of the change, whatever its sign; in single precision.
     const float halfChange = std::fabs(static_cast<float>(de)) * 0.5F;
@@ -147,7 +143,7 @@ bool Pid::autotuneRun(double value, double& relayOutput) {
     return true;
   }
   const std::int64_t now = utils::monotonicTime();
-  if (secondsBetween(autotuneStartTime, now) > AUTOTUNE_TIME_LIMIT) {
+  if (units::toSeconds(now - autotuneStartTime) > AUTOTUNE_TIME_LIMIT) {
     return true;
   }
   relayOutput = relaySetpoint < value ? -relayAmplitude : relayAmplitude;
@@ -195,7 +191,7 @@ Pid::AutotunePeriods Pid::getAutotunePeriods() const {
     }
     if (previousRise != samples.end()) {
       auto period = std::make_unique<AutotunePeriod>(AutotunePeriod{
-          EXTREME_START, -EXTREME_START, secondsBetween(previousRise->time, rise->time)});
+          EXTREME_START, -EXTREME_START, units::toSeconds(rise->time - previousRise->time)});
       for (auto sample = previousRise; sample != rise; ++sample) {
         period->min = std::min(period->min, sample->value);
         period->max = std::max(period->max, sample->value);

@@ -81,7 +81,7 @@ bool isAtBorder(const VideoChannel& channel, const PointF& place) {
 }
 
 // What a direction of pan is worth in the picture.
-double foreshortening(double tilt) {
+double worthOfPan(double tilt) {
   return std::cos(following::radians(tilt));
 }
 
@@ -105,7 +105,7 @@ std::optional<BoxSighting> sightingOfBox(const VideoChannel& channel, const Box&
   const PointF foot = channel.directionOf(footPlace);
   const PointF head = channel.directionOf(headPlace);
   const PointF middle = channel.directionOf(box.middle);
-  const double narrow = foreshortening(middle.y);
+  const double narrow = worthOfPan(middle.y);
   return BoxSighting{.sighting = {.pan = foot.x, .footTilt = foot.y, .headTilt = head.y},
                      .isFootCut = isAtBorder(channel, footPlace),
                      .isHeadCut = isAtBorder(channel, headPlace),
@@ -148,7 +148,7 @@ class Extent {
                        .isHeadCut = isHeadCut,
                        .pan = pan,
                        .tilt = tilt,
-                       .width = (right - left) * foreshortening(tilt),
+                       .width = (right - left) * worthOfPan(tilt),
                        .height = highest - lowest};
   }
 

@@ -18,10 +18,6 @@ constexpr double ROOM_SHARE = 0.75;
 constexpr double RUN_OUT = 0.8;    // s
 constexpr double CLEARANCE = 3.0;  // deg, to keep from a stop
 
-int percent(double value) {
-  return static_cast<int>(std::lround(std::clamp(value, -100.0, 100.0)));
-}
-
 }  // namespace
 
 void HeadSurvey::begin() {
@@ -45,8 +41,8 @@ void HeadSurvey::Axis::note(std::int64_t time, double degrees) {
 }
 
 void HeadSurvey::noteCommand(double pan, double tilt, std::int64_t time) {
-  axes[0].record.addCommand(time, percent(pan));
-  axes[1].record.addCommand(time, percent(tilt));
+  axes[0].record.addCommand(time, following::wholePercent(pan));
+  axes[1].record.addCommand(time, following::wholePercent(tilt));
 }
 
 void HeadSurvey::beginStaircase(const PtzHeadStatus& status, std::int64_t time) {

@@ -27,10 +27,6 @@ bool isPlausible(const following::Lens& lens) {
          lens.aspect > 0.0 && std::isfinite(lens.aspect);
 }
 
-int percent(double value) {
-  return static_cast<int>(std::lround(std::clamp(value, -100.0, 100.0)));
-}
-
 }  // namespace
 
 void PredictiveFollowing::setHead(const following::HeadParameters& parameters) {
@@ -131,7 +127,8 @@ void PredictiveFollowing::taken(const HeadCommand& command, std::int64_t time) {
   if (!controls) {
     return;
   }
-  const following::SpeedCommand speeds{percent(command.panValue), percent(command.tiltValue)};
+  const following::SpeedCommand speeds{following::wholePercent(command.panValue),
+                                       following::wholePercent(command.tiltValue)};
   controls->model.commanded(time, speeds);
   controls->pursuit.commanded(speeds);
   isZoomOwed = false;

@@ -13,7 +13,9 @@ namespace {
 double leadTime(std::int64_t timestampSeconds) {
   constexpr double LONGEST_LEAD = 1.0;
   const std::int64_t nowMilliseconds = utils::monotonicTime() / units::MICROSECONDS_PER_MILLISECOND;
-  return std::min(static_cast<double>(nowMilliseconds - timestampSeconds) / 1000.0, LONGEST_LEAD);
+  return std::min(static_cast<double>(nowMilliseconds - timestampSeconds) /
+                      static_cast<double>(units::MILLISECONDS_PER_SECOND),
+                  LONGEST_LEAD);
 }
 
 }  // namespace
@@ -50,5 +52,6 @@ void SingleObject::updatePosition() {
 }
 
 std::int32_t SingleObject::inactivityTime() const {
-  return static_cast<std::int32_t>(utils::monotonicTime() - timestamp) / 1000;
+  return static_cast<std::int32_t>(utils::monotonicTime() - timestamp) /
+         static_cast<std::int32_t>(units::MICROSECONDS_PER_MILLISECOND);
 }
