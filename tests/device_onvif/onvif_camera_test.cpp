@@ -6,10 +6,10 @@
 #include <string>
 #include <vector>
 
-#include "device/source_folder.h"
 #include "device_services/private_bus.h"
 #include "device_web/digest_client.h"
 #include "device_web/web_client.h"
+#include "support/source_folder.h"
 
 namespace device::onvif {
 namespace {

@@ -5,7 +5,6 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <memory>
 #include <vector>
 
@@ -13,6 +12,7 @@
 #include "digest_client.h"
 #include "fake_application.h"
 #include "services/local_socket.h"
+#include "support/open_descriptors.h"
 #include "support/temporary_folder.h"
 #include "web_client.h"
 
@@ -28,11 +28,6 @@ constexpr char API[] = "/api/sentrelvideo";
 
 std::string errorOf(const std::string& message) {
   return R"({"error":{"code":"HTTP","message":")" + message + "\"}}";
-}
-
-std::ptrdiff_t openDescriptors() {
-  return std::distance(std::filesystem::directory_iterator("/proc/self/fd"),
-                       std::filesystem::directory_iterator());
 }
 
 void expectStrictHeaders(const WebResponse& response) {

@@ -73,9 +73,9 @@ struct Served {
   void send(const Bytes& bytes) const { EXPECT_TRUE(local_socket::sendAll(stream.get(), bytes)); }
 };
 
-class SceneService {
+class SubscriptionService {
  public:
-  explicit SceneService(const std::string& path) : listener(local_socket::listenAt(path)) {
+  explicit SubscriptionService(const std::string& path) : listener(local_socket::listenAt(path)) {
     EXPECT_TRUE(listener.isOpen());
     EXPECT_EQ(0, fcntl(listener.get(), F_SETFL, 0));  // accept is to wait
   }
@@ -182,7 +182,7 @@ class SceneSubscriberTest : public testing::Test {
 
   TemporaryFolder folder;
   const std::string path = folder / "subscriber";
-  SceneService service{path};
+  SubscriptionService service{path};
   Receiver receiver;
   SceneSubscriber subscriber{path, 0, FORMAT, &receiver};
 };

@@ -5,9 +5,9 @@
 #include <random>
 #include <vector>
 
-#include "device/source_folder.h"
 #include "head/head.h"
 #include "model/model.h"
+#include "support/source_folder.h"
 
 // A relay on each axis, as an application uses it to learn how a head behaves, must make every head
 // oscillate quickly and evenly enough.

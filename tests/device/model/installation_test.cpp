@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "device/source_folder.h"
+#include "support/source_folder.h"
 
 namespace device {
 namespace {

@@ -14,8 +14,8 @@
 #include <vector>
 
 #include "base/json_auto_ptr.h"
-#include "device/source_folder.h"
 #include "model/model.h"
+#include "support/source_folder.h"
 #include "support/temporary_folder.h"
 
 namespace device {

@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "base/text.h"
-#include "device/source_folder.h"
 #include "model/model_keys.h"
+#include "support/source_folder.h"
 #include "world/scenes.h"
 
 namespace device {

@@ -9,7 +9,7 @@
 #include <fstream>
 #include <numbers>
 
-#include "device/source_folder.h"
+#include "support/source_folder.h"
 #include "support/temporary_folder.h"
 #include "world/world.h"
 

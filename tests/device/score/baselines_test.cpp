@@ -11,7 +11,7 @@
 namespace device {
 namespace {
 
-HeadSetup ordinaryHead() {
+HeadSetup scoredHead() {
   HeadSetup head;
   head.pan = {.speed = 100, .acceleration = 300, .low = -180, .high = 180, .endless = true};
   head.tilt = {.speed = 100, .acceleration = 300, .low = -90, .high = 20};
@@ -37,7 +37,7 @@ std::vector<ScoreSample> passer(double speed = 1.5) {
 TEST(BaselinesTest, HeadAtHomeIsScoredAsIfItWereThere) {
   std::vector<ScoreSample> samples;
   append(samples, 2 + PERIOD, {90, 0, 10}, {personAt(1, 0, 8)});
-  const ScoreFigures home = baselinesOf(samples, SETUP, ordinaryHead()).home;
+  const ScoreFigures home = baselinesOf(samples, SETUP, scoredHead()).home;
   const double tilt = std::atan2(-4.15, 8) * 180 / M_PI;
   EXPECT_NEAR(home.error->rms, std::abs(-35 - tilt), 1e-6);
 }
@@ -45,7 +45,7 @@ TEST(BaselinesTest, HeadAtHomeIsScoredAsIfItWereThere) {
 TEST(BaselinesTest, BestPoseOfSomebodyWhoStandsShowsHimLarge) {
   std::vector<ScoreSample> samples;
   append(samples, 2 + PERIOD, {0, 0, 60}, {personAt(1, 30, 40)});
-  const Baselines baselines = baselinesOf(samples, SETUP, ordinaryHead());
+  const Baselines baselines = baselinesOf(samples, SETUP, scoredHead());
   EXPECT_NEAR(*baselines.fixed.share20, 1, 1e-9);
   EXPECT_NEAR(*baselines.fixed.density[1].share, 1, 1e-9);
   EXPECT_NEAR(*baselines.home.share20, 0, 1e-9);
@@ -53,7 +53,7 @@ TEST(BaselinesTest, BestPoseOfSomebodyWhoStandsShowsHimLarge) {
 
 TEST(BaselinesTest, BestPoseIsBetterThanAnyOfAGrid) {
   const std::vector<ScoreSample> samples = passer();
-  const HeadPose best = bestFixedPose(samples, SETUP, ordinaryHead());
+  const HeadPose best = bestFixedPose(samples, SETUP, scoredHead());
   const double earned = *scoreWith(samples, std::span(&best, 1), SETUP).share20;
   double grid = 0;
   for (double pan = -60; pan <= 60; pan += 5) {
@@ -73,13 +73,13 @@ TEST(BaselinesTest, BestPoseOfTwoPlacesLiesBetweenThem) {
   std::vector<ScoreSample> samples;
   append(samples, 2 + PERIOD, {0, -35, 63.4}, {personAt(1, 9, 3.6)});
   append(samples, 2, {0, -35, 63.4}, {personAt(2, 9, -3.6)});
-  const Baselines baselines = baselinesOf(samples, SETUP, ordinaryHead());
+  const Baselines baselines = baselinesOf(samples, SETUP, scoredHead());
   EXPECT_NEAR(*baselines.fixed.share20, 1, 1e-9);
   EXPECT_NEAR(baselines.fixedPose.pan, 90, 10);
 }
 
 TEST(BaselinesTest, BestPoseStaysWithinTheHeadsReach) {
-  HeadSetup head = ordinaryHead();
+  HeadSetup head = scoredHead();
   head.pan = {.speed = 100, .acceleration = 300, .low = -20, .high = 20};
   std::vector<ScoreSample> samples;
   append(samples, 2, {0, 0, 60}, {personAt(1, 8, 8)});
@@ -92,14 +92,14 @@ TEST(BaselinesTest, BestPoseStaysWithinTheHeadsReach) {
 TEST(BaselinesTest, WithNobodyTheBestPoseIsHome) {
   std::vector<ScoreSample> samples;
   append(samples, 2, {50, 0, 60}, {personAt(1, 30, 20, false)});
-  const HeadPose pose = bestFixedPose(samples, SETUP, ordinaryHead());
+  const HeadPose pose = bestFixedPose(samples, SETUP, scoredHead());
   EXPECT_NEAR(pose.pan, 0, 1e-9);
   EXPECT_NEAR(pose.tilt, -35, 1e-9);
   EXPECT_NEAR(pose.field, 63.4, 1e-9);
 }
 
 TEST(BaselinesTest, ClairvoyantHeadKeepsToItsPerson) {
-  const ScoreFigures bound = baselinesOf(passer(), SETUP, ordinaryHead()).bound;
+  const ScoreFigures bound = baselinesOf(passer(), SETUP, scoredHead()).bound;
   EXPECT_LT(bound.people[0].lateError->rms, 0.1);
   EXPECT_GT(*bound.share40, 0.85);
   EXPECT_GT(*bound.density[2].share, 0.85);
@@ -107,7 +107,7 @@ TEST(BaselinesTest, ClairvoyantHeadKeepsToItsPerson) {
 }
 
 TEST(BaselinesTest, ClairvoyantHeadIsNeverFasterThanTheHead) {
-  HeadSetup slow = ordinaryHead();
+  HeadSetup slow = scoredHead();
   slow.pan.speed = 30;
   slow.pan.acceleration = 150;
   const std::vector<ScoreSample> samples = passer(6);
@@ -127,7 +127,7 @@ TEST(BaselinesTest, ClairvoyantHeadIsNeverFasterThanTheHead) {
 
 TEST(BaselinesTest, ClairvoyantHeadSetsOutAfterTheLatencyAndGoesHome) {
   const std::vector<ScoreSample> samples = passer();
-  const std::vector<HeadPose> poses = clairvoyantPoses(samples, SETUP, ordinaryHead());
+  const std::vector<HeadPose> poses = clairvoyantPoses(samples, SETUP, scoredHead());
   const auto moved =
       std::ranges::find_if(poses, [](const HeadPose& pose) { return std::abs(pose.pan) > 1e-9; });
   const std::size_t first = static_cast<std::size_t>(moved - poses.begin());
@@ -139,7 +139,7 @@ TEST(BaselinesTest, ClairvoyantHeadSetsOutAfterTheLatencyAndGoesHome) {
 }
 
 TEST(BaselinesTest, OnlyFollowingEarnsAScoreWherePeopleWalkPast) {
-  const Baselines baselines = baselinesOf(passer(), SETUP, ordinaryHead());
+  const Baselines baselines = baselinesOf(passer(), SETUP, scoredHead());
   for (const ScoreFigures* parked : {&baselines.home, &baselines.fixed}) {
     EXPECT_LT(*parked->share40, 0.3);
     EXPECT_LT(*parked->density[2].share, 0.3);

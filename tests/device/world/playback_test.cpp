@@ -4,7 +4,7 @@
 
 #include <set>
 
-#include "device/source_folder.h"
+#include "support/source_folder.h"
 #include "world/people_generator.h"
 
 namespace device {

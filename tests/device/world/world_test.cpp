@@ -8,8 +8,8 @@
 #include <fstream>
 #include <string>
 
-#include "device/source_folder.h"
 #include "model/model.h"
+#include "support/source_folder.h"
 #include "support/temporary_folder.h"
 
 namespace device {

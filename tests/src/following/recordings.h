@@ -10,13 +10,9 @@
 #include <string>
 
 #include "following/trial.h"
+#include "support/source_folder.h"
 
 namespace simulation {
-
-// Beside the sources.
-inline std::filesystem::path recordingsFolder() {
-  return std::filesystem::path(SOURCE_FOLDER) / ".." / "shared" / "data" / "pedestrians";
-}
 
 inline std::vector<Walker> readWalkers(const std::filesystem::path& path) {
   std::ifstream file(path);

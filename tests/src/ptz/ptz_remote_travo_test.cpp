@@ -1,6 +1,5 @@
 #include "ptz/ptz_remote_travo.h"
 
-#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
@@ -23,6 +22,7 @@
 #include "fakes/fake_remote_head.h"
 #include "fakes/log_capture.h"
 #include "fakes/private_bus.h"
+#include "support/open_descriptors.h"
 
 namespace {
 
@@ -38,10 +38,6 @@ const char* const VIDEO_TYPE = "ImageSource.I0.Video.DetectedType";
 
 std::string requestLine(const std::string& name) {
   return "GET orva-cgi/param.cgi?action=list&group=" + name + " 1";
-}
-
-bool isOpen(int fd) {
-  return fcntl(fd, F_GETFD) >= 0;
 }
 
 class PtzRemoteTravoTest : public testing::Test {

@@ -14,7 +14,6 @@
 #include <chrono>
 #include <cstdint>
 #include <cstring>
-#include <filesystem>
 #include <memory>
 #include <random>
 #include <stdexcept>
@@ -25,6 +24,7 @@
 
 #include "base/file_descriptor.h"
 #include "fakes/log_capture.h"
+#include "support/open_descriptors.h"
 #include "support/temporary_folder.h"
 
 namespace {
@@ -35,10 +35,6 @@ using testing::MatchesRegex;
 const API_Version OLD("1.0");
 const API_Version NEW("1.1");
 constexpr std::int32_t LARGEST = 16 << 20;
-
-bool isOpen(int fd) {
-  return fcntl(fd, F_GETFD) != -1;
-}
 
 void sendAll(int fd, std::string_view bytes) {
   while (!bytes.empty()) {
@@ -110,17 +106,9 @@ TEST(SceneReaderConnect, FailureIsLoggedAsAnError) {
               MatchesRegex("Could not connect to service, result: -?[0-9]+\n\n"));
 }
 
-int openDescriptors() {
-  int count = 0;
-  for (int fd = 0; fd < 256; ++fd) {
-    count += isOpen(fd);
-  }
-  return count;
-}
-
 TEST(SceneReaderConnect, FailureLeavesNoDescriptorOpen) {
   const SocketPath path;
-  const int before = openDescriptors();
+  const auto before = openDescriptors();
   for (int i = 0; i < 10; ++i) {
     SceneReader::connect(path.get());
   }

@@ -1,9 +1,8 @@
-#ifndef TESTS_DEVICE_SOURCE_FOLDER_H
-#define TESTS_DEVICE_SOURCE_FOLDER_H
+// Where the sources of this program stand.
+#ifndef TESTS_SUPPORT_SOURCE_FOLDER_H
+#define TESTS_SUPPORT_SOURCE_FOLDER_H
 
 #include <filesystem>
-
-namespace device {
 
 // The top folder of the sources.
 inline std::filesystem::path sourceFolder() {
@@ -18,7 +17,5 @@ inline std::filesystem::path modelsFolder() {
 inline std::filesystem::path recordingsFolder() {
   return sourceFolder() / ".." / "shared" / "data" / "pedestrians";
 }
-
-}  // namespace device
 
 #endif
