@@ -12,6 +12,7 @@
 #include "addon/libs/vigil_pack_lib/filters/size_filter_percent.h"
 #include "addon/libs/vigil_pack_lib/filters/swaying_filter.h"
 #include "addon/libs/vigil_pack_lib/guard/area_guard.h"
+#include "base/mutex.h"
 #include "base/units.h"
 #include "bench/case.h"
 #include "bench/everyday.h"
@@ -140,7 +141,7 @@ class FilmCamera : public Camera {
 
   // As handleMoteData of a camera with a transport, but the frame stays with the caller.
   void show(const SceneFrame& frame) {
-    const std::lock_guard guard(lock);
+    const LockGuard guard(lock);
     processFrame(frame);
   }
 };

@@ -4,12 +4,11 @@
 #include <syslog.h>
 
 #include <atomic>
-#include <condition_variable>
 #include <cstdlib>
 #include <memory>
-#include <mutex>
 
 #include "app/clock.h"
+#include "base/mutex.h"
 #include "config/persistent.h"
 #include "events/sdk_wrapper.h"
 #include "fakes/fake_events.h"
@@ -26,21 +25,23 @@ class StandingClock : public Clock {
   std::int64_t now() const override { return time.load(std::memory_order_relaxed); }
 
   void sleep(std::int64_t) override {
-    std::unique_lock lock(mutex);
-    end.wait(lock, [this] { return ended; });
+    const LockGuard lock(mutex);
+    while (!ended) {
+      end.wait(mutex);
+    }
   }
 
   void finish() {
-    const std::lock_guard lock(mutex);
+    const LockGuard lock(mutex);
     ended = true;
-    end.notify_all();
+    end.notifyAll();
   }
 
   std::atomic<std::int64_t> time{10'000'000'000};
 
  private:
-  std::mutex mutex;
-  std::condition_variable end;
+  Mutex mutex;
+  Condition end;
   bool ended = false;
 };
 

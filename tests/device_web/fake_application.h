@@ -4,10 +4,10 @@
 #include <gio/gio.h>
 
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
+#include "base/mutex.h"
 #include "ovhttp/http_server.h"
 
 namespace device {
@@ -20,12 +20,12 @@ class FakeApplication {
       : server(HttpServer::create(path, onRequest, this)) {}
 
   void setAnswer(std::string newAnswer) {
-    const std::lock_guard lock(mutex);
+    const LockGuard lock(mutex);
     answer = std::move(newAnswer);
   }
 
   std::vector<std::string> getRequests() {
-    const std::lock_guard lock(mutex);
+    const LockGuard lock(mutex);
     return requests;
   }
 
@@ -33,7 +33,7 @@ class FakeApplication {
   static void onRequest(const char* path, const char* method, const char* query,
                         GHashTable* parameters, GOutputStream* out, void* data) {
     auto* self = static_cast<FakeApplication*>(data);
-    const std::lock_guard lock(self->mutex);
+    const LockGuard lock(self->mutex);
     const auto parameter = [&](const char* name) -> std::string {
       const auto* value = static_cast<const char*>(g_hash_table_lookup(parameters, name));
       return value != nullptr ? value : "-";
@@ -48,7 +48,7 @@ class FakeApplication {
     g_output_stream_write_all(out, text.data(), text.size(), nullptr, nullptr, nullptr);
   }
 
-  std::mutex mutex;
+  Mutex mutex;
   std::string answer = "Content-Type: application/json\r\nStatus: 200 OK\r\n\r\n{\"body\":\"$\"}";
   std::vector<std::string> requests;
   std::unique_ptr<HttpServer> server;  // last, so that its thread finds the rest

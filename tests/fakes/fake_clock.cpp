@@ -4,6 +4,8 @@
 #include <chrono>
 #include <thread>
 
+#include "support/patience.h"
+
 namespace {
 
 constexpr auto PATIENCE = std::chrono::seconds(30);
@@ -20,44 +22,52 @@ FakeClock::~FakeClock() {
 }
 
 std::int64_t FakeClock::now() const {
-  const std::lock_guard lock(mutex);
+  const LockGuard lock(mutex);
   return time;
 }
 
 void FakeClock::sleep(std::int64_t microseconds) {
-  std::unique_lock lock(mutex);
-  if (freed) {
-    lock.unlock();
+  if (!sleepOnTestsTime(microseconds)) {
     std::this_thread::yield();
-    return;
+  }
+}
+
+bool FakeClock::sleepOnTestsTime(std::int64_t microseconds) {
+  const LockGuard lock(mutex);
+  if (freed) {
+    return false;
   }
   if (microseconds <= 0) {
-    return;
+    return true;
   }
   const auto self = sleepers.insert(sleepers.end(), Sleeper{.wakeTime = time + microseconds});
-  changed.notify_all();
-  changed.wait(lock, [self] { return self->awake; });
+  changed.notifyAll();
+  while (!self->awake) {
+    changed.wait(mutex);
+  }
   sleepers.erase(self);
+  return true;
 }
 
 void FakeClock::advance(std::int64_t microseconds) {
-  const std::lock_guard lock(mutex);
+  const LockGuard lock(mutex);
   time += microseconds;
   wakeSleepers();
 }
 
 void FakeClock::set(std::int64_t newTime) {
-  const std::lock_guard lock(mutex);
+  const LockGuard lock(mutex);
   time = newTime;
 }
 
 // A thread that is due but has not run yet no longer counts as asleep.
 bool FakeClock::waitForSleepers(int count) {
-  std::unique_lock lock(mutex);
-  return changed.wait_for(lock, PATIENCE, [this, count] {
+  const LockGuard lock(mutex);
+  const auto areAsleep = [this, count] {
     return std::count_if(sleepers.begin(), sleepers.end(),
                          [](const Sleeper& sleeper) { return !sleeper.awake; }) >= count;
-  });
+  };
+  return waitUntil(areAsleep, changed, mutex, PATIENCE);
 }
 
 bool FakeClock::advanceAndSettle(std::int64_t microseconds, int count) {
@@ -66,7 +76,7 @@ bool FakeClock::advanceAndSettle(std::int64_t microseconds, int count) {
 }
 
 void FakeClock::free() {
-  const std::lock_guard lock(mutex);
+  const LockGuard lock(mutex);
   freed = true;
   wakeSleepers();
 }
@@ -75,5 +85,5 @@ void FakeClock::wakeSleepers() {
   for (Sleeper& sleeper : sleepers) {
     sleeper.awake = sleeper.awake || freed || sleeper.wakeTime <= time;
   }
-  changed.notify_all();
+  changed.notifyAll();
 }

@@ -1,12 +1,11 @@
 #ifndef TESTS_FAKES_FAKE_CLOCK_H
 #define TESTS_FAKES_FAKE_CLOCK_H
 
-#include <condition_variable>
 #include <cstdint>
 #include <list>
-#include <mutex>
 
 #include "app/clock.h"
+#include "base/mutex.h"
 
 // Time that a test owns: it stands still until advance() is called, and threads of the daemon that
 // sleep wait for it. Replaces the machine's clock for its own life. Make it before, and destroy it
@@ -42,10 +41,13 @@ class FakeClock : public Clock {
     bool awake = false;
   };
 
+  // False when nobody is blocked any more.
+  bool sleepOnTestsTime(std::int64_t microseconds);
+
   void wakeSleepers();
 
-  mutable std::mutex mutex;  // guards all below
-  std::condition_variable changed;
+  mutable Mutex mutex;  // guards all below
+  Condition changed;
   std::int64_t time;
   std::list<Sleeper> sleepers;
   bool freed = false;

@@ -3,9 +3,9 @@
 #include <ovevent.h>
 
 #include <algorithm>
-#include <mutex>
 #include <utility>
 
+#include "base/mutex.h"
 #include "fakes/call_journal.h"
 
 struct OVEventKeyValueSet {
@@ -37,7 +37,7 @@ struct Subscriber {
 };
 
 struct Service {
-  std::mutex mutex;  // guards all below
+  Mutex mutex;  // guards all below
   std::vector<Declaration> declarations;
   std::vector<Sent> sent;
   std::vector<Subscriber> subscribers;
@@ -160,7 +160,7 @@ namespace FakeEvents {
 
 void reset() {
   Service& service = theService();
-  const std::lock_guard lock(service.mutex);
+  const LockGuard lock(service.mutex);
   service.declarations.clear();
   service.sent.clear();
   service.subscribers.clear();
@@ -177,7 +177,7 @@ void reset() {
 }
 
 std::vector<Declaration> declarations() {
-  const std::lock_guard lock(theService().mutex);
+  const LockGuard lock(theService().mutex);
   return theService().declarations;
 }
 
@@ -188,17 +188,17 @@ std::vector<Declaration> activeDeclarations() {
 }
 
 std::vector<Sent> sent() {
-  const std::lock_guard lock(theService().mutex);
+  const LockGuard lock(theService().mutex);
   return theService().sent;
 }
 
 void clearSent() {
-  const std::lock_guard lock(theService().mutex);
+  const LockGuard lock(theService().mutex);
   theService().sent.clear();
 }
 
 std::vector<Subscription> subscriptions() {
-  const std::lock_guard lock(theService().mutex);
+  const LockGuard lock(theService().mutex);
   std::vector<Subscription> all;
   for (const Subscriber& subscriber : theService().subscribers) {
     all.push_back(subscriber.seen);
@@ -213,62 +213,62 @@ std::vector<Sent> sentTo(const std::string& topic2) {
 }
 
 int handlersMade() {
-  const std::lock_guard lock(theService().mutex);
+  const LockGuard lock(theService().mutex);
   return theService().handlersMade;
 }
 
 int handlersFreed() {
-  const std::lock_guard lock(theService().mutex);
+  const LockGuard lock(theService().mutex);
   return theService().handlersFreed;
 }
 
 int setsAlive() {
-  const std::lock_guard lock(theService().mutex);
+  const LockGuard lock(theService().mutex);
   return theService().sets;
 }
 
 int eventsAlive() {
-  const std::lock_guard lock(theService().mutex);
+  const LockGuard lock(theService().mutex);
   return theService().events;
 }
 
 int declaresTried() {
-  const std::lock_guard lock(theService().mutex);
+  const LockGuard lock(theService().mutex);
   return theService().declaresTried;
 }
 
 void failHandlers(int count) {
-  const std::lock_guard lock(theService().mutex);
+  const LockGuard lock(theService().mutex);
   theService().handlersToFail = count;
 }
 
 void failDeclares(int count) {
-  const std::lock_guard lock(theService().mutex);
+  const LockGuard lock(theService().mutex);
   theService().declaresToFail = count;
 }
 
 void failUndeclares(int count) {
-  const std::lock_guard lock(theService().mutex);
+  const LockGuard lock(theService().mutex);
   theService().undeclaresToFail = count;
 }
 
 void failSends(int count) {
-  const std::lock_guard lock(theService().mutex);
+  const LockGuard lock(theService().mutex);
   theService().sendsToFail = count;
 }
 
 void failAdds(int count) {
-  const std::lock_guard lock(theService().mutex);
+  const LockGuard lock(theService().mutex);
   theService().addsToFail = count;
 }
 
 void failSubscribes(int count) {
-  const std::lock_guard lock(theService().mutex);
+  const LockGuard lock(theService().mutex);
   theService().subscribesToFail = count;
 }
 
 void onFree(std::function<void()> callback) {
-  const std::lock_guard lock(theService().mutex);
+  const LockGuard lock(theService().mutex);
   theService().freeCallback = std::move(callback);
 }
 
@@ -276,7 +276,7 @@ void deliver(std::uint32_t subscription, const Keys& keys, std::int64_t time) {
   OVEventSubscriptionCallback callback = nullptr;
   void* userData = nullptr;
   {
-    const std::lock_guard lock(theService().mutex);
+    const LockGuard lock(theService().mutex);
     const Subscriber* const subscriber = findSubscriber(subscription);
     if (subscriber == nullptr) {
       return;
@@ -293,7 +293,7 @@ void deliver(std::uint32_t subscription, const Keys& keys, std::int64_t time) {
 extern "C" {
 
 OVEventKeyValueSet* ov_event_key_value_set_new(void) {
-  const std::lock_guard lock(theService().mutex);
+  const LockGuard lock(theService().mutex);
   ++theService().sets;
   return new OVEventKeyValueSet;
 }
@@ -305,7 +305,7 @@ void ov_event_key_value_set_free(OVEventKeyValueSet* set) {
   delete set;
   std::function<void()> callback;
   {
-    const std::lock_guard lock(theService().mutex);
+    const LockGuard lock(theService().mutex);
     --theService().sets;
     callback = theService().freeCallback;
   }
@@ -316,7 +316,7 @@ void ov_event_key_value_set_free(OVEventKeyValueSet* set) {
 
 gboolean ov_event_key_value_set_add(OVEventKeyValueSet* set, const char* key, const char* nameSpace,
                                     OVEventValueType type, const void* value, GError** error) {
-  const std::lock_guard lock(theService().mutex);
+  const LockGuard lock(theService().mutex);
   if (strikes(theService().addsToFail)) {
     return failed(error, "the key cannot be added");
   }
@@ -397,12 +397,12 @@ void ov_event_free(OVEvent* event) {
     return;
   }
   delete event;
-  const std::lock_guard lock(theService().mutex);
+  const LockGuard lock(theService().mutex);
   --theService().events;
 }
 
 OVEventHandler* ov_event_handler_new(void) {
-  const std::lock_guard lock(theService().mutex);
+  const LockGuard lock(theService().mutex);
   if (strikes(theService().handlersToFail)) {
     return nullptr;
   }
@@ -414,13 +414,13 @@ void ov_event_handler_free(OVEventHandler* handler) {
     return;
   }
   delete handler;
-  const std::lock_guard lock(theService().mutex);
+  const LockGuard lock(theService().mutex);
   ++theService().handlersFreed;
 }
 
 gboolean ov_event_handler_declare(OVEventHandler*, const OVEventKeyValueSet* set,
                                   gboolean stateless, uint32_t* declaration, GError** error) {
-  const std::lock_guard lock(theService().mutex);
+  const LockGuard lock(theService().mutex);
   ++theService().declaresTried;
   if (strikes(theService().declaresToFail)) {
     return failed(error, "the event cannot be declared");
@@ -437,7 +437,7 @@ gboolean ov_event_handler_declare(OVEventHandler*, const OVEventKeyValueSet* set
 gboolean ov_event_handler_send_event(OVEventHandler*, uint32_t declaration,
                                      const OVEventKeyValueSet* set, int64_t timeStamp,
                                      GError** error) {
-  const std::lock_guard lock(theService().mutex);
+  const LockGuard lock(theService().mutex);
   const Declaration* const target = findDeclaration(declaration);
   if (strikes(theService().sendsToFail) || target == nullptr) {
     return failed(error, "the event cannot be sent");
@@ -451,7 +451,7 @@ gboolean ov_event_handler_send_event(OVEventHandler*, uint32_t declaration,
 }
 
 gboolean ov_event_handler_undeclare(OVEventHandler*, uint32_t declaration, GError** error) {
-  const std::lock_guard lock(theService().mutex);
+  const LockGuard lock(theService().mutex);
   Declaration* const target = findDeclaration(declaration);
   if (strikes(theService().undeclaresToFail) || target == nullptr) {
     return failed(error, "no such declaration");
@@ -465,7 +465,7 @@ gboolean ov_event_handler_undeclare(OVEventHandler*, uint32_t declaration, GErro
 gboolean ov_event_handler_subscribe(OVEventHandler*, const OVEventKeyValueSet* set,
                                     OVEventSubscriptionCallback callback, void* userData,
                                     uint32_t* subscription, GError** error) {
-  const std::lock_guard lock(theService().mutex);
+  const LockGuard lock(theService().mutex);
   if (strikes(theService().subscribesToFail)) {
     return failed(error, "the service does not take subscriptions");
   }
@@ -477,7 +477,7 @@ gboolean ov_event_handler_subscribe(OVEventHandler*, const OVEventKeyValueSet* s
 }
 
 gboolean ov_event_handler_unsubscribe(OVEventHandler*, uint32_t subscription, GError** error) {
-  const std::lock_guard lock(theService().mutex);
+  const LockGuard lock(theService().mutex);
   Subscriber* const subscriber = findSubscriber(subscription);
   if (subscriber == nullptr) {
     return failed(error, "no such subscription");

@@ -2,9 +2,9 @@
 
 #include <ovhttp.h>
 
-#include <mutex>
 
 #include "base/glib_ptr.h"
+#include "base/mutex.h"
 
 struct OVHttpHandler {
   OVHttpCallback callback;
@@ -13,7 +13,7 @@ struct OVHttpHandler {
 
 namespace {
 
-std::mutex s_mutex;  // guards all below
+Mutex s_mutex;  // guards all below
 OVHttpHandler* s_registered = nullptr;
 int s_registrationsToFail = 0;
 int s_registrationCount = 0;
@@ -38,36 +38,36 @@ std::string written(GOutputStream* stream) {
 namespace FakeHttp {
 
 void reset() {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   s_registrationsToFail = 0;
   s_registrationCount = 0;
   s_freeCount = 0;
 }
 
 void failRegistrations(int count) {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   s_registrationsToFail = count;
 }
 
 bool isRegistered() {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   return s_registered != nullptr;
 }
 
 int registrations() {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   return s_registrationCount;
 }
 
 int freed() {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   return s_freeCount;
 }
 
 std::string request(const Request& request) {
   OVHttpHandler handler{};
   {
-    const std::lock_guard lock(s_mutex);
+    const LockGuard lock(s_mutex);
     if (s_registered == nullptr) {
       return "";
     }
@@ -86,7 +86,7 @@ std::string request(const Request& request) {
 extern "C" {
 
 OVHttpHandler* ov_http_handler_new(OVHttpCallback callback, void* userData) {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   if (s_registrationsToFail > 0) {
     --s_registrationsToFail;
     return nullptr;
@@ -97,7 +97,7 @@ OVHttpHandler* ov_http_handler_new(OVHttpCallback callback, void* userData) {
 }
 
 void ov_http_handler_free(OVHttpHandler* handler) {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   ++s_freeCount;
   s_registered = s_registered == handler ? nullptr : s_registered;
   delete handler;

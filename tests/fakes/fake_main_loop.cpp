@@ -2,11 +2,11 @@
 
 #include <glib-utils.h>
 
-#include <mutex>
+#include "base/mutex.h"
 
 namespace {
 
-std::mutex s_mutex;  // guards the recorded calls
+Mutex s_mutex;  // guards the recorded calls
 std::vector<FakeMainLoop::Start> s_recorded;
 
 }  // namespace
@@ -14,18 +14,18 @@ std::vector<FakeMainLoop::Start> s_recorded;
 namespace FakeMainLoop {
 
 void reset() {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   s_recorded.clear();
 }
 
 std::vector<Start> starts() {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   return s_recorded;
 }
 
 }  // namespace FakeMainLoop
 
 extern "C" void mainloop_start(const char* appName, const char* niceName, const char* topic0) {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   s_recorded.push_back({appName, niceName, topic0});
 }

@@ -3,8 +3,9 @@
 #include <ovparameter.h>
 
 #include <map>
-#include <mutex>
 #include <string_view>
+
+#include "base/mutex.h"
 
 struct OVParameter {
   std::string appName;
@@ -13,7 +14,7 @@ struct OVParameter {
 namespace {
 
 struct Store {
-  std::mutex mutex;  // guards all below
+  Mutex mutex;  // guards all below
   std::map<std::string, std::string> values;
   std::vector<std::string> reads;
   int opensToFail = 0;
@@ -40,7 +41,7 @@ void setError(GError** error, const char* text) {
 namespace FakeParameters {
 
 void reset() {
-  const std::lock_guard lock(theStore().mutex);
+  const LockGuard lock(theStore().mutex);
   theStore().values.clear();
   theStore().reads.clear();
   theStore().opensToFail = 0;
@@ -49,32 +50,32 @@ void reset() {
 }
 
 void set(const std::string& name, const std::string& value) {
-  const std::lock_guard lock(theStore().mutex);
+  const LockGuard lock(theStore().mutex);
   theStore().values[fullName(name)] = value;
 }
 
 void remove(const std::string& name) {
-  const std::lock_guard lock(theStore().mutex);
+  const LockGuard lock(theStore().mutex);
   theStore().values.erase(fullName(name));
 }
 
 void failOpens(int count) {
-  const std::lock_guard lock(theStore().mutex);
+  const LockGuard lock(theStore().mutex);
   theStore().opensToFail = count;
 }
 
 std::vector<std::string> reads() {
-  const std::lock_guard lock(theStore().mutex);
+  const LockGuard lock(theStore().mutex);
   return theStore().reads;
 }
 
 int openCount() {
-  const std::lock_guard lock(theStore().mutex);
+  const LockGuard lock(theStore().mutex);
   return theStore().opened;
 }
 
 int freeCount() {
-  const std::lock_guard lock(theStore().mutex);
+  const LockGuard lock(theStore().mutex);
   return theStore().freed;
 }
 
@@ -83,7 +84,7 @@ int freeCount() {
 extern "C" {
 
 OVParameter* ov_parameter_new(const char* appName, GError** error) {
-  const std::lock_guard lock(theStore().mutex);
+  const LockGuard lock(theStore().mutex);
   if (theStore().opensToFail > 0) {
     --theStore().opensToFail;
     setError(error, "the store cannot be reached");
@@ -94,7 +95,7 @@ OVParameter* ov_parameter_new(const char* appName, GError** error) {
 }
 
 gboolean ov_parameter_get(OVParameter*, const char* name, char** value, GError** error) {
-  const std::lock_guard lock(theStore().mutex);
+  const LockGuard lock(theStore().mutex);
   theStore().reads.emplace_back(name);
   const auto found = theStore().values.find(fullName(name));
   if (found == theStore().values.end()) {
@@ -110,7 +111,7 @@ void ov_parameter_free(OVParameter* handle) {
     return;
   }
   delete handle;
-  const std::lock_guard lock(theStore().mutex);
+  const LockGuard lock(theStore().mutex);
   ++theStore().freed;
 }
 

@@ -1,8 +1,8 @@
 #include "fakes/fake_ptz_library.h"
 
-#include <mutex>
 #include <utility>
 
+#include "base/mutex.h"
 #include "fakes/call_journal.h"
 
 namespace {
@@ -41,11 +41,11 @@ struct Head {
   }
 };
 
-std::mutex s_mutex;  // guards the head
+Mutex s_mutex;  // guards the head
 Head s_head;
 
 std::function<void()> takeDuringStatus() {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   return std::exchange(s_head.duringStatus, [] {});
 }
 
@@ -54,32 +54,32 @@ std::function<void()> takeDuringStatus() {
 namespace FakePtzLibrary {
 
 void reset() {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   s_head = Head{};
 }
 
 void setStatus(const ptztolva_status& status) {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   s_head.status = status;
 }
 
 std::vector<Move> moves() {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   return s_head.moves;
 }
 
 void clearMoves() {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   s_head.moves.clear();
 }
 
 std::vector<Home> homes() {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   return s_head.homes;
 }
 
 std::vector<int> statusChannels() {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   return s_head.statusChannels;
 }
 
@@ -92,42 +92,42 @@ int statusCount() {
 }
 
 int initCount() {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   return s_head.initCount;
 }
 
 int cleanupCount() {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   return s_head.cleanupCount;
 }
 
 void failInits(int count) {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   s_head.initsToFail = count;
 }
 
 void failMoves(int count, const std::string& message) {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   s_head.moveFailure = {count, message};
 }
 
 void failStatus(int count, const std::string& message) {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   s_head.statusFailure = {count, message};
 }
 
 void failHome(int count, const std::string& message) {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   s_head.homeFailure = {count, message};
 }
 
 void duringNextStatus(std::function<void()> function) {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   s_head.duringStatus = std::move(function);
 }
 
 std::vector<std::string> calls() {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   return s_head.calls;
 }
 
@@ -136,7 +136,7 @@ std::vector<std::string> calls() {
 extern "C" {
 
 gboolean ptztolva_init(void) {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   ++s_head.initCount;
   s_head.note("init");
   if (s_head.initsToFail == 0) {
@@ -147,7 +147,7 @@ gboolean ptztolva_init(void) {
 }
 
 void ptztolva_cleanup(void) {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   ++s_head.cleanupCount;
   s_head.note("cleanup");
 }
@@ -156,7 +156,7 @@ gboolean ptztolva_move_ptz_travo(int reservedA, int channel, const char* source,
                                  int panKind, int tiltKind, int zoom, int zoomKind, double pan,
                                  double tilt, int speed, int reservedC, int reservedD,
                                  GError** error) {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   s_head.note("move");
   s_head.moves.push_back({.channel = channel,
                           .source = source != nullptr ? source : "",
@@ -173,7 +173,7 @@ gboolean ptztolva_move_ptz_travo(int reservedA, int channel, const char* source,
 
 gboolean ptztolva_goto_home(int reservedA, int channel, const char* source, int reservedB,
                             int speed, int reservedC, int reservedD, GError** error) {
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   s_head.note("home");
   s_head.homes.push_back({.channel = channel,
                           .source = source != nullptr ? source : "",
@@ -184,7 +184,7 @@ gboolean ptztolva_goto_home(int reservedA, int channel, const char* source, int 
 
 gboolean ptztolva_get_ptz_status(int channel, ptztolva_status* status, GError** error) {
   takeDuringStatus()();
-  const std::lock_guard lock(s_mutex);
+  const LockGuard lock(s_mutex);
   s_head.note("status");
   s_head.statusChannels.push_back(channel);
   if (s_head.statusFailure.strikes(error)) {

@@ -5,8 +5,9 @@
 #include <cmath>
 #include <cstdlib>
 #include <map>
-#include <mutex>
 #include <utility>
+
+#include "base/mutex.h"
 
 struct ptzmath_context {
   int width = 0;
@@ -22,7 +23,7 @@ namespace {
 constexpr double ONE = 65536.0;  // 16 fractional bits
 
 struct Model {
-  std::mutex mutex;  // guards all below
+  Mutex mutex;  // guards all below
   std::map<int, std::pair<double, double>> centers;
   int contexts = 0;
   std::vector<std::string> calls;
@@ -37,7 +38,7 @@ template <typename... Numbers>
 void record(const std::string& name, Numbers... numbers) {
   std::string call = name;
   ((call += " " + std::to_string(numbers)), ...);
-  const std::lock_guard lock(theModel().mutex);
+  const LockGuard lock(theModel().mutex);
   theModel().calls.push_back(call);
 }
 
@@ -54,33 +55,33 @@ double share(double pixels, int whole) {
 namespace FakePtzMath {
 
 void reset() {
-  const std::lock_guard lock(theModel().mutex);
+  const LockGuard lock(theModel().mutex);
   theModel().centers.clear();
   theModel().calls.clear();
 }
 
 void setCenter(int channel, double pan, double tilt) {
-  const std::lock_guard lock(theModel().mutex);
+  const LockGuard lock(theModel().mutex);
   theModel().centers[channel] = {pan, tilt};
 }
 
 void removeCenter(int channel) {
-  const std::lock_guard lock(theModel().mutex);
+  const LockGuard lock(theModel().mutex);
   theModel().centers.erase(channel);
 }
 
 int contextsAlive() {
-  const std::lock_guard lock(theModel().mutex);
+  const LockGuard lock(theModel().mutex);
   return theModel().contexts;
 }
 
 std::vector<std::string> calls() {
-  const std::lock_guard lock(theModel().mutex);
+  const LockGuard lock(theModel().mutex);
   return theModel().calls;
 }
 
 void clearCalls() {
-  const std::lock_guard lock(theModel().mutex);
+  const LockGuard lock(theModel().mutex);
   theModel().calls.clear();
 }
 
@@ -90,7 +91,7 @@ extern "C" {
 
 ptzmath_context* ptzmath_context_create(void) {
   record("context_create");
-  const std::lock_guard lock(theModel().mutex);
+  const LockGuard lock(theModel().mutex);
   ++theModel().contexts;
   return new ptzmath_context;
 }
@@ -101,7 +102,7 @@ void ptzmath_context_delete(ptzmath_context* context) {
     return;
   }
   delete context;
-  const std::lock_guard lock(theModel().mutex);
+  const LockGuard lock(theModel().mutex);
   --theModel().contexts;
 }
 
@@ -113,7 +114,7 @@ void ptzmath_set_pic_dim(ptzmath_context* context, int width, int height) {
 
 int ptzmath_get_remote_center(ptzmath_context* context, int channel) {
   record("get_remote_center", channel);
-  const std::lock_guard lock(theModel().mutex);
+  const LockGuard lock(theModel().mutex);
   const auto found = theModel().centers.find(channel);
   if (found == theModel().centers.end()) {
     return -1;

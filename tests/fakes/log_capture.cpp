@@ -4,15 +4,15 @@
 
 #include <algorithm>
 #include <cstdarg>
-#include <mutex>
 #include <utility>
 
+#include "base/mutex.h"
 #include "base/text.h"
 
 namespace {
 
 struct Log {
-  std::mutex mutex;  // guards all below
+  Mutex mutex;  // guards all below
   std::vector<LogLine> lines;
   std::string identity;
   int options = 0;
@@ -29,7 +29,7 @@ Log& theLog() {
 
 void keep(int priority, const char* format, va_list arguments) {
   std::string text = text::formattedList(format, arguments);
-  const std::lock_guard lock(theLog().mutex);
+  const LockGuard lock(theLog().mutex);
   theLog().lines.push_back({priority, std::move(text)});
 }
 
@@ -57,7 +57,7 @@ void vsyslog(int priority, const char* format, va_list arguments) {
 }
 
 void openlog(const char* identity, int options, int facility) {
-  const std::lock_guard lock(theLog().mutex);
+  const LockGuard lock(theLog().mutex);
   theLog().identity = identity != nullptr ? identity : "";
   theLog().options = options;
   theLog().facility = facility;
@@ -65,19 +65,19 @@ void openlog(const char* identity, int options, int facility) {
 }
 
 void closelog() {
-  const std::lock_guard lock(theLog().mutex);
+  const LockGuard lock(theLog().mutex);
   ++theLog().closeCount;
 }
 
 }  // extern "C"
 
 std::vector<LogLine> LogCapture::lines() {
-  const std::lock_guard lock(theLog().mutex);
+  const LockGuard lock(theLog().mutex);
   return theLog().lines;
 }
 
 void LogCapture::clear() {
-  const std::lock_guard lock(theLog().mutex);
+  const LockGuard lock(theLog().mutex);
   theLog().lines.clear();
   theLog().identity.clear();
   theLog().options = 0;
@@ -100,26 +100,26 @@ int LogCapture::count(int priority, const std::string& text) {
 }
 
 std::string LogCapture::identity() {
-  const std::lock_guard lock(theLog().mutex);
+  const LockGuard lock(theLog().mutex);
   return theLog().identity;
 }
 
 int LogCapture::options() {
-  const std::lock_guard lock(theLog().mutex);
+  const LockGuard lock(theLog().mutex);
   return theLog().options;
 }
 
 int LogCapture::facility() {
-  const std::lock_guard lock(theLog().mutex);
+  const LockGuard lock(theLog().mutex);
   return theLog().facility;
 }
 
 int LogCapture::openCount() {
-  const std::lock_guard lock(theLog().mutex);
+  const LockGuard lock(theLog().mutex);
   return theLog().openCount;
 }
 
 int LogCapture::closeCount() {
-  const std::lock_guard lock(theLog().mutex);
+  const LockGuard lock(theLog().mutex);
   return theLog().closeCount;
 }

@@ -5,18 +5,18 @@
 
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <functional>
 #include <future>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "base/mutex.h"
 #include "platform/owners.h"
 #include "platform_services/test_bus.h"
+#include "support/patience.h"
 #include "test_services.h"
 
 namespace {
@@ -268,28 +268,28 @@ class Listener {
     if (self->during) {
       self->during(subscription);
     }
-    const std::lock_guard lock(self->mutex);
+    const LockGuard lock(self->mutex);
     self->told.push_back(std::to_string(value) + '@' + std::to_string(time));
-    self->changed.notify_all();
+    self->changed.notifyAll();
   }
 
   // What was told, once it is so many or more.
   std::vector<std::string> waitFor(std::size_t count) {
-    std::unique_lock lock(mutex);
-    EXPECT_TRUE(changed.wait_for(lock, LONG_ENOUGH, [&] { return told.size() >= count; }));
+    const LockGuard lock(mutex);
+    EXPECT_TRUE(waitUntil([&] { return told.size() >= count; }, changed, mutex, LONG_ENOUGH));
     return told;
   }
 
   std::vector<std::string> getTold() {
-    const std::lock_guard lock(mutex);
+    const LockGuard lock(mutex);
     return told;
   }
 
   std::function<void(uint32_t)> during;
 
  private:
-  std::mutex mutex;
-  std::condition_variable changed;
+  Mutex mutex;
+  Condition changed;
   std::vector<std::string> told;
 };
 

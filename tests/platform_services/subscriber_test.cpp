@@ -10,22 +10,22 @@
 
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
 #include <future>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <utility>
 #include <vector>
 
 #include "base/local_socket.h"
+#include "base/mutex.h"
 #include "scene.h"
 #include "scene/scene_encoder.h"
+#include "support/patience.h"
 #include "support/temporary_folder.h"
 
 namespace {
@@ -109,44 +109,44 @@ class Receiver {
     if (self->during) {
       self->during();
     }
-    const std::lock_guard lock(self->mutex);
+    const LockGuard lock(self->mutex);
     self->frames.push_back(std::move(frame));
-    self->changed.notify_all();
+    self->changed.notifyAll();
   }
 
   static void onDisconnect(void* userData) {
     auto* self = static_cast<Receiver*>(userData);
-    const std::lock_guard lock(self->mutex);
+    const LockGuard lock(self->mutex);
     ++self->disconnects;
-    self->changed.notify_all();
+    self->changed.notifyAll();
   }
 
   std::vector<Bytes> waitForFrames(std::size_t count) {
-    std::unique_lock lock(mutex);
-    EXPECT_TRUE(changed.wait_for(lock, LONG_ENOUGH, [&] { return frames.size() >= count; }));
+    const LockGuard lock(mutex);
+    EXPECT_TRUE(waitUntil([&] { return frames.size() >= count; }, changed, mutex, LONG_ENOUGH));
     return frames;
   }
 
   void waitForDisconnect() {
-    std::unique_lock lock(mutex);
-    EXPECT_TRUE(changed.wait_for(lock, LONG_ENOUGH, [&] { return disconnects > 0; }));
+    const LockGuard lock(mutex);
+    EXPECT_TRUE(waitUntil([&] { return disconnects > 0; }, changed, mutex, LONG_ENOUGH));
   }
 
   std::vector<Bytes> getFrames() {
-    const std::lock_guard lock(mutex);
+    const LockGuard lock(mutex);
     return frames;
   }
 
   int countDisconnects() {
-    const std::lock_guard lock(mutex);
+    const LockGuard lock(mutex);
     return disconnects;
   }
 
   std::function<void()> during;
 
  private:
-  std::mutex mutex;
-  std::condition_variable changed;
+  Mutex mutex;
+  Condition changed;
   std::vector<Bytes> frames;
   int disconnects = 0;
 };

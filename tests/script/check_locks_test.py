@@ -100,6 +100,29 @@ class CheckLocksTest(unittest.TestCase):
                     "#include <glib.h>\n#include <mutex>\n#include <shared_mutex>\n"
                     "#include <condition_variable>\n" + lock + "\n"))
 
+    def test_every_folder_of_ours_is_searched_for_such_locks(self):
+        with tempfile.TemporaryDirectory() as folder:
+            root = pathlib.Path(folder)
+            subprocess.run(["git", "init", "--quiet", root], check=True)
+            files = [f"{tree}/lock.h" for tree in ("base", "bench/score", "device/head", "fuzz", "platform",
+                                                   "platform/host/bus", "platform/memory", "src/app",
+                                                   "tests/fakes")]
+            for name in files:
+                (root / name).parent.mkdir(parents=True, exist_ok=True)
+                (root / name).write_text("std::mutex mine;\n", encoding="utf-8")
+            result = subprocess.run([REPOSITORY / "script" / "check-locks", "--root", root],
+                                    capture_output=True, text=True, check=False)
+        self.assertEqual(1, result.returncode)
+        self.assertEqual([*sorted(f"{name}:1:std::mutex mine;" for name in files),
+                          "check-locks: these are not of base/mutex.h"],
+                         sorted(result.stderr.splitlines()[:-1]) + result.stderr.splitlines()[-1:])
+
+    def test_every_kind_of_holding_such_a_lock_is_a_fault(self):
+        for guard in ("lock_guard", "unique_lock", "scoped_lock", "shared_lock"):
+            with self.subTest(guard):
+                self.expect_fault("not of base/mutex.h", "", addition=(
+                    f"#include <mutex>\n#include <shared_mutex>\nusing Held = std::{guard}<Mutex>;\n"))
+
 
 if __name__ == "__main__":
     unittest.main()

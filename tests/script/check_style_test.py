@@ -183,12 +183,6 @@ class CheckStyleTest(unittest.TestCase):
         self.assert_faults("tests/base/units_test.cpp:4: the names of tests are in CamelCase",
                            "tests/base/units_test.cpp:5: the names of tests are in CamelCase")
 
-    def test_there_is_one_kind_of_lock_guard(self):
-        self.write("src/app/counter.cpp", "#include <mutex>\n"
-                                          "std::mutex s_mutex;\n"
-                                          "void wait() { const std::scoped_lock lock(s_mutex); }\n")
-        self.assert_faults("src/app/counter.cpp:3: locks are held by a std::lock_guard")
-
     def test_what_glib_hands_out_has_its_owners_in_one_place(self):
         self.write("device/report/name.cpp", "#include <glib.h>\n"
                                              "#include <memory>\n"

@@ -5,10 +5,10 @@
 
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <thread>
 #include <vector>
 
+#include "base/mutex.h"
 #include "fakes/fake_clock.h"
 #include "fakes/log_capture.h"
 
@@ -28,19 +28,19 @@ constexpr const char* NOT_DEINITIALIZED =
 class Calls {
  public:
   void add(std::int32_t id) {
-    const std::lock_guard lock(mutex);
+    const LockGuard lock(mutex);
     ids.push_back(id);
   }
 
   std::vector<std::int32_t> get() const {
-    const std::lock_guard lock(mutex);
+    const LockGuard lock(mutex);
     return ids;
   }
 
   int count() const { return static_cast<int>(get().size()); }
 
  private:
-  mutable std::mutex mutex;  // guards ids
+  mutable Mutex mutex;  // guards ids
   std::vector<std::int32_t> ids;
 };
 

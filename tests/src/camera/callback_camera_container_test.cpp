@@ -14,6 +14,7 @@
 #include <map>
 #include <thread>
 
+#include "base/mutex.h"
 #include "camera/camera_container_factory.h"
 #include "src/camera/fake_scene_module.h"
 #include "src/camera/test_camera.h"
@@ -31,7 +32,7 @@ std::string named(const char* call, const video_scene_subscriber* subscriber) {
 
 video_scene_subscriber* create(int channel, data_format_t format, void* userData) {
   module().note("create " + std::to_string(channel));
-  const std::lock_guard lock(module().mutex);
+  const LockGuard lock(module().mutex);
   if (module().failingCreates > 0) {
     --module().failingCreates;
     return nullptr;
@@ -46,14 +47,14 @@ video_scene_subscriber* create(int channel, data_format_t format, void* userData
 
 int destroy(video_scene_subscriber* subscriber) {
   module().note(named("delete", subscriber));
-  const std::lock_guard lock(module().mutex);
+  const LockGuard lock(module().mutex);
   subscriber->isDeleted = true;
   subscriber->isSubscribed = false;
   return 0;
 }
 
 bool takesOneOf(int& count) {
-  const std::lock_guard lock(module().mutex);
+  const LockGuard lock(module().mutex);
   return count > 0 && count-- > 0;
 }
 
@@ -69,7 +70,7 @@ int subscribe(video_scene_subscriber* subscriber) {
   if (module().whileSubscribing) {
     module().whileSubscribing(*subscriber);
   }
-  const std::lock_guard lock(module().mutex);
+  const LockGuard lock(module().mutex);
   subscriber->isSubscribed = true;
   return 0;
 }
@@ -85,7 +86,7 @@ int unsubscribe(video_scene_subscriber* subscriber) {
   if (module().whileUnsubscribing) {
     module().whileUnsubscribing(*subscriber);
   }
-  const std::lock_guard lock(module().mutex);
+  const LockGuard lock(module().mutex);
   subscriber->isSubscribed = false;
   return 0;
 }

@@ -6,14 +6,15 @@
 #include <video_scene_subscriber.h>
 
 #include <chrono>
-#include <condition_variable>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <set>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include "base/mutex.h"
+#include "support/patience.h"
 
 struct video_scene_subscriber {
   int channel = 0;
@@ -42,22 +43,22 @@ class FakeSceneModule {
   // In order: "open", "create 0", "subscribe 0", "unsubscribe 0", "delete 0" with the channel,
   // "close".
   std::vector<std::string> takeCalls() {
-    const std::lock_guard lock(mutex);
+    const LockGuard lock(mutex);
     return std::exchange(calls, {});
   }
   void note(const std::string& call) {
-    const std::lock_guard lock(mutex);
+    const LockGuard lock(mutex);
     calls.push_back(call);
-    changed.notify_all();
+    changed.notifyAll();
   }
 
   // The newest subscriber of a channel (from 0) that lives, or null.
   video_scene_subscriber* find(int channel) const {
-    const std::lock_guard lock(mutex);
+    const LockGuard lock(mutex);
     return findLocked(channel);
   }
   int alive() const {
-    const std::lock_guard lock(mutex);
+    const LockGuard lock(mutex);
     int count = 0;
     for (const auto& subscriber : subscribers) {
       count += subscriber->isDeleted ? 0 : 1;
@@ -67,32 +68,32 @@ class FakeSceneModule {
 
   // Waits (really) until the channel's attempt waits for its service; false after 10 s.
   bool waitForMute(int channel) {
-    std::unique_lock lock(mutex);
-    return changed.wait_for(lock, PATIENCE, [&] { return isWaitingLocked(channel); });
+    const LockGuard lock(mutex);
+    return waitUntil([&] { return isWaitingLocked(channel); }, changed, mutex, PATIENCE);
   }
   bool isWaiting(int channel) const {
-    const std::lock_guard lock(mutex);
+    const LockGuard lock(mutex);
     return isWaitingLocked(channel);
   }
 
   // Blocks until the attempt is cut short (or for 10 s).
   void waitForAnswer(video_scene_subscriber& subscriber) {
-    std::unique_lock lock(mutex);
+    const LockGuard lock(mutex);
     subscriber.isWaiting = true;
-    changed.notify_all();
-    changed.wait_for(lock, PATIENCE, [&] { return subscriber.isCutShort; });
+    changed.notifyAll();
+    waitUntil([&] { return subscriber.isCutShort; }, changed, mutex, PATIENCE);
     subscriber.isWaiting = false;
   }
 
   // Whether there was an attempt to cut short.
   bool cutShort(video_scene_subscriber& subscriber) {
-    const std::lock_guard lock(mutex);
+    const LockGuard lock(mutex);
     if (!subscriber.isWaiting) {
       return false;
     }
     subscriber.isWaiting = false;
     subscriber.isCutShort = true;
-    changed.notify_all();
+    changed.notifyAll();
     return true;
   }
 
@@ -105,7 +106,7 @@ class FakeSceneModule {
   std::function<void(video_scene_subscriber&)> whileSubscribing;
   std::function<void(video_scene_subscriber&)> whileUnsubscribing;
 
-  mutable std::mutex mutex;  // guards the calls and subscribers
+  mutable Mutex mutex;  // guards the calls and subscribers
   std::vector<std::string> calls;
   std::vector<std::unique_ptr<video_scene_subscriber>> subscribers;
 
@@ -125,7 +126,7 @@ class FakeSceneModule {
     return subscriber != nullptr && subscriber->isWaiting;
   }
 
-  std::condition_variable changed;
+  Condition changed;
 };
 
 #endif

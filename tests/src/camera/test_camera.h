@@ -4,51 +4,52 @@
 
 #include <algorithm>
 #include <chrono>
-#include <condition_variable>
 #include <cstdint>
 #include <initializer_list>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "base/mutex.h"
 #include "camera/camera.h"
 #include "camera/camera_container.h"
 #include "scene/scene_encoder.h"
 #include "src/addon/recording_producer.h"
 #include "src/scene/frames.h"
+#include "support/patience.h"
 
 // What happened, in order: "frame 7: 1 2" with the time and the ids in view, and so on. Any thread.
 class Notes {
  public:
   void add(const std::string& note) {
-    const std::lock_guard lock(mutex);
+    const LockGuard lock(mutex);
     notes.push_back(note);
-    changed.notify_all();
+    changed.notifyAll();
   }
 
   std::vector<std::string> take() {
-    const std::lock_guard lock(mutex);
+    const LockGuard lock(mutex);
     return std::exchange(notes, {});
   }
 
   // Waits (really) until there are that many; false after 30 s.
   bool waitFor(std::size_t count) {
-    std::unique_lock lock(mutex);
-    return changed.wait_for(lock, std::chrono::seconds(30), [&] { return notes.size() >= count; });
+    const LockGuard lock(mutex);
+    return waitUntil([&] { return notes.size() >= count; }, changed, mutex,
+                     std::chrono::seconds(30));
   }
 
   // Waits (really) for that note; false after 10 s.
   bool waitForNote(const std::string& note) {
-    std::unique_lock lock(mutex);
-    return changed.wait_for(lock, std::chrono::seconds(10),
-                            [&] { return std::ranges::count(notes, note) > 0; });
+    const LockGuard lock(mutex);
+    return waitUntil([&] { return std::ranges::count(notes, note) > 0; }, changed, mutex,
+                     std::chrono::seconds(10));
   }
 
  private:
-  std::mutex mutex;
-  std::condition_variable changed;
+  Mutex mutex;
+  Condition changed;
   std::vector<std::string> notes;
 };
 
