@@ -11,8 +11,8 @@ namespace bench {
 namespace {
 
 GEOSContextHandle_t engine() {
-  static const GEOSContextHandle_t handle = GEOS_init_r();
-  return handle;
+  static const GEOSContextHandle_t HANDLE = GEOS_init_r();
+  return HANDLE;
 }
 
 struct Destroy {

@@ -32,8 +32,8 @@ VerdictPairs makePairs() {
 }  // namespace
 
 const VerdictPairs& everydayPairs() {
-  static const VerdictPairs pairs = makePairs();
-  return pairs;
+  static const VerdictPairs PAIRS = makePairs();
+  return PAIRS;
 }
 
 std::size_t countCrossing(const VerdictPairs& pairs) {

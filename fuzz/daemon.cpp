@@ -86,6 +86,6 @@ Daemon::~Daemon() {
 }
 
 FakeStorage& Daemon::storage() {
-  static FakeStorage storage;
-  return storage;
+  static FakeStorage s_storage;
+  return s_storage;
 }

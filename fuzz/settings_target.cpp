@@ -271,9 +271,9 @@ void checkChange(FakeStorage& storage, fuzz::Input& input) {
 }
 
 FakeStorage& theStorage() {
-  static FakeStorage storage;
-  Persistent::setPathForTest(storage.path(FILE_NAME));
-  return storage;
+  static FakeStorage s_storage;
+  Persistent::setPathForTest(s_storage.path(FILE_NAME));
+  return s_storage;
 }
 
 }  // namespace

@@ -53,9 +53,9 @@ Condition& s_stopCondition = *new Condition;
 // Set once, when there is something to take down in order.
 std::atomic<bool> s_isContainerCreated{false};
 
-const API_VersionHandler s_versionHandler(API_VERSIONS.data(), API_VERSIONS.size());
-const DataBoundaries s_boundaries;
-const DefaultValues s_defaults;
+const API_VersionHandler VERSION_HANDLER(API_VERSIONS.data(), API_VERSIONS.size());
+const DataBoundaries BOUNDARIES;
+const DefaultValues DEFAULTS;
 
 using Parser = ConfigurationParser<TrackerGuardFactory>;
 
@@ -109,7 +109,7 @@ void installTerminationHandler() {
 // Stores a default document and returns its text.
 std::string createDefaultConfiguration() {
   const JsonAutoPtr document = TrackerDefaultConfigCreator(false).create(
-      s_defaults, s_versionHandler.getHighestSupportedVersion().toString());
+      DEFAULTS, VERSION_HANDLER.getHighestSupportedVersion().toString());
   PersistentConfigHandler::save(document.get(), constants::CONFIGURATION_PATH);
   return toText(document.get(), JSON_REAL_PRECISION(4));
 }
@@ -123,7 +123,7 @@ void loadConfiguration(CameraContainer& container) {
     text = createDefaultConfiguration();
   }
   Parser parser;
-  if (parser.parse(text, s_boundaries) == 0) {
+  if (parser.parse(text, BOUNDARIES) == 0) {
     container.updateWithNewConfiguration(parser.createConfigurations());
   } else if (isStored) {
     PersistentConfigHandler::keepAside(constants::CONFIGURATION_PATH);
@@ -159,8 +159,8 @@ int main() {
   }
   Parser parser;
   Tracker& tracker = Tracker::getInstance();
-  TrackerCGI_Handler cgiHandler(*container, s_versionHandler, constants::CONFIGURATION_PATH,
-                                s_boundaries, s_defaults, parser, tracker);
+  TrackerCGI_Handler cgiHandler(*container, VERSION_HANDLER, constants::CONFIGURATION_PATH,
+                                BOUNDARIES, DEFAULTS, parser, tracker);
   OVHttpHandler* httpHandler =
       ov_http_handler_new(&CGI_Callback::handle, static_cast<CGI_Handler*>(&cgiHandler));
 

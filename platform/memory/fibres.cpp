@@ -125,8 +125,8 @@ Fibres::Fibres() = default;
 Fibres::~Fibres() = default;
 
 Fibres& Fibres::get() {
-  static Fibres fibres;
-  return fibres;
+  static Fibres s_fibres;
+  return s_fibres;
 }
 
 void Fibres::reset(std::int64_t startTime) {

@@ -19,8 +19,8 @@ struct Channel {
 };
 
 std::map<int, Channel>& channels() {
-  static std::map<int, Channel> channels;
-  return channels;
+  static std::map<int, Channel> s_channels;
+  return s_channels;
 }
 
 ssize_t without(int error) {

@@ -54,9 +54,9 @@ gboolean ov_event_handler_declare(OVEventHandler* handler, const OVEventKeyValue
 }
 
 gboolean ov_event_handler_send_event(OVEventHandler*, uint32_t declaration,
-                                     const OVEventKeyValueSet* set, int64_t time_stamp,
+                                     const OVEventKeyValueSet* set, int64_t timeStamp,
                                      GError** error) {
-  return memory::device()->sendEvent(declaration, wire(set).get(), time_stamp)
+  return memory::device()->sendEvent(declaration, wire(set).get(), timeStamp)
              ? TRUE
              : serviceRefuses(error);
 }

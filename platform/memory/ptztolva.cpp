@@ -40,15 +40,15 @@ gboolean ptztolva_init() {
 
 void ptztolva_cleanup() {}
 
-gboolean ptztolva_move_ptz_travo(int, int channel, const char*, int, int pan_kind, int tilt_kind,
-                                 int zoom, int zoom_kind, double pan, double tilt, int speed, int,
+gboolean ptztolva_move_ptz_travo(int, int channel, const char*, int, int panKind, int tiltKind,
+                                 int zoom, int zoomKind, double pan, double tilt, int speed, int,
                                  int, GError** error) {
   if (!std::isfinite(pan) || !std::isfinite(tilt)) {
     return refuse(error, "No finite pan or tilt");
   }
-  const memory::HeadMove move{.pan = {pan_kind, pan},
-                              .tilt = {tilt_kind, tilt},
-                              .zoom = {zoom_kind, static_cast<double>(zoom)},
+  const memory::HeadMove move{.pan = {panKind, pan},
+                              .tilt = {tiltKind, tilt},
+                              .zoom = {zoomKind, static_cast<double>(zoom)},
                               .speed = speed};
   return callHead(error, [&](memory::Device& device) { return device.move(channel, move); });
 }

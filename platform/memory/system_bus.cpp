@@ -60,8 +60,8 @@ struct Listener {
 };
 
 std::map<guint, Listener>& listeners() {
-  static std::map<guint, Listener> listeners;
-  return listeners;
+  static std::map<guint, Listener> s_listeners;
+  return s_listeners;
 }
 
 }  // namespace

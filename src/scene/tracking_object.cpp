@@ -19,11 +19,11 @@ MathVector toVector(const MoteVelocity& velocity) {
 
 // The best outline that the frame has.
 const Polygon& outlineOf(const MoteObject& object) {
-  static const Polygon none;
+  static const Polygon NONE;
   if (object.getPolygon() != nullptr) {
     return *object.getPolygon();
   }
-  return object.getBoundingBox() != nullptr ? *object.getBoundingBox() : none;
+  return object.getBoundingBox() != nullptr ? *object.getBoundingBox() : NONE;
 }
 
 }  // namespace

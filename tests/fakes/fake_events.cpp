@@ -58,8 +58,8 @@ struct Service {
 };
 
 Service& theService() {
-  static Service service;
-  return service;
+  static Service s_service;
+  return s_service;
 }
 
 gboolean failed(GError** error, const char* text) {

@@ -2,7 +2,6 @@
 
 #include <ovhttp.h>
 
-
 #include "base/glib_ptr.h"
 #include "base/mutex.h"
 

@@ -23,8 +23,8 @@ struct Store {
 };
 
 Store& theStore() {
-  static Store store;
-  return store;
+  static Store s_store;
+  return s_store;
 }
 
 // "Brand.ProdNbr" and "root.Brand.ProdNbr" name the same parameter.

@@ -30,8 +30,8 @@ struct Model {
 };
 
 Model& theModel() {
-  static Model model;
-  return model;
+  static Model s_model;
+  return s_model;
 }
 
 template <typename... Numbers>

@@ -23,8 +23,8 @@ struct Log {
 
 // Never destroyed: threads may log until the very end.
 Log& theLog() {
-  static Log* log = new Log;
-  return *log;
+  static Log* s_log = new Log;
+  return *s_log;
 }
 
 void keep(int priority, const char* format, va_list arguments) {

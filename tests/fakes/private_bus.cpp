@@ -11,8 +11,8 @@ constexpr auto FLAGS = static_cast<GDBusConnectionFlags>(
 constexpr guint32 PRIMARY_OWNER = 1;
 
 std::unique_ptr<DbusDaemon>& daemon() {
-  static auto bus = std::make_unique<DbusDaemon>();
-  return bus;
+  static auto s_bus = std::make_unique<DbusDaemon>();
+  return s_bus;
 }
 
 }  // namespace

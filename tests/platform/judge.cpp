@@ -25,8 +25,8 @@ class Engine {
 };
 
 GEOSContextHandle_t engine() {
-  static const Engine engine;
-  return engine.get();
+  static const Engine ENGINE;
+  return ENGINE.get();
 }
 
 Shape checked(GEOSGeometry* geometry) {

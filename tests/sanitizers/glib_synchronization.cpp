@@ -100,53 +100,53 @@ extern "C" {
 // ---- Mutexes and conditions ----
 
 void g_mutex_lock(GMutex* mutex) {
-  static const auto lock = ofLibrary<decltype(g_mutex_lock)>("g_mutex_lock");
+  static const auto LOCK = ofLibrary<decltype(g_mutex_lock)>("g_mutex_lock");
   __tsan_mutex_pre_lock(mutex, ORDINARY);
-  lock(mutex);
+  LOCK(mutex);
   __tsan_mutex_post_lock(mutex, ORDINARY, ONCE);
 }
 
 gboolean g_mutex_trylock(GMutex* mutex) {
-  static const auto tryLock = ofLibrary<decltype(g_mutex_trylock)>("g_mutex_trylock");
+  static const auto TRY_LOCK = ofLibrary<decltype(g_mutex_trylock)>("g_mutex_trylock");
   __tsan_mutex_pre_lock(mutex, TRY);
-  const gboolean locked = tryLock(mutex);
+  const gboolean locked = TRY_LOCK(mutex);
   const unsigned failed = locked ? 0 : __tsan_mutex_try_lock_failed;
   __tsan_mutex_post_lock(mutex, TRY | failed, ONCE);
   return locked;
 }
 
 void g_mutex_unlock(GMutex* mutex) {
-  static const auto unlock = ofLibrary<decltype(g_mutex_unlock)>("g_mutex_unlock");
+  static const auto UNLOCK = ofLibrary<decltype(g_mutex_unlock)>("g_mutex_unlock");
   __tsan_mutex_pre_unlock(mutex, ORDINARY);
-  unlock(mutex);
+  UNLOCK(mutex);
   __tsan_mutex_post_unlock(mutex, ORDINARY);
 }
 
 void g_cond_wait(GCond* condition, GMutex* mutex) {
-  static const auto wait = ofLibrary<decltype(g_cond_wait)>("g_cond_wait");
+  static const auto WAIT = ofLibrary<decltype(g_cond_wait)>("g_cond_wait");
   toldUnlock(mutex);
-  wait(condition, mutex);
+  WAIT(condition, mutex);
   toldLock(mutex);
 }
 
 gboolean g_cond_wait_until(GCond* condition, GMutex* mutex, gint64 until) {
-  static const auto wait = ofLibrary<decltype(g_cond_wait_until)>("g_cond_wait_until");
+  static const auto WAIT = ofLibrary<decltype(g_cond_wait_until)>("g_cond_wait_until");
   toldUnlock(mutex);
-  const gboolean signalled = wait(condition, mutex, until);
+  const gboolean signalled = WAIT(condition, mutex, until);
   toldLock(mutex);
   return signalled;
 }
 
 // Recursive mutexes are those of the system, which the sanitizer knows when it sees who calls.
 void g_rec_mutex_lock(GRecMutex* mutex) {
-  static const auto lock = ofLibrary<decltype(g_rec_mutex_lock)>("g_rec_mutex_lock");
-  lock(mutex);
+  static const auto LOCK = ofLibrary<decltype(g_rec_mutex_lock)>("g_rec_mutex_lock");
+  LOCK(mutex);
   stayInFrame();
 }
 
 void g_rec_mutex_unlock(GRecMutex* mutex) {
-  static const auto unlock = ofLibrary<decltype(g_rec_mutex_unlock)>("g_rec_mutex_unlock");
-  unlock(mutex);
+  static const auto UNLOCK = ofLibrary<decltype(g_rec_mutex_unlock)>("g_rec_mutex_unlock");
+  UNLOCK(mutex);
   stayInFrame();
 }
 
@@ -157,21 +157,21 @@ void g_rec_mutex_unlock(GRecMutex* mutex) {
 
 void g_source_set_callback(GSource* source, GSourceFunc callback, gpointer data,
                            GDestroyNotify destroy) {
-  static const auto setCallback =
+  static const auto SET_CALLBACK =
       ofLibrary<decltype(g_source_set_callback)>("g_source_set_callback");
   // The functions of other kinds of sources take other arguments.
   if (source->source_funcs != &g_timeout_funcs && source->source_funcs != &g_idle_funcs) {
-    setCallback(source, callback, data, destroy);
+    SET_CALLBACK(source, callback, data, destroy);
     return;
   }
-  setCallback(source, &onSource, SourceHandover::begin(callback, data, destroy),
-              &SourceHandover::end);
+  SET_CALLBACK(source, &onSource, SourceHandover::begin(callback, data, destroy),
+               &SourceHandover::end);
 }
 
 guint g_timeout_add_full(gint priority, guint interval, GSourceFunc callback, gpointer data,
                          GDestroyNotify destroy) {
-  static const auto add = ofLibrary<decltype(g_timeout_add_full)>("g_timeout_add_full");
-  return add(priority, interval, &onSource, SourceHandover::begin(callback, data, destroy),
+  static const auto ADD = ofLibrary<decltype(g_timeout_add_full)>("g_timeout_add_full");
+  return ADD(priority, interval, &onSource, SourceHandover::begin(callback, data, destroy),
              &SourceHandover::end);
 }
 
@@ -185,9 +185,9 @@ guint g_dbus_connection_signal_subscribe(GDBusConnection* bus, const gchar* send
                                          const gchar* path, const gchar* argument,
                                          GDBusSignalFlags flags, GDBusSignalCallback callback,
                                          gpointer data, GDestroyNotify destroy) {
-  static const auto subscribe =
+  static const auto SUBSCRIBE =
       ofLibrary<decltype(g_dbus_connection_signal_subscribe)>("g_dbus_connection_signal_subscribe");
-  return subscribe(bus, sender, interface, member, path, argument, flags, &onBusSignal,
+  return SUBSCRIBE(bus, sender, interface, member, path, argument, flags, &onBusSignal,
                    SignalHandover::begin(callback, data, destroy), &SignalHandover::end);
 }
 
@@ -196,8 +196,8 @@ void g_dbus_connection_call(GDBusConnection* bus, const gchar* name, const gchar
                             const GVariantType* reply, GDBusCallFlags flags, gint timeout,
                             GCancellable* cancellable, GAsyncReadyCallback callback,
                             gpointer data) {
-  static const auto call = ofLibrary<decltype(g_dbus_connection_call)>("g_dbus_connection_call");
-  call(bus, name, path, interface, method, arguments, reply, flags, timeout, cancellable,
+  static const auto CALL = ofLibrary<decltype(g_dbus_connection_call)>("g_dbus_connection_call");
+  CALL(bus, name, path, interface, method, arguments, reply, flags, timeout, cancellable,
        callback != nullptr ? &onAnswer : nullptr,
        callback != nullptr ? AnswerHandover::begin(callback, data) : nullptr);
 }

@@ -104,15 +104,15 @@ TEST_F(FibresTest, ThreadsOfGLibAreFibres) {
 }
 
 TEST_F(FibresTest, AThreadThatNobodyWaitsForEndsByItself) {
-  static int ended = 0;
+  static int s_ended = 0;
   const GThreadFunc work = [](gpointer) -> gpointer {
     Fibres::get().sleep(10);
-    ++ended;
+    ++s_ended;
     return nullptr;
   };
   g_thread_unref(g_thread_new(nullptr, work, nullptr));
   fibres.advanceTo(1010);
-  EXPECT_EQ(1, ended);
+  EXPECT_EQ(1, s_ended);
 }
 
 TEST_F(FibresTest, TheWallClockGoesWithTheirTime) {

@@ -110,6 +110,35 @@ class CheckStyleTest(unittest.TestCase):
         self.assert_faults(*sorted(f"device/head/head.cpp:{place}: invalid case style for {what} "
                                    for place, what in wrong.items()))
 
+    def test_names_of_static_data_and_of_constants_are_checked_wherever_they_stand(self):
+        self.write("platform/memory/clock.cpp", "\n".join([
+            "struct Hour {",
+            "  Hour();",
+            "  int number;",
+            "};",
+            "const Hour s_noon;",
+            "const Hour MIDNIGHT;",
+            "int next() {",
+            "  static int last = 0;",
+            "  static int s_first = 0;",
+            "  static const Hour none;",
+            "  static const Hour NOON;",
+            "  return ++last + s_first + none.number + NOON.number + s_noon.number + MIDNIGHT.number;",
+            "}",
+            ""]))
+        self.assert_faults(
+            "platform/memory/clock.cpp:10:21: invalid case style for static constant 'none'",
+            "platform/memory/clock.cpp:5:12: invalid case style for global constant 's_noon'",
+            "platform/memory/clock.cpp:8:14: invalid case style for static variable 'last'")
+
+    def test_owners_and_the_platform_in_memory_are_checked_too(self):
+        self.write("platform/owners.h", "inline int First() { return 1; }\n")
+        self.write("platform/memory/log.h", "inline int Second() { return 2; }\n")
+        self.write("platform/memory/log.cpp", '#include "memory/log.h"\n'
+                                              '#include "platform/owners.h"\n')
+        self.assert_faults("platform/memory/log.h:1:12: invalid case style for function 'Second'",
+                           "platform/owners.h:1:12: invalid case style for function 'First'")
+
     def test_branch_without_braces_is_a_fault(self):
         self.write("fuzz/input.cpp", "int half(int number) {\n"
                                      "  if (number < 0) return 0;\n"

@@ -28,6 +28,6 @@ void start(const char* appName, const char* niceName) {
 
 // This machine shows an application's names nowhere but in GLib's messages, and no topic at all.
 void mainloop_start(const char* appName, const char* niceName, const char* /*topic0*/) {
-  static std::once_flag started;
-  std::call_once(started, start, appName, niceName);
+  static std::once_flag s_started;
+  std::call_once(s_started, start, appName, niceName);
 }

@@ -116,7 +116,7 @@ gpointer symbolOf(Function* function) {
 
 const std::map<std::string, gpointer>& symbols() {
   using Subscriber = video_scene_subscriber;
-  static const std::map<std::string, gpointer> table = {
+  static const std::map<std::string, gpointer> TABLE = {
       {"create", symbolOf(&create)},
       {"delete", symbolOf(&destroy)},
       {"subscribe", symbolOf(&subscribe)},
@@ -127,7 +127,7 @@ const std::map<std::string, gpointer>& symbols() {
       {"set_polygon_enabled", symbolOf(&setEnabled<&Subscriber::hasPolygon>)},
       {"set_velocity_enabled", symbolOf(&setEnabled<&Subscriber::hasVelocity>)},
       {"set_low_confident_enabled", symbolOf(&setEnabled<&Subscriber::hasLowConfident>)}};
-  return table;
+  return TABLE;
 }
 
 }  // namespace
@@ -143,12 +143,12 @@ thread_local int t_refusedThreads = 0;
 extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
                               void* (*run)(void*), void* argument) noexcept {
   using Create = int (*)(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
-  static const auto real = reinterpret_cast<Create>(dlsym(RTLD_NEXT, "pthread_create"));
+  static const auto REAL = reinterpret_cast<Create>(dlsym(RTLD_NEXT, "pthread_create"));
   if (t_refusedThreads > 0) {
     --t_refusedThreads;
     return EAGAIN;
   }
-  return real(thread, attributes, run, argument);
+  return REAL(thread, attributes, run, argument);
 }
 
 // The loader: it knows the one module only.

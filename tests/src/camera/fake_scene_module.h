@@ -36,8 +36,8 @@ struct video_scene_subscriber {
 class FakeSceneModule {
  public:
   static FakeSceneModule& get() {
-    static FakeSceneModule module;
-    return module;
+    static FakeSceneModule s_module;
+    return s_module;
   }
 
   // In order: "open", "create 0", "subscribe 0", "unsubscribe 0", "delete 0" with the channel,

@@ -30,8 +30,8 @@ namespace {
 
 // Where connections to the scene service's own path lead instead; set before threads connect.
 std::string& servicePath() {
-  static std::string path;
-  return path;
+  static std::string s_path;
+  return s_path;
 }
 
 // Called on the thread that has just connected, before it knows; set before threads connect.
@@ -52,14 +52,14 @@ sockaddr_un addressOf(const std::string& path) {
 // Takes the place of the C library's.
 extern "C" int connect(int fd, const sockaddr* address, socklen_t length) {
   using Connect = int (*)(int, const sockaddr*, socklen_t);
-  static const auto real = reinterpret_cast<Connect>(dlsym(RTLD_NEXT, "connect"));
+  static const auto REAL = reinterpret_cast<Connect>(dlsym(RTLD_NEXT, "connect"));
   const auto* const local = reinterpret_cast<const sockaddr_un*>(address);
   if (address->sa_family != AF_UNIX ||
       std::strncmp(local->sun_path, SceneReader::SCENE_SOCKET_PATH, sizeof local->sun_path) != 0) {
-    return real(fd, address, length);
+    return REAL(fd, address, length);
   }
   const sockaddr_un redirected = addressOf(servicePath());
-  const int result = real(fd, reinterpret_cast<const sockaddr*>(&redirected), sizeof redirected);
+  const int result = REAL(fd, reinterpret_cast<const sockaddr*>(&redirected), sizeof redirected);
   if (onConnected()) {
     onConnected()();
   }

@@ -15,7 +15,7 @@ using Answer = std::pair<std::string, std::string>;
 const Answer INTERNAL{"1000", "An error occurred inside the application."};
 
 const std::map<int, Answer>& table() {
-  static const std::map<int, Answer> answers = {
+  static const std::map<int, Answer> ANSWERS = {
       {0, {"", ""}},
       {2,
        {"2001", "The configuration was not formatted correctly, i.e. does not follow json-scheme"}},
@@ -28,7 +28,7 @@ const std::map<int, Answer>& table() {
       {128, {"2005", "The requested CGI method was not found"}},
       {512, {"2000", "The requested version of the application is not supported."}},
       {1024, {"8000", "The product is not supported by the MIRU."}}};
-  return answers;
+  return ANSWERS;
 }
 
 Answer answerOf(int status) {
