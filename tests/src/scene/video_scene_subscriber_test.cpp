@@ -277,7 +277,9 @@ INSTANTIATE_TEST_SUITE_P(
                     Report{std::numeric_limits<int>::min(), UNKNOWN, ").\n"}),
     [](const auto& info) {
       const int result = info.param.result;
-      if (result == std::numeric_limits<int>::min()) return std::string("Smallest");
+      if (result == std::numeric_limits<int>::min()) {
+        return std::string("Smallest");
+      }
       return (result < 0 ? "Minus" : "Plus") + std::to_string(std::abs(result));
     });
 
