@@ -12,6 +12,7 @@
 #include "model/installation.h"
 #include "score/baselines.h"
 #include "score/configured_areas.h"
+#include "score/sampling.h"
 #include "score/scorer.h"
 #include "score/simulation.h"
 #include "score/watched_person.h"
@@ -97,36 +98,6 @@ device::TuningFigures tune(SimulationSetup setup) {
     Persistent::setCameraName(setup.model.headParameters.at("Brand.ProdNbr"));
   }
   return simulation.device().tuning();
-}
-
-// Whether somebody counts.
-using Counts = std::function<bool(const device::PersonView&)>;
-
-std::vector<device::ScoredPerson> scoredPeople(const device::World& world, double time,
-                                               const Counts& counts) {
-  std::vector<device::ScoredPerson> people;
-  for (const device::PersonView& view : world.people(time)) {
-    people.push_back(
-        {.id = view.id, .position = view.position, .height = view.tall, .counts = counts(view)});
-  }
-  return people;
-}
-
-// From when the tracker runs to the end.
-std::vector<device::ScoreSample> record(Simulation& simulation, double from, double to,
-                                        const Counts& counts) {
-  std::vector<device::ScoreSample> samples;
-  simulation.onSample = [&](double time) {
-    if (time < from || simulation.device().state() != "running") {
-      return;
-    }
-    samples.push_back({.time = time,
-                       .head = device::poseOf(simulation.device().head().status()),
-                       .people = scoredPeople(simulation.world(), time, counts)});
-  };
-  simulation.runUntil(to);
-  simulation.onSample = nullptr;
-  return samples;
 }
 
 Scored scoredOf(const std::vector<device::ScoreSample>& samples, const device::Model& model,
