@@ -1,11 +1,13 @@
 #include "score/acquisitions.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace device {
 
 void Acquisitions::follow(double time, double seconds, std::span<const Candidate> candidates) {
   now = time;
+  const bool canEnter = std::exchange(hasBegun, true);
   std::map<int, std::size_t> staying;
   for (const Candidate& candidate : candidates) {
     const auto known = present.find(candidate.id);
@@ -13,7 +15,7 @@ void Acquisitions::follow(double time, double seconds, std::span<const Candidate
       firsts.try_emplace(candidate.id, all.size());
       staying[candidate.id] = all.size();
       all.push_back({.person = candidate.id,
-                     .alone = candidates.size() == 1,
+                     .alone = canEnter && candidates.size() == 1,
                      .since = time,
                      .recognisedAfter = {}});
     } else {

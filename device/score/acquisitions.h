@@ -15,7 +15,7 @@ namespace device {
 // The time from somebody's entering to being recognised.
 struct Acquisition {
   int person = 0;
-  bool alone = false;                     // nobody else counted when it entered
+  bool alone = false;                     // it was seen to enter, when nobody else counted
   double since = 0;                       // seconds, of entering
   double seconds = 0;                     // of the stay so far
   std::optional<double> recognisedAfter;  // seconds
@@ -23,7 +23,8 @@ struct Acquisition {
   double value() const { return recognisedAfter.value_or(seconds); }
 };
 
-// Keeps each stay's. A stay is the time for which somebody counts without a break.
+// Keeps each stay's. A stay is the time for which somebody counts without a break. Who counts at
+// the first moment has not entered then, but before: nobody knows when.
 class Acquisitions {
  public:
   // Everybody who counts at a moment, that stands for so many seconds.
@@ -41,6 +42,7 @@ class Acquisitions {
   std::vector<Acquisition> all;        // by entering
   std::map<int, std::size_t> present;  // person to its stay
   std::map<int, std::size_t> firsts;   // person to its first stay
+  bool hasBegun = false;
   double now = 0;
 };
 

@@ -218,15 +218,18 @@ class Stays:
     """Who counts without a break, and when each was recognised."""
 
     def __init__(self):
-        self.present = {}
+        self.present = None
         self.all = []
 
     def step(self, time, dt, looks):
         present = {}
+        # Who is there at the first sample has entered before.
+        is_first = self.present is None
+        before = self.present or {}
         for who, look in looks.items():
-            stay = self.present.get(who)
+            stay = before.get(who)
             if stay is None:
-                stay = {"who": who, "alone": len(looks) == 1, "since": time, "seconds": 0.0,
+                stay = {"who": who, "alone": len(looks) == 1 and not is_first, "since": time, "seconds": 0.0,
                         "after": None}
                 self.all.append(stay)
             stay["seconds"] += dt

@@ -36,8 +36,17 @@ class RecomputeScoreTest(unittest.TestCase):
         self.assertAlmostEqual(0.5, score["share_20"])
         self.assertAlmostEqual(50 / math.sqrt(2), score["error_deg"]["rms"])
         self.assertAlmostEqual(50 / 60, score["error_width"]["p95"])
-        self.assertEqual({"count": 1, "never": 0, "median_s": 0.0, "p90_s": 0.0},
-                         score["acquisition"])
+
+    def test_who_is_there_from_the_first_sample_on_is_not_acquired(self):
+        pose, elsewhere = [0, TILT, 60], [0, TILT + 50, 60]
+        poses = [pose] * 10 + [elsewhere] * 10 + [pose] * 5
+        samples = samples_of(poses[:5], [PERSON]) + samples_of(poses[5:10], [])
+        samples += samples_of(poses[10:], [PERSON])
+        for number, sample in enumerate(samples):
+            sample["time"] = 0.05 * number
+        found = recompute_score.score(samples, poses, SETUP)["acquisition"]
+        self.assertEqual((1, 0), (found["count"], found["never"]))
+        self.assertAlmostEqual(0.5, found["median_s"])
 
     def test_covered_height_is_that_of_the_tangents(self):
         camera = recompute_score.Camera([0, TILT, 60], SETUP)

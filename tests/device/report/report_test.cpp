@@ -94,7 +94,8 @@ TEST(ReportTest, ScoreIsThatFromTheFirstRunningToTheEnd) {
 TEST(ReportTest, WithoutSamplesTheRunningScoreIsKept) {
   Report report({}, {.score = SETUP, .head = headSetup(), .keepsSamples = false});
   report.trackerState(0, "running");
-  sample(report, 0, 4.01, {AHEAD}, lookingAt(AHEAD, 60));
+  sample(report, 0, 1, {}, lookingAt(AHEAD, 60));
+  sample(report, 1, 4.01, {AHEAD}, lookingAt(AHEAD, 60));
   const RunningScore score = report.runningScore();
   EXPECT_NEAR(score.seconds, 4, 1e-9);
   EXPECT_NEAR(*score.density[1], 1, 1e-9);

@@ -118,6 +118,7 @@ TEST(ScorerTest, OneWhoIsNeverRecognisedCountsWithTheWholeStay) {
 
 TEST(ScorerTest, WhoEntersWhileAnotherIsThereIsNoAcquisition) {
   std::vector<ScoreSample> samples;
+  append(samples, 1, lookingAt(NEAR, RECOGNISING), {});
   append(samples, 1, lookingAt(NEAR, RECOGNISING), {NEAR});
   append(samples, 1, lookingAt(NEAR, RECOGNISING), {NEAR, BESIDE});
   append(samples, 1, lookingAt(NEAR, RECOGNISING), {});
@@ -127,8 +128,22 @@ TEST(ScorerTest, WhoEntersWhileAnotherIsThereIsNoAcquisition) {
   EXPECT_NEAR(*figures.acquisition.median, 0, 1e-9);
 }
 
+// It has entered at some time before.
+TEST(ScorerTest, WhoIsThereFromTheFirstSampleOnIsNoAcquisition) {
+  std::vector<ScoreSample> samples;
+  append(samples, 4, lookingAt(NEAR, DETECTING), {NEAR});
+  append(samples, 1, lookingAt(NEAR, RECOGNISING), {});
+  append(samples, 2, lookingAt(NEAR, DETECTING), {NEAR});
+  append(samples, 1, lookingAt(NEAR, RECOGNISING), {NEAR});
+  const ScoreFigures figures = scoreOf(samples, SETUP);
+  EXPECT_EQ(figures.acquisition.count, 1);
+  EXPECT_EQ(figures.acquisition.never, 0);
+  EXPECT_NEAR(*figures.acquisition.median, 2, 1e-9);
+}
+
 TEST(ScorerTest, EveryStayAloneIsAnAcquisition) {
   std::vector<ScoreSample> samples;
+  append(samples, 1, lookingAt(NEAR, DETECTING), {});
   for (const double wait : {1.0, 2.0, 3.0, 4.0, 5.0, 6.0, 7.0, 8.0, 9.0, 10.0}) {
     append(samples, wait, lookingAt(NEAR, DETECTING), {NEAR});
     append(samples, 1, lookingAt(NEAR, RECOGNISING), {NEAR});
