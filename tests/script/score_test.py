@@ -113,6 +113,34 @@ class HoldTest(unittest.TestCase):
         self.assertEqual(["alone"], score.read_arguments(["--run", "alone"]).run)
 
 
+class PlaceTest(unittest.TestCase):
+    RECORDING = ("--tracks", "a", "--mast", "1,2", "--home", "3,4")
+
+    def places(self, *options):
+        return score.places(score.read_arguments(options), "ideal")
+
+    def test_a_scene_by_itself_is_run_as_a_whole(self):
+        self.assertEqual([["--scene", "far"], ["--scene", "crowd"]],
+                         [where.options() for where in self.places("--scene", "far", "--scene", "crowd")])
+        self.assertEqual([{"scene": "wide"}], [where.named() for where in self.places()])
+
+    def test_a_recording_is_played_in_each_scene_that_is_named(self):
+        found = self.places(*self.RECORDING, "--run", "whole", "--scene", "far", "--scene", "hiding")
+        self.assertEqual([["--scene", scene, "--tracks=a", "--mast=1,2", "--home=3,4", "--whole"]
+                          for scene in ("far", "hiding")], [where.options() for where in found])
+        self.assertEqual({"scene": "hiding", "tracks": "a"}, found[1].named())
+        own = self.places(*self.RECORDING, "--run", "whole")
+        self.assertEqual([["--tracks=a", "--mast=1,2", "--home=3,4", "--whole"]],
+                         [where.options() for where in own])
+
+    def test_recordings_of_one_scene_are_told_together(self):
+        found = self.places(*self.RECORDING, "--tracks", "b", "--mast", "1,2", "--home", "3,4",
+                            "--run", "person", "--scene", "far", "--scene", "hiding")
+        asked = [("ideal", where, {}) for where in found]
+        self.assertEqual([{"scene": scene, "tracks": "a + b"} for scene in ("far", "hiding")],
+                         [where.named() for _, where, _ in list(score.told_together(asked))[4:]])
+
+
 class RunTest(unittest.TestCase):
     def setUp(self):
         folder = tempfile.TemporaryDirectory()
