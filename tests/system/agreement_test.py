@@ -23,7 +23,7 @@ class AgreementTest(RunTest):
         program = pathlib.Path(os.environ["SENTREL_BUILD"]) / "bin" / "sentrel_score"
         run = subprocess.run([program, "--models", REPOSITORY / "device" / "models", "--model", model,
                               "--scene", scene, "--seed", str(seed), "--seconds", str(SECONDS),
-                              "--from-start"],
+                              "--from-start", "--following", self.following],
                              stdout=subprocess.PIPE, text=True, check=True)
         return json.loads(run.stdout)
 
@@ -52,4 +52,8 @@ class AgreementTest(RunTest):
         self.check_agreement("ideal", "waiting", 1)
 
     def test_where_things_are_as_they_are(self):
+        self.check_agreement("realistic", "waiting", 1)
+
+    def test_with_following_by_prediction(self):
+        self.following = "predictive"
         self.check_agreement("realistic", "waiting", 1)

@@ -19,7 +19,9 @@ RECORDINGS = REPOSITORY.parent / "shared" / "data" / "pedestrians"
 
 # What following has to earn in front of a square: somebody is recognised (125 pixels a metre) for so much
 # of the time in which somebody is there, and half of the time the followed one is nearer to the axis
-# than that. A head that is parked at home recognises nobody at all there, and is 16 degrees off and more.
+# than that. A head that is parked at home recognises nobody at all there, and is 16 degrees off and more;
+# one that is parked at the best pose holds the whole square and passes. So the models of the square tell
+# that a head turns to people and zooms, with whatever it speaks; how well it follows is told around a mast.
 LEAST_RECOGNISED = 0.08
 LEAST_RECOGNISED_BY_PREDICTION = 0.45
 MOST_MEDIAN_ERROR = 8  # degrees
@@ -27,12 +29,19 @@ MOST_MEDIAN_ERROR = 8  # degrees
 LEAST_RECOGNISED_PERFECTLY = 0.60
 LEAST_RECOGNISED_OF_RECORDINGS = 0.45  # whose people come close to each other
 MOST_MEDIAN_ERROR_PERFECTLY = 2.5
-# On a realistic device around which people walk at 3 to 30 m.
-LEAST_DETECTED_AROUND = 0.50
+# On a realistic device around which people walk at 3 to 30 m no picture holds them all, and a head that is parked
+# at the best pose fails. The limits lie half-way between what the tables of docs/following.md say of the head
+# that follows and of that one, in 300 s of five seeds: detected 79 and 29 % of the time with the specified way,
+# 93 and 29 % by prediction, recognised 85 and 28 % by prediction. At 40 % of the height, where they are 59 and 2 %,
+# it is half-way in ratio, as little of a short run is so near.
+AROUND = {"detected": 0.54}
+AROUND_BY_PREDICTION = {"detected": 0.61, "recognised": 0.56, "large": 0.11}
+# With the specified way 59 and 28 %, too near to each other for a short run: no more than a sign of life.
 LEAST_RECOGNISED_AROUND = 0.30
 MOST_SECONDS_TO_RUNNING = 60
 # Seconds; a tuning that has to be done twice still leaves time for people who come and go.
 LONG_ENOUGH = 75
+LONG_ENOUGH_AROUND = 115  # in which no single pose holds those who come
 TUNING_IN_VAIN = 100  # seconds; three attempts take some 85
 # Nothing raises an alarm, and yet people stand in the area.
 NOBODY_IS_LARGE_ENOUGH = {
@@ -46,6 +55,7 @@ NOBODY_IS_LARGE_ENOUGH = {
                         {"type": "timeShortLivedLimit", "data": 1, "active": True},
                         {"type": "distanceSwayingObject", "data": 5, "active": True}]}],
         "configurationStatus": 0}}
+DOUBT = "The head moves otherwise than was identified"  # once a day at most
 HOME = (0.0, -3.6, 1.0)  # pan, tilt and zoom of every model's head at the square
 PLAY = 0.15  # degrees, and how the status lines round
 
@@ -64,14 +74,20 @@ def is_home(head):
     return all(abs(float(told) - wanted) <= PLAY for told, wanted in zip(head, HOME))
 
 
-def faults_around(score):
+def shares_around(score):
+    return {"detected": score["density"]["detected"]["share"],
+            "recognised": score["density"]["recognised"]["share"], "large": score["share_40"]}
+
+
+def faults_around(score, limits):
     """The same, where people walk all around."""
-    return [name for name, least in (("detected", LEAST_DETECTED_AROUND),
-                                     ("recognised", LEAST_RECOGNISED_AROUND))
-            if score["density"][name]["share"] < least]
+    shares = shares_around(score)
+    return [name for name, least in limits.items() if shares[name] < least]
 
 
-class FollowTest(RunTest):
+class FollowRun(RunTest):
+    """What every way of following is held to."""
+
     model = "fixed"
     seconds = LONG_ENOUGH
 
@@ -82,8 +98,11 @@ class FollowTest(RunTest):
         self.assertRegex(run.text(), r"The daemon ended with status 0 after \d+ ms")
         self.assertIsNotNone(report["state_running_after_s"], report)
         self.assertLessEqual(report["state_running_after_s"], MOST_SECONDS_TO_RUNNING)
-        self.assertIn(run.states(), (["connecting", "autotuning", "running"],
-                                     ["stopped", "connecting", "autotuning", "running"]))
+        states = run.states()
+        # On a machine that holds processes up, a head may seem to be another one than was identified.
+        doubts = (self.report / "syslog.txt").read_text(encoding="utf-8").count(DOUBT)
+        self.assertEqual(["connecting", "autotuning", "running"] * (1 + doubts),
+                         states[states[0] == "stopped":])
         self.assertGreaterEqual(report["alarms_started"], 1, report)
         self.assertEqual(report["alarms_started"], report["alarms_ended"], report)
         self.assertGreater(report["followed_s"], 0, report)
@@ -107,6 +126,28 @@ class FollowTest(RunTest):
         return self.follow_well("--model", "perfect", *options, recognised=recognised,
                                 error=MOST_MEDIAN_ERROR_PERFECTLY)
 
+    def follow_around(self, limits):
+        """On the device that runs when none is named. Wherever a head is parked, it fails in all."""
+        self.model = None
+        self.seconds = LONG_ENOUGH_AROUND
+        _, report = self.follow()
+        self.assertEqual(("default", "wide"), (report["model"], report["scene"]))
+        parked = [report["baselines"][name] for name in ("home", "fixed")]
+        shares = [shares_around(score) for score in (report["score"], *parked)]
+        print(f"measured: the head, parked at home, parked at its best: {shares}", flush=True)
+        self.assertEqual([], faults_around(report["score"], limits), report["score"])
+        for score in parked:
+            self.assertEqual(list(limits), faults_around(score, limits), score)
+        return report
+
+    def follow_recording(self, name):
+        path = pathlib.Path(RECORDINGS / name)
+        if not path.is_file():
+            self.skipTest(f"The recording {name} is not on this machine")
+        _, report = self.follow_perfectly("--tracks", path,
+                                          recognised=LEAST_RECOGNISED_OF_RECORDINGS)
+        self.assertEqual(str(path.resolve()), report["tracks"])
+
     def assert_goes_home(self, run):
         """Nobody is left, and the head goes to its home after having looked at somebody."""
         heads = [status.group(5, 6, 7) for status in run.statuses()
@@ -114,6 +155,8 @@ class FollowTest(RunTest):
         self.assertTrue(any(map(is_home, heads)), heads)
         self.assertFalse(is_home(heads[0]))
 
+
+class FollowTest(FollowRun):
     def test_generated_people_are_followed_and_the_head_goes_home(self):
         run, report = self.follow_well()
         self.assert_goes_home(run)
@@ -125,12 +168,9 @@ class FollowTest(RunTest):
             self.assertGreater((self.report / name).stat().st_size, 0, name)
 
     def test_realistic_device_runs_when_none_is_named_and_follows_people_all_around(self):
-        self.model = None
-        _, report = self.follow()
-        self.assertEqual(("default", "wide"), (report["model"], report["scene"]))
-        self.assertEqual([], faults_around(report["score"]), report["score"])
-        home = report["baselines"]["home"]
-        self.assertEqual(["detected", "recognised"], faults_around(home), home)
+        report = self.follow_around(AROUND)
+        self.assertGreaterEqual(report["score"]["density"]["recognised"]["share"],
+                                LEAST_RECOGNISED_AROUND)
 
     def test_parked_head_fails(self):
         """Zoomed out and turned to where people walk, it stays there: no object is large enough."""
@@ -198,14 +238,6 @@ class FollowTest(RunTest):
         self.assertGreaterEqual(shares[0], LEAST_RECOGNISED, report["score"])
         self.assertEqual(0, shares[1], "a parked head recognises nobody")
 
-    def follow_recording(self, name):
-        path = pathlib.Path(RECORDINGS / name)
-        if not path.is_file():
-            self.skipTest(f"The recording {name} is not on this machine")
-        _, report = self.follow_perfectly("--tracks", path,
-                                          recognised=LEAST_RECOGNISED_OF_RECORDINGS)
-        self.assertEqual(str(path.resolve()), report["tracks"])
-
     def test_recording_eth(self):
         self.follow_recording("eth.csv")
 
@@ -213,7 +245,7 @@ class FollowTest(RunTest):
         self.follow_recording("zara01.csv")
 
 
-class PredictiveFollowTest(FollowTest):
+class PredictiveFollowTest(FollowRun):
     """The same people, with a head that is led by what was identified of it."""
 
     following = "predictive"
@@ -229,3 +261,9 @@ class PredictiveFollowTest(FollowTest):
         self.assertIs(True, report["tuning"]["identified"])
         self.assertEqual(["head.json"], [file.name for file in self.state.glob("head*")])
         self.assertIn("The head answers after", (self.report / "syslog.txt").read_text())
+
+    def test_realistic_device_runs_when_none_is_named_and_shows_people_large(self):
+        self.follow_around(AROUND_BY_PREDICTION)
+
+    def test_recording_zara01(self):
+        self.follow_recording("zara01.csv")
