@@ -26,11 +26,31 @@ json_t* poseJson(const HeadPose& pose) {
   return object;
 }
 
-json_t* setupJson(const ScoreSetup& setup) {
+json_t* axisJson(const AxisSetup& axis) {
   json_t* object = json_object();
-  json_object_set_new(object, "mast_height_m", jsonOf(setup.mastHeight));
-  json_object_set_new(object, "picture_width_px", jsonOf(setup.pictureWidth));
-  json_object_set_new(object, "picture_height_px", jsonOf(setup.pictureHeight));
+  json_object_set_new(object, "speed_deg_per_s", jsonOf(axis.speed));
+  json_object_set_new(object, "acceleration_deg_per_s2", jsonOf(axis.acceleration));
+  json_object_set_new(object, "low_deg", jsonOf(axis.low));
+  json_object_set_new(object, "high_deg", jsonOf(axis.high));
+  return object;
+}
+
+// What the other heads may do.
+json_t* headJson(const HeadSetup& head) {
+  json_t* object = json_object();
+  json_object_set_new(object, "pan", axisJson(head.pan));
+  json_object_set_new(object, "tilt", axisJson(head.tilt));
+  json_object_set_new(object, "narrowest_field_deg", jsonOf(Head::fieldAngle(head, head.maxZoom)));
+  json_object_set_new(object, "widest_field_deg", jsonOf(Head::fieldAngle(head, head.minZoom)));
+  return object;
+}
+
+json_t* setupJson(const ReportSetup& setup) {
+  json_t* object = json_object();
+  json_object_set_new(object, "mast_height_m", jsonOf(setup.score.mastHeight));
+  json_object_set_new(object, "picture_width_px", jsonOf(setup.score.pictureWidth));
+  json_object_set_new(object, "picture_height_px", jsonOf(setup.score.pictureHeight));
+  json_object_set_new(object, "head", headJson(setup.head));
   return object;
 }
 
@@ -185,7 +205,7 @@ std::string Report::toJson(const Judgement& judgement) const {
   set("alarms_ended", json_integer(ended));
   set("followed_s", jsonOf(steeredSeconds(session.steering, lastTime)));
   set("tuning", tuningJson(tuning()));
-  set("setup", setupJson(setup.score));
+  set("setup", setupJson(setup));
   set("score", scoreJson(judgement.score));
   json_t* baselines = json_object();
   json_object_set_new(baselines, "home", parkedJson(judgement.home, judgement.homePose));

@@ -9,7 +9,10 @@ import unittest
 import json_schema
 import recompute_score
 
-SETUP = {"mast_height_m": 5.0, "picture_width_px": 1920, "picture_height_px": 1080}
+PAN = {"speed_deg_per_s": 100, "acceleration_deg_per_s2": 300, "low_deg": -180, "high_deg": 180}
+HEAD = {"pan": PAN, "tilt": {**PAN, "low_deg": -90, "high_deg": 20},
+        "narrowest_field_deg": 2.5, "widest_field_deg": 60}
+SETUP = {"mast_height_m": 5.0, "picture_width_px": 1920, "picture_height_px": 1080, "head": HEAD}
 TILT = math.degrees(math.atan2(-4.15, 10))  # to the middle of somebody of 1.7 m, 10 m away
 PERSON = {"id": 1, "x": 0.0, "y": 10.0, "height": 1.7}
 HEADING = ("time_s,scored,pan_deg,tilt_deg,field_deg,bound_pan_deg,bound_tilt_deg,bound_field_deg,"
@@ -79,6 +82,29 @@ class RecomputeScoreTest(unittest.TestCase):
         self.assertIsNone(first["late_error_deg"])
         beside = math.degrees(2 * math.asin(math.sin(math.radians(1.5)) * math.cos(math.radians(TILT))))
         self.assertAlmostEqual(beside, other["late_error_deg"]["rms"])
+
+    def moves(self, pans, head=None):
+        """What is found of a clairvoyant head that looks there, 20 times a second."""
+        poses = [[pan, -20, 60] for pan in pans]
+        return list(recompute_score.beyond(samples_of(poses, []), poses, head or HEAD))
+
+    def test_a_clairvoyant_head_that_can_more_than_the_head_is_found(self):
+        # From sample to sample 0.7 degrees a second more for each before: 280 degrees a second squared.
+        faster = [0.7 * i * (i + 1) / 2 for i in range(8)]
+        self.assertEqual([], self.moves(faster))
+        self.assertEqual([], self.moves([178 + pan - 360 * (178 + pan >= 180) for pan in faster]))
+        found = self.moves([1.1 * pan for pan in faster[:7]])
+        self.assertEqual(["bound: pan reaches 308.0, acceleration_deg_per_s2 is 300"], found)
+        slow = {**HEAD, "pan": {**PAN, "speed_deg_per_s": 90}}
+        self.assertEqual(["bound: pan reaches 98.0, speed_deg_per_s is 90"], self.moves(faster, slow))
+
+    def test_a_better_pose_than_the_best_fixed_one_is_found(self):
+        # The one 10 m away covers 22 % of the height at 60 degrees.
+        samples = samples_of([[0, TILT, 60]] * 100, [PERSON])
+        self.assertEqual([], list(recompute_score.better_poses(samples, 1.0, SETUP)))
+        found = list(recompute_score.better_poses(samples, 0.9, SETUP))
+        self.assertTrue(found)
+        self.assertIn("fixed: share_20 is 0.9, but 1.0 at ", found[0])
 
     def test_report_that_says_something_else_is_found(self):
         with tempfile.TemporaryDirectory() as name:
