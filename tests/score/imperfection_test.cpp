@@ -20,6 +20,7 @@ struct Flaw {
   std::string without = "";  // what it is compared with
   Trial::Company company = Trial::Company::none;
   const char* following = "specified";
+  const char* configuration = "compass";
 };
 
 // Of all four cameras.
@@ -35,7 +36,7 @@ const std::string BESIDE = R"("channels": [
 
 // Of what only those see who look at it: the survey, and time stamps.
 Flaw predictive(const char* name, const char* keys) {
-  return {name, keys, Figure::error, "", Trial::Company::none, "predictive"};
+  return {name, keys, Figure::error, "", Trial::Company::none, "predictive", "compass"};
 }
 
 void PrintTo(const Flaw& flaw, std::ostream* out) {
@@ -68,7 +69,7 @@ double figureOf(const JobResult& result, Figure figure) {
 
 double priceOf(const Flaw& flaw, const std::string& keys) {
   const Trial trial(flaw.company);
-  trial.change("ideal", keys);
+  trial.change("ideal", keys, flaw.configuration);
   JobOptions options = trial.options();
   options.following = flaw.following;
   options.isWhole = flaw.figure == Figure::littleHeightOfAll;
@@ -96,6 +97,7 @@ INSTANTIATE_TEST_SUITE_P(
         Flaw{"latency", R"("head": {"latency_s": 0.4})"},
         Flaw{"latency_jitter", R"("head": {"latency_jitter_s": 0.5})"},
         Flaw{"status_age", R"("head": {"status": {"age_s": 0.4}})", Figure::tuningSeconds},
+        Flaw{"status_age_while_following", R"("head": {"status": {"age_s": 0.3}})"},
         Flaw{"status_period", R"("head": {"status": {"period_s": 0.5}})"},
         Flaw{"status_step", R"("head": {"status": {"step": 5}})"},
         Flaw{"status_noise", R"("head": {"status": {"noise": 4}})"},
@@ -125,7 +127,10 @@ INSTANTIATE_TEST_SUITE_P(
         Flaw{"lost", R"("overview": {"frames": {"lost": 0.7}})"},
         Flaw{"swapped", R"("overview": {"frames": {"swapped": 0.9}})", Figure::starts},
         Flaw{"distortion", R"("overview": {"distortion": {"k1": 0.1}})"},
+        Flaw{"distortion_k2", R"("overview": {"distortion": {"k2": 0.1}})"},
         Flaw{"mounting", R"("overview": {"mounting_error": {"pan": 4, "tilt": 4, "roll": 4}})"},
+        Flaw{"mounting_of_random_signs", R"("overview": {"mounting_error":
+                                   {"pan": 4, "tilt": 4, "roll": 4, "random_signs": true}})"},
         Flaw{"mast_height", BESIDE + R"(, "survey": {"mast_height": 0.3})", Figure::error, BESIDE,
              Trial::Company::none, "predictive"},
         predictive("survey_offset", R"("survey": {"offset_m": 2})"),
@@ -146,6 +151,8 @@ INSTANTIATE_TEST_SUITE_P(
              R"("detections": {"occlusions": {"per_s": 0.2, "least_s": 2, "most_s": 4}})"},
         Flaw{"new_id", R"("detections": {"memory_s": 5, "missed": 0.5, "new_id": 1})",
              Figure::error, R"("detections": {"memory_s": 5, "missed": 0.5})"},
+        Flaw{"memory", R"("detections": {"missed": 0.5})", Figure::error,
+             R"("detections": {"memory_s": 5, "missed": 0.5})"},
         Flaw{"shadow", R"("detections": {"shadow": {"length": 2, "turn": 90}})"},
         Flaw{"pictures_of_velocity", R"("detections": {"velocity_pictures": 40})"},
         Flaw{"scenery", R"("scenery": [{"x_m": 0, "y_m": 3, "width_m": 2, "depth_m": 0.4,
@@ -163,9 +170,16 @@ INSTANTIATE_TEST_SUITE_P(
              Trial::Company::inFront},
         Flaw{"swapped", R"("detections": {"swapped": 1})", Figure::reversals, "",
              Trial::Company::crossing},
-        Flaw{"ghosts", R"("detections": {"ghosts": [{"kind": "headlights", "x_m": -15, "y_m": 6,
+        Flaw{"headlights", R"("detections": {"ghosts": [{"kind": "headlights", "x_m": -15, "y_m": 6,
                              "width_m": 2, "length_m": 3, "turn": 90, "per_minute": 12}]})",
              Figure::littleHeightOfAll},
+        Flaw{"shadow_of_nobody",
+             R"("detections": {"ghosts": [{"kind": "shadow", "x_m": -8, "y_m": 6,
+                             "width_m": 2, "length_m": 3, "turn": 90, "per_minute": 12}]})",
+             Figure::littleHeightOfAll},
+        Flaw{"tree", R"("detections": {"ghosts": [{"kind": "tree", "x_m": -5, "y_m": 4,
+                             "width_m": 3, "length_m": 4, "turn": 90, "per_minute": 12}]})",
+             Figure::littleHeightOfAll, "", Trial::Company::none, "specified", "ideal"},
         Flaw{"no_velocity", R"("detections": {"velocity": "none"})"},
         Flaw{"velocity_noise", R"("detections": {"velocity_noise": 1})"}),
     [](const auto& info) { return info.param.name; });

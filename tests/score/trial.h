@@ -39,13 +39,15 @@ class Trial {
     }
   }
 
-  // Makes a model "changed" of what a file with a base may hold.
-  void change(const std::string& base, const std::string& keys) const {
+  // Makes a model "changed" of what a file with a base may hold, with the configuration of another
+  // one: compass has the filter for swaying objects on, ideal has it off.
+  void change(const std::string& base, const std::string& keys,
+              const std::string& configuration = "compass") const {
     const std::filesystem::path models = folder.path("models");
     std::ofstream(models / "changed.json")
         << R"({"base": ")" << base << R"(", "about": "A trial." )" << (keys.empty() ? "" : ", ")
         << keys << "}";
-    std::filesystem::copy_file(models / "configurations" / "compass.json",
+    std::filesystem::copy_file(models / "configurations" / (configuration + ".json"),
                                models / "configurations" / "changed.json",
                                std::filesystem::copy_options::overwrite_existing);
   }
