@@ -14,7 +14,7 @@
 #include <memory>
 #include <string>
 
-#include "addon/libs/vigil_pack_lib/profile/tracker_default_config_creator.h"
+#include "addon/libs/vigil_pack_lib/factory/tracker_default_config_creator.h"
 #include "app/api_version_handler.h"
 #include "app/daemonize.h"
 #include "app/interval_timer_observable.h"

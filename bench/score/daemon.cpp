@@ -7,7 +7,7 @@
 #include <stdexcept>
 #include <utility>
 
-#include "addon/libs/vigil_pack_lib/profile/tracker_default_config_creator.h"
+#include "addon/libs/vigil_pack_lib/factory/tracker_default_config_creator.h"
 #include "app/api_version_handler.h"
 #include "app/interval_timer_observable.h"
 #include "base/json_text.h"

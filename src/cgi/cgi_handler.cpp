@@ -8,7 +8,7 @@
 #include <limits>
 #include <utility>
 
-#include "addon/libs/vigil_pack_lib/profile/cgi_pack.h"
+#include "addon/libs/vigil_pack_lib/factory/cgi_pack.h"
 #include "config/json_parser.h"
 #include "config/persistent_config_handler.h"
 #include "events/camera_info.h"

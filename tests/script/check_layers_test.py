@@ -140,6 +140,71 @@ class CheckLayersTest(unittest.TestCase):
         self.write("device/head/head.h", '#include "scene/encoder.h"\n')
         self.assert_fault("device/head/head.h:1: scene/encoder.h is not of device")
 
+    def test_parts_of_the_pack_have_an_order_of_their_own(self):
+        pack = "addon/libs/vigil_pack_lib"
+        self.write(f"src/{pack}/filters/swaying.h", "")
+        self.write(f"src/{pack}/factory/kinds.h", f'#include "{pack}/filters/swaying.h"\n')
+        self.assertEqual((0, ""), self.check())
+        self.write(f"src/{pack}/profile/kinds.h", f'#include "{pack}/filters/swaying.h"\n')
+        self.assert_fault(f"src/{pack}/profile/kinds.h:1: {pack}/profile is below {pack}/filters and may "
+                          f"not include {pack}/filters/swaying.h")
+
+    def test_new_part_of_the_pack_has_to_be_given_its_place(self):
+        self.write("src/addon/libs/vigil_pack_lib/extra/thing.h", "")
+        self.assert_fault("src/addon/libs/vigil_pack_lib/extra/thing.h:1: "
+                          "addon/libs/vigil_pack_lib/extra has no place in the order of folders")
+
+    def test_owners_know_nothing_but_the_contract_and_the_floor(self):
+        self.write("platform/owners.h", "#include <gm.h>\n")
+        self.assertEqual((0, ""), self.check())
+        for name in ("scene/encoder.h", "head/head.h", "ptz/pid.h"):
+            self.write("platform/owners.h", f'#include "{name}"\n')
+            self.assert_fault(f"platform/owners.h:1: {name} is not of platform")
+
+    def test_product_knows_nothing_of_what_tries_it(self):
+        for name in ("tests/fakes/fake_clock.h", "fuzz/input.h", "bench/case.h"):
+            self.write(name, "")
+        for user, tree in (("src/ptz/pid.h", "src"), ("device/head/head.h", "device"),
+                           ("platform/host/scene/encoder.h", "platform/host")):
+            for name in ("fakes/fake_clock.h", "fuzz/input.h", "bench/case.h"):
+                self.write(user, f'#include "{name}"\n')
+                self.assert_fault(f"{user}:1: {name} is not of {tree}")
+            self.write(user, "")
+
+    def test_what_tries_the_product_may_name_all_of_it_and_the_fakes(self):
+        self.write("tests/fakes/fake_clock.h", '#include "app/clock.h"\n')
+        for user in ("tests/src/ptz/pid_test.cpp", "fuzz/input.cpp", "bench/case.cpp"):
+            self.write(user, '#include "fakes/fake_clock.h"\n#include "ptz/pid.h"\n'
+                             '#include "scene/encoder.h"\n#include "head/head.h"\n')
+        self.assertEqual((0, ""), self.check())
+
+    def test_fuzz_targets_and_benchmarks_know_no_tests_and_not_each_other(self):
+        self.write("tests/src/ptz/moves.h", "")
+        self.write("fuzz/input.h", "")
+        self.write("bench/score/job.h", '#include "src/ptz/moves.h"\n')
+        self.assert_fault("bench/score/job.h:1: src/ptz/moves.h is not of bench")
+        self.write("bench/score/job.h", '#include "fuzz/input.h"\n')
+        self.assert_fault("bench/score/job.h:1: fuzz/input.h is not of bench")
+
+    def test_what_tests_share_is_below_them(self):
+        self.write("tests/device/source_folder.h", "")
+        self.write("tests/fakes/fake_head.h", '#include "device/source_folder.h"\n')
+        self.assert_fault("tests/fakes/fake_head.h:1: fakes is below device and may not include "
+                          "device/source_folder.h")
+
+    def test_source_of_a_test_has_its_header_first_too(self):
+        self.write("tests/src/ptz/trial.h", "")
+        self.write("tests/src/ptz/trial.cpp", '#include "ptz/trial.h"\n')
+        self.assertEqual((0, ""), self.check())
+        self.write("tests/src/ptz/trial.cpp", '#include "ptz/pid.h"\n#include "ptz/trial.h"\n')
+        self.assert_fault("tests/src/ptz/trial.cpp:1: the first include has to be src/ptz/trial.h")
+
+    def test_files_of_the_score_that_include_each_other_are_a_fault(self):
+        self.write("bench/score/job.h", '#include "score/daemon.h"\n')
+        self.write("bench/score/daemon.h", '#include "score/job.h"\n')
+        self.assert_fault("bench/score/daemon.h:1: files include each other: "
+                          "score/daemon -> score/job -> score/daemon")
+
     def test_folder_without_sources_is_an_error(self):
         with tempfile.TemporaryDirectory() as empty:
             result = subprocess.run([sys.executable, CHECK, empty], capture_output=True)

@@ -1,4 +1,4 @@
-#include "addon/libs/vigil_pack_lib/profile/cgi_pack.h"
+#include "addon/libs/vigil_pack_lib/factory/cgi_pack.h"
 
 #include <gtest/gtest.h>
 

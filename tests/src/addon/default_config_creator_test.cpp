@@ -1,11 +1,11 @@
-#include "addon/libs/vigil_pack_lib/profile/default_config_creator.h"
+#include "addon/libs/vigil_pack_lib/factory/default_config_creator.h"
 
 #include <gtest/gtest.h>
 
 #include <set>
 #include <string>
 
-#include "addon/libs/vigil_pack_lib/profile/tracker_default_config_creator.h"
+#include "addon/libs/vigil_pack_lib/factory/tracker_default_config_creator.h"
 #include "base/json_text.h"
 #include "src/config/json_memory.h"
 #include "src/events/wrapper_test_base.h"

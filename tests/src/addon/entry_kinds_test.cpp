@@ -1,4 +1,4 @@
-#include "addon/libs/vigil_pack_lib/profile/entry_kinds.h"
+#include "addon/libs/vigil_pack_lib/factory/entry_kinds.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
 // The two documents that tell clients of profiles, to the byte: clients compare and keep them.
 #include <gtest/gtest.h>
 
-#include "addon/libs/vigil_pack_lib/profile/cgi_pack.h"
-#include "addon/libs/vigil_pack_lib/profile/tracker_default_config_creator.h"
+#include "addon/libs/vigil_pack_lib/factory/cgi_pack.h"
+#include "addon/libs/vigil_pack_lib/factory/tracker_default_config_creator.h"
 #include "src/addon/parsed_entries.h"
 #include "src/events/wrapper_test_base.h"
 

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "addon/libs/vigil_pack_lib/profile/tracker_default_config_creator.h"
+#include "addon/libs/vigil_pack_lib/factory/tracker_default_config_creator.h"
 #include "base/json_text.h"
 #include "config/persistent.h"
 #include "src/addon/profiles.h"

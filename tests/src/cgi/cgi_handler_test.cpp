@@ -6,7 +6,7 @@
 #include <limits>
 #include <string>
 
-#include "addon/libs/vigil_pack_lib/profile/cgi_pack.h"
+#include "addon/libs/vigil_pack_lib/factory/cgi_pack.h"
 #include "src/cgi/cgi_test_base.h"
 
 namespace {

@@ -7,7 +7,7 @@
 #include <limits>
 #include <utility>
 
-#include "addon/libs/vigil_pack_lib/profile/entry_kinds.h"
+#include "addon/libs/vigil_pack_lib/factory/entry_kinds.h"
 #include "addon/libs/vigil_pack_lib/profile/entry_values.h"
 #include "addon/libs/vigil_pack_lib/profile/shape.h"
 #include "base/text.h"

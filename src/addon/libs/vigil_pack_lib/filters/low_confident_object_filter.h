@@ -1,7 +1,7 @@
 #ifndef ADDON_LIBS_VIGIL_PACK_LIB_FILTERS_LOW_CONFIDENT_OBJECT_FILTER_H
 #define ADDON_LIBS_VIGIL_PACK_LIB_FILTERS_LOW_CONFIDENT_OBJECT_FILTER_H
 
-#include "addon/libs/vigil_pack_lib/filters/exclusion_filter.h"
+#include "addon/libs/vigil_pack_lib/profile/exclusion_filter.h"
 
 // Holds objects back of which the analytics is not sure. Always active.
 class LowConfidentObjectFilter : public ExclusionFilter {

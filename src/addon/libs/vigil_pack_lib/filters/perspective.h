@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <span>
 
-#include "addon/libs/vigil_pack_lib/filters/perspective_bar.h"
+#include "addon/libs/vigil_pack_lib/profile/perspective_bar.h"
 
 // How large things of the real world look at each height of the picture: a line of scale against
 // position, fitted to calibration bars by least squares. Single precision throughout.

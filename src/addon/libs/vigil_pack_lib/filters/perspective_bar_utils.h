@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <span>
 
-#include "addon/libs/vigil_pack_lib/filters/perspective_bar.h"
+#include "addon/libs/vigil_pack_lib/profile/perspective_bar.h"
 
 namespace perspectiveBarUtils {
 

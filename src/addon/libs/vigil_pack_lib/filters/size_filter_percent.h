@@ -3,8 +3,8 @@
 
 #include <cstdint>
 
-#include "addon/libs/vigil_pack_lib/filters/exclusion_filter.h"
 #include "addon/libs/vigil_pack_lib/profile/entry_kind.h"
+#include "addon/libs/vigil_pack_lib/profile/exclusion_filter.h"
 
 // Holds objects back that are small in the picture now: one dimension above its minimum suffices to
 // pass.

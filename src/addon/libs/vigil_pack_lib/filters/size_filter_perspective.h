@@ -4,10 +4,10 @@
 #include <cstdint>
 #include <string>
 
-#include "addon/libs/vigil_pack_lib/filters/exclusion_filter.h"
 #include "addon/libs/vigil_pack_lib/filters/perspective.h"
 #include "addon/libs/vigil_pack_lib/filters/perspective_filter_external_data.h"
 #include "addon/libs/vigil_pack_lib/profile/entry_kind.h"
+#include "addon/libs/vigil_pack_lib/profile/exclusion_filter.h"
 
 // Holds objects back that have never been large enough in the real world: one dimension above its
 // minimum suffices to pass. Records the largest sizes also while it is not active.

@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <string>
 
-#include "addon/libs/vigil_pack_lib/filters/exclusion_filter.h"
 #include "addon/libs/vigil_pack_lib/profile/entry_kind.h"
+#include "addon/libs/vigil_pack_lib/profile/exclusion_filter.h"
 
 // Holds objects back that only sway around one point: an object passes once it has been further
 // from its origin than the limit, and then for the rest of its life. An object that comes back to

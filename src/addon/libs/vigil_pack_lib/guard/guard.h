@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
-#include "addon/libs/vigil_pack_lib/filters/exclusion_filter.h"
 #include "addon/libs/vigil_pack_lib/guard/alarm_data.h"
 #include "addon/libs/vigil_pack_lib/guard/visual_confirmation_handler.h"
+#include "addon/libs/vigil_pack_lib/profile/exclusion_filter.h"
 #include "app/lock_order.h"
 #include "base/mutex.h"
 #include "config/preset.h"

@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "addon/libs/vigil_pack_lib/filters/exclusion_filter.h"
-#include "addon/libs/vigil_pack_lib/filters/perspective_bar.h"
-#include "addon/libs/vigil_pack_lib/triggers/loitering_condition.h"
+#include "addon/libs/vigil_pack_lib/profile/exclusion_filter.h"
+#include "addon/libs/vigil_pack_lib/profile/loitering_condition.h"
+#include "addon/libs/vigil_pack_lib/profile/perspective_bar.h"
 #include "config/data_boundaries.h"
 #include "geometry/polygon.h"
 #include "geometry/segment.h"

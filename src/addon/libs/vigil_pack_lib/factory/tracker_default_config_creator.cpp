@@ -1,4 +1,4 @@
-#include "addon/libs/vigil_pack_lib/profile/tracker_default_config_creator.h"
+#include "addon/libs/vigil_pack_lib/factory/tracker_default_config_creator.h"
 
 #include <syslog.h>
 

@@ -1,8 +1,8 @@
-#include "addon/libs/vigil_pack_lib/profile/default_config_creator.h"
+#include "addon/libs/vigil_pack_lib/factory/default_config_creator.h"
 
 #include <syslog.h>
 
-#include "addon/libs/vigil_pack_lib/profile/entry_kinds.h"
+#include "addon/libs/vigil_pack_lib/factory/entry_kinds.h"
 #include "events/camera_info.h"
 
 namespace {

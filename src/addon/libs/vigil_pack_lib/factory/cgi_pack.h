@@ -1,7 +1,7 @@
-#ifndef ADDON_LIBS_VIGIL_PACK_LIB_PROFILE_CGI_PACK_H
-#define ADDON_LIBS_VIGIL_PACK_LIB_PROFILE_CGI_PACK_H
+#ifndef ADDON_LIBS_VIGIL_PACK_LIB_FACTORY_CGI_PACK_H
+#define ADDON_LIBS_VIGIL_PACK_LIB_FACTORY_CGI_PACK_H
 
-#include "addon/libs/vigil_pack_lib/profile/entry_kinds.h"
+#include "addon/libs/vigil_pack_lib/factory/entry_kinds.h"
 #include "base/json_auto_ptr.h"
 #include "config/data_boundaries.h"
 #include "config/default_values.h"

@@ -1,4 +1,4 @@
-#include "addon/libs/vigil_pack_lib/filters/perspective_bar.h"
+#include "addon/libs/vigil_pack_lib/profile/perspective_bar.h"
 
 #include <cmath>
 
