@@ -58,8 +58,8 @@ std::optional<device::GroundPoint> groundAt(double x, double y) {
 Everyday::Everyday(std::uint64_t seed) : random(seed) {}
 
 const device::OverviewCamera& Everyday::camera() {
-  static const device::OverviewCamera camera(cameraSetup());
-  return camera;
+  static const device::OverviewCamera CAMERA(cameraSetup());
+  return CAMERA;
 }
 
 double Everyday::between(double low, double high) {

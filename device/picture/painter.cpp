@@ -208,13 +208,13 @@ void paintPeople(const OverviewCamera& camera, std::vector<Person> people, Pictu
 void addNoise(std::uint32_t seed, Picture* picture) {
   constexpr int STARTS = 4096;
   const auto width = static_cast<std::size_t>(picture->getWidth());
-  static const std::vector<int> s_steps = makeNoise(STARTS + 4096);
+  static const std::vector<int> STEPS = makeNoise(STARTS + 4096);
   for (int y = 0; y < picture->getHeight(); ++y) {
     const double chance = noiseAt(static_cast<double>(seed % 65536), y, 1);
     const auto start = static_cast<std::size_t>(chance * (STARTS - 1));
     Colour* row = &picture->at(0, y);
     for (std::size_t x = 0; x < width; ++x) {
-      const int step = s_steps[start + x % 4096];
+      const int step = STEPS[start + x % 4096];
       const auto change = [&](std::uint8_t value) {
         return static_cast<std::uint8_t>(std::clamp(value + step, 0, 255));
       };

@@ -66,10 +66,10 @@ void initClass(gpointer klass, gpointer) {
 }
 
 GType payType() {
-  static const GType s_type = g_type_register_static_simple(
+  static const GType TYPE = g_type_register_static_simple(
       GST_TYPE_RTP_BASE_PAYLOAD, "SentrelMetadataPay", sizeof(GstRTPBasePayloadClass), initClass,
       sizeof(GstRTPBasePayload), nullptr, GTypeFlags{});
-  return s_type;
+  return TYPE;
 }
 
 }  // namespace

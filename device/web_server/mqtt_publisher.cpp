@@ -25,8 +25,8 @@ struct MosquittoDeleter {
 
 // The library is initialised as long as the program runs.
 void useLibrary() {
-  static const int s_used = mosquitto_lib_init();
-  static_cast<void>(s_used);
+  static const int USED = mosquitto_lib_init();
+  static_cast<void>(USED);
 }
 
 int send(mosquitto* client, const std::string& topic, const std::string& payload, int qos,

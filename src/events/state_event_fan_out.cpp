@@ -6,8 +6,8 @@ StateEventFanOut::StateEventFanOut(int cameraCount)
     : profileEvents(cameraCount), motionAlarms(cameraCount) {}
 
 StateEventFanOut& StateEventFanOut::getInstance() {
-  static StateEventFanOut instance(CameraInfo::getNbrOfCameras());
-  return instance;
+  static StateEventFanOut s_instance(CameraInfo::getNbrOfCameras());
+  return s_instance;
 }
 
 StateEventProducerHandle StateEventFanOut::registerEvent(std::int32_t camera,

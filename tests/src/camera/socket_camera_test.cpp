@@ -36,8 +36,8 @@ std::string& servicePath() {
 
 // Called on the thread that has just connected, before it knows; set before threads connect.
 std::function<void()>& onConnected() {
-  static std::function<void()> hook;
-  return hook;
+  static std::function<void()> s_hook;
+  return s_hook;
 }
 
 sockaddr_un addressOf(const std::string& path) {
