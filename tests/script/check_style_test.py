@@ -132,12 +132,12 @@ class CheckStyleTest(unittest.TestCase):
             "platform/memory/clock.cpp:8:14: invalid case style for static variable 'last'")
 
     def test_owners_and_the_platform_in_memory_are_checked_too(self):
-        self.write("platform/owners.h", "inline int First() { return 1; }\n")
-        self.write("platform/memory/log.h", "inline int Second() { return 2; }\n")
+        self.write("platform/owners.h", "#pragma once\ninline int First() { return 1; }\n")
+        self.write("platform/memory/log.h", "#pragma once\ninline int Second() { return 2; }\n")
         self.write("platform/memory/log.cpp", '#include "memory/log.h"\n'
                                               '#include "platform/owners.h"\n')
-        self.assert_faults("platform/memory/log.h:1:12: invalid case style for function 'Second'",
-                           "platform/owners.h:1:12: invalid case style for function 'First'")
+        self.assert_faults("platform/memory/log.h:2:12: invalid case style for function 'Second'",
+                           "platform/owners.h:2:12: invalid case style for function 'First'")
 
     def test_branch_without_braces_is_a_fault(self):
         self.write("fuzz/input.cpp", "int half(int number) {\n"
