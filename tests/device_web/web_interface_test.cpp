@@ -330,20 +330,21 @@ TEST_F(WebInterfaceTest, PageIsToldOfTheHeadAndThePeople) {
 TEST_F(WebInterfaceTest, PageIsToldTheRunningScore) {
   report.logLine("Autotuning: attempt 3 of 3 failed. The head keeps the gains it had");
   report.trackerState(0, "running");
-  // Somebody at the mast's foot, whom a head that looks up does not show.
-  const ScoreSample sample{0, {0, 20, 60}, {{.id = 1, .position = {}, .counts = true}}};
-  report.sample(sample);
-  report.sample({1, {3, 20, 60}, sample.people});
-  report.sample({2, {6, 20, 60}, sample.people});
+  // Somebody comes to the mast's foot, whom a head that looks up does not show.
+  const ScoredPerson person{.id = 1, .position = {}, .counts = true};
+  report.sample({0, {0, 20, 60}, {}});
+  report.sample({1, {3, 20, 60}, {person}});
+  report.sample({2, {6, 20, 60}, {person}});
+  report.sample({3, {9, 20, 60}, {person}});
   WebClient client(port);
   client.get("/live");
   const Message message = next(client, "score");
-  EXPECT_EQ(0.5, message.number("starts_per_s")) << "one start in two seconds";
+  EXPECT_NEAR(1.0 / 3, message.number("starts_per_s"), 1e-6) << "one start in three seconds";
   EXPECT_EQ(0, message.number("reversals_per_s"));
   EXPECT_EQ(0, message.number("acceleration_rms"));
   EXPECT_EQ(0, message.number("zoom_reversals_per_s"));
   EXPECT_EQ(12.5, message.number("time"));
-  EXPECT_EQ(2, message.number("seconds_with_somebody"));
+  EXPECT_EQ(3, message.number("seconds_with_somebody"));
   EXPECT_EQ(0, message.number("recognised"));
   EXPECT_NEAR(110, message.number("rms_deg"), 1e-6);
   EXPECT_EQ(1, message.number("never"));
