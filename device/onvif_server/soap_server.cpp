@@ -1,8 +1,5 @@
 #include "onvif_server/soap_server.h"
 
-#include <netinet/in.h>
-#include <netinet/tcp.h>
-
 #include <chrono>
 #include <stdexcept>
 #include <string_view>
@@ -82,7 +79,10 @@ SoapServer::SoapServer(const OnvifOptions& options, const Operations& operations
     tokens.emplace(options.user->name, options.user->password, g_get_real_time);
   }
   listener = std::make_unique<WebListener>(
-      address, options.port, [this](GObjectPtr<GSocket> socket) { accept(std::move(socket)); },
+      address, options.port,
+      [this](GObjectPtr<GSocket> socket) {
+        acceptClient(server.get(), &connections, std::move(socket));
+      },
       [this] { connections.makeRoom(); });
   origins.emplace(address, port());
 }
@@ -91,30 +91,13 @@ SoapServer::~SoapServer() {
   soup_server_disconnect(server.get());
 }
 
-void SoapServer::accept(GObjectPtr<GSocket> socket) {
-  const GObjectPtr<GSocketAddress> remote(g_socket_get_remote_address(socket.get(), nullptr));
-  if (!remote) {
-    return;  // it has gone already
-  }
-  const GObjectPtr<GSocketAddress> local(g_socket_get_local_address(socket.get(), nullptr));
-  g_socket_set_option(socket.get(), IPPROTO_TCP, TCP_NODELAY, TRUE, nullptr);
-  const GObjectPtr<GSocketConnection> connection(
-      g_socket_connection_factory_create_connection(socket.get()));
-  if (connections.add(connection.get(), remote.get())) {
-    soup_server_accept_iostream(server.get(), G_IO_STREAM(connection.get()), local.get(),
-                                remote.get(), nullptr);
-  }
-}
-
 // Before the body is read.
 void SoapServer::check(SoupServerMessage* message) {
   connections.enter(soup_server_message_get_remote_address(message), ConnectionStep_e::body);
   if (!origins->isAllowed(hostOf(message).c_str(), headerOf(message, "Origin"))) {
     return refuse(message, SOUP_STATUS_FORBIDDEN);
   }
-  SoupMessageHeaders* headers = soup_server_message_get_request_headers(message);
-  if (soup_message_headers_get_encoding(headers) == SOUP_ENCODING_CONTENT_LENGTH &&
-      soup_message_headers_get_content_length(headers) > static_cast<goffset>(MOST_BODY)) {
+  if (announcesMoreThan(message, MOST_BODY)) {
     refuseBody(message);
   }
 }

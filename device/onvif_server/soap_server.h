@@ -52,7 +52,6 @@ class SoapServer {
   // As far as HTTP tells.
   enum class Caller { unknown, user, refused };
 
-  void accept(GObjectPtr<GSocket> socket);
   void check(SoupServerMessage* message);
   std::string hostOf(SoupServerMessage* message) const;
   void handle(SoupServerMessage* message, const std::string& path);

@@ -1,6 +1,7 @@
 #include "web_server/soup_message.h"
 
-#include "base/glib_ptr.h"
+#include <netinet/in.h>
+#include <netinet/tcp.h>
 
 namespace device {
 namespace {
@@ -32,6 +33,21 @@ void handle(SoupServer*, SoupServerMessage* message, const char* path, GHashTabl
 
 }  // namespace
 
+void acceptClient(SoupServer* server, WebConnections* connections, GObjectPtr<GSocket> client) {
+  const GObjectPtr<GSocketAddress> remote(g_socket_get_remote_address(client.get(), nullptr));
+  if (!remote) {
+    return;  // it has gone already
+  }
+  const GObjectPtr<GSocketAddress> local(g_socket_get_local_address(client.get(), nullptr));
+  g_socket_set_option(client.get(), IPPROTO_TCP, TCP_NODELAY, TRUE, nullptr);
+  const GObjectPtr<GSocketConnection> connection(
+      g_socket_connection_factory_create_connection(client.get()));
+  if (connections->add(connection.get(), remote.get())) {
+    soup_server_accept_iostream(server, G_IO_STREAM(connection.get()), local.get(), remote.get(),
+                                nullptr);
+  }
+}
+
 const char* headerOf(SoupServerMessage* message, const char* name) {
   return soup_message_headers_get_list(soup_server_message_get_request_headers(message), name);
 }
@@ -41,6 +57,12 @@ std::string bodyOf(SoupServerMessage* message) {
   gsize size = 0;
   const auto* text = static_cast<const char*>(g_bytes_get_data(body.get(), &size));
   return size > 0 ? std::string(text, size) : "";
+}
+
+bool announcesMoreThan(SoupServerMessage* message, std::size_t bytes) {
+  SoupMessageHeaders* headers = soup_server_message_get_request_headers(message);
+  return soup_message_headers_get_encoding(headers) == SOUP_ENCODING_CONTENT_LENGTH &&
+         soup_message_headers_get_content_length(headers) > static_cast<goffset>(bytes);
 }
 
 void connectCalls(SoupServer* server, const SoupCalls& calls) {

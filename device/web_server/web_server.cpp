@@ -1,8 +1,5 @@
 #include "web_server/web_server.h"
 
-#include <netinet/in.h>
-#include <netinet/tcp.h>
-
 #include <array>
 #include <stdexcept>
 #include <string_view>
@@ -154,7 +151,10 @@ std::string WebServer::url() const {
 void WebServer::listen(const WebOptions& options) {
   const auto at = [&](std::uint16_t port) {
     return std::make_unique<WebListener>(
-        address, port, [this](GObjectPtr<GSocket> socket) { accept(std::move(socket)); },
+        address, port,
+        [this](GObjectPtr<GSocket> socket) {
+          acceptClient(server.get(), &connections, std::move(socket));
+        },
         [this] { connections.makeRoom(); });
   };
   if (options.port) {
@@ -168,22 +168,6 @@ void WebServer::listen(const WebOptions& options) {
   }
 }
 
-void WebServer::accept(GObjectPtr<GSocket> socket) {
-  const GObjectPtr<GSocketAddress> remote(g_socket_get_remote_address(socket.get(), nullptr));
-  if (!remote) {
-    return;  // it has gone already
-  }
-  const GObjectPtr<GSocketAddress> local(g_socket_get_local_address(socket.get(), nullptr));
-  g_socket_set_option(socket.get(), IPPROTO_TCP, TCP_NODELAY, TRUE, nullptr);
-  const GObjectPtr<GSocketConnection> connection(
-      g_socket_connection_factory_create_connection(socket.get()));
-  if (!connections.add(connection.get(), remote.get())) {
-    return;
-  }
-  soup_server_accept_iostream(server.get(), G_IO_STREAM(connection.get()), local.get(),
-                              remote.get(), nullptr);
-}
-
 // Before the body is read, and before anything else: a page from elsewhere is not even told that a
 // user is asked for.
 void WebServer::check(SoupServerMessage* message) {
@@ -191,9 +175,7 @@ void WebServer::check(SoupServerMessage* message) {
   if (!origins->isAllowed(headerOf(message, "Host"), headerOf(message, "Origin"))) {
     return refuse(message, SOUP_STATUS_FORBIDDEN, "The request was made from elsewhere");
   }
-  SoupMessageHeaders* headers = soup_server_message_get_request_headers(message);
-  if (soup_message_headers_get_encoding(headers) == SOUP_ENCODING_CONTENT_LENGTH &&
-      soup_message_headers_get_content_length(headers) > static_cast<goffset>(MAX_BODY)) {
+  if (announcesMoreThan(message, MAX_BODY)) {
     return refuseBody(message);
   }
   if (!login) {

@@ -87,7 +87,6 @@ class WebServer {
   };
 
   void listen(const WebOptions& options);
-  void accept(GObjectPtr<GSocket> socket);
   void check(SoupServerMessage* message);
   void askForUser(SoupServerMessage* message, const std::string& challenge);
   void handle(SoupServerMessage* message, const std::string& path, GHashTable* fields);

@@ -129,8 +129,6 @@ INSTANTIATE_TEST_SUITE_P(
         Flaw{"distortion", R"("overview": {"distortion": {"k1": 0.1}})"},
         Flaw{"distortion_k2", R"("overview": {"distortion": {"k2": 0.1}})"},
         Flaw{"mounting", R"("overview": {"mounting_error": {"pan": 4, "tilt": 4, "roll": 4}})"},
-        Flaw{"mounting_of_random_signs", R"("overview": {"mounting_error":
-                                   {"pan": 4, "tilt": 4, "roll": 4, "random_signs": true}})"},
         Flaw{"mast_height", BESIDE + R"(, "survey": {"mast_height": 0.3})", Figure::error, BESIDE,
              Trial::Company::none, "predictive"},
         predictive("survey_offset", R"("survey": {"offset_m": 2})"),
