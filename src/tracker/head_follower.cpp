@@ -23,8 +23,8 @@ void HeadFollower::step(const HeadOptics& optics, Selection& selection) {
   if (!command) {
     return;
   }
-  if (!steering.isActive()) {
-    steering.tell(true);
+  if (!state.isSteering()) {
+    state.tellSteering(true);
   }
   if (head.ptzMove(*command)) {
     following->taken(*command, now);
@@ -33,9 +33,11 @@ void HeadFollower::step(const HeadOptics& optics, Selection& selection) {
   homing.rearm(utils::monotonicTime());
 }
 
-// Not while the head is owed a stop, which would end the way home as well.
+// Not while the head is owed a stop, which would end the way home as well, nor once tracking has
+// been switched off, which may have happened while the head was asked.
 void HeadFollower::goHomeWhenDue() {
-  if (!isStopOwed && homing.takeDue(utils::monotonicTime()) && steering.mayGoHome()) {
+  if (!isStopOwed && homing.takeDue(utils::monotonicTime()) &&
+      state.get() == TrackerState::CameraState::running) {
     head.gotoHome();
   }
 }
@@ -47,17 +49,17 @@ std::optional<PtzHeadStatus> HeadFollower::readStatus() {
     return status;
   }
   ++statusFailures;
-  if (statusFailures == MAX_STATUS_FAILURES && steering.isActive()) {
+  if (statusFailures == MAX_STATUS_FAILURES && state.isSteering()) {
     isStopOwed = !head.ptzStop();
     following->forget();
-    steering.tell(false);
+    state.tellSteering(false);
   }
   return std::nullopt;
 }
 
 // Once there is nothing to follow any more.
 void HeadFollower::stand(std::int64_t now) {
-  const bool wasFollowing = steering.isActive();
+  const bool wasFollowing = state.isSteering();
   if (wasFollowing || isStopOwed) {
     isStopOwed = !head.ptzMove(HeadCommand{});
     if (!isStopOwed) {
@@ -65,14 +67,14 @@ void HeadFollower::stand(std::int64_t now) {
     }
   }
   if (wasFollowing) {
-    steering.tell(false);
+    state.tellSteering(false);
   }
 }
 
 void HeadFollower::stop() {
   isStopOwed = !head.ptzStop();
   following->forget();
-  if (steering.isActive()) {
-    steering.tell(false);
+  if (state.isSteering()) {
+    state.tellSteering(false);
   }
 }

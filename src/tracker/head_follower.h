@@ -6,27 +6,17 @@
 #include "ptz/ptz_head.h"
 #include "tracker/following.h"
 #include "tracker/homing.h"
-
-// Whether the head is being steered, as others are told.
-class Steering {
- public:
-  virtual ~Steering() = default;
-
-  virtual bool isActive() const = 0;
-  virtual void tell(bool active) = 0;
-
-  // False once tracking has been switched off, which may happen while a step is under way.
-  virtual bool mayGoHome() const = 0;
-};
+#include "tracker/tracker_state.h"
 
 // How the head follows, from its status to the next command: asks the head where it looks, lets a
 // way of following say what to do, sends the head home when nothing has been followed for long, and
-// never lets it move on without knowing where it is. The tracker's thread's alone; no lock.
+// never lets it move on without knowing where it is. Tells when it begins and when it ceases to
+// steer: before the first command, after the last. The tracker's thread's alone; no lock.
 class HeadFollower {
  public:
   // All must outlive it.
-  HeadFollower(PtzHead& head, Following& following, Homing& homing, Steering& steering)
-      : head(head), following(&following), homing(homing), steering(steering) {}
+  HeadFollower(PtzHead& head, Following& following, Homing& homing, TrackerState& state)
+      : head(head), following(&following), homing(homing), state(state) {}
 
   // Follows that way from now on, which must outlive it, too.
   void use(Following& way) { following = &way; }
@@ -49,7 +39,7 @@ class HeadFollower {
   PtzHead& head;
   Following* following;  // not owned
   Homing& homing;
-  Steering& steering;
+  TrackerState& state;
   int statusFailures = 0;   // in a row
   bool isStopOwed = false;  // the last one did not get through
 };

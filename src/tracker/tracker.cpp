@@ -2,8 +2,6 @@
 
 #include <syslog.h>
 
-#include <array>
-
 #include "app/clock.h"
 #include "config/persistent.h"
 
@@ -13,8 +11,6 @@ namespace {
 constexpr std::int64_t STOPPED_PAUSE = 300000;
 constexpr std::int64_t CONNECTING_PAUSE = 500000;
 constexpr std::int64_t AUTOTUNING_PAUSE = 50000;
-
-constexpr std::array STATE_STRINGS{"stopped", "connecting", "autotuning", "running"};
 
 constexpr std::size_t SHORTEST_PRODUCT_NUMBER = 5;
 
@@ -49,7 +45,7 @@ Tracker::Tracker() : ptzRemote(std::make_unique<PtzRemoteTravo>()) {
   homing.setEnabled(Persistent::getReturnToHomeEnabled());
   homing.setTimeout(Persistent::getReturnToHomeTimeout());
   optics.zoomScale.zoomCorrection = Persistent::getZoomCorrection();
-  events.declareEvents();
+  state.declareEvents();
   head.initialize();
   start(&Tracker::run, this);
   if (isEnabled) {
@@ -64,7 +60,7 @@ Tracker::~Tracker() {
   join();
   ptzRemote.reset();
   observations.clear();
-  events.undeclareEvents();
+  state.undeclareEvents();
   head.cleanup();
 }
 
@@ -74,20 +70,9 @@ void Tracker::trackCameraCenter(int camera) {
 
 // ---- State and settings ----
 
-std::string Tracker::getStateString() const {
-  const auto index = static_cast<std::size_t>(state.load());
-  return index < STATE_STRINGS.size() ? STATE_STRINGS[index] : "unknown";
-}
-
-// The event sent last tells the state that was reached last, whoever changes it at once.
-void Tracker::sendStateEvent() {
-  const LockGuard lock(stateEventMutex);
-  events.sendStateEvent(getStateString());
-}
-
 void Tracker::enableSentrel(bool on) {
   if (on) {
-    if (changeState(CameraState::stopped, CameraState::connecting)) {
+    if (state.change(CameraState::stopped, CameraState::connecting)) {
       Persistent::setSentrelEnabled(true);
     }
     return;
@@ -96,8 +81,8 @@ void Tracker::enableSentrel(bool on) {
     return;
   }
   ptzRemote->cancel();
-  events.sendIsSentrelingEvent(false);
-  sendStateEvent();
+  state.tellSteering(false);
+  state.tell();
   head.ptzStop();
   Persistent::setSentrelEnabled(false);
 }
@@ -108,18 +93,9 @@ void Tracker::setState(CameraState newState) {
   }
   if (newState == CameraState::stopped) {
     ptzRemote->cancel();
-    events.sendIsSentrelingEvent(false);
+    state.tellSteering(false);
   }
-  sendStateEvent();
-}
-
-// Only from the state that the caller means: tracking may have been switched off meanwhile.
-bool Tracker::changeState(CameraState from, CameraState to) {
-  if (!state.compare_exchange_strong(from, to)) {
-    return false;
-  }
-  sendStateEvent();
-  return true;
+  state.tell();
 }
 
 void Tracker::setSwitchObject(bool on) {
@@ -170,7 +146,7 @@ std::int64_t Tracker::runOneStep() {
   const PtzRemoteTravo::Attempt attempt(*ptzRemote);
   const std::int64_t begin = utils::monotonicTime();
   std::int64_t pause = 0;
-  const CameraState before = state;
+  const CameraState before = state.get();
   switch (before) {
     case CameraState::stopped:
       pause = STOPPED_PAUSE;
@@ -191,7 +167,7 @@ std::int64_t Tracker::runOneStep() {
       syslog(LOG_ERR, "Tracker in a bad state\n");
       return 0;
   }
-  if (wasSwitchedOff(before, state)) {
+  if (wasSwitchedOff(before, state.get())) {
     follower.stop();
   }
   return pause;
@@ -230,11 +206,11 @@ void Tracker::connect() {
   way.choose(number, *ptzRemote, utils::monotonicTime());
   follower.use(way.getFollowing());
   if (way.isHeadKnown()) {
-    changeState(CameraState::connecting, CameraState::running);
+    state.change(CameraState::connecting, CameraState::running);
     return;
   }
   way.startTuning(autotuner);
-  changeState(CameraState::connecting, CameraState::autotuning);
+  state.change(CameraState::connecting, CameraState::autotuning);
 }
 
 void Tracker::autotune() {
@@ -245,7 +221,7 @@ void Tracker::autotune() {
   way.take(finding);
   follower.use(way.getFollowing());
   if (finding.isFinished) {
-    changeState(CameraState::autotuning, CameraState::running);
+    state.change(CameraState::autotuning, CameraState::running);
   }
 }
 
@@ -254,8 +230,8 @@ void Tracker::autotune() {
 // Whether to connect anew is asked while the head rests: the answer may take its time.
 void Tracker::update() {
   follower.step(optics, observations);
-  if (!isActive() && way.isOutdated(utils::monotonicTime())) {
-    changeState(CameraState::running, CameraState::connecting);
+  if (!state.isSteering() && way.isOutdated(utils::monotonicTime())) {
+    state.change(CameraState::running, CameraState::connecting);
   }
 }
 

@@ -1,7 +1,6 @@
 #ifndef TRACKER_TRACKER_H
 #define TRACKER_TRACKER_H
 
-#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -18,7 +17,7 @@
 #include "tracker/head_follower.h"
 #include "tracker/homing.h"
 #include "tracker/observations.h"
-#include "tracker/tracker_events.h"
+#include "tracker/tracker_state.h"
 #include "tracker/way_of_following.h"
 
 // Steers the PTZ head: a thread of its own asks again and again which of the objects that guards
@@ -30,18 +29,14 @@
 //                                               to be identified anew
 //   any -> stopped
 //
-// Thread, states and settings are here; what guards report is in Observations, how the head follows
+// Thread, settings and the steps from state to state are here; which state it is and who is told of
+// it in TrackerState; what guards report is in Observations, how the head follows
 // in HeadFollower, which way that is and what it knows of the head in WayOfFollowing. Guards call
 // track, untrack, addCamera and removeCamera on scene threads; the API calls the setters and
 // enableSentrel on its own. update, connect and autotune belong to the tracker's thread.
-class Tracker : public Thread, private Steering {
+class Tracker : public Thread {
  public:
-  enum class CameraState : std::int32_t {
-    stopped = 0,
-    connecting = 1,
-    autotuning = 2,
-    running = 3
-  };
+  using CameraState = TrackerState::CameraState;
 
   // The one tracker, counted: each getInstance needs a releaseInstance; the last one destroys it,
   // which stops the head and waits for the thread.
@@ -78,10 +73,10 @@ class Tracker : public Thread, private Steering {
 
   // Changes the state for this run only.
   void setState(CameraState newState);
-  CameraState getState() const { return state; }
+  CameraState getState() const { return state.get(); }
 
   // "stopped", "connecting", "autotuning" or "running".
-  std::string getStateString() const;
+  std::string getStateString() const { return state.getString(); }
 
   // Settings; each is stored when it changes.
   bool getSwitchObject() const { return observations.getSwitchObject(); }
@@ -112,28 +107,15 @@ class Tracker : public Thread, private Steering {
   static gpointer run(gpointer self);
   std::int64_t runOneStep();
 
-  void sendStateEvent();
-  bool changeState(CameraState from, CameraState to);
   static bool wasSwitchedOff(CameraState before, CameraState after);
   bool readHead();
-
-  // Steering
-  bool isActive() const override { return events.isSentrelingActive(); }
-  void tell(bool active) override { events.sendIsSentrelingEvent(active); }
-  bool mayGoHome() const override { return state == CameraState::running; }
 
   static Mutex s_instanceMutex ACQUIRED_AFTER(lock_order::GUARD)
       ACQUIRED_BEFORE(lock_order::TRACKER_INSTANCE);
   static std::unique_ptr<Tracker> s_tracker GUARDED_BY(s_instanceMutex);
   static std::int32_t s_referenceCount GUARDED_BY(s_instanceMutex);
 
-  std::atomic<CameraState> state{CameraState::stopped};
-
-  // Orders the state events.
-  Mutex stateEventMutex ACQUIRED_AFTER(lock_order::TRACKER_INSTANCE)
-      ACQUIRED_BEFORE(lock_order::TRACKER);
-  TrackerEvents events;
-
+  TrackerState state;
   Observations observations;
   Homing homing;
 
@@ -142,7 +124,7 @@ class Tracker : public Thread, private Steering {
   std::unique_ptr<PtzRemoteTravo> ptzRemote;
   Regulator regulator;
   WayOfFollowing way{regulator, observations};
-  HeadFollower follower{head, way.getFollowing(), homing, *this};
+  HeadFollower follower{head, way.getFollowing(), homing, state};
   Autotuner autotuner{head, regulator};
   HeadOptics optics;
 };

@@ -5,10 +5,12 @@
 
 #include <deque>
 #include <string>
+#include <variant>
 #include <vector>
 
 #include "base/units.h"
 #include "fakes/fake_clock.h"
+#include "fakes/fake_events.h"
 #include "fakes/fake_ptz_library.h"
 #include "src/tracker/moves.h"
 
@@ -53,27 +55,17 @@ class ScriptedFollowing : public Following {
   int forgotten = 0;
 };
 
-class NotedSteering : public Steering {
- public:
-  bool isActive() const override { return active; }
-  void tell(bool on) override {
-    active = on;
-    told.push_back(on);
-  }
-  bool mayGoHome() const override { return isRunning; }
-
-  bool active = false;
-  bool isRunning = true;
-  std::vector<bool> told;
-};
-
 class HeadFollowerTest : public testing::Test {
  protected:
   HeadFollowerTest() {
     FakePtzLibrary::reset();
+    FakeEvents::reset();
     clock.set(1000 * SECOND);
     homing.setEnabled(true);
+    state.declareEvents();
+    state.exchange(TrackerState::CameraState::running);
   }
+  ~HeadFollowerTest() override { state.undeclareEvents(); }
 
   // One step and what reached the head.
   std::vector<std::string> step() {
@@ -81,6 +73,15 @@ class HeadFollowerTest : public testing::Test {
     follower.step({}, nobody);
     auto calls = FakePtzLibrary::calls();
     return {calls.begin() + static_cast<std::ptrdiff_t>(before), calls.end()};
+  }
+
+  // Whether the head is being steered, as others have been told, one after the other.
+  static std::vector<bool> told() {
+    std::vector<bool> values;
+    for (const FakeEvents::Sent& sent : FakeEvents::sentTo("isSentreling")) {
+      values.push_back(std::get<bool>(sent.keys.at("active").value));
+    }
+    return values;
   }
 
   void pass(std::int64_t microseconds) { clock.set(clock.now() + microseconds); }
@@ -105,15 +106,24 @@ class HeadFollowerTest : public testing::Test {
   NobodyToFollow nobody;
   ScriptedFollowing following;
   Homing homing;
-  NotedSteering steering;
-  HeadFollower follower{head, following, homing, steering};
+  TrackerState state;
+  HeadFollower follower{head, following, homing, state};
 };
 
 TEST_F(HeadFollowerTest, TellsThatItSteersBeforeTheFirstCommand) {
   following.command = HeadCommand{.panValue = 10.0, .tiltValue = -5.0, .zoom = 7};
   EXPECT_THAT(step(), ElementsAre("status", "move"));
-  EXPECT_THAT(steering.told, ElementsAre(true));
+  EXPECT_THAT(told(), ElementsAre(true));
   EXPECT_THAT(FakePtzLibrary::moves(), ElementsAre(IsMove(10.0, 3, -5.0, 3, 7, 3)));
+}
+
+TEST_F(HeadFollowerTest, OthersKnowThatItSteersFromBeforeTheFirstCommandToAfterTheLast) {
+  std::vector<std::size_t> movesWhenTold;
+  FakeEvents::onFree([&movesWhenTold] { movesWhenTold.push_back(FakePtzLibrary::moves().size()); });
+  followFor(2);
+  step();
+  FakeEvents::onFree({});
+  EXPECT_THAT(movesWhenTold, ElementsAre(0, 3));
 }
 
 TEST_F(HeadFollowerTest, StopsOnceWhenThereIsNothingToFollowAnyMore) {
@@ -121,7 +131,7 @@ TEST_F(HeadFollowerTest, StopsOnceWhenThereIsNothingToFollowAnyMore) {
   FakePtzLibrary::clearMoves();
   EXPECT_THAT(step(), ElementsAre("status", "move"));
   EXPECT_THAT(FakePtzLibrary::moves(), ElementsAre(IsMove(0.0, 3, 0.0, 3, 0, 3)));
-  EXPECT_THAT(steering.told, ElementsAre(true, false));
+  EXPECT_THAT(told(), ElementsAre(true, false));
   EXPECT_THAT(step(), ElementsAre("status"));
 }
 
@@ -132,7 +142,7 @@ TEST_F(HeadFollowerTest, AStopThatFailsIsTriedAgain) {
   EXPECT_THAT(step(), ElementsAre("status", "move"));
   EXPECT_THAT(step(), ElementsAre("status", "move"));
   EXPECT_THAT(step(), ElementsAre("status"));
-  EXPECT_THAT(steering.told, ElementsAre(true, false));
+  EXPECT_THAT(told(), ElementsAre(true, false));
 }
 
 TEST_F(HeadFollowerTest, ACommandMakesUpForAStop) {
@@ -159,7 +169,7 @@ TEST_F(HeadFollowerTest, AfterTenFailuresTheHeadIsStoppedAndTheTargetForgotten) 
   loseHeadFor(15);
   EXPECT_THAT(FakePtzLibrary::moves(), ElementsAre(IsStop()));
   EXPECT_EQ(following.forgotten, 1);
-  EXPECT_THAT(steering.told, ElementsAre(true, false));
+  EXPECT_THAT(told(), ElementsAre(true, false));
 }
 
 // ---- What the way of following is told ----
@@ -244,11 +254,11 @@ TEST_F(HeadFollowerTest, AHeadThatIsOwedAStopGoesHomeOnceItHasStopped) {
   EXPECT_THAT(step(), ElementsAre("status", "move", "home"));
 }
 
-TEST_F(HeadFollowerTest, DoesNotGoHomeOnceTrackingIsOff) {
+TEST_F(HeadFollowerTest, DoesNotGoHomeOnceTrackingIsOffEvenIfThatHappensWhileItAsksTheHead) {
   followFor(1);
   step();
-  steering.isRunning = false;
   pass(6 * SECOND);
+  FakePtzLibrary::duringNextStatus([this] { state.exchange(TrackerState::CameraState::stopped); });
   EXPECT_THAT(step(), ElementsAre("status"));
 }
 
@@ -260,7 +270,7 @@ TEST_F(HeadFollowerTest, StoppingForgetsTheTargetAndTellsThatNothingIsSteered) {
   follower.stop();
   EXPECT_THAT(FakePtzLibrary::moves(), ElementsAre(IsStop()));
   EXPECT_EQ(following.forgotten, 1);
-  EXPECT_THAT(steering.told, ElementsAre(true, false));
+  EXPECT_THAT(told(), ElementsAre(true, false));
   EXPECT_THAT(step(), ElementsAre("status"));
 }
 
