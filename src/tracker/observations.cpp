@@ -144,12 +144,17 @@ void Observations::letGo(int camera, int objectId, const void* holder) {
   untrackObject(camera, objectId);
 }
 
-void Observations::withCenter(int camera, const std::function<void()>& action) {
-  const LockGuard lock(mutex);
-  if (insertCenter(camera)) {
-    action();
-    superObjectManager.removeSingleObject(camera - 1, CENTER_OBJECT_ID);
+Observations::Center::Center(Observations& observations, int camera)
+    : observations(observations), camera(camera) {
+  observations.mutex.lock();
+  there = observations.insertCenter(camera);
+}
+
+Observations::Center::~Center() {
+  if (there) {
+    observations.superObjectManager.removeSingleObject(camera - 1, CENTER_OBJECT_ID);
   }
+  observations.mutex.unlock();
 }
 
 bool Observations::insertCenter(int camera) {

@@ -3,7 +3,6 @@
 
 #include <atomic>
 #include <cstdint>
-#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -28,6 +27,8 @@
 // from 1.
 class Observations : public Selection {
  public:
+  class Center;
+
   // Adds a user of a camera. False when its geometry is not known (yet). Asks the device, without
   // the mutex.
   bool addCamera(int camera);
@@ -53,10 +54,6 @@ class Observations : public Selection {
   // Several guards may watch an object: it is forgotten when the last one that holds it lets go.
   void hold(int camera, int objectId, const void* holder);
   void letGo(int camera, int objectId, const void* holder);
-
-  // Runs an action while an object stands in the middle of the camera's picture. Nothing for a
-  // camera that was not added.
-  void withCenter(int camera, const std::function<void()>& action);
 
   void setWidestView(const WidestView& view);
 
@@ -95,6 +92,24 @@ class Observations : public Selection {
 
   // By camera and object.
   std::map<std::pair<int, int>, std::set<const void*>> holders GUARDED_BY(mutex);
+};
+
+// An object in the middle of a camera's picture, for as long as this lives; whoever else asks for
+// or hands over anything waits. None for a camera that was not added. The observations must outlive
+// it.
+class SCOPED_CAPABILITY Observations::Center {
+ public:
+  Center(Observations& observations, int camera) ACQUIRES(observations.mutex);
+  Center(const Center&) = delete;
+  Center& operator=(const Center&) = delete;
+  ~Center() RELEASES();
+
+  bool isThere() const { return there; }
+
+ private:
+  Observations& observations;
+  const int camera;
+  bool there = false;
 };
 
 #endif

@@ -65,7 +65,10 @@ Tracker::~Tracker() {
 }
 
 void Tracker::trackCameraCenter(int camera) {
-  observations.withCenter(camera, [this] { update(); });
+  const Observations::Center center(observations, camera);
+  if (center.isThere()) {
+    update();
+  }
 }
 
 // ---- State and settings ----

@@ -30,10 +30,10 @@
 //   any -> stopped
 //
 // Thread, settings and the steps from state to state are here; which state it is and who is told of
-// it in TrackerState; what guards report is in Observations, how the head follows
-// in HeadFollower, which way that is and what it knows of the head in WayOfFollowing. Guards call
-// track, untrack, addCamera and removeCamera on scene threads; the API calls the setters and
-// enableSentrel on its own. update, connect and autotune belong to the tracker's thread.
+// it in TrackerState; what guards report in Observations, how the head follows in HeadFollower,
+// which way that is and what it knows of the head in WayOfFollowing. Guards call what Observations
+// have on scene threads; the API calls the setters and enableSentrel on its own. update, connect
+// and autotune belong to the tracker's thread.
 class Tracker : public Thread {
  public:
   using CameraState = TrackerState::CameraState;

@@ -12,7 +12,7 @@ class CGI_Pack {
  public:
   CGI_Pack(const DataBoundaries& boundaries, const DefaultValues& defaults);
 
-  // The whole description; of triggers and filters what profile/entry_kinds lists. A piece that
+  // The whole description; of triggers and filters what factory/entry_kinds lists. A piece that
   // cannot be built is left out.
   JsonAutoPtr capabilities() const;
 

@@ -13,7 +13,7 @@
 
 // Reads one profile of the configuration document, checks every value against the limits and builds
 // the profile's guard. The first problem is thrown as a StatusException. What triggers and filters
-// may hold is known to their own files, which profile/entry_kinds lists.
+// may hold is known to their own files, which factory/entry_kinds lists.
 //
 // What was read stays with the factory: guards get copies, so that one profile can build several.
 class GuardFactory : protected ParsedProfile {

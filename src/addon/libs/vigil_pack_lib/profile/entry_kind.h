@@ -10,7 +10,7 @@
 struct ParsedProfile;
 
 // One kind of entry in a profile's "triggers" or "filters", with all that documents say of it. Each
-// stands in the file of what it describes; profile/entry_kinds lists them. The functions keep
+// stands in the file of what it describes; factory/entry_kinds lists them. The functions keep
 // nothing and may be called on any thread.
 struct EntryKind {
   // What stands under "type" in documents.
