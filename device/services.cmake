@@ -22,6 +22,8 @@ sentrel_dbus_code(device_dbus Bus
 # The web server, and the events' way to a broker.
 pkg_check_modules(SOUP REQUIRED IMPORTED_TARGET GLOBAL libsoup-3.0)
 pkg_check_modules(MOSQUITTO REQUIRED IMPORTED_TARGET GLOBAL libmosquitto)
+pkg_check_modules(SSL REQUIRED IMPORTED_TARGET GLOBAL libssl libcrypto)
+pkg_check_modules(SQLITE REQUIRED IMPORTED_TARGET GLOBAL sqlite3)
 
 # The language of ONVIF, which a camera and its clients have in common; knows nothing of the device.
 pkg_check_modules(LIBXML REQUIRED IMPORTED_TARGET GLOBAL libxml-2.0)
@@ -84,6 +86,7 @@ add_library(device_services STATIC
   web_server/application_answer.cpp
   web_server/application_forwarder.cpp
   web_server/application_request.cpp
+  web_server/broker_options.cpp
   web_server/digest_login.cpp
   web_server/event_json.cpp
   web_server/event_stream.cpp
@@ -92,9 +95,11 @@ add_library(device_services STATIC
   web_server/live_json.cpp
   web_server/mqtt_publisher.cpp
   web_server/nonce_book.cpp
+  web_server/option_values.cpp
   web_server/origin_check.cpp
   web_server/soup_message.cpp
   web_server/static_files.cpp
+  web_server/tls_files.cpp
   web_server/web_connections.cpp
   web_server/web_interface.cpp
   web_server/web_listener.cpp
@@ -110,7 +115,8 @@ target_link_libraries(device_services PUBLIC device_core device_offers device_on
                                              PkgConfig::SOUP
                                              PkgConfig::JANSSON PkgConfig::GST_RTSP
                                       PRIVATE sentrel_options device_dbus ovhttp_wire
-                                              PkgConfig::MOSQUITTO Threads::Threads)
+                                              PkgConfig::MOSQUITTO PkgConfig::SSL PkgConfig::SQLITE
+                                              Threads::Threads)
 
 add_executable(virtual_device main.cpp)
 target_link_libraries(virtual_device PRIVATE sentrel_options device_services)

@@ -33,7 +33,7 @@ struct Raw {
   OptionText user;
   OptionText passwordFile;
   OptionText web;
-  OptionText mqtt;
+  RawBrokerOptions broker;
   OptionText onvif;
   OptionText onvifListen;
   OptionText onvifUser;
@@ -50,7 +50,7 @@ std::string choicesOf(const std::vector<std::string>& names) {
 
 void parse(const std::vector<std::string>& arguments, Raw* raw) {
   const std::string sceneChoices = choicesOf(sceneNames());
-  const std::vector<GOptionEntry> entries = {
+  std::vector<GOptionEntry> entries = {
       {"model", 0, 0, G_OPTION_ARG_STRING, raw->model.out(), "Model by name, or its file", "NAME"},
       {"models", 0, 0, G_OPTION_ARG_FILENAME, raw->models.out(), "Folder of the models", "DIR"},
       {"tracks", 0, 0, G_OPTION_ARG_FILENAME, raw->tracks.out(), "Recording of people to play",
@@ -85,8 +85,6 @@ void parse(const std::vector<std::string>& arguments, Raw* raw) {
       {"password-file", 0, 0, G_OPTION_ARG_FILENAME, raw->passwordFile.out(),
        "File whose first line is the user's password", "FILE"},
       {"web", 0, 0, G_OPTION_ARG_FILENAME, raw->web.out(), "Folder of the page", "DIR"},
-      {"mqtt", 0, 0, G_OPTION_ARG_STRING, raw->mqtt.out(), "Broker to which events are published",
-       "HOST[:PORT]"},
       {"onvif", 0, 0, G_OPTION_ARG_STRING, raw->onvif.out(),
        "Be an ONVIF camera, too, at this port (0: any free one)", "N"},
       {"onvif-listen", 0, 0, G_OPTION_ARG_STRING, raw->onvifListen.out(),
@@ -96,6 +94,8 @@ void parse(const std::vector<std::string>& arguments, Raw* raw) {
       {"onvif-password-file", 0, 0, G_OPTION_ARG_FILENAME, raw->onvifPasswordFile.out(),
        "File whose first line is that user's password", "FILE"},
       {nullptr, 0, 0, G_OPTION_ARG_NONE, nullptr, nullptr, nullptr}};
+  const std::vector<GOptionEntry> broker = raw->broker.entries();
+  entries.insert(entries.end() - 1, broker.begin(), broker.end());
 
   readOptions("A camera with its PTZ head and the people in front of it.", entries, arguments);
 }
@@ -129,12 +129,13 @@ void check(const Raw& raw) {
 }
 
 WebOptions webOptionsOf(const Raw& raw) try {
-  return readWebOptions({.address = raw.listen.get(),
+  WebOptions options = readWebOptions({.address = raw.listen.get(),
                          .port = raw.port.get(),
                          .user = raw.user.get(),
                          .passwordFile = raw.passwordFile.get(),
-                         .folder = raw.web.get() != nullptr ? raw.web.get() : DEVICE_WEB,
-                         .broker = raw.mqtt.get()});
+                         .folder = raw.web.get() != nullptr ? raw.web.get() : DEVICE_WEB});
+  options.broker = readBrokerOptions(raw.broker);
+  return options;
 } catch (const WebOptionError& error) {
   throw OptionError(error.what());
 }

@@ -2,6 +2,7 @@
 
 #include <mosquitto.h>
 
+#include <functional>
 #include <memory>
 #include <utility>
 
@@ -12,8 +13,9 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr int ONCE = 1;  // QoS: at least once, for what is retained
-constexpr int KEEP_ALIVE =
-    15;  // seconds; the broker takes a silent device for gone after 1.5 times
+// Seconds. The broker takes a silent device for gone after 1.5 times, the device a silent broker
+// after twice; the library takes no less.
+constexpr int KEEP_ALIVE = 5;
 constexpr int LOOP_MS = 100;
 constexpr std::chrono::seconds FAREWELL(1);
 constexpr char ONLINE[] = "online";
@@ -37,6 +39,16 @@ int send(mosquitto* client, const std::string& topic, const std::string& payload
   return id;
 }
 
+// Always the same for one site: a broker that hung and comes back then ends the old connection, and
+// its last will, before it takes the new one.
+std::string clientId(const std::string& site) {
+  return "sentrelvideo_" + site;
+}
+
+std::string nameOf(const BrokerAddress& host) {
+  return "MQTT broker " + host.host + " port " + std::to_string(host.port);
+}
+
 }  // namespace
 
 // One connection; each has a client of its own, so that nothing of an earlier one is sent after the
@@ -46,8 +58,10 @@ struct MqttPublisher::Connection {
   bool answered = false;
   int refusal = 0;
   int lastAcknowledged = 0;
+  std::string fault;  // what the library told last; it knows more than its results
 
-  Connection() : client(mosquitto_new(nullptr, true, this)) {
+  explicit Connection(const std::string& site)
+      : client(mosquitto_new(site.empty() ? nullptr : clientId(site).c_str(), true, this)) {
     if (!client) {
       return;
     }
@@ -60,14 +74,41 @@ struct MqttPublisher::Connection {
     mosquitto_publish_callback_set(client.get(), [](mosquitto*, void* data, int id) {
       static_cast<Connection*>(data)->lastAcknowledged = id;
     });
+    mosquitto_log_callback_set(client.get(),
+                               [](mosquitto*, void* data, int level, const char* text) {
+                                 if (level == MOSQ_LOG_ERR) {
+                                   static_cast<Connection*>(data)->fault = text;
+                                 }
+                               });
   }
   Connection(const Connection&) = delete;
   Connection& operator=(const Connection&) = delete;
+
+  int introduce(const Settings& settings) {
+    int result = MOSQ_ERR_SUCCESS;
+    if (settings.login) {
+      result = mosquitto_username_pw_set(client.get(), settings.login->user.c_str(),
+                                         settings.login->password.c_str());
+    }
+    if (result == MOSQ_ERR_SUCCESS && settings.tls) {
+      const auto given = [](const std::string& file) {
+        return file.empty() ? nullptr : file.c_str();
+      };
+      // Nobody is there to be asked for a key's passphrase.
+      result = mosquitto_tls_set(client.get(), settings.tls->ca.c_str(), nullptr,
+                                 given(settings.tls->certificate), given(settings.tls->key),
+                                 [](char*, int, int, void*) { return 0; });
+    }
+    return result;
+  }
+
+  std::string faultOf(int result) const {
+    return fault.empty() ? mosquitto_strerror(result) : fault;
+  }
 };
 
-MqttPublisher::MqttPublisher(BrokerAddress broker, std::chrono::milliseconds reconnect,
-                             std::chrono::milliseconds patience)
-    : broker(std::move(broker)), reconnect(reconnect), patience(patience) {
+MqttPublisher::MqttPublisher(Settings given)
+    : settings(std::move(given)), availability(topicPrefix(settings.site) + AVAILABILITY) {
   useLibrary();
   thread = std::thread(&MqttPublisher::run, this);
 }
@@ -113,55 +154,66 @@ std::vector<std::string> MqttPublisher::takeNews() {
   return std::exchange(news, {});
 }
 
+// Many devices have the same list: each site begins elsewhere in it, and always there.
 void MqttPublisher::run() {
+  const std::size_t count = settings.hosts.size();
+  std::size_t next = settings.site.empty() ? 0 : std::hash<std::string>()(settings.site) % count;
   while (!isStopping()) {
-    connectOnce();
+    connectOnce(settings.hosts[next]);
+    next = (next + 1) % count;
     pause();
   }
 }
 
 void MqttPublisher::pause() {
-  const Clock::time_point end = Clock::now() + reconnect;
+  std::uniform_real_distribution<double> share(0.5, 1.5);
+  const auto time =
+      std::chrono::duration_cast<std::chrono::milliseconds>(settings.reconnect * share(chance));
+  const Clock::time_point end = Clock::now() + time;
   const LockGuard lock(mutex);
   for (auto now = Clock::now(); !stopping && now < end; now = Clock::now()) {
     changed.waitFor(mutex, std::chrono::ceil<std::chrono::milliseconds>(end - now));
   }
 }
 
-void MqttPublisher::connectOnce() {
-  Connection connection;
+void MqttPublisher::connectOnce(const BrokerAddress& host) {
+  Connection connection(settings.site);
   if (!connection.client) {
-    return tell("no memory");
+    return tell(host, "no memory");
   }
-  mosquitto_will_set(connection.client.get(), AVAILABILITY, sizeof(OFFLINE) - 1, OFFLINE, ONCE,
-                     true);
-  const int result = mosquitto_connect_async(connection.client.get(), broker.host.c_str(),
-                                             broker.port, KEEP_ALIVE);
+  mosquitto_will_set(connection.client.get(), availability.c_str(), sizeof(OFFLINE) - 1, OFFLINE,
+                     ONCE, true);
+  int result = connection.introduce(settings);
+  if (result == MOSQ_ERR_SUCCESS) {
+    result =
+        mosquitto_connect_async(connection.client.get(), host.host.c_str(), host.port, KEEP_ALIVE);
+  }
   if (result != MOSQ_ERR_SUCCESS) {
-    return tell(mosquitto_strerror(result));
+    return tell(host, connection.faultOf(result));
   }
-  serve(&connection);
+  serve(&connection, host);
   const LockGuard lock(mutex);
   connected = nullptr;
 }
 
-void MqttPublisher::serve(Connection* connection) {
-  const Clock::time_point deadline = Clock::now() + patience;
+void MqttPublisher::serve(Connection* connection, const BrokerAddress& host) {
+  const Clock::time_point deadline = Clock::now() + settings.patience;
   bool announced = false;
   while (!isStopping()) {
     const int result = mosquitto_loop(connection->client.get(), LOOP_MS, 1);
     if (connection->refusal != 0) {
-      return tell(mosquitto_connack_string(connection->refusal));
+      return tell(host, mosquitto_connack_string(connection->refusal));
     }
     if (result != MOSQ_ERR_SUCCESS) {
-      return tell(mosquitto_strerror(result));
+      return tell(host, connection->faultOf(result));
     }
     if (!announced && connection->answered) {
+      tellConnected(host);
       announce(connection);
       announced = true;
     }
     if (!announced && Clock::now() > deadline) {
-      return tell("no answer");
+      return tell(host, "no answer");
     }
   }
   if (announced) {
@@ -171,7 +223,6 @@ void MqttPublisher::serve(Connection* connection) {
 
 // From here on every change is sent as it comes; the lock keeps the order.
 void MqttPublisher::announce(Connection* connection) {
-  tell("connected");
   const LockGuard lock(mutex);
   mosquitto* client = connection->client.get();
   for (const std::string& topic : cleared) {
@@ -180,7 +231,7 @@ void MqttPublisher::announce(Connection* connection) {
   for (const auto& [topic, payload] : retained) {
     send(client, topic, payload, ONCE, true);
   }
-  send(client, AVAILABILITY, ONLINE, ONCE, true);
+  send(client, availability, ONLINE, ONCE, true);
   connected = client;
 }
 
@@ -194,7 +245,7 @@ void MqttPublisher::leave(Connection* connection) {
     for (const auto& [topic, payload] : retained) {
       send(client, topic, "", ONCE, true);
     }
-    last = send(client, AVAILABILITY, OFFLINE, ONCE, true);
+    last = send(client, availability, OFFLINE, ONCE, true);
   }
   const Clock::time_point deadline = Clock::now() + FAREWELL;
   while (connection->lastAcknowledged != last && Clock::now() < deadline &&
@@ -210,15 +261,18 @@ bool MqttPublisher::isStopping() {
 }
 
 // The same again and again, as while a broker is away, is told once.
-void MqttPublisher::tell(const std::string& what) {
-  const std::string text =
-      "MQTT broker " + broker.host + " port " + std::to_string(broker.port) + ": " + what;
+void MqttPublisher::tell(const BrokerAddress& host, const std::string& what) {
+  const std::string name = nameOf(host);
   const LockGuard lock(mutex);
-  if (text == lastNews) {
-    return;
+  if (std::exchange(lastNews[name], what) != what) {
+    news.push_back(name + ": " + what);
   }
-  lastNews = text;
-  news.push_back(text);
+}
+
+void MqttPublisher::tellConnected(const BrokerAddress& host) {
+  const LockGuard lock(mutex);
+  lastNews.clear();
+  news.push_back(nameOf(host) + ": connected");
 }
 
 }  // namespace device

@@ -3,13 +3,15 @@
 
 #include <chrono>
 #include <map>
+#include <optional>
+#include <random>
 #include <set>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "base/mutex.h"
-#include "web_server/web_options.h"
+#include "web_server/broker_options.h"
 
 struct mosquitto;
 
@@ -21,16 +23,27 @@ namespace device {
 // present state whatever it lost. Messages that are not retained are for those who listen now;
 // without a connection they are dropped.
 //
-// AVAILABILITY tells whether the device is there: "online", and by the broker's own hand "offline"
-// once the connection is lost. All functions may be called from any thread and return at once.
+// AVAILABILITY, below the site, tells whether the device is there: "online", and by the broker's
+// own hand "offline" once the connection is lost. All functions may be called from any thread and
+// return at once.
 class MqttPublisher {
  public:
   static constexpr char AVAILABILITY[] = "SentrelVideo/device";
 
-  // reconnect: pause between two tries; patience: for a broker's answer to a new connection.
-  explicit MqttPublisher(BrokerAddress broker,
-                         std::chrono::milliseconds reconnect = std::chrono::seconds(2),
-                         std::chrono::milliseconds patience = std::chrono::seconds(10));
+  struct Settings {
+    BrokerHosts hosts = {};  // at least one; the next one with each try, all devices alike
+    std::string site =
+        {};  // the client's name is its; without: another random one for each connection
+    std::optional<BrokerLogin> login = {};
+    std::optional<BrokerTls> tls = {};
+    // Mean pause between two tries; half of it to one and a half, by chance, so that many devices
+    // do not come all at once.
+    std::chrono::milliseconds reconnect = std::chrono::seconds(2);
+    // For a broker's answer to a new connection.
+    std::chrono::milliseconds patience = std::chrono::seconds(10);
+  };
+
+  explicit MqttPublisher(Settings settings);
   MqttPublisher(const MqttPublisher&) = delete;
   MqttPublisher& operator=(const MqttPublisher&) = delete;
 
@@ -49,17 +62,18 @@ class MqttPublisher {
   struct Connection;
 
   void run();
-  void connectOnce();
-  void serve(Connection* connection);
+  void connectOnce(const BrokerAddress& host);
+  void serve(Connection* connection, const BrokerAddress& host);
   void announce(Connection* connection) EXCLUDES(mutex);
   void leave(Connection* connection) EXCLUDES(mutex);
   bool isStopping() EXCLUDES(mutex);
   void pause() EXCLUDES(mutex);
-  void tell(const std::string& what) EXCLUDES(mutex);
+  void tell(const BrokerAddress& host, const std::string& what) EXCLUDES(mutex);
+  void tellConnected(const BrokerAddress& host) EXCLUDES(mutex);
 
-  const BrokerAddress broker;
-  const std::chrono::milliseconds reconnect;
-  const std::chrono::milliseconds patience;
+  const Settings settings;
+  const std::string availability;
+  std::minstd_rand chance{std::random_device()()};  // the thread's
 
   Mutex mutex;
   Condition changed;
@@ -72,7 +86,8 @@ class MqttPublisher {
   // may have been dead already when they were.
   std::set<std::string> cleared GUARDED_BY(mutex);
   std::vector<std::string> news GUARDED_BY(mutex);
-  std::string lastNews GUARDED_BY(mutex);
+  // By host, since the last connection.
+  std::map<std::string, std::string> lastNews GUARDED_BY(mutex);
 
   std::thread thread;
 };

@@ -14,6 +14,15 @@ bool isOfApplication(const Event& event) {
   return !EventService::isOfDevice(event);
 }
 
+std::vector<std::unique_ptr<MqttPublisher>> makePublishers(const BrokerOptions& options) {
+  std::vector<std::unique_ptr<MqttPublisher>> publishers;
+  for (const BrokerHosts& hosts : options.brokers) {
+    publishers.push_back(std::make_unique<MqttPublisher>(MqttPublisher::Settings{
+        .hosts = hosts, .site = options.site, .login = options.login, .tls = options.tls}));
+  }
+  return publishers;
+}
+
 }  // namespace
 
 WebInterface::WebInterface(const WebOptions& options, const std::string& application,
@@ -22,7 +31,8 @@ WebInterface::WebInterface(const WebOptions& options, const std::string& applica
       server(options, application, limits),
       events(server.addStream("/events", [this] { return presentEvents(); })),
       live(server.addStream("/live", [this] { return liveOpening(); })),
-      publisher(options.broker ? std::make_unique<MqttPublisher>(*options.broker) : nullptr),
+      prefix(topicPrefix(options.broker.site)),
+      publishers(makePublishers(options.broker)),
       liveTimer(LIVE_PERIOD, [this] { sendLive(); }),
       newsTimer(NEWS_PERIOD, [this] { tellNews(); }),
       scoreTimer(SCORE_PERIOD, [this] {
@@ -87,13 +97,12 @@ void WebInterface::event(const Event& sent) {
   const std::string message = streamMessage("event", json);
   events.send(message);
   live.send(message);
-  if (!publisher) {
-    return;
-  }
-  if (event.stateless) {
-    publisher->publish(brokerTopic(event), json);
-  } else {
-    publisher->retain(brokerTopic(event), json);
+  for (const auto& publisher : publishers) {
+    if (event.stateless) {
+      publisher->publish(topicOf(event), json);
+    } else {
+      publisher->retain(topicOf(event), json);
+    }
   }
 }
 
@@ -101,20 +110,24 @@ void WebInterface::undeclared(const Event& event) {
   const std::string message = streamMessage("undeclared", undeclaredJson(event));
   events.send(message);
   live.send(message);
-  if (!publisher || event.stateless) {
+  const std::string topic = topicOf(event);
+  if (event.stateless || isDeclared(topic)) {
     return;
   }
-  const std::string topic = brokerTopic(event);
-  if (!isDeclared(topic)) {
+  for (const auto& publisher : publishers) {
     publisher->clear(topic);
   }
+}
+
+std::string WebInterface::topicOf(const Event& event) const {
+  return prefix + brokerTopic(event);
 }
 
 // Another event may have the topics of one that has gone.
 bool WebInterface::isDeclared(const std::string& topic) const {
   return std::ranges::any_of(sources.events.getTable().getEvents(), [&](const auto& item) {
     const Event& event = item.second;
-    return isOfApplication(event) && !event.stateless && brokerTopic(event) == topic;
+    return isOfApplication(event) && !event.stateless && topicOf(event) == topic;
   });
 }
 
@@ -158,11 +171,10 @@ std::string WebInterface::scoreMessage() const {
 }
 
 void WebInterface::tellNews() {
-  if (!publisher) {
-    return;
-  }
-  for (const std::string& news : publisher->takeNews()) {
-    sources.announce(news);
+  for (const auto& publisher : publishers) {
+    for (const std::string& news : publisher->takeNews()) {
+      sources.announce(news);
+    }
   }
 }
 

@@ -6,6 +6,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "base/units.h"
 #include "model/model.h"
@@ -72,6 +73,7 @@ class WebInterface {
   void event(const Event& sent);
   void undeclared(const Event& event);
   bool isDeclared(const std::string& topic) const;
+  std::string topicOf(const Event& event) const;
   std::string presentEvents() const;
   std::string liveOpening() const;
   void sendLive();
@@ -84,7 +86,8 @@ class WebInterface {
   WebServer server;
   EventStream& events;
   EventStream& live;
-  std::unique_ptr<MqttPublisher> publisher;
+  const std::string prefix;  // of topics at a broker
+  std::vector<std::unique_ptr<MqttPublisher>> publishers;
   PeriodicTimer liveTimer;
   PeriodicTimer newsTimer;
   PeriodicTimer scoreTimer;

@@ -1,20 +1,12 @@
 #include "web_server/web_options.h"
 
 #include <cstring>
-#include <fstream>
-#include <limits>
-#include <string_view>
 
 #include "base/glib_ptr.h"
-#include "base/text.h"
 
 namespace device {
 
 namespace {
-
-std::optional<std::uint16_t> readPort(std::string_view text) {
-  return text::toNumber<std::uint16_t>(text);
-}
 
 std::string readAddress(const char* text) {
   if (std::strcmp(text, "localhost") == 0) {
@@ -26,21 +18,6 @@ std::string readAddress(const char* text) {
   }
   const GTextPtr normal(g_inet_address_to_string(address.get()));
   return normal.get();
-}
-
-std::string readPassword(const std::string& path) {
-  std::ifstream file(path);
-  std::string password;
-  if (!file || !std::getline(file, password)) {
-    throw WebOptionError("--password-file: cannot read a password from " + path);
-  }
-  if (password.ends_with('\r')) {
-    password.pop_back();
-  }
-  if (password.empty()) {
-    throw WebOptionError("--password-file: the first line of " + path + " is empty");
-  }
-  return password;
 }
 
 std::optional<WebUser> readUser(const RawWebOptions& raw) {
@@ -57,33 +34,7 @@ std::optional<WebUser> readUser(const RawWebOptions& raw) {
   if (name.empty() || name.find_first_of(":\"\\") != std::string::npos) {
     throw WebOptionError("--user is a name without colon, quote and backslash");
   }
-  return WebUser{name, readPassword(raw.passwordFile)};
-}
-
-// HOST, HOST:PORT, [ADDRESS]:PORT; an address with several colons and no brackets has no port.
-BrokerAddress readBroker(const std::string& text) {
-  BrokerAddress broker;
-  std::string_view rest = text;
-  if (rest.starts_with('[')) {
-    const std::size_t end = rest.find(']');
-    if (end != std::string_view::npos) {
-      broker.host = rest.substr(1, end - 1);
-      rest.remove_prefix(end + 1);
-    }
-  } else {
-    const std::size_t colon = rest.find(':');
-    const bool single = colon != std::string_view::npos && rest.rfind(':') == colon;
-    broker.host = rest.substr(0, single ? colon : rest.size());
-    rest.remove_prefix(broker.host.size());
-  }
-  const std::optional<std::uint16_t> port =
-      rest.empty() ? std::uint16_t{1883}
-                   : (rest.starts_with(':') ? readPort(rest.substr(1)) : std::nullopt);
-  if (broker.host.empty() || !port || *port == 0) {
-    throw WebOptionError("--mqtt is HOST or HOST:PORT, not " + text);
-  }
-  broker.port = *port;
-  return broker;
+  return WebUser{name, readPassword("--password-file", raw.passwordFile)};
 }
 
 }  // namespace
@@ -106,9 +57,6 @@ WebOptions readWebOptions(const RawWebOptions& raw) {
   }
   if (raw.folder != nullptr) {
     options.folder = raw.folder;
-  }
-  if (raw.broker != nullptr) {
-    options.broker = readBroker(raw.broker);
   }
   return options;
 }

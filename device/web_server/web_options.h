@@ -4,8 +4,10 @@
 #include <cstdint>
 #include <filesystem>
 #include <optional>
-#include <stdexcept>
 #include <string>
+
+#include "web_server/broker_options.h"
+#include "web_server/option_values.h"
 
 namespace device {
 
@@ -15,25 +17,13 @@ struct WebUser {
   std::string password;
 };
 
-// Where a broker is.
-struct BrokerAddress {
-  std::string host;
-  int port = 1883;
-};
-
 // How the device is reached over the network.
 struct WebOptions {
-  std::string address = "127.0.0.1";    // to listen on
-  std::optional<std::uint16_t> port;    // 0: any free one; without: the usual one, else a free one
-  std::optional<WebUser> user;          // without: everybody, from this machine only
-  std::filesystem::path folder;         // of the page
-  std::optional<BrokerAddress> broker;  // to which the events are published
-};
-
-// Options that cannot be used; what() is for the user.
-class WebOptionError : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
+  std::string address = "127.0.0.1";  // to listen on
+  std::optional<std::uint16_t> port;  // 0: any free one; without: the usual one, else a free one
+  std::optional<WebUser> user;        // without: everybody, from this machine only
+  std::filesystem::path folder;       // of the page
+  BrokerOptions broker;               // to whom the events are published
 };
 
 // What stands on the command line; null for what does not.
@@ -43,7 +33,6 @@ struct RawWebOptions {
   const char* user = nullptr;
   const char* passwordFile = nullptr;
   const char* folder = nullptr;
-  const char* broker = nullptr;
 };
 
 // Checks the options and reads the password, the first line of its file. Throws WebOptionError.

@@ -2,6 +2,7 @@
 #define DEVICE_WEB_BROKER_H
 
 #include <arpa/inet.h>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <mosquitto.h>
 #include <netinet/in.h>
@@ -122,9 +123,12 @@ class ReservedPort {
 // A real broker on a port of its own; it keeps what is retained over a restart.
 class Broker {
  public:
-  explicit Broker(bool keeps = true) {
+  // settings: more lines for its file.
+  explicit Broker(bool keeps = true, const std::string& settings = "") {
     std::ofstream file(folder / "conf");
-    file << "listener " << getPort() << " 127.0.0.1\nallow_anonymous true\nlog_dest none\n";
+    file << "listener " << getPort() << " 127.0.0.1\nallow_anonymous true\n"
+         << "log_dest file " << (folder / "log") << "\nlog_type all\n"
+         << settings;
     if (geteuid() == 0) {
       file << "user root\n";
     }
@@ -144,7 +148,13 @@ class Broker {
     std::string option = "-c";
     std::string file = folder / "conf";
     char* const arguments[] = {program.data(), option.data(), file.data(), nullptr};
-    ASSERT_EQ(0, posix_spawn(&pid, BROKER_PROGRAM, nullptr, nullptr, arguments, environ));
+    // It warns of root before it has read where to log.
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+    const int result = posix_spawn(&pid, BROKER_PROGRAM, &actions, nullptr, arguments, environ);
+    posix_spawn_file_actions_destroy(&actions);
+    ASSERT_EQ(0, result);
     const Subscriber served(getPort());
   }
 
@@ -153,11 +163,16 @@ class Broker {
       return;
     }
     kill(pid, signal);
+    kill(pid, SIGCONT);
     waitpid(pid, nullptr, 0);
     pid = 0;
   }
 
+  // Of a broker that is to hang.
+  void send(int signal) const { kill(pid, signal); }
+
   int getPort() const { return port.getNumber(); }
+  std::string getLog() const { return readText(folder / "log"); }
 
  private:
   TemporaryFolder folder;

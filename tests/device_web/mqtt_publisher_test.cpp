@@ -3,11 +3,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "base/file_descriptor.h"
 #include "broker.h"
+#include "certificates.h"
 
 namespace device {
 namespace {
@@ -29,8 +32,30 @@ class MqttPublisherTest : public testing::Test {
         << "the broker is not installed (package mosquitto, see script/bootstrap)";
   }
 
+  static MqttPublisher::Settings settingsFor(std::vector<int> ports) {
+    MqttPublisher::Settings settings{.reconnect = Milliseconds(20)};
+    for (const int port : ports) {
+      settings.hosts.push_back({"127.0.0.1", port});
+    }
+    return settings;
+  }
+
   static std::unique_ptr<MqttPublisher> publisherFor(int port) {
-    return std::make_unique<MqttPublisher>(BrokerAddress{"127.0.0.1", port}, Milliseconds(20));
+    return std::make_unique<MqttPublisher>(settingsFor({port}));
+  }
+
+  // Waits for news with this in it.
+  static bool tells(MqttPublisher& publisher, const std::string& text) {
+    const auto deadline = std::chrono::steady_clock::now() + BROKER_PATIENCE;
+    while (std::chrono::steady_clock::now() < deadline) {
+      for (const std::string& news : publisher.takeNews()) {
+        if (news.find(text) != std::string::npos) {
+          return true;
+        }
+      }
+      usleep(1000);  // between two looks
+    }
+    return false;
   }
 
   // What a subscriber who comes now is told.
@@ -190,8 +215,9 @@ TEST_F(MqttPublisherTest, BrokerThatNeverAnswersHoldsUpNobody) {
   ASSERT_EQ(0, bind(listener.get(), reinterpret_cast<sockaddr*>(&address), size));
   ASSERT_EQ(0, listen(listener.get(), 4));
   ASSERT_EQ(0, getsockname(listener.get(), reinterpret_cast<sockaddr*>(&address), &size));
-  auto publisher = std::make_unique<MqttPublisher>(
-      BrokerAddress{"127.0.0.1", ntohs(address.sin_port)}, Milliseconds(1), Milliseconds(50));
+  MqttPublisher::Settings settings = settingsFor({ntohs(address.sin_port)});
+  settings.patience = Milliseconds(50);
+  auto publisher = std::make_unique<MqttPublisher>(settings);
   // It gives up and comes again.
   for (int i = 0; i < 2; ++i) {
     const FileDescriptor client(accept(listener.get(), nullptr, nullptr));
@@ -199,6 +225,164 @@ TEST_F(MqttPublisherTest, BrokerThatNeverAnswersHoldsUpNobody) {
     publisher->retain("a", "1");
   }
   publisher.reset();
+}
+
+TEST_F(MqttPublisherTest, SiteTellsItsAvailabilityUnderItsName) {
+  const Broker broker;
+  Subscriber subscriber(broker.getPort());
+  MqttPublisher::Settings settings = settingsFor({broker.getPort()});
+  settings.site = "north-1";
+  auto publisher = std::make_unique<MqttPublisher>(settings);
+  EXPECT_TRUE(subscriber.sees("sites/north-1/SentrelVideo/device", "online"));
+  publisher.reset();
+  EXPECT_TRUE(subscriber.sees("sites/north-1/SentrelVideo/device", "offline"));
+  for (const BrokerMessage& message : subscriber.messages) {
+    EXPECT_THAT(message.topic, testing::StartsWith("sites/north-1/"));
+  }
+}
+
+TEST_F(MqttPublisherTest, LastWillOfASiteIsUnderItsName) {
+  const Broker broker;
+  const pid_t device = fork();
+  if (device == 0) {
+    MqttPublisher::Settings settings = settingsFor({broker.getPort()});
+    settings.site = "north-1";
+    const MqttPublisher publisher(settings);
+    for (;;) {
+      pause();
+    }
+  }
+  Subscriber subscriber(broker.getPort());
+  EXPECT_TRUE(subscriber.sees("sites/north-1/SentrelVideo/device", "online"));
+  kill(device, SIGKILL);
+  waitpid(device, nullptr, 0);
+  EXPECT_TRUE(subscriber.sees("sites/north-1/SentrelVideo/device", "offline"));
+}
+
+// The broker's log has "as ID (p2, c1, k5)": protocol, clean session, keep-alive.
+TEST_F(MqttPublisherTest, SiteHasOneClientIdAndAKeepAliveOfFiveSeconds) {
+  Broker broker;
+  MqttPublisher::Settings settings = settingsFor({broker.getPort()});
+  settings.site = "north-1";
+  {
+    MqttPublisher publisher(settings);
+    EXPECT_TRUE(tells(publisher, "connected"));
+  }
+  EXPECT_THAT(broker.getLog(), HasSubstr(" as sentrelvideo_north-1 (p2, c1, k5)"));
+}
+
+TEST_F(MqttPublisherTest, WithoutASiteTheClientHasNoNameOfItsOwn) {
+  Broker broker;
+  {
+    const auto publisher = publisherFor(broker.getPort());
+    EXPECT_TRUE(tells(*publisher, "connected"));
+  }
+  EXPECT_THAT(broker.getLog(), Not(HasSubstr("sentrelvideo_")));
+}
+
+TEST_F(MqttPublisherTest, HostsAreTriedInTurn) {
+  const ReservedPort nobodys;
+  Broker first;
+  Broker second;
+  second.stop();
+  MqttPublisher publisher(settingsFor({nobodys.getNumber(), first.getPort(), second.getPort()}));
+  publisher.retain("a", "1");
+  {
+    Subscriber subscriber(first.getPort());
+    ASSERT_TRUE(subscriber.sees("a", "1"));
+  }
+  first.stop(SIGKILL);
+  second.start();
+  Subscriber subscriber(second.getPort());
+  EXPECT_TRUE(subscriber.sees("a", "1"));
+  EXPECT_TRUE(subscriber.sees(AVAILABILITY, "online"));
+}
+
+TEST_F(MqttPublisherTest, HostThatHangsIsLeftForTheNextOne) {
+  const Broker hanging;
+  const Broker other;
+  MqttPublisher publisher(settingsFor({hanging.getPort(), other.getPort()}));
+  ASSERT_TRUE(tells(publisher, "port " + std::to_string(hanging.getPort()) + ": connected"));
+  hanging.send(SIGSTOP);
+  publisher.retain("a", "1");
+  Subscriber subscriber(other.getPort());
+  EXPECT_TRUE(subscriber.sees("a", "1"));
+}
+
+TEST_F(MqttPublisherTest, EachHostThatIsAwayIsToldOfOnce) {
+  const ReservedPort first;
+  const ReservedPort second;
+  MqttPublisher::Settings settings = settingsFor({first.getNumber(), second.getNumber()});
+  settings.reconnect = Milliseconds(1);
+  MqttPublisher publisher(settings);
+  Broker broker;  // takes its time to start: many tries
+  EXPECT_EQ(2u, publisher.takeNews().size());
+  EXPECT_EQ(0u, publisher.takeNews().size());
+}
+
+TEST_F(MqttPublisherTest, BrokerAsksForUserAndPassword) {
+  const TemporaryFolder folder;
+  ASSERT_EQ(
+      0, std::system(
+             ("mosquitto_passwd -b -c " + folder.path("passwords") + " north 'the word'").c_str()));
+  const Broker broker(true, "password_file " + folder.path("passwords") + "\n");
+  MqttPublisher::Settings settings = settingsFor({broker.getPort()});
+  settings.login = BrokerLogin{"north", "another"};
+  {
+    MqttPublisher publisher(settings);
+    EXPECT_TRUE(tells(publisher, "not authorised"));
+  }
+  settings.login->password = "the word";
+  MqttPublisher publisher(settings);
+  EXPECT_TRUE(tells(publisher, "connected"));
+}
+
+class MqttTlsTest : public MqttPublisherTest {
+ protected:
+  void SetUp() override {
+    MqttPublisherTest::SetUp();
+    certificates.make("ca", "broker");
+    certificates.make("ca", "device");
+    certificates.make("other", "foreign");
+    const std::string port = std::to_string(tlsPort.getNumber());
+    broker.emplace(true, "listener " + port + " 127.0.0.1\ncafile " + certificates.file("ca.crt") +
+                             "\ncertfile " + certificates.file("broker.crt") + "\nkeyfile " +
+                             certificates.file("broker.key") + "\nrequire_certificate true\n");
+  }
+
+  MqttPublisher::Settings settingsOf(const std::string& ca, const std::string& name) const {
+    MqttPublisher::Settings settings = settingsFor({tlsPort.getNumber()});
+    settings.tls = BrokerTls{.ca = certificates.file(ca + ".crt"), .certificate = "", .key = ""};
+    if (!name.empty()) {
+      settings.tls->certificate = certificates.file(name + ".crt");
+      settings.tls->key = certificates.file(name + ".key");
+    }
+    return settings;
+  }
+
+  Certificates certificates;
+  ReservedPort tlsPort;
+  std::optional<Broker> broker;
+};
+
+TEST_F(MqttTlsTest, DeviceAndBrokerKnowEachOther) {
+  Subscriber subscriber(broker->getPort());
+  const MqttPublisher publisher(settingsOf("ca", "device"));
+  EXPECT_TRUE(subscriber.sees(AVAILABILITY, "online"));
+}
+
+TEST_F(MqttTlsTest, BrokerOfAnotherAuthorityIsNotTrusted) {
+  MqttPublisher publisher(settingsOf("other", "device"));
+  EXPECT_TRUE(tells(publisher, "certificate verify failed"));
+}
+
+TEST_F(MqttTlsTest, DeviceWithoutACertificateIsNotTaken) {
+  Subscriber subscriber(broker->getPort());
+  MqttPublisher nameless(settingsOf("ca", ""));
+  MqttPublisher foreign(settingsOf("ca", "foreign"));
+  EXPECT_TRUE(tells(nameless, "MQTT broker"));
+  EXPECT_TRUE(tells(foreign, "MQTT broker"));
+  EXPECT_EQ(nullptr, subscriber.find(AVAILABILITY, "online"));
 }
 
 }  // namespace

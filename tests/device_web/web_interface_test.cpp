@@ -55,10 +55,10 @@ class WebInterfaceTest : public testing::Test {
  protected:
   void SetUp() override { start(); }
 
-  void start(std::optional<BrokerAddress> broker = std::nullopt) {
+  void start(const BrokerOptions& broker = {}) {
     WebOptions options;
     options.port = 0;
-    options.broker = std::move(broker);
+    options.broker = broker;
     web.emplace(options, folder / "application",
                 WebSources{.model = model,
                            .run = {.model = "perfect",
@@ -202,7 +202,7 @@ TEST_F(LateWebInterfaceTest, EventsReachTheBroker) {
       << "the broker is not installed (package mosquitto, see script/bootstrap)";
   const Broker broker;
   const std::uint32_t before = declare(stateKeys("before", true));
-  start(BrokerAddress{"127.0.0.1", broker.getPort()});
+  start({.brokers = {{{"127.0.0.1", broker.getPort()}}}});
   Subscriber subscriber(broker.getPort());
   ASSERT_TRUE(subscriber.runUntil(
       [&] { return subscriber.find(MqttPublisher::AVAILABILITY, "online") != nullptr; }));

@@ -40,23 +40,20 @@ TEST_F(WebOptionsTest, DefaultsListenOnLoopbackForEverybody) {
   EXPECT_EQ("127.0.0.1", options.address);
   EXPECT_FALSE(options.port);
   EXPECT_FALSE(options.user);
-  EXPECT_FALSE(options.broker);
+  EXPECT_TRUE(options.broker.brokers.empty());
   EXPECT_EQ("web", options.folder.filename());
 }
 
 TEST_F(WebOptionsTest, EveryOptionIsRead) {
   const WebOptions options =
       parse({"--listen", "0.0.0.0", "--port", "81", "--user", "anna", "--password-file",
-             passwordFile("secret word\r\nsecond line\n"), "--web", "w", "--mqtt", "broker:1884"});
+             passwordFile("secret word\r\nsecond line\n"), "--web", "w"});
   EXPECT_EQ("0.0.0.0", options.address);
   EXPECT_EQ(81, options.port);
   ASSERT_TRUE(options.user);
   EXPECT_EQ("anna", options.user->name);
   EXPECT_EQ("secret word", options.user->password);
   EXPECT_EQ("w", options.folder);
-  ASSERT_TRUE(options.broker);
-  EXPECT_EQ("broker", options.broker->host);
-  EXPECT_EQ(1884, options.broker->port);
 }
 
 TEST_F(WebOptionsTest, LoopbackNeedsNoUser) {
@@ -90,29 +87,8 @@ TEST_F(WebOptionsTest, BadValuesAreRefused) {
                                              {"--port", "x"},
                                              {"--port", ""},
                                              {"--listen", "camera.example"},
-                                             {"--listen", ""},
-                                             {"--mqtt", ""},
-                                             {"--mqtt", ":1883"},
-                                             {"--mqtt", "broker:"},
-                                             {"--mqtt", "broker:0"},
-                                             {"--mqtt", "broker:x"},
-                                             {"--mqtt", "[::1"},
-                                             {"--mqtt", "[]:1883"}}) {
+                                             {"--listen", ""}}) {
     EXPECT_NE("no error", errorOf(arguments)) << arguments[0] << ' ' << arguments[1];
-  }
-}
-
-TEST_F(WebOptionsTest, BrokersAddressMayBeOfAnyKind) {
-  const std::tuple<const char*, const char*, int> cases[] = {{"broker", "broker", 1883},
-                                                             {"10.0.0.1:2", "10.0.0.1", 2},
-                                                             {"[::1]", "::1", 1883},
-                                                             {"[::1]:65535", "::1", 65535},
-                                                             {"fe80::1", "fe80::1", 1883}};
-  for (const auto& [text, host, port] : cases) {
-    const WebOptions options = parse({"--mqtt", text});
-    ASSERT_TRUE(options.broker) << text;
-    EXPECT_EQ(host, options.broker->host);
-    EXPECT_EQ(port, options.broker->port);
   }
 }
 
