@@ -89,7 +89,7 @@ void appendLevel(const EventKey& key, std::string* topic) {
 
 }  // namespace
 
-std::string eventJson(const Event& event) {
+std::string eventJson(const Event& event, const EventPlace& place) {
   const JsonAutoPtr json(json_object());
   json_object_set_new(json.get(), "id", json_integer(event.id));
   json_object_set_new(json.get(), "topics", jsonOf(event.keys, isTopic));
@@ -98,6 +98,8 @@ std::string eventJson(const Event& event) {
   json_object_set_new(json.get(), "stateful", json_boolean(!event.stateless));
   json_object_set_new(json.get(), "time", jsonText(isoTime(event.time)));
   json_object_set_new(json.get(), "nice", jsonText(niceName(event.keys)));
+  json_object_set_new(json.get(), "start", jsonText(place.start));
+  json_object_set_new(json.get(), "seq", json_integer(static_cast<json_int_t>(place.seq)));
   return lineOf(json.get());
 }
 

@@ -8,14 +8,21 @@
 
 namespace device {
 
+// Where an event stands among those of its topics: a reader drops what it is told again, and sees
+// what it has missed.
+struct EventPlace {
+  std::string start;      // of the device, as isoTime()
+  std::uint64_t seq = 0;  // from 1, since then
+};
+
 // An event for other programs, in one line:
 //
 //   {"id":3,"topics":{"topic0":"...",...},"data":{...},"source":{...},"stateful":true,
-//    "time":"2026-01-01T12:00:00.123Z","nice":"..."}
+//    "time":"2026-01-01T12:00:00.123Z","nice":"...","start":"2026-01-01T11:00:00.000Z","seq":1}
 //
 // Keys that are neither topic nor source are data; a key without a value is null. nice is the name
 // for people of the last topic that has one.
-std::string eventJson(const Event& event);
+std::string eventJson(const Event& event, const EventPlace& place);
 
 // {"id":3,"topics":{...}}
 std::string undeclaredJson(const Event& event);

@@ -10,8 +10,6 @@ namespace device {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
 constexpr int ONCE = 1;  // QoS: at least once, for what is retained
 // Seconds. The broker takes a silent device for gone after 1.5 times, the device a silent broker
 // after twice; the library takes no less.
@@ -199,6 +197,7 @@ void MqttPublisher::connectOnce(const BrokerAddress& host) {
 void MqttPublisher::serve(Connection* connection, const BrokerAddress& host) {
   const Clock::time_point deadline = Clock::now() + settings.patience;
   bool announced = false;
+  Clock::time_point repetition = firstRepetition();
   while (!isStopping()) {
     const int result = mosquitto_loop(connection->client.get(), LOOP_MS, 1);
     if (connection->refusal != 0) {
@@ -211,6 +210,10 @@ void MqttPublisher::serve(Connection* connection, const BrokerAddress& host) {
       tellConnected(host);
       announce(connection);
       announced = true;
+    }
+    if (announced && Clock::now() >= repetition) {
+      tellAgain(connection);
+      repetition = Clock::now() + settings.repeat;
     }
     if (!announced && Clock::now() > deadline) {
       return tell(host, "no answer");
@@ -228,11 +231,28 @@ void MqttPublisher::announce(Connection* connection) {
   for (const std::string& topic : cleared) {
     send(client, topic, "", ONCE, true);
   }
+  tellAll(connection);
+  connected = client;
+}
+
+void MqttPublisher::tellAll(Connection* connection) {
+  mosquitto* client = connection->client.get();
   for (const auto& [topic, payload] : retained) {
     send(client, topic, payload, ONCE, true);
   }
   send(client, availability, ONLINE, ONCE, true);
-  connected = client;
+}
+
+void MqttPublisher::tellAgain(Connection* connection) {
+  const LockGuard lock(mutex);
+  tellAll(connection);
+}
+
+// Devices that have come back together tell theirs again at different times.
+MqttPublisher::Clock::time_point MqttPublisher::firstRepetition() {
+  std::uniform_real_distribution<double> share(0.5, 1);
+  return Clock::now() +
+         std::chrono::duration_cast<std::chrono::milliseconds>(settings.repeat * share(chance));
 }
 
 // Messages are acknowledged in the order in which they were sent.

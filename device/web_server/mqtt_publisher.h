@@ -41,6 +41,9 @@ class MqttPublisher {
     std::chrono::milliseconds reconnect = std::chrono::seconds(2);
     // For a broker's answer to a new connection.
     std::chrono::milliseconds patience = std::chrono::seconds(10);
+    // After it all that is retained is told again, and "online": a cluster may acknowledge what it
+    // has not stored, and who dies together with its broker has no last will but its silence.
+    std::chrono::milliseconds repeat = std::chrono::seconds(60);
   };
 
   explicit MqttPublisher(Settings settings);
@@ -60,11 +63,15 @@ class MqttPublisher {
 
  private:
   struct Connection;
+  using Clock = std::chrono::steady_clock;
 
   void run();
   void connectOnce(const BrokerAddress& host);
   void serve(Connection* connection, const BrokerAddress& host);
   void announce(Connection* connection) EXCLUDES(mutex);
+  void tellAll(Connection* connection) REQUIRES(mutex);
+  void tellAgain(Connection* connection) EXCLUDES(mutex);
+  Clock::time_point firstRepetition();
   void leave(Connection* connection) EXCLUDES(mutex);
   bool isStopping() EXCLUDES(mutex);
   void pause() EXCLUDES(mutex);

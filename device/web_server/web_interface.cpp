@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "web_server/event_json.h"
 #include "web_server/live_json.h"
 
 namespace device {
@@ -88,20 +87,22 @@ void WebInterface::observeEvents() {
   });
 }
 
-void WebInterface::event(const Event& sent) {
-  Event event = sent;
+void WebInterface::event(const Event& given) {
+  Event event = given;
   if (event.time <= 0) {
     event.time = g_get_real_time();  // the sender gave none
   }
-  const std::string json = eventJson(event);
+  const std::string topic = topicOf(event);
+  ++sent[topic];
+  const std::string json = eventJson(event, placeOf(event));
   const std::string message = streamMessage("event", json);
   events.send(message);
   live.send(message);
   for (const auto& publisher : publishers) {
     if (event.stateless) {
-      publisher->publish(topicOf(event), json);
+      publisher->publish(topic, json);
     } else {
-      publisher->retain(topicOf(event), json);
+      publisher->retain(topic, json);
     }
   }
 }
@@ -131,11 +132,16 @@ bool WebInterface::isDeclared(const std::string& topic) const {
   });
 }
 
+EventPlace WebInterface::placeOf(const Event& event) const {
+  const auto found = sent.find(topicOf(event));
+  return {start, found == sent.end() ? 0 : found->second};
+}
+
 std::string WebInterface::presentEvents() const {
   std::string text;
   for (const auto& [id, event] : sources.events.getTable().getEvents()) {
     if (isOfApplication(event) && !event.stateless) {
-      text += streamMessage("event", eventJson(event));
+      text += streamMessage("event", eventJson(event, placeOf(event)));
     }
   }
   return text;

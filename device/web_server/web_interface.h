@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -15,6 +16,7 @@
 #include "services/head_drive.h"
 #include "services/periodic_timer.h"
 #include "services/syslog_server.h"
+#include "web_server/event_json.h"
 #include "web_server/mqtt_publisher.h"
 #include "web_server/web_server.h"
 #include "world/world.h"
@@ -70,10 +72,11 @@ class WebInterface {
   static constexpr std::int64_t SCORE_PERIOD = units::fromSeconds(1);
 
   void observeEvents();
-  void event(const Event& sent);
+  void event(const Event& given);
   void undeclared(const Event& event);
   bool isDeclared(const std::string& topic) const;
   std::string topicOf(const Event& event) const;
+  EventPlace placeOf(const Event& event) const;
   std::string presentEvents() const;
   std::string liveOpening() const;
   void sendLive();
@@ -87,6 +90,8 @@ class WebInterface {
   EventStream& events;
   EventStream& live;
   const std::string prefix;  // of topics at a broker
+  const std::string start = isoTime(g_get_real_time());
+  std::map<std::string, std::uint64_t> sent;  // events by topic
   std::vector<std::unique_ptr<MqttPublisher>> publishers;
   PeriodicTimer liveTimer;
   PeriodicTimer newsTimer;

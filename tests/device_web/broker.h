@@ -12,6 +12,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
@@ -70,6 +71,11 @@ class Subscriber {
     return condition();
   }
 
+  void publish(const std::string& topic, const std::string& payload) {
+    mosquitto_publish(client.get(), nullptr, topic.c_str(), static_cast<int>(payload.size()),
+                      payload.data(), 1, true);
+  }
+
   // Takes everything that the broker had to say before now: sends itself a word behind it.
   void drain() {
     mosquitto_publish(client.get(), nullptr, "test/end", 1, "x", 1, false);
@@ -88,6 +94,10 @@ class Subscriber {
       }
     }
     return nullptr;
+  }
+
+  bool hasTopic(const std::string& topic) const {
+    return std::ranges::count(messages, topic, &BrokerMessage::topic) > 0;
   }
 
   std::vector<BrokerMessage> messages;

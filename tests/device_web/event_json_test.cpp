@@ -27,26 +27,29 @@ Event event(EventKeys keys, bool stateless = false) {
 }
 
 TEST(EventJsonTest, TopicsDataSourceAndTimeAreTold) {
-  EXPECT_EQ(R"({"id":7,"topics":{"topic0":"A","topic1":"B","topic2":"C"},)"
-            R"("data":{"active":true,"count":-3,"level":0.5,"text":"x\"y"},"source":{"Source":2},)"
-            R"("stateful":true,"time":"2026-01-01T12:00:00.123Z","nice":"of C"})",
-            eventJson(event({topic("topic0", "A"), topic("topic1", "B", "of B"),
-                             topic("topic2", "C", "of C"), dataKey("active", true),
-                             dataKey("count", -3), EventKey{.name = "level", .value = 0.5},
-                             dataKey("text", std::string("x\"y")), sourceKey("Source", 2)})));
+  EXPECT_EQ(
+      R"({"id":7,"topics":{"topic0":"A","topic1":"B","topic2":"C"},)"
+      R"("data":{"active":true,"count":-3,"level":0.5,"text":"x\"y"},"source":{"Source":2},)"
+      R"("stateful":true,"time":"2026-01-01T12:00:00.123Z","nice":"of C","start":"S","seq":5})",
+      eventJson(event({topic("topic0", "A"), topic("topic1", "B", "of B"),
+                       topic("topic2", "C", "of C"), dataKey("active", true), dataKey("count", -3),
+                       EventKey{.name = "level", .value = 0.5},
+                       dataKey("text", std::string("x\"y")), sourceKey("Source", 2)}),
+                {"S", 5}));
 }
 
 TEST(EventJsonTest, MissingTopicsAndValuesAreNoFault) {
   EventKey empty = dataKey("value", 0);
   empty.value.reset();
-  EXPECT_EQ(R"({"id":7,"topics":{"topic0":"A","topic1":"B"},"data":{"value":null},"source":{},)"
-            R"("stateful":false,"time":"2026-01-01T12:00:00.123Z","nice":"of B"})",
-            eventJson(event({topic("topic0", "A"), topic("topic1", "B", "of B"), empty}, true)));
+  EXPECT_EQ(
+      R"({"id":7,"topics":{"topic0":"A","topic1":"B"},"data":{"value":null},"source":{},)"
+      R"("stateful":false,"time":"2026-01-01T12:00:00.123Z","nice":"of B","start":"","seq":1})",
+      eventJson(event({topic("topic0", "A"), topic("topic1", "B", "of B"), empty}, true), {"", 1}));
 }
 
 TEST(EventJsonTest, KeyMarkedAsBothIsInBoth) {
   const std::string json =
-      eventJson(event({{.name = "a", .value = 1, .isSource = true, .isData = true}}));
+      eventJson(event({{.name = "a", .value = 1, .isSource = true, .isData = true}}), {});
   EXPECT_NE(std::string::npos, json.find(R"("data":{"a":1},"source":{"a":1})"));
 }
 

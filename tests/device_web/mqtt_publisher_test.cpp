@@ -337,6 +337,31 @@ TEST_F(MqttPublisherTest, BrokerAsksForUserAndPassword) {
   EXPECT_TRUE(tells(publisher, "connected"));
 }
 
+// Nothing but a repetition brings back what another has taken away.
+TEST_F(MqttPublisherTest, PresentValuesAreToldAgainAfterAWhile) {
+  const Broker broker;
+  MqttPublisher::Settings settings = settingsFor({broker.getPort()});
+  settings.repeat = Milliseconds(100);
+  MqttPublisher publisher(settings);
+  publisher.retain("a", "1");
+  Subscriber subscriber(broker.getPort());
+  ASSERT_TRUE(subscriber.sees("a", "1"));
+  ASSERT_TRUE(subscriber.sees(AVAILABILITY, "online"));
+  for (int i = 0; i < 2; ++i) {
+    subscriber.publish("a", "");
+    subscriber.publish(AVAILABILITY, "");
+    ASSERT_TRUE(subscriber.sees("a", ""));
+    ASSERT_TRUE(subscriber.sees(AVAILABILITY, ""));
+    subscriber.messages.clear();
+    EXPECT_TRUE(subscriber.sees("a", "1"));
+    EXPECT_TRUE(subscriber.sees(AVAILABILITY, "online"));
+  }
+}
+
+TEST_F(MqttPublisherTest, ValuesAreToldAgainEveryMinuteUnlessToldOtherwise) {
+  EXPECT_EQ(std::chrono::seconds(60), MqttPublisher::Settings().repeat);
+}
+
 class MqttTlsTest : public MqttPublisherTest {
  protected:
   void SetUp() override {

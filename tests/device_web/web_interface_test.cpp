@@ -9,6 +9,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <string_view>
 
 #include "app/options.h"
 #include "broker.h"
@@ -19,6 +20,8 @@
 
 namespace device {
 namespace {
+
+using namespace std::string_view_literals;
 
 using testing::HasSubstr;
 using testing::StartsWith;
@@ -191,6 +194,38 @@ TEST_F(WebInterfaceTest, EventWithoutATimeIsGivenThePresentOne) {
   EXPECT_THAT(next(client).text("time"), testing::Not(StartsWith("1970")));
 }
 
+TEST_F(WebInterfaceTest, EventsAreCountedByTopicAndNameTheStartOfTheDevice) {
+  WebClient client(port);
+  client.get("/events");
+  const std::uint32_t alarm = declare(stateKeys("Camera1Profile1", false));
+  const std::uint32_t pulse = declare(stateKeys("pulse", false), true);
+  send(alarm, true, 1);
+  send(pulse, true, 2);
+  Message message = next(client);
+  EXPECT_EQ(1, message.number("seq"));
+  const std::string start = message.text("start");
+  EXPECT_EQ("2026-01-01T12:00:00.000Z"sv.size(), start.size()) << start;
+  EXPECT_EQ(2, next(client).number("seq"));  // of the alarm
+  message = next(client);
+  EXPECT_EQ(pulse, message.number("id"));
+  EXPECT_EQ(1, message.number("seq"));
+  EXPECT_EQ(start, message.text("start"));
+
+  // Who comes later is told the same again.
+  WebClient late(port);
+  late.get("/events");
+  message = next(late);
+  EXPECT_EQ(alarm, message.number("id"));
+  EXPECT_EQ(2, message.number("seq"));
+  EXPECT_EQ(start, message.text("start"));
+
+  // A new declaration of the topics goes on counting.
+  EXPECT_TRUE(application.call("Undeclare", g_variant_new("(u)", alarm)).ok());
+  declare(stateKeys("Camera1Profile1", false));
+  EXPECT_EQ("undeclared", next(late).type);
+  EXPECT_EQ(3, next(late).number("seq"));
+}
+
 // Starts the interface itself.
 class LateWebInterfaceTest : public WebInterfaceTest {
  protected:
@@ -234,6 +269,31 @@ TEST_F(LateWebInterfaceTest, EventsReachTheBroker) {
       return message.topic == top + "pulse" && !message.retained;
     });
   }));
+}
+
+TEST_F(LateWebInterfaceTest, SitesEventsReachEachOfTwoBrokersUnderItsName) {
+  const Broker first;
+  const Broker second;
+  const std::uint32_t id = declare(stateKeys("Camera1ProfileANY", true));
+  start({.brokers = {{{"127.0.0.1", first.getPort()}}, {{"127.0.0.1", second.getPort()}}},
+         .site = "north"});
+  const std::string top = "sites/north/MiruPlatform/SentrelVideo/";
+  const std::uint32_t pulse = declare(stateKeys("pulse", false), true);
+  for (const Broker* broker : {&first, &second}) {
+    Subscriber subscriber(broker->getPort());
+    EXPECT_TRUE(subscriber.sees("sites/north/SentrelVideo/device", "online"));
+    send(pulse, true, 1);
+    EXPECT_TRUE(subscriber.runUntil([&] { return subscriber.hasTopic(top + "pulse"); }));
+    EXPECT_TRUE(subscriber.hasTopic(top + "Camera1ProfileANY"));
+    for (const BrokerMessage& message : subscriber.messages) {
+      EXPECT_THAT(message.topic, StartsWith("sites/north/"));
+    }
+  }
+  Subscriber atFirst(first.getPort());
+  Subscriber atSecond(second.getPort());
+  EXPECT_TRUE(application.call("Undeclare", g_variant_new("(u)", id)).ok());
+  EXPECT_TRUE(atFirst.sees(top + "Camera1ProfileANY", ""));
+  EXPECT_TRUE(atSecond.sees(top + "Camera1ProfileANY", ""));
 }
 
 TEST_F(WebInterfaceTest, PageIsToldAllInItsOrder) {
