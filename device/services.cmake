@@ -83,6 +83,7 @@ add_library(device_services STATIC
   services/syslog_server.cpp
   app/truth_sampler.cpp
   app/virtual_device.cpp
+  web_server/alarm_outbox.cpp
   web_server/application_answer.cpp
   web_server/application_forwarder.cpp
   web_server/application_request.cpp

@@ -143,25 +143,28 @@ void requireBroker(const RawBrokerOptions& raw) {
 
 RawBrokerOptions::~RawBrokerOptions() {
   g_strfreev(brokers);
-  for (char* text : {site, user, passwordFile, ca, certificate, key}) {
+  for (char* text : {site, user, passwordFile, ca, certificate, key, state}) {
     g_free(text);
   }
 }
 
 std::vector<GOptionEntry> RawBrokerOptions::entries() {
-  return {{"mqtt", 0, 0, G_OPTION_ARG_STRING_ARRAY, &brokers,
-           "Broker to which events are published, by its hosts; given twice: two brokers",
-           "HOST[:PORT][,...]"},
-          {"site", 0, 0, G_OPTION_ARG_STRING, &site, "Name of the device among others at a broker",
-           "NAME"},
-          {"mqtt-user", 0, 0, G_OPTION_ARG_STRING, &user, "User at the broker", "NAME"},
-          {"mqtt-password-file", 0, 0, G_OPTION_ARG_FILENAME, &passwordFile,
-           "File whose first line is that user's password", "FILE"},
-          {"mqtt-ca", 0, 0, G_OPTION_ARG_FILENAME, &ca,
-           "Whose signature the broker's certificate has to bear; switches TLS on", "FILE"},
-          {"mqtt-cert", 0, 0, G_OPTION_ARG_FILENAME, &certificate,
-           "The device's own certificate for the broker", "FILE"},
-          {"mqtt-key", 0, 0, G_OPTION_ARG_FILENAME, &key, "The key of that certificate", "FILE"}};
+  return {
+      {"mqtt", 0, 0, G_OPTION_ARG_STRING_ARRAY, &brokers,
+       "Broker to which events are published, by its hosts; given twice: two brokers",
+       "HOST[:PORT][,...]"},
+      {"site", 0, 0, G_OPTION_ARG_STRING, &site, "Name of the device among others at a broker",
+       "NAME"},
+      {"mqtt-user", 0, 0, G_OPTION_ARG_STRING, &user, "User at the broker", "NAME"},
+      {"mqtt-password-file", 0, 0, G_OPTION_ARG_FILENAME, &passwordFile,
+       "File whose first line is that user's password", "FILE"},
+      {"mqtt-ca", 0, 0, G_OPTION_ARG_FILENAME, &ca,
+       "Whose signature the broker's certificate has to bear; switches TLS on", "FILE"},
+      {"mqtt-cert", 0, 0, G_OPTION_ARG_FILENAME, &certificate,
+       "The device's own certificate for the broker", "FILE"},
+      {"mqtt-key", 0, 0, G_OPTION_ARG_FILENAME, &key, "The key of that certificate", "FILE"},
+      {"state", 0, 0, G_OPTION_ARG_FILENAME, &state,
+       "Folder for alarms that wait for a broker; without, they do not outlive the device", "DIR"}};
 }
 
 BrokerOptions readBrokerOptions(const RawBrokerOptions& raw) {
@@ -173,6 +176,9 @@ BrokerOptions readBrokerOptions(const RawBrokerOptions& raw) {
   }
   options.login = readLogin(raw);
   options.tls = readTls(raw);
+  if (raw.state != nullptr) {
+    options.state = raw.state;
+  }
   return options;
 }
 

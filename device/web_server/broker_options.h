@@ -3,6 +3,7 @@
 
 #include <glib.h>
 
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <vector>
@@ -38,6 +39,7 @@ struct BrokerOptions {
   std::string site = {};  // the device's name among others; empty: it is alone
   std::optional<BrokerLogin> login = {};
   std::optional<BrokerTls> tls = {};
+  std::filesystem::path state = {};  // folder for what outlives the device; empty: nothing does
 };
 
 // What stands on the command line, as GOption leaves it; null for what does not.
@@ -49,6 +51,7 @@ struct RawBrokerOptions {
   char* ca = nullptr;
   char* certificate = nullptr;
   char* key = nullptr;
+  char* state = nullptr;
 
   RawBrokerOptions() = default;
   RawBrokerOptions(const RawBrokerOptions&) = delete;

@@ -121,6 +121,19 @@ std::string isoTime(std::int64_t time) {
   return text.data() + text::formatted(".%03dZ", static_cast<int>((since - whole).count()));
 }
 
+bool isAlarm(const Event& event) {
+  std::array<std::string, TOPICS.size()> texts;
+  for (std::size_t i = 0; i < TOPICS.size(); ++i) {
+    const EventKey* key = findTopic(event.keys, TOPICS[i]);
+    if (key != nullptr && key->value) {
+      texts[i] = std::visit(ValueToText(), *key->value);
+    }
+  }
+  const auto& [top, middle, last] = texts;
+  return (top == "MiruPlatform" && middle == "SentrelVideo" && last.starts_with("Camera")) ||
+         (top == "VideoSource" && middle == "MotionAlarm");
+}
+
 std::string brokerTopic(const Event& event) {
   std::string topic;
   for (const char* name : TOPICS) {

@@ -30,6 +30,9 @@ std::string undeclaredJson(const Event& event);
 // Microseconds since 1970 as a time of UTC with milliseconds.
 std::string isoTime(std::int64_t time);
 
+// True for the alarms of profiles, cameras and the device, and the motion alarm.
+bool isAlarm(const Event& event);
+
 // The name of the event's messages at a broker: the values of topic0 to topic2, those that are
 // missing left out, then those of its source keys, as these tell apart events of the same topics.
 // Characters that mean something in such names become "_".

@@ -55,6 +55,7 @@ struct MqttPublisher::Connection {
   std::unique_ptr<mosquitto, MosquittoDeleter> client;
   bool answered = false;
   int refusal = 0;
+  std::vector<int> acknowledged;  // messages, since settle()
   int lastAcknowledged = 0;
   std::string fault;  // what the library told last; it knows more than its results
 
@@ -70,7 +71,7 @@ struct MqttPublisher::Connection {
       self->refusal = code;
     });
     mosquitto_publish_callback_set(client.get(), [](mosquitto*, void* data, int id) {
-      static_cast<Connection*>(data)->lastAcknowledged = id;
+      static_cast<Connection*>(data)->acknowledged.push_back(id);
     });
     mosquitto_log_callback_set(client.get(),
                                [](mosquitto*, void* data, int level, const char* text) {
@@ -106,7 +107,14 @@ struct MqttPublisher::Connection {
 };
 
 MqttPublisher::MqttPublisher(Settings given)
-    : settings(std::move(given)), availability(topicPrefix(settings.site) + AVAILABILITY) {
+    : settings(std::move(given)),
+      availability(topicPrefix(settings.site) + AVAILABILITY),
+      outbox(settings.outbox) {
+  // What an earlier process has left to tell is no present value.
+  for (const AlarmOutbox::Alarm& alarm : outbox.getWaiting()) {
+    cleared.insert(alarm.topic);
+  }
+  droppedTold = outbox.getDropped();
   useLibrary();
   thread = std::thread(&MqttPublisher::run, this);
 }
@@ -129,6 +137,25 @@ void MqttPublisher::retain(const std::string& topic, const std::string& payload)
   }
 }
 
+void MqttPublisher::alarm(const std::string& topic, const std::string& payload) {
+  const LockGuard lock(mutex);
+  retained[topic] = payload;
+  cleared.erase(topic);
+  const std::int64_t id = outbox.append(topic, payload);
+  if (connected != nullptr) {
+    sendAlarm(connected, {id, topic, payload});
+  }
+}
+
+void MqttPublisher::sendAlarm(mosquitto* client, const AlarmOutbox::Alarm& alarm) {
+  underway[send(client, alarm.topic, alarm.payload, ONCE, true)] = alarm.id;
+}
+
+MqttPublisher::OutboxState MqttPublisher::getOutbox() {
+  const LockGuard lock(mutex);
+  return {outbox.getWaiting().size(), outbox.getDropped()};
+}
+
 void MqttPublisher::clear(const std::string& topic) {
   const LockGuard lock(mutex);
   if (retained.erase(topic) == 0) {
@@ -149,6 +176,14 @@ void MqttPublisher::publish(const std::string& topic, const std::string& payload
 
 std::vector<std::string> MqttPublisher::takeNews() {
   const LockGuard lock(mutex);
+  for (const std::string& text : outbox.takeNews()) {
+    news.push_back(text);
+  }
+  const std::uint64_t dropped = outbox.getDropped();
+  if (std::exchange(droppedTold, dropped) != dropped) {
+    news.push_back(nameOf(settings.hosts.front()) + ": " + std::to_string(dropped) +
+                   " alarms were given up, as too many wait");
+  }
   return std::exchange(news, {});
 }
 
@@ -190,8 +225,10 @@ void MqttPublisher::connectOnce(const BrokerAddress& host) {
     return tell(host, connection.faultOf(result));
   }
   serve(&connection, host);
+  settle(&connection);
   const LockGuard lock(mutex);
   connected = nullptr;
+  underway.clear();
 }
 
 void MqttPublisher::serve(Connection* connection, const BrokerAddress& host) {
@@ -200,6 +237,7 @@ void MqttPublisher::serve(Connection* connection, const BrokerAddress& host) {
   Clock::time_point repetition = firstRepetition();
   while (!isStopping()) {
     const int result = mosquitto_loop(connection->client.get(), LOOP_MS, 1);
+    settle(connection);
     if (connection->refusal != 0) {
       return tell(host, mosquitto_connack_string(connection->refusal));
     }
@@ -228,6 +266,9 @@ void MqttPublisher::serve(Connection* connection, const BrokerAddress& host) {
 void MqttPublisher::announce(Connection* connection) {
   const LockGuard lock(mutex);
   mosquitto* client = connection->client.get();
+  for (const AlarmOutbox::Alarm& alarm : outbox.getWaiting()) {
+    sendAlarm(client, alarm);
+  }
   for (const std::string& topic : cleared) {
     send(client, topic, "", ONCE, true);
   }
@@ -255,6 +296,24 @@ MqttPublisher::Clock::time_point MqttPublisher::firstRepetition() {
          std::chrono::duration_cast<std::chrono::milliseconds>(settings.repeat * share(chance));
 }
 
+// What the broker has acknowledged waits no longer.
+void MqttPublisher::settle(Connection* connection) {
+  const std::vector<int> messages = std::exchange(connection->acknowledged, {});
+  if (messages.empty()) {
+    return;
+  }
+  connection->lastAcknowledged = messages.back();
+  const LockGuard lock(mutex);
+  std::vector<std::int64_t> alarms;
+  for (const int message : messages) {
+    if (const auto found = underway.find(message); found != underway.end()) {
+      alarms.push_back(found->second);
+      underway.erase(found);
+    }
+  }
+  outbox.acknowledge(alarms);
+}
+
 // Messages are acknowledged in the order in which they were sent.
 void MqttPublisher::leave(Connection* connection) {
   mosquitto* client = connection->client.get();
@@ -270,6 +329,7 @@ void MqttPublisher::leave(Connection* connection) {
   const Clock::time_point deadline = Clock::now() + FAREWELL;
   while (connection->lastAcknowledged != last && Clock::now() < deadline &&
          mosquitto_loop(client, LOOP_MS, 1) == MOSQ_ERR_SUCCESS) {
+    settle(connection);
   }
   mosquitto_disconnect(client);
   mosquitto_loop(client, 0, 1);

@@ -2,6 +2,8 @@
 #define DEVICE_WEB_SERVER_MQTT_PUBLISHER_H
 
 #include <chrono>
+#include <cstdint>
+#include <filesystem>
 #include <map>
 #include <optional>
 #include <random>
@@ -11,6 +13,7 @@
 #include <vector>
 
 #include "base/mutex.h"
+#include "web_server/alarm_outbox.h"
 #include "web_server/broker_options.h"
 
 struct mosquitto;
@@ -20,7 +23,9 @@ namespace device {
 // Publishes to a broker, on a thread of its own, so that a broker that hangs or is not there holds
 // up nobody. What is retained is kept here as well: after each new connection all of it is
 // published again and what was cleared meanwhile is cleared there, so that the broker has the
-// present state whatever it lost. Messages that are not retained are for those who listen now;
+// present state whatever it lost. Of alarms, each value is told, in order, until the broker has
+// acknowledged it: the outbox holds them while there is no connection, and those of an earlier
+// process. Messages that are not retained are for those who listen now;
 // without a connection they are dropped.
 //
 // AVAILABILITY, below the site, tells whether the device is there: "online", and by the broker's
@@ -36,6 +41,7 @@ class MqttPublisher {
         {};  // the client's name is its; without: another random one for each connection
     std::optional<BrokerLogin> login = {};
     std::optional<BrokerTls> tls = {};
+    std::filesystem::path outbox = {};  // its file; without: in memory
     // Mean pause between two tries; half of it to one and a half, by chance, so that many devices
     // do not come all at once.
     std::chrono::milliseconds reconnect = std::chrono::seconds(2);
@@ -46,6 +52,7 @@ class MqttPublisher {
     std::chrono::milliseconds repeat = std::chrono::seconds(60);
   };
 
+  // Throws std::runtime_error when the outbox's file cannot be used.
   explicit MqttPublisher(Settings settings);
   MqttPublisher(const MqttPublisher&) = delete;
   MqttPublisher& operator=(const MqttPublisher&) = delete;
@@ -55,8 +62,17 @@ class MqttPublisher {
   ~MqttPublisher();
 
   void retain(const std::string& topic, const std::string& payload);
+  // As retain, for what is not to be missed.
+  void alarm(const std::string& topic, const std::string& payload);
   void clear(const std::string& topic);
   void publish(const std::string& topic, const std::string& payload);
+
+  // Of alarms; since the outbox was made.
+  struct OutboxState {
+    std::size_t waiting = 0;
+    std::uint64_t dropped = 0;
+  };
+  OutboxState getOutbox();
 
   // What the user should know of the connection since the last call.
   std::vector<std::string> takeNews();
@@ -68,6 +84,8 @@ class MqttPublisher {
   void run();
   void connectOnce(const BrokerAddress& host);
   void serve(Connection* connection, const BrokerAddress& host);
+  void sendAlarm(mosquitto* client, const AlarmOutbox::Alarm& alarm) REQUIRES(mutex);
+  void settle(Connection* connection) EXCLUDES(mutex);
   void announce(Connection* connection) EXCLUDES(mutex);
   void tellAll(Connection* connection) REQUIRES(mutex);
   void tellAgain(Connection* connection) EXCLUDES(mutex);
@@ -92,6 +110,10 @@ class MqttPublisher {
   // Cleared and not retained since. They are cleared again with each new connection, as the old one
   // may have been dead already when they were.
   std::set<std::string> cleared GUARDED_BY(mutex);
+  AlarmOutbox outbox GUARDED_BY(mutex);
+  std::uint64_t droppedTold GUARDED_BY(mutex) = 0;
+  // Alarms by the number of the message that carries them over the present connection.
+  std::map<int, std::int64_t> underway GUARDED_BY(mutex);
   std::vector<std::string> news GUARDED_BY(mutex);
   // By host, since the last connection.
   std::map<std::string, std::string> lastNews GUARDED_BY(mutex);

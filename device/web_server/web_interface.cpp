@@ -1,6 +1,8 @@
 #include "web_server/web_interface.h"
 
 #include <algorithm>
+#include <filesystem>
+#include <system_error>
 #include <utility>
 
 #include "web_server/live_json.h"
@@ -13,11 +15,25 @@ bool isOfApplication(const Event& event) {
   return !EventService::isOfDevice(event);
 }
 
+// Of the broker with that number, from 1.
+std::filesystem::path outboxOf(const BrokerOptions& options, std::size_t number) {
+  if (options.state.empty()) {
+    return {};
+  }
+  std::error_code ignored;  // the outbox will tell
+  std::filesystem::create_directories(options.state, ignored);
+  return options.state / ("alarms-" + std::to_string(number) + ".sqlite");
+}
+
 std::vector<std::unique_ptr<MqttPublisher>> makePublishers(const BrokerOptions& options) {
   std::vector<std::unique_ptr<MqttPublisher>> publishers;
   for (const BrokerHosts& hosts : options.brokers) {
-    publishers.push_back(std::make_unique<MqttPublisher>(MqttPublisher::Settings{
-        .hosts = hosts, .site = options.site, .login = options.login, .tls = options.tls}));
+    publishers.push_back(std::make_unique<MqttPublisher>(
+        MqttPublisher::Settings{.hosts = hosts,
+                                .site = options.site,
+                                .login = options.login,
+                                .tls = options.tls,
+                                .outbox = outboxOf(options, publishers.size() + 1)}));
   }
   return publishers;
 }
@@ -101,6 +117,8 @@ void WebInterface::event(const Event& given) {
   for (const auto& publisher : publishers) {
     if (event.stateless) {
       publisher->publish(topic, json);
+    } else if (isAlarm(event)) {
+      publisher->alarm(topic, json);
     } else {
       publisher->retain(topic, json);
     }

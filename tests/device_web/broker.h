@@ -39,7 +39,10 @@ struct BrokerMessage {
 // Subscribes to everything; tries until the broker is there.
 class Subscriber {
  public:
-  explicit Subscriber(int port) : client(mosquitto_new(nullptr, true, this), mosquitto_destroy) {
+  // name: of a session that the broker keeps while the subscriber is away; empty: none.
+  explicit Subscriber(int port, const std::string& name = "")
+      : client(mosquitto_new(name.empty() ? nullptr : name.c_str(), name.empty(), this),
+               mosquitto_destroy) {
     mosquitto_message_callback_set(
         client.get(), [](mosquitto*, void* data, const mosquitto_message* message) {
           static_cast<Subscriber*>(data)->messages.push_back(
@@ -98,6 +101,17 @@ class Subscriber {
 
   bool hasTopic(const std::string& topic) const {
     return std::ranges::count(messages, topic, &BrokerMessage::topic) > 0;
+  }
+
+  // In their order, as they were published; without what the broker retains for those who come.
+  std::vector<std::string> payloadsOf(const std::string& topic) const {
+    std::vector<std::string> payloads;
+    for (const BrokerMessage& message : messages) {
+      if (message.topic == topic && !message.retained) {
+        payloads.push_back(message.payload);
+      }
+    }
+    return payloads;
   }
 
   std::vector<BrokerMessage> messages;

@@ -129,6 +129,11 @@ TEST_F(BrokerOptionsTest, LoginThatCannotWorkIsRefused) {
             errorOf({"--mqtt-user", "", "--mqtt-password-file", write("word", "x")}));
 }
 
+TEST_F(BrokerOptionsTest, StateIsAFolderWithOrWithoutABroker) {
+  EXPECT_EQ("kept", parse({"--state", "kept"}).state);
+  EXPECT_EQ("", parse({"--mqtt", "broker"}).state);
+}
+
 TEST_F(BrokerOptionsTest, WhatIsForABrokerNeedsOne) {
   for (const std::string option : {"--site", "--mqtt-user", "--mqtt-password-file", "--mqtt-ca",
                                    "--mqtt-cert", "--mqtt-key"}) {

@@ -74,5 +74,21 @@ TEST(EventJsonTest, BrokersTopicHasALevelForEachTopicAndSource) {
   EXPECT_EQ("_/a_b_c", brokerTopic(event({topic("topic0", "#"), topic("topic1", "a/b+c")})));
 }
 
+TEST(EventJsonTest, AlarmsAreToldFromOtherEvents) {
+  const auto isAlarmOf = [](const std::string& top, const std::string& middle,
+                            const std::string& last) {
+    return isAlarm(event({topic("topic0", top), topic("topic1", middle), topic("topic2", last)}));
+  };
+  for (const std::string last : {"Camera1Profile7", "Camera1ProfileANY", "CameraANY"}) {
+    EXPECT_TRUE(isAlarmOf("MiruPlatform", "SentrelVideo", last)) << last;
+    EXPECT_FALSE(isAlarmOf("MiruPlatform", "Other", last)) << last;
+  }
+  EXPECT_FALSE(isAlarmOf("MiruPlatform", "SentrelVideo", "state"));
+  EXPECT_FALSE(isAlarmOf("MiruPlatform", "SentrelVideo", "isSentreling"));
+  EXPECT_TRUE(isAlarm(event({topic("topic0", "VideoSource"), topic("topic1", "MotionAlarm")})));
+  EXPECT_FALSE(isAlarm(event({topic("topic0", "VideoSource"), topic("topic1", "Other")})));
+  EXPECT_FALSE(isAlarm(event({})));
+}
+
 }  // namespace
 }  // namespace device

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
@@ -360,6 +361,120 @@ TEST_F(MqttPublisherTest, PresentValuesAreToldAgainAfterAWhile) {
 
 TEST_F(MqttPublisherTest, ValuesAreToldAgainEveryMinuteUnlessToldOtherwise) {
   EXPECT_EQ(std::chrono::seconds(60), MqttPublisher::Settings().repeat);
+}
+
+class MqttOutboxTest : public MqttPublisherTest {
+ protected:
+  MqttPublisher::Settings settingsOf(int port) const {
+    MqttPublisher::Settings settings = settingsFor({port});
+    settings.outbox = file;
+    return settings;
+  }
+
+  std::size_t waitingInFile() const { return AlarmOutbox(file).getWaiting().size(); }
+
+  // The broker keeps what this one is to be told while it is away.
+  static void subscribe(int port) { const Subscriber viewer(port, "viewer"); }
+
+  TemporaryFolder folder;
+  const std::filesystem::path file = folder / "alarms";
+};
+
+TEST_F(MqttOutboxTest, AlarmThatCameAndWentWithoutABrokerArrivesInOrder) {
+  Broker broker;
+  subscribe(broker.getPort());
+  broker.stop();
+  MqttPublisher publisher(settingsFor({broker.getPort()}));
+  publisher.alarm("a", "1");
+  publisher.alarm("b", "1");
+  publisher.alarm("a", "2");
+  publisher.alarm("a", "3");
+  broker.start();
+  Subscriber viewer(broker.getPort(), "viewer");
+  ASSERT_TRUE(viewer.sees(AVAILABILITY, "online"));
+  // Each edge, then the present value.
+  EXPECT_THAT(viewer.payloadsOf("a"), testing::ElementsAre("1", "2", "3", "3"));
+  EXPECT_THAT(viewer.payloadsOf("b"), testing::ElementsAre("1", "1"));
+  EXPECT_THAT(retainedAt(broker.getPort()), Contains(Pair("a", "3")));
+}
+
+TEST_F(MqttOutboxTest, AlarmThatIsAcknowledgedIsToldNoMore) {
+  const Broker broker;
+  Subscriber subscriber(broker.getPort());
+  {
+    MqttPublisher publisher(settingsOf(broker.getPort()));
+    ASSERT_TRUE(subscriber.sees(AVAILABILITY, "online"));
+    publisher.alarm("a", "1");
+    ASSERT_TRUE(subscriber.sees("a", "1"));
+    publisher.alarm("a", "2");
+    ASSERT_TRUE(subscriber.sees("a", "2"));
+  }
+  EXPECT_EQ(0u, waitingInFile());
+  EXPECT_THAT(subscriber.payloadsOf("a"), testing::ElementsAre("1", "2"));
+}
+
+TEST_F(MqttOutboxTest, AlarmsOfADeviceThatWasKilledArriveFromTheNext) {
+  Broker broker;
+  subscribe(broker.getPort());
+  broker.stop();
+  int told[2];
+  ASSERT_EQ(0, pipe(told));
+  const pid_t device = fork();
+  if (device == 0) {
+    MqttPublisher publisher(settingsOf(broker.getPort()));
+    publisher.alarm("a", "begins");
+    publisher.alarm("a", "ends");
+    publisher.alarm("b", "begins");
+    while (write(told[1], "x", 1) == 1) {
+      pause();
+    }
+  }
+  char done = 0;
+  ASSERT_EQ(1, read(told[0], &done, 1));
+  kill(device, SIGKILL);
+  waitpid(device, nullptr, 0);
+  close(told[0]);
+  close(told[1]);
+  MqttPublisher publisher(settingsOf(broker.getPort()));
+  publisher.alarm("a", "begins again");
+  broker.start();
+  Subscriber viewer(broker.getPort(), "viewer");
+  ASSERT_TRUE(viewer.sees(AVAILABILITY, "online"));
+  EXPECT_THAT(viewer.payloadsOf("a"),
+              testing::ElementsAre("begins", "ends", "begins again", "begins again"));
+  // It is over: nobody who comes now is told of it.
+  EXPECT_THAT(viewer.payloadsOf("b"), testing::ElementsAre("begins", ""));
+}
+
+TEST_F(MqttOutboxTest, AlarmThatTheBrokerHasNotAcknowledgedIsToldItAgain) {
+  Broker broker;
+  MqttPublisher publisher(settingsOf(broker.getPort()));
+  ASSERT_TRUE(tells(publisher, "connected"));
+  broker.send(SIGSTOP);
+  publisher.alarm("a", "1");
+  publisher.alarm("a", "2");
+  EXPECT_EQ(2u, publisher.getOutbox().waiting);
+  broker.stop(SIGKILL);
+  EXPECT_TRUE(tells(publisher, "MQTT broker"));  // the connection has ended
+  EXPECT_EQ(2u, publisher.getOutbox().waiting);
+  broker.start();
+  const auto deadline = std::chrono::steady_clock::now() + BROKER_PATIENCE;
+  while (publisher.getOutbox().waiting > 0 && std::chrono::steady_clock::now() < deadline) {
+    usleep(1000);  // between two looks
+  }
+  EXPECT_EQ(0u, publisher.getOutbox().waiting);
+  EXPECT_THAT(retainedAt(broker.getPort()), Contains(Pair("a", "2")));
+}
+
+TEST_F(MqttOutboxTest, AlarmsThatAreGivenUpAreTold) {
+  const ReservedPort nobodys;
+  MqttPublisher publisher(settingsOf(nobodys.getNumber()));
+  for (int i = 0; i < 1003; ++i) {
+    publisher.alarm("a", std::to_string(i));
+  }
+  EXPECT_EQ(1000u, publisher.getOutbox().waiting);
+  EXPECT_EQ(3u, publisher.getOutbox().dropped);
+  EXPECT_TRUE(tells(publisher, "3 alarms were given up"));
 }
 
 class MqttTlsTest : public MqttPublisherTest {

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <filesystem>
 #include <map>
 #include <memory>
 #include <optional>
@@ -269,6 +270,28 @@ TEST_F(LateWebInterfaceTest, EventsReachTheBroker) {
       return message.topic == top + "pulse" && !message.retained;
     });
   }));
+}
+
+TEST_F(LateWebInterfaceTest, AlarmsAndOnlyTheyWaitInAFileForEachBroker) {
+  const ReservedPort first;
+  const ReservedPort second;
+  const std::filesystem::path state = folder / "state";
+  start({.brokers = {{{"127.0.0.1", first.getNumber()}}, {{"127.0.0.1", second.getNumber()}}},
+         .state = state});
+  const std::uint32_t alarm = declare(stateKeys("Camera1ProfileANY", false));
+  declare(stateKeys("state", true));
+  send(alarm, true, 1);
+  send(alarm, false, 2);
+  web.reset();
+  for (const char* name : {"alarms-1.sqlite", "alarms-2.sqlite"}) {
+    const AlarmOutbox outbox(state / name);
+    ASSERT_EQ(3u, outbox.getWaiting().size()) << name;
+    for (int i = 0; i < 3; ++i) {
+      const AlarmOutbox::Alarm& waiting = outbox.getWaiting()[static_cast<std::size_t>(i)];
+      EXPECT_EQ("MiruPlatform/SentrelVideo/Camera1ProfileANY", waiting.topic);
+      EXPECT_THAT(waiting.payload, HasSubstr("\"seq\":" + std::to_string(i + 1) + "}"));
+    }
+  }
 }
 
 TEST_F(LateWebInterfaceTest, SitesEventsReachEachOfTwoBrokersUnderItsName) {
