@@ -89,6 +89,7 @@ add_library(device_services STATIC
   web_server/application_request.cpp
   web_server/broker_options.cpp
   web_server/digest_login.cpp
+  web_server/discovery.cpp
   web_server/event_json.cpp
   web_server/event_stream.cpp
   web_server/json_values.cpp
@@ -111,6 +112,7 @@ set(SENTREL_DEVICE_DATA ${CMAKE_CURRENT_LIST_DIR} CACHE STRING
     "Where the virtual device looks for its models and its page, unless it is told otherwise")
 target_compile_definitions(device_services PRIVATE DEVICE_MODELS="${SENTREL_DEVICE_DATA}/models"
                                                    DEVICE_WEB="${SENTREL_DEVICE_DATA}/web"
+                                                   DEVICE_VERSION="${PROJECT_VERSION}"
                                                    GSTREAMER_PLUGINS="${GSTREAMER_PLUGINS}")
 target_link_libraries(device_services PUBLIC device_core device_offers device_onvif PkgConfig::GLIB
                                              PkgConfig::SOUP

@@ -129,6 +129,16 @@ std::optional<BrokerTls> readTls(const RawBrokerOptions& raw) {
   return tls;
 }
 
+std::string readDiscovery(const RawBrokerOptions& raw) {
+  requireOther(raw.discovery, raw.site, "--mqtt-discovery", "--site");
+  const std::string prefix = raw.discovery;
+  if (prefix.empty() || prefix.find_first_of("+#") != std::string::npos ||
+      prefix.starts_with('/') || prefix.ends_with('/')) {
+    throw WebOptionError("--mqtt-discovery is the beginning of a topic, not \"" + prefix + "\"");
+  }
+  return prefix;
+}
+
 void requireBroker(const RawBrokerOptions& raw) {
   const char* broker = raw.brokers != nullptr ? *raw.brokers : nullptr;
   requireOther(raw.site, broker, "--site", "--mqtt");
@@ -137,13 +147,14 @@ void requireBroker(const RawBrokerOptions& raw) {
   requireOther(raw.ca, broker, "--mqtt-ca", "--mqtt");
   requireOther(raw.certificate, broker, "--mqtt-cert", "--mqtt");
   requireOther(raw.key, broker, "--mqtt-key", "--mqtt");
+  requireOther(raw.discovery, broker, "--mqtt-discovery", "--mqtt");
 }
 
 }  // namespace
 
 RawBrokerOptions::~RawBrokerOptions() {
   g_strfreev(brokers);
-  for (char* text : {site, user, passwordFile, ca, certificate, key, state}) {
+  for (char* text : {site, user, passwordFile, ca, certificate, key, discovery, state}) {
     g_free(text);
   }
 }
@@ -163,6 +174,8 @@ std::vector<GOptionEntry> RawBrokerOptions::entries() {
       {"mqtt-cert", 0, 0, G_OPTION_ARG_FILENAME, &certificate,
        "The device's own certificate for the broker", "FILE"},
       {"mqtt-key", 0, 0, G_OPTION_ARG_FILENAME, &key, "The key of that certificate", "FILE"},
+      {"mqtt-discovery", 0, 0, G_OPTION_ARG_STRING, &discovery,
+       "Announce the site to a home automation below this topic (homeassistant)", "PREFIX"},
       {"state", 0, 0, G_OPTION_ARG_FILENAME, &state,
        "Folder for alarms that wait for a broker; without, they do not outlive the device", "DIR"}};
 }
@@ -176,6 +189,9 @@ BrokerOptions readBrokerOptions(const RawBrokerOptions& raw) {
   }
   options.login = readLogin(raw);
   options.tls = readTls(raw);
+  if (raw.discovery != nullptr) {
+    options.discovery = readDiscovery(raw);
+  }
   if (raw.state != nullptr) {
     options.state = raw.state;
   }

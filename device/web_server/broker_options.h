@@ -39,6 +39,7 @@ struct BrokerOptions {
   std::string site = {};  // the device's name among others; empty: it is alone
   std::optional<BrokerLogin> login = {};
   std::optional<BrokerTls> tls = {};
+  std::string discovery = {};  // first level of a home automation's topics; empty: it is not told
   std::filesystem::path state = {};  // folder for what outlives the device; empty: nothing does
 };
 
@@ -51,6 +52,7 @@ struct RawBrokerOptions {
   char* ca = nullptr;
   char* certificate = nullptr;
   char* key = nullptr;
+  char* discovery = nullptr;
   char* state = nullptr;
 
   RawBrokerOptions() = default;

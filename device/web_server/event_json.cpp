@@ -58,22 +58,6 @@ const EventKey* findTopic(const EventKeys& keys, std::string_view name) {
   return found == keys.end() ? nullptr : &*found;
 }
 
-std::string niceName(const EventKeys& keys) {
-  for (const std::string_view name : {"topic2", "topic1", "topic0"}) {
-    const EventKey* key = findTopic(keys, name);
-    if (key == nullptr) {
-      continue;
-    }
-    if (!key->valueNiceName.empty()) {
-      return key->valueNiceName;
-    }
-    if (!key->niceName.empty()) {
-      return key->niceName;
-    }
-  }
-  return "";
-}
-
 void appendLevel(const EventKey& key, std::string* topic) {
   if (!key.value) {
     return;
@@ -101,6 +85,22 @@ std::string eventJson(const Event& event, const EventPlace& place) {
   json_object_set_new(json.get(), "start", jsonText(place.start));
   json_object_set_new(json.get(), "seq", json_integer(static_cast<json_int_t>(place.seq)));
   return lineOf(json.get());
+}
+
+std::string niceName(const EventKeys& keys) {
+  for (const std::string_view name : {"topic2", "topic1", "topic0"}) {
+    const EventKey* key = findTopic(keys, name);
+    if (key == nullptr) {
+      continue;
+    }
+    if (!key->valueNiceName.empty()) {
+      return key->valueNiceName;
+    }
+    if (!key->niceName.empty()) {
+      return key->niceName;
+    }
+  }
+  return "";
 }
 
 std::string undeclaredJson(const Event& event) {

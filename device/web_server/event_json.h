@@ -30,6 +30,9 @@ std::string undeclaredJson(const Event& event);
 // Microseconds since 1970 as a time of UTC with milliseconds.
 std::string isoTime(std::int64_t time);
 
+// The name for people of the last topic that has one; empty without.
+std::string niceName(const EventKeys& keys);
+
 // True for the alarms of profiles, cameras and the device, and the motion alarm.
 bool isAlarm(const Event& event);
 

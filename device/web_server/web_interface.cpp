@@ -55,6 +55,9 @@ WebInterface::WebInterface(const WebOptions& options, const std::string& applica
           live.send(scoreMessage());
         }
       }) {
+  if (!options.broker.discovery.empty()) {
+    discovery.emplace(options.broker.discovery, options.broker.site, url());
+  }
   observeEvents();
 }
 
@@ -80,6 +83,7 @@ void WebInterface::daemonRunning(bool isRunning) {
 }
 
 void WebInterface::observeEvents() {
+  declarationsChanged();
   for (const auto& [id, declared] : sources.events.getTable().getEvents()) {
     if (isOfApplication(declared) && !declared.stateless) {
       event(declared);
@@ -95,11 +99,13 @@ void WebInterface::observeEvents() {
     if (isOfApplication(declared) && !declared.stateless) {
       event(declared);
     }
+    declarationsChanged();
   });
   sources.events.observeUndeclared([this](const Event& gone) {
     if (isOfApplication(gone)) {
       undeclared(gone);
     }
+    declarationsChanged();
   });
 }
 
@@ -194,7 +200,26 @@ std::string WebInterface::scoreMessage() const {
                                                  sources.report->tuning()));
 }
 
+void WebInterface::tellDiscovery() {
+  const bool isDue =
+      discovery && lastDeclaration && g_get_monotonic_time() - *lastDeclaration >= SETTLING;
+  if (!isDue) {
+    return;
+  }
+  lastDeclaration.reset();
+  const std::optional<std::string> message =
+      discovery->message(sources.events.getTable().getEvents());
+  for (const auto& publisher : publishers) {
+    if (message) {
+      publisher->retain(discovery->topic(), *message);
+    } else {
+      publisher->clear(discovery->topic());
+    }
+  }
+}
+
 void WebInterface::tellNews() {
+  tellDiscovery();
   for (const auto& publisher : publishers) {
     for (const std::string& news : publisher->takeNews()) {
       sources.announce(news);

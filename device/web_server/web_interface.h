@@ -6,6 +6,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,6 +17,7 @@
 #include "services/head_drive.h"
 #include "services/periodic_timer.h"
 #include "services/syslog_server.h"
+#include "web_server/discovery.h"
 #include "web_server/event_json.h"
 #include "web_server/mqtt_publisher.h"
 #include "web_server/web_server.h"
@@ -69,6 +71,8 @@ class WebInterface {
   static constexpr std::size_t LOG_LINES = 200;        // told to a new reader
   static constexpr std::int64_t LIVE_PERIOD = 100000;  // microseconds
   static constexpr std::int64_t NEWS_PERIOD = 500000;  // microseconds
+  // A configuration or a start declares many; no entity is to vanish in the midst of it.
+  static constexpr std::int64_t SETTLING = units::fromSeconds(2);
   static constexpr std::int64_t SCORE_PERIOD = units::fromSeconds(1);
 
   void observeEvents();
@@ -76,6 +80,8 @@ class WebInterface {
   void undeclared(const Event& event);
   bool isDeclared(const std::string& topic) const;
   std::string topicOf(const Event& event) const;
+  void declarationsChanged() { lastDeclaration = g_get_monotonic_time(); }
+  void tellDiscovery();
   EventPlace placeOf(const Event& event) const;
   std::string presentEvents() const;
   std::string liveOpening() const;
@@ -93,6 +99,8 @@ class WebInterface {
   const std::string start = isoTime(g_get_real_time());
   std::map<std::string, std::uint64_t> sent;  // events by topic
   std::vector<std::unique_ptr<MqttPublisher>> publishers;
+  std::optional<Discovery> discovery;
+  std::optional<std::int64_t> lastDeclaration;  // monotonic microseconds; none since it was told
   PeriodicTimer liveTimer;
   PeriodicTimer newsTimer;
   PeriodicTimer scoreTimer;

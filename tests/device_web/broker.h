@@ -74,6 +74,8 @@ class Subscriber {
     return condition();
   }
 
+  void runOnce() { mosquitto_loop(client.get(), 20, 1); }
+
   void publish(const std::string& topic, const std::string& payload) {
     mosquitto_publish(client.get(), nullptr, topic.c_str(), static_cast<int>(payload.size()),
                       payload.data(), 1, true);

@@ -129,6 +129,17 @@ TEST_F(BrokerOptionsTest, LoginThatCannotWorkIsRefused) {
             errorOf({"--mqtt-user", "", "--mqtt-password-file", write("word", "x")}));
 }
 
+TEST_F(BrokerOptionsTest, DiscoveryIsATopicsBeginningAndNeedsASite) {
+  EXPECT_EQ("home/assistant",
+            parse({"--mqtt", "b", "--site", "n", "--mqtt-discovery", "home/assistant"}).discovery);
+  EXPECT_EQ("", parse({"--mqtt", "b", "--site", "n"}).discovery);
+  EXPECT_EQ("--mqtt-discovery needs --site", errorOf({"--mqtt-discovery", "homeassistant"}));
+  for (const std::string prefix : {"", "a/", "/a", "a+", "#"}) {
+    EXPECT_EQ("--mqtt-discovery is the beginning of a topic, not \"" + prefix + "\"",
+              errorOf({"--site", "n", "--mqtt-discovery", prefix}));
+  }
+}
+
 TEST_F(BrokerOptionsTest, StateIsAFolderWithOrWithoutABroker) {
   EXPECT_EQ("kept", parse({"--state", "kept"}).state);
   EXPECT_EQ("", parse({"--mqtt", "broker"}).state);
@@ -136,7 +147,7 @@ TEST_F(BrokerOptionsTest, StateIsAFolderWithOrWithoutABroker) {
 
 TEST_F(BrokerOptionsTest, WhatIsForABrokerNeedsOne) {
   for (const std::string option : {"--site", "--mqtt-user", "--mqtt-password-file", "--mqtt-ca",
-                                   "--mqtt-cert", "--mqtt-key"}) {
+                                   "--mqtt-cert", "--mqtt-key", "--mqtt-discovery"}) {
     EXPECT_EQ(option + " needs --mqtt", errorOf({option, "x"}, false));
   }
 }

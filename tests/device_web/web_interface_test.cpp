@@ -231,6 +231,16 @@ TEST_F(WebInterfaceTest, EventsAreCountedByTopicAndNameTheStartOfTheDevice) {
 class LateWebInterfaceTest : public WebInterfaceTest {
  protected:
   void SetUp() override {}
+
+  // The device's main loop turns meanwhile.
+  static bool runUntil(Subscriber& subscriber, const std::function<bool()>& condition) {
+    const auto deadline = std::chrono::steady_clock::now() + BROKER_PATIENCE;
+    while (!condition() && std::chrono::steady_clock::now() < deadline) {
+      g_main_context_iteration(nullptr, FALSE);
+      subscriber.runOnce();
+    }
+    return condition();
+  }
 };
 
 TEST_F(LateWebInterfaceTest, EventsReachTheBroker) {
@@ -292,6 +302,22 @@ TEST_F(LateWebInterfaceTest, AlarmsAndOnlyTheyWaitInAFileForEachBroker) {
       EXPECT_THAT(waiting.payload, HasSubstr("\"seq\":" + std::to_string(i + 1) + "}"));
     }
   }
+}
+
+TEST_F(LateWebInterfaceTest, HomeAutomationIsToldWhatIsDeclaredAndThatItIsGone) {
+  const Broker broker;
+  const std::uint32_t before = declare(stateKeys("Camera1Profile1", false));
+  start({.brokers = {{{"127.0.0.1", broker.getPort()}}},
+         .site = "north",
+         .discovery = "homeassistant"});
+  const std::string topic = "homeassistant/device/sentrelvideo_north/config";
+  Subscriber subscriber(broker.getPort());
+  ASSERT_TRUE(runUntil(subscriber, [&] { return subscriber.hasTopic(topic); }));
+  Subscriber late(broker.getPort());
+  ASSERT_TRUE(late.runUntil([&] { return late.hasTopic(topic); }));
+  EXPECT_TRUE(late.messages.back().retained);
+  EXPECT_TRUE(application.call("Undeclare", g_variant_new("(u)", before)).ok());
+  EXPECT_TRUE(runUntil(subscriber, [&] { return subscriber.find(topic, "") != nullptr; }));
 }
 
 TEST_F(LateWebInterfaceTest, SitesEventsReachEachOfTwoBrokersUnderItsName) {
