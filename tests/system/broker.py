@@ -23,10 +23,18 @@ class Broker:
         reserving.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
         reserving.bind((HOST, 0))
         self.port = reserving.getsockname()[1]
-        self._start(["mosquitto", "-p", str(self.port)], stdout=subprocess.DEVNULL)
+        self.start()
+
+    def start(self):
+        self._broker = self._start(["mosquitto", "-p", str(self.port)], stdout=subprocess.DEVNULL)
         wait_until(self._is_listening, "the broker")
         subprocess.run(["mosquitto_pub", *self._address(), "-t", READY, "-r", "-m", "ready"],
                        check=True, timeout=PATIENCE)
+
+    def kill(self):
+        """It forgets everything, its subscribers included."""
+        self._broker.kill()
+        self._broker.wait(PATIENCE)
 
     def subscribe(self):
         """A journal of publications: first those retained, then what comes."""

@@ -3,6 +3,7 @@
 from broker import HOST, Broker
 from follow_test import RECORDINGS
 from run_script import RunTest
+from web import Web
 
 OWN = "MiruPlatform/SentrelVideo/"
 STATE = OWN + "state"
@@ -70,3 +71,39 @@ class MqttTest(RunTest):
         if not path.is_file():
             self.skipTest(f"The recording {path.name} is not on this machine")
         self.follow("--tracks", path)
+
+
+class AlarmsWithoutABrokerTest(RunTest):
+    """An alarm comes and goes while no broker is there; then the device is killed."""
+
+    SITE = "sites/north/"
+
+    def start_device(self):
+        return self.start("--port", "0", "--mqtt", f"{HOST}:{self.broker.port}", "--site", "north")
+
+    def test_they_arrive_in_order_from_the_next_start(self):
+        self.broker = Broker(self)
+        self.broker.kill()
+        device = self.start_device()
+        web = Web(device)
+        listener = web.follow()
+        web.call("sendAlarmEvent", {"profile": 1})
+        begun = listener.wait_for_event(ALARM, {"active": True})
+        listener.wait_for_event(ALARM, {"active": False}, begun)
+        device.crash()
+        happened = listener.events(ALARM)
+
+        self.broker.start()
+        subscriber = self.broker.subscribe()
+        self.start_device()
+        subscriber.wait_for(lambda publication: publication.topic == self.SITE + DEVICE and
+                            publication.event == "online", "the device")
+        arrived = [publication.event for publication in subscriber.entries()
+                   if publication.topic == self.SITE + ALARM and publication.event is not None and
+                   publication.event["start"] == happened[0]["start"]]
+        self.assertEqual(list(range(1, happened[-1]["seq"] + 1)),
+                         [event["seq"] for event in arrived])
+        self.assertEqual(happened, arrived[-len(happened):])
+        foreign = [publication.topic for publication in subscriber.entries()
+                   if not publication.topic.startswith((self.SITE, "test/"))]
+        self.assertEqual([], foreign)

@@ -71,6 +71,13 @@ class Run:
             self._process.wait(PATIENCE)
         self._process.stdout.close()
 
+    def crash(self):
+        """Device and daemon at once, without a word; the namespace dies with its first process."""
+        children = f"/proc/{self._process.pid}/task/{self._process.pid}/children"
+        for pid in pathlib.Path(children).read_text(encoding="ascii").split():
+            os.kill(int(pid), signal.SIGKILL)
+        self.wait()
+
     def text(self):
         return "\n".join(self.output.entries())
 
