@@ -88,6 +88,7 @@ add_library(device_services STATIC
   web_server/application_forwarder.cpp
   web_server/application_request.cpp
   web_server/broker_options.cpp
+  web_server/device_metrics.cpp
   web_server/digest_login.cpp
   web_server/discovery.cpp
   web_server/event_json.cpp
@@ -95,6 +96,7 @@ add_library(device_services STATIC
   web_server/json_values.cpp
   web_server/lingering_refusal.cpp
   web_server/live_json.cpp
+  web_server/metrics_text.cpp
   web_server/mqtt_publisher.cpp
   web_server/nonce_book.cpp
   web_server/option_values.cpp

@@ -33,6 +33,7 @@ struct Raw {
   OptionText user;
   OptionText passwordFile;
   OptionText web;
+  OptionText metricsTokenFile;
   RawBrokerOptions broker;
   OptionText onvif;
   OptionText onvifListen;
@@ -84,6 +85,8 @@ void parse(const std::vector<std::string>& arguments, Raw* raw) {
        "NAME"},
       {"password-file", 0, 0, G_OPTION_ARG_FILENAME, raw->passwordFile.out(),
        "File whose first line is the user's password", "FILE"},
+      {"metrics-token-file", 0, 0, G_OPTION_ARG_FILENAME, raw->metricsTokenFile.out(),
+       "File whose first line lets a reader of the metrics in", "FILE"},
       {"web", 0, 0, G_OPTION_ARG_FILENAME, raw->web.out(), "Folder of the page", "DIR"},
       {"onvif", 0, 0, G_OPTION_ARG_STRING, raw->onvif.out(),
        "Be an ONVIF camera, too, at this port (0: any free one)", "N"},
@@ -129,11 +132,13 @@ void check(const Raw& raw) {
 }
 
 WebOptions webOptionsOf(const Raw& raw) try {
-  WebOptions options = readWebOptions({.address = raw.listen.get(),
-                         .port = raw.port.get(),
-                         .user = raw.user.get(),
-                         .passwordFile = raw.passwordFile.get(),
-                         .folder = raw.web.get() != nullptr ? raw.web.get() : DEVICE_WEB});
+  WebOptions options =
+      readWebOptions({.address = raw.listen.get(),
+                      .port = raw.port.get(),
+                      .user = raw.user.get(),
+                      .passwordFile = raw.passwordFile.get(),
+                      .folder = raw.web.get() != nullptr ? raw.web.get() : DEVICE_WEB,
+                      .metricsTokenFile = raw.metricsTokenFile.get()});
   options.broker = readBrokerOptions(raw.broker);
   return options;
 } catch (const WebOptionError& error) {

@@ -151,9 +151,12 @@ void MqttPublisher::sendAlarm(mosquitto* client, const AlarmOutbox::Alarm& alarm
   underway[send(client, alarm.topic, alarm.payload, ONCE, true)] = alarm.id;
 }
 
-MqttPublisher::OutboxState MqttPublisher::getOutbox() {
+MqttPublisher::Health MqttPublisher::getHealth() {
   const LockGuard lock(mutex);
-  return {outbox.getWaiting().size(), outbox.getDropped()};
+  return {.isConnected = connected != nullptr,
+          .connects = connects,
+          .waiting = outbox.getWaiting().size(),
+          .dropped = outbox.getDropped()};
 }
 
 void MqttPublisher::clear(const std::string& topic) {
@@ -198,11 +201,14 @@ void MqttPublisher::run() {
   }
 }
 
-void MqttPublisher::pause() {
+std::chrono::milliseconds MqttPublisher::pauseOf(std::chrono::milliseconds mean,
+                                                 std::minstd_rand& chance) {
   std::uniform_real_distribution<double> share(0.5, 1.5);
-  const auto time =
-      std::chrono::duration_cast<std::chrono::milliseconds>(settings.reconnect * share(chance));
-  const Clock::time_point end = Clock::now() + time;
+  return std::chrono::duration_cast<std::chrono::milliseconds>(mean * share(chance));
+}
+
+void MqttPublisher::pause() {
+  const Clock::time_point end = Clock::now() + pauseOf(settings.reconnect, chance);
   const LockGuard lock(mutex);
   for (auto now = Clock::now(); !stopping && now < end; now = Clock::now()) {
     changed.waitFor(mutex, std::chrono::ceil<std::chrono::milliseconds>(end - now));
@@ -274,6 +280,7 @@ void MqttPublisher::announce(Connection* connection) {
   }
   tellAll(connection);
   connected = client;
+  ++connects;
 }
 
 void MqttPublisher::tellAll(Connection* connection) {

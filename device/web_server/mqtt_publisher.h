@@ -67,12 +67,17 @@ class MqttPublisher {
   void clear(const std::string& topic);
   void publish(const std::string& topic, const std::string& payload);
 
-  // Of alarms; since the outbox was made.
-  struct OutboxState {
-    std::size_t waiting = 0;
-    std::uint64_t dropped = 0;
+  struct Health {
+    bool isConnected = false;
+    std::uint64_t connects = 0;  // since the start
+    std::size_t waiting = 0;     // alarms that are not acknowledged
+    std::uint64_t dropped = 0;   // alarms given up since the outbox was made
   };
-  OutboxState getOutbox();
+  Health getHealth();
+
+  // Before the next try.
+  static std::chrono::milliseconds pauseOf(std::chrono::milliseconds mean,
+                                           std::minstd_rand& chance);
 
   // What the user should know of the connection since the last call.
   std::vector<std::string> takeNews();
@@ -106,6 +111,7 @@ class MqttPublisher {
 
   // Set while the broker has answered and is there.
   mosquitto* connected GUARDED_BY(mutex) = nullptr;
+  std::uint64_t connects GUARDED_BY(mutex) = 0;
   std::map<std::string, std::string> retained GUARDED_BY(mutex);
   // Cleared and not retained since. They are cleared again with each new connection, as the old one
   // may have been dead already when they were.

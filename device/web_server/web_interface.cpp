@@ -55,6 +55,10 @@ WebInterface::WebInterface(const WebOptions& options, const std::string& applica
           live.send(scoreMessage());
         }
       }) {
+  server.addPage(WebServer::METRICS_PATH,
+                 [this](const char* accept) { return makeMetrics(accept); });
+  server.observeAnswers(
+      [this](unsigned status, double seconds) { metrics.request(status, seconds); });
   if (!options.broker.discovery.empty()) {
     discovery.emplace(options.broker.discovery, options.broker.site, url());
   }
@@ -62,6 +66,7 @@ WebInterface::WebInterface(const WebOptions& options, const std::string& applica
 }
 
 void WebInterface::frame(double time, int channel, const Frame& frame) {
+  metrics.frame(channel, frame.objects.size(), static_cast<double>(g_get_real_time()) / 1e6);
   if (live.hasReaders()) {
     live.send(streamMessage("frame", frameJson(time, channel + 1, frame)));
   }
@@ -114,6 +119,7 @@ void WebInterface::event(const Event& given) {
   if (event.time <= 0) {
     event.time = g_get_real_time();  // the sender gave none
   }
+  metrics.event(event);
   const std::string topic = topicOf(event);
   ++sent[topic];
   const std::string json = eventJson(event, placeOf(event));
@@ -139,6 +145,7 @@ void WebInterface::undeclared(const Event& event) {
   if (event.stateless || isDeclared(topic)) {
     return;
   }
+  metrics.undeclared(event);
   for (const auto& publisher : publishers) {
     publisher->clear(topic);
   }
@@ -216,6 +223,15 @@ void WebInterface::tellDiscovery() {
       publisher->clear(discovery->topic());
     }
   }
+}
+
+WebServer::Page WebInterface::makeMetrics(const char* accept) const {
+  DeviceMetrics::Present present{.brokers = {}, .report = sources.report};
+  for (const auto& publisher : publishers) {
+    present.brokers.push_back(publisher->getHealth());
+  }
+  const MetricsForm_e form = formFor(accept);
+  return {MetricsText::contentType(form), metrics.text(form, present)};
 }
 
 void WebInterface::tellNews() {

@@ -17,6 +17,7 @@
 #include "services/head_drive.h"
 #include "services/periodic_timer.h"
 #include "services/syslog_server.h"
+#include "web_server/device_metrics.h"
 #include "web_server/discovery.h"
 #include "web_server/event_json.h"
 #include "web_server/mqtt_publisher.h"
@@ -42,6 +43,7 @@ struct WebSources {
 //
 //   GET /events  the application's events, "event" and "undeclared" messages
 //   GET /live    the page's stream
+//   GET /metrics what the device counts, for Prometheus
 class WebInterface {
  public:
   // application: its local socket. Throws std::runtime_error when the server cannot listen.
@@ -82,6 +84,7 @@ class WebInterface {
   std::string topicOf(const Event& event) const;
   void declarationsChanged() { lastDeclaration = g_get_monotonic_time(); }
   void tellDiscovery();
+  WebServer::Page makeMetrics(const char* accept) const;
   EventPlace placeOf(const Event& event) const;
   std::string presentEvents() const;
   std::string liveOpening() const;
@@ -92,6 +95,7 @@ class WebInterface {
   WebSources sources;
   bool running = false;
   std::deque<std::string> logLines;  // messages of the stream
+  DeviceMetrics metrics;
   WebServer server;
   EventStream& events;
   EventStream& live;

@@ -55,6 +55,9 @@ WebOptions readWebOptions(const RawWebOptions& raw) {
     throw WebOptionError("--listen " + options.address +
                          " opens the device to the network: it needs --user and --password-file");
   }
+  if (raw.metricsTokenFile != nullptr) {
+    options.metricsToken = readPassword("--metrics-token-file", raw.metricsTokenFile);
+  }
   if (raw.folder != nullptr) {
     options.folder = raw.folder;
   }

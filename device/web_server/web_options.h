@@ -23,7 +23,9 @@ struct WebOptions {
   std::optional<std::uint16_t> port;  // 0: any free one; without: the usual one, else a free one
   std::optional<WebUser> user;        // without: everybody, from this machine only
   std::filesystem::path folder;       // of the page
-  BrokerOptions broker;               // to whom the events are published
+  // For whoever reads the metrics without being the user.
+  std::optional<std::string> metricsToken = {};
+  BrokerOptions broker;  // to whom the events are published
 };
 
 // What stands on the command line; null for what does not.
@@ -33,6 +35,7 @@ struct RawWebOptions {
   const char* user = nullptr;
   const char* passwordFile = nullptr;
   const char* folder = nullptr;
+  const char* metricsTokenFile = nullptr;
 };
 
 // Checks the options and reads the password, the first line of its file. Throws WebOptionError.

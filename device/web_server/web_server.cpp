@@ -85,6 +85,15 @@ void respond(SoupServerMessage* message, const ApplicationAnswer& answer) {
                            answer.body.data(), answer.body.size());
 }
 
+// Takes as long for any text of the same length.
+bool isSecret(const std::string& given, const std::string& secret) {
+  unsigned difference = given.size() == secret.size() ? 0 : 1;
+  for (std::size_t i = 0; i < given.size(); ++i) {
+    difference |= static_cast<unsigned char>(given[i] ^ secret[i % secret.size()]);
+  }
+  return difference == 0;
+}
+
 bool isMethod(SoupServerMessage* message, std::string_view method) {
   return method == soup_server_message_get_method(message);
 }
@@ -114,6 +123,7 @@ WebServer::WebServer(const WebOptions& options, std::string application,
     : limits(limits),
       address(options.address),
       files(options.folder),
+      metricsToken(options.metricsToken),
       connections(limits.connections),
       calls{.begin = setHeaders,
             .check = [this](SoupServerMessage* message) { check(message); },
@@ -140,6 +150,10 @@ EventStream& WebServer::addStream(const std::string& path, Opening opening) {
   stream.opening = std::move(opening);
   stream.readers = std::make_unique<EventStream>(limits.heartbeat, limits.streamQueue);
   return *stream.readers;
+}
+
+void WebServer::addPage(const std::string& path, PageMaker maker) {
+  pages[path] = std::move(maker);
 }
 
 std::string WebServer::url() const {
@@ -178,12 +192,23 @@ void WebServer::check(SoupServerMessage* message) {
   if (announcesMoreThan(message, MAX_BODY)) {
     return refuseBody(message);
   }
+  if (isMetricsReader(message)) {
+    return;
+  }
   if (!login) {
     return;
   }
   if (const auto challenge = login->challengeFor(message)) {
     askForUser(message, *challenge);
   }
+}
+
+// Who reads the metrics from afar knows no digests.
+bool WebServer::isMetricsReader(SoupServerMessage* message) const {
+  const char* given = headerOf(message, "Authorization");
+  const std::string path = g_uri_get_path(soup_server_message_get_uri(message));
+  return metricsToken && path == METRICS_PATH && given != nullptr &&
+         isSecret(given, "Bearer " + *metricsToken);
 }
 
 void WebServer::askForUser(SoupServerMessage* message, const std::string& challenge) {
@@ -209,6 +234,10 @@ void WebServer::handle(SoupServerMessage* message, const std::string& path, GHas
   if (!isMethod(message, "GET") && !isMethod(message, "HEAD")) {
     return refuseMethod(message, "GET, HEAD");
   }
+  if (const auto maker = pages.find(path); maker != pages.end()) {
+    const Page page = maker->second(headerOf(message, "Accept"));
+    return respond(message, SOUP_STATUS_OK, page.type, page.body);
+  }
   sendFile(message, path);
 }
 
@@ -222,8 +251,8 @@ void WebServer::forward(SoupServerMessage* message, const std::string& path, GHa
   const std::shared_ptr<SoupServerMessage> held(
       static_cast<SoupServerMessage*>(g_object_ref(message)), g_object_unref);
   forwarder.forward(
-      std::move(*bytes),
-      [this, held, body = request.body](ForwardResult_e result, const ApplicationAnswer* answer) {
+      std::move(*bytes), [this, held, body = request.body, begun = g_get_monotonic_time()](
+                             ForwardResult_e result, const ApplicationAnswer* answer) {
         if (result == ForwardResult_e::answered) {
           respond(held.get(), *answer);
           if (observer) {
@@ -233,6 +262,10 @@ void WebServer::forward(SoupServerMessage* message, const std::string& path, GHa
           refuse(held.get(), SOUP_STATUS_SERVICE_UNAVAILABLE,
                  result == ForwardResult_e::late ? "The application did not answer in time"
                                                  : "The application is not running");
+        }
+        if (answerObserver) {
+          answerObserver(soup_server_message_get_status(held.get()),
+                         static_cast<double>(g_get_monotonic_time() - begun) / 1e6);
         }
         soup_server_message_unpause(held.get());
       });

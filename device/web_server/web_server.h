@@ -47,6 +47,7 @@ struct WebServerLimits {
 //   503  the application is not there, or has not answered in time; too many streams
 class WebServer {
  public:
+  static constexpr char METRICS_PATH[] = "/metrics";
   static constexpr std::uint16_t USUAL_PORT = 8080;
   static constexpr std::size_t MAX_BODY = std::size_t{1} << 20;  // bytes
 
@@ -64,6 +65,14 @@ class WebServer {
   // Offers a stream at a path; it lives as long as the server.
   EventStream& addStream(const std::string& path, Opening opening);
 
+  // A page that is made anew for each reader, from what it accepts (null for no header).
+  struct Page {
+    const char* type = nullptr;
+    std::string body;
+  };
+  using PageMaker = std::function<Page(const char* accept)>;
+  void addPage(const std::string& path, PageMaker maker);
+
   // Hands a request to the application as if it had come over the network, after those that came
   // before. done: null when the application did not answer.
   void ask(const std::string& body, std::function<void(const std::string* answer)> done);
@@ -73,6 +82,11 @@ class WebServer {
   void observeRequests(Observer told) { observer = std::move(told); }
 
   std::uint16_t port() const { return listener->port(); }
+
+  // Is told the status of each answer to such a request, the server's own included, and the seconds
+  // that it took.
+  using AnswerObserver = std::function<void(unsigned status, double seconds)>;
+  void observeAnswers(AnswerObserver told) { answerObserver = std::move(told); }
 
   // How many there are at present.
   std::size_t countConnections() const { return connections.size(); }
@@ -88,6 +102,7 @@ class WebServer {
 
   void listen(const WebOptions& options);
   void check(SoupServerMessage* message);
+  bool isMetricsReader(SoupServerMessage* message) const;
   void askForUser(SoupServerMessage* message, const std::string& challenge);
   void handle(SoupServerMessage* message, const std::string& path, GHashTable* fields);
   void forward(SoupServerMessage* message, const std::string& path, GHashTable* fields);
@@ -100,13 +115,16 @@ class WebServer {
   std::optional<DigestLogin> login;
   std::optional<OriginCheck> origins;
   StaticFiles files;
-  std::map<std::string, Stream> streams;  // by path
+  std::map<std::string, Stream> streams;   // by path
+  std::map<std::string, PageMaker> pages;  // by path
+  std::optional<std::string> metricsToken;
   std::list<std::unique_ptr<LingeringRefusal>> refusals;
   WebConnections connections;
   SoupCalls calls;
   GObjectPtr<SoupServer> server;
   std::unique_ptr<WebListener> listener;
   Observer observer;
+  AnswerObserver answerObserver;
   ApplicationForwarder forwarder;  // before the server in the end, as it holds on to requests
 };
 

@@ -3,10 +3,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <random>
 #include <string>
 
 #include "base/file_descriptor.h"
@@ -321,6 +323,37 @@ TEST_F(MqttPublisherTest, EachHostThatIsAwayIsToldOfOnce) {
   EXPECT_EQ(0u, publisher.takeNews().size());
 }
 
+TEST_F(MqttPublisherTest, PausesDifferByChance) {
+  std::minstd_rand chance(1);
+  auto least = Milliseconds::max();
+  auto most = Milliseconds::min();
+  for (int i = 0; i < 1000; ++i) {
+    const Milliseconds pause = MqttPublisher::pauseOf(Milliseconds(2000), chance);
+    least = std::min(least, pause);
+    most = std::max(most, pause);
+  }
+  EXPECT_THAT(least.count(), testing::AllOf(testing::Ge(1000), testing::Lt(1100)));
+  EXPECT_THAT(most.count(), testing::AllOf(testing::Le(3000), testing::Gt(2900)));
+}
+
+TEST_F(MqttPublisherTest, HealthTellsTheConnection) {
+  Broker broker;
+  MqttPublisher publisher(settingsFor({broker.getPort()}));
+  ASSERT_TRUE(tells(publisher, "connected"));
+  Subscriber subscriber(broker.getPort());
+  ASSERT_TRUE(subscriber.sees(AVAILABILITY, "online"));
+  EXPECT_TRUE(publisher.getHealth().isConnected);
+  EXPECT_EQ(1u, publisher.getHealth().connects);
+  broker.stop();
+  ASSERT_TRUE(tells(publisher, "MQTT broker"));
+  const auto deadline = std::chrono::steady_clock::now() + BROKER_PATIENCE;
+  while (publisher.getHealth().isConnected && std::chrono::steady_clock::now() < deadline) {
+    usleep(1000);  // between two looks
+  }
+  EXPECT_FALSE(publisher.getHealth().isConnected);
+  EXPECT_EQ(1u, publisher.getHealth().connects);
+}
+
 TEST_F(MqttPublisherTest, BrokerAsksForUserAndPassword) {
   const TemporaryFolder folder;
   ASSERT_EQ(
@@ -453,16 +486,16 @@ TEST_F(MqttOutboxTest, AlarmThatTheBrokerHasNotAcknowledgedIsToldItAgain) {
   broker.send(SIGSTOP);
   publisher.alarm("a", "1");
   publisher.alarm("a", "2");
-  EXPECT_EQ(2u, publisher.getOutbox().waiting);
+  EXPECT_EQ(2u, publisher.getHealth().waiting);
   broker.stop(SIGKILL);
   EXPECT_TRUE(tells(publisher, "MQTT broker"));  // the connection has ended
-  EXPECT_EQ(2u, publisher.getOutbox().waiting);
+  EXPECT_EQ(2u, publisher.getHealth().waiting);
   broker.start();
   const auto deadline = std::chrono::steady_clock::now() + BROKER_PATIENCE;
-  while (publisher.getOutbox().waiting > 0 && std::chrono::steady_clock::now() < deadline) {
+  while (publisher.getHealth().waiting > 0 && std::chrono::steady_clock::now() < deadline) {
     usleep(1000);  // between two looks
   }
-  EXPECT_EQ(0u, publisher.getOutbox().waiting);
+  EXPECT_EQ(0u, publisher.getHealth().waiting);
   EXPECT_THAT(retainedAt(broker.getPort()), Contains(Pair("a", "2")));
 }
 
@@ -472,8 +505,8 @@ TEST_F(MqttOutboxTest, AlarmsThatAreGivenUpAreTold) {
   for (int i = 0; i < 1003; ++i) {
     publisher.alarm("a", std::to_string(i));
   }
-  EXPECT_EQ(1000u, publisher.getOutbox().waiting);
-  EXPECT_EQ(3u, publisher.getOutbox().dropped);
+  EXPECT_EQ(1000u, publisher.getHealth().waiting);
+  EXPECT_EQ(3u, publisher.getHealth().dropped);
   EXPECT_TRUE(tells(publisher, "3 alarms were given up"));
 }
 

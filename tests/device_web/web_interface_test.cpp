@@ -227,6 +227,26 @@ TEST_F(WebInterfaceTest, EventsAreCountedByTopicAndNameTheStartOfTheDevice) {
   EXPECT_EQ(3, next(late).number("seq"));
 }
 
+TEST_F(WebInterfaceTest, MetricsTellWhatTheDeviceSees) {
+  declare(stateKeys("Camera1Profile1", true));
+  const std::uint32_t gone = declare(stateKeys("Camera1Profile2", true));
+  EXPECT_TRUE(application.call("Undeclare", g_variant_new("(u)", gone)).ok());
+  web->frame(1, 0, {});
+  WebClient(port).post("x");
+  WebResponse response = WebClient(port).get("/metrics");
+  EXPECT_EQ("text/plain; version=0.0.4; charset=utf-8", response.headers.at("Content-Type"));
+  for (const char* line : {"sentrelvideo_frames_total{camera=\"1\"} 1\n",
+                           "sentrelvideo_alarm_active{camera=\"1\",profile=\"1\"} 1\n",
+                           "sentrelvideo_api_requests_total{code=\"503\"} 1\n"}) {
+    EXPECT_THAT(response.body, HasSubstr(line));
+  }
+  EXPECT_THAT(response.body, testing::Not(HasSubstr("alarm_active{camera=\"1\",profile=\"2\"}")));
+  response = WebClient(port).get("/metrics", "Accept: application/openmetrics-text\r\n");
+  EXPECT_EQ("application/openmetrics-text; version=1.0.0; charset=utf-8",
+            response.headers.at("Content-Type"));
+  EXPECT_TRUE(response.body.ends_with("\n# EOF\n"));
+}
+
 // Starts the interface itself.
 class LateWebInterfaceTest : public WebInterfaceTest {
  protected:

@@ -80,6 +80,13 @@ TEST_F(WebOptionsTest, PasswordThatCannotBeReadIsRefused) {
   EXPECT_EQ("--password-file needs --user", errorOf({"--password-file", passwordFile("x")}));
 }
 
+TEST_F(WebOptionsTest, TokenForTheMetricsIsReadFromAFile) {
+  EXPECT_FALSE(parse({}).metricsToken);
+  EXPECT_EQ("word", parse({"--metrics-token-file", passwordFile("word\n")}).metricsToken);
+  EXPECT_EQ("--metrics-token-file: cannot read a password from /none",
+            errorOf({"--metrics-token-file", "/none"}));
+}
+
 TEST_F(WebOptionsTest, BadValuesAreRefused) {
   for (const std::vector<std::string>& arguments :
        std::vector<std::vector<std::string>>{{"--port", "65536"},

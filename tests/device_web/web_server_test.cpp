@@ -118,6 +118,49 @@ TEST_F(WebServerTest, ObserverIsToldOfAnsweredRequestsFromTheNetwork) {
   EXPECT_THAT(told, ElementsAre("answered"));
 }
 
+TEST_F(WebServerTest, AnswersAreToldWithTheirStatusAndTime) {
+  std::vector<unsigned> told;
+  start().observeAnswers([&](unsigned status, double seconds) {
+    told.push_back(status);
+    EXPECT_GE(seconds, 0);
+    EXPECT_LT(seconds, 60);
+  });
+  WebClient(server->port()).post("unanswered");
+  FakeApplication application(socket);
+  WebClient(server->port()).post("answered");
+  WebClient(server->port()).get("/no/request");
+  EXPECT_THAT(told, ElementsAre(503u, 200u));
+}
+
+TEST_F(WebServerTest, PageIsMadeForWhatItsReaderAccepts) {
+  start().addPage("/metrics", [](const char* accept) {
+    return WebServer::Page{"text/x-own", accept != nullptr ? accept : "nothing"};
+  });
+  WebResponse response = WebClient(server->port()).get("/metrics", "Accept: text/plain\r\n");
+  EXPECT_EQ(200, response.status);
+  EXPECT_EQ("text/x-own", response.headers.at("Content-Type"));
+  EXPECT_EQ("text/plain", response.body);
+  expectStrictHeaders(response);
+  EXPECT_EQ("nothing", WebClient(server->port()).get("/metrics").body);
+  EXPECT_EQ(405, WebClient(server->port()).post("x", "/metrics").status);
+}
+
+TEST_F(WebServerTest, TokenLetsItsBearerReadTheMetricsAndNothingElse) {
+  options.user = WebUser{"anna", "secret word"};
+  options.metricsToken = "0123";
+  start().addPage("/metrics", [](const char*) { return WebServer::Page{"text/plain", "m"}; });
+  const std::uint16_t port = server->port();
+  EXPECT_EQ(200, WebClient(port).get("/metrics", "Authorization: Bearer 0123\r\n").status);
+  for (const std::string token : {"", "0", "0124", "01234", "012301230123"}) {
+    EXPECT_EQ(401,
+              WebClient(port).get("/metrics", "Authorization: Bearer " + token + "\r\n").status)
+        << token;
+  }
+  EXPECT_EQ(401, WebClient(port).get("/metrics").status);
+  EXPECT_EQ(401, WebClient(port).get("/", "Authorization: Bearer 0123\r\n").status);
+  EXPECT_EQ(401, WebClient(port).get("/metrics/", "Authorization: Bearer 0123\r\n").status);
+}
+
 TEST_F(WebServerTest, ConnectionEndsWithItsAnswerAndIsNotKept) {
   FakeApplication application(socket);
   const std::uint16_t port = start().port();

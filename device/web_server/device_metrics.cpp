@@ -1,0 +1,275 @@
+#include "web_server/device_metrics.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <ctime>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <optional>
+#include <string_view>
+#include <system_error>
+#include <variant>
+
+#include "web_server/event_json.h"
+
+namespace device {
+
+namespace {
+
+constexpr std::string_view OWN = "MiruPlatform/SentrelVideo/";
+constexpr std::string_view CAMERA = "Camera";
+constexpr std::string_view PROFILE = "Profile";
+constexpr const char* STATES[] = {"stopped", "connecting", "autotuning", "running"};
+
+using Labels = MetricsText::Labels;
+
+const EventValue* valueOf(const Event& event, std::string_view name) {
+  const auto found = std::ranges::find(event.keys, name, &EventKey::name);
+  return found != event.keys.end() && found->value ? &*found->value : nullptr;
+}
+
+bool isActive(const Event& event) {
+  const EventValue* value = valueOf(event, "active");
+  const bool* active = value != nullptr ? std::get_if<bool>(value) : nullptr;
+  return active != nullptr && *active;
+}
+
+// The last of the application's own topics; empty for others.
+std::string nameOf(const Event& event) {
+  const std::string topic = brokerTopic(event);
+  return topic.starts_with(OWN) ? topic.substr(OWN.size()) : "";
+}
+
+void writeScore(MetricsText* text, const Report& report) {
+  const RunningScore score = report.runningScore();
+  const TuningFigures tuning = report.tuning();
+  text->family("sentrelvideo_scored_seconds", MetricType_e::counter,
+               "Time over which following is judged.");
+  text->sample(score.seconds);
+  if (score.inPicture) {
+    text->family("sentrelvideo_in_picture_ratio", MetricType_e::gauge,
+                 "Share of the time with somebody in which the one to follow was in the picture.");
+    text->sample(*score.inPicture);
+  }
+  if (score.rms) {
+    text->family("sentrelvideo_target_error_degrees", MetricType_e::gauge,
+                 "Error to the one who is followed, root of its mean square.");
+    text->sample(*score.rms);
+  }
+  text->family("sentrelvideo_tuning_attempts", MetricType_e::counter, "Attempts to tune the head.");
+  text->sample(tuning.attempts);
+  text->family("sentrelvideo_tuning_failed_attempts", MetricType_e::counter,
+               "Attempts to tune the head that failed.");
+  text->sample(tuning.failedAttempts);
+}
+
+void writeBrokers(MetricsText* text, const std::vector<MqttPublisher::Health>& brokers) {
+  const auto each = [&](const char* name, MetricType_e type, const char* help, auto value) {
+    text->family(name, type, help);
+    for (std::size_t i = 0; i < brokers.size(); ++i) {
+      text->sample(static_cast<double>(value(brokers[i])), {{"broker", std::to_string(i + 1)}});
+    }
+  };
+  if (brokers.empty()) {
+    return;
+  }
+  using Health = MqttPublisher::Health;
+  each("sentrelvideo_mqtt_connected", MetricType_e::gauge, "Whether the broker is there.",
+       [](const Health& health) { return health.isConnected ? 1 : 0; });
+  each("sentrelvideo_mqtt_connects", MetricType_e::counter, "Connections made to the broker.",
+       [](const Health& health) { return health.connects; });
+  each("sentrelvideo_mqtt_outbox_messages", MetricType_e::gauge,
+       "Alarms that the broker has not acknowledged.",
+       [](const Health& health) { return health.waiting; });
+  each("sentrelvideo_mqtt_dropped", MetricType_e::counter,
+       "Alarms given up since the outbox was made.",
+       [](const Health& health) { return health.dropped; });
+}
+
+// Seconds of wall-clock time at which this process began, by what the system tells of it.
+double processStart() {
+  std::ifstream stat("/proc/self/stat");
+  const std::string line{std::istreambuf_iterator<char>(stat), {}};
+  std::size_t place = line.rfind(')');
+  constexpr int START_FIELD = 20;  // behind the name
+  for (int field = 0; field < START_FIELD && place != std::string::npos; ++field) {
+    place = line.find(' ', place + 1);
+  }
+  if (place == std::string::npos) {
+    return 0;
+  }
+  timespec boot{};
+  timespec now{};
+  clock_gettime(CLOCK_BOOTTIME, &boot);
+  clock_gettime(CLOCK_REALTIME, &now);
+  const double started = std::stod(line.substr(place)) / static_cast<double>(sysconf(_SC_CLK_TCK));
+  return static_cast<double>(now.tv_sec - boot.tv_sec) + started;
+}
+
+void writeProcess(MetricsText* text) {
+  text->family("process_cpu_seconds", MetricType_e::counter, "Processor time of the device.");
+  timespec used{};
+  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &used);
+  text->sample(static_cast<double>(used.tv_sec) + static_cast<double>(used.tv_nsec) * 1e-9);
+
+  long pages = 0;
+  std::ifstream("/proc/self/statm") >> pages >> pages;
+  text->family("process_resident_memory_bytes", MetricType_e::gauge,
+               "Memory of the device that is resident.");
+  text->sample(static_cast<double>(pages) * static_cast<double>(sysconf(_SC_PAGESIZE)));
+
+  static const double s_start = processStart();  // the clock may be set later
+  text->family("process_start_time_seconds", MetricType_e::gauge,
+               "When the device started, since 1970.");
+  text->sample(s_start);
+
+  std::error_code error;
+  const auto open = std::distance(std::filesystem::directory_iterator("/proc/self/fd", error), {});
+  text->family("process_open_fds", MetricType_e::gauge, "Descriptors that the device has open.");
+  text->sample(static_cast<double>(open - 1));  // but for the one that counts them
+}
+
+}  // namespace
+
+void DeviceMetrics::frame(int channel, std::size_t objects, double time) {
+  Camera& camera = cameras[channel];
+  ++camera.frames;
+  camera.objects = objects;
+  camera.time = time;
+}
+
+void DeviceMetrics::event(const Event& event) {
+  const std::string name = nameOf(event);
+  if (name == "state") {
+    const EventValue* value = valueOf(event, "value");
+    const std::string* text = value != nullptr ? std::get_if<std::string>(value) : nullptr;
+    state = text != nullptr ? *text : "";
+    return;
+  }
+  if (name == "isSentreling") {
+    isFollowing = isActive(event);
+    return;
+  }
+  Place place;
+  if (!placeOf(event, &place)) {
+    return;
+  }
+  Alarm& alarm = alarms[place];
+  const bool active = isActive(event);
+  alarm.count += active && !alarm.isActive ? 1 : 0;
+  alarm.isActive = active;
+  alarm.isDeclared = true;
+}
+
+void DeviceMetrics::undeclared(const Event& event) {
+  const std::string name = nameOf(event);
+  if (name == "state") {
+    state.clear();
+  } else if (name == "isSentreling") {
+    isFollowing = false;
+  }
+  Place place;
+  if (placeOf(event, &place)) {
+    alarms[place].isActive = false;
+    alarms[place].isDeclared = false;
+  }
+}
+
+void DeviceMetrics::request(unsigned status, double seconds) {
+  ++requests[status];
+  requestSeconds += seconds;
+}
+
+// CameraCProfileU, CameraCProfileANY or CameraANY.
+bool DeviceMetrics::placeOf(const Event& event, Place* place) {
+  const std::string name = nameOf(event);
+  if (!name.starts_with(CAMERA)) {
+    return false;
+  }
+  const std::size_t profile = name.find(PROFILE);
+  if (profile == std::string::npos) {
+    *place = {.camera = "", .profile = name.substr(CAMERA.size())};
+  } else {
+    *place = {.camera = name.substr(CAMERA.size(), profile - CAMERA.size()),
+              .profile = name.substr(profile + PROFILE.size())};
+  }
+  return true;
+}
+
+std::string DeviceMetrics::text(MetricsForm_e form, const Present& present) const {
+  MetricsText text(form);
+  text.family("sentrelvideo_build", MetricType_e::info, "What runs here.");
+  text.sample(1, {{"version", DEVICE_VERSION}});
+  writeTracker(&text);
+  writeAlarms(&text);
+  writeFrames(&text);
+  writeRequests(&text);
+  if (present.report != nullptr) {
+    writeScore(&text, *present.report);
+  }
+  writeBrokers(&text, present.brokers);
+  writeProcess(&text);
+  return text.finish();
+}
+
+void DeviceMetrics::writeTracker(MetricsText* text) const {
+  text->family("sentrelvideo_up", MetricType_e::gauge, "Whether the application tells its state.");
+  text->sample(state.empty() ? 0 : 1);
+  text->family("sentrelvideo_state", MetricType_e::stateSet, "State of the tracker.");
+  for (const char* possible : STATES) {
+    text->sample(state == possible ? 1 : 0, {{"sentrelvideo_state", possible}});
+  }
+  text->family("sentrelvideo_following", MetricType_e::gauge,
+               "Whether the tracker steers the head.");
+  text->sample(isFollowing ? 1 : 0);
+}
+
+void DeviceMetrics::writeAlarms(MetricsText* text) const {
+  const auto labelsOf = [](const Place& place) {
+    return Labels{{"camera", place.camera}, {"profile", place.profile}};
+  };
+  text->family("sentrelvideo_alarm_active", MetricType_e::gauge, "Whether there is an alarm.");
+  for (const auto& [place, alarm] : alarms) {
+    if (alarm.isDeclared) {
+      text->sample(alarm.isActive ? 1 : 0, labelsOf(place));
+    }
+  }
+  text->family("sentrelvideo_alarms", MetricType_e::counter, "Alarms that have begun.");
+  for (const auto& [place, alarm] : alarms) {
+    text->sample(static_cast<double>(alarm.count), labelsOf(place));
+  }
+}
+
+void DeviceMetrics::writeFrames(MetricsText* text) const {
+  const auto each = [&](const char* name, MetricType_e type, const char* help, auto value) {
+    text->family(name, type, help);
+    for (const auto& [channel, camera] : cameras) {
+      text->sample(static_cast<double>(value(camera)), {{"camera", std::to_string(channel + 1)}});
+    }
+  };
+  each("sentrelvideo_frames", MetricType_e::counter, "Scene frames handed to the application.",
+       [](const Camera& camera) { return camera.frames; });
+  each("sentrelvideo_frame_timestamp_seconds", MetricType_e::gauge,
+       "When the latest scene frame was handed over, since 1970.",
+       [](const Camera& camera) { return camera.time; });
+  each("sentrelvideo_objects", MetricType_e::gauge, "Objects in the latest scene frame.",
+       [](const Camera& camera) { return camera.objects; });
+}
+
+void DeviceMetrics::writeRequests(MetricsText* text) const {
+  std::uint64_t count = 0;
+  text->family("sentrelvideo_api_requests", MetricType_e::counter,
+               "Requests to the application by the status of the answer.");
+  for (const auto& [status, number] : requests) {
+    text->sample(static_cast<double>(number), {{"code", std::to_string(status)}});
+    count += number;
+  }
+  text->family("sentrelvideo_api_request_seconds", MetricType_e::summary,
+               "Time until the application's answer.");
+  text->sample(static_cast<double>(count), {}, "_count");
+  text->sample(requestSeconds, {}, "_sum");
+}
+
+}  // namespace device

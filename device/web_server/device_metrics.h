@@ -1,0 +1,68 @@
+#ifndef DEVICE_WEB_SERVER_DEVICE_METRICS_H
+#define DEVICE_WEB_SERVER_DEVICE_METRICS_H
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "report/report.h"
+#include "services/event_table.h"
+#include "web_server/metrics_text.h"
+#include "web_server/mqtt_publisher.h"
+
+namespace device {
+
+// Counts what the device sees of its application and of itself, for whoever watches many.
+class DeviceMetrics {
+ public:
+  // time: seconds of wall-clock time at which the frame was handed out; channel counts from 0.
+  void frame(int channel, std::size_t objects, double time);
+
+  // The application's: each value, and what ends.
+  void event(const Event& event);
+  void undeclared(const Event& event);
+
+  // A request from the network, answered by the application or in its place.
+  void request(unsigned status, double seconds);
+
+  struct Present {
+    std::vector<MqttPublisher::Health> brokers;
+    const Report* report = nullptr;  // whose running score is told, if there is one
+  };
+  std::string text(MetricsForm_e form, const Present& present) const;
+
+ private:
+  struct Camera {
+    std::uint64_t frames = 0;
+    std::size_t objects = 0;
+    double time = 0;
+  };
+  struct Alarm {
+    bool isActive = false;
+    bool isDeclared = false;
+    std::uint64_t count = 0;
+  };
+  struct Place {
+    std::string camera;   // number; empty for the device's own alarm
+    std::string profile;  // uid, or "ANY"
+    auto operator<=>(const Place&) const = default;
+  };
+
+  static bool placeOf(const Event& event, Place* place);
+  void writeTracker(MetricsText* text) const;
+  void writeAlarms(MetricsText* text) const;
+  void writeFrames(MetricsText* text) const;
+  void writeRequests(MetricsText* text) const;
+
+  std::map<int, Camera> cameras;
+  std::map<Place, Alarm> alarms;
+  std::string state;  // empty while the application tells none
+  bool isFollowing = false;
+  std::map<unsigned, std::uint64_t> requests;  // by status
+  double requestSeconds = 0;
+};
+
+}  // namespace device
+
+#endif

@@ -1,0 +1,107 @@
+#include "web_server/device_metrics.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace device {
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+
+class DeviceMetricsTest : public testing::Test {
+ protected:
+  static Event event(const std::string& name, EventKey value) {
+    return {.id = 1,
+            .owner = ":1.1",
+            .stateless = false,
+            .keys = {{"topic0", "t", std::string("MiruPlatform"), false, false, "", "", ""},
+                     {"topic1", "t", std::string("SentrelVideo"), false, false, "", "", ""},
+                     {"topic2", "t", name, false, false, "", "", ""},
+                     std::move(value)},
+            .time = 0};
+  }
+
+  static Event active(const std::string& name, bool value) {
+    return event(name, {"active", "", value, false, true, "", "", ""});
+  }
+
+  static Event state(const std::string& value) {
+    return event("state", {"value", "", value, false, true, "", "", ""});
+  }
+
+  std::string text() const { return metrics.text(MetricsForm_e::text, {}); }
+
+  DeviceMetrics metrics;
+};
+
+TEST_F(DeviceMetricsTest, ApplicationIsUpWhileItTellsItsState) {
+  EXPECT_THAT(text(), HasSubstr("\nsentrelvideo_up 0\n"));
+  metrics.event(state("running"));
+  EXPECT_THAT(text(), HasSubstr("\nsentrelvideo_up 1\n"));
+  EXPECT_THAT(text(), HasSubstr("{sentrelvideo_state=\"running\"} 1\n"));
+  EXPECT_THAT(text(), HasSubstr("{sentrelvideo_state=\"stopped\"} 0\n"));
+  metrics.undeclared(state("running"));
+  EXPECT_THAT(text(), HasSubstr("\nsentrelvideo_up 0\n"));
+  EXPECT_THAT(text(), HasSubstr("{sentrelvideo_state=\"running\"} 0\n"));
+}
+
+TEST_F(DeviceMetricsTest, FollowingIsTold) {
+  metrics.event(active("isSentreling", true));
+  EXPECT_THAT(text(), HasSubstr("\nsentrelvideo_following 1\n"));
+  metrics.undeclared(active("isSentreling", true));
+  EXPECT_THAT(text(), HasSubstr("\nsentrelvideo_following 0\n"));
+}
+
+TEST_F(DeviceMetricsTest, AlarmsAreCountedWhenTheyBegin) {
+  for (const bool value : {false, true, true, false, true}) {
+    metrics.event(active("Camera2Profile7", value));
+  }
+  metrics.event(active("CameraANY", false));
+  EXPECT_THAT(text(), HasSubstr("sentrelvideo_alarm_active{camera=\"2\",profile=\"7\"} 1\n"));
+  EXPECT_THAT(text(), HasSubstr("sentrelvideo_alarms_total{camera=\"2\",profile=\"7\"} 2\n"));
+  EXPECT_THAT(text(), HasSubstr("sentrelvideo_alarm_active{camera=\"\",profile=\"ANY\"} 0\n"));
+}
+
+TEST_F(DeviceMetricsTest, AlarmThatIsUndeclaredKeepsItsCountOnly) {
+  metrics.event(active("Camera2Profile7", true));
+  metrics.undeclared(active("Camera2Profile7", true));
+  EXPECT_THAT(text(), Not(HasSubstr("sentrelvideo_alarm_active{")));
+  EXPECT_THAT(text(), HasSubstr("sentrelvideo_alarms_total{camera=\"2\",profile=\"7\"} 1\n"));
+}
+
+TEST_F(DeviceMetricsTest, FramesAreToldByCamera) {
+  metrics.frame(0, 4, 10.5);
+  metrics.frame(0, 2, 11.5);
+  metrics.frame(1, 0, 12);
+  EXPECT_THAT(text(), HasSubstr("sentrelvideo_frames_total{camera=\"1\"} 2\n"));
+  EXPECT_THAT(text(), HasSubstr("sentrelvideo_frames_total{camera=\"2\"} 1\n"));
+  EXPECT_THAT(text(), HasSubstr("sentrelvideo_frame_timestamp_seconds{camera=\"1\"} 11.5\n"));
+  EXPECT_THAT(text(), HasSubstr("sentrelvideo_objects{camera=\"1\"} 2\n"));
+}
+
+TEST_F(DeviceMetricsTest, RequestsAreToldByStatusAndTheirTimesTogether) {
+  metrics.request(200, 0.5);
+  metrics.request(200, 0.25);
+  metrics.request(503, 1);
+  EXPECT_THAT(text(), HasSubstr("sentrelvideo_api_requests_total{code=\"200\"} 2\n"));
+  EXPECT_THAT(text(), HasSubstr("sentrelvideo_api_requests_total{code=\"503\"} 1\n"));
+  EXPECT_THAT(text(), HasSubstr("sentrelvideo_api_request_seconds_count 3\n"));
+  EXPECT_THAT(text(), HasSubstr("sentrelvideo_api_request_seconds_sum 1.75\n"));
+}
+
+TEST_F(DeviceMetricsTest, BrokersAreToldByTheirNumber) {
+  EXPECT_THAT(text(), Not(HasSubstr("sentrelvideo_mqtt")));
+  const std::string told = metrics.text(
+      MetricsForm_e::text, {.brokers = {{true, 2, 0, 0}, {false, 1, 17, 3}}, .report = nullptr});
+  EXPECT_THAT(told, HasSubstr("sentrelvideo_mqtt_connected{broker=\"1\"} 1\n"));
+  EXPECT_THAT(told, HasSubstr("sentrelvideo_mqtt_connected{broker=\"2\"} 0\n"));
+  EXPECT_THAT(told, HasSubstr("sentrelvideo_mqtt_connects_total{broker=\"1\"} 2\n"));
+  EXPECT_THAT(told, HasSubstr("sentrelvideo_mqtt_outbox_messages{broker=\"2\"} 17\n"));
+  EXPECT_THAT(told, HasSubstr("sentrelvideo_mqtt_dropped_total{broker=\"2\"} 3\n"));
+}
+
+}  // namespace
+}  // namespace device
