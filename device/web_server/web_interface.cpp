@@ -5,11 +5,14 @@
 #include <system_error>
 #include <utility>
 
+#include "web_server/json_values.h"
 #include "web_server/live_json.h"
 
 namespace device {
 
 namespace {
+
+constexpr char ABOUT[] = "SentrelVideo/about";
 
 bool isOfApplication(const Event& event) {
   return !EventService::isOfDevice(event);
@@ -61,6 +64,9 @@ WebInterface::WebInterface(const WebOptions& options, const std::string& applica
       [this](unsigned status, double seconds) { metrics.request(status, seconds); });
   if (!options.broker.discovery.empty()) {
     discovery.emplace(options.broker.discovery, options.broker.site, url());
+  }
+  if (!options.broker.site.empty()) {
+    tellAbout();
   }
   observeEvents();
 }
@@ -205,6 +211,20 @@ std::string WebInterface::scoreMessage() const {
   }
   return streamMessage("score", runningScoreJson(sources.seconds(), sources.report->runningScore(),
                                                  sources.report->tuning()));
+}
+
+// Who sees many sites is told which this is and where its page is.
+void WebInterface::tellAbout() {
+  const JsonAutoPtr about(json_object());
+  json_object_set_new(about.get(), "version", json_string(DEVICE_VERSION));
+  json_object_set_new(about.get(), "model", jsonText(sources.model.name));
+  json_object_set_new(about.get(), "cameras",
+                      json_integer(static_cast<json_int_t>(sources.model.world.channels.size())));
+  json_object_set_new(about.get(), "url", jsonText(url()));
+  json_object_set_new(about.get(), "start", jsonText(start));
+  for (const auto& publisher : publishers) {
+    publisher->retain(prefix + ABOUT, lineOf(about.get()));
+  }
 }
 
 void WebInterface::tellDiscovery() {

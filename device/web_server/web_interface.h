@@ -83,6 +83,7 @@ class WebInterface {
   bool isDeclared(const std::string& topic) const;
   std::string topicOf(const Event& event) const;
   void declarationsChanged() { lastDeclaration = g_get_monotonic_time(); }
+  void tellAbout();
   void tellDiscovery();
   WebServer::Page makeMetrics(const char* accept) const;
   EventPlace placeOf(const Event& event) const;

@@ -116,6 +116,16 @@ class Subscriber {
     return payloads;
   }
 
+  std::vector<std::string> everyPayloadOf(const std::string& topic) const {
+    std::vector<std::string> payloads;
+    for (const BrokerMessage& message : messages) {
+      if (message.topic == topic) {
+        payloads.push_back(message.payload);
+      }
+    }
+    return payloads;
+  }
+
   std::vector<BrokerMessage> messages;
 
  private:

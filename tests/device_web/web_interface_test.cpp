@@ -354,6 +354,12 @@ TEST_F(LateWebInterfaceTest, SitesEventsReachEachOfTwoBrokersUnderItsName) {
     send(pulse, true, 1);
     EXPECT_TRUE(subscriber.runUntil([&] { return subscriber.hasTopic(top + "pulse"); }));
     EXPECT_TRUE(subscriber.hasTopic(top + "Camera1ProfileANY"));
+    const std::vector<std::string> about =
+        subscriber.everyPayloadOf("sites/north/SentrelVideo/about");
+    ASSERT_FALSE(about.empty());
+    EXPECT_THAT(about[0], StartsWith("{\"version\":\"1.0.0\",\"model\":\"perfect\",\"cameras\":" +
+                                     std::to_string(model.world.channels.size()) + ",\"url\":\"" +
+                                     web->url() + "\",\"start\":\"20"));
     for (const BrokerMessage& message : subscriber.messages) {
       EXPECT_THAT(message.topic, StartsWith("sites/north/"));
     }
