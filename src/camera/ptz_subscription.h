@@ -20,7 +20,7 @@ class PTZ_Subscription {
  private:
   class Link;
 
-  const std::shared_ptr<Link> link;
+  const std::unique_ptr<Link> link;
 };
 
 #endif

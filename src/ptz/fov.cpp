@@ -8,6 +8,7 @@
 #include "base/glib_ptr.h"
 #include "base/mutex.h"
 #include "base/system_bus.h"
+#include "events/main_loop_retry.h"
 
 namespace {
 
@@ -16,7 +17,6 @@ constexpr const char* PATH_PREFIX = "/com/orva/M12LensSelectionFov/";
 constexpr const char* PROPERTIES = "org.freedesktop.DBus.Properties";
 constexpr int FIRST_LOAD_TIMEOUT = 1000;  // milliseconds
 constexpr int NO_TIMEOUT = G_MAXINT;
-constexpr guint RECONNECT_PERIOD = 1000;  // milliseconds
 
 }  // namespace
 
@@ -45,24 +45,27 @@ class Fov::Link : public std::enable_shared_from_this<Link> {
   static void ownerChanged(GObject* proxy, GParamSpec* property, gpointer weak);
   static void propertiesLoaded(GObject* connection, GAsyncResult* result, gpointer weak);
   static void busLost(GDBusConnection* connection, gboolean byPeer, GError* error, gpointer weak);
-  static gboolean reconnectDue(gpointer weak);
 
   bool connect(bool isLogged) REQUIRES(mutex);
   void disconnect() REQUIRES(mutex);
   void load() REQUIRES(mutex);
   void loadLater() REQUIRES(mutex);
-  void reconnectLater();
+
+  // Whether nothing is left to be tried.
+  bool reconnect() EXCLUDES(mutex);
 
   const std::shared_ptr<Values> values;
   const std::string path;
 
-  Mutex mutex ACQUIRED_AFTER(lock_order::TRACKER) ACQUIRED_BEFORE(lock_order::RETRY);
+  Mutex mutex ACQUIRED_AFTER(lock_order::RETRY) ACQUIRED_BEFORE(lock_order::EVENTS);
   bool isOpen GUARDED_BY(mutex) = false;
   SystemBusPtr connection GUARDED_BY(mutex);
   GObjectPtr<GDBusProxy> proxy GUARDED_BY(mutex);
   gulong closedHandler GUARDED_BY(mutex) = 0;
   guint changeSubscription GUARDED_BY(mutex) = 0;
   gulong ownerHandler GUARDED_BY(mutex) = 0;
+
+  MainLoopRetry reconnection{[this] { return reconnect(); }};
 };
 
 // ---- Opening and closing ----
@@ -73,7 +76,7 @@ void Fov::Link::open() {
   if (connect(true)) {
     load();
   } else {
-    reconnectLater();
+    reconnection.begin();
   }
 }
 
@@ -189,29 +192,20 @@ void Fov::Link::busLost(GDBusConnection* connection, gboolean, GError*, gpointer
     const LockGuard guard(self->mutex);
     if (self->connection.get() == connection) {
       self->disconnect();
-      self->reconnectLater();
+      self->reconnection.begin();
     }
   }
 }
 
-void Fov::Link::reconnectLater() {
-  g_timeout_add_full(G_PRIORITY_DEFAULT, RECONNECT_PERIOD, reconnectDue, weakCopy(), release);
-}
-
-gboolean Fov::Link::reconnectDue(gpointer weak) {
-  const auto self = lock(weak);
-  if (self == nullptr) {
-    return G_SOURCE_REMOVE;
+bool Fov::Link::reconnect() {
+  const LockGuard guard(mutex);
+  if (isOpen) {
+    if (!connect(false)) {
+      return false;
+    }
+    loadLater();
   }
-  const LockGuard guard(self->mutex);
-  if (!self->isOpen) {
-    return G_SOURCE_REMOVE;
-  }
-  if (!self->connect(false)) {
-    return G_SOURCE_CONTINUE;
-  }
-  self->loadLater();
-  return G_SOURCE_REMOVE;
+  return true;
 }
 
 // ---- Fov ----
