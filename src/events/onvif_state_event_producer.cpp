@@ -64,19 +64,15 @@ void ONVIF_StateEventProducer::unregisterEvent(const StateEventProducerHandle& h
 }
 
 void ONVIF_StateEventProducer::makeUpUnlessInVain() {
-  if (!owed.empty() && !owed.hasJustFailed() && sdk_wrapper_has_event_service()) {
+  if (owed.mayBeSettled()) {
     makeUp();
   }
 }
 
 void ONVIF_StateEventProducer::makeUp() {
   owed.settle();
-  for (auto next = missedStarts.begin(); next != missedStarts.end();) {
-    const auto missed = next++;
-    if (!owed.isOwed(motionAlarmKey(missed->first))) {
-      const auto told = missedStarts.extract(missed);
-      start(told.key(), told.mapped());
-    }
+  for (const auto& [camera, time] : owed.takePaid(missedStarts, motionAlarmKey)) {
+    start(camera, time);
   }
 }
 

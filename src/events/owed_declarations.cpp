@@ -48,6 +48,10 @@ void OwedDeclarations::noteFailure() {
   }
 }
 
+bool OwedDeclarations::mayBeSettled() const {
+  return !owed.empty() && !hasJustFailed() && sdk_wrapper_has_event_service();
+}
+
 bool OwedDeclarations::hasJustFailed() const {
   return failedAt && utils::monotonicTime() < *failedAt + BACK_OFF;
 }

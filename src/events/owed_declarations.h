@@ -25,12 +25,27 @@ class OwedDeclarations {
   // service that answers nobody each attempt takes the whole time-out of a call.
   void settle();
 
-  // Whether the service, though there, has failed within the last second: who must not be held up
-  // does not try again yet.
-  bool hasJustFailed() const;
+  // Whether something is owed that a service may take now. One that, though there, has failed
+  // within the last second is left alone: on the threads of requests and of frames, which a service
+  // that answers nobody must not hold up again and again.
+  bool mayBeSettled() const;
 
   bool isOwed(const std::string& key) const;
   bool empty() const { return owed.empty(); }
+
+  // Takes out of a map, of what was missed because its event was owed, what can be told now. The
+  // function tells the event of one of the map's keys.
+  template <typename Missed, typename EventOf>
+  Missed takePaid(Missed& missed, EventOf eventOf) const {
+    Missed paid;
+    for (auto next = missed.begin(); next != missed.end();) {
+      const auto one = next++;
+      if (!isOwed(eventOf(one->first))) {
+        paid.insert(paid.end(), missed.extract(one));
+      }
+    }
+    return paid;
+  }
 
  private:
   struct Owed {
@@ -38,6 +53,7 @@ class OwedDeclarations {
     Declare declare;
   };
 
+  bool hasJustFailed() const;
   void noteFailure();
 
   std::vector<Owed> owed;

@@ -3,6 +3,7 @@
 #include <syslog.h>
 
 #include <algorithm>
+#include <functional>
 #include <utility>
 
 #include "events/camera_info.h"
@@ -38,14 +39,20 @@ StateEventProducer::StateEventProducer(int cameraCount) {
 void StateEventProducer::prepareReferenceCounterVectors(int cameraCount) {
   const LockGuard lock(mutex);
   counters.assign(static_cast<std::size_t>(std::max(cameraCount, 0)) + 1, 0);
-  anyLookupKeys.assign(1, utils::generateEventLookupKey(utils::generateGlobalAnyEventName()));
-  for (int camera = 1; camera <= cameraCount; ++camera) {
-    anyLookupKeys.push_back(utils::generateEventLookupKey(utils::generateAnyEventName(camera)));
+  anyLookupKeys.clear();
+  for (std::size_t i = 0; i < counters.size(); ++i) {
+    anyLookupKeys.push_back(aggregateLookupKey(i));
   }
   countedProfiles.clear();
   countedCameras.clear();
   missedStarts.clear();
   missedAggregates.clear();
+}
+
+std::string StateEventProducer::aggregateLookupKey(std::size_t index) {
+  return utils::generateEventLookupKey(
+      index == DEVICE ? utils::generateGlobalAnyEventName()
+                      : utils::generateAnyEventName(static_cast<std::int32_t>(index)));
 }
 
 bool StateEventProducer::isCameraCounted(std::int32_t camera) const {
@@ -89,32 +96,22 @@ void StateEventProducer::declare(const std::string& lookupKey, OwedDeclarations:
   }
 }
 
-// On the threads of requests and of frames, which a service that answers nobody must not hold up
-// again and again.
 void StateEventProducer::makeUpUnlessInVain() {
-  if (!owed.empty() && !owed.hasJustFailed() && sdk_wrapper_has_event_service()) {
+  if (owed.mayBeSettled()) {
     makeUp();
   }
 }
 
 void StateEventProducer::makeUp() {
   owed.settle();
-  for (auto next = missedStarts.begin(); next != missedStarts.end();) {
-    const auto missed = next++;
-    if (!owed.isOwed(missed->first)) {
-      const auto told = missedStarts.extract(missed);
-      start(told.mapped().handle, told.mapped().time);
-    }
+  for (const auto& [lookupKey, missed] : owed.takePaid(missedStarts, std::identity())) {
+    start(missed.handle, missed.time);
   }
-  for (auto next = missedAggregates.begin(); next != missedAggregates.end();) {
-    const auto missed = next++;
-    if (!owed.isOwed(anyLookupKeys[missed->first])) {
-      const auto told = missedAggregates.extract(missed);
-      if (told.key() == DEVICE) {
-        startDevice(told.mapped());
-      } else {
-        startCamera(static_cast<std::int32_t>(told.key()), told.mapped());
-      }
+  for (const auto& [index, time] : owed.takePaid(missedAggregates, aggregateLookupKey)) {
+    if (index == DEVICE) {
+      startDevice(time);
+    } else {
+      startCamera(static_cast<std::int32_t>(index), time);
     }
   }
 }

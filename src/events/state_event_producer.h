@@ -52,6 +52,7 @@ class StateEventProducer : public StateEventProducerI {
     std::int64_t time;
   };
 
+  static std::string aggregateLookupKey(std::size_t index);  // of a counter
   bool isCameraCounted(std::int32_t camera) const REQUIRES(mutex);
   void sendEnd(const StateEventProducerHandle& handle, const std::int64_t* time);
 

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -90,6 +91,19 @@ TEST_F(OwedDeclarationsTest, NothingIsForgivenThatIsNotOwed) {
   declare("other", "other");
   EXPECT_FALSE(owed.forgive("key"));
   EXPECT_TRUE(owed.isOwed("other"));
+}
+
+TEST_F(OwedDeclarationsTest, WhatWasMissedIsTakenOnceNoLongerOwed) {
+  using Missed = std::map<int, Texts>;
+  Missed missed{{1, {"first"}}, {2, {"second"}}, {3, {"third"}}};
+  declare("key2", "second");
+  const auto eventOf = [](int key) { return "key" + std::to_string(key); };
+  EXPECT_EQ(owed.takePaid(missed, eventOf), (Missed{{1, {"first"}}, {3, {"third"}}}));
+  EXPECT_EQ(missed, (Missed{{2, {"second"}}}));
+  serviceComes();
+  owed.settle();
+  EXPECT_EQ(owed.takePaid(missed, eventOf), (Missed{{2, {"second"}}}));
+  EXPECT_TRUE(missed.empty());
 }
 
 }  // namespace
