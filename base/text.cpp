@@ -13,6 +13,17 @@ std::string_view trimmed(std::string_view text, std::string_view blanks) {
   return text.substr(first, text.find_last_not_of(blanks) - first + 1);
 }
 
+std::vector<std::string_view> words(std::string_view text, std::string_view blanks) {
+  std::vector<std::string_view> result;
+  std::size_t first = text.find_first_not_of(blanks);
+  while (first != std::string_view::npos) {
+    const std::size_t end = text.find_first_of(blanks, first);
+    result.push_back(text.substr(first, end - first));
+    first = text.find_first_not_of(blanks, end);
+  }
+  return result;
+}
+
 std::string formatted(const char* pattern, ...) {
   va_list values;
   va_start(values, pattern);

@@ -1,4 +1,4 @@
-// Numbers in texts, and texts of numbers.
+// Texts: their words, the numbers in them, and texts of numbers.
 #ifndef BASE_TEXT_H
 #define BASE_TEXT_H
 
@@ -9,6 +9,7 @@
 #include <string_view>
 #include <system_error>
 #include <type_traits>
+#include <vector>
 
 namespace text {
 
@@ -45,6 +46,9 @@ std::optional<Number> toNumber(std::string_view text, int base = 10) {
 
 // The text without such characters at both its ends.
 std::string_view trimmed(std::string_view text, std::string_view blanks);
+
+// What stands between such characters, however many there are; nothing that is empty.
+std::vector<std::string_view> words(std::string_view text, std::string_view blanks);
 
 // What printf would write.
 [[gnu::format(printf, 1, 2)]] std::string formatted(const char* pattern, ...);

@@ -4,6 +4,8 @@
 
 #include <utility>
 
+#include "base/json_text.h"
+
 namespace {
 
 constexpr const char* JSON_BLANKS = " \t\r\n";
@@ -11,10 +13,8 @@ constexpr const char* JSON_BLANKS = " \t\r\n";
 }  // namespace
 
 DecodedText DecodedText::exactly(std::string text) {
-  json_error_t failure{};
-  JsonAutoPtr document(json_loads(text.c_str(), 0, &failure));
-  std::string error = document ? "" : failure.text;
-  return {std::move(text), std::move(document), std::move(error)};
+  JsonRead read = readJson(text);
+  return {std::move(text), std::move(read.document), std::move(read.error)};
 }
 
 // Cutting the text after its last brace again and again until it decodes ends where its first JSON

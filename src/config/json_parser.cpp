@@ -1,9 +1,13 @@
 #include "config/json_parser.h"
 
+#include <utility>
+
+#include "base/json_text.h"
+
 bool JsonParser::decode(const std::string& text) {
-  json_error_t failure{};
-  document = JsonAutoPtr(json_loads(text.c_str(), 0, &failure));
-  error = isValid() ? "" : failure.text;
+  JsonRead read = readJson(text);
+  document = std::move(read.document);
+  error = std::move(read.error);
   return isValid();
 }
 

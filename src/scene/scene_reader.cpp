@@ -9,6 +9,7 @@
 #include <chrono>
 #include <string_view>
 
+#include "base/big_endian.h"
 #include "base/file_descriptor.h"
 #include "base/local_socket.h"
 #include "scene/mote_utils.h"
@@ -72,11 +73,6 @@ void waitForFrame(int fd) {
   }
 }
 
-std::int32_t fromBigEndian(const std::array<unsigned char, 4>& bytes) {
-  return static_cast<std::int32_t>(std::uint32_t{bytes[0]} << 24 | std::uint32_t{bytes[1]} << 16 |
-                                   std::uint32_t{bytes[2]} << 8 | std::uint32_t{bytes[3]});
-}
-
 }  // namespace
 
 // A full queue is not waited for: whoever connects must be able to end, and tries again anyway.
@@ -108,13 +104,13 @@ SceneReaderResult SceneReader::initialize(int fd, std::int32_t propertyMask, int
 
 bool SceneReader::readScene(int fd, SceneFrame& frame) {
   waitForFrame(fd);
-  std::array<unsigned char, 4> lengthBytes{};
+  std::array<std::uint8_t, 4> lengthBytes{};
   std::array<char, SKIPPED_HEADER_BYTES> skipped{};
   if (!readFromSocket(fd, lengthBytes.data(), lengthBytes.size()) ||
       !readFromSocket(fd, skipped.data(), skipped.size())) {
     return false;
   }
-  const std::int32_t length = fromBigEndian(lengthBytes);
+  const auto length = static_cast<std::int32_t>(fromBigEndian(lengthBytes));
   if (length < 1 || length > MAX_FRAME_LENGTH) {
     return false;
   }

@@ -1,28 +1,12 @@
 #include "scene/scene_reader_result.h"
 
-#include <sstream>
-#include <vector>
-
-namespace {
-
-std::vector<std::string> splitAtBlanks(const std::string& text) {
-  std::vector<std::string> tokens;
-  std::istringstream stream(text);
-  for (std::string token; std::getline(stream, token, ' ');) {
-    if (!token.empty()) {
-      tokens.push_back(token);
-    }
-  }
-  return tokens;
-}
-
-}  // namespace
+#include "base/text.h"
 
 SceneReaderResult::SceneReaderResult(const std::string& answer) {
-  const std::vector<std::string> tokens = splitAtBlanks(answer);
+  const auto tokens = text::words(answer, " ");
   if (tokens.size() != 2) {
     return;
   }
-  version = API_Version(tokens[0]);
+  version = API_Version(std::string(tokens[0]));
   success = tokens[1] == "OK";
 }

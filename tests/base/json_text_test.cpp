@@ -20,4 +20,20 @@ TEST(JsonTextTest, WhatCannotBeWrittenIsEmpty) {
   EXPECT_EQ(toText(bare.get(), JSON_COMPACT | JSON_ENCODE_ANY), "1");
 }
 
+TEST(JsonTextTest, AReadTextIsItsDocument) {
+  const JsonRead read = readJson(R"({"a": 1})");
+  EXPECT_EQ(json_integer_value(json_object_get(read.document.get(), "a")), 1);
+  EXPECT_EQ(read.error, "");
+}
+
+TEST(JsonTextTest, WhatCannotBeReadHasAnErrorInstead) {
+  for (const char* text : {"", "{", "17", "{} {}"}) {
+    json_error_t expected{};
+    ASSERT_EQ(json_loads(text, 0, &expected), nullptr) << text;
+    const JsonRead read = readJson(text);
+    EXPECT_FALSE(read.document) << text;
+    EXPECT_EQ(read.error, expected.text) << text;
+  }
+}
+
 }  // namespace

@@ -4,6 +4,8 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
+#include <vector>
 
 namespace {
 
@@ -37,6 +39,16 @@ TEST(TextTest, TrimsBothEndsAndNothingElse) {
   EXPECT_EQ(text::trimmed("a\r", " \t"), "a\r");
   EXPECT_EQ(text::trimmed(" \t ", " \t"), "");
   EXPECT_EQ(text::trimmed("", " "), "");
+}
+
+TEST(TextTest, WordsStandBetweenBlanksHoweverMany) {
+  using Words = std::vector<std::string_view>;
+  EXPECT_EQ(text::words("  1.0   OK ", " "), (Words{"1.0", "OK"}));
+  EXPECT_EQ(text::words("a\tb c", " "), (Words{"a\tb", "c"}));
+  EXPECT_EQ(text::words("a\tb c\n", " \t\n"), (Words{"a", "b", "c"}));
+  EXPECT_EQ(text::words("word", " "), Words{"word"});
+  EXPECT_EQ(text::words("   ", " "), Words{});
+  EXPECT_EQ(text::words("", " "), Words{});
 }
 
 TEST(TextTest, FormatsAsPrintfDoes) {

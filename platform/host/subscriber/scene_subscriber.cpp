@@ -14,6 +14,7 @@
 #include <utility>
 
 #include "base/allocated.h"
+#include "base/big_endian.h"
 #include "base/local_socket.h"
 #include "scene.h"
 
@@ -54,11 +55,6 @@ int answerError(const std::array<std::uint8_t, 3>& answer) {
     return VIDEO_SCENE_SUBSCRIBER_OK;
   }
   return text == "NO\n" ? VIDEO_SCENE_SUBSCRIBER_NO_PROVIDER : VIDEO_SCENE_SUBSCRIBER_FAILED;
-}
-
-std::size_t lengthFrom(const std::array<std::uint8_t, FRAME_HEADER_SIZE>& header) {
-  return std::size_t{header[0]} << 24 | std::size_t{header[1]} << 16 | std::size_t{header[2]} << 8 |
-         std::size_t{header[3]};
 }
 
 }  // namespace
@@ -217,7 +213,7 @@ bool SceneSubscriber::readFrame() const {
       !local_socket::receiveAll(stream.get(), bytes.subspan(1))) {
     return false;
   }
-  const std::size_t length = lengthFrom(header);
+  const std::size_t length = fromBigEndian(header);
   if (length > MAX_FRAME_SIZE) {
     return false;
   }
