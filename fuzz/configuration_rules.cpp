@@ -190,6 +190,10 @@ bool areProfiles(Json profiles, Json cameras, const DeviceFacts& device) {
 
 }  // namespace
 
+JsonAutoPtr decode(const std::string& text) {
+  return JsonAutoPtr(json_loads(text.c_str(), 0, nullptr));
+}
+
 bool isAcceptable(const json_t* document, const DeviceFacts& device) {
   const Json params = member(document, "params");
   return areCameras(member(params, "cameras"), device) &&

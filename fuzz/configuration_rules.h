@@ -7,7 +7,12 @@
 #include <string>
 #include <vector>
 
+#include "base/json_auto_ptr.h"
+
 namespace fuzz {
+
+// Null when the text is no JSON object or array.
+JsonAutoPtr decode(const std::string& text);
 
 // The device that a configuration is for.
 struct DeviceFacts {

@@ -19,6 +19,7 @@
 
 namespace {
 
+using fuzz::decode;
 using fuzz::require;
 
 // With a head of its own, so that profiles may be bound to presets.
@@ -27,10 +28,6 @@ const fuzz::DeviceFacts DEVICE{.cameras = 2, .hasPresets = true, .profilesPerCam
 using Parser = ConfigurationParser<TrackerGuardFactory>;
 
 const DataBoundaries BOUNDARIES;
-
-JsonAutoPtr decode(const std::string& text) {
-  return JsonAutoPtr(json_loads(text.c_str(), 0, nullptr));
-}
 
 void checkStatus(const Parser& parser, int status, const json_t* document) {
   require(status == static_cast<int>(parser.status()), "the status is kept");

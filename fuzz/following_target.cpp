@@ -1,5 +1,4 @@
 // Following by prediction: any observations, status readings, failures and times, for any head.
-#include <bit>
 #include <cmath>
 #include <cstdint>
 #include <optional>
@@ -26,29 +25,22 @@ constexpr int MOST_LEVELS = 6;
 constexpr int MOST_SAMPLES = 48;  // so that a fit takes milliseconds
 constexpr std::size_t CAPACITY = 8;
 
-// Mostly what may be, now and then any number there is.
-double value(fuzz::Input& input, double scale) {
-  const double usual = static_cast<double>(input.word()) / 32768.0 * scale;
-  return input.byte() < 250 ? usual
-                            : std::bit_cast<double>(static_cast<std::uint64_t>(input.longNumber()));
-}
-
 AxisModel axis(fuzz::Input& input) {
   AxisModel model;
   std::vector<SpeedLevel> levels;
   for (int i = input.between(0, MOST_LEVELS); i > 0; --i) {
-    levels.push_back({input.between(0, 110), std::abs(value(input, 500.0))});
+    levels.push_back({input.between(0, 110), std::abs(input.real(500.0))});
   }
   if (!levels.empty()) {
     model.curve = SpeedCurve(levels, input.between(0, 20));
   }
-  model.deadTime = std::abs(value(input, 2.0));
-  model.acceleration = std::abs(value(input, 1000.0));
+  model.deadTime = std::abs(input.real(2.0));
+  model.acceleration = std::abs(input.real(1000.0));
   if (input.flag()) {
-    model.lowest = value(input, 200.0);
+    model.lowest = input.real(200.0);
   }
   if (input.flag()) {
-    model.highest = value(input, 200.0);
+    model.highest = input.real(200.0);
   }
   return model;
 }
@@ -70,7 +62,7 @@ class Session {
   explicit Session(fuzz::Input& input)
       : input(input),
         parameters{axis(input), axis(input),
-                   input.flag() ? std::optional(value(input, 1.0)) : std::nullopt},
+                   input.flag() ? std::optional(input.real(1.0)) : std::nullopt},
         model(parameters),
         pursuit(parameters) {}
 
@@ -86,7 +78,7 @@ class Session {
         takePicture();
         break;
       case 3:
-        model.read(time(), value(input, 400.0), value(input, 120.0));
+        model.read(time(), input.real(400.0), input.real(120.0));
         break;
       case 4:
         model.interrupted(now);
@@ -115,10 +107,9 @@ class Session {
     std::vector<Identities::Seen> seen;
     for (int i = input.between(0, MOST_SEEN); i > 0; --i) {
       seen.push_back(
-          {input.between(0, 12), {value(input, 180.0), value(input, 90.0), value(input, 90.0)}});
+          {input.between(0, 12), {input.real(180.0), input.real(90.0), input.real(90.0)}});
     }
-    const Viewpoint viewpoint{input.flag() ? 5.0 : value(input, 30.0), value(input, 2.0), 0.0,
-                              805.5};
+    const Viewpoint viewpoint{input.flag() ? 5.0 : input.real(30.0), input.real(2.0), 0.0, 805.5};
     identities.takePicture(now, input.between(0, 2), time(), viewpoint, seen);
     require(identities.people().size() <= CAPACITY, "no more people than there is room for");
     for (const Person& person : identities.people()) {
@@ -137,7 +128,7 @@ class Session {
         members.push_back({&person.filter.state(), person.height.metres});
       }
     }
-    model.read(now, value(input, 180.0), value(input, 90.0));
+    model.read(now, input.real(180.0), input.real(90.0));
     const auto subject = predictSubject(members, pursuit.actsAt(now), 5.0);
     const double wide = lens.fieldAt(framing.asked());
     const auto command = pursuit.step(model, subject, wide);
@@ -154,7 +145,7 @@ class Session {
       model.commanded(now, *command);
     }
     if (subject) {
-      framing.step(value(input, 1.0), *subject, pursuit.error(), value(input, 5.0));
+      framing.step(input.real(1.0), *subject, pursuit.error(), input.real(5.0));
     }
     require(framing.position() >= 0.0 && framing.position() <= 1.0, "a zoom is within its scale");
   }
@@ -181,7 +172,7 @@ void checkIdentification(fuzz::Input& input) {
     if (input.byte() < 60) {
       record.addCommand(now, input.between(0, 202) - 101);
     }
-    record.addStatus(now, value(input, 180.0));
+    record.addStatus(now, input.real(180.0));
   }
   const AxisIdentification found = identify(record);
   require(!found.isBelieved() || found.model.isPlausible(), "what is believed is a head");

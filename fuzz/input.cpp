@@ -1,6 +1,7 @@
 #include "fuzz/input.h"
 
 #include <algorithm>
+#include <bit>
 
 namespace fuzz {
 
@@ -31,6 +32,11 @@ std::int32_t Input::number() {
 
 std::int64_t Input::longNumber() {
   return static_cast<std::int64_t>(bits(64));
+}
+
+double Input::real(double scale) {
+  const double usual = static_cast<double>(word()) / 32768.0 * scale;
+  return byte() < 250 ? usual : std::bit_cast<double>(static_cast<std::uint64_t>(longNumber()));
 }
 
 int Input::between(int low, int high) {

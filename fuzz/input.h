@@ -27,6 +27,9 @@ class Input {
   // From low to high, both included, of at most 256 values.
   int between(int low, int high);
 
+  // Mostly within the scale to both sides of 0, now and then any number there is, or none.
+  double real(double scale);
+
   // From the front, at most so many bytes.
   std::span<const std::uint8_t> take(std::size_t count);
 

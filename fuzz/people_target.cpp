@@ -1,7 +1,6 @@
 // Following by prediction as it is wired: any objects of any cameras, handed over or not, any
 // status readings, optics, failures and stops.
 #include <algorithm>
-#include <bit>
 #include <cmath>
 #include <cstdint>
 #include <optional>
@@ -21,24 +20,17 @@ constexpr int MOST_STEPS = 300;
 constexpr int MOST_SEEN = 8;
 constexpr std::int64_t TICK = 50'000;
 
-// Mostly what may be, now and then any number there is.
-double value(fuzz::Input& input, double scale) {
-  const double usual = static_cast<double>(input.word()) / 32768.0 * scale;
-  return input.byte() < 250 ? usual
-                            : std::bit_cast<double>(static_cast<std::uint64_t>(input.longNumber()));
-}
-
 following::HeadParameters headOf(fuzz::Input& input) {
   following::HeadParameters head;
-  head.pan.deadTime = std::abs(value(input, 1.0));
+  head.pan.deadTime = std::abs(input.real(1.0));
   head.tilt.deadTime = head.pan.deadTime;
-  head.pan.acceleration = std::abs(value(input, 900.0));
+  head.pan.acceleration = std::abs(input.real(900.0));
   if (input.flag()) {
     head.tilt.lowest = -90.0;
     head.tilt.highest = 20.0;
   }
   if (input.flag()) {
-    head.statusAge = value(input, 1.0);
+    head.statusAge = input.real(1.0);
   }
   return head;
 }
@@ -57,13 +49,13 @@ class Session : public Selection {
         isForgotten = true;
         break;
       case 2:
-        optics.zoomScale.minFieldAngle = value(input, 90.0);
-        optics.zoomScale.maxFieldAngle = value(input, 90.0);
-        optics.aspectRatio = value(input, 3.0);
+        optics.zoomScale.minFieldAngle = input.real(90.0);
+        optics.zoomScale.maxFieldAngle = input.real(90.0);
+        optics.aspectRatio = input.real(3.0);
         break;
       case 3:
         people.selection().setMaxObjectSize(
-            {std::abs(value(input, 90.0)), std::abs(value(input, 60.0))});
+            {std::abs(input.real(90.0)), std::abs(input.real(60.0))});
         break;
       case 4:
       case 5:
@@ -83,11 +75,11 @@ class Session : public Selection {
   People::Seen object() {
     People::Seen seen;
     seen.id = input.between(0, 12);
-    seen.box.sighting = {value(input, 180.0), value(input, 90.0), value(input, 90.0)};
-    seen.box.pan = input.flag() ? seen.box.sighting.pan : value(input, 180.0);
-    seen.box.tilt = value(input, 90.0);
-    seen.box.width = value(input, 40.0);
-    seen.box.height = value(input, 40.0);
+    seen.box.sighting = {input.real(180.0), input.real(90.0), input.real(90.0)};
+    seen.box.pan = input.flag() ? seen.box.sighting.pan : input.real(180.0);
+    seen.box.tilt = input.real(90.0);
+    seen.box.width = input.real(40.0);
+    seen.box.height = input.real(40.0);
     seen.box.isFootCut = input.byte() < 40;
     seen.box.isHeadCut = input.byte() < 40;
     seen.isSure = input.byte() < 200;
@@ -101,7 +93,7 @@ class Session : public Selection {
     for (int i = input.between(0, MOST_SEEN); i > 0; --i) {
       seen.push_back(object());
     }
-    people.see(now, channel, taken, input.flag() ? 805.5 : value(input, 1000.0), seen);
+    people.see(now, channel, taken, input.flag() ? 805.5 : input.real(1000.0), seen);
     for (const People::Seen& each : seen) {
       if (input.byte() < 180) {
         people.want(channel, each.id, input.between(1, 3), taken);
@@ -110,8 +102,8 @@ class Session : public Selection {
   }
 
   void control() {
-    status.pan = input.byte() < 200 ? status.pan : value(input, 400.0);
-    status.tilt = input.byte() < 200 ? status.tilt : value(input, 120.0);
+    status.pan = input.byte() < 200 ? status.pan : input.real(400.0);
+    status.tilt = input.byte() < 200 ? status.tilt : input.real(120.0);
     status.zoom = input.number();
     isChosen = false;
     const auto command = way.step(status, optics, *this, now);

@@ -33,6 +33,7 @@
 
 namespace {
 
+using fuzz::decode;
 using fuzz::require;
 
 // One of several cameras, beside a head that it does not move itself.
@@ -63,10 +64,6 @@ const std::map<std::string, std::string> MESSAGES{
     {INTERNAL, "An error occurred inside the application."}};
 
 using Json = const json_t*;
-
-JsonAutoPtr decode(const std::string& text) {
-  return JsonAutoPtr(json_loads(text.c_str(), 0, nullptr));
-}
 
 std::string dump(Json value) {
   return toText(value, constants::JSON_DUMP_FLAGS);
