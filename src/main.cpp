@@ -38,7 +38,6 @@
 
 namespace {
 
-constexpr const char* APP_CLASS = "MiruPlatform";
 constexpr int TIMER_TICK = 10000;  // microseconds
 constexpr unsigned PROPERTY_MASK = SCENE_POLYGON | SCENE_VELOCITY | SCENE_CONFIDENCE;
 constexpr std::array API_VERSIONS{constants::API_VERSION_1_0};
@@ -151,7 +150,7 @@ int main() {
   openlog(constants::APP_NAME, LOG_NDELAY, LOG_USER);
   installTerminationHandler();
   IntervalTimerObservable::initialize(TIMER_TICK);
-  sdk_wrapper_init(constants::APP_NAME, constants::APP_NAME, APP_CLASS);
+  sdk_wrapper_init(constants::APP_NAME, constants::APP_NAME, constants::APP_CLASS);
   const API_VersionHandler sceneVersionHandler(API_VERSIONS.data(), API_VERSIONS.size());
   std::unique_ptr<CameraContainer> container = createCameraContainer(sceneVersionHandler);
   if (CameraContainer::isEmpty()) {

@@ -25,7 +25,7 @@ using Topics = std::array<Topic, 2>;
 
 bool subscribe(OVEventHandler* handler, Topic& topic) {
   EventKeyValueSet set;
-  set.add("topic0", "tns1", std::string("PTZController"))
+  set.add("topic0", utils::ONVIF_NAME_SPACE, std::string("PTZController"))
       .add("topic1", utils::NAME_SPACE, std::string(topic.name));
   return set.ok() && ov_event_handler_subscribe(handler, set.get(), topic.callback, nullptr,
                                                 &topic.id, nullptr);

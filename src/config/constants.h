@@ -12,6 +12,7 @@ namespace constants {
 inline constexpr const char* CURRENT_VERSION = "2.15";
 inline constexpr const char* API_VERSION_1_0 = "1.0";
 inline constexpr const char* APP_NAME = "SentrelVideo";
+inline constexpr const char* APP_CLASS = "MiruPlatform";  // the first topic of its events
 inline constexpr const char* VISUAL_CONFIRMATION_EVENT = "xinternal_data";
 inline constexpr const char* LEFT_TO_RIGHT = "leftToRight";
 inline constexpr const char* RIGHT_TO_LEFT = "rightToLeft";

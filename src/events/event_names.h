@@ -10,6 +10,9 @@ namespace utils {
 // Of the topics of this application and of its device.
 inline constexpr const char* NAME_SPACE = "tnsorva";
 
+// Of the topics that ONVIF has defined.
+inline constexpr const char* ONVIF_NAME_SPACE = "tns1";
+
 // "Camera<camera>Profile<uid>": a profile's event. It is also the event's topic.
 std::string generateEventName(std::int32_t camera, std::int32_t uid);
 

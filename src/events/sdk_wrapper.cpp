@@ -36,7 +36,7 @@ constexpr std::size_t MAX_DATA_KEY_LENGTH = 127;
 constexpr std::int32_t QUIET_FAILURES = 5;
 
 using utils::NAME_SPACE;
-constexpr const char* ONVIF_NAME_SPACE = "tns1";
+using utils::ONVIF_NAME_SPACE;
 
 // What others know an event by.
 struct EventNames {

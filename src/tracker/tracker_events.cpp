@@ -10,7 +10,6 @@
 namespace {
 
 using utils::NAME_SPACE;
-constexpr const char* TOP_LEVEL_TOPIC = "MiruPlatform";
 constexpr const char* STATE_TOPIC = "state";
 constexpr const char* IS_SENTRELING_TOPIC = "isSentreling";
 constexpr const char* STATE_KEY = "value";
@@ -19,7 +18,7 @@ constexpr const char* FIRST_STATE = "stopped";
 
 EventKeyValueSet createTopics(const char* topic2) {
   EventKeyValueSet set;
-  set.add("topic0", NAME_SPACE, std::string(TOP_LEVEL_TOPIC))
+  set.add("topic0", NAME_SPACE, std::string(constants::APP_CLASS))
       .add("topic1", NAME_SPACE, std::string(constants::APP_NAME))
       .niceName("topic1", NAME_SPACE, constants::APP_NAME)
       .add("topic2", NAME_SPACE, std::string(topic2));
