@@ -1,23 +1,5 @@
 # The platform libraries that speak for services of the device.
 
-# only_exports(TARGET PREFIX): nothing but the functions of the public header leaves the library, so
-# that what the libraries share inside cannot clash in one process.
-function(only_exports target prefix)
-  set(script ${CMAKE_CURRENT_BINARY_DIR}/${target}.map)
-  file(CONFIGURE OUTPUT ${script} CONTENT "{ global: ${prefix}*; local: *; };\n" @ONLY)
-  target_link_options(${target} PRIVATE LINKER:--version-script=${script})
-  set_target_properties(${target} PROPERTIES LINK_DEPENDS ${script})
-endfunction()
-
-# inner_library(NAME SOURCES... [LINK LIBRARIES...]): what is inside of a library, for its tests and
-# for the device that speaks to it.
-function(inner_library name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "LINK")
-  add_library(${name} STATIC ${arg_UNPARSED_ARGUMENTS})
-  target_include_directories(${name} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
-  target_link_libraries(${name} PUBLIC platform_headers ${arg_LINK} PRIVATE sentrel_options)
-endfunction()
-
 inner_library(service_client bus/service_client.cpp LINK base)
 
 platform_library(ovparameter ovparameter/ovparameter.cpp LINK service_client)
