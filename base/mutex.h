@@ -35,8 +35,6 @@
 #define ACQUIRES(...) SENTREL_ANALYSED(acquire_capability(__VA_ARGS__))
 #define TRIES_TO_ACQUIRE(...) SENTREL_ANALYSED(try_acquire_capability(__VA_ARGS__))
 #define RELEASES(...) SENTREL_ANALYSED(release_capability(__VA_ARGS__))
-// Where the rule is kept in a way that the analysis cannot see; the reason stands beside it.
-#define NO_THREAD_SAFETY_ANALYSIS SENTREL_ANALYSED(no_thread_safety_analysis)
 
 class CAPABILITY("mutex") Mutex {
  public:

@@ -61,6 +61,8 @@ class Report {
 
   RunningScore runningScore() const { return scorer.runningScore(); }
   TuningFigures tuning() const { return tuningWatch.figures(lastTime); }
+
+  // Only for tests.
   const Session& getSession() const { return session; }
 
   // The score of the samples from the first "running" on.

@@ -37,6 +37,7 @@ class FrameServer {
   // once for each mask asked for.
   void publish(int channel, std::int64_t time, const Encode& encode);
 
+  // Only for tests.
   std::size_t countClients() const { return clients.size(); }
   // Clients that receive frames.
   std::size_t subscribers() const;

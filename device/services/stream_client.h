@@ -45,8 +45,6 @@ class StreamClient {
   // Closes once everything queued has been sent; lines are no longer read.
   void closeWhenSent();
 
-  std::size_t getQueued() const { return queued; }  // bytes
-
  private:
   static gboolean readable(GSocket* socket, GIOCondition condition, gpointer self);
   static gboolean writable(GSocket* socket, GIOCondition condition, gpointer self);

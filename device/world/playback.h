@@ -31,8 +31,8 @@ class Playback {
   std::vector<Person> at(double time) const;
 
   // The length of one round in seconds, the pause after it included; 0 without people.
+  // Only for tests, both.
   double getLength() const { return length; }
-
   int getSceneCount() const { return sceneCount; }
 
  private:

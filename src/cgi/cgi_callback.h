@@ -19,6 +19,7 @@ class CGI_Callback {
   static void shutDown();
 
   // The request with whatever follows its last closing brace cut off, when that makes it JSON.
+  // Only for other applications of these classes.
   static std::string repairTail(const std::string& text);
 };
 

@@ -35,6 +35,7 @@ class CGI_Handler {
 
   // For texts, which are read anew by each of these calls: a whole request, its header, and one
   // that is answered by that method, whatever its header says.
+  // Only for other applications of these classes, as the methods for a text are.
   CGI_HandlerResult handleRequest(const std::string& text);
   CGI_Header extractHeader(const std::string& text) const;
   CGI_HandlerResult handleRequestedCgi(const std::string& text, const std::string& method);

@@ -28,6 +28,7 @@ class ONVIF_StateEventProducer : public StateEventProducerI {
   void sendEndEvent(const StateEventProducerHandle& handle) override;
 
   // Whether the number is 1 to the number of cameras; the alarms of others are not reported.
+  // Only for other applications of these classes.
   bool isCameraNbrInRange(std::int32_t camera) const;
 
   // Sets the number of cameras and forgets what is in alarm.

@@ -39,6 +39,7 @@ class StateEventProducer : public StateEventProducerI {
   void sendEndEvent(const StateEventProducerHandle& handle) override;
 
   // The aggregate events.
+  // Only for other applications of these classes, all of them.
   void declareAnyEvents(std::int32_t camera);
   void declareGlobalAnyEvent();
   void removeAnyEvents(std::int32_t camera);

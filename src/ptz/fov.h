@@ -26,6 +26,7 @@ class Fov {
   std::int32_t getSensorRotation() const { return values->sensorRotation; }  // 0, 90, 180 or 270
 
   // Takes one property; one that is not known is ignored, one of a wrong type is logged.
+  // Only for other applications of these classes.
   void setProperty(const std::string& name, GVariant* value) { values->set(name, value); }
 
  private:

@@ -91,6 +91,8 @@ class Pid {
   bool isSettled() const;
 
   bool isAutotuned() const { return autotuned; }
+
+  // Only for tests, all of them.
   double getLastError() const { return lastError; }
   double getOutputValue() const { return outputValue; }
   double getIntegral() const { return integral; }

@@ -75,6 +75,7 @@ class PtzRemoteTravo {
   bool getAspectRatio(double& ratio);
 
   // The head to talk to; negative means none.
+  // Only for other applications of these classes.
   void setChannel(std::int32_t number) { channel = number; }
 
  private:

@@ -69,12 +69,12 @@ class Regulator {
   bool isZoomEnabled() const { return zoomPid.isEnabled(); }
 
   State getState() const { return state; }
+  double getTargetZoom() const { return targetZoom; }
+
+  // Only for tests, all of them; the last tells whether a target zoom above 1.1 has ever arrived.
   double getTargetPan() const { return targetPan; }
   double getTargetTilt() const { return targetTilt; }
-  double getTargetZoom() const { return targetZoom; }
   double getSmoothedZoom() const { return smoothedZoom; }
-
-  // Whether a target zoom above 1.1 has ever arrived.
   bool isZoomEngaged() const { return zoomEngaged; }
 
  private:

@@ -26,6 +26,7 @@ class MoteSceneParser {
   // Drops every object.
   void deleteAll() { storage.deleteAll(); }
 
+  // Only for tests.
   const ObjectStorage& getStorage() const { return storage; }
 
  private:

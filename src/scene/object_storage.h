@@ -31,6 +31,7 @@ class ObjectStorage {
   // Deletes that many of the objects not seen for longest, of equally old ones those of smaller id.
   void deleteOldElements(std::uint32_t count);
 
+  // Only for tests.
   std::size_t getSize() const { return objects.size(); }
 
  private:

@@ -62,19 +62,21 @@ class TrackingObject : public InvariantBox {
   std::int64_t getFirstSeen() const { return firstSeen; }
   void setFirstSeen(std::int64_t time) { firstSeen = time; }
   std::int64_t getLastSeen() const { return lastSeen; }
-  std::int32_t getMaxWidth() const { return maxWidth; }
-  std::int32_t getMaxHeight() const { return maxHeight; }
   const Point& getPosition() const { return position; }
-  const Point& getPreviousPosition() const { return previousPosition; }
   const Polygon& getPolygon() const { return *polygon; }
-  const Polygon& getPreviousFootBox() const { return *previousFootBox; }
-  const Polygon& getFootBoxPolygon() const { return *footBox; }
   bool getIsConfident() const { return isConfident; }
-  bool getIsActive() const { return isActive; }
-  void setIsActive(bool active) { isActive = active; }
 
   // Q12 units per second, saturated to 16 bits.
   const MathVector& getVelocity() const { return velocity; }
+
+  // Only for other applications of these classes, all of them.
+  std::int32_t getMaxWidth() const { return maxWidth; }
+  std::int32_t getMaxHeight() const { return maxHeight; }
+  const Point& getPreviousPosition() const { return previousPosition; }
+  const Polygon& getPreviousFootBox() const { return *previousFootBox; }
+  const Polygon& getFootBoxPolygon() const { return *footBox; }
+  bool getIsActive() const { return isActive; }
+  void setIsActive(bool active) { isActive = active; }
 
  private:
   void growMaximum(std::int32_t width, std::int32_t height);

@@ -5,7 +5,6 @@
 namespace following {
 namespace {
 
-constexpr std::int64_t TICK = 50'000;
 constexpr double WIDE = 60.0;
 
 HeadParameters linear() {

@@ -21,8 +21,6 @@ using testing::SizeIs;
 using CameraState = Tracker::CameraState;
 
 constexpr std::int64_t TICK = 50'000;
-constexpr int NOT_DRIVEN = 0;
-constexpr int ABSOLUTE = 1;
 constexpr int CONTINUOUS = 3;
 
 constexpr const char* PRODUCT = "TRK-100";
