@@ -88,7 +88,7 @@ CGI_HandlerResult CGI_Handler::handleRequest(const CGI_Request& request) {
 CGI_HandlerResult CGI_Handler::handleRequestedCgi(const CGI_Request& request,
                                                   const std::string& method) {
   const auto found = std::ranges::find(methods, method, &Method::name);
-  if (found == methods.end()) {
+  if (found == methods.end() || !found->isOffered()) {
     return CGI_HandlerResult(method == "missingMethod" ? missingParameter : methodNotFound);
   }
   try {

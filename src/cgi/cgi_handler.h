@@ -54,10 +54,12 @@ class CGI_Handler {
   // else gives the answer's data, null when there is none.
   using Action = std::function<JsonAutoPtr(const CGI_Request& request)>;
 
-  // A method of the API, by its exact name.
+  // A method of the API, by its exact name. One that is not offered at the moment is as one that is
+  // not there.
   struct Method {
     std::string name;
     Action action;
+    std::function<bool()> isOffered = [] { return true; };
   };
 
   // To be called by constructors; the names must be new.

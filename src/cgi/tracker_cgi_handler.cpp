@@ -1,5 +1,6 @@
 #include "cgi/tracker_cgi_handler.h"
 
+#include <cmath>
 #include <optional>
 
 namespace {
@@ -28,6 +29,42 @@ std::optional<int> unpackSeconds(json_t* params, const char* key) {
   return static_cast<int>(value);
 }
 
+// ---- What the predictive way knows ----
+
+json_t* numberJson(double value) {
+  return std::isfinite(value) ? json_real(value) : json_null();
+}
+
+json_t* axisJson(const AxisInsight& axis) {
+  return json_pack("{s:o, s:o, s:o, s:o}", "deadTime", numberJson(axis.deadTime), "speed",
+                   numberJson(axis.speed), "acceleration", numberJson(axis.acceleration), "ratio",
+                   numberJson(axis.ratio));
+}
+
+json_t* headJson(const std::optional<HeadInsight>& head) {
+  return !head ? json_null()
+               : json_pack("{s:o, s:o, s:o}", "pan", axisJson(head->pan), "tilt",
+                           axisJson(head->tilt), "misfit", numberJson(head->misfit));
+}
+
+json_t* aimJson(const std::optional<AimInsight>& aim) {
+  return !aim ? json_null()
+              : json_pack("{s:o, s:o, s:o, s:o, s:o, s:o, s:o}", "pan", numberJson(aim->pan),
+                          "tilt", numberJson(aim->tilt), "width", numberJson(aim->width), "height",
+                          numberJson(aim->height), "deviation", numberJson(aim->deviation), "ahead",
+                          numberJson(aim->ahead), "gap", numberJson(aim->gap));
+}
+
+json_t* personJson(const PersonInsight& person) {
+  return json_pack(
+      "{s:I, s:[o, o], s:[o, o], s:[o, o, o], s:o, s:o, s:b, s:b}", "identity",
+      static_cast<json_int_t>(person.identity), "place", numberJson(person.x), numberJson(person.y),
+      "velocity", numberJson(person.velocityX), numberJson(person.velocityY), "covariance",
+      numberJson(person.varianceX), numberJson(person.covariance), numberJson(person.varianceY),
+      "height", numberJson(person.height), "unseen", numberJson(person.unseen), "wanted",
+      static_cast<int>(person.isWanted), "followed", static_cast<int>(person.isFollowed));
+}
+
 }  // namespace
 
 TrackerCGI_Handler::TrackerCGI_Handler(CameraContainer& cameraContainer,
@@ -39,7 +76,9 @@ TrackerCGI_Handler::TrackerCGI_Handler(CameraContainer& cameraContainer,
     : CGI_Handler(cameraContainer, versionHandler, configurationPath, boundaries, defaults, parser),
       tracker(tracker) {
   addMethods({{"setSentrel", [this](const CGI_Request& request) { return setSentrel(request); }},
-              {"getSentrel", [this](const CGI_Request&) { return getSentrel(); }}});
+              {"getSentrel", [this](const CGI_Request&) { return getSentrel(); }},
+              {"getFollowing", [this](const CGI_Request&) { return getFollowing(); },
+               [this] { return this->tracker.isPredicting(); }}});
 }
 
 CGI_HandlerResult TrackerCGI_Handler::handleSetSentrel(const std::string& text) {
@@ -48,6 +87,10 @@ CGI_HandlerResult TrackerCGI_Handler::handleSetSentrel(const std::string& text) 
 
 CGI_HandlerResult TrackerCGI_Handler::handleGetSentrel(const std::string& text) {
   return handleRequestedCgi(text, "getSentrel");
+}
+
+CGI_HandlerResult TrackerCGI_Handler::handleGetFollowing(const std::string& text) {
+  return handleRequestedCgi(text, "getFollowing");
 }
 
 JsonAutoPtr TrackerCGI_Handler::setSentrel(const CGI_Request& request) {
@@ -80,4 +123,15 @@ JsonAutoPtr TrackerCGI_Handler::getSentrel() const {
                 "returnToHome", static_cast<int>(tracker.getReturnToHomeEnabled()),
                 "returnToHomeTimeout", tracker.getReturnToHomeTimeout(), "minReturnToHomeTimeout",
                 MIN_SECONDS, "maxReturnToHomeTimeout", MAX_SECONDS));
+}
+
+JsonAutoPtr TrackerCGI_Handler::getFollowing() const {
+  const std::optional<Insight> insight = tracker.insight();
+  throwIf(!insight, "The predictive way of following is not at work", methodNotFound);
+  JsonAutoPtr people(json_array());
+  for (const PersonInsight& person : insight->people) {
+    json_array_append_new(people.get(), personJson(person));
+  }
+  return JsonAutoPtr(json_pack("{s:o, s:o, s:O}", "head", headJson(insight->head), "aim",
+                               aimJson(insight->aim), "people", people.get()));
 }

@@ -15,6 +15,7 @@ class TrackerCGI_Handler : public CGI_Handler {
   // One method each, for a text.
   CGI_HandlerResult handleSetSentrel(const std::string& text);
   CGI_HandlerResult handleGetSentrel(const std::string& text);
+  CGI_HandlerResult handleGetFollowing(const std::string& text);
 
  private:
   // Applies the given settings in order; a value out of range ends it there, with those before it
@@ -22,6 +23,9 @@ class TrackerCGI_Handler : public CGI_Handler {
   JsonAutoPtr setSentrel(const CGI_Request& request);
 
   JsonAutoPtr getSentrel() const;
+
+  // Offered while the predictive way of following is at work.
+  JsonAutoPtr getFollowing() const;
 
   Tracker& tracker;
 };

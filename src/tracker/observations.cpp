@@ -231,6 +231,12 @@ std::optional<FollowedSubject> Observations::selectSubject(double pan, double ti
   return people ? people->choose(pan, tilt, now, at) : std::nullopt;
 }
 
+std::optional<std::vector<PersonInsight>> Observations::peopleInsight(std::int64_t now,
+                                                                      std::int64_t at) const {
+  const LockGuard lock(mutex);
+  return people ? std::optional(people->insight(now, at)) : std::nullopt;
+}
+
 bool Observations::getSwitchObject() const {
   const LockGuard lock(mutex);
   return superObjectManager.getSwitchObject();

@@ -63,10 +63,14 @@ class Observations : public Selection {
   // From now on tells who is who, beginning with nobody; or does not any more.
   void watchPeople(const Installation& installation);
   void ignorePeople();
+  bool isWatchingPeople() const { return arePeopleWatched; }
 
   // Nobody while people are ignored.
   std::optional<FollowedSubject> selectSubject(double pan, double tilt, std::int64_t now,
                                                std::int64_t at) override;
+
+  // Everybody as he will be at a time; nothing while people are ignored.
+  std::optional<std::vector<PersonInsight>> peopleInsight(std::int64_t now, std::int64_t at) const;
 
   bool getSwitchObject() const;
   int getTimePerObject() const;  // seconds

@@ -391,3 +391,33 @@ std::optional<FollowedSubject> People::subjectOf(const SuperObject& group, std::
   }
   return subject ? std::optional(FollowedSubject{*subject, std::max(gap, 0.0)}) : std::nullopt;
 }
+
+// ---- For those who look on ----
+
+std::vector<PersonInsight> People::insight(std::int64_t now, std::int64_t at) const {
+  std::vector<PersonInsight> told;
+  told.reserve(identities.people().size());
+  for (const following::Person& person : identities.people()) {
+    const double unseen = following::secondsBetween(person.lastSeen, now);
+    // Nobody expires while no step asks whom to follow.
+    if (unseen > following::Identities::COAST) {
+      continue;
+    }
+    const auto state = following::GroundFilter::predict(person.filter.state(), at);
+    const bool isWanted = std::ranges::count(wanted, person.identity, &Wanted::identity) != 0;
+    told.push_back(
+        {.identity = person.identity,
+         .x = state.mean(0),
+         .y = state.mean(1),
+         .velocityX = state.mean(2),
+         .velocityY = state.mean(3),
+         .varianceX = state.covariance(0, 0),
+         .covariance = state.covariance(0, 1),
+         .varianceY = state.covariance(1, 1),
+         .height = person.height.metres,
+         .unseen = std::max(unseen, 0.0),
+         .isWanted = isWanted,
+         .isFollowed = isWanted && wasFollowed({PEOPLES_CHANNEL, numberOf(person.identity)})});
+  }
+  return told;
+}

@@ -13,6 +13,7 @@
 #include "following/identities.h"
 #include "tracker/box_sighting.h"
 #include "tracker/following_setup.h"
+#include "tracker/insight.h"
 #include "tracker/selection.h"
 #include "tracker/super_object_manager.h"
 
@@ -58,6 +59,9 @@ class People {
 
   // The group to follow with the head looking at pan and tilt, as it will be at a time.
   std::optional<FollowedSubject> choose(double pan, double tilt, std::int64_t now, std::int64_t at);
+
+  // Everybody as he will be at a time; those not seen for long are left out.
+  std::vector<PersonInsight> insight(std::int64_t now, std::int64_t at) const;
 
   // How to choose (SuperObjectManager).
   SuperObjectManager& selection() { return groups; }

@@ -33,6 +33,7 @@ void PredictiveFollowing::setHead(const following::HeadParameters& parameters) {
   controls.emplace(parameters);
   end();
   isInterrupted = false;
+  showHead();
 }
 
 double PredictiveFollowing::misfit() const {
@@ -50,10 +51,12 @@ std::optional<HeadCommand> PredictiveFollowing::step(const PtzHeadStatus& status
     controls->model.interrupted(now);
   }
   controls->model.read(now, status.pan, status.tilt);
-  const auto chosen =
-      selection.selectSubject(status.pan, status.tilt, now, controls->pursuit.actsAt(now));
+  showHead();
+  const std::int64_t at = controls->pursuit.actsAt(now);
+  const auto chosen = selection.selectSubject(status.pan, status.tilt, now, at);
   if (chosen) {
     lastSubject = now;
+    showAim(*chosen, now, at);
   } else if (!isFollowing || following::secondsBetween(lastSubject, now) >= PATIENCE) {
     end();
     return std::nullopt;
@@ -95,6 +98,42 @@ void PredictiveFollowing::end() {
   }
   isFollowing = false;
   isZoomOwed = false;
+  const LockGuard lock(viewMutex);
+  shown.aim.reset();
+}
+
+// ---- For those who look on ----
+
+PredictiveFollowing::View PredictiveFollowing::view() const {
+  const LockGuard lock(viewMutex);
+  return shown;
+}
+
+void PredictiveFollowing::showNothing() {
+  const LockGuard lock(viewMutex);
+  shown = {};
+}
+
+void PredictiveFollowing::showHead() {
+  const following::HeadParameters& known = controls->parameters;
+  const auto told = [](const following::AxisModel& axis, double ratio) {
+    return AxisInsight{axis.deadTime, axis.curve.fastest(), axis.acceleration, ratio};
+  };
+  const following::HeadModel& model = controls->model;
+  const HeadInsight head{told(known.pan, model.panRatio()), told(known.tilt, model.tiltRatio()),
+                         model.misfit()};
+  const LockGuard lock(viewMutex);
+  shown.head = head;
+}
+
+void PredictiveFollowing::showAim(const FollowedSubject& chosen, std::int64_t now,
+                                  std::int64_t at) {
+  const following::Subject& subject = chosen.subject;
+  const AimInsight aim{subject.pan,    subject.tilt,      subject.width,
+                       subject.height, subject.deviation, following::secondsBetween(now, at),
+                       chosen.gap};
+  const LockGuard lock(viewMutex);
+  shown.aim = aim;
 }
 
 // While nothing is commanded somebody else may move the head, or it goes home: what it says is all

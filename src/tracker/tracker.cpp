@@ -2,7 +2,10 @@
 
 #include <syslog.h>
 
+#include <utility>
+
 #include "app/clock.h"
+#include "base/units.h"
 #include "config/persistent.h"
 
 namespace {
@@ -236,6 +239,22 @@ void Tracker::update() {
   if (!state.isSteering() && way.isOutdated(utils::monotonicTime())) {
     state.change(CameraState::running, CameraState::connecting);
   }
+}
+
+std::optional<Insight> Tracker::insight() const {
+  const auto [head, aim] = way.view();
+  const std::int64_t now = utils::monotonicTime();
+  const std::int64_t at = now + (aim ? units::roundedFromSeconds(aim->ahead) : 0);
+  auto people = observations.peopleInsight(now, at);
+  if (!people) {
+    return std::nullopt;
+  }
+  if (!aim) {
+    for (PersonInsight& person : *people) {
+      person.isFollowed = false;
+    }
+  }
+  return Insight{head, aim, std::move(*people)};
 }
 
 void Tracker::returnToHomeReset() {

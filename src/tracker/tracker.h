@@ -16,6 +16,7 @@
 #include "tracker/autotuner.h"
 #include "tracker/head_follower.h"
 #include "tracker/homing.h"
+#include "tracker/insight.h"
 #include "tracker/observations.h"
 #include "tracker/tracker_state.h"
 #include "tracker/way_of_following.h"
@@ -92,6 +93,11 @@ class Tracker : public Thread {
 
   // The head's widest view, as connect reads it: what does not fit is not followed.
   void setWidestView(const WidestView& view) { observations.setWidestView(view); }
+
+  // What the predictive way of following knows and expects; nothing while the specified one is at
+  // work. The API calls it.
+  std::optional<Insight> insight() const;
+  bool isPredicting() const { return observations.isWatchingPeople(); }
 
   // One step in each state.
   void connect();

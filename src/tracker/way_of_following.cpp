@@ -31,6 +31,7 @@ void WayOfFollowing::choose(const std::string& headNumber, PtzRemoteTravo& remot
   lastQuestion = now;
   isPredictive = FollowingSetup::isPredictive().value_or(isPredictive);
   isModelKnown = false;
+  predictive.showNothing();
   following = &pid;
   if (!isPredictive) {
     observations.ignorePeople();

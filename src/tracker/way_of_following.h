@@ -20,7 +20,7 @@
 // gains, which are kept in the settings with the head that they were tuned for; the predictive way
 // a model, which is kept in the head's file. Until the model is known, and when the head cannot be
 // identified, the regulator follows. Times are monotonic microseconds. The tracker's thread's
-// alone; no lock.
+// alone, but for view(); no lock of its own.
 class WayOfFollowing {
  public:
   // Both must outlive it. The observations are told whether to watch people.
@@ -44,6 +44,10 @@ class WayOfFollowing {
 
   // What to follow with now; changes with choose and take only.
   Following& getFollowing() { return *following; }
+
+  // What the predictive way knows and expects, but for the people; nothing of a head that is not
+  // identified. Any thread may ask.
+  PredictiveFollowing::View view() const { return predictive.view(); }
 
   // Whether to begin anew with the head: another way is chosen, or the head is to be identified
   // anew, because somebody asks for it or because it moves otherwise than its model. Asks the

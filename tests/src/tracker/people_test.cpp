@@ -448,4 +448,46 @@ TEST_F(PeopleTest, MoreThanThereIsRoomForAreLeftOut) {
   EXPECT_LE(people.getIdentities().people().size(), People::CAPACITY);
 }
 
+// ---- For those who look on ----
+
+TEST_F(PeopleTest, InsightTellsWhereEverybodyWillBe) {
+  for (int i = 0; i < 30; ++i) {
+    pass(FRAME);
+    // A metre a second to the right, beside somebody who is only seen.
+    show(0, {at(7, -3.0 + 0.1 * i, 6.0), at(8, 2.0, -7.0)}, {7});
+  }
+  ASSERT_TRUE(choose(0.0, -35.0));
+  const auto told = people.insight(clock.now(), clock.now() + SECOND / 2);
+  ASSERT_EQ(told.size(), 2U);
+  const bool isFirst = told[0].isWanted;
+  const PersonInsight& walks = told[isFirst ? 0 : 1];
+  const PersonInsight& stands = told[isFirst ? 1 : 0];
+  EXPECT_NEAR(walks.x, -0.1 + 0.5, 0.1);
+  EXPECT_NEAR(walks.y, 6.0, 0.1);
+  EXPECT_NEAR(walks.velocityX, 1.0, 0.15);
+  EXPECT_NEAR(walks.height, HEIGHT, 0.05);
+  EXPECT_TRUE(walks.isFollowed);
+  EXPECT_EQ(walks.unseen, 0.0);
+  EXPECT_NEAR(stands.x, 2.0, 0.1);
+  EXPECT_NEAR(stands.y, -7.0, 0.1);
+  EXPECT_FALSE(stands.isWanted);
+  EXPECT_FALSE(stands.isFollowed);
+  EXPECT_NE(walks.identity, stands.identity);
+  // The further ahead, the less is known.
+  const auto later = people.insight(clock.now(), clock.now() + 2 * SECOND);
+  EXPECT_GT(later[0].varianceX, told[0].varianceX);
+  EXPECT_GT(told[0].varianceX, 0.0);
+  EXPECT_LT(told[0].covariance * told[0].covariance, told[0].varianceX * told[0].varianceY);
+}
+
+TEST_F(PeopleTest, InsightIsOfThoseWhoAreStillLookedFor) {
+  stand(0, 7, 0.0, 8.0);
+  pass(3 * SECOND);
+  const auto told = people.insight(clock.now(), clock.now());
+  ASSERT_EQ(told.size(), 1U);
+  EXPECT_NEAR(told[0].unseen, 3.0, 1e-9);
+  pass(2 * SECOND);
+  EXPECT_TRUE(people.insight(clock.now(), clock.now()).empty());
+}
+
 }  // namespace

@@ -303,4 +303,69 @@ TEST_F(TrackerPredictiveTest, StandsAndTellsItWhenThereIsNobodyAnyMore) {
   EXPECT_THAT(step(), IsEmpty());
 }
 
+// ---- For those who look on ----
+
+TEST_F(TrackerPredictiveTest, TellsWhatItKnowsOfTheHeadAndOfThePeople) {
+  startKnown();
+  auto insight = tracker->insight();
+  ASSERT_TRUE(insight && insight->head);
+  EXPECT_FALSE(insight->aim);
+  EXPECT_EQ(insight->head->pan.deadTime, 0.25);  // those of plainHead
+  EXPECT_EQ(insight->head->pan.speed, 100.0);
+  EXPECT_EQ(insight->head->tilt.acceleration, 300.0);
+  show(3, {.pan = 30.0, .tilt = -24.0});
+  step();
+  insight = tracker->insight();
+  ASSERT_TRUE(insight && insight->aim);
+  EXPECT_NEAR(insight->aim->pan, 30.0, 0.5);
+  EXPECT_NEAR(insight->aim->ahead, 0.15, 1e-6);  // half the dead time, and half a period
+  ASSERT_THAT(insight->people, SizeIs(1));
+  EXPECT_TRUE(insight->people[0].isFollowed);
+  EXPECT_GT(insight->people[0].x, 0.0);
+  EXPECT_GT(insight->people[0].y, 0.0);
+}
+
+TEST_F(TrackerPredictiveTest, NobodyIsFollowedOnceTrackingIsSwitchedOff) {
+  startKnown();
+  show(3, {.pan = 30.0, .tilt = -24.0});
+  step();
+  ASSERT_TRUE(tracker->insight()->aim);
+  tracker->enableSentrel(false);
+  // The tracker's thread stops the head, as a step would that is under way.
+  tracker->setState(CameraState::running);
+  pass(3 * SECOND);
+  step();
+  pass(3 * SECOND);
+  step();
+  const auto insight = tracker->insight();
+  ASSERT_TRUE(insight);
+  EXPECT_FALSE(insight->aim);
+  for (const PersonInsight& person : insight->people) {
+    EXPECT_FALSE(person.isFollowed);
+  }
+}
+
+TEST_F(TrackerPredictiveTest, NothingIsToldOfAHeadThatIsToBeIdentified) {
+  startKnown();
+  ASSERT_TRUE(tracker->insight()->head);
+  FakeParameters::set("SentrelVideo.Identify", "1");
+  pass(11 * SECOND);
+  step();
+  tracker->connect();
+  ASSERT_EQ(tracker->getState(), CameraState::autotuning);
+  ASSERT_TRUE(tracker->insight());
+  EXPECT_FALSE(tracker->insight()->head);
+}
+
+TEST_F(TrackerPredictiveTest, NothingIsToldWhileTheSpecifiedWayIsAtWork) {
+  startKnown();
+  ASSERT_TRUE(tracker->isPredicting());
+  FakeParameters::set("SentrelVideo.Following", "specified");
+  pass(11 * SECOND);
+  step();
+  tracker->connect();
+  EXPECT_FALSE(tracker->insight());
+  EXPECT_FALSE(tracker->isPredicting());
+}
+
 }  // namespace
