@@ -89,11 +89,14 @@ add_library(device_services STATIC
   web_server/application_request.cpp
   web_server/broker_options.cpp
   web_server/device_metrics.cpp
+  web_server/device_api.cpp
   web_server/digest_login.cpp
   web_server/discovery.cpp
   web_server/event_json.cpp
   web_server/event_stream.cpp
+  web_server/following_watch.cpp
   web_server/json_values.cpp
+  web_server/last_minute.cpp
   web_server/lingering_refusal.cpp
   web_server/live_json.cpp
   web_server/metrics_text.cpp

@@ -135,6 +135,7 @@ WebSources VirtualDevice::webSources() {
           .world = world,
           .drive = drive,
           .events = events,
+          .parameters = parameterStore,
           .seconds = [this] { return secondsSinceStart(); },
           .announce = [this](const std::string& text) { console.message(text); },
           .report = &report};

@@ -19,6 +19,7 @@ void tellInstallation(Model& model, const std::string& following, std::uint64_t 
   };
   const Survey survey = surveyOf(model.world, seed);
   tell("Following", following);
+  tell("Identify", "0");
   tell("MastHeight", metres(survey.mastHeight));
   for (std::size_t i = 0; i < survey.offsets.size(); ++i) {
     const std::string camera = "Overview.C" + std::to_string(i + 1);

@@ -12,7 +12,7 @@ namespace device {
 // ("predictive", or any other), and what was measured of the mast, with the model's errors of
 // measuring.
 //
-//   root.SentrelVideo.Following, .MastHeight
+//   root.SentrelVideo.Following, .MastHeight, and .Identify, which is there to be changed
 //   root.SentrelVideo.Overview.C<n>.OffsetX, .OffsetY  (n from 1)
 //
 // A parameter that the model's file names stands. The seed is that of the world.

@@ -41,6 +41,11 @@ std::vector<std::unique_ptr<MqttPublisher>> makePublishers(const BrokerOptions& 
   return publishers;
 }
 
+// Comes with every frame, and is outdated by the next one.
+bool isDrawing(const Event& event) {
+  return valueOf<std::string>(event.keys, "svgframe").has_value();
+}
+
 }  // namespace
 
 WebInterface::WebInterface(const WebOptions& options, const std::string& application,
@@ -49,9 +54,18 @@ WebInterface::WebInterface(const WebOptions& options, const std::string& applica
       server(options, application, limits),
       events(server.addStream("/events", [this] { return presentEvents(); })),
       live(server.addStream("/live", [this] { return liveOpening(); })),
+      following(
+          this->sources.parameters,
+          [this](const std::string& body, std::function<void(const std::string*)> done) {
+            server.ask(body, std::move(done));
+          },
+          [this] { live.send(followingMessage()); }),
+      deviceApi(this->sources.parameters, [this] { live.send(followingMessage()); }),
       prefix(topicPrefix(options.broker.site)),
       publishers(makePublishers(options.broker)),
       liveTimer(LIVE_PERIOD, [this] { sendLive(); }),
+      minuteTimer(MINUTE_PERIOD, [this] { keepMoment(); }),
+      questionTimer(QUESTION_PERIOD, [this] { askWhatItThinks(); }),
       newsTimer(NEWS_PERIOD, [this] { tellNews(); }),
       scoreTimer(SCORE_PERIOD, [this] {
         if (this->sources.report != nullptr && live.hasReaders()) {
@@ -68,6 +82,7 @@ WebInterface::WebInterface(const WebOptions& options, const std::string& applica
   if (!options.broker.site.empty()) {
     tellAbout();
   }
+  server.addApi("/api/device", [this](const std::string& body) { return deviceApi.answer(body); });
   observeEvents();
 }
 
@@ -129,6 +144,9 @@ void WebInterface::event(const Event& given) {
   const std::string topic = topicOf(event);
   ++sent[topic];
   const std::string json = eventJson(event, placeOf(event));
+  if (!isDrawing(event)) {
+    lastMinute.takeEvent(sources.seconds(), json);
+  }
   const std::string message = streamMessage("event", json);
   events.send(message);
   live.send(message);
@@ -184,9 +202,11 @@ std::string WebInterface::presentEvents() const {
   return text;
 }
 
-std::string WebInterface::liveOpening() const {
+std::string WebInterface::liveOpening() {
   std::string text = streamMessage("model", modelJson(sources.model, sources.run, sources.world));
   text += streamMessage("daemon", daemonJson(running));
+  text += streamMessage("history", lastMinute.json(sources.seconds()));
+  text += followingMessage();
   text += presentEvents();
   for (const std::string& line : logLines) {
     text += line;
@@ -203,6 +223,27 @@ void WebInterface::sendLive() {
   live.send(streamMessage("head", headJson(now, sources.drive.getHead().status())));
   live.send(streamMessage(
       "world", worldJson(now, sources.world.people(now), sources.model.world.mastHeight)));
+}
+
+// Whether or not anybody looks on: the page that is opened next begins with it.
+void WebInterface::keepMoment() {
+  const double now = sources.seconds();
+  lastMinute.takeMoment(now, sources.drive.getHead().status(), sources.world.people(now));
+  if (following.expectation()) {
+    lastMinute.takeExpectation(now, *following.expectation());
+  }
+}
+
+void WebInterface::askWhatItThinks() {
+  if (!live.hasReaders() && ++unreadQuestions < UNREAD_QUESTIONS) {
+    return;
+  }
+  unreadQuestions = 0;
+  following.look(running);
+}
+
+std::string WebInterface::followingMessage() const {
+  return streamMessage("following", following.json(sources.seconds()));
 }
 
 std::string WebInterface::scoreMessage() const {

@@ -15,11 +15,15 @@
 #include "report/report.h"
 #include "services/event_service.h"
 #include "services/head_drive.h"
+#include "services/parameter_store.h"
 #include "services/periodic_timer.h"
 #include "services/syslog_server.h"
+#include "web_server/device_api.h"
 #include "web_server/device_metrics.h"
 #include "web_server/discovery.h"
 #include "web_server/event_json.h"
+#include "web_server/following_watch.h"
+#include "web_server/last_minute.h"
 #include "web_server/mqtt_publisher.h"
 #include "web_server/web_server.h"
 #include "world/world.h"
@@ -33,6 +37,7 @@ struct WebSources {
   const World& world;
   HeadDrive& drive;
   EventService& events;
+  ParameterStore& parameters;
   std::function<double()> seconds;                   // since the device's start
   std::function<void(const std::string&)> announce;  // tells the user something
   const Report* report = nullptr;                    // whose running score is told, if there is one
@@ -42,8 +47,9 @@ struct WebSources {
 // page shows, and the messages for a broker.
 //
 //   GET /events  the application's events, "event" and "undeclared" messages
-//   GET /live    the page's stream
+//   GET /live    the page's stream, which begins with the last minute
 //   GET /metrics what the device counts, for Prometheus
+//   POST /api/device  the device's own settings (DeviceApi)
 class WebInterface {
  public:
   // application: its local socket. Throws std::runtime_error when the server cannot listen.
@@ -75,6 +81,11 @@ class WebInterface {
   static constexpr std::int64_t NEWS_PERIOD = 500000;  // microseconds
   // A configuration or a start declares many; no entity is to vanish in the midst of it.
   static constexpr std::int64_t SETTLING = units::fromSeconds(2);
+  // How often the last minute is added to, and the application is asked what it thinks; without
+  // readers it is asked at every fifth time only.
+  static constexpr std::int64_t MINUTE_PERIOD = 250000;
+  static constexpr std::int64_t QUESTION_PERIOD = 200000;
+  static constexpr int UNREAD_QUESTIONS = 5;
   static constexpr std::int64_t SCORE_PERIOD = units::fromSeconds(1);
 
   void observeEvents();
@@ -88,18 +99,25 @@ class WebInterface {
   WebServer::Page makeMetrics(const char* accept) const;
   EventPlace placeOf(const Event& event) const;
   std::string presentEvents() const;
-  std::string liveOpening() const;
+  std::string liveOpening();
   void sendLive();
+  void keepMoment();
+  void askWhatItThinks();
+  std::string followingMessage() const;
   std::string scoreMessage() const;
   void tellNews();
 
   WebSources sources;
   bool running = false;
   std::deque<std::string> logLines;  // messages of the stream
+  LastMinute lastMinute;
+  int unreadQuestions = 0;  // that were left out
   DeviceMetrics metrics;
   WebServer server;
   EventStream& events;
   EventStream& live;
+  FollowingWatch following;
+  DeviceApi deviceApi;
   const std::string prefix;  // of topics at a broker
   const std::string start = isoTime(g_get_real_time());
   std::map<std::string, std::uint64_t> sent;  // events by topic
@@ -107,6 +125,8 @@ class WebInterface {
   std::optional<Discovery> discovery;
   std::optional<std::int64_t> lastDeclaration;  // monotonic microseconds; none since it was told
   PeriodicTimer liveTimer;
+  PeriodicTimer minuteTimer;
+  PeriodicTimer questionTimer;
   PeriodicTimer newsTimer;
   PeriodicTimer scoreTimer;
 };

@@ -225,6 +225,12 @@ void WebServer::handle(SoupServerMessage* message, const std::string& path, GHas
     }
     return forward(message, path, fields);
   }
+  if (const auto api = apis.find(path); api != apis.end()) {
+    if (!isMethod(message, "POST")) {
+      return refuseMethod(message, "POST");
+    }
+    return respond(message, SOUP_STATUS_OK, JSON, api->second(bodyOf(message)));
+  }
   if (const auto stream = streams.find(path); stream != streams.end()) {
     if (!isMethod(message, "GET")) {
       return refuseMethod(message, "GET");

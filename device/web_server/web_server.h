@@ -12,6 +12,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "base/glib_ptr.h"
 #include "web_server/application_forwarder.h"
@@ -73,6 +74,10 @@ class WebServer {
   using PageMaker = std::function<Page(const char* accept)>;
   void addPage(const std::string& path, PageMaker maker);
 
+  // Answers POST requests at a path by itself, with a JSON document each.
+  using Answer = std::function<std::string(const std::string& body)>;
+  void addApi(const std::string& path, Answer answer) { apis[path] = std::move(answer); }
+
   // Hands a request to the application as if it had come over the network, after those that came
   // before. done: null when the application did not answer.
   void ask(const std::string& body, std::function<void(const std::string* answer)> done);
@@ -116,6 +121,7 @@ class WebServer {
   std::optional<OriginCheck> origins;
   StaticFiles files;
   std::map<std::string, Stream> streams;   // by path
+  std::map<std::string, Answer> apis;      // the device's own, by path
   std::map<std::string, PageMaker> pages;  // by path
   std::optional<std::string> metricsToken;
   std::list<std::unique_ptr<LingeringRefusal>> refusals;

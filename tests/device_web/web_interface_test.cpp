@@ -15,6 +15,7 @@
 #include "app/options.h"
 #include "broker.h"
 #include "device_services/private_bus.h"
+#include "fake_application.h"
 #include "support/temporary_folder.h"
 #include "web_client.h"
 #include "web_server/json_values.h"
@@ -73,7 +74,8 @@ class WebInterfaceTest : public testing::Test {
                            .world = world,
                            .drive = drive,
                            .events = events,
-                           .seconds = [] { return 12.5; },
+                           .parameters = parameters,
+                           .seconds = [this] { return seconds; },
                            .announce = [](const std::string&) {},
                            .report = &report});
     port = static_cast<std::uint16_t>(
@@ -118,6 +120,12 @@ class WebInterfaceTest : public testing::Test {
     return {};
   }
 
+  // For so long that the last minute is added to.
+  static void letMomentsPass() {
+    const std::int64_t begun = g_get_monotonic_time();
+    EXPECT_TRUE(iterateUntil([&] { return g_get_monotonic_time() - begun > 600000; }));
+  }
+
   std::string daemon(WebClient& client) { return lineOf(next(client, "daemon").data.get()); }
 
   DbusDaemon bus;
@@ -127,6 +135,9 @@ class WebInterfaceTest : public testing::Test {
   World world{model.world, {}};
   HeadDrive drive{model.head, g_get_monotonic_time};
   EventService events{connection.get()};
+  ParameterStore parameters{
+      {{"root.SentrelVideo.Following", "predictive"}, {"root.SentrelVideo.Identify", "0"}}};
+  double seconds = 12.5;
   Report report{{}, {.score = scoreSetupOf(model), .head = model.head}};
   BusClient application{"com.orva.EventService", "/com/orva/EventService"};
   std::optional<WebInterface> web;
@@ -404,6 +415,13 @@ TEST_F(WebInterfaceTest, PageIsToldAllInItsOrder) {
   EXPECT_EQ("daemon", message.type);
   EXPECT_TRUE(json_is_true(message.at("running")));
   message = next(client);
+  EXPECT_EQ("history", message.type);
+  EXPECT_EQ(12.5, message.number("time"));
+  message = next(client);
+  EXPECT_EQ("following", message.type);
+  EXPECT_EQ("predictive", message.text("chosen"));
+  EXPECT_TRUE(json_is_null(message.at("thought")));
+  message = next(client);
   EXPECT_EQ("event", message.type);
   EXPECT_EQ(id, message.number("id"));
   for (int i = 5; i < 205; ++i) {
@@ -487,6 +505,85 @@ TEST_F(WebInterfaceTest, PageIsToldTheRunningScore) {
   EXPECT_TRUE(json_is_false(json_object_get(message.at("tuning"), "succeeded")));
   EXPECT_TRUE(json_is_null(json_object_get(message.at("tuning"), "identified")));
   EXPECT_EQ("score", next(client, "score").type) << "is told again and again";
+}
+
+// The clock is the test's; the timers only say when it is looked at.
+TEST_F(WebInterfaceTest, PageThatIsOpenedLateIsToldTheLastMinute) {
+  const std::uint32_t id = declare(stateKeys("alarm", false));
+  const std::uint32_t drawing =
+      declare({{"topic1", "t", std::string("SentrelVideo"), false, false, "", "", ""},
+               {"svgframe", "", std::string(), false, true, "", "", ""}});
+  EXPECT_TRUE(iterateUntil([&] { return events.getTable().getEvents().size() == 2; }));
+  seconds = 20;
+  send(id, true, 1767268800123456);
+  EXPECT_TRUE(application
+                  .call("Send", g_variant_new("(u@a(ssavusss)x)", drawing,
+                                              toVariant({{"svgframe", "", std::string("<svg/>"),
+                                                          false, false, "", "", ""}}),
+                                              std::int64_t{1767268800123457}))
+                  .ok());
+  letMomentsPass();
+  seconds = 79.9;
+  WebClient client(port);
+  client.get("/live");
+  Message message = next(client, "history");
+  EXPECT_EQ(79.9, message.number("time"));
+  const json_t* heads = message.at("heads");
+  ASSERT_GE(json_array_size(heads), 2U);
+  const json_t* head = json_array_get(heads, 0);
+  EXPECT_EQ(20, json_number_value(json_array_get(head, 0)));
+  EXPECT_NEAR(model.head.home.pan, json_number_value(json_array_get(head, 1)), 0.01);
+  const json_t* people = json_array_get(json_array_get(message.at("people"), 0), 1);
+  EXPECT_EQ(world.people(20).size(), json_array_size(people));
+  // The alarm's declaration came before that minute, and a drawing is outdated by the next one.
+  ASSERT_EQ(1U, json_array_size(message.at("events")));
+  const json_t* event = json_array_get(message.at("events"), 0);
+  EXPECT_EQ(id, json_integer_value(json_object_get(event, "id")));
+  seconds = 81;
+  letMomentsPass();
+  WebClient late(port);
+  late.get("/live");
+  const Message later = next(late, "history");
+  EXPECT_EQ(0U, json_array_size(later.at("events")));
+  EXPECT_GE(json_number_value(json_array_get(json_array_get(later.at("heads"), 0), 0)), 79.9);
+}
+
+TEST_F(WebInterfaceTest, PageIsToldWhatTheApplicationThinks) {
+  FakeApplication fake(folder / "application");
+  fake.setAnswer(
+      "Status: 200 OK\r\n\r\n"
+      R"({"data":{"head":null,"aim":null,"people":[{"identity":3,"place":[1,2]}]}})");
+  web->daemonRunning(true);
+  WebClient client(port);
+  client.get("/live");
+  Message message = next(client, "following");
+  EXPECT_TRUE(json_is_null(message.at("thought")));
+  message = next(client, "following");
+  const json_t* people = json_object_get(message.at("thought"), "people");
+  ASSERT_EQ(1U, json_array_size(people));
+  EXPECT_EQ(3, json_integer_value(json_object_get(json_array_get(people, 0), "identity")));
+  // What it thinks is part of the last minute, too.
+  Message history;
+  EXPECT_TRUE(iterateUntil([&] {
+    WebClient other(port);
+    other.get("/live");
+    history = next(other, "history");
+    return json_array_size(history.at("expected")) > 0;
+  }));
+}
+
+TEST_F(WebInterfaceTest, TheWayOfFollowingIsChangedOverTheNetwork) {
+  const std::string request =
+      R"({"apiVersion":"1.0","method":"setDeviceSettings","params":{"following":"specified"}})";
+  WebClient reader(port);
+  reader.get("/live");
+  EXPECT_EQ("predictive", next(reader, "following").text("chosen"));
+  WebClient client(port);
+  client.request("POST", "/api/device", request);
+  EXPECT_THAT(client.response().body, HasSubstr(R"("data":{})"));
+  EXPECT_EQ("specified", parameters.get("SentrelVideo.Following"));
+  EXPECT_EQ("specified", next(reader, "following").text("chosen"));
+  EXPECT_EQ(405, WebClient(port).get("/api/device").status);
 }
 
 TEST_F(WebInterfaceTest, PageIsToldWhenTheDaemonGoesAndComes) {

@@ -8,6 +8,7 @@ import {
   groundAt,
   groundGrid,
   horizonHeight,
+  likelyEllipse,
   makeCamera,
   nearestTo,
   niceStep,
@@ -143,4 +144,19 @@ test('steps are 1, 2 or 5 of a power of ten, and never smaller than wanted', () 
   const steps = [1, 1.1, 0.3, 7, 23, 0.05].map(niceStep);
   const expected = [1, 2, 0.5, 10, 50, 0.05];
   steps.forEach((step, i) => assert.ok(Math.abs(step - expected[i]) < 1e-9, `${step}`));
+});
+
+// 95 % of a normal distribution in two dimensions lie within the root of 5.991 deviations.
+test('an ellipse holds what is likely', () => {
+  const k = Math.sqrt(5.99146);
+  const near = (found, expected) =>
+    Object.entries(expected).forEach(([key, value]) =>
+      assert.ok(Math.abs(found[key] - value) < 1e-4, `${key}: ${found[key]}`),
+    );
+  near(likelyEllipse([4, 0, 1]), { long: 2 * k, short: k, angle: 0 });
+  near(likelyEllipse([1, 0, 4]), { long: 2 * k, short: k, angle: Math.PI / 2 });
+  // Variances 4 along (1, 1) and 1 across it.
+  near(likelyEllipse([2.5, 1.5, 2.5]), { long: 2 * k, short: k, angle: Math.PI / 4 });
+  near(likelyEllipse([2.5, -1.5, 2.5]), { long: 2 * k, short: k, angle: -Math.PI / 4 });
+  near(likelyEllipse([0, 0, 0]), { long: 0, short: 0 });
 });

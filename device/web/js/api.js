@@ -1,6 +1,7 @@
 /** The daemon's API: one request, one answer. */
 
 const ADDRESS = '/api/sentrelvideo';
+const DEVICE_ADDRESS = '/api/device';
 const TIMEOUT = 15000; // milliseconds; the device itself gives up after 10 s
 
 /** An error of the API ("2004"), the device's server ("HTTP") or the way there ("network"). */
@@ -32,12 +33,21 @@ async function answerOf(response) {
  * @returns {Promise<object>} "data" of the answer
  * @throws {ApiError}
  */
-export async function call(method, params) {
+export function call(method, params) {
+  return post(ADDRESS, method, params);
+}
+
+/** The same of the device's own settings. */
+export function callDevice(method, params) {
+  return post(DEVICE_ADDRESS, method, params);
+}
+
+async function post(address, method, params) {
   const request = { apiVersion: '1.0', context: 'page', method };
   if (params !== undefined) request.params = params;
   let response;
   try {
-    response = await fetch(ADDRESS, {
+    response = await fetch(address, {
       method: 'POST',
       headers: { 'Content-Type': 'application/json' },
       body: JSON.stringify(request),

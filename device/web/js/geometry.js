@@ -233,3 +233,23 @@ export function figureOf(camera, person) {
   const headRadius = ((side.x - head.x) * camera.tanX) / camera.tanY;
   return { head, headRadius, body };
 }
+
+// So many deviations hold a place of the ground with 95 %: the root of -2 ln 0.05.
+const LIKELY = Math.sqrt(-2 * Math.log(0.05));
+
+/**
+ * Where something on the ground is with 95 %.
+ * @param {[number, number, number]} covariance its variance in x, its covariance and its variance in y
+ * @returns {{long: number, short: number, angle: number}} half axes; the long one's angle from x
+ *     towards y, radians
+ */
+export function likelyEllipse([xx, xy, yy]) {
+  const middle = (xx + yy) / 2;
+  const spread = Math.hypot((xx - yy) / 2, xy);
+  const half = (variance) => LIKELY * Math.sqrt(Math.max(variance, 0));
+  return {
+    long: half(middle + spread),
+    short: half(middle - spread),
+    angle: Math.atan2(2 * xy, xx - yy) / 2,
+  };
+}

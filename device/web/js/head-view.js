@@ -8,11 +8,14 @@ import {
   horizonHeight,
   makeCamera,
   niceStep,
+  project,
   projectSegment,
+  unitVector,
 } from './geometry.js';
 
 const FAR = 300; // metres
 const GRID_LINES = 40; // to each side
+const LIKELY = 2; // deviations
 
 export class HeadView {
   constructor(element, store) {
@@ -32,6 +35,7 @@ export class HeadView {
     const toPixels = ({ x, y }) => [((x + 1) / 2) * view.width, ((1 - y) / 2) * view.height];
     this.drawGround(view, camera, toPixels);
     this.drawPeople(view, camera, toPixels);
+    this.drawAim(view, camera, toPixels);
     this.drawCross(view);
   }
 
@@ -103,6 +107,35 @@ export class HeadView {
     context.strokeRect(left, top, right - left, bottom - top);
     context.fillStyle = this.canvas.colour('target');
     context.fillText(word, left, Math.max(top - 4, 12));
+  }
+
+  /** What the head is led to, how large that is, and how sure. */
+  drawAim({ context, width }, camera, toPixels) {
+    const aim = this.store.thought?.aim;
+    if (!aim) return;
+    const { x: right, y: ahead, z: up } = unitVector(aim);
+    const { position } = camera;
+    const middle = project(camera, {
+      x: position.x + FAR * right,
+      y: position.y + FAR * ahead,
+      z: position.z + FAR * up,
+    });
+    if (!middle) return;
+    const [x, y] = toPixels(middle);
+    const scale = width / this.store.head.hfov; // pixels a degree
+    context.strokeStyle = this.canvas.colour('thought');
+    context.lineWidth = 2;
+    context.setLineDash([5, 4]);
+    context.strokeRect(
+      x - (aim.width * scale) / 2,
+      y - (aim.height * scale) / 2,
+      aim.width * scale,
+      aim.height * scale,
+    );
+    context.setLineDash([]);
+    context.beginPath();
+    context.arc(x, y, Math.max(LIKELY * aim.deviation * scale, 3), 0, 2 * Math.PI);
+    context.stroke();
   }
 
   drawCross({ context, width, height }) {

@@ -1,6 +1,18 @@
 /** The device's live stream. */
 
-const TYPES = ['model', 'daemon', 'frame', 'head', 'world', 'event', 'undeclared', 'log', 'score'];
+const TYPES = [
+  'model',
+  'daemon',
+  'history',
+  'following',
+  'frame',
+  'head',
+  'world',
+  'event',
+  'undeclared',
+  'log',
+  'score',
+];
 const AGAIN_AFTER = 2000; // milliseconds
 
 /**

@@ -88,10 +88,12 @@ export class EventList extends GrowingList {
   constructor(store) {
     super(byTestId('event-list'), byTestId('event-pause'));
     this.store = store;
-    store.on('event', (event) => {
-      // A drawing comes with every frame and is seen in its picture.
-      if (event.data.svgframe === undefined) this.add(this.entry(event));
-    });
+    for (const type of ['event', 'past']) {
+      store.on(type, (event) => {
+        // A drawing comes with every frame and is seen in its picture.
+        if (event.data.svgframe === undefined) this.add(this.entry(event));
+      });
+    }
   }
 
   entry(event) {

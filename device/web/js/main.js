@@ -5,6 +5,7 @@ import { showConnection } from './connection.js';
 import { byTestId } from './dom.js';
 import { EditorState } from './editor-state.js';
 import { Editor } from './editor.js';
+import { FollowingPanel } from './following.js';
 import { HeadView } from './head-view.js';
 import { listen } from './live.js';
 import { EventList, LogList } from './log.js';
@@ -29,6 +30,7 @@ const views = [
   new HistoryPlot(byTestId('plot'), store),
   new Numbers(store),
   new ScorePanel(store),
+  new FollowingPanel(store),
   new LogList(store),
   new EventList(store),
 ];
@@ -47,7 +49,7 @@ function draw(now) {
 const drawSoon = () => {
   isDue = true;
 };
-for (const type of ['model', 'frame', 'head', 'world', 'event', 'log', 'score']) {
+for (const type of ['model', 'history', 'following', 'frame', 'head', 'world', 'event', 'log', 'score']) {
   store.on(type, drawSoon);
 }
 for (const view of views) view.button?.addEventListener('click', drawSoon);

@@ -1,7 +1,7 @@
 /** The place from above: up is pan 0. */
 
 import { Canvas, trace } from './canvas.js';
-import { footprint, makeCamera, niceStep, unitVector } from './geometry.js';
+import { footprint, likelyEllipse, makeCamera, niceStep, unitVector } from './geometry.js';
 import { cameraOf } from './overview.js';
 
 const FAR = 150; // metres; fields end here
@@ -46,6 +46,7 @@ export class PlaceMap {
     if (head) this.drawHead(place, model, head);
     this.drawTrails(place);
     this.drawPeople(place);
+    this.drawThought(place);
     this.drawMast(place);
   }
 
@@ -139,6 +140,31 @@ export class PlaceMap {
       context.fillStyle = this.canvas.colour('text');
       context.fillText(String(person.id), x + 7, y + 4);
     }
+  }
+
+  /** Whom the daemon knows: where they came from, and where they will be with 95 %. */
+  drawThought({ context, scale, toPixels }) {
+    const { thought, tracks } = this.store;
+    if (!thought) return;
+    context.strokeStyle = this.canvas.colour('thought');
+    context.fillStyle = this.canvas.colour('thought');
+    for (const { identity, place, covariance, followed, wanted } of thought.people) {
+      context.globalAlpha = followed ? 1 : wanted ? 0.7 : 0.4;
+      context.lineWidth = followed ? 2.5 : 1.5;
+      const [x, y] = toPixels({ x: place[0], y: place[1] });
+      context.setLineDash([2, 3]);
+      context.beginPath();
+      trace(context, (tracks.get(identity) ?? []).map(toPixels));
+      context.stroke();
+      context.setLineDash([]);
+      const { long, short, angle } = likelyEllipse(covariance);
+      context.beginPath();
+      // The map's y grows upwards.
+      context.ellipse(x, y, long * scale, short * scale, -angle, 0, 2 * Math.PI);
+      context.stroke();
+      context.fillText(`#${identity}`, x + 7, y - 6);
+    }
+    context.globalAlpha = 1;
   }
 
   colourOf(id) {

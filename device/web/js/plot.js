@@ -1,4 +1,4 @@
-/** The last minute of target and head: pan above, tilt below. */
+/** The last minute of target, head and what it was led to: pan above, tilt below. */
 
 import { Canvas } from './canvas.js';
 import { rangeOf } from './range.js';
@@ -17,12 +17,12 @@ export class HistoryPlot {
 
   draw() {
     const view = this.canvas.begin();
-    const { heads, targets } = this.store;
+    const { heads, targets, aims } = this.store;
     if (!heads.length) return;
     const now = heads[heads.length - 1].time;
     const height = (view.height - BOTTOM - GAP) / 2;
     ['pan', 'tilt'].forEach((axis, i) => {
-      const values = [...heads, ...targets].map((item) => item[axis]);
+      const values = [...heads, ...targets, ...aims].map((item) => item[axis]);
       const box = {
         left: LEFT,
         top: 4 + i * (height + GAP),
@@ -32,7 +32,8 @@ export class HistoryPlot {
         ...rangeOf(values),
       };
       this.drawScale(view.context, box, axis);
-      this.drawTargets(view.context, box, axis);
+      this.drawPoints(view.context, box, axis, targets, 'target');
+      this.drawPoints(view.context, box, axis, aims, 'thought');
       this.drawHead(view.context, box, axis);
     });
     this.drawTimes(view);
@@ -64,11 +65,11 @@ export class HistoryPlot {
     context.fillText(axis, box.left + 6, box.top + 14);
   }
 
-  drawTargets(context, box, axis) {
-    context.fillStyle = this.canvas.colour('target');
-    for (const target of this.store.targets) {
-      if (target.time < box.now - HISTORY) continue;
-      context.fillRect(this.x(box, target.time) - 1, this.y(box, target[axis]) - 1, 2.5, 2.5);
+  drawPoints(context, box, axis, points, colour) {
+    context.fillStyle = this.canvas.colour(colour);
+    for (const point of points) {
+      if (point.time < box.now - HISTORY) continue;
+      context.fillRect(this.x(box, point.time) - 1, this.y(box, point[axis]) - 1, 2.5, 2.5);
     }
   }
 

@@ -17,6 +17,7 @@ TEST(InstallationTest, TellsTheMastAsItWasMeasured) {
   Model model = loadModel(modelsFolder(), "realistic");
   tellInstallation(model, "predictive", 1);
   EXPECT_EQ(model.parameters.at("root.SentrelVideo.Following"), "predictive");
+  EXPECT_EQ(model.parameters.at("root.SentrelVideo.Identify"), "0");
   // 5 % of 5 m, and 5 cm beside a camera that hangs 0.5 m to the right.
   EXPECT_NEAR(std::abs(number(model, "MastHeight") - 5.0), 0.25, 1e-9);
   EXPECT_NEAR(std::abs(number(model, "Overview.C1.OffsetX") - 0.5), 0.05, 1e-9);

@@ -18,6 +18,9 @@ const FOLLOWING_WITHIN = 150_000; // milliseconds; there are rests in which nobo
 const LEAST_TURN = 2; // degrees
 const LEAST_IN_VIEW = 0.75; // as a share of the samples
 const BAD_SIZE = 101; // per cent
+const PHONE = { width: 390, height: 800 };
+const AT_ONCE = 10_000; // milliseconds
+const LEAST_HISTORY = 20; // seconds, of those in which the head has followed for half a minute
 
 // It ends by itself should nobody be left to end it.
 const run = new DeviceRun(BUILD, '--restart-daemon', '--duration', '240');
@@ -97,6 +100,67 @@ test(
   },
 );
 
+/** How many points of a canvas, from a share of its width to another, have a colour of the page. */
+function countPixels([id, colour, from, to]) {
+  const canvas = document.querySelector(`[data-testid="${id}"]`);
+  const context = canvas.getContext('2d');
+  const probe = document.createElement('canvas').getContext('2d');
+  probe.fillStyle = getComputedStyle(canvas).getPropertyValue(`--${colour}`);
+  probe.fillRect(0, 0, 1, 1);
+  const [red, green, blue] = probe.getImageData(0, 0, 1, 1).data;
+  const [left, right] = [from, to].map((share) => Math.round(share * canvas.width));
+  const { data } = context.getImageData(left, 0, right - left, canvas.height);
+  let count = 0;
+  for (let at = 0; at < data.length; at += 4) {
+    count += data[at] === red && data[at + 1] === green && data[at + 2] === blue ? 1 : 0;
+  }
+  return count;
+}
+
+const drawn = (shown, id, colour, { from = 0, to = 1, timeout = PATIENCE } = {}) =>
+  shown.waitForFunction(
+    `(${countPixels})(${JSON.stringify([id, colour, from, to])}) > 10`,
+    undefined,
+    { timeout },
+  );
+
+test('what prediction goes by is told and drawn', async () => {
+  await waitForState('following-state', 'predictive');
+  assert.match(await element('thought-dead-time').textContent(), /^\d+ ms, \d+ ms$/);
+  assert.match(await element('thought-speed').textContent(), /^\d+ °\/s, \d+ °\/s$/);
+  assert.match(await element('thought-misfit').textContent(), /^\d+ %$/);
+  await page.getByTestId('thought-people').filter({ hasText: /^\d+, wanted [1-9]/ }).waitFor();
+  await page.getByTestId('thought-ahead').filter({ hasText: /^\d+ ms$/ }).waitFor();
+  await drawn(page, 'map', 'thought');
+  await drawn(page, 'head-view', 'thought');
+  await drawn(page, 'plot', 'thought');
+});
+
+test('a page that is opened later has the last minute at once, also on a phone at night', async () => {
+  const late = await browser.newPage({ viewport: PHONE, colorScheme: 'dark' });
+  const history = page.evaluate(
+    () =>
+      new Promise((resolve) => {
+        const source = new EventSource('/live');
+        source.addEventListener('history', (message) => {
+          source.close();
+          resolve(JSON.parse(message.data));
+        });
+      }),
+  );
+  await late.goto(url);
+  // What has come since it was opened is nearer to now than 12 s, a fifth of the plot.
+  await drawn(late, 'plot', 'head', { from: 0.5, to: 0.8, timeout: AT_ONCE });
+  const { time, heads, expected, events } = await history;
+  assert.ok(time - heads[0][0] > LEAST_HISTORY, `${heads[0]} at ${time}`);
+  assert.ok(expected.some(([, aim, people]) => aim && people.length > 0));
+  assert.ok(events.length > 0);
+  await late.getByTestId('event').first().waitFor();
+  const overhang = await late.evaluate(() => document.documentElement.scrollWidth - innerWidth);
+  assert.ok(overhang <= 0, `The page is ${overhang} pixels wider than the phone`);
+  await late.close();
+});
+
 test('the running score is shown, and nothing about a tuning that succeeded', async () => {
   await page.getByTestId('score-detected').filter({ hasText: /^\d+ %$/ }).waitFor();
   assert.match(await element('score-seconds').textContent(), /^\d+ of \d+ s$/);
@@ -169,6 +233,44 @@ test('a value that the daemon refuses is told at its field', async () => {
   assert.equal(await field.getAttribute('aria-invalid'), 'true');
   assert.deepEqual((await firstProfile()).configuration, configuration);
   await field.fill(before);
+});
+
+/** As a user does who does not want to wait until the head rests. */
+async function switchOffAndOn() {
+  await element('field-enable').uncheck();
+  await waitForState('tracker-state', 'stopped');
+  await element('field-enable').check();
+}
+
+async function chosenWay() {
+  const body = JSON.stringify({ apiVersion: '1.0', method: 'getDeviceSettings' });
+  const answer = await fetch(new URL('api/device', url), { method: 'POST', body });
+  return (await answer.json()).data.following;
+}
+
+test('the way of following is switched on the running daemon, by keyboard', async () => {
+  const daemon = run.daemonPid();
+  await element('field-following').focus();
+  await page.keyboard.press('ArrowDown');
+  await switchOffAndOn();
+  await waitForState('following-state', 'specified');
+  await waitForState('tracker-state', 'running');
+  assert.equal(await chosenWay(), 'specified');
+  const { error } = await ask('getFollowing');
+  assert.equal(error.code, '2005');
+  await page.getByTestId('thought-dead-time').filter({ hasText: /^-$/ }).waitFor();
+  assert.equal(await element('identify').isDisabled(), true);
+
+  await element('field-following').selectOption('predictive');
+  await switchOffAndOn();
+  await waitForState('following-state', 'predictive');
+  assert.equal((await ask('getFollowing')).data.head.misfit, 0);
+  await element('identify').click();
+  await page.getByTestId('identify-status').filter({ hasText: /anew/ }).waitFor();
+  await switchOffAndOn();
+  await waitForState('tracker-state', 'autotuning');
+  await waitForState('following-state', 'identifying');
+  assert.equal(run.daemonPid(), daemon);
 });
 
 test('a daemon that is lost and comes back loses nothing that was typed', async () => {
