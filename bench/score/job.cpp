@@ -10,6 +10,7 @@
 
 #include "config/persistent.h"
 #include "model/installation.h"
+#include "report/samples_csv.h"
 #include "score/baselines.h"
 #include "score/configured_areas.h"
 #include "score/sampling.h"
@@ -179,6 +180,17 @@ std::vector<Scored> scoreOneByOne(const JobOptions& options, const SimulationSet
 
 // ---- Everybody ----
 
+void store(const fs::path& file, const std::vector<device::ScoreSample>& samples,
+           const device::Model& model) {
+  std::ofstream out(file);
+  device::writeSamples(out, samples,
+                       device::clairvoyantPoses(samples, device::scoreSetupOf(model), model.head));
+  out.flush();
+  if (!out) {
+    throw std::runtime_error(file.string() + ": cannot be written");
+  }
+}
+
 double lengthOf(const JobOptions& options) {
   if (!options.tracks) {
     return options.seconds.value_or(JobOptions::SCENE_SECONDS);
@@ -201,6 +213,9 @@ Scored scoreWhole(const JobOptions& options, SimulationSetup setup, device::Tuni
   };
   const auto samples = record(simulation, 0, lengthOf(options), counts);
   tuning = options.isFromStart ? simulation.device().tuning() : tuning;
+  if (options.samples) {
+    store(*options.samples, samples, setup.model);
+  }
   return scoredOf(
       samples, setup.model,
       device::bestFixedPose(samples, device::scoreSetupOf(setup.model), setup.model.head));

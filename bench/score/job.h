@@ -39,6 +39,9 @@ struct JobOptions {
   // virtual device does in real time. Of whole runs.
   bool isFromStart = false;
 
+  // Where to write the samples. Of whole runs.
+  std::optional<std::filesystem::path> samples;
+
   static constexpr double SCENE_SECONDS = 300;
 };
 

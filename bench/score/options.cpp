@@ -25,6 +25,7 @@ struct Raw {
   gboolean alone = FALSE;
   OptionText share;
   gboolean fromStart = FALSE;
+  OptionText samples;
 };
 
 void parse(const std::vector<std::string>& arguments, Raw& raw) {
@@ -47,6 +48,8 @@ void parse(const std::vector<std::string>& arguments, Raw& raw) {
        "K/N"},
       {"from-start", 0, 0, G_OPTION_ARG_NONE, &raw.fromStart,
        "From the device's start on, all people at once", nullptr},
+      {"samples", 0, 0, G_OPTION_ARG_FILENAME, raw.samples.out(),
+       "Write the samples of all people at once there, as samples.csv of a report", "FILE"},
       {nullptr, 0, 0, G_OPTION_ARG_NONE, nullptr, nullptr, nullptr}};
   readOptions("Scores one head with one seed; script/score runs it.", entries, arguments);
 }
@@ -103,6 +106,11 @@ void check(const Raw& raw) {
   if (!std::isfinite(raw.seconds) || (raw.seconds != -1 && raw.seconds <= 0)) {
     throw OptionError("--seconds is a time above 0");
   }
+  const bool isOneByOne =
+      raw.tracks.get() != nullptr && raw.whole == FALSE && raw.fromStart == FALSE;
+  if (raw.samples.get() != nullptr && isOneByOne) {
+    throw OptionError("--samples is of all people at once");
+  }
 }
 
 }  // namespace
@@ -127,6 +135,9 @@ JobOptions parseOptions(const std::vector<std::string>& arguments) {
   options.isFromStart = raw.fromStart != FALSE;
   if (raw.tracks.get() != nullptr) {
     readRecording(raw, options);
+  }
+  if (raw.samples.get() != nullptr) {
+    options.samples = raw.samples.get();
   }
   return options;
 }

@@ -2,8 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <stdexcept>
+#include <string>
+
 #include "score/job_json.h"
 #include "score/trial.h"
+#include "support/temporary_folder.h"
 
 namespace score {
 namespace {
@@ -25,6 +30,21 @@ TEST(JobTest, RunsOnePersonAfterAnotherInTheSameBytes) {
   const Trial trial;
   trial.change("realistic", "");
   EXPECT_EQ(toJson(runJob(trial.options())), toJson(runJob(trial.options())));
+}
+
+TEST(JobTest, SamplesAreWrittenAsThoseOfAReport) {
+  const TemporaryFolder folder;
+  JobOptions options = sceneOptions("ideal", 10);
+  options.samples = folder / "samples.csv";
+  const JobResult result = runJob(options);
+  const std::string text = readText(folder / "samples.csv");
+  EXPECT_TRUE(text.starts_with("time_s,scored,pan_deg,tilt_deg,field_deg,")) << text.substr(0, 80);
+  // From the first to the last second, every 20 ms, a line for each person.
+  EXPECT_NE(text.find("\n0.0"), std::string::npos);
+  EXPECT_NE(text.find("\n9.9"), std::string::npos);
+  EXPECT_GE(std::ranges::count(text, '\n'), 10 * 50);
+  options.samples = folder / "nowhere/samples.csv";
+  EXPECT_THROW(runJob(options), std::runtime_error);
 }
 
 TEST(JobTest, AnotherSeedIsAnotherRun) {
