@@ -19,6 +19,8 @@ WRITTEN_ADDRESS = "http://127.0.0.1:8080/"
 
 
 class ApiDocTest(RunTest):
+    following = "predictive"  # of which one of the methods tells
+
     def test_every_request_of_the_page_gets_the_answer_that_the_page_shows(self):
         run = self.start("--port", "0")
         address = Web(run).address()
