@@ -56,6 +56,7 @@ add_library(device_services STATIC
   services/lens_service.cpp
   services/local_socket.cpp
   app/options.cpp
+  onvif_server/analytics_operations.cpp
   onvif_server/camera_profile.cpp
   onvif_server/device_operations.cpp
   onvif_server/discovery_responder.cpp

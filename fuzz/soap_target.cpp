@@ -12,6 +12,7 @@
 #include "onvif/envelope.h"
 #include "onvif/fault.h"
 #include "onvif/topic.h"
+#include "onvif_server/analytics_operations.h"
 #include "onvif_server/device_operations.h"
 #include "onvif_server/media_operations.h"
 #include "onvif_server/ptz_operations.h"
@@ -39,12 +40,17 @@ HeadSetup headOfTheTarget() {
   return setup;
 }
 
+std::vector<std::string> rulesOf(const std::string&) {
+  return {"Camera1Profile1"};
+}
+
 // A camera whose time is the input's.
 struct Camera {
   Camera() {
     device.addTo(operations);
     media.addTo(operations);
     ptz.addTo(operations);
+    analytics.addTo(operations);
   }
 
   std::int64_t now = 1000 * SECOND;
@@ -54,7 +60,9 @@ struct Camera {
                                          {.token = "overview1", .name = "One", .camera = 1}};
   DeviceOperations device{{"model", "1", "2", "urn:uuid:1"}};
   MediaOperations media{profiles, setup,
-                        [](const CameraProfile&, const std::string&) { return "rtsp://a/"; }};
+                        [](const CameraProfile&, const std::string&) { return "rtsp://a/"; },
+                        rulesOf};
+  AnalyticsOperations analytics{profiles, rulesOf};
   PtzOperations ptz{profiles, drive, [] { return NOON; }};
   TokenBook tokens{"user", "pass", [] { return NOON; }};
   Operations operations;

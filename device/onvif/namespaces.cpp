@@ -11,11 +11,12 @@ struct Prefix {
   std::string_view name;
 };
 
-constexpr std::array<Prefix, 18> PREFIXES = {{{"a", ns::DISCOVERY_ADDRESSING},
+constexpr std::array<Prefix, 19> PREFIXES = {{{"a", ns::DISCOVERY_ADDRESSING},
                                               {"d", ns::DISCOVERY},
                                               {"dn", ns::NETWORK},
                                               {"s", ns::SOAP},
                                               {"sv", ns::OWN_TOPICS},
+                                              {"tan", ns::ANALYTICS},
                                               {"tds", ns::DEVICE},
                                               {"ter", ns::ERROR},
                                               {"tev", ns::EVENTS},

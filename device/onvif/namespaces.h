@@ -17,6 +17,7 @@ constexpr char MEDIA[] = "http://www.onvif.org/ver10/media/wsdl";
 constexpr char MEDIA2[] = "http://www.onvif.org/ver20/media/wsdl";
 constexpr char PTZ[] = "http://www.onvif.org/ver20/ptz/wsdl";
 constexpr char EVENTS[] = "http://www.onvif.org/ver10/events/wsdl";
+constexpr char ANALYTICS[] = "http://www.onvif.org/ver20/analytics/wsdl";
 constexpr char NETWORK[] = "http://www.onvif.org/ver10/network/wsdl";
 constexpr char TOPICS[] = "http://www.onvif.org/ver10/topics";
 constexpr char ERROR[] = "http://www.onvif.org/ver10/error";

@@ -23,7 +23,7 @@ struct CameraProfile {
   std::string source() const { return "source_" + token; }
   std::string sourceConfiguration() const { return "picture_" + token; }
   std::string encoder() const { return "video_" + token; }
-  std::string analytics() const { return "analytics_" + token; }
+  std::string analytics() const { return isHead() ? "" : "analytics_" + token; }  // or none
   std::string metadata() const { return "metadata_" + token; }
 };
 

@@ -16,11 +16,12 @@ struct Service {
   int minor;
 };
 
-constexpr std::array<Service, 5> SERVICES = {{{ns::DEVICE, "/onvif/device_service", 2, 60},
+constexpr std::array<Service, 6> SERVICES = {{{ns::DEVICE, "/onvif/device_service", 2, 60},
                                               {ns::MEDIA, "/onvif/media_service", 2, 60},
                                               {ns::MEDIA2, "/onvif/media2_service", 2, 60},
                                               {ns::PTZ, "/onvif/ptz_service", 2, 60},
-                                              {ns::EVENTS, "/onvif/event_service", 2, 60}}};
+                                              {ns::EVENTS, "/onvif/event_service", 2, 60},
+                                              {ns::ANALYTICS, "/onvif/analytics_service", 2, 60}}};
 
 // As the client itself reached the device: no other name is sure to.
 std::string addressOf(const Request& request, const char* path) {
@@ -73,6 +74,10 @@ Tag capabilities(const Request& request) {
   const std::string wanted = optionalText(request, ns::DEVICE, "Category");
   const bool isAll = wanted.empty() || wanted == "All";
   Tag list("tds:Capabilities");
+  if (isAll || wanted == "Analytics") {
+    list.add(Tag("tt:Analytics", xaddr(ns::ANALYTICS), Tag("tt:RuleSupport", true),
+                 Tag("tt:AnalyticsModuleSupport", true)));
+  }
   if (isAll || wanted == "Device") {
     list.add(Tag("tt:Device", xaddr(ns::DEVICE)));
   }
@@ -89,7 +94,7 @@ Tag capabilities(const Request& request) {
   if (isAll || wanted == "PTZ") {
     list.add(Tag("tt:PTZ", xaddr(ns::PTZ)));
   }
-  if (!isAll && (wanted == "Analytics" || wanted == "Imaging")) {
+  if (wanted == "Imaging") {
     throw Fault(FaultCode::receiver, {"ter:ActionNotSupported", "ter:NoSuchService"},
                 "There is no such service");
   }

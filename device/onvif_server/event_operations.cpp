@@ -3,6 +3,7 @@
 #include <glib.h>
 
 #include <algorithm>
+#include <set>
 
 #include "base/text.h"
 #include "onvif/fault.h"
@@ -98,6 +99,16 @@ std::vector<Notification> EventOperations::present() const {
     }
   }
   return all;
+}
+
+std::vector<std::string> EventOperations::rulesOf(const std::string& analytics) const {
+  std::set<std::string> rules;
+  for (const Notification& notification : present()) {
+    if (auto rule = ruleOf(notification, analytics)) {
+      rules.insert(std::move(*rule));
+    }
+  }
+  return {rules.begin(), rules.end()};
 }
 
 // A length of time, or the moment of its end.

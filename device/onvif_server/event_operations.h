@@ -34,6 +34,9 @@ class EventOperations {
   using Observer = std::function<void(const std::vector<Notification>& notifications)>;
   void observe(Observer given) { observer = std::move(given); }
 
+  // The rules of a configuration of analytics that may raise an alarm now, each once.
+  std::vector<std::string> rulesOf(const std::string& analytics) const;
+
   std::size_t pullPoints() const { return points.size(); }
 
  private:

@@ -1,6 +1,7 @@
 #include "onvif_server/media_operations.h"
 
 #include <algorithm>
+#include <set>
 
 #include "onvif/fault.h"
 #include "onvif/namespaces.h"
@@ -51,12 +52,6 @@ Tag metadataTag(const std::string& name, const CameraProfile& profile) {
                        .add(Tag("tt:SessionTimeout", "PT60S")));
 }
 
-Tag analyticsTag(const std::string& name, const CameraProfile& profile) {
-  return Tag(name, Attribute("token", profile.analytics()), Tag("tt:Name", profile.name),
-             Tag("tt:UseCount", 1), Tag("tt:AnalyticsEngineConfiguration"),
-             Tag("tt:RuleEngineConfiguration"));
-}
-
 Tag exactRange(const std::string& name, int value) {
   return Tag(name, Tag("tt:Min", value), Tag("tt:Max", value));
 }
@@ -89,8 +84,11 @@ Tag videoSource(const CameraProfile& profile) {
 }  // namespace
 
 MediaOperations::MediaOperations(const std::vector<CameraProfile>& profiles, const HeadSetup& head,
-                                 StreamUri streamUri)
-    : profiles(profiles), head(head), streamUri(std::move(streamUri)) {}
+                                 StreamUri streamUri, RulesOf rulesOf)
+    : profiles(profiles),
+      head(head),
+      streamUri(std::move(streamUri)),
+      rulesOf(std::move(rulesOf)) {}
 
 void MediaOperations::addTo(Operations& operations) {
   addMedia1(operations);
@@ -112,19 +110,24 @@ void MediaOperations::addMedia1(Operations& operations) {
       },
       Access::anybody);
   add("GetProfiles", [this](const Request&) {
-    return each("trt:GetProfilesResponse",
-                [this](const CameraProfile& profile) { return profile1("trt:Profiles", profile); });
+    Tag response("trt:GetProfilesResponse");
+    for (const CameraProfile& profile : profiles) {
+      response.add(profile1("trt:Profiles", profile));
+    }
+    return response;
   });
   add("GetProfile", [this](const Request& request) {
     return Tag("trt:GetProfileResponse",
                profile1("trt:Profile", profileOf(profiles, request, ns::MEDIA)));
   });
-  add("GetVideoSources",
-      [this](const Request&) { return each("trt:GetVideoSourcesResponse", videoSource); });
+  add("GetVideoSources", [this](const Request&) {
+    return each("trt:GetVideoSourcesResponse", &CameraProfile::source, videoSource);
+  });
   add("GetVideoSourceConfigurations", [this](const Request&) {
-    return each("trt:GetVideoSourceConfigurationsResponse", [](const CameraProfile& profile) {
-      return sourceConfigurationTag("trt:Configurations", profile);
-    });
+    return each("trt:GetVideoSourceConfigurationsResponse", &CameraProfile::sourceConfiguration,
+                [](const CameraProfile& profile) {
+                  return sourceConfigurationTag("trt:Configurations", profile);
+                });
   });
   add("GetVideoSourceConfiguration", [this](const Request& request) {
     return Tag("trt:GetVideoSourceConfigurationResponse",
@@ -133,9 +136,9 @@ void MediaOperations::addMedia1(Operations& operations) {
                    withConfiguration(request, ns::MEDIA, &CameraProfile::sourceConfiguration)));
   });
   add("GetVideoEncoderConfigurations", [this](const Request&) {
-    return each("trt:GetVideoEncoderConfigurationsResponse", [](const CameraProfile& profile) {
-      return encoder1("trt:Configurations", profile);
-    });
+    return each(
+        "trt:GetVideoEncoderConfigurationsResponse", &CameraProfile::encoder,
+        [](const CameraProfile& profile) { return encoder1("trt:Configurations", profile); });
   });
   add("GetVideoEncoderConfiguration", [this](const Request& request) {
     return Tag("trt:GetVideoEncoderConfigurationResponse",
@@ -148,14 +151,25 @@ void MediaOperations::addMedia1(Operations& operations) {
                                    : profiles.front());
   });
   add("GetMetadataConfigurations", [this](const Request&) {
-    return each("trt:GetMetadataConfigurationsResponse", [](const CameraProfile& profile) {
-      return metadataTag("trt:Configurations", profile);
-    });
+    return each(
+        "trt:GetMetadataConfigurationsResponse", &CameraProfile::metadata,
+        [](const CameraProfile& profile) { return metadataTag("trt:Configurations", profile); });
   });
   add("GetMetadataConfiguration", [this](const Request& request) {
     return Tag("trt:GetMetadataConfigurationResponse",
                metadataTag("trt:Configuration",
                            withConfiguration(request, ns::MEDIA, &CameraProfile::metadata)));
+  });
+  add("GetVideoAnalyticsConfigurations", [this](const Request&) {
+    return each("trt:GetVideoAnalyticsConfigurationsResponse", &CameraProfile::analytics,
+                [this](const CameraProfile& profile) {
+                  return analyticsTag("trt:Configurations", profile);
+                });
+  });
+  add("GetVideoAnalyticsConfiguration", [this](const Request& request) {
+    return Tag("trt:GetVideoAnalyticsConfigurationResponse",
+               analyticsTag("trt:Configuration",
+                            withConfiguration(request, ns::MEDIA, &CameraProfile::analytics)));
   });
   add("GetStreamUri", [this](const Request& request) {
     const CameraProfile& profile = profileOf(profiles, request, ns::MEDIA);
@@ -212,6 +226,12 @@ void MediaOperations::addMedia2(Operations& operations) {
         "tr2:GetMetadataConfigurationsResponse", request, &CameraProfile::metadata,
         [](const CameraProfile& profile) { return metadataTag("tr2:Configurations", profile); });
   });
+  add("GetAnalyticsConfigurations", [this](const Request& request) {
+    return wanted("tr2:GetAnalyticsConfigurationsResponse", request, &CameraProfile::analytics,
+                  [this](const CameraProfile& profile) {
+                    return analyticsTag("tr2:Configurations", profile);
+                  });
+  });
   add("GetStreamUri", [this](const Request& request) {
     const CameraProfile& profile = profileOf(profiles, request, ns::MEDIA2);
     return Tag("tr2:GetStreamUriResponse", Tag("tr2:Uri", streamOf(profile, request)));
@@ -220,6 +240,10 @@ void MediaOperations::addMedia2(Operations& operations) {
     const CameraProfile& profile = profileOf(profiles, request, ns::MEDIA2);
     return Tag("tr2:GetSnapshotUriResponse", Tag("tr2:Uri", snapshotOf(profile, request)));
   });
+}
+
+Tag MediaOperations::analyticsTag(const std::string& name, const CameraProfile& profile) const {
+  return analyticsConfigurationTag(name, profile, rulesOf(profile.analytics()));
 }
 
 Tag MediaOperations::profile1(const std::string& name, const CameraProfile& profile) const {
@@ -299,32 +323,35 @@ std::string MediaOperations::snapshotOf(const CameraProfile& profile, const Requ
   return "http://" + request.host + SNAPSHOT_ROOT + profile.token;
 }
 
-Tag MediaOperations::each(const std::string& response,
-                          const std::function<Tag(const CameraProfile& profile)>& tag) const {
+// What several profiles have in common is told once.
+Tag MediaOperations::each(const std::string& response, TokenOf token, const TagOf& tag) const {
   Tag all(response);
+  std::set<std::string> told;
   for (const CameraProfile& profile : profiles) {
-    all.add(tag(profile));
+    const std::string name = (profile.*token)();
+    if (!name.empty() && told.insert(name).second) {
+      all.add(tag(profile));
+    }
   }
   return all;
 }
 
-// Those of a configuration, of a profile, or all.
-Tag MediaOperations::wanted(const std::string& response, const Request& request,
-                            std::string (CameraProfile::*token)() const,
-                            const std::function<Tag(const CameraProfile& profile)>& tag) const {
+// That of a token, of a profile, or all.
+Tag MediaOperations::wanted(const std::string& response, const Request& request, TokenOf token,
+                            const TagOf& tag) const {
   if (!optionalText(request, ns::MEDIA2, "ConfigurationToken").empty()) {
     return Tag(response, tag(withConfiguration(request, ns::MEDIA2, token)));
   }
   if (!optionalText(request, ns::MEDIA2, "ProfileToken").empty()) {
-    return Tag(response, tag(profileOf(profiles, request, ns::MEDIA2)));
+    const CameraProfile& profile = profileOf(profiles, request, ns::MEDIA2);
+    return (profile.*token)().empty() ? Tag(response) : Tag(response, tag(profile));
   }
-  return each(response, tag);
+  return each(response, token, tag);
 }
 
 const CameraProfile& MediaOperations::withConfiguration(const Request& request,
                                                         const std::string& nameSpace,
-                                                        std::string (CameraProfile::*token)()
-                                                            const) const {
+                                                        TokenOf token) const {
   const std::string wanted = requiredText(request, nameSpace, "ConfigurationToken");
   const auto found = std::ranges::find_if(
       profiles, [&](const CameraProfile& profile) { return (profile.*token)() == wanted; });

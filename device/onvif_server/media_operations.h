@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "head/head.h"
+#include "onvif_server/analytics_operations.h"
 #include "onvif_server/camera_profile.h"
 #include "onvif_server/operations.h"
 
@@ -24,7 +25,7 @@ class MediaOperations {
 
   // The profiles and the setup outlive the service.
   MediaOperations(const std::vector<CameraProfile>& profiles, const HeadSetup& head,
-                  StreamUri streamUri);
+                  StreamUri streamUri, RulesOf rulesOf);
 
   void addTo(Operations& operations);
 
@@ -32,22 +33,25 @@ class MediaOperations {
   void addMedia1(Operations& operations);
   void addMedia2(Operations& operations);
 
+  Tag analyticsTag(const std::string& name, const CameraProfile& profile) const;
   Tag profile1(const std::string& name, const CameraProfile& profile) const;
   Tag profile2(const CameraProfile& profile, const std::vector<std::string>& types) const;
   Tag profiles2(const Request& request) const;
   static std::string snapshotOf(const CameraProfile& profile, const Request& request);
   std::string streamOf(const CameraProfile& profile, const Request& request) const;
-  Tag each(const std::string& response,
-           const std::function<Tag(const CameraProfile& profile)>& tag) const;
-  Tag wanted(const std::string& response, const Request& request,
-             std::string (CameraProfile::*token)() const,
-             const std::function<Tag(const CameraProfile& profile)>& tag) const;
+  // Of what a profile may have; empty where it has none.
+  using TokenOf = std::string (CameraProfile::*)() const;
+  using TagOf = std::function<Tag(const CameraProfile& profile)>;
+  Tag each(const std::string& response, TokenOf token, const TagOf& tag) const;
+  Tag wanted(const std::string& response, const Request& request, TokenOf token,
+             const TagOf& tag) const;
   const CameraProfile& withConfiguration(const Request& request, const std::string& nameSpace,
-                                         std::string (CameraProfile::*token)() const) const;
+                                         TokenOf token) const;
 
   const std::vector<CameraProfile>& profiles;
   const HeadSetup& head;
   StreamUri streamUri;
+  RulesOf rulesOf;
 };
 
 }  // namespace device::onvif

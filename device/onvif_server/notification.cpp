@@ -2,8 +2,8 @@
 
 #include <glib.h>
 
+#include <algorithm>
 #include <map>
-#include <optional>
 
 #include "base/text.h"
 #include "onvif/namespaces.h"
@@ -13,6 +13,8 @@ namespace device::onvif {
 namespace {
 
 constexpr char ANY_PROFILE[] = "ProfileANY";
+constexpr char TOKEN[] = "tt:ReferenceToken";
+constexpr char FLAG[] = "xs:boolean";
 
 struct ValueToText {
   std::string operator()(std::int32_t value) const {
@@ -57,6 +59,10 @@ std::vector<Notification> motionAlarm(const Event& event, PropertyOperation oper
                {{"Source", overview("source", *camera)}}, {{"State", *state}}, operation, event)};
 }
 
+Topic ruleTopic() {
+  return {ns::TOPICS, {"RuleEngine", "CellMotionDetector", "Motion"}};
+}
+
 // The camera's number of "Camera1Profile2".
 std::optional<int> cameraOfProfile(std::string_view name) {
   constexpr std::string_view CAMERA = "Camera";
@@ -81,7 +87,7 @@ std::vector<Notification> ownEvent(const Event& event, PropertyOperation operati
   }
   const auto camera = cameraOfProfile(name);
   if (camera && active) {
-    result.push_back(make({ns::TOPICS, {"RuleEngine", "CellMotionDetector", "Motion"}},
+    result.push_back(make(ruleTopic(),
                           {{"VideoSourceConfigurationToken", overview("picture", *camera)},
                            {"VideoAnalyticsConfigurationToken", overview("analytics", *camera)},
                            {"Rule", name}},
@@ -127,20 +133,38 @@ std::string prefixOf(const std::string& nameSpace) {
   return nameSpace == ns::OWN_TOPICS ? "sv" : "tns1";
 }
 
+// Each item's value is its type.
+Tag descriptionsTag(const std::string& name, const std::vector<Item>& items) {
+  Tag tag(name);
+  for (const Item& item : items) {
+    tag.add(Tag("tt:SimpleItemDescription", Attribute("Name", item.name),
+                Attribute("Type", item.value)));
+  }
+  return tag;
+}
+
+Tag messageTag(const std::string& name, bool isProperty, const std::vector<Item>& source,
+               const std::vector<Item>& data) {
+  return Tag(name, Attribute("xmlns:xs", "http://www.w3.org/2001/XMLSchema"),
+             Attribute("xmlns:tt", ns::SCHEMA), Attribute("IsProperty", isProperty),
+             descriptionsTag("tt:Source", source), descriptionsTag("tt:Data", data));
+}
+
+Tag described(const std::string& name, Tag message) {
+  return Tag(name, Attribute("wstop:topic", true), std::move(message));
+}
+
 Tag described(const std::string& name, bool isProperty, const std::vector<Item>& source,
               const std::vector<Item>& data) {
-  const auto items = [](const std::string& tagName, const std::vector<Item>& descriptions) {
-    Tag tag(tagName);
-    for (const Item& item : descriptions) {
-      tag.add(Tag("tt:SimpleItemDescription", Attribute("Name", item.name),
-                  Attribute("Type", item.value)));
-    }
-    return tag;
-  };
-  return Tag(name, Attribute("wstop:topic", true),
-             Tag("tt:MessageDescription", Attribute("xmlns:xs", "http://www.w3.org/2001/XMLSchema"),
-                 Attribute("xmlns:tt", ns::SCHEMA), Attribute("IsProperty", isProperty),
-                 items("tt:Source", source), items("tt:Data", data)));
+  return described(name, messageTag("tt:MessageDescription", isProperty, source, data));
+}
+
+Tag ruleMessage(const std::string& name) {
+  return messageTag(name, true,
+                    {{"VideoSourceConfigurationToken", TOKEN},
+                     {"VideoAnalyticsConfigurationToken", TOKEN},
+                     {"Rule", "xs:string"}},
+                    {{"IsMotion", FLAG}});
 }
 
 }  // namespace
@@ -183,20 +207,33 @@ std::vector<Notification> notificationsOf(const Event& event, PropertyOperation 
   return {};
 }
 
+std::optional<std::string> ruleOf(const Notification& notification, const std::string& analytics) {
+  if (notification.topic != ruleTopic()) {
+    return std::nullopt;
+  }
+  const auto valueOfItem = [&](const char* name) {
+    const auto item = std::ranges::find(notification.source, name, &Item::name);
+    return item != notification.source.end() ? item->value : std::string();
+  };
+  return valueOfItem("VideoAnalyticsConfigurationToken") == analytics
+             ? std::optional(valueOfItem("Rule"))
+             : std::nullopt;
+}
+
+Tag ruleMessagesTag() {
+  return std::move(ruleMessage("tt:Messages")
+                       .add(Tag("tt:ParentTopic", Attribute("xmlns:tns1", ns::TOPICS),
+                                "tns1:RuleEngine/CellMotionDetector/Motion")));
+}
+
 Tag topicSetTag() {
-  constexpr char TOKEN[] = "tt:ReferenceToken";
-  constexpr char FLAG[] = "xs:boolean";
   const std::vector<Item> presetSource = {{"PTZConfigurationToken", TOKEN}};
   const std::vector<Item> presetData = {{"PresetToken", TOKEN}, {"PresetName", "tt:Name"}};
   return Tag("wstop:TopicSet",
              Tag("tns1:VideoSource",
                  described("MotionAlarm", true, {{"Source", TOKEN}}, {{"State", FLAG}})),
-             Tag("tns1:RuleEngine",
-                 Tag("CellMotionDetector", described("Motion", true,
-                                                     {{"VideoSourceConfigurationToken", TOKEN},
-                                                      {"VideoAnalyticsConfigurationToken", TOKEN},
-                                                      {"Rule", "xs:string"}},
-                                                     {{"IsMotion", FLAG}}))),
+             Tag("tns1:RuleEngine", Tag("CellMotionDetector",
+                                        described("Motion", ruleMessage("tt:MessageDescription")))),
              Tag("tns1:PTZController",
                  Tag("PTZPresets", described("Reached", false, presetSource, presetData),
                      described("Left", false, presetSource, presetData))),

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -39,6 +40,12 @@ Tag notificationTag(const Notification& notification);
 // The device's events as topics of the standard and, below "sv:SentrelVideo", under their own
 // names: none or several for one event.
 std::vector<Notification> notificationsOf(const Event& event, PropertyOperation operation);
+
+// The rule whose alarm it is, if it is one of this configuration of analytics.
+std::optional<std::string> ruleOf(const Notification& notification, const std::string& analytics);
+
+// The element tt:Messages: what the alarm of a rule tells.
+Tag ruleMessagesTag();
 
 // The element wstop:TopicSet with all that notificationsOf() makes.
 Tag topicSetTag();

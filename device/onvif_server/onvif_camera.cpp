@@ -53,17 +53,22 @@ OnvifCamera::OnvifCamera(const OnvifOptions& options, OnvifSources given)
               [this](std::size_t stream) { return sceneOf(profiles[stream]); }),
       identity(identityOf(sources.model, server.port())),
       device(identity),
-      media(profiles, sources.model.head,
-            [this](const CameraProfile& profile, const std::string& host) {
-              return streamUri(profile, host);
-            }),
+      media(
+          profiles, sources.model.head,
+          [this](const CameraProfile& profile, const std::string& host) {
+            return streamUri(profile, host);
+          },
+          [this](const std::string& configuration) { return events.rulesOf(configuration); }),
       ptz(profiles, sources.drive, g_get_real_time),
       events(sources.events),
+      analytics(profiles,
+                [this](const std::string& configuration) { return events.rulesOf(configuration); }),
       headTimer(HEAD_PERIOD, [this] { tellHead(); }) {
   device.addTo(operations);
   media.addTo(operations);
   ptz.addTo(operations);
   events.addTo(operations);
+  analytics.addTo(operations);
   operations.setDocuments({MediaOperations::SNAPSHOT_ROOT, "image/jpeg",
                            [this](const std::string& token) { return snapshot(token); }});
   events.observe([this](const auto& notifications) { tellEvents(notifications); });

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "model/model.h"
+#include "onvif_server/analytics_operations.h"
 #include "onvif_server/camera_profile.h"
 #include "onvif_server/device_operations.h"
 #include "onvif_server/discovery_responder.h"
@@ -88,6 +89,7 @@ class OnvifCamera {
   MediaOperations media;
   PtzOperations ptz;
   EventOperations events;
+  AnalyticsOperations analytics;
   std::string toldHead;           // its status in the metadata told last, without the time
   std::int64_t toldHeadTime = 0;  // monotonic microseconds
   PeriodicTimer headTimer;

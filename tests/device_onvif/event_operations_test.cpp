@@ -93,6 +93,15 @@ TEST_F(EventOperationsTest, AlarmOfAProfileHasItsOwnNameAndOneThatClientsKnow) {
             pull(point));
 }
 
+TEST_F(EventOperationsTest, RulesAreTheProfilesThatMayRaiseAnAlarm) {
+  events.declare(profileAlarm("Camera1Profile3", false), false);
+  events.declare(profileAlarm("Camera1Profile1", true), false);
+  events.declare(profileAlarm("Camera2Profile1", true), false);
+  events.declare(profileAlarm("Camera1ProfileANY", true), false);
+  EXPECT_EQ((Texts{"Camera1Profile1", "Camera1Profile3"}), onvif.rulesOf("analytics_overview1"));
+  EXPECT_EQ(Texts{}, onvif.rulesOf("analytics_head"));
+}
+
 TEST_F(EventOperationsTest, AlarmsOfCamerasAndDeviceHaveTheirOwnNamesAlone) {
   events.declare(profileAlarm("Camera1ProfileANY", true), false);
   events.declare(profileAlarm("CameraANY", true), false);

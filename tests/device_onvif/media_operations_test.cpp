@@ -18,9 +18,12 @@ class MediaOperationsTest : public testing::Test {
   std::vector<CameraProfile> profiles = {
       {.token = "head", .name = "Head", .width = 1280, .height = 720},
       {.token = "overview1", .name = "Overview 1", .camera = 1, .width = 720, .height = 1280}};
-  MediaOperations media{profiles, head, [this](const CameraProfile& profile, const std::string&) {
-                          return stream.empty() ? stream : stream + profile.token;
-                        }};
+  MediaOperations media{
+      profiles, head,
+      [this](const CameraProfile& profile, const std::string&) {
+        return stream.empty() ? stream : stream + profile.token;
+      },
+      [](const std::string&) { return std::vector<std::string>{"Camera1Profile1"}; }};
   Operations operations;
 };
 
@@ -99,6 +102,26 @@ TEST_F(MediaOperationsTest, EveryProfileHasMetadataOfWhatItsCameraKnows) {
                                  .attribute("token"));
 }
 
+TEST_F(MediaOperationsTest, AnalyticsAreThoseOfTheOverviewCamerasWithModuleAndRules) {
+  const CallAnswer all = call(operations, ns::MEDIA, "GetVideoAnalyticsConfigurations");
+  ASSERT_EQ(1, all.count("Configurations"));
+  EXPECT_EQ("analytics_overview1", all.at("Configurations").attribute("token"));
+  EXPECT_EQ("sv:Tracker", all.at("AnalyticsModule").attribute("Type"));
+  EXPECT_EQ("Camera1Profile1", all.at("Rule").attribute("Name"));
+  const auto countOf = [&](const std::string& content) {
+    return call(operations, ns::MEDIA2, "GetAnalyticsConfigurations", content)
+        .count("Configurations");
+  };
+  EXPECT_EQ(1, countOf(""));
+  EXPECT_EQ(1, countOf("<ProfileToken>overview1</ProfileToken>"));
+  EXPECT_EQ(0, countOf("<ProfileToken>head</ProfileToken>"));
+  EXPECT_EQ(1, call(operations, ns::MEDIA, "GetVideoAnalyticsConfiguration",
+                    "<ConfigurationToken>analytics_overview1</ConfigurationToken>")
+                   .count("Configuration"));
+  EXPECT_EQ("ter:NoConfig", faultOf(operations, ns::MEDIA, "GetVideoAnalyticsConfiguration",
+                                    "<ConfigurationToken>analytics_head</ConfigurationToken>"));
+}
+
 TEST_F(MediaOperationsTest, StreamIsWhereTheSourceSaysOrARefusal) {
   const std::string head = "<ProfileToken>head</ProfileToken>";
   EXPECT_EQ("rtsp://camera/head",
@@ -124,7 +147,7 @@ class DeviceOperationsTest : public testing::Test {
 
 TEST_F(DeviceOperationsTest, AddressesAreThoseByWhichTheClientReachedTheDevice) {
   const CallAnswer services = call(operations, ns::DEVICE, "GetServices");
-  EXPECT_EQ(5, services.count("Service"));
+  EXPECT_EQ(6, services.count("Service"));
   EXPECT_EQ("http://camera:80/onvif/device_service", services.at("XAddr").text());
   const CallAnswer capabilities =
       call(operations, ns::DEVICE, "GetCapabilities", "<Category>All</Category>");
@@ -138,6 +161,11 @@ TEST_F(DeviceOperationsTest, CapabilitiesAreThoseAskedFor) {
       call(operations, ns::DEVICE, "GetCapabilities", "<Category>PTZ</Category>");
   EXPECT_EQ(1, one.count("PTZ"));
   EXPECT_EQ(0, one.count("Media"));
+  EXPECT_EQ("http://camera:80/onvif/analytics_service",
+            call(operations, ns::DEVICE, "GetCapabilities", "<Category>Analytics</Category>")
+                .at("Analytics")
+                .at("XAddr")
+                .text());
   EXPECT_EQ("ter:NoSuchService",
             faultOf(operations, ns::DEVICE, "GetCapabilities", "<Category>Imaging</Category>"));
 }

@@ -18,6 +18,7 @@ PREFIXES = {
     "tds": "http://www.onvif.org/ver10/device/wsdl",
     "trt": "http://www.onvif.org/ver10/media/wsdl",
     "tr2": "http://www.onvif.org/ver20/media/wsdl",
+    "tan": "http://www.onvif.org/ver20/analytics/wsdl",
     "tptz": "http://www.onvif.org/ver20/ptz/wsdl",
     "tev": "http://www.onvif.org/ver10/events/wsdl",
     "wsnt": "http://docs.oasis-open.org/wsn/b-2",

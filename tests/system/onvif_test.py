@@ -30,6 +30,11 @@ READINGS = [
     "<tr2:GetServiceCapabilities/>", "<tr2:GetProfiles><tr2:Type>All</tr2:Type></tr2:GetProfiles>",
     "<tr2:GetVideoSourceConfigurations/>", "<tr2:GetVideoEncoderConfigurations/>",
     "<tr2:GetVideoEncoderConfigurationOptions/>",
+    "<trt:GetVideoAnalyticsConfigurations/>", "<tr2:GetAnalyticsConfigurations/>",
+    "<tan:GetServiceCapabilities/>",
+    *(f"<tan:{name}><tan:ConfigurationToken>analytics_overview1</tan:ConfigurationToken></tan:{name}>"
+      for name in ("GetSupportedAnalyticsModules", "GetAnalyticsModules", "GetSupportedRules",
+                   "GetRules")),
     "<tptz:GetServiceCapabilities/>", "<tptz:GetNodes/>", "<tptz:GetConfigurations/>",
     "<tptz:GetConfigurationOptions><tptz:ConfigurationToken>head_ptz</tptz:ConfigurationToken>"
     "</tptz:GetConfigurationOptions>",
