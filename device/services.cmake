@@ -74,6 +74,7 @@ add_library(device_services STATIC
   onvif_server/token_book.cpp
   rtsp/metadata_pay.cpp
   rtsp/picture_streams.cpp
+  rtsp/pipeline_time.cpp
   rtsp/rtsp_server.cpp
   rtsp/stream_feeds.cpp
   services/parameter_service.cpp

@@ -67,7 +67,7 @@ Tag supportedRules() {
 Tag analyticsConfigurationTag(const std::string& name, const CameraProfile& profile,
                               const std::vector<std::string>& rules) {
   return Tag(name, Attribute("token", profile.analytics()), Tag("tt:Name", profile.name),
-             Tag("tt:UseCount", 1),
+             Tag("tt:UseCount", USES),
              Tag("tt:AnalyticsEngineConfiguration", moduleTag("tt:AnalyticsModule")),
              Tag("tt:RuleEngineConfiguration", ruleTags("tt:Rule", rules)));
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "onvif/fault.h"
 
@@ -35,6 +36,14 @@ std::vector<CameraProfile> cameraProfiles(const Model& model, const World& world
         scaled({.token = "overview" + number, .name = "Overview " + number, .camera = channel + 1},
                camera.pictureWidth(), camera.pictureHeight()));
   }
+  const std::size_t pictures = profiles.size();
+  for (std::size_t i = 0; i < pictures; ++i) {
+    CameraProfile profile = profiles[i];
+    profile.token += "_jpeg";
+    profile.name += " JPEG";
+    profile.encoding = VideoEncoding::jpeg;
+    profiles.push_back(std::move(profile));
+  }
   return profiles;
 }
 
@@ -55,7 +64,7 @@ Tag boundsTag(const CameraProfile& profile) {
 
 Tag sourceConfigurationTag(const std::string& name, const CameraProfile& profile) {
   return Tag(name, Attribute("token", profile.sourceConfiguration()), Tag("tt:Name", profile.name),
-             Tag("tt:UseCount", 1), Tag("tt:SourceToken", profile.source()), boundsTag(profile));
+             Tag("tt:UseCount", USES), Tag("tt:SourceToken", profile.source()), boundsTag(profile));
 }
 
 Tag resolutionTag(const std::string& name, const CameraProfile& profile) {

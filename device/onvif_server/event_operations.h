@@ -34,6 +34,9 @@ class EventOperations {
   using Observer = std::function<void(const std::vector<Notification>& notifications)>;
   void observe(Observer given) { observer = std::move(given); }
 
+  // All properties as they are now.
+  std::vector<Notification> present() const;
+
   // The rules of a configuration of analytics that may raise an alarm now, each once.
   std::vector<std::string> rulesOf(const std::string& analytics) const;
 
@@ -44,7 +47,6 @@ class EventOperations {
 
   void publish(const std::vector<Notification>& notifications);
   void undeclared(const Event& event);
-  std::vector<Notification> present() const;
   static std::int64_t lifetimeOf(const Request& request, const std::string& nameSpace,
                                  const std::string& name);
   static int pointOf(const Request& request);

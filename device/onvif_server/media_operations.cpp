@@ -20,29 +20,40 @@ Tag multicastTag() {
              Tag("tt:Port", 0), Tag("tt:TTL", 1), Tag("tt:AutoStart", false));
 }
 
+const char* encodingOf(const CameraProfile& profile) {
+  return profile.isJpeg() ? "JPEG" : "H264";
+}
+
 Tag encoder1(const std::string& name, const CameraProfile& profile) {
-  return Tag(name, Attribute("token", profile.encoder()), Tag("tt:Name", profile.name),
-             Tag("tt:UseCount", 1), Tag("tt:Encoding", "H264"),
-             resolutionTag("tt:Resolution", profile), Tag("tt:Quality", QUALITY),
-             Tag("tt:RateControl", Tag("tt:FrameRateLimit", FRAMES_PER_SECOND),
-                 Tag("tt:EncodingInterval", 1), Tag("tt:BitrateLimit", BITRATE)),
-             Tag("tt:H264", Tag("tt:GovLength", GROUP), Tag("tt:H264Profile", "Baseline")),
-             multicastTag(), Tag("tt:SessionTimeout", "PT60S"));
+  Tag tag(name, Attribute("token", profile.encoder()), Tag("tt:Name", profile.name),
+          Tag("tt:UseCount", 1), Tag("tt:Encoding", encodingOf(profile)),
+          resolutionTag("tt:Resolution", profile), Tag("tt:Quality", QUALITY),
+          Tag("tt:RateControl", Tag("tt:FrameRateLimit", FRAMES_PER_SECOND),
+              Tag("tt:EncodingInterval", 1), Tag("tt:BitrateLimit", BITRATE)));
+  if (!profile.isJpeg()) {
+    tag.add(Tag("tt:H264", Tag("tt:GovLength", GROUP), Tag("tt:H264Profile", "Baseline")));
+  }
+  return std::move(tag.add(multicastTag()).add(Tag("tt:SessionTimeout", "PT60S")));
 }
 
 Tag encoder2(const std::string& name, const CameraProfile& profile) {
-  return Tag(name, Attribute("token", profile.encoder()), Attribute("GovLength", GROUP),
-             Attribute("Profile", "Baseline"), Tag("tt:Name", profile.name), Tag("tt:UseCount", 1),
-             Tag("tt:Encoding", "H264"), resolutionTag("tt:Resolution", profile),
-             Tag("tt:RateControl", Tag("tt:FrameRateLimit", FRAMES_PER_SECOND),
-                 Tag("tt:BitrateLimit", BITRATE)),
-             Tag("tt:Quality", QUALITY));
+  Tag tag(name, Attribute("token", profile.encoder()));
+  if (!profile.isJpeg()) {
+    tag.add(Attribute("GovLength", GROUP)).add(Attribute("Profile", "Baseline"));
+  }
+  return std::move(tag.add(Tag("tt:Name", profile.name))
+                       .add(Tag("tt:UseCount", 1))
+                       .add(Tag("tt:Encoding", encodingOf(profile)))
+                       .add(resolutionTag("tt:Resolution", profile))
+                       .add(Tag("tt:RateControl", Tag("tt:FrameRateLimit", FRAMES_PER_SECOND),
+                                Tag("tt:BitrateLimit", BITRATE)))
+                       .add(Tag("tt:Quality", QUALITY)));
 }
 
 // The overview cameras have analytics, the head has a status.
 Tag metadataTag(const std::string& name, const CameraProfile& profile) {
   Tag tag(name, Attribute("token", profile.metadata()), Tag("tt:Name", profile.name),
-          Tag("tt:UseCount", 1));
+          Tag("tt:UseCount", USES));
   if (profile.isHead()) {
     tag.add(Tag("tt:PTZStatus", Tag("tt:Status", true), Tag("tt:Position", true)));
   }
@@ -56,24 +67,51 @@ Tag exactRange(const std::string& name, int value) {
   return Tag(name, Tag("tt:Min", value), Tag("tt:Max", value));
 }
 
-Tag encoderOptions1(const CameraProfile& profile) {
-  return Tag("trt:GetVideoEncoderConfigurationOptionsResponse",
-             Tag("trt:Options", exactRange("tt:QualityRange", QUALITY),
-                 Tag("tt:H264", resolutionTag("tt:ResolutionsAvailable", profile),
-                     exactRange("tt:GovLengthRange", GROUP),
-                     exactRange("tt:FrameRateRange", FRAMES_PER_SECOND),
-                     exactRange("tt:EncodingIntervalRange", 1),
-                     Tag("tt:H264ProfilesSupported", "Baseline"))));
+Tag encodingOptions1(const CameraProfile& profile) {
+  Tag tag(profile.isJpeg() ? "tt:JPEG" : "tt:H264",
+          resolutionTag("tt:ResolutionsAvailable", profile));
+  if (!profile.isJpeg()) {
+    tag.add(exactRange("tt:GovLengthRange", GROUP));
+  }
+  tag.add(exactRange("tt:FrameRateRange", FRAMES_PER_SECOND));
+  tag.add(exactRange("tt:EncodingIntervalRange", 1));
+  if (!profile.isJpeg()) {
+    tag.add(Tag("tt:H264ProfilesSupported", "Baseline"));
+  }
+  return tag;
 }
 
-Tag encoderOptions2(const CameraProfile& profile) {
-  return Tag(
-      "tr2:GetVideoEncoderConfigurationOptionsResponse",
-      Tag("tr2:Options", Attribute("GovLengthRange", std::to_string(GROUP)),
-          Attribute("FrameRatesSupported", std::to_string(FRAMES_PER_SECOND)),
-          Attribute("ProfilesSupported", "Baseline"), Tag("tt:Encoding", "H264"),
-          exactRange("tt:QualityRange", QUALITY), resolutionTag("tt:ResolutionsAvailable", profile),
-          exactRange("tt:BitrateRange", BITRATE)));
+// The vocabulary has JPEG before H.264.
+Tag encoderOptions1(const std::vector<CameraProfile>& each) {
+  Tag options("trt:Options", exactRange("tt:QualityRange", QUALITY));
+  for (const bool isJpeg : {true, false}) {
+    for (const CameraProfile& profile : each) {
+      if (profile.isJpeg() == isJpeg) {
+        options.add(encodingOptions1(profile));
+      }
+    }
+  }
+  return Tag("trt:GetVideoEncoderConfigurationOptionsResponse", std::move(options));
+}
+
+Tag encodingOptions2(const CameraProfile& profile) {
+  Tag tag("tr2:Options", Attribute("FrameRatesSupported", std::to_string(FRAMES_PER_SECOND)));
+  if (!profile.isJpeg()) {
+    tag.add(Attribute("GovLengthRange", std::to_string(GROUP)));
+    tag.add(Attribute("ProfilesSupported", "Baseline"));
+  }
+  return std::move(tag.add(Tag("tt:Encoding", encodingOf(profile)))
+                       .add(exactRange("tt:QualityRange", QUALITY))
+                       .add(resolutionTag("tt:ResolutionsAvailable", profile))
+                       .add(exactRange("tt:BitrateRange", BITRATE)));
+}
+
+Tag encoderOptions2(const std::vector<CameraProfile>& each) {
+  Tag response("tr2:GetVideoEncoderConfigurationOptionsResponse");
+  for (const CameraProfile& profile : each) {
+    response.add(encodingOptions2(profile));
+  }
+  return response;
 }
 
 Tag videoSource(const CameraProfile& profile) {
@@ -145,11 +183,8 @@ void MediaOperations::addMedia1(Operations& operations) {
                encoder1("trt:Configuration",
                         withConfiguration(request, ns::MEDIA, &CameraProfile::encoder)));
   });
-  add("GetVideoEncoderConfigurationOptions", [this](const Request& request) {
-    const bool isNamed = !optionalText(request, ns::MEDIA, "ConfigurationToken").empty();
-    return encoderOptions1(isNamed ? withConfiguration(request, ns::MEDIA, &CameraProfile::encoder)
-                                   : profiles.front());
-  });
+  add("GetVideoEncoderConfigurationOptions",
+      [this](const Request& request) { return encoderOptions1(encodersOf(request, ns::MEDIA)); });
   add("GetMetadataConfigurations", [this](const Request&) {
     return each(
         "trt:GetMetadataConfigurationsResponse", &CameraProfile::metadata,
@@ -216,11 +251,8 @@ void MediaOperations::addMedia2(Operations& operations) {
         "tr2:GetVideoEncoderConfigurationsResponse", request, &CameraProfile::encoder,
         [](const CameraProfile& profile) { return encoder2("tr2:Configurations", profile); });
   });
-  add("GetVideoEncoderConfigurationOptions", [this](const Request& request) {
-    const bool isNamed = !optionalText(request, ns::MEDIA2, "ConfigurationToken").empty();
-    return encoderOptions2(isNamed ? withConfiguration(request, ns::MEDIA2, &CameraProfile::encoder)
-                                   : profiles.front());
-  });
+  add("GetVideoEncoderConfigurationOptions",
+      [this](const Request& request) { return encoderOptions2(encodersOf(request, ns::MEDIA2)); });
   add("GetMetadataConfigurations", [this](const Request& request) {
     return wanted(
         "tr2:GetMetadataConfigurationsResponse", request, &CameraProfile::metadata,
@@ -320,7 +352,7 @@ std::string MediaOperations::streamOf(const CameraProfile& profile, const Reques
 }
 
 std::string MediaOperations::snapshotOf(const CameraProfile& profile, const Request& request) {
-  return "http://" + request.host + SNAPSHOT_ROOT + profile.token;
+  return "http://" + request.host + SNAPSHOT_ROOT + profile.picture();
 }
 
 // What several profiles have in common is told once.
@@ -347,6 +379,20 @@ Tag MediaOperations::wanted(const std::string& response, const Request& request,
     return (profile.*token)().empty() ? Tag(response) : Tag(response, tag(profile));
   }
   return each(response, token, tag);
+}
+
+// That of a token, that of a profile, or those of the head in every encoding.
+std::vector<CameraProfile> MediaOperations::encodersOf(const Request& request,
+                                                       const std::string& nameSpace) const {
+  if (!optionalText(request, nameSpace, "ConfigurationToken").empty()) {
+    return {withConfiguration(request, nameSpace, &CameraProfile::encoder)};
+  }
+  if (!optionalText(request, nameSpace, "ProfileToken").empty()) {
+    return {profileOf(profiles, request, nameSpace)};
+  }
+  std::vector<CameraProfile> all;
+  std::ranges::copy_if(profiles, std::back_inserter(all), &CameraProfile::isHead);
+  return all;
 }
 
 const CameraProfile& MediaOperations::withConfiguration(const Request& request,

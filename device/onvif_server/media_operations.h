@@ -45,6 +45,7 @@ class MediaOperations {
   Tag each(const std::string& response, TokenOf token, const TagOf& tag) const;
   Tag wanted(const std::string& response, const Request& request, TokenOf token,
              const TagOf& tag) const;
+  std::vector<CameraProfile> encodersOf(const Request& request, const std::string& nameSpace) const;
   const CameraProfile& withConfiguration(const Request& request, const std::string& nameSpace,
                                          TokenOf token) const;
 

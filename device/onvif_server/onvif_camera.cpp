@@ -17,7 +17,7 @@ namespace {
 
 constexpr char DEVICE_PATH[] = "/onvif/device_service";
 constexpr char VERSION[] = "1.0.0";
-constexpr std::int64_t HEAD_PERIOD = 100000;             // microseconds
+constexpr std::int64_t STATE_PERIOD = 100000;            // microseconds
 constexpr std::int64_t SILENCE = units::fromSeconds(1);  // at most, while nothing changes
 constexpr std::size_t HEAD_STREAM = 0;
 
@@ -63,7 +63,7 @@ OnvifCamera::OnvifCamera(const OnvifOptions& options, OnvifSources given)
       events(sources.events),
       analytics(profiles,
                 [this](const std::string& configuration) { return events.rulesOf(configuration); }),
-      headTimer(HEAD_PERIOD, [this] { tellHead(); }) {
+      stateTimer(STATE_PERIOD, [this] { tellStates(); }) {
   device.addTo(operations);
   media.addTo(operations);
   ptz.addTo(operations);
@@ -119,10 +119,17 @@ StreamOptions OnvifCamera::streamOptions(const OnvifOptions& options) const {
 
 std::vector<StreamSetup> OnvifCamera::streamSetups() const {
   std::vector<StreamSetup> setups;
-  for (const CameraProfile& profile : profiles) {
-    setups.push_back({profile.token, profile.width, profile.height});
+  for (std::size_t stream = 0; stream < streamCount(); ++stream) {
+    const CameraProfile& profile = profiles[stream];
+    setups.push_back({profile.picture(), profile.width, profile.height});
   }
   return setups;
+}
+
+// Each offers every encoding.
+std::size_t OnvifCamera::streamCount() const {
+  return static_cast<std::size_t>(std::ranges::count_if(
+      profiles, [](const CameraProfile& profile) { return !profile.isJpeg(); }));
 }
 
 StreamScene OnvifCamera::sceneOf(const CameraProfile& profile) const {
@@ -132,7 +139,7 @@ StreamScene OnvifCamera::sceneOf(const CameraProfile& profile) const {
 // The host's name without its port.
 std::string OnvifCamera::streamUri(const CameraProfile& profile, const std::string& host) const {
   const std::string name = host.substr(0, host.rfind(':'));
-  return "rtsp://" + name + ':' + std::to_string(streams.port()) + '/' + profile.token;
+  return "rtsp://" + name + ':' + std::to_string(streams.port()) + '/' + profile.stream();
 }
 
 // As the camera really hangs, and the head really looks.
@@ -161,6 +168,18 @@ void OnvifCamera::frame(int channel, const Frame& frame) {
                g_get_monotonic_time());
 }
 
+// Whoever begins to play is told the present state of all properties, as at a new pull point. Those
+// who watch already are told again, which changes nothing for them.
+void OnvifCamera::tellStates() {
+  for (const std::size_t stream : streams.takeBegun()) {
+    const std::vector<Notification> present = events.present();
+    if (streams.isRead(stream) && !present.empty()) {
+      streams.tell(stream, eventDocument(present), g_get_monotonic_time());
+    }
+  }
+  tellHead();
+}
+
 void OnvifCamera::tellHead() {
   if (!streams.isRead(HEAD_STREAM)) {
     toldHead.clear();
@@ -176,7 +195,7 @@ void OnvifCamera::tellHead() {
 }
 
 void OnvifCamera::tellEvents(const std::vector<Notification>& notifications) {
-  for (std::size_t stream = 0; stream < profiles.size(); ++stream) {
+  for (std::size_t stream = 0; stream < streamCount(); ++stream) {
     if (streams.isRead(stream)) {
       streams.tell(stream, eventDocument(notifications), g_get_monotonic_time());
     }

@@ -72,15 +72,17 @@ class OnvifCamera {
   std::vector<Person> people() const;
   StreamOptions streamOptions(const OnvifOptions& options) const;
   std::vector<StreamSetup> streamSetups() const;
+  std::size_t streamCount() const;
   StreamScene sceneOf(const CameraProfile& profile) const;
   std::string streamUri(const CameraProfile& profile, const std::string& host) const;
+  void tellStates();
   void tellHead();
   void tellEvents(const std::vector<Notification>& notifications);
   void beFound();
 
   OnvifSources sources;
-  std::vector<CameraProfile> profiles;
-  std::map<std::string, Shot> shots;  // the last of each profile, by its token
+  std::vector<CameraProfile> profiles;  // the first ones are those of the streams, in their order
+  std::map<std::string, Shot> shots;    // the last of each profile, by its token
   Operations operations;
   SoapServer server;  // the services hold on to its requests, and so go before it
   PictureStreams streams;
@@ -92,7 +94,7 @@ class OnvifCamera {
   AnalyticsOperations analytics;
   std::string toldHead;           // its status in the metadata told last, without the time
   std::int64_t toldHeadTime = 0;  // monotonic microseconds
-  PeriodicTimer headTimer;
+  PeriodicTimer stateTimer;
   std::unique_ptr<DiscoveryResponder> discovery;
 };
 

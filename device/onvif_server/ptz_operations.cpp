@@ -50,7 +50,7 @@ PtzVector optionalVector(const Request& request, const char* name) {
 
 Tag ptzConfigurationTag(const std::string& name, const HeadSetup& setup) {
   return Tag(
-      name, Attribute("token", CONFIGURATION), Tag("tt:Name", "Head"), Tag("tt:UseCount", 1),
+      name, Attribute("token", CONFIGURATION), Tag("tt:Name", "Head"), Tag("tt:UseCount", USES),
       Tag("tt:NodeToken", NODE), Tag("tt:DefaultAbsolutePantTiltPositionSpace", space::POSITION),
       Tag("tt:DefaultAbsoluteZoomPositionSpace", space::ZOOM_POSITION),
       Tag("tt:DefaultRelativePanTiltTranslationSpace", space::TRANSLATION),

@@ -7,11 +7,11 @@
 #include "base/units.h"
 #include "picture/jpeg.h"
 #include "picture/painter.h"
+#include "rtsp/pipeline_time.h"
 
 namespace device {
 namespace {
 
-constexpr std::int64_t NANOSECONDS_IN_ONE = 1000;  // microsecond
 constexpr int JPEG_QUALITY = 80;
 
 // The ground of a camera that stays where it is, is painted once.
@@ -39,26 +39,16 @@ class Canvas {
   double width = 0;
 };
 
-// False before the pipeline runs.
-bool stampBuffer(GstBuffer* buffer, GstAppSrc* source, std::int64_t time) {
-  const GObjectPtr<GstClock> clock(gst_element_get_clock(GST_ELEMENT(source)));
-  const auto start = static_cast<std::int64_t>(gst_element_get_base_time(GST_ELEMENT(source)));
-  const std::int64_t since = time * NANOSECONDS_IN_ONE - start;
-  if (!clock || since < 0) {
-    return false;
-  }
-  GST_BUFFER_PTS(buffer) = static_cast<GstClockTime>(since);
-  return true;
-}
-
+// Nobody hears what comes before the pipeline runs.
 void send(GstAppSrc* source, const void* data, std::size_t size, std::int64_t time) {
+  const auto stamp = pipelineTimeOf(GST_ELEMENT(source), time);
+  if (!stamp) {
+    return;
+  }
   GstBuffer* buffer = gst_buffer_new_allocate(nullptr, size, nullptr);
   gst_buffer_fill(buffer, 0, data, size);
-  if (stampBuffer(buffer, source, time)) {
-    gst_app_src_push_buffer(source, buffer);  // takes it
-  } else {
-    gst_buffer_unref(buffer);
-  }
+  GST_BUFFER_PTS(buffer) = *stamp;
+  gst_app_src_push_buffer(source, buffer);  // takes it
 }
 
 void send(const Picture& picture, const StreamTask& task) {

@@ -36,6 +36,9 @@ class PictureStreams {
   // Whether anybody reads the metadata of a stream.
   bool isRead(std::size_t stream) const { return feeds->isRead(stream); }
 
+  // Streams that somebody has begun to play since this was last asked.
+  std::vector<std::size_t> takeBegun() { return feeds->takeBegun(); }
+
   // A document of metadata for whoever reads them; time: microseconds of the monotonic clock.
   void tell(std::size_t stream, const std::string& document, std::int64_t time);
 

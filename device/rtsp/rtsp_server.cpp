@@ -166,6 +166,29 @@ void mediaMade(GstRTSPMediaFactory*, GstRTSPMedia* media, gpointer data) {
   tolerateUntaken(media);
 }
 
+// Where clients' plays are told. The paths are those of the streams.
+struct Plays {
+  std::vector<std::string> paths;
+  std::shared_ptr<StreamFeeds> feeds;
+
+  static void free(gpointer data, GClosure*) { delete static_cast<Plays*>(data); }
+};
+
+void played(GstRTSPClient*, GstRTSPContext* context, gpointer data) {
+  const auto* plays = static_cast<Plays*>(data);
+  const std::string path = context->uri->abspath + std::string("/");
+  for (std::size_t stream = 0; stream < plays->paths.size(); ++stream) {
+    if (path.starts_with(plays->paths[stream])) {
+      plays->feeds->begin(stream);
+    }
+  }
+}
+
+void clientCame(GstRTSPServer*, GstRTSPClient* client, gpointer data) {
+  g_signal_connect_data(client, "play-request", G_CALLBACK(played),
+                        new Plays(*static_cast<Plays*>(data)), Plays::free, GConnectFlags{});
+}
+
 gboolean quit(gpointer loop) {
   g_main_loop_quit(static_cast<GMainLoop*>(loop));
   return G_SOURCE_REMOVE;
@@ -178,6 +201,12 @@ RtspServer::RtspServer(const StreamOptions& options, const std::vector<StreamSet
     : context(g_main_context_new()), loop(g_main_loop_new(context.get(), FALSE)) {
   startGStreamer();
   server.reset(gst_rtsp_server_new());
+  auto* plays = new Plays{{}, feeds};
+  for (const StreamSetup& stream : streams) {
+    plays->paths.push_back('/' + stream.name + '/');
+  }
+  g_signal_connect_data(server.get(), "client-connected", G_CALLBACK(clientCame), plays,
+                        Plays::free, GConnectFlags{});
   for (std::size_t i = 0; i < streams.size(); ++i) {
     addStream(options, streams[i], i, feeds);
   }

@@ -38,6 +38,18 @@ void StreamFeeds::put(std::size_t stream, StreamScene scene) {
   changed.notifyAll();
 }
 
+void StreamFeeds::begin(std::size_t stream) {
+  const LockGuard lock(mutex);
+  begun.insert(stream);
+}
+
+std::vector<std::size_t> StreamFeeds::takeBegun() {
+  const LockGuard lock(mutex);
+  std::vector<std::size_t> taken(begun.begin(), begun.end());
+  begun.clear();
+  return taken;
+}
+
 std::optional<StreamTask> StreamFeeds::take() {
   const LockGuard lock(mutex);
   while (!isOver) {

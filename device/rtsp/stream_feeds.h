@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <set>
 #include <vector>
 
 #include "base/glib_ptr.h"
@@ -56,6 +57,10 @@ class StreamFeeds {
   // Those to which metadata go.
   std::vector<StreamEntry> readers(std::size_t stream) EXCLUDES(mutex);
 
+  // Somebody begins to play a stream. Each is told once, however many begin meanwhile.
+  void begin(std::size_t stream) EXCLUDES(mutex);
+  std::vector<std::size_t> takeBegun() EXCLUDES(mutex);
+
   // Waits for a scene; nothing after the end.
   std::optional<StreamTask> take() EXCLUDES(mutex);
   void end() EXCLUDES(mutex);
@@ -71,6 +76,7 @@ class StreamFeeds {
   std::vector<std::optional<StreamScene>> scenes GUARDED_BY(mutex);
   std::size_t next GUARDED_BY(mutex) = 0;  // the stream whose turn it is
   std::vector<StreamEntry> entries GUARDED_BY(mutex);
+  std::set<std::size_t> begun GUARDED_BY(mutex);
 };
 
 }  // namespace device

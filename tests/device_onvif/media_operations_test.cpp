@@ -17,11 +17,16 @@ class MediaOperationsTest : public testing::Test {
   HeadSetup head;
   std::vector<CameraProfile> profiles = {
       {.token = "head", .name = "Head", .width = 1280, .height = 720},
-      {.token = "overview1", .name = "Overview 1", .camera = 1, .width = 720, .height = 1280}};
+      {.token = "overview1", .name = "Overview 1", .camera = 1, .width = 720, .height = 1280},
+      {.token = "head_jpeg",
+       .name = "Head JPEG",
+       .encoding = VideoEncoding::jpeg,
+       .width = 1280,
+       .height = 720}};
   MediaOperations media{
       profiles, head,
       [this](const CameraProfile& profile, const std::string&) {
-        return stream.empty() ? stream : stream + profile.token;
+        return stream.empty() ? stream : stream + profile.stream();
       },
       [](const std::string&) { return std::vector<std::string>{"Camera1Profile1"}; }};
   Operations operations;
@@ -29,7 +34,7 @@ class MediaOperationsTest : public testing::Test {
 
 TEST_F(MediaOperationsTest, HeadIsTheFirstProfileAndTheOnlyOneThatMoves) {
   const CallAnswer first = call(operations, ns::MEDIA, "GetProfiles");
-  EXPECT_EQ(2, first.count("Profiles"));
+  EXPECT_EQ(3, first.count("Profiles"));
   EXPECT_EQ("head", first.at("Profiles").attribute("token"));
   EXPECT_EQ(1, first.at("Profiles").count("PTZConfiguration"));
   EXPECT_EQ("overview1", first.at("Profiles", 1).attribute("token"));
@@ -69,7 +74,7 @@ TEST_F(MediaOperationsTest, ConfigurationsAreThoseOfAProfileOfATokenOrAll) {
     return call(operations, ns::MEDIA2, "GetVideoEncoderConfigurations", content)
         .count("Configurations");
   };
-  EXPECT_EQ(2, countOf(""));
+  EXPECT_EQ(3, countOf(""));
   EXPECT_EQ(1, countOf("<ProfileToken>head</ProfileToken>"));
   EXPECT_EQ(1, countOf("<ConfigurationToken>video_overview1</ConfigurationToken>"));
   EXPECT_EQ("ter:NoConfig", faultOf(operations, ns::MEDIA2, "GetVideoEncoderConfigurations",
@@ -102,6 +107,52 @@ TEST_F(MediaOperationsTest, EveryProfileHasMetadataOfWhatItsCameraKnows) {
                                  .attribute("token"));
 }
 
+TEST_F(MediaOperationsTest, MotionJpegIsAProfileWithAnEncoderOfItsOwnAndAllElseInCommon) {
+  const CallAnswer first =
+      call(operations, ns::MEDIA, "GetProfile", "<ProfileToken>head_jpeg</ProfileToken>");
+  EXPECT_EQ("picture_head", first.at("VideoSourceConfiguration").attribute("token"));
+  EXPECT_EQ("metadata_head", first.at("MetadataConfiguration").attribute("token"));
+  EXPECT_EQ("2", first.at("MetadataConfiguration").at("UseCount").text());
+  EXPECT_EQ(1, first.count("PTZConfiguration"));
+  const CallAnswer encoder = first.at("VideoEncoderConfiguration");
+  EXPECT_EQ("video_head_jpeg", encoder.attribute("token"));
+  EXPECT_EQ("1", encoder.at("UseCount").text());
+  EXPECT_EQ("JPEG", encoder.at("Encoding").text());
+  EXPECT_EQ(0, encoder.count("H264"));
+  const CallAnswer second = call(operations, ns::MEDIA2, "GetVideoEncoderConfigurations",
+                                 "<ProfileToken>head_jpeg</ProfileToken>");
+  EXPECT_EQ("JPEG", second.at("Encoding").text());
+  EXPECT_EQ("none", second.at("Configurations").attribute("GovLength"));
+}
+
+// What belongs to the picture is told once.
+TEST_F(MediaOperationsTest, WhatProfilesHaveInCommonIsListedOnce) {
+  EXPECT_EQ(2, call(operations, ns::MEDIA, "GetVideoSources").count("VideoSources"));
+  for (const char* name : {"GetVideoSourceConfigurations", "GetMetadataConfigurations"}) {
+    EXPECT_EQ(2, call(operations, ns::MEDIA, name).count("Configurations")) << name;
+    EXPECT_EQ(2, call(operations, ns::MEDIA2, name).count("Configurations")) << name;
+  }
+}
+
+TEST_F(MediaOperationsTest, OptionsAreThoseOfEveryEncodingOrOfTheOneAskedFor) {
+  const auto first = [&](const std::string& content) {
+    return call(operations, ns::MEDIA, "GetVideoEncoderConfigurationOptions", content);
+  };
+  EXPECT_EQ(1, first("").count("JPEG"));
+  EXPECT_EQ(1, first("").count("H264"));
+  const std::string profile = "<ProfileToken>head_jpeg</ProfileToken>";
+  EXPECT_EQ(1, first(profile).count("JPEG"));
+  EXPECT_EQ(0, first(profile).count("H264"));
+  const auto second = [&](const std::string& content) {
+    return call(operations, ns::MEDIA2, "GetVideoEncoderConfigurationOptions", content);
+  };
+  EXPECT_EQ(2, second("").count("Options"));
+  const CallAnswer one = second("<ConfigurationToken>video_head</ConfigurationToken>");
+  ASSERT_EQ(1, one.count("Options"));
+  EXPECT_EQ("H264", one.at("Encoding").text());
+  EXPECT_EQ("720", second("<ProfileToken>overview1</ProfileToken>").at("Width").text());
+}
+
 TEST_F(MediaOperationsTest, AnalyticsAreThoseOfTheOverviewCamerasWithModuleAndRules) {
   const CallAnswer all = call(operations, ns::MEDIA, "GetVideoAnalyticsConfigurations");
   ASSERT_EQ(1, all.count("Configurations"));
@@ -132,6 +183,11 @@ TEST_F(MediaOperationsTest, StreamIsWhereTheSourceSaysOrARefusal) {
             call(operations, ns::MEDIA, "GetSnapshotUri", head).at("Uri").text());
   EXPECT_EQ("http://camera:80/onvif/snapshot/head",
             call(operations, ns::MEDIA2, "GetSnapshotUri", head).at("Uri").text());
+  const std::string jpeg = "<ProfileToken>head_jpeg</ProfileToken>";
+  EXPECT_EQ("rtsp://camera/head/jpeg",
+            call(operations, ns::MEDIA, "GetStreamUri", jpeg).at("Uri").text());
+  EXPECT_EQ("http://camera:80/onvif/snapshot/head",
+            call(operations, ns::MEDIA2, "GetSnapshotUri", jpeg).at("Uri").text());
   stream.clear();
   EXPECT_EQ("ter:ActionNotSupported", faultOf(operations, ns::MEDIA, "GetStreamUri", head));
   EXPECT_EQ("ter:ActionNotSupported", faultOf(operations, ns::MEDIA2, "GetStreamUri", head));

@@ -3,12 +3,16 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
+#include "device_onvif/call.h"
+#include "device_onvif/rtsp_reader.h"
 #include "device_services/private_bus.h"
 #include "device_web/digest_client.h"
 #include "device_web/web_client.h"
+#include "onvif/time_text.h"
 #include "support/source_folder.h"
 
 namespace device::onvif {
@@ -27,6 +31,18 @@ class OnvifCameraTest : public testing::Test {
     camera = std::make_unique<OnvifCamera>(
         options, OnvifSources{model, world, drive, events, [this] { return seconds; },
                               [this](const std::string& text) { announced.push_back(text); }});
+  }
+
+  std::string streamAddress(const std::string& profile) {
+    WebClient client(camera->port());
+    client.request("POST", "/onvif/media_service",
+                   "<s:Envelope xmlns:s=\"http://www.w3.org/2003/05/soap-envelope\"><s:Body>"
+                   "<GetStreamUri xmlns=\"http://www.onvif.org/ver20/media/wsdl\">"
+                   "<ProfileToken>" +
+                       profile + "</ProfileToken></GetStreamUri></s:Body></s:Envelope>");
+    const std::string body = client.response().body;
+    const std::size_t begin = body.find("rtsp://");
+    return body.substr(begin, body.find('<', begin) - begin);
   }
 
   DbusDaemon bus;
@@ -111,6 +127,60 @@ TEST_F(OnvifCameraTest, StreamIsAtTheHostThatTheClientCalls) {
   EXPECT_THAT(response.body, testing::ContainsRegex("rtsp://127.0.0.1:[0-9]+/overview2<"));
 }
 
+// What a client has been told of a kind since it plays the metadata of a stream.
+bool hasText(RtspReader& reader, const std::string& text) {
+  return std::ranges::any_of(reader.units(), [&](const RtpUnit& document) {
+    return document.bytes.find(text) != std::string::npos;
+  });
+}
+
+TEST_F(OnvifCameraTest, WhoBeginsToPlayIsToldThePresentState) {
+  events.declare({{.name = "topic0", .nameSpace = "tns1", .value = std::string("VideoSource")},
+                  {.name = "topic1", .nameSpace = "tns1", .value = std::string("MotionAlarm")},
+                  {.name = "Source", .value = 1, .isSource = true},
+                  {.name = "State", .value = true, .isData = true}},
+                 false);
+  start("127.0.0.1");
+  const std::string address = streamAddress("overview1") + "/metadata";
+  const auto feed = [&] {
+    camera->frame(0, {.timestamp = g_get_monotonic_time(), .objects = {}, .events = {}});
+  };
+  RtspReader first(address, "application");
+  ASSERT_TRUE(iterateUntil([&] {
+    feed();
+    return hasText(first, "Initialized");
+  }));
+  // And who comes later, too.
+  RtspReader second(address, "application");
+  ASSERT_TRUE(iterateUntil([&] {
+    feed();
+    return hasText(second, "Initialized");
+  }));
+}
+
+// Each frame names itself by what it deletes.
+TEST_F(OnvifCameraTest, MetadataTellWhenTheirPictureWasTaken) {
+  constexpr std::int64_t AGE = 300000;  // microseconds
+  start("127.0.0.1");
+  RtspReader reader(streamAddress("overview1") + "/metadata", "application");
+  std::vector<std::int64_t> taken;  // since 1970
+  ASSERT_TRUE(iterateUntil([&] {
+    const auto number = static_cast<std::int32_t>(taken.size());
+    taken.push_back(g_get_real_time() - AGE);
+    camera->frame(0, {.timestamp = g_get_monotonic_time() - AGE,
+                      .objects = {},
+                      .events = {{.action = FrameAction::deletion, .from = {number}, .to = {}}}});
+    return hasText(reader, "Delete");
+  }));
+  const std::vector<RtpUnit> documents = reader.units();
+  const auto document = std::ranges::find_if(documents, [](const RtpUnit& each) {
+    return each.bytes.find("Delete") != std::string::npos;
+  });
+  const CallAnswer frame = CallAnswer(document->bytes).at("Frame");
+  const auto number = static_cast<std::size_t>(frame.at("Delete").number("ObjectId"));
+  EXPECT_NEAR(taken.at(number), *readDateTime(frame.attribute("UtcTime")), 20000);
+}
+
 TEST_F(OnvifCameraTest, WithoutDiscoveryItGoesOn) {
   start("::1");
   EXPECT_THAT(camera->url(), StartsWith("http://[::1]:"));
@@ -120,9 +190,12 @@ TEST_F(OnvifCameraTest, WithoutDiscoveryItGoesOn) {
 
 TEST_F(OnvifCameraTest, ProfilesAreTheHeadAndEveryOverviewCameraInItsProportions) {
   const std::vector<CameraProfile> profiles = cameraProfiles(model, world);
-  ASSERT_EQ(5U, profiles.size());
+  ASSERT_EQ(10U, profiles.size());
   EXPECT_EQ("head", profiles[0].token);
   EXPECT_EQ("overview4", profiles[4].token);
+  EXPECT_EQ("head_jpeg", profiles[5].token);
+  EXPECT_EQ("overview4_jpeg", profiles[9].token);
+  EXPECT_EQ("overview4", profiles[9].picture());
   EXPECT_EQ(1280, profiles[1].width);
   EXPECT_EQ(720, profiles[1].height);
   const Model rotated = loadModel(modelsFolder(), "rotated");

@@ -60,6 +60,15 @@ TEST(StreamFeedsTest, PictureGoesToTheEntriesOfItsStreamWhileTheyAreOpen) {
   EXPECT_FALSE(feeds.isWatched(0));
 }
 
+TEST(StreamFeedsTest, StreamThatBeginsIsToldOnce) {
+  StreamFeeds feeds(3);
+  feeds.begin(2);
+  feeds.begin(0);
+  feeds.begin(2);
+  EXPECT_EQ((std::vector<std::size_t>{0, 2}), feeds.takeBegun());
+  EXPECT_EQ(std::vector<std::size_t>{}, feeds.takeBegun());
+}
+
 // Before its thread has come to run, or after.
 TEST(RtspServerTest, EndsWheneverItIsToldTo) {
   const auto feeds = std::make_shared<StreamFeeds>(1);

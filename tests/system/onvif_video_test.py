@@ -75,7 +75,7 @@ class OnvifVideoTest(RunTest):
         _, port = self.start_streams()
         first = self.address(port, "head")
         self.assertEqual(["h264,1280,720"], probe(first))
-        self.assertEqual(["mjpeg,1280,720"], probe(first + "/jpeg"))
+        self.assertEqual(["mjpeg,1280,720"], probe(self.address(port, "head_jpeg")))
         addresses = [first.replace("/head", "/" + name) for name in STREAMS]
         decoders = [ffmpeg(address, "-f", "framemd5")
                     for address in [*addresses, addresses[1] + "/jpeg"]]
