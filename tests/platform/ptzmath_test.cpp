@@ -249,6 +249,102 @@ TEST(Pinhole, AgreesWithAProjectionRoundTheZenith) {
   }
 }
 
+// A focal length is 100 pixels.
+Pinhole smallCamera(const Mounting& mounting) {
+  return cameraFor({200, 200, 90, 90, mounting});
+}
+
+TEST(PinholeLens, UndoesItsDistortion) {
+  // What a pinhole shows at r is shown at r (1 + k r^2): 1 at 0.9, and 1.5 at 1.5 x 0.775.
+  const Pinhole barrel = smallCamera({.distortion = -0.1});
+  expectDirection(45, 0, barrel.directionOf(190, 100));
+  expectDirection(0, -45, barrel.directionOf(100, 190));
+  expectDirection(std::atan(1.5) / RADIANS, 0, barrel.directionOf(100 + 116.25, 100));
+  const Pinhole cushion = smallCamera({.distortion = 0.1});
+  expectDirection(-45, 0, cushion.directionOf(-10, 100));
+}
+
+TEST(PinholeLens, DistortsByTheDistanceFromTheMiddle) {
+  // Right 0.6 and up 0.8 are 1 away, which is shown at 0.9.
+  const Direction found = smallCamera({.distortion = -0.1}).directionOf(154, 28);
+  const Direction expected = smallCamera({}).directionOf(160, 20);
+  expectDirection(expected.pan, expected.tilt, found);
+}
+
+TEST(PinholeLens, OneThatHardlyDistortsIsNearlyOneThatDoesNot) {
+  for (const double distortion : {-1e-12, 1e-12, -1e-300, 1e-300}) {
+    const Direction found = smallCamera({.distortion = distortion}).directionOf(190, 30);
+    const Direction expected = smallCamera({}).directionOf(190, 30);
+    EXPECT_NEAR(expected.pan, found.pan, 1e-9);
+    EXPECT_NEAR(expected.tilt, found.tilt, 1e-9);
+  }
+}
+
+// With k = -1 / 3 the picture folds at r = 1, which is shown at 2 / 3.
+TEST(PinholeLens, WhatItCannotShowIsTakenForTheFarthestThatItCan) {
+  const Pinhole camera = smallCamera({.distortion = -1.0 / 3});
+  expectDirection(45, 0, camera.directionOf(100 + 200.0 / 3, 100));
+  expectDirection(45, 0, camera.directionOf(190, 100));
+}
+
+TEST(PinholeLens, TheMiddleStaysWhereItIs) {
+  expectDirection(20, -10, smallCamera({20, -10, 5, -0.2}).directionOf(100, 100));
+}
+
+TEST(PinholeLens, AnglesAcrossAreThoseOfThePinhole) {
+  // Both ends are shown at 0.9, and seen at 45 degrees.
+  const Pinhole camera = smallCamera({.distortion = -0.1});
+  EXPECT_NEAR(90, camera.angleAcross(100, 100, 180), 1e-9);
+  EXPECT_NEAR(90, camera.angleAcross(100, 100, -180), 1e-9);
+  // From the middle to right 0.6 and up 0.8, level with it in the picture: by the directions.
+  const Direction left = camera.directionOf(46, 28);
+  const Direction right = camera.directionOf(154, 28);
+  EXPECT_NEAR(apart(sightOf(left.pan, left.tilt), sightOf(right.pan, right.tilt)),
+              camera.angleAcross(100, 28, 108), 1e-9);
+}
+
+TEST(PinholeStand, TheHeadLooksAtTheGroundThatTheCameraSees) {
+  // 45 degrees down from 5 m: 5 m ahead of the camera, which stands 3 m to the right of the head.
+  const Pinhole camera = smallCamera({.tilt = -45, .stand = ptzmath::Stand{3, 0, 5, 5}});
+  expectDirection(std::atan2(3, 5) / RADIANS, -std::atan(5 / std::sqrt(34)) / RADIANS,
+                  camera.directionOf(100, 100));
+}
+
+TEST(PinholeStand, OffsetsAreThoseOfTheHeadWhereverTheCameraLooks) {
+  // It looks to the right, and stands 2 m in front of the head.
+  const Pinhole camera = smallCamera({.pan = 90, .tilt = -45, .stand = ptzmath::Stand{0, 2, 5, 5}});
+  expectDirection(std::atan2(5, 2) / RADIANS, -std::atan(5 / std::sqrt(29)) / RADIANS,
+                  camera.directionOf(100, 100));
+}
+
+TEST(PinholeStand, HeightsMayDiffer) {
+  const Pinhole camera = smallCamera({.tilt = -45, .stand = ptzmath::Stand{0, 0, 4, 6}});
+  expectDirection(0, -std::atan(6.0 / 4) / RADIANS, camera.directionOf(100, 100));
+}
+
+TEST(PinholeStand, WhatIsAboveTheHorizonIsInfinitelyFarAway) {
+  const Pinhole camera = smallCamera({.stand = ptzmath::Stand{3, 2, 5, 6}});
+  expectDirection(0, 45, camera.directionOf(100, 0));
+  expectDirection(0, 0, camera.directionOf(100, 100));
+  // And just below it still nearly so.
+  const Direction below = camera.directionOf(100, 100.001);
+  EXPECT_NEAR(0, below.pan, 0.001);
+  EXPECT_NEAR(0, below.tilt, 0.001);
+}
+
+TEST(PinholeStand, OneInTheHeadsPlaceChangesNothing) {
+  for (const Mounting& mounting : {Mounting{0, -20, 0}, {178, -35, 3}, {-90, -85, 0}}) {
+    Mounting standing = mounting;
+    standing.stand = ptzmath::Stand{0, 0, 5, 5};
+    for (int y = 0; y <= 200; y += 20) {
+      const Direction expected = smallCamera(mounting).directionOf(30, y);
+      const Direction found = smallCamera(standing).directionOf(30, y);
+      EXPECT_EQ(expected.pan, found.pan);
+      EXPECT_EQ(expected.tilt, found.tilt);
+    }
+  }
+}
+
 int32_t fixed(double degrees) {
   return static_cast<int32_t>(std::lround(degrees * 65536));
 }
@@ -374,6 +470,63 @@ TEST_F(Ptzmath, EveryPixelOfThePictureIsWithinTheTolerance) {
       }
     }
   }
+}
+
+TEST_F(Ptzmath, TakesTheLensOfTheChannel) {
+  mount(store, 1, {0, 0, 0});
+  mount(store, 2, {0, 0, 0});
+  store.values["root.PTZ.RemoteCenter.C2.Distortion"] = "-0.1";
+  EXPECT_EQ(0, ptzmath_get_remote_center(context.get(), 2));
+  expectDirection(45, 0, look(context, 960 + 864, 540));  // 0.9 of the way to the border
+  EXPECT_EQ(0, ptzmath_get_remote_center(context.get(), 1));
+  expectDirection(45, 0, look(context, 1920, 540));
+}
+
+void stand(FakeParameterStore& store, const std::string& offsetX, const std::string& height) {
+  store.values["root.PTZ.RemoteCenter.C1.OffsetX"] = offsetX;
+  store.values["root.PTZ.RemoteCenter.C1.OffsetY"] = "0";
+  store.values["root.PTZ.RemoteCenter.C1.Height"] = height;
+  store.values["root.PTZ.RemoteCenter.C1.HeadHeight"] = "5";
+}
+
+TEST_F(Ptzmath, TakesTheStandOfTheChannel) {
+  mount(store, 1, {0, -45, 0});
+  stand(store, "3", "5");
+  EXPECT_EQ(0, ptzmath_get_remote_center(context.get(), 1));
+  const Direction found = look(context, 960, 540);
+  EXPECT_NEAR(std::atan2(3, 5) / RADIANS, found.pan, 1e-5);
+  EXPECT_NEAR(-std::atan(5 / std::sqrt(34)) / RADIANS, found.tilt, 1e-5);
+  mount(store, 2, {0, -45, 0});
+  EXPECT_EQ(0, ptzmath_get_remote_center(context.get(), 2));
+  expectDirection(0, -45, look(context, 960, 540));
+}
+
+TEST_F(Ptzmath, FailsWhenPartOfTheStandIsMissing) {
+  for (const std::string name : {"OffsetX", "OffsetY", "Height", "HeadHeight"}) {
+    mount(store, 1, {10, -5, 0});
+    stand(store, "1", "5");
+    store.values.erase("root.PTZ.RemoteCenter.C1." + name);
+    EXPECT_EQ(-1, ptzmath_get_remote_center(context.get(), 1)) << name;
+  }
+}
+
+TEST_F(Ptzmath, FailsWhenLensOrStandAreNoNumbersInTheirRanges) {
+  for (const std::string value : {"", "left", "1 m", "nan", "inf", "1001", "-1001"}) {
+    mount(store, 1, {10, -5, 0});
+    store.values["root.PTZ.RemoteCenter.C1.Distortion"] = value;
+    EXPECT_EQ(-1, ptzmath_get_remote_center(context.get(), 1)) << value;
+  }
+  store.values.erase("root.PTZ.RemoteCenter.C1.Distortion");
+  for (const std::string value : {"", "left", "nan", "201", "-201"}) {
+    stand(store, value, "5");
+    EXPECT_EQ(-1, ptzmath_get_remote_center(context.get(), 1)) << value;
+  }
+  for (const std::string value : {"0", "-5", "0.09", "201", "nan"}) {
+    stand(store, "0", value);
+    EXPECT_EQ(-1, ptzmath_get_remote_center(context.get(), 1)) << value;
+  }
+  stand(store, "-200", "0.1");
+  EXPECT_EQ(0, ptzmath_get_remote_center(context.get(), 1));
 }
 
 TEST_F(Ptzmath, FieldAnglesMayChangeAtAnyTime) {

@@ -1,13 +1,30 @@
 #ifndef PLATFORM_HOST_PTZMATH_PINHOLE_H
 #define PLATFORM_HOST_PTZMATH_PINHOLE_H
 
+#include <optional>
+
 namespace ptzmath {
+
+// Where an overview camera stands beside the head over a plane on which lies all that it sees below
+// its horizon. Metres.
+struct Stand {
+  double offsetX;     // from the head to the right (the head's pan 90)
+  double offsetY;     // ... and forward (pan 0)
+  double height;      // of the camera above the plane, above 0
+  double headHeight;  // of the head, above 0
+};
 
 // Where the optical axis of an overview camera points, in the head's angles. Degrees.
 struct Mounting {
   double pan = 0;   // to the right
   double tilt = 0;  // upwards
   double roll = 0;  // about the optical axis; positive: turned clockwise as seen from behind
+
+  // Of the lens (D. C. Brown, 1966, first radial term): what a pinhole shows at r focal lengths
+  // from the middle is shown at r (1 + distortion r^2).
+  double distortion = 0;
+
+  std::optional<Stand> stand{};  // without: in the same place as the head
 };
 
 // Where the head looks. Degrees.
@@ -16,8 +33,9 @@ struct Direction {
   double tilt;  // -90 to 90
 };
 
-// The pinhole model of a camera: each pixel has its line of sight, a picture's middle
-// (width / 2, height / 2) has the optical axis. Pure arithmetic in double precision.
+// The pinhole model of a camera, with its lens' distortion: each pixel has its line of sight, a
+// picture's middle (width / 2, height / 2) has the optical axis. Pure arithmetic in double
+// precision.
 class Pinhole {
  public:
   // Pixels. Without a picture (0 or less) every pixel is its middle.
@@ -29,7 +47,9 @@ class Pinhole {
   void setHorizontalFov(double degrees) { horizontalFov.set(degrees); }
   void setVerticalFov(double degrees) { verticalFov.set(degrees); }
 
-  // The pixel may lie beyond the picture.
+  // Where the head looks to see what the pixel shows. The pixel may lie beyond the picture, and
+  // beyond what the lens can show; it is then taken for the nearest that it can. What is above the
+  // horizon of a camera with a stand is taken for infinitely far away.
   Direction directionOf(double x, double y) const;
 
   // Degrees between the lines of sight to both ends of a horizontal extent in pixels that is
@@ -62,7 +82,16 @@ class Pinhole {
     double reach = 0;
   };
 
+  // The same stand as the camera's own right and forward show it, in its heights above the plane.
+  struct Shift {
+    double right;
+    double up;
+    double forward;
+  };
+
   Ray rayOf(double x, double y) const;
+  Ray undistorted(const Ray& shown) const;
+  Ray fromHead(const Ray& ray) const;
 
   int width = 0;
   int height = 0;
@@ -71,6 +100,8 @@ class Pinhole {
   double pan = 0;
   Turn roll{0};
   Turn tilt{0};
+  double distortion = 0;
+  std::optional<Shift> shift;
 };
 
 }  // namespace ptzmath
