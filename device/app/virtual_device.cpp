@@ -192,6 +192,7 @@ void VirtualDevice::takeSamples() {
   drive.observe(SAMPLE_PERIOD, [this](std::int64_t time, const Head& head) {
     sampler.sample(static_cast<double>(time - start) / SECOND, head.status());
   });
+  ptz.observeCalls([this](HeadCall_e call, double seconds) { web->headCall(call, seconds); });
   web->observeRequests([this](const std::string& body) {
     if (body.find("setConfiguration") != std::string::npos) {
       sampler.configurationChanged();

@@ -3,6 +3,7 @@
 #include <string>
 #include <utility>
 
+#include "base/units.h"
 #include "device_dbus.h"
 #include "services/head_requests.h"
 
@@ -53,9 +54,12 @@ struct PtzService::Handlers {
       return TRUE;
     }
     const HeadCommand command{*panCommand, *tiltCommand, *zoomCommand, static_cast<int>(speed)};
-    callsOf(self).take(invocation, [=] {
+    callsOf(self).take(invocation, [=, told = clockOf(self, HeadCall_e::move)] {
       head(self).command(command);
-      return [=] { bus_ptzservice_complete_move(skeleton, invocation); };
+      return [=] {
+        bus_ptzservice_complete_move(skeleton, invocation);
+        told();
+      };
     });
     return TRUE;
   }
@@ -77,12 +81,13 @@ struct PtzService::Handlers {
     if (!accepts(invocation, channel)) {
       return TRUE;
     }
-    callsOf(self).take(invocation, [=] {
+    callsOf(self).take(invocation, [=, told = clockOf(self, HeadCall_e::status)] {
       const HeadStatus status = head(self).toldStatus();
       return [=] {
         bus_ptzservice_complete_get_status(skeleton, invocation, status.pan, status.panMoving,
                                            status.tilt, status.tiltMoving, status.zoom,
                                            status.zoomMoving);
+        told();
       };
     });
     return TRUE;
@@ -126,6 +131,15 @@ struct PtzService::Handlers {
     }
     bus_ptzservice_complete_list_presets(skeleton, invocation, g_variant_builder_end(&builder));
     return TRUE;
+  }
+
+  // Tells, when it is called, how long ago it was made.
+  static std::function<void()> clockOf(gpointer self, HeadCall_e call) {
+    return [self, call, begun = g_get_monotonic_time()] {
+      if (const CallObserver& observer = static_cast<PtzService*>(self)->callObserver) {
+        observer(call, units::toSeconds(g_get_monotonic_time() - begun));
+      }
+    };
   }
 
   static DelayedCalls& callsOf(gpointer self) { return static_cast<PtzService*>(self)->calls; }

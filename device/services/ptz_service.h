@@ -4,6 +4,8 @@
 #include <gio/gio.h>
 
 #include <cstdint>
+#include <functional>
+#include <utility>
 
 #include "services/bus.h"
 #include "services/delayed_calls.h"
@@ -11,6 +13,8 @@
 #include "services/head_drive.h"
 
 namespace device {
+
+enum class HeadCall_e { move, status };
 
 // Drives the head for clients on the bus, on channel 1, and tells by the events "PTZPresets" and
 // "Move" when it comes to rest on a preset, leaves it, starts and stops. Used from the thread of
@@ -22,6 +26,10 @@ class PtzService {
 
   // Sends the events that are due. Call it often.
   void update();
+
+  // Is told of each such call when it is answered: how long its caller has waited. Stays for good.
+  using CallObserver = std::function<void(HeadCall_e call, double seconds)>;
+  void observeCalls(CallObserver told) { callObserver = std::move(told); }
 
  private:
   struct Handlers;
@@ -35,6 +43,7 @@ class PtzService {
   std::uint32_t moveEvent;
   int preset = 0;  // at which the head rests, 0 for none
   bool moving = false;
+  CallObserver callObserver;
   BusObject object;
   BusName name;
 };

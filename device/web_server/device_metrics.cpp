@@ -10,9 +10,11 @@
 #include <optional>
 #include <string_view>
 #include <system_error>
+#include <utility>
 #include <variant>
 
 #include "web_server/event_json.h"
+#include "web_server/json_values.h"
 
 namespace device {
 
@@ -21,7 +23,21 @@ namespace {
 constexpr std::string_view OWN = "MiruPlatform/SentrelVideo/";
 constexpr std::string_view CAMERA = "Camera";
 constexpr std::string_view PROFILE = "Profile";
-constexpr const char* STATES[] = {"stopped", "connecting", "autotuning", "running"};
+constexpr const char* STEP_TEXTS[] = {"0.02", "0.05", "0.1", "0.2", "0.5", "1.0"};
+constexpr char CONNECTING[] = "connecting";
+constexpr const char* STATES[] = {"stopped", CONNECTING, "autotuning", "running"};
+// Of the application's API; whatever else is asked for is one more label, not many.
+constexpr const char* METHODS[] = {"getSupportedVersions",
+                                   "getSentrel",
+                                   "setSentrel",
+                                   "getConfiguration",
+                                   "setConfiguration",
+                                   "getConfigurationCapabilities",
+                                   "startVisualConfirmation",
+                                   "stopVisualConfirmation",
+                                   "sendAlarmEvent"};
+constexpr char OTHER_METHOD[] = "other";
+constexpr char CHANGING_METHOD[] = "setConfiguration";
 
 using Labels = MetricsText::Labels;
 
@@ -34,6 +50,17 @@ bool isActive(const Event& event) {
   const EventValue* value = valueOf(event, "active");
   const bool* active = value != nullptr ? std::get_if<bool>(value) : nullptr;
   return active != nullptr && *active;
+}
+
+JsonAutoPtr objectOf(const std::string& text) {
+  return JsonAutoPtr(json_loads(text.c_str(), JSON_DISABLE_EOF_CHECK, nullptr));
+}
+
+std::string methodOf(const std::string& request) {
+  const JsonAutoPtr json = objectOf(request);
+  const char* method = json_string_value(json_object_get(json.get(), "method"));
+  const auto* known = std::ranges::find(METHODS, std::string_view(method != nullptr ? method : ""));
+  return known != std::end(METHODS) ? *known : OTHER_METHOD;
 }
 
 // The last of the application's own topics; empty for others.
@@ -120,10 +147,10 @@ void writeProcess(MetricsText* text) {
                "Memory of the device that is resident.");
   text->sample(static_cast<double>(pages) * static_cast<double>(sysconf(_SC_PAGESIZE)));
 
-  static const double s_start = processStart();  // the clock may be set later
+  static const double START = processStart();  // the clock may be set later
   text->family("process_start_time_seconds", MetricType_e::gauge,
                "When the device started, since 1970.");
-  text->sample(s_start);
+  text->sample(START);
 
   std::error_code error;
   const auto open = std::distance(std::filesystem::directory_iterator("/proc/self/fd", error), {});
@@ -137,6 +164,7 @@ void DeviceMetrics::frame(int channel, std::size_t objects, double time) {
   Camera& camera = cameras[channel];
   ++camera.frames;
   camera.objects = objects;
+  camera.allObjects += objects;
   camera.time = time;
 }
 
@@ -145,7 +173,8 @@ void DeviceMetrics::event(const Event& event) {
   if (name == "state") {
     const EventValue* value = valueOf(event, "value");
     const std::string* text = value != nullptr ? std::get_if<std::string>(value) : nullptr;
-    state = text != nullptr ? *text : "";
+    const std::string former = std::exchange(state, text != nullptr ? *text : "");
+    headOutages += state == CONNECTING && (former == "autotuning" || former == "running") ? 1 : 0;
     return;
   }
   if (name == "isSentreling") {
@@ -177,9 +206,33 @@ void DeviceMetrics::undeclared(const Event& event) {
   }
 }
 
-void DeviceMetrics::request(unsigned status, double seconds) {
-  ++requests[status];
-  requestSeconds += seconds;
+void DeviceMetrics::request(const std::string& request, unsigned status, const std::string* answer,
+                            double seconds) {
+  const std::string method = methodOf(request);
+  ++requests[{method, status}];
+  ++answers.count;
+  answers.seconds += seconds;
+  const bool isChange = method == CHANGING_METHOD && answer != nullptr &&
+                        json_object_get(objectOf(*answer).get(), "data") != nullptr;
+  configurationChanges += isChange ? 1 : 0;
+}
+
+void DeviceMetrics::headCall(HeadCall_e call, double time, double seconds) {
+  Times& times = headCalls[call];
+  ++times.count;
+  times.seconds += seconds;
+  if (call != HeadCall_e::move) {
+    return;
+  }
+  if (lastMove) {
+    const double step = time - *lastMove;
+    ++steps.count;
+    steps.seconds += step;
+    for (std::size_t i = 0; i < STEP_BOUNDS.size(); ++i) {
+      stepCounts[i] += step <= STEP_BOUNDS[i] ? 1 : 0;
+    }
+  }
+  lastMove = time;
 }
 
 // CameraCProfileU, CameraCProfileANY or CameraANY.
@@ -206,6 +259,7 @@ std::string DeviceMetrics::text(MetricsForm_e form, const Present& present) cons
   writeAlarms(&text);
   writeFrames(&text);
   writeRequests(&text);
+  writeHead(&text);
   if (present.report != nullptr) {
     writeScore(&text, *present.report);
   }
@@ -224,6 +278,31 @@ void DeviceMetrics::writeTracker(MetricsText* text) const {
   text->family("sentrelvideo_following", MetricType_e::gauge,
                "Whether the tracker steers the head.");
   text->sample(isFollowing ? 1 : 0);
+}
+
+// The head as the application finds it.
+void DeviceMetrics::writeHead(MetricsText* text) const {
+  text->family("sentrelvideo_head_reachable", MetricType_e::gauge,
+               "Whether the tracker has found its head.");
+  text->sample(state == "autotuning" || state == "running" ? 1 : 0);
+  text->family("sentrelvideo_head_outages", MetricType_e::counter,
+               "How often the tracker has lost its head.");
+  text->sample(static_cast<double>(headOutages));
+  text->family("sentrelvideo_head_call_seconds", MetricType_e::summary,
+               "Time until the head's answer to a command or to the question for its position.");
+  for (const auto& [call, times] : headCalls) {
+    const Labels label = {{"call", call == HeadCall_e::move ? "move" : "status"}};
+    text->sample(static_cast<double>(times.count), label, "_count");
+    text->sample(times.seconds, label, "_sum");
+  }
+  text->family("sentrelvideo_control_step_seconds", MetricType_e::histogram,
+               "Time from one command to the head to the next.");
+  for (std::size_t i = 0; i < STEP_BOUNDS.size(); ++i) {
+    text->sample(static_cast<double>(stepCounts[i]), {{"le", STEP_TEXTS[i]}}, "_bucket");
+  }
+  text->sample(static_cast<double>(steps.count), {{"le", "+Inf"}}, "_bucket");
+  text->sample(static_cast<double>(steps.count), {}, "_count");
+  text->sample(steps.seconds, {}, "_sum");
 }
 
 void DeviceMetrics::writeAlarms(MetricsText* text) const {
@@ -256,20 +335,25 @@ void DeviceMetrics::writeFrames(MetricsText* text) const {
        [](const Camera& camera) { return camera.time; });
   each("sentrelvideo_objects", MetricType_e::gauge, "Objects in the latest scene frame.",
        [](const Camera& camera) { return camera.objects; });
+  each("sentrelvideo_judged_objects", MetricType_e::counter,
+       "Objects of all scene frames, each of which the application judges.",
+       [](const Camera& camera) { return camera.allObjects; });
 }
 
 void DeviceMetrics::writeRequests(MetricsText* text) const {
-  std::uint64_t count = 0;
   text->family("sentrelvideo_api_requests", MetricType_e::counter,
-               "Requests to the application by the status of the answer.");
-  for (const auto& [status, number] : requests) {
-    text->sample(static_cast<double>(number), {{"code", std::to_string(status)}});
-    count += number;
+               "Requests to the application by method and by the status of the answer.");
+  for (const auto& [asked, number] : requests) {
+    text->sample(static_cast<double>(number),
+                 {{"method", asked.first}, {"code", std::to_string(asked.second)}});
   }
   text->family("sentrelvideo_api_request_seconds", MetricType_e::summary,
                "Time until the application's answer.");
-  text->sample(static_cast<double>(count), {}, "_count");
-  text->sample(requestSeconds, {}, "_sum");
+  text->sample(static_cast<double>(answers.count), {}, "_count");
+  text->sample(answers.seconds, {}, "_sum");
+  text->family("sentrelvideo_configuration_changes", MetricType_e::counter,
+               "Configurations that the application has taken.");
+  text->sample(static_cast<double>(configurationChanges));
 }
 
 }  // namespace device

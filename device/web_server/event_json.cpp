@@ -134,6 +134,14 @@ bool isAlarm(const Event& event) {
          (top == "VideoSource" && middle == "MotionAlarm");
 }
 
+std::string plainTopic(std::string topic) {
+  std::ranges::replace_if(
+      topic,
+      [](unsigned char c) { return c <= ' ' || c == 0x7f || c == '.' || c == '*' || c == '>'; },
+      '_');
+  return topic;
+}
+
 std::string brokerTopic(const Event& event) {
   std::string topic;
   for (const char* name : TOPICS) {

@@ -41,6 +41,9 @@ bool isAlarm(const Event& event);
 // Characters that mean something in such names become "_".
 std::string brokerTopic(const Event& event);
 
+// The topic without what some brokers end a connection for: dots, blanks, stars and the like.
+std::string plainTopic(std::string topic);
+
 }  // namespace device
 
 #endif

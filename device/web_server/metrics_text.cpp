@@ -19,6 +19,8 @@ const char* nameOf(MetricType_e type, MetricsForm_e form) {
       return "counter";
     case MetricType_e::summary:
       return "summary";
+    case MetricType_e::histogram:
+      return "histogram";
     case MetricType_e::info:
       return isOpen ? "info" : "gauge";
     case MetricType_e::stateSet:

@@ -14,7 +14,7 @@ enum class MetricsForm_e { openMetrics, text };
 // The form for whoever accepts this; null for no header.
 MetricsForm_e formFor(const char* accept);
 
-enum class MetricType_e { gauge, counter, summary, info, stateSet };
+enum class MetricType_e { gauge, counter, summary, histogram, info, stateSet };
 
 // Writes metrics, family by family.
 class MetricsText {
@@ -27,7 +27,8 @@ class MetricsText {
   // line without backslashes.
   void family(const std::string& name, MetricType_e type, const std::string& help);
 
-  // Of the latest family. ending: "_sum" and "_count" of a summary; others have their own.
+  // Of the latest family. ending: "_sum" and "_count" of a summary, "_bucket", too, of a
+  // histogram; others have their own.
   void sample(double value, const Labels& labels = {}, const std::string& ending = "");
 
   // The whole text; nothing can be added.

@@ -74,8 +74,9 @@ WebInterface::WebInterface(const WebOptions& options, const std::string& applica
       }) {
   server.addPage(WebServer::METRICS_PATH,
                  [this](const char* accept) { return makeMetrics(accept); });
-  server.observeAnswers(
-      [this](unsigned status, double seconds) { metrics.request(status, seconds); });
+  server.observeAnswers([this](const WebServer::Exchange& exchange) {
+    metrics.request(exchange.request, exchange.status, exchange.answer, exchange.seconds);
+  });
   if (!options.broker.discovery.empty()) {
     discovery.emplace(options.broker.discovery, options.broker.site, url());
   }
@@ -91,6 +92,10 @@ void WebInterface::frame(double time, int channel, const Frame& frame) {
   if (live.hasReaders()) {
     live.send(streamMessage("frame", frameJson(time, channel + 1, frame)));
   }
+}
+
+void WebInterface::headCall(HeadCall_e call, double seconds) {
+  metrics.headCall(call, units::toSeconds(g_get_monotonic_time()), seconds);
 }
 
 void WebInterface::log(double time, const SyslogLine& line) {
@@ -176,7 +181,7 @@ void WebInterface::undeclared(const Event& event) {
 }
 
 std::string WebInterface::topicOf(const Event& event) const {
-  return prefix + brokerTopic(event);
+  return prefix.empty() ? brokerTopic(event) : prefix + plainTopic(brokerTopic(event));
 }
 
 // Another event may have the topics of one that has gone.

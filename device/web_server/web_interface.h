@@ -17,6 +17,7 @@
 #include "services/head_drive.h"
 #include "services/parameter_store.h"
 #include "services/periodic_timer.h"
+#include "services/ptz_service.h"
 #include "services/syslog_server.h"
 #include "web_server/device_api.h"
 #include "web_server/device_metrics.h"
@@ -62,6 +63,7 @@ class WebInterface {
 
   // channel counts from 0; time: seconds since the device's start.
   void frame(double time, int channel, const Frame& frame);
+  void headCall(HeadCall_e call, double seconds);
   void log(double time, const SyslogLine& line);
   void daemonRunning(bool isRunning);
 

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <utility>
 
+#include "base/units.h"
 #include "ovhttp/wire.h"
 #include "web_server/json_values.h"
 
@@ -270,8 +271,10 @@ void WebServer::forward(SoupServerMessage* message, const std::string& path, GHa
                                                  : "The application is not running");
         }
         if (answerObserver) {
-          answerObserver(soup_server_message_get_status(held.get()),
-                         static_cast<double>(g_get_monotonic_time() - begun) / 1e6);
+          answerObserver({.request = body,
+                          .status = soup_server_message_get_status(held.get()),
+                          .answer = result == ForwardResult_e::answered ? &answer->body : nullptr,
+                          .seconds = units::toSeconds(g_get_monotonic_time() - begun)});
         }
         soup_server_message_unpause(held.get());
       });

@@ -88,9 +88,14 @@ class WebServer {
 
   std::uint16_t port() const { return listener->port(); }
 
-  // Is told the status of each answer to such a request, the server's own included, and the seconds
-  // that it took.
-  using AnswerObserver = std::function<void(unsigned status, double seconds)>;
+  // A request from the network that was answered, by the application or in its place.
+  struct Exchange {
+    const std::string& request;
+    unsigned status;
+    const std::string* answer;  // null when the application gave none
+    double seconds;             // that it took
+  };
+  using AnswerObserver = std::function<void(const Exchange& exchange)>;
   void observeAnswers(AnswerObserver told) { answerObserver = std::move(told); }
 
   // How many there are at present.

@@ -93,6 +93,19 @@ TEST_F(PtzServiceTest, AbsoluteMoveArrives) {
   EXPECT_FALSE(position.moving);
 }
 
+TEST_F(PtzServiceTest, AnsweredCallsAreTold) {
+  std::vector<HeadCall_e> told;
+  service.observeCalls([&](HeadCall_e call, double seconds) {
+    told.push_back(call);
+    EXPECT_GE(seconds, 0);
+    EXPECT_LT(seconds, 60);
+  });
+  status();
+  move(1, 20, 0, 0, 0, 0);
+  move(1, 20, 0, 0, 0, 0, 101);  // refused
+  EXPECT_EQ((std::vector{HeadCall_e::status, HeadCall_e::move}), told);
+}
+
 TEST_F(PtzServiceTest, ContinuousMoveGoesOnUntilTheStop) {
   ASSERT_TRUE(move(3, 10.0, 3, 0.0, 3, 0).ok());
   pass(2);

@@ -15,6 +15,7 @@ namespace device {
 class Certificates {
  public:
   // Signed by that authority, which is made with its first one; for the address 127.0.0.1.
+  // days below 0: it has expired.
   void make(const std::string& authority, const std::string& name, int days = 2) {
     if (!std::filesystem::exists(file(authority + ".crt"))) {
       run("req -x509 -days 2 -nodes " + KEY + " -subj /CN=" + authority + " -keyout " +

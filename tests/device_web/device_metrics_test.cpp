@@ -80,16 +80,60 @@ TEST_F(DeviceMetricsTest, FramesAreToldByCamera) {
   EXPECT_THAT(text(), HasSubstr("sentrelvideo_frames_total{camera=\"2\"} 1\n"));
   EXPECT_THAT(text(), HasSubstr("sentrelvideo_frame_timestamp_seconds{camera=\"1\"} 11.5\n"));
   EXPECT_THAT(text(), HasSubstr("sentrelvideo_objects{camera=\"1\"} 2\n"));
+  EXPECT_THAT(text(), HasSubstr("sentrelvideo_judged_objects_total{camera=\"1\"} 6\n"));
 }
 
-TEST_F(DeviceMetricsTest, RequestsAreToldByStatusAndTheirTimesTogether) {
-  metrics.request(200, 0.5);
-  metrics.request(200, 0.25);
-  metrics.request(503, 1);
-  EXPECT_THAT(text(), HasSubstr("sentrelvideo_api_requests_total{code=\"200\"} 2\n"));
-  EXPECT_THAT(text(), HasSubstr("sentrelvideo_api_requests_total{code=\"503\"} 1\n"));
-  EXPECT_THAT(text(), HasSubstr("sentrelvideo_api_request_seconds_count 3\n"));
+TEST_F(DeviceMetricsTest, RequestsAreToldByMethodAndStatusAndTheirTimesTogether) {
+  const std::string versions = R"({"method":"getSupportedVersions"} and more)";
+  metrics.request(versions, 200, nullptr, 0.5);
+  metrics.request(versions, 200, nullptr, 0.25);
+  for (const char* other : {"", "[]", R"({"method":7})", R"({"method":"made up"})"}) {
+    metrics.request(other, 503, nullptr, 0.25);
+  }
+  const std::string name = "sentrelvideo_api_requests_total";
+  EXPECT_THAT(text(), HasSubstr(name + "{method=\"getSupportedVersions\",code=\"200\"} 2\n"));
+  EXPECT_THAT(text(), HasSubstr(name + "{method=\"other\",code=\"503\"} 4\n"));
+  EXPECT_THAT(text(), HasSubstr("sentrelvideo_api_request_seconds_count 6\n"));
   EXPECT_THAT(text(), HasSubstr("sentrelvideo_api_request_seconds_sum 1.75\n"));
+}
+
+TEST_F(DeviceMetricsTest, ConfigurationIsChangedWhenTheApplicationHasTakenIt) {
+  const std::string change = R"({"method":"setConfiguration"})";
+  const std::string taken = R"({"method":"setConfiguration","data":{}})";
+  const std::string refused = R"({"method":"setConfiguration","error":{}})";
+  metrics.request(change, 200, &taken, 0);
+  metrics.request(change, 200, &refused, 0);
+  metrics.request(change, 503, nullptr, 0);
+  metrics.request(R"({"method":"getConfiguration"})", 200, &taken, 0);
+  EXPECT_THAT(text(), HasSubstr("\nsentrelvideo_configuration_changes_total 1\n"));
+}
+
+TEST_F(DeviceMetricsTest, HeadIsLostWhenTheTrackerLooksForItAgain) {
+  metrics.event(state("connecting"));
+  EXPECT_THAT(text(), HasSubstr("\nsentrelvideo_head_reachable 0\n"));
+  EXPECT_THAT(text(), HasSubstr("\nsentrelvideo_head_outages_total 0\n"));
+  metrics.event(state("running"));
+  EXPECT_THAT(text(), HasSubstr("\nsentrelvideo_head_reachable 1\n"));
+  for (const char* told : {"connecting", "connecting", "stopped", "connecting"}) {
+    metrics.event(state(told));
+  }
+  EXPECT_THAT(text(), HasSubstr("\nsentrelvideo_head_outages_total 1\n"));
+}
+
+TEST_F(DeviceMetricsTest, CallsOfTheHeadAndTheStepsBetweenCommandsAreTold) {
+  metrics.headCall(HeadCall_e::move, 10, 0.25);
+  metrics.headCall(HeadCall_e::status, 10.0625, 0.5);
+  metrics.headCall(HeadCall_e::move, 10.125, 0.5);
+  metrics.headCall(HeadCall_e::move, 40.125, 0.25);
+  const std::string name = "sentrelvideo_head_call_seconds_";
+  EXPECT_THAT(text(), HasSubstr(name + "count{call=\"move\"} 3\n"));
+  EXPECT_THAT(text(), HasSubstr(name + "sum{call=\"move\"} 1\n"));
+  EXPECT_THAT(text(), HasSubstr(name + "count{call=\"status\"} 1\n"));
+  const std::string step = "sentrelvideo_control_step_seconds_";
+  EXPECT_THAT(text(), HasSubstr(step + "bucket{le=\"0.1\"} 0\n" + step + "bucket{le=\"0.2\"} 1\n" +
+                                step + "bucket{le=\"0.5\"} 1\n"));
+  EXPECT_THAT(text(), HasSubstr(step + "bucket{le=\"+Inf\"} 2\n" + step + "count 2\n" + step +
+                                "sum 30.125\n"));
 }
 
 TEST_F(DeviceMetricsTest, BrokersAreToldByTheirNumber) {

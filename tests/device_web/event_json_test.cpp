@@ -90,5 +90,9 @@ TEST(EventJsonTest, AlarmsAreToldFromOtherEvents) {
   EXPECT_FALSE(isAlarm(event({})));
 }
 
+TEST(EventJsonTest, PlainTopicHasNothingThatEndsAConnection) {
+  EXPECT_EQ("A/b_c_d_e/_f_g", plainTopic("A/b.c d*e/>f\tg"));
+}
+
 }  // namespace
 }  // namespace device

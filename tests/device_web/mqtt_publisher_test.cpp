@@ -533,6 +533,8 @@ class MqttTlsTest : public MqttPublisherTest {
     return settings;
   }
 
+  static constexpr int EXPIRED = -1;  // days
+
   Certificates certificates;
   ReservedPort tlsPort;
   std::optional<Broker> broker;
@@ -547,6 +549,27 @@ TEST_F(MqttTlsTest, DeviceAndBrokerKnowEachOther) {
 TEST_F(MqttTlsTest, BrokerOfAnotherAuthorityIsNotTrusted) {
   MqttPublisher publisher(settingsOf("other", "device"));
   EXPECT_TRUE(tells(publisher, "certificate verify failed"));
+}
+
+// Both sides' clocks are right in the end; until then it is as if the certificate had expired.
+TEST_F(MqttTlsTest, ExpiredCertificateIsNotTakenAndARenewedOneIs) {
+  certificates.make("ca", "broker", EXPIRED);
+  broker->stop();
+  broker->start();
+  MqttPublisher publisher(settingsOf("ca", "device"));
+  EXPECT_TRUE(tells(publisher, "certificate verify failed"));
+  certificates.make("ca", "broker");
+  broker->stop();
+  broker->start();
+  EXPECT_TRUE(tells(publisher, "connected"));
+}
+
+TEST_F(MqttTlsTest, DeviceWhoseCertificateHasExpiredIsNotTaken) {
+  certificates.make("ca", "device", EXPIRED);
+  Subscriber subscriber(broker->getPort());
+  MqttPublisher publisher(settingsOf("ca", "device"));
+  EXPECT_TRUE(tells(publisher, "MQTT broker"));
+  EXPECT_EQ(nullptr, subscriber.find(AVAILABILITY, "online"));
 }
 
 TEST_F(MqttTlsTest, DeviceWithoutACertificateIsNotTaken) {

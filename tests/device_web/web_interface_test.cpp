@@ -248,7 +248,7 @@ TEST_F(WebInterfaceTest, MetricsTellWhatTheDeviceSees) {
   EXPECT_EQ("text/plain; version=0.0.4; charset=utf-8", response.headers.at("Content-Type"));
   for (const char* line : {"sentrelvideo_frames_total{camera=\"1\"} 1\n",
                            "sentrelvideo_alarm_active{camera=\"1\",profile=\"1\"} 1\n",
-                           "sentrelvideo_api_requests_total{code=\"503\"} 1\n"}) {
+                           "sentrelvideo_api_requests_total{method=\"other\",code=\"503\"} 1\n"}) {
     EXPECT_THAT(response.body, HasSubstr(line));
   }
   EXPECT_THAT(response.body, testing::Not(HasSubstr("alarm_active{camera=\"1\",profile=\"2\"}")));

@@ -120,10 +120,12 @@ TEST_F(WebServerTest, ObserverIsToldOfAnsweredRequestsFromTheNetwork) {
 
 TEST_F(WebServerTest, AnswersAreToldWithTheirStatusAndTime) {
   std::vector<unsigned> told;
-  start().observeAnswers([&](unsigned status, double seconds) {
-    told.push_back(status);
-    EXPECT_GE(seconds, 0);
-    EXPECT_LT(seconds, 60);
+  start().observeAnswers([&](const WebServer::Exchange& exchange) {
+    told.push_back(exchange.status);
+    EXPECT_EQ(exchange.status == 200 ? "answered" : "unanswered", exchange.request);
+    EXPECT_EQ(exchange.status == 200, exchange.answer != nullptr);
+    EXPECT_GE(exchange.seconds, 0);
+    EXPECT_LT(exchange.seconds, 60);
   });
   WebClient(server->port()).post("unanswered");
   FakeApplication application(socket);
