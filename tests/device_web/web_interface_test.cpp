@@ -382,6 +382,34 @@ TEST_F(LateWebInterfaceTest, SitesEventsReachEachOfTwoBrokersUnderItsName) {
   EXPECT_TRUE(atSecond.sees(top + "Camera1ProfileANY", ""));
 }
 
+// The sender's clock is the device's.
+TEST_F(LateWebInterfaceTest, ClockThatJumpsChangesNoOrder) {
+  const Broker broker;
+  const std::uint32_t id = declare(stateKeys("Camera1Profile1", false));
+  start({.brokers = {{{"127.0.0.1", broker.getPort()}}}, .site = "north"});
+  Subscriber subscriber(broker.getPort());
+  ASSERT_TRUE(subscriber.sees("sites/north/SentrelVideo/device", "online"));
+  constexpr std::int64_t NOON = 1767268800000000;  // 2026-01-01T12:00:00 UTC
+  constexpr std::int64_t DAY = 86400000000;
+  const std::string topic = "sites/north/MiruPlatform/SentrelVideo/Camera1Profile1";
+  for (const std::int64_t time : {NOON, NOON + DAY, NOON - DAY}) {
+    send(id, true, time);
+  }
+  // The first value may be told twice.
+  const auto told = [&] {
+    std::vector<std::string> values = subscriber.everyPayloadOf(topic);
+    values.erase(std::unique(values.begin(), values.end()), values.end());
+    return values;
+  };
+  ASSERT_TRUE(subscriber.runUntil([&] { return told().size() >= 4; }));
+  const std::string start = told()[0].substr(told()[0].find("\"start\":"), 34);
+  const char* const days[] = {"01", "02", "31"};
+  for (std::size_t i = 1; i < 4; ++i) {
+    EXPECT_THAT(told()[i], HasSubstr(std::string("-") + days[i - 1] + "T12:00:00.000Z"));
+    EXPECT_THAT(told()[i], HasSubstr(start + ",\"seq\":" + std::to_string(i + 1) + "}"));
+  }
+}
+
 TEST_F(WebInterfaceTest, PageIsToldAllInItsOrder) {
   const std::uint32_t id = declare(stateKeys("Camera1Profile1", true));
   web->daemonRunning(true);
