@@ -8,6 +8,7 @@
 #include "base/units.h"
 #include "model/installation.h"
 #include "services/frame_encoding.h"
+#include "web_server/live_json.h"
 
 namespace device {
 
@@ -130,10 +131,15 @@ RunInfo VirtualDevice::runInfo() const {
 }
 
 WebSources VirtualDevice::webSources() {
-  return {.model = model,
-          .run = runInfo(),
-          .world = world,
-          .drive = drive,
+  return {.name = model.name,
+          .cameras = static_cast<int>(model.world.channels.size()),
+          .model = [this] { return modelJson(model, runInfo(), world); },
+          .world =
+              [this](double time) {
+                return worldJson(time, world.people(time), model.world.mastHeight);
+              },
+          .people = [this](double time) { return world.people(time); },
+          .head = drive,
           .events = events,
           .parameters = parameterStore,
           .seconds = [this] { return secondsSinceStart(); },

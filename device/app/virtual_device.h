@@ -17,6 +17,7 @@
 #include "services/application_monitor.h"
 #include "services/console.h"
 #include "services/daemon_process.h"
+#include "services/device_paths.h"
 #include "services/event_service.h"
 #include "services/frame_server.h"
 #include "services/head_drive.h"
@@ -31,15 +32,6 @@
 #include "world/world.h"
 
 namespace device {
-
-// Where a device has its sockets.
-struct DevicePaths {
-  std::string scenes = "/var/run/strata/scenes";
-  std::string subscriber = "/var/run/strata/subscriber";
-  std::string ptzFolder = "/var/run/strata/ptz";
-  std::string log = "/dev/log";
-  std::string application = "/var/run/strata/http/SentrelVideo";  // where it answers requests
-};
 
 // All that a camera has beside the application, in one thread: the services on the bus, the head,
 // the world in front of the lenses, the system log and the platform that starts and ends the

@@ -5,11 +5,12 @@
 #include <functional>
 
 #include "head/head.h"
+#include "services/served_head.h"
 
 namespace device {
 
 // Takes the head through real time, in even steps that lag behind the clock by less than one step.
-class HeadDrive {
+class HeadDrive : public ServedHead {
  public:
   static constexpr std::int64_t STEP = 5000;  // microseconds
 
@@ -34,6 +35,16 @@ class HeadDrive {
     advance();
     return head;
   }
+
+  void command(const HeadCommand& command) override { getHead().command(command); }
+  void goHome(int speed) override { getHead().goHome(speed); }
+  bool setPreset(int preset) override { return getHead().setPreset(preset); }
+  bool goToPreset(int preset, int speed) override { return getHead().goToPreset(preset, speed); }
+  std::map<int, HeadPosition> presets() override { return getHead().getPresets(); }
+  std::optional<HeadStatus> toldStatus() override { return getHead().toldStatus(); }
+  HeadStatus presentStatus() override { return getHead().status(); }
+  int presetHere() override { return getHead().presetHere(); }
+  CallDelay makeCallDelay() override { return head.makeCallDelay(); }
 
  private:
   void tellObserver();

@@ -35,11 +35,16 @@ std::optional<AxisCommand> axisCommand(int kind, double value) {
   }
 }
 
+HeadParameters::HeadParameters(Known known) : known(std::move(known)) {}
+
 HeadParameters::HeadParameters(std::map<std::string, std::string> parameters, IsReady isReady)
-    : parameters(std::move(parameters)), isReady(std::move(isReady)) {}
+    : known([parameters = std::move(parameters), isReady = std::move(isReady)] {
+        return isReady() ? &parameters : nullptr;
+      }) {}
 
 std::string HeadParameters::answer(std::string_view request) const {
-  if (!isReady()) {
+  const auto* parameters = known();
+  if (parameters == nullptr) {
     return "0 0";
   }
   if (request.ends_with('\r')) {
@@ -54,9 +59,9 @@ std::string HeadParameters::answer(std::string_view request) const {
   if (name.starts_with(ROOT)) {
     name.erase(0, ROOT.size());
   }
-  const auto found = parameters.find(name);
+  const auto found = parameters->find(name);
   const std::string fullName = std::string(ROOT) + name;
-  if (found == parameters.end()) {
+  if (found == parameters->end()) {
     return "error: no parameter " + fullName;
   }
   return fullName + "=" + found->second;

@@ -28,15 +28,18 @@ class HeadParameters {
  public:
   using IsReady = std::function<bool()>;
 
-  // Names are without "root.".
+  // What is known, null while the head starts. Names are without "root.".
+  using Known = std::function<const std::map<std::string, std::string>*()>;
+  explicit HeadParameters(Known known);
+
+  // The same, of what never changes.
   HeadParameters(std::map<std::string, std::string> parameters, IsReady isReady);
 
   // Both without line feed.
   std::string answer(std::string_view request) const;
 
  private:
-  std::map<std::string, std::string> parameters;
-  IsReady isReady;
+  Known known;
 };
 
 }  // namespace device

@@ -1,5 +1,6 @@
 #include "services/ptz_service.h"
 
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -13,6 +14,7 @@ namespace {
 
 constexpr char NAME[] = "com.orva.PTZService";
 constexpr char PATH[] = "/com/orva/PTZService";
+constexpr char NO_STATUS[] = "com.orva.PTZService.NoStatus";
 
 EventKeys topics(const char* event) {
   return {{"topic0", "tns1", "PTZController", false, false, "", "", ""},
@@ -82,12 +84,18 @@ struct PtzService::Handlers {
       return TRUE;
     }
     callsOf(self).take(invocation, [=, told = clockOf(self, HeadCall_e::status)] {
-      const HeadStatus status = head(self).toldStatus();
+      const std::optional<HeadStatus> known = head(self).toldStatus();
       return [=] {
+        told();
+        if (!known) {
+          g_dbus_method_invocation_return_dbus_error(invocation, NO_STATUS,
+                                                     "The head does not say where it is");
+          return;
+        }
+        const HeadStatus& status = *known;
         bus_ptzservice_complete_get_status(skeleton, invocation, status.pan, status.panMoving,
                                            status.tilt, status.tiltMoving, status.zoom,
                                            status.zoomMoving);
-        told();
       };
     });
     return TRUE;
@@ -126,7 +134,7 @@ struct PtzService::Handlers {
     }
     GVariantBuilder builder;
     g_variant_builder_init(&builder, G_VARIANT_TYPE("a(iddi)"));
-    for (const auto& [preset, position] : head(self).getPresets()) {
+    for (const auto& [preset, position] : head(self).presets()) {
       g_variant_builder_add(&builder, "(iddi)", preset, position.pan, position.tilt, position.zoom);
     }
     bus_ptzservice_complete_list_presets(skeleton, invocation, g_variant_builder_end(&builder));
@@ -144,7 +152,7 @@ struct PtzService::Handlers {
 
   static DelayedCalls& callsOf(gpointer self) { return static_cast<PtzService*>(self)->calls; }
 
-  static Head& head(gpointer self) { return static_cast<PtzService*>(self)->drive.getHead(); }
+  static ServedHead& head(gpointer self) { return static_cast<PtzService*>(self)->head; }
 
   // Answers with an error itself.
   static bool accepts(GDBusMethodInvocation* invocation, guint channel, guint speed = 0) {
@@ -157,9 +165,9 @@ struct PtzService::Handlers {
   }
 };
 
-PtzService::PtzService(GDBusConnection* connection, HeadDrive& drive, EventService& events)
-    : drive(drive),
-      calls(drive.getHead().makeCallDelay()),
+PtzService::PtzService(GDBusConnection* connection, ServedHead& head, EventService& events)
+    : head(head),
+      calls(head.makeCallDelay()),
       events(events),
       presetEvent(events.declare(presetKeys(), false)),
       moveEvent(events.declare(moveKeys(), false)),
@@ -175,8 +183,7 @@ PtzService::PtzService(GDBusConnection* connection, HeadDrive& drive, EventServi
 }
 
 void PtzService::update() {
-  const Head& head = drive.getHead();
-  const bool isMoving = head.status().moving();
+  const bool isMoving = head.presentStatus().moving();
   const int presetHere = head.presetHere();
   if (presetHere != preset && preset != 0) {
     sendPreset(false, preset);

@@ -10,7 +10,7 @@
 #include "services/bus.h"
 #include "services/delayed_calls.h"
 #include "services/event_service.h"
-#include "services/head_drive.h"
+#include "services/served_head.h"
 
 namespace device {
 
@@ -22,7 +22,7 @@ enum class HeadCall_e { move, status };
 class PtzService {
  public:
   // Head and events must outlive the service.
-  PtzService(GDBusConnection* connection, HeadDrive& drive, EventService& events);
+  PtzService(GDBusConnection* connection, ServedHead& head, EventService& events);
 
   // Sends the events that are due. Call it often.
   void update();
@@ -36,7 +36,7 @@ class PtzService {
 
   void sendPreset(bool onPreset, int token);
 
-  HeadDrive& drive;
+  ServedHead& head;
   DelayedCalls calls;
   EventService& events;
   std::uint32_t presetEvent;

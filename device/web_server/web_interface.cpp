@@ -208,7 +208,7 @@ std::string WebInterface::presentEvents() const {
 }
 
 std::string WebInterface::liveOpening() {
-  std::string text = streamMessage("model", modelJson(sources.model, sources.run, sources.world));
+  std::string text = streamMessage("model", sources.model());
   text += streamMessage("daemon", daemonJson(running));
   text += streamMessage("history", lastMinute.json(sources.seconds()));
   text += followingMessage();
@@ -225,15 +225,17 @@ void WebInterface::sendLive() {
     return;
   }
   const double now = sources.seconds();
-  live.send(streamMessage("head", headJson(now, sources.drive.getHead().status())));
-  live.send(streamMessage(
-      "world", worldJson(now, sources.world.people(now), sources.model.world.mastHeight)));
+  live.send(streamMessage("head", headJson(now, sources.head.presentStatus())));
+  if (sources.world) {
+    live.send(streamMessage("world", sources.world(now)));
+  }
 }
 
 // Whether or not anybody looks on: the page that is opened next begins with it.
 void WebInterface::keepMoment() {
   const double now = sources.seconds();
-  lastMinute.takeMoment(now, sources.drive.getHead().status(), sources.world.people(now));
+  lastMinute.takeMoment(now, sources.head.presentStatus(),
+                        sources.people ? sources.people(now) : std::vector<PersonView>{});
   if (following.expectation()) {
     lastMinute.takeExpectation(now, *following.expectation());
   }
@@ -263,9 +265,8 @@ std::string WebInterface::scoreMessage() const {
 void WebInterface::tellAbout() {
   const JsonAutoPtr about(json_object());
   json_object_set_new(about.get(), "version", json_string(DEVICE_VERSION));
-  json_object_set_new(about.get(), "model", jsonText(sources.model.name));
-  json_object_set_new(about.get(), "cameras",
-                      json_integer(static_cast<json_int_t>(sources.model.world.channels.size())));
+  json_object_set_new(about.get(), "model", jsonText(sources.name));
+  json_object_set_new(about.get(), "cameras", json_integer(sources.cameras));
   json_object_set_new(about.get(), "url", jsonText(url()));
   json_object_set_new(about.get(), "start", jsonText(start));
   for (const auto& publisher : publishers) {

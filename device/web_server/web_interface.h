@@ -11,13 +11,12 @@
 #include <vector>
 
 #include "base/units.h"
-#include "model/model.h"
 #include "report/report.h"
 #include "services/event_service.h"
-#include "services/head_drive.h"
 #include "services/parameter_store.h"
 #include "services/periodic_timer.h"
 #include "services/ptz_service.h"
+#include "services/served_head.h"
 #include "services/syslog_server.h"
 #include "web_server/device_api.h"
 #include "web_server/device_metrics.h"
@@ -27,16 +26,19 @@
 #include "web_server/last_minute.h"
 #include "web_server/mqtt_publisher.h"
 #include "web_server/web_server.h"
-#include "world/world.h"
+#include "world/frame.h"
 
 namespace device {
 
 // What the web interface shows; all of it outlives the interface.
 struct WebSources {
-  const Model& model;
-  RunInfo run;
-  const World& world;
-  HeadDrive& drive;
+  std::string name;                               // of what the device is
+  int cameras = 0;                                // its overview cameras
+  std::function<std::string()> model;             // the device itself, as modelJson tells it
+  std::function<std::string(double time)> world;  // who is there, as worldJson tells it; null where
+                                                  // nobody knows
+  std::function<std::vector<PersonView>(double time)> people;  // likewise
+  ServedHead& head;
   EventService& events;
   ParameterStore& parameters;
   std::function<double()> seconds;                   // since the device's start

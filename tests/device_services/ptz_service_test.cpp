@@ -6,6 +6,7 @@
 
 #include "base/units.h"
 #include "private_bus.h"
+#include "services/head_drive.h"
 
 namespace device {
 namespace {

@@ -16,9 +16,11 @@
 #include "broker.h"
 #include "device_services/private_bus.h"
 #include "fake_application.h"
+#include "services/head_drive.h"
 #include "support/temporary_folder.h"
 #include "web_client.h"
 #include "web_server/json_values.h"
+#include "web_server/live_json.h"
 
 namespace device {
 namespace {
@@ -65,14 +67,24 @@ class WebInterfaceTest : public testing::Test {
     options.port = 0;
     options.broker = broker;
     web.emplace(options, folder / "application",
-                WebSources{.model = model,
-                           .run = {.model = "perfect",
-                                   .tracks = "generated",
-                                   .scene = "square",
-                                   .transport = "socket",
-                                   .seed = 5},
-                           .world = world,
-                           .drive = drive,
+                WebSources{.name = model.name,
+                           .cameras = static_cast<int>(model.world.channels.size()),
+                           .model =
+                               [this] {
+                                 return modelJson(model,
+                                                  {.model = "perfect",
+                                                   .tracks = "generated",
+                                                   .scene = "square",
+                                                   .transport = "socket",
+                                                   .seed = 5},
+                                                  world);
+                               },
+                           .world =
+                               [this](double time) {
+                                 return worldJson(time, world.people(time), model.world.mastHeight);
+                               },
+                           .people = [this](double time) { return world.people(time); },
+                           .head = drive,
                            .events = events,
                            .parameters = parameters,
                            .seconds = [this] { return seconds; },
