@@ -130,3 +130,20 @@ target_link_libraries(device_services PUBLIC device_core device_offers device_on
 
 add_executable(virtual_device main.cpp)
 target_link_libraries(virtual_device PRIVATE sentrel_options device_services)
+
+# Beside cameras of others: what a client of theirs says and reads, and the bridge on top of it.
+add_library(device_onvif_client STATIC
+  onvif_client/head_facts.cpp
+  onvif_client/metadata_document.cpp
+  onvif_client/metadata_joiner.cpp)
+target_link_libraries(device_onvif_client PUBLIC device_onvif base PkgConfig::GLIB
+                                          PRIVATE sentrel_options)
+
+add_library(device_bridge STATIC
+  bridge/frame_clock.cpp
+  bridge/head_map.cpp
+  bridge/head_moves.cpp
+  bridge/head_sight.cpp
+  bridge/scene_maker.cpp)
+target_link_libraries(device_bridge PUBLIC device_services device_onvif_client
+                                    PRIVATE sentrel_options)

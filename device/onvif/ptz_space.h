@@ -29,6 +29,9 @@ constexpr char SPEED_DEGREES[] = "http://www.onvif.org/ver10/tptz/PanTiltSpaces/
 
 // Zoom: 0 wide to 1 tele.
 constexpr char ZOOM_POSITION[] = "http://www.onvif.org/ver10/tptz/ZoomSpaces/PositionGenericSpace";
+// Focal length.
+constexpr char ZOOM_MILLIMETRES[] =
+    "http://www.onvif.org/ver10/tptz/ZoomSpaces/PositionSpaceMillimeter";
 constexpr char ZOOM_TRANSLATION[] =
     "http://www.onvif.org/ver10/tptz/ZoomSpaces/TranslationGenericSpace";
 constexpr char ZOOM_VELOCITY[] = "http://www.onvif.org/ver10/tptz/ZoomSpaces/VelocityGenericSpace";
