@@ -133,17 +133,36 @@ target_link_libraries(virtual_device PRIVATE sentrel_options device_services)
 
 # Beside cameras of others: what a client of theirs says and reads, and the bridge on top of it.
 add_library(device_onvif_client STATIC
+  onvif_client/camera_calls.cpp
+  onvif_client/camera_clock.cpp
+  onvif_client/camera_facts.cpp
+  onvif_client/gstreamer.cpp
   onvif_client/head_facts.cpp
   onvif_client/metadata_document.cpp
-  onvif_client/metadata_joiner.cpp)
-target_link_libraries(device_onvif_client PUBLIC device_onvif base PkgConfig::GLIB
+  onvif_client/metadata_joiner.cpp
+  onvif_client/metadata_stream.cpp
+  onvif_client/soap_reply.cpp)
+target_compile_definitions(device_onvif_client PRIVATE GSTREAMER_PLUGINS="${GSTREAMER_PLUGINS}")
+target_link_libraries(device_onvif_client PUBLIC device_onvif base PkgConfig::GLIB PkgConfig::SOUP
+                                                 PkgConfig::GST_RTSP
                                           PRIVATE sentrel_options)
 
 add_library(device_bridge STATIC
+  bridge/bridge.cpp
+  bridge/bridge_options.cpp
+  bridge/bridge_settings.cpp
+  bridge/camera_link.cpp
   bridge/frame_clock.cpp
   bridge/head_map.cpp
   bridge/head_moves.cpp
   bridge/head_sight.cpp
-  bridge/scene_maker.cpp)
+  bridge/remote_head.cpp
+  bridge/remote_overview.cpp
+  bridge/scene_maker.cpp
+  bridge/told_parameters.cpp)
+target_compile_definitions(device_bridge PRIVATE DEVICE_WEB="${SENTREL_DEVICE_DATA}/web")
 target_link_libraries(device_bridge PUBLIC device_services device_onvif_client
                                     PRIVATE sentrel_options)
+
+add_executable(sentrelvideo-onvif bridge/bridge_main.cpp)
+target_link_libraries(sentrelvideo-onvif PRIVATE sentrel_options device_bridge)

@@ -12,6 +12,9 @@ namespace {
 constexpr char DIGEST_TYPE[] =
     "http://docs.oasis-open.org/wss/2004/01/"
     "oasis-200401-wss-username-token-profile-1.0#PasswordDigest";
+constexpr char BASE64_TYPE[] =
+    "http://docs.oasis-open.org/wss/2004/01/"
+    "oasis-200401-wss-soap-message-security-1.0#Base64Binary";
 constexpr std::size_t LONGEST_NONCE = 256;  // characters of Base64
 constexpr std::size_t SHA1_LENGTH = 20;     // bytes
 
@@ -64,6 +67,18 @@ std::optional<UserToken> readUserToken(const XmlElement& security) {
   result.nonce = fromBase64(textOfChild(*token, ns::SECURITY, "Nonce"));
   result.created = textOfChild(*token, ns::SECURITY_UTILITY, "Created");
   return result;
+}
+
+Tag userTokenTag(const std::string& user, const std::string& password, const std::string& nonce,
+                 const std::string& created) {
+  const GTextPtr encoded(
+      g_base64_encode(reinterpret_cast<const guchar*>(nonce.data()), nonce.size()));
+  return Tag("wsse:Security", Attribute("s:mustUnderstand", "1"),
+             Tag("wsse:UsernameToken", Tag("wsse:Username", user),
+                 Tag("wsse:Password", Attribute("Type", DIGEST_TYPE),
+                     passwordDigest(nonce, created, password)),
+                 Tag("wsse:Nonce", Attribute("EncodingType", BASE64_TYPE), encoded.get()),
+                 Tag("wsu:Created", created)));
 }
 
 bool isSameSecret(const std::string& one, const std::string& other) {

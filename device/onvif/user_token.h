@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "onvif/tag.h"
 #include "onvif/xml.h"
 
 namespace device::onvif {
@@ -24,6 +25,10 @@ std::string passwordDigest(const std::string& nonce, const std::string& created,
 // The token of a wsse:Security header; nothing when it has none. Parts that are missing, or not
 // what they have to be (a password in clear, a nonce that is no Base64), are empty.
 std::optional<UserToken> readUserToken(const XmlElement& security);
+
+// The header wsse:Security with such a token. nonce: random bytes, new for each message.
+Tag userTokenTag(const std::string& user, const std::string& password, const std::string& nonce,
+                 const std::string& created);
 
 // True when both are the same, in a time that does not tell where they differ.
 bool isSameSecret(const std::string& one, const std::string& other);

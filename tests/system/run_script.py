@@ -54,6 +54,7 @@ class Run:
         self._process = subprocess.Popen([str(word) for word in command], stdout=subprocess.PIPE,
                                          stderr=subprocess.STDOUT, text=True,
                                          errors="backslashreplace")
+        self.pid = self._process.pid
         self.output = Journal()
         self._reader = self.output.follow(line.rstrip("\n") for line in self._process.stdout)
 
@@ -64,6 +65,13 @@ class Run:
 
     def interrupt(self):
         self._process.send_signal(signal.SIGINT)
+
+    def pause(self):
+        """The script alone: what it has started goes on."""
+        self._process.send_signal(signal.SIGSTOP)
+
+    def resume(self):
+        self._process.send_signal(signal.SIGCONT)
 
     def kill(self):
         if self._process.poll() is None:

@@ -1,0 +1,51 @@
+#include <glib-unix.h>
+
+#include <csignal>
+#include <exception>
+#include <iostream>
+
+#include "bridge/bridge.h"
+#include "services/bus.h"
+
+namespace {
+
+using device::bridge::Bridge;
+using device::bridge::BridgeOptions;
+using device::bridge::Credentials;
+
+constexpr int FAILED = 1;
+constexpr int USAGE = 2;
+
+gboolean stopBridge(gpointer bridge) {
+  static_cast<Bridge*>(bridge)->stop();
+  return G_SOURCE_CONTINUE;
+}
+
+int runBridge(const BridgeOptions& options) {
+  const Credentials credentials =
+      options.credentials ? device::bridge::readCredentials(*options.credentials) : Credentials();
+  const auto connection = device::connectToSystemBus();
+  Bridge bridge(options, device::bridge::readSettings(options.settings), credentials,
+                device::DevicePaths(), connection.get());
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    g_unix_signal_add(signal, stopBridge, &bridge);
+  }
+  return bridge.run();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  // No proxy stands between here and a camera; to look for one would need the user's settings.
+  g_setenv("GIO_USE_PROXY_RESOLVER", "dummy", TRUE);
+  g_setenv("GSETTINGS_BACKEND", "memory", TRUE);
+  try {
+    return runBridge(device::bridge::parseBridgeOptions({argv, argv + argc}));
+  } catch (const OptionError& error) {
+    std::cerr << error.what() << '\n';
+    return USAGE;
+  } catch (const std::exception& error) {
+    std::cerr << error.what() << '\n';
+    return FAILED;
+  }
+}

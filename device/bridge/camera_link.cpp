@@ -1,0 +1,207 @@
+#include "bridge/camera_link.h"
+
+#include <algorithm>
+#include <stdexcept>
+#include <utility>
+
+#include "base/units.h"
+#include "onvif/namespaces.h"
+
+namespace device::bridge {
+
+namespace {
+
+using onvif::MediaProfile;
+using onvif::SoapReply;
+using onvif::Tag;
+using onvif::XmlElement;
+namespace ns = onvif::ns;
+
+constexpr char NO_HEAD[] =
+    "The camera has no profile that moves a head: switch PTZ on in one of its profiles";
+constexpr char NO_OBJECTS[] =
+    "The camera has no profile with a picture and analytics: switch object analytics on in the "
+    "camera, and metadata in the same profile";
+
+}  // namespace
+
+CameraLink::CameraLink(const CameraAddress& address, const onvif::Login& login, bool isHead,
+                       bool wantsMetadata, Callbacks callbacks)
+    : address(address),
+      login(login),
+      isHead(isHead),
+      wantsMetadata(wantsMetadata),
+      callbacks(std::move(callbacks)),
+      calls(address.device, login) {
+  begin();
+}
+
+CameraLink::~CameraLink() = default;
+
+void CameraLink::begin() {
+  finding = {};
+  ask(address.device, Tag("tds:GetServices", Tag("tds:IncludeCapability", false)),
+      &CameraLink::servicesCame);
+}
+
+// An operation that a camera does not have is answered by next with nothing.
+void CameraLink::ask(const std::string& service, Tag operation, Next next) {
+  calls.call(service, std::move(operation), [this, next](const SoapReply& reply) {
+    if (!reply.ok() && reply.failure().trouble != onvif::Trouble::missing) {
+      return failed(reply.failure().words);
+    }
+    (this->*next)(reply.ok() ? std::optional(reply.body()) : std::nullopt);
+  });
+}
+
+void CameraLink::servicesCame(const std::optional<XmlElement>& response) {
+  if (response) {
+    finding.services = onvif::readServices(*response);
+  }
+  if (finding.services.contains(ns::MEDIA) || finding.services.contains(ns::MEDIA2)) {
+    return askIdentity();
+  }
+  ask(address.device, Tag("tds:GetCapabilities", Tag("tds:Category", "All")),
+      &CameraLink::capabilitiesCame);
+}
+
+void CameraLink::capabilitiesCame(const std::optional<XmlElement>& response) {
+  if (response) {
+    finding.services = onvif::readCapabilities(*response);
+  }
+  if (!finding.services.contains(ns::MEDIA)) {
+    return failed("What answers there is no camera, or does not say what it has");
+  }
+  askIdentity();
+}
+
+void CameraLink::askIdentity() {
+  ask(address.device, Tag("tds:GetDeviceInformation"), &CameraLink::identityCame);
+}
+
+void CameraLink::identityCame(const std::optional<XmlElement>& response) {
+  if (response) {
+    finding.identity = onvif::readIdentity(*response);
+  }
+  if (usesMedia2()) {
+    ask(finding.services[ns::MEDIA2], Tag("tr2:GetProfiles", Tag("tr2:Type", "All")),
+        &CameraLink::profilesCame);
+  } else {
+    ask(finding.services[ns::MEDIA], Tag("trt:GetProfiles"), &CameraLink::profilesCame);
+  }
+}
+
+void CameraLink::profilesCame(const std::optional<XmlElement>& response) {
+  const auto profiles = response ? onvif::readProfiles(*response) : std::vector<MediaProfile>();
+  const auto fits = [&](const MediaProfile& profile) {
+    if (!address.profile.empty()) {
+      return profile.token == address.profile;
+    }
+    return isHead ? !profile.ptz.empty() : profile.hasSource && profile.hasAnalytics;
+  };
+  const auto chosen = std::ranges::find_if(profiles, fits);
+  if (chosen == profiles.end()) {
+    const std::string missing = "The camera has no profile " + address.profile;
+    return failed(!address.profile.empty() ? missing : isHead ? NO_HEAD : NO_OBJECTS);
+  }
+  if (isHead && (chosen->ptz.empty() || !finding.services.contains(ns::PTZ))) {
+    return failed(NO_HEAD);
+  }
+  finding.profile = *chosen;
+  found = finding;
+  callbacks.onFound(*found);
+  if (wantsMetadata) {
+    return prepareMetadata();
+  }
+  succeeded();
+}
+
+// The metadata of a head are a help only: polling does without.
+void CameraLink::prepareMetadata() {
+  const MediaProfile& profile = found->profile;
+  if (profile.metadata.empty()) {
+    return failed("The profile " + profile.token +
+                  " has no metadata: add a metadata configuration to it in the camera");
+  }
+  if (!isHead && !profile.metadataTellsObjects) {
+    return failed("The metadata of the profile " + profile.token +
+                  " tell no objects: switch analytics on in the metadata configuration " +
+                  profile.metadata + " of the camera");
+  }
+  askForStream();
+}
+
+void CameraLink::askForStream() {
+  const std::string& token = found->profile.token;
+  if (usesMedia2()) {
+    ask(found->services[ns::MEDIA2],
+        Tag("tr2:GetStreamUri", Tag("tr2:Protocol", "RTSP"), Tag("tr2:ProfileToken", token)),
+        &CameraLink::streamCame);
+    return;
+  }
+  ask(found->services[ns::MEDIA],
+      Tag("trt:GetStreamUri",
+          Tag("trt:StreamSetup", Tag("tt:Stream", "RTP-Unicast"),
+              Tag("tt:Transport", Tag("tt:Protocol", "RTSP"))),
+          Tag("trt:ProfileToken", token)),
+      &CameraLink::streamCame);
+}
+
+void CameraLink::streamCame(const std::optional<XmlElement>& response) {
+  std::string uri;
+  for (const XmlElement& child : response ? response->children() : std::vector<XmlElement>()) {
+    const auto inner = child.child(ns::SCHEMA, "Uri");
+    uri = child.name().name == "Uri" ? child.text() : inner ? inner->text() : uri;
+  }
+  if (!uri.starts_with("rtsp://")) {
+    return failed("The camera does not say where its stream is");
+  }
+  openStream(onvif::reachedAt(uri, address.device));
+}
+
+void CameraLink::openStream(const std::string& uri) try {
+  stream = std::make_unique<onvif::MetadataStream>(
+      uri, login,
+      onvif::MetadataStream::Callbacks{[this](const onvif::MetadataArrival& arrival) {
+                                         succeeded();
+                                         callbacks.onMetadata(arrival);
+                                       },
+                                       [this](const std::string& words) { failed(words); }});
+} catch (const std::runtime_error& error) {
+  failed(error.what());
+}
+
+void CameraLink::succeeded() {
+  pause.succeeded();
+  if (!told.empty()) {
+    told.clear();
+    callbacks.announce("The camera is there again");
+  }
+}
+
+void CameraLink::failed(const std::string& words) {
+  if (std::exchange(told, words) != words) {
+    callbacks.announce(words);
+  }
+  if (stream) {
+    stream.reset();
+    callbacks.onLost();
+  }
+  retry.reset(
+      g_timeout_source_new(static_cast<guint>(pause.next() / units::MICROSECONDS_PER_MILLISECOND)));
+  g_source_set_callback(retry.get(), retryDue, this, nullptr);
+  g_source_attach(retry.get(), g_main_context_get_thread_default());
+}
+
+bool CameraLink::usesMedia2() const {
+  return finding.services.contains(ns::MEDIA2);
+}
+
+// Whatever it was, the camera may be another one by now.
+gboolean CameraLink::retryDue(gpointer data) {
+  auto* self = static_cast<CameraLink*>(data);
+  self->begin();
+  return G_SOURCE_REMOVE;
+}
+
+}  // namespace device::bridge

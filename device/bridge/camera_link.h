@@ -1,0 +1,86 @@
+#ifndef DEVICE_BRIDGE_CAMERA_LINK_H
+#define DEVICE_BRIDGE_CAMERA_LINK_H
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "base/glib_ptr.h"
+#include "bridge/bridge_settings.h"
+#include "bridge/growing_pause.h"
+#include "onvif_client/camera_calls.h"
+#include "onvif_client/camera_facts.h"
+#include "onvif_client/metadata_stream.h"
+
+namespace device::bridge {
+
+// Tells the user something of a camera; once for each change, not for each attempt.
+using Announce = std::function<void(const std::string& text)>;
+
+// What was found at a camera.
+struct CameraFound {
+  onvif::CameraIdentity identity;
+  onvif::ServiceAddresses services;
+  onvif::MediaProfile profile;
+};
+
+// The way to one camera: finds out what it has, keeps its metadata coming, and begins anew with
+// growing pauses after whatever goes wrong. In the main loop of its thread.
+class CameraLink {
+ public:
+  struct Callbacks {
+    std::function<void(const CameraFound& found)> onFound;
+    std::function<void(const onvif::MetadataArrival& arrival)> onMetadata;
+    std::function<void()> onLost;  // the metadata, for a while
+    Announce announce;
+  };
+
+  // isHead: the profile has to have a PTZ configuration; else a source and analytics. Throws
+  // std::runtime_error for what is no address.
+  CameraLink(const CameraAddress& address, const onvif::Login& login, bool isHead,
+             bool wantsMetadata, Callbacks callbacks);
+  CameraLink(const CameraLink&) = delete;
+  CameraLink& operator=(const CameraLink&) = delete;
+  ~CameraLink();
+
+  onvif::CameraCalls& getCalls() { return calls; }
+  const std::optional<CameraFound>& getFound() const { return found; }
+
+ private:
+  using Next = void (CameraLink::*)(const std::optional<onvif::XmlElement>&);
+
+  void begin();
+  void ask(const std::string& service, onvif::Tag operation, Next next);
+  void servicesCame(const std::optional<onvif::XmlElement>& response);
+  void capabilitiesCame(const std::optional<onvif::XmlElement>& response);
+  void askIdentity();
+  void identityCame(const std::optional<onvif::XmlElement>& response);
+  void profilesCame(const std::optional<onvif::XmlElement>& response);
+  void prepareMetadata();
+  void askForStream();
+  void streamCame(const std::optional<onvif::XmlElement>& response);
+  void openStream(const std::string& uri);
+  void succeeded();
+  void failed(const std::string& words);
+  bool usesMedia2() const;
+  static gboolean retryDue(gpointer self);
+
+  CameraAddress address;
+  onvif::Login login;
+  bool isHead;
+  bool wantsMetadata;
+  Callbacks callbacks;
+  onvif::CameraCalls calls;
+  CameraFound finding;
+  std::optional<CameraFound> found;
+  std::unique_ptr<onvif::MetadataStream> stream;
+  GrowingPause pause;
+  GSourcePtr retry;
+  std::string told;  // the trouble that was told last
+};
+
+}  // namespace device::bridge
+
+#endif

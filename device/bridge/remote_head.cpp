@@ -1,0 +1,386 @@
+#include "bridge/remote_head.h"
+
+#include <glib.h>
+
+#include <algorithm>
+#include <cmath>
+#include <numeric>
+
+#include "base/text.h"
+#include "base/units.h"
+#include "onvif/namespaces.h"
+#include "onvif_client/xml_number.h"
+
+namespace device::bridge {
+
+namespace {
+
+using onvif::SoapReply;
+using onvif::Tag;
+using onvif::XmlElement;
+namespace ns = onvif::ns;
+
+constexpr std::int64_t SLOW = 200000;  // microseconds from a question to its answer
+constexpr std::int64_t MINUTE = units::fromSeconds(60);
+constexpr std::int64_t LAST_WORD = 500000;  // microseconds
+constexpr double SMOOTHING = 0.1;
+constexpr std::size_t SHORTEST_PRODUCT = 5;
+constexpr double TENTHS = 10;
+constexpr double SAME_PLACE = 0.5;  // degrees
+constexpr int SAME_ZOOM = 50;
+constexpr int MOST_PRESETS = 1000;
+
+// As the application tells products apart: at least so long, without blanks.
+std::string productOf(std::string name) {
+  std::ranges::replace(name, ' ', '-');
+  name.resize(std::max(name.size(), SHORTEST_PRODUCT), '-');
+  return name.starts_with("K47") ? "-" + name : name;
+}
+
+std::string tenthsOf(double degrees) {
+  return std::to_string(std::lround(degrees * TENTHS));
+}
+
+bool isAboutTimeout(const onvif::Failure& failure) {
+  return failure.hasSubcode("TimeoutNotSupported") ||
+         failure.words.find("imeout") != std::string::npos;
+}
+
+}  // namespace
+
+RemoteHead::RemoteHead(const HeadSettings& settings, const onvif::Login& login, Announce announce)
+    : settings(settings),
+      announce(std::move(announce)),
+      map({}, settings.told),
+      moves("", map),
+      sight(settings.believesMoves),
+      link(settings.address, login, true, settings.usesMetadata,
+           {.onFound = [this](const CameraFound& camera) { found(camera); },
+            .onMetadata = [this](const auto& arrival) { metadataCame(arrival); },
+            .onLost = [] {},
+            .announce = this->announce}),
+      timer(TICK, [this] { step(); }) {}
+
+RemoteHead::~RemoteHead() = default;
+
+void RemoteHead::command(const HeadCommand& command) {
+  moves.command(command, g_get_monotonic_time());
+  sendMove(g_get_monotonic_time());
+}
+
+void RemoteHead::goHome(int speed) {
+  moves.goHome(speed, g_get_monotonic_time());
+  sendMove(g_get_monotonic_time());
+}
+
+bool RemoteHead::setPreset(int preset) {
+  if (preset < 1 || preset > MOST_PRESETS || !areFactsKnown) {
+    return false;
+  }
+  const HeadStatus here = presentStatus();
+  Tag operation = withProfile("tptz:SetPreset");
+  operation.add(Tag("tptz:PresetName", "SentrelVideo " + std::to_string(preset)));
+  if (const auto present = presetTable.find(preset); present != presetTable.end()) {
+    operation.add(Tag("tptz:PresetToken", present->second.token));
+  }
+  link.getCalls().call(service(), std::move(operation), [this, preset, here](const auto& reply) {
+    const auto token =
+        reply.ok() ? reply.body().child(ns::PTZ, "PresetToken") : std::optional<XmlElement>();
+    if (token) {
+      presetTable[preset] = {token->text(), {here.pan, here.tilt, here.zoom}};
+    } else {
+      announce("The head has not kept the preset");
+    }
+  });
+  return true;
+}
+
+bool RemoteHead::goToPreset(int preset, int speed) {
+  const auto found = presetTable.find(preset);
+  if (found == presetTable.end()) {
+    return false;
+  }
+  moves.goToPreset(found->second.token, speed, g_get_monotonic_time());
+  return true;
+}
+
+std::map<int, HeadPosition> RemoteHead::presets() {
+  std::map<int, HeadPosition> result;
+  for (const auto& [number, preset] : presetTable) {
+    result[number] = preset.position;
+  }
+  return result;
+}
+
+std::optional<HeadStatus> RemoteHead::toldStatus() {
+  return sight.status(g_get_monotonic_time());
+}
+
+HeadStatus RemoteHead::presentStatus() {
+  const auto taken = sight.getTaken();
+  return taken ? sight.status(*taken).value_or(HeadStatus()) : HeadStatus();
+}
+
+int RemoteHead::presetHere() {
+  const HeadStatus here = presentStatus();
+  if (here.moving()) {
+    return 0;
+  }
+  for (const auto& [number, preset] : presetTable) {
+    const HeadPosition& there = preset.position;
+    if (std::abs(units::wrapped(here.pan - there.pan)) <= SAME_PLACE &&
+        std::abs(here.tilt - there.tilt) <= SAME_PLACE &&
+        std::abs(here.zoom - there.zoom) <= SAME_ZOOM) {
+      return number;
+    }
+  }
+  return 0;
+}
+
+const std::map<std::string, std::string>* RemoteHead::parameters() const {
+  return known.empty() ? nullptr : &known;
+}
+
+void RemoteHead::stopForGood() {
+  if (!areFactsKnown || !moves.isDriven()) {
+    return;
+  }
+  bool isAnswered = false;
+  const std::int64_t until = g_get_monotonic_time() + LAST_WORD;
+  Tag operation = withProfile("tptz:Stop");
+  operation.add(Tag("tptz:PanTilt", true)).add(Tag("tptz:Zoom", true));
+  link.getCalls().call(service(), std::move(operation), [&](const auto&) { isAnswered = true; });
+  moves.stop(g_get_monotonic_time());
+  while (!isAnswered && g_get_monotonic_time() < until) {
+    g_main_context_iteration(g_main_context_get_thread_default(), TRUE);  // the timer's at least
+  }
+}
+
+void RemoteHead::found(const CameraFound& camera) {
+  facts = {};  // until all is told anew, the map has the former ones
+  if (camera.profile.ptzNode.empty()) {
+    return ask(Tag("tptz:GetNodes"), &RemoteHead::nodeCame);
+  }
+  ask(Tag("tptz:GetNode", Tag("tptz:NodeToken", camera.profile.ptzNode)), &RemoteHead::nodeCame);
+}
+
+void RemoteHead::ask(Tag operation, Answered answered) {
+  link.getCalls().call(service(), std::move(operation),
+                       [this, answered](const SoapReply& reply) { (this->*answered)(reply); });
+}
+
+// What is not told is not known: each answer may be missing.
+void RemoteHead::nodeCame(const SoapReply& reply) {
+  if (reply.ok() && reply.body().firstChild()) {
+    onvif::readHeadFacts(*reply.body().firstChild(), &facts);
+  }
+  ask(Tag("tptz:GetConfigurations"), &RemoteHead::configurationsCame);
+}
+
+void RemoteHead::configurationsCame(const SoapReply& reply) {
+  const std::string token = link.getFound() ? link.getFound()->profile.ptz : "";
+  for (const XmlElement& one : reply.ok() ? reply.body().children() : std::vector<XmlElement>()) {
+    if (one.attribute("token") == token) {
+      onvif::readHeadFacts(one, &facts);
+    }
+  }
+  ask(Tag("tptz:GetConfigurationOptions", Tag("tptz:ConfigurationToken", token)),
+      &RemoteHead::optionsCame);
+}
+
+void RemoteHead::optionsCame(const SoapReply& reply) {
+  if (reply.ok() && reply.body().firstChild()) {
+    onvif::readHeadFacts(*reply.body().firstChild(), &facts);
+  }
+  nowKnown();
+  ask(withProfile("tptz:GetPresets"), &RemoteHead::presetsCame);
+}
+
+void RemoteHead::nowKnown() {
+  if (!link.getFound()) {
+    return;
+  }
+  map = HeadMap(facts, settings.told);
+  moves.setHead(link.getFound()->profile.token, map);
+  areFactsKnown = true;
+  statusDue = 0;
+  const std::string missing = map.whatIsMissing();
+  if (!missing.empty()) {
+    announce(missing);
+    return;
+  }
+  tellParameters();
+}
+
+void RemoteHead::tellParameters() {
+  const CameraFound& camera = *link.getFound();
+  known = {{"Brand.ProdNbr",
+            productOf(settings.product.empty() ? camera.identity.model : settings.product)},
+           {"PTZ.Limit.L1.MinFieldAngle", tenthsOf(settings.told.fieldAngles.low)},
+           {"PTZ.Limit.L1.MaxFieldAngle", tenthsOf(settings.told.fieldAngles.high)},
+           {"PTZ.Limit.L1.MinZoom", std::to_string(HeadMap::LEAST_ZOOM)},
+           {"PTZ.Limit.L1.MaxZoom", std::to_string(HeadMap::MOST_ZOOM)},
+           {"ImageSource.I0.Sensor.AspectRatio", "16:9"},
+           {"Image.I0.Appearance.Resolution", "1920x1080"},
+           {"ImageSource.I0.Video.DetectedType", ""}};
+  const onvif::MediaProfile& profile = camera.profile;
+  if (profile.pictureWidth > 0 && profile.pictureHeight > 0) {
+    const int common = std::gcd(profile.pictureWidth, profile.pictureHeight);
+    known["ImageSource.I0.Sensor.AspectRatio"] = std::to_string(profile.pictureWidth / common) +
+                                                 ":" +
+                                                 std::to_string(profile.pictureHeight / common);
+    known["Image.I0.Appearance.Resolution"] =
+        std::to_string(profile.pictureWidth) + "x" + std::to_string(profile.pictureHeight);
+  }
+  const auto axes = map.limits();
+  const auto add = [&](const std::string& name, const Range& range) {
+    known["PTZ.Limit.L1.Min" + name] = text::formatted("%.2f", range.low);
+    known["PTZ.Limit.L1.Max" + name] = text::formatted("%.2f", range.high);
+  };
+  if (axes && axes->pan.high - axes->pan.low < units::FULL_TURN) {
+    add("Pan", axes->pan);
+  }
+  if (axes) {
+    add("Tilt", axes->tilt);
+  }
+}
+
+void RemoteHead::presetsCame(const SoapReply& reply) {
+  if (!reply.ok()) {
+    return;
+  }
+  int next = 1;
+  for (const XmlElement& element : reply.body().children()) {
+    const std::string token = element.attribute("token").value_or("");
+    const auto number = text::toNumber<int>(token);
+    while (presetTable.contains(next)) {
+      ++next;
+    }
+    const bool isFree = number && *number >= 1 && !presetTable.contains(*number);
+    const int key = isFree ? *number : next;
+    if (token.empty() || key > MOST_PRESETS) {
+      continue;
+    }
+    Preset preset{token, {}};
+    if (const auto position = element.child(ns::SCHEMA, "PTZPosition")) {
+      const HeadReading there = onvif::readHeadPosition(*position);
+      const auto degrees = there.panTilt ? map.degreesOf(*there.panTilt) : std::nullopt;
+      preset.position = {degrees ? degrees->pan : 0, degrees ? degrees->tilt : 0,
+                         map.zoomOf(there).value_or(HeadMap::LEAST_ZOOM)};
+    }
+    presetTable[key] = preset;
+  }
+}
+
+void RemoteHead::step() {
+  const std::int64_t now = g_get_monotonic_time();
+  sendMove(now);
+  askStatus(now);
+}
+
+void RemoteHead::sendMove(std::int64_t now) {
+  if (!areFactsKnown) {
+    return;
+  }
+  auto call = moves.next(now, sight.status(now));
+  if (!call) {
+    return;
+  }
+  link.getCalls().call(service(), std::move(call->operation),
+                       [this](const SoapReply& reply) { moveAnswered(reply); });
+  if (moves.isCompromised() && !std::exchange(isCompromiseTold, true)) {
+    announce("The head cannot go to a place on one axis and at a speed on the other at a time");
+  }
+}
+
+void RemoteHead::moveAnswered(const SoapReply& reply) {
+  const std::int64_t now = g_get_monotonic_time();
+  if (reply.ok()) {
+    moves.answered({.ok = true, .isTimeoutRefused = false, .isOperationMissing = false}, now);
+    tell(&moveTrouble, "");
+  } else {
+    const onvif::Failure& failure = reply.failure();
+    moves.answered({.ok = false,
+                    .isTimeoutRefused = isAboutTimeout(failure),
+                    .isOperationMissing = failure.trouble == onvif::Trouble::missing},
+                   now);
+    tell(&moveTrouble, "The head does not do as it is told. " + failure.words);
+  }
+  sendMove(now);
+}
+
+void RemoteHead::askStatus(std::int64_t now) {
+  if (!areFactsKnown || isStatusAsked || now < statusDue) {
+    return;
+  }
+  isStatusAsked = true;
+  link.getCalls().call(service(), withProfile("tptz:GetStatus"),
+                       [this, now](const SoapReply& reply) { statusCame(reply, now); });
+}
+
+// It was taken somewhere between the question and the answer.
+void RemoteHead::statusCame(const SoapReply& reply, std::int64_t asked) {
+  const std::int64_t now = g_get_monotonic_time();
+  isStatusAsked = false;
+  const auto status =
+      reply.ok() ? reply.body().child(ns::PTZ, "PTZStatus") : std::optional<XmlElement>();
+  if (!status) {
+    statusDue = now + statusPause.next();
+    const std::string why = reply.ok() ? "Its answer is empty" : reply.failure().words;
+    return tell(&statusTrouble, "The head does not say where it is. " + why);
+  }
+  statusPause.succeeded();
+  tell(&statusTrouble, "");
+  measure(now - asked, now);
+  statusDue = asked + std::max(STATUS_PERIOD, 2 * roundTrip);
+  const HeadReading reading = onvif::readHeadReading(*status);
+  if (map.zoomLaw(reading) == ZoomLaw::guessed && !std::exchange(isGuessTold, true)) {
+    announce(
+        "The head does not tell its field angle: until a zoom table is measured, pictures are "
+        "framed by a guess");
+  }
+  sight.told(reading, map, asked + (now - asked) / 2);
+}
+
+void RemoteHead::metadataCame(const onvif::MetadataArrival& arrival) try {
+  if (!areFactsKnown) {
+    return;
+  }
+  for (const HeadReading& reading : onvif::readMetadata(arrival.document).head) {
+    sight.told(reading, map, arrival.time);
+  }
+} catch (const onvif::MetadataError&) {
+  // Its status is asked for besides.
+}
+
+void RemoteHead::measure(std::int64_t trip, std::int64_t now) {
+  const double known = roundTrip == 0 ? static_cast<double>(trip) : static_cast<double>(roundTrip);
+  roundTrip = static_cast<std::int64_t>(known + SMOOTHING * (static_cast<double>(trip) - known));
+  const bool isDue = slownessTold == 0 || now - slownessTold >= MINUTE;
+  if (roundTrip > SLOW && isDue) {
+    slownessTold = now;
+    announce("The head takes " + std::to_string(roundTrip / units::MICROSECONDS_PER_MILLISECOND) +
+             " ms for an answer: it will follow late");
+  }
+}
+
+void RemoteHead::tell(std::string* last, const std::string& words) {
+  if (std::exchange(*last, words) == words) {
+    return;
+  }
+  announce(words.empty() ? "The head answers again" : words);
+}
+
+std::string RemoteHead::service() const {
+  const auto& found = link.getFound();
+  const auto address =
+      found ? found->services.find(ns::PTZ) : onvif::ServiceAddresses::const_iterator();
+  return found && address != found->services.end() ? address->second : settings.address.device;
+}
+
+Tag RemoteHead::withProfile(const char* name) const {
+  const auto& found = link.getFound();
+  return Tag(name, Tag("tptz:ProfileToken", found ? found->profile.token : ""));
+}
+
+}  // namespace device::bridge

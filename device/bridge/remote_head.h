@@ -1,0 +1,99 @@
+#ifndef DEVICE_BRIDGE_REMOTE_HEAD_H
+#define DEVICE_BRIDGE_REMOTE_HEAD_H
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "bridge/bridge_settings.h"
+#include "bridge/camera_link.h"
+#include "bridge/head_moves.h"
+#include "bridge/head_sight.h"
+#include "services/periodic_timer.h"
+#include "services/served_head.h"
+
+namespace device::bridge {
+
+// A head that is reached by ONVIF. One command at a time is on its way, and one question for the
+// status beside it, ten times a second as long as the answers come fast enough; what the metadata
+// tell counts as well, whichever is newer. When the daemon has been silent for a second, or at the
+// end, the head is stopped.
+class RemoteHead : public ServedHead {
+ public:
+  static constexpr std::int64_t TICK = 10000;            // microseconds
+  static constexpr std::int64_t STATUS_PERIOD = 100000;  // microseconds, at least
+
+  RemoteHead(const HeadSettings& settings, const onvif::Login& login, Announce announce);
+  ~RemoteHead() override;
+
+  void command(const HeadCommand& command) override;
+  void goHome(int speed) override;
+  bool setPreset(int preset) override;
+  bool goToPreset(int preset, int speed) override;
+  std::map<int, HeadPosition> presets() override;
+  std::optional<HeadStatus> toldStatus() override;
+  HeadStatus presentStatus() override;
+  int presetHere() override;
+  CallDelay makeCallDelay() override { return {{}, 0}; }
+
+  // What the daemon asks the head for, names without "root."; null as long as too little is known.
+  const std::map<std::string, std::string>* parameters() const;
+
+  // Sends the last word, and waits half a second for the head's answer at most.
+  void stopForGood();
+
+ private:
+  using Answered = void (RemoteHead::*)(const onvif::SoapReply& reply);
+
+  void found(const CameraFound& camera);
+  void ask(onvif::Tag operation, Answered answered);
+  void nodeCame(const onvif::SoapReply& reply);
+  void configurationsCame(const onvif::SoapReply& reply);
+  void optionsCame(const onvif::SoapReply& reply);
+  void presetsCame(const onvif::SoapReply& reply);
+  void nowKnown();
+  void tellParameters();
+  void step();
+  void sendMove(std::int64_t now);
+  void moveAnswered(const onvif::SoapReply& reply);
+  void askStatus(std::int64_t now);
+  void statusCame(const onvif::SoapReply& reply, std::int64_t asked);
+  void metadataCame(const onvif::MetadataArrival& arrival);
+  void measure(std::int64_t trip, std::int64_t now);
+  void tell(std::string* last, const std::string& words);
+  std::string service() const;
+  onvif::Tag withProfile(const char* name) const;
+
+  struct Preset {
+    std::string token;
+    HeadPosition position;
+  };
+
+  HeadSettings settings;
+  Announce announce;
+  HeadFacts facts;
+  HeadMap map;
+  HeadMoves moves;
+  HeadSight sight;
+  bool areFactsKnown = false;
+  std::map<std::string, std::string> known;  // parameters()
+  std::map<int, Preset> presetTable;
+  bool isStatusAsked = false;
+  std::int64_t statusDue = 0;
+  GrowingPause statusPause;
+  std::int64_t roundTrip = 0;  // microseconds, smoothed
+  std::int64_t slownessTold = 0;
+  std::string moveTrouble;  // as they were told last
+  std::string statusTrouble;
+  bool isCompromiseTold = false;
+  bool isGuessTold = false;
+  CameraLink link;
+  PeriodicTimer timer;
+};
+
+}  // namespace device::bridge
+
+#endif

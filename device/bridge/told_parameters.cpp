@@ -1,0 +1,104 @@
+#include "bridge/told_parameters.h"
+
+#include <jansson.h>
+
+#include <numeric>
+
+#include "base/json_auto_ptr.h"
+#include "base/text.h"
+#include "web_server/json_values.h"
+
+namespace device::bridge {
+
+namespace {
+
+std::string ratioOf(const onvif::PixelSize& size) {
+  const int common = std::gcd(size.width, size.height);
+  return std::to_string(size.width / common) + ":" + std::to_string(size.height / common);
+}
+
+std::string degrees(double value) {
+  return text::formatted("%.4f", value);
+}
+
+std::string metres(double value) {
+  return text::formatted("%.3f", value);
+}
+
+json_t* channelJson(const OverviewSettings& camera, int number) {
+  return json_pack("{s:i,s:o,s:i,s:i,s:i,s:f,s:f,s:f,s:f,s:f,s:b}", "camera", number, "name",
+                   jsonText(camera.name), "width", camera.picture.width, "height",
+                   camera.picture.height, "rotation", 0, "pan", camera.pan, "tilt", camera.tilt,
+                   "roll", camera.roll, "hfov", camera.horizontalFov, "vfov", camera.verticalFov,
+                   "moves_with_head", 0);
+}
+
+}  // namespace
+
+std::map<std::string, std::string> parametersOf(const BridgeSettings& settings, bool usesModule) {
+  std::map<std::string, std::string> all;
+  for (const auto& [name, value] : settings.parameters) {
+    all["root." + (name.starts_with("root.") ? name.substr(5) : name)] = value;
+  }
+  const auto tell = [&all](const std::string& name, const std::string& value) {
+    all.try_emplace("root." + name, value);
+  };
+  const std::size_t count = settings.cameras.size();
+  tell("Brand.ProdNbr", "ONVIF-BRIDGE");
+  tell("Properties.PTZ.PTZ", "yes");
+  tell("Properties.PTZ.DigitalPTZ", "no");
+  tell("Properties.PTZ.DriverManagement", "no");
+  tell("Properties.RemoteCameraControl.TRAVO", "yes");
+  tell("Properties.EmbeddedDevelopment.Version", usesModule ? "2.16" : "2.14");
+  tell("Properties.EmbeddedDevelopment.RuleEngine.MultiConfiguration", count > 1 ? "yes" : "no");
+  tell("ImageSource.NbrOfSources", std::to_string(count));
+  tell("SentrelVideo.Following", settings.following);
+  tell("SentrelVideo.MastHeight", metres(settings.mastHeight));
+  if (settings.head.statusAge) {
+    tell("SentrelVideo.StatusAge", metres(*settings.head.statusAge));
+  }
+  for (std::size_t i = 0; i < count; ++i) {
+    const OverviewSettings& camera = settings.cameras[i];
+    const std::string source = "ImageSource.I" + std::to_string(i);
+    const std::string centre = "PTZ.RemoteCenter.C" + std::to_string(i + 1);
+    const std::string overview = "SentrelVideo.Overview.C" + std::to_string(i + 1);
+    tell(source + ".Name", camera.name);
+    tell(source + ".Sensor.AspectRatio", ratioOf(camera.picture));
+    tell("Image.I" + std::to_string(i) + ".Appearance.Resolution",
+         std::to_string(camera.picture.width) + "x" + std::to_string(camera.picture.height));
+    tell(centre + ".Pan", degrees(camera.pan));
+    tell(centre + ".Tilt", degrees(camera.tilt));
+    tell(centre + ".Roll", degrees(camera.roll));
+    tell(overview + ".OffsetX", metres(camera.offsetX));
+    tell(overview + ".OffsetY", metres(camera.offsetY));
+  }
+  return all;
+}
+
+std::vector<Lens> lensesOf(const BridgeSettings& settings) {
+  std::vector<Lens> lenses;
+  for (const OverviewSettings& camera : settings.cameras) {
+    lenses.push_back({camera.horizontalFov, camera.verticalFov, 0});
+  }
+  return lenses;
+}
+
+std::string modelJsonOf(const BridgeSettings& settings, const std::string& product) {
+  json_t* channels = json_array();
+  for (std::size_t i = 0; i < settings.cameras.size(); ++i) {
+    json_array_append_new(channels, channelJson(settings.cameras[i], static_cast<int>(i) + 1));
+  }
+  const HeadTold& head = settings.head.told;
+  const auto home = head.home.value_or(std::pair(0.0, 0.0));
+  json_t* headJson =
+      json_pack("{s:o,s:f,s:f,s:f,s:{s:f,s:f}}", "product", jsonText(product), "min_field_angle",
+                head.fieldAngles.low, "max_field_angle", head.fieldAngles.high, "aspect",
+                16.0 / 9.0, "home", "pan", home.first, "tilt", home.second);
+  const JsonAutoPtr json(json_pack("{s:s,s:s,s:s,s:I,s:f,s:o,s:o}", "name", "onvif", "tracks",
+                                   "real", "transport", "onvif", "seed", json_int_t{0},
+                                   "mast_height_m", settings.mastHeight, "channels", channels,
+                                   "head", headJson));
+  return lineOf(json.get());
+}
+
+}  // namespace device::bridge

@@ -1,0 +1,25 @@
+#ifndef DEVICE_BRIDGE_TOLD_PARAMETERS_H
+#define DEVICE_BRIDGE_TOLD_PARAMETERS_H
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "bridge/bridge_settings.h"
+#include "services/lens_service.h"
+
+namespace device::bridge {
+
+// What the application asks a device for, by full name, as the settings have it. Parameters that
+// the settings name themselves count before these.
+std::map<std::string, std::string> parametersOf(const BridgeSettings& settings, bool usesModule);
+
+// The lenses of the overview cameras. Their pictures are upright, and so is what they tell.
+std::vector<Lens> lensesOf(const BridgeSettings& settings);
+
+// The page's "model" message.
+std::string modelJsonOf(const BridgeSettings& settings, const std::string& product);
+
+}  // namespace device::bridge
+
+#endif

@@ -1,0 +1,16 @@
+#ifndef DEVICE_ONVIF_CLIENT_LOGIN_H
+#define DEVICE_ONVIF_CLIENT_LOGIN_H
+
+#include <string>
+
+namespace device::onvif {
+
+// Who calls a camera; an empty name: nobody in particular, for cameras without users.
+struct Login {
+  std::string user;
+  std::string password;
+};
+
+}  // namespace device::onvif
+
+#endif

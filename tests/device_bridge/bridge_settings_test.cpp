@@ -1,0 +1,120 @@
+#include "bridge/bridge_settings.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <fstream>
+#include <string>
+
+#include "bridge/told_parameters.h"
+#include "support/temporary_folder.h"
+
+namespace device::bridge {
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+
+constexpr char HEAD[] = R"("head": {"address": "http://a/", "field_angles": [2.5, 63.4]})";
+constexpr char CAMERA[] =
+    R"({"address": "http://b/", "horizontal_fov": 27, "vertical_fov": 15.4, "pan": 10})";
+
+std::string whole(const std::string& more = "") {
+  return std::string("{") + HEAD + R"(, "cameras": [)" + CAMERA + "]" + more + "}";
+}
+
+std::string complaintOf(const std::string& json) {
+  try {
+    settingsOf(json, "cameras.json");
+    return "";
+  } catch (const SettingsError& error) {
+    return error.what();
+  }
+}
+
+TEST(BridgeSettingsTest, LeastSettingsAreAHeadAndACamera) {
+  const BridgeSettings settings = settingsOf(whole(), "cameras.json");
+  EXPECT_EQ("http://a/", settings.head.address.device);
+  EXPECT_DOUBLE_EQ(63.4, settings.head.told.fieldAngles.high);
+  EXPECT_DOUBLE_EQ(10, settings.cameras.at(0).pan);
+  EXPECT_DOUBLE_EQ(0.5, settings.cameras[0].wishes.likelihood);
+  EXPECT_EQ("predictive", settings.following);
+}
+
+TEST(BridgeSettingsTest, FaultsAreToldWithTheirPlace) {
+  EXPECT_THAT(complaintOf("{"), HasSubstr("cameras.json, line 1"));
+  EXPECT_THAT(complaintOf("{}"), HasSubstr("head is missing"));
+  EXPECT_THAT(complaintOf(std::string("{") + HEAD + "}"), HasSubstr("cameras has to be a list"));
+  EXPECT_THAT(complaintOf(whole(R"(, "mast_hight": 3)")), HasSubstr("mast_hight is not known"));
+  EXPECT_THAT(complaintOf(whole(R"(, "mast_height": 0)")), HasSubstr("from 0.5 to 200"));
+  EXPECT_THAT(complaintOf(whole(R"(, "following": "blind")")), HasSubstr("following"));
+  EXPECT_THAT(complaintOf(R"({"head": {"address": "http://a/"}})"), HasSubstr("head.field_angles"));
+  EXPECT_THAT(complaintOf(R"({"head": {"address": 3}})"), HasSubstr("head.address"));
+  EXPECT_THAT(complaintOf(std::string("{") + HEAD + R"(, "cameras": [{}]})"),
+              HasSubstr("cameras[0].address is missing"));
+  EXPECT_THAT(complaintOf(R"({"head": {"address": "http://a/", "field_angles": [2, 60],
+                             "zoom_table": [[0, 60], [0.5, 70]]}})"),
+              HasSubstr("zoom_table"));
+}
+
+TEST(BridgeSettingsTest, ApplicationIsToldWhatItAsksADeviceFor) {
+  const auto parameters = parametersOf(
+      settingsOf(whole(R"(, "mast_height": 7.5, "parameters": {"ImageSource.I0.Name": "Gate"})"),
+                 "cameras.json"),
+      false);
+  EXPECT_EQ("1", parameters.at("root.ImageSource.NbrOfSources"));
+  EXPECT_EQ("16:9", parameters.at("root.ImageSource.I0.Sensor.AspectRatio"));
+  EXPECT_EQ("10.0000", parameters.at("root.PTZ.RemoteCenter.C1.Pan"));
+  EXPECT_EQ("7.500", parameters.at("root.SentrelVideo.MastHeight"));
+  EXPECT_EQ("Gate", parameters.at("root.ImageSource.I0.Name"));
+  EXPECT_EQ("2.14", parameters.at("root.Properties.EmbeddedDevelopment.Version"));
+}
+
+class CredentialsTest : public testing::Test {
+ protected:
+  std::string write(const std::string& text, mode_t mode) {
+    const std::string path = folder / "credentials.json";
+    std::ofstream(path) << text;
+    chmod(path.c_str(), mode);
+    return path;
+  }
+
+  std::string complaintOf(const std::string& path) {
+    try {
+      readCredentials(path);
+      return "";
+    } catch (const SettingsError& error) {
+      return error.what();
+    }
+  }
+
+  TemporaryFolder folder;
+};
+
+constexpr char GOOD[] = R"({"gate": {"user": "anna", "password": "secret word"}})";
+
+TEST_F(CredentialsTest, FileOfTheOwnerAloneIsRead) {
+  const Credentials credentials = readCredentials(write(GOOD, 0600));
+  EXPECT_EQ("secret word", loginOf(credentials, "gate").password);
+  EXPECT_EQ("", loginOf(credentials, "").user);
+  EXPECT_THROW(loginOf(credentials, "door"), SettingsError);
+}
+
+TEST_F(CredentialsTest, FileThatOthersCanReadIsRefused) {
+  for (const mode_t mode : {0640U, 0604U, 0620U}) {
+    EXPECT_THAT(complaintOf(write(GOOD, mode)), HasSubstr("mode 0600"));
+  }
+}
+
+TEST_F(CredentialsTest, FaultsAreToldWithoutAWordOfTheFile) {
+  for (const char* text : {R"({"gate": {"user": "anna", "password": "secret word")",
+                           R"({"gate": {"password": "secret word"}})", R"(["secret word"])"}) {
+    const std::string words = complaintOf(write(text, 0600));
+    EXPECT_NE("", words);
+    EXPECT_THAT(words, Not(HasSubstr("secret")));
+  }
+}
+
+}  // namespace
+}  // namespace device::bridge

@@ -1,0 +1,162 @@
+// The bridge's cameras against the product's own ONVIF side, in one process.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "bridge/remote_head.h"
+#include "bridge/remote_overview.h"
+#include "device_services/private_bus.h"
+#include "onvif_server/onvif_camera.h"
+#include "support/source_folder.h"
+
+namespace device::bridge {
+namespace {
+
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+constexpr char USER[] = "anna";
+
+class RemoteCameraTest : public testing::Test {
+ protected:
+  RemoteCameraTest() : model(loadModel(modelsFolder(), "perfect")) {
+    options.user = WebUser{USER, "secret word"};
+    camera = std::make_unique<onvif::OnvifCamera>(
+        options, onvif::OnvifSources{model, world, drive, events, [] { return 20.0; },
+                                     [](const std::string&) {}});
+  }
+
+  HeadSettings headSettings() const {
+    HeadSettings settings;
+    settings.address = {camera->url(), USER, "head"};
+    settings.told.fieldAngles = {2.5, 63.4};
+    return settings;
+  }
+
+  Announce announce() {
+    return [this](const std::string& text) { announced.push_back(text); };
+  }
+
+  DbusDaemon bus;
+  GObjectPtr<GDBusConnection> connection = connectToSystemBus();
+  EventService events{connection.get()};
+  Model model;
+  World world{model.world, {}};
+  HeadDrive drive{model.head, g_get_monotonic_time};
+  onvif::OnvifOptions options;
+  std::unique_ptr<onvif::OnvifCamera> camera;
+  std::vector<std::string> announced;
+};
+
+TEST_F(RemoteCameraTest, HeadIsMovedAndSaysWhereItIsInDegrees) {
+  RemoteHead head(headSettings(), {USER, "secret word"}, announce());
+  EXPECT_EQ(nullptr, head.parameters()) << "nothing is known yet";
+  ASSERT_TRUE(iterateUntil([&] { return head.toldStatus().has_value(); }));
+  EXPECT_NEAR(-3.6, head.toldStatus()->tilt, 0.01);
+  ASSERT_NE(nullptr, head.parameters());
+  EXPECT_EQ("634", head.parameters()->at("PTZ.Limit.L1.MaxFieldAngle"));
+  EXPECT_EQ("-90.00", head.parameters()->at("PTZ.Limit.L1.MinTilt"));
+  EXPECT_FALSE(head.parameters()->contains("PTZ.Limit.L1.MinPan")) << "it turns for ever";
+
+  head.command({.pan = {MoveKind::continuous, 40}, .tilt = {}, .zoom = {MoveKind::continuous, 50}});
+  ASSERT_TRUE(iterateUntil([&] { return head.toldStatus() && head.toldStatus()->pan > 10; }));
+  EXPECT_GT(head.toldStatus()->zoom, 50);
+  EXPECT_TRUE(head.toldStatus()->panMoving);
+  EXPECT_GT(drive.getHead().status().pan, 10);
+  // Nobody commands any more: it stands after a second, in which it turns by 40 degrees.
+  ASSERT_TRUE(iterateUntil([&] { return !drive.getHead().status().moving(); }));
+  EXPECT_LT(drive.getHead().status().pan, 50);
+  EXPECT_THAT(announced, IsEmpty());
+}
+
+TEST_F(RemoteCameraTest, HeadIsStoppedAtTheEnd) {
+  RemoteHead head(headSettings(), {USER, "secret word"}, announce());
+  ASSERT_TRUE(iterateUntil([&] { return head.toldStatus().has_value(); }));
+  head.command({.pan = {MoveKind::continuous, 100}, .tilt = {}, .zoom = {}});
+  ASSERT_TRUE(iterateUntil([&] { return drive.getHead().status().pan > 5; }));
+  head.stopForGood();
+  ASSERT_TRUE(iterateUntil([&] { return !drive.getHead().status().moving(); }));
+  EXPECT_LT(drive.getHead().status().pan, 60);
+}
+
+TEST_F(RemoteCameraTest, PresetsAndTheWayHomeAreTheHeads) {
+  RemoteHead head(headSettings(), {USER, "secret word"}, announce());
+  ASSERT_TRUE(iterateUntil([&] { return head.toldStatus().has_value(); }));
+  EXPECT_FALSE(head.goToPreset(3, 100));
+  ASSERT_TRUE(head.setPreset(3));
+  ASSERT_TRUE(iterateUntil([&] { return head.presets().contains(3); }));
+  EXPECT_EQ(1U, drive.getHead().getPresets().size());
+  head.command({.pan = {MoveKind::absolute, 20}, .tilt = {MoveKind::absolute, -30}, .zoom = {}});
+  ASSERT_TRUE(iterateUntil([&] {
+    const HeadStatus status = drive.getHead().status();
+    return status.pan > 19.99 && status.tilt < -29.99;
+  }));
+  ASSERT_TRUE(head.goToPreset(3, 100));
+  ASSERT_TRUE(iterateUntil([&] { return head.presetHere() == 3; }));
+  EXPECT_NEAR(0, drive.getHead().status().pan, 0.01);
+}
+
+TEST_F(RemoteCameraTest, WrongPasswordIsTold) {
+  const RemoteHead head(headSettings(), {USER, "guess"}, announce());
+  ASSERT_TRUE(iterateUntil([&] { return !announced.empty(); }));
+  EXPECT_THAT(announced[0], HasSubstr("password"));
+  EXPECT_THAT(announced[0], testing::Not(HasSubstr("guess")));
+}
+
+TEST_F(RemoteCameraTest, FramesOfTheAnalyticsComeAsTheyWere) {
+  OverviewSettings settings;
+  settings.address = {camera->url(), USER, "overview1"};
+  std::vector<Frame> frames;
+  const RemoteOverview overview(
+      settings, {USER, "secret word"}, [&](const Frame& frame) { frames.push_back(frame); },
+      announce());
+  Frame sent;
+  sent.objects.push_back({.id = 7,
+                          .box = {{{-2048, -1024}, {-2048, 1024}, {-1024, 1024}, {-1024, -1024}}},
+                          .outline = {{-2048, -1024}, {-1024, -1024}, {-1500, 1024}},
+                          .velocity = {100, 0}});
+  ASSERT_TRUE(iterateUntil([&] {
+    sent.timestamp = g_get_monotonic_time();
+    camera->frame(0, sent);
+    return frames.size() >= 3;
+  }));
+  const Frame& frame = frames.back();
+  ASSERT_EQ(1U, frame.objects.size());
+  EXPECT_EQ(1, frame.objects[0].id) << "a number of its own";
+  EXPECT_EQ(sent.objects[0].box, frame.objects[0].box);
+  EXPECT_EQ(sent.objects[0].outline, frame.objects[0].outline);
+  EXPECT_LE(frame.timestamp, g_get_monotonic_time());
+  EXPECT_GT(frame.timestamp, g_get_monotonic_time() - 2000000);
+  const auto merged = FrameEvent{FrameAction::deletion, {7}, {}};
+  sent.objects.clear();
+  sent.events.push_back(merged);
+  camera->frame(0, sent);
+  ASSERT_TRUE(iterateUntil([&] { return !frames.back().events.empty(); }));
+  EXPECT_EQ((FrameEvent{FrameAction::deletion, {1}, {}}), frames.back().events[0]);
+}
+
+TEST_F(RemoteCameraTest, CameraThatGoesIsToldAndItsObjectsGo) {
+  OverviewSettings settings;
+  settings.address = {camera->url(), USER, "overview1"};
+  std::vector<Frame> frames;
+  const RemoteOverview overview(
+      settings, {USER, "secret word"}, [&](const Frame& frame) { frames.push_back(frame); },
+      announce());
+  Frame sent;
+  sent.objects.push_back(
+      {.id = 7, .box = {{{0, 0}, {0, 99}, {99, 99}, {99, 0}}}, .outline = {}, .velocity = {}});
+  ASSERT_TRUE(iterateUntil([&] {
+    sent.timestamp = g_get_monotonic_time();
+    camera->frame(0, sent);
+    return !frames.empty();
+  }));
+  camera.reset();
+  ASSERT_TRUE(iterateUntil([&] { return !announced.empty() && !frames.back().events.empty(); }));
+  EXPECT_EQ(FrameAction::deletion, frames.back().events[0].action);
+}
+
+}  // namespace
+}  // namespace device::bridge
