@@ -26,6 +26,7 @@ using GTextPtr = std::unique_ptr<char, GDeleter<g_free>>;
 using GBytesPtr = std::unique_ptr<GBytes, GDeleter<g_bytes_unref>>;
 using GDateTimePtr = std::unique_ptr<GDateTime, GDeleter<g_date_time_unref>>;
 using GHashTablePtr = std::unique_ptr<GHashTable, GDeleter<g_hash_table_unref>>;
+using GMainContextPtr = std::unique_ptr<GMainContext, GDeleter<g_main_context_unref>>;
 using GMainLoopPtr = std::unique_ptr<GMainLoop, GDeleter<g_main_loop_unref>>;
 
 // A source of a main context, destroyed with its owner; destroying it from its own callback is
@@ -37,6 +38,19 @@ struct GSourceDeleter {
   }
 };
 using GSourcePtr = std::unique_ptr<GSource, GSourceDeleter>;
+
+// A reference to a source that its context goes on with when the reference has gone.
+using GSourceReference = std::unique_ptr<GSource, GDeleter<g_source_unref>>;
+
+// Has a context, by default the thread's, call the function after so many milliseconds, and again
+// until it answers G_SOURCE_REMOVE or the owner goes.
+inline GSourcePtr startTimer(guint milliseconds, GSourceFunc function, gpointer data,
+                             GMainContext* context = g_main_context_get_thread_default()) {
+  GSourcePtr timer(g_timeout_source_new(milliseconds));
+  g_source_set_callback(timer.get(), function, data, nullptr);
+  g_source_attach(timer.get(), context);
+  return timer;
+}
 
 // For arguments of type GError**: pass out(), then ask message().
 class ErrorSlot {

@@ -311,9 +311,7 @@ void VirtualDevice::announceEnd(const DaemonEnd& end) {
 }
 
 void VirtualDevice::restartLater() {
-  restart.reset(g_timeout_source_new(RESTART_DELAY));
-  g_source_set_callback(restart.get(), restartDue, this, nullptr);
-  g_source_attach(restart.get(), g_main_context_get_thread_default());
+  restart = startTimer(RESTART_DELAY, restartDue, this);
 }
 
 // Exceptions may not pass the main loop.

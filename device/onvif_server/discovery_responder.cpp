@@ -112,9 +112,7 @@ void DiscoveryResponder::answerLater(const DiscoveryQuestion& question,
                                      GObjectPtr<GSocketAddress> asker) {
   Waiting& entry = waiting.emplace_back(Waiting{this, question, std::move(asker), nullptr});
   const auto delay = static_cast<guint>(g_random_int_range(0, MOST_DELAY));
-  entry.timer.reset(g_timeout_source_new(delay));
-  g_source_set_callback(entry.timer.get(), due, &entry, nullptr);
-  g_source_attach(entry.timer.get(), g_main_context_get_thread_default());
+  entry.timer = startTimer(delay, due, &entry);
 }
 
 gboolean DiscoveryResponder::due(gpointer data) {

@@ -216,9 +216,7 @@ RtspServer::RtspServer(const StreamOptions& options, const std::vector<StreamSet
   listen(options);
   const GObjectPtr<GstRTSPSessionPool> sessions(gst_rtsp_server_get_session_pool(server.get()));
   gst_rtsp_session_pool_set_max_sessions(sessions.get(), MOST_SESSIONS);
-  cleaner.reset(g_timeout_source_new(CLEANING_PERIOD));
-  g_source_set_callback(cleaner.get(), cleanUp, this, nullptr);
-  g_source_attach(cleaner.get(), context.get());
+  cleaner = startTimer(CLEANING_PERIOD, cleanUp, this, context.get());
   thread = std::thread([this] { g_main_loop_run(loop.get()); });
 }
 

@@ -58,7 +58,7 @@ class RtspServer {
   void listen(const StreamOptions& options);
   static gboolean cleanUp(gpointer self);
 
-  std::unique_ptr<GMainContext, GDeleter<g_main_context_unref>> context;
+  GMainContextPtr context;
   GMainLoopPtr loop;
   GObjectPtr<GstRTSPServer> server;
   GSourcePtr listener;

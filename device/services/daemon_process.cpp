@@ -91,10 +91,8 @@ void DaemonProcess::terminate() {
   asked = g_get_monotonic_time();
   kill(pid, SIGTERM);
   // Not the timer of whole seconds: to wake up together with others, it may fire early.
-  grace.reset(
-      g_timeout_source_new(static_cast<guint>(graceSeconds * units::MILLISECONDS_PER_SECOND)));
-  g_source_set_callback(grace.get(), graceOver, this, nullptr);
-  g_source_attach(grace.get(), g_main_context_get_thread_default());
+  grace = startTimer(static_cast<guint>(graceSeconds * units::MILLISECONDS_PER_SECOND), graceOver,
+                     this);
 }
 
 void DaemonProcess::watch(pid_t child) {

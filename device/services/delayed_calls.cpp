@@ -29,9 +29,7 @@ void DelayedCalls::take(GDBusMethodInvocation* invocation, Work work) {
 
 void DelayedCalls::wait(Call& call, std::int64_t until, GSourceFunc then) {
   const std::int64_t left = std::max<std::int64_t>(until - g_get_monotonic_time(), 0);
-  call.timer.reset(g_timeout_source_new(static_cast<guint>((left + 999) / 1000)));
-  g_source_set_callback(call.timer.get(), then, &call, nullptr);
-  g_source_attach(call.timer.get(), g_main_context_get_thread_default());
+  call.timer = startTimer(static_cast<guint>((left + 999) / 1000), then, &call);
 }
 
 gboolean DelayedCalls::arrived(gpointer data) {

@@ -19,9 +19,7 @@ ApplicationForwarder::~ApplicationForwarder() = default;
 
 void ApplicationForwarder::forward(std::vector<std::uint8_t> bytes, Done done) {
   Waiting& last = waiting.emplace_back(Waiting{this, std::move(bytes), std::move(done), {}});
-  last.timer.reset(g_timeout_source_new(static_cast<guint>(timeout.count())));
-  g_source_set_callback(last.timer.get(), late, &last, nullptr);
-  g_source_attach(last.timer.get(), g_main_context_get_thread_default());
+  last.timer = startTimer(static_cast<guint>(timeout.count()), late, &last);
   if (!request) {
     sendFirst();
   }

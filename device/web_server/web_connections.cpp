@@ -139,9 +139,7 @@ void WebConnections::enter(Connection* connection, ConnectionStep_e step) {
   if (limit.count() == 0) {
     return;
   }
-  connection->timer.reset(g_timeout_source_new(static_cast<guint>(limit.count())));
-  g_source_set_callback(connection->timer.get(), late, connection, nullptr);
-  g_source_attach(connection->timer.get(), g_main_context_get_thread_default());
+  connection->timer = startTimer(static_cast<guint>(limit.count()), late, connection);
 }
 
 }  // namespace device

@@ -51,9 +51,7 @@ void WebListener::watch() {
 }
 
 void WebListener::standBack() {
-  source.reset(g_timeout_source_new(PAUSE));
-  g_source_set_callback(source.get(), paused, this, nullptr);
-  g_source_attach(source.get(), g_main_context_get_thread_default());
+  source = startTimer(PAUSE, paused, this);
 }
 
 gboolean WebListener::readable(GSocket*, GIOCondition, gpointer data) {

@@ -56,4 +56,38 @@ TEST(GSourcePtrTest, ItsSourceIsDestroyedWithIt) {
   g_source_unref(source);
 }
 
+TEST(GSourceReferenceTest, ItsSourceStaysWithTheContext) {
+  const GMainContextPtr context(g_main_context_new());
+  GSource* source = g_idle_source_new();
+  g_source_attach(source, context.get());
+  GSourceReference(source).reset();
+  EXPECT_FALSE(g_source_is_destroyed(source));
+}
+
+gboolean countCall(gpointer calls) {
+  ++*static_cast<int*>(calls);
+  return G_SOURCE_CONTINUE;
+}
+
+TEST(StartTimerTest, CallsAgainUntilItsOwnerGoes) {
+  const GMainContextPtr context(g_main_context_new());
+  int calls = 0;
+  GSourcePtr timer = startTimer(0, countCall, &calls, context.get());
+  g_main_context_iteration(context.get(), TRUE);
+  g_main_context_iteration(context.get(), TRUE);
+  EXPECT_EQ(calls, 2);
+  timer.reset();
+  EXPECT_FALSE(g_main_context_iteration(context.get(), FALSE));
+  EXPECT_EQ(calls, 2);
+}
+
+TEST(StartTimerTest, BelongsToTheThreadsContext) {
+  const GMainContextPtr context(g_main_context_new());
+  g_main_context_push_thread_default(context.get());
+  int calls = 0;
+  const GSourcePtr timer = startTimer(0, countCall, &calls);
+  g_main_context_pop_thread_default(context.get());
+  EXPECT_EQ(g_source_get_context(timer.get()), context.get());
+}
+
 }  // namespace

@@ -4,7 +4,6 @@
 #include <gio/gio.h>
 
 #include <functional>
-#include <memory>
 #include <string>
 
 #include "base/glib_ptr.h"
@@ -58,7 +57,7 @@ class BusServices {
   guint32 callBus(const char* method, GVariant* arguments);
 
   std::string ownName;
-  std::unique_ptr<GMainContext, GDeleter<g_main_context_unref>> context{g_main_context_new()};
+  GMainContextPtr context{g_main_context_new()};
   GObjectPtr<GDBusConnection> connection;
   LoopThread loop{context.get()};
 };

@@ -81,7 +81,7 @@ class PtzService {
                            PtzService* self) {
     self->note(invocation);
     self->openCounts.push_back(++self->open);
-    const std::unique_ptr<GSource, GDeleter<g_source_unref>> later(g_timeout_source_new(5));
+    const GSourceReference later(g_timeout_source_new(5));
     g_source_set_callback(
         later.get(),
         [](gpointer call) -> gboolean {

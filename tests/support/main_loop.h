@@ -6,7 +6,6 @@
 
 #include <functional>
 #include <future>
-#include <memory>
 #include <thread>
 #include <utility>
 
@@ -15,22 +14,18 @@
 // Runs the default main loop until a condition holds, which another thread may bring about; false
 // when it does not within a time that only a broken test needs.
 inline bool iterateUntil(const std::function<bool()>& condition) {
-  constexpr guint PATIENCE_SECONDS = 30;
+  constexpr guint PATIENCE_MS = 30000;
   constexpr guint LOOK_MS = 5;
   bool isOver = false;
-  const GSourcePtr patience(g_timeout_source_new_seconds(PATIENCE_SECONDS));
-  g_source_set_callback(
-      patience.get(),
+  const GSourcePtr patience = startTimer(
+      PATIENCE_MS,
       [](gpointer isOver) -> gboolean {
         *static_cast<bool*>(isOver) = true;
         return G_SOURCE_CONTINUE;
       },
       &isOver, nullptr);
-  g_source_attach(patience.get(), nullptr);
-  const GSourcePtr look(g_timeout_source_new(LOOK_MS));
-  g_source_set_callback(
-      look.get(), [](gpointer) -> gboolean { return G_SOURCE_CONTINUE; }, nullptr, nullptr);
-  g_source_attach(look.get(), nullptr);
+  const GSourcePtr look = startTimer(
+      LOOK_MS, [](gpointer) -> gboolean { return G_SOURCE_CONTINUE; }, nullptr, nullptr);
   while (!condition() && !isOver) {
     g_main_context_iteration(nullptr, TRUE);
   }
@@ -61,7 +56,7 @@ class LoopThread {
 
   // The same without waiting.
   void post(std::function<void()> function) {
-    const std::unique_ptr<GSource, GDeleter<g_source_unref>> source(g_idle_source_new());
+    const GSourceReference source(g_idle_source_new());
     g_source_set_priority(source.get(), G_PRIORITY_DEFAULT);
     g_source_set_callback(
         source.get(),

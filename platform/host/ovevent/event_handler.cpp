@@ -335,8 +335,7 @@ void EventHandler::lookForBus() {
     return;
   }
   isLookingForBus = true;
-  const std::unique_ptr<GSource, GDeleter<g_source_unref>> source(
-      g_timeout_source_new(LOOK_FOR_BUS_MS));
+  const GSourceReference source(g_timeout_source_new(LOOK_FOR_BUS_MS));
   g_source_set_callback(source.get(), &Signals::onLookForBus, Signals::of(*this),
                         &Signals::release);
   g_source_attach(source.get(), nullptr);
