@@ -1,9 +1,9 @@
 #include "onvif/discovery_message.h"
 
 #include <algorithm>
-#include <sstream>
 
 #include "base/glib_ptr.h"
+#include "base/text.h"
 #include "onvif/envelope.h"
 #include "onvif/namespaces.h"
 #include "onvif/tag.h"
@@ -15,17 +15,14 @@ constexpr char ACTIONS[] = "http://schemas.xmlsoap.org/ws/2005/04/discovery/";
 constexpr char EVERYBODY[] = "urn:schemas-xmlsoap-org:ws:2005:04:discovery";
 constexpr char ANONYMOUS[] = "http://schemas.xmlsoap.org/ws/2004/08/addressing/role/anonymous";
 constexpr char BY_SEGMENTS[] = "http://schemas.xmlsoap.org/ws/2005/04/discovery/rfc3986";
+constexpr std::string_view WHITE_SPACE = " \t\n\v\f\r";
 constexpr std::size_t LONGEST_ID = 256;
 // A datagram is far shorter than a request.
 constexpr XmlLimits LIMITS{.bytes = 65536, .depth = 16, .elements = 256, .attributes = 64};
 
 std::vector<std::string> words(const std::string& text) {
-  std::istringstream stream(text);
-  std::vector<std::string> result;
-  for (std::string word; stream >> word;) {
-    result.push_back(word);
-  }
-  return result;
+  const auto found = text::words(text, WHITE_SPACE);
+  return {found.begin(), found.end()};
 }
 
 std::vector<XmlName> readTypes(const XmlElement& types) {

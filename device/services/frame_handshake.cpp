@@ -13,24 +13,11 @@ using namespace std::string_view_literals;
 constexpr int ALL_PROPERTIES = FRAME_BOX | FRAME_POLYGON | FRAME_VELOCITY | FRAME_LOW_CONFIDENT;
 constexpr std::size_t SCENE_PROPERTIES = 3;  // of version 1.0, in the order of their bits
 
+constexpr std::string_view BLANK = " ";
+
 // With the zero byte that ends an answer.
 constexpr std::string_view SCENE_OK = "1.0 OK\0"sv;
 constexpr std::string_view SCENE_ERROR = "1.0 ERROR\0"sv;
-
-std::vector<std::string_view> split(std::string_view text) {
-  std::vector<std::string_view> tokens;
-  while (!text.empty()) {
-    const std::size_t end = text.find(' ');
-    if (end != 0) {
-      tokens.push_back(text.substr(0, end));
-    }
-    if (end == std::string_view::npos) {
-      break;
-    }
-    text.remove_prefix(end + 1);
-  }
-  return tokens;
-}
 
 std::optional<int> channelIn(std::string_view text, int first, int channels) {
   const auto number = text::toNumber<int>(text);
@@ -41,7 +28,7 @@ std::optional<int> channelIn(std::string_view text, int first, int channels) {
 }
 
 std::optional<FrameRequest> parseSceneRequest(std::string_view line, int channels) {
-  const auto tokens = split(line);
+  const auto tokens = text::words(line, BLANK);
   if (tokens.size() != 3 + SCENE_PROPERTIES) {
     return std::nullopt;
   }
@@ -67,7 +54,7 @@ std::optional<FrameRequest> parseSceneRequest(std::string_view line, int channel
 }
 
 std::optional<FrameRequest> parseSubscription(std::string_view line, int channels) {
-  const auto tokens = split(line);
+  const auto tokens = text::words(line, BLANK);
   if (tokens.size() != 3 || tokens[0] != "SUBSCRIBE") {
     return std::nullopt;
   }

@@ -4,21 +4,19 @@
 #include <map>
 #include <utility>
 
+#include "base/big_endian.h"
+
 namespace device {
 
 namespace {
 
-void appendBigEndian(std::uint64_t value, int bytes, std::vector<std::uint8_t>* out) {
-  for (int shift = 8 * (bytes - 1); shift >= 0; shift -= 8) {
-    out->push_back(static_cast<std::uint8_t>(value >> shift));
-  }
-}
-
 SharedBytes withHead(const std::vector<std::uint8_t>& payload, std::int64_t time) {
+  const auto length = toBigEndian(static_cast<std::uint32_t>(payload.size()));
+  const auto moment = toBigEndian(static_cast<std::uint64_t>(time));
   std::vector<std::uint8_t> bytes;
-  bytes.reserve(12 + payload.size());
-  appendBigEndian(payload.size(), 4, &bytes);
-  appendBigEndian(static_cast<std::uint64_t>(time), 8, &bytes);
+  bytes.reserve(length.size() + moment.size() + payload.size());
+  bytes.insert(bytes.end(), length.begin(), length.end());
+  bytes.insert(bytes.end(), moment.begin(), moment.end());
   bytes.insert(bytes.end(), payload.begin(), payload.end());
   return std::make_shared<const std::vector<std::uint8_t>>(std::move(bytes));
 }
