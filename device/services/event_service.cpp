@@ -22,9 +22,8 @@ struct EventService::Handlers {
     if (!keys) {
       return refuse(invocation, "A value has an unknown type");
     }
-    std::uint32_t id = 0;
-    const EventStatus_e status =
-        service->declareFor(sender(invocation), std::move(*keys), stateless != FALSE, &id);
+    const auto [status, id] =
+        service->declareFor(sender(invocation), std::move(*keys), stateless != FALSE);
     if (status != EventStatus_e::ok) {
       return refuse(invocation, toString(status));
     }
@@ -101,8 +100,7 @@ EventService::~EventService() {
 }
 
 std::uint32_t EventService::declare(EventKeys keys, bool stateless) {
-  std::uint32_t id = 0;
-  const EventStatus_e status = declareFor(DEVICE, std::move(keys), stateless, &id);
+  const auto [status, id] = declareFor(DEVICE, std::move(keys), stateless);
   g_return_val_if_fail(status == EventStatus_e::ok, 0);
   return id;
 }
@@ -115,28 +113,28 @@ bool EventService::isOfDevice(const Event& event) {
   return event.owner == DEVICE;
 }
 
-EventStatus_e EventService::declareFor(const std::string& owner, EventKeys keys, bool stateless,
-                                       std::uint32_t* id) {
-  const EventStatus_e status =
-      table.declare(owner, std::move(keys), stateless, g_get_real_time(), id);
-  if (status != EventStatus_e::ok) {
-    return status;
+EventTable::Declared EventService::declareFor(const std::string& owner, EventKeys keys,
+                                              bool stateless) {
+  const EventTable::Declared declared =
+      table.declare(owner, std::move(keys), stateless, g_get_real_time());
+  if (declared.status != EventStatus_e::ok) {
+    return declared;
   }
   if (owner != DEVICE) {
     watch(owner);
   }
-  bus_event_service_emit_declared(BUS_EVENT_SERVICE(object.get()), *id, stateless ? TRUE : FALSE,
-                                  toVariant(table.getEvents().at(*id).keys));
+  const Event& event = table.getEvents().at(declared.id);
+  bus_event_service_emit_declared(BUS_EVENT_SERVICE(object.get()), event.id,
+                                  stateless ? TRUE : FALSE, toVariant(event.keys));
   for (const Observer& observer : declaredObservers) {
-    observer(table.getEvents().at(*id));
+    observer(table.getEvents().at(declared.id));
   }
-  return status;
+  return declared;
 }
 
 EventStatus_e EventService::sendFor(const std::string& owner, std::uint32_t id,
                                     const EventKeys& keys, std::int64_t time) {
-  Event sent;
-  const EventStatus_e status = table.send(owner, id, keys, time, &sent);
+  const auto [status, sent] = table.send(owner, id, keys, time);
   if (status != EventStatus_e::ok) {
     return status;
   }

@@ -48,8 +48,7 @@ class EventService {
  private:
   struct Handlers;
 
-  EventStatus_e declareFor(const std::string& owner, EventKeys keys, bool stateless,
-                           std::uint32_t* id);
+  EventTable::Declared declareFor(const std::string& owner, EventKeys keys, bool stateless);
   EventStatus_e sendFor(const std::string& owner, std::uint32_t id, const EventKeys& keys,
                         std::int64_t time);
   EventStatus_e undeclareFor(const std::string& owner, std::uint32_t id);

@@ -53,37 +53,36 @@ const char* toString(EventStatus_e status) {
   return "";
 }
 
-EventStatus_e EventTable::declare(const std::string& owner, EventKeys keys, bool stateless,
-                                  std::int64_t time, std::uint32_t* id) {
+EventTable::Declared EventTable::declare(const std::string& owner, EventKeys keys, bool stateless,
+                                         std::int64_t time) {
   if (keys.empty()) {
-    return EventStatus_e::noKeys;
+    return {EventStatus_e::noKeys};
   }
   if (hasDuplicates(keys)) {
-    return EventStatus_e::duplicateKey;
+    return {EventStatus_e::duplicateKey};
   }
-  *id = ++lastId;
-  events[*id] = Event{*id, owner, stateless, std::move(keys), time};
-  return EventStatus_e::ok;
+  const std::uint32_t id = ++lastId;
+  events[id] = Event{id, owner, stateless, std::move(keys), time};
+  return {EventStatus_e::ok, id};
 }
 
-EventStatus_e EventTable::send(const std::string& owner, std::uint32_t id, const EventKeys& keys,
-                               std::int64_t time, Event* sent) {
+EventTable::Sent EventTable::send(const std::string& owner, std::uint32_t id, const EventKeys& keys,
+                                  std::int64_t time) {
   Event* event = find(owner, id);
   if (event == nullptr) {
-    return EventStatus_e::unknownDeclaration;
+    return {EventStatus_e::unknownDeclaration};
   }
   Event changed = *event;
   changed.time = time;
   const EventStatus_e status = merge(keys, &changed.keys);
   if (status != EventStatus_e::ok) {
-    return status;
+    return {status};
   }
   event->time = time;
   if (!event->stateless) {
     event->keys = changed.keys;
   }
-  *sent = std::move(changed);
-  return EventStatus_e::ok;
+  return {EventStatus_e::ok, std::move(changed)};
 }
 
 EventStatus_e EventTable::undeclare(const std::string& owner, std::uint32_t id) {

@@ -27,14 +27,22 @@ const char* toString(EventStatus_e status);
 // The declared events and their state. An owner reaches its own events only.
 class EventTable {
  public:
-  // Ids count from 1 and are never given twice.
-  EventStatus_e declare(const std::string& owner, EventKeys keys, bool stateless, std::int64_t time,
-                        std::uint32_t* id);
+  struct Declared {
+    EventStatus_e status;
+    std::uint32_t id = 0;  // when the status is ok
+  };
 
-  // Merges the values of keys into the event; *sent is the event with all its keys. A key without a
-  // value keeps the present one. The values of a stateless event are forgotten after the send.
-  EventStatus_e send(const std::string& owner, std::uint32_t id, const EventKeys& keys,
-                     std::int64_t time, Event* sent);
+  // Ids count from 1 and are never given twice.
+  Declared declare(const std::string& owner, EventKeys keys, bool stateless, std::int64_t time);
+
+  struct Sent {
+    EventStatus_e status;
+    Event event = {};  // with all its keys, when the status is ok
+  };
+
+  // Merges the values of keys into the event. A key without a value keeps the present one. The
+  // values of a stateless event are forgotten after the send.
+  Sent send(const std::string& owner, std::uint32_t id, const EventKeys& keys, std::int64_t time);
 
   EventStatus_e undeclare(const std::string& owner, std::uint32_t id);
 

@@ -13,13 +13,19 @@ EventKey key(const std::string& name, std::optional<EventValue> value,
 class EventTableTest : public testing::Test {
  protected:
   std::uint32_t declare(EventKeys keys, bool stateless, const std::string& owner = "a") {
-    std::uint32_t id = 0;
-    EXPECT_EQ(EventStatus_e::ok, table.declare(owner, std::move(keys), stateless, 1, &id));
+    const auto [status, id] = table.declare(owner, std::move(keys), stateless, 1);
+    EXPECT_EQ(EventStatus_e::ok, status);
     return id;
   }
 
+  // The event as it was sent.
+  Event send(std::uint32_t id, const EventKeys& keys, std::int64_t time) {
+    auto [status, event] = table.send("a", id, keys, time);
+    EXPECT_EQ(EventStatus_e::ok, status);
+    return std::move(event);
+  }
+
   EventTable table;
-  Event sent;
 };
 
 TEST_F(EventTableTest, DeclarationsHaveIdsOfTheirOwnFromOne) {
@@ -31,21 +37,19 @@ TEST_F(EventTableTest, DeclarationsHaveIdsOfTheirOwnFromOne) {
 }
 
 TEST_F(EventTableTest, EventWithoutKeysIsRefused) {
-  std::uint32_t id = 0;
-  EXPECT_EQ(EventStatus_e::noKeys, table.declare("a", {}, false, 1, &id));
+  EXPECT_EQ(EventStatus_e::noKeys, table.declare("a", {}, false, 1).status);
 }
 
 TEST_F(EventTableTest, SameKeyTwiceIsRefusedUnlessTheNameSpaceDiffers) {
-  std::uint32_t id = 0;
   EXPECT_EQ(EventStatus_e::duplicateKey,
-            table.declare("a", {key("k", 1), key("k", 2)}, false, 1, &id));
+            table.declare("a", {key("k", 1), key("k", 2)}, false, 1).status);
   EXPECT_EQ(EventStatus_e::ok,
-            table.declare("a", {key("k", 1), key("k", 2, "tns1")}, false, 1, &id));
+            table.declare("a", {key("k", 1), key("k", 2, "tns1")}, false, 1).status);
 }
 
 TEST_F(EventTableTest, SendGivesAllKeysWithTheChangesMerged) {
   const auto id = declare({key("topic0", "x"), key("active", false)}, false);
-  ASSERT_EQ(EventStatus_e::ok, table.send("a", id, {key("active", true)}, 7, &sent));
+  const Event sent = send(id, {key("active", true)}, 7);
   EXPECT_EQ("x", valueOf<std::string>(sent.keys, "topic0"));
   EXPECT_EQ(true, valueOf<bool>(sent.keys, "active"));
   EXPECT_EQ(7, sent.time);
@@ -53,41 +57,41 @@ TEST_F(EventTableTest, SendGivesAllKeysWithTheChangesMerged) {
 
 TEST_F(EventTableTest, StatefulEventKeepsWhatWasSent) {
   const auto id = declare({key("active", false)}, false);
-  table.send("a", id, {key("active", true)}, 7, &sent);
+  send(id, {key("active", true)}, 7);
   EXPECT_EQ(true, valueOf<bool>(table.getEvents().at(id).keys, "active"));
   EXPECT_EQ(7, table.getEvents().at(id).time);
 }
 
 TEST_F(EventTableTest, StatelessEventForgetsWhatWasSent) {
   const auto id = declare({key("text", ""), key("count", 0)}, true);
-  table.send("a", id, {key("text", "hello")}, 7, &sent);
-  table.send("a", id, {key("count", 3)}, 8, &sent);
+  send(id, {key("text", "hello")}, 7);
+  const Event sent = send(id, {key("count", 3)}, 8);
   EXPECT_EQ("", valueOf<std::string>(sent.keys, "text"));
   EXPECT_EQ(3, valueOf<std::int32_t>(sent.keys, "count"));
 }
 
 TEST_F(EventTableTest, KeyWithoutValueTakesTheFirstOneSentAndKeepsIt) {
   const auto id = declare({key("active", std::nullopt)}, false);
-  EXPECT_EQ(EventStatus_e::ok, table.send("a", id, {key("active", true)}, 7, &sent));
-  EXPECT_EQ(EventStatus_e::ok, table.send("a", id, {key("active", std::nullopt)}, 8, &sent));
+  send(id, {key("active", true)}, 7);
+  const Event sent = send(id, {key("active", std::nullopt)}, 8);
   EXPECT_EQ(true, valueOf<bool>(sent.keys, "active"));
 }
 
 TEST_F(EventTableTest, UnknownKeyOrOtherTypeIsRefusedAndChangesNothing) {
   const auto id = declare({key("active", false), key("count", 1)}, false);
   EXPECT_EQ(EventStatus_e::unknownKey,
-            table.send("a", id, {key("active", true), key("other", 1)}, 7, &sent));
+            table.send("a", id, {key("active", true), key("other", 1)}, 7).status);
   EXPECT_EQ(EventStatus_e::wrongType,
-            table.send("a", id, {key("active", true), key("count", "1")}, 7, &sent));
+            table.send("a", id, {key("active", true), key("count", "1")}, 7).status);
   EXPECT_EQ(EventStatus_e::unknownKey,
-            table.send("a", id, {key("active", true, "tns1")}, 7, &sent));
+            table.send("a", id, {key("active", true, "tns1")}, 7).status);
   EXPECT_EQ(false, valueOf<bool>(table.getEvents().at(id).keys, "active"));
   EXPECT_EQ(1, table.getEvents().at(id).time);
 }
 
 TEST_F(EventTableTest, OwnersReachTheirOwnEventsOnly) {
   const auto id = declare({key("active", false)}, false, "a");
-  EXPECT_EQ(EventStatus_e::unknownDeclaration, table.send("b", id, {}, 7, &sent));
+  EXPECT_EQ(EventStatus_e::unknownDeclaration, table.send("b", id, {}, 7).status);
   EXPECT_EQ(EventStatus_e::unknownDeclaration, table.undeclare("b", id));
   EXPECT_EQ(EventStatus_e::ok, table.undeclare("a", id));
   EXPECT_EQ(EventStatus_e::unknownDeclaration, table.undeclare("a", id));
