@@ -3,12 +3,14 @@
 #include <stdexcept>
 #include <utility>
 
+#include "base/bus_names.h"
+
 namespace device {
 
 namespace {
 
-constexpr char BUS[] = "org.freedesktop.DBus";
-constexpr char BUS_PATH[] = "/org/freedesktop/DBus";
+using bus_names::BUS;
+
 constexpr guint32 DO_NOT_QUEUE = 4;
 constexpr guint32 PRIMARY_OWNER = 1;
 constexpr int TIMEOUT_MS = 5000;
@@ -36,7 +38,7 @@ BusName::BusName(GDBusConnection* connection, std::string busName)
     : connection(G_DBUS_CONNECTION(g_object_ref(connection))), name(std::move(busName)) {
   ErrorSlot error;
   const GVariantPtr reply(g_dbus_connection_call_sync(
-      connection, BUS, BUS_PATH, BUS, "RequestName",
+      connection, BUS.name, BUS.path, BUS.name, "RequestName",
       g_variant_new("(su)", name.c_str(), DO_NOT_QUEUE), G_VARIANT_TYPE("(u)"),
       G_DBUS_CALL_FLAGS_NONE, TIMEOUT_MS, nullptr, error.out()));
   if (!reply) {
@@ -50,7 +52,7 @@ BusName::BusName(GDBusConnection* connection, std::string busName)
 }
 
 BusName::~BusName() {
-  g_dbus_connection_call(connection.get(), BUS, BUS_PATH, BUS, "ReleaseName",
+  g_dbus_connection_call(connection.get(), BUS.name, BUS.path, BUS.name, "ReleaseName",
                          g_variant_new("(s)", name.c_str()), nullptr, G_DBUS_CALL_FLAGS_NONE,
                          TIMEOUT_MS, nullptr, nullptr, nullptr);
 }

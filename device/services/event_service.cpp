@@ -2,14 +2,15 @@
 
 #include <utility>
 
+#include "base/bus_names.h"
 #include "device_dbus.h"
 
 namespace device {
 
 namespace {
 
-constexpr char NAME[] = "com.orva.EventService";
-constexpr char PATH[] = "/com/orva/EventService";
+using bus_names::EVENTS;
+
 constexpr char DEVICE[] = "device";  // no bus client can have this name
 
 }  // namespace
@@ -85,12 +86,12 @@ struct EventService::Handlers {
 
 EventService::EventService(GDBusConnection* connection)
     : connection(G_DBUS_CONNECTION(g_object_ref(connection))),
-      object(connection, bus_event_service_skeleton_new(), PATH) {
+      object(connection, bus_event_service_skeleton_new(), EVENTS.path) {
   g_signal_connect(object.get(), "handle-declare", G_CALLBACK(Handlers::declare), this);
   g_signal_connect(object.get(), "handle-send", G_CALLBACK(Handlers::send), this);
   g_signal_connect(object.get(), "handle-undeclare", G_CALLBACK(Handlers::undeclare), this);
   g_signal_connect(object.get(), "handle-list", G_CALLBACK(Handlers::list), this);
-  name.emplace(connection, NAME);
+  name.emplace(connection, EVENTS.name);
 }
 
 EventService::~EventService() {

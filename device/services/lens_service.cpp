@@ -2,14 +2,14 @@
 
 #include <string>
 
+#include "base/bus_names.h"
 #include "device_dbus.h"
 
 namespace device {
 
 namespace {
 
-constexpr char NAME[] = "com.orva.M12LensSelectionFov";
-constexpr char PATH[] = "/com/orva/M12LensSelectionFov/";
+using bus_names::LENSES;
 
 std::list<BusObject> offer(GDBusConnection* connection, std::span<const Lens> lenses) {
   std::list<BusObject> objects;
@@ -19,7 +19,7 @@ std::list<BusObject> offer(GDBusConnection* connection, std::span<const Lens> le
     bus_m12_lens_selection_fov_set_optics_wide_hfo_v(skeleton, lens.horizontalFov);
     bus_m12_lens_selection_fov_set_optics_wide_vfo_v(skeleton, lens.verticalFov);
     bus_m12_lens_selection_fov_set_sensor_rotation(skeleton, lens.rotation);
-    objects.emplace_back(connection, skeleton, PATH + std::to_string(channel));
+    objects.emplace_back(connection, skeleton, LENSES.path + std::to_string(channel));
   }
   return objects;
 }
@@ -27,6 +27,6 @@ std::list<BusObject> offer(GDBusConnection* connection, std::span<const Lens> le
 }  // namespace
 
 LensService::LensService(GDBusConnection* connection, std::span<const Lens> lenses)
-    : objects(offer(connection, lenses)), name(connection, NAME) {}
+    : objects(offer(connection, lenses)), name(connection, LENSES.name) {}
 
 }  // namespace device

@@ -2,14 +2,14 @@
 
 #include <string>
 
+#include "base/bus_names.h"
 #include "device_dbus.h"
 
 namespace device {
 
 namespace {
 
-constexpr char NAME[] = "com.orva.ParameterService";
-constexpr char PATH[] = "/com/orva/ParameterService";
+using bus_names::PARAMETERS;
 
 }  // namespace
 
@@ -52,8 +52,8 @@ struct ParameterService::Handlers {
 
 ParameterService::ParameterService(GDBusConnection* connection, ParameterStore& store)
     : store(store),
-      object(connection, bus_parameter_service_skeleton_new(), PATH),
-      name(connection, NAME) {
+      object(connection, bus_parameter_service_skeleton_new(), PARAMETERS.path),
+      name(connection, PARAMETERS.name) {
   g_signal_connect(object.get(), "handle-get", G_CALLBACK(Handlers::get), this);
   g_signal_connect(object.get(), "handle-set", G_CALLBACK(Handlers::set), this);
   g_signal_connect(object.get(), "handle-list", G_CALLBACK(Handlers::list), this);

@@ -4,6 +4,7 @@
 #include <string>
 #include <utility>
 
+#include "base/bus_names.h"
 #include "base/units.h"
 #include "device_dbus.h"
 #include "services/head_requests.h"
@@ -12,8 +13,8 @@ namespace device {
 
 namespace {
 
-constexpr char NAME[] = "com.orva.PTZService";
-constexpr char PATH[] = "/com/orva/PTZService";
+using bus_names::PTZ;
+
 constexpr char NO_STATUS[] = "com.orva.PTZService.NoStatus";
 
 EventKeys topics(const char* event) {
@@ -171,8 +172,8 @@ PtzService::PtzService(GDBusConnection* connection, ServedHead& head, EventServi
       events(events),
       presetEvent(events.declare(presetKeys(), false)),
       moveEvent(events.declare(moveKeys(), false)),
-      object(connection, bus_ptzservice_skeleton_new(), PATH),
-      name(connection, NAME) {
+      object(connection, bus_ptzservice_skeleton_new(), PTZ.path),
+      name(connection, PTZ.name) {
   g_signal_connect(object.get(), "handle-move", G_CALLBACK(Handlers::move), this);
   g_signal_connect(object.get(), "handle-goto-home", G_CALLBACK(Handlers::gotoHome), this);
   g_signal_connect(object.get(), "handle-get-status", G_CALLBACK(Handlers::getStatus), this);

@@ -2,14 +2,15 @@
 
 #include <utility>
 
+#include "base/bus_names.h"
 #include "device_dbus.h"
 
 namespace device {
 
 namespace {
 
-constexpr char NAME[] = "com.orva.RemoteCameraControl.PTZ";
-constexpr char PATH[] = "/com/orva/RemoteCameraControl/PTZ";
+using bus_names::REMOTE_PTZ;
+
 constexpr std::size_t QUEUE_LIMIT = 1 << 16;  // bytes
 
 }  // namespace
@@ -32,8 +33,8 @@ RemotePtzService::RemotePtzService(GDBusConnection* connection, const std::strin
     : parameters(std::move(parameters)),
       listener(folder + "/channel" + std::to_string(HEAD_CHANNEL),
                [this](GObjectPtr<GSocket> socket) { accept(std::move(socket)); }),
-      object(connection, bus_remote_camera_control_ptztravo_skeleton_new(), PATH),
-      name(connection, NAME) {
+      object(connection, bus_remote_camera_control_ptztravo_skeleton_new(), REMOTE_PTZ.path),
+      name(connection, REMOTE_PTZ.name) {
   g_signal_connect(object.get(), "handle-open-channel", G_CALLBACK(Handlers::openChannel), this);
 }
 

@@ -6,13 +6,14 @@
 #include <map>
 #include <string_view>
 
+#include "base/bus_names.h"
 #include "base/glib_ptr.h"
 #include "memory/device.h"
 #include "memory/head_channel.h"
 
 namespace {
 
-constexpr std::string_view LENSES = "/com/orva/M12LensSelectionFov/";
+constexpr std::string_view LENSES = bus_names::LENSES.path;
 constexpr std::string_view OPEN_CHANNEL = "OpenChannel";
 
 void initializeClass(gpointer, gpointer) {

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "app/lock_order.h"
+#include "base/bus_names.h"
 #include "base/glib_ptr.h"
 #include "base/mutex.h"
 #include "base/system_bus.h"
@@ -12,8 +13,8 @@
 
 namespace {
 
-constexpr const char* BUS_NAME = "com.orva.M12LensSelectionFov";
-constexpr const char* PATH_PREFIX = "/com/orva/M12LensSelectionFov/";
+using bus_names::LENSES;
+
 constexpr const char* PROPERTIES = "org.freedesktop.DBus.Properties";
 constexpr int FIRST_LOAD_TIMEOUT = 1000;  // milliseconds
 constexpr int NO_TIMEOUT = G_MAXINT;
@@ -25,7 +26,7 @@ constexpr int NO_TIMEOUT = G_MAXINT;
 class Fov::Link : public std::enable_shared_from_this<Link> {
  public:
   explicit Link(std::shared_ptr<Values> values)
-      : values(std::move(values)), path(PATH_PREFIX + std::to_string(this->values->channel)) {}
+      : values(std::move(values)), path(LENSES.path + std::to_string(this->values->channel)) {}
 
   // Waits for the properties, for a second at most.
   void open() EXCLUDES(mutex);
@@ -99,8 +100,8 @@ bool Fov::Link::connect(bool isLogged) {
   constexpr auto FLAGS =
       static_cast<GDBusProxyFlags>(G_DBUS_PROXY_FLAGS_DO_NOT_LOAD_PROPERTIES |
                                    G_DBUS_PROXY_FLAGS_DO_NOT_AUTO_START_AT_CONSTRUCTION);
-  proxy.reset(g_dbus_proxy_new_sync(connection.get(), FLAGS, nullptr, BUS_NAME, path.c_str(),
-                                    BUS_NAME, nullptr, nullptr));
+  proxy.reset(g_dbus_proxy_new_sync(connection.get(), FLAGS, nullptr, LENSES.name, path.c_str(),
+                                    LENSES.name, nullptr, nullptr));
   if (proxy == nullptr) {
     if (isLogged) {
       syslog(LOG_ERR, "Failed to setup property proxy\n");
@@ -112,7 +113,7 @@ bool Fov::Link::connect(bool isLogged) {
                                         releaseClosure, GConnectFlags{});
   // Such a proxy does not listen to changes either.
   changeSubscription = g_dbus_connection_signal_subscribe(
-      connection.get(), BUS_NAME, PROPERTIES, "PropertiesChanged", path.c_str(), BUS_NAME,
+      connection.get(), LENSES.name, PROPERTIES, "PropertiesChanged", path.c_str(), LENSES.name,
       G_DBUS_SIGNAL_FLAGS_NONE, propertiesChanged, weakCopy(), release);
   ownerHandler =
       g_signal_connect_data(proxy.get(), "notify::g-name-owner", G_CALLBACK(ownerChanged),
@@ -136,8 +137,8 @@ void Fov::Link::disconnect() {
 void Fov::Link::load() {
   ErrorSlot error;
   const GVariantPtr reply(g_dbus_connection_call_sync(
-      connection.get(), BUS_NAME, path.c_str(), PROPERTIES, "GetAll",
-      g_variant_new("(s)", BUS_NAME), G_VARIANT_TYPE("(a{sv})"), G_DBUS_CALL_FLAGS_NONE,
+      connection.get(), LENSES.name, path.c_str(), PROPERTIES, "GetAll",
+      g_variant_new("(s)", LENSES.name), G_VARIANT_TYPE("(a{sv})"), G_DBUS_CALL_FLAGS_NONE,
       FIRST_LOAD_TIMEOUT, nullptr, error.out()));
   if (reply != nullptr) {
     const GVariantPtr properties(g_variant_get_child_value(reply.get(), 0));
@@ -148,8 +149,8 @@ void Fov::Link::load() {
 }
 
 void Fov::Link::loadLater() {
-  g_dbus_connection_call(connection.get(), BUS_NAME, path.c_str(), PROPERTIES, "GetAll",
-                         g_variant_new("(s)", BUS_NAME), G_VARIANT_TYPE("(a{sv})"),
+  g_dbus_connection_call(connection.get(), LENSES.name, path.c_str(), PROPERTIES, "GetAll",
+                         g_variant_new("(s)", LENSES.name), G_VARIANT_TYPE("(a{sv})"),
                          G_DBUS_CALL_FLAGS_NONE, NO_TIMEOUT, nullptr, propertiesLoaded, weakCopy());
 }
 

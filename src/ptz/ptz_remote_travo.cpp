@@ -13,13 +13,14 @@
 #include <utility>
 
 #include "app/ratio.h"
+#include "base/bus_names.h"
 #include "base/local_socket.h"
 #include "base/system_bus.h"
 
 namespace {
 
-constexpr const char* BUS_NAME = "com.orva.RemoteCameraControl.PTZ";
-constexpr const char* OBJECT_PATH = "/com/orva/RemoteCameraControl/PTZ";
+using bus_names::REMOTE_PTZ;
+
 constexpr const char* INTERFACE = "com.orva.RemoteCameraControl.PTZ.Travo";
 constexpr const char* METHOD = "OpenChannel";
 constexpr int CALL_TIMEOUT = 5000;  // milliseconds
@@ -147,7 +148,8 @@ bool PtzRemoteTravo::createProxy() {
   }
   // The interface has no properties; asking for them would block on a service that hangs.
   proxy.reset(g_dbus_proxy_new_sync(bus.get(), G_DBUS_PROXY_FLAGS_DO_NOT_LOAD_PROPERTIES, nullptr,
-                                    BUS_NAME, OBJECT_PATH, INTERFACE, getCancellable(), nullptr));
+                                    REMOTE_PTZ.name, REMOTE_PTZ.path, INTERFACE, getCancellable(),
+                                    nullptr));
   return proxy != nullptr;
 }
 

@@ -2,19 +2,20 @@
 
 #include <utility>
 
+#include "base/bus_names.h"
 #include "base/system_bus.h"
 
 namespace {
 
+using bus_names::BUS;
+
 constexpr int TIMEOUT_MS = 3000;
 constexpr int SILENT_TIMEOUT_MS = 500;
-constexpr const char* BUS = "org.freedesktop.DBus";
-constexpr const char* BUS_PATH = "/org/freedesktop/DBus";
 
 GVariantPtr callBus(GDBusConnection* bus, const char* method, const char* name, const char* reply,
                     GError** error) {
   return GVariantPtr(g_dbus_connection_call_sync(
-      bus, BUS, BUS_PATH, BUS, method, g_variant_new("(s)", name), G_VARIANT_TYPE(reply),
+      bus, BUS.name, BUS.path, BUS.name, method, g_variant_new("(s)", name), G_VARIANT_TYPE(reply),
       G_DBUS_CALL_FLAGS_NONE, TIMEOUT_MS, nullptr, error));
 }
 

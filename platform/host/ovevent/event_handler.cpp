@@ -3,10 +3,13 @@
 #include <utility>
 #include <vector>
 
+#include "base/bus_names.h"
+
 namespace {
 
-constexpr const char* NAME = "com.orva.EventService";
-constexpr const char* PATH = "/com/orva/EventService";
+using bus_names::BUS;
+using bus_names::EVENTS;
+
 constexpr const char* SENT_TYPE = "(ua(ssavusss)x)";
 constexpr const char* LIST_TYPE = "(a(uba(ssavusss)x))";
 constexpr guint LOOK_FOR_BUS_MS = 500;
@@ -145,7 +148,7 @@ EventHandler::EventHandler(std::unique_ptr<ServiceClient> service)
     : service(std::move(service)), subscriptions(std::make_shared<Subscriptions>()) {}
 
 std::shared_ptr<EventHandler> EventHandler::create(GError** error) {
-  std::unique_ptr<ServiceClient> service = ServiceClient::connect(NAME, PATH, error);
+  std::unique_ptr<ServiceClient> service = ServiceClient::connect(EVENTS.name, EVENTS.path, error);
   if (!service) {
     return nullptr;
   }
@@ -201,9 +204,8 @@ void EventHandler::listenOn(GObjectPtr<GDBusConnection> connection) {
   detach();
   bus = std::move(connection);
   ownerSignal = g_dbus_connection_signal_subscribe(
-      bus.get(), "org.freedesktop.DBus", "org.freedesktop.DBus", "NameOwnerChanged",
-      "/org/freedesktop/DBus", service->getName(), G_DBUS_SIGNAL_FLAGS_NONE,
-      &Signals::onOwnerChanged, Signals::of(*this), &Signals::release);
+      bus.get(), BUS.name, BUS.name, "NameOwnerChanged", BUS.path, service->getName(),
+      G_DBUS_SIGNAL_FLAGS_NONE, &Signals::onOwnerChanged, Signals::of(*this), &Signals::release);
   closedSignal =
       g_signal_connect_data(bus.get(), "closed", G_CALLBACK(&Signals::onClosed), Signals::of(*this),
                             &Signals::releaseClosure, GConnectFlags{});

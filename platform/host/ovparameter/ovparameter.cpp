@@ -3,6 +3,7 @@
 #include <memory>
 #include <utility>
 
+#include "base/bus_names.h"
 #include "bus/service_client.h"
 #include "platform/arguments.h"
 
@@ -10,9 +11,7 @@ namespace {
 
 using arguments::isText;
 using arguments::refuse;
-
-constexpr const char* NAME = "com.orva.ParameterService";
-constexpr const char* PATH = "/com/orva/ParameterService";
+using bus_names::PARAMETERS;
 
 }  // namespace
 
@@ -25,7 +24,8 @@ OVParameter* ov_parameter_new(const char* appName, GError** error) {
     refuse(error, "The application has no name");
     return nullptr;
   }
-  std::unique_ptr<ServiceClient> service = ServiceClient::connect(NAME, PATH, error);
+  std::unique_ptr<ServiceClient> service =
+      ServiceClient::connect(PARAMETERS.name, PARAMETERS.path, error);
   return service ? new OVParameter{std::move(service)} : nullptr;
 }
 

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <memory>
 
+#include "base/bus_names.h"
 #include "base/mutex.h"
 #include "bus/service_client.h"
 #include "platform/arguments.h"
@@ -12,9 +13,7 @@ namespace {
 using arguments::isTextOrNull;
 using arguments::orEmpty;
 using arguments::refuse;
-
-constexpr const char* NAME = "com.orva.PTZService";
-constexpr const char* PATH = "/com/orva/PTZService";
+using bus_names::PTZ;
 
 // Commands reach the head in the order of the calls, so the lock is held until the answer is there.
 Mutex s_mutex;
@@ -46,7 +45,7 @@ bool areChannelAndSource(int channel, const char* source) {
 
 gboolean ptztolva_init(void) {
   const LockGuard lock(s_mutex);
-  s_service = ServiceClient::connect(NAME, PATH, nullptr);
+  s_service = ServiceClient::connect(PTZ.name, PTZ.path, nullptr);
   return s_service ? TRUE : FALSE;
 }
 
