@@ -52,8 +52,8 @@ class FollowingCgiTest : public TrackerFixture {
   static constexpr const char* VERSION_TEXTS[] = {"1.0"};
 
   const API_VersionHandler versions{VERSION_TEXTS, 1};
-  const DataBoundaries boundaries;
-  const DefaultValues defaults;
+  const DataBoundaries boundaries{};
+  const DefaultValues defaults{};
   Notes notes;
   TestContainer container{notes};
   ConfigurationParser<TrackerGuardFactory> parser;
