@@ -90,8 +90,9 @@ add_library(device_services STATIC
   web_server/application_forwarder.cpp
   web_server/application_request.cpp
   web_server/broker_options.cpp
-  web_server/device_metrics.cpp
+  web_server/calibration_api.cpp
   web_server/device_api.cpp
+  web_server/device_metrics.cpp
   web_server/digest_login.cpp
   web_server/discovery.cpp
   web_server/event_json.cpp
@@ -121,7 +122,7 @@ target_compile_definitions(device_services PRIVATE DEVICE_MODELS="${SENTREL_DEVI
                                                    DEVICE_WEB="${SENTREL_DEVICE_DATA}/web"
                                                    DEVICE_VERSION="${PROJECT_VERSION}"
                                                    GSTREAMER_PLUGINS="${GSTREAMER_PLUGINS}")
-target_link_libraries(device_services PUBLIC device_core device_offers device_onvif PkgConfig::GLIB
+target_link_libraries(device_services PUBLIC device_core device_calibration device_offers device_onvif PkgConfig::GLIB
                                              PkgConfig::SOUP
                                              PkgConfig::JANSSON PkgConfig::GST_RTSP
                                       PRIVATE sentrel_options device_dbus ovhttp_wire

@@ -5,6 +5,7 @@
 #include <system_error>
 #include <utility>
 
+#include "web_server/calibration_api.h"
 #include "web_server/json_values.h"
 #include "web_server/live_json.h"
 
@@ -83,8 +84,16 @@ WebInterface::WebInterface(const WebOptions& options, const std::string& applica
   if (!options.broker.site.empty()) {
     tellAbout();
   }
-  server.addApi("/api/device", [this](const std::string& body) { return deviceApi.answer(body); });
+  server.addAnswer("/api/device", [this](const std::string& body) {
+    return WebAnswer{.body = deviceApi.answer(body)};
+  });
   observeEvents();
+  offerCalibration(server, [&head = this->sources.head](double pan, double tilt) {
+    HeadCommand command;
+    command.pan = {MoveKind::continuous, pan};
+    command.tilt = {MoveKind::continuous, tilt};
+    head.command(command);
+  });
 }
 
 void WebInterface::frame(double time, int channel, const Frame& frame) {

@@ -53,6 +53,8 @@ struct WebSources {
 //   GET /live    the page's stream, which begins with the last minute
 //   GET /metrics what the device counts, for Prometheus
 //   POST /api/device  the device's own settings (DeviceApi)
+//
+// and what web_server/calibration_api.h tells, with the device's own head.
 class WebInterface {
  public:
   // application: its local socket. Throws std::runtime_error when the server cannot listen.

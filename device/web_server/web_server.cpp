@@ -157,6 +157,10 @@ void WebServer::addPage(const std::string& path, PageMaker maker) {
   pages[path] = std::move(maker);
 }
 
+void WebServer::addAnswer(const std::string& path, Answerer answerer) {
+  answerers[path] = std::move(answerer);
+}
+
 std::string WebServer::url() const {
   const bool bracketed = address.find(':') != std::string::npos;
   return "http://" + (bracketed ? '[' + address + ']' : address) + ':' + std::to_string(port()) +
@@ -226,11 +230,12 @@ void WebServer::handle(SoupServerMessage* message, const std::string& path, GHas
     }
     return forward(message, path, fields);
   }
-  if (const auto api = apis.find(path); api != apis.end()) {
+  if (const auto answerer = answerers.find(path); answerer != answerers.end()) {
     if (!isMethod(message, "POST")) {
       return refuseMethod(message, "POST");
     }
-    return respond(message, SOUP_STATUS_OK, JSON, api->second(bodyOf(message)));
+    const WebAnswer answer = answerer->second(bodyOf(message));
+    return respond(message, answer.status, JSON, answer.body);
   }
   if (const auto stream = streams.find(path); stream != streams.end()) {
     if (!isMethod(message, "GET")) {

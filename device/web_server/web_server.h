@@ -36,6 +36,12 @@ struct WebServerLimits {
   ConnectionLimits connections;
 };
 
+// JSON.
+struct WebAnswer {
+  unsigned status = SOUP_STATUS_OK;
+  std::string body;
+};
+
 // The device's web server, in the main loop of its thread: hands the application's requests to it,
 // sends streams of server-sent events and gives out the files of the page. Refusals of its own are
 // {"error":{"code":"HTTP","message":"..."}}:
@@ -74,9 +80,9 @@ class WebServer {
   using PageMaker = std::function<Page(const char* accept)>;
   void addPage(const std::string& path, PageMaker maker);
 
-  // Answers POST requests at a path by itself, with a JSON document each.
-  using Answer = std::function<std::string(const std::string& body)>;
-  void addApi(const std::string& path, Answer answer) { apis[path] = std::move(answer); }
+  // Answers what is posted to a path, given its body, in the main loop of the server's thread.
+  using Answerer = std::function<WebAnswer(const std::string& body)>;
+  void addAnswer(const std::string& path, Answerer answerer);
 
   // Hands a request to the application as if it had come over the network, after those that came
   // before. done: null when the application did not answer.
@@ -125,9 +131,9 @@ class WebServer {
   std::optional<DigestLogin> login;
   std::optional<OriginCheck> origins;
   StaticFiles files;
-  std::map<std::string, Stream> streams;   // by path
-  std::map<std::string, Answer> apis;      // the device's own, by path
-  std::map<std::string, PageMaker> pages;  // by path
+  std::map<std::string, Stream> streams;      // by path
+  std::map<std::string, Answerer> answerers;  // by path
+  std::map<std::string, PageMaker> pages;     // by path
   std::optional<std::string> metricsToken;
   std::list<std::unique_ptr<LingeringRefusal>> refusals;
   WebConnections connections;

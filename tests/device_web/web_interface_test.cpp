@@ -520,6 +520,12 @@ TEST_F(WebInterfaceTest, PageIsToldOfTheHeadAndThePeople) {
   }
 }
 
+TEST_F(WebInterfaceTest, PageMovesTheHeadToCalibrateByIt) {
+  EXPECT_FALSE(drive.getHead().isCommandOnItsWay());
+  EXPECT_EQ(WebClient(port).post(R"({"pan":20,"tilt":0})", "/api/calibration/head").status, 200);
+  EXPECT_TRUE(drive.getHead().isCommandOnItsWay() || drive.getHead().status().moving());
+}
+
 TEST_F(WebInterfaceTest, PageIsToldTheRunningScore) {
   report.logLine("Autotuning: attempt 3 of 3 failed. The head keeps the gains it had");
   report.trackerState(0, "running");
