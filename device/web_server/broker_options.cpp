@@ -84,9 +84,7 @@ std::vector<BrokerHosts> readBrokers(const RawBrokerOptions& raw) {
 }
 
 std::string readSite(const std::string& name) {
-  const bool valid = !name.empty() && name.size() <= LONGEST_SITE &&
-                     name.find_first_not_of(SITE_CHARACTERS) == std::string::npos;
-  if (!valid) {
+  if (!isSiteName(name)) {
     throw WebOptionError("--site is a name of 1 to " + std::to_string(LONGEST_SITE) +
                          " letters, digits, _ and -, not \"" + name + "\"");
   }
@@ -180,6 +178,15 @@ std::vector<GOptionEntry> RawBrokerOptions::entries() {
        "Folder for alarms that wait for a broker; without, they do not outlive the device", "DIR"}};
 }
 
+std::vector<GOptionEntry> RawBrokerOptions::readersEntries() {
+  std::vector<GOptionEntry> chosen = entries();
+  std::erase_if(chosen, [](const GOptionEntry& entry) {
+    const std::string_view name = entry.long_name;
+    return !name.starts_with("mqtt") || name == "mqtt-discovery";
+  });
+  return chosen;
+}
+
 BrokerOptions readBrokerOptions(const RawBrokerOptions& raw) {
   requireBroker(raw);
   BrokerOptions options;
@@ -196,6 +203,11 @@ BrokerOptions readBrokerOptions(const RawBrokerOptions& raw) {
     options.state = raw.state;
   }
   return options;
+}
+
+bool isSiteName(std::string_view name) {
+  return !name.empty() && name.size() <= LONGEST_SITE &&
+         name.find_first_not_of(SITE_CHARACTERS) == std::string_view::npos;
 }
 
 std::string topicPrefix(const std::string& site) {

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace device {
@@ -60,12 +61,16 @@ struct RawBrokerOptions {
   RawBrokerOptions& operator=(const RawBrokerOptions&) = delete;
   ~RawBrokerOptions();
 
-  // Those of GOption's list; it writes here.
+  // Those of GOption's list; it writes here. The latter are for who only reads at a broker.
   std::vector<GOptionEntry> entries();
+  std::vector<GOptionEntry> readersEntries();
 };
 
 // Checks the options and the files that they name. Throws WebOptionError.
 BrokerOptions readBrokerOptions(const RawBrokerOptions& raw);
+
+// Whether a site may be called so: 1 to 32 of A-Z a-z 0-9 _ -.
+bool isSiteName(std::string_view name);
 
 // What stands before every topic of the site's: "sites/NAME/", nothing for no name.
 std::string topicPrefix(const std::string& site);

@@ -1,33 +1,19 @@
 #include "web_server/mqtt_publisher.h"
 
-#include <mosquitto.h>
-
 #include <functional>
 #include <memory>
 #include <utility>
+
+#include "web_server/mqtt_client.h"
 
 namespace device {
 
 namespace {
 
-constexpr int ONCE = 1;  // QoS: at least once, for what is retained
-// Seconds. The broker takes a silent device for gone after 1.5 times, the device a silent broker
-// after twice; the library takes no less.
-constexpr int KEEP_ALIVE = 5;
 constexpr int LOOP_MS = 100;
 constexpr std::chrono::seconds FAREWELL(1);
 constexpr char ONLINE[] = "online";
 constexpr char OFFLINE[] = "offline";
-
-struct MosquittoDeleter {
-  void operator()(mosquitto* client) const { mosquitto_destroy(client); }
-};
-
-// The library is initialised as long as the program runs.
-void useLibrary() {
-  static const int USED = mosquitto_lib_init();
-  static_cast<void>(USED);
-}
 
 int send(mosquitto* client, const std::string& topic, const std::string& payload, int qos,
          bool isRetained) {
@@ -43,16 +29,12 @@ std::string clientId(const std::string& site) {
   return "sentrelvideo_" + site;
 }
 
-std::string nameOf(const BrokerAddress& host) {
-  return "MQTT broker " + host.host + " port " + std::to_string(host.port);
-}
-
 }  // namespace
 
 // One connection; each has a client of its own, so that nothing of an earlier one is sent after the
 // present state.
 struct MqttPublisher::Connection {
-  std::unique_ptr<mosquitto, MosquittoDeleter> client;
+  MosquittoPtr client;
   bool answered = false;
   int refusal = 0;
   std::vector<int> acknowledged;  // messages, since settle()
@@ -60,11 +42,10 @@ struct MqttPublisher::Connection {
   std::string fault;  // what the library told last; it knows more than its results
 
   explicit Connection(const std::string& site)
-      : client(mosquitto_new(site.empty() ? nullptr : clientId(site).c_str(), true, this)) {
+      : client(makeMqttClient(site.empty() ? nullptr : clientId(site).c_str(), this)) {
     if (!client) {
       return;
     }
-    mosquitto_threaded_set(client.get(), true);
     mosquitto_connect_callback_set(client.get(), [](mosquitto*, void* data, int code) {
       auto* self = static_cast<Connection*>(data);
       self->answered = code == 0;
@@ -83,24 +64,6 @@ struct MqttPublisher::Connection {
   Connection(const Connection&) = delete;
   Connection& operator=(const Connection&) = delete;
 
-  int introduce(const Settings& settings) {
-    int result = MOSQ_ERR_SUCCESS;
-    if (settings.login) {
-      result = mosquitto_username_pw_set(client.get(), settings.login->user.c_str(),
-                                         settings.login->password.c_str());
-    }
-    if (result == MOSQ_ERR_SUCCESS && settings.tls) {
-      const auto given = [](const std::string& file) {
-        return file.empty() ? nullptr : file.c_str();
-      };
-      // Nobody is there to be asked for a key's passphrase.
-      result = mosquitto_tls_set(client.get(), settings.tls->ca.c_str(), nullptr,
-                                 given(settings.tls->certificate), given(settings.tls->key),
-                                 [](char*, int, int, void*) { return 0; });
-    }
-    return result;
-  }
-
   std::string faultOf(int result) const {
     return fault.empty() ? mosquitto_strerror(result) : fault;
   }
@@ -115,7 +78,6 @@ MqttPublisher::MqttPublisher(Settings given)
     cleared.insert(alarm.topic);
   }
   droppedTold = outbox.getDropped();
-  useLibrary();
   thread = std::thread(&MqttPublisher::run, this);
 }
 
@@ -133,7 +95,7 @@ void MqttPublisher::retain(const std::string& topic, const std::string& payload)
   retained[topic] = payload;
   cleared.erase(topic);
   if (connected != nullptr) {
-    send(connected, topic, payload, ONCE, true);
+    send(connected, topic, payload, MQTT_ONCE, true);
   }
 }
 
@@ -148,7 +110,7 @@ void MqttPublisher::alarm(const std::string& topic, const std::string& payload) 
 }
 
 void MqttPublisher::sendAlarm(mosquitto* client, const AlarmOutbox::Alarm& alarm) {
-  underway[send(client, alarm.topic, alarm.payload, ONCE, true)] = alarm.id;
+  underway[send(client, alarm.topic, alarm.payload, MQTT_ONCE, true)] = alarm.id;
 }
 
 MqttPublisher::Health MqttPublisher::getHealth() {
@@ -166,7 +128,7 @@ void MqttPublisher::clear(const std::string& topic) {
   }
   cleared.insert(topic);
   if (connected != nullptr) {
-    send(connected, topic, "", ONCE, true);
+    send(connected, topic, "", MQTT_ONCE, true);
   }
 }
 
@@ -221,11 +183,11 @@ void MqttPublisher::connectOnce(const BrokerAddress& host) {
     return tell(host, "no memory");
   }
   mosquitto_will_set(connection.client.get(), availability.c_str(), sizeof(OFFLINE) - 1, OFFLINE,
-                     ONCE, true);
-  int result = connection.introduce(settings);
+                     MQTT_ONCE, true);
+  int result = introduce(connection.client.get(), settings.login, settings.tls);
   if (result == MOSQ_ERR_SUCCESS) {
-    result =
-        mosquitto_connect_async(connection.client.get(), host.host.c_str(), host.port, KEEP_ALIVE);
+    result = mosquitto_connect_async(connection.client.get(), host.host.c_str(), host.port,
+                                     MQTT_KEEP_ALIVE);
   }
   if (result != MOSQ_ERR_SUCCESS) {
     return tell(host, connection.faultOf(result));
@@ -276,7 +238,7 @@ void MqttPublisher::announce(Connection* connection) {
     sendAlarm(client, alarm);
   }
   for (const std::string& topic : cleared) {
-    send(client, topic, "", ONCE, true);
+    send(client, topic, "", MQTT_ONCE, true);
   }
   tellAll(connection);
   connected = client;
@@ -286,9 +248,9 @@ void MqttPublisher::announce(Connection* connection) {
 void MqttPublisher::tellAll(Connection* connection) {
   mosquitto* client = connection->client.get();
   for (const auto& [topic, payload] : retained) {
-    send(client, topic, payload, ONCE, true);
+    send(client, topic, payload, MQTT_ONCE, true);
   }
-  send(client, availability, ONLINE, ONCE, true);
+  send(client, availability, ONLINE, MQTT_ONCE, true);
 }
 
 void MqttPublisher::tellAgain(Connection* connection) {
@@ -329,9 +291,9 @@ void MqttPublisher::leave(Connection* connection) {
     const LockGuard lock(mutex);
     connected = nullptr;
     for (const auto& [topic, payload] : retained) {
-      send(client, topic, "", ONCE, true);
+      send(client, topic, "", MQTT_ONCE, true);
     }
-    last = send(client, availability, OFFLINE, ONCE, true);
+    last = send(client, availability, OFFLINE, MQTT_ONCE, true);
   }
   const Clock::time_point deadline = Clock::now() + FAREWELL;
   while (connection->lastAcknowledged != last && Clock::now() < deadline &&

@@ -123,6 +123,7 @@ WebServer::WebServer(const WebOptions& options, std::string application,
                      const WebServerLimits& limits)
     : limits(limits),
       address(options.address),
+      hasApplication(!application.empty()),
       files(options.folder),
       metricsToken(options.metricsToken),
       connections(limits.connections),
@@ -224,7 +225,7 @@ void WebServer::askForUser(SoupServerMessage* message, const std::string& challe
 
 void WebServer::handle(SoupServerMessage* message, const std::string& path, GHashTable* fields) {
   connections.enter(soup_server_message_get_remote_address(message), ConnectionStep_e::answer);
-  if (path == API_PATH) {
+  if (hasApplication && path == API_PATH) {
     if (!isMethod(message, "POST")) {
       return refuseMethod(message, "POST");
     }

@@ -61,7 +61,8 @@ class WebServer {
   // Gives what a new reader of a stream is told first.
   using Opening = std::function<std::string()>;
 
-  // application: its local socket. Throws std::runtime_error when the server cannot listen.
+  // application: its local socket; empty: there is none, and no path for its requests. Throws
+  // std::runtime_error when the server cannot listen.
   WebServer(const WebOptions& options, std::string application, const WebServerLimits& limits = {});
   WebServer(const WebServer&) = delete;
   WebServer& operator=(const WebServer&) = delete;
@@ -128,6 +129,7 @@ class WebServer {
 
   WebServerLimits limits;
   std::string address;
+  const bool hasApplication;
   std::optional<DigestLogin> login;
   std::optional<OriginCheck> origins;
   StaticFiles files;

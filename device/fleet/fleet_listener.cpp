@@ -1,0 +1,150 @@
+#include "fleet/fleet_listener.h"
+
+#include <chrono>
+#include <functional>
+#include <utility>
+
+#include "web_server/mqtt_client.h"
+
+namespace device {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr char ALL_SITES[] = "sites/#";
+constexpr int LOOP_MS = 100;
+constexpr int REFUSED = 0x80;  // of a subscription
+constexpr std::chrono::seconds PATIENCE(10);
+constexpr std::chrono::milliseconds PAUSE(1000);
+
+}  // namespace
+
+// A cluster that is disturbed may refuse a subscription: then the next host is asked.
+struct FleetListener::Connection {
+  explicit Connection(std::function<void(Message)> take)
+      : take(std::move(take)), client(makeMqttClient(nullptr, this)) {
+    if (!client) {
+      return;
+    }
+    mosquitto_connect_callback_set(client.get(), [](mosquitto* client, void* data, int code) {
+      static_cast<Connection*>(data)->refusal = code;
+      if (code == 0) {
+        mosquitto_subscribe(client, nullptr, ALL_SITES, MQTT_ONCE);
+      }
+    });
+    mosquitto_subscribe_callback_set(
+        client.get(), [](mosquitto*, void* data, int, int count, const int* granted) {
+          auto* self = static_cast<Connection*>(data);
+          self->isSubscribed = count > 0 && granted[0] < REFUSED;
+          self->isRefused = !self->isSubscribed;
+        });
+    mosquitto_message_callback_set(
+        client.get(), [](mosquitto*, void* data, const mosquitto_message* message) {
+          static_cast<Connection*>(data)->take(
+              {message->topic, std::string(static_cast<const char*>(message->payload),
+                                           static_cast<std::size_t>(message->payloadlen))});
+        });
+  }
+  Connection(const Connection&) = delete;
+  Connection& operator=(const Connection&) = delete;
+
+  std::function<void(Message)> take;
+  MosquittoPtr client;
+  int refusal = 0;
+  bool isSubscribed = false;
+  bool isRefused = false;
+};
+
+FleetListener::FleetListener(BrokerHosts hosts, const BrokerOptions& options)
+    : hosts(std::move(hosts)), login(options.login), tls(options.tls) {
+  thread = std::thread(&FleetListener::run, this);
+}
+
+FleetListener::~FleetListener() {
+  {
+    const LockGuard lock(mutex);
+    stopping = true;
+  }
+  changed.notifyAll();
+  thread.join();
+}
+
+std::vector<FleetListener::Message> FleetListener::takeMessages() {
+  const LockGuard lock(mutex);
+  return std::exchange(messages, {});
+}
+
+std::vector<std::string> FleetListener::takeNews() {
+  const LockGuard lock(mutex);
+  return std::exchange(news, {});
+}
+
+void FleetListener::run() {
+  for (std::size_t next = 0; !isStopping(); next = (next + 1) % hosts.size()) {
+    const std::string fault = listen(hosts[next]);
+    keep({});
+    if (!fault.empty()) {
+      tell(nameOf(hosts[next]) + ": " + fault);
+    }
+    pause();
+  }
+}
+
+// Returns why it has ended; empty when it was told to.
+std::string FleetListener::listen(const BrokerAddress& host) {
+  Connection connection([this](Message message) { keep(std::move(message)); });
+  mosquitto* client = connection.client.get();
+  if (client == nullptr) {
+    return "no memory";
+  }
+  int result = introduce(client, login, tls);
+  if (result == MOSQ_ERR_SUCCESS) {
+    result = mosquitto_connect_async(client, host.host.c_str(), host.port, MQTT_KEEP_ALIVE);
+  }
+  const Clock::time_point deadline = Clock::now() + PATIENCE;
+  bool isTold = false;
+  while (result == MOSQ_ERR_SUCCESS && !isStopping()) {
+    result = mosquitto_loop(client, LOOP_MS, 1);
+    if (connection.refusal != 0) {
+      return mosquitto_connack_string(connection.refusal);
+    }
+    if (connection.isRefused) {
+      return "the subscription was refused";
+    }
+    if (connection.isSubscribed && !std::exchange(isTold, true)) {
+      tell(nameOf(host) + ": connected");
+    }
+    if (!connection.isSubscribed && Clock::now() > deadline) {
+      return "no answer";
+    }
+  }
+  return result == MOSQ_ERR_SUCCESS ? "" : mosquitto_strerror(result);
+}
+
+void FleetListener::keep(Message message) {
+  const LockGuard lock(mutex);
+  messages.push_back(std::move(message));
+}
+
+void FleetListener::tell(const std::string& text) {
+  const LockGuard lock(mutex);
+  if (std::exchange(lastNews, text) != text) {
+    news.push_back(text);
+  }
+}
+
+bool FleetListener::isStopping() {
+  const LockGuard lock(mutex);
+  return stopping;
+}
+
+void FleetListener::pause() {
+  const Clock::time_point end = Clock::now() + PAUSE;
+  const LockGuard lock(mutex);
+  for (auto now = Clock::now(); !stopping && now < end; now = Clock::now()) {
+    changed.waitFor(mutex, std::chrono::ceil<std::chrono::milliseconds>(end - now));
+  }
+}
+
+}  // namespace device

@@ -1,0 +1,50 @@
+#ifndef DEVICE_FLEET_FLEET_PAGE_H
+#define DEVICE_FLEET_FLEET_PAGE_H
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "fleet/fleet_listener.h"
+#include "fleet/site_table.h"
+#include "services/periodic_timer.h"
+#include "web_server/web_options.h"
+#include "web_server/web_server.h"
+
+namespace device {
+
+// All sites of a fleet on one page, in the main loop of its thread.
+//
+//   GET /sites    everything that is known of them (SiteTable::everything)
+//   GET /changes  a stream of "changes" messages, at most one a second
+//
+// Who opens the stream first and then asks for everything misses nothing.
+class FleetPage {
+ public:
+  // announce tells the user something. Throws std::runtime_error when it cannot listen.
+  FleetPage(const WebOptions& options, std::function<void(const std::string&)> announce);
+
+  std::string url() const { return server.url(); }
+
+ private:
+  static constexpr char SITES_PATH[] = "/sites";
+  static constexpr char CHANGES_PATH[] = "/changes";
+  static constexpr std::int64_t LISTENING_PERIOD = 100000;  // microseconds
+  static constexpr std::int64_t CHANGES_PERIOD = 1000000;   // microseconds
+
+  void listen();
+  void tellChanges();
+
+  std::function<void(const std::string&)> announce;
+  SiteTable sites;
+  WebServer server;
+  EventStream& changes;
+  std::vector<std::unique_ptr<FleetListener>> listeners;  // of each broker
+  PeriodicTimer listeningTimer;
+  PeriodicTimer changesTimer;
+};
+
+}  // namespace device
+
+#endif

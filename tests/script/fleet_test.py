@@ -1,0 +1,106 @@
+"""What script/fleet makes of hosts and sites."""
+
+import pathlib
+import re
+import subprocess
+import tempfile
+import unittest
+
+REPOSITORY = pathlib.Path(__file__).resolve().parents[2]
+HOSTS = {"nats": "n1=10.0.0.1,n2=10.0.0.2,n3=10.0.0.3", "mosquitto": "m1=10.0.0.1,m2=broker.lan"}
+
+
+class FleetTest(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.out = pathlib.Path(folder.name) / "fleet"
+
+    def call(self, *options):
+        return subprocess.run([REPOSITORY / "script" / "fleet", *options], capture_output=True,
+                              text=True, check=False, timeout=120)
+
+    def make(self, sites="2", brokers="nats", hosts=None):
+        return self.call("make", "--brokers", brokers, "--hosts", hosts or HOSTS[brokers],
+                         "--sites", str(sites), "--out", str(self.out))
+
+    def read(self, name):
+        return (self.out / name).read_text(encoding="utf-8")
+
+    def everything(self):
+        return {path.relative_to(self.out): path.read_bytes()
+                for path in self.out.rglob("*") if path.is_file()}
+
+    def sites_file(self, *names):
+        path = self.out.parent / f"names-{len(list(self.out.parent.iterdir()))}"
+        path.write_text("\n".join(names), encoding="utf-8")
+        return path
+
+    def is_taken_by(self, authority, purpose, certificate):
+        return subprocess.run(
+            ["openssl", "verify", "-purpose", purpose, "-CAfile", self.out / authority,
+             self.out / certificate], capture_output=True, check=False).returncode == 0
+
+    def test_each_node_has_its_own_addresses_and_the_others_as_routes(self):
+        self.assertEqual(0, self.make().returncode)
+        node = self.read("n2/nats-server.conf")
+        self.assertIn('server_name: n2\n', node)
+        self.assertIn('listen: "10.0.0.2:8883"', node)
+        self.assertIn('routes: ["nats://10.0.0.1:6222", "nats://10.0.0.3:6222"]', node)
+        self.assertIn("stream_replicas: 3\n", node)
+        self.assertIn("verify_and_map: true", node)
+        self.assertIn('"/etc/nats/n2.key"', node)
+        # Nothing listens on all addresses.
+        self.assertEqual(4, len(re.findall(r'(?:listen|http): "(?:10.0.0.2|127.0.0.1):\d+"', node)))
+        self.assertEqual(self.read("n1/sites.conf"), self.read("n3/sites.conf"))
+
+    def test_site_writes_below_its_own_name_and_reads_nothing(self):
+        self.make(self.sites_file("north", "south_2"))
+        self.assertIn('{ user: "CN=south_2,O=fleet", permissions: '
+                      '{ publish: ["sites.south_2.>"], subscribe: { deny: ">" } } }',
+                      self.read("n1/sites.conf"))
+        self.make(brokers="mosquitto")
+        self.assertIn("pattern write sites/%u/#", self.read("m1/sites.acl"))
+        self.assertNotIn("anonymous true", self.read("m1/mosquitto.conf"))
+        self.assertIn("require_certificate true", self.read("m2/mosquitto.conf"))
+
+    def test_site_can_pretend_to_be_no_node_whatever_its_name_is(self):
+        self.make(self.sites_file("n1"))
+        self.assertTrue(self.is_taken_by("ca.crt", "sslclient", "sites/n1.crt"))
+        self.assertFalse(self.is_taken_by("ca.crt", "sslserver", "sites/n1.crt"))
+        self.assertFalse(self.is_taken_by("nodes-ca.crt", "sslclient", "sites/n1.crt"))
+        self.assertTrue(self.is_taken_by("ca.crt", "sslserver", "n1/n1.crt"))
+        self.assertTrue(self.is_taken_by("nodes-ca.crt", "sslclient", "n1/n1-node.crt"))
+
+    def test_again_changes_nothing_and_new_sites_are_added(self):
+        self.make(2)
+        before = self.everything()
+        self.make(2)
+        self.assertEqual(before, self.everything())
+        self.make(3)
+        after = self.everything()
+        changed = {str(path) for path in after if after[path] != before.get(path)}
+        self.assertEqual({"ca.srl", "sites/site-00003.crt", "sites/site-00003.key",
+                          "n1/sites.conf", "n2/sites.conf", "n3/sites.conf"}, changed)
+
+    def test_keys_are_for_their_owner_alone(self):
+        self.make()
+        for path in self.out.rglob("*"):
+            self.assertEqual(0, path.stat().st_mode & 0o077, path)
+
+    def test_what_cannot_work_is_refused(self):
+        for sites, hosts, word in (
+                ("0", None, "--sites"), (self.sites_file("a.b"), None, "a.b"),
+                (self.sites_file("a", "a"), None, "--sites"),
+                (self.sites_file("viewer"), None, "viewer"), (self.sites_file("x" * 33), None, "x"),
+                ("2", "n1=a,n2=b", "3 nodes"), ("2", "n1=a,n1=b,n3=c", "3 nodes"),
+                ("2", "n1=a,n2,n3=c", "n2"), ("2", "n1=a,n 2=b,n3=c", "n 2")):
+            result = self.make(sites, hosts=hosts)
+            self.assertEqual(1, result.returncode, (sites, hosts))
+            self.assertIn(word, result.stderr)
+        self.assertFalse(self.out.exists())
+        self.assertEqual(1, self.call("history", "--folder", str(self.out)).returncode)
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,109 @@
+"""A fleet on this machine (script/fleet --try): brokers, virtual sites and the page, all real."""
+
+import http.client
+import json
+import os
+import pathlib
+import re
+import shutil
+import signal
+import subprocess
+import tempfile
+import unittest
+
+from journal import PATIENCE, Journal, wait_until
+from namespace import REPOSITORY
+
+SITES = 6
+PAGE = re.compile(r"The fleet's page: http://127\.0\.0\.1:(\d+)/$")
+NODE = re.compile(r"(\w+): 127\.0\.0\.1:(\d+), process (\d+)$")
+FLEET = REPOSITORY / "script" / "fleet"
+OWN = "MiruPlatform/SentrelVideo/"
+ALARM = {"data": {"active": True}, "time": "2026-01-01T12:00:00.000Z", "start": "S", "seq": 1}
+
+
+class FleetTest(unittest.TestCase):
+    def start(self, brokers):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = pathlib.Path(folder.name)
+        process = subprocess.Popen(
+            [FLEET, "--try", "--sites", str(SITES), "--brokers", brokers, "--folder", self.folder,
+             "--alarm-seconds", "3", "--build", os.environ["SENTREL_BUILD"]],
+            stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
+        self.addCleanup(process.stdout.close)
+        self.addCleanup(process.wait, PATIENCE)
+        self.addCleanup(process.terminate)
+        self.output = Journal()
+        self.output.follow(line.rstrip("\n") for line in process.stdout)
+        position = self.output.wait_for(PAGE.match, "the page")
+        self.port = int(PAGE.match(self.output.entries()[position - 1])[1])
+        self.nodes = [node.groups() for node in map(NODE.match, self.output.entries()) if node]
+
+    def told(self):
+        connection = http.client.HTTPConnection("127.0.0.1", self.port, timeout=PATIENCE)
+        try:
+            connection.request("GET", "/sites")
+            return json.loads(connection.getresponse().read())
+        finally:
+            connection.close()
+
+    def site(self, name):
+        return {site["name"]: site for site in self.told()["sites"]}[name]
+
+    def all_are_online(self):
+        return [site["online"] for site in self.told()["sites"]] == ["online"] * SITES
+
+    def publish(self, user, topic):
+        """As a site that has a certificate; user None: without one."""
+        own = ["--cert", self.folder / "sites" / f"{user}.crt",
+               "--key", self.folder / "sites" / f"{user}.key"] if user else []
+        return subprocess.run(
+            ["mosquitto_pub", "-h", "127.0.0.1", "-p", self.nodes[-1][1], "-q", "1", "--cafile",
+             self.folder / "ca.crt", *own, "-t", topic, "-m", json.dumps(ALARM)],
+            capture_output=True, timeout=PATIENCE, check=False).returncode
+
+    def check_rights(self):
+        foreign, own = ("sites/site-00002/" + OWN + "CameraForged",
+                        "sites/site-00001/" + OWN + "CameraOwn")
+        self.assertNotEqual(0, self.publish(None, own))
+        self.publish("site-00001", foreign)
+        self.assertEqual(0, self.publish("site-00001", own))
+        wait_until(lambda: "CameraOwn" in self.site("site-00001")["alarms"], "its own alarm")
+        self.assertNotIn("CameraForged", json.dumps(self.told()))
+
+    def check_loss_of_a_node(self):
+        os.kill(int(self.nodes[0][2]), signal.SIGKILL)
+        latest = self.told()["alarms"][-1]["time"]
+        wait_until(self.all_are_online, "all sites at the other nodes")
+        for number in range(1, SITES + 1):
+            name = f"site-{number:05}"
+            wait_until(lambda: any(alarm["site"] == name and alarm["time"] > latest
+                                   for alarm in self.told()["alarms"]), f"an alarm of {name}")
+
+    def test_three_nodes(self):
+        if not shutil.which("nats-server"):
+            self.skipTest("nats-server is not on this machine")
+        self.start("nats")
+        wait_until(self.all_are_online, "all sites")
+        self.check_rights()
+        wait_until(lambda: len(self.told()["alarms"]) > 2 * SITES, "some alarms")
+        self.check_loss_of_a_node()
+        self.check_history()
+
+    def test_two_brokers_that_know_nothing_of_each_other(self):
+        self.start("mosquitto")
+        wait_until(self.all_are_online, "all sites")
+        self.check_rights()
+        self.check_loss_of_a_node()
+
+    def check_history(self):
+        """What the page was told is in it, in its order, told by a node that is left."""
+        shown = [(alarm["site"], alarm["alarm"], alarm["time"], alarm["active"])
+                 for alarm in self.told()["alarms"] if alarm["site"] == "site-00003"]
+        result = subprocess.run([FLEET, "history", "--folder", self.folder / "n2"],
+                                capture_output=True, text=True, timeout=PATIENCE, check=True)
+        kept = [(site, alarm, when, word == "begins")
+                for when, site, alarm, word in map(str.split, result.stdout.splitlines())]
+        self.assertGreater(len(shown), 2)
+        self.assertEqual(shown, [alarm for alarm in kept if alarm in shown])
