@@ -73,8 +73,8 @@ TEST(StartTimerTest, CallsAgainUntilItsOwnerGoes) {
   const GMainContextPtr context(g_main_context_new());
   int calls = 0;
   GSourcePtr timer = startTimer(0, countCall, &calls, context.get());
-  g_main_context_iteration(context.get(), TRUE);
-  g_main_context_iteration(context.get(), TRUE);
+  g_main_context_iteration(context.get(), FALSE);
+  g_main_context_iteration(context.get(), FALSE);
   EXPECT_EQ(calls, 2);
   timer.reset();
   EXPECT_FALSE(g_main_context_iteration(context.get(), FALSE));

@@ -121,4 +121,25 @@ TEST_F(FovTest, ABusThatCannotBeReachedIsLogged) {
   EXPECT_THAT(LogCapture::lines()[0].text, StartsWith("Could not connect to the bus "));
 }
 
+TEST_F(FovTest, ABusThatComesLateIsFound) {
+  lens->set(0, 92.5, 54.25, 90);
+  g_setenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/bus", TRUE);
+  const Fov fov(0);
+  g_setenv("DBUS_SYSTEM_BUS_ADDRESS", PrivateBus::address(), TRUE);
+  EXPECT_TRUE(iterateUntil([&] { return fov.getSensorRotation() == 90; }));
+  EXPECT_DOUBLE_EQ(fov.getHorizontalFov(), 92.5);
+}
+
+TEST_F(FovTest, ALostBusIsFoundAgain) {
+  lens->set(0, 92.5, 54.25, 90);
+  const Fov fov(0);
+  EXPECT_EQ(fov.getSensorRotation(), 90);
+  lens.reset();
+  PrivateBus::restart();
+  lens = std::make_unique<FakeLens>();
+  lens->set(0, 45.0, 25.0, 180);
+  EXPECT_TRUE(iterateUntil([&] { return fov.getSensorRotation() == 180; }));
+  EXPECT_DOUBLE_EQ(fov.getHorizontalFov(), 45.0);
+}
+
 }  // namespace
