@@ -100,19 +100,23 @@ std::optional<ptztolva_status> DeviceInMemory::status(int channel) {
 
 std::uint32_t DeviceInMemory::declareEvent(GVariant* keys, bool isStateless, std::int64_t time) {
   auto read = eventKeysFromVariant(keys, StrangeValue::refuse);
-  std::uint32_t id = 0;
-  const bool isDeclared = read && events.declare(APPLICATION, std::move(*read), isStateless, time,
-                                                 &id) == device::EventStatus_e::ok;
-  return isDeclared ? id : 0;
+  if (!read) {
+    return 0;
+  }
+  const auto declared = events.declare(APPLICATION, std::move(*read), isStateless, time);
+  return declared.status == device::EventStatus_e::ok ? declared.id : 0;
 }
 
 bool DeviceInMemory::sendEvent(std::uint32_t id, GVariant* keys, std::int64_t time) {
   const auto read = eventKeysFromVariant(keys, StrangeValue::refuse);
-  device::Event sent;
-  if (!read || events.send(APPLICATION, id, *read, time, &sent) != device::EventStatus_e::ok) {
+  if (!read) {
     return false;
   }
-  monitor.handle(sent);
+  const auto sent = events.send(APPLICATION, id, *read, time);
+  if (sent.status != device::EventStatus_e::ok) {
+    return false;
+  }
+  monitor.handle(sent.event);
   return true;
 }
 

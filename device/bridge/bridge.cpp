@@ -44,10 +44,14 @@ Bridge::Bridge(const BridgeOptions& options, BridgeSettings given, const Credent
   events.observe([this](const Event& event) { monitor.handle(event); });
   web = std::make_unique<WebInterface>(
       options.web, paths.application,
-      WebSources{.model = [this] { return modelJsonOf(settings, settings.head.product); },
+      WebSources{.name = settings.head.product,
+                 .cameras = static_cast<int>(settings.cameras.size()),
+                 .model = [this] { return modelJsonOf(settings, settings.head.product); },
                  .world = nullptr,
+                 .people = nullptr,
                  .head = head,
                  .events = events,
+                 .parameters = parameterStore,
                  .seconds = [this] { return secondsSinceStart(); },
                  .announce = [this](const std::string& text) { console.message(text); }});
   console.message("The page: " + web->url());

@@ -21,11 +21,12 @@ struct Raw {
   OptionText user;
   OptionText passwordFile;
   OptionText web;
-  OptionText mqtt;
+  OptionText metricsTokenFile;
+  RawBrokerOptions broker;
 };
 
 void parse(const std::vector<std::string>& arguments, Raw* raw) {
-  const std::vector<GOptionEntry> entries = {
+  std::vector<GOptionEntry> entries = {
       {"settings", 0, 0, G_OPTION_ARG_FILENAME, raw->settings.out(), "The cameras and the head",
        "FILE"},
       {"credentials", 0, 0, G_OPTION_ARG_FILENAME, raw->credentials.out(),
@@ -49,19 +50,24 @@ void parse(const std::vector<std::string>& arguments, Raw* raw) {
       {"password-file", 0, 0, G_OPTION_ARG_FILENAME, raw->passwordFile.out(),
        "File whose first line is the user's password", "FILE"},
       {"web", 0, 0, G_OPTION_ARG_FILENAME, raw->web.out(), "Folder of the page", "DIR"},
-      {"mqtt", 0, 0, G_OPTION_ARG_STRING, raw->mqtt.out(), "Broker to which events are published",
-       "HOST[:PORT]"},
+      {"metrics-token-file", 0, 0, G_OPTION_ARG_FILENAME, raw->metricsTokenFile.out(),
+       "File whose first line lets a reader of the metrics in", "FILE"},
       {nullptr, 0, 0, G_OPTION_ARG_NONE, nullptr, nullptr, nullptr}};
+  const std::vector<GOptionEntry> broker = raw->broker.entries();
+  entries.insert(entries.end() - 1, broker.begin(), broker.end());
   readOptions("Brings cameras and a head that speak ONVIF to the application.", entries, arguments);
 }
 
 WebOptions webOptionsOf(const Raw& raw) try {
-  return readWebOptions({.address = raw.listen.get(),
-                         .port = raw.port.get(),
-                         .user = raw.user.get(),
-                         .passwordFile = raw.passwordFile.get(),
-                         .folder = raw.web.get() != nullptr ? raw.web.get() : DEVICE_WEB,
-                         .broker = raw.mqtt.get()});
+  WebOptions options =
+      readWebOptions({.address = raw.listen.get(),
+                      .port = raw.port.get(),
+                      .user = raw.user.get(),
+                      .passwordFile = raw.passwordFile.get(),
+                      .folder = raw.web.get() != nullptr ? raw.web.get() : DEVICE_WEB,
+                      .metricsTokenFile = raw.metricsTokenFile.get()});
+  options.broker = readBrokerOptions(raw.broker);
+  return options;
 } catch (const WebOptionError& error) {
   throw OptionError(error.what());
 }
