@@ -30,6 +30,7 @@ constexpr char OWN[] = "MiruPlatform/SentrelVideo/";
 struct SiteOptions {
   device::BrokerOptions broker;
   std::string certificates;  // folder of NAME.crt and NAME.key; empty for none
+  int first = 1;             // the number of the first one
   int count = 10;
   double alarmSeconds = 30;  // mean time between two alarms of a site
 };
@@ -107,6 +108,7 @@ SiteOptions parseOptions(const std::vector<std::string>& arguments) {
   OptionText certificates;
   std::vector<GOptionEntry> entries = {
       {"sites", 0, 0, G_OPTION_ARG_INT, &options.count, "How many", "N"},
+      {"first", 0, 0, G_OPTION_ARG_INT, &options.first, "Number of the first one (1)", "N"},
       {"alarm-seconds", 0, 0, G_OPTION_ARG_DOUBLE, &options.alarmSeconds,
        "Mean time from one alarm of a site to the next", "SECONDS"},
       {"certificates", 0, 0, G_OPTION_ARG_FILENAME, certificates.out(),
@@ -115,8 +117,10 @@ SiteOptions parseOptions(const std::vector<std::string>& arguments) {
   const std::vector<GOptionEntry> atBroker = broker.readersEntries();
   entries.insert(entries.begin(), atBroker.begin(), atBroker.end());
   readOptions("Sites that are not there, for trials of a fleet.", entries, arguments);
-  if (options.count < 1 || options.count > MOST_SITES || !(options.alarmSeconds >= 1)) {
-    throw OptionError("--sites is a number from 1 to 10000, --alarm-seconds a time of 1 or more");
+  if (options.count < 1 || options.count > MOST_SITES || options.first < 1 ||
+      options.first > MOST_SITES || !(options.alarmSeconds >= 1)) {
+    throw OptionError(
+        "--sites and --first are numbers from 1 to 10000, --alarm-seconds a time of 1 or more");
   }
   try {
     options.broker = device::readBrokerOptions(broker);
@@ -137,8 +141,8 @@ gboolean stop(gpointer loop) {
 
 int publish(const SiteOptions& options) {
   std::vector<std::unique_ptr<VirtualSite>> sites;
-  for (int number = 1; number <= options.count; ++number) {
-    sites.push_back(std::make_unique<VirtualSite>(options, number));
+  for (int i = 0; i < options.count; ++i) {
+    sites.push_back(std::make_unique<VirtualSite>(options, options.first + i));
   }
   const GMainLoopPtr loop(g_main_loop_new(nullptr, FALSE));
   for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {

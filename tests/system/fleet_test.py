@@ -10,6 +10,7 @@ import signal
 import subprocess
 import tempfile
 import unittest
+import urllib.parse
 
 from journal import PATIENCE, Journal, wait_until
 from namespace import REPOSITORY
@@ -23,13 +24,13 @@ ALARM = {"data": {"active": True}, "time": "2026-01-01T12:00:00.000Z", "start": 
 
 
 class FleetTest(unittest.TestCase):
-    def start(self, brokers):
+    def start(self, brokers, *options):
         folder = tempfile.TemporaryDirectory()
         self.addCleanup(folder.cleanup)
         self.folder = pathlib.Path(folder.name)
         process = subprocess.Popen(
             [FLEET, "--try", "--sites", str(SITES), "--brokers", brokers, "--folder", self.folder,
-             "--alarm-seconds", "3", "--build", os.environ["SENTREL_BUILD"]],
+             "--alarm-seconds", "3", "--build", os.environ["SENTREL_BUILD"], *options],
             stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
         self.addCleanup(process.stdout.close)
         self.addCleanup(process.wait, PATIENCE)
@@ -76,7 +77,7 @@ class FleetTest(unittest.TestCase):
         os.kill(int(self.nodes[0][2]), signal.SIGKILL)
         latest = self.told()["alarms"][-1]["time"]
         wait_until(self.all_are_online, "all sites at the other nodes")
-        for number in range(1, SITES + 1):
+        for number in range(2, SITES + 1):
             name = f"site-{number:05}"
             wait_until(lambda: any(alarm["site"] == name and alarm["time"] > latest
                                    for alarm in self.told()["alarms"]), f"an alarm of {name}")
@@ -84,9 +85,10 @@ class FleetTest(unittest.TestCase):
     def test_three_nodes(self):
         if not shutil.which("nats-server"):
             self.skipTest("nats-server is not on this machine")
-        self.start("nats")
+        self.start("nats", "--devices", "1")
         wait_until(self.all_are_online, "all sites")
         self.check_rights()
+        self.check_device("site-00001")
         wait_until(lambda: len(self.told()["alarms"]) > 2 * SITES, "some alarms")
         self.check_loss_of_a_node()
         self.check_history()
@@ -96,6 +98,15 @@ class FleetTest(unittest.TestCase):
         wait_until(self.all_are_online, "all sites")
         self.check_rights()
         self.check_loss_of_a_node()
+
+    def check_device(self, name):
+        """A whole one: what its daemon does is told, and its page is where it says."""
+        wait_until(lambda: self.site(name)["state"] in ("autotuning", "running"), "the tracker")
+        url = urllib.parse.urlsplit(self.site(name)["url"])
+        connection = http.client.HTTPConnection(url.hostname, url.port, timeout=PATIENCE)
+        connection.request("GET", "/")
+        self.assertIn("SentrelVideo", connection.getresponse().read().decode())
+        connection.close()
 
     def check_history(self):
         """What the page was told is in it, in its order, told by a node that is left."""
