@@ -96,18 +96,23 @@ std::optional<std::string> OnvifCamera::snapshot(const std::string& token) {
 }
 
 std::string OnvifCamera::paintedFor(const CameraProfile& profile) const {
-  return jpegOf(paint(cameraOf(profile), people(), profile.width, profile.height));
+  const OverviewCamera camera = cameraOf(profile);
+  Picture picture = paint(camera, thingsBefore(camera), profile.width, profile.height);
+  expose(lightAt(sources.seconds()), static_cast<std::uint32_t>(g_get_monotonic_time()), &picture);
+  return jpegOf(picture);
 }
 
-std::vector<Person> OnvifCamera::people() const {
-  std::vector<Person> people;
-  for (const PersonView& view : sources.world.people(sources.seconds())) {
-    Person& person = people.emplace_back();
+Things OnvifCamera::thingsBefore(const OverviewCamera& camera) const {
+  const double now = sources.seconds();
+  Things things{.scenery = sources.world.getScenery(),
+                .figures = sources.world.figures(camera, now)};
+  for (const PersonView& view : sources.world.people(now)) {
+    Person& person = things.people.emplace_back();
     person.id = view.id;
     person.position = view.position;
     person.height = view.tall;
   }
-  return people;
+  return things;
 }
 
 StreamOptions OnvifCamera::streamOptions(const OnvifOptions& options) const {
@@ -133,7 +138,9 @@ std::size_t OnvifCamera::streamCount() const {
 }
 
 StreamScene OnvifCamera::sceneOf(const CameraProfile& profile) const {
-  return {cameraOf(profile), people(), g_get_monotonic_time()};
+  OverviewCamera camera = cameraOf(profile);
+  Things things = thingsBefore(camera);
+  return {std::move(camera), std::move(things), g_get_monotonic_time(), lightAt(sources.seconds())};
 }
 
 // The host's name without its port.

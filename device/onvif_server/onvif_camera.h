@@ -69,7 +69,7 @@ class OnvifCamera {
   std::optional<std::string> snapshot(const std::string& token);
   std::string paintedFor(const CameraProfile& profile) const;
   OverviewCamera cameraOf(const CameraProfile& profile) const;
-  std::vector<Person> people() const;
+  Things thingsBefore(const OverviewCamera& camera) const;
   StreamOptions streamOptions(const OnvifOptions& options) const;
   std::vector<StreamSetup> streamSetups() const;
   std::size_t streamCount() const;

@@ -26,8 +26,8 @@ class Canvas {
       width = now.horizontalFov;
     }
     picture = ground;
-    paintPeople(scene.camera, scene.people, &*picture);
-    addNoise(static_cast<std::uint32_t>(scene.time), &*picture);
+    paintThings(scene.camera, scene.things, &*picture);
+    expose(scene.light, static_cast<std::uint32_t>(scene.time), &*picture);
     return *picture;
   }
 

@@ -11,16 +11,17 @@
 
 #include "base/glib_ptr.h"
 #include "base/mutex.h"
+#include "picture/painter.h"
 #include "world/overview_camera.h"
-#include "world/tracks.h"
 
 namespace device {
 
 // What a stream shows at a moment.
 struct StreamScene {
   OverviewCamera camera;
-  std::vector<Person> people;
+  Things things;
   std::int64_t time = 0;  // microseconds of the monotonic clock
+  double light = 1;
 };
 
 enum class StreamCodec { h264, jpeg, metadata, gzippedMetadata };

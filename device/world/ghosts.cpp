@@ -78,30 +78,53 @@ Ghosts::Ghosts(std::vector<GhostSetup> setups, std::uint64_t seed)
 
 // Time is cut into turns as long as a ghost is seen; in each at most one appearance begins, which
 // goes on into the next.
+std::vector<Ghosts::Appearance> Ghosts::appearances(std::size_t ghost, double time) const {
+  const GhostSetup& setup = setups[ghost];
+  const std::string purpose = "ghost " + std::to_string(ghost);
+  const auto turn = static_cast<std::int64_t>(std::floor(time / setup.seconds));
+  std::vector<Appearance> found;
+  for (const std::int64_t number : {turn - 1, turn}) {
+    if (evenOf(seed, purpose, 2 * number) >= setup.perMinute / 60 * setup.seconds) {
+      continue;
+    }
+    const double start =
+        (static_cast<double>(number) + evenOf(seed, purpose, 2 * number + 1)) * setup.seconds;
+    const double age = time - start;
+    if (age >= 0 && age < setup.seconds) {
+      found.push_back({number, age});
+    }
+  }
+  return found;
+}
+
 std::vector<Ghost> Ghosts::at(const OverviewCamera& camera, double time) const {
   std::vector<Ghost> ghosts;
   for (std::size_t i = 0; i < setups.size(); ++i) {
-    const GhostSetup& setup = setups[i];
-    const std::string purpose = "ghost " + std::to_string(i);
-    const auto turn = static_cast<std::int64_t>(std::floor(time / setup.seconds));
-    for (const std::int64_t number : {turn - 1, turn}) {
-      if (evenOf(seed, purpose, 2 * number) >= setup.perMinute / 60 * setup.seconds) {
-        continue;
-      }
-      const double start =
-          (static_cast<double>(number) + evenOf(seed, purpose, 2 * number + 1)) * setup.seconds;
-      const double age = time - start;
-      if (age < 0 || age >= setup.seconds) {
-        continue;
-      }
-      if (auto outline = outlineOf(camera, setup, age)) {
+    for (const Appearance& appearance : appearances(i, time)) {
+      if (auto outline = outlineOf(camera, setups[i], appearance.age)) {
         const int id = -1 - static_cast<int>(i) -
-                       static_cast<int>(setups.size()) * static_cast<int>(number + 1);
-        ghosts.push_back({id, std::move(*outline), velocityOf(camera, setup, age)});
+                       static_cast<int>(setups.size()) * static_cast<int>(appearance.number + 1);
+        ghosts.push_back({id, std::move(*outline), velocityOf(camera, setups[i], appearance.age)});
       }
     }
   }
   return ghosts;
+}
+
+std::vector<GhostFigure> Ghosts::figures(const OverviewCamera& camera, double time) const {
+  std::vector<GhostFigure> figures;
+  for (std::size_t i = 0; i < setups.size(); ++i) {
+    const std::vector<Appearance> seen = appearances(i, time);
+    if (seen.empty() && setups[i].kind != GhostKind::tree) {
+      continue;
+    }
+    const double age = seen.empty() ? 0 : seen.back().age;  // a tree stands straight at 0
+    if (auto outline = outlineOf(camera, setups[i], age)) {
+      const SpacePoint middle = pointOf(setups[i], age, 0, 0);
+      figures.push_back({setups[i].kind, {middle.x, middle.y}, std::move(*outline)});
+    }
+  }
+  return figures;
 }
 
 }  // namespace device

@@ -1,6 +1,7 @@
 #ifndef DEVICE_WORLD_GHOSTS_H
 #define DEVICE_WORLD_GHOSTS_H
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -31,6 +32,13 @@ struct Ghost {
   PicturePoint velocity;              // per second
 };
 
+// What is there to be seen of a ghost, whether the analytics take it for an object or not.
+struct GhostFigure {
+  GhostKind kind = GhostKind::tree;
+  GroundPoint middle;                 // metres, at this moment
+  std::vector<PicturePoint> outline;  // in the upright picture, also beyond its edges
+};
+
 // Ghosts are the same for every camera, and the same at a moment whoever asks.
 class Ghosts {
  public:
@@ -39,7 +47,17 @@ class Ghosts {
   // Those in front of a camera at a moment; some may be beyond the edges of its picture.
   std::vector<Ghost> at(const OverviewCamera& camera, double time) const;
 
+  // What is seen in front of a camera at a moment: trees always, though they sway only as ghosts;
+  // all else only as ghosts.
+  std::vector<GhostFigure> figures(const OverviewCamera& camera, double time) const;
+
  private:
+  struct Appearance {
+    std::int64_t number = 0;
+    double age = 0;  // seconds
+  };
+  std::vector<Appearance> appearances(std::size_t ghost, double time) const;
+
   std::vector<GhostSetup> setups;
   std::uint64_t seed;
 };

@@ -60,8 +60,9 @@ World::World(const WorldSetup& setup, const WorldOptions& options, Scene scene)
       peopleHeight(setup.peopleHeight),
       peopleHeightDeviation(setup.peopleHeightDeviation),
       includeArea(options.includeArea),
-      playback(playbackOf(setup, options, scene)) {
-  std::vector<Block> scenery = setup.scenery;
+      playback(playbackOf(setup, options, scene)),
+      scenery(setup.scenery),
+      ghosts(setup.detections.ghosts, options.seed) {
   scenery.insert(scenery.end(), scene.scenery.begin(), scene.scenery.end());
   DetectionSetup detections = setup.detections;
   detections.sureOf = options.sureOf;

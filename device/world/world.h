@@ -11,6 +11,7 @@
 #include "world/analytics.h"
 #include "world/frame.h"
 #include "world/frame_link.h"
+#include "world/ghosts.h"
 #include "world/overview_camera.h"
 #include "world/playback.h"
 #include "world/world_setup.h"
@@ -58,6 +59,14 @@ class World {
   // channel counts from 0. The camera as it really hangs.
   const OverviewCamera& camera(int channel) const { return channels[channel].camera; }
 
+  // What stands on the ground and hides what is behind it.
+  const std::vector<Block>& getScenery() const { return scenery; }
+
+  // Trees, shadows of clouds and headlights in front of a camera.
+  std::vector<GhostFigure> figures(const OverviewCamera& camera, double time) const {
+    return ghosts.figures(camera, time);
+  }
+
   // Tells where the head looks; channels that sit on the head look there from then on.
   void followHead(const HeadStatus& head);
 
@@ -93,6 +102,8 @@ class World {
   double peopleHeightDeviation;
   double includeArea;
   Playback playback;
+  std::vector<Block> scenery;
+  Ghosts ghosts;
   std::vector<Channel> channels;
 };
 

@@ -133,5 +133,37 @@ TEST(GhostsTest, TheSeedDecidesWhen) {
   EXPECT_NE(count(1), count(2));
 }
 
+// Straight but for the time in which it is a ghost: then its middle is beside its place.
+TEST(GhostsTest, TreesAreSeenAlwaysAndSwayAsGhosts) {
+  const Ghosts ghosts({tree()}, 1);
+  int swaying = 0;
+  for (int i = 0; i < 1000; ++i) {
+    const double time = 10 + i * 0.1;
+    const std::vector<GhostFigure> figures = ghosts.figures(camera(), time);
+    ASSERT_EQ(1U, figures.size());
+    EXPECT_EQ(GhostKind::tree, figures[0].kind);
+    const std::vector<Ghost> seen = ghosts.at(camera(), time);
+    if (seen.empty()) {
+      EXPECT_EQ(0, figures[0].middle.x);
+    } else {
+      EXPECT_EQ(seen.back().outline[0].x, figures[0].outline[0].x);
+      swaying += std::abs(figures[0].middle.x) > 0.1 ? 1 : 0;
+    }
+  }
+  EXPECT_GT(swaying, 100);
+}
+
+TEST(GhostsTest, ShadowsAndHeadlightsAreSeenOnlyAsGhosts) {
+  for (const GhostKind kind : {GhostKind::shadow, GhostKind::headlights}) {
+    GhostSetup setup = tree();
+    setup.kind = kind;
+    const Ghosts ghosts({setup}, 1);
+    for (int i = 0; i < 1000; ++i) {
+      const double time = 10 + i * 0.1;
+      EXPECT_EQ(ghosts.at(camera(), time).empty(), ghosts.figures(camera(), time).empty()) << time;
+    }
+  }
+}
+
 }  // namespace
 }  // namespace device
