@@ -101,15 +101,15 @@ void SceneMaker::see(const SeenObject& object, const std::string& source, std::i
   const Key key{source, object.id};
   Followed* known = find(key);
   if (object.isRemoved) {
-    if (known != nullptr) {
-      frame->events.push_back({FrameAction::deletion, {known->id}, {}});
-      objects.erase(key);
-    }
+    drop(key, frame);
     return;
   }
   const auto box = boxOf(object);
   if (known == nullptr && (!box || !isWanted(object) || objects.size() >= MOST_OBJECTS)) {
     return;
+  }
+  if (known != nullptr && known->seen == time) {
+    return;  // twice in one frame
   }
   Followed& followed = known != nullptr ? *known : begin(key, time);
   followed.seen = time;
@@ -157,14 +157,23 @@ void SceneMaker::apply(const SeenChange& change, const std::string& source, std:
       return;
     case SeenAction::deletion:
       for (const std::string& id : change.from) {
-        if (const Followed* known = find({source, id})) {
-          frame->events.push_back({FrameAction::deletion, {known->id}, {}});
-          std::erase_if(frame->objects, [&](const auto& one) { return one.id == known->id; });
-          objects.erase({source, id});
-        }
+        drop({source, id}, frame);
       }
       return;
   }
+}
+
+// Whoever was told for the first time in this very frame has never been there.
+void SceneMaker::drop(const Key& key, Frame* frame) {
+  const Followed* known = find(key);
+  if (known == nullptr) {
+    return;
+  }
+  if (known->begun != frame->timestamp) {
+    frame->events.push_back({FrameAction::deletion, {known->id}, {}});
+  }
+  std::erase_if(frame->objects, [&](const auto& one) { return one.id == known->id; });
+  objects.erase(key);
 }
 
 // The application knows no names but numbers: the new name has the old one's number. When both have
@@ -245,12 +254,17 @@ void SceneMaker::merge(const SeenChange& change, const std::string& source, std:
   }
   FrameEvent event{FrameAction::merge, {one.id}, {}};
   for (const Key& key : absorbed) {
-    const std::int32_t id = find(key)->id;
-    event.to.push_back(id);
-    std::erase_if(frame->objects, [&](const auto& other) { return other.id == id; });
+    const Followed& other = *find(key);
+    const std::int32_t id = other.id;
+    if (other.begun != time) {
+      event.to.push_back(id);
+    }
+    std::erase_if(frame->objects, [&](const auto& object) { return object.id == id; });
     objects.erase(key);
   }
-  frame->events.push_back(std::move(event));
+  if (!event.to.empty()) {
+    frame->events.push_back(std::move(event));
+  }
 }
 
 void SceneMaker::repeatIdle(const std::string& source, std::int64_t time, Frame* frame) {

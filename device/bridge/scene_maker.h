@@ -64,6 +64,7 @@ class SceneMaker {
            Frame* frame);
   void apply(const onvif::SeenChange& change, const std::string& source, std::int64_t time,
              Frame* frame);
+  void drop(const Key& key, Frame* frame);
   void rename(const Key& from, const Key& to, Frame* frame);
   void split(const onvif::SeenChange& change, const std::string& source, std::int64_t time,
              Frame* frame);

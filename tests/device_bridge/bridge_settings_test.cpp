@@ -2,17 +2,22 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <jansson.h>
 #include <sys/stat.h>
 
 #include <fstream>
+#include <functional>
 #include <string>
 
+#include "base/json_auto_ptr.h"
 #include "bridge/told_parameters.h"
+#include "support/source_folder.h"
 #include "support/temporary_folder.h"
 
 namespace device::bridge {
 namespace {
 
+using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -69,6 +74,53 @@ TEST(BridgeSettingsTest, ApplicationIsToldWhatItAsksADeviceFor) {
   EXPECT_EQ("7.500", parameters.at("root.SentrelVideo.MastHeight"));
   EXPECT_EQ("Gate", parameters.at("root.ImageSource.I0.Name"));
   EXPECT_EQ("2.14", parameters.at("root.Properties.EmbeddedDevelopment.Version"));
+}
+
+// What the schema lists at a place, each given a value of no type that any has.
+void expectKnown(json_t* part, const std::string& place,
+                 const std::function<std::string(const std::string& key)>& settingsWith) {
+  const char* key = nullptr;
+  json_t* value = nullptr;
+  json_object_foreach(json_object_get(part, "properties"), key, value) {
+    EXPECT_THAT(complaintOf(settingsWith(std::string("\"") + key + "\": null")),
+                AllOf(HasSubstr(place + key + " "), Not(HasSubstr("is not known"))));
+  }
+}
+
+TEST(BridgeSettingsTest, EverythingThatTheSchemaListsIsRead) {
+  const auto file = sourceFolder() / "device" / "bridge" / "settings.schema.json";
+  const JsonAutoPtr schema(json_load_file(file.c_str(), 0, nullptr));
+  ASSERT_NE(nullptr, schema.get());
+  json_t* properties = json_object_get(schema.get(), "properties");
+  json_t* head = json_object_get(properties, "head");
+  json_t* camera = json_object_get(json_object_get(properties, "cameras"), "items");
+  ASSERT_LT(10U, json_object_size(json_object_get(head, "properties")));
+  ASSERT_LT(10U, json_object_size(json_object_get(camera, "properties")));
+  expectKnown(schema.get(), "", [](const std::string& wrong) {
+    const std::string name = wrong.substr(1, wrong.find('"', 1) - 1);
+    return name == "head"      ? "{" + wrong + "}"
+           : name == "cameras" ? std::string("{") + HEAD + ", " + wrong + "}"
+                               : whole(", " + wrong);
+  });
+  expectKnown(head, "head.", [](const std::string& wrong) {
+    const std::string others = R"("address": "http://a/", "field_angles": [2, 60])";
+    const bool isOther = others.find(wrong.substr(0, wrong.find(':'))) != std::string::npos;
+    return "{\"head\": {" +
+           (!isOther                                     ? others + ", "
+            : wrong.find("address") == std::string::npos ? R"("address": "http://a/", )"
+                                                         : std::string()) +
+           wrong + "}}";
+  });
+  expectKnown(camera, "cameras[0].", [](const std::string& wrong) {
+    std::string item;
+    for (const char* other :
+         {R"("address": "http://b/")", R"("horizontal_fov": 27)", R"("vertical_fov": 15.4)"}) {
+      const bool isSame = wrong.substr(0, wrong.find(':')) ==
+                          std::string(other).substr(0, std::string(other).find(':'));
+      item += isSame ? "" : std::string(other) + ", ";
+    }
+    return std::string("{") + HEAD + R"(, "cameras": [{)" + item + wrong + "}]}";
+  });
 }
 
 class CredentialsTest : public testing::Test {

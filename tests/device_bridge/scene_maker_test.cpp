@@ -148,6 +148,21 @@ TEST(SceneMakerTest, HiddenObjectIsNotMissing) {
   EXPECT_THAT(idsOf(maker.take(frameOf({object("7")}), 5 * SECOND + 900000)), ElementsAre(1));
 }
 
+TEST(SceneMakerTest, ObjectThatIsToldTwiceInAFrameIsThereOnce) {
+  SceneMaker maker;
+  EXPECT_THAT(idsOf(maker.take(frameOf({object("7"), object("7")}), SECOND)), ElementsAre(1));
+}
+
+TEST(SceneMakerTest, ObjectThatComesAndGoesInOneFrameWasNeverThere) {
+  SceneMaker maker;
+  const Frame frame = maker.take(
+      frameOf({object("7"), object("8"), object("9")},
+              {{SeenAction::deletion, {"7"}, {}}, {SeenAction::merge, {"8", "9"}, {"8"}}}),
+      SECOND);
+  EXPECT_THAT(frame.events, IsEmpty());
+  EXPECT_THAT(idsOf(frame), ElementsAre(2));
+}
+
 TEST(SceneMakerTest, IdleObjectIsRepeatedForAMinute) {
   SceneMaker maker;
   SeenObject idle = object("7");
