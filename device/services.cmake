@@ -149,6 +149,7 @@ add_library(device_onvif_client STATIC
   onvif_client/camera_calls.cpp
   onvif_client/camera_clock.cpp
   onvif_client/camera_facts.cpp
+  onvif_client/camera_search.cpp
   onvif_client/gstreamer.cpp
   onvif_client/head_facts.cpp
   onvif_client/metadata_document.cpp

@@ -11,6 +11,7 @@
 #include "onvif_client/camera_calls.h"
 #include "onvif_client/camera_clock.h"
 #include "onvif_client/camera_facts.h"
+#include "onvif_client/camera_search.h"
 #include "onvif_client/head_facts.h"
 #include "onvif_client/soap_reply.h"
 
@@ -63,6 +64,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string message = text.substr(0, text.find('\0'));
     text.erase(0, message.size() + 1);
     now += PAUSE;
+    for (const FoundCamera& camera : readDiscoveryMatches(message, "urn:uuid:question")) {
+      require(!camera.endpoint.empty() && !camera.addresses.empty(), "who is found is somewhere");
+    }
     const SoapReply reply = readReply(status, message);
     if (!reply.ok()) {
       require(!reply.failure().words.empty(), "what is wrong is told");

@@ -1,10 +1,12 @@
 #include <glib-unix.h>
 
+#include <chrono>
 #include <csignal>
 #include <exception>
 #include <iostream>
 
 #include "bridge/bridge.h"
+#include "onvif_client/camera_search.h"
 #include "services/bus.h"
 
 namespace {
@@ -19,6 +21,13 @@ constexpr int USAGE = 2;
 gboolean stopBridge(gpointer bridge) {
   static_cast<Bridge*>(bridge)->stop();
   return G_SOURCE_CONTINUE;
+}
+
+int tellCameras() {
+  for (const auto& camera : device::onvif::findCameras(std::chrono::seconds(4))) {
+    std::cout << camera.addresses.front() << "  " << camera.name << "  " << camera.hardware << '\n';
+  }
+  return 0;
 }
 
 int runBridge(const BridgeOptions& options) {
@@ -40,7 +49,8 @@ int main(int argc, char** argv) {
   g_setenv("GIO_USE_PROXY_RESOLVER", "dummy", TRUE);
   g_setenv("GSETTINGS_BACKEND", "memory", TRUE);
   try {
-    return runBridge(device::bridge::parseBridgeOptions({argv, argv + argc}));
+    const BridgeOptions options = device::bridge::parseBridgeOptions({argv, argv + argc});
+    return options.find ? tellCameras() : runBridge(options);
   } catch (const OptionError& error) {
     std::cerr << error.what() << '\n';
     return USAGE;

@@ -8,6 +8,7 @@ namespace {
 
 // Where GOption leaves what it reads.
 struct Raw {
+  gboolean find = FALSE;
   OptionText settings;
   OptionText credentials;
   OptionText daemon;
@@ -27,6 +28,8 @@ struct Raw {
 
 void parse(const std::vector<std::string>& arguments, Raw* raw) {
   std::vector<GOptionEntry> entries = {
+      {"find", 0, 0, G_OPTION_ARG_NONE, &raw->find,
+       "Tell which cameras there are on this machine's networks, and end", nullptr},
       {"settings", 0, 0, G_OPTION_ARG_FILENAME, raw->settings.out(), "The cameras and the head",
        "FILE"},
       {"credentials", 0, 0, G_OPTION_ARG_FILENAME, raw->credentials.out(),
@@ -77,6 +80,11 @@ WebOptions webOptionsOf(const Raw& raw) try {
 BridgeOptions parseBridgeOptions(const std::vector<std::string>& arguments) {
   Raw raw;
   parse(arguments, &raw);
+  BridgeOptions options;
+  options.find = raw.find != FALSE;
+  if (options.find) {
+    return options;
+  }
   const std::string transport = raw.transport.get() != nullptr ? raw.transport.get() : "socket";
   if (transport != "socket" && transport != "module") {
     throw OptionError("--transport is socket or module");
@@ -87,7 +95,6 @@ BridgeOptions parseBridgeOptions(const std::vector<std::string>& arguments) {
   if (!std::isfinite(raw.duration) || raw.duration < 0) {
     throw OptionError("--duration is a time of 0 or more");
   }
-  BridgeOptions options;
   options.settings = raw.settings.get();
   if (raw.credentials.get() != nullptr) {
     options.credentials = raw.credentials.get();

@@ -13,6 +13,7 @@ namespace device::bridge {
 
 // What the user asked for on the command line. Passwords are never there.
 struct BridgeOptions {
+  bool find = false;  // only tell which cameras there are
   std::filesystem::path settings;
   std::optional<std::filesystem::path> credentials;
   std::string daemon;  // program to start, empty for none

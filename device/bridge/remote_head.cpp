@@ -145,13 +145,14 @@ void RemoteHead::stopForGood() {
   if (!areFactsKnown || !moves.isDriven()) {
     return;
   }
-  bool isAnswered = false;
+  const auto isAnswered = std::make_shared<bool>(false);  // the answer may come after all
   const std::int64_t until = g_get_monotonic_time() + LAST_WORD;
   Tag operation = withProfile("tptz:Stop");
   operation.add(Tag("tptz:PanTilt", true)).add(Tag("tptz:Zoom", true));
-  link.getCalls().call(service(), std::move(operation), [&](const auto&) { isAnswered = true; });
+  link.getCalls().call(service(), std::move(operation),
+                       [isAnswered](const auto&) { *isAnswered = true; });
   moves.stop(g_get_monotonic_time());
-  while (!isAnswered && g_get_monotonic_time() < until) {
+  while (!*isAnswered && g_get_monotonic_time() < until) {
     g_main_context_iteration(g_main_context_get_thread_default(), TRUE);  // the timer's at least
   }
 }

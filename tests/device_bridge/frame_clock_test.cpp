@@ -96,10 +96,12 @@ TEST(FrameClockTest, TimeThatStandsStillGivesWayToTheTransports) {
 TEST(FrameClockTest, TimeOfAnotherDayGivesWayToTheTransports) {
   FrameClock clock;
   const auto send = [&](std::int64_t taken, std::int64_t delay) {
-    return clock.timeOf(taken, taken + AHEAD, taken + delay);
+    const std::int64_t told = AHEAD + taken % 2 * 3 * FrameClock::DAY + 2 * FrameClock::DAY;
+    return clock.timeOf(told + taken, taken + AHEAD, taken + delay);
   };
   EXPECT_EQ(SECOND + 30 * MS, send(SECOND, 30 * MS));
-  EXPECT_EQ(2 * SECOND + 30 * MS, send(2 * SECOND, 60 * MS));
+  EXPECT_EQ(2 * SECOND + 1 + 30 * MS, send(2 * SECOND + 1, 60 * MS));
+  EXPECT_EQ(3 * SECOND + 30 * MS, send(3 * SECOND, 60 * MS));
 }
 
 }  // namespace
