@@ -289,3 +289,78 @@ test('a daemon that is lost and comes back loses nothing that was typed', async 
   await page.getByTestId('editor-status').filter({ hasText: 'Saved.' }).waitFor();
   assert.equal((await firstProfile()).profile.name, 'Kept');
 });
+
+test('a camera is calibrated by clicks and arrow keys', async () => {
+  await ask('setSentrel', { enable: false });
+  await page.goto(new URL('calibration.html?camera=1', url).href);
+  const direction = page.getByTestId('head-direction');
+  await direction.and(page.locator('[data-pan]')).waitFor();
+  const panOf = () => direction.evaluate(({ dataset }) => Number(dataset.pan));
+  const marks = page.getByTestId('calibration-marks').locator('.point');
+  const picture = await element('picture-1').boundingBox();
+  for (const [x, y] of [[0.1, 0.1], [0.9, 0.1], [0.1, 0.9], [0.9, 0.9]]) {
+    await page.mouse.click(picture.x + x * picture.width, picture.y + y * picture.height);
+    await element('calibration-take').click();
+  }
+  // All with the head where it was.
+  await page.getByTestId('calibration-refusal').filter({ hasText: 'contradict' }).waitFor();
+  assert.equal(await marks.count(), 4);
+  assert.equal(await page.getByTestId('calibration-point').count(), 4);
+
+  await element('calibration').focus();
+  const from = await panOf();
+  await page.keyboard.down('ArrowRight');
+  await page.waitForFunction(
+    (start) => Number(document.querySelector('[data-testid=head-direction]').dataset.pan) - start > 5,
+    from,
+  );
+  await page.keyboard.up('ArrowRight');
+});
+
+/** A calibration whose head is where the test says, by the device's own arithmetic. */
+async function calibrateBy(points) {
+  const { CalibrationPanel } = await import('/js/calibration-panel.js');
+  const { CalibrationSession } = await import('/js/calibration-session.js');
+  const { solve } = await import('/js/calibration-api.js');
+  const picture = document.createElement('div');
+  const step = document.createElement('div');
+  document.body.append(picture, step);
+  let head = null;
+  const session = new CalibrationSession({
+    picture: { width: 1000, height: 1000 },
+    headDirection: () => head,
+    solve,
+    moveHead: async () => {},
+  });
+  new CalibrationPanel(step, picture, session);
+  for (const [x, y, pan, tilt] of points) {
+    head = { pan, tilt };
+    session.click({ x, y });
+    await session.take();
+  }
+  const classes = (selector) =>
+    [...picture.querySelectorAll(selector)].map((mark) => mark.getAttribute('class'));
+  return { lines: classes('line'), marks: classes('circle'), text: step.textContent };
+}
+
+test('residuals are drawn, and a point that is wrong is named', async () => {
+  const half = (Math.atan(0.5) * 180) / Math.PI;
+  const { lines, marks, text } = await page.evaluate(calibrateBy, [
+    // 90 degrees across; the last but one is 10 degrees off.
+    [0, 0, 0, 0],
+    [1, 0, 45, 0],
+    [-1, 0, -45, 0],
+    [0, 1, 0, 45],
+    [0, -1, 0, -45],
+    [0.5, 0, half, 0],
+    [-0.5, 0, -half + 10, 0],
+    [0, -0.5, 0, -half],
+  ]);
+  assert.equal(lines.length, 8);
+  assert.deepEqual(
+    marks.filter((mark) => mark.startsWith('point')),
+    [...Array(6).fill('point good'), 'point outlier', 'point good'],
+  );
+  assert.match(text, /Point 7 10\.00° off left out/);
+  assert.match(text, /Field90\.00/);
+});

@@ -1,0 +1,166 @@
+/**
+ * One calibration of an overview camera: points come and go, arrow keys lead the head, the camera is
+ * asked for anew after each change. Knows no page; what shows it listens.
+ */
+
+import {
+  FEWEST,
+  FEWEST_WITH_OFFSET,
+  MOST,
+  requestFor,
+  wantedNext,
+} from './calibration-points.js';
+
+const REPEAT = 400; // milliseconds; the head stands still a second after it was told last
+const SLOW = 4; // per cent of the head's full speed
+const FAST = 30;
+
+const ARROWS = {
+  ArrowLeft: { pan: -1, tilt: 0 },
+  ArrowRight: { pan: 1, tilt: 0 },
+  ArrowUp: { pan: 0, tilt: 1 },
+  ArrowDown: { pan: 0, tilt: -1 },
+};
+
+export const isArrow = (key) => Object.hasOwn(ARROWS, key);
+
+/** Emits "change" whenever something that is shown is another. */
+export class CalibrationSession extends EventTarget {
+  points = [];
+  pending = null; // the place that was clicked, on which the head is not yet
+  heights = null; // metres, where the camera stands beside the head
+  answer = null; // {data} or {refusal} for the points as they are
+  problem = ''; // why there is none
+
+  #pressed = new Set();
+  #isFast = false;
+  #timer = null;
+  #asked = 0;
+
+  /**
+   * @param {{picture: {width: number, height: number},
+   *          headDirection: () => ({pan: number, tilt: number}|null),
+   *          solve: (request: object) => Promise<object>,
+   *          moveHead: (speeds: {pan: number, tilt: number}) => Promise<void>,
+   *          setInterval?: Function, clearInterval?: Function}} means
+   */
+  constructor(means) {
+    super();
+    this.means = { setInterval: globalThis.setInterval, clearInterval: globalThis.clearInterval };
+    Object.assign(this.means, means);
+  }
+
+  get isFull() {
+    return this.points.length >= MOST;
+  }
+
+  get fewest() {
+    return this.heights ? FEWEST_WITH_OFFSET : FEWEST;
+  }
+
+  /** What is to be done next, for a person. */
+  get advice() {
+    if (this.pending) {
+      return 'Centre the head on the same point with the arrow keys, then take it.';
+    }
+    if (this.isFull) return 'That is as many points as are taken.';
+    const wanted = wantedNext(this.points);
+    const where = wanted ? ` ${wanted.name}` : '';
+    const ground = this.heights ? ' on the ground' : '';
+    return `Click a point${ground}${where} that the head can see, too.`;
+  }
+
+  click(place) {
+    if (!place || this.isFull) return;
+    this.pending = place;
+    this.#changed();
+  }
+
+  /** The head is on the place that was clicked. */
+  async take() {
+    const head = this.means.headDirection();
+    if (!this.pending || !head) return;
+    this.points.push({ place: this.pending, head: { pan: head.pan, tilt: head.tilt } });
+    this.pending = null;
+    await this.#solve();
+  }
+
+  async remove(index) {
+    this.points.splice(index, 1);
+    await this.#solve();
+  }
+
+  /** @param {{camera: number, head: number}|null} heights metres */
+  async setHeights(heights) {
+    this.heights = heights;
+    await this.#solve();
+  }
+
+  press(key, isFast) {
+    if (!isArrow(key) || (this.#pressed.has(key) && this.#isFast === isFast)) return;
+    this.#pressed.add(key);
+    this.#isFast = isFast;
+    this.#lead();
+  }
+
+  release(key) {
+    if (this.#pressed.delete(key)) this.#lead();
+  }
+
+  /** All keys count as released: the page lost the focus. */
+  releaseAll() {
+    if (this.#pressed.size === 0) return;
+    this.#pressed.clear();
+    this.#lead();
+  }
+
+  get speeds() {
+    const percent = this.#isFast ? FAST : SLOW;
+    const sum = { pan: 0, tilt: 0 };
+    for (const key of this.#pressed) {
+      sum.pan += ARROWS[key].pan * percent;
+      sum.tilt += ARROWS[key].tilt * percent;
+    }
+    return sum;
+  }
+
+  // At once, and again and again while a key is held.
+  #lead() {
+    this.means.clearInterval.call(globalThis, this.#timer);
+    this.#timer = null;
+    if (this.#pressed.size > 0) {
+      this.#timer = this.means.setInterval.call(globalThis, () => this.#move(), REPEAT);
+    }
+    this.#move();
+  }
+
+  async #move() {
+    try {
+      await this.means.moveHead(this.speeds);
+    } catch (error) {
+      this.problem = error.message;
+      this.#changed();
+    }
+  }
+
+  // Of answers that overtake each other the last question's counts.
+  async #solve() {
+    this.answer = null;
+    this.problem = '';
+    const asked = ++this.#asked;
+    this.#changed();
+    if (this.points.length < this.fewest) return;
+    try {
+      const request = requestFor(this.points, this.means.picture, this.heights);
+      const answer = await this.means.solve(request);
+      if (asked === this.#asked) this.answer = answer;
+    } catch (error) {
+      if (asked === this.#asked) this.problem = error.message;
+    }
+    if (asked === this.#asked) this.#changed();
+  }
+
+  #changed() {
+    this.dispatchEvent(new Event('change'));
+  }
+}
