@@ -32,6 +32,7 @@ void addFrameCases(Cases& cases);
 void addTrackerCases(Cases& cases);
 void addFollowingCases(Cases& cases);
 void addApiCases(Cases& cases);
+void addCalibrationCases(Cases& cases);
 
 // Writes people's walk to standard output: for each frame its size (32 bits of this machine) and
 // its bytes.

@@ -40,6 +40,7 @@ bench::Cases allCases() {
   bench::addTrackerCases(cases);
   bench::addFollowingCases(cases);
   bench::addApiCases(cases);
+  bench::addCalibrationCases(cases);
   return cases;
 }
 
