@@ -12,8 +12,8 @@ namespace device::calibration {
 
 namespace {
 
-constexpr double BEHIND = 1e4;   // deviations, the residual of what is not in front of the camera
-constexpr int MOST_TRIES = 400;  // of one descent
+constexpr double BEHIND = 1e4;  // deviations, the residual of what is not in front of the camera
+constexpr int MOST_TRIES = 60;  // of one descent, which seldom takes 20
 constexpr double PRECISION = 1e-12;
 constexpr double LEAST_STRENGTH = 1e-13;  // of the strongest, the columns scaled to length 1
 

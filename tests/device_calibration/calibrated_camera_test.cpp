@@ -69,8 +69,8 @@ TEST(CalibratedCameraTest, LibptzmathComesToTheSameDirections) {
       mounting.stand = {camera.offsetX, camera.offsetY, camera.cameraHeight, camera.headHeight};
     }
     pinhole.setMounting(mounting);
-    for (int x = 0; x <= truth::WIDTH; x += 96) {
-      for (int y = 0; y <= truth::HEIGHT; y += 90) {
+    for (int x = 0; x <= truth::WIDTH; x += 192) {
+      for (int y = 0; y <= truth::HEIGHT; y += 180) {
         const PicturePoint shown{2.0 * x / truth::WIDTH - 1, 1 - 2.0 * y / truth::HEIGHT};
         const ptzmath::Direction direction = pinhole.directionOf(x, y);
         EXPECT_LT(angleBetween({direction.pan, direction.tilt}, toHead(camera, shown)), 1e-6);

@@ -46,12 +46,12 @@ struct Installation {
         {at.x + distance * std::sin(pan), at.y + distance * std::cos(pan), -headHeight});
   }
 
-  // How far a calibration is from the truth at the worst of 33 by 19 places of the picture.
+  // How far a calibration is from the truth at the worst of 17 by 11 places of the picture.
   double worstError(const device::calibration::CalibratedCamera& found) const {
     double worst = 0;
-    for (int column = -16; column <= 16; ++column) {
-      for (int row = -9; row <= 9; ++row) {
-        const PicturePoint place{column / 16.0, row / 9.0};
+    for (int column = -8; column <= 8; ++column) {
+      for (int row = -5; row <= 5; ++row) {
+        const PicturePoint place{column / 8.0, row / 5.0};
         worst = std::max(worst, device::angleBetween(headOf(place), toHead(found, place)));
       }
     }
