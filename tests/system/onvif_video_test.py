@@ -92,10 +92,13 @@ class OnvifVideoTest(RunTest):
         live.wait_for(lambda message: message.kind == "world" and any(
             abs(person["pan"]) < 40 and 4 < person["y"] < 12 for person in message.data["people"]),
             "a person before the first camera")
-        begin = len(live)
-        data = output_of(ffmpeg(self.address(port, "overview1"), "-vf", f"scale={WIDTH}:{HEIGHT}",
-                                "-pix_fmt", "gray", "-f", "rawvideo"))
         size = WIDTH * HEIGHT
+        decoder = ffmpeg(self.address(port, "overview1"), "-vf", f"scale={WIDTH}:{HEIGHT}",
+                         "-pix_fmt", "gray", "-f", "rawvideo")
+        # The truth counts from the first decoded picture on, however long it takes to come.
+        data = decoder.stdout.read(size)
+        begin = len(live)
+        data += output_of(decoder)
         pictures = [data[i:i + size] for i in range(0, len(data), size)]
         changed = set().union(*changed_places(pictures))
         model = next(message.data for message in live.entries() if message.kind == "model")
@@ -108,7 +111,7 @@ class OnvifVideoTest(RunTest):
                 if 4 < person["y"] < 12 and 10 < x < WIDTH - 10 and 10 < y < HEIGHT - 10:
                     near = {(int(x) + i, int(y) + j) for i in (-1, 0, 1) for j in (-1, 0, 1)}
                     seen += 1 if near & changed else -1
-        # Those before the first picture and after the last one are few.
+        # Those after the last picture are few.
         self.assertGreater(seen, 0)
         # And nowhere else: most of the ground is as it always is.
         self.assertLess(len(changed), size / 4)
