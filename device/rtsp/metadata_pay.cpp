@@ -53,8 +53,9 @@ void addTemplate(GstElementClass* element, const char* name, GstPadDirection dir
 
 void initClass(gpointer klass, gpointer) {
   auto* element = static_cast<GstElementClass*>(klass);
-  addTemplate(element, "sink", GST_PAD_SINK,
-              std::string(METADATA_CAPS) + "; " + METADATA_GZIP_CAPS);
+  std::string caps = METADATA_CAPS;
+  caps.append("; ").append(METADATA_GZIP_CAPS);
+  addTemplate(element, "sink", GST_PAD_SINK, caps);
   addTemplate(element, "src", GST_PAD_SRC,
               "application/x-rtp, media=application, clock-rate=90000");
   gst_element_class_set_static_metadata(element, "Metadata payloader",

@@ -60,7 +60,8 @@ constexpr std::array<Offer, 5> OFFERS = {
      {"/metadata/gzip", std::nullopt, StreamCodec::gzippedMetadata}}};
 
 std::string pictureLine(StreamCodec codec, int framesPerSecond) {
-  const std::string entry = std::string("appsrc name=") + PICTURES;
+  std::string entry = "appsrc name=";
+  entry += PICTURES;
   if (codec == StreamCodec::jpeg) {
     return entry + " ! rtpjpegpay name=pay0 pt=26 ";
   }

@@ -42,8 +42,10 @@ std::optional<std::string> DigestLogin::challengeFor(SoupServerMessage* message)
     return std::nullopt;
   }
   // Who knows the password is only given a new nonce: the user is not asked again.
-  return std::string(SCHEME) + "realm=\"" + REALM + "\", nonce=\"" + nonces.issue() +
-         "\", qop=\"auth\", algorithm=MD5" + (users ? ", stale=true" : "");
+  std::string challenge = SCHEME;
+  challenge.append("realm=\"").append(REALM).append("\", nonce=\"").append(nonces.issue());
+  challenge.append("\", qop=\"auth\", algorithm=MD5").append(users ? ", stale=true" : "");
+  return challenge;
 }
 
 bool DigestLogin::isUsers(SoupServerMessage* message) const {
