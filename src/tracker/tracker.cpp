@@ -241,8 +241,12 @@ void Tracker::update() {
   }
 }
 
+// Who has switched off is told of no aim any more, though no step may have come to forget it.
 std::optional<Insight> Tracker::insight() const {
-  const auto [head, aim] = way.view();
+  auto [head, aim] = way.view();
+  if (state.get() != CameraState::running) {
+    aim.reset();
+  }
   const std::int64_t now = utils::monotonicTime();
   const std::int64_t at = now + (aim ? units::roundedFromSeconds(aim->ahead) : 0);
   auto people = observations.peopleInsight(now, at);
