@@ -111,7 +111,8 @@ std::optional<PtzHeadStatus> Autotuner::readStatusWhileWaiting(const char* messa
   return hasWaitedTooLong(message) ? std::nullopt : head.getStatus();
 }
 
-// Nothing while the head is on its way or counts its zoom in no known way.
+// Nothing while the head is on its way or counts its zoom in no known way. For the staircase alone,
+// which needs no zoom, it is not waited for any longer then.
 std::optional<double> Autotuner::checkZoom() {
   const auto status = readStatusWhileWaiting("Failed to go to autotune zoom check position\n");
   if (!status) {
@@ -123,14 +124,27 @@ std::optional<double> Autotuner::checkZoom() {
   }
   for (const ZoomReport& report : ZOOM_REPORTS) {
     if (status->zoom >= report.low && status->zoom <= report.high) {
-      head.ptzMove(TUNING_PAN, PtzHead::ABSOLUTE, TUNING_TILT, PtzHead::ABSOLUTE, WIDEST_ZOOM,
-                   PtzHead::ABSOLUTE);
-      autotuneWaitCount = 0;
-      autotuneStep = WAIT_FOR_POSITION;
+      goToWidestZoom();
       return report.correction;
     }
   }
+  if (isZoomOfNoMatter() && autotuneWaitCount == MAX_WAITS) {
+    syslog(LOG_WARNING,
+           "The head counts its zoom in no known way, it is identified all the same\n");
+    goToWidestZoom();
+  }
   return std::nullopt;
+}
+
+bool Autotuner::isZoomOfNoMatter() const {
+  return survey != nullptr && relay == Relay::leftOut;
+}
+
+void Autotuner::goToWidestZoom() {
+  head.ptzMove(TUNING_PAN, PtzHead::ABSOLUTE, TUNING_TILT, PtzHead::ABSOLUTE, WIDEST_ZOOM,
+               PtzHead::ABSOLUTE);
+  autotuneWaitCount = 0;
+  autotuneStep = WAIT_FOR_POSITION;
 }
 
 void Autotuner::waitForPosition() {

@@ -54,6 +54,8 @@ class Autotuner {
 
   void goToZoomCheck();
   std::optional<double> checkZoom();
+  bool isZoomOfNoMatter() const;
+  void goToWidestZoom();
   void waitForPosition();
   void startRelay();
   bool runRelay();

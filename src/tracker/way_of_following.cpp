@@ -92,6 +92,9 @@ void WayOfFollowing::take(const AutotuneFinding& finding) {
   if (finding.hasSurvey) {
     takeSurvey();
   }
+  if (finding.isFinished && !isModelKnown) {
+    observations.ignorePeople();  // the regulator follows
+  }
 }
 
 void WayOfFollowing::loadGains() {
@@ -125,7 +128,6 @@ void WayOfFollowing::takeSurvey() {
     syslog(LOG_WARNING,
            "The head could not be identified (%d), it is steered without being known.\n",
            static_cast<int>(found.pan.refusal));
-    observations.ignorePeople();
     return;
   }
   const following::HeadParameters parameters{found.pan.model, found.tilt.model, std::nullopt};

@@ -392,6 +392,22 @@ TEST_F(SurveyTest, IsRunWhenTheRelayHasFailedForGood) {
             1);
 }
 
+// The staircase needs no zoom: it is run where the relay is left out, or has been given up.
+TEST_F(SurveyTest, IsRunOnAHeadThatCountsItsZoomInNoKnownWay) {
+  late.zoomUnits = 7;
+  EXPECT_THAT(run(Autotuner::Relay::leftOut), ElementsAre(1, 2, 3, 4, 8, 7));
+  EXPECT_EQ(surveys, 1);
+  EXPECT_TRUE(survey.identify().pan.isBelieved());
+  EXPECT_THAT(run(Autotuner::Relay::wanted),
+              ElementsAre(1, 2, 6, 1, 2, 6, 1, 2, 6, 1, 2, 3, 4, 8, 7));
+  EXPECT_EQ(surveys, 2);
+  EXPECT_EQ(gains, 0);
+  EXPECT_EQ(LogCapture::count(LOG_WARNING,
+                              "The head counts its zoom in no known way, it is identified all the "
+                              "same\n"),
+            2);
+}
+
 TEST_F(SurveyTest, AHeadThatFallsSilentIsStoppedAndTheRunFails) {
   tuner.start(survey, Autotuner::Relay::leftOut);
   goToStaircase();

@@ -41,6 +41,7 @@ class LateHead {
   double tilt = 0.0;
   double gain = 1.0;  // 0: it is stuck
   int zoom = 1;
+  int zoomUnits = 1;  // in which it counts, of those that it is told in
 
  private:
   static constexpr int ABSOLUTE = 1;
@@ -51,7 +52,8 @@ class LateHead {
   };
 
   void tell() const {
-    FakePtzLibrary::setStatus({static_cast<float>(pan), 0, static_cast<float>(tilt), 0, zoom, 0});
+    FakePtzLibrary::setStatus(
+        {static_cast<float>(pan), 0, static_cast<float>(tilt), 0, zoom * zoomUnits, 0});
   }
 
   Speeds wanted;

@@ -144,6 +144,24 @@ TEST_F(TrackerPredictiveTest, AHeadThatCannotBeIdentifiedIsFollowedWithAllTheSam
   EXPECT_GT(moves[0].pan, 0.0);
 }
 
+// It never gets to where it is tuned.
+TEST_F(TrackerPredictiveTest, AHeadThatCannotBeIdentifiedForItStaysAwayIsFollowedWithAllTheSame) {
+  startConnecting();
+  tracker->connect();
+  setHead(50.0, CENTER_TILT);
+  for (int i = 0; i < 3600 && tracker->getState() == CameraState::autotuning; ++i) {
+    tracker->autotune();
+    pass(TICK);
+  }
+  ASSERT_EQ(tracker->getState(), CameraState::running);
+  EXPECT_FALSE(tracker->isPredicting());
+  EXPECT_FALSE(tracker->insight());
+  ASSERT_TRUE(tracker->addCamera(1));
+  show(3);
+  setHead(0.0, CENTER_TILT);
+  EXPECT_NEAR(step().at(0).pan, 10.0, 1e-9);  // ten degrees at a gain of 1
+}
+
 TEST_F(TrackerPredictiveTest, WhatIsKnownOfAnotherHeadIsNotTaken) {
   HeadFile::store("TRK-200", plainHead());
   startConnecting();
