@@ -18,7 +18,8 @@ typedef struct OVParameter OVParameter;
 OVParameter* ov_parameter_new(const char* app_name, GError** error);
 
 /* Reads one parameter. On success TRUE, and *value is a text that the caller releases with g_free.
- * FALSE when there is no such parameter or the store cannot be reached; *value is left alone. */
+ * FALSE when there is no such parameter (G_DBUS_ERROR_INVALID_ARGS, the store's own answer) or the
+ * store cannot be reached (any other error); *value is left alone. */
 gboolean ov_parameter_get(OVParameter* handle, const char* name, char** value, GError** error);
 
 /* Releases the handle; null is ignored. */

@@ -20,7 +20,7 @@ gboolean ov_parameter_get(OVParameter*, const char* name, char** value, GError**
   memory::Device* device = memory::device();
   const auto found = device != nullptr ? device->parameter(name) : std::nullopt;
   if (!found) {
-    g_set_error(error, G_IO_ERROR, G_IO_ERROR_NOT_FOUND, "There is no parameter %s", name);
+    g_set_error(error, G_DBUS_ERROR, G_DBUS_ERROR_INVALID_ARGS, "There is no parameter %s", name);
     return FALSE;
   }
   *value = g_strdup(found->c_str());

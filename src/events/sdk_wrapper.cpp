@@ -1,5 +1,6 @@
 #include "events/sdk_wrapper.h"
 
+#include <gio/gio.h>
 #include <glib-utils.h>
 #include <glib.h>
 #include <ovparameter.h>
@@ -588,22 +589,25 @@ bool sdk_wrapper_has_event_service() {
   return hasEventHandler();
 }
 
-void sdk_wrapper_param_get(const std::string& name, char* dest, int destSize) {
+bool sdk_wrapper_param_get(const std::string& name, char* dest, int destSize) {
   if (dest == nullptr || destSize < 1) {
-    return;
+    return false;
   }
   const LockGuard lock(s_mutex);
   dest[0] = '\0';
   if (!hasParameterHandler()) {
     syslog(LOG_WARNING, "Cannot get parameter %s (handler not initialized). Using: %s = %s\n",
            name.c_str(), name.c_str(), dest);
-    return;
+    return false;
   }
   char* value = nullptr;
-  if (!ov_parameter_get(s_parameterHandler, name.c_str(), &value, nullptr) || value == nullptr) {
-    return;
+  ErrorSlot error;
+  if (!ov_parameter_get(s_parameterHandler, name.c_str(), &value, error.out()) ||
+      value == nullptr) {
+    return g_error_matches(error.get(), G_DBUS_ERROR, G_DBUS_ERROR_INVALID_ARGS) != FALSE;
   }
   g_strlcpy(dest, GTextPtr(value).get(), static_cast<gsize>(destSize));
+  return true;
 }
 
 void sdk_wrapper_cleanup() {

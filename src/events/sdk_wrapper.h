@@ -61,7 +61,8 @@ bool sdk_wrapper_onvif_motion_alarm_event_send(const std::string& name, int stat
 bool sdk_wrapper_event_remove(const std::string& name);
 
 // Copies a parameter's value, cut to destSize - 1 characters; empty text when it cannot be read.
-void sdk_wrapper_param_get(const std::string& name, char* dest, int destSize);
+// False when the question was lost, which tells nothing of whether there is such a parameter.
+bool sdk_wrapper_param_get(const std::string& name, char* dest, int destSize);
 
 // Completes pending removals, undeclares every event and releases both handles.
 void sdk_wrapper_cleanup();

@@ -27,7 +27,7 @@ struct Installation {
 
 // What the device's parameters say of the way of following. Each is asked for anew: a service that
 // does not answer keeps the caller. A value that is no number within its range is logged, and the
-// default counts.
+// default counts. A question that is lost is no parameter that there is not: what was counts on.
 class FollowingSetup {
  public:
   FollowingSetup() = delete;
@@ -35,10 +35,11 @@ class FollowingSetup {
   // Whether the predictive way is chosen; nothing while the parameters cannot be read.
   static std::optional<bool> isPredictive();
 
-  // A text that changes when the head is to be identified anew.
-  static std::string identificationMark();
+  // A text that changes when the head is to be identified anew; nothing when it is not answered.
+  static std::optional<std::string> identificationMark();
 
-  static Installation installation();
+  // What is not answered, which is logged, is as before.
+  static Installation installation(const Installation& before = {});
 };
 
 #endif

@@ -37,18 +37,26 @@ void WayOfFollowing::choose(const std::string& headNumber, PtzRemoteTravo& remot
     observations.ignorePeople();
     return;
   }
-  installation = FollowingSetup::installation();
+  installation = FollowingSetup::installation(installation);
   observations.watchPeople(installation);
   readStops(remote);
-  const std::string mark = FollowingSetup::identificationMark();
-  const bool isAsked = identificationMark && *identificationMark != mark;
-  identificationMark = mark;
+  const bool isAsked = takeIdentificationMark();
   if (isAsked || isHeadDoubted) {
     return;
   }
   if (const auto known = HeadFile::load(productNumber)) {
     usePredictive(*known);
   }
+}
+
+// Whether it asks for another identification; the first one that is answered asks for nothing.
+bool WayOfFollowing::takeIdentificationMark() {
+  const auto mark = FollowingSetup::identificationMark();
+  const bool isAsked = mark && identificationMark && mark != identificationMark;
+  if (mark) {
+    identificationMark = mark;
+  }
+  return isAsked;
 }
 
 // Heads that do not tell are taken for such as turn on and on, and look from the ground to the sky.
@@ -156,7 +164,15 @@ bool WayOfFollowing::isOutdated(std::int64_t now) {
   if (!isPredictive) {
     return false;
   }
-  return isModelDoubtful(now) || FollowingSetup::identificationMark() != identificationMark;
+  return isModelDoubtful(now) || isIdentificationAsked();
+}
+
+bool WayOfFollowing::isIdentificationAsked() {
+  const auto mark = FollowingSetup::identificationMark();
+  if (!identificationMark) {
+    identificationMark = mark;
+  }
+  return mark && mark != identificationMark;
 }
 
 // Then it counts no more, and is told.

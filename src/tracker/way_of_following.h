@@ -60,6 +60,8 @@ class WayOfFollowing {
   void readStops(PtzRemoteTravo& remote);
   void usePredictive(following::HeadParameters parameters);
   bool isModelDoubtful(std::int64_t now);
+  bool isIdentificationAsked();
+  bool takeIdentificationMark();
 
   Regulator& regulator;
   Observations& observations;

@@ -1,8 +1,10 @@
 #include "fakes/fake_parameters.h"
 
+#include <gio/gio.h>
 #include <ovparameter.h>
 
 #include <map>
+#include <set>
 #include <string_view>
 
 #include "base/mutex.h"
@@ -16,6 +18,7 @@ namespace {
 struct Store {
   Mutex mutex;  // guards all below
   std::map<std::string, std::string> values;
+  std::set<std::string> silent;
   std::vector<std::string> reads;
   int opensToFail = 0;
   int opened = 0;
@@ -43,6 +46,7 @@ namespace FakeParameters {
 void reset() {
   const LockGuard lock(theStore().mutex);
   theStore().values.clear();
+  theStore().silent.clear();
   theStore().reads.clear();
   theStore().opensToFail = 0;
   theStore().opened = 0;
@@ -52,11 +56,18 @@ void reset() {
 void set(const std::string& name, const std::string& value) {
   const LockGuard lock(theStore().mutex);
   theStore().values[fullName(name)] = value;
+  theStore().silent.erase(fullName(name));
 }
 
 void remove(const std::string& name) {
   const LockGuard lock(theStore().mutex);
   theStore().values.erase(fullName(name));
+  theStore().silent.erase(fullName(name));
+}
+
+void silence(const std::string& name) {
+  const LockGuard lock(theStore().mutex);
+  theStore().silent.insert(fullName(name));
 }
 
 void failOpens(int count) {
@@ -98,8 +109,12 @@ gboolean ov_parameter_get(OVParameter*, const char* name, char** value, GError**
   const LockGuard lock(theStore().mutex);
   theStore().reads.emplace_back(name);
   const auto found = theStore().values.find(fullName(name));
+  if (theStore().silent.contains(fullName(name))) {
+    g_set_error_literal(error, G_IO_ERROR, G_IO_ERROR_TIMED_OUT, "no answer");
+    return FALSE;
+  }
   if (found == theStore().values.end()) {
-    setError(error, "no such parameter");
+    g_set_error_literal(error, G_DBUS_ERROR, G_DBUS_ERROR_INVALID_ARGS, "no such parameter");
     return FALSE;
   }
   *value = g_strdup(found->second.c_str());

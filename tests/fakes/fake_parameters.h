@@ -13,6 +13,9 @@ void reset();
 void set(const std::string& name, const std::string& value);
 void remove(const std::string& name);
 
+// From now on a question for it is lost on its way, until it is set or removed.
+void silence(const std::string& name);
+
 // The next opens of the store fail that many times.
 void failOpens(int count);
 

@@ -32,6 +32,19 @@ TEST_F(ParameterTest, IsEmptyWhenThereIsNone) {
   EXPECT_EQ(utils::readParameter(NAME, 20), "");
 }
 
+TEST_F(ParameterTest, AQuestionThatIsLostIsNoParameterThatThereIsNot) {
+  EXPECT_EQ(utils::askParameter(NAME, 20), "");
+  FakeParameters::set(NAME, "K47");
+  EXPECT_EQ(utils::askParameter(NAME, 20), "K47");
+  FakeParameters::silence(NAME);
+  EXPECT_EQ(utils::askParameter(NAME, 20), std::nullopt);
+  EXPECT_EQ(utils::readParameter(NAME, 20), "");
+}
+
+TEST_F(ParameterBeforeInitTest, NothingIsAnswered) {
+  EXPECT_EQ(utils::askParameter(NAME, 20), std::nullopt);
+}
+
 TEST_F(ParameterBeforeInitTest, IsEmptyWithAWarning) {
   EXPECT_EQ(utils::readParameter(NAME, 20), "");
   EXPECT_EQ(log.count(LOG_WARNING,

@@ -66,6 +66,25 @@ TEST_F(FollowingSetupTest, ReadsWhatIsTold) {
   EXPECT_EQ(told.offsetOf(2).y, 0.0);
 }
 
+TEST_F(FollowingSetupTest, WhatIsNotAnsweredIsAsBefore) {
+  Installation before;
+  before.mastHeight = 7.0;
+  before.statusAge = 0.2;
+  before.offsets[0] = {0.5, 1.5};
+  FakeParameters::silence("SentrelVideo.MastHeight");
+  FakeParameters::silence("SentrelVideo.StatusAge");
+  FakeParameters::silence("SentrelVideo.Overview.C1.OffsetX");
+  Installation told = FollowingSetup::installation(before);
+  EXPECT_EQ(told.mastHeight, 7.0);
+  EXPECT_EQ(told.statusAge, 0.2);
+  EXPECT_EQ(told.offsetOf(0).x, 0.5);
+  EXPECT_EQ(told.offsetOf(0).y, 0.0);  // there is no such parameter
+  EXPECT_EQ(LogCapture::count("SentrelVideo.MastHeight is not answered, it stays as it was.\n"), 1);
+  FakeParameters::silence("ImageSource.NbrOfSources");
+  told = FollowingSetup::installation(before);
+  EXPECT_EQ(told.offsetOf(0).y, 1.5);
+}
+
 TEST_F(FollowingSetupTest, WhatIsNoNumberInItsRangeIsLoggedAndLeftOut) {
   for (const char* wrong : {"0", "-5", "high", "5 m", "nan", "inf", "1e9"}) {
     LogCapture::clear();

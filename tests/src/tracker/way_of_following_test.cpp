@@ -115,6 +115,48 @@ TEST_F(WayOfFollowingTest, WhatCannotBeReadStaysAsItWas) {
   EXPECT_TRUE(isByPrediction());
 }
 
+// A question that is lost is no parameter that there is not.
+TEST_F(WayOfFollowingTest, AChoiceThatIsNotAnsweredStaysAsItWas) {
+  keepModel();
+  wantPrediction();
+  choose();
+  FakeParameters::silence("SentrelVideo.Following");
+  EXPECT_FALSE(way.isOutdated(START + 10 * SECOND));
+  choose();
+  EXPECT_TRUE(isByPrediction());
+  FakeParameters::remove("SentrelVideo.Following");
+  EXPECT_TRUE(way.isOutdated(START + 10 * SECOND));
+}
+
+TEST_F(WayOfFollowingTest, AnUnansweredMarkAsksForNothingNorDoesItsReturn) {
+  FakeParameters::set("SentrelVideo.Identify", "1");
+  keepModel();
+  wantPrediction();
+  choose();
+  FakeParameters::silence("SentrelVideo.Identify");
+  EXPECT_FALSE(way.isOutdated(START + 10 * SECOND));
+  choose();
+  EXPECT_TRUE(isByPrediction());
+  FakeParameters::set("SentrelVideo.Identify", "1");
+  EXPECT_FALSE(way.isOutdated(START + 10 * SECOND));
+  choose();
+  EXPECT_TRUE(isByPrediction());
+}
+
+TEST_F(WayOfFollowingTest, AMarkThatIsAnsweredForTheFirstTimeAsksForNothing) {
+  FakeParameters::silence("SentrelVideo.Identify");
+  keepModel();
+  wantPrediction();
+  choose();
+  EXPECT_TRUE(isByPrediction());
+  FakeParameters::set("SentrelVideo.Identify", "1");
+  EXPECT_FALSE(way.isOutdated(START + 10 * SECOND));
+  choose();
+  EXPECT_TRUE(isByPrediction());
+  FakeParameters::set("SentrelVideo.Identify", "2");
+  EXPECT_TRUE(way.isOutdated(START + 10 * SECOND));
+}
+
 // ---- Beginning anew ----
 
 TEST_F(WayOfFollowingTest, AnotherChoiceIsLookedForEveryTenSeconds) {
