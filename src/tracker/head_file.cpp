@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <vector>
 
 #include "base/json_auto_ptr.h"
@@ -95,6 +96,12 @@ std::optional<following::HeadParameters> HeadFile::load(const std::string& produ
     return std::nullopt;
   }
   return following::HeadParameters{*pan, *tilt, std::nullopt};
+}
+
+void HeadFile::remove() {
+  if (unlink(path().c_str()) != 0 && errno != ENOENT) {
+    syslog(LOG_ERR, "What was identified of the head could not be removed: %m\n");
+  }
 }
 
 void HeadFile::store(const std::string& productNumber, const following::HeadParameters& head) {

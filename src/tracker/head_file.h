@@ -19,6 +19,9 @@ class HeadFile {
   // head, or holds what no head is (logged, all but the first).
   static std::optional<following::HeadParameters> load(const std::string& productNumber);
 
+  // There is nothing to load any more. A failure is logged.
+  static void remove();
+
   // A failure is logged.
   static void store(const std::string& productNumber, const following::HeadParameters& head);
 };

@@ -40,8 +40,10 @@ void WayOfFollowing::choose(const std::string& headNumber, PtzRemoteTravo& remot
   installation = FollowingSetup::installation(installation);
   observations.watchPeople(installation);
   readStops(remote);
-  const bool isAsked = takeIdentificationMark();
-  if (isAsked || isHeadDoubted) {
+  if (takeIdentificationMark()) {
+    oweIdentification();
+  }
+  if (isIdentificationOwed) {
     return;
   }
   if (const auto known = HeadFile::load(productNumber)) {
@@ -57,6 +59,12 @@ bool WayOfFollowing::takeIdentificationMark() {
     identificationMark = mark;
   }
   return isAsked;
+}
+
+// Until it is done: what is interrupted begins anew, also after a restart.
+void WayOfFollowing::oweIdentification() {
+  isIdentificationOwed = true;
+  HeadFile::remove();
 }
 
 // Heads that do not tell are taken for such as turn on and on, and look from the ground to the sky.
@@ -140,7 +148,7 @@ void WayOfFollowing::takeSurvey() {
   }
   const following::HeadParameters parameters{found.pan.model, found.tilt.model, std::nullopt};
   HeadFile::store(productNumber, parameters);
-  isHeadDoubted = false;
+  isIdentificationOwed = false;
   usePredictive(parameters);
   syslog(LOG_INFO, "The head answers after %.0f ms and turns at %.0f deg/s, tilts at %.0f deg/s.\n",
          found.pan.model.deadTime * units::MILLISECONDS_PER_SECOND, found.pan.model.curve.fastest(),
@@ -182,7 +190,7 @@ bool WayOfFollowing::isModelDoubtful(std::int64_t now) {
   if (isDoubtful) {
     lastDoubt = now;
     syslog(LOG_WARNING, "The head moves otherwise than was identified, it is identified anew.\n");
-    isHeadDoubted = true;
+    oweIdentification();
   }
   return isDoubtful;
 }

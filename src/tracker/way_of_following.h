@@ -61,6 +61,7 @@ class WayOfFollowing {
   void usePredictive(following::HeadParameters parameters);
   bool isModelDoubtful(std::int64_t now);
   bool isIdentificationAsked();
+  void oweIdentification();
   bool takeIdentificationMark();
 
   Regulator& regulator;
@@ -76,8 +77,8 @@ class WayOfFollowing {
   Installation installation;
   bool isPredictive = false;                      // the way that is chosen
   bool isModelKnown = false;                      // and what it needs to know of the head
-  bool isHeadDoubted = false;                     // it has turned out wrong
-  std::int64_t lastDoubt = 0;                     // when it did; 0 never
+  bool isIdentificationOwed = false;              // asked for, or the model has turned out wrong
+  std::int64_t lastDoubt = 0;                     // when it did that; 0 never
   std::optional<std::string> identificationMark;  // asks for another identification when it changes
   std::int64_t lastQuestion = 0;                  // for these two
 };

@@ -282,6 +282,7 @@ TEST_F(TrackerPredictiveTest, IsIdentifiedAnewWhenItMovesOtherwise) {
   }
   EXPECT_EQ(tracker->getState(), CameraState::connecting);
   EXPECT_EQ(logged("The head moves otherwise"), 1);
+  EXPECT_FALSE(isFileThere());  // a restart does not take it either
   tracker->connect();
   EXPECT_EQ(tracker->getState(), CameraState::autotuning);
 }

@@ -178,6 +178,33 @@ TEST_F(WayOfFollowingTest, AModelIsNotTakenOnceIdentificationIsAskedFor) {
   EXPECT_FALSE(isByPrediction());
 }
 
+// Tracking is switched off and on while the head is identified, or the daemon is started anew.
+TEST_F(WayOfFollowingTest, AnIdentificationThatIsAskedForOutlivesAnInterruption) {
+  keepModel();
+  wantPrediction();
+  choose();
+  FakeParameters::set("SentrelVideo.Identify", "1");
+  choose();
+  ASSERT_FALSE(way.isHeadKnown());
+  choose();
+  EXPECT_FALSE(way.isHeadKnown());
+  WayOfFollowing restarted{regulator, observations};
+  restarted.choose(PRODUCT, remote, START);
+  EXPECT_FALSE(restarted.isHeadKnown());
+}
+
+// The folder cannot be written: this run knows it all the same.
+TEST_F(WayOfFollowingTest, AnIdentificationIsOwedThoughTheFileStays) {
+  keepModel();
+  wantPrediction();
+  choose();
+  FakeParameters::set("SentrelVideo.Identify", "1");
+  choose();
+  keepModel();
+  choose();
+  EXPECT_FALSE(way.isHeadKnown());
+}
+
 TEST_F(WayOfFollowingTest, AsksForNoIdentificationOfAHeadThatTheRegulatorFollows) {
   choose();
   FakeParameters::set("SentrelVideo.Identify", "1");
