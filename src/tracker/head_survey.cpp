@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <utility>
 
 #include "following/units.h"
@@ -18,6 +19,11 @@ constexpr double ROOM_SHARE = 0.75;
 constexpr double RUN_OUT = 0.8;    // s
 constexpr double CLEARANCE = 3.0;  // deg, to keep from a stop
 
+// How long an axis may be driven as by the relay, or faster, while its status stays the same.
+constexpr double FROZEN_TIME = 1.5;  // s
+// Of an axis that has not shown its speed.
+constexpr double ANY_SPEED = std::numeric_limits<double>::infinity();
+
 }  // namespace
 
 void HeadSurvey::begin() {
@@ -32,6 +38,10 @@ void HeadSurvey::noteStatus(const PtzHeadStatus& status, std::int64_t time) {
 
 void HeadSurvey::Axis::note(std::int64_t time, double degrees) {
   record.addStatus(time, degrees);
+  if (!std::isfinite(degrees)) {
+    isBlind = true;
+    return;
+  }
   const double elapsed = following::secondsBetween(changed, time);
   if (degrees != position && elapsed > 0.0) {
     speed = following::wrapped(degrees - position) / elapsed;
@@ -53,9 +63,11 @@ void HeadSurvey::beginStaircase(const PtzHeadStatus& status, std::int64_t time) 
 }
 
 void HeadSurvey::Axis::begin(double degrees, std::int64_t time) {
+  isBlind = isBlind || !std::isfinite(degrees);
   middle = degrees;
   position = degrees;
   changed = time;
+  idle = time;
   speed = 0.0;
   level = following::RELAY_PERCENT;
   beginStaircase(time);
@@ -64,12 +76,15 @@ void HeadSurvey::Axis::begin(double degrees, std::int64_t time) {
 void HeadSurvey::Axis::beginStaircase(std::int64_t time) {
   record.beginStaircase(time);
   const double room = ROOM_SHARE * std::min(middle - lowest, highest - middle);
-  staircase = following::Staircase(following::speedInRelay(record).value_or(0.0), room);
+  staircase = following::Staircase(following::speedInRelay(record).value_or(ANY_SPEED), room);
 }
 
 std::optional<following::SpeedCommand> HeadSurvey::command(std::int64_t time) {
+  if (axes[0].isBlind && axes[1].isBlind) {
+    return std::nullopt;
+  }
   if (isRelayNeeded && following::secondsBetween(begun, time) < RELAY_SECONDS) {
-    return following::SpeedCommand{axes[0].relay(), axes[1].relay()};
+    return following::SpeedCommand{axes[0].relay(time), axes[1].relay(time)};
   }
   if (std::exchange(isRelayNeeded, false)) {
     begun = time;
@@ -80,22 +95,33 @@ std::optional<following::SpeedCommand> HeadSurvey::command(std::int64_t time) {
   if (seconds >= std::max(axes[0].staircase.duration(), axes[1].staircase.duration())) {
     return std::nullopt;
   }
-  return following::SpeedCommand{axes[0].commandAt(seconds), axes[1].commandAt(seconds)};
+  return following::SpeedCommand{axes[0].commandAt(seconds, time),
+                                 axes[1].commandAt(seconds, time)};
 }
 
-int HeadSurvey::Axis::relay() {
+int HeadSurvey::Axis::relay(std::int64_t time) {
   const double off = following::wrapped(position - middle);
   if (std::abs(off) > RELAY_BAND) {
     level = off > 0.0 ? -following::RELAY_PERCENT : following::RELAY_PERCENT;
   }
-  return isNearStop(level) ? 0 : level;
+  return driven(isNearStop(level) ? 0 : level, time);
 }
 
-int HeadSurvey::Axis::commandAt(double seconds) {
+int HeadSurvey::Axis::commandAt(double seconds, std::int64_t time) {
   const int wanted = staircase.command(seconds).value_or(0);
   isHeld = (isHeld && wanted == level) || isNearStop(wanted);
   level = wanted;
-  return isHeld ? 0 : wanted;
+  return driven(isHeld ? 0 : wanted, time);
+}
+
+// The percent, unless the axis goes on blindly with it: its status is frozen, or it is stuck.
+int HeadSurvey::Axis::driven(int percent, std::int64_t time) {
+  if (std::abs(percent) < following::RELAY_PERCENT) {
+    idle = time;
+  }
+  const double unchanged = following::secondsBetween(std::max(idle, changed), time);
+  isBlind = isBlind || unchanged > FROZEN_TIME;
+  return isBlind ? 0 : percent;
 }
 
 // Where it would stand if it were stopped now, towards where it is told to go.

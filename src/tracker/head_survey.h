@@ -19,8 +19,9 @@ struct HeadStops {
 };
 
 // Finds out what a head is: records what it does in the relay run and then in the staircase of
-// commands that it asks for, and identifies both axes. Times are monotonic microseconds. The
-// tracker's thread's alone.
+// commands that it asks for, and identifies both axes. An axis that is driven and does not move, or
+// of which nothing is read that is a position, is driven no more. Times are monotonic microseconds.
+// The tracker's thread's alone.
 class HeadSurvey {
  public:
   void setStops(const HeadStops& newStops) { stops = newStops; }
@@ -34,11 +35,11 @@ class HeadSurvey {
 
   // From here on command() is asked. Where no relay run was recorded, one of four seconds comes
   // first: it shows how fast an axis is, and levels are left out at which it would come near its
-  // stops.
+  // stops; all of an axis with stops that has shown nothing.
   void beginStaircase(const PtzHeadStatus& status, std::int64_t time);
 
-  // What to command now; none when the staircase is over. An axis that comes near a stop all the
-  // same stands for the rest of the level.
+  // What to command now; none when the staircase is over, or no axis can be driven. An axis that
+  // comes near a stop all the same stands for the rest of the level.
   std::optional<following::SpeedCommand> command(std::int64_t time);
 
   // Takes its time: a fit.
@@ -50,9 +51,10 @@ class HeadSurvey {
 
     void begin(double degrees, std::int64_t time);
     void beginStaircase(std::int64_t time);
-    int relay();
-    int commandAt(double seconds);
+    int relay(std::int64_t time);
+    int commandAt(double seconds, std::int64_t time);
     bool isNearStop(int percent) const;
+    int driven(int percent, std::int64_t time);
     void note(std::int64_t time, double degrees);
 
     following::AxisRecord record;
@@ -63,8 +65,10 @@ class HeadSurvey {
     double position = 0.0;  // deg, read last
     double speed = 0.0;     // deg/s, between the last two values
     std::int64_t changed = 0;
-    int level = 0;        // commanded by the staircase
-    bool isHeld = false;  // for the rest of the level
+    std::int64_t idle = 0;  // when it was not driven faster than a relay drives it, last
+    bool isBlind = false;   // nobody knows where it is
+    int level = 0;          // commanded by the staircase
+    bool isHeld = false;    // for the rest of the level
   };
 
   HeadStops stops;
