@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <utility>
 
 #include "following/units.h"
@@ -12,6 +13,8 @@ constexpr std::int64_t PERIOD = 50000;          // microseconds, that of the con
 constexpr std::int64_t SHORTEST_PAUSE = 10000;  // for everybody else on the processor
 // Nobody chosen for so long: the head stands and is told to be idle.
 constexpr double PATIENCE = 1.5;  // s
+// A status that is coarse and late is taken for frozen for so long where the head sets out.
+constexpr double BLIND_FOR_MOMENTS = 0.25;  // s
 
 following::Lens lensOf(const HeadOptics& optics) {
   return {optics.zoomScale.maxFieldAngle, optics.zoomScale.minFieldAngle, optics.aspectRatio};
@@ -89,6 +92,7 @@ void PredictiveFollowing::begin(const PtzHeadStatus& status, const HeadOptics& o
   controls->pursuit.start();
   isFollowing = true;
   lastStep = now;
+  lastTrusted = now;
   restingStatus.reset();
 }
 
@@ -148,12 +152,16 @@ void PredictiveFollowing::watchResting(const PtzHeadStatus& status, std::int64_t
   restingStatus = status;
 }
 
-// A position that the head has not taken is asked for again.
+// A position that the head has not taken is asked for again. While nobody knows where the head
+// looks nobody knows either whether the subject is in the picture: it is taken for unseen.
 std::optional<int> PredictiveFollowing::zoomFor(const std::optional<FollowedSubject>& chosen,
                                                 const HeadOptics& optics, std::int64_t now) {
+  constexpr double UNSEEN = std::numeric_limits<double>::infinity();
   const double elapsed = following::secondsBetween(std::exchange(lastStep, now), now);
-  const bool isChange =
-      chosen && framing.step(elapsed, chosen->subject, controls->pursuit.error(), chosen->gap);
+  lastTrusted = controls->model.isTrusted() ? now : lastTrusted;
+  const bool isTrusted = following::secondsBetween(lastTrusted, now) <= BLIND_FOR_MOMENTS;
+  const bool isChange = chosen && framing.step(elapsed, chosen->subject, controls->pursuit.error(),
+                                               isTrusted ? chosen->gap : UNSEEN);
   isZoomOwed = isZoomOwed || isChange;
   if (!isZoomOwed) {
     return std::nullopt;

@@ -66,6 +66,7 @@ class PredictiveFollowing : public Following {
   bool isZoomOwed = false;       // the position asked for has not been taken
   std::int64_t lastSubject = 0;  // when there was one last
   std::int64_t lastStep = 0;
+  std::int64_t lastTrusted = 0;                // when it was known where the head looks
   std::optional<PtzHeadStatus> restingStatus;  // while nothing is commanded
 
   mutable Mutex viewMutex ACQUIRED_AFTER(lock_order::TRACKER) ACQUIRED_BEFORE(lock_order::RETRY);

@@ -206,6 +206,24 @@ TEST_F(PredictiveFollowingTest, AStatusThatFreezesStopsTheHead) {
   EXPECT_TRUE(hasStopped);
 }
 
+// Without an error to be told nothing is known of the picture.
+TEST_F(PredictiveFollowingTest, AStatusThatIsFrozenLetsTheZoomGoInNoMore) {
+  look(170.0, 0.0);
+  int zoom = status.zoom;
+  int frozen = 0;
+  for (int i = 0; i < 60; ++i) {
+    const auto command = steer();  // the status stays at 0
+    const bool isFrozen = i > 10 && command->panValue == 0.0;
+    // For a quarter of a second it may only seem so.
+    if (frozen > 5 && isFrozen && command->zoomKind == PtzHead::ABSOLUTE) {
+      EXPECT_LE(command->zoom, zoom) << i;
+    }
+    zoom = command->zoomKind == PtzHead::ABSOLUTE ? command->zoom : zoom;
+    frozen += isFrozen ? 1 : 0;
+  }
+  EXPECT_GT(frozen, 20);
+}
+
 TEST_F(PredictiveFollowingTest, AStatusThatIsNoNumberIsNoStatus) {
   look(20.0, 0.0);
   for (const double wrong :
