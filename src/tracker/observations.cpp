@@ -45,6 +45,9 @@ void Observations::removeCamera(int camera) {
   const LockGuard lock(mutex);
   if (videoChannels.removeChannel(camera - 1)) {
     superObjectManager.removeSingleObjects(camera - 1);
+    if (people) {
+      people->forgetCamera(camera - 1);
+    }
   }
 }
 

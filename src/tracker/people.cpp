@@ -247,6 +247,13 @@ void People::want(std::int32_t channel, std::int32_t id, std::int32_t priority, 
   }
 }
 
+// People are known on, by what other cameras show of them.
+void People::forgetCamera(std::int32_t channel) {
+  std::erase_if(wanted, [channel](const Wanted& each) { return each.channel == channel; });
+  std::erase_if(unplaced, [channel](const Unplaced& each) { return each.channel == channel; });
+  streams.erase(channel);
+}
+
 std::optional<std::int64_t> People::knownSince(std::int32_t channel, std::int32_t id) const {
   const following::Person* person = identities.whoIs(channel, id);
   return person == nullptr ? std::nullopt : std::optional(person->born);

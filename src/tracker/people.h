@@ -54,6 +54,9 @@ class People {
   // A guard hands over an object of that picture.
   void want(std::int32_t channel, std::int32_t id, std::int32_t priority, std::int64_t time);
 
+  // A camera's pictures come no more: whom its guards have handed over is handed over no more.
+  void forgetCamera(std::int32_t channel);
+
   // Since which picture somebody has been known, under whatever numbers; nothing of others.
   std::optional<std::int64_t> knownSince(std::int32_t channel, std::int32_t id) const;
 

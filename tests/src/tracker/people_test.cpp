@@ -271,6 +271,30 @@ TEST_F(PeopleTest, AStrangerWhoIsLostIsNotChosen) {
   EXPECT_FALSE(choose());
 }
 
+// ---- Cameras that go ----
+
+TEST_F(PeopleTest, WhoWasHandedOverByACameraThatGoesIsLetGoAtOnce) {
+  stand(0, 7, 3.0, 6.0);
+  ASSERT_TRUE(choose());
+  people.forgetCamera(1);
+  EXPECT_TRUE(choose());
+  people.forgetCamera(0);
+  EXPECT_FALSE(choose());
+  EXPECT_FALSE(people.insight(clock.now(), clock.now()).at(0).isWanted);
+}
+
+TEST_F(PeopleTest, WhatHasNoPlaceGoesWithItsCamera) {
+  People::Seen high = at(7, 3.0, 6.0);
+  high.box.sighting.footTilt = 5.0;
+  for (int i = 0; i < 5; ++i) {
+    pass(FRAME);
+    show(0, {high}, {7});
+  }
+  ASSERT_TRUE(choose());
+  people.forgetCamera(0);
+  EXPECT_FALSE(choose());
+}
+
 // ---- Choosing, as it is for every way of following ----
 
 TEST_F(PeopleTest, TheHighestPriorityIsChosen) {

@@ -322,6 +322,18 @@ TEST_F(TrackerPredictiveTest, StandsAndTellsItWhenThereIsNobodyAnyMore) {
   EXPECT_THAT(step(), IsEmpty());
 }
 
+TEST_F(TrackerPredictiveTest, ACameraThatNobodyUsesAnyMoreTakesItsPeopleAlong) {
+  startKnown();
+  show(3, {.pan = 30.0, .tilt = -24.0});
+  ASSERT_GT(step().at(0).pan, 0.0);
+  tracker->removeCamera(1);
+  EXPECT_EQ(step().at(0).pan, 0.0);
+  ASSERT_TRUE(tracker->insight());
+  for (const PersonInsight& person : tracker->insight()->people) {
+    EXPECT_FALSE(person.isWanted);
+  }
+}
+
 // ---- For those who look on ----
 
 TEST_F(TrackerPredictiveTest, TellsWhatItKnowsOfTheHeadAndOfThePeople) {
