@@ -22,6 +22,10 @@ constexpr int MOST_PASSED_OVER = 1;
 constexpr double JUDGED_WITHIN = following::Identities::COAST;
 // Not handed over in pictures that are so much newer: hidden, not only missed.
 constexpr double LOST_AFTER = 0.45;  // s
+// A camera whose pictures are so much older than those of another, when the next one comes, counts
+// by its own; until it shows nothing any more for longer.
+constexpr double BEHIND = 0.35;       // s
+constexpr double SILENT_AFTER = 1.5;  // s
 // With fewer pictures nobody can tell whether he is the one who is lost.
 constexpr int LEAST_KNOWN = 2;
 // What has only a bearing cannot be expected anywhere for long.
@@ -114,7 +118,7 @@ void People::see(std::int64_t now, std::int32_t channel, std::int64_t time, doub
   if (!isBelieved) {
     return;
   }
-  newestPicture = std::max(newestPicture, time);
+  noteTime(streams[channel], time);
   for (const Seen& each : seen) {
     const auto isPlaced = [&](const auto& sighting) { return sighting.id == each.id; };
     if (std::ranges::any_of(sightings, isPlaced)) {
@@ -137,6 +141,13 @@ bool People::isRepeated(std::int32_t channel, std::int64_t time) {
   stream.times[stream.next] = time;
   stream.next = (stream.next + 1) % Stream::KEPT;
   return false;
+}
+
+void People::noteTime(Stream& stream, std::int64_t time) {
+  stream.isBehind =
+      stream.newest != 0 && following::secondsBetween(stream.newest, newestPicture) > BEHIND;
+  stream.newest = std::max(stream.newest, time);
+  newestPicture = std::max(newestPicture, time);
 }
 
 // Told once, until it is good again.
@@ -283,8 +294,15 @@ std::optional<FollowedSubject> People::choose(double pan, double tilt, std::int6
   return group == nullptr ? std::nullopt : subjectOf(*group, now, at);
 }
 
-bool People::isLost(std::int64_t handedOver) const {
-  return following::secondsBetween(handedOver, newestPicture) > LOST_AFTER;
+// By the pictures of all cameras, but for one that is late by much or has few of them.
+bool People::isLost(std::int32_t channel, std::int64_t handedOver) const {
+  const double unseen = following::secondsBetween(handedOver, newestPicture);
+  const auto stream = streams.find(channel);
+  if (stream == streams.end() || !stream->second.isBehind) {
+    return unseen > LOST_AFTER;
+  }
+  return following::secondsBetween(handedOver, stream->second.newest) > LOST_AFTER ||
+         unseen > SILENT_AFTER;
 }
 
 bool People::wasFollowed(const Chosen& one) const {
@@ -295,10 +313,10 @@ bool People::isFollowedOneInSight() const {
   return std::ranges::any_of(wanted,
                              [this](const Wanted& each) {
                                return wasFollowed({PEOPLES_CHANNEL, numberOf(each.identity)}) &&
-                                      !isLost(each.handedOver);
+                                      !isLost(each.channel, each.handedOver);
                              }) ||
          std::ranges::any_of(unplaced, [this](const Unplaced& each) {
-           return wasFollowed({each.channel, each.id}) && !isLost(each.lastSeen);
+           return wasFollowed({each.channel, each.id}) && !isLost(each.channel, each.lastSeen);
          });
 }
 
@@ -309,8 +327,8 @@ bool People::isFollowedOneKnown() const {
 }
 
 // Who is lost is gone on with, but neither chosen anew nor preferred to those in sight.
-bool People::isOffered(const Chosen& one, std::int64_t handedOver, bool isOneInSight) const {
-  return !isLost(handedOver) || (!isOneInSight && wasFollowed(one));
+bool People::isOffered(const Chosen& one, bool isOneLost, bool isOneInSight) const {
+  return !isOneLost || (!isOneInSight && wasFollowed(one));
 }
 
 void People::offer(std::int64_t now, std::int64_t at) {
@@ -321,7 +339,7 @@ void People::offer(std::int64_t now, std::int64_t at) {
   for (const Wanted& each : wanted) {
     const Chosen one{PEOPLES_CHANNEL, numberOf(each.identity)};
     const following::Person* person = identities.find(each.identity);
-    if (!isOffered(one, each.handedOver, isOneInSight) ||
+    if (!isOffered(one, isLost(each.channel, each.handedOver), isOneInSight) ||
         (isOneLost && person->pictures < LEAST_KNOWN)) {
       continue;
     }
@@ -334,7 +352,7 @@ void People::offer(std::int64_t now, std::int64_t at) {
   for (const Unplaced& each : unplaced) {
     const Chosen one{each.channel, each.id};
     if (each.isWanted && each.passedOver <= MOST_PASSED_OVER &&
-        isOffered(one, each.lastSeen, isOneInSight)) {
+        isOffered(one, isLost(each.channel, each.lastSeen), isOneInSight)) {
       offerOne(one, each.priority, now, each.filter.predict(at));
     }
   }

@@ -100,6 +100,8 @@ class People {
     static constexpr std::size_t KEPT = 8;
     std::array<std::int64_t, KEPT> times{};
     std::size_t next = 0;
+    std::int64_t newest = 0;  // of those that are believed; 0 before the first
+    bool isBehind = false;    // it is late, or has few pictures
     bool isDisbelieved = false;
   };
 
@@ -111,6 +113,7 @@ class People {
   };
 
   bool isRepeated(std::int32_t channel, std::int64_t time);
+  void noteTime(Stream& stream, std::int64_t time);
   void disbelieve(std::int32_t channel, bool isDisbelieved);
   std::optional<following::Sighting> placed(const Seen& seen, std::int32_t channel,
                                             double mastHeight) const;
@@ -120,11 +123,11 @@ class People {
   Unplaced* unplacedOf(std::int32_t channel, std::int32_t id);
 
   void forgetLost(std::int64_t now);
-  bool isLost(std::int64_t handedOver) const;
+  bool isLost(std::int32_t channel, std::int64_t handedOver) const;
   bool wasFollowed(const Chosen& one) const;
   bool isFollowedOneInSight() const;
   bool isFollowedOneKnown() const;
-  bool isOffered(const Chosen& one, std::int64_t handedOver, bool isOneInSight) const;
+  bool isOffered(const Chosen& one, bool isOneLost, bool isOneInSight) const;
   void offer(std::int64_t now, std::int64_t at);
   void offerOne(const Chosen& one, std::int32_t priority, std::int64_t now,
                 const following::Subject& subject);

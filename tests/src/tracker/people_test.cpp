@@ -271,6 +271,50 @@ TEST_F(PeopleTest, AStrangerWhoIsLostIsNotChosen) {
   EXPECT_FALSE(choose());
 }
 
+// Pictures of one camera come half a second after those of another.
+TEST_F(PeopleTest, WhoIsSeenByASlowerCameraAloneIsInSight) {
+  for (int i = 0; i < 15; ++i) {
+    pass(FRAME);
+    show(0, {at(1, -9.0, 2.0)}, {});
+    const std::int64_t earlier = clock.now() - SECOND / 2;
+    people.see(clock.now(), 1, earlier, FOCAL, std::vector{at(2, 9.0, 2.0)});
+    people.want(1, 2, 1, earlier);
+  }
+  EXPECT_NEAR(chosenPan(), panOf(9.0, 2.0), 0.5);
+}
+
+// Ten pictures a second, and fewer than two: between two of them nobody is lost.
+TEST_F(PeopleTest, WhoIsSeenByACameraOfFewPicturesAloneIsInSight) {
+  for (int i = 0; i < 60; ++i) {
+    pass(FRAME);
+    show(0, {at(1, -9.0, 2.0)}, {1}, 1);
+    if (i % 6 == 0) {
+      show(1, {at(2, 9.0, 2.0)}, {2}, 5);
+    }
+  }
+  EXPECT_NEAR(chosenPan(), panOf(9.0, 2.0), 0.5);  // half a second after the last one
+}
+
+// Its last picture had a stranger in it, and there are none any more.
+TEST_F(PeopleTest, WhoIsSeenByACameraThatFellSilentIsNotChosenAnew) {
+  for (int i = 0; i < 15; ++i) {
+    pass(FRAME);
+    show(0, {at(1, -9.0, 2.0)}, {1}, 5);
+    show(1, {at(2, 9.0, 2.0)}, {2}, 1);
+    EXPECT_LT(chosenPan(), 0.0);
+  }
+  for (int i = 0; i < 16; ++i) {
+    pass(FRAME);
+    show(0, {at(1, -9.0, 2.0)}, {1}, 5);
+    EXPECT_LT(chosenPan(), 0.0);
+  }
+  for (int i = 0; i < 2; ++i) {
+    pass(FRAME);
+    show(0, {at(1, -9.0, 2.0)}, {});
+  }
+  EXPECT_FALSE(choose());
+}
+
 // ---- Cameras that go ----
 
 TEST_F(PeopleTest, WhoWasHandedOverByACameraThatGoesIsLetGoAtOnce) {
