@@ -36,7 +36,7 @@ struct BodyHeight {
 };
 
 struct Person {
-  std::int64_t identity;  // from 1, never given twice
+  std::int64_t identity;  // from 1, not given twice
   std::int64_t born;      // time of the first picture
   std::int64_t lastSeen;  // time of the last one
   int pictures;

@@ -237,6 +237,10 @@ People::Unplaced* People::unplacedOf(std::int32_t channel, std::int32_t id) {
 // ---- Who is wanted ----
 
 void People::want(std::int32_t channel, std::int32_t id, std::int32_t priority, std::int64_t time) {
+  const auto stream = streams.find(channel);
+  if (stream != streams.end() && stream->second.isDisbelieved) {
+    return;
+  }
   if (Unplaced* thing = unplacedOf(channel, id)) {
     thing->priority = priority;
     thing->isWanted = true;

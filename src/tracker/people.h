@@ -51,7 +51,7 @@ class People {
   void see(std::int64_t now, std::int32_t channel, std::int64_t time, double focalLength,
            std::span<const Seen> seen);
 
-  // A guard hands over an object of that picture.
+  // A guard hands over an object of that picture; ignored where the picture is.
   void want(std::int32_t channel, std::int32_t id, std::int32_t priority, std::int64_t time);
 
   // A camera's pictures come no more: whom its guards have handed over is handed over no more.

@@ -315,6 +315,23 @@ TEST_F(PeopleTest, WhoIsSeenByACameraThatFellSilentIsNotChosenAnew) {
   EXPECT_FALSE(choose());
 }
 
+// What a picture's time is refused for is not believed of those in it either.
+TEST_F(PeopleTest, WhoIsHandedOverByAPictureThatIsNotBelievedIsNotInSight) {
+  for (int i = 0; i < 15; ++i) {
+    pass(FRAME);
+    show(0, {at(1, -9.0, 2.0), at(2, 9.0, 2.0)}, {1, 2});
+  }
+  const std::int64_t beyond = clock.now() + 3 * SECOND;
+  people.see(clock.now(), 0, beyond, FOCAL, std::vector{at(2, 9.0, 2.0)});
+  people.want(0, 2, 5, beyond);
+  for (int i = 0; i < 10; ++i) {
+    pass(FRAME);
+    show(0, {at(1, -9.0, 2.0)}, {1});
+  }
+  EXPECT_NEAR(people.choose(77.0, -30.0, clock.now(), clock.now())->subject.pan, panOf(-9.0, 2.0),
+              0.5);
+}
+
 // ---- Cameras that go ----
 
 TEST_F(PeopleTest, WhoWasHandedOverByACameraThatGoesIsLetGoAtOnce) {
