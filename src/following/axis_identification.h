@@ -34,7 +34,7 @@ class Staircase {
     double seconds;  // how long
   };
 
-  // All levels: 10.1 s.
+  // All levels: 10.0 s.
   Staircase();
 
   // Leaves out those levels at which an axis that does speedAtRelay (deg/s) at 35 percent, a speed

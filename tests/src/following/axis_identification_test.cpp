@@ -1,5 +1,6 @@
 #include "following/axis_identification.h"
 
+#include <algorithm>
 #include <cmath>
 #include <functional>
 
@@ -130,11 +131,27 @@ HeadKind anyHead(Random& random) {
   return kind;
 }
 
+// Levels of the staircase that this head tells apart and that are not in its curve.
+int leftOut(const AxisModel& model, const HeadKind& kind) {
+  int count = 0;
+  double below = 0.0;
+  for (const int percent : {2, 3, 4, 6, 10, 12, 20, 35, 60, 100}) {
+    const double speed = kind.speedAt(percent);
+    const bool isIts = percent % model.curve.step() == 0 && speed > below && speed > 0.1;
+    const auto levels = model.curve.levels();
+    const bool isFound = std::ranges::count(levels, percent, &SpeedLevel::percent) != 0;
+    count += isIts && !isFound ? 1 : 0;
+    below = std::max(below, speed);
+  }
+  return count;
+}
+
 // The mean error of the speeds of one head is bounded, and the dead time, and the steps are found;
 // a head whose slowest levels drown in the play and the steps of its status may miss the speeds.
 TEST(AxisIdentificationTest, TwoHundredHeadsAreFound) {
   Random random(2024);
   int missed = 0;
+  int incomplete = 0;
   for (std::uint64_t i = 0; i < 200; ++i) {
     const HeadKind kind = anyHead(random);
     const AxisIdentification found = identify(recordAxis(kind, 5000 + i, false));
@@ -145,8 +162,43 @@ TEST(AxisIdentificationTest, TwoHundredHeadsAreFound) {
     const double error = meanSpeedError(found.model, kind);
     missed += error > 0.10 ? 1 : 0;
     EXPECT_LT(error, 0.13) << i;
+    const int left = leftOut(found.model, kind);
+    incomplete += left > 0 ? 1 : 0;
+    EXPECT_LE(left, 2) << i;
   }
   EXPECT_LE(missed, 2);
+  EXPECT_LE(incomplete, 20);
+}
+
+// The same heads' tilt, which stays within 35 degrees: fast ones have their greatest levels from
+// pan. Where tilt tells little, pan stands in.
+TEST(AxisIdentificationTest, TiltOfTwoHundredHeadsIsFound) {
+  Random random(2024);
+  int missed = 0;
+  int late = 0;
+  int incomplete = 0;
+  for (std::uint64_t i = 0; i < 200; ++i) {
+    const HeadKind kind = anyHead(random);
+    const HeadIdentification found = simulation::identifyHead(kind, 5000 + i);
+    const AxisModel& tilt = found.tilt.model;
+    // Of the record that it was told by.
+    const std::uint64_t seed = found.isTiltPans ? 5000 + i : 5001 + i;
+    const double off = std::abs(tilt.deadTime - SimulatedHead(kind, seed, 0.0, -35.0).deadTime());
+    ASSERT_TRUE(found.tilt.isBelieved()) << i;
+    late += off > 0.035 ? 1 : 0;
+    EXPECT_LT(off, 0.05) << i;
+    EXPECT_EQ(tilt.curve.step(), static_cast<int>(kind.speedStep)) << i;
+    const double error = meanSpeedError(tilt, kind);
+    missed += error > 0.10 ? 1 : 0;
+    EXPECT_LT(error, 0.13) << i;
+    EXPECT_NEAR(tilt.curve.fastest(), kind.fullSpeed, 0.13 * kind.fullSpeed) << i;
+    const int left = leftOut(tilt, kind);
+    incomplete += left > 0 ? 1 : 0;
+    EXPECT_LE(left, 2) << i;
+  }
+  EXPECT_LE(missed, 2);
+  EXPECT_LE(late, 2);
+  EXPECT_LE(incomplete, 25);
 }
 
 TEST(AxisIdentificationTest, JitterOfTheLinkIsNotTakenForSpeed) {

@@ -125,6 +125,49 @@ TEST(HeadModelTest, RatioStaysWithinAQuarter) {
   }
 }
 
+// One that has done a command's speed for 0.1 s.
+AxisTracker movingTracker(int percent) {
+  const SpeedLevel levels[] = {{1, 1.9}, {2, 2.1}, {20, 20.0}, {100, 100.0}};
+  AxisModel model;
+  model.curve = SpeedCurve(levels, 1);
+  model.deadTime = 0.1;
+  model.acceleration = 1e5;
+  AxisTracker axis(model);
+  axis.place(0.0);
+  axis.advance(0);
+  axis.add(0, percent);
+  axis.advance(200'000);
+  return axis;
+}
+
+// Its ratio after a value so far off (deg), so long (s) after the one before.
+double ratioAfter(int percent, double off, double sinceChange) {
+  AxisTracker axis = movingTracker(percent);
+  axis.correct(axis.now().position + off, sinceChange);
+  return axis.ratio();
+}
+
+// 3 percent of what the way of a value is off: of 20 deg/s x 0.05 s half a degree is half.
+TEST(AxisTrackerTest, RatioTakesThreePercentOfAValuesShareAndAtMostTwoPercentagePoints) {
+  EXPECT_NEAR(ratioAfter(20, 0.5, 0.05), 1.015, 1e-9);
+  EXPECT_NEAR(ratioAfter(20, -0.5, 0.05), 0.985, 1e-9);
+  EXPECT_NEAR(ratioAfter(20, 0.7, 0.05), 1.02, 1e-9);
+  EXPECT_NEAR(ratioAfter(20, -0.7, 0.05), 0.98, 1e-9);
+}
+
+// 2.1 deg/s x 0.1 s are 0.21 degrees, of which 0.07 are a third.
+TEST(AxisTrackerTest, RatioShowsAboveTwoDegreesASecond) {
+  EXPECT_EQ(ratioAfter(1, 0.07, 0.1), 1.0);
+  EXPECT_NEAR(ratioAfter(2, 0.07, 0.1), 1.01, 1e-9);
+}
+
+// 20 deg/s x 0.48 s are 9.6 degrees, of which 3.2 are a third.
+TEST(AxisTrackerTest, RatioShowsBetweenValuesOfHalfASecond) {
+  EXPECT_NEAR(ratioAfter(20, 3.2, 0.48), 1.01, 1e-9);
+  EXPECT_EQ(ratioAfter(20, 3.2, 0.52), 1.0);
+  EXPECT_EQ(ratioAfter(20, 3.2, 0.0), 1.0);
+}
+
 TEST(HeadModelTest, SpeedEndsByItselfASecondAfterTheLastCommand) {
   HeadModel head(linear(0.1, 1e5));
   head.read(0, 0.0, 0.0);

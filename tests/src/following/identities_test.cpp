@@ -1,6 +1,9 @@
 #include "following/identities.h"
 
+#include <Eigen/LU>
 #include <cmath>
+#include <optional>
+#include <vector>
 
 #include "following/simulated_head.h"
 
@@ -149,6 +152,160 @@ TEST(IdentitiesTest, CheapestPairIsJoinedFirst) {
   }
   EXPECT_EQ(people.who(9), first);
   EXPECT_EQ(people.who(8), second);
+}
+
+// ---- What a pair costs ----
+
+// What is known of somebody by his pictures alone.
+struct Track {
+  void see(std::int64_t time, const Seen& each) {
+    const double speed = filter ? filter->speed() : FIRST_SPEED;
+    position = locate(VIEWPOINT, each.sighting, speed);
+    const GroundFilter::Measurement measurement{time, position->place, position->covariance};
+    if (filter) {
+      filter->update(measurement);
+    } else {
+      filter.emplace(measurement);
+      born = time;
+    }
+    if (position->height) {
+      height.take(*position->height);
+    }
+    lastSeen = time;
+    ++pictures;
+  }
+
+  std::optional<GroundFilter> filter;
+  std::optional<GroundPosition> position;
+  BodyHeight height;
+  std::int64_t born = 0;
+  std::int64_t lastSeen = 0;
+  int pictures = 0;
+};
+
+struct Comparison {
+  double apart;     // m
+  double reach;     // m
+  double distance;  // squared deviations
+  double gapCost;
+  double cost;
+};
+
+Comparison compare(const Track& lost, const Track& young) {
+  const double elapsed = static_cast<double>(young.lastSeen - lost.lastSeen) / 1e6;
+  const double gap = static_cast<double>(young.born - lost.lastSeen) / 1e6;
+  const auto expected = GroundFilter::predict(lost.filter->state(), young.lastSeen);
+  const auto& found = young.filter->state();
+  const Eigen::Vector4d off = expected.mean - found.mean;
+  Eigen::Matrix4d spread = expected.covariance + found.covariance;
+  spread.topLeftCorner<2, 2>() += 49.0 * young.position->perPixel;
+  const double deviation = young.position->heightDeviation;
+  Comparison all{};
+  all.apart = off.head<2>().norm();
+  all.reach = 1.0 + 1.2 * elapsed;
+  all.distance = off.dot(spread.fullPivLu().solve(off));
+  all.gapCost = 0.3 * gap;
+  all.cost = all.distance + std::log(spread.determinant()) +
+             std::pow(young.height.metres - lost.height.metres, 2.0) /
+                 (0.0144 + deviation * deviation / young.pictures) +
+             all.gapCost;
+  return all;
+}
+
+struct Meeting {
+  Comparison compared;
+  bool isJoined;
+};
+
+// Somebody is seen at the first place, so often; nobody for so long (s); then under another number
+// twice at the second. He stands, the pictures lie so far apart (microseconds).
+Meeting meet(const Seen& first, int pictures, double gap, const Seen& second, std::int64_t frame) {
+  People people;
+  Track lost;
+  Track young;
+  for (int i = 0; i < pictures; ++i, people.now += frame) {
+    people.frame({first});
+    lost.see(people.now, first);
+  }
+  people.now = lost.lastSeen + static_cast<std::int64_t>(gap * 1e6);
+  for (int i = 0; i < 2; ++i, people.now += frame) {
+    people.frame({second});
+    young.see(people.now, second);
+  }
+  return {compare(lost, young), people.who(second.id) == people.who(first.id)};
+}
+
+TEST(IdentitiesTest, WhoIsMoreThanEighteenSquaredDeviationsOffIsSomebodyElse) {
+  int within = 0;
+  int beyond = 0;
+  for (double x = 0.0; x < 2.0; x += 0.005) {
+    const Meeting met = meet(seen(1, 0.0, 1.0), 20, 0.1, seen(2, x, 1.0), FRAME);
+    const Comparison& compared = met.compared;
+    if (compared.distance > 19.0) {
+      break;
+    }
+    ASSERT_LT(compared.cost, 5.0) << x << ": nothing else parts them";
+    ASSERT_LT(compared.apart, compared.reach);
+    EXPECT_EQ(met.isJoined, compared.distance <= 18.0) << x;
+    within += compared.distance > 17.0 && compared.distance <= 18.0 ? 1 : 0;
+    beyond += compared.distance > 18.0 ? 1 : 0;
+  }
+  EXPECT_GT(within, 0);
+  EXPECT_GT(beyond, 0);
+}
+
+TEST(IdentitiesTest, PairThatCostsFiveIsNone) {
+  int within = 0;
+  int beyond = 0;
+  for (double height = 0.6; height < 2.5; height += 0.002) {
+    const Meeting met = meet(seen(1, 0.0, 6.0, 1.0), 20, 0.3, seen(2, 0.0, 6.0, height), FRAME);
+    ASSERT_LT(met.compared.distance, 18.0);
+    EXPECT_EQ(met.isJoined, met.compared.cost < 5.0) << height;
+    within += met.compared.cost > 4.5 && met.compared.cost < 5.0 ? 1 : 0;
+    beyond += met.compared.cost > 5.0 && met.compared.cost < 5.5 ? 1 : 0;
+  }
+  EXPECT_GT(within, 0);
+  EXPECT_GT(beyond, 0);
+}
+
+// After 3.5 s it is 1.05 dearer, which decides for some.
+TEST(IdentitiesTest, GapMakesAPairDearer) {
+  int decided = 0;
+  for (double height = 0.6; height < 2.5; height += 0.002) {
+    const Meeting met = meet(seen(1, 0.0, 6.0, 1.0), 20, 3.5, seen(2, 0.0, 6.0, height), FRAME);
+    EXPECT_NEAR(met.compared.gapCost, 1.05, 1e-9);
+    EXPECT_EQ(met.isJoined, met.compared.cost < 5.0) << height;
+    const bool isDecided = met.compared.cost >= 5.0 && met.compared.cost < 5.0 + 1.05;
+    decided += isDecided ? 1 : 0;
+  }
+  EXPECT_GT(decided, 0);
+}
+
+// Of somebody who was seen for a moment little is known, but nobody runs off that fast.
+TEST(IdentitiesTest, NobodyGetsFurtherThanAMetreAndWhatHeWalks) {
+  int within = 0;
+  int beyond = 0;
+  for (double way = 0.0; way < 4.0; way += 0.02) {
+    const Meeting met = meet(seen(1, 0.0, 16.0), 2, 0.6, seen(2, 0.0, 16.0 + way), FRAME);
+    const Comparison& compared = met.compared;
+    EXPECT_NEAR(compared.reach, 1.84, 1e-9);  // 0.7 s after the last picture
+    if (compared.apart > 2.0) {
+      break;
+    }
+    ASSERT_LT(compared.cost, 5.0) << way << ": nothing else parts them";
+    ASSERT_LT(compared.distance, 18.0);
+    EXPECT_EQ(met.isJoined, compared.apart <= compared.reach) << way;
+    within += compared.apart > 1.7 && compared.apart <= compared.reach ? 1 : 0;
+    beyond += compared.apart > compared.reach ? 1 : 0;
+  }
+  EXPECT_GT(within, 0);
+  EXPECT_GT(beyond, 0);
+}
+
+TEST(IdentitiesTest, NewNumberIsComparedForASecond) {
+  for (const auto& [frame, isJoined] : {std::pair(980'000, true), std::pair(1'020'000, false)}) {
+    EXPECT_EQ(meet(seen(1, 0.0, 6.0), 20, 1.2, seen(2, 0.0, 6.0), frame).isJoined, isJoined);
+  }
 }
 
 TEST(IdentitiesTest, WhoIsLostForFourSecondsIsForgotten) {

@@ -127,6 +127,108 @@ TEST(PursuitTest, RestsWhileTheGoalIsSlowerThanHalfOfItsLeastSpeed) {
   EXPECT_NE(pursuit.step(standingAt(0.0, 0.0), at(0.05, 0.0, 1.1), 5.0)->pan, 0);
 }
 
+// A head that does 8 deg/s at the least does 0.4 degrees in a step: it begins to rest within 0.24
+// degrees and goes on within 0.6, however narrow the view. What it would command otherwise is 8.
+TEST(PursuitTest, RestsAsWidelyAsItsLeastSpeedMakesInAStep) {
+  const SpeedLevel levels[] = {{8, 8.0}, {100, 100.0}};
+  HeadParameters coarse = linear();
+  coarse.pan.curve = SpeedCurve(levels, 1);
+  Pursuit pursuit(coarse);
+  pursuit.start();
+  pursuit.commanded({8, 0});
+  const HeadModel head = standingAt(0.0, 0.0);
+  EXPECT_EQ(pursuit.step(head, at(0.26, 0.0, 3.9), 5.0)->pan, 8);
+  EXPECT_EQ(pursuit.step(head, at(0.22, 0.0, 3.9), 5.0)->pan, 0);
+  EXPECT_EQ(pursuit.step(head, at(0.58, 0.0, 3.9), 5.0)->pan, 0);
+  EXPECT_EQ(pursuit.step(head, at(0.62, 0.0, 3.9), 5.0)->pan, 8);
+}
+
+// On 60 degrees what moves by less than 1.8 degrees a second is rested upon; 60 degrees down pan
+// does so at 3.6.
+TEST(PursuitTest, MotionOfPanCountsByTheCosineOfTilt) {
+  Pursuit pursuit = started();
+  EXPECT_EQ(pursuit.step(standingAt(0.0, -60.0), at(0.0, -60.0, 3.4), WIDE)->pan, 0);
+  EXPECT_EQ(pursuit.step(standingAt(0.0, -60.0), at(0.0, -60.0, 3.8), WIDE)->pan, 4);
+}
+
+// Goes at 20 deg/s from 0.2 s on, after 1/15 s of ramp (2/3 deg). At 0.1 s, what is 0.2 s ahead is
+// at 0.3 s: 2/3 deg and 1/30 s at 20 deg/s. Half a step later it is half a degree further.
+HeadModel movingModel() {
+  HeadModel head(linear());
+  head.read(0, 0.0, 0.0);
+  head.commanded(0, {20, 0});
+  head.read(50'000, 0.0, 0.0);
+  head.read(100'000, 0.0, 0.0);
+  return head;
+}
+
+TEST(PursuitTest, ErrorIsThatInTheMiddleOfTheCommandsLife) {
+  Pursuit pursuit = started();
+  const HeadModel head = movingModel();
+  EXPECT_EQ(pursuit.step(head, at(4.0 / 3.0 + 0.5, 0.0, 20.0), WIDE)->pan, 20);
+  EXPECT_NEAR(pursuit.error(), 0.0, 1e-9);
+  EXPECT_EQ(pursuit.step(head, at(4.0 / 3.0, 0.0, 20.0), WIDE)->pan, 18);
+  EXPECT_NEAR(pursuit.error(), 0.5, 1e-9);
+}
+
+// Pan acts 0.1 s after it is commanded, tilt 0.3 s: 10 deg/s make 2 degrees of it.
+TEST(PursuitTest, TiltIsAimedAtWhenItsOwnCommandActs) {
+  HeadParameters parameters = linear();
+  parameters.tilt.deadTime = 0.6;
+  Pursuit pursuit(parameters);
+  pursuit.start();
+  EXPECT_EQ(pursuit.step(standingAt(0.0, -8.0), at(0.0, -10.0, 0.0, 10.0), WIDE)->tilt, 10);
+  EXPECT_NEAR(pursuit.error(), 0.0, 1e-9);
+  EXPECT_EQ(pursuit.step(standingAt(0.0, -9.0), at(0.0, -10.0, 0.0, 10.0), WIDE)->tilt, 13);
+}
+
+// ---- A head that is a quarter faster than was identified ----
+
+// At 3 times the speed the model takes up all that it may.
+HeadModel fasterModel() {
+  HeadParameters parameters = linear();
+  parameters.pan.acceleration = 1e5;
+  HeadModel head(parameters);
+  double position = 0.0;
+  std::int64_t now = 0;
+  for (; now < 5'000'000; now += 50'000) {
+    position += now > 200'000 ? 3.0 : 0.0;
+    head.read(now, std::remainder(position, 360.0), 0.0);
+    head.commanded(now, {20, 0});
+  }
+  head.interrupted(now);
+  head.read(now, 0.0, 0.0);
+  return head;
+}
+
+TEST(PursuitTest, FasterHeadIsCommandedLess) {
+  const HeadModel head = fasterModel();
+  ASSERT_EQ(head.panRatio(), 1.25);
+  Pursuit pursuit = started();
+  EXPECT_EQ(pursuit.step(head, at(0.0, 0.0, 25.0), WIDE)->pan, 20);
+}
+
+// More than its 125 deg/s is asked for.
+TEST(PursuitTest, FasterHeadIsCommandedItsFullSpeed) {
+  Pursuit pursuit = started();
+  EXPECT_EQ(pursuit.step(fasterModel(), at(100.0, 0.0), WIDE)->pan, 100);
+  EXPECT_EQ(pursuit.step(fasterModel(), at(-100.0, 0.0), WIDE)->pan, -100);
+}
+
+// 20 percent are 25 deg/s: half a step makes 0.625 degrees.
+TEST(PursuitTest, FasterHeadIsFurtherInTheMiddleOfTheCommandsLife) {
+  HeadModel head = fasterModel();
+  head.commanded(5'000'000, {20, 0});
+  for (std::int64_t now = 5'050'000; now <= 5'100'000; now += 50'000) {
+    head.read(now, 0.0, 0.0);
+  }
+  ASSERT_NEAR(head.pan().velocity, 20.0, 1e-9);
+  ASSERT_EQ(head.panRatio(), 1.25);
+  Pursuit pursuit = started();
+  EXPECT_EQ(pursuit.step(head, at(head.pan().position + 0.625, 0.0, 25.0), WIDE)->pan, 20);
+  EXPECT_NEAR(pursuit.error(), 0.0, 1e-9);
+}
+
 // 60 degrees down an error of pan counts half.
 TEST(PursuitTest, PanCountsByTheCosineOfTilt) {
   Pursuit pursuit = started();
@@ -184,15 +286,38 @@ TEST(LeadingGoalTest, SlowHeadLeavesBeforeItsSubject) {
   EXPECT_NEAR(goal.rate, 15.0, 1e-5);
 }
 
+// Steadily at so many degrees per second.
+int commandFor(double speed) {
+  Subject subject = at(0.0, 0.0, speed);
+  subject.hasCourse = true;
+  for (std::size_t i = 0; i < Subject::COURSE_POINTS; ++i) {
+    subject.course[i] = {0.1 * speed * static_cast<double>(i), 0.0};
+  }
+  Pursuit pursuit = started();
+  return pursuit.step(standingAt(0.0, 0.0), subject, WIDE)->pan;
+}
+
+// Within the last 3 percent of its speed a head could make no error good: it gets ahead.
+TEST(LeadingGoalTest, HeadLeadsWhatTakesAllOfItsSpeed) {
+  EXPECT_EQ(commandFor(96.0), 96);
+  EXPECT_EQ(commandFor(99.0), 100);
+  EXPECT_EQ(commandFor(-99.0), -100);
+}
+
 // It stands for a moment and then goes at so many degrees per second.
-int commandBefore(double speed) {
+int commandBefore(double speed, const HeadModel& head = standingAt(0.0, 0.0)) {
   Subject subject = at(0.0, 0.0);
   subject.hasCourse = true;
   for (std::size_t i = 0; i < Subject::COURSE_POINTS; ++i) {
     subject.course[i] = {speed * std::max(0.0, 0.1 * static_cast<double>(i) - 0.3), 0.0};
   }
   Pursuit pursuit = started();
-  return pursuit.step(standingAt(0.0, 0.0), subject, WIDE)->pan;
+  return pursuit.step(head, subject, WIDE)->pan;
+}
+
+TEST(LeadingGoalTest, FasterHeadNeedNotLead) {
+  EXPECT_GT(commandBefore(120.0), 0);
+  EXPECT_EQ(commandBefore(120.0, fasterModel()), 0);
 }
 
 TEST(LeadingGoalTest, HeadOnlyLeadsWhatIsFasterThanItself) {

@@ -479,6 +479,18 @@ TEST_F(PeopleTest, AFrameThatComesTwiceCountsOnce) {
   EXPECT_EQ(people.getIdentities().people().front().pictures, 5);
 }
 
+// The guards have not come to him yet when the picture is there again.
+TEST_F(PeopleTest, AFrameThatComesTwiceLetsNobodyGo) {
+  stand(0, 7, 3.0, 6.0);
+  pass(FRAME);
+  const std::int64_t time = clock.now();
+  for (int i = 0; i < 3; ++i) {
+    show(0, {at(7, 3.0, 6.0)}, {});
+    people.see(clock.now() + 10'000 * i, 0, time, FOCAL, std::vector{at(7, 3.0, 6.0)});
+  }
+  EXPECT_TRUE(choose());
+}
+
 TEST_F(PeopleTest, PicturesWhoseTimesLieAreLeftOutAndToldOnce) {
   for (int i = 0; i < 10; ++i) {
     pass(FRAME);
