@@ -118,10 +118,10 @@ class OnvifVideoTest(RunTest):
 
     @staticmethod
     def documents(address, seconds=3):
-        """What a client writes down of the metadata."""
+        """What a client writes down of the metadata, without looking into the pictures first."""
         return output_of(subprocess.Popen(
-            ["ffmpeg", "-nostdin", "-loglevel", "error", "-rtsp_transport", "tcp", "-i", address,
-             "-map", "0:d", "-c", "copy", "-t", str(seconds), "-f", "data", "-"],
+            ["ffmpeg", "-nostdin", "-loglevel", "error", "-rtsp_transport", "tcp",
+             "-fpsprobesize", "0", "-i", address, "-map", "0:d", "-c", "copy", "-t", str(seconds), "-f", "data", "-"],
             stdout=subprocess.PIPE, stderr=subprocess.PIPE))
 
     def test_metadata_have_the_boxes_of_the_truth(self):
