@@ -147,7 +147,8 @@ class ScriptTestTest(unittest.TestCase):
             self.calls("ctest"))
 
     def test_only_what_a_named_test_needs_is_built(self):
-        daemon_and_device = " sentrelvideo virtual_device video_scene_subscriber"
+        daemon_and_device = (" sentrelvideo virtual_device video_scene_subscriber sentrelvideo-onvif"
+                             " fleet_page fleet_sites")
         for pattern, targets in ((r"^app_tests\.ClockTest\.Runs$", " app_tests"),
                                  (r"^system\.StopTest\.test_sighup$", daemon_and_device),
                                  (r"^system\.A\.b$|^app_tests\.A\.b$", ""),
