@@ -328,8 +328,9 @@ TEST_F(TrackerPredictiveTest, ACameraThatNobodyUsesAnyMoreTakesItsPeopleAlong) {
   ASSERT_GT(step().at(0).pan, 0.0);
   tracker->removeCamera(1);
   EXPECT_EQ(step().at(0).pan, 0.0);
-  ASSERT_TRUE(tracker->insight());
-  for (const PersonInsight& person : tracker->insight()->people) {
+  const auto insight = tracker->insight();
+  ASSERT_TRUE(insight.has_value());
+  for (const PersonInsight& person : insight->people) {
     EXPECT_FALSE(person.isWanted);
   }
 }
