@@ -115,6 +115,7 @@ add_library(device_services STATIC
   web_server/soup_message.cpp
   web_server/static_files.cpp
   web_server/tls_files.cpp
+  web_server/web_command_line.cpp
   web_server/web_connections.cpp
   web_server/web_interface.cpp
   web_server/web_listener.cpp

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <utility>
 
+#include "web_server/web_command_line.h"
 #include "world/scenes.h"
 
 namespace device {
@@ -28,13 +29,7 @@ struct Raw {
   int framesPerSecond = 10;
   gboolean quiet = FALSE;
   gboolean noLog = FALSE;
-  OptionText listen;
-  OptionText port;
-  OptionText user;
-  OptionText passwordFile;
-  OptionText web;
-  OptionText metricsTokenFile;
-  RawBrokerOptions broker;
+  WebCommandLine web;
   OptionText onvif;
   OptionText onvifListen;
   OptionText onvifUser;
@@ -77,17 +72,6 @@ void parse(const std::vector<std::string>& arguments, Raw* raw) {
       {"quiet", 0, 0, G_OPTION_ARG_NONE, &raw->quiet, "No status and log lines", nullptr},
       {"no-log", 0, 0, G_OPTION_ARG_NONE, &raw->noLog,
        "Leave the system log to the machine, which has one already", nullptr},
-      {"port", 0, 0, G_OPTION_ARG_STRING, raw->port.out(),
-       "Port of the web server (0: any free one)", "N"},
-      {"listen", 0, 0, G_OPTION_ARG_STRING, raw->listen.out(), "Address of the web server",
-       "ADDRESS"},
-      {"user", 0, 0, G_OPTION_ARG_STRING, raw->user.out(), "User whom the web server asks for",
-       "NAME"},
-      {"password-file", 0, 0, G_OPTION_ARG_FILENAME, raw->passwordFile.out(),
-       "File whose first line is the user's password", "FILE"},
-      {"metrics-token-file", 0, 0, G_OPTION_ARG_FILENAME, raw->metricsTokenFile.out(),
-       "File whose first line lets a reader of the metrics in", "FILE"},
-      {"web", 0, 0, G_OPTION_ARG_FILENAME, raw->web.out(), "Folder of the page", "DIR"},
       {"onvif", 0, 0, G_OPTION_ARG_STRING, raw->onvif.out(),
        "Be an ONVIF camera, too, at this port (0: any free one)", "N"},
       {"onvif-listen", 0, 0, G_OPTION_ARG_STRING, raw->onvifListen.out(),
@@ -97,8 +81,8 @@ void parse(const std::vector<std::string>& arguments, Raw* raw) {
       {"onvif-password-file", 0, 0, G_OPTION_ARG_FILENAME, raw->onvifPasswordFile.out(),
        "File whose first line is that user's password", "FILE"},
       {nullptr, 0, 0, G_OPTION_ARG_NONE, nullptr, nullptr, nullptr}};
-  const std::vector<GOptionEntry> broker = raw->broker.entries();
-  entries.insert(entries.end() - 1, broker.begin(), broker.end());
+  const std::vector<GOptionEntry> web = raw->web.entries();
+  entries.insert(entries.end() - 1, web.begin(), web.end());
 
   readOptions("A camera with its PTZ head and the people in front of it.", entries, arguments);
 }
@@ -129,20 +113,6 @@ void check(const Raw& raw) {
   if (raw.framesPerSecond < 1 || raw.framesPerSecond > 100) {
     throw OptionError("--fps is a number from 1 to 100");
   }
-}
-
-WebOptions webOptionsOf(const Raw& raw) try {
-  WebOptions options =
-      readWebOptions({.address = raw.listen.get(),
-                      .port = raw.port.get(),
-                      .user = raw.user.get(),
-                      .passwordFile = raw.passwordFile.get(),
-                      .folder = raw.web.get() != nullptr ? raw.web.get() : DEVICE_WEB,
-                      .metricsTokenFile = raw.metricsTokenFile.get()});
-  options.broker = readBrokerOptions(raw.broker);
-  return options;
-} catch (const WebOptionError& error) {
-  throw OptionError(error.what());
 }
 
 std::optional<onvif::OnvifOptions> onvifOptionsOf(const Raw& raw) try {
@@ -194,7 +164,7 @@ Options parseOptions(const std::vector<std::string>& arguments) {
   options.framesPerSecond = raw.framesPerSecond;
   options.quiet = raw.quiet != FALSE;
   options.log = raw.noLog == FALSE;
-  options.web = webOptionsOf(raw);
+  options.web = raw.web.read(DEVICE_WEB);
   options.onvif = onvifOptionsOf(raw);
   return options;
 }

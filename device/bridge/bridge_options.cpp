@@ -2,6 +2,8 @@
 
 #include <cmath>
 
+#include "web_server/web_command_line.h"
+
 namespace device::bridge {
 
 namespace {
@@ -17,13 +19,7 @@ struct Raw {
   OptionText transport;
   gboolean noLog = FALSE;
   gboolean quiet = FALSE;
-  OptionText listen;
-  OptionText port;
-  OptionText user;
-  OptionText passwordFile;
-  OptionText web;
-  OptionText metricsTokenFile;
-  RawBrokerOptions broker;
+  WebCommandLine web;
 };
 
 void parse(const std::vector<std::string>& arguments, Raw* raw) {
@@ -44,35 +40,10 @@ void parse(const std::vector<std::string>& arguments, Raw* raw) {
       {"no-log", 0, 0, G_OPTION_ARG_NONE, &raw->noLog,
        "Leave the system log to the machine, which has one already", nullptr},
       {"quiet", 0, 0, G_OPTION_ARG_NONE, &raw->quiet, "No status and log lines", nullptr},
-      {"port", 0, 0, G_OPTION_ARG_STRING, raw->port.out(),
-       "Port of the web server (0: any free one)", "N"},
-      {"listen", 0, 0, G_OPTION_ARG_STRING, raw->listen.out(), "Address of the web server",
-       "ADDRESS"},
-      {"user", 0, 0, G_OPTION_ARG_STRING, raw->user.out(), "User whom the web server asks for",
-       "NAME"},
-      {"password-file", 0, 0, G_OPTION_ARG_FILENAME, raw->passwordFile.out(),
-       "File whose first line is the user's password", "FILE"},
-      {"web", 0, 0, G_OPTION_ARG_FILENAME, raw->web.out(), "Folder of the page", "DIR"},
-      {"metrics-token-file", 0, 0, G_OPTION_ARG_FILENAME, raw->metricsTokenFile.out(),
-       "File whose first line lets a reader of the metrics in", "FILE"},
       {nullptr, 0, 0, G_OPTION_ARG_NONE, nullptr, nullptr, nullptr}};
-  const std::vector<GOptionEntry> broker = raw->broker.entries();
-  entries.insert(entries.end() - 1, broker.begin(), broker.end());
+  const std::vector<GOptionEntry> web = raw->web.entries();
+  entries.insert(entries.end() - 1, web.begin(), web.end());
   readOptions("Brings cameras and a head that speak ONVIF to the application.", entries, arguments);
-}
-
-WebOptions webOptionsOf(const Raw& raw) try {
-  WebOptions options =
-      readWebOptions({.address = raw.listen.get(),
-                      .port = raw.port.get(),
-                      .user = raw.user.get(),
-                      .passwordFile = raw.passwordFile.get(),
-                      .folder = raw.web.get() != nullptr ? raw.web.get() : DEVICE_WEB,
-                      .metricsTokenFile = raw.metricsTokenFile.get()});
-  options.broker = readBrokerOptions(raw.broker);
-  return options;
-} catch (const WebOptionError& error) {
-  throw OptionError(error.what());
 }
 
 }  // namespace
@@ -105,7 +76,7 @@ BridgeOptions parseBridgeOptions(const std::vector<std::string>& arguments) {
   options.usesModule = transport == "module";
   options.log = raw.noLog == FALSE;
   options.quiet = raw.quiet != FALSE;
-  options.web = webOptionsOf(raw);
+  options.web = raw.web.read(DEVICE_WEB);
   return options;
 }
 

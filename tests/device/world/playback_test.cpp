@@ -120,7 +120,8 @@ TEST(PlaybackTest, GeneratedPeopleGiveRests) {
 
 TEST(PlaybackTest, RecordingsGiveRests) {
   if (!std::filesystem::exists(recordingsFolder())) {
-    GTEST_SKIP() << "no recordings beside the sources";
+    GTEST_SKIP() << "the recordings of real people are no part of the product: none at "
+                 << recordingsFolder();
   }
   for (const auto& entry : std::filesystem::directory_iterator(recordingsFolder())) {
     SCOPED_TRACE(entry.path());

@@ -118,7 +118,8 @@ TEST(TrackSetTest, AMissingFileIsNamed) {
 
 TEST(TrackSetTest, ReadsRecordings) {
   if (!std::filesystem::exists(recordingsFolder())) {
-    GTEST_SKIP() << "no recordings beside the sources";
+    GTEST_SKIP() << "the recordings of real people are no part of the product: none at "
+                 << recordingsFolder();
   }
   for (const auto& entry : std::filesystem::directory_iterator(recordingsFolder())) {
     const TrackSet set = TrackSet::read(entry.path());

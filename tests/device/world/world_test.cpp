@@ -126,7 +126,8 @@ TEST_F(WorldTest, ABadRecordingIsRefused) {
 // which somebody is there.
 TEST_F(WorldTest, RecordingsWalkInFrontOfTheCamera) {
   if (!std::filesystem::exists(recordingsFolder())) {
-    GTEST_SKIP() << "no recordings beside the sources";
+    GTEST_SKIP() << "the recordings of real people are no part of the product: none at "
+                 << recordingsFolder();
   }
   for (const auto& entry : std::filesystem::directory_iterator(recordingsFolder())) {
     World world(loadModel(modelsFolder(), "perfect").world, {.tracks = entry.path()});

@@ -27,7 +27,7 @@ std::size_t residentMemory() {
 
 TEST(MemoryLeaseTest, WhatTheWorkHasFreedGoesBackToTheSystem) {
 #ifdef __SANITIZE_ADDRESS__
-  GTEST_SKIP() << "the sanitizer has an allocator of its own";
+  GTEST_SKIP() << "of the C library's allocator, which the address sanitizer replaces";
 #endif
   const std::size_t before = residentMemory();
   std::unique_ptr<Block> kept;  // holds the heap's end, as what outlives the work may
@@ -45,7 +45,7 @@ TEST(MemoryLeaseTest, WhatTheWorkHasFreedGoesBackToTheSystem) {
 // The allocator takes a block of 4 MB that is freed for a sign that such blocks are usual.
 TEST(GiveLargeBlocksBackTest, ALargeBlockGoesBackWhenItIsFreedHoweverManyThereWereBefore) {
 #ifdef __SANITIZE_ADDRESS__
-  GTEST_SKIP() << "the sanitizer has an allocator of its own";
+  GTEST_SKIP() << "of the C library's allocator, which the address sanitizer replaces";
 #endif
   utils::giveLargeBlocksBack();
   std::make_unique<Block>(4 * MEGABYTE, 'x').reset();

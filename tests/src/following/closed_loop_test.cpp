@@ -192,7 +192,8 @@ class RecordedPeopleTest : public testing::Test {
  protected:
   void SetUp() override {
     if (!recordedScene("eth") || !recordedScene("zara01")) {
-      GTEST_SKIP() << "the recordings are not at " << recordingsFolder();
+      GTEST_SKIP() << "the recordings of real people are no part of the product: none at "
+                   << recordingsFolder();
     }
   }
 };
