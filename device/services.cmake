@@ -56,10 +56,6 @@ add_library(device_services STATIC
   services/lens_service.cpp
   services/local_socket.cpp
   app/options.cpp
-  fleet/fleet_listener.cpp
-  fleet/fleet_options.cpp
-  fleet/fleet_page.cpp
-  fleet/site_table.cpp
   onvif_server/analytics_operations.cpp
   onvif_server/camera_profile.cpp
   onvif_server/device_operations.cpp
@@ -124,11 +120,8 @@ add_library(device_services STATIC
 target_include_directories(device_services PUBLIC ${CMAKE_CURRENT_LIST_DIR})
 set(SENTREL_DEVICE_DATA ${CMAKE_CURRENT_LIST_DIR} CACHE STRING
     "Where the virtual device looks for its models and its page, unless it is told otherwise")
-set(SENTREL_FLEET_DATA ${PROJECT_SOURCE_DIR}/fleet/web CACHE STRING
-    "Where the fleet's page looks for its files, unless it is told otherwise")
 target_compile_definitions(device_services PRIVATE DEVICE_MODELS="${SENTREL_DEVICE_DATA}/models"
                                                    DEVICE_WEB="${SENTREL_DEVICE_DATA}/web"
-                                                   FLEET_WEB="${SENTREL_FLEET_DATA}"
                                                    DEVICE_VERSION="${PROJECT_VERSION}"
                                                    GSTREAMER_PLUGINS="${GSTREAMER_PLUGINS}")
 target_link_libraries(device_services PUBLIC device_core device_calibration device_offers device_onvif PkgConfig::GLIB
@@ -183,8 +176,18 @@ add_executable(sentrelvideo-onvif bridge/bridge_main.cpp)
 target_link_libraries(sentrelvideo-onvif PRIVATE sentrel_options device_bridge)
 
 # The page of all sites, which stands beside a broker.
+add_library(device_fleet STATIC
+  fleet/fleet_listener.cpp
+  fleet/fleet_options.cpp
+  fleet/fleet_page.cpp
+  fleet/site_table.cpp)
+set(SENTREL_FLEET_DATA ${PROJECT_SOURCE_DIR}/fleet/web CACHE STRING
+    "Where the fleet's page looks for its files, unless it is told otherwise")
+target_compile_definitions(device_fleet PRIVATE FLEET_WEB="${SENTREL_FLEET_DATA}")
+target_link_libraries(device_fleet PUBLIC device_services PkgConfig::MOSQUITTO
+                                   PRIVATE sentrel_options)
 add_executable(fleet_page fleet_main.cpp)
-target_link_libraries(fleet_page PRIVATE sentrel_options device_services)
+target_link_libraries(fleet_page PRIVATE sentrel_options device_fleet)
 
 # Virtual sites for trials of a fleet.
 add_executable(fleet_sites fleet_sites_main.cpp)
