@@ -100,7 +100,7 @@ std::string FleetListener::listen(const BrokerAddress& host) {
   }
   int result = introduce(client, login, tls);
   if (result == MOSQ_ERR_SUCCESS) {
-    result = mosquitto_connect_async(client, host.host.c_str(), host.port, MQTT_KEEP_ALIVE);
+    result = connectTo(client, host, tls);
   }
   const Clock::time_point deadline = Clock::now() + PATIENCE;
   bool isTold = false;

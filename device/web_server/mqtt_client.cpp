@@ -39,6 +39,24 @@ int introduce(mosquitto* client, const std::optional<BrokerLogin>& login,
   return result;
 }
 
+// The first that connects by TLS sets the library up for it, which the library does not guard.
+int connectTo(mosquitto* client, const BrokerAddress& host, const std::optional<BrokerTls>& tls) {
+  const auto connect = [&] {
+    return mosquitto_connect_async(client, host.host.c_str(), host.port, MQTT_KEEP_ALIVE);
+  };
+  bool isFirst = false;
+  if (tls) {
+    static const int FIRST_RESULT = [&] {
+      isFirst = true;
+      return connect();
+    }();
+    if (isFirst) {
+      return FIRST_RESULT;
+    }
+  }
+  return connect();
+}
+
 std::string nameOf(const BrokerAddress& host) {
   return "MQTT broker " + host.host + " port " + std::to_string(host.port);
 }

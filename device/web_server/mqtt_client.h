@@ -27,6 +27,9 @@ MosquittoPtr makeMqttClient(const char* id, void* data);
 int introduce(mosquitto* client, const std::optional<BrokerLogin>& login,
               const std::optional<BrokerTls>& tls);
 
+// Begins to connect and does not wait for the broker's answer. Returns the library's result.
+int connectTo(mosquitto* client, const BrokerAddress& host, const std::optional<BrokerTls>& tls);
+
 // For the user.
 std::string nameOf(const BrokerAddress& host);
 

@@ -186,8 +186,7 @@ void MqttPublisher::connectOnce(const BrokerAddress& host) {
                      MQTT_ONCE, true);
   int result = introduce(connection.client.get(), settings.login, settings.tls);
   if (result == MOSQ_ERR_SUCCESS) {
-    result = mosquitto_connect_async(connection.client.get(), host.host.c_str(), host.port,
-                                     MQTT_KEEP_ALIVE);
+    result = connectTo(connection.client.get(), host, settings.tls);
   }
   if (result != MOSQ_ERR_SUCCESS) {
     return tell(host, connection.faultOf(result));
