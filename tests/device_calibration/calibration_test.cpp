@@ -8,6 +8,7 @@
 #include <numbers>
 #include <vector>
 
+#include "support/rounds.h"
 #include "truth.h"
 
 namespace device::calibration {
@@ -223,7 +224,7 @@ TEST(CalibrationTest, TellsHowUncertainItIs) {
 }
 
 TEST(CalibrationTest, NamesPointsThatAreWrong) {
-  for (int seed = 0; seed < 60; ++seed) {
+  for (int seed = 0; seed < rounds(60); ++seed) {
     Chance chance(static_cast<std::uint64_t>(seed));
     const Installation place = truth::randomInstallation(chance, seed % 2 == 1);
     std::vector<PointPair> points = truth::exactPoints(place, 11, chance);

@@ -9,6 +9,7 @@
 #include "gm.h"
 #include "platform/judge.h"
 #include "platform/polygons.h"
+#include "support/rounds.h"
 
 namespace {
 
@@ -211,7 +212,7 @@ TEST(GmClip, APaddedDoublePointInsideAnAreaIsKeptWhole) {
 
 TEST(GmClip, APaddedLineInsideAnAreaIsKeptWhole) {
   Generator generator(12, 4000);
-  for (int i = 0; i < 500; ++i) {
+  for (int i = 0; i < rounds(500); ++i) {
     const gm_point first = generator.point();
     const gm_point second = generator.point();
     const Points outline{first, second, polygons::padded(second)};
@@ -227,7 +228,7 @@ TEST(GmClip, APaddedLineInsideAnAreaIsKeptWhole) {
 TEST(GmClip, EverySmallTriangleInsideAnAreaIsKept) {
   const Points area = rectangle(-20, -20, 20, 20);
   Generator generator(13, 2);
-  for (int i = 0; i < 500; ++i) {
+  for (int i = 0; i < rounds(500); ++i) {
     const Points triangle = generator.points(3);
     const auto pieces = clip(triangle, area, GM_CLIP_INTERSECTION);
     ASSERT_EQ(std::abs(doubledArea(triangle)), totalArea(pieces));
@@ -306,7 +307,7 @@ class GmClipRandom : public testing::TestWithParam<int> {};
 
 TEST_P(GmClipRandom, AgreesWithTheJudge) {
   Generator generator(static_cast<uint32_t>(6000 + GetParam()), GetParam());
-  for (int i = 0; i < 250; ++i) {
+  for (int i = 0; i < rounds(250); ++i) {
     const Points a = generator.any();
     const Points b = generator.anyWith(a);
     for (const Operation& operation : OPERATIONS) {

@@ -7,6 +7,7 @@
 #include "base/units.h"
 #include "following/simulated_head.h"
 #include "following/tuning.h"
+#include "support/rounds.h"
 
 namespace following {
 namespace {
@@ -292,7 +293,7 @@ TEST(AxisIdentificationTest, ValuesBeyondAllHeadsAreRefused) {
 
 TEST(AxisIdentificationTest, AnyRecordGivesFiniteModelsOrIsRefused) {
   Random random(77);
-  for (int round = 0; round < 60; ++round) {
+  for (int round = 0; round < rounds(60); ++round) {
     AxisRecord record;
     std::int64_t now = 0;
     const double scale = std::pow(10.0, random.uniform(-3, 6));
