@@ -4,7 +4,7 @@
 //
 //   RecursiveMutex lock ACQUIRED_AFTER(lock_order::CONTAINER) ACQUIRED_BEFORE(lock_order::CAMERA);
 //
-// which puts it into the rank CAMERA. script/check-locks holds against it each function that takes
+// which puts it into the rank CAMERA. script/check-style holds against it each function that takes
 // several locks, or takes one and REQUIRES another that a function above it takes.
 #ifndef APP_LOCK_ORDER_H
 #define APP_LOCK_ORDER_H
