@@ -88,7 +88,7 @@ std::optional<std::string> OnvifCamera::snapshot(const std::string& token) {
     return std::nullopt;
   }
   const double now = sources.seconds();
-  Shot& shot = shots[token];
+  Shot& shot = shots[profile->picture()];
   if (shot.jpeg.empty() || now - shot.time >= SHOT_PERIOD) {
     shot = {now, paintedFor(*profile)};
   }
@@ -179,10 +179,15 @@ void OnvifCamera::frame(int channel, const Frame& frame) {
 // who watch already are told again, which changes nothing for them.
 void OnvifCamera::tellStates() {
   for (const std::size_t stream : streams.takeBegun()) {
+    untold.insert(stream);
+  }
+  std::erase_if(untold, [this](std::size_t stream) { return !streams.isRead(stream); });
+  if (!untold.empty()) {
     const std::vector<Notification> present = events.present();
-    if (streams.isRead(stream) && !present.empty()) {
-      streams.tell(stream, eventDocument(present), g_get_monotonic_time());
-    }
+    std::erase_if(untold, [&](std::size_t stream) {
+      return present.empty() ||
+             streams.tell(stream, eventDocument(present), g_get_monotonic_time());
+    });
   }
   tellHead();
 }
@@ -194,8 +199,8 @@ void OnvifCamera::tellHead() {
   }
   const std::int64_t now = g_get_monotonic_time();
   const std::string state = ptzDocument(ptz.statusTag("tt:PTZStatus", false));
-  if (state != toldHead || now - toldHeadTime >= SILENCE) {
-    streams.tell(HEAD_STREAM, ptzDocument(ptz.statusTag("tt:PTZStatus", true)), now);
+  const bool isDue = state != toldHead || now - toldHeadTime >= SILENCE;
+  if (isDue && streams.tell(HEAD_STREAM, ptzDocument(ptz.statusTag("tt:PTZStatus", true)), now)) {
     toldHead = state;
     toldHeadTime = now;
   }

@@ -5,6 +5,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -82,7 +83,7 @@ class OnvifCamera {
 
   OnvifSources sources;
   std::vector<CameraProfile> profiles;  // the first ones are those of the streams, in their order
-  std::map<std::string, Shot> shots;    // the last of each profile, by its token
+  std::map<std::string, Shot> shots;    // the last of each picture, by its name
   Operations operations;
   SoapServer server;  // the services hold on to its requests, and so go before it
   PictureStreams streams;
@@ -92,6 +93,7 @@ class OnvifCamera {
   PtzOperations ptz;
   EventOperations events;
   AnalyticsOperations analytics;
+  std::set<std::size_t> untold;   // streams that somebody plays without knowing the present state
   std::string toldHead;           // its status in the metadata told last, without the time
   std::int64_t toldHeadTime = 0;  // monotonic microseconds
   PeriodicTimer stateTimer;

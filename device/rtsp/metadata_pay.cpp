@@ -15,7 +15,7 @@ gboolean setCaps(GstRTPBasePayload* payload, GstCaps* caps) {
   const bool isPlain =
       gst_structure_has_name(gst_caps_get_structure(caps, 0), METADATA_CAPS) != FALSE;
   gst_rtp_base_payload_set_options(payload, "application", TRUE,
-                                   isPlain ? "VND.ONVIF.METADATA" : "VND.ONVIF.METADATA+GZIP",
+                                   isPlain ? "vnd.onvif.metadata" : "vnd.onvif.metadata+gzip",
                                    CLOCK_RATE);
   return gst_rtp_base_payload_set_outcaps(payload, nullptr);
 }

@@ -7,7 +7,6 @@
 #include "base/units.h"
 #include "picture/jpeg.h"
 #include "picture/painter.h"
-#include "rtsp/pipeline_time.h"
 
 namespace device {
 namespace {
@@ -39,28 +38,16 @@ class Canvas {
   double width = 0;
 };
 
-// Nobody hears what comes before the pipeline runs.
-void send(GstAppSrc* source, const void* data, std::size_t size, std::int64_t time) {
-  const auto stamp = pipelineTimeOf(GST_ELEMENT(source), time);
-  if (!stamp) {
-    return;
-  }
-  GstBuffer* buffer = gst_buffer_new_allocate(nullptr, size, nullptr);
-  gst_buffer_fill(buffer, 0, data, size);
-  GST_BUFFER_PTS(buffer) = *stamp;
-  gst_app_src_push_buffer(source, buffer);  // takes it
-}
-
 void send(const Picture& picture, const StreamTask& task) {
   std::string jpeg;
   for (const StreamEntry& entry : task.entries) {
     if (entry.codec == StreamCodec::jpeg) {
       jpeg = jpeg.empty() ? jpegOf(picture, JPEG_QUALITY) : jpeg;
-      send(entry.source.get(), jpeg.data(), jpeg.size(), task.scene.time);
+      send(entry, jpeg.data(), jpeg.size(), task.scene.time);
     } else {
       const std::size_t size = sizeof(Colour) * static_cast<std::size_t>(picture.getWidth()) *
                                static_cast<std::size_t>(picture.getHeight());
-      send(entry.source.get(), &picture.at(0, 0), size, task.scene.time);
+      send(entry, &picture.at(0, 0), size, task.scene.time);
     }
   }
 }
@@ -93,12 +80,14 @@ PictureStreams::~PictureStreams() {
   painter.join();
 }
 
-void PictureStreams::tell(std::size_t stream, const std::string& document, std::int64_t time) {
+bool PictureStreams::tell(std::size_t stream, const std::string& document, std::int64_t time) {
+  bool isSent = true;
   for (const StreamEntry& entry : feeds->readers(stream)) {
     const bool isPlain = entry.codec == StreamCodec::metadata;
     const std::string& text = isPlain ? document : gzipped(document);
-    send(entry.source.get(), text.data(), text.size(), time);
+    isSent = send(entry, text.data(), text.size(), time) && isSent;
   }
+  return isSent;
 }
 
 void PictureStreams::takeScenes() {

@@ -40,7 +40,8 @@ class PictureStreams {
   std::vector<std::size_t> takeBegun() { return feeds->takeBegun(); }
 
   // A document of metadata for whoever reads them; time: microseconds of the monotonic clock.
-  void tell(std::size_t stream, const std::string& document, std::int64_t time);
+  // False when one of them has not begun to run, so that it was not sent this.
+  bool tell(std::size_t stream, const std::string& document, std::int64_t time);
 
  private:
   void takeScenes();

@@ -1,5 +1,7 @@
 #include "rtsp/pipeline_time.h"
 
+#include <algorithm>
+
 namespace device {
 namespace {
 
@@ -16,6 +18,11 @@ std::optional<GstClockTime> pipelineTimeOf(GstElement* element, std::int64_t mom
   const auto start = static_cast<std::int64_t>(gst_element_get_base_time(element));
   const std::int64_t since = moment * NANOSECONDS_IN_ONE - start;
   return since >= 0 ? std::optional(static_cast<GstClockTime>(since)) : std::nullopt;
+}
+
+GstClockTime StampOrder::inOrder(GstClockTime stamp) {
+  last = std::max<GstClockTime>(last, stamp);
+  return last;
 }
 
 }  // namespace device

@@ -3,6 +3,7 @@
 
 #include <gst/gst.h>
 
+#include <atomic>
 #include <cstdint>
 #include <optional>
 
@@ -12,6 +13,18 @@ namespace device {
 // belongs. Nothing while the element does not run, and for what was before its pipeline ran: an
 // element is given its clock some time before it is told since when the pipeline counts.
 std::optional<GstClockTime> pipelineTimeOf(GstElement* element, std::int64_t moment);
+
+// Time stamps of what goes into one element. After a pause a pipeline counts on, so that what was
+// taken before it went on would be older than what was sent last: the queues of the library end the
+// process then. Any thread may call, one at a time.
+class StampOrder {
+ public:
+  // The stamp, or the last one if that is later.
+  GstClockTime inOrder(GstClockTime stamp);
+
+ private:
+  std::atomic<GstClockTime> last = 0;
+};
 
 }  // namespace device
 

@@ -6,16 +6,16 @@
 #include <utility>
 
 #include "rtsp/metadata_pay.h"
+#include "rtsp/rtsp_access.h"
 
 namespace device {
 namespace {
 
-constexpr char ROLE[] = "user";
 constexpr char PICTURES[] = "pictures";
 constexpr char METADATA[] = "metadata";
-constexpr guint CLEANING_PERIOD = 2000;  // milliseconds
 constexpr unsigned MOST_WAITING = 2;     // pictures before an encoder
-constexpr unsigned MOST_DOCUMENTS = 100;
+constexpr unsigned MOST_DOCUMENTS = 10;  // a client that begins is sent them all at once
+constexpr guint LONGEST_BODY = 65536;    // bytes, of a request
 constexpr int KILOBITS_PER_SECOND = 4096;
 
 // Without the library's search through all that is installed, which takes a second or more.
@@ -125,7 +125,7 @@ void openEntry(GstRTSPMedia* media, const Place& place, const char* name, Stream
       GST_APP_SRC(gst_bin_get_by_name_recurse_up(GST_BIN(pipeline.get()), name)));
   const CapsPtr caps = capsOf(place.setup, codec, place.framesPerSecond);
   g_object_set(source.get(), "caps", caps.get(), "format", GST_FORMAT_TIME, "is-live", TRUE,
-               "block", FALSE, "max-buffers",
+               "block", FALSE, "max-bytes", guint64{0}, "max-buffers",
                guint64{codec == StreamCodec::h264 || codec == StreamCodec::jpeg ? MOST_WAITING
                                                                                 : MOST_DOCUMENTS},
                "leaky-type", GST_APP_LEAKY_TYPE_DOWNSTREAM, nullptr);
@@ -199,7 +199,9 @@ gboolean quit(gpointer loop) {
 
 RtspServer::RtspServer(const StreamOptions& options, const std::vector<StreamSetup>& streams,
                        std::shared_ptr<StreamFeeds> feeds)
-    : context(g_main_context_new()), loop(g_main_loop_new(context.get(), FALSE)) {
+    : context(g_main_context_new()),
+      loop(g_main_loop_new(context.get(), FALSE)),
+      connections(std::make_shared<RtspConnections>(options.limits, context.get())) {
   startGStreamer();
   server.reset(gst_rtsp_server_new());
   auto* plays = new Plays{{}, feeds};
@@ -211,13 +213,14 @@ RtspServer::RtspServer(const StreamOptions& options, const std::vector<StreamSet
   for (std::size_t i = 0; i < streams.size(); ++i) {
     addStream(options, streams[i], i, feeds);
   }
-  if (options.user) {
-    askForUser(*options.user);
-  }
-  listen(options);
+  gst_rtsp_server_set_auth(server.get(), makeRtspAccess(options.user).get());
+  gst_rtsp_server_set_content_length_limit(server.get(), LONGEST_BODY);
+  connections->watch(server.get());
   const GObjectPtr<GstRTSPSessionPool> sessions(gst_rtsp_server_get_session_pool(server.get()));
-  gst_rtsp_session_pool_set_max_sessions(sessions.get(), MOST_SESSIONS);
-  cleaner = startTimer(CLEANING_PERIOD, cleanUp, this, context.get());
+  gst_rtsp_session_pool_set_max_sessions(sessions.get(), options.limits.sessions);
+  listen(options);
+  cleaner =
+      startTimer(static_cast<guint>(options.limits.look.count()), cleanUp, this, context.get());
   thread = std::thread([this] { g_main_loop_run(loop.get()); });
 }
 
@@ -227,10 +230,7 @@ RtspServer::~RtspServer() {
   g_source_set_callback(end.get(), quit, loop.get(), nullptr);
   g_source_attach(end.get(), context.get());
   thread.join();
-  const auto removeAll = [](GstRTSPServer*, GstRTSPClient*, gpointer) {
-    return GST_RTSP_FILTER_REMOVE;
-  };
-  gst_rtsp_server_client_filter(server.get(), removeAll, nullptr);
+  connections->endAll();
 }
 
 void RtspServer::addStream(const StreamOptions& options, const StreamSetup& setup,
@@ -241,7 +241,7 @@ void RtspServer::addStream(const StreamOptions& options, const StreamSetup& setu
     gst_rtsp_media_factory_set_launch(factory, launchLine(offer, options.framesPerSecond).c_str());
     gst_rtsp_media_factory_set_shared(factory, TRUE);
     gst_rtsp_media_factory_set_protocols(factory, GST_RTSP_LOWER_TRANS_TCP);
-    gst_rtsp_media_factory_add_role(factory, ROLE, GST_RTSP_PERM_MEDIA_FACTORY_ACCESS,
+    gst_rtsp_media_factory_add_role(factory, RTSP_ROLE, GST_RTSP_PERM_MEDIA_FACTORY_ACCESS,
                                     G_TYPE_BOOLEAN, TRUE, GST_RTSP_PERM_MEDIA_FACTORY_CONSTRUCT,
                                     G_TYPE_BOOLEAN, TRUE, nullptr);
     auto* place = new Place{stream, setup, options.framesPerSecond, offer, feeds};
@@ -250,15 +250,6 @@ void RtspServer::addStream(const StreamOptions& options, const StreamSetup& setu
     const std::string path = '/' + setup.name + offer.path;
     gst_rtsp_mount_points_add_factory(places.get(), path.c_str(), factory);
   }
-}
-
-void RtspServer::askForUser(const WebUser& user) {
-  const GObjectPtr<GstRTSPAuth> auth(gst_rtsp_auth_new());
-  gst_rtsp_auth_set_supported_methods(auth.get(), GST_RTSP_AUTH_DIGEST);
-  const std::unique_ptr<GstRTSPToken, GDeleter<gst_rtsp_token_unref>> token(
-      gst_rtsp_token_new(GST_RTSP_TOKEN_MEDIA_FACTORY_ROLE, G_TYPE_STRING, ROLE, nullptr));
-  gst_rtsp_auth_add_digest(auth.get(), user.name.c_str(), user.password.c_str(), token.get());
-  gst_rtsp_server_set_auth(server.get(), auth.get());
 }
 
 void RtspServer::listen(const StreamOptions& options) {
@@ -277,12 +268,13 @@ void RtspServer::listen(const StreamOptions& options) {
   boundPort = static_cast<std::uint16_t>(gst_rtsp_server_get_bound_port(server.get()));
 }
 
-// Whoever has gone without a word is forgotten after the time that RTSP gives sessions.
+// Whoever has gone without a word is forgotten after a time.
 gboolean RtspServer::cleanUp(gpointer data) {
   const auto* self = static_cast<RtspServer*>(data);
   const GObjectPtr<GstRTSPSessionPool> sessions(
       gst_rtsp_server_get_session_pool(self->server.get()));
   gst_rtsp_session_pool_cleanup(sessions.get());
+  self->connections->limit();
   return G_SOURCE_CONTINUE;
 }
 

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "base/glib_ptr.h"
+#include "rtsp/rtsp_connections.h"
 #include "rtsp/stream_feeds.h"
 #include "web_server/web_options.h"
 
@@ -31,6 +32,7 @@ struct StreamOptions {
   std::uint16_t port = 0;             // a free one when it is taken, or 0
   std::optional<WebUser> user;        // by digest; without: everybody
   int framesPerSecond = 10;
+  RtspLimits limits = {};
 };
 
 // The RTSP side of the streams, in a thread of its own. Media go over the clients' connections
@@ -38,15 +40,13 @@ struct StreamOptions {
 // in the feeds as long as somebody watches.
 class RtspServer {
  public:
-  static constexpr unsigned MOST_SESSIONS = 64;
-
   // Throws std::runtime_error when it cannot listen, or a part of GStreamer is missing.
   RtspServer(const StreamOptions& options, const std::vector<StreamSetup>& streams,
              std::shared_ptr<StreamFeeds> feeds);
   RtspServer(const RtspServer&) = delete;
   RtspServer& operator=(const RtspServer&) = delete;
 
-  // Ends all sessions.
+  // Ends all sessions and connections.
   ~RtspServer();
 
   std::uint16_t port() const { return boundPort; }
@@ -54,12 +54,12 @@ class RtspServer {
  private:
   void addStream(const StreamOptions& options, const StreamSetup& setup, std::size_t stream,
                  const std::shared_ptr<StreamFeeds>& feeds);
-  void askForUser(const WebUser& user);
   void listen(const StreamOptions& options);
   static gboolean cleanUp(gpointer self);
 
   GMainContextPtr context;
   GMainLoopPtr loop;
+  std::shared_ptr<RtspConnections> connections;
   GObjectPtr<GstRTSPServer> server;
   GSourcePtr listener;
   GSourcePtr cleaner;

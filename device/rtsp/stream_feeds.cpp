@@ -91,7 +91,7 @@ std::vector<StreamEntry> StreamFeeds::entriesOf(std::size_t stream, bool ofPictu
   for (const StreamEntry& entry : entries) {
     if (entry.stream == stream && isPicture(entry) == ofPictures) {
       auto* source = static_cast<GstAppSrc*>(g_object_ref(entry.source.get()));
-      found.push_back({stream, entry.codec, GObjectPtr<GstAppSrc>(source)});
+      found.push_back({stream, entry.codec, GObjectPtr<GstAppSrc>(source), entry.stamps});
     }
   }
   return found;

@@ -1,17 +1,15 @@
 #ifndef DEVICE_RTSP_STREAM_FEEDS_H
 #define DEVICE_RTSP_STREAM_FEEDS_H
 
-#include <gst/app/gstappsrc.h>
-
 #include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <set>
 #include <vector>
 
-#include "base/glib_ptr.h"
 #include "base/mutex.h"
 #include "picture/painter.h"
+#include "rtsp/stream_entry.h"
 #include "world/overview_camera.h"
 
 namespace device {
@@ -22,15 +20,6 @@ struct StreamScene {
   Things things;
   std::int64_t time = 0;  // microseconds of the monotonic clock
   double light = 1;
-};
-
-enum class StreamCodec { h264, jpeg, metadata, gzippedMetadata };
-
-// The open end of a pipeline that somebody watches.
-struct StreamEntry {
-  std::size_t stream = 0;
-  StreamCodec codec = StreamCodec::h264;
-  GObjectPtr<GstAppSrc> source;
 };
 
 // A scene to be painted, and where its picture goes.

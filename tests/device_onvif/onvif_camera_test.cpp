@@ -104,6 +104,16 @@ TEST_F(OnvifCameraTest, PictureIsANewOneAfterHalfASecond) {
   EXPECT_NE(first, picture());
 }
 
+TEST_F(OnvifCameraTest, ProfilesOfOnePictureHaveOneSnapshot) {
+  start("127.0.0.1");
+  const auto picture = [&](const std::string& profile) {
+    return WebClient(camera->port()).get("/onvif/snapshot/" + profile).body;
+  };
+  const std::string head = picture("head");
+  EXPECT_EQ(head, picture("head_jpeg"));
+  EXPECT_NE(head, picture("overview1"));
+}
+
 TEST_F(OnvifCameraTest, PictureNeedsTheUser) {
   options.user = WebUser{"anna", "secret word"};
   start("127.0.0.1");

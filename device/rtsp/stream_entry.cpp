@@ -1,0 +1,17 @@
+#include "rtsp/stream_entry.h"
+
+namespace device {
+
+bool send(const StreamEntry& entry, const void* data, std::size_t size, std::int64_t time) {
+  GstAppSrc* source = entry.source.get();
+  const auto stamp = pipelineTimeOf(GST_ELEMENT(source), time);
+  if (!stamp.has_value()) {
+    return false;
+  }
+  GstBuffer* buffer = gst_buffer_new_allocate(nullptr, size, nullptr);
+  gst_buffer_fill(buffer, 0, data, size);
+  GST_BUFFER_PTS(buffer) = entry.stamps->inOrder(*stamp);
+  return gst_app_src_push_buffer(source, buffer) == GST_FLOW_OK;  // takes it
+}
+
+}  // namespace device
