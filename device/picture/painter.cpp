@@ -40,11 +40,16 @@ Colour mixed(const Colour& one, const Colour& other, double share) {
   return {mix(one.red, other.red), mix(one.green, other.green), mix(one.blue, other.blue)};
 }
 
-// The same for a place for good, 0 to 1, and unlike that of its neighbours.
+// The whole number below; quicker than that of the library, which is asked for each grain.
+std::uint32_t cellOf(double value) {
+  const auto whole = static_cast<std::int32_t>(value);
+  return static_cast<std::uint32_t>(value < whole ? whole - 1 : whole);
+}
+
+// The same for a place for good, 0 to 1, and unlike that of its neighbours. The place is within
+// some hundred thousand sides.
 double noiseAt(double x, double y, double side) {
-  auto bits =
-      static_cast<std::uint32_t>(static_cast<std::int32_t>(std::floor(x / side))) * 73856093U ^
-      static_cast<std::uint32_t>(static_cast<std::int32_t>(std::floor(y / side))) * 19349663U;
+  auto bits = cellOf(x / side) * 73856093U ^ cellOf(y / side) * 19349663U;
   bits = (bits ^ bits >> 16) * 0x45d9f3bU;
   bits = (bits ^ bits >> 16) * 0x45d9f3bU;
   return static_cast<double>((bits ^ bits >> 16) & 0xFFFF) / 0xFFFF;
@@ -56,9 +61,9 @@ Colour groundAt(double x, double y, double metres) {
   constexpr double GRAIN_REACH = 30;  // metres
   const double patch = noiseAt(x, y, PATCH) - 0.5;
   const double grain =
-      (noiseAt(x, y, GRAIN) - 0.5) * std::clamp(1 - metres / GRAIN_REACH, 0.0, 1.0);
+      metres < GRAIN_REACH ? (noiseAt(x, y, GRAIN) - 0.5) * (1 - metres / GRAIN_REACH) : 0;
   const Colour ground = scaled(SOIL, 1 + 0.25 * patch + 0.2 * grain);
-  return mixed(ground, HAZE, std::clamp(metres / FARTHEST, 0.0, 1.0));
+  return mixed(ground, HAZE, metres / FARTHEST);
 }
 
 // Lines of sight at the corners of a grid of cells. Between them they are straight enough.
@@ -98,6 +103,9 @@ Colour sightColour(const SpacePoint& eye, const SpacePoint& sight) {
     return mixed(HAZE, SKY, std::clamp(sight.z * 5, 0.0, 1.0));
   }
   const double way = -eye.z / sight.z;
+  if (way >= FARTHEST) {
+    return HAZE;
+  }
   return groundAt(eye.x + sight.x * way, eye.y + sight.y * way, way);
 }
 

@@ -122,6 +122,17 @@ TEST(PainterTest, SkyIsAboveTheHorizonAndGroundBelow) {
   EXPECT_LT(picture.at(WIDTH / 2, HEIGHT - 5).blue, picture.at(WIDTH / 2, HEIGHT - 5).green);
 }
 
+// From so far up it is farther to any of it than whole numbers count grains.
+TEST(PainterTest, GroundFarAwayIsHazeHoweverFar) {
+  OverviewCameraSetup setup = cameraOf(-20).getSetup();
+  setup.position.z = 5e9;
+  const Picture picture = paint(OverviewCamera(setup), {}, WIDTH, HEIGHT);
+  constexpr Colour HAZE{150, 160, 158};
+  for (const int y : {HEIGHT / 2, HEIGHT - 1}) {
+    EXPECT_EQ(HAZE, picture.at(WIDTH / 2, y)) << y;
+  }
+}
+
 TEST(PainterTest, GroundStaysInPlaceWhenTheCameraTurns) {
   const OverviewCamera ahead = cameraOf(-30);
   const OverviewCamera aside = cameraOf(-30, 60, 8);
