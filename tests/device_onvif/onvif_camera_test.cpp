@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "device_onvif/call.h"
+#include "device_onvif/jpeg_picture.h"
 #include "device_onvif/rtsp_reader.h"
 #include "device_services/private_bus.h"
 #include "device_web/digest_client.h"
@@ -26,10 +27,12 @@ class OnvifCameraTest : public testing::Test {
  protected:
   OnvifCameraTest() : model(loadModel(modelsFolder(), "ideal")) {}
 
-  void start(const std::string& address) {
+  void start(const std::string& address) { startBefore(world, address); }
+
+  void startBefore(const World& shown, const std::string& address) {
     options.address = address;
     camera = std::make_unique<OnvifCamera>(
-        options, OnvifSources{model, world, drive, events, [this] { return seconds; },
+        options, OnvifSources{model, shown, drive, events, [this] { return seconds; },
                               [this](const std::string& text) { announced.push_back(text); }});
   }
 
@@ -137,6 +140,29 @@ TEST_F(OnvifCameraTest, StreamIsAtTheHostThatTheClientCalls) {
   EXPECT_THAT(response.body, testing::ContainsRegex("rtsp://127.0.0.1:[0-9]+/overview2<"));
 }
 
+// Nobody is there: a wall to the left, a tree to the right, and the ground between them.
+TEST_F(OnvifCameraTest, PictureShowsWhatStandsAround) {
+  WorldSetup setup = model.world;
+  setup.scenery = {{.middle = {-2, 6}, .width = 2, .depth = 0.3, .height = 3}};
+  setup.detections.ghosts = {{.kind = GhostKind::tree, .middle = {2, 6}, .width = 2, .length = 3}};
+  const World around(setup, {});
+  seconds = 0;
+  startBefore(around, "127.0.0.1");
+  const Picture picture =
+      pictureOf(WebClient(camera->port()).get("/onvif/snapshot/overview1").body);
+  const auto colourAt = [&](const SpacePoint& place) {
+    const auto point = around.camera(0).project(place);
+    EXPECT_TRUE(point);
+    return picture.at(static_cast<int>((point->x + 1) / 2 * picture.getWidth()),
+                      static_cast<int>((1 - point->y) / 2 * picture.getHeight()));
+  };
+  const Colour wall = colourAt({-2, 6, 1.5});
+  EXPECT_GT(wall.red, wall.green);  // plaster
+  const Colour tree = colourAt({2, 6, 1.5});
+  const Colour ground = colourAt({0, 6, 0});
+  EXPECT_LT(tree.blue, ground.blue * 0.75);
+}
+
 // What a client has been told of a kind since it plays the metadata of a stream.
 bool hasText(RtspReader& reader, const std::string& text) {
   return std::ranges::any_of(reader.units(), [&](const RtpUnit& document) {
@@ -165,6 +191,45 @@ TEST_F(OnvifCameraTest, WhoBeginsToPlayIsToldThePresentState) {
   ASSERT_TRUE(iterateUntil([&] {
     feed();
     return hasText(second, "Initialized");
+  }));
+}
+
+TEST_F(OnvifCameraTest, HeadThatStandsIsToldOnceASecond) {
+  start("127.0.0.1");
+  RtspReader reader(streamAddress("head") + "/metadata", "application");
+  std::vector<std::int64_t> times;  // microseconds since 1970
+  ASSERT_TRUE(iterateUntil([&] {
+    times.clear();
+    for (const RtpUnit& document : reader.units()) {
+      const CallAnswer status = CallAnswer(document.bytes).at("PTZ").at("PTZStatus");
+      times.push_back(*readDateTime(status.at("UtcTime").text()));
+    }
+    return times.size() >= 3;
+  }));
+  for (std::size_t i = 1; i < times.size(); ++i) {
+    EXPECT_GT(times[i] - times[i - 1], 900000);
+    EXPECT_LT(times[i] - times[i - 1], 5000000);  // beside whatever else the machine does
+  }
+}
+
+TEST_F(OnvifCameraTest, EventIsInTheMetadataWhenItHappens) {
+  start("127.0.0.1");
+  RtspReader reader(streamAddress("overview1") + "/metadata", "application");
+  const auto feed = [&] {
+    camera->frame(0, {.timestamp = g_get_monotonic_time(), .objects = {}, .events = {}});
+  };
+  ASSERT_TRUE(iterateUntil([&] {
+    feed();
+    return hasText(reader, "Frame");
+  }));
+  events.declare({{.name = "topic0", .nameSpace = "tns1", .value = std::string("VideoSource")},
+                  {.name = "topic1", .nameSpace = "tns1", .value = std::string("MotionAlarm")},
+                  {.name = "Source", .value = 1, .isSource = true},
+                  {.name = "State", .value = true, .isData = true}},
+                 false);
+  EXPECT_TRUE(iterateUntil([&] {
+    feed();
+    return hasText(reader, "MotionAlarm");
   }));
 }
 

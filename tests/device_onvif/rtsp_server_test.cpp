@@ -21,6 +21,11 @@ using std::chrono::milliseconds;
 using std::chrono::seconds;
 using testing::HasSubstr;
 
+// A raw picture is greater than all that an entry holds of itself.
+constexpr int WIDTH = 640;
+constexpr int HEIGHT = 368;
+constexpr std::size_t PICTURE_SIZE = 640 * 368 * 3;
+
 constexpr char INTERLEAVED[] = "Transport: RTP/AVP/TCP;unicast;interleaved=0-1\r\n";
 
 // A client that speaks RTSP by hand. The server has threads of its own.
@@ -78,8 +83,8 @@ class RtspServerLimitsTest : public testing::Test {
   void start(const RtspLimits& limits = {}) {
     StreamOptions options;
     options.limits = limits;
-    server = std::make_unique<RtspServer>(options, std::vector<StreamSetup>{{"camera", 320, 184}},
-                                          feeds);
+    server = std::make_unique<RtspServer>(
+        options, std::vector<StreamSetup>{{"camera", WIDTH, HEIGHT}}, feeds);
   }
 
   std::string address(const std::string& place) const {
@@ -146,7 +151,7 @@ TEST_F(RtspServerLimitsTest, TenDocumentsWaitForAPictureThatDoesNotComeYet) {
   const GObjectPtr<GstAppSrc> picture = pictures();
   ASSERT_TRUE(picture);
   EXPECT_TRUE(feedUntil([&] {
-    push(picture.get(), 320 * 184 * 3);
+    push(picture.get(), PICTURE_SIZE);
     return client.hasHeard("200 OK");
   }));
 }
@@ -161,7 +166,7 @@ TEST_F(RtspServerLimitsTest, TwoRawPicturesWaitForTheirEncoder) {
   bool hadTwo = false;
   EXPECT_TRUE(feedUntil([&] {
     for (int i = 0; i < 3; ++i) {
-      push(source.get(), 320 * 184 * 3);
+      push(source.get(), PICTURE_SIZE);
       EXPECT_LE(waiting(source.get()), 2U);
       hadTwo = hadTwo || waiting(source.get()) == 2;
     }

@@ -1,5 +1,7 @@
 """The pictures of the virtual device's cameras, decoded by a program that others have written."""
 
+import collections
+import datetime
 import gzip
 import math
 import re
@@ -16,6 +18,7 @@ from web import EventStream, Web
 PATIENCE = 120  # seconds for what takes 10 s where nothing else runs
 WIDTH, HEIGHT = 160, 90  # pixels in which pictures are compared
 CHANGE = 16  # of 255; noise is averaged away in so small a picture
+NEAR = 20  # metres from the mast
 TT = "{" + PREFIXES["tt"] + "}"
 STREAMS = ("head", "overview1", "overview2", "overview3", "overview4")
 
@@ -58,6 +61,73 @@ def changed_places(pictures):
     background = [statistics.median_low(values) for values in zip(*pictures)]
     return [{(i % WIDTH, i // WIDTH) for i, (now, usual) in enumerate(zip(picture, background))
              if abs(now - usual) > CHANGE} for picture in pictures]
+
+
+# What a document tells: seconds since 1970; by object its box, and its outline.
+ToldFrame = collections.namedtuple("ToldFrame", "time boxes")
+
+
+def told_frames(stream):
+    return [frame for document in stream.split(b"<?xml")[1:]
+            for frame in frames_of(b"<?xml" + document)]
+
+
+def frames_of(document):
+    check(document)
+    for frame in ElementTree.fromstring(document).iter(TT + "Frame"):
+        moment = datetime.datetime.fromisoformat(frame.get("UtcTime").replace("Z", "+00:00"))
+        boxes = {}
+        for thing in frame.iter(TT + "Object"):
+            box = next(thing.iter(TT + "BoundingBox"))
+            outline = [(float(point.get("x")), float(point.get("y")))
+                       for point in thing.iter(TT + "Point")]
+            boxes[int(thing.get("ObjectId"))] = (
+                {side: float(value) for side, value in box.attrib.items()}, outline)
+        yield ToldFrame(moment.timestamp(), boxes)
+
+
+def is_same(frame, objects):
+    """Whether a frame tells these objects of the truth."""
+    if set(frame.boxes) != {thing["id"] for thing in objects}:
+        return False
+    for thing in objects:
+        box, outline = frame.boxes[thing["id"]]
+        xs, ys = zip(*thing["polygon"])
+        # Four decimals of what is in steps of 1/4096.
+        if max(abs(box["left"] - min(xs)), abs(box["right"] - max(xs)), abs(box["bottom"] - min(ys)),
+               abs(box["top"] - max(ys))) > 4e-4 or len(outline) != len(thing["polygon"]):
+            return False
+        if any(math.dist(one, other) > 1e-4 for one, other in zip(outline, thing["polygon"])):
+            return False
+    return True
+
+
+def is_middle(place, box):
+    return (abs(2 * place[0] - box["left"] - box["right"]) < 0.25 * (box["right"] - box["left"]) and
+            abs(2 * place[1] - box["bottom"] - box["top"]) < 0.25 * (box["top"] - box["bottom"]))
+
+
+def places_of_people(entries, model, moment):
+    """Where the first camera sees those who are near it at a moment, between what the truth tells
+    before and after it; -1 to 1, y upwards."""
+    worlds = [message.data for message in entries if message.kind == "world"]
+    before = [world for world in worlds if world["time"] <= moment]
+    after = [world for world in worlds if world["time"] > moment]
+    if not before or not after:
+        return []
+    first, last = before[-1], after[0]
+    share = (moment - first["time"]) / (last["time"] - first["time"])
+    places = []
+    for person in first["people"]:
+        later = next((other for other in last["people"] if other["id"] == person["id"]), None)
+        if later is None or not 4 < person["y"] < NEAR:
+            continue
+        place = (person[axis] + share * (later[axis] - person[axis]) for axis in ("x", "y"))
+        x, y = project(model["channels"][0], model["mast_height_m"], *place, person["height"] / 2)
+        x, y = 2 * x / WIDTH - 1, 1 - 2 * y / HEIGHT
+        if max(abs(x), abs(y)) < 0.8:
+            places.append((x, y))
+    return places
 
 
 class OnvifVideoTest(RunTest):
@@ -130,27 +200,44 @@ class OnvifVideoTest(RunTest):
         live = EventStream(web.port, "/live").journal
         live.wait_for(lambda message: message.kind == "frame" and message.data["camera"] == 1 and
                       message.data["objects"], "an object before the first camera")
+        model = next(message.data for message in live.entries() if message.kind == "model")
         address = self.address(port, "overview1")
+        clocks = self.clock_difference(live)
         for place, unpack in (("", bytes), ("/gzip", gzip.decompress), ("/metadata", bytes),
                               ("/metadata/gzip", gzip.decompress)):
-            seen = set()
+            inside = boxed = 0
             # Until somebody is before the camera while the client reads.
-            while not seen:
+            while not inside:
                 begin = len(live)
-                stream = unpack(self.documents(address + place))
-                live.wait_for(lambda message: message.kind == "frame", "what came meanwhile",
-                              len(live))
-                truth = {(thing["id"], round(x, 3), round(y, 3)) for message in live.entries(begin)
-                         if message.kind == "frame" and message.data["camera"] == 1
-                         for thing in message.data["objects"] for x, y in thing["polygon"]}
-                for document in stream.split(b"<?xml")[1:]:
-                    check(b"<?xml" + document)
-                    for thing in ElementTree.fromstring(b"<?xml" + document).iter(TT + "Object"):
-                        seen |= {(int(thing.get("ObjectId")), round(float(point.get("x")), 3),
-                                  round(float(point.get("y")), 3))
-                                 for point in thing.iter(TT + "Point")}
-            # All but those that stand on the verge between two roundings.
-            self.assertGreater(len(seen & truth), 0.8 * len(seen), place)
+                told = told_frames(unpack(self.documents(address + place, 2)))
+                live.wait_for(lambda message: message.kind == "frame", "what came meanwhile", len(live))
+                entries = live.entries(begin)
+                offsets = []
+                for frame in filter(lambda frame: frame.boxes, told):
+                    # There is one such frame of the truth, and it has these boxes.
+                    same = [message.data["time"] for message in entries
+                            if message.kind == "frame" and message.data["camera"] == 1 and
+                            is_same(frame, message.data["objects"])]
+                    self.assertEqual(1, len(same), (place, frame))
+                    offsets.append(frame.time - same[0])
+                    people = places_of_people(entries, model, same[0])
+                    inside += len(people)
+                    boxed += sum(1 for place in people
+                                 if any(is_middle(place, box) for box, _ in frame.boxes.values()))
+            # But for those who are before one another. Half a step later nobody is in the middle.
+            self.assertGreater(boxed, 0.8 * inside, place)
+            # It is of that moment, the next one is 0.1 s away; and by the clock of everybody.
+            self.assertLess(max(offsets) - min(offsets), 0.05, place)
+            self.assertLess(abs(statistics.median(offsets) - clocks), 0.2, place)
+
+    @staticmethod
+    def clock_difference(live):
+        """Seconds from the truth's clock to that of everybody; what is told comes a little later."""
+        begin, differences = len(live), []
+        for _ in range(8):
+            begin = live.wait_for(lambda message: message.kind == "world", "the truth goes on", begin)
+            differences.append(time.time() - live.entries(begin - 1)[0].data["time"])
+        return min(differences)
 
     def test_metadata_of_the_head_tell_where_it_goes(self):
         self.state.mkdir()
