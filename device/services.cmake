@@ -42,8 +42,8 @@ target_include_directories(device_onvif PUBLIC ${CMAKE_CURRENT_LIST_DIR})
 target_link_libraries(device_onvif PRIVATE sentrel_options base PkgConfig::LIBXML PkgConfig::GLIB)
 
 # Video for clients: the server, and the pipelines that it makes. Its plugins are loaded one by one.
-pkg_check_modules(GST_RTSP REQUIRED IMPORTED_TARGET GLOBAL gstreamer-rtsp-server-1.0 gstreamer-rtsp-1.0 gstreamer-app-1.0
-                  gstreamer-rtp-1.0)
+pkg_check_modules(GST_RTSP REQUIRED IMPORTED_TARGET GLOBAL gstreamer-rtsp-server-1.0
+                  gstreamer-rtsp-1.0 gstreamer-app-1.0 gstreamer-rtp-1.0)
 pkg_get_variable(GSTREAMER_PLUGINS gstreamer-1.0 pluginsdir)
 
 add_library(device_services STATIC

@@ -94,7 +94,7 @@ gboolean RtspConnections::limitSoon(gpointer self) {
 void RtspConnections::sessionBegan(GstRTSPClient*, GstRTSPSession* session, gpointer data) {
   const RtspLimits& limits = (*static_cast<Shared*>(data))->limits;
   gst_rtsp_session_set_timeout(session, static_cast<guint>(limits.silence.count()));
-  g_object_set(session, "extra-timeout", 0U, nullptr);
+  g_object_set(session, "extra-timeout", static_cast<guint>(limits.grace.count()), nullptr);
 }
 
 void RtspConnections::closed(GstRTSPClient* client, gpointer data) {

@@ -19,6 +19,7 @@ struct RtspLimits {
   unsigned sessions = 64;
   // Of a session without a word, and of a connection without a session.
   std::chrono::seconds silence{60};
+  std::chrono::seconds grace{5};  // more for sessions, whose clients may wait until the last moment
   std::chrono::milliseconds look{2000};  // from one look for those to the next
 };
 

@@ -213,24 +213,20 @@ TEST_F(OnvifCameraTest, HeadThatStandsIsToldOnceASecond) {
 }
 
 TEST_F(OnvifCameraTest, EventIsInTheMetadataWhenItHappens) {
+  const std::uint32_t alarm =
+      events.declare({{.name = "topic0", .nameSpace = "tns1", .value = std::string("VideoSource")},
+                      {.name = "topic1", .nameSpace = "tns1", .value = std::string("MotionAlarm")},
+                      {.name = "Source", .value = 1, .isSource = true},
+                      {.name = "State", .value = false, .isData = true}},
+                     false);
   start("127.0.0.1");
   RtspReader reader(streamAddress("overview1") + "/metadata", "application");
-  const auto feed = [&] {
-    camera->frame(0, {.timestamp = g_get_monotonic_time(), .objects = {}, .events = {}});
-  };
   ASSERT_TRUE(iterateUntil([&] {
-    feed();
-    return hasText(reader, "Frame");
+    camera->frame(0, {.timestamp = g_get_monotonic_time(), .objects = {}, .events = {}});
+    return hasText(reader, "Initialized");
   }));
-  events.declare({{.name = "topic0", .nameSpace = "tns1", .value = std::string("VideoSource")},
-                  {.name = "topic1", .nameSpace = "tns1", .value = std::string("MotionAlarm")},
-                  {.name = "Source", .value = 1, .isSource = true},
-                  {.name = "State", .value = true, .isData = true}},
-                 false);
-  EXPECT_TRUE(iterateUntil([&] {
-    feed();
-    return hasText(reader, "MotionAlarm");
-  }));
+  events.send(alarm, {{.name = "State", .value = true, .isData = true}});
+  EXPECT_TRUE(iterateUntil([&] { return hasText(reader, "Changed"); }));
 }
 
 // Each frame names itself by what it deletes.

@@ -272,7 +272,7 @@ TEST_F(RtspServerLimitsTest, SessionsAreSoManyAndNoMore) {
 
 // Its client is still there, and says nothing.
 TEST_F(RtspServerLimitsTest, SilentSessionMakesRoomAfterItsTime) {
-  start({.sessions = 1, .silence = seconds(1), .look = milliseconds(20)});
+  start({.sessions = 1, .silence = seconds(1), .grace = seconds(0), .look = milliseconds(20)});
   RawClient silent(server->port());
   ASSERT_THAT(setUp(silent), HasSubstr("RTSP/1.0 200 OK"));
   bool isRoom = false;
