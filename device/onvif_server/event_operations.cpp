@@ -27,23 +27,24 @@ EventOperations::EventOperations(EventService& events)
     : events(events),
       points([] { return g_get_monotonic_time(); }),
       timer(PERIOD, [this] { points.update(); }) {
-  const auto changed = [this](const Event& event) {
-    publish(notificationsOf(event, PropertyOperation::changed));
+  // Observers stay for good, longer than this.
+  const auto whileHere = [this](void (EventOperations::*tell)(const Event& event)) {
+    return [here = std::weak_ptr<EventOperations*>(self), tell](const Event& event) {
+      if (const auto there = here.lock()) {
+        ((**there).*tell)(event);
+      }
+    };
   };
-  events.observe(changed);
-  events.observeDeclared([this](const Event& event) {
-    if (!event.stateless && !EventService::isOfDevice(event)) {
-      publish(notificationsOf(event, PropertyOperation::initialized));
-    }
-  });
-  events.observeUndeclared([this](const Event& event) { undeclared(event); });
+  events.observe(whileHere(&EventOperations::changed));
+  events.observeDeclared(whileHere(&EventOperations::declared));
+  events.observeUndeclared(whileHere(&EventOperations::undeclared));
 }
 
 void EventOperations::addTo(Operations& operations) {
   operations.add(ns::EVENTS, "GetServiceCapabilities", Access::anybody,
                  [this](const Request&) { return capabilities(); });
   operations.add(ns::EVENTS, "GetEventProperties", Access::user,
-                 [](const Request&) { return properties(); });
+                 [this](const Request&) { return properties(); });
   operations.add(ns::EVENTS, "CreatePullPointSubscription", Access::user,
                  [this](const Request& request) { return create(request); });
   operations.addWaiting(
@@ -66,6 +67,16 @@ void EventOperations::addTo(Operations& operations) {
   act(ns::EVENTS, "SetSynchronizationPoint", eventActions + "PullPointSubscription/");
   act(ns::NOTIFICATION, "Renew", SUBSCRIPTION_ACTIONS);
   act(ns::NOTIFICATION, "Unsubscribe", SUBSCRIPTION_ACTIONS);
+}
+
+void EventOperations::changed(const Event& event) {
+  publish(notificationsOf(event, PropertyOperation::changed, presetName));
+}
+
+void EventOperations::declared(const Event& event) {
+  if (!event.stateless && !EventService::isOfDevice(event)) {
+    publish(notificationsOf(event, PropertyOperation::initialized));
+  }
 }
 
 void EventOperations::publish(const std::vector<Notification>& notifications) {
@@ -158,11 +169,17 @@ Tag EventOperations::capabilities() const {
                  Attribute("PersistentNotificationStorage", false)));
 }
 
-Tag EventOperations::properties() {
+Tag EventOperations::properties() const {
+  std::set<std::string> profiles;
+  for (const Notification& notification : present()) {
+    if (auto name = profileNameOf(notification)) {
+      profiles.insert(std::move(*name));
+    }
+  }
   return Tag(
       "tev:GetEventPropertiesResponse",
       Tag("tev:TopicNamespaceLocation", "http://www.onvif.org/onvif/ver10/topics/topicns.xml"),
-      Tag("wsnt:FixedTopicSet", false), topicSetTag(),
+      Tag("wsnt:FixedTopicSet", false), topicSetTag(profiles),
       Tag("wsnt:TopicExpressionDialect", TopicFilter::CONCRETE_SET),
       Tag("wsnt:TopicExpressionDialect", TopicFilter::CONCRETE),
       Tag("tev:MessageContentFilterDialect"),

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -34,6 +35,9 @@ class EventOperations {
   using Observer = std::function<void(const std::vector<Notification>& notifications)>;
   void observe(Observer given) { observer = std::move(given); }
 
+  // What the head's presets are called; "Preset 1" unless it is told.
+  void namePresets(PresetName given) { presetName = std::move(given); }
+
   // All properties as they are now.
   std::vector<Notification> present() const;
 
@@ -46,6 +50,8 @@ class EventOperations {
   static constexpr std::int64_t PERIOD = 50000;  // microseconds
 
   void publish(const std::vector<Notification>& notifications);
+  void changed(const Event& event);
+  void declared(const Event& event);
   void undeclared(const Event& event);
   static std::int64_t lifetimeOf(const Request& request, const std::string& nameSpace,
                                  const std::string& name);
@@ -53,7 +59,7 @@ class EventOperations {
   std::vector<Tag> times(int point, const std::string& prefix) const;
 
   Tag capabilities() const;
-  static Tag properties();
+  Tag properties() const;
   Tag create(const Request& request);
   void pull(const Request& request, const Operations::Answer& answer);
   Tag renew(const Request& request);
@@ -63,6 +69,8 @@ class EventOperations {
   EventService& events;
   PullPoints points;
   Observer observer;
+  PresetName presetName;
+  std::shared_ptr<EventOperations*> self = std::make_shared<EventOperations*>(this);
   PeriodicTimer timer;
 };
 

@@ -169,8 +169,9 @@ int HeadSpace::panTiltSpeed(const PtzVector& speed) const {
   }
   const Vector2& given = *speed.panTilt;
   if (given.space == space::SPEED_DEGREES) {
-    requireRange(given.x, 0, setup.pan.speed, BEYOND);
-    requireRange(given.y, 0, setup.tilt.speed, BEYOND);
+    const double most = std::max(setup.pan.speed, setup.tilt.speed);
+    requireRange(given.x, 0, most, BEYOND);
+    requireRange(given.y, 0, most, BEYOND);
     return percentOf(std::max(given.x / setup.pan.speed, given.y / setup.tilt.speed));
   }
   if (!isSpace(given.space, space::SPEED, true)) {

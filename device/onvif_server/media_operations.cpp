@@ -1,7 +1,9 @@
 #include "onvif_server/media_operations.h"
 
 #include <algorithm>
+#include <array>
 #include <set>
+#include <string_view>
 
 #include "onvif/fault.h"
 #include "onvif/namespaces.h"
@@ -63,6 +65,15 @@ Tag metadataTag(const std::string& name, const CameraProfile& profile) {
                        .add(Tag("tt:SessionTimeout", "PT60S")));
 }
 
+// What a client may ask for: as the configurations are fixed, what they have.
+Tag metadataOptions(const std::string& name, const CameraProfile& profile) {
+  const bool isHead = profile.isHead();
+  return Tag(name,
+             Tag("tt:PTZStatusFilterOptions", Tag("tt:PanTiltStatusSupported", isHead),
+                 Tag("tt:ZoomStatusSupported", isHead), Tag("tt:PanTiltPositionSupported", isHead),
+                 Tag("tt:ZoomPositionSupported", isHead)));
+}
+
 Tag exactRange(const std::string& name, int value) {
   return Tag(name, Tag("tt:Min", value), Tag("tt:Max", value));
 }
@@ -117,6 +128,38 @@ Tag encoderOptions2(const std::vector<CameraProfile>& each) {
 Tag videoSource(const CameraProfile& profile) {
   return Tag("trt:VideoSources", Attribute("token", profile.source()),
              Tag("tt:Framerate", FRAMES_PER_SECOND), resolutionTag("tt:Resolution", profile));
+}
+
+// What a client asks for a stream by, empty where it does not say.
+struct AskedTransport {
+  std::string stream;
+  std::string protocol;
+};
+
+AskedTransport askedTransport(const Request& request) {
+  AskedTransport asked{.stream = "", .protocol = optionalText(request, ns::MEDIA2, "Protocol")};
+  const auto textOf = [](const XmlElement& parent, const char* name) {
+    const auto element = parent.child(ns::SCHEMA, name);
+    return element ? element->text() : std::string();
+  };
+  if (const auto setup = request.body.child(ns::MEDIA, "StreamSetup")) {
+    asked.stream = textOf(*setup, "Stream");
+    if (const auto transport = setup->child(ns::SCHEMA, "Transport")) {
+      asked.protocol = textOf(*transport, "Protocol");
+    }
+  }
+  return asked;
+}
+
+// One address for all of unicast: the way is chosen when the stream is set up, where a client that
+// prefers UDP is told to take its own connection. What can never become of that address is refused.
+void requireUnicast(const Request& request) {
+  constexpr std::array<std::string_view, 5> PROTOCOLS = {"", "RTSP", "TCP", "UDP", "RtspUnicast"};
+  const AskedTransport asked = askedTransport(request);
+  if (std::ranges::count(PROTOCOLS, asked.protocol) == 0 || asked.stream == "RTP-Multicast") {
+    throw invalidArgument("ter:InvalidStreamSetup",
+                          "Neither multicast nor RTSP within HTTP is offered");
+  }
 }
 
 }  // namespace
@@ -195,6 +238,14 @@ void MediaOperations::addMedia1(Operations& operations) {
                metadataTag("trt:Configuration",
                            withConfiguration(request, ns::MEDIA, &CameraProfile::metadata)));
   });
+  add("GetMetadataConfigurationOptions", [this](const Request& request) {
+    return Tag("trt:GetMetadataConfigurationOptionsResponse",
+               metadataOptions("trt:Options", withMetadata(request, ns::MEDIA)));
+  });
+  add("SetSynchronizationPoint", [this](const Request& request) {
+    synchronize(profileOf(profiles, request, ns::MEDIA));
+    return Tag("trt:SetSynchronizationPointResponse");
+  });
   add("GetVideoAnalyticsConfigurations", [this](const Request&) {
     return each("trt:GetVideoAnalyticsConfigurationsResponse", &CameraProfile::analytics,
                 [this](const CameraProfile& profile) {
@@ -257,6 +308,14 @@ void MediaOperations::addMedia2(Operations& operations) {
     return wanted(
         "tr2:GetMetadataConfigurationsResponse", request, &CameraProfile::metadata,
         [](const CameraProfile& profile) { return metadataTag("tr2:Configurations", profile); });
+  });
+  add("GetMetadataConfigurationOptions", [this](const Request& request) {
+    return Tag("tr2:GetMetadataConfigurationOptionsResponse",
+               metadataOptions("tr2:Options", withMetadata(request, ns::MEDIA2)));
+  });
+  add("SetSynchronizationPoint", [this](const Request& request) {
+    synchronize(profileOf(profiles, request, ns::MEDIA2));
+    return Tag("tr2:SetSynchronizationPointResponse");
   });
   add("GetAnalyticsConfigurations", [this](const Request& request) {
     return wanted("tr2:GetAnalyticsConfigurationsResponse", request, &CameraProfile::analytics,
@@ -344,6 +403,7 @@ Tag MediaOperations::profiles2(const Request& request) const {
 }
 
 std::string MediaOperations::streamOf(const CameraProfile& profile, const Request& request) const {
+  requireUnicast(request);
   const std::string uri = streamUri(profile, request.host);
   if (uri.empty()) {
     throw Fault(FaultCode::receiver, {"ter:ActionNotSupported"}, "No video is offered");
@@ -393,6 +453,24 @@ std::vector<CameraProfile> MediaOperations::encodersOf(const Request& request,
   std::vector<CameraProfile> all;
   std::ranges::copy_if(profiles, std::back_inserter(all), &CameraProfile::isHead);
   return all;
+}
+
+// That of a token, that of a profile, or the head's, which has most.
+const CameraProfile& MediaOperations::withMetadata(const Request& request,
+                                                   const std::string& nameSpace) const {
+  if (!optionalText(request, nameSpace, "ConfigurationToken").empty()) {
+    return withConfiguration(request, nameSpace, &CameraProfile::metadata);
+  }
+  if (!optionalText(request, nameSpace, "ProfileToken").empty()) {
+    return profileOf(profiles, request, nameSpace);
+  }
+  return *std::ranges::find_if(profiles, &CameraProfile::isHead);
+}
+
+void MediaOperations::synchronize(const CameraProfile& profile) const {
+  if (synchronizer) {
+    synchronizer(profile);
+  }
 }
 
 const CameraProfile& MediaOperations::withConfiguration(const Request& request,

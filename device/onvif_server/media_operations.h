@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "head/head.h"
@@ -29,6 +30,10 @@ class MediaOperations {
 
   void addTo(Operations& operations);
 
+  // Is called when a client asks for a profile's present state in its stream.
+  using Synchronizer = std::function<void(const CameraProfile& profile)>;
+  void onSynchronize(Synchronizer given) { synchronizer = std::move(given); }
+
  private:
   void addMedia1(Operations& operations);
   void addMedia2(Operations& operations);
@@ -46,6 +51,8 @@ class MediaOperations {
   Tag wanted(const std::string& response, const Request& request, TokenOf token,
              const TagOf& tag) const;
   std::vector<CameraProfile> encodersOf(const Request& request, const std::string& nameSpace) const;
+  const CameraProfile& withMetadata(const Request& request, const std::string& nameSpace) const;
+  void synchronize(const CameraProfile& profile) const;
   const CameraProfile& withConfiguration(const Request& request, const std::string& nameSpace,
                                          TokenOf token) const;
 
@@ -53,6 +60,7 @@ class MediaOperations {
   const HeadSetup& head;
   StreamUri streamUri;
   RulesOf rulesOf;
+  Synchronizer synchronizer;
 };
 
 }  // namespace device::onvif

@@ -97,7 +97,8 @@ std::vector<Notification> ownEvent(const Event& event, PropertyOperation operati
 }
 
 // No property: a preset is reached, or left.
-std::vector<Notification> preset(const Event& event, PropertyOperation operation) {
+std::vector<Notification> preset(const Event& event, PropertyOperation operation,
+                                 const PresetName& presetName) {
   const auto token = valueOf<std::int32_t>(event.keys, "PresetToken");
   const auto reached = valueOf<bool>(event.keys, "on_preset");
   if (operation != PropertyOperation::changed || !token || *token < 1 || !reached) {
@@ -106,7 +107,8 @@ std::vector<Notification> preset(const Event& event, PropertyOperation operation
   const std::string number = std::to_string(*token);
   return {make({ns::TOPICS, {"PTZController", "PTZPresets", *reached ? "Reached" : "Left"}},
                {{"PTZConfigurationToken", "head_ptz"}},
-               {{"PresetToken", number}, {"PresetName", "Preset " + number}},
+               {{"PresetToken", number},
+                {"PresetName", presetName ? presetName(*token) : "Preset " + number}},
                PropertyOperation::none, event)};
 }
 
@@ -192,7 +194,8 @@ Tag notificationTag(const Notification& notification) {
              Tag("wsnt:Message", std::move(message)));
 }
 
-std::vector<Notification> notificationsOf(const Event& event, PropertyOperation operation) {
+std::vector<Notification> notificationsOf(const Event& event, PropertyOperation operation,
+                                          const PresetName& presetName) {
   const std::string kind = topicOf(event, "topic0");
   const std::string second = topicOf(event, "topic1");
   if (kind == "VideoSource" && second == "MotionAlarm") {
@@ -202,7 +205,7 @@ std::vector<Notification> notificationsOf(const Event& event, PropertyOperation 
     return ownEvent(event, operation);
   }
   if (kind == "PTZController" && second == "PTZPresets") {
-    return preset(event, operation);
+    return preset(event, operation, presetName);
   }
   return {};
 }
@@ -226,9 +229,27 @@ Tag ruleMessagesTag() {
                                 "tns1:RuleEngine/CellMotionDetector/Motion")));
 }
 
-Tag topicSetTag() {
+std::optional<std::string> profileNameOf(const Notification& notification) {
+  constexpr std::string_view START = "Camera";
+  const Topic& topic = notification.topic;
+  if (topic.nameSpace != ns::OWN_TOPICS || topic.path.size() != 2) {
+    return std::nullopt;
+  }
+  const std::string& name = topic.path.back();
+  const bool isPlain = std::ranges::all_of(name, [](char c) { return g_ascii_isalnum(c) != 0; });
+  const bool isOfProfile = name.starts_with(START) && name.find("Profile") != std::string::npos;
+  return isPlain && isOfProfile ? std::optional(name) : std::nullopt;
+}
+
+Tag topicSetTag(const std::set<std::string>& profiles) {
   const std::vector<Item> presetSource = {{"PTZConfigurationToken", TOKEN}};
   const std::vector<Item> presetData = {{"PresetToken", TOKEN}, {"PresetName", "tt:Name"}};
+  Tag own("sv:SentrelVideo", described("state", true, {}, {{"value", "xs:string"}}),
+          described("isSentreling", true, {}, {{"active", FLAG}}),
+          described("CameraANY", true, {}, {{"active", FLAG}}));
+  for (const std::string& profile : profiles) {
+    own.add(described(profile, true, {}, {{"active", FLAG}}));
+  }
   return Tag("wstop:TopicSet",
              Tag("tns1:VideoSource",
                  described("MotionAlarm", true, {{"Source", TOKEN}}, {{"State", FLAG}})),
@@ -237,9 +258,7 @@ Tag topicSetTag() {
              Tag("tns1:PTZController",
                  Tag("PTZPresets", described("Reached", false, presetSource, presetData),
                      described("Left", false, presetSource, presetData))),
-             Tag("sv:SentrelVideo", described("state", true, {}, {{"value", "xs:string"}}),
-                 described("isSentreling", true, {}, {{"active", FLAG}}),
-                 described("CameraANY", true, {}, {{"active", FLAG}})));
+             std::move(own));
 }
 
 }  // namespace device::onvif

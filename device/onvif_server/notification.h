@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -39,7 +40,9 @@ Tag notificationTag(const Notification& notification);
 
 // The device's events as topics of the standard and, below "sv:SentrelVideo", under their own
 // names: none or several for one event.
-std::vector<Notification> notificationsOf(const Event& event, PropertyOperation operation);
+using PresetName = std::function<std::string(int preset)>;
+std::vector<Notification> notificationsOf(const Event& event, PropertyOperation operation,
+                                          const PresetName& presetName = {});
 
 // The rule whose alarm it is, if it is one of this configuration of analytics.
 std::optional<std::string> ruleOf(const Notification& notification, const std::string& analytics);
@@ -47,8 +50,13 @@ std::optional<std::string> ruleOf(const Notification& notification, const std::s
 // The element tt:Messages: what the alarm of a rule tells.
 Tag ruleMessagesTag();
 
-// The element wstop:TopicSet with all that notificationsOf() makes.
-Tag topicSetTag();
+// The element wstop:TopicSet with all that notificationsOf() makes. profiles: the names of the
+// profiles' own events, which come and go with their profiles.
+Tag topicSetTag(const std::set<std::string>& profiles);
+
+// The name of an own event of a profile, or of all of a camera: "Camera1Profile2",
+// "Camera1ProfileANY".
+std::optional<std::string> profileNameOf(const Notification& notification);
 
 }  // namespace device::onvif
 

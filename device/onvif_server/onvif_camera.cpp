@@ -71,7 +71,9 @@ OnvifCamera::OnvifCamera(const OnvifOptions& options, OnvifSources given)
   analytics.addTo(operations);
   operations.setDocuments({MediaOperations::SNAPSHOT_ROOT, "image/jpeg",
                            [this](const std::string& token) { return snapshot(token); }});
+  media.onSynchronize([this](const CameraProfile& profile) { synchronize(profile); });
   events.observe([this](const auto& notifications) { tellEvents(notifications); });
+  events.namePresets([this](int preset) { return ptz.nameOf(preset); });
   beFound();
 }
 
@@ -210,6 +212,17 @@ void OnvifCamera::tellEvents(const std::vector<Notification>& notifications) {
   for (std::size_t stream = 0; stream < streamCount(); ++stream) {
     if (streams.isRead(stream)) {
       streams.tell(stream, eventDocument(notifications), g_get_monotonic_time());
+    }
+  }
+}
+
+// Pictures that stand alone, and the head's status, come every second by themselves.
+void OnvifCamera::synchronize(const CameraProfile& profile) {
+  const std::vector<Notification> present = events.present();
+  for (std::size_t stream = 0; stream < streamCount(); ++stream) {
+    const bool isMeant = profiles[stream].picture() == profile.picture();
+    if (isMeant && streams.isRead(stream) && !present.empty()) {
+      streams.tell(stream, eventDocument(present), g_get_monotonic_time());
     }
   }
 }

@@ -79,6 +79,7 @@ class OnvifCamera {
   void tellStates();
   void tellHead();
   void tellEvents(const std::vector<Notification>& notifications);
+  void synchronize(const CameraProfile& profile);
   void beFound();
 
   OnvifSources sources;

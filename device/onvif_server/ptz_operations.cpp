@@ -289,7 +289,7 @@ Tag PtzOperations::setPreset(const Request& request) {
       throw invalidArgument("ter:PresetExist", "Another preset has this name");
     }
   }
-  if (drive.getHead().status().moving()) {
+  if (drive.getHead().status().moving() || drive.getHead().isCommandOnItsWay()) {
     throw Fault(FaultCode::receiver, {"ter:Action", "ter:MovingPTZ"}, "The head is moving");
   }
   drive.getHead().setPreset(preset);

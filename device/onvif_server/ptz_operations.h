@@ -37,6 +37,9 @@ class PtzOperations {
   // same for the same state.
   Tag statusTag(const std::string& name, bool withTime) const;
 
+  // What a preset is called, by the client that set it or by its number.
+  std::string nameOf(int preset) const;
+
  private:
   void requireHead(const Request& request) const;
   PtzVector requiredVector(const Request& request, const char* name) const;
@@ -61,7 +64,6 @@ class PtzOperations {
   Tag removePreset(const Request& request);
   int presetOf(const Request& request);
   int freePreset();
-  std::string nameOf(int preset) const;
 
   const std::vector<CameraProfile>& profiles;
   HeadDrive& drive;

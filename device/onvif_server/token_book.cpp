@@ -20,7 +20,6 @@ bool TokenBook::use(const UserToken& token) {
   if (!isSameSecret(token.digest, passwordDigest(token.nonce, token.created, password))) {
     return false;
   }
-  used.erase(used.begin(), used.lower_bound({now - TOLERANCE, ""}));
   if (!used.emplace(*created, token.nonce).second) {
     return false;
   }

@@ -12,8 +12,9 @@
 
 namespace device::onvif {
 
-// Judges the tokens of WS-Security: each is good once, for some minutes around its time. Only
-// tokens whose digest is right take memory.
+// Judges the tokens of WS-Security: each is good once, for some minutes around its time, whatever
+// becomes of the clock: one that is set back makes none good again. Only tokens whose digest is
+// right take memory.
 class TokenBook {
  public:
   using WallClock = std::function<std::int64_t()>;  // microseconds since 1970

@@ -135,6 +135,32 @@ TEST_F(EventOperationsTest, PresetsAreReachedAndLeft) {
             pull(point));
 }
 
+TEST_F(EventOperationsTest, PresetHasTheNameThatClientsGaveIt) {
+  onvif.namePresets([](int preset) { return "gate " + std::to_string(preset); });
+  const std::uint32_t id = events.declare({topic("topic0", "PTZController"),
+                                           topic("topic1", "PTZPresets"),
+                                           {.name = "PresetToken", .value = -1, .isSource = true},
+                                           {.name = "on_preset", .value = false, .isData = true}},
+                                          false);
+  const std::string point = subscribe();
+  events.send(id, {{.name = "PresetToken", .value = 4}, {.name = "on_preset", .value = true}});
+  EXPECT_EQ((Texts{"tns1:PTZController/PTZPresets/Reached none PTZConfigurationToken=head_ptz "
+                   "PresetToken=4 PresetName=gate 4"}),
+            pull(point));
+}
+
+TEST_F(EventOperationsTest, EventsGoOnWhenTheOperationsHaveGone) {
+  int told = 0;
+  {
+    EventOperations brief(events);
+    brief.observe([&](const auto&) { ++told; });
+    events.declare(profileAlarm("Camera1Profile1", false), false);
+  }
+  const std::uint32_t id = events.declare(motionAlarm(1, false), false);
+  events.send(id, {{.name = "State", .value = true, .isData = true}});
+  EXPECT_EQ(0, told);  // its own events are not told as new ones
+}
+
 TEST_F(EventOperationsTest, EventThatGoesWithItsClientIsDeletedUnlessItLivesOn) {
   const std::string point = subscribe();
   const auto declare = [&](BusClient& client) {
@@ -245,6 +271,19 @@ TEST_F(EventOperationsTest, PropertiesNameTheTopics) {
   EXPECT_EQ("true", set.at("MotionAlarm").at("MessageDescription").attribute("IsProperty"));
   EXPECT_EQ(1, set.at("CellMotionDetector").count("Motion"));
   EXPECT_EQ(1, set.at("PTZPresets").count("Reached"));
+}
+
+TEST_F(EventOperationsTest, TopicsOfProfilesAreThoseThatThereAre) {
+  const auto set = [&] {
+    return call(operations, ns::EVENTS, "GetEventProperties").at("TopicSet");
+  };
+  EXPECT_EQ(0, set().count("Camera1Profile1"));
+  events.declare(profileAlarm("Camera1Profile1", false), false);
+  events.declare(profileAlarm("Camera1ProfileANY", false), false);
+  events.declare(profileAlarm("Camera2 Profile<", false), false);  // no name of an element
+  EXPECT_EQ(1, set().count("Camera1Profile1"));
+  EXPECT_EQ(1, set().count("Camera1ProfileANY"));
+  EXPECT_EQ("true", set().at("Camera1ProfileANY").at("MessageDescription").attribute("IsProperty"));
 }
 
 }  // namespace

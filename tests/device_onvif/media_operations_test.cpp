@@ -193,6 +193,64 @@ TEST_F(MediaOperationsTest, StreamIsWhereTheSourceSaysOrARefusal) {
   EXPECT_EQ("ter:ActionNotSupported", faultOf(operations, ns::MEDIA2, "GetStreamUri", head));
 }
 
+TEST_F(MediaOperationsTest, MetadataMayHaveTheHeadsStatusAlone) {
+  const auto supported = [&](const char* nameSpace, const std::string& content) {
+    const CallAnswer options =
+        call(operations, nameSpace, "GetMetadataConfigurationOptions", content).at("Options");
+    const CallAnswer filter = options.at("PTZStatusFilterOptions");
+    return filter.at("PanTiltStatusSupported").text() + ' ' +
+           filter.at("ZoomStatusSupported").text() + ' ' +
+           filter.at("PanTiltPositionSupported").text() + ' ' +
+           filter.at("ZoomPositionSupported").text();
+  };
+  for (const char* nameSpace : {ns::MEDIA, ns::MEDIA2}) {
+    EXPECT_EQ("true true true true", supported(nameSpace, ""));
+    EXPECT_EQ("true true true true",
+              supported(nameSpace, "<ConfigurationToken>metadata_head</ConfigurationToken>"));
+    EXPECT_EQ("false false false false",
+              supported(nameSpace, "<ProfileToken>overview1</ProfileToken>"));
+    EXPECT_EQ("ter:NoConfig", faultOf(operations, nameSpace, "GetMetadataConfigurationOptions",
+                                      "<ConfigurationToken>none</ConfigurationToken>"));
+  }
+}
+
+TEST_F(MediaOperationsTest, SynchronizationIsOfAProfile) {
+  std::vector<std::string> asked;
+  media.onSynchronize([&](const CameraProfile& profile) { asked.push_back(profile.token); });
+  const std::string profile = "<ProfileToken>overview1</ProfileToken>";
+  call(operations, ns::MEDIA, "SetSynchronizationPoint", profile);
+  call(operations, ns::MEDIA2, "SetSynchronizationPoint", profile);
+  EXPECT_EQ((std::vector<std::string>{"overview1", "overview1"}), asked);
+  EXPECT_EQ("ter:NoProfile", faultOf(operations, ns::MEDIA2, "SetSynchronizationPoint",
+                                     "<ProfileToken>none</ProfileToken>"));
+}
+
+// A client that prefers UDP chooses the way when it sets the stream up.
+TEST_F(MediaOperationsTest, StreamsAddressIsTheSameForAllOfUnicastAndThereIsNoOther) {
+  const std::string head = "<ProfileToken>head</ProfileToken>";
+  const auto setup = [&](const char* kind, const char* protocol) {
+    return std::string("<StreamSetup><tt:Stream>") + kind + "</tt:Stream><tt:Transport>" +
+           "<tt:Protocol>" + protocol + "</tt:Protocol></tt:Transport></StreamSetup>" + head;
+  };
+  const auto media2 = [&](const char* protocol) {
+    return std::string("<Protocol>") + protocol + "</Protocol>" + head;
+  };
+  const auto fault = [&](const char* nameSpace, const std::string& content) {
+    return faultOf(operations, nameSpace, "GetStreamUri", content);
+  };
+  for (const char* protocol : {"RTSP", "UDP", "TCP"}) {
+    EXPECT_EQ("", fault(ns::MEDIA, setup("RTP-Unicast", protocol))) << protocol;
+  }
+  for (const char* protocol : {"RTSP", "RtspUnicast"}) {
+    EXPECT_EQ("", fault(ns::MEDIA2, media2(protocol))) << protocol;
+  }
+  EXPECT_EQ("ter:InvalidStreamSetup", fault(ns::MEDIA, setup("RTP-Unicast", "HTTP")));
+  EXPECT_EQ("ter:InvalidStreamSetup", fault(ns::MEDIA, setup("RTP-Multicast", "UDP")));
+  for (const char* protocol : {"RtspMulticast", "RtspOverHttp", "RtspsUnicast"}) {
+    EXPECT_EQ("ter:InvalidStreamSetup", fault(ns::MEDIA2, media2(protocol))) << protocol;
+  }
+}
+
 class DeviceOperationsTest : public testing::Test {
  protected:
   DeviceOperationsTest() { device.addTo(operations); }

@@ -165,6 +165,21 @@ TEST_F(PtzOperationsTest, SpeedInDegreesIsThatOfTheAxis) {
   EXPECT_NEAR(39.5, status().pan, 0.2);  // 20 degrees per second, reached after 0.05 s
 }
 
+// One range for both axes, as the space has one; a slower axis goes as fast as it can.
+TEST_F(PtzOperationsTest, SpeedInDegreesGoesUpToThatOfTheFasterAxis) {
+  setup.tilt.speed = 50;
+  const auto at = [](const char* speed) {
+    return panTilt("Position", 0.5, 0) + "<Speed><tt:PanTilt x=\"0\" y=\"" + speed + "\" space=\"" +
+           space::SPEED_DEGREES + "\"/></Speed>";
+  };
+  HeadDrive uneven{setup, [this] { return now; }};
+  PtzOperations unevenPtz{profiles, uneven, [] { return 0; }};
+  Operations unevenOperations;
+  unevenPtz.addTo(unevenOperations);
+  EXPECT_EQ("", faultOf(unevenOperations, ns::PTZ, "AbsoluteMove", at("100")));
+  EXPECT_EQ("ter:InvalidSpeed", faultOf(unevenOperations, ns::PTZ, "AbsoluteMove", at("101")));
+}
+
 TEST_F(PtzOperationsTest, ContinuousMoveEndsByItselfWhenItsTimeIsOver) {
   ask("ContinuousMove", panTilt("Velocity", 0.5, 0) + "<Timeout>PT0.5S</Timeout>");
   pass(0.4);
@@ -346,6 +361,19 @@ TEST_F(PtzOperationsTest, PresetIsNotSetTwiceUnderOneNameNorWhileMoving) {
   ask("ContinuousMove", panTilt("Velocity", 1, 0));
   pass(0.2);
   EXPECT_EQ("ter:MovingPTZ", fault("SetPreset"));
+}
+
+TEST_F(PtzOperationsTest, PresetIsNotSetWhileACommandIsOnItsWay) {
+  HeadSetup late = headOfTheTest();
+  late.link.latency = 0.3;
+  HeadDrive slow{late, [this] { return now; }};
+  PtzOperations slowPtz{profiles, slow, [] { return 0; }};
+  Operations slowOperations;
+  slowPtz.addTo(slowOperations);
+  call(slowOperations, ns::PTZ, "ContinuousMove", panTilt("Velocity", 1, 0));
+  pass(0.2);
+  ASSERT_FALSE(slow.getHead().status().moving());
+  EXPECT_EQ("ter:MovingPTZ", faultOf(slowOperations, ns::PTZ, "SetPreset", HEAD));
 }
 
 TEST_F(PtzOperationsTest, PresetsHaveANumber) {

@@ -65,6 +65,16 @@ TEST_F(TokenBookTest, WhatWasUsedIsRememberedForAsLongAsItWouldBeGood) {
   EXPECT_FALSE(book.use(early));
 }
 
+TEST_F(TokenBookTest, ClockThatIsSetBackMakesNoTokenGoodAgain) {
+  const UserToken first = token("first", now);
+  EXPECT_TRUE(book.use(first));
+  now += 700 * SECOND;
+  EXPECT_TRUE(book.use(token("later", now)));
+  now -= 700 * SECOND;
+  EXPECT_FALSE(book.use(first));
+  EXPECT_TRUE(book.use(token("new", now)));  // who logs in now is let in all the same
+}
+
 TEST_F(TokenBookTest, WhenTooManyWereUsedOldOnesAreGoodNoMore) {
   const UserToken first = token("first", now - SECOND);
   EXPECT_TRUE(book.use(first));
