@@ -1,8 +1,9 @@
 // Messages to the virtual device's ONVIF side: texts with a zero byte between them.
 #include <cmath>
 #include <cstdint>
-#include <optional>
+#include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "base/units.h"
@@ -11,9 +12,11 @@
 #include "onvif/discovery_message.h"
 #include "onvif/envelope.h"
 #include "onvif/fault.h"
+#include "onvif/namespaces.h"
 #include "onvif/topic.h"
 #include "onvif_server/analytics_operations.h"
 #include "onvif_server/device_operations.h"
+#include "onvif_server/event_operations.h"
 #include "onvif_server/media_operations.h"
 #include "onvif_server/ptz_operations.h"
 #include "onvif_server/token_book.h"
@@ -44,6 +47,18 @@ std::vector<std::string> rulesOf(const std::string&) {
   return {"Camera1Profile1"};
 }
 
+GDBusConnection* busOfTheTarget() {
+  static const GObjectPtr<GObject> BUS(G_OBJECT(g_object_new(G_TYPE_DBUS_CONNECTION, nullptr)));
+  return G_DBUS_CONNECTION(BUS.get());
+}
+
+EventKeys alarm(bool state) {
+  return {{.name = "topic0", .nameSpace = "tns1", .value = std::string("VideoSource")},
+          {.name = "topic1", .nameSpace = "tns1", .value = std::string("MotionAlarm")},
+          {.name = "Source", .value = 1, .isSource = true},
+          {.name = "State", .value = state, .isData = true}};
+}
+
 // A camera whose time is the input's.
 struct Camera {
   Camera() {
@@ -51,6 +66,7 @@ struct Camera {
     media.addTo(operations);
     ptz.addTo(operations);
     analytics.addTo(operations);
+    eventOperations.addTo(operations);
   }
 
   std::int64_t now = 1000 * SECOND;
@@ -64,6 +80,9 @@ struct Camera {
                         rulesOf};
   AnalyticsOperations analytics{profiles, rulesOf};
   PtzOperations ptz{profiles, drive, [] { return NOON; }};
+  EventService events{busOfTheTarget()};
+  const std::uint32_t alarmId = events.declare(alarm(false), false);
+  EventOperations eventOperations{events};
   TokenBook tokens{"user", "pass", [] { return NOON; }};
   Operations operations;
 };
@@ -85,34 +104,71 @@ void readFilter(const XmlElement& operation) {
   }
 }
 
+// A request and what became of it.
+struct Call {
+  int answers = 0;
+  std::string text;
+};
+
+// What a client is, beside what it says.
+struct Client {
+  bool asksForUser = false;  // the camera does
+  bool isThere = true;
+  bool isReached = true;
+  std::string path;
+};
+
 bool isLetIn(Camera& camera, const Operations::Operation* operation, const Envelope& envelope,
              bool asksForUser) {
   const bool isOpen = operation != nullptr && operation->access == Access::anybody;
   return !asksForUser || isOpen || (envelope.token && camera.tokens.use(*envelope.token));
 }
 
-// Returns what the camera answers.
-std::string answerTo(Camera& camera, const std::string& message, bool asksForUser) {
+// Returns what the camera answers. A pull may wait.
+std::shared_ptr<Call> send(Camera& camera, const std::string& message, const Client& client) {
+  const auto call = std::make_shared<Call>();
+  const auto answer = [call, client](Tag tag, const Operations::Sent& sent) {
+    ++call->answers;
+    call->text = writeEnvelope(std::move(tag));
+    if (sent) {
+      sent(client.isReached);
+    }
+  };
   try {
     const Envelope envelope = readEnvelope(message);
     readFilter(envelope.operation);
     const Operations::Operation* operation = camera.operations.find(envelope.operation.name());
-    if (!isLetIn(camera, operation, envelope, asksForUser)) {
+    if (!isLetIn(camera, operation, envelope, client.asksForUser)) {
       throw notAuthorized();
     }
     if (operation == nullptr) {
       throw Fault(FaultCode::receiver, {"ter:ActionNotSupported"}, envelope.operation.name().name);
     }
-    std::optional<std::string> answer;
-    operation->serve({envelope.operation, "camera:80", "/onvif/x"}, [&](Tag tag) {
-      require(!answer, "a request is answered once");
-      answer = writeEnvelope(std::move(tag));
-    });
-    require(answer.has_value(), "a request is answered");
-    return *answer;
+    operation->serve({envelope.operation, "camera:80", client.path},
+                     {answer, [client] { return client.isThere; }});
+    const bool mayWait = envelope.operation.name().name == "PullMessages";
+    require(mayWait || call->answers == 1, "a request is answered");
   } catch (const Fault& fault) {
-    return writeEnvelope(fault.tag());
+    answer(fault.tag(), {});
   }
+  return call;
+}
+
+std::string pointPath(std::size_t number) {
+  return "/onvif/event_service/" + std::to_string(number);
+}
+
+// Ends all pull points, and with them all pulls that wait.
+void endPoints(Camera& camera, std::size_t messages) {
+  const std::string message =
+      std::string(
+          "<s:Envelope xmlns:s=\"http://www.w3.org/2003/05/soap-envelope\"><s:Body>"
+          "<Unsubscribe xmlns=\"") +
+      ns::NOTIFICATION + "\"/></s:Body></s:Envelope>";
+  for (std::size_t number = 1; number <= messages; ++number) {
+    send(camera, message, {.path = pointPath(number)});
+  }
+  require(camera.eventOperations.pullPoints() == 0, "every pull point can be given up");
 }
 
 void checkDiscovery(const std::string& message) {
@@ -133,17 +189,29 @@ void checkHead(Camera& camera) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   fuzz::Input input(data, size);
-  const bool asksForUser = input.flag();
+  Client client;
+  client.asksForUser = input.flag();
   const std::int64_t pause = input.between(0, 5) * SECOND / 10;
+  client.path = pointPath(static_cast<std::size_t>(1 + input.between(0, 2)));
+  client.isThere = !input.flag();
+  client.isReached = !input.flag();
   std::string text = input.text();
   Camera camera;
+  bool state = false;
+  std::vector<std::shared_ptr<Call>> calls;
   while (!text.empty()) {
     const std::string message = text.substr(0, text.find('\0'));
     text.erase(0, message.size() + 1);
     checkDiscovery(message);
-    requireReadable(answerTo(camera, message, asksForUser));
+    calls.push_back(send(camera, message, client));
     camera.now += pause;
+    camera.events.send(camera.alarmId, alarm(state = !state));
     checkHead(camera);
+  }
+  endPoints(camera, calls.size());
+  for (const auto& call : calls) {
+    require(call->answers == 1, "a request is answered once");
+    requireReadable(call->text);
   }
   // Until the longest time of a speed is over.
   for (int i = 0; i < 70 && camera.drive.getHead().status().moving(); ++i) {

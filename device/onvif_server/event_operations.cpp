@@ -208,16 +208,22 @@ void EventOperations::pull(const Request& request, const Operations::Answer& ans
   if (!patience || !most || *most < 1) {
     throw invalidArguments("Timeout is no time, or MessageLimit no number above 0");
   }
-  const auto reply = [this, point, answer](const std::vector<Notification>& notifications) {
+  const auto take = [this, point, send = answer.send](
+                        const std::vector<Notification>& notifications, PullPoints::Sent sent) {
     Tag response("tev:PullMessagesResponse", times(point, "tev"));
     for (const Notification& each : notifications) {
       response.add(notificationTag(each));
     }
-    answer(std::move(response));
+    send(std::move(response), std::move(sent));
   };
-  if (!points.pull(point, std::min(static_cast<std::size_t>(*most), MOST_AT_ONCE),
-                   std::clamp<std::int64_t>(*patience, 0, MOST_PATIENCE), reply)) {
+  const auto pulled =
+      points.pull(point, std::min(static_cast<std::size_t>(*most), MOST_AT_ONCE),
+                  std::clamp<std::int64_t>(*patience, 0, MOST_PATIENCE), {take, answer.isAwaited});
+  if (pulled == PullPoints::Pulled::noPoint) {
     throw noSuchPoint();
+  }
+  if (pulled == PullPoints::Pulled::anotherWaits) {
+    throw Fault(FaultCode::receiver, {"ter:Action"}, "Another pull waits at this point");
   }
 }
 

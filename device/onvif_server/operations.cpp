@@ -10,7 +10,7 @@ void Operations::add(const std::string& nameSpace, const std::string& name, Acce
                      Function function) {
   addWaiting(nameSpace, name, access,
              [function = std::move(function)](const Request& request, const Answer& answer) {
-               answer(function(request));
+               answer.send(function(request), {});
              });
 }
 

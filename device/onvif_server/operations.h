@@ -27,11 +27,19 @@ struct Request {
 // wherever it was sent.
 class Operations {
  public:
-  // Called once, at once or later.
-  using Answer = std::function<void(Tag answer)>;
+  // Is told, at most once and from the main loop, whether an answer was written to a client that
+  // was still there.
+  using Sent = std::function<void(bool isSent)>;
+
+  // To one call.
+  struct Answer {
+    std::function<void(Tag answer, Sent sent)> send;  // to be called once, at once or later
+    std::function<bool()> isAwaited;                  // whether the client is still there
+  };
+
   // Both throw Fault. What waits may be called back only from the main loop.
   using Function = std::function<Tag(const Request& request)>;
-  using WaitingFunction = std::function<void(const Request& request, Answer answer)>;
+  using WaitingFunction = std::function<void(const Request& request, const Answer& answer)>;
 
   struct Operation {
     Access access = Access::user;

@@ -14,7 +14,10 @@ std::optional<int> PullPoints::create(TopicFilter filter, std::int64_t lifetime,
   if (points.size() >= limits.points) {
     return std::nullopt;
   }
-  points[++last] = Point{std::move(filter), lifetime, clock() + lifetime, {}, std::nullopt};
+  Point& point = points[++last];
+  point.filter = std::move(filter);
+  point.lifetime = lifetime;
+  point.end = clock() + lifetime;
   publishTo(last, initial);
   return last;
 }
@@ -27,7 +30,7 @@ void PullPoints::publish(const std::vector<Notification>& notifications) {
     }
   }
   for (auto& [number, point] : points) {
-    answerIfAny(&point);
+    answerIfAny(number, &point);
   }
 }
 
@@ -39,27 +42,32 @@ void PullPoints::publishTo(int number, const std::vector<Notification>& notifica
   for (const Notification& each : notifications) {
     add(point, std::make_shared<const Notification>(each));
   }
-  answerIfAny(point);
+  answerIfAny(number, point);
 }
 
-bool PullPoints::pull(int number, std::size_t most, std::int64_t patience, Taken taken) {
+PullPoints::Pulled PullPoints::pull(int number, std::size_t most, std::int64_t patience,
+                                    Client client) {
   update();
   Point* point = find(number);
   if (point == nullptr) {
-    return false;
+    return Pulled::noPoint;
+  }
+  if (point->pull && point->pull->client.isThere()) {
+    return Pulled::anotherWaits;
   }
   if (point->pull) {
-    std::exchange(point->pull, std::nullopt)->taken({});
+    std::exchange(point->pull, std::nullopt)->client.take({}, {});
   }
+  takeBack(point);  // who comes anew has not got it
   const std::int64_t end = clock() + patience;
   point->end = std::max(point->end, end + point->lifetime);
-  point->pull = Pull{std::max<std::size_t>(most, 1), end, std::move(taken)};
+  point->pull = Pull{std::max<std::size_t>(most, 1), end, std::move(client)};
   if (patience <= 0) {
-    answer(point);
+    answer(number, point);
   } else {
-    answerIfAny(point);
+    answerIfAny(number, point);
   }
-  return true;
+  return Pulled::yes;
 }
 
 bool PullPoints::renew(int number, std::int64_t lifetime) {
@@ -81,7 +89,7 @@ bool PullPoints::remove(int number) {
   const std::optional<Pull> pull = std::exchange(point->pull, std::nullopt);
   points.erase(number);
   if (pull) {
-    pull->taken({});
+    pull->client.take({}, {});
   }
   return true;
 }
@@ -99,7 +107,7 @@ void PullPoints::update() {
   std::vector<int> over;
   for (auto& [number, point] : points) {
     if (point.pull && point.pull->end <= now) {
-      answer(&point);
+      answer(number, &point);
     }
     if (point.end <= now) {
       over.push_back(number);
@@ -125,19 +133,52 @@ void PullPoints::add(Point* point, const std::shared_ptr<const Notification>& no
   }
 }
 
-void PullPoints::answer(Point* point) {
+void PullPoints::takeBack(Point* point) const {
+  point->queue.insert(point->queue.begin(), point->onItsWay.begin(), point->onItsWay.end());
+  point->onItsWay.clear();
+  while (point->queue.size() > limits.queue) {
+    point->queue.pop_front();
+  }
+}
+
+void PullPoints::settle(int number, int batch, bool isSent) {
+  Point* point = find(number);
+  if (point == nullptr || point->batch != batch) {
+    return;
+  }
+  if (isSent) {
+    point->onItsWay.clear();
+    return;
+  }
+  takeBack(point);
+  answerIfAny(number, point);
+}
+
+void PullPoints::answer(int number, Point* point) {
   const Pull pull = *std::exchange(point->pull, std::nullopt);
+  if (!pull.client.isThere()) {
+    return pull.client.take({}, {});
+  }
   std::vector<Notification> taken;
   while (!point->queue.empty() && taken.size() < pull.most) {
     taken.push_back(*point->queue.front());
+    point->onItsWay.push_back(std::move(point->queue.front()));
     point->queue.pop_front();
   }
-  pull.taken(taken);
+  if (taken.empty()) {
+    return pull.client.take({}, {});
+  }
+  pull.client.take(taken, [here = std::weak_ptr<PullPoints*>(self), number,
+                           batch = ++point->batch](bool isSent) {
+    if (const auto points = here.lock()) {
+      (*points)->settle(number, batch, isSent);
+    }
+  });
 }
 
-void PullPoints::answerIfAny(Point* point) {
+void PullPoints::answerIfAny(int number, Point* point) {
   if (point->pull && !point->queue.empty()) {
-    answer(point);
+    answer(number, point);
   }
 }
 

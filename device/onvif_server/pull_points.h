@@ -21,14 +21,28 @@ struct PullPointLimits {
 };
 
 // The places at which clients fetch notifications. Each is forgotten when its time is over, with
-// what waits there; a new one begins with the present state. Used from one thread; the clock never
-// goes back.
+// what waits there; a new one begins with the present state. What is handed over to a client that
+// has gone is not lost: it waits for the next pull. Used from one thread; the clock never goes
+// back.
 class PullPoints {
  public:
   using Clock = std::function<std::int64_t()>;  // microseconds
-  using Taken = std::function<void(const std::vector<Notification>& notifications)>;
+
+  // Is to be told whether the notifications have gone on to the client. May be called later than
+  // the points live.
+  using Sent = std::function<void(bool isSent)>;
+
+  // Who pulls.
+  struct Client {
+    // Called once; sent is empty where there is nothing.
+    std::function<void(const std::vector<Notification>& notifications, Sent sent)> take;
+    std::function<bool()> isThere;
+  };
+  enum class Pulled { yes, noPoint, anotherWaits };
 
   explicit PullPoints(Clock clock, const PullPointLimits& limits = {});
+  PullPoints(const PullPoints&) = delete;
+  PullPoints& operator=(const PullPoints&) = delete;
 
   // initial: the present state, from which the filter chooses. Nothing when there are too many
   // points; else its number, which is never given twice.
@@ -40,10 +54,10 @@ class PullPoints {
   void publish(const std::vector<Notification>& notifications);
   void publishTo(int point, const std::vector<Notification>& notifications);
 
-  // Hands over what waits, at most so many, or what comes first within a time; then nothing. A pull
-  // that is waiting already is answered with nothing: its client has come anew. From the answer on
-  // the point lives for its lifetime again. False for a point that there is not.
-  bool pull(int point, std::size_t most, std::int64_t patience, Taken taken);
+  // Hands over what waits, at most so many, or what comes first within a time; then nothing. While
+  // another pull waits whose client is there, nothing is done; one whose client has gone is
+  // answered with nothing. From the answer on the point lives for its lifetime again.
+  Pulled pull(int point, std::size_t most, std::int64_t patience, Client client);
 
   // Lets it live for so long from now on.
   bool renew(int point, std::int64_t lifetime);
@@ -62,25 +76,31 @@ class PullPoints {
   struct Pull {
     std::size_t most = 0;
     std::int64_t end = 0;
-    Taken taken;
+    Client client;
   };
+  using Queue = std::deque<std::shared_ptr<const Notification>>;
   struct Point {
     TopicFilter filter;
     std::int64_t lifetime = 0;
     std::int64_t end = 0;
-    std::deque<std::shared_ptr<const Notification>> queue;
+    Queue queue;
+    Queue onItsWay;  // what was handed over last, until it is sent
+    int batch = 0;   // its number
     std::optional<Pull> pull;
   };
 
   Point* find(int point);
   void add(Point* point, const std::shared_ptr<const Notification>& notification) const;
-  static void answer(Point* point);
-  static void answerIfAny(Point* point);
+  void takeBack(Point* point) const;
+  void settle(int point, int batch, bool isSent);
+  void answer(int number, Point* point);
+  void answerIfAny(int number, Point* point);
 
   Clock clock;
   PullPointLimits limits;
   std::map<int, Point> points;
   int last = 0;
+  std::shared_ptr<PullPoints*> self = std::make_shared<PullPoints*>(this);
 };
 
 }  // namespace device::onvif

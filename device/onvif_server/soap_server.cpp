@@ -1,5 +1,8 @@
 #include "onvif_server/soap_server.h"
 
+#include <poll.h>
+
+#include <algorithm>
 #include <chrono>
 #include <stdexcept>
 #include <string_view>
@@ -52,6 +55,41 @@ std::vector<Tag> addressingHeaders(const std::string& action, const std::string&
   }
   return headers;
 }
+
+// Watches an answer until all of it is written, or its connection has ended. Lives with the
+// message's signals.
+class Delivery {
+ public:
+  static void watch(SoupServerMessage* message, std::size_t size, Operations::Sent sent) {
+    auto* delivery = new Delivery(size, std::move(sent));  // goes with the signal "finished"
+    g_signal_connect(message, "wrote-body-data", G_CALLBACK(wrote), delivery);
+    g_signal_connect_data(message, "finished", G_CALLBACK(finished), delivery, drop, {});
+  }
+
+ private:
+  Delivery(std::size_t size, Operations::Sent sent) : left(size), sent(std::move(sent)) {}
+
+  static void wrote(SoupServerMessage*, guint size, gpointer data) {
+    auto* delivery = static_cast<Delivery*>(data);
+    delivery->left -= std::min<std::size_t>(size, delivery->left);
+    if (delivery->left == 0) {
+      delivery->tell(true);
+    }
+  }
+  static void finished(SoupServerMessage*, gpointer data) {
+    static_cast<Delivery*>(data)->tell(false);
+  }
+  static void drop(gpointer data, GClosure*) { delete static_cast<Delivery*>(data); }
+
+  void tell(bool isSent) {
+    if (const auto told = std::exchange(sent, nullptr)) {
+      told(isSent);
+    }
+  }
+
+  std::size_t left;  // bytes
+  Operations::Sent sent;
+};
 
 Fault unknownOperation(const XmlElement& operation) {
   return {FaultCode::receiver,
@@ -200,15 +238,30 @@ void SoapServer::call(SoupServerMessage* message, const Operations::Operation& o
       static_cast<SoupServerMessage*>(g_object_ref(message)), GDeleter<g_object_unref>());
   soup_server_message_pause(message);
   try {
-    operation.serve(request, [held, action = operation.action, messageId](Tag tag) {
-      respond(held.get(), SOUP_STATUS_OK,
-              writeEnvelope(std::move(tag), addressingHeaders(action, messageId)));
+    const auto send = [held, action = operation.action, messageId](Tag tag, Operations::Sent sent) {
+      const std::string text = writeEnvelope(std::move(tag), addressingHeaders(action, messageId));
+      if (sent) {
+        Delivery::watch(held.get(), text.size(), std::move(sent));
+      }
+      respond(held.get(), SOUP_STATUS_OK, text);
       soup_server_message_unpause(held.get());
-    });
+    };
+    operation.serve(request, {send, [this, held] { return isAwaited(held.get()); }});
   } catch (const Fault& fault) {
     respond(message, fault);
     soup_server_message_unpause(message);
   }
+}
+
+// Who has sent its request and has closed its connection has gone.
+bool SoapServer::isAwaited(SoupServerMessage* message) const {
+  const auto socket = connections.socketOf(soup_server_message_get_remote_address(message));
+  if (!socket) {
+    return false;
+  }
+  constexpr short GONE = POLLRDHUP | POLLHUP | POLLERR;
+  pollfd state = {g_socket_get_fd(socket.get()), GONE, 0};
+  return poll(&state, 1, 0) == 0 || (state.revents & GONE) == 0;
 }
 
 void SoapServer::refuseBody(SoupServerMessage* message) {

@@ -61,8 +61,9 @@ class SoapServer {
   void askForUser(SoupServerMessage* message);
   void answer(SoupServerMessage* message, const std::string& path, const Envelope& envelope,
               Caller caller);
-  static void call(SoupServerMessage* message, const Operations::Operation& operation,
-                   const Request& request, const std::string& messageId);
+  void call(SoupServerMessage* message, const Operations::Operation& operation,
+            const Request& request, const std::string& messageId);
+  bool isAwaited(SoupServerMessage* message) const;
   void refuseBody(SoupServerMessage* message);
 
   std::string address;

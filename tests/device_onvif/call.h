@@ -73,7 +73,13 @@ inline std::optional<CallAnswer> tryCall(const Operations& operations, const std
   EXPECT_NE(nullptr, operation) << name;
   std::optional<CallAnswer> answer;
   operation->serve({document.root(), "camera:80", path},
-                   [&](const Tag& tag) { answer.emplace(tag.document()); });
+                   {[&](const Tag& tag, const Operations::Sent& sent) {
+                      answer.emplace(tag.document());
+                      if (sent) {
+                        sent(true);
+                      }
+                    },
+                    [] { return true; }});
   return answer;
 }
 

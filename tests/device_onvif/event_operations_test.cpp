@@ -248,11 +248,20 @@ TEST_F(EventOperationsTest, PullIsAnsweredByTheEvent) {
                             "\"><Timeout>PT20S</Timeout><MessageLimit>5</MessageLimit>"
                             "</PullMessages>");
   Texts told;
-  operation->serve({request.root(), "camera:80", point},
-                   [&](const Tag& tag) { told = textsOf(CallAnswer(tag.document())); });
+  operation->serve(
+      {request.root(), "camera:80", point},
+      {[&](const Tag& tag, const auto&) { told = textsOf(CallAnswer(tag.document())); },
+       [] { return true; }});
   EXPECT_EQ(Texts{}, told);
   events.send(id, {{.name = "State", .value = true, .isData = true}});
   EXPECT_EQ(1U, told.size());
+}
+
+TEST_F(EventOperationsTest, SecondPullIsRefusedWhileTheFirstOneWaits) {
+  const std::string point = subscribe();
+  const std::string content = "<Timeout>PT20S</Timeout><MessageLimit>5</MessageLimit>";
+  EXPECT_FALSE(tryCall(operations, ns::EVENTS, "PullMessages", content, point));
+  EXPECT_EQ("ter:Action", faultOf(operations, ns::EVENTS, "PullMessages", content, point));
 }
 
 TEST_F(EventOperationsTest, PullNeedsATimeAndALimit) {

@@ -23,6 +23,15 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::StartsWith;
 
+std::uint32_t declareMotionAlarm(EventService& events, bool state) {
+  return events.declare(
+      {{.name = "topic0", .nameSpace = "tns1", .value = std::string("VideoSource")},
+       {.name = "topic1", .nameSpace = "tns1", .value = std::string("MotionAlarm")},
+       {.name = "Source", .value = 1, .isSource = true},
+       {.name = "State", .value = state, .isData = true}},
+      false);
+}
+
 class OnvifCameraTest : public testing::Test {
  protected:
   OnvifCameraTest() : model(loadModel(modelsFolder(), "ideal")) {}
@@ -171,11 +180,7 @@ bool hasText(RtspReader& reader, const std::string& text) {
 }
 
 TEST_F(OnvifCameraTest, WhoBeginsToPlayIsToldThePresentState) {
-  events.declare({{.name = "topic0", .nameSpace = "tns1", .value = std::string("VideoSource")},
-                  {.name = "topic1", .nameSpace = "tns1", .value = std::string("MotionAlarm")},
-                  {.name = "Source", .value = 1, .isSource = true},
-                  {.name = "State", .value = true, .isData = true}},
-                 false);
+  declareMotionAlarm(events, true);
   start("127.0.0.1");
   const std::string address = streamAddress("overview1") + "/metadata";
   const auto feed = [&] {
@@ -250,6 +255,101 @@ TEST_F(OnvifCameraTest, MetadataTellWhenTheirPictureWasTaken) {
   const CallAnswer frame = CallAnswer(document->bytes).at("Frame");
   const auto number = static_cast<std::size_t>(frame.at("Delete").number("ObjectId"));
   EXPECT_NEAR(taken.at(number), *readDateTime(frame.attribute("UtcTime")), 20000);
+}
+
+constexpr char EVENTS[] = "http://www.onvif.org/ver10/events/wsdl";
+constexpr char HEADS[] = "http://www.onvif.org/ver20/ptz/wsdl";
+
+// A pull point of the camera, asked by connections of their own.
+class CameraEventsTest : public OnvifCameraTest {
+ protected:
+  CameraEventsTest() { start("127.0.0.1"); }
+
+  static void ask(WebClient& client, const std::string& path, const std::string& nameSpace,
+                  const std::string& name, const std::string& content = "") {
+    client.request("POST", path,
+                   "<s:Envelope xmlns:s=\"http://www.w3.org/2003/05/soap-envelope\"><s:Body><" +
+                       name + " xmlns=\"" + nameSpace + "\">" + content + "</" + name +
+                       "></s:Body></s:Envelope>");
+  }
+  CallAnswer answerTo(const std::string& path, const std::string& nameSpace,
+                      const std::string& name, const std::string& content = "") {
+    WebClient client(camera->port());
+    ask(client, path, nameSpace, name, content);
+    return CallAnswer(client.response().body);
+  }
+  std::string subscribe() {
+    const std::string address =
+        answerTo("/onvif/event_service", EVENTS, "CreatePullPointSubscription")
+            .at("Address")
+            .text();
+    return address.substr(address.find("/onvif/"));
+  }
+  static std::string pullFor(const std::string& time) {
+    return "<Timeout>" + time + "</Timeout><MessageLimit>10</MessageLimit>";
+  }
+  CallAnswer pull(const std::string& point) {
+    return answerTo(point, EVENTS, "PullMessages", pullFor("PT0S"));
+  }
+};
+
+TEST_F(CameraEventsTest, WhatComesForAClientThatHasGoneWaitsForTheNextPull) {
+  const std::uint32_t id = declareMotionAlarm(events, false);
+  const std::string point = subscribe();
+  EXPECT_EQ(1, pull(point).count("NotificationMessage"));
+  {
+    WebClient client(camera->port());
+    ask(client, point, EVENTS, "PullMessages", pullFor("PT20S"));
+    // Until it waits there, and nobody else may.
+    ASSERT_TRUE(iterateUntil([&] { return pull(point).count("Fault") == 1; }));
+  }
+  events.send(id, {{.name = "State", .value = true, .isData = true}});
+  const CallAnswer told = pull(point);
+  EXPECT_EQ(1, told.count("NotificationMessage"));
+  EXPECT_EQ("Changed", told.at("Message").at("Message").attribute("PropertyOperation"));
+  EXPECT_EQ(0, pull(point).count("NotificationMessage"));
+}
+
+TEST_F(CameraEventsTest, PresetIsToldByTheNameThatAClientGaveIt) {
+  const std::uint32_t id = events.declare(
+      {{.name = "topic0", .nameSpace = "tns1", .value = std::string("PTZController")},
+       {.name = "topic1", .nameSpace = "tns1", .value = std::string("PTZPresets")},
+       {.name = "PresetToken", .value = -1, .isSource = true},
+       {.name = "on_preset", .value = false, .isData = true}},
+      false);
+  answerTo("/onvif/ptz_service", HEADS, "SetPreset",
+           "<ProfileToken>head</ProfileToken><PresetName>gate</PresetName>");
+  const std::string point = subscribe();
+  events.send(id, {{.name = "PresetToken", .value = 1}, {.name = "on_preset", .value = true}});
+  const CallAnswer name = pull(point).at("Data").at("SimpleItem", 1);
+  EXPECT_EQ("PresetName", name.attribute("Name"));
+  EXPECT_EQ("gate", name.attribute("Value"));
+}
+
+// Of the events that happen and of those that are asked for.
+TEST_F(OnvifCameraTest, WhoPlaysIsToldEventsAndThePresentStateWhenAskedFor) {
+  const std::uint32_t id = declareMotionAlarm(events, false);
+  start("127.0.0.1");
+  RtspReader reader(streamAddress("overview1") + "/metadata", "application");
+  const auto countOf = [&](const std::string& text) {
+    return std::ranges::count_if(reader.units(), [&](const RtpUnit& document) {
+      return document.bytes.find(text) != std::string::npos;
+    });
+  };
+  ASSERT_TRUE(iterateUntil([&] {
+    camera->frame(0, {.timestamp = g_get_monotonic_time(), .objects = {}, .events = {}});
+    return countOf("Initialized") == 1;
+  }));
+  events.send(id, {{.name = "State", .value = true, .isData = true}});
+  ASSERT_TRUE(iterateUntil([&] { return countOf("Changed") == 1; }));
+  WebClient client(camera->port());
+  client.request("POST", "/onvif/media_service",
+                 "<s:Envelope xmlns:s=\"http://www.w3.org/2003/05/soap-envelope\"><s:Body>"
+                 "<SetSynchronizationPoint xmlns=\"http://www.onvif.org/ver20/media/wsdl\">"
+                 "<ProfileToken>overview1_jpeg</ProfileToken></SetSynchronizationPoint></s:Body>"
+                 "</s:Envelope>");
+  EXPECT_EQ(200, client.response().status);
+  EXPECT_TRUE(iterateUntil([&] { return countOf("Initialized") == 2; }));
 }
 
 TEST_F(OnvifCameraTest, WithoutDiscoveryItGoesOn) {

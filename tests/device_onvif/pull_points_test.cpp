@@ -19,20 +19,29 @@ class PullPointsTest : public testing::Test {
     return points.create(TopicFilter(), lifetime, {}).value_or(0);
   }
 
-  // What each pull of a point was answered with, in order.
   bool pull(int point, std::size_t most = 10, std::int64_t patience = SECOND) {
-    return points.pull(point, most, patience, [this](const std::vector<Notification>& taken) {
+    const auto take = [this](const std::vector<Notification>& taken, const PullPoints::Sent& sent) {
       std::string text;
       for (const Notification& each : taken) {
         text += each.data[0].value;
       }
       answers.push_back(text);
-    });
+      delivery = sent;
+      if (sent && isSentAtOnce) {
+        sent(true);
+      }
+    };
+    pulled = points.pull(point, most, patience, {take, [this] { return isThere; }});
+    return pulled == PullPoints::Pulled::yes;
   }
 
   std::int64_t now = 1000 * SECOND;
   PullPoints points{[this] { return now; }, {.points = 3, .queue = 4}};
-  std::vector<std::string> answers;
+  std::vector<std::string> answers;  // what each pull of a point was answered with, in order
+  PullPoints::Pulled pulled = PullPoints::Pulled::noPoint;  // the last one
+  bool isThere = true;                                      // who pulls
+  bool isSentAtOnce = true;
+  PullPoints::Sent delivery;  // of the last answer
 };
 
 using Answers = std::vector<std::string>;
@@ -84,13 +93,103 @@ TEST_F(PullPointsTest, PullWithoutPatienceIsAnsweredAtOnce) {
   EXPECT_EQ(Answers{""}, answers);
 }
 
-TEST_F(PullPointsTest, ClientThatPullsAnewEndsItsFormerPull) {
+TEST_F(PullPointsTest, PullIsRefusedWhileAnotherWaits) {
+  const int point = create();
+  EXPECT_TRUE(pull(point));
+  EXPECT_FALSE(pull(point));
+  EXPECT_EQ(PullPoints::Pulled::anotherWaits, pulled);
+  EXPECT_EQ(Answers{}, answers);
+  points.publish({event("a")});
+  EXPECT_EQ(Answers{"a"}, answers);
+  EXPECT_TRUE(pull(point));
+}
+
+TEST_F(PullPointsTest, PullTakesThePlaceOfOneWhoseClientHasGone) {
   const int point = create();
   pull(point);
-  pull(point);
+  isThere = false;
+  EXPECT_TRUE(pull(point));
   EXPECT_EQ(Answers{""}, answers);
+  isThere = true;
   points.publish({event("a")});
   EXPECT_EQ((Answers{"", "a"}), answers);
+}
+
+TEST_F(PullPointsTest, WhatComesForAClientThatHasGoneWaitsForTheNextPull) {
+  const int point = create();
+  pull(point);
+  isThere = false;
+  points.publish({event("a")});
+  EXPECT_EQ(Answers{""}, answers);
+  isThere = true;
+  points.publish({event("b")});
+  pull(point);
+  EXPECT_EQ((Answers{"", "ab"}), answers);
+}
+
+TEST_F(PullPointsTest, WhatIsSentIsNotHandedOverAgain) {
+  isSentAtOnce = false;
+  const int point = create();
+  points.publish({event("a")});
+  pull(point);
+  delivery(true);
+  points.publish({event("b")});
+  pull(point);
+  EXPECT_EQ((Answers{"a", "b"}), answers);
+}
+
+TEST_F(PullPointsTest, WhatCouldNotBeSentComesFirstInTheNextPull) {
+  isSentAtOnce = false;
+  const int point = create();
+  points.publish({event("a"), event("b"), event("c")});
+  pull(point, 2);
+  delivery(false);
+  points.publish({event("d")});
+  pull(point);
+  EXPECT_EQ((Answers{"ab", "abcd"}), answers);
+}
+
+TEST_F(PullPointsTest, ClientThatPullsBeforeItsAnswerIsSentHasItAgain) {
+  isSentAtOnce = false;
+  const int point = create();
+  points.publish({event("a")});
+  pull(point);
+  const PullPoints::Sent former = delivery;
+  pull(point);
+  EXPECT_EQ((Answers{"a", "a"}), answers);
+  former(false);  // is told of no more
+  delivery(true);
+  points.publish({event("b")});
+  pull(point);
+  EXPECT_EQ((Answers{"a", "a", "b"}), answers);
+}
+
+TEST_F(PullPointsTest, WhatComesBackIsTheOldestOfAFullQueue) {
+  isSentAtOnce = false;
+  const int point = create();
+  points.publish({event("1"), event("2")});
+  pull(point);
+  points.publish({event("3"), event("4"), event("5")});
+  delivery(false);
+  pull(point);
+  EXPECT_EQ((Answers{"12", "2345"}), answers);
+}
+
+TEST_F(PullPointsTest, AnswerMaySettleWhenItsPointHasGone) {
+  isSentAtOnce = false;
+  const int point = create();
+  points.publish({event("a")});
+  pull(point);
+  points.remove(point);
+  delivery(false);
+  PullPoints::Sent late;
+  {
+    PullPoints brief([this] { return now; });
+    const int other = brief.create(TopicFilter(), SECOND, {event("a")}).value_or(0);
+    brief.pull(other, 1, 0,
+               {[&](const auto&, const auto& sent) { late = sent; }, [] { return true; }});
+  }
+  late(false);
 }
 
 TEST_F(PullPointsTest, PointThatIsNotRenewedIsForgotten) {

@@ -136,7 +136,7 @@ TEST_F(SoapServerTest, AnswerMayComeLater) {
                                         "\">urn:7</MessageID></s:Header>"));
   ASSERT_TRUE(iterateUntil([&] { return !waiting.empty(); }));
   EXPECT_THAT(send(port, message("Open")).body, HasSubstr("OpenResponse"));  // others do not wait
-  waiting.front()(Tag("Later"));
+  waiting.front().send(Tag("Later"), {});
   const WebResponse response = client.response();
   EXPECT_THAT(response.body, HasSubstr("<Later/>"));
   EXPECT_THAT(response.body, HasSubstr("<wsa:Action>urn:test/answer</wsa:Action>"));
@@ -150,9 +150,52 @@ TEST_F(SoapServerTest, AnswerToAClientThatHasGoneIsDropped) {
     client.request("POST", PATH, message("Waiting"));
     ASSERT_TRUE(iterateUntil([&] { return !waiting.empty(); }));
   }
-  waiting.front()(Tag("Later"));
+  waiting.front().send(Tag("Later"), {});
   waiting.clear();
   EXPECT_EQ(200, send(port, message("Open")).status);
+}
+
+TEST_F(SoapServerTest, AnswerIsSentWhenItsClientHasIt) {
+  const std::uint16_t port = start();
+  WebClient client(port);
+  client.request("POST", PATH, message("Waiting"));
+  ASSERT_TRUE(iterateUntil([&] { return !waiting.empty(); }));
+  EXPECT_TRUE(waiting.front().isAwaited());
+  std::vector<bool> told;
+  waiting.front().send(Tag("Later"), [&](bool isSent) { told.push_back(isSent); });
+  EXPECT_EQ(std::vector<bool>{}, told);
+  EXPECT_THAT(client.response().body, HasSubstr("<Later/>"));
+  ASSERT_TRUE(iterateUntil([&] { return !told.empty(); }));
+  waiting.clear();
+  EXPECT_EQ(200, send(port, message("Open")).status);
+  EXPECT_EQ(std::vector<bool>{true}, told);
+}
+
+TEST_F(SoapServerTest, AnswerIsNotAwaitedByAClientThatHasGone) {
+  const std::uint16_t port = start();
+  {
+    WebClient client(port);
+    client.request("POST", PATH, message("Waiting"));
+    ASSERT_TRUE(iterateUntil([&] { return !waiting.empty(); }));
+  }
+  EXPECT_FALSE(waiting.front().isAwaited());
+}
+
+// What fits into the connection's buffers, 4 MiB, is written, whoever reads it.
+TEST_F(SoapServerTest, AnswerThatIsCutOffIsNotSent) {
+  const std::uint16_t port = start();
+  std::vector<bool> told;
+  {
+    WebClient client(port, 4096);
+    client.request("POST", PATH, message("Waiting"));
+    ASSERT_TRUE(iterateUntil([&] { return !waiting.empty(); }));
+    waiting.front().send(Tag("Later", std::string(std::size_t{5} << 20, 'x')),
+                         [&](bool isSent) { told.push_back(isSent); });
+    EXPECT_EQ(200, send(port, message("Open")).status);
+    EXPECT_EQ(std::vector<bool>{}, told);
+  }
+  ASSERT_TRUE(iterateUntil([&] { return !told.empty(); }));
+  EXPECT_EQ(std::vector<bool>{false}, told);
 }
 
 TEST_F(SoapServerTest, ServerEndsWhileRequestsWait) {
