@@ -64,8 +64,8 @@ def results(client, patience=60):
     return json.loads(output)
 
 
-def cam(port, steps, user="", password=""):
-    return results(node("cam.js", port, user, password, json.dumps(steps)))
+def cam(port, steps, user="", password="", login=""):
+    return results(node("cam.js", port, user, password, json.dumps(steps), login))
 
 
 def envelope(body):

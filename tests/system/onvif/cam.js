@@ -1,10 +1,11 @@
-// Calls a camera by the package onvif: cam.js PORT USER PASSWORD STEPS
+// Calls a camera by the package onvif: cam.js PORT USER PASSWORD STEPS [digest]
 //
+// With "digest" it logs in by HTTP digest, else by tokens where it has a user.
 // STEPS is a JSON list of calls ["getStatus", {...}]; ["stand"] waits until the head stands, and
 // ["events"] writes each event in a line of its own until the end. The results are one line of JSON.
 const { Cam } = require('onvif');
 
-const [port, username, password, steps] = process.argv.slice(2);
+const [port, username, password, steps, login] = process.argv.slice(2);
 
 function call(cam, name, ...parameters) {
   return new Promise((resolve, reject) => {
@@ -35,7 +36,8 @@ async function run(cam) {
   console.log(JSON.stringify(results));
 }
 
-new Cam({ hostname: '127.0.0.1', port, username, password }, function connected(error) {
+const useWSSecurity = login !== 'digest';
+new Cam({ hostname: '127.0.0.1', port, username, password, useWSSecurity }, function connected(error) {
   (error ? Promise.reject(error) : run(this)).then(
     () => process.exit(0),
     (reason) => {
