@@ -218,7 +218,8 @@ void SoapServer::answer(SoupServerMessage* message, const std::string& path,
                         const Envelope& envelope, Caller caller) {
   const Operations::Operation* operation = operations.find(envelope.operation.name());
   const bool isOpen = operation != nullptr && operation->access == Access::anybody;
-  if (caller == Caller::unknown && !isOpen) {
+  const bool asksForToken = caller == Caller::unknown && !isOpen;
+  if (asksForToken) {
     if (!envelope.token) {
       return askForUser(message);
     }
@@ -229,28 +230,49 @@ void SoapServer::answer(SoupServerMessage* message, const std::string& path,
   if (operation == nullptr) {
     throw unknownOperation(envelope.operation);
   }
-  call(message, *operation, {envelope.operation, hostOf(message), path}, envelope.messageId);
+  call(message, *operation, {envelope.operation, hostOf(message), path}, envelope.messageId,
+       asksForToken);
 }
 
 void SoapServer::call(SoupServerMessage* message, const Operations::Operation& operation,
-                      const Request& request, const std::string& messageId) {
+                      const Request& request, const std::string& messageId, bool hasToken) {
   const std::shared_ptr<SoupServerMessage> held(
       static_cast<SoupServerMessage*>(g_object_ref(message)), GDeleter<g_object_unref>());
   soup_server_message_pause(message);
   try {
-    const auto send = [held, action = operation.action, messageId](Tag tag, Operations::Sent sent) {
+    const auto send = [this, held, hasToken, action = operation.action, messageId](
+                          Tag tag, Operations::Sent sent) {
       const std::string text = writeEnvelope(std::move(tag), addressingHeaders(action, messageId));
       if (sent) {
         Delivery::watch(held.get(), text.size(), std::move(sent));
       }
       respond(held.get(), SOUP_STATUS_OK, text);
-      soup_server_message_unpause(held.get());
+      release(held, hasToken);
     };
     operation.serve(request, {send, [this, held] { return isAwaited(held.get()); }});
   } catch (const Fault& fault) {
     respond(message, fault);
-    soup_server_message_unpause(message);
+    release(held, hasToken);
   }
+}
+
+// Some clients tell the tokens of their requests apart by the millisecond alone: who is answered a
+// millisecond later never makes the same one twice.
+void SoapServer::release(const std::shared_ptr<SoupServerMessage>& message, bool isHeldBack) {
+  if (!isHeldBack) {
+    return soup_server_message_unpause(message.get());
+  }
+  HeldAnswer& answer = heldAnswers.emplace_back(HeldAnswer{this, message, nullptr});
+  answer.timer = startTimer(1, heldLongEnough, &answer);
+}
+
+gboolean SoapServer::heldLongEnough(gpointer data) {
+  const auto* answer = static_cast<const HeldAnswer*>(data);
+  const std::shared_ptr<SoupServerMessage> message = answer->message;
+  answer->server->heldAnswers.remove_if(
+      [&](const HeldAnswer& candidate) { return &candidate == answer; });
+  soup_server_message_unpause(message.get());
+  return G_SOURCE_REMOVE;
 }
 
 // Who has sent its request and has closed its connection has gone.

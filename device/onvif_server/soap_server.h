@@ -49,6 +49,12 @@ class SoapServer {
   const std::string& getAddress() const { return address; }
 
  private:
+  struct HeldAnswer {
+    SoapServer* server;
+    std::shared_ptr<SoupServerMessage> message;
+    GSourcePtr timer;
+  };
+
   // As far as HTTP tells.
   enum class Caller { unknown, user, refused };
 
@@ -62,7 +68,9 @@ class SoapServer {
   void answer(SoupServerMessage* message, const std::string& path, const Envelope& envelope,
               Caller caller);
   void call(SoupServerMessage* message, const Operations::Operation& operation,
-            const Request& request, const std::string& messageId);
+            const Request& request, const std::string& messageId, bool hasToken);
+  void release(const std::shared_ptr<SoupServerMessage>& message, bool isHeldBack);
+  static gboolean heldLongEnough(gpointer heldAnswer);
   bool isAwaited(SoupServerMessage* message) const;
   void refuseBody(SoupServerMessage* message);
 
@@ -72,6 +80,7 @@ class SoapServer {
   std::optional<TokenBook> tokens;
   std::optional<OriginCheck> origins;
   std::list<std::unique_ptr<LingeringRefusal>> refusals;
+  std::list<HeldAnswer> heldAnswers;
   WebConnections connections;
   SoupCalls calls;
   GObjectPtr<SoupServer> server;
