@@ -210,6 +210,14 @@ class OnvifTest(RunTest):
                                       "anna:pass word", address["uri"]],
                                      capture_output=True, check=True).stdout
             self.assertEqual((1280, 720), size_of_jpeg(picture), profile)
+        address, = cam(port, [["getStreamUri", {"protocol": "UDP"}]], "anna", "pass word")
+        # No transport is named: it tries UDP, is refused and takes its own connection.
+        streams = subprocess.run(
+            ["ffprobe", "-loglevel", "error", "-fpsprobesize", "0", "-probesize", "32768",
+             "-analyzeduration", "1", "-show_entries", "stream=codec_type", "-of", "csv=print_section=0",
+             address["uri"].replace("//", "//anna:pass%20word@")],
+            capture_output=True, text=True, timeout=60, check=True)
+        self.assertEqual(["data", "video"], sorted(streams.stdout.split()))
 
     @staticmethod
     def curl_status(port, *options):
