@@ -274,9 +274,15 @@ double HeadMoves::percentOf(const AxisCommand& command, const Driven& driven, st
   return now < driven.until ? driven.percent : 0;
 }
 
+// Heads that do not name a part of a second as their least Timeout may not read one.
 std::int64_t HeadMoves::holdTime() const {
   const auto& limits = map.getFacts().timeout;
-  return limits ? std::max(HOLD, units::roundedFromSeconds(limits->low)) : HOLD;
+  if (!limits) {
+    return HOLD;
+  }
+  const std::int64_t least = units::roundedFromSeconds(limits->low);
+  const bool isFine = least > 0 && least <= FINE_HOLD;
+  return isFine ? FINE_HOLD : std::max(HOLD, least);
 }
 
 }  // namespace device::bridge

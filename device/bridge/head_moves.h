@@ -19,13 +19,15 @@ struct HeadCall {
 };
 
 // The head's commands on their way: one call at a time, and of what waits only the newest of each
-// axis. Everything that moves by speed is told to end after HOLD, and is stopped from here when
-// nobody has commanded for SILENCE. Times are monotonic microseconds that are handed in; knows no
-// socket.
+// axis. Everything that moves by speed is told to end after a time, and is stopped from here when
+// nobody has commanded for SILENCE: either way the head, which takes its time to hear and to brake,
+// stands a second after the last word or little later. Times are monotonic microseconds that are
+// handed in; knows no socket.
 class HeadMoves {
  public:
   static constexpr std::int64_t HOLD = 1000000;       // Timeout of each motion
-  static constexpr std::int64_t SILENCE = 1000000;    // of the daemon
+  static constexpr std::int64_t FINE_HOLD = 900000;   // of a head that knows parts of a second
+  static constexpr std::int64_t SILENCE = 900000;     // of the daemon
   static constexpr std::int64_t REPETITION = 400000;  // of an unchanged speed
   static constexpr std::int64_t STOP_AGAIN = 500000;  // as long as the head has not stood still
 

@@ -205,12 +205,12 @@ TEST_F(HeadMovesTest, HeadThatGoesOnAfterAStopIsStoppedBySpeeds) {
   EXPECT_EQ("", send(2 * SECOND));
 }
 
-TEST_F(HeadMovesTest, SilenceOfASecondStopsWhatIsDrivenBySpeed) {
+TEST_F(HeadMovesTest, SilenceStopsWhatIsDrivenBySpeedWithinASecond) {
   moves.command(speeds(40, 0), 0);
   send(0);
   EXPECT_TRUE(moves.isDriven());
-  EXPECT_EQ("", send(999 * MS));
-  EXPECT_EQ("Stop", send(SECOND));
+  EXPECT_EQ("", send(899 * MS));
+  EXPECT_EQ("Stop", send(900 * MS));
   EXPECT_FALSE(moves.isDriven());
   EXPECT_EQ("", send(3 * SECOND));
 }
@@ -250,6 +250,18 @@ TEST_F(HeadMovesTest, TimeoutIsAsLongAsTheHeadWantsItAtLeast) {
   moves.setHead("head", {slow, angles()});
   moves.command(speeds(40, 0), 0);
   EXPECT_EQ("ContinuousMove 0.4,0 PT2S", send(0));
+}
+
+TEST_F(HeadMovesTest, HeadThatKnowsPartsOfASecondGetsSoLittleThatItStandsWithinOne) {
+  HeadFacts fine = facts();
+  fine.timeout = Range{0.1, 60};
+  moves.setHead("head", {fine, angles()});
+  moves.command(speeds(40, 0), 0);
+  EXPECT_EQ("ContinuousMove 0.4,0 PT0.9S", send(0));
+  fine.timeout = Range{1, 60};
+  HeadMoves whole("head", {fine, angles()});
+  whole.command(speeds(40, 0), 0);
+  EXPECT_EQ("ContinuousMove 0.4,0 PT1S", wordsOf(*whole.next(0, status)));
 }
 
 TEST_F(HeadMovesTest, TimeoutIsLeftOutWhereItIsRefused) {

@@ -10,20 +10,16 @@ from camera import ENABLED, TUNED, comm
 from journal import PATIENCE, wait_until
 from onvif_client import envelope, post
 from run_script import STATUS as STATUS_LINE, RunTest
+from through_onvif import ADDRESS, wait_until_followed
 
-ADDRESS = re.compile(r"camera: ONVIF: http://127\.0\.0\.1:(\d+)/onvif/device_service$")
-# What the outer camera itself says of the nearest person and of the head.
-TRUTH = re.compile(r"camera: +[0-9.]+ s .* error +([0-9.]+) ")
 POSITION = re.compile(rb'PanTilt x="([-0-9.e]+)" y="([-0-9.e]+)"')
 STATUS = envelope("<tptz:GetStatus><tptz:ProfileToken>head</tptz:ProfileToken></tptz:GetStatus>")
 TURN = (180, 55)  # degrees of a generic 1: pan turns for ever, tilt from -90 to 20
-FOLLOWED = 3.0  # degrees; a head at home is 20 off
 MOVES = 3.0  # degrees a second
 DRIVEN = 0.2  # degrees from a death to the head's rest, at least
 PAUSE = 0.2  # seconds; the next daemon takes longer to begin
 STANDS = 0.01  # degrees in that
-LONGEST = 1.1  # seconds from the death of whoever steers to the end of what drives the head
-BRAKES = 0.15  # seconds: the head's own delay of 0.04, and 35 degrees a second at 400 a second
+LONGEST = 1.1  # seconds from the death of whoever steers to the head's rest
 
 
 def descendants(pid):
@@ -90,20 +86,13 @@ class ThroughOnvifTest(RunTest):
         self.wait_until_it_swings()
         os.kill(pid, signal.SIGKILL)
         killed = time.monotonic()
-        time.sleep(LONGEST + BRAKES)
+        time.sleep(LONGEST)
         one = self.look()
         time.sleep(PAUSE)
         other = self.look()
         self.assertGreater(way_between(self.last, one), DRIVEN, "it was driven to the last")
         self.assertLess(way_between(one, other), STANDS,
                         f"{name} was killed {one[0] - killed:.2f} s before")
-
-    def wait_until_followed(self):
-        start = 0
-        for _ in range(3):
-            start = self.run_.output.wait_for(
-                lambda line: (m := TRUTH.match(line)) and float(m[1]) < FOLLOWED,
-                "somebody who is followed", start=start)
 
     def kill_and_wait_for_tuning(self):
         start = len(self.run_.output.entries())
@@ -117,7 +106,7 @@ class ThroughOnvifTest(RunTest):
 
     def test_somebody_is_followed_and_the_head_stands_when_daemon_or_bridge_is_killed(self):
         self.start_through_onvif()
-        self.wait_until_followed()
+        wait_until_followed(self.run_)
         (self.state / "sentrelvideo.json").write_text(ENABLED, encoding="utf-8")  # without gains
         self.kill_and_wait_for_tuning()
         start = len(self.run_.output.entries())
