@@ -163,13 +163,22 @@ add_library(device_bridge STATIC
   bridge/bridge_options.cpp
   bridge/bridge_settings.cpp
   bridge/camera_link.cpp
+  bridge/camera_survey.cpp
   bridge/frame_clock.cpp
+  bridge/head_check.cpp
+  bridge/head_check_run.cpp
   bridge/head_map.cpp
   bridge/head_moves.cpp
   bridge/head_sight.cpp
+  bridge/head_switch.cpp
+  bridge/metadata_switch.cpp
+  bridge/motion_trace.cpp
   bridge/remote_head.cpp
   bridge/remote_overview.cpp
   bridge/scene_maker.cpp
+  bridge/set_up.cpp
+  bridge/settings_files.cpp
+  bridge/snapshot.cpp
   bridge/told_parameters.cpp)
 target_compile_definitions(device_bridge PRIVATE DEVICE_WEB="${SENTREL_DEVICE_DATA}/web")
 target_link_libraries(device_bridge PUBLIC device_services device_onvif_client

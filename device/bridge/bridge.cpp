@@ -1,10 +1,12 @@
 #include "bridge/bridge.h"
 
+#include <chrono>
 #include <exception>
 #include <utility>
 
 #include "base/units.h"
 #include "bridge/told_parameters.h"
+#include "onvif_client/camera_search.h"
 #include "services/frame_encoding.h"
 
 namespace device::bridge {
@@ -15,29 +17,29 @@ constexpr std::int64_t SECOND = units::MICROSECONDS_PER_SECOND;
 constexpr std::int64_t HEAD_PERIOD = 10000;  // microseconds
 constexpr guint RESTART_DELAY = 1000;        // milliseconds
 constexpr int WARNING = 4;                   // of the system log
+constexpr std::chrono::seconds SEARCH(4);
 
 }  // namespace
 
-Bridge::Bridge(const BridgeOptions& options, BridgeSettings given, const Credentials& credentials,
-               const DevicePaths& paths, GDBusConnection* connection)
+Bridge::Bridge(const BridgeOptions& options, SettingsFiles& files, const DevicePaths& paths,
+               GDBusConnection* bus)
     : options(options),
-      settings(std::move(given)),
+      files(files),
+      settings(files.getSettings()),
+      paths(paths),
+      connection(G_DBUS_CONNECTION(g_object_ref(bus))),
       start(g_get_monotonic_time()),
       console(options.quiet),
       monitor({.onState = [](const std::string&) {},
                .onSentreling = [](bool) {},
                .onAlarm = [](bool) {}}),
-      events(connection),
-      head(settings.head, loginOf(credentials, settings.head.address.login),
-           [this](const std::string& text) { announce("Head", text); }),
+      events(bus),
       parameterStore(parametersOf(settings, options.usesModule)),
-      ptz(connection, head, events),
-      parameters(connection, parameterStore),
-      remotePtz(connection, paths.ptzFolder, HeadParameters([this] { return head.parameters(); })),
-      lens(connection, lensesOf(settings)),
-      scenes(paths.scenes, sceneHandshake, static_cast<int>(settings.cameras.size())),
-      subscribers(paths.subscriber, subscriberHandshake, static_cast<int>(settings.cameras.size())),
+      ptz(bus, head, events),
+      parameters(bus, parameterStore),
+      remotePtz(bus, paths.ptzFolder, HeadParameters([this] { return head.parameters(); })),
       loop(g_main_loop_new(g_main_context_get_thread_default(), FALSE)) {
+  offerLensesAndFrames();
   if (options.log) {
     syslog.emplace(paths.log, [this](const SyslogLine& line) { logLine(line); });
   }
@@ -54,18 +56,67 @@ Bridge::Bridge(const BridgeOptions& options, BridgeSettings given, const Credent
                  .parameters = parameterStore,
                  .seconds = [this] { return secondsSinceStart(); },
                  .announce = [this](const std::string& text) { console.message(text); }});
+  setUp.emplace(SetUp::Means{.files = files,
+                             .changed = [this] { settingsChanged(); },
+                             .holdHead = [this](bool isHeld) { head.hold(isHeld); },
+                             .find = [] { return onvif::findCameras(SEARCH); }});
+  web->addAnswer("/api/setup", [this](const std::string& body) { return setUp->answer(body); });
   console.message("The page: " + web->url());
-  startCameras(credentials);
+  startHead();
+  startCameras();
 }
 
-void Bridge::startCameras(const Credentials& credentials) {
+void Bridge::startHead() {
+  head.set(nullptr);  // the former one stops before another one comes to the same head
+  if (settings.hasHead()) {
+    head.set(std::make_unique<RemoteHead>(
+        settings.head, loginOf(files.getCredentials(), settings.head.address.login),
+        [this](const std::string& text) { announce("Head", text); }));
+  }
+}
+
+void Bridge::startCameras() {
+  cameras.clear();
   int channel = 0;
   for (const OverviewSettings& camera : settings.cameras) {
     cameras.emplace_back(
-        camera, loginOf(credentials, camera.address.login),
+        camera, loginOf(files.getCredentials(), camera.address.login),
         [this, channel](const Frame& one) { frame(channel, one); },
         [this, name = camera.name](const std::string& text) { announce(name, text); });
     ++channel;
+  }
+}
+
+// Names and sockets are given up before they are taken anew.
+void Bridge::offerLensesAndFrames() {
+  const int count = static_cast<int>(settings.cameras.size());
+  lens.reset();
+  lens.emplace(connection.get(), lensesOf(settings));
+  scenes.reset();
+  scenes.emplace(paths.scenes, sceneHandshake, count);
+  subscribers.reset();
+  subscribers.emplace(paths.subscriber, subscriberHandshake, count);
+}
+
+void Bridge::settingsChanged() {
+  const BridgeSettings former = std::exchange(settings, files.getSettings());
+  startHead();
+  startCameras();
+  if (!isToldAlike(former, settings)) {
+    parameterStore = ParameterStore(parametersOf(settings, options.usesModule));
+    offerLensesAndFrames();
+    startOrRestartDaemon();
+  }
+}
+
+void Bridge::startOrRestartDaemon() {
+  if (options.daemon.empty()) {
+    announce("Set-up", "The application takes this when it is started again");
+  } else if (daemon && daemon->isRunning()) {
+    isRestartWanted = true;
+    daemon->terminate();
+  } else if (!restart) {
+    startDaemon();
   }
 }
 
@@ -80,6 +131,7 @@ int Bridge::run() {
     startDaemon();
   }
   g_main_loop_run(loop.get());
+  setUp->stopForGood();
   head.stopForGood();
   if (syslog) {
     syslog->drain();
@@ -101,8 +153,8 @@ void Bridge::stop() {
 void Bridge::frame(int channel, const Frame& frame) {
   objects = static_cast<int>(frame.objects.size());
   const auto encode = [&frame](int mask) { return encodeFrame(frame, mask); };
-  scenes.publish(channel, frame.timestamp, encode);
-  subscribers.publish(channel, frame.timestamp, encode);
+  scenes->publish(channel, frame.timestamp, encode);
+  subscribers->publish(channel, frame.timestamp, encode);
   web->frame(units::toSeconds(frame.timestamp - start), channel, frame);
 }
 
@@ -135,7 +187,11 @@ double Bridge::secondsSinceStart() const {
   return units::toSeconds(g_get_monotonic_time() - start);
 }
 
+// Without head and camera it has nothing to do.
 void Bridge::startDaemon() {
+  if (const std::string missing = settings.whatIsMissing(); !missing.empty()) {
+    return announce("Set-up", missing + ": " + web->url() + "setup.html");
+  }
   daemon = std::make_unique<DaemonProcess>(std::vector<std::string>{options.daemon},
                                            [this](const DaemonEnd& end) { daemonEnded(end); });
   web->daemonRunning(true);
@@ -145,7 +201,8 @@ void Bridge::daemonEnded(const DaemonEnd& end) {
   web->daemonRunning(false);
   console.message("The daemon ended with " + describeWaitStatus(end.waitStatus));
   exitStatus = end.ok() ? 0 : 1;
-  if (end.asked || !options.restartDaemon) {
+  const bool isSetUpAnew = std::exchange(isRestartWanted, false) && !stopping;
+  if (!isSetUpAnew && (end.asked || !options.restartDaemon)) {
     g_main_loop_quit(loop.get());
     return;
   }
@@ -158,6 +215,7 @@ void Bridge::daemonEnded(const DaemonEnd& end) {
 gboolean Bridge::restartDue(gpointer data) {
   auto* self = static_cast<Bridge*>(data);
   try {
+    self->restart.reset();
     self->console.message("The daemon is started again");
     self->startDaemon();
   } catch (const std::exception& error) {

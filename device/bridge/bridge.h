@@ -11,8 +11,10 @@
 
 #include "bridge/bridge_options.h"
 #include "bridge/bridge_settings.h"
-#include "bridge/remote_head.h"
+#include "bridge/head_switch.h"
 #include "bridge/remote_overview.h"
+#include "bridge/set_up.h"
+#include "bridge/settings_files.h"
 #include "services/application_monitor.h"
 #include "services/console.h"
 #include "services/daemon_process.h"
@@ -34,22 +36,28 @@ namespace device::bridge {
 // and overview cameras behind them that speak ONVIF. In one thread.
 class Bridge {
  public:
-  // Offers everything; cameras may be away. Throws std::runtime_error.
-  Bridge(const BridgeOptions& options, BridgeSettings given, const Credentials& credentials,
-         const DevicePaths& paths, GDBusConnection* connection);
+  // Offers everything; cameras may be away, or not set up. The files outlive it. Throws
+  // std::runtime_error.
+  Bridge(const BridgeOptions& options, SettingsFiles& files, const DevicePaths& paths,
+         GDBusConnection* connection);
   Bridge(const Bridge&) = delete;
   Bridge& operator=(const Bridge&) = delete;
 
-  // Starts the application and lives until stop(), the duration's end or the application's, which
-  // may be started again instead; the head stands then. Returns the process' exit status: 0 when
-  // the application, if there is one, ended as it was told to.
+  // Starts the application as soon as head and cameras are set up, and lives until stop(), the
+  // duration's end or the application's, which may be started again instead; the head stands then.
+  // Returns the process' exit status: 0 when the application, if there is one, ended as it was told
+  // to.
   int run();
 
   // Ends the application, then the bridge. Again is ignored.
   void stop();
 
  private:
-  void startCameras(const Credentials& credentials);
+  void startHead();
+  void startCameras();
+  void offerLensesAndFrames();
+  void settingsChanged();
+  void startOrRestartDaemon();
   void frame(int channel, const Frame& frame);
   void showStatus();
   void logLine(const SyslogLine& line);
@@ -60,25 +68,30 @@ class Bridge {
   static gboolean restartDue(gpointer self);
 
   BridgeOptions options;
-  BridgeSettings settings;
+  SettingsFiles& files;
+  BridgeSettings settings;  // that are at work
+  DevicePaths paths;
+  GObjectPtr<GDBusConnection> connection;
   std::int64_t start;  // monotonic microseconds
   Console console;
   int exitStatus = 0;
   bool stopping = false;
-  int objects = 0;  // in the last frame
+  bool isRestartWanted = false;  // of the application, which reads much at its start only
+  int objects = 0;               // in the last frame
   ApplicationMonitor monitor;
   std::optional<SyslogServer> syslog;
   EventService events;
   std::unique_ptr<WebInterface> web;
-  RemoteHead head;
+  HeadSwitch head;
   ParameterStore parameterStore;
   PtzService ptz;
   ParameterService parameters;
   RemotePtzService remotePtz;
-  LensService lens;
-  FrameServer scenes;
-  FrameServer subscribers;
+  std::optional<LensService> lens;
+  std::optional<FrameServer> scenes;
+  std::optional<FrameServer> subscribers;
   std::list<RemoteOverview> cameras;
+  std::optional<SetUp> setUp;
   GMainLoopPtr loop;
   std::unique_ptr<DaemonProcess> daemon;
   GSourcePtr restart;

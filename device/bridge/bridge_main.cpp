@@ -13,7 +13,7 @@ namespace {
 
 using device::bridge::Bridge;
 using device::bridge::BridgeOptions;
-using device::bridge::Credentials;
+using device::bridge::SettingsFiles;
 
 constexpr int FAILED = 1;
 constexpr int USAGE = 2;
@@ -31,11 +31,9 @@ int tellCameras() {
 }
 
 int runBridge(const BridgeOptions& options) {
-  const Credentials credentials =
-      options.credentials ? device::bridge::readCredentials(*options.credentials) : Credentials();
+  SettingsFiles files(options.settings, options.credentials);
   const auto connection = device::connectToSystemBus();
-  Bridge bridge(options, device::bridge::readSettings(options.settings), credentials,
-                device::DevicePaths(), connection.get());
+  Bridge bridge(options, files, device::DevicePaths(), connection.get());
   for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
     g_unix_signal_add(signal, stopBridge, &bridge);
   }

@@ -26,10 +26,13 @@ void parse(const std::vector<std::string>& arguments, Raw* raw) {
   std::vector<GOptionEntry> entries = {
       {"find", 0, 0, G_OPTION_ARG_NONE, &raw->find,
        "Tell which cameras there are on this machine's networks, and end", nullptr},
-      {"settings", 0, 0, G_OPTION_ARG_FILENAME, raw->settings.out(), "The cameras and the head",
-       "FILE"},
+      {"settings", 0, 0, G_OPTION_ARG_FILENAME, raw->settings.out(),
+       "The cameras and the head; the page's set-up writes it", "FILE"},
       {"credentials", 0, 0, G_OPTION_ARG_FILENAME, raw->credentials.out(),
-       "Their users and passwords, in a file that nobody else can read", "FILE"},
+       "Their users and passwords, in a file that nobody else can read (credentials.json beside "
+       "the "
+       "settings)",
+       "FILE"},
       {"daemon", 0, 0, G_OPTION_ARG_FILENAME, raw->daemon.out(), "Application to start", "PROGRAM"},
       {"restart-daemon", 0, 0, G_OPTION_ARG_NONE, &raw->restartDaemon,
        "Start it again when it ends by itself", nullptr},
@@ -67,9 +70,9 @@ BridgeOptions parseBridgeOptions(const std::vector<std::string>& arguments) {
     throw OptionError("--duration is a time of 0 or more");
   }
   options.settings = raw.settings.get();
-  if (raw.credentials.get() != nullptr) {
-    options.credentials = raw.credentials.get();
-  }
+  options.credentials = raw.credentials.get() != nullptr
+                            ? std::filesystem::path(raw.credentials.get())
+                            : options.settings.parent_path() / "credentials.json";
   options.daemon = raw.daemon.get() != nullptr ? raw.daemon.get() : "";
   options.restartDaemon = raw.restartDaemon != FALSE;
   options.duration = raw.duration;

@@ -2,7 +2,6 @@
 #define DEVICE_BRIDGE_BRIDGE_OPTIONS_H
 
 #include <filesystem>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -15,7 +14,7 @@ namespace device::bridge {
 struct BridgeOptions {
   bool find = false;  // only tell which cameras there are
   std::filesystem::path settings;
-  std::optional<std::filesystem::path> credentials;
+  std::filesystem::path credentials;
   std::string daemon;  // program to start, empty for none
   bool restartDaemon = false;
   double duration = 0;      // seconds, 0 for no end

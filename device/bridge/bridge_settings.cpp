@@ -20,6 +20,7 @@ constexpr std::size_t MOST_CAMERAS = 4;
 constexpr std::size_t LONGEST_FILE = std::size_t{1} << 20;  // bytes
 constexpr double MOST_METRES = 200;
 constexpr double LEAST_MAST = 0.5;
+constexpr double MOST_DISTORTION = 1000;
 
 // One object of the file. Every key that is read is noted; what is left over is a fault.
 class Part {
@@ -221,6 +222,7 @@ OverviewSettings readCamera(Part part) {
   camera.roll = part.number("roll", TURN, 0);
   camera.offsetX = part.number("offset_x", {-MOST_METRES, MOST_METRES}, 0);
   camera.offsetY = part.number("offset_y", {-MOST_METRES, MOST_METRES}, 0);
+  camera.distortion = part.number("distortion", {-MOST_DISTORTION, MOST_DISTORTION}, 0);
   camera.wishes.likelihood = part.number("likelihood", {0, 1}, camera.wishes.likelihood);
   if (part.has("classes")) {
     camera.wishes.classes.clear();
@@ -257,10 +259,12 @@ BridgeSettings settingsOf(const std::string& json, const std::string& file) {
   }
   Part part(root.get(), file, "");
   BridgeSettings settings;
-  settings.head = readHead(part.part("head"));
+  if (part.has("head")) {
+    settings.head = readHead(part.part("head"));
+  }
   const std::vector<json_t*> cameras = part.list("cameras");
-  if (cameras.empty() || cameras.size() > MOST_CAMERAS) {
-    throw part.fault("cameras", "has to be a list of 1 to 4 cameras");
+  if (cameras.size() > MOST_CAMERAS) {
+    throw part.fault("cameras", "has to be a list of at most 4 cameras");
   }
   for (std::size_t i = 0; i < cameras.size(); ++i) {
     settings.cameras.push_back(readCamera(part.item(cameras[i], "cameras", i)));
@@ -280,6 +284,10 @@ BridgeSettings settingsOf(const std::string& json, const std::string& file) {
   }
   part.finish();
   return settings;
+}
+
+std::string BridgeSettings::whatIsMissing() const {
+  return !hasHead() ? "The head is not set up" : cameras.empty() ? "No camera is set up" : "";
 }
 
 BridgeSettings readSettings(const std::filesystem::path& file) {

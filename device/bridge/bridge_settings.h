@@ -49,6 +49,7 @@ struct OverviewSettings {
   double roll = 0;
   double offsetX = 0;  // metres from the head
   double offsetY = 0;
+  double distortion = 0;  // of the lens, as the parameters of the application have it
   SceneWishes wishes;
   onvif::PixelSize pixels;      // of coordinates that the camera tells in pixels
   std::int64_t leastDelay = 0;  // microseconds
@@ -56,13 +57,19 @@ struct OverviewSettings {
 
 struct BridgeSettings {
   HeadSettings head;
-  std::vector<OverviewSettings> cameras;  // 1 to 4
+  std::vector<OverviewSettings> cameras;  // up to 4
   double mastHeight = 5;                  // metres
   std::string following = "predictive";
   std::map<std::string, std::string> parameters;  // further ones of the application, by full name
+
+  bool hasHead() const { return !head.address.device.empty(); }
+
+  // What has to be set up before anybody can be followed, for the user; empty when nothing has.
+  std::string whatIsMissing() const;
 };
 
-// Reads a settings file, the form of which is in settings.schema.json. Throws SettingsError.
+// Reads a settings file, the form of which is in settings.schema.json; head and cameras may be
+// missing as long as they are not set up. Throws SettingsError.
 BridgeSettings readSettings(const std::filesystem::path& file);
 BridgeSettings settingsOf(const std::string& json, const std::string& file);
 

@@ -280,7 +280,7 @@ void RemoteHead::step() {
 }
 
 void RemoteHead::sendMove(std::int64_t now) {
-  if (!areFactsKnown) {
+  if (!areFactsKnown || isHeld) {
     return;
   }
   auto call = moves.next(now, sight.status(now));

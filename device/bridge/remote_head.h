@@ -42,6 +42,9 @@ class RemoteHead : public ServedHead {
   // What the daemon asks the head for, names without "root."; null as long as too little is known.
   const std::map<std::string, std::string>* parameters() const;
 
+  // While it is held nothing is sent that moves the head or stops it: somebody else does.
+  void hold(bool isHeldNow) { isHeld = isHeldNow; }
+
   // Sends the last word, and waits half a second for the head's answer at most.
   void stopForGood();
 
@@ -79,6 +82,7 @@ class RemoteHead : public ServedHead {
   HeadMoves moves;
   HeadSight sight;
   bool areFactsKnown = false;
+  bool isHeld = false;
   std::map<std::string, std::string> known;  // parameters()
   std::map<int, Preset> presetTable;
   bool isStatusAsked = false;

@@ -2,6 +2,7 @@
 
 #include <jansson.h>
 
+#include <algorithm>
 #include <numeric>
 
 #include "base/json_auto_ptr.h"
@@ -69,6 +70,9 @@ std::map<std::string, std::string> parametersOf(const BridgeSettings& settings, 
     tell(centre + ".Pan", degrees(camera.pan));
     tell(centre + ".Tilt", degrees(camera.tilt));
     tell(centre + ".Roll", degrees(camera.roll));
+    if (camera.distortion != 0) {
+      tell(centre + ".Distortion", text::formatted("%.6f", camera.distortion));
+    }
     tell(overview + ".OffsetX", metres(camera.offsetX));
     tell(overview + ".OffsetY", metres(camera.offsetY));
   }
@@ -81,6 +85,20 @@ std::vector<Lens> lensesOf(const BridgeSettings& settings) {
     lenses.push_back({camera.horizontalFov, camera.verticalFov, 0});
   }
   return lenses;
+}
+
+bool isToldAlike(const BridgeSettings& one, const BridgeSettings& other) {
+  const auto lensAlike = [](const Lens& a, const Lens& b) {
+    return a.horizontalFov == b.horizontalFov && a.verticalFov == b.verticalFov;
+  };
+  const HeadSettings& head = one.head;
+  const HeadSettings& otherHead = other.head;
+  return parametersOf(one, false) == parametersOf(other, false) &&
+         std::ranges::equal(lensesOf(one), lensesOf(other), lensAlike) &&
+         one.hasHead() == other.hasHead() && head.product == otherHead.product &&
+         head.address.device == otherHead.address.device &&
+         head.told.fieldAngles == otherHead.told.fieldAngles &&
+         head.told.pan == otherHead.told.pan && head.told.tilt == otherHead.told.tilt;
 }
 
 std::string modelJsonOf(const BridgeSettings& settings, const std::string& product) {

@@ -17,6 +17,9 @@ std::map<std::string, std::string> parametersOf(const BridgeSettings& settings, 
 // The lenses of the overview cameras. Their pictures are upright, and so is what they tell.
 std::vector<Lens> lensesOf(const BridgeSettings& settings);
 
+// Whether the application is told the same by both, of what it reads at its start.
+bool isToldAlike(const BridgeSettings& one, const BridgeSettings& other);
+
 // The page's "model" message.
 std::string modelJsonOf(const BridgeSettings& settings, const std::string& product);
 

@@ -38,4 +38,9 @@ std::string_view nameSpaceOfPrefix(std::string_view prefix) {
   return found != PREFIXES.end() ? found->name : std::string_view();
 }
 
+std::string_view prefixOfNameSpace(std::string_view name) {
+  const auto* const found = std::ranges::find(PREFIXES, name, &Prefix::name);
+  return found != PREFIXES.end() ? found->prefix : std::string_view();
+}
+
 }  // namespace device::onvif

@@ -37,6 +37,9 @@ constexpr char OWN_TOPICS[] = "urn:sentrelvideo:topics";
 // The name that a prefix stands for in what is written here; empty for one that is never written.
 std::string_view nameSpaceOfPrefix(std::string_view prefix);
 
+// The other way round; empty for a name that is never written.
+std::string_view prefixOfNameSpace(std::string_view name);
+
 }  // namespace device::onvif
 
 #endif

@@ -76,6 +76,11 @@ class WebInterface {
     server.ask(body, std::move(done));
   }
 
+  // Answers what is posted to a path of the device's own.
+  void addAnswer(const std::string& path, WebServer::Answerer answerer) {
+    server.addAnswer(path, std::move(answerer));
+  }
+
   // Is told the body of each request from the network that the application has answered.
   void observeRequests(WebServer::Observer observer) {
     server.observeRequests(std::move(observer));

@@ -47,10 +47,36 @@ TEST(BridgeSettingsTest, LeastSettingsAreAHeadAndACamera) {
   EXPECT_EQ("predictive", settings.following);
 }
 
+TEST(BridgeSettingsTest, WhatIsNotSetUpIsMissing) {
+  EXPECT_EQ("The head is not set up", settingsOf("{}", "cameras.json").whatIsMissing());
+  EXPECT_EQ("No camera is set up",
+            settingsOf(std::string("{") + HEAD + "}", "cameras.json").whatIsMissing());
+  EXPECT_EQ("", settingsOf(whole(), "cameras.json").whatIsMissing());
+}
+
+TEST(BridgeSettingsTest, OnlyWhatTheApplicationIsToldMakesADifferenceToIt) {
+  const BridgeSettings settings = settingsOf(whole(), "cameras.json");
+  BridgeSettings other = settings;
+  other.cameras[0].address.device = "http://c/";
+  other.head.told.invertPanSpeed = true;
+  other.head.believesMoves = false;
+  EXPECT_TRUE(isToldAlike(settings, other));
+  other.cameras[0].distortion = 0.02;
+  EXPECT_FALSE(isToldAlike(settings, other));
+  EXPECT_EQ("0.020000", parametersOf(other, false).at("root.PTZ.RemoteCenter.C1.Distortion"));
+  EXPECT_FALSE(parametersOf(settings, false).contains("root.PTZ.RemoteCenter.C1.Distortion"));
+  other = settings;
+  other.head.told.fieldAngles.low = 3;
+  EXPECT_FALSE(isToldAlike(settings, other));
+  other = settings;
+  other.cameras[0].horizontalFov = 30;
+  EXPECT_FALSE(isToldAlike(settings, other));
+}
+
 TEST(BridgeSettingsTest, FaultsAreToldWithTheirPlace) {
   EXPECT_THAT(complaintOf("{"), HasSubstr("cameras.json, line 1"));
-  EXPECT_THAT(complaintOf("{}"), HasSubstr("head is missing"));
-  EXPECT_THAT(complaintOf(std::string("{") + HEAD + "}"), HasSubstr("cameras has to be a list"));
+  EXPECT_THAT(complaintOf(std::string("{") + HEAD + R"(, "cameras": {}})"),
+              HasSubstr("cameras has to be a list"));
   EXPECT_THAT(complaintOf(whole(R"(, "mast_hight": 3)")), HasSubstr("mast_hight is not known"));
   EXPECT_THAT(complaintOf(whole(R"(, "mast_height": 0)")), HasSubstr("from 0.5 to 200"));
   EXPECT_THAT(complaintOf(whole(R"(, "following": "blind")")), HasSubstr("following"));

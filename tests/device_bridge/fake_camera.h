@@ -20,6 +20,7 @@ struct FakeRequest {
   std::string operation;  // name of the body's element
   std::string path;
   std::string authorization;  // the header, empty without
+  std::string body;
   std::optional<UserToken> token;
 };
 
@@ -63,8 +64,8 @@ class FakeCamera {
     const Envelope envelope = readEnvelope(text);
     const char* header = soup_message_headers_get_one(
         soup_server_message_get_request_headers(message), "Authorization");
-    self->requests.push_back(
-        {envelope.operation.name().name, path, header != nullptr ? header : "", envelope.token});
+    self->requests.push_back({envelope.operation.name().name, path, header != nullptr ? header : "",
+                              text, envelope.token});
     const FakeAnswer given = self->answer(self->requests.back());
     if (given.isNever) {
       soup_server_message_pause(message);

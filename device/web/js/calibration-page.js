@@ -9,6 +9,8 @@ import { toScene } from './geometry.js';
 import { HeadView } from './head-view.js';
 import { listen } from './live.js';
 import { OverviewPictures } from './overview.js';
+import { callSetUp } from './setup-api.js';
+import { toldOfCalibration } from './setup-told.js';
 import { Store } from './store.js';
 
 const wanted = Number(new URLSearchParams(location.search).get('camera') ?? 1);
@@ -32,6 +34,25 @@ function begin(channel) {
       toDrawn: (place) => toScene(channel.rotation, place),
     },
   );
+  if (store.model.transport === 'onvif') offerToKeep(channel.camera);
+}
+
+/** Cameras of others stand in settings that can be changed from here. */
+function offerToKeep(number) {
+  const button = byTestId('calibration-keep');
+  const status = byTestId('calibration-kept');
+  session.addEventListener('change', () => {
+    button.hidden = !session.answer?.data;
+    setText(status, '');
+  });
+  button.addEventListener('click', async () => {
+    try {
+      await callSetUp('useCamera', { number, told: toldOfCalibration(session.answer.data) });
+      setText(status, 'It is kept; the daemon takes it with a new start.');
+    } catch (error) {
+      setText(status, error.message);
+    }
+  });
 }
 
 store.on('model', (model) => {

@@ -1,0 +1,81 @@
+#include "bridge/head_check_run.h"
+
+#include <glib.h>
+
+#include <utility>
+
+#include "onvif/namespaces.h"
+
+namespace device::bridge {
+
+namespace {
+
+using onvif::SoapReply;
+using onvif::Tag;
+namespace ns = onvif::ns;
+
+constexpr int MOST_SILENCES = 3;
+constexpr std::int64_t LAST_WORD = 2000000;  // microseconds
+
+}  // namespace
+
+HeadCheckRun::HeadCheckRun(const std::string& device, const onvif::Login& login,
+                           const CameraAbilities& abilities, const onvif::MediaProfile& profile,
+                           bool withZoom, std::function<void()> over)
+    : service(abilities.services.at(ns::PTZ)),
+      profile(profile.token),
+      check(profile.token, abilities.head, withZoom),
+      over(std::move(over)),
+      calls(device, login),
+      timer(TICK, [this] { step(); }) {}
+
+void HeadCheckRun::stopForGood() {
+  const std::int64_t until = g_get_monotonic_time() + LAST_WORD;
+  check.giveUp("The bridge ends");
+  while (!check.isOver() && g_get_monotonic_time() < until) {
+    g_main_context_iteration(g_main_context_get_thread_default(), TRUE);  // the timer's at least
+  }
+}
+
+void HeadCheckRun::step() {
+  if (check.isOver()) {
+    if (!std::exchange(isTold, true)) {
+      over();
+    }
+    return;
+  }
+  const std::int64_t now = g_get_monotonic_time();
+  if (auto call = check.next(now)) {
+    calls.call(service, std::move(call->operation), [this](const SoapReply& reply) {
+      const bool isMissing = !reply.ok() && reply.failure().trouble == onvif::Trouble::missing;
+      check.answered({.ok = reply.ok(), .isTimeoutRefused = false, .isOperationMissing = isMissing},
+                     reply.ok() ? "" : reply.failure().words, g_get_monotonic_time());
+    });
+  }
+  askStatus(now);
+}
+
+void HeadCheckRun::askStatus(std::int64_t now) {
+  if (isStatusAsked || now < statusDue) {
+    return;
+  }
+  isStatusAsked = true;
+  statusDue = now + STATUS_PERIOD;
+  calls.call(service, Tag("tptz:GetStatus", Tag("tptz:ProfileToken", profile)),
+             [this, now](const SoapReply& reply) { statusCame(reply, now); });
+}
+
+void HeadCheckRun::statusCame(const SoapReply& reply, std::int64_t asked) {
+  isStatusAsked = false;
+  const auto status =
+      reply.ok() ? reply.body().child(ns::PTZ, "PTZStatus") : std::optional<onvif::XmlElement>();
+  if (status) {
+    silences = 0;
+    check.told(onvif::readHeadReading(*status), asked, g_get_monotonic_time());
+  } else if (++silences == MOST_SILENCES) {
+    check.giveUp("The head does not say where it is. " +
+                 (reply.ok() ? std::string("Its answer is empty") : reply.failure().words));
+  }
+}
+
+}  // namespace device::bridge

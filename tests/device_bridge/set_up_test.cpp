@@ -1,0 +1,250 @@
+// The page's set-up against the product's own ONVIF side, in one process.
+#include "bridge/set_up.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "base/json_auto_ptr.h"
+#include "device_services/private_bus.h"
+#include "onvif_server/onvif_camera.h"
+#include "support/main_loop.h"
+#include "support/source_folder.h"
+#include "support/temporary_folder.h"
+
+namespace device::bridge {
+namespace {
+
+using testing::AllOf;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+constexpr char USER[] = "anna";
+constexpr char PASSWORD[] = "secret word";
+
+class SetUpTest : public testing::Test {
+ protected:
+  SetUpTest() : model(loadModel(modelsFolder(), "perfect")) {
+    options.user = WebUser{USER, PASSWORD};
+    camera = std::make_unique<onvif::OnvifCamera>(
+        options, onvif::OnvifSources{model, world, drive, events, [] { return 20.0; },
+                                     [](const std::string&) {}});
+  }
+
+  // What was answered; the data of what went well.
+  JsonAutoPtr ask(const std::string& method, const std::string& params = "{}") {
+    const WebAnswer answer =
+        setUp.answer(R"({"method": ")" + method + R"(", "params": )" + params + "}");
+    everythingSaid += answer.body;
+    JsonAutoPtr json(json_loads(answer.body.c_str(), 0, nullptr));
+    trouble = "";
+    if (answer.status != SOUP_STATUS_OK) {
+      const json_t* error = json_object_get(json.get(), "error");
+      trouble = json_string_value(json_object_get(error, "message"));
+    }
+    return JsonAutoPtr(json_incref(json_object_get(json.get(), "data")));
+  }
+
+  JsonAutoPtr state(const char* part) {
+    return JsonAutoPtr(json_incref(json_object_get(ask("getSetUp").get(), part)));
+  }
+
+  bool isRunning(const char* part) {
+    return json_is_true(json_object_get(state(part).get(), "running"));
+  }
+
+  void inspect(const std::string& password = PASSWORD) {
+    ask("inspect", R"({"address": ")" + camera->url() + R"(", "user": "anna", "password": ")" +
+                       password + "\"}");
+    ASSERT_EQ("", trouble);
+    ASSERT_TRUE(iterateUntil([this] { return !isRunning("camera"); }));
+  }
+
+  std::vector<std::string> wordsOf(const char* part) {
+    std::vector<std::string> words;
+    const JsonAutoPtr whole = state(part);
+    std::size_t index = 0;
+    const json_t* word = nullptr;
+    json_array_foreach(json_object_get(whole.get(), "words"), index, word) {
+      words.emplace_back(json_string_value(word));
+    }
+    return words;
+  }
+
+  void useHead() {
+    ask("useHead", R"({"profile": "head", "told": {"field_angles": [2.5, 63.4]}})");
+    ASSERT_EQ("", trouble);
+  }
+  void useCamera() {
+    ask("useCamera", R"({"profile": "overview1",
+                         "told": {"name": "Gate", "horizontal_fov": 60, "vertical_fov": 36}})");
+    ASSERT_EQ("", trouble);
+  }
+
+  DbusDaemon bus;
+  GObjectPtr<GDBusConnection> connection = connectToSystemBus();
+  EventService events{connection.get()};
+  Model model;
+  World world{model.world, {}};
+  HeadDrive drive{model.head, g_get_monotonic_time};
+  onvif::OnvifOptions options;
+  std::unique_ptr<onvif::OnvifCamera> camera;
+  TemporaryFolder folder;
+  SettingsFiles files{folder / "cameras.json", folder / "credentials.json"};
+  int changes = 0;
+  std::vector<bool> held;
+  std::vector<onvif::FoundCamera> around;
+  std::string trouble;
+  std::string everythingSaid;
+  bridge::SetUp setUp{{.files = files,
+                       .changed = [this] { ++changes; },
+                       .holdHead = [this](bool isHeld) { held.push_back(isHeld); },
+                       .find = [this] { return around; }}};
+};
+
+TEST_F(SetUpTest, CamerasThatAreFoundAreListed) {
+  around = {{"urn:uuid:1", "Gate", "M1", {"http://10.0.0.2/onvif/device_service"}}};
+  ask("search");
+  ASSERT_TRUE(iterateUntil([this] { return !isRunning("search"); }));
+  const JsonAutoPtr search = state("search");
+  const json_t* first = json_array_get(json_object_get(search.get(), "cameras"), 0);
+  EXPECT_STREQ("Gate", json_string_value(json_object_get(first, "name")));
+  EXPECT_STREQ("http://10.0.0.2/onvif/device_service",
+               json_string_value(json_object_get(first, "address")));
+}
+
+TEST_F(SetUpTest, CameraIsToldInPlainWords) {
+  inspect();
+  EXPECT_THAT(wordsOf("camera"), AllOf(Contains("It moves a head, by the profile Head (head)"),
+                                       Contains("Its positions are degrees"),
+                                       Contains(HasSubstr("It tells objects, by the profile"))));
+}
+
+TEST_F(SetUpTest, WrongPasswordIsToldInWordsAndNothingIsKept) {
+  inspect("guess");
+  const JsonAutoPtr state_ = state("camera");
+  EXPECT_THAT(json_string_value(json_object_get(state_.get(), "trouble")),
+              HasSubstr("does not accept the user or the password"));
+  ask("useHead", R"({"profile": "head", "told": {"field_angles": [2.5, 63.4]}})");
+  EXPECT_EQ("Say first which camera", trouble);
+  EXPECT_THAT(everythingSaid, Not(HasSubstr("guess")));
+  EXPECT_EQ(0, changes);
+}
+
+TEST_F(SetUpTest, HeadAndCameraAreWrittenAndTaken) {
+  inspect();
+  useHead();
+  EXPECT_EQ(1, changes);
+  EXPECT_EQ("No camera is set up", files.getSettings().whatIsMissing());
+  useCamera();
+  EXPECT_EQ(2, changes);
+  const BridgeSettings& settings = files.getSettings();
+  EXPECT_EQ("", settings.whatIsMissing());
+  EXPECT_EQ(camera->url(), settings.head.address.device);
+  EXPECT_EQ("head", settings.head.address.profile);
+  EXPECT_EQ("Gate", settings.cameras.at(0).name);
+  const onvif::Login login = loginOf(files.getCredentials(), settings.cameras[0].address.login);
+  EXPECT_EQ(USER, login.user);
+  EXPECT_EQ(PASSWORD, login.password);
+  EXPECT_THAT(everythingSaid, Not(HasSubstr(PASSWORD)));
+}
+
+TEST_F(SetUpTest, KnownCameraNeedsItsPasswordNoMore) {
+  inspect();
+  useHead();
+  ask("inspect", R"({"address": "127.0.0.1:1"})");
+  ask("inspect", R"({"head": true})");
+  ASSERT_TRUE(iterateUntil([this] { return !isRunning("camera"); }));
+  EXPECT_THAT(wordsOf("camera"), Contains("Its positions are degrees"));
+}
+
+TEST_F(SetUpTest, CalibrationGoesIntoTheCameraThatThereIs) {
+  inspect();
+  useHead();
+  useCamera();
+  ask("useCamera", R"({"number": 1, "told": {"pan": 12.5, "tilt": -25, "distortion": 0.01}})");
+  ASSERT_EQ("", trouble);
+  const OverviewSettings& gate = files.getSettings().cameras.at(0);
+  EXPECT_DOUBLE_EQ(12.5, gate.pan);
+  EXPECT_DOUBLE_EQ(0.01, gate.distortion);
+  EXPECT_DOUBLE_EQ(60, gate.horizontalFov);
+  ask("useCamera", R"({"number": 2, "told": {"pan": 1}})");
+  EXPECT_EQ("There is no such camera", trouble);
+  ask("removeCamera", R"({"number": 1})");
+  EXPECT_TRUE(files.getSettings().cameras.empty());
+}
+
+TEST_F(SetUpTest, WhatTheSettingsCannotHaveIsRefusedWithItsPlace) {
+  inspect();
+  ask("useHead", R"({"profile": "head"})");
+  EXPECT_THAT(trouble, HasSubstr("head.field_angles"));
+  ask("useHead", R"({"profile": "door"})");
+  EXPECT_EQ("The camera has no such profile", trouble);
+  ask("useGeneral", R"({"told": {"mast_height": 0}})");
+  EXPECT_THAT(trouble, HasSubstr("mast_height"));
+  ask("inspect", R"({"address": "https://camera/"})");
+  EXPECT_THAT(trouble, HasSubstr("no address of a camera"));
+  ask("sing");
+  EXPECT_EQ("There is no such method", trouble);
+  EXPECT_EQ(0, changes);
+}
+
+TEST_F(SetUpTest, SnapshotIsThatOfTheCamera) {
+  inspect();
+  const auto jpeg = [this] {
+    const JsonAutoPtr answer = ask("snapshot", R"({"profile": "overview1"})");
+    const char* text = json_string_value(json_object_get(answer.get(), "jpeg"));
+    return std::string(text != nullptr ? text : "");
+  };
+  ASSERT_TRUE(iterateUntil([&] { return !jpeg().empty(); }));
+  EXPECT_TRUE(jpeg().starts_with("/9j/")) << "a JPEG's first bytes as base64";
+}
+
+TEST_F(SetUpTest, CheckHoldsTheHeadAndLeavesItStandingWhenItIsEnded) {
+  inspect();
+  ask("checkHead", R"({"profile": "overview1"})");
+  EXPECT_EQ("This profile moves no head", trouble);
+  ask("checkHead", R"({"profile": "head"})");
+  ASSERT_EQ("", trouble);
+  EXPECT_THAT(held, ElementsAre(true));
+  ask("inspect", R"({"head": true})");
+  EXPECT_EQ("The head is being checked", trouble);
+  ASSERT_TRUE(iterateUntil([this] { return drive.getHead().status().moving(); }));
+  ask("stopCheck");
+  ASSERT_TRUE(iterateUntil([this] { return !isRunning("check"); }));
+  ASSERT_TRUE(iterateUntil([this] { return held.size() == 2; }));
+  EXPECT_FALSE(held[1]);
+  EXPECT_FALSE(drive.getHead().status().moving());
+}
+
+TEST_F(SetUpTest, CheckOfAHeadThatEverythingIsRightWith) {
+  inspect();
+  ask("checkHead", R"({"profile": "head", "zoom": false})");
+  ASSERT_EQ("", trouble);
+  ASSERT_TRUE(iterateUntil([this] { return !isRunning("check"); }));
+  EXPECT_THAT(wordsOf("check"),
+              AllOf(Contains(HasSubstr("It answers within")), Contains("It heeds a Stop"),
+                    Contains(HasSubstr("Left alone it stands after 1."))));
+  useHead();
+  EXPECT_FALSE(files.getSettings().head.told.invertPanSpeed);
+  EXPECT_TRUE(files.getSettings().head.believesMoves);
+}
+
+TEST_F(SetUpTest, MetadataThatCannotBeSwitchedOnAreToldInWords) {
+  inspect();
+  ask("switchMetadataOn", R"({"profile": "overview1"})");
+  ASSERT_EQ("", trouble);
+  ASSERT_TRUE(iterateUntil([this] { return !isRunning("metadata"); }));
+  const JsonAutoPtr metadata = state("metadata");
+  EXPECT_THAT(json_string_value(json_object_get(metadata.get(), "trouble")),
+              HasSubstr("switch analytics on in its metadata on its own page"));
+}
+
+}  // namespace
+}  // namespace device::bridge
