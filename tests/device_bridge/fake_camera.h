@@ -30,6 +30,7 @@ struct FakeAnswer {
   std::string challenge{};  // WWW-Authenticate
   std::string date{};       // instead of the server's own
   bool isNever = false;     // keeps the caller waiting
+  unsigned delay = 0;       // milliseconds before it goes out
 };
 
 // A camera whose answers are the test's, in the test's main loop.
@@ -69,8 +70,31 @@ class FakeCamera {
     const FakeAnswer given = self->answer(self->requests.back());
     if (given.isNever) {
       soup_server_message_pause(message);
-      return;
+    } else if (given.delay > 0) {
+      soup_server_message_pause(message);
+      g_timeout_add_full(G_PRIORITY_DEFAULT, given.delay, sendLate,
+                         new Late{GObjectPtr<SoupServerMessage>(
+                                      static_cast<SoupServerMessage*>(g_object_ref(message))),
+                                  given},
+                         [](gpointer late) { delete static_cast<Late*>(late); });
+    } else {
+      send(message, given);
     }
+  }
+
+  struct Late {
+    GObjectPtr<SoupServerMessage> message;
+    FakeAnswer answer;
+  };
+
+  static gboolean sendLate(gpointer data) {
+    const auto* late = static_cast<Late*>(data);
+    send(late->message.get(), late->answer);
+    soup_server_message_unpause(late->message.get());
+    return G_SOURCE_REMOVE;
+  }
+
+  static void send(SoupServerMessage* message, const FakeAnswer& given) {
     auto* headers = soup_server_message_get_response_headers(message);
     if (!given.challenge.empty()) {
       soup_message_headers_replace(headers, "WWW-Authenticate", given.challenge.c_str());

@@ -6,6 +6,7 @@
 
 #include <array>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "base/glib_ptr.h"
@@ -54,6 +55,60 @@ TEST_F(MetadataJoinerTest, LostPacketCostsUpToTheNextMarker) {
   EXPECT_THAT(send("</a>", true), IsEmpty());
   EXPECT_THAT(send("<b/>", true), ElementsAre("<b/>"));
   EXPECT_EQ(1U, joiner.getLost());
+}
+
+// Documents in packets of 100 bytes, one packet of 50 of which is lost: what has arrived.
+std::vector<std::string> arrivedOf(const std::vector<std::string>& payloads, MetadataJoiner* joiner,
+                                   std::vector<bool>* isSpoilt) {
+  constexpr std::size_t LENGTH = 100;
+  std::vector<std::string> arrived;
+  std::uint16_t sequence = 65000;
+  int count = 0;
+  isSpoilt->assign(payloads.size() + 1, false);
+  for (std::size_t i = 0; i < payloads.size(); ++i) {
+    for (std::size_t at = 0; at < payloads[i].size(); at += LENGTH, ++sequence) {
+      const bool isLast = at + LENGTH >= payloads[i].size();
+      if (++count % 50 == 0) {
+        isSpoilt->at(i) = true;
+        isSpoilt->at(i + 1) = isSpoilt->at(i + 1) || isLast;  // nobody sees where it begins
+        continue;
+      }
+      for (std::string& document :
+           joiner->take({payloads[i].substr(at, LENGTH), isLast, sequence}, 0)) {
+        arrived.push_back(std::move(document));
+      }
+    }
+  }
+  return arrived;
+}
+
+TEST_F(MetadataJoinerTest, OnePacketOf50CostsOnlyTheDocumentsThatItBelongsTo) {
+  for (const bool isPacked : {false, true}) {
+    std::vector<std::string> documents;
+    std::vector<std::string> payloads;
+    std::uint32_t chance = 1;
+    for (int i = 0; i < 200; ++i) {
+      std::string document = "<a>";
+      while (document.size() < 1000) {
+        chance = chance * 1664525 + 1013904223;
+        document += std::to_string(chance);
+      }
+      documents.push_back(document + "</a>");
+      payloads.push_back(isPacked ? zipped(documents.back()) : documents.back());
+    }
+    MetadataJoiner packets;
+    std::vector<bool> isSpoilt;
+    const std::vector<std::string> arrived = arrivedOf(payloads, &packets, &isSpoilt);
+    std::vector<std::string> whole;
+    for (std::size_t i = 0; i < documents.size(); ++i) {
+      if (!isSpoilt[i]) {
+        whole.push_back(documents[i]);
+      }
+    }
+    EXPECT_EQ(whole, arrived) << (isPacked ? "packed" : "plain");
+    EXPECT_LT(120U, arrived.size());
+    EXPECT_GT(200U, arrived.size());
+  }
 }
 
 TEST_F(MetadataJoinerTest, GapThatTheReceiverKnowsOfCostsTheSame) {

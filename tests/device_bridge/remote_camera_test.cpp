@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
 #include <string>
 #include <vector>
@@ -22,11 +23,34 @@ constexpr char USER[] = "anna";
 
 class RemoteCameraTest : public testing::Test {
  protected:
-  RemoteCameraTest() : model(loadModel(modelsFolder(), "perfect")) {
-    options.user = WebUser{USER, "secret word"};
+  RemoteCameraTest() : model(loadModel(modelsFolder(), "perfect")) { start("secret word"); }
+
+  // At the same port as before, if there was one.
+  void start(const std::string& password) {
+    options.user = WebUser{USER, password};
     camera = std::make_unique<onvif::OnvifCamera>(
         options, onvif::OnvifSources{model, world, drive, events, [] { return 20.0; },
                                      [](const std::string&) {}});
+    options.port = camera->port();
+  }
+
+  OverviewSettings overviewSettings() const {
+    OverviewSettings settings;
+    settings.address = {camera->url(), USER, "overview1"};
+    return settings;
+  }
+
+  // Somebody is seen by the camera, if it is there, until it is told.
+  bool isSeenAnew() {
+    frames.clear();
+    Frame sent;
+    sent.objects.push_back(
+        {.id = 7, .box = {{{0, 0}, {0, 99}, {99, 99}, {99, 0}}}, .outline = {}, .velocity = {}});
+    return iterateUntil([&] {
+      sent.timestamp = g_get_monotonic_time();
+      camera->frame(0, sent);
+      return !frames.empty() && !frames.back().objects.empty();
+    });
   }
 
   HeadSettings headSettings() const {
@@ -49,6 +73,7 @@ class RemoteCameraTest : public testing::Test {
   onvif::OnvifOptions options;
   std::unique_ptr<onvif::OnvifCamera> camera;
   std::vector<std::string> announced;
+  std::vector<Frame> frames;
 };
 
 TEST_F(RemoteCameraTest, HeadIsMovedAndSaysWhereItIsInDegrees) {
@@ -109,7 +134,6 @@ TEST_F(RemoteCameraTest, WrongPasswordIsTold) {
 TEST_F(RemoteCameraTest, FramesOfTheAnalyticsComeAsTheyWere) {
   OverviewSettings settings;
   settings.address = {camera->url(), USER, "overview1"};
-  std::vector<Frame> frames;
   const RemoteOverview overview(
       settings, {USER, "secret word"}, [&](const Frame& frame) { frames.push_back(frame); },
       announce());
@@ -141,7 +165,6 @@ TEST_F(RemoteCameraTest, FramesOfTheAnalyticsComeAsTheyWere) {
 TEST_F(RemoteCameraTest, CameraThatGoesIsToldAndItsObjectsGo) {
   OverviewSettings settings;
   settings.address = {camera->url(), USER, "overview1"};
-  std::vector<Frame> frames;
   const RemoteOverview overview(
       settings, {USER, "secret word"}, [&](const Frame& frame) { frames.push_back(frame); },
       announce());
@@ -156,6 +179,44 @@ TEST_F(RemoteCameraTest, CameraThatGoesIsToldAndItsObjectsGo) {
   camera.reset();
   ASSERT_TRUE(iterateUntil([&] { return !announced.empty() && !frames.back().events.empty(); }));
   EXPECT_EQ(FrameAction::deletion, frames.back().events[0].action);
+}
+
+// Its clients' connections are closed, and all that it knew of them is gone.
+TEST_F(RemoteCameraTest, CameraThatStartsAnewIsHeardAgainEachTime) {
+  const RemoteOverview overview(
+      overviewSettings(), {USER, "secret word"},
+      [this](const Frame& frame) { frames.push_back(frame); }, announce());
+  ASSERT_TRUE(isSeenAnew());
+  int number = frames.back().objects[0].id;
+  for (int i = 0; i < 2; ++i) {
+    frames.clear();
+    camera.reset();
+    ASSERT_TRUE(iterateUntil([&] { return !frames.empty() && !frames.back().events.empty(); }));
+    EXPECT_EQ((FrameEvent{FrameAction::deletion, {number}, {}}), frames.back().events[0]);
+    start("secret word");
+    ASSERT_TRUE(isSeenAnew());
+    EXPECT_EQ(number + 1, frames.back().objects[0].id) << "numbers are given once";
+    ++number;
+  }
+  EXPECT_THAT(announced, testing::Contains("The camera is there again"));
+}
+
+TEST_F(RemoteCameraTest, PasswordThatWasChangedIsToldOnceAndGoodAgainWhenItIsBack) {
+  const RemoteOverview overview(
+      overviewSettings(), {USER, "secret word"},
+      [this](const Frame& frame) { frames.push_back(frame); }, announce());
+  ASSERT_TRUE(isSeenAnew());
+  camera.reset();
+  start("another word");
+  const auto isPassword = [](const std::string& text) {
+    return text.find("does not accept the user or the password") != std::string::npos;
+  };
+  ASSERT_TRUE(iterateUntil([&] { return std::ranges::any_of(announced, isPassword); }));
+  camera.reset();
+  start("secret word");
+  ASSERT_TRUE(isSeenAnew());
+  EXPECT_EQ(1, std::ranges::count_if(announced, isPassword));
+  EXPECT_EQ("The camera is there again", announced.back());
 }
 
 }  // namespace
