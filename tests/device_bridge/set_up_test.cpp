@@ -128,8 +128,8 @@ TEST_F(SetUpTest, CameraIsToldInPlainWords) {
 
 TEST_F(SetUpTest, WrongPasswordIsToldInWordsAndNothingIsKept) {
   inspect("guess");
-  const JsonAutoPtr state_ = state("camera");
-  EXPECT_THAT(json_string_value(json_object_get(state_.get(), "trouble")),
+  const JsonAutoPtr told = state("camera");
+  EXPECT_THAT(json_string_value(json_object_get(told.get(), "trouble")),
               HasSubstr("does not accept the user or the password"));
   ask("useHead", R"({"profile": "head", "told": {"field_angles": [2.5, 63.4]}})");
   EXPECT_EQ("Say first which camera", trouble);
