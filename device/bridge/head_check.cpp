@@ -200,8 +200,9 @@ void HeadCheck::told(const HeadReading& reading, std::int64_t asked, std::int64_
   }
   const auto left = moving().leftAfter(sent);
   const auto still = moving().stillSince();
-  const bool isMoving = step().kind == Kind::drive && left && taken - *left > MOTION_TOLD_LATE &&
-                        still && taken - *still < REST / 4;
+  const bool isDriven = step().kind == Kind::drive && now - sent < DRIVE_HOLD / 2;
+  const bool isMoving =
+      isDriven && left && taken - *left > MOTION_TOLD_LATE && still && taken - *still < REST / 4;
   const bool stands = step().kind == Kind::leave && left && still && taken - *still > REST + REST;
   const bool isWrong = (isMoving && !*reading.panTiltMoves) || (stands && *reading.panTiltMoves);
   measured.tellsMotion = measured.tellsMotion.value_or(true) && !isWrong;

@@ -70,7 +70,7 @@ class SetUpTest(RunTest):
         check = self.page.wait_for("check")
         self.assertEqual("", check["trouble"])
         self.assertIn("It heeds a Stop", check["words"])
-        self.assertTrue(any(words.startswith("Left alone it stands after 1.")
+        self.assertTrue(any(words.startswith("Left alone it stands after")
                             for words in check["words"]), check["words"])
         self.page.call("useHead", profile="head", told={"field_angles": FIELD_ANGLES})
         self.assertEqual("No camera is set up", self.page.call("getSetUp")["missing"])
