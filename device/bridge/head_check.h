@@ -41,10 +41,10 @@ std::vector<std::string> wordsOf(const HeadMeasured& measured);
 // what the head answers. Times are monotonic microseconds that are handed in; knows no socket.
 class HeadCheck {
  public:
-  static constexpr std::int64_t HOLD = 1000000;      // Timeout of the motion that is left alone
-  static constexpr std::int64_t STANDS = 2000000;    // after it was begun it has to stand
+  static constexpr std::int64_t HOLD = 1000000;       // Timeout of the motion that is left alone
+  static constexpr std::int64_t STANDS = 2000000;     // after it was begun it has to stand
   static constexpr std::int64_t LONGEST = 120000000;  // of the whole check
-  static constexpr double PERCENT = 20;              // of full speed
+  static constexpr double PERCENT = 20;               // of full speed
 
   HeadCheck(std::string profile, const HeadFacts& facts, bool withZoom);
 
