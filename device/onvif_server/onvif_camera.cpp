@@ -218,11 +218,9 @@ void OnvifCamera::tellEvents(const std::vector<Notification>& notifications) {
 
 // Pictures that stand alone, and the head's status, come every second by themselves.
 void OnvifCamera::synchronize(const CameraProfile& profile) {
-  const std::vector<Notification> present = events.present();
   for (std::size_t stream = 0; stream < streamCount(); ++stream) {
-    const bool isMeant = profiles[stream].picture() == profile.picture();
-    if (isMeant && streams.isRead(stream) && !present.empty()) {
-      streams.tell(stream, eventDocument(present), g_get_monotonic_time());
+    if (profiles[stream].picture() == profile.picture()) {
+      untold.insert(stream);
     }
   }
 }
