@@ -3,6 +3,7 @@
 #include <Eigen/LU>
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <tuple>
 
 #include "following/units.h"
@@ -22,14 +23,24 @@ constexpr int SEEN_TWICE_PICTURES = 4;
 constexpr double LEADERS_PATIENCE = 0.3;  // s
 constexpr int MOST_STRAYED = 3;           // pictures running
 
-// Between two cameras, or before and after an occlusion, positions differ by the mounting as well.
+// Between two cameras, or before and after an occlusion, positions differ by the mounting as well;
+// between two cameras by that of both.
 constexpr double MOUNTING_DEVIATION = 7.0;  // px, half a degree
+constexpr double MOUNTED_APART = 2.0;       // deviations, in the reach between two cameras
 constexpr double STRAYED = 25.0;            // squared deviations
 
 constexpr double REACH = 1.0;              // m, how far from the expected place somebody may be,
 constexpr double REACH_PER_SECOND = 1.2;   // m/s, and how much further after a gap
 constexpr double HEIGHT_DEVIATION = 0.12;  // m, between two views of one person
 constexpr double GAP_COST = 0.3;           // per second
+// The ground (m2) of a pixel 10 m from a mast of 5 m: beyond, pairs get no dearer by the distance.
+constexpr double FAR_PIXEL = 4.3e-4;
+
+// A pair that another one of the same people comes so near to is not joined before so many pictures
+// of the young one, or until he is so old.
+constexpr double CONTESTED_BY = 3.0;
+constexpr int CONTESTED_PICTURES = 5;
+constexpr double CONTESTED_TIME = 0.7;  // s
 
 constexpr double TAKEN_BACK_PLACE = 1.0;     // m2, added to the variance per axis
 constexpr double TAKEN_BACK_VELOCITY = 1.0;  // m2/s2
@@ -46,6 +57,16 @@ double mountingVariance(const Eigen::Matrix2d& perPixel) {
   return squared(MOUNTING_DEVIATION) * perPixel.trace() / 2.0;
 }
 
+// What was measured of a height, without what was assumed before, goes into another one.
+void takeMeasured(BodyHeight& height, const BodyHeight& other) {
+  const int measured = other.weight - BodyHeight::FIRST_WEIGHT;
+  const double mean = other.metres + (other.metres - BodyHeight::USUAL) * BodyHeight::FIRST_WEIGHT /
+                                         std::max(measured, 1);
+  for (int i = 0; i < measured; ++i) {
+    height.take(mean);
+  }
+}
+
 }  // namespace
 
 void BodyHeight::take(double measured) {
@@ -57,6 +78,7 @@ Identities::Identities(std::size_t capacity) : capacity(std::max<std::size_t>(ca
   persons.reserve(this->capacity);
   aliases.reserve(this->capacity * ALIASES_PER_PERSON);
   pairs.reserve(this->capacity * PAIRS_PER_PERSON);
+  remembered.reserve(MOST_REMEMBERED);
 }
 
 bool Identities::takePicture(std::int64_t now, std::int32_t channel, std::int64_t time,
@@ -98,8 +120,9 @@ void Identities::begin(Alias alias, std::int64_t time, const GroundPosition& pos
   if (position.height) {
     height.take(*position.height);
   }
-  persons.push_back({++lastIdentity, time, time, 1, position.perPixel, position.heightDeviation,
-                     height, GroundFilter({time, position.place, position.covariance})});
+  persons.push_back({++lastIdentity, time, time, alias.channel, 1, position.perPixel,
+                     position.heightDeviation, height,
+                     GroundFilter({time, position.place, position.covariance})});
   const auto place = static_cast<std::ptrdiff_t>(placeOf(alias.channel, alias.id));
   aliases.insert(aliases.begin() + place, alias);
 }
@@ -124,6 +147,7 @@ void Identities::take(Alias& alias, std::int64_t time, const GroundPosition& pos
       lead(alias);
     }
     person.filter.update(measurement);
+    person.channel = alias.channel;
     person.perPixel = position.perPixel;
     person.heightDeviation = position.heightDeviation;
   }
@@ -181,14 +205,20 @@ void Identities::join(std::int64_t time) {
   std::ranges::sort(pairs, {},
                     [](const Pair& pair) { return std::tuple(pair.cost, pair.older, pair.young); });
   for (auto pair = pairs.begin(); pair != pairs.end(); ++pair) {
-    if (pair->cost >= DEAREST) {
+    if (pair->cost >= DEAREST || isContested(*pair, time)) {
       continue;
     }
-    merge(indexOf(pair->older), indexOf(pair->young));
+    const std::size_t older = indexOf(pair->older);
+    const std::size_t young = indexOf(pair->young);
+    if (older < persons.size()) {
+      merge(older, young);
+    } else {
+      recall(pair->older, persons[young]);
+    }
     for (Pair& other : std::span(pair + 1, pairs.end())) {
       if (other.older == pair->older || other.older == pair->young || other.young == pair->young ||
           other.young == pair->older) {
-        other.cost = DEAREST;
+        other.cost = std::numeric_limits<double>::infinity();
       }
     }
   }
@@ -208,9 +238,14 @@ void Identities::collectPairs(std::int64_t time) {
         continue;
       }
       if (gap > 0.0 && young.born > other.lastSeen) {
-        addPair(other, young, secondsBetween(other.lastSeen, young.born));
+        addPair(memoryOf(other), young, secondsBetween(other.lastSeen, young.born));
       } else if (mayBeSeenTwice(o, y, time)) {
-        addPair(other, young, 0.0);
+        addPair(memoryOf(other), young, 0.0);
+      }
+    }
+    for (const Remembered& other : remembered) {
+      if (young.born > other.lastSeen && secondsBetween(other.lastSeen, time) <= REMEMBERED) {
+        addPair(other, young, secondsBetween(other.lastSeen, young.born));
       }
     }
   }
@@ -233,26 +268,31 @@ bool Identities::mayBeSeenTwice(std::size_t older, std::size_t young, std::int64
   });
 }
 
-void Identities::addPair(const Person& older, const Person& young, double gap) {
-  const std::int64_t time = std::max(older.filter.state().time, young.filter.state().time);
+void Identities::addPair(const Remembered& older, const Person& young, double gap) {
+  const std::int64_t time = std::max(older.state.time, young.filter.state().time);
   const double elapsed = secondsBetween(older.lastSeen, young.filter.state().time);
-  const double reach = REACH + REACH_PER_SECOND * std::max(elapsed, 0.0);
-  const Eigen::Vector4d& last = older.filter.state().mean;
-  const double dt = secondsBetween(older.filter.state().time, young.filter.state().time);
+  const bool isHandedOver = older.channel != young.channel;
+  const Eigen::Matrix2d mounting =
+      squared(MOUNTING_DEVIATION) * (isHandedOver ? 2.0 : 1.0) * young.perPixel;
+  const double reach = REACH + REACH_PER_SECOND * std::max(elapsed, 0.0) +
+                       (isHandedOver ? MOUNTED_APART * std::sqrt(mounting.trace()) : 0.0);
+  const Eigen::Vector4d& last = older.state.mean;
+  const double dt = secondsBetween(older.state.time, young.filter.state().time);
   const Eigen::Vector2d apart =
       last.head<2>() + dt * last.tail<2>() - young.filter.state().mean.head<2>();
   if (!(apart.norm() <= reach)) {
     return;
   }
-  const GroundFilter::State expected = GroundFilter::predict(older.filter.state(), time);
+  const GroundFilter::State expected = GroundFilter::predict(older.state, time);
   const GroundFilter::State found = GroundFilter::predict(young.filter.state(), time);
   const Eigen::Vector4d off = expected.mean - found.mean;
   Eigen::Matrix4d spread = expected.covariance + found.covariance;
-  spread.topLeftCorner<2, 2>() += squared(MOUNTING_DEVIATION) * young.perPixel;
+  spread.topLeftCorner<2, 2>() += mounting;
   const double distance = off.dot(spread.inverse() * off);
   const double heightVariance =
       squared(HEIGHT_DEVIATION) + squared(young.heightDeviation) / young.pictures;
-  const double cost = distance + std::log(spread.determinant()) +
+  const double far = std::max(std::log(young.perPixel.determinant() / squared(FAR_PIXEL)), 0.0);
+  const double cost = distance + std::log(spread.determinant()) - far +
                       squared(young.height.metres - older.height.metres) / heightVariance +
                       GAP_COST * gap;
   if (!(distance <= JOIN_GATE) || !(cost < DEAREST)) {
@@ -268,6 +308,18 @@ void Identities::addPair(const Person& older, const Person& young, double gap) {
   }
 }
 
+bool Identities::isContested(const Pair& pair, std::int64_t time) const {
+  const Person& young = persons[indexOf(pair.young)];
+  if (young.pictures >= CONTESTED_PICTURES || secondsBetween(young.born, time) >= CONTESTED_TIME) {
+    return false;
+  }
+  return std::ranges::any_of(pairs, [&pair](const Pair& other) {
+    const bool isOther = other.older != pair.older || other.young != pair.young;
+    return isOther && (other.older == pair.older || other.young == pair.young) &&
+           other.cost < pair.cost + CONTESTED_BY;
+  });
+}
+
 // The young one's pictures go through the older one's filter.
 void Identities::merge(std::size_t older, std::size_t young) {
   Person& person = persons[older];
@@ -280,16 +332,10 @@ void Identities::merge(std::size_t older, std::size_t young) {
     for (std::size_t i = 0; i < continuation.filter.keptCount(); ++i) {
       person.filter.updateUngated(continuation.filter.kept(i));
     }
+    person.channel = continuation.channel;
     person.perPixel = continuation.perPixel;
     person.heightDeviation = continuation.heightDeviation;
-    // What was measured, without what was assumed before.
-    const int measured = continuation.height.weight - BodyHeight::FIRST_WEIGHT;
-    const double mean =
-        continuation.height.metres + (continuation.height.metres - BodyHeight::USUAL) *
-                                         BodyHeight::FIRST_WEIGHT / std::max(measured, 1);
-    for (int i = 0; i < measured; ++i) {
-      person.height.take(mean);
-    }
+    takeMeasured(person.height, continuation.height);
   }
   person.lastSeen = std::max(person.lastSeen, continuation.lastSeen);
   person.pictures += continuation.pictures;
@@ -315,11 +361,46 @@ void Identities::merge(std::size_t older, std::size_t young) {
   forget(young);
 }
 
+// Where he was is worth nothing any more: only who he is.
+void Identities::recall(std::int64_t identity, Person& young) {
+  const auto known = std::ranges::find(remembered, identity, &Remembered::identity);
+  BodyHeight height = known->height;
+  takeMeasured(height, young.height);
+  young.identity = identity;
+  young.born = known->born;
+  young.pictures += known->pictures;
+  young.height = height;
+  remembered.erase(known);
+}
+
 // ---- Storage ----
 
+Identities::Remembered Identities::memoryOf(const Person& person) {
+  return {person.identity, person.born,   person.lastSeen,      person.channel,
+          person.pictures, person.height, person.filter.state()};
+}
+
+void Identities::remember(const Person& person) {
+  if (person.pictures < COMPARED_PICTURES) {
+    return;
+  }
+  if (remembered.size() < MOST_REMEMBERED) {
+    remembered.push_back(memoryOf(person));
+    return;
+  }
+  const auto longestLost = std::ranges::min_element(remembered, {}, &Remembered::lastSeen);
+  if (longestLost->lastSeen < person.lastSeen) {
+    *longestLost = memoryOf(person);
+  }
+}
+
 void Identities::expire(std::int64_t now) {
+  std::erase_if(remembered, [now](const Remembered& each) {
+    return secondsBetween(each.lastSeen, now) > REMEMBERED;
+  });
   for (std::size_t i = persons.size(); i > 0; --i) {
     if (secondsBetween(persons[i - 1].lastSeen, now) > COAST) {
+      remember(persons[i - 1]);
       forget(i - 1);
     }
   }

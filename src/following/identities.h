@@ -5,8 +5,10 @@
 // Here a new number begins a track that is young for a second. Young tracks and lost ones are
 // compared by their states on the ground and by the people's height (global nearest neighbour with
 // the logarithm of the density as cost; Bar-Shalom, Li and Kirubarajan 2001), and the best pairs
-// are joined. Two cameras that see one person at once give one track: one of them leads, the other
-// is only held against it.
+// are joined. A pair that is hardly cheaper than another one of either waits for some more
+// pictures. Newcomers are as frequent in each part of a picture, so what is far away, where a pixel
+// is much ground, may be compared as well as what is near. Two cameras that see one person at once
+// give one track: one of them leads, the other is only held against it.
 //
 // Times are microseconds of one monotonic clock. Storage is reserved at construction; nothing
 // allocates afterwards. No lock: for one thread.
@@ -39,6 +41,7 @@ struct Person {
   std::int64_t identity;  // from 1, not given twice
   std::int64_t born;      // time of the first picture
   std::int64_t lastSeen;  // time of the last one
+  std::int32_t channel;   // that the filter's last picture is of
   int pictures;
   Eigen::Matrix2d perPixel;  // m2, of the last picture (GroundPosition)
   double heightDeviation;    // m, the same
@@ -49,12 +52,16 @@ struct Person {
 class Identities {
  public:
   // How long somebody is looked for whom no picture shows.
-  static constexpr double COAST = 4.0;       // s
+  static constexpr double COAST = 4.0;  // s
+  // How long he is known again, though nobody looks for him any more.
+  static constexpr double REMEMBERED = 6.0;  // s
   static constexpr double YOUTH = 1.0;       // s
   static constexpr double DEAREST = 5.0;     // the cost from which a pair is none
   static constexpr double JOIN_GATE = 18.0;  // squared deviations of four numbers
 
   static constexpr std::size_t USUAL_CAPACITY = 512;
+  // Of whom nobody looks for any more; of more, the longest lost are not known again.
+  static constexpr std::size_t MOST_REMEMBERED = 64;
 
   // People at once. Further ones take the place of the longest lost, or are not taken.
   explicit Identities(std::size_t capacity = USUAL_CAPACITY);
@@ -93,6 +100,17 @@ class Identities {
     bool leads;     // its pictures are those that the filter takes
   };
 
+  // What was known of somebody when he was seen last.
+  struct Remembered {
+    std::int64_t identity;
+    std::int64_t born;
+    std::int64_t lastSeen;
+    std::int32_t channel;
+    int pictures;
+    BodyHeight height;
+    GroundFilter::State state;
+  };
+
   // Somebody who may have been seen again, and the young track that may be his.
   struct Pair {
     std::int64_t older;
@@ -113,8 +131,13 @@ class Identities {
   void join(std::int64_t time);
   void collectPairs(std::int64_t time);
   bool mayBeSeenTwice(std::size_t older, std::size_t young, std::int64_t time) const;
-  void addPair(const Person& older, const Person& young, double gap);
+  void addPair(const Remembered& older, const Person& young, double gap);
+  bool isContested(const Pair& pair, std::int64_t time) const;
   void merge(std::size_t older, std::size_t young);
+  void recall(std::int64_t identity, Person& young);
+
+  static Remembered memoryOf(const Person& person);
+  void remember(const Person& person);
 
   std::size_t indexOf(std::int64_t identity) const;
   std::size_t placeOf(std::int32_t channel, std::int32_t id) const;
@@ -127,6 +150,7 @@ class Identities {
   std::vector<Person> persons;
   std::vector<Alias> aliases;  // sorted by channel and id
   std::vector<Pair> pairs;     // of the picture at hand
+  std::vector<Remembered> remembered;
 };
 
 }  // namespace following

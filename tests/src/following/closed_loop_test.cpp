@@ -119,7 +119,7 @@ TEST(ClosedLoopTest, SamePersonIsFollowedAfterTwoSecondsBehindAPole) {
   EXPECT_GE(kept, 38) << "of " << RUNS;
 }
 
-// The one who was chosen a minute ago has the identity still, in three runs of four: with gaps as
+// The one who was chosen a minute ago has the identity still, in nine runs of ten: with gaps as
 // they are, and where everybody is hidden twice as often and has another number each time.
 TEST(ClosedLoopTest, AmongSixtyPeopleTheChosenOneKeepsHisIdentity) {
   Condition crowded = realistic();
@@ -137,7 +137,7 @@ TEST(ClosedLoopTest, AmongSixtyPeopleTheChosenOneKeepsHisIdentity) {
       kept += follow(crowd(200 + i, 60, 60.0), condition, head, {0}, run).identityKept ? 1 : 0;
     }
     RecordProperty(condition.name, kept);
-    EXPECT_GE(kept, 0.75 * RUNS) << condition.name;
+    EXPECT_GE(kept, 0.9 * RUNS) << condition.name;
   }
 }
 

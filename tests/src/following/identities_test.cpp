@@ -324,6 +324,88 @@ TEST(IdentitiesTest, WhoIsLostForFourSecondsIsForgotten) {
   EXPECT_NE(people.who(5), identity) << "the camera gave the number to somebody else";
 }
 
+// Nobody looks for him any more, but who turns up where he must be by now is he.
+TEST(IdentitiesTest, WhoIsLostIsKnownAgainForSixSeconds) {
+  for (const auto& [gap, isKnown] :
+       {std::pair(4.5, true), std::pair(5.8, true), std::pair(6.3, false)}) {
+    People people;
+    for (int i = 0; i < 20; ++i, people.pass()) {
+      people.frame({seen(5, 0.0, 30.0 + 0.05 * i, 1.8)});
+    }
+    const std::int64_t identity = people.who(5);
+    const std::int64_t lost = people.now - FRAME;
+    const double way = 30.95 + 0.5 * gap;
+    people.now = lost + static_cast<std::int64_t>(gap * 1e6);
+    people.identities.expire(people.now - FRAME);
+    EXPECT_EQ(people.identities.find(identity), nullptr);
+    people.frame({seen(6, 0.0, way, 1.8)});
+    people.pass();
+    people.frame({seen(6, 0.0, way + 0.05, 1.8)});
+    EXPECT_EQ(people.who(6) == identity, isKnown) << gap;
+    if (isKnown) {
+      const Person* person = people.identities.find(identity);
+      ASSERT_NE(person, nullptr);
+      EXPECT_EQ(person->pictures, 22);
+      EXPECT_LT(person->born, lost);
+      EXPECT_NEAR(person->filter.state().mean(1), way + 0.05, 0.5);
+    }
+  }
+}
+
+TEST(IdentitiesTest, OfManyWhoAreLostTheLongestLostAreNotKnownAgain) {
+  People people;
+  const auto place = [](std::int32_t id) {
+    return seen(id, 3.0 * (id % 9) - 12.0, 4.0 + 3.0 * (id / 9));
+  };
+  constexpr auto MOST = static_cast<std::int32_t>(Identities::MOST_REMEMBERED);
+  for (int i = 0; i < 20; ++i, people.pass()) {
+    std::vector<Seen> all;
+    for (std::int32_t id = 0; id < MOST + 1; ++id) {
+      if (id > 0 || i < 19) {
+        all.push_back(place(id));
+      }
+    }
+    people.frame(all);
+  }
+  const std::int64_t longest = people.who(0);
+  const std::int64_t another = people.who(1);
+  people.now += 4'300'000;
+  for (int i = 0; i < 6; ++i, people.pass()) {
+    Seen first = place(0);
+    Seen second = place(1);
+    first.id = 1000;
+    second.id = 1001;
+    people.frame({first, second});
+  }
+  EXPECT_NE(people.who(1000), longest);
+  EXPECT_EQ(people.who(1001), another);
+}
+
+// Two came back side by side, so that hardly anything speaks for one way round: more pictures tell.
+TEST(IdentitiesTest, PairThatAnotherOneComesNearToWaitsForMorePictures) {
+  People people;
+  for (int i = 0; i < 20; ++i, people.pass()) {
+    people.frame({seen(1, 0.0, 6.0), seen(2, 0.3, 6.0)});
+  }
+  const std::int64_t first = people.who(1);
+  const std::int64_t second = people.who(2);
+  people.now += 1'000'000;
+  for (int i = 0; i < 5; ++i, people.pass()) {
+    EXPECT_NE(people.who(8), first) << i;
+    EXPECT_NE(people.who(9), second) << i;
+    people.frame({seen(8, 0.0, 6.0), seen(9, 0.3, 6.0)});
+  }
+  EXPECT_EQ(people.who(8), first);
+  EXPECT_EQ(people.who(9), second);
+}
+
+// A pixel is half a metre of ground there.
+TEST(IdentitiesTest, WhoIsFarAwayIsKnownAgainAsWell) {
+  const Meeting met = meet(seen(1, 0.0, 50.0), 30, 3.0, seen(2, 0.0, 50.0), FRAME);
+  EXPECT_GT(met.compared.cost, 5.0) << "the place is known too badly for a pair nearby";
+  EXPECT_TRUE(met.isJoined);
+}
+
 TEST(IdentitiesTest, NumberThatIsGivenAgainAfterFourSecondsIsSomebodyElse) {
   People people;
   for (int i = 0; i < 10; ++i, people.pass()) {
@@ -373,6 +455,26 @@ TEST(IdentitiesTest, HandOverToAnotherCameraIsTheSamePerson) {
 }
 
 // Half a degree at nearly eight metres: 0.2 m along the line of sight.
+// By 0.7 degrees each, at 24 m: three metres on the ground.
+TEST(IdentitiesTest, CamerasThatAreMountedApartHandOverFarAway) {
+  const auto tilted = [](Seen each, double by) {
+    each.sighting.footTilt += by;
+    each.sighting.headTilt += by;
+    return each;
+  };
+  for (const auto& [apart, isSame] : {std::pair(1.4, true), std::pair(4.0, false)}) {
+    People people;
+    for (int i = 0; i < 20; ++i, people.pass()) {
+      people.frame({tilted(seen(5, -2.0 + 0.1 * i, 24.0), -apart / 2)});
+    }
+    const std::int64_t identity = people.who(5);
+    for (int i = 20; i < 30; ++i, people.pass()) {
+      people.frame({tilted(seen(5, -2.0 + 0.1 * i, 24.0), apart / 2)}, 1);
+    }
+    EXPECT_EQ(people.who(5, 1) == identity, isSame) << apart;
+  }
+}
+
 TEST(IdentitiesTest, CamerasThatAreMountedApartHandOverWithoutAKick) {
   People people;
   for (int i = 0; i < 30; ++i, people.pass()) {
