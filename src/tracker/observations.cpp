@@ -65,6 +65,9 @@ void Observations::see(int camera, const ParsedScene& scene) {
   channel->prepare();
   seenPeople.clear();
   for (const TrackingObject* object : scene.getActiveObjects()) {
+    if (seenPeople.size() == People::MOST_SEEN) {
+      break;
+    }
     const auto seen = sightingOf(*channel, object->getPolygon());
     if (seen && object->getLastSeen() == scene.getTimestamp()) {
       seenPeople.push_back({object->getId(), *seen, object->getIsConfident()});
@@ -218,7 +221,7 @@ void Observations::watchPeople(const Installation& installation) {
   selection.setSwitchObject(superObjectManager.getSwitchObject());
   selection.setTimePerObject(superObjectManager.getTimePerObject());
   people = std::move(watched);
-  seenPeople.reserve(People::CAPACITY);
+  seenPeople.reserve(People::MOST_SEEN);
   arePeopleWatched = true;
 }
 

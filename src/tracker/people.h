@@ -36,6 +36,8 @@ class People {
   static constexpr std::size_t CAPACITY = 160;
   // Things without a place on the ground, besides.
   static constexpr std::size_t MOST_UNPLACED = 32;
+  // Of one picture; what is beyond is not looked at.
+  static constexpr std::size_t MOST_SEEN = CAPACITY + MOST_UNPLACED;
 
   explicit People(const Installation& installation);
 

@@ -68,8 +68,7 @@ std::optional<HeadCommand> PredictiveFollowing::step(const PtzHeadStatus& status
     begin(status, optics, now);
   }
   const auto subject = chosen ? std::optional(chosen->subject) : std::nullopt;
-  const auto speeds =
-      controls->pursuit.step(controls->model, subject, lens.fieldAt(framing.asked()));
+  const auto speeds = controls->pursuit.step(controls->model, subject, fieldNow(status, optics));
   HeadCommand command{.zoomKind = PtzHead::NOT_DRIVEN};
   if (speeds) {
     command.panValue = speeds->pan;
@@ -80,6 +79,12 @@ std::optional<HeadCommand> PredictiveFollowing::step(const PtzHeadStatus& status
     command.zoomKind = PtzHead::ABSOLUTE;
   }
   return command;
+}
+
+// Of the picture, degrees: what a viewer sees, rather than what has been asked for.
+double PredictiveFollowing::fieldNow(const PtzHeadStatus& status, const HeadOptics& optics) const {
+  const double magnification = optics.zoomScale.zoomTravoToMultiplier(status.zoom);
+  return lens.fieldAt(std::clamp(magnification, 1.0, lens.maxMagnification()));
 }
 
 void PredictiveFollowing::begin(const PtzHeadStatus& status, const HeadOptics& optics,

@@ -52,6 +52,7 @@ class PredictiveFollowing : public Following {
 
   void begin(const PtzHeadStatus& status, const HeadOptics& optics, std::int64_t now);
   void end();
+  double fieldNow(const PtzHeadStatus& status, const HeadOptics& optics) const;
   void showAim(const FollowedSubject& chosen, std::int64_t now, std::int64_t at);
   void showHead();
   void watchResting(const PtzHeadStatus& status, std::int64_t now);

@@ -4,7 +4,9 @@
 #include <vector>
 
 #include "fakes/fake_clock.h"
+#include "src/tracker/tracker_fixture.h"
 #include "support/counted_allocations.h"
+#include "tracker/observations.h"
 #include "tracker/people.h"
 
 namespace {
@@ -34,6 +36,42 @@ TEST(PeopleAllocationTest, PicturesTakeNothingFromTheHeap) {
   }
   EXPECT_EQ(s_allocations, before);
   EXPECT_GT(people.getIdentities().people().size(), 20U);
+}
+
+class ObservationsAllocationTest : public TrackerFixture {
+ protected:
+  // What a frame with so many objects takes, all of them at one place.
+  long takenBy(int objects) {
+    ParsedScene scene(clock.now(), true);
+    for (int id = 0; id < objects; ++id) {
+      scene.insertActiveObject(new TrackingObject(moteObject(id, clock.now()), 0, 1.0F));
+    }
+    FakePtzMath::clearCalls();
+    const long before = s_allocations;
+    observations.see(1, scene);
+    const long taken = s_allocations - before;
+    pass(STEP);
+    return taken;
+  }
+
+  Observations observations;
+};
+
+// The device's library, which is a fake, takes as much for each object and something for a frame;
+// nobody else takes anything, however many objects there are.
+TEST_F(ObservationsAllocationTest, FramesTakeNothingFromTheHeapHoweverManyTheyShow) {
+  constexpr int MANY = 400;
+  constexpr long SEEN = People::MOST_SEEN;
+  ASSERT_TRUE(observations.addCamera(1));
+  observations.watchPeople(Installation());
+  takenBy(MANY);  // the fake has room from then on
+  const long byOne = takenBy(1);
+  const long byEach = takenBy(2) - byOne;
+  EXPECT_EQ(takenBy(static_cast<int>(SEEN)), byOne + (SEEN - 1) * byEach);
+  EXPECT_EQ(takenBy(MANY), byOne + (SEEN - 1) * byEach);
+  const auto seen = observations.peopleInsight(clock.now(), clock.now());
+  ASSERT_TRUE(seen);
+  EXPECT_EQ(seen->size(), People::CAPACITY);
 }
 
 }  // namespace

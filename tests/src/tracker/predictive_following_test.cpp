@@ -186,6 +186,22 @@ TEST_F(PredictiveFollowingTest, ZoomsWithinTheLensWhateverItIs) {
 
 // ---- Safety ----
 
+// 0.4 degrees are little in the widest picture, whatever zoom is asked for, and much in a narrow
+// one.
+TEST_F(PredictiveFollowingTest, RestsByThePictureThatThereIs) {
+  look(0.4, 0.0);
+  selection.chosen->subject.width = 0.3;
+  selection.chosen->subject.height = 1.0;
+  for (int i = 0; i < 5; ++i) {
+    const auto command = steer();
+    ASSERT_TRUE(command);
+    EXPECT_TRUE(i > 0 || command->zoom > 1000) << "it asks for a narrow one";
+    EXPECT_EQ(command->panValue, 0.0) << i;
+  }
+  status.zoom = 9999;
+  EXPECT_GT(steer()->panValue, 0.0);
+}
+
 TEST_F(PredictiveFollowingTest, ACommandThatFailedIsNoMotion) {
   look(20.0, 0.0);
   double last = 0.0;
