@@ -100,6 +100,25 @@ TEST_F(FollowingClaimsTest, AmongSixtyPeopleTheChosenOneIsKept) {
   EXPECT_GE(kept, 0.9 * RUNS);
 }
 
+// Of twelve who pass the mast at 4 to 9.5 m one after another, in bends.
+TEST_F(FollowingClaimsTest, ItErrsLessThanAFifthOfWhatTheSpecifiedWayDoes) {
+  constexpr int PEOPLE = 12;
+  trial.change("realistic", "", "ideal");
+  for (int person = 0; person < PEOPLE; ++person) {
+    const double side = person % 2 == 0 ? 1.2 : -1.2;
+    for (int i = 0; i <= 30; ++i) {
+      const double time = 0.4 * i;
+      at(20 * person + time, person + 1, side * (time - 6),
+         4 + 0.5 * person + 0.5 * std::sin(time));
+    }
+  }
+  JobOptions walkers = options();
+  walkers.following = "specified";
+  const double specified = Trial::medianError(runJob(walkers));
+  walkers.following = "predictive";
+  EXPECT_LT(Trial::medianError(runJob(walkers)), specified / 5.0) << specified;
+}
+
 // Most of it is the slew to each of them.
 TEST_F(FollowingClaimsTest, TheHeadMovesEvenly) {
   trial.change("realistic", "");
