@@ -227,10 +227,10 @@ void Identities::join(std::int64_t time) {
 void Identities::collectPairs(std::int64_t time) {
   for (std::size_t y = 0; y < persons.size(); ++y) {
     const Person& young = persons[y];
-    const double age = secondsBetween(young.born, time);
-    if (age < 0.0 || age >= YOUTH || young.pictures < COMPARED_PICTURES) {
+    if (!isYoung(young, time)) {
       continue;
     }
+    const bool isNew = secondsBetween(young.born, time) < YOUTH;
     for (std::size_t o = 0; o < persons.size(); ++o) {
       const Person& other = persons[o];
       const double gap = secondsBetween(other.lastSeen, time);
@@ -238,17 +238,27 @@ void Identities::collectPairs(std::int64_t time) {
         continue;
       }
       if (gap > 0.0 && young.born > other.lastSeen) {
-        addPair(memoryOf(other), young, secondsBetween(other.lastSeen, young.born));
+        if (isNew) {
+          addPair(memoryOf(other), young, secondsBetween(other.lastSeen, young.born));
+        }
       } else if (mayBeSeenTwice(o, y, time)) {
         addPair(memoryOf(other), young, 0.0);
       }
     }
     for (const Remembered& other : remembered) {
-      if (young.born > other.lastSeen && secondsBetween(other.lastSeen, time) <= REMEMBERED) {
+      if (isNew && young.born > other.lastSeen &&
+          secondsBetween(other.lastSeen, time) <= REMEMBERED) {
         addPair(other, young, secondsBetween(other.lastSeen, young.born));
       }
     }
   }
+}
+
+// Or has only now been seen often enough to be held against somebody else who is in sight.
+bool Identities::isYoung(const Person& person, std::int64_t time) {
+  const double age = secondsBetween(person.born, time);
+  return age >= 0.0 && person.pictures >= COMPARED_PICTURES &&
+         (age < YOUTH || (person.pictures == SEEN_TWICE_PICTURES && age < LONGEST_YOUTH));
 }
 
 // Both are in pictures now, and in none together.

@@ -56,8 +56,10 @@ class Identities {
   // How long he is known again, though nobody looks for him any more.
   static constexpr double REMEMBERED = 6.0;  // s
   static constexpr double YOUTH = 1.0;       // s
-  static constexpr double DEAREST = 5.0;     // the cost from which a pair is none
-  static constexpr double JOIN_GATE = 18.0;  // squared deviations of four numbers
+  // Until when two who are in sight are compared, where pictures are few.
+  static constexpr double LONGEST_YOUTH = 2.5;  // s
+  static constexpr double DEAREST = 5.0;        // the cost from which a pair is none
+  static constexpr double JOIN_GATE = 18.0;     // squared deviations of four numbers
 
   static constexpr std::size_t USUAL_CAPACITY = 512;
   // Of whom nobody looks for any more; of more, the longest lost are not known again.
@@ -131,6 +133,7 @@ class Identities {
   void join(std::int64_t time);
   void collectPairs(std::int64_t time);
   bool mayBeSeenTwice(std::size_t older, std::size_t young, std::int64_t time) const;
+  static bool isYoung(const Person& person, std::int64_t time);
   void addPair(const Remembered& older, const Person& young, double gap);
   bool isContested(const Pair& pair, std::int64_t time) const;
   void merge(std::size_t older, std::size_t young);

@@ -178,7 +178,10 @@ std::optional<following::Sighting> People::placed(const Seen& seen, std::int32_t
     if (!footTilt) {
       return std::nullopt;
     }
-    sighting.footTilt = *footTilt;
+    // What the height gave is no measurement of it.
+    return *footTilt <= HORIZON
+               ? std::optional(following::Sighting{sighting.pan, *footTilt, *footTilt})
+               : std::nullopt;
   }
   if (!(sighting.footTilt <= HORIZON)) {
     return std::nullopt;

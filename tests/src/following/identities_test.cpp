@@ -510,6 +510,19 @@ TEST(IdentitiesTest, TwoCamerasThatSeeOnePersonAtOnceAreOneTrack) {
   EXPECT_NEAR(people.identities.find(identity)->filter.state().mean(1), 6.05, 0.02);
 }
 
+TEST(IdentitiesTest, TwoCamerasOfFewPicturesThatSeeOnePersonAreOneTrack) {
+  People people;
+  for (int i = 0; i < 12; ++i) {
+    const double way = 0.1 * i;
+    people.frame({seen(5, way, 6.0)});
+    people.now += 200'000;
+    people.frame({seen(9, way + 0.05, 6.0)}, 1);
+    people.now += 200'000;
+  }
+  EXPECT_EQ(people.identities.people().size(), 1U);
+  EXPECT_EQ(people.who(9, 1), people.who(5));
+}
+
 TEST(IdentitiesTest, TwoPeopleOfOneCameraAreNeverOne) {
   People people;
   for (int i = 0; i < 20; ++i, people.pass()) {

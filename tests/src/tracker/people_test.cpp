@@ -240,6 +240,21 @@ TEST_F(PeopleTest, IsHandedOverByTheNextCamera) {
   EXPECT_NEAR(chosenPan(), panOf(3.0, 6.0), 1.0);
 }
 
+// While the feet are cut off they are where a known height puts them, which tells nothing of it.
+TEST_F(PeopleTest, AFootThatFollowsFromTheHeightDoesNotConfirmTheHeight) {
+  stand(0, 7, 3.0, 6.0);
+  const int known = people.getIdentities().people().front().height.weight;
+  for (int i = 0; i < 5; ++i) {
+    pass(FRAME);
+    People::Seen cut = at(7, 3.0, 6.0);
+    cut.box.isFootCut = true;
+    show(0, {cut}, {7});
+  }
+  ASSERT_EQ(people.getIdentities().people().size(), 1u);
+  EXPECT_EQ(people.getIdentities().people().front().height.weight, known);
+  EXPECT_NEAR(people.getIdentities().people().front().filter.state().mean(1), 6.0, 0.1);
+}
+
 TEST_F(PeopleTest, ThoseInSightArePreferredToWhoIsLost) {
   for (int i = 0; i < 15; ++i) {
     pass(FRAME);
