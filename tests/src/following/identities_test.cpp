@@ -399,6 +399,21 @@ TEST(IdentitiesTest, PairThatAnotherOneComesNearToWaitsForMorePictures) {
   EXPECT_EQ(people.who(9), second);
 }
 
+// But not for longer than 0.7 s, where pictures are few.
+TEST(IdentitiesTest, PairThatAnotherOneComesNearToDoesNotWaitForLong) {
+  People people;
+  for (int i = 0; i < 20; ++i, people.pass()) {
+    people.frame({seen(1, 0.0, 6.0), seen(2, 0.3, 6.0)});
+  }
+  const std::int64_t first = people.who(1);
+  people.now += 1'000'000;
+  for (int i = 0; i < 4; ++i, people.now += 250'000) {
+    EXPECT_NE(people.who(8), first) << i;
+    people.frame({seen(8, 0.0, 6.0), seen(9, 0.3, 6.0)});
+  }
+  EXPECT_EQ(people.who(8), first);
+}
+
 // A pixel is half a metre of ground there.
 TEST(IdentitiesTest, WhoIsFarAwayIsKnownAgainAsWell) {
   const Meeting met = meet(seen(1, 0.0, 50.0), 30, 3.0, seen(2, 0.0, 50.0), FRAME);
