@@ -1,5 +1,7 @@
 #include "following/axis_identification.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cmath>
 #include <functional>

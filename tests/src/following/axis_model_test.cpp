@@ -1,5 +1,7 @@
 #include "following/axis_model.h"
 
+#include <gtest/gtest.h>
+
 #include <cmath>
 #include <vector>
 

@@ -1,5 +1,7 @@
 #include "following/bearing_filter.h"
 
+#include <gtest/gtest.h>
+
 #include <cmath>
 
 #include "base/units.h"

@@ -1,4 +1,6 @@
 // The whole way of following on simulated heads and people: properties rather than numbers.
+#include <gtest/gtest.h>
+
 #include <cmath>
 
 #include "following/recordings.h"

@@ -1,5 +1,7 @@
 #include "following/framing.h"
 
+#include <gtest/gtest.h>
+
 #include <cmath>
 
 namespace following {

@@ -1,5 +1,7 @@
 #include "following/ground_filter.h"
 
+#include <gtest/gtest.h>
+
 #include <cmath>
 
 #include "base/units.h"

@@ -1,5 +1,7 @@
 #include "following/ground_position.h"
 
+#include <gtest/gtest.h>
+
 #include <cmath>
 #include <limits>
 

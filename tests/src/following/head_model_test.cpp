@@ -1,5 +1,7 @@
 #include "following/head_model.h"
 
+#include <gtest/gtest.h>
+
 #include <cmath>
 
 #include "following/simulated_head.h"

@@ -1,5 +1,7 @@
 #include "following/identities.h"
 
+#include <gtest/gtest.h>
+
 #include <Eigen/LU>
 #include <cmath>
 #include <optional>

@@ -1,5 +1,7 @@
 #include "following/subject.h"
 
+#include <gtest/gtest.h>
+
 #include <cmath>
 #include <vector>
 
