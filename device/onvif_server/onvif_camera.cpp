@@ -3,6 +3,7 @@
 #include <glib.h>
 
 #include <algorithm>
+#include <iterator>
 #include <stdexcept>
 #include <utility>
 
@@ -32,6 +33,20 @@ std::string stableUuid(std::uint16_t port) {
     text.insert(dash, "-");
   }
   return text;
+}
+
+PictureStreams::Readers commonOf(const PictureStreams::Readers& one,
+                                 const PictureStreams::Readers& other) {
+  PictureStreams::Readers both;
+  std::ranges::set_intersection(one, other, std::inserter(both, both.end()));
+  return both;
+}
+
+PictureStreams::Readers without(const PictureStreams::Readers& all,
+                                const PictureStreams::Readers& some) {
+  PictureStreams::Readers rest;
+  std::ranges::set_difference(all, some, std::inserter(rest, rest.end()));
+  return rest;
 }
 
 DeviceIdentity identityOf(const Model& model, std::uint16_t port) {
@@ -178,33 +193,46 @@ void OnvifCamera::frame(int channel, const Frame& frame) {
 }
 
 // Whoever begins to play is told the present state of all properties, as at a new pull point. Those
-// who watch already are told again, which changes nothing for them.
+// who watch already are told again, which changes nothing for them. Who stands, or has not quite
+// begun, is told when it runs.
 void OnvifCamera::tellStates() {
   for (const std::size_t stream : streams.takeBegun()) {
-    untold.insert(stream);
+    untold[stream] = streams.readers(stream);
   }
-  std::erase_if(untold, [this](std::size_t stream) { return !streams.isRead(stream); });
-  if (!untold.empty()) {
-    const std::vector<Notification> present = events.present();
-    std::erase_if(untold, [&](std::size_t stream) {
-      return present.empty() ||
-             streams.tell(stream, eventDocument(present), g_get_monotonic_time());
-    });
+  for (auto& [stream, readers] : untold) {
+    tellPresent(stream, &readers);
   }
+  std::erase_if(untold, [](const auto& each) { return each.second.empty(); });
   tellHead();
 }
 
-void OnvifCamera::tellHead() {
-  if (!streams.isRead(HEAD_STREAM)) {
-    toldHead.clear();
-    return;
+// Leaves those who have still to be told.
+void OnvifCamera::tellPresent(std::size_t stream, PictureStreams::Readers* to) {
+  const PictureStreams::Readers now = commonOf(*to, streams.hearers(stream));
+  if (!now.empty()) {
+    const std::vector<Notification> present = events.present();
+    const auto told =
+        present.empty() ? now
+                        : streams.tell(stream, eventDocument(present), g_get_monotonic_time(), now);
+    *to = without(*to, told);
   }
+  *to = commonOf(*to, streams.readers(stream));
+}
+
+// Who begins does not wait for the next change. All others are told what they do not know.
+void OnvifCamera::tellHead() {
+  const PictureStreams::Readers hearers = streams.hearers(HEAD_STREAM);
   const std::int64_t now = g_get_monotonic_time();
   const std::string state = ptzDocument(ptz.statusTag("tt:PTZStatus", false));
-  const bool isDue = state != toldHead || now - toldHeadTime >= SILENCE;
-  if (isDue && streams.tell(HEAD_STREAM, ptzDocument(ptz.statusTag("tt:PTZStatus", true)), now)) {
+  if (state != toldHead || now - toldHeadTime >= SILENCE) {
     toldHead = state;
     toldHeadTime = now;
+    toldHeadTo.clear();
+  }
+  const PictureStreams::Readers untoldOnes = without(hearers, toldHeadTo);
+  if (!untoldOnes.empty()) {
+    toldHeadTo.merge(streams.tell(HEAD_STREAM, ptzDocument(ptz.statusTag("tt:PTZStatus", true)),
+                                  now, untoldOnes));
   }
 }
 
@@ -220,7 +248,7 @@ void OnvifCamera::tellEvents(const std::vector<Notification>& notifications) {
 void OnvifCamera::synchronize(const CameraProfile& profile) {
   for (std::size_t stream = 0; stream < streamCount(); ++stream) {
     if (profiles[stream].picture() == profile.picture()) {
-      untold.insert(stream);
+      untold[stream] = streams.readers(stream);
     }
   }
 }

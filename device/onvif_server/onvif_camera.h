@@ -5,7 +5,6 @@
 #include <map>
 #include <memory>
 #include <optional>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -77,6 +76,7 @@ class OnvifCamera {
   StreamScene sceneOf(const CameraProfile& profile) const;
   std::string streamUri(const CameraProfile& profile, const std::string& host) const;
   void tellStates();
+  void tellPresent(std::size_t stream, PictureStreams::Readers* to);
   void tellHead();
   void tellEvents(const std::vector<Notification>& notifications);
   void synchronize(const CameraProfile& profile);
@@ -94,9 +94,10 @@ class OnvifCamera {
   PtzOperations ptz;
   EventOperations events;
   AnalyticsOperations analytics;
-  std::set<std::size_t> untold;   // streams that somebody plays without knowing the present state
-  std::string toldHead;           // its status in the metadata told last, without the time
-  std::int64_t toldHeadTime = 0;  // monotonic microseconds
+  std::map<std::size_t, PictureStreams::Readers> untold;  // by stream: the present state
+  std::string toldHead;                // its status in the metadata told last, without the time
+  PictureStreams::Readers toldHeadTo;  // those who know it
+  std::int64_t toldHeadTime = 0;       // monotonic microseconds
   PeriodicTimer stateTimer;
   std::unique_ptr<DiscoveryResponder> discovery;
 };

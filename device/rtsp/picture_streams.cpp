@@ -80,14 +80,43 @@ PictureStreams::~PictureStreams() {
   painter.join();
 }
 
-bool PictureStreams::tell(std::size_t stream, const std::string& document, std::int64_t time) {
-  bool isSent = true;
+PictureStreams::Readers PictureStreams::readers(std::size_t stream) const {
+  Readers numbers;
   for (const StreamEntry& entry : feeds->readers(stream)) {
+    numbers.insert(entry.number);
+  }
+  return numbers;
+}
+
+PictureStreams::Readers PictureStreams::hearers(std::size_t stream) const {
+  Readers numbers;
+  for (const StreamEntry& entry : feeds->readers(stream)) {
+    if (isRunning(entry)) {
+      numbers.insert(entry.number);
+    }
+  }
+  return numbers;
+}
+
+PictureStreams::Readers PictureStreams::tell(std::size_t stream, const std::string& document,
+                                             std::int64_t time) {
+  return tell(stream, document, time, readers(stream));
+}
+
+PictureStreams::Readers PictureStreams::tell(std::size_t stream, const std::string& document,
+                                             std::int64_t time, const Readers& to) {
+  Readers told;
+  for (const StreamEntry& entry : feeds->readers(stream)) {
+    if (!to.contains(entry.number)) {
+      continue;
+    }
     const bool isPlain = entry.codec == StreamCodec::metadata;
     const std::string& text = isPlain ? document : gzipped(document);
-    isSent = send(entry, text.data(), text.size(), time) && isSent;
+    if (send(entry, text.data(), text.size(), time)) {
+      told.insert(entry.number);
+    }
   }
-  return isSent;
+  return told;
 }
 
 void PictureStreams::takeScenes() {

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -39,9 +40,19 @@ class PictureStreams {
   // Streams that somebody has begun to play since this was last asked.
   std::vector<std::size_t> takeBegun() { return feeds->takeBegun(); }
 
-  // A document of metadata for whoever reads them; time: microseconds of the monotonic clock.
-  // False when one of them has not begun to run, so that it was not sent this.
-  bool tell(std::size_t stream, const std::string& document, std::int64_t time);
+  // Those who read the metadata of a stream, by numbers that are never given twice. Who reads the
+  // same variant has the same number.
+  using Readers = std::set<std::uint64_t>;
+  Readers readers(std::size_t stream) const;
+
+  // Those of them who hear what they are told: not who stands, or has not begun.
+  Readers hearers(std::size_t stream) const;
+
+  // A document of metadata for whoever hears it, or for some of those who read; time: microseconds
+  // of the monotonic clock. Tells who were sent it.
+  Readers tell(std::size_t stream, const std::string& document, std::int64_t time);
+  Readers tell(std::size_t stream, const std::string& document, std::int64_t time,
+               const Readers& to);
 
  private:
   void takeScenes();

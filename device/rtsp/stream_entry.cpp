@@ -2,6 +2,10 @@
 
 namespace device {
 
+bool isRunning(const StreamEntry& entry) {
+  return pipelineTimeOf(GST_ELEMENT(entry.source.get()), g_get_monotonic_time()).has_value();
+}
+
 bool send(const StreamEntry& entry, const void* data, std::size_t size, std::int64_t time) {
   GstAppSrc* source = entry.source.get();
   const auto stamp = pipelineTimeOf(GST_ELEMENT(source), time);

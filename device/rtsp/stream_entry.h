@@ -20,7 +20,11 @@ struct StreamEntry {
   StreamCodec codec = StreamCodec::h264;
   GObjectPtr<GstAppSrc> source;
   std::shared_ptr<StampOrder> stamps = std::make_shared<StampOrder>();  // of what goes there
+  std::uint64_t number = 0;                                             // never given twice
 };
+
+// Whether what it is given goes on.
+bool isRunning(const StreamEntry& entry);
 
 // Gives it a picture or a document of a moment (microseconds of the monotonic clock). False while
 // its pipeline does not run: nobody would hear it. One thread at a time may call for an entry.

@@ -7,6 +7,7 @@ namespace device {
 
 void StreamFeeds::open(StreamEntry entry) {
   const LockGuard lock(mutex);
+  entry.number = ++lastNumber;
   entries.push_back(std::move(entry));
 }
 
@@ -91,7 +92,8 @@ std::vector<StreamEntry> StreamFeeds::entriesOf(std::size_t stream, bool ofPictu
   for (const StreamEntry& entry : entries) {
     if (entry.stream == stream && isPicture(entry) == ofPictures) {
       auto* source = static_cast<GstAppSrc*>(g_object_ref(entry.source.get()));
-      found.push_back({stream, entry.codec, GObjectPtr<GstAppSrc>(source), entry.stamps});
+      found.push_back(
+          {stream, entry.codec, GObjectPtr<GstAppSrc>(source), entry.stamps, entry.number});
     }
   }
   return found;

@@ -44,7 +44,7 @@ class StreamFeeds {
   bool isRead(std::size_t stream) EXCLUDES(mutex);
   void put(std::size_t stream, StreamScene scene) EXCLUDES(mutex);
 
-  // Those to which metadata go.
+  // Those to which metadata go, each with its number.
   std::vector<StreamEntry> readers(std::size_t stream) EXCLUDES(mutex);
 
   // Somebody begins to play a stream. Each is told once, however many begin meanwhile.
@@ -66,6 +66,7 @@ class StreamFeeds {
   std::vector<std::optional<StreamScene>> scenes GUARDED_BY(mutex);
   std::size_t next GUARDED_BY(mutex) = 0;  // the stream whose turn it is
   std::vector<StreamEntry> entries GUARDED_BY(mutex);
+  std::uint64_t lastNumber GUARDED_BY(mutex) = 0;
   std::set<std::size_t> begun GUARDED_BY(mutex);
 };
 

@@ -57,6 +57,16 @@ class OnvifCameraTest : public testing::Test {
     return body.substr(begin, body.find('<', begin) - begin);
   }
 
+  void synchronize(const std::string& profile) {
+    WebClient client(camera->port());
+    client.request("POST", "/onvif/media_service",
+                   "<s:Envelope xmlns:s=\"http://www.w3.org/2003/05/soap-envelope\"><s:Body>"
+                   "<SetSynchronizationPoint xmlns=\"http://www.onvif.org/ver20/media/wsdl\">"
+                   "<ProfileToken>" +
+                       profile + "</ProfileToken></SetSynchronizationPoint></s:Body></s:Envelope>");
+    EXPECT_EQ(200, client.response().status);
+  }
+
   DbusDaemon bus;
   GObjectPtr<GDBusConnection> connection = connectToSystemBus();
   EventService events{connection.get()};
@@ -217,6 +227,36 @@ TEST_F(OnvifCameraTest, HeadThatStandsIsToldOnceASecond) {
   }
 }
 
+// Two variants of one stream have a pipeline each.
+TEST_F(OnvifCameraTest, WhoStandsMakesNobodyElseHearAnythingAgain) {
+  declareMotionAlarm(events, true);
+  start("127.0.0.1");
+  const std::string address = streamAddress("head") + "/metadata";
+  RtspReader plays(address, "application");
+  RtspReader stands(address + "/gzip", "application");
+  ASSERT_TRUE(iterateUntil([&] { return hasText(plays, "Initialized"); }));
+  ASSERT_TRUE(iterateUntil([&] { return stands.units().size() >= 2; }));
+  stands.pause();
+  const auto documents = [&](const std::string& text) {
+    std::vector<RtpUnit> found = plays.units();
+    std::erase_if(found, [&](const RtpUnit& document) {
+      return document.bytes.find(text) == std::string::npos;
+    });
+    return found;
+  };
+  const std::size_t initialized = documents("Initialized").size();
+  const std::size_t before = documents("PTZStatus").size();
+  ASSERT_TRUE(iterateUntil([&] { return documents("PTZStatus").size() > before; }));
+  synchronize("head");
+  ASSERT_TRUE(iterateUntil([&] { return documents("PTZStatus").size() >= before + 3; }));
+  const std::vector<RtpUnit> told = documents("PTZStatus");
+  const auto timeOf = [&](std::size_t i) {
+    return *readDateTime(CallAnswer(told[i].bytes).at("PTZStatus").at("UtcTime").text());
+  };
+  EXPECT_GT(timeOf(before + 2) - timeOf(before + 1), 900000);
+  EXPECT_EQ(initialized + 1, documents("Initialized").size());
+}
+
 TEST_F(OnvifCameraTest, EventIsInTheMetadataWhenItHappens) {
   const std::uint32_t alarm =
       events.declare({{.name = "topic0", .nameSpace = "tns1", .value = std::string("VideoSource")},
@@ -342,13 +382,7 @@ TEST_F(OnvifCameraTest, WhoPlaysIsToldEventsAndThePresentStateWhenAskedFor) {
   }));
   events.send(id, {{.name = "State", .value = true, .isData = true}});
   ASSERT_TRUE(iterateUntil([&] { return countOf("Changed") == 1; }));
-  WebClient client(camera->port());
-  client.request("POST", "/onvif/media_service",
-                 "<s:Envelope xmlns:s=\"http://www.w3.org/2003/05/soap-envelope\"><s:Body>"
-                 "<SetSynchronizationPoint xmlns=\"http://www.onvif.org/ver20/media/wsdl\">"
-                 "<ProfileToken>overview1_jpeg</ProfileToken></SetSynchronizationPoint></s:Body>"
-                 "</s:Envelope>");
-  EXPECT_EQ(200, client.response().status);
+  synchronize("overview1_jpeg");
   EXPECT_TRUE(iterateUntil([&] { return countOf("Initialized") == 2; }));
 }
 

@@ -43,6 +43,9 @@ class RtspReader {
   RtspReader& operator=(const RtspReader&) = delete;
   ~RtspReader() { gst_element_set_state(pipeline.get(), GST_STATE_NULL); }
 
+  // Asks the server to stand.
+  void pause() { gst_element_set_state(pipeline.get(), GST_STATE_PAUSED); }
+
   std::vector<RtpUnit> units() EXCLUDES(mutex) {
     const LockGuard lock(mutex);
     return whole;
