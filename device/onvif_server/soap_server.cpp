@@ -91,10 +91,16 @@ class Delivery {
   Operations::Sent sent;
 };
 
-Fault unknownOperation(const XmlElement& operation) {
-  return {FaultCode::receiver,
-          {"ter:ActionNotSupported"},
-          "There is no operation " + operation.name().name};
+// In the place of one that there is not.
+const Operations::Operation& notOffered() {
+  static const Operations::Operation OPERATION{
+      Access::user,
+      [](const Request& request, const Operations::Answer&) {
+        throw Fault(FaultCode::receiver, {"ter:ActionNotSupported"},
+                    "There is no operation " + request.body.name().name);
+      },
+      ""};
+  return OPERATION;
 }
 
 }  // namespace
@@ -216,9 +222,9 @@ void SoapServer::askForUser(SoupServerMessage* message) {
 
 void SoapServer::answer(SoupServerMessage* message, const std::string& path,
                         const Envelope& envelope, Caller caller) {
-  const Operations::Operation* operation = operations.find(envelope.operation.name());
-  const bool isOpen = operation != nullptr && operation->access == Access::anybody;
-  const bool asksForToken = caller == Caller::unknown && !isOpen;
+  const Operations::Operation* found = operations.find(envelope.operation.name());
+  const Operations::Operation& operation = found != nullptr ? *found : notOffered();
+  const bool asksForToken = caller == Caller::unknown && operation.access != Access::anybody;
   if (asksForToken) {
     if (!envelope.token) {
       return askForUser(message);
@@ -227,10 +233,7 @@ void SoapServer::answer(SoupServerMessage* message, const std::string& path,
       throw notAuthorized();
     }
   }
-  if (operation == nullptr) {
-    throw unknownOperation(envelope.operation);
-  }
-  call(message, *operation, {envelope.operation, hostOf(message), path}, envelope.messageId,
+  call(message, operation, {envelope.operation, hostOf(message), path}, envelope.messageId,
        asksForToken);
 }
 
