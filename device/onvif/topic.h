@@ -33,12 +33,16 @@ class TopicFilter {
 
   bool passes(const Topic& topic) const;
 
+  // The same topics, in the same order.
+  bool operator==(const TopicFilter&) const = default;
+
  private:
   struct Pattern {
     Topic topic;
     bool isSubtree;
 
     bool matches(const Topic& topic) const;
+    bool operator==(const Pattern&) const = default;
   };
 
   void readExpression(const XmlElement& expression);

@@ -4,6 +4,16 @@
 #include <utility>
 
 namespace device::onvif {
+namespace {
+
+template <typename Queue>
+void keepNewest(Queue* queue, std::size_t most) {
+  while (queue->size() > most) {
+    queue->pop_front();
+  }
+}
+
+}  // namespace
 
 PullPoints::PullPoints(Clock clock, const PullPointLimits& limits)
     : clock(std::move(clock)), limits(limits) {}
@@ -18,15 +28,19 @@ std::optional<int> PullPoints::create(TopicFilter filter, std::int64_t lifetime,
   point.filter = std::move(filter);
   point.lifetime = lifetime;
   point.end = clock() + lifetime;
+  point.queue = takeLegacy(point.filter);
   publishTo(last, initial);
   return last;
 }
 
 void PullPoints::publish(const std::vector<Notification>& notifications) {
   for (const Notification& each : notifications) {
-    const auto shared = std::make_shared<const Notification>(each);
+    const Waiting waiting{std::make_shared<const Notification>(each), clock()};
     for (auto& [number, point] : points) {
-      add(&point, shared);
+      add(&point, waiting);
+    }
+    for (Legacy& legacy : legacies) {
+      leave(&legacy, waiting);
     }
   }
   for (auto& [number, point] : points) {
@@ -40,7 +54,7 @@ void PullPoints::publishTo(int number, const std::vector<Notification>& notifica
     return;
   }
   for (const Notification& each : notifications) {
-    add(point, std::make_shared<const Notification>(each));
+    add(point, {std::make_shared<const Notification>(each), clock()});
   }
   answerIfAny(number, point);
 }
@@ -114,8 +128,9 @@ void PullPoints::update() {
     }
   }
   for (const int number : over) {
-    remove(number);
+    forget(number);
   }
+  std::erase_if(legacies, [now](const Legacy& legacy) { return legacy.end <= now; });
 }
 
 PullPoints::Point* PullPoints::find(int number) {
@@ -123,22 +138,52 @@ PullPoints::Point* PullPoints::find(int number) {
   return found != points.end() ? &found->second : nullptr;
 }
 
-void PullPoints::add(Point* point, const std::shared_ptr<const Notification>& notification) const {
-  if (!point->filter.passes(notification->topic)) {
-    return;
+void PullPoints::add(Point* point, const Waiting& waiting) const {
+  if (point->filter.passes(waiting.notification->topic)) {
+    point->queue.push_back(waiting);
+    keepNewest(&point->queue, limits.queue);
   }
-  point->queue.push_back(notification);
-  if (point->queue.size() > limits.queue) {
-    point->queue.pop_front();
+}
+
+void PullPoints::forget(int number) {
+  Point* point = find(number);
+  takeBack(point);
+  Legacy legacy{point->filter, point->end + limits.keptFor, {}};
+  for (const Waiting& waiting : point->queue) {
+    leave(&legacy, waiting);
   }
+  legacies.push_back(std::move(legacy));
+  keepNewest(&legacies, limits.points);
+  remove(number);
+}
+
+// Whoever comes anew is told the state as it is then.
+void PullPoints::leave(Legacy* legacy, const Waiting& waiting) const {
+  const Notification& notification = *waiting.notification;
+  if (notification.operation != PropertyOperation::initialized &&
+      legacy->filter.passes(notification.topic)) {
+    legacy->queue.push_back(waiting);
+    keepNewest(&legacy->queue, limits.kept);
+  }
+}
+
+PullPoints::Queue PullPoints::takeLegacy(const TopicFilter& filter) {
+  const auto found = std::ranges::find(legacies, filter, &Legacy::filter);
+  if (found == legacies.end()) {
+    return {};
+  }
+  Queue queue = std::move(found->queue);
+  legacies.erase(found);
+  std::erase_if(queue, [oldest = clock() - limits.keptFor](const Waiting& waiting) {
+    return waiting.since <= oldest;
+  });
+  return queue;
 }
 
 void PullPoints::takeBack(Point* point) const {
   point->queue.insert(point->queue.begin(), point->onItsWay.begin(), point->onItsWay.end());
   point->onItsWay.clear();
-  while (point->queue.size() > limits.queue) {
-    point->queue.pop_front();
-  }
+  keepNewest(&point->queue, limits.queue);
 }
 
 void PullPoints::settle(int number, int batch, bool isSent) {
@@ -161,7 +206,7 @@ void PullPoints::answer(int number, Point* point) {
   }
   std::vector<Notification> taken;
   while (!point->queue.empty() && taken.size() < pull.most) {
-    taken.push_back(*point->queue.front());
+    taken.push_back(*point->queue.front().notification);
     point->onItsWay.push_back(std::move(point->queue.front()));
     point->queue.pop_front();
   }

@@ -17,13 +17,17 @@ namespace device::onvif {
 
 struct PullPointLimits {
   std::size_t points = 32;
-  std::size_t queue = 1000;  // notifications that wait at one of them
+  std::size_t queue = 1000;          // notifications that wait at one of them
+  std::size_t kept = 100;            // for the one that takes a forgotten one's place
+  std::int64_t keptFor = 600000000;  // microseconds
 };
 
-// The places at which clients fetch notifications. Each is forgotten when its time is over, with
-// what waits there; a new one begins with the present state. What is handed over to a client that
-// has gone is not lost: it waits for the next pull. Used from one thread; the clock never goes
-// back.
+// The places at which clients fetch notifications. Each is forgotten when its time is over; a new
+// one begins with the present state. What is handed over to a client that has gone is not lost: it
+// waits for the next pull. Nor is what happened that a forgotten point's client has not got: for a
+// time the newest of it, and of what its filter lets pass later, wait for the next new point with
+// the same filter, which hands them over before the present state. A point that is removed leaves
+// nothing. Used from one thread; the clock never goes back.
 class PullPoints {
  public:
   using Clock = std::function<std::int64_t()>;  // microseconds
@@ -78,7 +82,11 @@ class PullPoints {
     std::int64_t end = 0;
     Client client;
   };
-  using Queue = std::deque<std::shared_ptr<const Notification>>;
+  struct Waiting {
+    std::shared_ptr<const Notification> notification;
+    std::int64_t since = 0;
+  };
+  using Queue = std::deque<Waiting>;
   struct Point {
     TopicFilter filter;
     std::int64_t lifetime = 0;
@@ -88,9 +96,18 @@ class PullPoints {
     int batch = 0;   // its number
     std::optional<Pull> pull;
   };
+  // What is left of a point that was not renewed.
+  struct Legacy {
+    TopicFilter filter;
+    std::int64_t end = 0;
+    Queue queue;
+  };
 
   Point* find(int point);
-  void add(Point* point, const std::shared_ptr<const Notification>& notification) const;
+  void add(Point* point, const Waiting& waiting) const;
+  void forget(int number);
+  void leave(Legacy* legacy, const Waiting& waiting) const;
+  Queue takeLegacy(const TopicFilter& filter);
   void takeBack(Point* point) const;
   void settle(int point, int batch, bool isSent);
   void answer(int number, Point* point);
@@ -99,6 +116,7 @@ class PullPoints {
   Clock clock;
   PullPointLimits limits;
   std::map<int, Point> points;
+  std::deque<Legacy> legacies;  // the oldest first, as many as points at most
   int last = 0;
   std::shared_ptr<PullPoints*> self = std::make_shared<PullPoints*>(this);
 };

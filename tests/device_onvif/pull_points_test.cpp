@@ -13,6 +13,20 @@ Notification event(const std::string& value) {
   return {{ns::TOPICS, {"VideoSource", "MotionAlarm"}}, {}, {{"State", value}}};
 }
 
+Notification present(const std::string& value) {
+  Notification state = event(value);
+  state.operation = PropertyOperation::initialized;
+  return state;
+}
+
+std::string textOf(const std::vector<Notification>& notifications) {
+  std::string text;
+  for (const Notification& each : notifications) {
+    text += each.data[0].value;
+  }
+  return text;
+}
+
 class PullPointsTest : public testing::Test {
  protected:
   int create(std::int64_t lifetime = 60 * SECOND) {
@@ -21,11 +35,7 @@ class PullPointsTest : public testing::Test {
 
   bool pull(int point, std::size_t most = 10, std::int64_t patience = SECOND) {
     const auto take = [this](const std::vector<Notification>& taken, const PullPoints::Sent& sent) {
-      std::string text;
-      for (const Notification& each : taken) {
-        text += each.data[0].value;
-      }
-      answers.push_back(text);
+      answers.push_back(textOf(taken));
       delivery = sent;
       if (sent && isSentAtOnce) {
         sent(true);
@@ -33,6 +43,20 @@ class PullPointsTest : public testing::Test {
     };
     pulled = points.pull(point, most, patience, {take, [this] { return isThere; }});
     return pulled == PullPoints::Pulled::yes;
+  }
+
+  void forget(std::int64_t lifetime) {
+    now += lifetime;
+    points.update();
+  }
+
+  // What it begins with, "n" as the present state.
+  std::string toldANewPoint(const TopicFilter& filter = {}) {
+    const int point = points.create(filter, SECOND, {present("n")}).value_or(0);
+    isSentAtOnce = true;
+    pull(point);
+    points.remove(point);
+    return answers.back();
   }
 
   std::int64_t now = 1000 * SECOND;
@@ -111,6 +135,20 @@ TEST_F(PullPointsTest, PullTakesThePlaceOfOneWhoseClientHasGone) {
   EXPECT_TRUE(pull(point));
   EXPECT_EQ(Answers{""}, answers);
   isThere = true;
+  points.publish({event("a")});
+  EXPECT_EQ((Answers{"", "a"}), answers);
+}
+
+// Its connection seems to be there.
+TEST_F(PullPointsTest, PullOfAClientWhoseNetworkIsGoneEndsWithItsTime) {
+  const int point = create();
+  pull(point, 10, 30 * SECOND);
+  now += 30 * SECOND - 1;
+  EXPECT_FALSE(pull(point, 10, 30 * SECOND));
+  EXPECT_EQ(PullPoints::Pulled::anotherWaits, pulled);
+  now += 1;
+  EXPECT_TRUE(pull(point, 10, 30 * SECOND));
+  EXPECT_EQ(Answers{""}, answers);
   points.publish({event("a")});
   EXPECT_EQ((Answers{"", "a"}), answers);
 }
@@ -203,6 +241,96 @@ TEST_F(PullPointsTest, PointThatIsNotRenewedIsForgotten) {
   EXPECT_FALSE(pull(point));
   EXPECT_FALSE(points.renew(point, SECOND));
   EXPECT_EQ(0U, points.size());
+}
+
+// Before the present state, which has the last word.
+TEST_F(PullPointsTest, EventsOfAForgottenPointWaitForTheNextOne) {
+  create(10 * SECOND);
+  points.publish({event("a")});
+  forget(10 * SECOND);
+  points.publish({event("b")});
+  EXPECT_EQ("abn", toldANewPoint());
+  EXPECT_EQ("n", toldANewPoint());
+}
+
+TEST_F(PullPointsTest, OfAForgottenPointOnlyWhatItsClientHasNotGotIsTold) {
+  const int point = create(10 * SECOND);
+  points.publish({event("a")});
+  pull(point);
+  isSentAtOnce = false;
+  points.publish({event("b")});
+  pull(point);
+  forget(12 * SECOND);
+  EXPECT_EQ("bn", toldANewPoint());
+}
+
+TEST_F(PullPointsTest, PresentStateOfAForgottenPointIsNotToldAgain) {
+  points.create(TopicFilter(), SECOND, {present("x")});
+  points.publish({present("y"), event("a")});
+  forget(SECOND);
+  points.publish({present("z")});
+  EXPECT_EQ("an", toldANewPoint());
+}
+
+TEST_F(PullPointsTest, PointThatIsGivenUpLeavesNothing) {
+  const int point = create();
+  points.publish({event("a")});
+  points.remove(point);
+  EXPECT_EQ("n", toldANewPoint());
+}
+
+TEST_F(PullPointsTest, EventsOfAForgottenPointWaitForTenMinutes) {
+  constexpr std::int64_t MINUTE = 60 * SECOND;
+  create(MINUTE);
+  points.publish({event("a")});
+  forget(MINUTE);
+  now += 9 * MINUTE - 1;
+  points.publish({event("b")});
+  now += 1;
+  EXPECT_EQ("bn", toldANewPoint());
+  create(MINUTE);
+  points.publish({event("c")});
+  forget(MINUTE);
+  now += 10 * MINUTE;
+  points.publish({event("d")});
+  EXPECT_EQ("n", toldANewPoint());
+}
+
+TEST_F(PullPointsTest, HundredEventsOfAForgottenPointWaitAtMost) {
+  PullPoints many([this] { return now; });
+  many.create(TopicFilter(), SECOND, {});
+  many.publish(std::vector<Notification>(60, event("a")));
+  now += SECOND;
+  many.update();
+  many.publish(std::vector<Notification>(60, event("b")));
+  std::string told;
+  many.pull(many.create(TopicFilter(), SECOND, {}).value_or(0), 1000, 0,
+            {[&](const auto& taken, const auto&) { told = textOf(taken); }, [] { return true; }});
+  EXPECT_EQ(std::string(40, 'a') + std::string(60, 'b'), told);
+}
+
+TEST_F(PullPointsTest, EventsOfAForgottenPointAreForAPointWithItsFilter) {
+  const XmlDocument document(
+      "<f xmlns:n=\"http://docs.oasis-open.org/wsn/b-2\" xmlns:t=\"http://www.onvif.org/ver10/"
+      "topics\"><n:TopicExpression>t:VideoSource//.</n:TopicExpression></f>");
+  const TopicFilter filter(document.root());
+  points.create(filter, SECOND, {});
+  points.publish({event("a")});
+  forget(SECOND);
+  EXPECT_EQ("n", toldANewPoint());
+  EXPECT_EQ("an", toldANewPoint(filter));
+}
+
+// Two clients, which come back in any order.
+TEST_F(PullPointsTest, EachNewPointHasTheEventsOfOneForgottenPoint) {
+  create(SECOND);
+  points.publish({event("a")});
+  create(SECOND);
+  points.publish({event("b")});
+  forget(SECOND);
+  EXPECT_EQ("abn", toldANewPoint());
+  EXPECT_EQ("bn", toldANewPoint());
+  EXPECT_EQ("n", toldANewPoint());
 }
 
 TEST_F(PullPointsTest, RenewingCountsFromNowOn) {
