@@ -1,6 +1,8 @@
 #include "rtsp/rtsp_connections.h"
 
 #include <algorithm>
+#include <set>
+#include <string>
 #include <utility>
 
 #include "base/units.h"
@@ -26,11 +28,15 @@ GstRTSPThreadPoolClass* usualClass(GstRTSPThreadPool* pool) {
   return static_cast<GstRTSPThreadPoolClass*>(g_type_class_peek_parent(G_OBJECT_GET_CLASS(pool)));
 }
 
-bool hasSession(GstRTSPClient* client) {
+// By their names.
+std::vector<std::string> sessionsOf(GstRTSPClient* client) {
+  std::vector<std::string> names;
   GList* sessions = gst_rtsp_client_session_filter(client, nullptr, nullptr);
-  const bool isAny = sessions != nullptr;
+  for (const GList* each = sessions; each != nullptr; each = each->next) {
+    names.emplace_back(gst_rtsp_session_get_sessionid(static_cast<GstRTSPSession*>(each->data)));
+  }
   g_list_free_full(sessions, g_object_unref);
-  return isAny;
+  return names;
 }
 
 gboolean close(gpointer client) {
@@ -110,14 +116,18 @@ void RtspConnections::gone(const GstRTSPClient* client) {
 }
 
 void RtspConnections::limit() {
+  std::set<std::string> owned;
   for (const GObjectPtr<GstRTSPClient>& client : clients()) {
-    note(client.get(), hasSession(client.get()));
+    const std::vector<std::string> sessions = sessionsOf(client.get());
+    const std::size_t before = owned.size();
+    owned.insert(sessions.begin(), sessions.end());
+    note(client.get(), !sessions.empty(), owned.size() > before);
   }
   const std::int64_t now = g_get_monotonic_time();
   const LockGuard lock(mutex);
   std::vector<Connection*> idle;
   for (Connection& connection : connections) {
-    if (!connection.hasSession && !connection.isEnding) {
+    if (!connection.isOwner && !connection.isEnding) {
       idle.push_back(&connection);
     }
   }
@@ -126,7 +136,8 @@ void RtspConnections::limit() {
       static_cast<std::size_t>(std::ranges::count(connections, false, &Connection::isEnding));
   const std::int64_t silence = units::fromSeconds(limits.silence.count());
   for (Connection* connection : idle) {
-    if (count > limits.connections || now - connection->last > silence) {
+    const bool isSilent = !connection->hasSession && now - connection->last > silence;
+    if (count > limits.connections || isSilent) {
       end(connection);
       --count;
     }
@@ -142,12 +153,13 @@ std::vector<GObjectPtr<GstRTSPClient>> RtspConnections::clients() {
   return all;
 }
 
-void RtspConnections::note(const GstRTSPClient* client, bool hasSession) {
+void RtspConnections::note(const GstRTSPClient* client, bool hasSession, bool isOwner) {
   const LockGuard lock(mutex);
   const auto found = std::ranges::find(connections, client, &Connection::client);
   if (found != connections.end()) {
     found->hasSession = hasSession;
-    found->last = hasSession ? g_get_monotonic_time() : found->last;
+    found->isOwner = isOwner;
+    found->last = isOwner ? g_get_monotonic_time() : found->last;
   }
 }
 

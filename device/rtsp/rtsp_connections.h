@@ -15,7 +15,7 @@
 namespace device {
 
 struct RtspLimits {
-  std::size_t connections = 128;  // beyond, the oldest without a session end
+  std::size_t connections = 128;  // beyond, the oldest without a session of their own end
   unsigned sessions = 64;
   // Of a session without a word, and of a connection without a session.
   std::chrono::seconds silence{60};
@@ -26,7 +26,8 @@ struct RtspLimits {
 // The connections of an RTSP server. Each has a thread of its own, so that one which waits for its
 // first picture holds up no other; and it ends in that thread, as the library does not bear to have
 // one ended by another thread while it is at work. Sessions have a number and a time by the
-// library; connections without one have both from here.
+// library; connections without one have both from here. A session belongs to the first of the
+// connections that name it.
 class RtspConnections : public std::enable_shared_from_this<RtspConnections> {
  public:
   RtspConnections(const RtspLimits& limits, GMainContext* context)
@@ -46,8 +47,9 @@ class RtspConnections : public std::enable_shared_from_this<RtspConnections> {
   struct Connection {
     GstRTSPClient* client = nullptr;  // alive until it is closed
     GMainContextPtr context;          // of its thread
-    std::int64_t last = 0;            // monotonic microseconds: when it came, or last had a session
+    std::int64_t last = 0;  // monotonic microseconds: when it came, or last had an own session
     bool hasSession = false;
+    bool isOwner = false;
     bool isEnding = false;
   };
 
@@ -62,7 +64,7 @@ class RtspConnections : public std::enable_shared_from_this<RtspConnections> {
   void came(GstRTSPClient* client, GMainContext* thread) EXCLUDES(mutex);
   void gone(const GstRTSPClient* client) EXCLUDES(mutex);
   std::vector<GObjectPtr<GstRTSPClient>> clients() EXCLUDES(mutex);
-  void note(const GstRTSPClient* client, bool hasSession) EXCLUDES(mutex);
+  void note(const GstRTSPClient* client, bool hasSession, bool isOwner) EXCLUDES(mutex);
 
   const RtspLimits limits;
   GMainContextPtr context;

@@ -110,6 +110,12 @@ class RtspServerLimitsTest : public testing::Test {
     return client.all();
   }
 
+  static std::string sessionLine(const std::string& reply) {
+    const std::size_t begin = reply.find("Session: ");
+    EXPECT_NE(std::string::npos, begin) << reply;
+    return reply.substr(begin, reply.find_first_of(";\r", begin) - begin) + "\r\n";
+  }
+
   static void push(GstAppSrc* source, std::size_t size) {
     GstBuffer* buffer = gst_buffer_new_allocate(nullptr, size, nullptr);
     gst_buffer_memset(buffer, 0, ' ', size);
@@ -262,6 +268,25 @@ TEST_F(RtspServerLimitsTest, ConnectionWithASessionStays) {
   EXPECT_FALSE(client.hasEnded());
 }
 
+// Whoever knows a session may name it in any connection.
+TEST_F(RtspServerLimitsTest, ConnectionsThatNameAnothersSessionGiveWay) {
+  start({.connections = 3});
+  RawClient owner(server->port());
+  const std::string session = sessionLine(setUp(owner));
+  RawClient borrower(server->port());
+  RawClient second(server->port());
+  for (RawClient* each : {&borrower, &second}) {
+    each->request("OPTIONS", address("/metadata"), session);
+    ASSERT_TRUE(iterateUntil([&] { return each->hasHeard("200 OK"); }));
+  }
+  RawClient newcomer(server->port());
+  newcomer.request("OPTIONS", "*");
+  EXPECT_TRUE(iterateUntil([&] { return borrower.hasEnded() || newcomer.hasEnded(); }));
+  EXPECT_FALSE(newcomer.hasEnded());
+  EXPECT_FALSE(second.hasEnded());
+  EXPECT_FALSE(owner.hasEnded());
+}
+
 TEST_F(RtspServerLimitsTest, SessionsAreSoManyAndNoMore) {
   start({.sessions = 1});
   RawClient first(server->port());
@@ -288,11 +313,7 @@ TEST_F(RtspServerLimitsTest, EndsWhileClientsPlay) {
   std::vector<std::unique_ptr<RawClient>> clients;
   for (int i = 0; i < 5; ++i) {
     RawClient& client = *clients.emplace_back(std::make_unique<RawClient>(server->port()));
-    const std::string reply = setUp(client);
-    const std::size_t begin = reply.find("Session: ");
-    ASSERT_NE(std::string::npos, begin) << reply;
-    client.request("PLAY", address("/metadata"),
-                   reply.substr(begin, reply.find_first_of(";\r", begin) - begin) + "\r\n");
+    client.request("PLAY", address("/metadata"), sessionLine(setUp(client)));
     ASSERT_TRUE(feedUntil([&] { return client.hasHeard("\r\n\r\n$"); }));
   }
   server.reset();
