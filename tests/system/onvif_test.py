@@ -154,14 +154,19 @@ class OnvifTest(RunTest):
         self.assertIsNotNone(removed)
 
     def ask_everything(self, port, *login):
-        """What a client reads of a camera, and a move that it gives; the head has to stand."""
-        (scopes, stream, nodes, configurations, options, _, encoders, properties, _, status
-         ) = cam(port, [
+        """What a client reads of a camera, is told by it, and has its head do; that has to stand."""
+        (scopes, stream, nodes, configurations, options, encoders, properties, topic, _, status, _, _,
+         stopped, _, moved, _, presets, _, at_home, _) = cam(port, [
              ["getScopes"], ["getStreamUri", {"protocol": "UDP"}], ["getNodes"], ["getConfigurations"],
-             ["getConfigurationOptions", "head_ptz"], ["getPresets", {}],
-             ["getVideoEncoderConfigurations"], ["getEventProperties"],
-             ["absoluteMove", {"x": 25 * DEGREE, "y": 0.5, "zoom": 0.25}], ["stand"], ["getStatus", {}]],
-                 *login)
+             ["getConfigurationOptions", "head_ptz"], ["getVideoEncoderConfigurations"],
+             ["getEventProperties"], ["event"],
+             ["absoluteMove", {"x": 25 * DEGREE, "y": 0.5, "zoom": 0.25}], ["stand"], ["getStatus", {}],
+             ["continuousMove", {"x": 0.1, "y": 0, "zoom": 0, "timeout": 30000}], ["turn"],
+             ["stop", {}], ["stand"], ["getStatus", {}],
+             ["relativeMove", {"x": 10 * DEGREE, "y": 0, "zoom": 0}], ["stand"], ["getStatus", {}],
+             ["setPreset", {"presetName": "gate"}], ["getPresets", {}],
+             ["gotoHomePosition", {}], ["stand"], ["getStatus", {}],
+             ["removePreset", {"presetToken": "1"}]], *login)
         self.assertIn("onvif://www.onvif.org/type/ptz", [each["scopeItem"] for each in scopes])
         self.assertRegex(stream["uri"], r"^rtsp://127\.0\.0\.1:\d+/head$")
         self.assertEqual(["head_node"], list(nodes))
@@ -169,10 +174,17 @@ class OnvifTest(RunTest):
         self.assertEqual((-1, 1), tuple(options["spaces"]["absolute"]["x"][k] for k in ("min", "max")))
         self.assertEqual(10, len(encoders))
         self.assertIn("videoSource", properties["topicSet"])
+        self.assertRegex(topic, "^(tns1|sv):")
         position = status["position"]
         self.assertAlmostEqual(25, position["x"] / DEGREE, delta=0.05)
         self.assertAlmostEqual(0.5, position["y"], delta=0.002)
         self.assertAlmostEqual(0.25, position["zoom"], delta=0.002)
+        pans = [each["position"]["x"] / DEGREE for each in (stopped, moved, at_home)]
+        # At 10 degrees per second; for 30 s without Stop.
+        self.assertTrue(25 < pans[0] < 125, pans)
+        self.assertAlmostEqual(10, pans[1] - pans[0], delta=0.05)
+        self.assertAlmostEqual(0, pans[2], delta=0.05)
+        self.assertIn("gate", presets)
 
     def test_every_kind_of_client_logs_in(self):
         _, port = self.start_still(*self.with_user())

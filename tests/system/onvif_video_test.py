@@ -262,6 +262,7 @@ class OnvifVideoTest(RunTest):
         address = self.address(port, "overview2", "anna", "secret")
         place = address.removeprefix("rtsp://")
         self.assertEqual(["h264,1280,720"], probe("rtsp://anna:secret@" + place))
+        self.assertIn(b"<tt:MetadataStream", self.documents("rtsp://anna:secret@" + place, 1))
         self.assertIn("401", probe("rtsp://anna:guess@" + place))
         self.assertIn("401", probe(address))
 
