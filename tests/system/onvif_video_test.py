@@ -147,13 +147,22 @@ class OnvifVideoTest(RunTest):
         self.assertEqual(["h264,1280,720"], probe(first))
         self.assertEqual(["mjpeg,1280,720"], probe(self.address(port, "head_jpeg")))
         addresses = [first.replace("/head", "/" + name) for name in STREAMS]
-        decoders = [ffmpeg(address, "-f", "framemd5")
-                    for address in [*addresses, addresses[1] + "/jpeg"]]
-        for decoder in decoders:
-            pictures = [line.split(b",")[-1] for line in output_of(decoder).splitlines()
+        addresses += [address + "/jpeg" for address in addresses] + [addresses[1] + "/gzip"]
+        # The stamps as they come.
+        decoders = [ffmpeg(address, "-map", "0:v", "-vsync", "passthrough", "-enc_time_base", "1:90000",
+                           "-f", "framemd5") for address in addresses]
+        for address, decoder in zip(addresses, decoders):
+            pictures = [line.split(b",") for line in output_of(decoder).splitlines()
                         if not line.startswith(b"#")]
             # None is the same as another: there is noise in each.
-            self.assertEqual(100, len(set(pictures)))
+            self.assertEqual(100, len({picture[-1] for picture in pictures}), address)
+            self.assertTenASecond([int(picture[2]) / 90000 for picture in pictures], address)
+
+    def assertTenASecond(self, stamps, address):
+        """A machine with much else to do leaves pictures out, but not every second one all the time."""
+        steps = sorted(later - former for former, later in zip(stamps, stamps[1:]))
+        self.assertGreater(steps[0], 0, address)
+        self.assertAlmostEqual(0.1, steps[len(steps) // 10], delta=0.03, msg=(address, steps))
 
     def test_pictures_show_a_person_where_the_truth_has_one(self):
         run, port = self.start_streams()
