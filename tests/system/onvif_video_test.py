@@ -11,6 +11,7 @@ import subprocess
 import time
 from xml.etree import ElementTree
 
+from namespace import REPOSITORY
 from onvif_client import PREFIXES, cam, check, port_of
 from run_script import RunTest
 from web import EventStream, Web
@@ -19,13 +20,14 @@ PATIENCE = 120  # seconds for what takes 10 s where nothing else runs
 WIDTH, HEIGHT = 160, 90  # pixels in which pictures are compared
 CHANGE = 16  # of 255; noise is averaged away in so small a picture
 NEAR = 20  # metres from the mast
+FOLLOWS = re.compile(r"x([2-9]|\d{2,})\.\d+  error +[0-2]\.\d")  # a line of the run: closely
 TT = "{" + PREFIXES["tt"] + "}"
 STREAMS = ("head", "overview1", "overview2", "overview3", "overview4")
 
 
-def ffmpeg(address, *options, frames=100):
+def ffmpeg(address, *options, frames=100, transport=("-rtsp_transport", "tcp")):
     return subprocess.Popen(
-        ["ffmpeg", "-nostdin", "-loglevel", "error", "-rtsp_transport", "tcp", "-i", address,
+        ["ffmpeg", "-nostdin", "-loglevel", "error", *transport, "-i", address,
          "-frames:v", str(frames), *options, "-"], stdout=subprocess.PIPE, stderr=subprocess.PIPE)
 
 
@@ -194,6 +196,29 @@ class OnvifVideoTest(RunTest):
         self.assertGreater(seen, 0)
         # And nowhere else: most of the ground is as it always is.
         self.assertLess(len(changed), size / 4)
+        self.assertHeadSeesSomebody(run, port)
+
+    def assertHeadSeesSomebody(self, run, port):
+        """By the picture that the documents show."""
+        for _ in range(5):  # one may go as the picture is taken
+            begin = len(run.output)
+            for _ in range(3):
+                begin = run.output.wait_for(FOLLOWS.search, "a head that follows", begin, PATIENCE)
+            trousers = self.trousers_before_the_head(port)
+            if trousers > 20:
+                return
+        self.fail(f"nobody before the head: {trousers} pixels")
+
+    def trousers_before_the_head(self, port):
+        """Of 53 x 30 pixels in the middle, those that are dark and blue, as nothing else is."""
+        picture = self.folder / "head.jpg"
+        subprocess.run([REPOSITORY / "script" / "onvif-picture", "--of",
+                        f"http://127.0.0.1:{port}/onvif/device_service", picture], check=True, timeout=PATIENCE)
+        data = output_of(ffmpeg(picture, "-vf", f"scale={WIDTH}:{HEIGHT},crop={WIDTH // 3}:{HEIGHT // 3}",
+                                "-pix_fmt", "rgb24", "-f", "rawvideo", frames=1, transport=()))
+        self.assertEqual(3 * (WIDTH // 3) * (HEIGHT // 3), len(data))
+        return sum(1 for red, green, blue in zip(*[iter(data)] * 3)
+                   if blue > red + 8 and red + green + blue < 300)
 
     @staticmethod
     def documents(address, seconds=3):
