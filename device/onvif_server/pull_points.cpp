@@ -27,7 +27,8 @@ std::optional<int> PullPoints::create(TopicFilter filter, std::int64_t lifetime,
   Point& point = points[++last];
   point.filter = std::move(filter);
   point.lifetime = lifetime;
-  point.end = clock() + lifetime;
+  point.created = point.pulled = clock();
+  point.end = point.created + lifetime;
   point.queue = takeLegacy(point.filter);
   publishTo(last, initial);
   return last;
@@ -73,7 +74,8 @@ PullPoints::Pulled PullPoints::pull(int number, std::size_t most, std::int64_t p
     std::exchange(point->pull, std::nullopt)->client.take({}, {});
   }
   takeBack(point);  // who comes anew has not got it
-  const std::int64_t end = clock() + patience;
+  point->pulled = clock();
+  const std::int64_t end = point->pulled + patience;
   point->end = std::max(point->end, end + point->lifetime);
   point->pull = Pull{std::max<std::size_t>(most, 1), end, std::move(client)};
   if (patience <= 0) {
@@ -152,9 +154,32 @@ void PullPoints::forget(int number) {
   for (const Waiting& waiting : point->queue) {
     leave(&legacy, waiting);
   }
-  legacies.push_back(std::move(legacy));
-  keepNewest(&legacies, limits.points);
+  if (auto* heir = heirOf(*point)) {
+    handOver(&legacy.queue, heir->first, &heir->second);
+  } else {
+    legacies.push_back(std::move(legacy));
+    keepNewest(&legacies, limits.points);
+  }
   remove(number);
+}
+
+// Whoever came with the same filter since its client has pulled for the last time: the first of
+// them.
+std::pair<const int, PullPoints::Point>* PullPoints::heirOf(const Point& lost) {
+  const auto found = std::ranges::find_if(points, [&lost](const auto& each) {
+    const Point& point = each.second;
+    return &point != &lost && point.created > lost.pulled && point.filter == lost.filter;
+  });
+  return found != points.end() ? &*found : nullptr;
+}
+
+// What came before it was there; of the rest it was told itself.
+void PullPoints::handOver(Queue* left, int number, Point* heir) {
+  std::erase_if(*left, [heir](const Waiting& waiting) { return waiting.since > heir->created; });
+  dropOld(left);
+  heir->queue.insert(heir->queue.begin(), left->begin(), left->end());
+  keepNewest(&heir->queue, limits.queue);
+  answerIfAny(number, heir);
 }
 
 // Whoever comes anew is told the state as it is then.
@@ -174,10 +199,14 @@ PullPoints::Queue PullPoints::takeLegacy(const TopicFilter& filter) {
   }
   Queue queue = std::move(found->queue);
   legacies.erase(found);
-  std::erase_if(queue, [oldest = clock() - limits.keptFor](const Waiting& waiting) {
+  dropOld(&queue);
+  return queue;
+}
+
+void PullPoints::dropOld(Queue* queue) const {
+  std::erase_if(*queue, [oldest = clock() - limits.keptFor](const Waiting& waiting) {
     return waiting.since <= oldest;
   });
-  return queue;
 }
 
 void PullPoints::takeBack(Point* point) const {

@@ -8,6 +8,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "onvif/topic.h"
@@ -24,10 +25,11 @@ struct PullPointLimits {
 
 // The places at which clients fetch notifications. Each is forgotten when its time is over; a new
 // one begins with the present state. What is handed over to a client that has gone is not lost: it
-// waits for the next pull. Nor is what happened that a forgotten point's client has not got: for a
-// time the newest of it, and of what its filter lets pass later, wait for the next new point with
-// the same filter, which hands them over before the present state. A point that is removed leaves
-// nothing. Used from one thread; the clock never goes back.
+// waits for the next pull. Nor is what happened that a forgotten point's client has not got: who
+// came with the same filter after its last pull is taken for its client and told what came before;
+// where there is nobody, the newest of it, and of what the filter lets pass later, wait for a time
+// for the next new point with that filter, which hands them over before the present state. A point
+// that is removed leaves nothing. Used from one thread; the clock never goes back.
 class PullPoints {
  public:
   using Clock = std::function<std::int64_t()>;  // microseconds
@@ -91,6 +93,8 @@ class PullPoints {
     TopicFilter filter;
     std::int64_t lifetime = 0;
     std::int64_t end = 0;
+    std::int64_t created = 0;
+    std::int64_t pulled = 0;  // last
     Queue queue;
     Queue onItsWay;  // what was handed over last, until it is sent
     int batch = 0;   // its number
@@ -106,8 +110,11 @@ class PullPoints {
   Point* find(int point);
   void add(Point* point, const Waiting& waiting) const;
   void forget(int number);
+  void handOver(Queue* left, int number, Point* heir);
+  std::pair<const int, Point>* heirOf(const Point& lost);
   void leave(Legacy* legacy, const Waiting& waiting) const;
   Queue takeLegacy(const TopicFilter& filter);
+  void dropOld(Queue* queue) const;
   void takeBack(Point* point) const;
   void settle(int point, int batch, bool isSent);
   void answer(int number, Point* point);

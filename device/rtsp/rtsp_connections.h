@@ -26,7 +26,7 @@ struct RtspLimits {
 // The connections of an RTSP server. Each has a thread of its own, so that one which waits for its
 // first picture holds up no other; and it ends in that thread, as the library does not bear to have
 // one ended by another thread while it is at work. Sessions have a number and a time by the
-// library; connections without one have both from here. A session belongs to the first of the
+// library; connections without one have both from here. A session belongs to the oldest of the
 // connections that name it.
 class RtspConnections : public std::enable_shared_from_this<RtspConnections> {
  public:

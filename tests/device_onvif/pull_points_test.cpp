@@ -333,6 +333,61 @@ TEST_F(PullPointsTest, EachNewPointHasTheEventsOfOneForgottenPoint) {
   EXPECT_EQ("n", toldANewPoint());
 }
 
+// It subscribes anew before the time of what it has lost is over.
+TEST_F(PullPointsTest, WhoHasComeBackAlreadyIsToldWhatItMissedWhenItsLostPointsTimeIsOver) {
+  create(10 * SECOND);
+  points.publish({event("a")});
+  now += 3 * SECOND;
+  const int point = create();
+  now += SECOND;
+  points.publish({event("b")});
+  pull(point);
+  pull(point, 10, 30 * SECOND);
+  forget(6 * SECOND);
+  EXPECT_EQ((Answers{"b", "a"}), answers);
+  points.publish({event("c")});
+  EXPECT_EQ("n", toldANewPoint());
+}
+
+TEST_F(PullPointsTest, WhatItMissedComesBeforeWhatWaitsForIt) {
+  create(10 * SECOND);
+  points.publish({event("a")});
+  now += SECOND;
+  const int point = create();
+  now += SECOND;
+  points.publish({event("b")});
+  forget(8 * SECOND);
+  pull(point);
+  EXPECT_EQ((Answers{"ab"}), answers);
+}
+
+TEST_F(PullPointsTest, WhatHasWaitedForTenMinutesAtALostPointIsNotTold) {
+  constexpr std::int64_t MINUTE = 60 * SECOND;
+  create(11 * MINUTE);
+  points.publish({event("a")});
+  now += MINUTE + SECOND;
+  points.publish({event("b")});
+  now += SECOND;
+  const int point = create(30 * MINUTE);
+  forget(10 * MINUTE - 2 * SECOND);
+  pull(point);
+  EXPECT_EQ((Answers{"b"}), answers);
+}
+
+// It was there beside the other one, which had been served since.
+TEST_F(PullPointsTest, WhoWasThereAlreadyIsNotTakenForALostClient) {
+  const int lost = create(10 * SECOND);
+  const int other = create();
+  now += SECOND;
+  pull(lost);
+  points.publish({event("a")});
+  points.publish({event("b")});
+  forget(11 * SECOND);
+  pull(other);
+  EXPECT_EQ((Answers{"a", "ab"}), answers);
+  EXPECT_EQ("bn", toldANewPoint());
+}
+
 TEST_F(PullPointsTest, RenewingCountsFromNowOn) {
   const int point = create(10 * SECOND);
   now += 9 * SECOND;
