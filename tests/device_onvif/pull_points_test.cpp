@@ -377,6 +377,7 @@ TEST_F(PullPointsTest, WhatHasWaitedForTenMinutesAtALostPointIsNotTold) {
 // It was there beside the other one, which had been served since.
 TEST_F(PullPointsTest, WhoWasThereAlreadyIsNotTakenForALostClient) {
   const int lost = create(10 * SECOND);
+  now += SECOND;
   const int other = create();
   now += SECOND;
   pull(lost);
