@@ -222,6 +222,20 @@ void Identities::join(std::int64_t time) {
       }
     }
   }
+  noteWaiting(time);
+}
+
+// Whose pairs are neither joined nor none.
+void Identities::noteWaiting(std::int64_t time) {
+  for (Person& person : persons) {
+    person.isWaiting = person.isWaiting && person.lastSeen > time;  // a picture that came late
+  }
+  for (const Pair& pair : pairs) {
+    const std::size_t young = indexOf(pair.young);
+    if (pair.cost < DEAREST && young < persons.size()) {
+      persons[young].isWaiting = true;
+    }
+  }
 }
 
 void Identities::collectPairs(std::int64_t time) {

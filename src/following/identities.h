@@ -47,6 +47,7 @@ struct Person {
   double heightDeviation;    // m, the same
   BodyHeight height;
   GroundFilter filter;
+  bool isWaiting = false;  // may be somebody who is known, which the next pictures tell
 };
 
 class Identities {
@@ -131,6 +132,7 @@ class Identities {
               const GroundPosition& position) const;
 
   void join(std::int64_t time);
+  void noteWaiting(std::int64_t time);
   void collectPairs(std::int64_t time);
   bool mayBeSeenTwice(std::size_t older, std::size_t young, std::int64_t time) const;
   static bool isYoung(const Person& person, std::int64_t time);

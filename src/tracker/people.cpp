@@ -39,6 +39,10 @@ constexpr int WELL_KNOWN = 10;  // pictures
 constexpr double MUCH_WIDER = 2.5;
 constexpr double MUCH_HIGHER = 1.5;
 
+bool mayBeTheLostOne(const following::Person& person) {
+  return person.pictures < LEAST_KNOWN || person.isWaiting;
+}
+
 std::int32_t numberOf(std::int64_t identity) {
   return static_cast<std::int32_t>(identity);
 }
@@ -347,7 +351,7 @@ void People::offer(std::int64_t now, std::int64_t at) {
     const Chosen one{PEOPLES_CHANNEL, numberOf(each.identity)};
     const following::Person* person = identities.find(each.identity);
     if (!isOffered(one, isLost(each.channel, each.handedOver), isOneInSight) ||
-        (isOneLost && person->pictures < LEAST_KNOWN)) {
+        (isOneLost && mayBeTheLostOne(*person))) {
       continue;
     }
     const following::Member alone{&person->filter.state(), person->height.metres};

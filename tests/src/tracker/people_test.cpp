@@ -205,6 +205,32 @@ TEST_F(PeopleTest, AFirstGlimpseDoesNotEndTheSearchForWhoIsLost) {
   EXPECT_NEAR(chosenPan(), (panOf(3.0, 6.0) + panOf(-1.0, 6.0)) / 2.0, 1.0);
 }
 
+// Two come back from behind something, where they have changed places: some pictures more tell by
+// their heights who is who. Until then the head does not take the one who is where the other one
+// was lost; they are too far apart for one frame.
+TEST_F(PeopleTest, WhoMayBeTheLostOneIsNotTakenForHimByHisPlace) {
+  people.selection().setMaxObjectSize({6.0, 20.0});
+  for (int i = 0; i < 20; ++i) {
+    pass(FRAME);
+    show(0, {at(1, 0.0, 6.0, 1.85), at(2, 0.4, 6.0, 1.55)}, {1, 2});
+    ASSERT_NEAR(chosenPan(), panOf(0.0, 6.0), 0.5);
+  }
+  const std::int64_t followed = people.getIdentities().whoIs(0, 1)->identity;
+  for (int i = 0; i < 10; ++i) {
+    pass(FRAME);
+    show(0, {}, {});
+    ASSERT_TRUE(choose());
+  }
+  for (int i = 0; i < 8; ++i) {
+    pass(FRAME);
+    show(0, {at(8, 0.4, 6.0, 1.85), at(9, 0.0, 6.0, 1.55)}, {8, 9});
+    EXPECT_EQ(people.getIdentities().whoIs(0, 9)->isWaiting, i >= 1 && i < 4) << i;
+    choose();
+  }
+  ASSERT_EQ(people.getIdentities().whoIs(0, 8)->identity, followed);
+  EXPECT_NEAR(chosenPan(), panOf(0.4, 6.0), 0.5);
+}
+
 TEST_F(PeopleTest, AGuardMayTakeItsTimeOverANewNumber) {
   stand(0, 7, 3.0, 6.0);
   choose();
