@@ -37,10 +37,11 @@ constexpr double GAP_COST = 0.3;           // per second
 constexpr double FAR_PIXEL = 4.3e-4;
 
 // A pair that another one of the same people comes so near to is not joined before so many pictures
-// of the young one, or until he is so old.
+// of the young one, or until he is so old, or his next picture would come too late: not regularly.
 constexpr double CONTESTED_BY = 3.0;
 constexpr int CONTESTED_PICTURES = 5;
 constexpr double CONTESTED_TIME = 0.7;  // s
+constexpr double LATE_PICTURE = 1.2;    // times what lay between those before
 
 constexpr double TAKEN_BACK_PLACE = 1.0;     // m2, added to the variance per axis
 constexpr double TAKEN_BACK_VELOCITY = 1.0;  // m2/s2
@@ -334,7 +335,10 @@ void Identities::addPair(const Remembered& older, const Person& young, double ga
 
 bool Identities::isContested(const Pair& pair, std::int64_t time) const {
   const Person& young = persons[indexOf(pair.young)];
-  if (young.pictures >= CONTESTED_PICTURES || secondsBetween(young.born, time) >= CONTESTED_TIME) {
+  const double shown = secondsBetween(young.born, young.lastSeen);
+  const double nextPicture = shown + LATE_PICTURE * shown / (young.pictures - 1);
+  if (young.pictures >= CONTESTED_PICTURES || nextPicture >= YOUTH ||
+      secondsBetween(young.born, time) >= CONTESTED_TIME) {
     return false;
   }
   return std::ranges::any_of(pairs, [&pair](const Pair& other) {

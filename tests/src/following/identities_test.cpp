@@ -416,6 +416,26 @@ TEST(IdentitiesTest, PairThatAnotherOneComesNearToDoesNotWaitForLong) {
   EXPECT_EQ(people.who(8), first);
 }
 
+// Nor until he is compared no more: at two pictures a second the second one is the last that tells,
+// at three the third one.
+TEST(IdentitiesTest, PairThatAnotherOneComesNearToIsJoinedWhilePicturesOfFewStillTell) {
+  for (const auto& [frame, pictures] : {std::pair(500'000, 2), std::pair(340'000, 3)}) {
+    People people;
+    for (int i = 0; i < 20; ++i, people.pass()) {
+      people.frame({seen(1, 0.0, 6.0), seen(2, 0.3, 6.0)});
+    }
+    const std::int64_t first = people.who(1);
+    const std::int64_t second = people.who(2);
+    people.now += 1'000'000;
+    for (int i = 0; i < pictures; ++i, people.now += frame) {
+      EXPECT_NE(people.who(8), first) << frame << ' ' << i;
+      people.frame({seen(8, 0.0, 6.0), seen(9, 0.3, 6.0)});
+    }
+    EXPECT_EQ(people.who(8), first) << frame;
+    EXPECT_EQ(people.who(9), second) << frame;
+  }
+}
+
 // A pixel is half a metre of ground there.
 TEST(IdentitiesTest, WhoIsFarAwayIsKnownAgainAsWell) {
   const Meeting met = meet(seen(1, 0.0, 50.0), 30, 3.0, seen(2, 0.0, 50.0), FRAME);
