@@ -258,6 +258,9 @@ void Identities::collectPairs(std::int64_t time) {
         }
       } else if (mayBeSeenTwice(o, y, time)) {
         addPair(memoryOf(other), young, 0.0);
+      } else if (!isYoung(other, time) && gap <= LEADERS_PATIENCE && mayBeSeenTwice(y, o, time)) {
+        // A camera of few pictures saw him first, and often enough only now.
+        addPair(memoryOf(young), other, 0.0);
       }
     }
     for (const Remembered& other : remembered) {

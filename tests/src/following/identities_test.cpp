@@ -560,6 +560,37 @@ TEST(IdentitiesTest, TwoCamerasOfFewPicturesThatSeeOnePersonAreOneTrack) {
   EXPECT_EQ(people.who(9, 1), people.who(5));
 }
 
+// The slow one has seen him often enough only when he is no newcomer any more to the other.
+TEST(IdentitiesTest, CameraOfFewPicturesThatSeesAPersonFirstAndAFastOneAreOneTrack) {
+  for (const int few : {4, 5, 8}) {  // pictures of the fast one for each
+    People people;
+    for (int i = 0; i <= 3 * few; ++i, people.pass()) {
+      if (i % few == 0) {
+        people.frame({seen(9, 0.1 * i, 6.0)}, 1);
+      }
+      if (i > 0) {
+        people.frame({seen(5, 0.1 * i, 6.05)}, 0);
+      }
+    }
+    EXPECT_EQ(people.who(9, 1), people.who(5)) << few;
+    EXPECT_EQ(people.identities.people().size(), 1U) << few;
+  }
+}
+
+// Whom the fast one shows no more he may have been, but nobody sees both.
+TEST(IdentitiesTest, CameraOfFewPicturesAndAFastOneThatShowsNobodyAreNotComparedAsOne) {
+  People people;
+  for (int i = 0; i <= 15; ++i, people.pass()) {
+    if (i % 5 == 0) {
+      people.frame({seen(9, 0.1 * i, 6.0)}, 1);
+    }
+    if (i > 0 && i <= 8) {
+      people.frame({seen(5, 0.1 * i, 6.05)}, 0);
+    }
+  }
+  EXPECT_NE(people.who(9, 1), people.who(5));
+}
+
 TEST(IdentitiesTest, TwoPeopleOfOneCameraAreNeverOne) {
   People people;
   for (int i = 0; i < 20; ++i, people.pass()) {
