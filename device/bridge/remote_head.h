@@ -19,8 +19,8 @@ namespace device::bridge {
 
 // A head that is reached by ONVIF. One command at a time is on its way, and one question for the
 // status beside it, ten times a second as long as the answers come fast enough; what the metadata
-// tell counts as well, whichever is newer. When the daemon has been silent for a second, or at the
-// end, the head is stopped.
+// tell counts as well, whichever is newer. When the daemon has been silent for HeadMoves::SILENCE,
+// or at the end, the head is stopped.
 class RemoteHead : public ServedHead {
  public:
   static constexpr std::int64_t TICK = 10000;            // microseconds

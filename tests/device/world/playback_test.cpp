@@ -123,6 +123,7 @@ TEST(PlaybackTest, RecordingsGiveRests) {
     GTEST_SKIP() << "the recordings of real people are no part of the product: none at "
                  << recordingsFolder();
   }
+  ASSERT_FALSE(std::filesystem::is_empty(recordingsFolder()));
   for (const auto& entry : std::filesystem::directory_iterator(recordingsFolder())) {
     SCOPED_TRACE(entry.path());
     const Playback playback(TrackSet::read(entry.path()), STAGE);

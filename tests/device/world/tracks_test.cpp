@@ -121,6 +121,7 @@ TEST(TrackSetTest, ReadsRecordings) {
     GTEST_SKIP() << "the recordings of real people are no part of the product: none at "
                  << recordingsFolder();
   }
+  ASSERT_FALSE(std::filesystem::is_empty(recordingsFolder()));
   for (const auto& entry : std::filesystem::directory_iterator(recordingsFolder())) {
     const TrackSet set = TrackSet::read(entry.path());
     EXPECT_GT(set.getTracks().size(), 10u) << entry.path();

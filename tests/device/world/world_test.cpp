@@ -129,6 +129,7 @@ TEST_F(WorldTest, RecordingsWalkInFrontOfTheCamera) {
     GTEST_SKIP() << "the recordings of real people are no part of the product: none at "
                  << recordingsFolder();
   }
+  ASSERT_FALSE(std::filesystem::is_empty(recordingsFolder()));
   for (const auto& entry : std::filesystem::directory_iterator(recordingsFolder())) {
     World world(loadModel(modelsFolder(), "perfect").world, {.tracks = entry.path()});
     int there = 0;
