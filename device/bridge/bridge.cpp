@@ -77,6 +77,7 @@ void Bridge::startHead() {
 
 void Bridge::startCameras() {
   cameras.clear();
+  objects.clear();
   int channel = 0;
   for (const OverviewSettings& camera : settings.cameras) {
     cameras.emplace_back(
@@ -151,7 +152,7 @@ void Bridge::stop() {
 }
 
 void Bridge::frame(int channel, const Frame& frame) {
-  objects = static_cast<int>(frame.objects.size());
+  objects[channel] = static_cast<int>(frame.objects.size());
   const auto encode = [&frame](int mask) { return encodeFrame(frame, mask); };
   scenes->publish(channel, frame.timestamp, encode);
   subscribers->publish(channel, frame.timestamp, encode);
@@ -160,12 +161,16 @@ void Bridge::frame(int channel, const Frame& frame) {
 
 void Bridge::showStatus() {
   const HeadStatus status = head.presentStatus();
+  int sum = 0;
+  for (const auto& [channel, count] : objects) {
+    sum += count;
+  }
   console.status({.time = secondsSinceStart(),
                   .state = monitor.getState(),
                   .target = std::nullopt,
                   .head = status,
                   .multiplier = status.magnification,
-                  .objects = objects});
+                  .objects = sum});
 }
 
 void Bridge::logLine(const SyslogLine& line) {

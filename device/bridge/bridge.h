@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <list>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -77,7 +78,7 @@ class Bridge {
   int exitStatus = 0;
   bool stopping = false;
   bool isRestartWanted = false;  // of the application, which reads much at its start only
-  int objects = 0;               // in the last frame
+  std::map<int, int> objects;    // in the last frame of each channel
   ApplicationMonitor monitor;
   std::optional<SyslogServer> syslog;
   EventService events;

@@ -17,21 +17,31 @@ using onvif::Tag;
 using onvif::XmlElement;
 namespace ns = onvif::ns;
 
+constexpr guint REOPENING = 50;  // milliseconds after a stream broke
 constexpr char NO_HEAD[] =
     "The camera has no profile that moves a head: switch PTZ on in one of its profiles";
 constexpr char NO_OBJECTS[] =
     "The camera has no profile with a picture and analytics: switch object analytics on in the "
     "camera, and metadata in the same profile";
 
+guint millisecondsOf(std::int64_t microseconds) {
+  return static_cast<guint>(microseconds / units::MICROSECONDS_PER_MILLISECOND);
+}
+
 }  // namespace
 
 CameraLink::CameraLink(const CameraAddress& address, const onvif::Login& login, bool isHead,
                        bool wantsMetadata, Callbacks callbacks)
+    : CameraLink(address, login, isHead, wantsMetadata, std::move(callbacks), Patience()) {}
+
+CameraLink::CameraLink(const CameraAddress& address, const onvif::Login& login, bool isHead,
+                       bool wantsMetadata, Callbacks callbacks, const Patience& patience)
     : address(address),
       login(login),
       isHead(isHead),
       wantsMetadata(wantsMetadata),
       callbacks(std::move(callbacks)),
+      patience(patience),
       calls(address.device, login) {
   begin();
 }
@@ -156,19 +166,37 @@ void CameraLink::streamCame(const std::optional<XmlElement>& response) {
   if (!uri.starts_with("rtsp://")) {
     return failed("The camera does not say where its stream is");
   }
-  openStream(onvif::reachedAt(uri, address.device));
+  streamUri = onvif::reachedAt(uri, address.device);
+  openStream();
 }
 
-void CameraLink::openStream(const std::string& uri) try {
+void CameraLink::openStream() try {
+  firstCame.reset();
   stream = std::make_unique<onvif::MetadataStream>(
-      uri, login,
-      onvif::MetadataStream::Callbacks{[this](const onvif::MetadataArrival& arrival) {
-                                         succeeded();
-                                         callbacks.onMetadata(arrival);
-                                       },
-                                       [this](const std::string& words) { failed(words); }});
+      streamUri, login,
+      onvif::MetadataStream::Callbacks{
+          [this](const onvif::MetadataArrival& arrival) { metadataCame(arrival); },
+          [this](const std::string& words) { streamBroke(words); }});
 } catch (const std::runtime_error& error) {
   failed(error.what());
+}
+
+void CameraLink::metadataCame(const onvif::MetadataArrival& arrival) {
+  firstCame = firstCame.value_or(arrival.time);
+  giveUp.reset();
+  broken.clear();
+  succeeded();
+  callbacks.onMetadata(arrival);
+}
+
+void CameraLink::streamBroke(const std::string& words) {
+  if (!firstCame || g_get_monotonic_time() - *firstCame < patience.lived) {
+    return failed(broken.empty() ? words : broken);
+  }
+  broken = words;
+  stream.reset();
+  reopening = startTimer(REOPENING, reopeningDue, this);
+  giveUp = startTimer(millisecondsOf(patience.inTime), givingUpDue, this);
 }
 
 void CameraLink::succeeded() {
@@ -180,17 +208,20 @@ void CameraLink::succeeded() {
 }
 
 void CameraLink::failed(const std::string& words) {
-  if (std::exchange(told, words) != words) {
-    callbacks.announce(words);
-  }
-  if (stream) {
+  tell(words);
+  if (stream || !broken.empty()) {
     stream.reset();
     callbacks.onLost();
   }
-  retry.reset(
-      g_timeout_source_new(static_cast<guint>(pause.next() / units::MICROSECONDS_PER_MILLISECOND)));
-  g_source_set_callback(retry.get(), retryDue, this, nullptr);
-  g_source_attach(retry.get(), g_main_context_get_thread_default());
+  broken.clear();
+  giveUp.reset();
+  retry = startTimer(millisecondsOf(pause.next()), retryDue, this);
+}
+
+void CameraLink::tell(const std::string& words) {
+  if (std::exchange(told, words) != words) {
+    callbacks.announce(words);
+  }
 }
 
 bool CameraLink::usesMedia2() const {
@@ -201,6 +232,19 @@ bool CameraLink::usesMedia2() const {
 gboolean CameraLink::retryDue(gpointer data) {
   auto* self = static_cast<CameraLink*>(data);
   self->begin();
+  return G_SOURCE_REMOVE;
+}
+
+gboolean CameraLink::reopeningDue(gpointer data) {
+  static_cast<CameraLink*>(data)->openStream();
+  return G_SOURCE_REMOVE;
+}
+
+// It may come yet.
+gboolean CameraLink::givingUpDue(gpointer data) {
+  auto* self = static_cast<CameraLink*>(data);
+  self->tell(self->broken);
+  self->callbacks.onLost();
   return G_SOURCE_REMOVE;
 }
 

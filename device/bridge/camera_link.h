@@ -27,20 +27,30 @@ struct CameraFound {
 };
 
 // The way to one camera: finds out what it has, keeps its metadata coming, and begins anew with
-// growing pauses after whatever goes wrong. In the main loop of its thread.
+// growing pauses after whatever goes wrong. Some cameras close a stream every few seconds: one that
+// has lived is opened again at once, and if something comes in time nobody is told. In the main
+// loop of its thread.
 class CameraLink {
  public:
   struct Callbacks {
     std::function<void(const CameraFound& found)> onFound;
     std::function<void(const onvif::MetadataArrival& arrival)> onMetadata;
-    std::function<void()> onLost;  // the metadata, for a while
+    std::function<void()> onLost;  // the metadata, for a while; may come twice
     Announce announce;
+  };
+
+  // Of a stream that breaks, in microseconds.
+  struct Patience {
+    std::int64_t lived = 1000000;   // since it told something first: is opened again at once
+    std::int64_t inTime = 1000000;  // for what it tells then; as for objects that are missing
   };
 
   // isHead: the profile has to have a PTZ configuration; else a source and analytics. Throws
   // std::runtime_error for what is no address.
   CameraLink(const CameraAddress& address, const onvif::Login& login, bool isHead,
              bool wantsMetadata, Callbacks callbacks);
+  CameraLink(const CameraAddress& address, const onvif::Login& login, bool isHead,
+             bool wantsMetadata, Callbacks callbacks, const Patience& patience);
   CameraLink(const CameraLink&) = delete;
   CameraLink& operator=(const CameraLink&) = delete;
   ~CameraLink();
@@ -61,21 +71,32 @@ class CameraLink {
   void prepareMetadata();
   void askForStream();
   void streamCame(const std::optional<onvif::XmlElement>& response);
-  void openStream(const std::string& uri);
+  void openStream();
+  void metadataCame(const onvif::MetadataArrival& arrival);
+  void streamBroke(const std::string& words);
   void succeeded();
   void failed(const std::string& words);
+  void tell(const std::string& words);
   bool usesMedia2() const;
   static gboolean retryDue(gpointer self);
+  static gboolean reopeningDue(gpointer self);
+  static gboolean givingUpDue(gpointer self);
 
   CameraAddress address;
   onvif::Login login;
   bool isHead;
   bool wantsMetadata;
   Callbacks callbacks;
+  Patience patience;
   onvif::CameraCalls calls;
   CameraFound finding;
   std::optional<CameraFound> found;
+  std::string streamUri;
   std::unique_ptr<onvif::MetadataStream> stream;
+  std::optional<std::int64_t> firstCame;  // of this stream's metadata, monotonic microseconds
+  std::string broken;                     // what happened to a stream that is being opened again
+  GSourcePtr reopening;
+  GSourcePtr giveUp;  // a stream that is being opened again
   GrowingPause pause;
   GSourcePtr retry;
   std::string told;  // the trouble that was told last

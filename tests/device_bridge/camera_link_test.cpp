@@ -1,0 +1,126 @@
+// A camera whose stream breaks, over real sockets.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "bridge/camera_link.h"
+#include "fake_camera.h"
+#include "scripted_rtsp.h"
+
+namespace device::bridge {
+namespace {
+
+using onvif::answered;
+using onvif::Attribute;
+using onvif::FakeAnswer;
+using onvif::FakeCamera;
+using onvif::FakeRequest;
+using onvif::Tag;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace ns = onvif::ns;
+
+constexpr std::int64_t LONG = 60000000;  // no part of a second of the test's machine matters
+constexpr char ENDED[] = "The camera has ended the stream";
+constexpr char BACK[] = "The camera is there again";
+
+class CameraLinkTest : public testing::Test {
+ protected:
+  CameraLinkTest() { rtsp.document = "<tt:MetadataStream></tt:MetadataStream>"; }
+
+  FakeAnswer answer(const FakeRequest& request) const {
+    if (request.operation == "GetServices") {
+      return answered(Tag(
+          "tds:GetServicesResponse",
+          Tag("tds:Service", Tag("tds:Namespace", ns::MEDIA2), Tag("tds:XAddr", camera.url()))));
+    }
+    if (request.operation == "GetProfiles") {
+      return answered(
+          Tag("tr2:GetProfilesResponse",
+              Tag("tr2:Profiles", Attribute("token", "p1"), Tag("tr2:Name", "main"),
+                  Tag("tr2:Configurations", Tag("tr2:VideoSource", Attribute("token", "v")),
+                      Tag("tr2:Analytics", Attribute("token", "a")),
+                      Tag("tr2:Metadata", Attribute("token", "m"), Tag("tt:Analytics", true))))));
+    }
+    if (request.operation == "GetStreamUri") {
+      return answered(Tag("tr2:GetStreamUriResponse", Tag("tr2:Uri", rtsp.uri())));
+    }
+    return onvif::faulted(
+        onvif::Fault(onvif::FaultCode::receiver, {"ter:ActionNotSupported"}, "No"), 500);
+  }
+
+  void start(const CameraLink::Patience& patience) {
+    link.emplace(CameraAddress{camera.url(), "", ""}, onvif::Login(), false, true,
+                 CameraLink::Callbacks{
+                     .onFound = [](const CameraFound&) {},
+                     .onMetadata = [this](const onvif::MetadataArrival&) { ++documents; },
+                     .onLost = [this] { ++losses; },
+                     .announce = [this](const std::string& text) { announced.push_back(text); }},
+                 patience);
+  }
+
+  std::ptrdiff_t asked(const std::string& operation) const {
+    return std::ranges::count(camera.requests, operation, &FakeRequest::operation);
+  }
+
+  // Is told something on the latest of so many connections.
+  bool isTold(int connections) {
+    if (!iterateUntil([&] { return rtsp.played >= connections; })) {
+      return false;
+    }
+    const int before = documents;
+    return iterateUntil([&] { return documents > before; });
+  }
+
+  onvif::ScriptedRtsp rtsp;
+  FakeCamera camera{[this](const FakeRequest& request) { return answer(request); }};
+  std::optional<CameraLink> link;
+  std::vector<std::string> announced;
+  int documents = 0;
+  int losses = 0;
+};
+
+TEST_F(CameraLinkTest, StreamThatTheCameraClosesOverAndOverIsOpenedAgainWithoutAWord) {
+  rtsp.life = 500000;
+  start({.lived = 0, .inTime = LONG});
+  ASSERT_TRUE(isTold(4));
+  EXPECT_EQ(0, losses) << "who was there before is there still";
+  EXPECT_THAT(announced, IsEmpty()) << "there is nothing to be done about it";
+  EXPECT_EQ(1, asked("GetStreamUri")) << "it is opened where it was";
+}
+
+TEST_F(CameraLinkTest, StreamThatBreaksBeforeItHasLivedIsTriedAfterTheFirstPauseEachTime) {
+  rtsp.life = 200000;
+  start({.lived = LONG, .inTime = LONG});
+  ASSERT_TRUE(isTold(1));
+  ASSERT_TRUE(iterateUntil([this] { return losses == 1; }));
+  EXPECT_THAT(announced, ElementsAre(ENDED));
+  const std::int64_t lost = g_get_monotonic_time();
+  ASSERT_TRUE(isTold(6)) << "pauses that grow would take 31 s";
+  EXPECT_GE(g_get_monotonic_time() - lost, 5 * GrowingPause::FIRST);
+  EXPECT_EQ(6, asked("GetStreamUri")) << "the camera may be another one by now";
+  EXPECT_EQ(BACK, announced.back());
+}
+
+TEST_F(CameraLinkTest, StreamThatIsOpenedAgainAndTellsNothingIsLost) {
+  rtsp.life = 500000;
+  start({.lived = 0, .inTime = 200000});
+  ASSERT_TRUE(isTold(1));
+  rtsp.isSilent = true;
+  ASSERT_TRUE(iterateUntil([this] { return rtsp.played == 2; }));
+  rtsp.life = 0;
+  ASSERT_TRUE(iterateUntil([this] { return losses > 0; }));
+  EXPECT_THAT(announced, ElementsAre(ENDED));
+  const int before = documents;
+  rtsp.isSilent = false;
+  ASSERT_TRUE(iterateUntil([&] { return documents > before; }));
+  EXPECT_THAT(announced, ElementsAre(ENDED, BACK));
+  EXPECT_EQ(2, rtsp.played) << "it was waited for all the same";
+}
+
+}  // namespace
+}  // namespace device::bridge
