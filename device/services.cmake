@@ -164,6 +164,7 @@ add_library(device_bridge STATIC
   bridge/bridge_settings.cpp
   bridge/camera_link.cpp
   bridge/camera_survey.cpp
+  bridge/camera_views.cpp
   bridge/frame_clock.cpp
   bridge/head_check.cpp
   bridge/head_check_run.cpp

@@ -155,7 +155,7 @@ SetUp::Method SetUp::methodOf(const std::string& name) {
       {"stopCheck", &SetUp::stopCheck},   {"switchMetadataOn", &SetUp::switchMetadataOn},
       {"snapshot", &SetUp::takeSnapshot}, {"useHead", &SetUp::useHead},
       {"useCamera", &SetUp::useCamera},   {"removeCamera", &SetUp::removeCamera},
-      {"useGeneral", &SetUp::useGeneral},
+      {"useGeneral", &SetUp::useGeneral}, {"view", &SetUp::view},
   };
   const auto found = METHODS.find(name);
   if (found == METHODS.end()) {
@@ -223,20 +223,23 @@ JsonAutoPtr SetUp::inspect(const json_t* params) {
   return nothing();
 }
 
-// Leaves everything as it was when it throws.
-void SetUp::readLogin(const json_t* params) {
+// The camera of the settings that is meant; null when none is.
+const CameraAddress* SetUp::knownIn(const json_t* params) const {
   const BridgeSettings& settings = means.files.getSettings();
   const json_t* number = json_object_get(params, "camera");
-  const CameraAddress* known = nullptr;
   if (json_is_integer(number)) {
     const json_int_t index = json_integer_value(number) - 1;
     if (index < 0 || index >= static_cast<json_int_t>(settings.cameras.size())) {
       throw BadRequest("There is no such camera");
     }
-    known = &settings.cameras[static_cast<std::size_t>(index)].address;
-  } else if (json_is_true(json_object_get(params, "head"))) {
-    known = &settings.head.address;
+    return &settings.cameras[static_cast<std::size_t>(index)].address;
   }
+  return json_is_true(json_object_get(params, "head")) ? &settings.head.address : nullptr;
+}
+
+// Leaves everything as it was when it throws.
+void SetUp::readLogin(const json_t* params) {
+  const CameraAddress* known = knownIn(params);
   const std::string address = known != nullptr ? known->device : textIn(params, "address");
   const std::string user = textIn(params, "user");
   const std::string password = textIn(params, "password");
@@ -279,6 +282,11 @@ void SetUp::survey() {
                                                                surveyTrouble = words;
                                                                isSurveyed = true;
                                                              }});
+}
+
+void SetUp::settingsWritten() {
+  views.forget();
+  means.changed();
 }
 
 JsonAutoPtr SetUp::checkHead(const json_t* params) {
@@ -344,6 +352,20 @@ JsonAutoPtr SetUp::takeSnapshot(const json_t* params) {
                                picture.empty() ? json_null() : jsonText(picture)));
 }
 
+JsonAutoPtr SetUp::view(const json_t* params) {
+  const CameraAddress* known = knownIn(params);
+  if (known == nullptr || known->device.empty()) {
+    throw BadRequest("Say which camera of those that are set up");
+  }
+  const CameraViews::View& seen =
+      views.look(*known, loginOf(means.files.getCredentials(), known->login),
+                 json_is_true(json_object_get(params, "head")));
+  const bool isNew = seen.number > json_integer_value(json_object_get(params, "have"));
+  return JsonAutoPtr(json_pack("{s:I, s:o, s:o}", "number", static_cast<json_int_t>(seen.number),
+                               "trouble", jsonText(seen.trouble), "jpeg",
+                               isNew ? jsonText(seen.jpeg) : json_null()));
+}
+
 JsonAutoPtr SetUp::useHead(const json_t* params) {
   requireNoCheck();
   requireCamera();
@@ -355,7 +377,7 @@ JsonAutoPtr SetUp::useHead(const json_t* params) {
   merge(head.get(), toldIn(params));
   means.files.change([&](json_t* root) { json_object_set(root, "head", head.get()); },
                      newCredentials());
-  means.changed();
+  settingsWritten();
   return nothing();
 }
 
@@ -366,7 +388,7 @@ JsonAutoPtr SetUp::useCamera(const json_t* params) {
     requireCamera();
     addCamera(params);
   }
-  means.changed();
+  settingsWritten();
   return nothing();
 }
 
@@ -409,7 +431,7 @@ JsonAutoPtr SetUp::removeCamera(const json_t* params) {
       throw BadRequest("There is no such camera");
     }
   });
-  means.changed();
+  settingsWritten();
   return nothing();
 }
 
@@ -419,7 +441,7 @@ JsonAutoPtr SetUp::useGeneral(const json_t* params) {
     json_object_del(told.get(), part);
   }
   means.files.change([&](json_t* root) { merge(root, told.get()); });
-  means.changed();
+  settingsWritten();
   return nothing();
 }
 

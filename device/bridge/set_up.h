@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "bridge/camera_survey.h"
+#include "bridge/camera_views.h"
 #include "bridge/head_check_run.h"
 #include "bridge/metadata_switch.h"
 #include "bridge/settings_files.h"
@@ -35,6 +36,9 @@ namespace device::bridge {
 //   switchMetadataOn {"profile"}
 //   snapshot         {"profile"}: {"running", "trouble", "jpeg": base64 or null} of the last one,
 //                    and fetches the next
+//   view             {"camera": 1} or {"head": true} of the settings, {"have": number}: {"number",
+//                    "trouble", "jpeg": base64, or null while it is the one that the page has} of
+//                    the last picture, and fetches the next
 //   useHead          {"profile", "told": {..}}: the camera is the head; told: further keys of the
 //                    settings' head. What the check has found counts where told does not say else
 //   useCamera        {"profile", "told": {..}}: the camera is one more overview camera
@@ -75,13 +79,16 @@ class SetUp {
   JsonAutoPtr stopCheck(const json_t* params);
   JsonAutoPtr switchMetadataOn(const json_t* params);
   JsonAutoPtr takeSnapshot(const json_t* params);
+  JsonAutoPtr view(const json_t* params);
   JsonAutoPtr useHead(const json_t* params);
   JsonAutoPtr useCamera(const json_t* params);
   JsonAutoPtr removeCamera(const json_t* params);
   JsonAutoPtr useGeneral(const json_t* params);
 
+  const CameraAddress* knownIn(const json_t* params) const;
   void readLogin(const json_t* params);
   void survey();
+  void settingsWritten();
   void changeCamera(const json_t* params);
   void addCamera(const json_t* params);
   json_t* searchJson() const;
@@ -117,6 +124,7 @@ class SetUp {
   std::string snapshotTrouble;
   std::string picture;  // as base64
   std::unique_ptr<Snapshot> snapshot;
+  CameraViews views;
 };
 
 }  // namespace device::bridge

@@ -27,11 +27,12 @@ std::string metres(double value) {
 }
 
 json_t* channelJson(const OverviewSettings& camera, int number) {
-  return json_pack("{s:i,s:o,s:i,s:i,s:i,s:f,s:f,s:f,s:f,s:f,s:b}", "camera", number, "name",
-                   jsonText(camera.name), "width", camera.picture.width, "height",
+  return json_pack("{s:i,s:o,s:i,s:i,s:i,s:f,s:f,s:f,s:f,s:f,s:f,s:f,s:f,s:b}", "camera", number,
+                   "name", jsonText(camera.name), "width", camera.picture.width, "height",
                    camera.picture.height, "rotation", 0, "pan", camera.pan, "tilt", camera.tilt,
                    "roll", camera.roll, "hfov", camera.horizontalFov, "vfov", camera.verticalFov,
-                   "moves_with_head", 0);
+                   "distortion", camera.distortion, "offset_x_m", camera.offsetX, "offset_y_m",
+                   camera.offsetY, "moves_with_head", 0);
 }
 
 }  // namespace

@@ -89,6 +89,24 @@ TEST(BridgeSettingsTest, FaultsAreToldWithTheirPlace) {
               HasSubstr("zoom_table"));
 }
 
+TEST(BridgeSettingsTest, PageIsToldTheWholeCalibration) {
+  BridgeSettings settings = settingsOf(whole(), "cameras.json");
+  settings.cameras[0].roll = -2;
+  settings.cameras[0].distortion = 0.02;
+  settings.cameras[0].offsetX = 0.5;
+  settings.cameras[0].offsetY = -0.25;
+  const JsonAutoPtr json(json_loads(modelJsonOf(settings, "Head").c_str(), 0, nullptr));
+  const json_t* channel = json_array_get(json_object_get(json.get(), "channels"), 0);
+  const auto number = [channel](const char* key) {
+    return json_real_value(json_object_get(channel, key));
+  };
+  EXPECT_DOUBLE_EQ(10, number("pan"));
+  EXPECT_DOUBLE_EQ(-2, number("roll"));
+  EXPECT_DOUBLE_EQ(0.02, number("distortion"));
+  EXPECT_DOUBLE_EQ(0.5, number("offset_x_m"));
+  EXPECT_DOUBLE_EQ(-0.25, number("offset_y_m"));
+}
+
 TEST(BridgeSettingsTest, ApplicationIsToldWhatItAsksADeviceFor) {
   const auto parameters = parametersOf(
       settingsOf(whole(R"(, "mast_height": 7.5, "parameters": {"ImageSource.I0.Name": "Gate"})"),

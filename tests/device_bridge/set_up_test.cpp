@@ -206,6 +206,42 @@ TEST_F(SetUpTest, SnapshotIsThatOfTheCamera) {
   EXPECT_TRUE(jpeg().starts_with("/9j/")) << "a JPEG's first bytes as base64";
 }
 
+TEST_F(SetUpTest, WhatIsSetUpIsSeenWithoutItsPassword) {
+  inspect();
+  useHead();
+  useCamera();
+  ask("view", R"({"camera": 2})");
+  EXPECT_EQ("There is no such camera", trouble);
+  ask("view");
+  EXPECT_EQ("Say which camera of those that are set up", trouble);
+  for (const std::string which : {R"("head": true)", R"("camera": 1)"}) {
+    const auto jpeg = [&](json_int_t have) {
+      const JsonAutoPtr seen =
+          ask("view", "{" + which + R"(, "have": )" + std::to_string(have) + "}");
+      const char* text = json_string_value(json_object_get(seen.get(), "jpeg"));
+      return std::string(text != nullptr ? text : "");
+    };
+    ASSERT_TRUE(iterateUntil([&] { return !jpeg(0).empty(); })) << which;
+    EXPECT_TRUE(jpeg(0).starts_with("/9j/")) << "a JPEG's first bytes as base64";
+    EXPECT_EQ("", jpeg(1000)) << "the page has it already";
+    // Another one comes as long as somebody looks.
+    ASSERT_TRUE(iterateUntil([&] { return !jpeg(1).empty(); })) << which;
+  }
+  EXPECT_THAT(everythingSaid, Not(HasSubstr(PASSWORD)));
+}
+
+TEST_F(SetUpTest, CameraThatIsAwayIsToldInWordsInPlaceOfItsPicture) {
+  inspect();
+  useCamera();
+  camera.reset();
+  const auto words = [this] {
+    const JsonAutoPtr seen = ask("view", R"({"camera": 1})");
+    return std::string(json_string_value(json_object_get(seen.get(), "trouble")));
+  };
+  ASSERT_TRUE(iterateUntil([&] { return !words().empty(); }));
+  EXPECT_THAT(words(), HasSubstr("The camera cannot be reached"));
+}
+
 TEST_F(SetUpTest, CheckHoldsTheHeadAndLeavesItStandingWhenItIsEnded) {
   inspect();
   ask("checkHead", R"({"profile": "overview1"})");

@@ -4,9 +4,11 @@ import { test } from 'node:test';
 import {
   describeCamera,
   gradeOf,
+  keptIn,
   placeOfClick,
   requestFor,
   residualArrow,
+  textToKeep,
   wantedNext,
 } from '../../device/web/js/calibration-points.js';
 
@@ -83,4 +85,18 @@ test('a camera is told with its deviations, an offset only where one was sought'
   data.deviations.offset_m = 0.05;
   const beside = describeCamera(data).map(([name, value]) => `${name}: ${value}`);
   assert.ok(beside.includes('To the right of the head: 1.50 ± 0.05 m'));
+});
+
+test('points outlive a page that is loaded anew', () => {
+  const kept = { points: [at(0.5, -0.5)], heights: { camera: 6, head: 5 } };
+  assert.deepEqual(keptIn(textToKeep(kept)), kept);
+  assert.deepEqual(keptIn(textToKeep({ points: [], heights: null })), { points: [], heights: null });
+});
+
+test('what is no list of points is none', () => {
+  const nothing = { points: [], heights: null };
+  const many = textToKeep({ points: Array(13).fill(at(0, 0)), heights: null });
+  for (const text of [null, '', '3', '{"points":[{"place":{"x":1}}]}', many]) {
+    assert.deepEqual(keptIn(text), nothing);
+  }
 });

@@ -40,7 +40,7 @@ test('a point is a click and then the head on it', async () => {
   await session.take();
   assert.equal(session.points.length, 0);
   session.click({ x: 0.5, y: -0.5 });
-  assert.match(session.advice, /arrow keys/);
+  assert.match(session.advice, /Lead the head/);
   await session.take();
   assert.deepEqual(session.points, [{ place: { x: 0.5, y: -0.5 }, head: { pan: 30, tilt: -10 } }]);
   assert.equal(session.pending, null);
@@ -72,6 +72,21 @@ test('removing a point asks anew', async () => {
   await addPoints(session, 5);
   await session.remove(0);
   assert.equal(told.requests.at(-1).points.length, 4);
+});
+
+test('points that were kept are there again, and can go together', async () => {
+  const { session, told } = start();
+  const points = Array.from({ length: 5 }, (_, i) => ({
+    place: { x: i / 20, y: 0 },
+    head: { pan: i, tilt: 0 },
+  }));
+  await session.restore({ points, heights: { camera: 6, head: 5 } });
+  assert.equal(session.points.length, 5);
+  assert.deepEqual(told.requests[0].heights, { camera_m: 6, head_m: 5 });
+  session.click({ x: 0.9, y: 0 });
+  await session.removeAll();
+  assert.deepEqual([session.points, session.pending], [[], null]);
+  assert.deepEqual(session.heights, { camera: 6, head: 5 });
 });
 
 test('no more than twelve points', async () => {

@@ -3,7 +3,13 @@ import { test } from 'node:test';
 
 import {
   adviceOf,
+  fieldsOfCamera,
+  fieldsOfHead,
+  headAddress,
+  indexOfCamera,
+  nextStep,
   pairOf,
+  plainTrouble,
   toldOfCalibration,
   toldOfCamera,
   toldOfHead,
@@ -68,4 +74,61 @@ test('metadata that are off are told apart from a camera without analytics', () 
   assert.match(adviceOf({ objects: false, analytics: true }), /off in its metadata/);
   assert.match(adviceOf({ objects: false, analytics: false }), /in the camera itself/);
   assert.equal(adviceOf(undefined), '');
+});
+
+const HEAD = { address: 'http://10.0.0.1/onvif/device_service', profile: 'head' };
+const GATE = { address: 'http://10.0.0.2:81/onvif/device_service', profile: 'one', name: 'Gate' };
+const moving = { running: false, profiles: [{ head: true, picture: true }] };
+const fixed = { running: false, profiles: [{ head: false, picture: true }] };
+
+test('what is to be done next follows from what there is', () => {
+  const next = (settings, camera = null, check = null) => nextStep({ settings, camera, check });
+  assert.match(next({}), /look at the camera that has the head \(1\)/);
+  assert.match(next({}, { running: true, profiles: [] }), /is being asked/);
+  assert.match(next({}, fixed), /that has the head/);
+  assert.match(next({}, moving), /that it is the head \(2\)/);
+  assert.match(next({}, moving, { running: true }), /is being checked/);
+  assert.match(next({ head: HEAD }, moving), /look at an overview camera \(1\)/);
+  assert.match(next({ head: HEAD }, fixed), /this is an overview camera \(3\)/);
+  assert.match(next({ head: HEAD, cameras: [GATE] }), /calibrate Gate \(4\)/);
+  assert.match(next({ head: HEAD, cameras: [{ ...GATE, tilt: -20 }] }), /are set up/);
+});
+
+test('a camera is known by its address and profile', () => {
+  assert.equal(indexOfCamera({}, GATE.address, 'one'), -1);
+  assert.equal(indexOfCamera({ cameras: [HEAD, GATE] }, GATE.address, 'one'), 1);
+  assert.equal(indexOfCamera({ cameras: [GATE] }, GATE.address, 'two'), -1);
+  assert.equal(headAddress(GATE), '10.0.0.2:81');
+});
+
+test('fields are filled by the settings, and emptied for another camera', () => {
+  const fields = fieldsOfHead({ ...HEAD, field_angles: [2.5, 63.4], invert_tilt: true });
+  assert.equal(fields['head-field-in'], 2.5);
+  assert.equal(fields['head-field-out'], 63.4);
+  assert.equal(fields['head-pan-low'], '');
+  assert.equal(fields['head-invert-tilt'], true);
+  assert.equal(fields['head-profile'], 'head');
+  assert.equal(fieldsOfHead({})['head-field-in'], '');
+  assert.equal(fieldsOfHead({})['head-invert-tilt'], false);
+});
+
+test('a name that is changed leaves the calibration as it is', () => {
+  const known = { ...GATE, horizontal_fov: 81.98765, vertical_fov: 51 };
+  const picture = { width: 1600, height: 900 };
+  const fields = fieldsOfCamera(known);
+  assert.equal(fields['camera-angle'], 81.99);
+  const unchanged = { name: 'Door', angle: fields['camera-angle'] };
+  assert.deepEqual(toldOfCamera(unchanged, picture, known), { name: 'Door' });
+  assert.equal(toldOfCamera({ name: 'Door', angle: 60 }, picture, known).horizontal_fov, 60);
+  assert.deepEqual(fieldsOfCamera(undefined), { 'camera-name': 'Overview', 'camera-angle': 60 });
+});
+
+test('what the settings refuse is told in plain words', () => {
+  const told = plainTrouble(
+    'cameras.json: head.field_angles has to be the angles fully in and fully out, in degrees',
+  );
+  assert.match(told, /^Enter how many degrees wide/);
+  assert.match(plainTrouble('cameras.json: mast_height has to be a number'), /in metres/);
+  assert.match(plainTrouble('Say first which camera'), /step 1/);
+  assert.equal(plainTrouble('The disk is full'), 'The disk is full');
 });

@@ -1,9 +1,13 @@
-/** Calibrates one of the device's own cameras: calibration.html?camera=1. */
+/** Calibrates one overview camera, and shows whether that is good: calibration.html?camera=1. */
 
+import { call } from './api.js';
 import { moveHead, solve } from './calibration-api.js';
+import { calibratedCamera } from './calibrated-camera.js';
 import { CalibrationPanel } from './calibration-panel.js';
+import { keptIn, textToKeep } from './calibration-points.js';
 import { CalibrationSession } from './calibration-session.js';
-import { byTestId, setText } from './dom.js';
+import { showCamera } from './camera-view.js';
+import { byTestId, h, setText } from './dom.js';
 import { EditorState } from './editor-state.js';
 import { toScene } from './geometry.js';
 import { HeadView } from './head-view.js';
@@ -12,33 +16,65 @@ import { OverviewPictures } from './overview.js';
 import { callSetUp } from './setup-api.js';
 import { toldOfCalibration } from './setup-told.js';
 import { Store } from './store.js';
+import { WalkPanel } from './walk-panel.js';
+
+const LOOK = 2000; // milliseconds between two questions whether somebody is followed
 
 const wanted = Number(new URLSearchParams(location.search).get('camera') ?? 1);
+const keptAs = `calibration of camera ${wanted}`;
 const store = new Store();
 const pictures = new OverviewPictures(byTestId('overviews'), store, new EditorState());
 const headView = new HeadView(byTestId('head-view'), store);
 let session = null;
+let walk = null;
+let overview = null;
+let inForce = null; // of the settings, when it is another one than the model has
+
+const channelOf = (model) => model.channels.find(({ camera }) => camera === wanted);
+const isOfOthers = () => store.model.transport === 'onvif';
 
 function begin(channel) {
   const isSideways = channel.rotation % 180 !== 0;
   const picture = isSideways
     ? { width: channel.height, height: channel.width }
     : { width: channel.width, height: channel.height };
+  overview = byTestId(`picture-${channel.camera}`);
+  const turn = {
+    toSeen: (place) => toScene((360 - channel.rotation) % 360, place),
+    toDrawn: (place) => toScene(channel.rotation, place),
+  };
   session = new CalibrationSession({ picture, headDirection: () => store.head, solve, moveHead });
-  new CalibrationPanel(
-    byTestId('calibration-step'),
-    byTestId(`picture-${channel.camera}`),
-    session,
-    {
-      toSeen: (place) => toScene((360 - channel.rotation) % 360, place),
-      toDrawn: (place) => toScene(channel.rotation, place),
-    },
-  );
-  if (store.model.transport === 'onvif') offerToKeep(channel.camera);
+  session.addEventListener('change', () => sessionStorage.setItem(keptAs, textToKeep(session)));
+  const kept = keptIn(sessionStorage.getItem(keptAs));
+  const height = isOfOthers() ? store.model.mast_height_m : null;
+  new CalibrationPanel(byTestId('calibration-step'), overview, session, { ...turn, height, kept });
+  walk = new WalkPanel(overview, { ...turn, store, number: wanted, camera: cameraThatCounts });
+  offerToLead();
+  if (!isOfOthers()) return;
+  offerToKeep();
+  const seen = h('img', { class: 'seen', 'data-testid': 'overview-seen', alt: '', hidden: true });
+  overview.prepend(seen);
+  showCamera(seen, byTestId('overview-trouble'), { camera: wanted });
+  showCamera(byTestId('head-seen'), byTestId('head-trouble'), { head: true });
+}
+
+/** What the points say; without it what is in force. */
+function cameraThatCounts() {
+  const { data } = session.answer ?? {};
+  const metres = store.model.mast_height_m;
+  return data
+    ? {
+        found: calibratedCamera(data, session.heights ?? metres),
+        source: 'By the calibration of the points above.',
+      }
+    : {
+        found: calibratedCamera(inForce ?? channelOf(store.model), metres),
+        source: 'By the calibration that is in force.',
+      };
 }
 
 /** Cameras of others stand in settings that can be changed from here. */
-function offerToKeep(number) {
+function offerToKeep() {
   const button = byTestId('calibration-keep');
   const status = byTestId('calibration-kept');
   session.addEventListener('change', () => {
@@ -46,22 +82,86 @@ function offerToKeep(number) {
     setText(status, '');
   });
   button.addEventListener('click', async () => {
+    const found = session.answer.data;
     try {
-      await callSetUp('useCamera', { number, told: toldOfCalibration(session.answer.data) });
-      setText(status, 'It is kept; the daemon takes it with a new start.');
+      await callSetUp('useCamera', { number: wanted, told: toldOfCalibration(found) });
+      inForce = found;
+      const how = store.daemonRunning
+        ? 'The daemon starts anew with it.'
+        : 'Start the daemon anew (systemctl restart sentrelvideo).';
+      setText(status, `It is kept. ${how} Then try it by the walk test.`);
     } catch (error) {
-      setText(status, error.message);
+      setText(status, `It is not kept: ${error.message}`);
     }
   });
 }
 
+/** For those who have no arrow keys: as long as a button is pressed the head moves. */
+function offerToLead() {
+  const keys = { left: 'ArrowLeft', right: 'ArrowRight', up: 'ArrowUp', down: 'ArrowDown' };
+  const isFast = () => byTestId('lead-fast').checked;
+  for (const [name, key] of Object.entries(keys)) {
+    const button = byTestId(`lead-${name}`);
+    const press = () => session.press(key, isFast());
+    const release = () => session.release(key);
+    button.addEventListener('pointerdown', (event) => {
+      button.setPointerCapture(event.pointerId);
+      press();
+    });
+    for (const type of ['pointerup', 'pointercancel', 'lostpointercapture', 'blur', 'keyup']) {
+      button.addEventListener(type, release);
+    }
+    button.addEventListener('keydown', (event) => {
+      if (event.key !== ' ' && event.key !== 'Enter') return;
+      event.preventDefault();
+      press();
+    });
+    button.addEventListener('contextmenu', (event) => event.preventDefault());
+  }
+}
+
+/** Somebody who is followed takes the head away from who calibrates. */
+async function showFollowing(change) {
+  const button = byTestId('following-switch');
+  const status = byTestId('following-state');
+  try {
+    if (change !== undefined) await call('setSentrel', { enable: change });
+    const isOn = (await call('getSentrel')).state !== 'stopped';
+    button.dataset.on = isOn;
+    button.hidden = false;
+    setText(button, isOn ? 'Switch following off' : 'Switch following on');
+    setText(status, isOn ? 'Following is on: it leads the head.' : 'Following is off.');
+  } catch (error) {
+    button.hidden = true;
+    setText(status, store.model ? `The daemon does not answer: ${error.message}` : '');
+  }
+}
+
+async function watchFollowing() {
+  if (!document.hidden) await showFollowing();
+  setTimeout(watchFollowing, LOOK);
+}
+
+byTestId('following-switch').addEventListener('click', ({ currentTarget }) =>
+  showFollowing(currentTarget.dataset.on !== 'true'),
+);
+
 store.on('model', (model) => {
-  const channel = model.channels.find(({ camera }) => camera === wanted);
+  const channel = channelOf(model);
   for (const { camera } of model.channels) {
     byTestId(`overview-${camera}`).hidden = camera !== wanted;
   }
-  setText(byTestId('problem'), channel ? '' : `There is no camera ${wanted}.`);
+  setText(
+    byTestId('problem'),
+    channel ? '' : `There is no camera ${wanted}: choose one in the set-up.`,
+  );
   if (channel && !session) begin(channel);
+  // Another camera than before stands there; the points are kept.
+  else if (session && overview !== byTestId(`picture-${wanted}`)) location.reload();
+});
+store.on('reachable', (isReachable) => {
+  if (isReachable) setText(byTestId('problem'), '');
+  else setText(byTestId('problem'), 'Device not reachable. Trying again; your points are kept.');
 });
 
 function showDirection() {
@@ -77,8 +177,10 @@ function draw() {
   showDirection();
   pictures.draw();
   headView.draw();
+  walk?.draw();
   requestAnimationFrame(draw);
 }
 
 listen(store.handlers(), (reachable) => store.setReachable(reachable));
+watchFollowing();
 requestAnimationFrame(draw);

@@ -12,17 +12,27 @@ import { h, setText, svg } from './dom.js';
 
 const asDrawn = ({ x, y }) => [x, -y];
 
+const CURSOR = { ArrowLeft: [-1, 0], ArrowRight: [1, 0], ArrowUp: [0, 1], ArrowDown: [0, -1] };
+const SLOW = 0.004; // of half a picture, for each press of a key
+const FAST = 0.05;
+
 export class CalibrationPanel {
   /**
    * @param {HTMLElement} element takes the panel in
    * @param {HTMLElement} picture the overview picture, over which is drawn
    * @param {CalibrationSession} session
    * @param {{toSeen?: (place: object) => object, toDrawn?: (place: object) => object}} [turn]
-   *     between the picture as it is drawn and as it is seen upright
+   *     between the picture as it is drawn and as it is seen upright; further height: metres of both
+   *     above the ground, where they are told elsewhere; kept: points and heights of before
    */
-  constructor(element, picture, session, { toSeen = (p) => p, toDrawn = (p) => p } = {}) {
+  constructor(element, picture, session, options = {}) {
+    const { toSeen = (p) => p, toDrawn = (p) => p, height = null, kept = null } = options;
     this.session = session;
+    this.toSeen = toSeen;
     this.toDrawn = toDrawn;
+    this.height = height;
+    this.kept = kept;
+    this.cursor = null; // where the keyboard is in the picture, as it is drawn
     this.picture = picture;
     this.marks = svg('svg', {
       class: 'calibration-marks',
@@ -37,8 +47,38 @@ export class CalibrationPanel {
       session.click(place && toSeen(place));
       this.element.focus();
     });
+    this.takeKeys();
     this.build(element);
     session.addEventListener('change', () => this.show());
+    this.show();
+    if (kept?.points.length) session.restore(kept);
+  }
+
+  /** The keyboard's way to a place of the picture. */
+  takeKeys() {
+    const { picture } = this;
+    picture.tabIndex = 0;
+    picture.setAttribute('role', 'application');
+    picture.setAttribute('aria-label', 'Overview: arrow keys move the ring, Enter takes the place');
+    picture.addEventListener('focus', () => this.moveCursor(0, 0));
+    picture.addEventListener('blur', () => {
+      this.cursor = null;
+      this.show();
+    });
+    picture.addEventListener('keydown', (event) => {
+      const way = CURSOR[event.key];
+      if (!way && event.key !== 'Enter') return;
+      event.preventDefault();
+      if (way) return this.moveCursor(...way.map((step) => step * (event.shiftKey ? FAST : SLOW)));
+      this.session.click(this.toSeen(this.cursor));
+      this.element.focus();
+    });
+  }
+
+  moveCursor(x, y) {
+    const within = (value) => Math.min(1, Math.max(-1, value));
+    const from = this.cursor ?? this.toDrawn(wantedNext(this.session.points) ?? { x: 0, y: 0 });
+    this.cursor = { x: within(from.x + x), y: within(from.y + y) };
     this.show();
   }
 
@@ -49,6 +89,18 @@ export class CalibrationPanel {
       'button',
       { type: 'button', 'data-testid': 'calibration-take', onclick: () => session.take() },
       'The head is on it',
+    );
+    this.clear = h(
+      'button',
+      {
+        type: 'button',
+        'data-testid': 'calibration-clear',
+        onclick: () => {
+          session.removeAll();
+          this.element.focus();
+        },
+      },
+      'Begin anew',
     );
     this.list = h('ol', { class: 'calibration-points', 'data-testid': 'calibration-points' });
     this.result = h('dl', { class: 'numbers', 'data-testid': 'calibration-result' });
@@ -65,7 +117,7 @@ export class CalibrationPanel {
         onblur: () => session.releaseAll(),
       },
       this.advice,
-      this.take,
+      h('p', {}, this.take, ' ', this.clear),
       this.heightFields(),
       this.list,
       this.refusal,
@@ -83,7 +135,8 @@ export class CalibrationPanel {
         min: '0.5',
         max: '200',
         step: '0.1',
-        value: '5',
+        value: String(this.kept?.heights?.[name.toLowerCase()] ?? this.height ?? 5),
+        disabled: this.height !== null,
         'aria-label': `${name} above the ground, metres`,
         'data-testid': `calibration-height-${name.toLowerCase()}`,
         onchange: () => apply(),
@@ -93,14 +146,17 @@ export class CalibrationPanel {
     const beside = h('input', {
       type: 'checkbox',
       'data-testid': 'calibration-beside',
+      checked: Boolean(this.kept?.heights),
       onchange: () => apply(),
     });
     const apply = () => {
       const heights = { camera: camera.valueAsNumber, head: head.valueAsNumber };
       session.setHeights(beside.checked ? heights : null);
     };
-    const label = h('label', {}, beside, ' The camera stands beside the head');
-    return h('p', {}, label, ': camera ', camera, ' m, head ', head, ' m above the ground');
+    const label = h('label', {}, beside, ' The camera hangs beside the head, more than a hand away');
+    const where =
+      this.height === null ? ' m above the ground' : ' m above the ground, as the set-up says';
+    return h('p', {}, label, ': camera ', camera, ' m, head ', head, where);
   }
 
   pressed(event) {
@@ -113,6 +169,7 @@ export class CalibrationPanel {
     const { session } = this;
     setText(this.advice, session.advice);
     this.take.disabled = !session.pending;
+    this.clear.disabled = !session.pending && !session.points.length;
     const found = session.answer?.data;
     const refused = session.answer?.refusal;
     setText(this.refusal, session.problem || refused?.text || '');
@@ -160,6 +217,10 @@ export class CalibrationPanel {
     if (session.pending) marks.push(this.mark(session.pending, 'pending'));
     const wanted = session.pending || session.isFull ? null : wantedNext(session.points);
     if (wanted) marks.push(this.mark(wanted, 'wanted'));
+    if (this.cursor) {
+      const [cx, cy] = asDrawn(this.cursor);
+      marks.push(svg('circle', { class: 'cursor', cx, cy, r: 0.03 }));
+    }
     this.marks.replaceChildren(...marks);
   }
 

@@ -104,3 +104,25 @@ export function describeCamera(data) {
   lines.push(['Uncertain at the worst by', `${deviations.worst.toFixed(2)}°`]);
   return lines;
 }
+
+/** What outlives a page that is loaded anew. @returns {string} */
+export function textToKeep({ points, heights }) {
+  return JSON.stringify({ points, heights });
+}
+
+/**
+ * What was kept; nothing of a text that is none of these.
+ * @returns {{points: Point[], heights: {camera: number, head: number}|null}}
+ */
+export function keptIn(text) {
+  const areNumbers = (...values) => values.every((value) => Number.isFinite(value));
+  try {
+    const { points, heights } = JSON.parse(text);
+    const isPoint = ({ place, head }) => areNumbers(place.x, place.y, head.pan, head.tilt);
+    if (!Array.isArray(points) || points.length > MOST || !points.every(isPoint)) throw new Error();
+    const areHeights = heights && areNumbers(heights.camera, heights.head);
+    return { points, heights: areHeights ? heights : null };
+  } catch {
+    return { points: [], heights: null };
+  }
+}

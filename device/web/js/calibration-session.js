@@ -61,7 +61,7 @@ export class CalibrationSession extends EventTarget {
   /** What is to be done next, for a person. */
   get advice() {
     if (this.pending) {
-      return 'Centre the head on the same point with the arrow keys, then take it.';
+      return 'Lead the head until the cross of its picture is on the same point, then take it.';
     }
     if (this.isFull) return 'That is as many points as are taken.';
     const wanted = wantedNext(this.points);
@@ -83,6 +83,18 @@ export class CalibrationSession extends EventTarget {
     this.points.push({ place: this.pending, head: { pan: head.pan, tilt: head.tilt } });
     this.pending = null;
     await this.#solve();
+  }
+
+  /** As they were before the page was loaded anew. */
+  async restore({ points, heights }) {
+    this.points = points;
+    this.heights = heights;
+    await this.#solve();
+  }
+
+  async removeAll() {
+    this.pending = null;
+    await this.restore({ points: [], heights: this.heights });
   }
 
   async remove(index) {

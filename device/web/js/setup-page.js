@@ -2,32 +2,77 @@
 
 import { byTestId, h, setText } from './dom.js';
 import { callSetUp } from './setup-api.js';
-import { adviceOf, toldOfCamera, toldOfHead } from './setup-told.js';
+import {
+  adviceOf,
+  fieldsOfCamera,
+  fieldsOfHead,
+  headAddress,
+  indexOfCamera,
+  isCalibrated,
+  nextStep,
+  plainTrouble,
+  toldOfCamera,
+  toldOfHead,
+} from './setup-told.js';
 
 const BUSY = 400; // milliseconds between two looks while something is being done
 const IDLE = 3000;
 const PICTURE = 1000;
+const DRAFT = 'set-up'; // what was entered, until the window is closed
+
+// What is entered, but for the password: that is kept nowhere.
+const ENTERED = [
+  'find-address',
+  'find-user',
+  'head-profile',
+  'head-zoom',
+  'head-field-in',
+  'head-field-out',
+  'head-pan-low',
+  'head-pan-high',
+  'head-tilt-low',
+  'head-tilt-high',
+  'head-sensor-width',
+  'head-invert-pan',
+  'head-invert-tilt',
+  'camera-profile',
+  'camera-name',
+  'camera-angle',
+];
 
 let state = null;
-let shownAddress = null;
+let shownCamera = null;
+let draft = JSON.parse(sessionStorage.getItem(DRAFT) ?? 'null') ?? { camera: null, values: {} };
 
 const number = (id) => byTestId(id).valueAsNumber;
 const chosen = (id) => state?.camera?.profiles.find(({ token }) => token === byTestId(id).value);
 
-async function attempt(action) {
+/** Tells what became of an action where it was asked for, until the next one there. */
+async function act(step, action, done = '') {
+  const tell = (kind, text) => {
+    const place = byTestId(`${step}-${kind}`);
+    if (place) setText(place, text);
+  };
+  tell('done', '');
   try {
     await action();
-    setText(byTestId('problem'), '');
+    troubles[step] = '';
+    await look();
+    tell('done', done);
   } catch (error) {
-    setText(byTestId('problem'), error.message);
+    troubles[step] = plainTrouble(error.message);
   }
+  showTroubles();
 }
 
-function ask(method, params) {
-  return attempt(async () => {
-    await callSetUp(method, params);
-    await look();
-  });
+const troubles = { find: '', head: '', camera: '', general: '', cameras: '' };
+
+/** What was refused, and else what the device itself says went wrong. */
+function showTroubles() {
+  const told = { find: state?.camera?.trouble, head: state?.check?.trouble };
+  for (const [step, text] of Object.entries(troubles)) {
+    setText(byTestId(`${step}-trouble`), text || told[step] || '');
+  }
 }
 
 function showList(id, texts) {
@@ -38,27 +83,42 @@ function showList(id, texts) {
   list.replaceChildren(...texts.map((text) => h('li', {}, text)));
 }
 
+/** Elements are made anew only when they are others: what has the focus keeps it. */
+function showItems(id, key, makeItems) {
+  const list = byTestId(id);
+  const text = JSON.stringify(key);
+  if (list.dataset.shown === text) return;
+  list.dataset.shown = text;
+  list.replaceChildren(...makeItems());
+}
+
 function showFound({ running, cameras }) {
   byTestId('find-search').disabled = running;
+  const isLooked = byTestId('find-search').dataset.asked === 'true';
   setText(byTestId('find-search'), running ? 'Looks for cameras …' : 'Look for cameras');
-  byTestId('find-list').replaceChildren(
-    ...cameras.map(({ name, hardware, address }) =>
-      h(
-        'li',
-        {},
-        h(
-          'button',
-          {
-            type: 'button',
-            'data-testid': 'find-camera',
-            onclick: () => {
-              byTestId('find-address').value = address;
-            },
-          },
-          `${name || hardware || 'A camera'}, ${address}`,
+  const nobody = !running && isLooked && !cameras.length;
+  showItems('find-list', [cameras, nobody], () =>
+    nobody
+      ? [h('li', {}, 'No camera has answered: enter its address.')]
+      : cameras.map(({ name, hardware, address }) =>
+          h(
+            'li',
+            {},
+            h(
+              'button',
+              {
+                type: 'button',
+                'data-testid': 'find-camera',
+                onclick: () => {
+                  byTestId('find-address').value = address;
+                  keepDraft();
+                  byTestId('find-user').focus();
+                },
+              },
+              `${name || hardware || 'A camera'}, ${address}`,
+            ),
+          ),
         ),
-      ),
-    ),
   );
 }
 
@@ -70,22 +130,65 @@ function fillProfiles(id, profiles, isWanted) {
 }
 
 function showCamera(camera) {
-  setText(byTestId('find-trouble'), camera?.trouble ?? '');
   const waits = camera?.running ? [`Looks at ${camera.address} …`] : [];
   showList('find-words', camera?.words.length ? camera.words : waits);
+  byTestId('find-inspect').disabled = Boolean(camera?.running);
   const key = camera && !camera.running ? JSON.stringify([camera.address, camera.profiles]) : null;
-  if (key === shownAddress) return;
-  shownAddress = key;
+  if (key === shownCamera) return;
+  shownCamera = key;
   const profiles = camera?.profiles ?? [];
   fillProfiles('head-profile', profiles, ({ head }) => head);
   fillProfiles('camera-profile', profiles, ({ picture, head }) => picture && !head);
+  if (profiles.length) fillFields(camera.address);
+}
+
+/** With what is known of this camera, or what was entered before the page was loaded anew. */
+function fillFields(address) {
+  const isSame = draft.camera === address;
+  if (isSame) return enter(draft.values);
+  draft.camera = address;
+  const { head } = state.settings;
+  enter(fieldsOfHead(head?.address === address ? head : {}));
+  fillCameraFields();
+  for (const step of ['head', 'camera']) setText(byTestId(`${step}-done`), '');
+}
+
+function fillCameraFields() {
+  const { cameras = [] } = state.settings;
+  enter(fieldsOfCamera(cameras[knownIndex()]));
+  keepDraft();
+}
+
+const knownIndex = () =>
+  indexOfCamera(state.settings, state.camera?.address, byTestId('camera-profile').value);
+
+function enter(values) {
+  for (const [id, value] of Object.entries(values)) {
+    const field = byTestId(id);
+    if (field.type === 'checkbox') field.checked = Boolean(value);
+    else if (field.tagName !== 'SELECT') field.value = value;
+    else if ([...field.options].some((option) => option.value === value)) field.value = value;
+  }
+}
+
+function keepDraft() {
+  for (const id of ENTERED) {
+    const field = byTestId(id);
+    draft.values[id] = field.type === 'checkbox' ? field.checked : field.value;
+  }
+  sessionStorage.setItem(DRAFT, JSON.stringify(draft));
 }
 
 function showCheck(check) {
-  byTestId('head-check').disabled = Boolean(check?.running) || !chosen('head-profile');
+  const canMove = Boolean(chosen('head-profile'));
+  byTestId('head-check').disabled = Boolean(check?.running) || !canMove;
   byTestId('head-stop').disabled = !check?.running;
-  setText(byTestId('head-step'), check?.running ? `${check.step} …` : '');
-  setText(byTestId('head-trouble'), check?.trouble ?? '');
+  byTestId('head-use').disabled = Boolean(check?.running) || !canMove;
+  const isLooked = state.camera && !state.camera.running && !state.camera.trouble;
+  const hint = isLooked
+    ? 'The camera of step 1 moves no head.'
+    : 'Look at the camera with the head first: step 1.';
+  setText(byTestId('head-step'), check?.running ? `${check.step} …` : canMove ? '' : hint);
   showList('head-words', check?.words ?? []);
   const [low, high] = check?.found.field_angles ?? [];
   byTestId('head-field-in').placeholder = low?.toFixed(1) ?? '';
@@ -93,34 +196,69 @@ function showCheck(check) {
 }
 
 function showMetadata({ running, trouble, done }) {
-  const advice = adviceOf(chosen('camera-profile'));
-  const text = done && advice ? 'The camera says that it is done; look at it once more.' : advice;
-  setText(byTestId('camera-metadata-status'), trouble || text);
+  const profile = chosen('camera-profile');
+  const advice = adviceOf(profile);
+  const again = 'The camera says that it is done; look at it once more.';
+  const isLooked = state.camera && !state.camera.running && !state.camera.trouble;
+  const none = isLooked
+    ? 'The camera of step 1 has no fixed picture: look at the next one.'
+    : 'Look at an overview camera first: step 1.';
+  setText(
+    byTestId('camera-metadata-status'),
+    profile ? trouble || (done && advice ? again : advice) : none,
+  );
   const button = byTestId('camera-metadata');
-  button.hidden = !advice || !chosen('camera-profile')?.analytics;
+  button.hidden = !advice || !profile?.analytics;
   button.disabled = running;
+  const use = byTestId('camera-use');
+  use.disabled = !profile;
+  setText(use, profile && knownIndex() >= 0 ? 'Keep the change' : 'This is an overview camera');
 }
 
-function showSettings({ settings, missing }) {
-  setText(byTestId('missing'), missing ? `${missing}.` : 'Head and cameras are set up.');
-  byTestId('cameras-list').replaceChildren(
-    ...(settings.cameras ?? []).map((camera, i) =>
-      h(
-        'li',
-        { 'data-testid': 'camera-known' },
-        `${camera.name ?? 'Overview'}, ${camera.address} `,
-        h('a', { href: `calibration.html?camera=${i + 1}` }, 'Calibrate'),
-        ' ',
-        h(
-          'button',
-          { type: 'button', onclick: () => ask('removeCamera', { number: i + 1 }) },
-          'Remove',
-        ),
-      ),
-    ),
+function showSettings({ settings }) {
+  const step = nextStep(state);
+  setText(byTestId('missing'), step);
+  const { head } = settings;
+  showItems('head-known', head ?? null, () =>
+    head
+      ? [
+          `The head is ${headAddress(head)}. `,
+          h(
+            'button',
+            { type: 'button', 'data-testid': 'head-look', onclick: () => inspect({ head: true }) },
+            'Look at it',
+          ),
+        ]
+      : [],
   );
+  showItems('cameras-list', settings.cameras ?? [], () => (settings.cameras ?? []).map(cameraItem));
   const height = byTestId('mast-height');
   if (document.activeElement !== height && !height.value) height.value = settings.mast_height ?? 5;
+}
+
+function cameraItem(camera, i) {
+  const name = camera.name ?? 'Overview';
+  const words = isCalibrated(camera) ? 'calibrated' : 'not calibrated yet';
+  const remove = () => {
+    if (!confirm(`Remove ${name}? Its calibration goes with it.`)) return;
+    act('cameras', () => callSetUp('removeCamera', { number: i + 1 }));
+  };
+  return h(
+    'li',
+    { 'data-testid': 'camera-known' },
+    `${name}, ${headAddress(camera)}: ${words}`,
+    h(
+      'a',
+      { href: `calibration.html?camera=${i + 1}`, 'data-testid': 'camera-calibrate' },
+      'Calibrate',
+    ),
+    h(
+      'button',
+      { type: 'button', 'data-testid': 'camera-look', onclick: () => inspect({ camera: i + 1 }) },
+      'Look at it',
+    ),
+    h('button', { type: 'button', 'data-testid': 'camera-remove', onclick: remove }, 'Remove'),
+  );
 }
 
 async function look() {
@@ -130,10 +268,16 @@ async function look() {
   showCheck(state.check);
   showMetadata(state.metadata);
   showSettings(state);
+  showTroubles();
 }
 
 async function watch() {
-  await attempt(look);
+  try {
+    await look();
+    setText(byTestId('problem'), '');
+  } catch (error) {
+    setText(byTestId('problem'), `${error.message} It is tried again; what is entered stays.`);
+  }
   const isBusy =
     state?.search.running || state?.camera?.running || state?.check?.running || state?.metadata.running;
   setTimeout(watch, isBusy ? BUSY : IDLE);
@@ -142,15 +286,28 @@ async function watch() {
 async function showPicture() {
   const profile = chosen('camera-profile');
   const image = byTestId('camera-picture');
-  image.hidden = !profile || !image.src;
-  if (profile && !document.hidden) {
-    await attempt(async () => {
-      const { jpeg, trouble } = await callSetUp('snapshot', { profile: profile.token });
-      setText(byTestId('camera-snapshot-trouble'), trouble);
-      if (jpeg) image.src = `data:image/jpeg;base64,${jpeg}`;
-    });
+  const which = profile ? `${state.camera.address} ${profile.token}` : '';
+  if (image.dataset.of !== which) {
+    image.dataset.of = which;
+    image.removeAttribute('src');
   }
+  const trouble = byTestId('camera-snapshot-trouble');
+  if (!profile) setText(trouble, '');
+  else if (!document.hidden) {
+    try {
+      const told = await callSetUp('snapshot', { profile: profile.token });
+      setText(trouble, told.trouble);
+      if (told.jpeg) image.src = `data:image/jpeg;base64,${told.jpeg}`;
+    } catch {
+      // The watch tells it.
+    }
+  }
+  image.hidden = !profile || !image.hasAttribute('src');
   setTimeout(showPicture, PICTURE);
+}
+
+function inspect(which) {
+  return act('find', () => callSetUp('inspect', which));
 }
 
 function onSubmit(id, action) {
@@ -160,20 +317,25 @@ function onSubmit(id, action) {
   });
 }
 
-byTestId('find-search').addEventListener('click', () => ask('search'));
+byTestId('find-search').addEventListener('click', ({ currentTarget }) => {
+  currentTarget.dataset.asked = 'true';
+  act('find', () => callSetUp('search'));
+});
 onSubmit('find-form', () => {
   const [address, user, password] = ['address', 'user', 'password'].map(
     (name) => byTestId(`find-${name}`).value,
   );
-  ask('inspect', { address, user, password });
+  inspect({ address, user, password });
 });
 byTestId('head-check').addEventListener('click', () =>
-  ask('checkHead', {
-    profile: byTestId('head-profile').value,
-    zoom: byTestId('head-zoom').checked,
-  }),
+  act('head', () =>
+    callSetUp('checkHead', {
+      profile: byTestId('head-profile').value,
+      zoom: byTestId('head-zoom').checked,
+    }),
+  ),
 );
-byTestId('head-stop').addEventListener('click', () => ask('stopCheck'));
+byTestId('head-stop').addEventListener('click', () => act('head', () => callSetUp('stopCheck')));
 onSubmit('head-form', () => {
   const told = toldOfHead({
     fieldIn: number('head-field-in'),
@@ -186,21 +348,37 @@ onSubmit('head-form', () => {
     invertPan: byTestId('head-invert-pan').checked,
     invertTilt: byTestId('head-invert-tilt').checked,
   });
-  ask('useHead', { profile: byTestId('head-profile').value, told });
+  const profile = byTestId('head-profile').value;
+  act('head', () => callSetUp('useHead', { profile, told }), 'It is kept.');
 });
 byTestId('camera-metadata').addEventListener('click', () =>
-  ask('switchMetadataOn', { profile: byTestId('camera-profile').value }),
+  act('camera', () =>
+    callSetUp('switchMetadataOn', { profile: byTestId('camera-profile').value }),
+  ),
 );
+byTestId('camera-profile').addEventListener('change', fillCameraFields);
 onSubmit('camera-form', () => {
   const profile = chosen('camera-profile');
   if (!profile) return;
-  const told = toldOfCamera(
-    { name: byTestId('camera-name').value, angle: number('camera-angle') },
-    profile,
-  );
-  ask('useCamera', { profile: profile.token, told });
+  const entered = { name: byTestId('camera-name').value, angle: number('camera-angle') };
+  const index = knownIndex();
+  const known = state.settings.cameras?.[index];
+  const told = toldOfCamera(entered, profile, known);
+  const which = known ? { number: index + 1 } : { profile: profile.token };
+  act('camera', () => callSetUp('useCamera', { ...which, told }), 'It is kept.');
 });
-onSubmit('general-form', () => ask('useGeneral', { told: { mast_height: number('mast-height') } }));
+onSubmit('general-form', () =>
+  act(
+    'general',
+    () => callSetUp('useGeneral', { told: { mast_height: number('mast-height') } }),
+    'It is kept.',
+  ),
+);
 
+for (const id of ENTERED) {
+  byTestId(id).addEventListener('input', keepDraft);
+  byTestId(id).addEventListener('change', keepDraft);
+}
+enter(draft.values);
 watch();
 showPicture();
