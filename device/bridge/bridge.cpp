@@ -128,7 +128,9 @@ int Bridge::run() {
   if (options.duration > 0) {
     end.emplace(static_cast<std::int64_t>(options.duration * SECOND), [this] { stop(); });
   }
-  if (!options.daemon.empty()) {
+  if (options.daemon.empty()) {
+    web->watchApplication();
+  } else {
     startDaemon();
   }
   g_main_loop_run(loop.get());

@@ -14,6 +14,7 @@ namespace device {
 namespace {
 
 constexpr char ABOUT[] = "SentrelVideo/about";
+constexpr char PRESENCE_QUESTION[] = R"({"method": "getSupportedVersions"})";
 
 bool isOfApplication(const Event& event) {
   return !EventService::isOfDevice(event);
@@ -120,6 +121,20 @@ void WebInterface::daemonRunning(bool isRunning) {
     return;
   }
   live.send(streamMessage("daemon", daemonJson(isRunning)));
+}
+
+void WebInterface::watchApplication() {
+  applicationTimer.emplace(APPLICATION_PERIOD, [this] { lookForApplication(); });
+}
+
+void WebInterface::lookForApplication() {
+  if (std::exchange(isLookedFor, true)) {
+    return;
+  }
+  server.ask(PRESENCE_QUESTION, [this](const std::string* answer) {
+    isLookedFor = false;
+    daemonRunning(answer != nullptr);
+  });
 }
 
 void WebInterface::observeEvents() {

@@ -71,6 +71,9 @@ class WebInterface {
   void log(double time, const SyslogLine& line);
   void daemonRunning(bool isRunning);
 
+  // For who does not start the application himself: each second it is looked whether it answers.
+  void watchApplication();
+
   // Asks the application; answer is null when there is none.
   void ask(const std::string& body, std::function<void(const std::string* answer)> done) {
     server.ask(body, std::move(done));
@@ -97,6 +100,7 @@ class WebInterface {
   static constexpr std::int64_t MINUTE_PERIOD = 250000;
   static constexpr std::int64_t QUESTION_PERIOD = 200000;
   static constexpr int UNREAD_QUESTIONS = 5;
+  static constexpr std::int64_t APPLICATION_PERIOD = units::fromSeconds(1);
   static constexpr std::int64_t SCORE_PERIOD = units::fromSeconds(1);
 
   void observeEvents();
@@ -114,6 +118,7 @@ class WebInterface {
   void sendLive();
   void keepMoment();
   void askWhatItThinks();
+  void lookForApplication();
   std::string followingMessage() const;
   std::string scoreMessage() const;
   void tellNews();
@@ -140,6 +145,8 @@ class WebInterface {
   PeriodicTimer questionTimer;
   PeriodicTimer newsTimer;
   PeriodicTimer scoreTimer;
+  bool isLookedFor = false;
+  std::optional<PeriodicTimer> applicationTimer;
 };
 
 }  // namespace device

@@ -643,6 +643,18 @@ TEST_F(WebInterfaceTest, PageIsToldWhenTheDaemonGoesAndComes) {
   EXPECT_EQ(R"({"running":false})", daemon(client));
 }
 
+TEST_F(WebInterfaceTest, ApplicationThatOthersStartIsLookedFor) {
+  WebClient client(port);
+  client.get("/live");
+  EXPECT_EQ(R"({"running":false})", daemon(client));
+  web->watchApplication();
+  {
+    const FakeApplication fake(folder / "application");
+    EXPECT_EQ(R"({"running":true})", daemon(client));
+  }
+  EXPECT_EQ(R"({"running":false})", daemon(client));
+}
+
 TEST_F(WebInterfaceTest, LogTextThatIsNoUtf8IsStillTold) {
   WebClient client(port);
   client.get("/live");

@@ -86,10 +86,11 @@ function offerToKeep() {
     try {
       await callSetUp('useCamera', { number: wanted, told: toldOfCalibration(found) });
       inForce = found;
-      const how = store.daemonRunning
-        ? 'The daemon starts anew with it.'
-        : 'Start the daemon anew (systemctl restart sentrelvideo).';
-      setText(status, `It is kept. ${how} Then try it by the walk test.`);
+      setText(
+        status,
+        'It is kept. The daemon takes it with its next start: by itself where it was started from ' +
+          'here, as a service with "systemctl restart sentrelvideo". Then try it by the walk test.',
+      );
     } catch (error) {
       setText(status, `It is not kept: ${error.message}`);
     }
