@@ -27,6 +27,7 @@ const pictures = new OverviewPictures(byTestId('overviews'), store, new EditorSt
 const headView = new HeadView(byTestId('head-view'), store);
 let session = null;
 let walk = null;
+let isDue = false; // to be drawn anew
 let overview = null;
 let inForce = null; // of the settings, when it is another one than the model has
 
@@ -44,7 +45,10 @@ function begin(channel) {
     toDrawn: (place) => toScene(channel.rotation, place),
   };
   session = new CalibrationSession({ picture, headDirection: () => store.head, solve, moveHead });
-  session.addEventListener('change', () => sessionStorage.setItem(keptAs, textToKeep(session)));
+  session.addEventListener('change', () => {
+    sessionStorage.setItem(keptAs, textToKeep(session));
+    drawSoon();
+  });
   const kept = keptIn(sessionStorage.getItem(keptAs));
   const height = isOfOthers() ? store.model.mast_height_m : null;
   new CalibrationPanel(byTestId('calibration-step'), overview, session, { ...turn, height, kept });
@@ -175,12 +179,20 @@ function showDirection() {
 }
 
 function draw() {
+  requestAnimationFrame(draw);
+  if (!isDue || document.hidden) return;
+  isDue = false;
   showDirection();
   pictures.draw();
-  headView.draw();
+  if (byTestId('head-seen').hidden) headView.draw();
   walk?.draw();
-  requestAnimationFrame(draw);
 }
+
+const drawSoon = () => {
+  isDue = true;
+};
+for (const type of ['model', 'frame', 'head', 'world']) store.on(type, drawSoon);
+addEventListener('resize', drawSoon);
 
 listen(store.handlers(), (reachable) => store.setReachable(reachable));
 watchFollowing();

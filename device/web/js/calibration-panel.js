@@ -8,7 +8,7 @@ import {
   wantedNext,
 } from './calibration-points.js';
 import { isArrow } from './calibration-session.js';
-import { h, setText, svg } from './dom.js';
+import { h, setText, svg, withHalo } from './dom.js';
 
 const asDrawn = ({ x, y }) => [x, -y];
 
@@ -221,7 +221,7 @@ export class CalibrationPanel {
       const [cx, cy] = asDrawn(this.cursor);
       marks.push(svg('circle', { class: 'cursor', cx, cy, r: 0.03 }));
     }
-    this.marks.replaceChildren(...marks);
+    this.marks.replaceChildren(...marks.flatMap(withHalo));
   }
 
   mark(place, kind) {

@@ -30,6 +30,14 @@ export function svg(tag, attributes = {}, ...children) {
   return element;
 }
 
+/** A mark over a picture, bright or dark: with its own broad copy behind it. Texts stay alone. */
+export function withHalo(mark) {
+  if (mark.tagName === 'text') return [mark];
+  const halo = mark.cloneNode();
+  halo.setAttribute('class', 'halo');
+  return [halo, mark];
+}
+
 /** Changes a text only when it differs, so that screen readers hear changes alone. */
 export function setText(element, text) {
   if (element.textContent !== text) element.textContent = text;

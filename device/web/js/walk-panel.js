@@ -1,7 +1,7 @@
 /** Shows the walk test: marks on both pictures, the moment in degrees, and what was found. */
 
 import { placeOfClick } from './calibration-points.js';
-import { byTestId, h, setText, svg } from './dom.js';
+import { byTestId, h, setText, svg, withHalo } from './dom.js';
 import { boxOf, compare, gradeOfMiss, nameOfPlace, WalkFindings, wordsOfMoment } from './walk-test.js';
 
 const asDrawn = ({ x, y }) => [x, -y];
@@ -39,6 +39,7 @@ export class WalkPanel {
     byTestId('walk-clear').addEventListener('click', () => {
       this.findings.clear();
       this.showFindings();
+      this.drawOverview();
     });
   }
 
@@ -89,7 +90,7 @@ export class WalkPanel {
         marks.push(cross('axis', x, y, CROSS * narrow, CROSS));
       }
     }
-    this.marks.replaceChildren(...marks);
+    this.marks.replaceChildren(...marks.flatMap(withHalo));
   }
 
   drawHead() {
@@ -98,7 +99,7 @@ export class WalkPanel {
     if (this.compared?.frame) {
       marks.push(svg('polygon', { class: 'expected', points: points(this.compared.frame) }));
     }
-    this.headMarks.replaceChildren(...marks);
+    this.headMarks.replaceChildren(...marks.flatMap(withHalo));
   }
 
   /** Somebody is at a place of the head's picture. */
@@ -106,6 +107,7 @@ export class WalkPanel {
     if (!place || !this.compared) return;
     this.findings.add(this.compared, this.head, place);
     this.showFindings();
+    this.drawOverview();
   }
 
   showFindings() {

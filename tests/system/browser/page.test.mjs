@@ -339,7 +339,7 @@ async function calibrateBy(points) {
     await session.take();
   }
   const classes = (selector) =>
-    [...picture.querySelectorAll(selector)].map((mark) => mark.getAttribute('class'));
+    [...picture.querySelectorAll(`${selector}:not(.halo)`)].map((mark) => mark.getAttribute('class'));
   return { lines: classes('line'), marks: classes('circle'), text: step.textContent };
 }
 
