@@ -22,7 +22,7 @@ void announce(const std::string& text) {
   std::cout << text << std::endl;
 }
 
-int show(const device::WebOptions& options) {
+int show(const device::FleetOptions& options) {
   const GMainLoopPtr loop(g_main_loop_new(nullptr, FALSE));
   const device::FleetPage page(options, announce);
   for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {

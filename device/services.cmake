@@ -23,6 +23,7 @@ sentrel_dbus_code(device_dbus Bus
 pkg_check_modules(SOUP REQUIRED IMPORTED_TARGET GLOBAL libsoup-3.0)
 pkg_check_modules(MOSQUITTO REQUIRED IMPORTED_TARGET GLOBAL libmosquitto)
 pkg_check_modules(SSL REQUIRED IMPORTED_TARGET GLOBAL libssl libcrypto)
+pkg_check_modules(NATS REQUIRED IMPORTED_TARGET GLOBAL libnats)
 pkg_check_modules(SQLITE REQUIRED IMPORTED_TARGET GLOBAL sqlite3)
 
 # The language of ONVIF, which a camera and its clients have in common; knows nothing of the device.
@@ -190,15 +191,18 @@ target_link_libraries(sentrelvideo-onvif PRIVATE sentrel_options device_bridge)
 
 # The page of all sites, which stands beside a broker.
 add_library(device_fleet STATIC
+  fleet/alarm_entry.cpp
+  fleet/alarm_history.cpp
   fleet/fleet_listener.cpp
   fleet/fleet_options.cpp
   fleet/fleet_page.cpp
+  fleet/history_reader.cpp
   fleet/site_table.cpp)
 set(SENTREL_FLEET_DATA ${PROJECT_SOURCE_DIR}/fleet/web CACHE STRING
     "Where the fleet's page looks for its files, unless it is told otherwise")
 target_compile_definitions(device_fleet PRIVATE FLEET_WEB="${SENTREL_FLEET_DATA}")
 target_link_libraries(device_fleet PUBLIC device_services PkgConfig::MOSQUITTO
-                                   PRIVATE sentrel_options)
+                                   PRIVATE sentrel_options PkgConfig::NATS)
 add_executable(fleet_page fleet_main.cpp)
 target_link_libraries(fleet_page PRIVATE sentrel_options device_fleet)
 

@@ -1,13 +1,39 @@
 #include "fleet/fleet_options.h"
 
+#include <sstream>
+
+#include "web_server/option_values.h"
+
 namespace device {
 
-WebOptions parseFleetOptions(const std::vector<std::string>& arguments) {
+namespace {
+
+// "PORT PASSWORD", as script/fleet makes it.
+std::optional<HistoryAccess> readHistory(const char* path) {
+  if (path == nullptr) {
+    return std::nullopt;
+  }
+  std::istringstream line(readPassword("--history", path));
+  std::string port;
+  HistoryAccess access;
+  line >> port >> access.password;
+  const std::optional<std::uint16_t> number = readPort(port);
+  if (!number || *number == 0 || access.password.empty()) {
+    throw WebOptionError(std::string("--history: ").append(path) + " has no port and password");
+  }
+  access.port = *number;
+  return access;
+}
+
+}  // namespace
+
+FleetOptions parseFleetOptions(const std::vector<std::string>& arguments) {
   OptionText listen;
   OptionText port;
   OptionText user;
   OptionText passwordFile;
   OptionText web;
+  OptionText history;
   RawBrokerOptions broker;
   std::vector<GOptionEntry> entries = {
       {"listen", 0, 0, G_OPTION_ARG_STRING, listen.out(), "Address of the page", "ADDRESS"},
@@ -16,6 +42,8 @@ WebOptions parseFleetOptions(const std::vector<std::string>& arguments) {
       {"password-file", 0, 0, G_OPTION_ARG_FILENAME, passwordFile.out(),
        "File whose first line is the user's password", "FILE"},
       {"web", 0, 0, G_OPTION_ARG_FILENAME, web.out(), "Folder of the page's files", "DIR"},
+      {"history", 0, 0, G_OPTION_ARG_FILENAME, history.out(),
+       "File with port and password of who reads the history at the node of this machine", "FILE"},
       {nullptr, 0, 0, G_OPTION_ARG_NONE, nullptr, nullptr, nullptr}};
   const std::vector<GOptionEntry> atBroker = broker.readersEntries();
   entries.insert(entries.begin(), atBroker.begin(), atBroker.end());
@@ -30,7 +58,7 @@ WebOptions parseFleetOptions(const std::vector<std::string>& arguments) {
     if (options.broker.brokers.empty()) {
       throw OptionError("--mqtt names the broker to listen to");
     }
-    return options;
+    return {.web = options, .history = readHistory(history.get())};
   } catch (const WebOptionError& error) {
     throw OptionError(error.what());
   }

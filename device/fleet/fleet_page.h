@@ -3,13 +3,15 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "fleet/fleet_listener.h"
+#include "fleet/fleet_options.h"
+#include "fleet/history_reader.h"
 #include "fleet/site_table.h"
 #include "services/periodic_timer.h"
-#include "web_server/web_options.h"
 #include "web_server/web_server.h"
 
 namespace device {
@@ -18,21 +20,25 @@ namespace device {
 //
 //   GET /sites    everything that is known of them (SiteTable::everything)
 //   GET /changes  a stream of "changes" messages, at most one a second
+//   GET /history  the last alarms that the cluster has kept (HistoryReader), of all sites or of
+//                 ?site=NAME; 404 where none is read
 //
 // Who opens the stream first and then asks for everything misses nothing.
 class FleetPage {
  public:
   // announce tells the user something. Throws std::runtime_error when it cannot listen.
-  FleetPage(const WebOptions& options, std::function<void(const std::string&)> announce);
+  FleetPage(const FleetOptions& options, std::function<void(const std::string&)> announce);
 
   std::string url() const { return server.url(); }
 
  private:
   static constexpr char SITES_PATH[] = "/sites";
   static constexpr char CHANGES_PATH[] = "/changes";
+  static constexpr char HISTORY_PATH[] = "/history";
   static constexpr std::int64_t LISTENING_PERIOD = 100000;  // microseconds
   static constexpr std::int64_t CHANGES_PERIOD = 1000000;   // microseconds
 
+  void askHistory(const std::string& query, WebServer::Reply reply);
   void listen();
   void tellChanges();
 
@@ -40,6 +46,7 @@ class FleetPage {
   SiteTable sites;
   WebServer server;
   EventStream& changes;
+  std::optional<HistoryReader> history;
   std::vector<std::unique_ptr<FleetListener>> listeners;  // of each broker
   PeriodicTimer listeningTimer;
   PeriodicTimer changesTimer;

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <utility>
 
+#include "fleet/alarm_entry.h"
 #include "web_server/broker_options.h"
 #include "web_server/json_values.h"
 
@@ -16,7 +17,6 @@ constexpr std::string_view TOP = "sites/";
 constexpr std::string_view OWN = "MiruPlatform/SentrelVideo/";
 constexpr std::string_view AVAILABILITY = "SentrelVideo/device";
 constexpr std::string_view ABOUT = "SentrelVideo/about";
-constexpr std::size_t LONGEST_TEXT = 200;
 constexpr std::array<std::string_view, 4> STATES = {"stopped", "connecting", "autotuning",
                                                     "running"};
 
@@ -24,19 +24,10 @@ JsonAutoPtr parsed(const std::string& payload) {
   return JsonAutoPtr(json_loads(payload.c_str(), 0, nullptr));
 }
 
-std::string textOf(const json_t* object, const char* key) {
-  const char* text = json_string_value(json_object_get(object, key));
-  return std::string(text != nullptr ? text : "").substr(0, LONGEST_TEXT);
-}
-
 // A page follows no other kind of address.
 std::string addressOf(const json_t* object) {
   const std::string url = textOf(object, "url");
   return url.starts_with("http://") || url.starts_with("https://") ? url : "";
-}
-
-bool isActive(const json_t* event) {
-  return json_is_true(json_object_get(json_object_get(event, "data"), "active"));
 }
 
 json_t* listOf(const auto& alarms) {
@@ -140,12 +131,7 @@ void SiteTable::alarm(const std::string& name, Site* site, const std::string& to
   if (active == before) {
     return;
   }
-  const JsonAutoPtr entry(json_object());
-  json_object_set_new(entry.get(), "site", jsonText(name));
-  json_object_set_new(entry.get(), "alarm", jsonText(topic));
-  json_object_set_new(entry.get(), "nice", jsonText(textOf(event, "nice")));
-  json_object_set_new(entry.get(), "time", jsonText(textOf(event, "time")));
-  json_object_set_new(entry.get(), "active", json_boolean(active));
+  const JsonAutoPtr entry = alarmEntry(name, topic, event);
   alarms.push_back(entry);
   newAlarms.push_back(entry);
   if (alarms.size() > LAST_ALARMS) {
@@ -155,12 +141,12 @@ void SiteTable::alarm(const std::string& name, Site* site, const std::string& to
 
 // What is told again, or by a second broker, has the same place or an earlier one.
 bool SiteTable::isNews(const std::string& topic, json_t* event) {
-  const Place place{textOf(event, "start"), json_integer_value(json_object_get(event, "seq"))};
-  Place& last = places[topic];
-  if (place.start == last.start && place.seq <= last.seq) {
+  const EventNumber number = EventNumber::of(event);
+  EventNumber& last = places[topic];
+  if (number.start == last.start && number.count <= last.count) {
     return false;
   }
-  last = place;
+  last = number;
   return true;
 }
 

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "base/json_auto_ptr.h"
+#include "fleet/alarm_entry.h"
 
 namespace device {
 
@@ -50,10 +51,6 @@ class SiteTable {
     double heard = 0;
     bool isSilent = false;
   };
-  struct Place {
-    std::string start;
-    std::int64_t seq = 0;
-  };
 
   Site* siteOf(const std::string& name);
   void availability(Site* site, std::size_t broker, const std::string& payload);
@@ -66,7 +63,7 @@ class SiteTable {
   static json_t* jsonOf(const std::string& name, const Site& site);
 
   std::map<std::string, Site> sites;
-  std::map<std::string, Place> places;  // of the latest alarms, by site and topic
+  std::map<std::string, EventNumber> places;  // of the latest alarms, by site and topic
   std::deque<JsonAutoPtr> alarms;
   std::set<std::string> changed;
   std::vector<JsonAutoPtr> newAlarms;

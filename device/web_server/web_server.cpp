@@ -99,6 +99,11 @@ bool isMethod(SoupServerMessage* message, std::string_view method) {
   return method == soup_server_message_get_method(message);
 }
 
+std::string queryOf(SoupServerMessage* message) {
+  const char* query = g_uri_get_query(soup_server_message_get_uri(message));
+  return query != nullptr ? query : "";
+}
+
 HttpRequest requestOf(SoupServerMessage* message, const std::string& path, GHashTable* fields) {
   HttpRequest request{path, "POST", std::nullopt, {}, ""};
   if (const char* query = g_uri_get_query(soup_server_message_get_uri(message))) {
@@ -160,6 +165,10 @@ void WebServer::addPage(const std::string& path, PageMaker maker) {
 
 void WebServer::addAnswer(const std::string& path, Answerer answerer) {
   answerers[path] = std::move(answerer);
+}
+
+void WebServer::addQuestion(const std::string& path, Asked asked) {
+  questions[path] = std::move(asked);
 }
 
 std::string WebServer::url() const {
@@ -251,7 +260,20 @@ void WebServer::handle(SoupServerMessage* message, const std::string& path, GHas
     const Page page = maker->second(headerOf(message, "Accept"));
     return respond(message, SOUP_STATUS_OK, page.type, page.body);
   }
+  if (const auto asked = questions.find(path); asked != questions.end()) {
+    return ask(message, asked->second);
+  }
   sendFile(message, path);
+}
+
+void WebServer::ask(SoupServerMessage* message, const Asked& asked) {
+  soup_server_message_pause(message);
+  const std::shared_ptr<SoupServerMessage> held(
+      static_cast<SoupServerMessage*>(g_object_ref(message)), g_object_unref);
+  asked(queryOf(message), [held](const WebAnswer& answer) {
+    respond(held.get(), answer.status, JSON, answer.body);
+    soup_server_message_unpause(held.get());
+  });
 }
 
 void WebServer::forward(SoupServerMessage* message, const std::string& path, GHashTable* fields) {

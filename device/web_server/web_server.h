@@ -85,6 +85,13 @@ class WebServer {
   using Answerer = std::function<WebAnswer(const std::string& body)>;
   void addAnswer(const std::string& path, Answerer answerer);
 
+  // Answers who gets a path in its own time, in the main loop of the server's thread; query: what
+  // the path is asked with, empty for nothing. A reply may be dropped before the server has gone,
+  // and is not given after that.
+  using Reply = std::function<void(const WebAnswer& answer)>;
+  using Asked = std::function<void(const std::string& query, Reply reply)>;
+  void addQuestion(const std::string& path, Asked asked);
+
   // Hands a request to the application as if it had come over the network, after those that came
   // before. done: null when the application did not answer.
   void ask(const std::string& body, std::function<void(const std::string* answer)> done);
@@ -123,6 +130,7 @@ class WebServer {
   void askForUser(SoupServerMessage* message, const std::string& challenge);
   void handle(SoupServerMessage* message, const std::string& path, GHashTable* fields);
   void forward(SoupServerMessage* message, const std::string& path, GHashTable* fields);
+  static void ask(SoupServerMessage* message, const Asked& asked);
   void openStream(SoupServerMessage* message, Stream* stream);
   void sendFile(SoupServerMessage* message, const std::string& path);
   void refuseBody(SoupServerMessage* message);
@@ -136,6 +144,7 @@ class WebServer {
   std::map<std::string, Stream> streams;      // by path
   std::map<std::string, Answerer> answerers;  // by path
   std::map<std::string, PageMaker> pages;     // by path
+  std::map<std::string, Asked> questions;     // by path
   std::optional<std::string> metricsToken;
   std::list<std::unique_ptr<LingeringRefusal>> refusals;
   WebConnections connections;

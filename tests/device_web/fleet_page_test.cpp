@@ -31,9 +31,10 @@ class FleetPageTest : public testing::Test {
   }
 
   FleetPage& open(const std::vector<BrokerHosts>& brokers) {
-    WebOptions options;
-    options.port = 0;
-    options.broker.brokers = brokers;
+    FleetOptions options;
+    options.web.port = 0;
+    options.web.broker.brokers = brokers;
+    options.history = history;
     page.emplace(options, [this](const std::string& text) { news.push_back(text); });
     const std::string url = page->url();
     port =
@@ -55,6 +56,7 @@ class FleetPageTest : public testing::Test {
   std::vector<std::string> news;
   std::optional<FleetPage> page;
   std::uint16_t port = 0;
+  std::optional<HistoryAccess> history;
 };
 
 TEST_F(FleetPageTest, SiteComesAndGoes) {
@@ -90,13 +92,37 @@ TEST_F(FleetPageTest, NothingIsForwardedToAnApplication) {
   EXPECT_EQ(405, WebClient(port).post("{}").status);
 }
 
+TEST_F(FleetPageTest, HistoryIsThereWhereOneIsRead) {
+  open({{{"127.0.0.1", ReservedPort().getNumber()}}});
+  EXPECT_EQ(404, WebClient(port).get("/history").status);
+  const ReservedPort nobody;
+  history = HistoryAccess{static_cast<std::uint16_t>(nobody.getNumber()), "word"};
+  open({{{"127.0.0.1", ReservedPort().getNumber()}}});
+  EXPECT_EQ(404, WebClient(port).get("/history?site=a.b").status);
+  const WebResponse answer = WebClient(port).get("/history?site=north");
+  EXPECT_EQ(503, answer.status);
+  EXPECT_THAT(answer.body, HasSubstr("The history cannot be read"));
+}
+
 TEST_F(FleetPageTest, OptionsNameABroker) {
   EXPECT_THROW(parseFleetOptions({"fleet_page"}), OptionError);
   EXPECT_THROW(parseFleetOptions({"fleet_page", "--mqtt", "a", "--site", "b"}), OptionError);
-  const WebOptions options =
+  const FleetOptions options =
       parseFleetOptions({"fleet_page", "--mqtt", "a,b", "--mqtt", "c", "--port", "0"});
-  EXPECT_EQ(2u, options.broker.brokers.size());
-  EXPECT_EQ(0, *options.port);
+  EXPECT_EQ(2u, options.web.broker.brokers.size());
+  EXPECT_EQ(0, *options.web.port);
+  EXPECT_FALSE(options.history);
+  const TemporaryFolder folder;
+  const auto withFile = [&](const std::string& text) {
+    writeText(folder / "reader", text);
+    return *parseFleetOptions({"fleet_page", "--mqtt", "a", "--history", folder / "reader"})
+                .history;
+  };
+  EXPECT_EQ(4222, withFile("4222 word\n").port);
+  EXPECT_EQ("word", withFile("4222 word\n").password);
+  for (const char* wrong : {"", "4222", "x word", "0 word", "70000 word"}) {
+    EXPECT_THROW(withFile(wrong), OptionError) << wrong;
+  }
 }
 
 }  // namespace

@@ -32,7 +32,7 @@ test('the worst that can be said of a site is its status', () => {
 
 test('the time of silence goes by the clock of those who tell', () => {
   const sites = new Sites();
-  sites.replace({ sites: [], alarms: [], now: 1300 }, 5000);
+  sites.replace({ sites: [], now: 1300 }, 5000);
   const silent = site('a', { silent: true });
   assert.equal(wordsOf(silent, sites.now(5060)), 'silent for 6 min');
   assert.equal(wordsOf(site('a', { state: '' }), 0), 'unknown');
@@ -47,7 +47,7 @@ test('sites are found by kind and by text, the worst first, then by name', () =>
     site('west', { online: 'offline', following: true }),
     site('east', { silent: true, model: 'k99' }),
   ];
-  sites.replace({ sites: told, alarms: [], now: 0 }, 0);
+  sites.replace({ sites: told, now: 0 }, 0);
   assert.deepEqual(names(sites.list('all', '')), ['west', 'east', 'south', 'north-1', 'north-2']);
   assert.deepEqual(names(sites.list('all', ' NORTH ')), ['north-1', 'north-2']);
   assert.deepEqual(names(sites.list('all', 'k99')), ['east']);
@@ -57,23 +57,14 @@ test('sites are found by kind and by text, the worst first, then by name', () =>
   assert.equal(sites.count('all'), 5);
 });
 
-test('a change replaces its sites only, and adds alarms', () => {
+test('a change replaces its sites only', () => {
   const sites = new Sites();
-  sites.replace({ sites: [site('a'), site('b')], alarms: [{ site: 'a' }], now: 0 }, 0);
-  sites.change({ sites: [site('b', { following: true })], alarms: [{ site: 'b' }], now: 1 }, 1);
+  sites.replace({ sites: [site('a'), site('b')], now: 0 }, 0);
+  sites.change({ sites: [site('b', { following: true })], now: 1 }, 1);
   assert.deepEqual(names(sites.list('following', '')), ['b']);
   assert.equal(sites.count('all'), 2);
-  assert.deepEqual(sites.alarms, [{ site: 'b' }, { site: 'a' }]);
-});
-
-test('500 alarms are kept, the latest', () => {
-  const sites = new Sites();
-  const alarms = Array.from({ length: 499 }, (_, number) => ({ number }));
-  sites.replace({ sites: [], alarms, now: 0 }, 0);
-  sites.change({ sites: [], alarms: [{ number: 499 }, { number: 500 }], now: 0 }, 0);
-  assert.equal(sites.alarms.length, 500);
-  assert.deepEqual(sites.alarms[0], { number: 500 });
-  assert.deepEqual(sites.alarms.at(-1), { number: 1 });
+  assert.equal(sites.get('b').following, true);
+  assert.equal(sites.get('c'), undefined);
 });
 
 test('only the rows in sight are there, however many there are', () => {

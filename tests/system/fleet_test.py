@@ -40,10 +40,10 @@ class FleetTest(unittest.TestCase):
         self.port = int(PAGE.match(self.output.entries()[position - 1])[1])
         self.nodes = [node.groups() for node in map(NODE.match, self.output.entries()) if node]
 
-    def told(self):
+    def told(self, path="/sites"):
         connection = http.client.HTTPConnection("127.0.0.1", self.port, timeout=PATIENCE)
         try:
-            connection.request("GET", "/sites")
+            connection.request("GET", path)
             return json.loads(connection.getresponse().read())
         finally:
             connection.close()
@@ -121,3 +121,10 @@ class FleetTest(unittest.TestCase):
         shown = told()
         wait_until(lambda: set(shown) <= set(kept()), "the node's copy of what was told")
         self.assertEqual(shown, [alarm for alarm in kept() if alarm in shown])
+        # The page stands beside a node that is left, and reads it there.
+        of_one = [(alarm["site"], alarm["alarm"], alarm["time"], alarm["active"])
+                  for alarm in self.told("/history?site=site-00003")["alarms"]]
+        self.assertEqual(shown, [alarm for alarm in of_one if alarm in shown])
+        self.assertEqual({"site-00003"}, {alarm[0] for alarm in of_one})
+        of_all = {alarm["site"] for alarm in self.told("/history")["alarms"]}
+        self.assertLessEqual({f"site-{number:05}" for number in range(2, SITES + 1)}, of_all)

@@ -1,3 +1,5 @@
+import { keyOf } from './alarms.js';
+import { Histories } from './histories.js';
 import { Rows } from './rows.js';
 import { Sites, statusOf, wordsOf } from './sites.js';
 
@@ -9,7 +11,9 @@ const here = () => Date.now() / 1000;
 
 const sites = new Sites();
 const rows = new Rows(byId('sites'), fillRow, openSite);
+const histories = new Histories(drawSoon);
 let isDrawn = false;
+let drawnAlarms = '';
 
 function part(row, name) {
   let element = row.querySelector(`.${name}`);
@@ -43,16 +47,43 @@ function openSite(site) {
   }
 }
 
+/** Leads to the site's own page, where that is known. */
 function alarmRow(alarm) {
-  const item = document.createElement('li');
-  item.dataset.testid = 'alarm';
-  item.dataset.site = alarm.site;
+  const url = sites.get(alarm.site)?.url;
+  const row = document.createElement(url ? 'a' : 'div');
+  if (url) {
+    Object.assign(row, { href: url, target: '_blank', rel: 'noopener' });
+  }
+  row.dataset.key = keyOf(alarm);
   const time = document.createElement('time');
   time.dateTime = alarm.time;
   time.textContent = alarm.time.slice(0, 19).replace('T', ' ');
   const words = `${alarm.site}: ${alarm.nice || alarm.alarm} ${alarm.active ? 'begins' : 'ends'}`;
-  item.append(time, ` ${words}`);
+  row.append(time, ` ${words}`);
+  const item = document.createElement('li');
+  item.dataset.testid = 'alarm';
+  item.dataset.site = alarm.site;
+  item.append(row);
   return item;
+}
+
+/** Made anew only when it changes, and who is at one of them stays there. */
+function drawAlarms() {
+  const wanted = byId('alarm-search').value.trim();
+  histories.choose(sites.get(wanted) ? wanted : '');
+  const list = histories.shown.list(byId('alarm-search').value).slice(0, ALARMS_SHOWN);
+  setText(byId('alarms-since'), histories.words);
+  const signature = JSON.stringify(list.map((alarm) => [alarm, sites.get(alarm.site)?.url]));
+  if (signature === drawnAlarms) {
+    return;
+  }
+  drawnAlarms = signature;
+  const box = byId('last-alarms');
+  const focused = box.contains(document.activeElement) && document.activeElement.dataset.key;
+  box.replaceChildren(...list.map(alarmRow));
+  if (focused) {
+    box.querySelector(`[data-key="${CSS.escape(focused)}"]`)?.focus({ preventScroll: true });
+  }
 }
 
 function draw() {
@@ -63,7 +94,7 @@ function draw() {
   const list = sites.list(byId('show').value, byId('search').value);
   setText(byId('shown'), `${list.length} shown`);
   rows.items = list;
-  byId('last-alarms').replaceChildren(...sites.alarms.slice(0, ALARMS_SHOWN).map(alarmRow));
+  drawAlarms();
 }
 
 function drawSoon() {
@@ -78,6 +109,11 @@ function tell(state, words) {
   setText(byId('link'), words);
 }
 
+function take(change) {
+  sites.change(change, here());
+  histories.add(change.alarms);
+}
+
 // What changes while everything is on its way is put on top of it.
 function listen() {
   let waiting = [];
@@ -87,9 +123,11 @@ function listen() {
     try {
       const told = await (await fetch('sites')).json();
       sites.replace(told, here());
-      waiting.forEach((change) => sites.change(change, here()));
+      histories.add(told.alarms);
+      waiting.forEach(take);
       waiting = undefined;
       tell('fine', 'connected');
+      histories.readAgain();
       drawSoon();
     } catch {
       tell('lost', 'the fleet cannot be read');
@@ -100,15 +138,40 @@ function listen() {
     if (waiting) {
       waiting.push(change);
     } else {
-      sites.change(change, here());
+      take(change);
       drawSoon();
     }
   });
   stream.addEventListener('error', () => tell('lost', 'connection lost'));
 }
 
-document.querySelector('form').addEventListener('submit', (event) => event.preventDefault());
-byId('search').addEventListener('input', drawSoon);
-byId('show').addEventListener('change', drawSoon);
+const SEARCHES = { search: 'search', show: 'show', alarms: 'alarm-search' }; // by name in the address
+
+/** Who loads the page again finds what was searched for. */
+function recall() {
+  for (const [name, value] of new URLSearchParams(location.search)) {
+    if (SEARCHES[name]) {
+      byId(SEARCHES[name]).value = value;
+    }
+  }
+}
+
+function search() {
+  const searched = new URLSearchParams();
+  for (const [name, id] of Object.entries(SEARCHES)) {
+    const { value } = byId(id);
+    if (value && value !== 'all') {
+      searched.set(name, value);
+    }
+  }
+  history.replaceState(null, '', searched.size ? `?${searched}` : location.pathname);
+  drawSoon();
+}
+
+for (const form of document.querySelectorAll('form')) {
+  form.addEventListener('submit', (event) => event.preventDefault());
+  form.addEventListener('input', search);
+}
 setInterval(drawSoon, REFRESH);
+recall();
 listen();

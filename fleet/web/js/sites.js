@@ -1,7 +1,5 @@
 /** What is known of the sites, and which of them somebody wants to see. No document, no network. */
 
-const MOST_ALARMS = 500;
-
 const RANKS = ['gone', 'silent', 'alarm', 'following', 'fine', 'waiting'];
 
 /** One word for a site; the worst comes first. */
@@ -41,13 +39,11 @@ export function wordsOf(site, now) {
 
 export class Sites {
   #sites = new Map();
-  #alarms = [];
   #offset = 0;
 
   /** Everything that is known: replaces what was. */
   replace(told, here) {
     this.#sites = new Map(told.sites.map((site) => [site.name, site]));
-    this.#alarms = told.alarms.slice(-MOST_ALARMS);
     this.#offset = told.now - here;
   }
 
@@ -55,7 +51,6 @@ export class Sites {
     for (const site of told.sites) {
       this.#sites.set(site.name, site);
     }
-    this.#alarms = [...this.#alarms, ...told.alarms].slice(-MOST_ALARMS);
     this.#offset = told.now - here;
   }
 
@@ -64,9 +59,9 @@ export class Sites {
     return here + this.#offset;
   }
 
-  /** The latest first. */
-  get alarms() {
-    return this.#alarms.toReversed();
+  /** Undefined when there is none of that name. */
+  get(name) {
+    return this.#sites.get(name);
   }
 
   count(kind) {

@@ -161,6 +161,37 @@ test('an alarm comes up by itself, and among the last ones', async () => {
   await byId('show').selectOption('all');
 });
 
+test('the history is there, also when the page is loaded again, and leads to the site', async () => {
+  const name = nameOf(8888);
+  broker.retain(
+    `sites/${name}/SentrelVideo/about`,
+    JSON.stringify({ version: '1.0.0', model: 'k47', url: `http://${HOST}:${port}/its-page` }),
+  );
+  const kept = (nice) => ({
+    since: '2025-12-24T08:00:00.000Z',
+    alarms: [{ site: name, alarm: 'Camera1ProfileANY', nice, time: '2025-12-25T09:00:00.000Z', active: true }],
+  });
+  await page.route('**/history*', (route) =>
+    route.fulfill({ json: kept(route.request().url().endsWith(`?site=${name}`) ? 'Of one' : 'Of all') }),
+  );
+  await page.reload();
+  await hasText('alarms-since', 'since 2025-12-24 08:00');
+  assert.match(await byId('last-alarms').textContent(), /2025-12-25 09:00:00 site-08888: Of all begins/);
+  await byId('alarm-search').fill(name);
+  const row = page.locator(`[data-testid="alarm"][data-site="${name}"]`);
+  await row.getByText('Of one').waitFor();
+  await page.reload();
+  await row.getByText('Of one').waitFor();
+  assert.equal(await byId('alarm-search').inputValue(), name);
+  const opening = page.context().waitForEvent('page');
+  await row.locator('a').click();
+  const opened = await opening;
+  await opened.waitForURL(/its-page$/);
+  await opened.close();
+  await page.unroute('**/history*');
+  await byId('alarm-search').fill('');
+});
+
 test('a search finds a site, and Enter opens its own page', async () => {
   broker.retain(
     `sites/${nameOf(4321)}/SentrelVideo/about`,
