@@ -112,6 +112,7 @@ add_library(device_services STATIC
   web_server/nonce_book.cpp
   web_server/option_values.cpp
   web_server/origin_check.cpp
+  web_server/site_about.cpp
   web_server/soup_message.cpp
   web_server/static_files.cpp
   web_server/tls_files.cpp

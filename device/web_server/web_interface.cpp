@@ -63,6 +63,11 @@ WebInterface::WebInterface(const WebOptions& options, const std::string& applica
           },
           [this] { live.send(followingMessage()); }),
       deviceApi(this->sources.parameters, [this] { live.send(followingMessage()); }),
+      about(
+          [this](const std::string& body, std::function<void(const std::string*)> done) {
+            server.ask(body, std::move(done));
+          },
+          [this] { tellAbout(); }),
       prefix(topicPrefix(options.broker.site)),
       publishers(makePublishers(options.broker)),
       liveTimer(LIVE_PERIOD, [this] { sendLive(); }),
@@ -78,6 +83,7 @@ WebInterface::WebInterface(const WebOptions& options, const std::string& applica
                  [this](const char* accept) { return makeMetrics(accept); });
   server.observeAnswers([this](const WebServer::Exchange& exchange) {
     metrics.request(exchange.request, exchange.status, exchange.answer, exchange.seconds);
+    about.take(exchange.request);
   });
   if (!options.broker.discovery.empty()) {
     discovery.emplace(options.broker.discovery, options.broker.site, url());
@@ -153,6 +159,7 @@ void WebInterface::observeEvents() {
   sources.events.observeDeclared([this](const Event& declared) {
     if (isOfApplication(declared) && !declared.stateless) {
       event(declared);
+      about.outdate();  // it has come, or is configured
     }
     declarationsChanged();
   });
@@ -287,14 +294,15 @@ std::string WebInterface::scoreMessage() const {
 
 // Who sees many sites is told which this is and where its page is.
 void WebInterface::tellAbout() {
-  const JsonAutoPtr about(json_object());
-  json_object_set_new(about.get(), "version", json_string(DEVICE_VERSION));
-  json_object_set_new(about.get(), "model", jsonText(sources.name));
-  json_object_set_new(about.get(), "cameras", json_integer(sources.cameras));
-  json_object_set_new(about.get(), "url", jsonText(url()));
-  json_object_set_new(about.get(), "start", jsonText(start));
+  const JsonAutoPtr json(json_object());
+  json_object_set_new(json.get(), "version", json_string(DEVICE_VERSION));
+  json_object_set_new(json.get(), "model", jsonText(sources.name));
+  json_object_set_new(json.get(), "cameras", json_integer(sources.cameras));
+  json_object_set_new(json.get(), "url", jsonText(url()));
+  json_object_set_new(json.get(), "start", jsonText(start));
+  about.writeTo(json.get());
   for (const auto& publisher : publishers) {
-    publisher->retain(prefix + ABOUT, lineOf(about.get()));
+    publisher->retain(prefix + ABOUT, lineOf(json.get()));
   }
 }
 
@@ -327,6 +335,9 @@ WebServer::Page WebInterface::makeMetrics(const char* accept) const {
 
 void WebInterface::tellNews() {
   tellDiscovery();
+  if (!prefix.empty()) {
+    about.look();
+  }
   for (const auto& publisher : publishers) {
     for (const std::string& news : publisher->takeNews()) {
       sources.announce(news);

@@ -25,6 +25,7 @@
 #include "web_server/following_watch.h"
 #include "web_server/last_minute.h"
 #include "web_server/mqtt_publisher.h"
+#include "web_server/site_about.h"
 #include "web_server/web_server.h"
 #include "world/frame.h"
 
@@ -134,6 +135,7 @@ class WebInterface {
   EventStream& live;
   FollowingWatch following;
   DeviceApi deviceApi;
+  SiteAbout about;
   const std::string prefix;  // of topics at a broker
   const std::string start = isoTime(g_get_real_time());
   std::map<std::string, std::uint64_t> sent;  // events by topic

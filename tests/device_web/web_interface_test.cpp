@@ -28,6 +28,7 @@ namespace {
 using namespace std::string_view_literals;
 
 using testing::HasSubstr;
+using testing::IsEmpty;
 using testing::StartsWith;
 
 constexpr char MESSAGE[] = "event: ";
@@ -392,6 +393,31 @@ TEST_F(LateWebInterfaceTest, SitesEventsReachEachOfTwoBrokersUnderItsName) {
   EXPECT_TRUE(application.call("Undeclare", g_variant_new("(u)", id)).ok());
   EXPECT_TRUE(atFirst.sees(top + "Camera1ProfileANY", ""));
   EXPECT_TRUE(atSecond.sees(top + "Camera1ProfileANY", ""));
+}
+
+TEST_F(LateWebInterfaceTest, SiteTellsWhatItsApplicationSaysOfItself) {
+  const Broker broker;
+  FakeApplication daemon(folder / "application");
+  const auto answers = [&](const std::string& data) {
+    daemon.setAnswer("Content-Type: application/json\r\nStatus: 200 OK\r\n\r\n{\"data\":" + data +
+                     "}");
+  };
+  answers(R"({"apiVersions":["1.0"],"configurationStatus":7})");
+  start({.brokers = {{{"127.0.0.1", broker.getPort()}}}, .site = "north"});
+  Subscriber subscriber(broker.getPort());
+  const auto isTold = [&](const std::string& end) {
+    return runUntil(subscriber, [&] {
+      const auto told = subscriber.everyPayloadOf("sites/north/SentrelVideo/about");
+      return !told.empty() && told.back().ends_with(end);
+    });
+  };
+  EXPECT_TRUE(isTold("Z\"}"));
+  EXPECT_THAT(daemon.getRequests(), IsEmpty());
+  declare(stateKeys("Camera1ProfileANY", false));
+  EXPECT_TRUE(isTold(R"(,"apiVersions":["1.0"],"configurationStatus":7})"));
+  answers(R"({"apiVersions":["1.0"],"configurationStatus":8})");
+  WebClient(port).post(R"({"method":"setConfiguration"})");
+  EXPECT_TRUE(isTold(R"("configurationStatus":8})"));
 }
 
 // The sender's clock is the device's.
