@@ -1,11 +1,19 @@
 // Sites that are not there: the device's own publisher, many times, with alarms that come and go by
 // chance. For trials of a fleet.
 #include <glib-unix.h>
+#include <sys/resource.h>
 
+#include <algorithm>
+#include <chrono>
+#include <cmath>
 #include <csignal>
 #include <exception>
+#include <filesystem>
+#include <fstream>
 #include <iostream>
+#include <map>
 #include <memory>
+#include <optional>
 #include <random>
 #include <string>
 #include <vector>
@@ -25,6 +33,7 @@ constexpr int FAILED = 1;
 constexpr int USAGE = 2;
 constexpr int MOST_SITES = 10000;
 constexpr std::int64_t STEP = 100000;  // microseconds
+constexpr double BEGINNINGS = 50;      // of sites, a second
 constexpr char OWN[] = "MiruPlatform/SentrelVideo/";
 
 struct SiteOptions {
@@ -33,6 +42,10 @@ struct SiteOptions {
   int first = 1;             // the number of the first one
   int count = 10;
   double alarmSeconds = 30;  // mean time between two alarms of a site
+  double beginnings = BEGINNINGS;
+  double repeatSeconds = 60;
+  std::filesystem::path state;  // folder of the outboxes; empty: they are in memory
+  std::string journal;          // file; empty: none
 };
 
 EventKey key(const char* name, EventValue value, bool isData) {
@@ -45,13 +58,42 @@ std::string nameOfSite(int number) {
   return "site-" + std::string(digits.size() < 5 ? 5 - digits.size() : 0, '0') + digits;
 }
 
+// A line for each value that the publishers have taken: alarm or state, time, topic, start, seq.
+// Whoever judges a trial holds what has arrived against it.
+class Journal {
+ public:
+  explicit Journal(const std::string& path) {
+    if (path.empty()) {
+      return;
+    }
+    file.open(path, std::ios::app);
+    if (!file) {
+      throw OptionError("--journal: " + path + " cannot be written");
+    }
+  }
+
+  // At once, as the program may be killed.
+  void note(bool isAlarm, std::int64_t time, const std::string& topic,
+            const device::EventPlace& place) {
+    if (file.is_open()) {
+      file << std::string(isAlarm ? "alarm " : "state ") + device::isoTime(time) + ' ' + topic +
+                  ' ' + place.start + ' ' + std::to_string(place.seq) + '\n'
+           << std::flush;
+    }
+  }
+
+ private:
+  std::ofstream file;
+};
+
 class VirtualSite {
  public:
-  VirtualSite(const SiteOptions& options, int number)
-      : prefix(device::topicPrefix(nameOfSite(number))) {
+  VirtualSite(const SiteOptions& options, Journal* journal, int number)
+      : journal(journal), prefix(device::topicPrefix(nameOfSite(number))) {
     for (const device::BrokerHosts& hosts : options.broker.brokers) {
       device::MqttPublisher::Settings settings;
       settings.hosts = hosts;
+      settings.repeat = std::chrono::milliseconds(std::llround(options.repeatSeconds * 1000));
       settings.site = nameOfSite(number);
       settings.login = options.broker.login;
       settings.tls = options.broker.tls;
@@ -59,6 +101,10 @@ class VirtualSite {
         const std::string file = options.certificates + "/" + settings.site;
         settings.tls->certificate = file + ".crt";
         settings.tls->key = file + ".key";
+      }
+      if (!options.state.empty()) {
+        settings.outbox = options.state /
+                          (settings.site + "-" + std::to_string(publishers.size() + 1) + ".sqlite");
       }
       publishers.push_back(std::make_unique<device::MqttPublisher>(settings));
     }
@@ -85,7 +131,9 @@ class VirtualSite {
                                        key("topic1", std::string("SentrelVideo"), false),
                                        key("topic2", name, false), std::move(value)},
                               .time = g_get_real_time()};
-    tell(OWN + name, device::eventJson(event, {start, ++sent[name]}), isAlarm);
+    const device::EventPlace place{start, ++sent[name]};
+    tell(OWN + name, device::eventJson(event, place), isAlarm);
+    journal->note(isAlarm, event.time, prefix + OWN + name, place);
   }
 
   void tell(const std::string& topic, const std::string& payload, bool isAlarm) {
@@ -95,6 +143,7 @@ class VirtualSite {
     }
   }
 
+  Journal* const journal;  // not owned
   const std::string prefix;
   const std::string start = device::isoTime(g_get_real_time());
   std::map<std::string, std::uint64_t> sent;
@@ -102,15 +151,29 @@ class VirtualSite {
   bool isActive = false;
 };
 
+std::string textOf(const OptionText& text) {
+  return text.get() != nullptr ? text.get() : "";
+}
+
 SiteOptions parseOptions(const std::vector<std::string>& arguments) {
   SiteOptions options;
   device::RawBrokerOptions broker;
   OptionText certificates;
+  OptionText state;
+  OptionText journal;
   std::vector<GOptionEntry> entries = {
       {"sites", 0, 0, G_OPTION_ARG_INT, &options.count, "How many", "N"},
       {"first", 0, 0, G_OPTION_ARG_INT, &options.first, "Number of the first one (1)", "N"},
       {"alarm-seconds", 0, 0, G_OPTION_ARG_DOUBLE, &options.alarmSeconds,
        "Mean time from one alarm of a site to the next", "SECONDS"},
+      {"begin", 0, 0, G_OPTION_ARG_DOUBLE, &options.beginnings, "Sites that begin in a second (50)",
+       "N"},
+      {"repeat-seconds", 0, 0, G_OPTION_ARG_DOUBLE, &options.repeatSeconds,
+       "After which present values are told again (60)", "SECONDS"},
+      {"state", 0, 0, G_OPTION_ARG_FILENAME, state.out(),
+       "Folder for alarms that wait for a broker; without, they do not outlive the sites", "DIR"},
+      {"journal", 0, 0, G_OPTION_ARG_FILENAME, journal.out(),
+       "File to which each value is added, by topic, start and seq", "FILE"},
       {"certificates", 0, 0, G_OPTION_ARG_FILENAME, certificates.out(),
        "Folder with each site's certificate and key, NAME.crt and NAME.key", "DIR"},
       {nullptr, 0, 0, G_OPTION_ARG_NONE, nullptr, nullptr, nullptr}};
@@ -118,9 +181,9 @@ SiteOptions parseOptions(const std::vector<std::string>& arguments) {
   entries.insert(entries.begin(), atBroker.begin(), atBroker.end());
   readOptions("Sites that are not there, for trials of a fleet.", entries, arguments);
   if (options.count < 1 || options.count > MOST_SITES || options.first < 1 ||
-      options.first > MOST_SITES || !(options.alarmSeconds >= 1)) {
-    throw OptionError(
-        "--sites and --first are numbers from 1 to 10000, --alarm-seconds a time of 1 or more");
+      options.first > MOST_SITES || !(options.alarmSeconds >= 1) || !(options.beginnings >= 1) ||
+      !(options.repeatSeconds >= 1)) {
+    throw OptionError("--sites and --first are numbers from 1 to 10000, the others 1 or more");
   }
   try {
     options.broker = device::readBrokerOptions(broker);
@@ -130,7 +193,12 @@ SiteOptions parseOptions(const std::vector<std::string>& arguments) {
   if (options.broker.brokers.empty()) {
     throw OptionError("--mqtt names the broker to publish to");
   }
-  options.certificates = certificates.get() != nullptr ? certificates.get() : "";
+  options.certificates = textOf(certificates);
+  options.state = textOf(state);
+  options.journal = textOf(journal);
+  if (!options.state.empty() && !std::filesystem::is_directory(options.state)) {
+    throw OptionError("--state: " + options.state.string() + " is no folder");
+  }
   return options;
 }
 
@@ -139,30 +207,59 @@ gboolean stop(gpointer loop) {
   return G_SOURCE_CONTINUE;
 }
 
-int publish(const SiteOptions& options) {
-  std::vector<std::unique_ptr<VirtualSite>> sites;
-  for (int i = 0; i < options.count; ++i) {
-    sites.push_back(std::make_unique<VirtualSite>(options, options.first + i));
-  }
-  const GMainLoopPtr loop(g_main_loop_new(nullptr, FALSE));
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
-    g_unix_signal_add(signal, stop, loop.get());
-  }
-  std::minstd_rand chance{std::random_device()()};
-  // An alarm's begin and its end are two changes.
-  std::bernoulli_distribution changes(2 * units::toSeconds(STEP) / options.alarmSeconds);
-  std::int64_t sent = 0;
-  const device::PeriodicTimer timer(STEP, [&] {
+// Each site has a thread, and four descriptors for each broker.
+void allowDescriptors() {
+  rlimit most{};
+  getrlimit(RLIMIT_NOFILE, &most);
+  most.rlim_cur = most.rlim_max;
+  setrlimit(RLIMIT_NOFILE, &most);
+}
+
+// They begin one after the other, as nobody switches a thousand devices on at once.
+class Sites {
+ public:
+  explicit Sites(const SiteOptions& options)
+      : options(options), journal(options.journal), timer(STEP, [this] { step(); }) {}
+
+  std::int64_t getSent() const { return sent; }
+
+ private:
+  void step() {
+    due += options.beginnings * units::toSeconds(STEP);
+    for (; due >= 1 && static_cast<int>(sites.size()) < options.count; due -= 1) {
+      sites.push_back(std::make_unique<VirtualSite>(
+          options, &journal, options.first + static_cast<int>(sites.size())));
+    }
     for (const auto& site : sites) {
       if (changes(chance)) {
         site->change();
         ++sent;
       }
     }
-  });
+  }
+
+  const SiteOptions& options;
+  Journal journal;
+  std::vector<std::unique_ptr<VirtualSite>> sites;
+  double due = 0;
+  std::minstd_rand chance{std::random_device()()};
+  // An alarm's begin and its end are two changes.
+  std::bernoulli_distribution changes{
+      std::min(1.0, 2 * units::toSeconds(STEP) / options.alarmSeconds)};
+  std::int64_t sent = 0;
+  const device::PeriodicTimer timer;
+};
+
+int publish(const SiteOptions& options) {
+  allowDescriptors();
+  const Sites sites(options);
+  const GMainLoopPtr loop(g_main_loop_new(nullptr, FALSE));
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    g_unix_signal_add(signal, stop, loop.get());
+  }
   std::cout << options.count << " virtual sites" << std::endl;
   g_main_loop_run(loop.get());
-  std::cout << sent << " changes of alarms were sent" << std::endl;
+  std::cout << sites.getSent() << " changes of alarms were sent" << std::endl;
   return 0;
 }
 

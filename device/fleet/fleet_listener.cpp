@@ -13,7 +13,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr char ALL_SITES[] = "sites/#";
-constexpr int LOOP_MS = 100;
+constexpr std::chrono::milliseconds LONGEST_WAIT(100);
 constexpr int REFUSED = 0x80;  // of a subscription
 constexpr std::chrono::seconds PATIENCE(10);
 constexpr std::chrono::milliseconds PAUSE(1000);
@@ -104,8 +104,9 @@ std::string FleetListener::listen(const BrokerAddress& host) {
   }
   const Clock::time_point deadline = Clock::now() + PATIENCE;
   bool isTold = false;
+  MqttLoop loop(client);
   while (result == MOSQ_ERR_SUCCESS && !isStopping()) {
-    result = mosquitto_loop(client, LOOP_MS, 1);
+    result = loop.serve(LONGEST_WAIT, connection.isSubscribed);
     if (connection.refusal != 0) {
       return mosquitto_connack_string(connection.refusal);
     }

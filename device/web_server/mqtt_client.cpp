@@ -1,8 +1,20 @@
 #include "web_server/mqtt_client.h"
 
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <stdexcept>
+
 namespace device {
 
 namespace {
+
+constexpr std::chrono::milliseconds LONGEST_WAIT(1000);
+constexpr std::chrono::milliseconds LONGEST_HANDSHAKE_WAIT(100);
 
 // The library is initialised as long as the program runs.
 void useLibrary() {
@@ -55,6 +67,57 @@ int connectTo(mosquitto* client, const BrokerAddress& host, const std::optional<
     }
   }
   return connect();
+}
+
+MqttBell::MqttBell() : descriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+  if (!descriptor.isOpen()) {
+    throw std::runtime_error("No descriptor for the connection to a broker");
+  }
+}
+
+// It cannot fail: a bell that is full rings already.
+void MqttBell::ring() const {
+  static_cast<void>(eventfd_write(descriptor.get(), 1));
+}
+
+void MqttBell::silence() const {
+  eventfd_t rung = 0;
+  static_cast<void>(eventfd_read(descriptor.get(), &rung));
+}
+
+int MqttLoop::serve(std::chrono::milliseconds longest, bool isAnswered) {
+  const int socket = mosquitto_socket(client);
+  if (socket < 0) {
+    return MOSQ_ERR_NO_CONN;
+  }
+  // While it agrees on TLS the library says that it wants to write, whoever's turn it is.
+  const bool awaitsAnswer = hasWritten && !isAnswered;
+  const bool wantsRoom = mosquitto_want_write(client) && !awaitsAnswer;
+  // A negative descriptor is passed over.
+  std::array<pollfd, 2> awaited{
+      pollfd{.fd = socket,
+             .events = static_cast<short>(wantsRoom ? POLLIN | POLLOUT : POLLIN),
+             .revents = 0},
+      pollfd{.fd = bell != nullptr ? bell->get() : -1, .events = POLLIN, .revents = 0}};
+  const auto wait = std::clamp(longest, std::chrono::milliseconds(0),
+                               awaitsAnswer ? LONGEST_HANDSHAKE_WAIT : LONGEST_WAIT);
+  if (poll(awaited.data(), awaited.size(), static_cast<int>(wait.count())) < 0) {
+    return errno == EINTR ? MOSQ_ERR_SUCCESS : MOSQ_ERR_ERRNO;
+  }
+  if ((awaited[1].revents & POLLIN) != 0) {
+    bell->silence();
+  }
+  const bool hasNews = (awaited[0].revents & ~POLLOUT) != 0;
+  hasWritten = !hasNews && (hasWritten || (awaited[0].revents & POLLOUT) != 0);
+  return exchange(hasNews);
+}
+
+int MqttLoop::exchange(bool hasNews) {
+  int result = hasNews ? mosquitto_loop_read(client, 1) : MOSQ_ERR_SUCCESS;
+  if (result == MOSQ_ERR_SUCCESS && mosquitto_want_write(client)) {
+    result = mosquitto_loop_write(client, 1);
+  }
+  return result == MOSQ_ERR_SUCCESS ? mosquitto_loop_misc(client) : result;
 }
 
 std::string nameOf(const BrokerAddress& host) {

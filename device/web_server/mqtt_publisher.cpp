@@ -4,13 +4,10 @@
 #include <memory>
 #include <utility>
 
-#include "web_server/mqtt_client.h"
-
 namespace device {
 
 namespace {
 
-constexpr int LOOP_MS = 100;
 constexpr std::chrono::seconds FAREWELL(1);
 constexpr char ONLINE[] = "online";
 constexpr char OFFLINE[] = "offline";
@@ -27,6 +24,10 @@ int send(mosquitto* client, const std::string& topic, const std::string& payload
 // its last will, before it takes the new one.
 std::string clientId(const std::string& site) {
   return "sentrelvideo_" + site;
+}
+
+std::chrono::milliseconds untilNext(std::chrono::steady_clock::time_point due) {
+  return std::chrono::ceil<std::chrono::milliseconds>(due - std::chrono::steady_clock::now());
 }
 
 }  // namespace
@@ -87,6 +88,7 @@ MqttPublisher::~MqttPublisher() {
     stopping = true;
   }
   changed.notifyAll();
+  bell.ring();
   thread.join();
 }
 
@@ -96,6 +98,7 @@ void MqttPublisher::retain(const std::string& topic, const std::string& payload)
   cleared.erase(topic);
   if (connected != nullptr) {
     send(connected, topic, payload, MQTT_ONCE, true);
+    bell.ring();
   }
 }
 
@@ -106,6 +109,7 @@ void MqttPublisher::alarm(const std::string& topic, const std::string& payload) 
   const std::int64_t id = outbox.append(topic, payload);
   if (connected != nullptr) {
     sendAlarm(connected, {id, topic, payload});
+    bell.ring();
   }
 }
 
@@ -129,6 +133,7 @@ void MqttPublisher::clear(const std::string& topic) {
   cleared.insert(topic);
   if (connected != nullptr) {
     send(connected, topic, "", MQTT_ONCE, true);
+    bell.ring();
   }
 }
 
@@ -136,6 +141,7 @@ void MqttPublisher::publish(const std::string& topic, const std::string& payload
   const LockGuard lock(mutex);
   if (connected != nullptr) {
     send(connected, topic, payload, 0, false);
+    bell.ring();
   }
 }
 
@@ -201,9 +207,11 @@ void MqttPublisher::connectOnce(const BrokerAddress& host) {
 void MqttPublisher::serve(Connection* connection, const BrokerAddress& host) {
   const Clock::time_point deadline = Clock::now() + settings.patience;
   bool announced = false;
+  MqttLoop loop(connection->client.get(), &bell);
   Clock::time_point repetition = firstRepetition();
   while (!isStopping()) {
-    const int result = mosquitto_loop(connection->client.get(), LOOP_MS, 1);
+    const int result =
+        loop.serve(untilNext(announced ? repetition : deadline), connection->answered);
     settle(connection);
     if (connection->refusal != 0) {
       return tell(host, mosquitto_connack_string(connection->refusal));
@@ -295,12 +303,13 @@ void MqttPublisher::leave(Connection* connection) {
     last = send(client, availability, OFFLINE, MQTT_ONCE, true);
   }
   const Clock::time_point deadline = Clock::now() + FAREWELL;
+  MqttLoop loop(client);
   while (connection->lastAcknowledged != last && Clock::now() < deadline &&
-         mosquitto_loop(client, LOOP_MS, 1) == MOSQ_ERR_SUCCESS) {
+         loop.serve(untilNext(deadline), true) == MOSQ_ERR_SUCCESS) {
     settle(connection);
   }
   mosquitto_disconnect(client);
-  mosquitto_loop(client, 0, 1);
+  loop.serve(std::chrono::milliseconds(0), true);
 }
 
 bool MqttPublisher::isStopping() {

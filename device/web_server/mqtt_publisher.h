@@ -15,8 +15,7 @@
 #include "base/mutex.h"
 #include "web_server/alarm_outbox.h"
 #include "web_server/broker_options.h"
-
-struct mosquitto;
+#include "web_server/mqtt_client.h"
 
 namespace device {
 
@@ -103,6 +102,7 @@ class MqttPublisher {
 
   const Settings settings;
   const std::string availability;
+  const MqttBell bell;                              // something is to be sent, or the end has come
   std::minstd_rand chance{std::random_device()()};  // the thread's
 
   Mutex mutex;

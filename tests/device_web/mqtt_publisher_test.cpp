@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/select.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -10,6 +12,7 @@
 #include <optional>
 #include <random>
 #include <string>
+#include <vector>
 
 #include "base/file_descriptor.h"
 #include "broker.h"
@@ -301,6 +304,27 @@ TEST_F(MqttPublisherTest, HostsAreTriedInTurn) {
   EXPECT_TRUE(subscriber.sees(AVAILABILITY, "online"));
 }
 
+// As in a device with many clients; select() knows none of these.
+TEST_F(MqttPublisherTest, DescriptorsBeyondTheFirstThousandWillDo) {
+  const Broker broker;
+  Subscriber subscriber(broker.getPort());
+  rlimit many{};
+  ASSERT_EQ(0, getrlimit(RLIMIT_NOFILE, &many));
+  many.rlim_cur = many.rlim_max;
+  ASSERT_EQ(0, setrlimit(RLIMIT_NOFILE, &many));
+  std::vector<FileDescriptor> used;
+  while (used.empty() || used.back().get() < FD_SETSIZE) {
+    used.emplace_back(open("/dev/null", O_RDONLY | O_CLOEXEC));
+    ASSERT_TRUE(used.back().isOpen());
+  }
+  MqttPublisher publisher(settingsFor({broker.getPort()}));
+  publisher.retain("a", "1");
+  EXPECT_TRUE(subscriber.sees("a", "1"));
+  EXPECT_TRUE(subscriber.sees(AVAILABILITY, "online"));
+  publisher.retain("a", "2");
+  EXPECT_TRUE(subscriber.sees("a", "2"));
+}
+
 TEST_F(MqttPublisherTest, HostThatHangsIsLeftForTheNextOne) {
   const Broker hanging;
   const Broker other;
@@ -570,6 +594,35 @@ TEST_F(MqttTlsTest, DeviceWhoseCertificateHasExpiredIsNotTaken) {
   MqttPublisher publisher(settingsOf("ca", "device"));
   EXPECT_TRUE(tells(publisher, "MQTT broker"));
   EXPECT_EQ(nullptr, subscriber.find(AVAILABILITY, "online"));
+}
+
+// A host that hangs takes connections all the same. As over a network, the connection is not there
+// at once: the first try to get it finds the queue full, and the second one comes a second later.
+TEST_F(MqttTlsTest, HostThatNeverAnswersIsAwaitedAtRest) {
+  const FileDescriptor listener(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  socklen_t size = sizeof(address);
+  ASSERT_EQ(0, bind(listener.get(), reinterpret_cast<sockaddr*>(&address), size));
+  ASSERT_EQ(0, listen(listener.get(), 0));
+  ASSERT_EQ(0, getsockname(listener.get(), reinterpret_cast<sockaddr*>(&address), &size));
+  const FileDescriptor first(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  ASSERT_EQ(0, connect(first.get(), reinterpret_cast<sockaddr*>(&address), size));
+  const std::optional<BrokerTls> tls = settingsOf("ca", "device").tls;
+  const MosquittoPtr client = makeMqttClient(nullptr, nullptr);
+  ASSERT_EQ(MOSQ_ERR_SUCCESS, introduce(client.get(), std::nullopt, tls));
+  ASSERT_EQ(MOSQ_ERR_SUCCESS, connectTo(client.get(), {"127.0.0.1", ntohs(address.sin_port)}, tls));
+  const FileDescriptor taken(accept(listener.get(), nullptr, nullptr));
+  const FileDescriptor device(accept(listener.get(), nullptr, nullptr));
+  ASSERT_TRUE(device.isOpen());
+  MqttLoop loop(client.get());
+  int turns = 0;
+  const auto end = std::chrono::steady_clock::now() + Milliseconds(500);
+  for (; std::chrono::steady_clock::now() < end; ++turns) {
+    ASSERT_EQ(MOSQ_ERR_SUCCESS, loop.serve(Milliseconds(1000), false));
+  }
+  EXPECT_LT(turns, 20);
 }
 
 TEST_F(MqttTlsTest, DeviceWithoutACertificateIsNotTaken) {
