@@ -23,6 +23,7 @@ struct Raw {
   double duration = 0;
   gint64 seed = 1;
   OptionText report;
+  double scoreFrom = -1;
   OptionText daemon;
   gboolean restartDaemon = FALSE;
   double headBoot = -1;
@@ -63,6 +64,8 @@ void parse(const std::vector<std::string>& arguments, Raw* raw) {
        "SECONDS"},
       {"seed", 0, 0, G_OPTION_ARG_INT64, &raw->seed, "Seed of people and noise", "N"},
       {"report", 0, 0, G_OPTION_ARG_FILENAME, raw->report.out(), "Folder for the report", "DIR"},
+      {"score-from", 0, 0, G_OPTION_ARG_DOUBLE, &raw->scoreFrom,
+       "Score what comes from this moment on (from the application's first running on)", "SECONDS"},
       {"daemon", 0, 0, G_OPTION_ARG_FILENAME, raw->daemon.out(), "Application to start", "PROGRAM"},
       {"restart-daemon", 0, 0, G_OPTION_ARG_NONE, &raw->restartDaemon,
        "Start it again when it ends by itself", nullptr},
@@ -103,6 +106,9 @@ void check(const Raw& raw) {
   }
   if (!std::isfinite(raw.duration) || raw.duration < 0) {
     throw OptionError("--duration is a time of 0 or more");
+  }
+  if (!std::isfinite(raw.scoreFrom)) {
+    throw OptionError("--score-from is a time");
   }
   if (!std::isfinite(raw.headBoot)) {
     throw OptionError("--head-boot is a time");
@@ -153,6 +159,9 @@ Options parseOptions(const std::vector<std::string>& arguments) {
   options.seed = static_cast<std::uint64_t>(raw.seed);
   if (raw.report.get() != nullptr) {
     options.report = raw.report.get();
+  }
+  if (raw.scoreFrom >= 0) {
+    options.scoreFrom = raw.scoreFrom;
   }
   if (raw.daemon.get() != nullptr) {
     options.daemon = raw.daemon.get();

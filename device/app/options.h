@@ -26,9 +26,10 @@ struct Options {
   double duration = 0;                          // seconds, 0 for no end
   std::uint64_t seed = 1;
   std::optional<std::filesystem::path> report;
-  std::string daemon;              // program to start, empty for none
-  bool restartDaemon = false;      // when it ends by itself
-  std::optional<double> headBoot;  // seconds; what the model says without
+  std::optional<double> scoreFrom;  // seconds; the tracker's first running without
+  std::string daemon;               // program to start, empty for none
+  bool restartDaemon = false;       // when it ends by itself
+  std::optional<double> headBoot;   // seconds; what the model says without
   int framesPerSecond = 10;
   bool quiet = false;  // no status and log lines
   WebOptions web;

@@ -159,7 +159,7 @@ std::optional<double> Report::firstRunning() const {
 }
 
 bool Report::isScored(double time) const {
-  const std::optional<double> start = firstRunning();
+  const std::optional<double> start = setup.scoredFrom ? setup.scoredFrom : firstRunning();
   return start && time >= *start;
 }
 

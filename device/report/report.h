@@ -31,6 +31,8 @@ struct ReportSetup {
   HeadSetup head;
   bool keepsSamples =
       true;  // for report, samples and plots; without, only the running score is kept
+  // Where the tracker is not heard: scored is what comes from this moment on, seconds.
+  std::optional<double> scoredFrom{};
 };
 
 // Collects what happens in a run and writes it down. Times are seconds since the device's start and
@@ -56,7 +58,8 @@ class Report {
   // A line that the application logged.
   void logLine(const std::string& text) { tuningWatch.logLine(text); }
 
-  // The truth, evenly spaced. What lies before the tracker's first "running" is not scored.
+  // The truth, evenly spaced. What lies before the tracker's first "running" is not scored, unless
+  // the setup names another moment.
   void sample(const ScoreSample& sample);
 
   RunningScore runningScore() const { return scorer.runningScore(); }
@@ -65,7 +68,7 @@ class Report {
   // Only for tests.
   const Session& getSession() const { return session; }
 
-  // The score of the samples from the first "running" on.
+  // The score of the samples that are scored.
   ScoreFigures score() const { return scorer.figures(); }
 
   // report.json (docs/report.schema.json).

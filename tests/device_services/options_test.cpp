@@ -20,6 +20,7 @@ TEST(OptionsTest, DefaultsRunWithoutEndAndWithoutDaemon) {
   EXPECT_EQ(0, options.duration);
   EXPECT_EQ(1u, options.seed);
   EXPECT_FALSE(options.report);
+  EXPECT_FALSE(options.scoreFrom);
   EXPECT_EQ("", options.daemon);
   EXPECT_FALSE(options.restartDaemon);
   EXPECT_FALSE(options.headBoot);
@@ -35,12 +36,20 @@ TEST(OptionsTest, TheWayOfFollowingIsOneOfTwo) {
 }
 
 TEST(OptionsTest, EveryOptionIsRead) {
-  const Options options =
-      parse({"--model",     "k47",   "--models",    "m",      "--tracks",   "t.csv",
-             "--scene",     "crowd", "--transport", "module", "--duration", "1.5",
-             "--seed",      "7",     "--report",    "r",      "--daemon",   "d",
-             "--head-boot", "0",     "--fps",       "25",     "--quiet",    "--restart-daemon",
-             "--no-log"});
+  const Options options = parse({"--model",     "k47",
+                                 "--models",    "m",
+                                 "--tracks",    "t.csv",
+                                 "--scene",     "crowd",
+                                 "--transport", "module",
+                                 "--duration",  "1.5",
+                                 "--seed",      "7",
+                                 "--report",    "r",
+                                 "--daemon",    "d",
+                                 "--head-boot", "0",
+                                 "--fps",       "25",
+                                 "--quiet",     "--restart-daemon",
+                                 "--no-log",    "--score-from",
+                                 "40"});
   EXPECT_EQ("k47", options.model);
   EXPECT_EQ("m", options.models);
   EXPECT_EQ("t.csv", options.tracks);
@@ -50,6 +59,7 @@ TEST(OptionsTest, EveryOptionIsRead) {
   EXPECT_EQ(7u, options.seed);
   EXPECT_EQ("r", options.report);
   EXPECT_EQ("d", options.daemon);
+  EXPECT_EQ(40.0, options.scoreFrom);
   EXPECT_TRUE(options.restartDaemon);
   EXPECT_EQ(0.0, options.headBoot);
   EXPECT_EQ(25, options.framesPerSecond);
@@ -68,7 +78,8 @@ TEST(OptionsTest, BadOptionsAreRefusedWithAWord) {
                                                        {"--fps", "0"},
                                                        {"--fps", "101"},
                                                        {"--model"},
-                                                       {"--duration", "nan"}};
+                                                       {"--duration", "nan"},
+                                                       {"--score-from", "inf"}};
   for (const auto& arguments : cases) {
     try {
       parse(arguments);

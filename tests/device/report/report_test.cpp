@@ -91,6 +91,15 @@ TEST(ReportTest, ScoreIsThatFromTheFirstRunningToTheEnd) {
   EXPECT_NEAR(*report.score().inPicture, (2 - PERIOD) / 4, 1e-9);
 }
 
+TEST(ReportTest, ScoreIsThatFromTheMomentThatItIsTold) {
+  Report report({}, {.score = SETUP, .head = headSetup(), .scoredFrom = 3.0});
+  sample(report, 0, 5, {AHEAD}, lookingAt(AHEAD, 60));
+  EXPECT_NEAR(report.score().seconds, 2 - PERIOD, 1e-9) << "nobody has said running";
+  report.trackerState(5, "running");
+  sample(report, 5, 6.01, {AHEAD}, lookingAt(AHEAD, 60));
+  EXPECT_NEAR(report.score().seconds, 3, 1e-9);
+}
+
 TEST(ReportTest, WithoutSamplesTheRunningScoreIsKept) {
   Report report({}, {.score = SETUP, .head = headSetup(), .keepsSamples = false});
   report.trackerState(0, "running");
