@@ -172,15 +172,12 @@ void CameraSurvey::profilesCame(const Answer& response) {
   if (head == nullptr) {
     return callbacks.onFound(abilities);
   }
-  ask(headService(),
-      head->ptzNode.empty() ? Tag("tptz:GetNodes")
-                            : Tag("tptz:GetNode", Tag("tptz:NodeToken", head->ptzNode)),
-      &CameraSurvey::nodeCame);
+  ask(headService(), Tag("tptz:GetNodes"), &CameraSurvey::nodesCame);  // some have no GetNode
 }
 
-void CameraSurvey::nodeCame(const Answer& response) {
-  if (response && response->firstChild()) {
-    onvif::readHeadFacts(*response->firstChild(), &abilities.head);
+void CameraSurvey::nodesCame(const Answer& response) {
+  if (response) {
+    onvif::readNodeFacts(*response, abilities.headProfile()->ptzNode, &abilities.head);
   }
   ask(headService(), Tag("tptz:GetConfigurations"), &CameraSurvey::configurationsCame);
 }

@@ -57,7 +57,7 @@ class CameraSurvey {
   void askIdentity();
   void identityCame(const Answer& response);
   void profilesCame(const Answer& response);
-  void nodeCame(const Answer& response);
+  void nodesCame(const Answer& response);
   void configurationsCame(const Answer& response);
   void optionsCame(const Answer& response);
   void statusCame(const Answer& response);

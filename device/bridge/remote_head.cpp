@@ -159,10 +159,8 @@ void RemoteHead::stopForGood() {
 
 void RemoteHead::found(const CameraFound& camera) {
   facts = {};  // until all is told anew, the map has the former ones
-  if (camera.profile.ptzNode.empty()) {
-    return ask(Tag("tptz:GetNodes"), &RemoteHead::nodeCame);
-  }
-  ask(Tag("tptz:GetNode", Tag("tptz:NodeToken", camera.profile.ptzNode)), &RemoteHead::nodeCame);
+  node = camera.profile.ptzNode;
+  ask(Tag("tptz:GetNodes"), &RemoteHead::nodesCame);  // some have no GetNode
 }
 
 void RemoteHead::ask(Tag operation, Answered answered) {
@@ -171,9 +169,9 @@ void RemoteHead::ask(Tag operation, Answered answered) {
 }
 
 // What is not told is not known: each answer may be missing.
-void RemoteHead::nodeCame(const SoapReply& reply) {
-  if (reply.ok() && reply.body().firstChild()) {
-    onvif::readHeadFacts(*reply.body().firstChild(), &facts);
+void RemoteHead::nodesCame(const SoapReply& reply) {
+  if (reply.ok()) {
+    onvif::readNodeFacts(reply.body(), node, &facts);
   }
   ask(Tag("tptz:GetConfigurations"), &RemoteHead::configurationsCame);
 }

@@ -53,7 +53,7 @@ class RemoteHead : public ServedHead {
 
   void found(const CameraFound& camera);
   void ask(onvif::Tag operation, Answered answered);
-  void nodeCame(const onvif::SoapReply& reply);
+  void nodesCame(const onvif::SoapReply& reply);
   void configurationsCame(const onvif::SoapReply& reply);
   void optionsCame(const onvif::SoapReply& reply);
   void presetsCame(const onvif::SoapReply& reply);
@@ -77,6 +77,7 @@ class RemoteHead : public ServedHead {
 
   HeadSettings settings;
   Announce announce;
+  std::string node;  // token
   HeadFacts facts;
   HeadMap map;
   HeadMoves moves;

@@ -95,6 +95,15 @@ void readHeadFacts(const XmlElement& element, HeadFacts* facts) {
   }
 }
 
+void readNodeFacts(const XmlElement& nodes, const std::string& token, HeadFacts* facts) {
+  const std::vector<XmlElement> all = nodes.children();
+  const auto named = std::ranges::find_if(
+      all, [&](const XmlElement& node) { return node.attribute("token") == token; });
+  if (!all.empty()) {
+    readHeadFacts(named != all.end() ? *named : all.front(), facts);
+  }
+}
+
 HeadReading readHeadPosition(const XmlElement& position) {
   HeadReading reading;
   if (const auto panTilt = position.child(ns::SCHEMA, "PanTilt")) {

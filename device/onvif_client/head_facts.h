@@ -48,6 +48,9 @@ const ListedSpace* findSpace(const std::vector<ListedSpace>& spaces, const std::
 // Numbers that are none are left out. Never throws.
 void readHeadFacts(const XmlElement& element, HeadFacts* facts);
 
+// The same of a GetNodesResponse: of the node with the token; of the first when there is none.
+void readNodeFacts(const XmlElement& nodes, const std::string& token, HeadFacts* facts);
+
 // Where a head is and what it does, as a PTZStatus has it; everything may be missing.
 struct HeadReading {
   std::optional<Vector2> panTilt;

@@ -5,6 +5,7 @@ import math
 import os
 import re
 import subprocess
+import sys
 import time
 
 import namespace
@@ -297,15 +298,38 @@ class OnvifTest(RunTest):
         status, _ = post(port, envelope("<tds:GetDeviceInformation/>"))
         self.assertEqual(200, status)
 
-    def test_camera_is_found_on_the_network(self):
-        build = os.environ["SENTREL_BUILD"]
+    def in_a_network_of_its_own(self, *command):
         options = ["--unshare-net", "--unshare-user", "--uid", "0", "--gid", "0", "--cap-add",
                    "CAP_NET_ADMIN"]
-        command = ["bwrap", *namespace.arguments(build), *options, "--",
-                   REPOSITORY / "tests/system/onvif/in_network", build, modules()]
+        command = ["bwrap", *namespace.arguments(os.environ["SENTREL_BUILD"]), *options, "--",
+                   *command, os.environ["SENTREL_BUILD"], modules()]
         result = subprocess.run([str(word) for word in command], capture_output=True, text=True,
                                 timeout=120)
         self.assertEqual(0, result.returncode, result.stdout + result.stderr)
+        return result
+
+    def test_bridge_finds_and_checks_a_camera_by_others(self):
+        if not (modules() / "onvif-camera" / "test" / "serverMockup.coffee").exists():
+            self.skipTest("The camera by others is not on this machine")
+        told = json.loads(self.in_a_network_of_its_own(
+            sys.executable, "-B", REPOSITORY / "tests/system/onvif/beside_another.py").stdout)
+        self.assertTrue(told["found"].startswith("http://127.0.0.1:10101/onvif/device_service "))
+        camera = told["camera"]
+        self.assertEqual("", camera["trouble"])
+        for words in ("It moves a head, by the profile main",
+                      "It does not tell degrees: enter its pan and its tilt range",
+                      "It does not tell its field angle: enter it, fully in and fully out"):
+            self.assertIn(words, camera["words"])
+        profile = camera["profiles"][0]
+        self.assertEqual(("main", True, True, 1920, 1080),
+                         tuple(profile[key] for key in ("token", "head", "picture", "width", "height")))
+        # It tells one and the same place for ever.
+        self.assertEqual("", told["check"]["trouble"])
+        self.assertIn("Its pan does not move", told["check"]["words"])
+        self.assertIn("Its tilt does not move", told["check"]["words"])
+
+    def test_camera_is_found_on_the_network(self):
+        result = self.in_a_network_of_its_own(REPOSITORY / "tests/system/onvif/in_network")
         found = json.loads(result.stdout.splitlines()[0])
         address = "http://127.0.0.1:8081/onvif/device_service"
         self.assertEqual({"onvif": [address], "nodeOnvif": [address]}, found)
