@@ -31,7 +31,7 @@ constexpr std::int64_t MOTION_TOLD_LATE = 300000;
 constexpr double LEAST_SHARE = 0.0002;  // of a range: less is no motion
 constexpr double LEAST_ZOOM_SHARE = 0.002;
 constexpr double GENERIC_WIDTH = 2;
-constexpr int ZOOM_POINTS = 5;
+constexpr int ZOOM_POINTS = 9;
 
 // Of the space in which the status is told.
 double widthOf(const HeadFacts& facts, bool isPan) {
@@ -134,7 +134,8 @@ HeadCheck::HeadCheck(std::string profile, const HeadFacts& facts, bool withZoom)
                : 1) {
   if (const onvif::ListedSpace* listed = zoomSpace(facts); listed != nullptr && withZoom) {
     for (int i = 0; i < ZOOM_POINTS; ++i) {
-      const double share = static_cast<double>(i) / (ZOOM_POINTS - 1);
+      // The angle changes fastest where the picture is wide.
+      const double share = std::pow(static_cast<double>(i) / (ZOOM_POINTS - 1), 2);
       steps.push_back({.kind = Kind::zoom,
                        .zoom = listed->x.low + share * (listed->x.high - listed->x.low),
                        .words = "Goes through its zoom"});
@@ -393,7 +394,12 @@ void HeadCheck::noteLeft() {
 void HeadCheck::noteZoom() {
   const bool isInMillimetres = last.zoom && last.zoom->space == space::ZOOM_MILLIMETRES;
   if (last.zoom && last.fieldAngle) {
-    measured.zoomTable.push_back({last.zoom->x, *last.fieldAngle});
+    const auto& table = measured.zoomTable;
+    const bool goesOn = table.empty() || (last.zoom->x > table.back().position &&
+                                          *last.fieldAngle < table.back().fieldAngle);
+    if (goesOn) {
+      measured.zoomTable.push_back({last.zoom->x, *last.fieldAngle});
+    }
   } else if (isInMillimetres) {
     measured.focalLengths.push_back(last.zoom->x);
   }

@@ -29,8 +29,8 @@ struct HeadMeasured {
   std::optional<bool> heedsTimeout;
   std::optional<std::int64_t> standsAfter;  // microseconds from a command with HOLD to the rest
   std::optional<bool> tellsMotion;          // false: wrongly; nothing: not at all
-  std::vector<ZoomPoint> zoomTable;         // of a head that tells its field angle
-  std::vector<double> focalLengths;         // of one that tells millimetres
+  std::vector<ZoomPoint> zoomTable;  // of a head that tells its field angle: growing, falling
+  std::vector<double> focalLengths;  // of one that tells millimetres
 };
 
 // For the user, a sentence each without its full stop.

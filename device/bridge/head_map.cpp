@@ -123,7 +123,7 @@ Vector1 HeadMap::zoomVelocityOf(double percent) const {
 }
 
 std::optional<int> HeadMap::zoomOf(const HeadReading& reading) const {
-  if (reading.fieldAngle) {
+  if (reading.fieldAngle && zoomLaw(reading) == ZoomLaw::fieldAngle) {
     return zoomOfFieldAngle(*reading.fieldAngle);
   }
   if (!reading.zoom) {
@@ -174,8 +174,11 @@ Vector1 HeadMap::zoomPositionOf(double zoom) const {
   return {range.low, uri};
 }
 
+// The application takes a head whose zoom is told otherwise than it was sent for a strange one. By
+// a table both are the same; what it is between its points then counts less.
 ZoomLaw HeadMap::zoomLaw(const HeadReading& reading) const {
-  if (reading.fieldAngle) {
+  const bool isByTable = told.zoomTable.size() >= 2 && reading.zoom;
+  if (reading.fieldAngle && !isByTable) {
     return ZoomLaw::fieldAngle;
   }
   const std::string& given = reading.zoom && !reading.zoom->space.empty()

@@ -93,6 +93,11 @@ json_t* settingsFound(const HeadMeasured& measured) {
     const auto [least, most] = std::ranges::minmax(measured.zoomTable, {}, &ZoomPoint::fieldAngle);
     json_object_set_new(head, "field_angles",
                         json_pack("[f, f]", least.fieldAngle, most.fieldAngle));
+    json_t* table = json_array();
+    for (const ZoomPoint& point : measured.zoomTable) {
+      json_array_append_new(table, json_pack("[f, f]", point.position, point.fieldAngle));
+    }
+    json_object_set_new(head, "zoom_table", table);
   }
   return head;
 }

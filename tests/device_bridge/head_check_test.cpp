@@ -240,13 +240,14 @@ TEST_F(HeadCheckTest, MotionThatIsNotToldIsNoLie) {
   EXPECT_THAT(words, Contains(HasSubstr("does not tell whether it moves")));
 }
 
-TEST_F(HeadCheckTest, ZoomTableHasFivePoints) {
+TEST_F(HeadCheckTest, ZoomTableHasNinePointsOfWhichMostAreWhereThePictureIsWide) {
   run(true);
-  ASSERT_EQ(5U, measured.zoomTable.size());
+  ASSERT_EQ(9U, measured.zoomTable.size());
   EXPECT_DOUBLE_EQ(60, measured.zoomTable[0].fieldAngle);
-  EXPECT_DOUBLE_EQ(0.5, measured.zoomTable[2].position);
-  EXPECT_NEAR(18.97, measured.zoomTable[2].fieldAngle, 0.01) << "60 / sqrt(10)";
-  EXPECT_NEAR(6, measured.zoomTable[4].fieldAngle, 1e-9);
+  EXPECT_DOUBLE_EQ(1.0 / 64, measured.zoomTable[1].position);
+  EXPECT_DOUBLE_EQ(0.25, measured.zoomTable[4].position);
+  EXPECT_NEAR(33.74, measured.zoomTable[4].fieldAngle, 0.01) << "60 / sqrt(sqrt(10))";
+  EXPECT_NEAR(6, measured.zoomTable[8].fieldAngle, 1e-9);
   EXPECT_THAT(words, Contains("Its picture is 6.0 to 60.0 degrees wide"));
 }
 

@@ -175,6 +175,19 @@ TEST(HeadMapTest, ZoomByATable) {
   EXPECT_NEAR(0, map.zoomPositionOf(1).x, 1e-9);
 }
 
+// Told to go to 1112 it is at 0.2, and 29 degrees of its own, as it tells, would be another zoom.
+TEST(HeadMapTest, ZoomIsToldAsItWasSentWhereThereIsATable) {
+  HeadTold told = toldAngles();
+  told.zoomTable = {{0, 60}, {0.4, 15}, {1, 6}};
+  const HeadMap map(degreeFacts(), told);
+  HeadReading reading;
+  reading.zoom = map.zoomPositionOf(1112);
+  reading.fieldAngle = 29;
+  EXPECT_EQ(1112, map.zoomOf(reading));
+  reading.zoom.reset();
+  EXPECT_EQ(map.zoomOfFieldAngle(29), map.zoomOf(reading)) << "where no position is told";
+}
+
 // Half of the way from 1 to 10 times is 5.5 times: 4.5 / 9 of 9999 above 1.
 TEST(HeadMapTest, ZoomWithoutAnyLawIsGuessed) {
   const HeadMap map(degreeFacts(), toldAngles());

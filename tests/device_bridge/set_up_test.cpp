@@ -184,6 +184,13 @@ TEST_F(SetUpTest, WhatTheSettingsCannotHaveIsRefusedWithItsPlace) {
   inspect();
   ask("useHead", R"({"profile": "head"})");
   EXPECT_THAT(trouble, HasSubstr("head.field_angles"));
+  ask("useHead", R"({"profile": "head", "told": {"field_angles": [63.4, 2.5]}})");
+  EXPECT_THAT(trouble, HasSubstr("the angles fully in and fully out, in degrees"));
+  ask("useHead", R"({"profile": "head", "told": {"field_angles": [0, 63.4]}})");
+  EXPECT_THAT(trouble, HasSubstr("from 0.1 to 179"));
+  ask("useHead",
+      R"({"profile": "head", "told": {"field_angles": [3, 60], "zoom_table": [[0, 60], [1, 61]]}})");
+  EXPECT_THAT(trouble, HasSubstr("growing positions and falling angles"));
   ask("useHead", R"({"profile": "door"})");
   EXPECT_EQ("The camera has no such profile", trouble);
   ask("useGeneral", R"({"told": {"mast_height": 0}})");
@@ -193,6 +200,20 @@ TEST_F(SetUpTest, WhatTheSettingsCannotHaveIsRefusedWithItsPlace) {
   ask("sing");
   EXPECT_EQ("There is no such method", trouble);
   EXPECT_EQ(0, changes);
+}
+
+// As of a head that does not tell its field angle.
+TEST_F(SetUpTest, AnglesThatTheUserTellsAreKept) {
+  inspect();
+  ask("useHead", R"({"profile": "head",
+                     "told": {"field_angles": [3, 60], "zoom_table": [[0, 60], [0.5, 20], [1, 3]]}})");
+  ASSERT_EQ("", trouble);
+  const HeadTold& told = files.getSettings().head.told;
+  EXPECT_EQ(3, told.fieldAngles.low);
+  EXPECT_EQ(60, told.fieldAngles.high);
+  ASSERT_EQ(3U, told.zoomTable.size());
+  EXPECT_EQ(0.5, told.zoomTable[1].position);
+  EXPECT_EQ(20, told.zoomTable[1].fieldAngle);
 }
 
 TEST_F(SetUpTest, SnapshotIsThatOfTheCamera) {
