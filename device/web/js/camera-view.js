@@ -3,7 +3,7 @@
 import { setText } from './dom.js';
 import { callSetUp } from './setup-api.js';
 
-const AGAIN = 300; // milliseconds between a picture and the question for the next
+const AGAIN = 500; // milliseconds between a picture and the question for the next
 const LATER = 2000; // after what failed
 
 /**
