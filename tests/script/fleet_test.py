@@ -83,6 +83,26 @@ class FleetTest(unittest.TestCase):
         self.assertEqual({"ca.srl", "sites/site-00003.crt", "sites/site-00003.key",
                           "n1/sites.conf", "n2/sites.conf", "n3/sites.conf"}, changed)
 
+    def test_page_has_its_certificate_and_reads_the_history_of_the_node_beside_it(self):
+        self.make()
+        self.assertTrue(self.is_taken_by("ca.crt", "sslclient", "viewer/viewer.crt"))
+        port, password = self.read("viewer/reader").split()
+        self.assertIn(f'listen: "127.0.0.1:{port}"', self.read("n2/nats-server.conf"))
+        self.assertIn(f'{{ user: "reader", password: "{password}", permissions: '
+                      '{ publish: ["$JS.API.DIRECT.GET.ALARMS"], subscribe: ["_INBOX.>"] } }',
+                      self.read("n2/sites.conf"))
+        self.assertNotEqual(password, self.read("n2/keeper").split()[1])
+
+    def test_nodes_files_are_taken_by_the_broker_and_its_unit(self):
+        self.make()
+        self.assertIn("-c /etc/nats/nats-server.conf", self.read("n1/fleet.conf"))
+        configuration = self.out / "n1" / "nats-server.conf"
+        configuration.write_text(self.read("n1/nats-server.conf").replace(
+            "/etc/nats", str(self.out / "n1")), encoding="utf-8")
+        result = subprocess.run(["nats-server", "-c", configuration, "-t"], capture_output=True,
+                                text=True, check=False)
+        self.assertEqual(0, result.returncode, result.stderr)
+
     def test_keys_are_for_their_owner_alone(self):
         self.make()
         for path in self.out.rglob("*"):
