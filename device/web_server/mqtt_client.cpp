@@ -108,6 +108,8 @@ int MqttLoop::serve(std::chrono::milliseconds longest, bool isAnswered) {
     bell->silence();
   }
   const bool hasNews = (awaited[0].revents & ~POLLOUT) != 0;
+  isReached =
+      isReached || (awaited[0].revents != 0 && (awaited[0].revents & (POLLERR | POLLHUP)) == 0);
   hasWritten = !hasNews && (hasWritten || (awaited[0].revents & POLLOUT) != 0);
   return exchange(hasNews);
 }

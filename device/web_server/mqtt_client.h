@@ -58,11 +58,15 @@ class MqttLoop {
   // Returns the library's result.
   int serve(std::chrono::milliseconds longest, bool isAnswered);
 
+  // Whether there is somebody who takes connections, whatever became of this one.
+  bool hasReached() const { return isReached; }
+
  private:
   int exchange(bool hasNews);
 
   mosquitto* const client;
   const MqttBell* const bell;
+  bool isReached = false;
   bool hasWritten = false;  // all that there is to be written before the host says something
 };
 

@@ -1,5 +1,6 @@
 #include "web_server/mqtt_publisher.h"
 
+#include <algorithm>
 #include <functional>
 #include <memory>
 #include <utility>
@@ -175,8 +176,17 @@ std::chrono::milliseconds MqttPublisher::pauseOf(std::chrono::milliseconds mean,
   return std::chrono::duration_cast<std::chrono::milliseconds>(mean * share(chance));
 }
 
+// A node that has lost another one refuses everybody for some seconds: two tries cost little.
+std::chrono::milliseconds MqttPublisher::meanPause(std::chrono::milliseconds shortest,
+                                                   int refusals) {
+  constexpr int CHEAP = 2;
+  constexpr int MOST_DOUBLINGS = 3;
+  return shortest * (1 << std::clamp(refusals - CHEAP, 0, MOST_DOUBLINGS));
+}
+
 void MqttPublisher::pause() {
-  const Clock::time_point end = Clock::now() + pauseOf(settings.reconnect, chance);
+  const Clock::time_point end =
+      Clock::now() + pauseOf(meanPause(settings.reconnect, refusals), chance);
   const LockGuard lock(mutex);
   for (auto now = Clock::now(); !stopping && now < end; now = Clock::now()) {
     changed.waitFor(mutex, std::chrono::ceil<std::chrono::milliseconds>(end - now));
@@ -208,6 +218,7 @@ void MqttPublisher::serve(Connection* connection, const BrokerAddress& host) {
   const Clock::time_point deadline = Clock::now() + settings.patience;
   bool announced = false;
   MqttLoop loop(connection->client.get(), &bell);
+  ++refusals;  // until it is taken
   Clock::time_point repetition = firstRepetition();
   while (!isStopping()) {
     const int result =
@@ -217,12 +228,14 @@ void MqttPublisher::serve(Connection* connection, const BrokerAddress& host) {
       return tell(host, mosquitto_connack_string(connection->refusal));
     }
     if (result != MOSQ_ERR_SUCCESS) {
+      refusals -= !announced && !loop.hasReached() ? 1 : 0;
       return tell(host, connection->faultOf(result));
     }
     if (!announced && connection->answered) {
       tellConnected(host);
       announce(connection);
       announced = true;
+      refusals = 0;
     }
     if (announced && Clock::now() >= repetition) {
       tellAgain(connection);

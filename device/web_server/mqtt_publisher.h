@@ -42,7 +42,8 @@ class MqttPublisher {
     std::optional<BrokerTls> tls = {};
     std::filesystem::path outbox = {};  // its file; without: in memory
     // Mean pause between two tries; half of it to one and a half, by chance, so that many devices
-    // do not come all at once.
+    // do not come all at once. It grows up to eight times while hosts that are there do not take
+    // the connection: they have too many to take, and each try costs them time.
     std::chrono::milliseconds reconnect = std::chrono::seconds(2);
     // For a broker's answer to a new connection.
     std::chrono::milliseconds patience = std::chrono::seconds(10);
@@ -74,7 +75,8 @@ class MqttPublisher {
   };
   Health getHealth();
 
-  // Before the next try.
+  // Before the next try; refusals: tries in a row at hosts that were there and took no connection.
+  static std::chrono::milliseconds meanPause(std::chrono::milliseconds shortest, int refusals);
   static std::chrono::milliseconds pauseOf(std::chrono::milliseconds mean,
                                            std::minstd_rand& chance);
 
@@ -103,6 +105,7 @@ class MqttPublisher {
   const Settings settings;
   const std::string availability;
   const MqttBell bell;                              // something is to be sent, or the end has come
+  int refusals = 0;                                 // the thread's
   std::minstd_rand chance{std::random_device()()};  // the thread's
 
   Mutex mutex;

@@ -360,6 +360,42 @@ TEST_F(MqttPublisherTest, PausesDifferByChance) {
   EXPECT_THAT(most.count(), testing::AllOf(testing::Le(3000), testing::Gt(2900)));
 }
 
+TEST_F(MqttPublisherTest, PauseGrowsWhileHostsTakeNoConnection) {
+  std::vector<std::int64_t> pauses;
+  for (const int refusals : {0, 1, 2, 3, 4, 5, 6, 1000}) {
+    pauses.push_back(MqttPublisher::meanPause(Milliseconds(2000), refusals).count());
+  }
+  EXPECT_THAT(pauses, testing::ElementsAre(2000, 2000, 2000, 4000, 8000, 16000, 16000, 16000));
+}
+
+// The least that nine pauses can be: half of 20, 20, 40, 80 and five times 160 ms.
+TEST_F(MqttPublisherTest, BrokerThatRefusesIsAskedEverMoreRarely) {
+  const FileDescriptor listener(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  socklen_t size = sizeof(address);
+  ASSERT_EQ(0, bind(listener.get(), reinterpret_cast<sockaddr*>(&address), size));
+  ASSERT_EQ(0, listen(listener.get(), 1));
+  ASSERT_EQ(0, getsockname(listener.get(), reinterpret_cast<sockaddr*>(&address), &size));
+  const MqttPublisher publisher(settingsFor({ntohs(address.sin_port)}));
+  const auto refuse = [&listener] {
+    constexpr unsigned char UNAVAILABLE[] = {0x20, 2, 0, 3};  // CONNACK
+    char request[200];
+    const FileDescriptor device(accept(listener.get(), nullptr, nullptr));
+    ASSERT_LT(0, recv(device.get(), request, sizeof(request), 0));
+    ASSERT_EQ(4, ::send(device.get(), UNAVAILABLE, sizeof(UNAVAILABLE), 0));
+    while (recv(device.get(), request, sizeof(request), 0) > 0) {
+    }
+  };
+  refuse();
+  const auto first = std::chrono::steady_clock::now();
+  for (int i = 0; i < 9; ++i) {
+    refuse();
+  }
+  EXPECT_GE(std::chrono::steady_clock::now() - first, Milliseconds(480));
+}
+
 TEST_F(MqttPublisherTest, HealthTellsTheConnection) {
   Broker broker;
   MqttPublisher publisher(settingsFor({broker.getPort()}));
