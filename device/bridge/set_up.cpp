@@ -77,31 +77,6 @@ json_t* profilesJson(const std::vector<MediaProfile>& profiles) {
   return list;
 }
 
-// What the settings' head has of a check.
-json_t* settingsFound(const HeadMeasured& measured) {
-  json_t* head = json_object();
-  if (measured.pan.moves) {
-    json_object_set_new(head, "invert_pan_speed", json_boolean(measured.pan.isReversed));
-  }
-  if (measured.tilt.moves) {
-    json_object_set_new(head, "invert_tilt_speed", json_boolean(measured.tilt.isReversed));
-  }
-  if (measured.tellsMotion) {
-    json_object_set_new(head, "move_status", json_boolean(*measured.tellsMotion));
-  }
-  if (measured.zoomTable.size() > 1) {
-    const auto [least, most] = std::ranges::minmax(measured.zoomTable, {}, &ZoomPoint::fieldAngle);
-    json_object_set_new(head, "field_angles",
-                        json_pack("[f, f]", least.fieldAngle, most.fieldAngle));
-    json_t* table = json_array();
-    for (const ZoomPoint& point : measured.zoomTable) {
-      json_array_append_new(table, json_pack("[f, f]", point.position, point.fieldAngle));
-    }
-    json_object_set_new(head, "zoom_table", table);
-  }
-  return head;
-}
-
 WebAnswer refusal(const std::string& reason) {
   const JsonAutoPtr json(
       json_pack("{s:{s:s, s:o}}", "error", "code", "HTTP", "message", jsonText(reason)));
@@ -146,6 +121,30 @@ struct SetUp::Search {
     g_task_run_in_thread(task.get(), run);
   }
 };
+
+json_t* settingsFound(const HeadMeasured& measured) {
+  json_t* head = json_object();
+  if (measured.pan.moves) {
+    json_object_set_new(head, "invert_pan_speed", json_boolean(measured.pan.isReversed));
+  }
+  if (measured.tilt.moves) {
+    json_object_set_new(head, "invert_tilt_speed", json_boolean(measured.tilt.isReversed));
+  }
+  if (measured.tellsMotion) {
+    json_object_set_new(head, "move_status", json_boolean(*measured.tellsMotion));
+  }
+  if (measured.zoomTable.size() > 1) {
+    const auto [least, most] = std::ranges::minmax(measured.zoomTable, {}, &ZoomPoint::fieldAngle);
+    json_object_set_new(head, "field_angles",
+                        json_pack("[f, f]", least.fieldAngle, most.fieldAngle));
+    json_t* table = json_array();
+    for (const ZoomPoint& point : measured.zoomTable) {
+      json_array_append_new(table, json_pack("[f, f]", point.position, point.fieldAngle));
+    }
+    json_object_set_new(head, "zoom_table", table);
+  }
+  return head;
+}
 
 SetUp::SetUp(Means given) : means(std::move(given)), found(std::make_shared<Search>()) {
   found->find = means.find;

@@ -127,6 +127,9 @@ class SetUp {
   CameraViews views;
 };
 
+// What a check has found, with the keys of the settings' head. The caller owns it.
+json_t* settingsFound(const HeadMeasured& measured);
+
 }  // namespace device::bridge
 
 #endif

@@ -216,6 +216,15 @@ TEST_F(SetUpTest, AnglesThatTheUserTellsAreKept) {
   EXPECT_EQ(20, told.zoomTable[1].fieldAngle);
 }
 
+TEST(SettingsFoundTest, ZoomThatWasMeasuredIsATableWithItsEnds) {
+  HeadMeasured measured;
+  measured.zoomTable = {{0, 60}, {0.25, 20}, {1, 6}};
+  const JsonAutoPtr found(settingsFound(measured));
+  const JsonAutoPtr expected(json_pack("{s:[f, f], s:[[f, f], [f, f], [f, f]]}", "field_angles",
+                                       6.0, 60.0, "zoom_table", 0.0, 60.0, 0.25, 20.0, 1.0, 6.0));
+  EXPECT_TRUE(json_equal(expected.get(), found.get()));
+}
+
 TEST_F(SetUpTest, SnapshotIsThatOfTheCamera) {
   inspect();
   const auto jpeg = [this] {
