@@ -12,6 +12,7 @@ namespace {
 constexpr double BORDER = 3.0;       // px, within which something ends at the picture's border
 constexpr double REACH = 16.0;       // px, over which a derivative is taken
 constexpr double SLENDERNESS = 0.3;  // of a person: width over height
+constexpr double END = 0.1;          // of somebody's height: his head, or his feet
 constexpr double LEAST_TURN = 1e-6;  // deg per px, of a lens that shows anything
 
 struct Box {
@@ -163,6 +164,30 @@ class Extent {
   bool isHeadCut = false;
 };
 
+// Of whom one end is cut, more is cut on one side than on the other: he is where his other end is.
+// None when that reaches to the picture's border, too.
+std::optional<double> panOfUncutEnd(const VideoChannel& channel, const Polygon& outline,
+                                    const BoxSighting& seen) {
+  const double end = END * (seen.sighting.headTilt - seen.sighting.footTilt);
+  double left = std::numeric_limits<double>::infinity();
+  double right = -left;
+  for (const Point& vertex : outline.getVertices()) {
+    const PointF place = channel.toImagePosition(vertex);
+    const PointF direction = channel.directionOf(place);
+    const bool isOfEnd = seen.isFootCut ? direction.y > seen.sighting.headTilt - end
+                                        : direction.y < seen.sighting.footTilt + end;
+    if (isOfEnd && isAtBorder(channel, place)) {
+      return std::nullopt;
+    }
+    if (isOfEnd) {
+      const double pan = following::wrapped(direction.x - seen.pan);
+      left = std::min(left, pan);
+      right = std::max(right, pan);
+    }
+  }
+  return following::wrapped(seen.pan + (left + right) / 2.0);
+}
+
 }  // namespace
 
 std::optional<BoxSighting> sightingOf(const VideoChannel& channel, const Polygon& outline) {
@@ -174,5 +199,12 @@ std::optional<BoxSighting> sightingOf(const VideoChannel& channel, const Polygon
   for (const Point& vertex : outline.getVertices()) {
     extent.take(channel.toImagePosition(vertex));
   }
-  return extent.sighting();
+  auto seen = extent.sighting();
+  if (seen && seen->isFootCut != seen->isHeadCut) {
+    const auto pan = panOfUncutEnd(channel, outline, *seen);
+    seen->sighting.pan = pan.value_or(seen->pan);
+    seen->isFootCut = seen->isFootCut || !pan;
+    seen->isHeadCut = seen->isHeadCut || !pan;
+  }
+  return seen;
 }

@@ -9,8 +9,9 @@
 
 // What the outline of an object tells of where it is. Angles are degrees in the head's frame.
 struct BoxSighting {
-  following::Sighting sighting;  // of the foot and the head
-  bool isFootCut = false;        // at the picture's border: it may be anywhere beyond
+  // Of the foot and the head. Its pan is that of the end that is not cut, where one is.
+  following::Sighting sighting;
+  bool isFootCut = false;  // at the picture's border: it may be anywhere beyond
   bool isHeadCut = false;
   double pan = 0.0;  // of the box' middle
   double tilt = 0.0;

@@ -69,6 +69,40 @@ TEST_F(BoxSightingTest, WhatEndsAtThePicturesBorderIsCutThere) {
   EXPECT_TRUE(head->isHeadCut);
 }
 
+// What is left of him is wider to the side that is cut last, and its middle is not his.
+TEST_F(BoxSightingTest, WhoseFootIsCutIsWhereHisHeadIs) {
+  const auto seen = sightingOf(
+      channel, outlineOf({at(16, -43), at(20, -39), at(21, -39), at(21, -47), at(16, -47)}));
+  ASSERT_TRUE(seen);
+  EXPECT_TRUE(seen->isFootCut);
+  EXPECT_FALSE(seen->isHeadCut);
+  EXPECT_NEAR(seen->sighting.pan, 20.5, PIXEL);  // the middle of 20 and 21
+  EXPECT_NEAR(seen->pan, 18.5, PIXEL);           // of all that is seen: 16 and 21
+}
+
+TEST_F(BoxSightingTest, WhoseHeadIsCutIsWhereHisFeetAre) {
+  const auto seen =
+      sightingOf(channel, outlineOf({at(20, -2), at(21, -2), at(25, 3), at(25, 7), at(20, 7)}));
+  ASSERT_TRUE(seen);
+  EXPECT_FALSE(seen->isFootCut);
+  EXPECT_TRUE(seen->isHeadCut);
+  EXPECT_NEAR(seen->sighting.pan, 20.5, PIXEL);
+}
+
+// Of two feet one is beyond the picture: nothing tells where he is.
+TEST_F(BoxSightingTest, WhoIsCutAtHeadAndHalfHisFeetIsCutAtBoth) {
+  const auto head =
+      sightingOf(channel, outlineOf({at(57, -2), at(58, -1.7), at(58, 7), at(56, 7), at(56, 2)}));
+  ASSERT_TRUE(head);
+  EXPECT_TRUE(head->isFootCut);
+  EXPECT_TRUE(head->isHeadCut);
+  const auto foot = sightingOf(
+      channel, outlineOf({at(57, -39), at(58, -39.3), at(58, -47), at(56, -47), at(56, -43)}));
+  ASSERT_TRUE(foot);
+  EXPECT_TRUE(foot->isFootCut);
+  EXPECT_TRUE(foot->isHeadCut);
+}
+
 TEST_F(BoxSightingTest, NothingIsTakenForAPointBeyondThePicture) {
   const auto seen =
       sightingOf(channel, outlineOf({Point{32767, 32767}, Point{-32768, -32768}, Point{0, 0}}));
