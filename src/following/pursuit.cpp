@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstdlib>
 
 #include "following/pictures.h"
 #include "following/units.h"
@@ -15,6 +16,11 @@ constexpr double NEAR_GAIN = 3.0;      // per second
 constexpr double FAR_GAIN = 5.0;       // per second more, beyond
 constexpr double FAR_ERROR = 2.0;      // deg
 constexpr double BRAKING_SHARE = 0.8;  // of the acceleration
+
+// While the subject is within the first, in shares of the field of view to each side, a viewer sees
+// how the picture moves: there an axis gets faster in a step by the second, of its acceleration.
+constexpr double IN_VIEW = 0.25;
+constexpr double GENTLE_SHARE = 0.5;
 
 constexpr double TOO_FAST = 0.97;  // of the greatest speed
 constexpr int BISECTIONS = 30;
@@ -89,6 +95,15 @@ bool isTooFast(const Subject& subject, double speed) {
 
 bool hasNoEnds(const AxisModel& model) {
   return !(model.highest - model.lowest < units::FULL_TURN);
+}
+
+// How much faster (deg/s) than it is an axis is told to get in a step: at least by a level.
+double gentleRise(const AxisModel& model, int before) {
+  const SpeedCurve& curve = model.curve;
+  const int size = std::abs(before);
+  const double level =
+      size == 0 ? curve.slowest() : curve.speed(size + curve.step()) - curve.speed(size);
+  return std::max(GENTLE_SHARE * model.acceleration * Pursuit::PERIOD, level);
 }
 
 double leadOf(const AxisModel& model, const std::optional<double>& statusAge) {
@@ -173,8 +188,9 @@ std::optional<SpeedCommand> Pursuit::step(const HeadModel& head,
     lastError = 0.0;
     return SpeedCommand{};
   }
-  return SpeedCommand{commandFor(pan, head.panRatio(), panGoal, panOff, foreshortening, wide),
-                      commandFor(tilt, head.tiltRatio(), tiltGoal, tiltOff, 1.0, wide)};
+  return SpeedCommand{
+      commandFor(pan, head.panRatio(), panGoal, panOff, panAhead.velocity, foreshortening, wide),
+      commandFor(tilt, head.tiltRatio(), tiltGoal, tiltOff, tiltAhead.velocity, 1.0, wide)};
 }
 
 // An axis with ends stands at the nearer one while its goal is beyond.
@@ -193,7 +209,7 @@ double Pursuit::offOf(const AxisModel& model, const Goal& goal, const AxisMotion
   return hasNoEnds(model) ? wrapped(goal.position - position) : goal.position - wrapped(position);
 }
 
-int Pursuit::commandFor(Axis& axis, double ratio, const Goal& goal, double off,
+int Pursuit::commandFor(Axis& axis, double ratio, const Goal& goal, double off, double velocity,
                         double foreshortening, double wide) {
   const SpeedCurve& curve = axis.model.curve;
   const RestZone& zone = axis.isResting ? GO_ON_RESTING : BEGIN_TO_REST;
@@ -205,7 +221,14 @@ int Pursuit::commandFor(Axis& axis, double ratio, const Goal& goal, double off,
   }
   const double most = curve.fastest() * ratio;
   const double wanted = goal.rate + correctingSpeed(off, axis.model.acceleration);
-  return curve.command(std::clamp(wanted, -most, most) / ratio, axis.before);
+  const double bounded = std::clamp(wanted, -most, most) / ratio;
+  if (std::abs(off) * foreshortening >= IN_VIEW * wide) {
+    return curve.command(bounded, axis.before);
+  }
+  const double rise = gentleRise(axis.model, axis.before);
+  return curve.command(
+      std::clamp(bounded, std::min(velocity, 0.0) - rise, std::max(velocity, 0.0) + rise),
+      axis.before);
 }
 
 void Pursuit::commanded(SpeedCommand command) {

@@ -2,9 +2,10 @@
 //
 // The subject's own rate is fed forward and a bounded correction added: 3 per second of the error
 // near the goal, more far away, and never faster than can be braked from (the time-optimal parabola
-// with a reserve of 20 %). The axes rest while there is nothing to correct that a viewer would see.
-// A head that is too slow for what comes leads: it follows the middle of the narrowest tube around
-// the subject's course that it can stay in.
+// with a reserve of 20 %). While the subject is in the middle half of the picture, an axis gets
+// faster by at most half of its acceleration; slower as fast as it is to. The axes rest while there
+// is nothing to correct that a viewer would see. A head that is too slow for what comes leads: it
+// follows the middle of the narrowest tube around the subject's course that it can stay in.
 //
 // Degrees, seconds; times are microseconds. No allocation; no lock: for one thread.
 #ifndef FOLLOWING_PURSUIT_H
@@ -68,7 +69,8 @@ class Pursuit {
   static Goal reachable(const AxisModel& model, const Goal& goal);
   static double offOf(const AxisModel& model, const Goal& goal, const AxisMotion& ahead,
                       double ratio);
-  static int commandFor(Axis& axis, double ratio, const Goal& goal, double off,
+  // velocity: of the axis when the command acts, deg/s as its model counts.
+  static int commandFor(Axis& axis, double ratio, const Goal& goal, double off, double velocity,
                         double foreshortening, double wide);
 
   Axis pan;

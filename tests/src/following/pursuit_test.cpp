@@ -19,6 +19,14 @@ HeadParameters linear() {
   return parameters;
 }
 
+// Gets as fast as it likes within a step.
+HeadParameters quick() {
+  HeadParameters parameters = linear();
+  parameters.pan.acceleration = 1e4;
+  parameters.tilt.acceleration = 1e4;
+  return parameters;
+}
+
 HeadModel standingAt(double pan, double tilt) {
   HeadModel head(linear());
   head.read(0, pan, tilt);
@@ -36,8 +44,8 @@ Subject at(double pan, double tilt, double panRate = 0.0, double tiltRate = 0.0)
   return subject;
 }
 
-Pursuit started() {
-  Pursuit pursuit(linear());
+Pursuit started(const HeadParameters& parameters = linear()) {
+  Pursuit pursuit(parameters);
   pursuit.start();
   return pursuit;
 }
@@ -63,7 +71,7 @@ TEST(PursuitTest, CommandActsInTheMiddleOfItsLife) {
 }
 
 TEST(PursuitTest, RateIsFedForwardAndTheErrorCorrected) {
-  Pursuit pursuit = started();
+  Pursuit pursuit = started(quick());
   const HeadModel head = standingAt(0.0, 0.0);
   EXPECT_EQ(pursuit.step(head, at(0.0, -0.0, 20.0, -7.0), WIDE), (SpeedCommand{20, -7}));
   EXPECT_EQ(pursuit.step(head, at(1.0, -2.0, 20.0, -7.0), WIDE), (SpeedCommand{23, -13}));
@@ -75,6 +83,100 @@ TEST(PursuitTest, SpeedIsBoundedByTheHeads) {
   const HeadModel head = standingAt(0.0, 0.0);
   EXPECT_EQ(pursuit.step(head, at(-100.0, -70.0, -90.0), WIDE), (SpeedCommand{-100, -100}));
 }
+
+// ---- Getting faster ----
+
+// 400 deg/s2 make 20 deg/s in a step, of which it is told 10 while a viewer sees it: on 60 degrees,
+// with the subject within 15.
+HeadParameters agile() {
+  HeadParameters parameters = linear();
+  parameters.pan.acceleration = 400.0;
+  parameters.tilt.acceleration = 400.0;
+  return parameters;
+}
+
+// At 0.4 s it has got the commands of its beginning for 0.2 s; when what is commanded then acts it
+// will have had them for 0.4 s, and goes at their speed.
+HeadModel movingAt(SpeedCommand command, const HeadParameters& parameters = agile()) {
+  HeadModel head(parameters);
+  head.read(0, 0.0, 0.0);
+  head.commanded(0, command);
+  for (std::int64_t now = 50'000; now <= 400'000; now += 50'000) {
+    head.read(now, 0.0, 0.0);
+  }
+  return head;
+}
+
+// So far off in the middle of the command's life.
+Subject offBy(double pan, double tilt, const HeadModel& head) {
+  const AxisMotion panAhead = head.pan();
+  const AxisMotion tiltAhead = head.tilt();
+  return at(panAhead.position + 0.025 * panAhead.velocity + pan,
+            tiltAhead.position + 0.025 * tiltAhead.velocity + tilt);
+}
+
+TEST(PursuitTest, GetsFasterByHalfOfItsAccelerationWhereItIsSeen) {
+  Pursuit pursuit = started(agile());
+  const HeadModel standing = standingAt(0.0, 0.0);
+  EXPECT_EQ(pursuit.step(standing, at(14.0, -14.0), WIDE), (SpeedCommand{10, -10}));
+  const HeadModel moving = movingAt({20, -30});
+  EXPECT_EQ(pursuit.step(moving, offBy(14.0, -14.0, moving), WIDE), (SpeedCommand{30, -40}));
+  const HeadModel back = movingAt({-20, 0});
+  EXPECT_EQ(pursuit.step(back, offBy(-14.0, 0.0, back), WIDE)->pan, -30);
+}
+
+// 16 degrees ask for 101 deg/s, which can be braked from.
+TEST(PursuitTest, HurriesToWhatIsFurtherAway) {
+  Pursuit pursuit = started(agile());
+  EXPECT_EQ(pursuit.step(standingAt(0.0, 0.0), at(16.0, -16.0), WIDE), (SpeedCommand{100, -100}));
+  EXPECT_EQ(pursuit.step(standingAt(0.0, 0.0), at(14.0, 0.0), 50.0)->pan, 95)
+      << "12.5 are a quarter";
+}
+
+// 60 degrees down 20 degrees of pan are 10 in the picture.
+TEST(PursuitTest, WhatOfPanIsSeenCountsByTheCosineOfTilt) {
+  Pursuit pursuit = started(agile());
+  EXPECT_EQ(pursuit.step(standingAt(0.0, -60.0), at(20.0, -60.0), WIDE)->pan, 10);
+}
+
+// What counts is how fast it is when the command acts, whatever was commanded last.
+TEST(PursuitTest, GetsFasterFromWhatItDoesNotFromWhatItWasTold) {
+  Pursuit pursuit = started(agile());
+  pursuit.commanded({60, 0});
+  const HeadModel head = movingAt({20, 0});
+  EXPECT_EQ(pursuit.step(head, offBy(14.0, 0.0, head), WIDE)->pan, 30);
+}
+
+// 3 deg/s in a step, of which it is told half, would be no level at all.
+TEST(PursuitTest, CoarseHeadGetsFasterByALevel) {
+  const SpeedLevel levels[] = {{10, 10.0}, {100, 100.0}};
+  HeadParameters coarse = linear();
+  coarse.pan.curve = SpeedCurve(levels, 10);
+  coarse.pan.acceleration = 60.0;
+  Pursuit pursuit = started(coarse);
+  EXPECT_EQ(pursuit.step(standingAt(0.0, 0.0), at(10.0, 0.0), WIDE)->pan, 10);
+  pursuit.commanded({10, 0});
+  const HeadModel head = movingAt({10, 0}, coarse);
+  EXPECT_EQ(pursuit.step(head, offBy(10.0, 0.0, head), WIDE)->pan, 20);
+}
+
+TEST(PursuitTest, GetsSlowerAsFastAsItIsToBe) {
+  Pursuit pursuit = started(agile());
+  const HeadModel head = movingAt({60, -60});
+  Subject subject = offBy(0.0, 0.0, head);
+  subject.panRate = 5.0;
+  subject.tiltRate = -5.0;
+  EXPECT_EQ(pursuit.step(head, subject, WIDE), (SpeedCommand{5, -5}));
+}
+
+// Through standing still, and on by as much as it gets faster from there.
+TEST(PursuitTest, TurnsRoundAtOnce) {
+  Pursuit pursuit = started(agile());
+  const HeadModel head = movingAt({60, -60});
+  EXPECT_EQ(pursuit.step(head, offBy(-14.0, 14.0, head), WIDE), (SpeedCommand{-10, 10}));
+}
+
+// ---- Where to ----
 
 TEST(PursuitTest, GoesTheShortWayAcrossTheSeam) {
   Pursuit pursuit = started();
@@ -175,7 +277,7 @@ TEST(PursuitTest, ErrorIsThatInTheMiddleOfTheCommandsLife) {
 
 // Pan acts 0.1 s after it is commanded, tilt 0.3 s: 10 deg/s make 2 degrees of it.
 TEST(PursuitTest, TiltIsAimedAtWhenItsOwnCommandActs) {
-  HeadParameters parameters = linear();
+  HeadParameters parameters = quick();
   parameters.tilt.deadTime = 0.6;
   Pursuit pursuit(parameters);
   pursuit.start();
@@ -206,7 +308,7 @@ HeadModel fasterModel() {
 TEST(PursuitTest, FasterHeadIsCommandedLess) {
   const HeadModel head = fasterModel();
   ASSERT_EQ(head.panRatio(), 1.25);
-  Pursuit pursuit = started();
+  Pursuit pursuit = started(quick());
   EXPECT_EQ(pursuit.step(head, at(0.0, 0.0, 25.0), WIDE)->pan, 20);
 }
 
@@ -259,7 +361,7 @@ TEST(PursuitTest, NothingToFollowIsStanding) {
 
 TEST(PursuitTest, CommandThatFailedIsNotKept) {
   const SpeedLevel levels[] = {{10, 10.0}, {100, 100.0}};
-  HeadParameters coarse = linear();
+  HeadParameters coarse = quick();
   coarse.pan.curve = coarse.tilt.curve = SpeedCurve(levels, 10);
   Pursuit pursuit(coarse);
   pursuit.start();
@@ -295,7 +397,7 @@ int commandFor(double speed) {
   for (std::size_t i = 0; i < Subject::COURSE_POINTS; ++i) {
     subject.course[i] = {0.1 * speed * static_cast<double>(i), 0.0};
   }
-  Pursuit pursuit = started();
+  Pursuit pursuit = started(quick());
   return pursuit.step(standingAt(0.0, 0.0), subject, WIDE)->pan;
 }
 
