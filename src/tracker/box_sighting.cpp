@@ -174,8 +174,8 @@ std::optional<double> panOfUncutEnd(const VideoChannel& channel, const Polygon& 
   for (const Point& vertex : outline.getVertices()) {
     const PointF place = channel.toImagePosition(vertex);
     const PointF direction = channel.directionOf(place);
-    const bool isOfEnd = seen.isFootCut ? direction.y > seen.sighting.headTilt - end
-                                        : direction.y < seen.sighting.footTilt + end;
+    const bool isOfEnd = seen.isFootCut ? direction.y >= seen.sighting.headTilt - end
+                                        : direction.y <= seen.sighting.footTilt + end;
     if (isOfEnd && isAtBorder(channel, place)) {
       return std::nullopt;
     }
