@@ -32,6 +32,7 @@ namespace {
 constexpr int FAILED = 1;
 constexpr int USAGE = 2;
 constexpr int MOST_SITES = 10000;
+constexpr int MOST_ALARMS = 1000;
 constexpr std::int64_t STEP = 100000;  // microseconds
 constexpr double BEGINNINGS = 50;      // of sites, a second
 constexpr char OWN[] = "MiruPlatform/SentrelVideo/";
@@ -41,6 +42,7 @@ struct SiteOptions {
   std::string certificates;  // folder of NAME.crt and NAME.key; empty for none
   int first = 1;             // the number of the first one
   int count = 10;
+  int alarms = 1;            // of each site
   double alarmSeconds = 30;  // mean time between two alarms of a site
   double beginnings = BEGINNINGS;
   double repeatSeconds = 60;
@@ -86,10 +88,16 @@ class Journal {
   std::ofstream file;
 };
 
+std::string nameOfAlarm(std::size_t alarm) {
+  return "Camera1Profile" + (alarm == 0 ? "ANY" : std::to_string(alarm));
+}
+
 class VirtualSite {
  public:
   VirtualSite(const SiteOptions& options, Journal* journal, int number)
-      : journal(journal), prefix(device::topicPrefix(nameOfSite(number))) {
+      : journal(journal),
+        prefix(device::topicPrefix(nameOfSite(number))),
+        active(static_cast<std::size_t>(options.alarms)) {
     for (const device::BrokerHosts& hosts : options.broker.brokers) {
       device::MqttPublisher::Settings settings;
       settings.hosts = hosts;
@@ -112,14 +120,18 @@ class VirtualSite {
          false);
     send("state", key("value", std::string("running"), true), false);
     send("isSentreling", key("active", false, true), false);
-    send("Camera1ProfileANY", key("active", false, true), true);
+    for (std::size_t alarm = 0; alarm < active.size(); ++alarm) {
+      send(nameOfAlarm(alarm), key("active", false, true), true);
+    }
   }
 
-  // An alarm begins or ends.
-  void change() {
-    isActive = !isActive;
-    send("Camera1ProfileANY", key("active", isActive, true), true);
-    send("isSentreling", key("active", isActive, true), false);
+  // One of its alarms begins or ends.
+  void change(std::minstd_rand& chance) {
+    const std::size_t alarm =
+        std::uniform_int_distribution<std::size_t>(0, active.size() - 1)(chance);
+    active[alarm] = !active[alarm];
+    send(nameOfAlarm(alarm), key("active", active[alarm], true), true);
+    send("isSentreling", key("active", active[alarm], true), false);
   }
 
  private:
@@ -148,7 +160,7 @@ class VirtualSite {
   const std::string start = device::isoTime(g_get_real_time());
   std::map<std::string, std::uint64_t> sent;
   std::vector<std::unique_ptr<device::MqttPublisher>> publishers;
-  bool isActive = false;
+  std::vector<bool> active;  // by alarm
 };
 
 std::string textOf(const OptionText& text) {
@@ -163,6 +175,7 @@ SiteOptions parseOptions(const std::vector<std::string>& arguments) {
   OptionText journal;
   std::vector<GOptionEntry> entries = {
       {"sites", 0, 0, G_OPTION_ARG_INT, &options.count, "How many", "N"},
+      {"alarms", 0, 0, G_OPTION_ARG_INT, &options.alarms, "Alarms of each site (1)", "N"},
       {"first", 0, 0, G_OPTION_ARG_INT, &options.first, "Number of the first one (1)", "N"},
       {"alarm-seconds", 0, 0, G_OPTION_ARG_DOUBLE, &options.alarmSeconds,
        "Mean time from one alarm of a site to the next", "SECONDS"},
@@ -181,9 +194,11 @@ SiteOptions parseOptions(const std::vector<std::string>& arguments) {
   entries.insert(entries.begin(), atBroker.begin(), atBroker.end());
   readOptions("Sites that are not there, for trials of a fleet.", entries, arguments);
   if (options.count < 1 || options.count > MOST_SITES || options.first < 1 ||
-      options.first > MOST_SITES || !(options.alarmSeconds >= 1) || !(options.beginnings >= 1) ||
-      !(options.repeatSeconds >= 1)) {
-    throw OptionError("--sites and --first are numbers from 1 to 10000, the others 1 or more");
+      options.first > MOST_SITES || options.alarms < 1 || options.alarms > MOST_ALARMS ||
+      !(options.alarmSeconds >= 1) || !(options.beginnings >= 1) || !(options.repeatSeconds >= 1)) {
+    throw OptionError(
+        "--sites and --first are numbers from 1 to 10000, --alarms up to 1000, the others 1 or "
+        "more");
   }
   try {
     options.broker = device::readBrokerOptions(broker);
@@ -232,7 +247,7 @@ class Sites {
     }
     for (const auto& site : sites) {
       if (changes(chance)) {
-        site->change();
+        site->change(chance);
         ++sent;
       }
     }
