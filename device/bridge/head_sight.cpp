@@ -20,18 +20,16 @@ void HeadSight::told(const HeadReading& reading, const HeadMap& map, std::int64_
   if (places.empty() && !degrees) {
     return;
   }
-  Place place = places.empty() ? Place() : places.back();
-  place.time = taken;
   if (degrees) {
-    place.pan = degrees->pan;
-    place.tilt = degrees->tilt;
+    places.push_back(
+        {taken, degrees->pan, degrees->tilt, places.empty() ? Place().zoom : places.back().zoom});
   }
+  Place& place = places.back();
   place.zoom = map.zoomOf(reading).value_or(place.zoom);
   fieldAngle = map.fieldAngleOfZoom(place.zoom);
   widest = map.getTold().fieldAngles.high;
   panTiltMoves = reading.panTiltMoves;
   zoomMoves = reading.zoomMoves;
-  places.push_back(place);
   while (places.size() > 2 && places[1].time <= taken - STUCK) {
     places.pop_front();
   }

@@ -24,7 +24,7 @@ class HeadSight {
   explicit HeadSight(bool believesMoves) : believesMoves(believesMoves) {}
 
   // A status that was taken at a moment; one that is older than the last counts for nothing. What a
-  // reading leaves out stays as it was.
+  // reading leaves out stays as it was; one without a place makes the last place no newer.
   void told(const HeadReading& reading, const HeadMap& map, std::int64_t taken);
 
   // As it was told last; nothing while nothing, or nothing new enough, is known.

@@ -29,6 +29,7 @@ constexpr double TENTHS = 10;
 constexpr double SAME_PLACE = 0.5;  // degrees
 constexpr int SAME_ZOOM = 50;
 constexpr int MOST_PRESETS = 1000;
+constexpr int MOST_REFUSALS = 3;  // of what it can
 
 // As the application tells products apart: at least so long, without blanks.
 std::string productOf(std::string name) {
@@ -158,20 +159,55 @@ void RemoteHead::stopForGood() {
 }
 
 void RemoteHead::found(const CameraFound& camera) {
-  facts = {};  // until all is told anew, the map has the former ones
   node = camera.profile.ptzNode;
+  refusals = 0;
+  askFacts();
+}
+
+void RemoteHead::askFacts() {
+  ++factsRound;
+  factsDue.reset();
+  finding = {};  // until all is told anew, the map has the former facts
   ask(Tag("tptz:GetNodes"), &RemoteHead::nodesCame);  // some have no GetNode
 }
 
+// Only what the head says that it does not have is not there: who is silent, or busy with its
+// start, is asked again.
 void RemoteHead::ask(Tag operation, Answered answered) {
   link.getCalls().call(service(), std::move(operation),
-                       [this, answered](const SoapReply& reply) { (this->*answered)(reply); });
+                       [this, answered, round = factsRound](const SoapReply& reply) {
+                         if (round != factsRound) {
+                           return;  // it was found anew meanwhile
+                         }
+                         if (reply.ok() || isThereNoSuch(reply.failure())) {
+                           (this->*answered)(reply);
+                         } else if (!isRefusedForGood(reply.failure())) {
+                           askFactsLater(reply.failure());
+                         }
+                       });
+}
+
+bool RemoteHead::isThereNoSuch(const onvif::Failure& failure) {
+  const bool isRefused = failure.trouble == onvif::Trouble::refused;
+  return failure.trouble == onvif::Trouble::missing ||
+         (isRefused && !areFactsKnown && ++refusals >= MOST_REFUSALS);
+}
+
+// What was known of it goes on to count.
+bool RemoteHead::isRefusedForGood(const onvif::Failure& failure) {
+  return failure.trouble == onvif::Trouble::refused && areFactsKnown &&
+         ++refusals >= MOST_REFUSALS;
+}
+
+void RemoteHead::askFactsLater(const onvif::Failure& failure) {
+  tell(&factsTrouble, "The head does not say what it can. " + failure.words);
+  factsDue = g_get_monotonic_time() + factsPause.next();
 }
 
 // What is not told is not known: each answer may be missing.
 void RemoteHead::nodesCame(const SoapReply& reply) {
   if (reply.ok()) {
-    onvif::readNodeFacts(reply.body(), node, &facts);
+    onvif::readNodeFacts(reply.body(), node, &finding);
   }
   ask(Tag("tptz:GetConfigurations"), &RemoteHead::configurationsCame);
 }
@@ -180,7 +216,7 @@ void RemoteHead::configurationsCame(const SoapReply& reply) {
   const std::string token = link.getFound() ? link.getFound()->profile.ptz : "";
   for (const XmlElement& one : reply.ok() ? reply.body().children() : std::vector<XmlElement>()) {
     if (one.attribute("token") == token) {
-      onvif::readHeadFacts(one, &facts);
+      onvif::readHeadFacts(one, &finding);
     }
   }
   ask(Tag("tptz:GetConfigurationOptions", Tag("tptz:ConfigurationToken", token)),
@@ -189,17 +225,20 @@ void RemoteHead::configurationsCame(const SoapReply& reply) {
 
 void RemoteHead::optionsCame(const SoapReply& reply) {
   if (reply.ok() && reply.body().firstChild()) {
-    onvif::readHeadFacts(*reply.body().firstChild(), &facts);
+    onvif::readHeadFacts(*reply.body().firstChild(), &finding);
   }
+  factsPause.succeeded();
+  tell(&factsTrouble, "");
   nowKnown();
-  ask(withProfile("tptz:GetPresets"), &RemoteHead::presetsCame);
+  link.getCalls().call(service(), withProfile("tptz:GetPresets"),
+                       [this](const SoapReply& presets) { presetsCame(presets); });
 }
 
 void RemoteHead::nowKnown() {
   if (!link.getFound()) {
     return;
   }
-  map = HeadMap(facts, settings.told);
+  map = HeadMap(finding, settings.told);
   moves.setHead(link.getFound()->profile.token, map);
   areFactsKnown = true;
   statusDue = 0;
@@ -273,6 +312,9 @@ void RemoteHead::presetsCame(const SoapReply& reply) {
 
 void RemoteHead::step() {
   const std::int64_t now = g_get_monotonic_time();
+  if (factsDue && now >= *factsDue) {
+    askFacts();
+  }
   sendMove(now);
   askStatus(now);
 }

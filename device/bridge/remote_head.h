@@ -52,6 +52,10 @@ class RemoteHead : public ServedHead {
   using Answered = void (RemoteHead::*)(const onvif::SoapReply& reply);
 
   void found(const CameraFound& camera);
+  void askFacts();
+  bool isThereNoSuch(const onvif::Failure& failure);
+  bool isRefusedForGood(const onvif::Failure& failure);
+  void askFactsLater(const onvif::Failure& failure);
   void ask(onvif::Tag operation, Answered answered);
   void nodesCame(const onvif::SoapReply& reply);
   void configurationsCame(const onvif::SoapReply& reply);
@@ -78,7 +82,11 @@ class RemoteHead : public ServedHead {
   HeadSettings settings;
   Announce announce;
   std::string node;  // token
-  HeadFacts facts;
+  HeadFacts finding;  // while it is asked
+  int factsRound = 0;
+  int refusals = 0;  // since it was found
+  std::optional<std::int64_t> factsDue;
+  GrowingPause factsPause;
   HeadMap map;
   HeadMoves moves;
   HeadSight sight;
@@ -93,6 +101,7 @@ class RemoteHead : public ServedHead {
   std::int64_t slownessTold = 0;
   std::string moveTrouble;  // as they were told last
   std::string statusTrouble;
+  std::string factsTrouble;
   bool isCompromiseTold = false;
   bool isGuessTold = false;
   CameraLink link;

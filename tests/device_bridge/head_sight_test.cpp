@@ -59,6 +59,17 @@ TEST(HeadSightTest, WhatAReadingLeavesOutStaysAsItWas) {
   EXPECT_NEAR(30, sight.status(SECOND + 2)->pictureWidth, 0.01);
 }
 
+TEST(HeadSightTest, ReadingWithoutAPlaceMakesTheLastPlaceNoNewer) {
+  HeadSight sight(true);
+  sight.told(at(12), map(), SECOND);
+  HeadReading zoomOnly;
+  zoomOnly.fieldAngle = 30;
+  sight.told(zoomOnly, map(), SECOND + 900 * MS);
+  EXPECT_EQ(SECOND, sight.getTaken());
+  EXPECT_TRUE(sight.status(2 * SECOND));
+  EXPECT_FALSE(sight.status(2 * SECOND + 1));
+}
+
 TEST(HeadSightTest, MotionIsWhatTheHeadSays) {
   HeadSight sight(true);
   sight.told(at(12, true), map(), SECOND);
