@@ -7,7 +7,7 @@ const PICTURE = { width: 1920, height: 1080 };
 
 /** A session whose device is the test; time passes by tick(). */
 function start(means = {}) {
-  const told = { moves: [], requests: [] };
+  const told = { moves: [], requests: [], later: [] };
   const timers = new Map();
   const session = new CalibrationSession({
     picture: PICTURE,
@@ -23,10 +23,13 @@ function start(means = {}) {
       return id;
     },
     clearInterval: (id) => timers.delete(id),
+    setTimeout: (call) => told.later.push(call),
     ...means,
   });
   return { session, told, timers, tick: () => [...timers.values()].forEach((call) => call()) };
 }
+
+const answered = () => new Promise((resolve) => setImmediate(resolve));
 
 async function addPoints(session, count) {
   for (let i = 0; i < count; ++i) {
@@ -51,6 +54,19 @@ test('without a direction of the head nothing is taken', async () => {
   session.click({ x: 0, y: 0 });
   await session.take();
   assert.equal(session.points.length, 0);
+});
+
+test('no point is taken while the head moves, and that is told', async () => {
+  let isMoving = true;
+  const { session } = start({ isMoving: () => isMoving });
+  session.click({ x: 0, y: 0 });
+  await session.take();
+  assert.equal(session.points.length, 0);
+  assert.match(session.problem, /still moves/);
+  isMoving = false;
+  await session.take();
+  assert.equal(session.points.length, 1);
+  assert.equal(session.problem, '');
 });
 
 test('the camera is asked for from the fourth point on, beside the head from the fifth', async () => {
@@ -106,6 +122,24 @@ test('what fails is told, and an old answer is gone', async () => {
   assert.equal(session.answer, null);
 });
 
+test('who was not answered asks again, until there are other points', async () => {
+  let isThere = false;
+  const { session, told } = start({
+    solve: async () => {
+      if (!isThere) throw new Error('The device is not reachable.');
+      return { data: 'found' };
+    },
+  });
+  await addPoints(session, 5);
+  const [former, last] = told.later;
+  isThere = true;
+  await former();
+  assert.equal(session.answer, null);
+  await last();
+  assert.deepEqual(session.answer, { data: 'found' });
+  assert.equal(session.problem, '');
+});
+
 test('an answer that comes late counts no more', async () => {
   const waiting = [];
   const { session } = start({ solve: () => new Promise((resolve) => waiting.push(resolve)) });
@@ -120,21 +154,50 @@ test('an answer that comes late counts no more', async () => {
   assert.deepEqual(session.answer, { data: 'new' });
 });
 
-test('arrow keys move the head at once and again while they are held', () => {
+test('arrow keys move the head at once and again while they are held', async () => {
   const { session, told, timers, tick } = start();
   session.press('ArrowLeft', false);
   assert.deepEqual(told.moves, [{ pan: -4, tilt: 0 }]);
   session.press('ArrowLeft', false); // repeated by the keyboard
   assert.equal(told.moves.length, 1);
+  await answered();
   tick();
   assert.equal(told.moves.length, 2);
+  await answered();
   session.press('ArrowUp', false);
   assert.deepEqual(told.moves.at(-1), { pan: -4, tilt: 4 });
+  await answered();
   session.release('ArrowLeft');
   assert.deepEqual(told.moves.at(-1), { pan: 0, tilt: 4 });
+  await answered();
   session.release('ArrowUp');
   assert.deepEqual(told.moves.at(-1), { pan: 0, tilt: 0 });
   assert.equal(timers.size, 0);
+});
+
+test('no speed overtakes a stop: a stop is told at once, and again after what was on its way', async () => {
+  const answers = [];
+  const moves = [];
+  const moveHead = (speeds) => {
+    moves.push(speeds.pan);
+    return new Promise((resolve) => answers.push(resolve));
+  };
+  const { session, tick } = start({ moveHead });
+  session.press('ArrowRight', false);
+  tick();
+  tick();
+  assert.deepEqual(moves, [4]);
+  session.release('ArrowRight');
+  assert.deepEqual(moves, [4, 0]);
+  answers[1]();
+  await answered();
+  assert.deepEqual(moves, [4, 0]);
+  answers[0]();
+  await answered();
+  assert.deepEqual(moves, [4, 0, 0]);
+  answers[2]();
+  await answered();
+  assert.equal(moves.length, 3);
 });
 
 test('with shift it is faster, other keys do nothing', () => {

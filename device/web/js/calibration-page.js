@@ -15,10 +15,11 @@ import { listen } from './live.js';
 import { OverviewPictures } from './overview.js';
 import { callSetUp } from './setup-api.js';
 import { toldOfCalibration } from './setup-told.js';
-import { Store } from './store.js';
+import { Store, speedsOf } from './store.js';
 import { WalkPanel } from './walk-panel.js';
 
 const LOOK = 2000; // milliseconds between two questions whether somebody is followed
+const STANDS = 0.2; // degrees a second: slower than that the head stands
 
 const wanted = Number(new URLSearchParams(location.search).get('camera') ?? 1);
 const keptAs = `calibration of camera ${wanted}`;
@@ -30,6 +31,11 @@ let walk = null;
 let isDue = false; // to be drawn anew
 let overview = null;
 let inForce = null; // of the settings, when it is another one than the model has
+
+function isHeadMoving() {
+  const { pan, tilt } = speedsOf(store.heads);
+  return Math.max(Math.abs(pan), Math.abs(tilt)) > STANDS;
+}
 
 const channelOf = (model) => model.channels.find(({ camera }) => camera === wanted);
 const isOfOthers = () => store.model.transport === 'onvif';
@@ -44,7 +50,9 @@ function begin(channel) {
     toSeen: (place) => toScene((360 - channel.rotation) % 360, place),
     toDrawn: (place) => toScene(channel.rotation, place),
   };
-  session = new CalibrationSession({ picture, headDirection: () => store.head, solve, moveHead });
+  const headDirection = () => store.head;
+  const isMoving = isHeadMoving;
+  session = new CalibrationSession({ picture, headDirection, isMoving, solve, moveHead });
   session.addEventListener('change', () => {
     sessionStorage.setItem(keptAs, textToKeep(session));
     drawSoon();
@@ -171,9 +179,10 @@ store.on('reachable', (isReachable) => {
 
 function showDirection() {
   if (!store.head) return;
-  const { pan, tilt } = store.head;
+  const { time, pan, tilt } = store.head;
   const shown = byTestId('head-direction');
   setText(shown, `The head looks to pan ${pan.toFixed(2)}°, tilt ${tilt.toFixed(2)}°.`);
+  shown.dataset.time = time;
   shown.dataset.pan = pan;
   shown.dataset.tilt = tilt;
 }

@@ -12,6 +12,7 @@ import {
 } from './calibration-points.js';
 
 const REPEAT = 400; // milliseconds; the head stands still a second after it was told last
+const AGAIN = 2000; // milliseconds until the camera is asked for again after that failed
 const SLOW = 4; // per cent of the head's full speed
 const FAST = 30;
 
@@ -30,23 +31,26 @@ export class CalibrationSession extends EventTarget {
   pending = null; // the place that was clicked, on which the head is not yet
   heights = null; // metres, where the camera stands beside the head
   answer = null; // {data} or {refusal} for the points as they are
-  problem = ''; // why there is none
+  problem = ''; // why there is none, or why a point was not taken
 
   #pressed = new Set();
   #isFast = false;
   #timer = null;
   #asked = 0;
+  #onTheirWay = 0; // speeds that are not answered yet
+  #isMoveDue = false;
 
   /**
    * @param {{picture: {width: number, height: number},
-   *          headDirection: () => ({pan: number, tilt: number}|null),
+   *          headDirection: () => ({pan: number, tilt: number}|null), isMoving?: () => boolean,
    *          solve: (request: object) => Promise<object>,
    *          moveHead: (speeds: {pan: number, tilt: number}) => Promise<void>,
-   *          setInterval?: Function, clearInterval?: Function}} means
+   *          setInterval?: Function, clearInterval?: Function, setTimeout?: Function}} means
    */
   constructor(means) {
     super();
-    this.means = { setInterval: globalThis.setInterval, clearInterval: globalThis.clearInterval };
+    const { setInterval, clearInterval, setTimeout } = globalThis;
+    this.means = { setInterval, clearInterval, setTimeout, isMoving: () => false };
     Object.assign(this.means, means);
   }
 
@@ -76,10 +80,16 @@ export class CalibrationSession extends EventTarget {
     this.#changed();
   }
 
-  /** The head is on the place that was clicked. */
+  /** The head is on the place that was clicked, and stands: its picture is later than its place. */
   async take() {
     const head = this.means.headDirection();
-    if (!this.pending || !head) return;
+    if (!this.pending) return;
+    if (!head || this.means.isMoving()) {
+      this.problem = head
+        ? 'The head still moves: take the point when it stands.'
+        : 'The head does not say where it is: take the point when it does.';
+      return this.#changed();
+    }
     this.points.push({ place: this.pending, head: { pan: head.pan, tilt: head.tilt } });
     this.pending = null;
     await this.#solve();
@@ -146,30 +156,49 @@ export class CalibrationSession extends EventTarget {
     this.#move();
   }
 
+  // One that is repeated waits for the one before it, lest it comes after a stop. A stop waits for
+  // nothing, and is told again after what it may have overtaken.
   async #move() {
+    const { speeds } = this;
+    if (this.#onTheirWay > 0) {
+      this.#isMoveDue = true;
+      if (speeds.pan !== 0 || speeds.tilt !== 0) return;
+    }
+    ++this.#onTheirWay;
     try {
-      await this.means.moveHead(this.speeds);
+      await this.means.moveHead(speeds);
     } catch (error) {
       this.problem = error.message;
       this.#changed();
     }
+    if (--this.#onTheirWay > 0 || !this.#isMoveDue) return;
+    this.#isMoveDue = false;
+    await this.#move();
   }
 
-  // Of answers that overtake each other the last question's counts.
   async #solve() {
     this.answer = null;
     this.problem = '';
     const asked = ++this.#asked;
     this.#changed();
-    if (this.points.length < this.fewest) return;
+    if (this.points.length >= this.fewest) await this.#ask(asked);
+  }
+
+  // Of answers that overtake each other the last question's counts; one without is asked again.
+  async #ask(asked) {
+    if (asked !== this.#asked) return;
     try {
       const request = requestFor(this.points, this.means.picture, this.heights);
       const answer = await this.means.solve(request);
-      if (asked === this.#asked) this.answer = answer;
+      if (asked !== this.#asked) return;
+      this.answer = answer;
+      this.problem = '';
     } catch (error) {
-      if (asked === this.#asked) this.problem = error.message;
+      if (asked !== this.#asked) return;
+      this.problem = error.message;
+      this.means.setTimeout.call(globalThis, () => this.#ask(asked), AGAIN);
     }
-    if (asked === this.#asked) this.#changed();
+    this.#changed();
   }
 
   #changed() {
