@@ -153,7 +153,11 @@ constexpr Range TURN{-360, 360};
 constexpr Range PICTURE{0.1, 179};
 
 CameraAddress readAddress(Part& part) {
-  return {part.requiredText("address"), part.text("login"), part.text("profile")};
+  const std::string device = part.requiredText("address");
+  if (device.find('@') != std::string::npos) {
+    throw part.fault("address", "has no user and no password: they stand among the credentials");
+  }
+  return {device, part.text("login"), part.text("profile")};
 }
 
 HeadTold readTold(Part& part) {

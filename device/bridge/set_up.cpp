@@ -40,20 +40,43 @@ const json_t* toldIn(const json_t* params) {
   if (told != nullptr && !json_is_object(told)) {
     throw BadRequest("told must be an object");
   }
+  // A login's digests go to the camera that was looked at, and to no other.
+  for (const char* key : {"address", "login"}) {
+    if (json_object_get(told, key) != nullptr) {
+      throw BadRequest(std::string(key) + " is not told here: look at the camera first");
+    }
+  }
   return told;
 }
 
-// Changes keys of an object; null takes one away.
-void merge(json_t* object, const json_t* told) {
+void takeAway(json_t* object, const json_t* told) {
   const char* key = nullptr;
   json_t* value = nullptr;
   json_object_foreach(const_cast<json_t*>(told), key, value) {
     if (json_is_null(value)) {
       json_object_del(object, key);
-    } else {
+    }
+  }
+}
+
+void enter(json_t* object, const json_t* told) {
+  const char* key = nullptr;
+  json_t* value = nullptr;
+  json_object_foreach(const_cast<json_t*>(told), key, value) {
+    if (!json_is_null(value)) {
       json_object_set(object, key, value);
     }
   }
+}
+
+// Changes keys of an object; null takes one away.
+void merge(json_t* object, const json_t* told) {
+  takeAway(object, told);
+  enter(object, told);
+}
+
+bool isAlike(const json_t* one, const json_t* other, const char* key) {
+  return json_equal(json_object_get(one, key), json_object_get(other, key)) != 0;
 }
 
 json_t* textsJson(const std::vector<std::string>& texts) {
@@ -122,7 +145,7 @@ struct SetUp::Search {
   }
 };
 
-json_t* settingsFound(const HeadMeasured& measured) {
+json_t* settingsFound(const HeadMeasured& measured, bool isWhole) {
   json_t* head = json_object();
   if (measured.pan.moves) {
     json_object_set_new(head, "invert_pan_speed", json_boolean(measured.pan.isReversed));
@@ -133,7 +156,7 @@ json_t* settingsFound(const HeadMeasured& measured) {
   if (measured.tellsMotion) {
     json_object_set_new(head, "move_status", json_boolean(*measured.tellsMotion));
   }
-  if (measured.zoomTable.size() > 1) {
+  if (isWhole && measured.zoomTable.size() > 1) {
     const auto [least, most] = std::ranges::minmax(measured.zoomTable, {}, &ZoomPoint::fieldAngle);
     json_object_set_new(head, "field_angles",
                         json_pack("[f, f]", least.fieldAngle, most.fieldAngle));
@@ -145,6 +168,14 @@ json_t* settingsFound(const HeadMeasured& measured) {
   }
   return head;
 }
+
+namespace {
+
+json_t* foundBy(const HeadCheck& check) {
+  return settingsFound(check.getMeasured(), check.isOver() && !check.isStopped());
+}
+
+}  // namespace
 
 SetUp::SetUp(Means given) : means(std::move(given)), found(std::make_shared<Search>()) {
   found->find = means.find;
@@ -373,12 +404,19 @@ JsonAutoPtr SetUp::view(const json_t* params) {
 JsonAutoPtr SetUp::useHead(const json_t* params) {
   requireNoCheck();
   requireCamera();
-  const JsonAutoPtr head(placeOfCamera(profileIn(params).token));
+  const json_t* told = toldIn(params);
+  const JsonAutoPtr place(placeOfCamera(profileIn(params).token));
+  const json_t* former = json_object_get(means.files.getJson(), "head");
+  const bool isSame =
+      isAlike(place.get(), former, "address") && isAlike(place.get(), former, "profile");
+  const JsonAutoPtr head(isSame ? json_deep_copy(former) : json_object());
+  takeAway(head.get(), told);
+  enter(head.get(), place.get());
   if (check && checked == device) {
-    const JsonAutoPtr measured(settingsFound(check->getCheck().getMeasured()));
-    merge(head.get(), measured.get());
+    const JsonAutoPtr measured(foundBy(check->getCheck()));
+    enter(head.get(), measured.get());
   }
-  merge(head.get(), toldIn(params));
+  enter(head.get(), told);
   means.files.change([&](json_t* root) { json_object_set(root, "head", head.get()); },
                      newCredentials());
   settingsWritten();
@@ -477,8 +515,7 @@ json_t* SetUp::checkJson() const {
   const HeadCheck& state = check->getCheck();
   return json_pack("{s:b, s:o, s:o, s:o, s:o}", "running", !state.isOver(), "step",
                    jsonText(state.presentStep()), "trouble", jsonText(state.getTrouble()), "words",
-                   textsJson(wordsOf(state.getMeasured())), "found",
-                   settingsFound(state.getMeasured()));
+                   textsJson(wordsOf(state.getMeasured())), "found", foundBy(state));
 }
 
 // Address, login and profile, as the settings have them.

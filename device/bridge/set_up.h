@@ -40,7 +40,9 @@ namespace device::bridge {
 //                    "trouble", "jpeg": base64, or null while it is the one that the page has} of
 //                    the last picture, and fetches the next
 //   useHead          {"profile", "told": {..}}: the camera is the head; told: further keys of the
-//                    settings' head. What the check has found counts where told does not say else
+//                    settings' head, but for address and login; null takes one away. What the check
+//                    has found counts where told does not say else, and further what the settings
+//                    say of the same head
 //   useCamera        {"profile", "told": {..}}: the camera is one more overview camera
 //                    {"number": 1, "told": {..}}: changes of one that there is; null takes a key
 //                    away
@@ -127,8 +129,9 @@ class SetUp {
   CameraViews views;
 };
 
-// What a check has found, with the keys of the settings' head. The caller owns it.
-json_t* settingsFound(const HeadMeasured& measured);
+// What a check has found, with the keys of the settings' head; of one that did not come to its end
+// without the zoom, which would end where it was stopped. The caller owns it.
+json_t* settingsFound(const HeadMeasured& measured, bool isWhole);
 
 }  // namespace device::bridge
 

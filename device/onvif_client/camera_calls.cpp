@@ -117,7 +117,11 @@ CameraCalls::CameraCalls(const std::string& device, Login login)
       // No proxy stands between here and a camera.
       session(soup_session_new_with_options("max-conns-per-host", CONNECTIONS, "idle-timeout", 30U,
                                             "proxy-resolver", nullptr, nullptr)) {
+  // What stands in an address is shown, kept and logged.
   const UriPtr uri = parsed(device);
+  if (device.find('@') != std::string::npos) {
+    throw std::runtime_error("An address has no user and no password: they are entered beside it");
+  }
   if (!uri || std::string(g_uri_get_scheme(uri.get())) != "http" ||
       g_uri_get_host(uri.get()) == nullptr) {
     throw std::runtime_error("This is no address of a camera: " + device);

@@ -89,6 +89,13 @@ TEST(BridgeSettingsTest, FaultsAreToldWithTheirPlace) {
               HasSubstr("zoom_table"));
 }
 
+TEST(BridgeSettingsTest, AddressWithAPasswordIsRefusedAndNotRepeated) {
+  const std::string complaint =
+      complaintOf(R"({"head": {"address": "http://anna:secret@a/", "field_angles": [2.5, 63.4]}})");
+  EXPECT_THAT(complaint, HasSubstr("head.address has no user and no password"));
+  EXPECT_THAT(complaint, Not(HasSubstr("secret")));
+}
+
 TEST(BridgeSettingsTest, PageIsToldTheWholeCalibration) {
   BridgeSettings settings = settingsOf(whole(), "cameras.json");
   settings.cameras[0].roll = -2;

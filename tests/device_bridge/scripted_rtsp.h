@@ -36,6 +36,8 @@ class ScriptedRtsp {
   std::int64_t life = 0;  // microseconds from PLAY on, and a document at least; 0: for ever
   bool isSilent = false;  // plays, and sends nothing
   int played = 0;         // connections
+  std::string challenge;  // header lines for who does not log in
+  std::string loggedIn;   // the header line of who does
 
  private:
   static constexpr guint PERIOD = 50;  // milliseconds from document to document
@@ -93,6 +95,13 @@ class ScriptedRtsp {
     std::string reply = "RTSP/1.0 200 OK\r\nCSeq: ";
     reply += request.substr(number, request.find('\r', number) - number);
     std::string body;
+    const std::size_t login = request.find("Authorization: ");
+    if (login != std::string::npos) {
+      loggedIn = request.substr(login, request.find('\r', login) - login);
+    } else if (!challenge.empty()) {
+      reply.replace(reply.find("200 OK"), 6, "401 Unauthorized");
+      return send(client, reply + "\r\n" + challenge + "\r\n\r\n");
+    }
     if (method == "OPTIONS") {
       reply += "\r\nPublic: OPTIONS, DESCRIBE, SETUP, PLAY, TEARDOWN";
     } else if (method == "DESCRIBE") {

@@ -219,10 +219,76 @@ TEST_F(SetUpTest, AnglesThatTheUserTellsAreKept) {
 TEST(SettingsFoundTest, ZoomThatWasMeasuredIsATableWithItsEnds) {
   HeadMeasured measured;
   measured.zoomTable = {{0, 60}, {0.25, 20}, {1, 6}};
-  const JsonAutoPtr found(settingsFound(measured));
+  const JsonAutoPtr found(settingsFound(measured, true));
   const JsonAutoPtr expected(json_pack("{s:[f, f], s:[[f, f], [f, f], [f, f]]}", "field_angles",
                                        6.0, 60.0, "zoom_table", 0.0, 60.0, 0.25, 20.0, 1.0, 6.0));
   EXPECT_TRUE(json_equal(expected.get(), found.get()));
+}
+
+// Else the head would never zoom further than it was when somebody pressed "Stop".
+TEST(SettingsFoundTest, ZoomOfACheckThatWasStoppedIsNone) {
+  HeadMeasured measured;
+  measured.pan = {.moves = true, .isReversed = true, .speed = 1, .response = {}};
+  measured.zoomTable = {{0, 60}, {0.25, 20}};
+  const JsonAutoPtr found(settingsFound(measured, false));
+  const JsonAutoPtr expected(json_pack("{s:b}", "invert_pan_speed", 1));
+  EXPECT_TRUE(json_equal(expected.get(), found.get()));
+}
+
+TEST_F(SetUpTest, HeadThatIsTakenAgainKeepsWhatIsNotToldAnew) {
+  inspect();
+  ask("useHead", R"({"profile": "head",
+                     "told": {"field_angles": [3, 60], "zoom_table": [[0, 60], [1, 3]],
+                              "invert_tilt_speed": true, "move_status": false, "home": [10, -5],
+                              "product": "Gate", "pan_range": [-90, 90], "invert_pan": true}})");
+  ASSERT_EQ("", trouble);
+  ask("useHead", R"({"profile": "head", "told": {"field_angles": [3, 60], "pan_range": null,
+                                                 "invert_pan": false}})");
+  ASSERT_EQ("", trouble);
+  const HeadSettings& head = files.getSettings().head;
+  EXPECT_EQ(2U, head.told.zoomTable.size());
+  EXPECT_TRUE(head.told.invertTiltSpeed);
+  EXPECT_FALSE(head.believesMoves);
+  EXPECT_TRUE(head.told.home);
+  EXPECT_EQ("Gate", head.product);
+  EXPECT_FALSE(head.told.pan) << "it was cleared";
+  EXPECT_FALSE(head.told.invertPan);
+  EXPECT_EQ(USER, loginOf(files.getCredentials(), head.address.login).user);
+}
+
+TEST_F(SetUpTest, AnotherHeadBeginsAnew) {
+  files.change([](json_t* root) {
+    json_object_set_new(
+        root, "head",
+        json_pack("{s:s, s:s, s:[f, f], s:b}", "address", "http://10.0.0.2/onvif", "profile",
+                  "head", "field_angles", 2.0, 60.0, "invert_tilt_speed", 1));
+  });
+  inspect();
+  useHead();
+  EXPECT_FALSE(files.getSettings().head.told.invertTiltSpeed);
+}
+
+// They would be tried at whatever address somebody else names.
+TEST_F(SetUpTest, LoginsGoToNoAddressThatWasNotLookedAt) {
+  inspect();
+  ask("useHead", R"({"profile": "head",
+                     "told": {"field_angles": [3, 60], "address": "http://10.9.9.9/onvif"}})");
+  EXPECT_THAT(trouble, HasSubstr("address is not told here"));
+  useCamera();
+  ask("useCamera", R"({"number": 1, "told": {"address": "http://10.9.9.9/onvif"}})");
+  EXPECT_THAT(trouble, HasSubstr("address is not told here"));
+  ask("useCamera", R"({"number": 1, "told": {"login": null}})");
+  EXPECT_THAT(trouble, HasSubstr("login is not told here"));
+  EXPECT_EQ(camera->url(), files.getSettings().cameras.at(0).address.device);
+}
+
+TEST_F(SetUpTest, AddressWithAPasswordIsRefusedAndNotRepeated) {
+  ask("inspect", R"({"address": "http://anna:secret word@127.0.0.1:1/onvif"})");
+  EXPECT_THAT(trouble, HasSubstr("no user and no password"));
+  ask("inspect", R"({"address": "anna:secret word@127.0.0.1"})");
+  EXPECT_THAT(trouble, HasSubstr("no user and no password"));
+  ask("getSetUp");
+  EXPECT_THAT(everythingSaid, Not(HasSubstr(PASSWORD)));
 }
 
 TEST_F(SetUpTest, SnapshotIsThatOfTheCamera) {
