@@ -34,6 +34,7 @@ class AgreementTest(RunTest):
         result = self.in_no_time(model, scene, seed)
         worked_out = result["runs"][0]["followed"]
         told = f"in real time {score}, worked out {worked_out}"
+        self.print_figures(f"{model}, {self.following}", real, result)
 
         for key in ("median", "p95"):
             bound = max(LEAST_OF_ERROR, MOST_OF_ERROR * score["error_deg"][key])
@@ -45,6 +46,19 @@ class AgreementTest(RunTest):
                                delta=MOST_OF_TUNING, msg=told)
         self.assertAlmostEqual(real["tuning"]["seconds"], result["tuning"]["seconds"],
                                delta=MOST_OF_TUNING)
+
+    def print_figures(self, name, real, result):
+        """A line of the table in docs/following.md (ctest -V shows it)."""
+        score = real["score"]
+        worked_out = result["runs"][0]["followed"]
+        error = score["error_deg"]
+        pairs = (f"{error['median']:.2f} / {worked_out['median_deg']:.2f}",
+                 f"{error['p95']:.2f} / {worked_out['p95_deg']:.2f}",
+                 *(f"{100 * score[key]:.1f} / {100 * worked_out[key]:.1f}"
+                   for key in ("in_picture", "share_20")),
+                 f"{score['seconds_with_somebody']:.1f} / {worked_out['seconds']:.1f}",
+                 f"{real['tuning']['seconds']:.1f} / {result['tuning']['seconds']:.1f}")
+        print("", name, *pairs, "", sep=" | ", flush=True)
 
     # With one at a time: which of several the head turns to hangs on milliseconds.
 

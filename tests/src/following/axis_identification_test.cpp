@@ -164,12 +164,12 @@ TEST(AxisIdentificationTest, TwoHundredHeadsAreFound) {
     EXPECT_EQ(found.model.curve.step(), static_cast<int>(kind.speedStep)) << i;
     const double error = meanSpeedError(found.model, kind);
     missed += error > 0.10 ? 1 : 0;
-    EXPECT_LT(error, 0.13) << i;
+    EXPECT_LT(error, 0.11) << i;
     const int left = leftOut(found.model, kind);
     incomplete += left > 0 ? 1 : 0;
     EXPECT_LE(left, 2) << i;
   }
-  EXPECT_LE(missed, 2);
+  EXPECT_LE(missed, 1);
   EXPECT_LE(incomplete, 20);
 }
 
@@ -193,13 +193,13 @@ TEST(AxisIdentificationTest, TiltOfTwoHundredHeadsIsFound) {
     EXPECT_EQ(tilt.curve.step(), static_cast<int>(kind.speedStep)) << i;
     const double error = meanSpeedError(tilt, kind);
     missed += error > 0.10 ? 1 : 0;
-    EXPECT_LT(error, 0.13) << i;
+    EXPECT_LT(error, 0.11) << i;
     EXPECT_NEAR(tilt.curve.fastest(), kind.fullSpeed, 0.13 * kind.fullSpeed) << i;
     const int left = leftOut(tilt, kind);
     incomplete += left > 0 ? 1 : 0;
     EXPECT_LE(left, 2) << i;
   }
-  EXPECT_LE(missed, 2);
+  EXPECT_LE(missed, 1);
   EXPECT_LE(late, 2);
   EXPECT_LE(incomplete, 25);
 }
