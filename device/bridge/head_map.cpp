@@ -154,10 +154,12 @@ Vector1 HeadMap::zoomPositionOf(double zoom) const {
     const double length = told.sensorWidth / 2 / std::tan(units::toRadians(angle) / 2);
     return {within(millimetres->x, length), space::ZOOM_MILLIMETRES};
   }
-  const ListedSpace* listed = onvif::findSpace(facts.zoomPositions, space::ZOOM_POSITION);
-  const Range range = listed != nullptr ? listed->x : Range{0, 1};
-  const std::string uri = listed != nullptr ? space::ZOOM_POSITION : "";
   const auto& table = told.zoomTable;
+  const ListedSpace* listed = isTableInMillimetres()
+                                  ? millimetres
+                                  : onvif::findSpace(facts.zoomPositions, space::ZOOM_POSITION);
+  const Range range = listed != nullptr ? listed->x : Range{0, 1};
+  const std::string uri = listed != nullptr ? listed->uri : "";
   if (table.size() < 2) {
     return {mapped(zoom, {LEAST_ZOOM, MOST_ZOOM}, range), uri};
   }
@@ -174,20 +176,30 @@ Vector1 HeadMap::zoomPositionOf(double zoom) const {
   return {range.low, uri};
 }
 
+// A table has the numbers of the status in which it was measured.
+bool HeadMap::isTableInMillimetres() const {
+  const ListedSpace* millimetres = onvif::findSpace(facts.zoomPositions, space::ZOOM_MILLIMETRES);
+  const ListedSpace* listed = onvif::findSpace(facts.zoomPositions, space::ZOOM_POSITION);
+  const double farthest = told.zoomTable.empty() ? 0 : told.zoomTable.back().position;
+  return millimetres != nullptr && farthest > (listed != nullptr ? listed->x.high : 1);
+}
+
 // The application takes a head whose zoom is told otherwise than it was sent for a strange one. By
 // a table both are the same; what it is between its points then counts less.
 ZoomLaw HeadMap::zoomLaw(const HeadReading& reading) const {
-  const bool isByTable = told.zoomTable.size() >= 2 && reading.zoom;
-  if (reading.fieldAngle && !isByTable) {
-    return ZoomLaw::fieldAngle;
-  }
   const std::string& given = reading.zoom && !reading.zoom->space.empty()
                                  ? reading.zoom->space
                                  : facts.defaultZoomPosition;
-  if (given == space::ZOOM_MILLIMETRES && told.sensorWidth > 0) {
+  const bool isInMillimetres = given == space::ZOOM_MILLIMETRES;
+  const bool isByTable =
+      told.zoomTable.size() >= 2 && reading.zoom && isInMillimetres == isTableInMillimetres();
+  if (reading.fieldAngle && !isByTable) {
+    return ZoomLaw::fieldAngle;
+  }
+  if (isInMillimetres && told.sensorWidth > 0) {
     return ZoomLaw::millimetres;
   }
-  return told.zoomTable.size() >= 2 ? ZoomLaw::table : ZoomLaw::guessed;
+  return isByTable ? ZoomLaw::table : ZoomLaw::guessed;
 }
 
 const ListedSpace* HeadMap::generic() const {
@@ -229,8 +241,9 @@ std::optional<HeadMap::Axes> HeadMap::genericDegrees() const {
 }
 
 double HeadMap::fieldAngleOfPosition(const Vector1& zoom) const {
-  switch (zoomLaw(
-      {.panTilt = {}, .zoom = zoom, .panTiltMoves = {}, .zoomMoves = {}, .fieldAngle = {}})) {
+  HeadReading reading;
+  reading.zoom = zoom;
+  switch (zoomLaw(reading)) {
     case ZoomLaw::millimetres:
       return zoom.x > 0 ? units::toDegrees(2 * std::atan(told.sensorWidth / 2 / zoom.x))
                         : told.fieldAngles.high;

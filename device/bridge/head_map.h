@@ -93,6 +93,7 @@ class HeadMap {
   std::optional<Axes> genericDegrees() const;
   double fieldAngleOfPosition(const Vector1& zoom) const;
   double angleByTable(double position) const;
+  bool isTableInMillimetres() const;
 
   HeadFacts facts;
   HeadTold told;

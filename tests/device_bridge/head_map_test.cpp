@@ -160,6 +160,26 @@ TEST(HeadMapTest, ZoomByFocalLength) {
 }
 
 // Half-way between 60 and 15 degrees in the logarithm are 30: 2 times, 1 / 9 of 9999 above 1.
+// Of a head that tells millimetres and its field angle, and takes generic positions too.
+TEST(HeadMapTest, TableInMillimetresIsCommandedInMillimetres) {
+  HeadFacts facts = genericFacts();
+  facts.zoomPositions.push_back({space::ZOOM_MILLIMETRES, {5, 60}, {}});
+  facts.defaultZoomPosition = space::ZOOM_MILLIMETRES;
+  HeadTold told = toldAngles();
+  told.zoomTable = {{5, 60}, {60, 6}};
+  const HeadMap map(facts, told);
+  const Vector1 wide = map.zoomPositionOf(HeadMap::LEAST_ZOOM);
+  EXPECT_EQ(space::ZOOM_MILLIMETRES, wide.space);
+  EXPECT_NEAR(5, wide.x, 1e-9);
+  EXPECT_NEAR(60, map.zoomPositionOf(HeadMap::MOST_ZOOM).x, 0.01);
+  HeadReading reading;
+  reading.zoom = Vector1{60, space::ZOOM_MILLIMETRES};
+  reading.fieldAngle = 6.5;
+  EXPECT_EQ(ZoomLaw::table, map.zoomLaw(reading));
+  reading.zoom = Vector1{1, space::ZOOM_POSITION};
+  EXPECT_EQ(ZoomLaw::fieldAngle, map.zoomLaw(reading)) << "the table has no such numbers";
+}
+
 TEST(HeadMapTest, ZoomByATable) {
   HeadTold told = toldAngles();
   told.zoomTable = {{0, 60}, {0.4, 15}, {1, 6}};
