@@ -26,6 +26,30 @@ std::string metres(double value) {
   return text::formatted("%.3f", value);
 }
 
+constexpr double PERSONS_MIDDLE = 0.9;  // metres above the ground
+constexpr double LEAST_HEIGHT = 0.1;
+
+// Who follows by prediction stands on the ground by the overview's offset; else the host's
+// mathematics of the head do. Told in both places it would count twice.
+template <typename Tell>
+void tellOffset(const BridgeSettings& settings, const OverviewSettings& camera,
+                const std::string& number, const Tell& tell) {
+  if (settings.following == "predictive") {
+    tell("SentrelVideo.Overview." + number + ".OffsetX", metres(camera.offsetX));
+    tell("SentrelVideo.Overview." + number + ".OffsetY", metres(camera.offsetY));
+    return;
+  }
+  if (camera.offsetX == 0 && camera.offsetY == 0) {
+    return;
+  }
+  const std::string centre = "PTZ.RemoteCenter." + number;
+  const std::string height = metres(std::max(settings.mastHeight - PERSONS_MIDDLE, LEAST_HEIGHT));
+  tell(centre + ".OffsetX", metres(camera.offsetX));
+  tell(centre + ".OffsetY", metres(camera.offsetY));
+  tell(centre + ".Height", height);
+  tell(centre + ".HeadHeight", height);
+}
+
 json_t* channelJson(const OverviewSettings& camera, int number) {
   return json_pack("{s:i,s:o,s:i,s:i,s:i,s:f,s:f,s:f,s:f,s:f,s:f,s:f,s:f,s:b}", "camera", number,
                    "name", jsonText(camera.name), "width", camera.picture.width, "height",
@@ -63,7 +87,6 @@ std::map<std::string, std::string> parametersOf(const BridgeSettings& settings, 
     const OverviewSettings& camera = settings.cameras[i];
     const std::string source = "ImageSource.I" + std::to_string(i);
     const std::string centre = "PTZ.RemoteCenter.C" + std::to_string(i + 1);
-    const std::string overview = "SentrelVideo.Overview.C" + std::to_string(i + 1);
     tell(source + ".Name", camera.name);
     tell(source + ".Sensor.AspectRatio", ratioOf(camera.picture));
     tell("Image.I" + std::to_string(i) + ".Appearance.Resolution",
@@ -74,8 +97,7 @@ std::map<std::string, std::string> parametersOf(const BridgeSettings& settings, 
     if (camera.distortion != 0) {
       tell(centre + ".Distortion", text::formatted("%.6f", camera.distortion));
     }
-    tell(overview + ".OffsetX", metres(camera.offsetX));
-    tell(overview + ".OffsetY", metres(camera.offsetY));
+    tellOffset(settings, camera, "C" + std::to_string(i + 1), tell);
   }
   return all;
 }

@@ -127,6 +127,23 @@ TEST(BridgeSettingsTest, ApplicationIsToldWhatItAsksADeviceFor) {
   EXPECT_EQ("2.14", parameters.at("root.Properties.EmbeddedDevelopment.Version"));
 }
 
+TEST(BridgeSettingsTest, OffsetIsToldOnceAndToWhoeverStandsOnTheGroundByIt) {
+  BridgeSettings settings = settingsOf(whole(R"(, "mast_height": 7.5)"), "cameras.json");
+  settings.cameras[0].offsetX = 0.5;
+  settings.cameras[0].offsetY = -0.25;
+  const auto predictive = parametersOf(settings, false);
+  EXPECT_EQ("0.500", predictive.at("root.SentrelVideo.Overview.C1.OffsetX"));
+  EXPECT_EQ("-0.250", predictive.at("root.SentrelVideo.Overview.C1.OffsetY"));
+  EXPECT_FALSE(predictive.contains("root.PTZ.RemoteCenter.C1.OffsetX"));
+  settings.following = "specified";
+  const auto specified = parametersOf(settings, false);
+  EXPECT_FALSE(specified.contains("root.SentrelVideo.Overview.C1.OffsetX"));
+  EXPECT_EQ("0.500", specified.at("root.PTZ.RemoteCenter.C1.OffsetX"));
+  EXPECT_EQ("-0.250", specified.at("root.PTZ.RemoteCenter.C1.OffsetY"));
+  EXPECT_EQ("6.600", specified.at("root.PTZ.RemoteCenter.C1.Height")) << "above people's middles";
+  EXPECT_EQ("6.600", specified.at("root.PTZ.RemoteCenter.C1.HeadHeight"));
+}
+
 // What the schema lists at a place, each given a value of no type that any has.
 void expectKnown(json_t* part, const std::string& place,
                  const std::function<std::string(const std::string& key)>& settingsWith) {
