@@ -92,6 +92,13 @@ std::vector<std::string> wordsOf(const HeadMeasured& measured) {
   if (measured.heedsTimeout == true && measured.standsAfter) {
     words.push_back("Left alone it stands after " + seconds(*measured.standsAfter) +
                     ": it will when this machine or the network fails");
+  } else if (!measured.takesTimeout) {
+    words.emplace_back(
+        "It takes no time after which it is to stop: nothing stops this head when this machine or "
+        "the network fails");
+  } else if (measured.isTimeoutUnseen) {
+    words.emplace_back(
+        "Whether it stops by itself was not seen, as it did not pan: check it again where it can");
   } else if (measured.heedsTimeout == false) {
     words.emplace_back(
         "It ignores the time after which it is to stop: nothing stops this head when this machine "
@@ -172,6 +179,10 @@ void HeadCheck::answered(const HeadMoves::Outcome& outcome, const std::string& w
   if (outcome.ok) {
     return;
   }
+  if (outcome.isTimeoutRefused && !std::exchange(isTimeoutRefused, true)) {
+    phase = isZeroSent ? Phase::stopping : Phase::begin;  // again, without
+    return;
+  }
   if (wasStop && outcome.isOperationMissing && !isStopMissing) {
     isStopMissing = true;
     measured.heedsStop = false;
@@ -245,6 +256,12 @@ std::optional<HeadCall> HeadCheck::begin(std::int64_t now) {
           move(step().isPan ? step().percent : 0, step().isPan ? 0 : step().percent, DRIVE_HOLD),
           now);
     case Kind::leave:
+      if (!hasTimeout()) {
+        measured.takesTimeout = false;
+        measured.heedsTimeout = false;
+        nextStep();
+        return begin(now);
+      }
       return send(move(step().percent, 0, HOLD), now);
     case Kind::zoom: {
       const onvif::ListedSpace* listed = zoomSpace(map.getFacts());
@@ -340,8 +357,7 @@ HeadCall HeadCheck::sendZeroSpeeds(std::int64_t now) {
 
 Tag HeadCheck::move(double panPercent, double tiltPercent, std::int64_t hold) const {
   const auto& limits = map.getFacts().timeout;
-  const bool hasTimeout = !(limits && limits->high <= 0);
-  if (limits && hasTimeout) {
+  if (limits && hasTimeout()) {
     hold = std::clamp(
         hold, units::roundedFromSeconds(limits->low),
         std::max(units::roundedFromSeconds(limits->low), units::roundedFromSeconds(limits->high)));
@@ -349,7 +365,12 @@ Tag HeadCheck::move(double panPercent, double tiltPercent, std::int64_t hold) co
   return Tag(
       "tptz:ContinuousMove", Tag("tptz:ProfileToken", profile),
       Tag("tptz:Velocity", onvif::panTiltTag(map.velocityOf(panPercent, tiltPercent))),
-      hasTimeout ? std::optional(Tag("tptz:Timeout", onvif::durationText(hold))) : std::nullopt);
+      hasTimeout() ? std::optional(Tag("tptz:Timeout", onvif::durationText(hold))) : std::nullopt);
+}
+
+bool HeadCheck::hasTimeout() const {
+  const auto& limits = map.getFacts().timeout;
+  return !isTimeoutRefused && !(limits && limits->high <= 0);
 }
 
 Tag HeadCheck::backTag() const {
@@ -382,6 +403,7 @@ void HeadCheck::noteDriven() {
 void HeadCheck::noteLeft() {
   const auto still = moving().stillSince();
   if (!moving().leftAfter(sent) || !still) {
+    measured.isTimeoutUnseen = true;
     return;
   }
   const bool stands = isStill(sent + STANDS, REST / 2);

@@ -27,6 +27,8 @@ struct HeadMeasured {
   Axis tilt;
   std::optional<bool> heedsStop;
   std::optional<bool> heedsTimeout;
+  bool takesTimeout = true;                 // false: refuses it
+  bool isTimeoutUnseen = false;             // the motion that was left alone was none
   std::optional<std::int64_t> standsAfter;  // microseconds from a command with HOLD to the rest
   std::optional<bool> tellsMotion;          // false: wrongly; nothing: not at all
   std::vector<ZoomPoint> zoomTable;  // of a head that tells its field angle: growing, falling
@@ -88,6 +90,7 @@ class HeadCheck {
   HeadCall sendStop(std::int64_t now);
   HeadCall sendZeroSpeeds(std::int64_t now);
   onvif::Tag move(double panPercent, double tiltPercent, std::int64_t hold) const;
+  bool hasTimeout() const;
   onvif::Tag backTag() const;
   void noteDriven();
   void noteLeft();
@@ -106,6 +109,7 @@ class HeadCheck {
   bool isInFlight = false;
   bool isDone = false;
   bool isStopMissing = false;
+  bool isTimeoutRefused = false;
   bool isStopping = false;  // the call on its way
   std::string trouble;
   std::int64_t started = 0;  // first call of next()

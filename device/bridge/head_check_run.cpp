@@ -4,6 +4,7 @@
 
 #include <utility>
 
+#include "bridge/head_outcome.h"
 #include "onvif/namespaces.h"
 
 namespace device::bridge {
@@ -47,9 +48,8 @@ void HeadCheckRun::step() {
   const std::int64_t now = g_get_monotonic_time();
   if (auto call = check.next(now)) {
     calls.call(service, std::move(call->operation), [this](const SoapReply& reply) {
-      const bool isMissing = !reply.ok() && reply.failure().trouble == onvif::Trouble::missing;
-      check.answered({.ok = reply.ok(), .isTimeoutRefused = false, .isOperationMissing = isMissing},
-                     reply.ok() ? "" : reply.failure().words, g_get_monotonic_time());
+      check.answered(outcomeOf(reply), reply.ok() ? "" : reply.failure().words,
+                     g_get_monotonic_time());
     });
   }
   askStatus(now);

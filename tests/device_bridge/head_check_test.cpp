@@ -31,11 +31,13 @@ struct SimulatedHead {
   bool hasStop = true;
   bool heedsStop = true;
   bool heedsTimeout = true;
+  bool takesTimeout = true;
   bool tellsPlace = true;
   bool tellsFieldAngle = true;
   bool isStuckMoving = false;
   bool tellsMotion = true;
   bool isAtItsEnd = false;  // cannot pan on
+  bool isFixed = false;     // cannot pan at all
   std::int64_t delay = 100 * MS;
 
   double pan = 0.1;
@@ -62,7 +64,7 @@ struct SimulatedHead {
     }
     const double seconds = 0.01;
     const double next = pan + sign * panSpeed * seconds;
-    pan = isAtItsEnd ? std::min(next, 0.1) : next;
+    pan = isFixed ? pan : isAtItsEnd ? std::min(next, 0.1) : next;
     tilt += sign * tiltSpeed * seconds;
   }
 
@@ -133,10 +135,15 @@ class HeadCheckTest : public testing::Test {
       head.step(now);
       if (auto call = check.next(now)) {
         const bool isMissing = !head.hasStop && call->operation.getName() == "tptz:Stop";
-        if (!isMissing) {
+        const bool isRefused =
+            !head.takesTimeout && call->operation.document().find("Timeout") != std::string::npos;
+        if (!isMissing && !isRefused) {
           head.waiting.push_back({now + head.delay, call->operation});
         }
-        check.answered({.ok = !isMissing, .isOperationMissing = isMissing}, "No", now);
+        check.answered({.ok = !isMissing && !isRefused,
+                        .isTimeoutRefused = isRefused,
+                        .isOperationMissing = isMissing},
+                       "No", now);
       }
       if (now % (50 * MS) == 0) {
         check.told(head.reading(), now - 20 * MS, now);
@@ -207,6 +214,27 @@ TEST_F(HeadCheckTest, TimeoutThatIsIgnoredIsToldAndTheHeadIsStopped) {
   EXPECT_EQ(0, head.panSpeed);
   EXPECT_THAT(words,
               Contains(HasSubstr("nothing stops this head when this machine or the network")));
+}
+
+TEST_F(HeadCheckTest, HeadThatRefusesATimeoutIsCheckedWithoutAndNeverLeftAlone) {
+  head.takesTimeout = false;
+  head.heedsTimeout = false;
+  run();
+  EXPECT_EQ("", trouble);
+  EXPECT_TRUE(measured.pan.moves);
+  EXPECT_TRUE(measured.tilt.moves);
+  EXPECT_EQ(true, measured.heedsStop);
+  EXPECT_EQ(false, measured.heedsTimeout);
+  EXPECT_EQ(4, std::ranges::count(head.heard, "ContinuousMove")) << "there and back on each axis";
+  EXPECT_EQ(0, head.panSpeed);
+  EXPECT_THAT(words, Contains(HasSubstr("It takes no time after which it is to stop")));
+}
+
+TEST_F(HeadCheckTest, TimeoutThatWasNotSeenIsToldToBeUnknown) {
+  head.isFixed = true;
+  run();
+  EXPECT_FALSE(measured.heedsTimeout.has_value());
+  EXPECT_THAT(words, Contains(HasSubstr("Whether it stops by itself was not seen")));
 }
 
 TEST_F(HeadCheckTest, StopThatIsMissingIsReplacedByZeroSpeeds) {
