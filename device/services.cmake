@@ -176,6 +176,7 @@ add_library(device_bridge STATIC
   bridge/head_switch.cpp
   bridge/metadata_switch.cpp
   bridge/motion_trace.cpp
+  bridge/overview_cameras.cpp
   bridge/remote_head.cpp
   bridge/remote_overview.cpp
   bridge/scene_maker.cpp

@@ -38,6 +38,8 @@ Bridge::Bridge(const BridgeOptions& options, SettingsFiles& files, const DeviceP
       ptz(bus, head, events),
       parameters(bus, parameterStore),
       remotePtz(bus, paths.ptzFolder, HeadParameters([this] { return head.parameters(); })),
+      cameras([this](int channel, const Frame& one) { frame(channel, one); },
+              [this](const std::string& name, const std::string& text) { announce(name, text); }),
       loop(g_main_loop_new(g_main_context_get_thread_default(), FALSE)) {
   offerLensesAndFrames();
   if (options.log) {
@@ -76,16 +78,7 @@ void Bridge::startHead() {
 }
 
 void Bridge::startCameras() {
-  cameras.clear();
-  objects.clear();
-  int channel = 0;
-  for (const OverviewSettings& camera : settings.cameras) {
-    cameras.emplace_back(
-        camera, loginOf(files.getCredentials(), camera.address.login),
-        [this, channel](const Frame& one) { frame(channel, one); },
-        [this, name = camera.name](const std::string& text) { announce(name, text); });
-    ++channel;
-  }
+  cameras.start(settings.cameras, files.getCredentials());
 }
 
 // Names and sockets are given up before they are taken anew.

@@ -4,7 +4,6 @@
 #include <gio/gio.h>
 
 #include <cstdint>
-#include <list>
 #include <map>
 #include <memory>
 #include <optional>
@@ -13,7 +12,7 @@
 #include "bridge/bridge_options.h"
 #include "bridge/bridge_settings.h"
 #include "bridge/head_switch.h"
-#include "bridge/remote_overview.h"
+#include "bridge/overview_cameras.h"
 #include "bridge/set_up.h"
 #include "bridge/settings_files.h"
 #include "services/application_monitor.h"
@@ -91,7 +90,7 @@ class Bridge {
   std::optional<LensService> lens;
   std::optional<FrameServer> scenes;
   std::optional<FrameServer> subscribers;
-  std::list<RemoteOverview> cameras;
+  OverviewCameras cameras;
   std::optional<SetUp> setUp;
   GMainLoopPtr loop;
   std::unique_ptr<DaemonProcess> daemon;

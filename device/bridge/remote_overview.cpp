@@ -7,16 +7,16 @@
 namespace device::bridge {
 
 RemoteOverview::RemoteOverview(const OverviewSettings& settings, const onvif::Login& login,
-                               OnFrame onFrame, Announce announce)
+                               OnFrame onFrame, Announce announce, std::int32_t lastId)
     : settings(settings),
       onFrame(std::move(onFrame)),
       announce(std::move(announce)),
       clock(settings.leastDelay),
-      scene(settings.wishes),
+      scene(settings.wishes, lastId),
       link(settings.address, login, false, true,
            {.onFound = [](const CameraFound&) {},
             .onMetadata = [this](const auto& arrival) { metadataCame(arrival); },
-            .onLost = [this] { lost(); },
+            .onLost = [this] { lose(); },
             .announce = this->announce}) {}
 
 void RemoteOverview::metadataCame(const onvif::MetadataArrival& arrival) try {
@@ -31,7 +31,7 @@ void RemoteOverview::metadataCame(const onvif::MetadataArrival& arrival) try {
   }
 }
 
-void RemoteOverview::lost() {
+void RemoteOverview::lose() {
   if (const auto frame = scene.lose(g_get_monotonic_time())) {
     onFrame(*frame);
   }

@@ -1,6 +1,7 @@
 #ifndef DEVICE_BRIDGE_REMOTE_OVERVIEW_H
 #define DEVICE_BRIDGE_REMOTE_OVERVIEW_H
 
+#include <cstdint>
 #include <functional>
 #include <string>
 
@@ -17,14 +18,20 @@ class RemoteOverview {
  public:
   using OnFrame = std::function<void(const Frame& frame)>;
 
+  // lastId: that was given in this channel before; no id is given twice.
   RemoteOverview(const OverviewSettings& settings, const onvif::Login& login, OnFrame onFrame,
-                 Announce announce);
+                 Announce announce, std::int32_t lastId = 0);
   RemoteOverview(const RemoteOverview&) = delete;
   RemoteOverview& operator=(const RemoteOverview&) = delete;
 
+  // Whoever was told is told to be gone. Also when the camera is lost.
+  void lose();
+
+  // That was given to an object.
+  std::int32_t getLastId() const { return scene.getLastId(); }
+
  private:
   void metadataCame(const onvif::MetadataArrival& arrival);
-  void lost();
 
   OverviewSettings settings;
   OnFrame onFrame;

@@ -35,9 +35,13 @@ class SceneMaker {
   static constexpr std::size_t SLOPE_FRAMES = 5;
   static constexpr std::size_t MOST_OBJECTS = 1000;  // more are not taken on
 
-  explicit SceneMaker(SceneWishes wishes = {}) : wishes(std::move(wishes)) {}
+  // lastId: that was given in this channel before.
+  explicit SceneMaker(SceneWishes wishes = {}, std::int32_t lastId = 0)
+      : wishes(std::move(wishes)), lastId(lastId) {}
 
   Frame take(const onvif::SeenFrame& seen, std::int64_t time);
+
+  std::int32_t getLastId() const { return lastId; }
 
   // The stream has been lost: everything is deleted. Nothing when there is nothing.
   std::optional<Frame> lose(std::int64_t time);
@@ -79,7 +83,7 @@ class SceneMaker {
   SceneWishes wishes;
   std::map<Key, Followed> objects;
   std::map<std::string, std::int64_t> sources;  // when each was heard of last
-  std::int32_t lastId = 0;
+  std::int32_t lastId;
 };
 
 }  // namespace device::bridge

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "bridge/overview_cameras.h"
 #include "bridge/remote_head.h"
 #include "bridge/remote_overview.h"
 #include "device_services/private_bus.h"
@@ -199,6 +200,29 @@ TEST_F(RemoteCameraTest, CameraThatStartsAnewIsHeardAgainEachTime) {
     ++number;
   }
   EXPECT_THAT(announced, testing::Contains("The camera is there again"));
+}
+
+// The application stays: it would keep alarms, or hand them to a stranger.
+TEST_F(RemoteCameraTest, WhoWasToldIsGoneWhenTheCamerasAreSetUpAnewAndNoIdIsGivenTwice) {
+  OverviewCameras cameras(
+      [this](int channel, const Frame& frame) {
+        EXPECT_EQ(0, channel);
+        frames.push_back(frame);
+      },
+      [this](const std::string&, const std::string& text) { announced.push_back(text); });
+  const Credentials credentials{{USER, {USER, "secret word"}}};
+  cameras.start({overviewSettings()}, credentials);
+  ASSERT_TRUE(isSeenAnew());
+  const int number = frames.back().objects[0].id;
+  for (int i = 1; i <= 2; ++i) {
+    frames.clear();
+    cameras.start({overviewSettings()}, credentials);
+    ASSERT_EQ(1U, frames.size());
+    ASSERT_EQ(1U, frames[0].events.size());
+    EXPECT_EQ((FrameEvent{FrameAction::deletion, {number + i - 1}, {}}), frames[0].events[0]);
+    ASSERT_TRUE(isSeenAnew());
+    EXPECT_EQ(number + i, frames.back().objects[0].id);
+  }
 }
 
 TEST_F(RemoteCameraTest, PasswordThatWasChangedIsToldOnceAndGoodAgainWhenItIsBack) {
