@@ -93,6 +93,15 @@ TEST_F(CameraLinkTest, StreamThatTheCameraClosesOverAndOverIsOpenedAgainWithoutA
   EXPECT_EQ(1, asked("GetStreamUri")) << "it is opened where it was";
 }
 
+// Of the product's own patience: ten seconds are long enough to have lived.
+TEST_F(CameraLinkTest, StreamThatIsClosedAfterTwoSecondsHasLived) {
+  rtsp.life = 2000000;
+  start(CameraLink::Patience());
+  ASSERT_TRUE(isTold(1));
+  ASSERT_TRUE(iterateUntil([this] { return rtsp.played == 2 || losses > 0; }));
+  EXPECT_EQ(1, asked("GetStreamUri")) << "it is opened where it was";
+}
+
 TEST_F(CameraLinkTest, StreamThatBreaksBeforeItHasLivedIsTriedAfterTheFirstPauseEachTime) {
   rtsp.life = 200000;
   start({.lived = LONG, .inTime = LONG});
