@@ -85,11 +85,15 @@ void HeadMoves::goToPreset(const std::string& token, int speed, std::int64_t now
   waySpeed = speed;
 }
 
-void HeadMoves::stop(std::int64_t now) {
-  lastCommand = now;
-  stops = 0;
+void HeadMoves::forget() {
   waiting = {};
   way = Way::none;
+}
+
+void HeadMoves::stop(std::int64_t now) {
+  forget();
+  lastCommand = now;
+  stops = 0;
   isStopWanted = true;
   pause = FIRST_PAUSE;
   notBefore = now;

@@ -44,6 +44,9 @@ class HeadMoves {
   // The head is to stand still, whatever waits.
   void stop(std::int64_t now);
 
+  // Nothing waits any more; what is on its way to the head goes on.
+  void forget();
+
   // The call that is to be made now, if any; none before the last one was answered. status: what
   // is known of the head, for the axes that a command leaves alone; nothing when it is not known.
   std::optional<HeadCall> next(std::int64_t now, const std::optional<HeadStatus>& status);
@@ -58,6 +61,10 @@ class HeadMoves {
 
   // Speeds were sent that nothing has ended yet but perhaps the head's own watch.
   bool isDriven() const;
+
+  // It is driven, a call is on its way, or a stop waits for its turn.
+  bool isUnderWay() const { return isDriven() || isInFlight || isStopWanted; }
+  bool isStopOnItsWay() const { return isStopInFlight; }
 
   // A combination of motions that no single call can express was asked for.
   bool isCompromised() const { return compromised; }

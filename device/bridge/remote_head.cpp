@@ -22,7 +22,8 @@ namespace ns = onvif::ns;
 
 constexpr std::int64_t SLOW = 200000;  // microseconds from a question to its answer
 constexpr std::int64_t MINUTE = units::fromSeconds(60);
-constexpr std::int64_t LAST_WORD = 500000;  // microseconds
+constexpr std::int64_t LAST_WORD = 1000000;  // microseconds
+constexpr std::int64_t BESIDE = 500000;      // so long its turn is waited for
 constexpr double SMOOTHING = 0.1;
 constexpr std::size_t SHORTEST_PRODUCT = 5;
 constexpr double TENTHS = 10;
@@ -65,11 +66,17 @@ RemoteHead::RemoteHead(const HeadSettings& settings, const onvif::Login& login, 
 RemoteHead::~RemoteHead() = default;
 
 void RemoteHead::command(const HeadCommand& command) {
+  if (isEnding) {
+    return;
+  }
   moves.command(command, g_get_monotonic_time());
   sendMove(g_get_monotonic_time());
 }
 
 void RemoteHead::goHome(int speed) {
+  if (isEnding) {
+    return;
+  }
   moves.goHome(speed, g_get_monotonic_time());
   sendMove(g_get_monotonic_time());
 }
@@ -98,7 +105,7 @@ bool RemoteHead::setPreset(int preset) {
 
 bool RemoteHead::goToPreset(int preset, int speed) {
   const auto found = presetTable.find(preset);
-  if (found == presetTable.end()) {
+  if (isEnding || found == presetTable.end()) {
     return false;
   }
   moves.goToPreset(found->second.token, speed, g_get_monotonic_time());
@@ -143,19 +150,29 @@ const std::map<std::string, std::string>* RemoteHead::parameters() const {
 }
 
 void RemoteHead::stopForGood() {
-  if (!areFactsKnown || !moves.isDriven()) {
-    return;
+  if (!areFactsKnown || isHeld || !moves.isUnderWay()) {
+    return moves.forget();
   }
-  const auto isAnswered = std::make_shared<bool>(false);  // the answer may come after all
-  const std::int64_t until = g_get_monotonic_time() + LAST_WORD;
-  Tag operation = withProfile("tptz:Stop");
-  operation.add(Tag("tptz:PanTilt", true)).add(Tag("tptz:Zoom", true));
-  link.getCalls().call(service(), std::move(operation),
-                       [isAnswered](const auto&) { *isAnswered = true; });
-  moves.stop(g_get_monotonic_time());
-  while (!*isAnswered && g_get_monotonic_time() < until) {
+  isEnding = true;
+  const std::int64_t begun = g_get_monotonic_time();
+  moves.stop(begun);
+  sendMove(begun);
+  bool isSentBeside = false;
+  for (std::int64_t now = begun; moves.isUnderWay() && now - begun < LAST_WORD;
+       now = g_get_monotonic_time()) {
+    if (now - begun >= BESIDE && !moves.isStopOnItsWay() && !std::exchange(isSentBeside, true)) {
+      sendStopBeside();
+    }
     g_main_context_iteration(g_main_context_get_thread_default(), TRUE);  // the timer's at least
   }
+  isEnding = false;
+}
+
+// The answer to the call before it does not come: better out of turn than never.
+void RemoteHead::sendStopBeside() {
+  Tag operation = withProfile("tptz:Stop");
+  operation.add(Tag("tptz:PanTilt", true)).add(Tag("tptz:Zoom", true));
+  link.getCalls().call(service(), std::move(operation), [](const SoapReply&) {});
 }
 
 void RemoteHead::found(const CameraFound& camera) {
@@ -195,8 +212,7 @@ bool RemoteHead::isThereNoSuch(const onvif::Failure& failure) {
 
 // What was known of it goes on to count.
 bool RemoteHead::isRefusedForGood(const onvif::Failure& failure) {
-  return failure.trouble == onvif::Trouble::refused && areFactsKnown &&
-         ++refusals >= MOST_REFUSALS;
+  return failure.trouble == onvif::Trouble::refused && areFactsKnown && ++refusals >= MOST_REFUSALS;
 }
 
 void RemoteHead::askFactsLater(const onvif::Failure& failure) {

@@ -45,7 +45,8 @@ class RemoteHead : public ServedHead {
   // While it is held nothing is sent that moves the head or stops it: somebody else does.
   void hold(bool isHeldNow) { isHeld = isHeldNow; }
 
-  // Sends the last word, and waits half a second for the head's answer at most.
+  // Stops the head after what is on its way to it, by speeds of zero where it has no Stop, and
+  // waits for its answer, for a second at most. Commands that come meanwhile count for nothing.
   void stopForGood();
 
  private:
@@ -63,6 +64,7 @@ class RemoteHead : public ServedHead {
   void presetsCame(const onvif::SoapReply& reply);
   void nowKnown();
   void tellParameters();
+  void sendStopBeside();
   void step();
   void sendMove(std::int64_t now);
   void moveAnswered(const onvif::SoapReply& reply);
@@ -81,7 +83,7 @@ class RemoteHead : public ServedHead {
 
   HeadSettings settings;
   Announce announce;
-  std::string node;  // token
+  std::string node;   // token
   HeadFacts finding;  // while it is asked
   int factsRound = 0;
   int refusals = 0;  // since it was found
@@ -92,6 +94,7 @@ class RemoteHead : public ServedHead {
   HeadSight sight;
   bool areFactsKnown = false;
   bool isHeld = false;
+  bool isEnding = false;
   std::map<std::string, std::string> known;  // parameters()
   std::map<int, Preset> presetTable;
   bool isStatusAsked = false;
