@@ -103,6 +103,9 @@ std::optional<HeadCall> HeadMoves::next(std::int64_t now, const std::optional<He
   if (isInFlight) {
     return std::nullopt;
   }
+  if (stops > 0 && now - lastStop >= STOP_AGAIN && status && !status->moving()) {
+    stops = 0;  // what moves it from now on is somebody else's
+  }
   const bool isForgotten = isDriven() && now - lastCommand >= SILENCE;
   const bool goesOn =
       stops > 0 && stops < MOST_STOPS && now - lastStop >= STOP_AGAIN && status && status->moving();

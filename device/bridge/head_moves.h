@@ -106,7 +106,7 @@ class HeadMoves {
   std::int64_t lastSpeedsTime = 0;
   std::int64_t lastCommand = 0;
   std::int64_t lastStop = 0;   // that was answered
-  int stops = 0;               // since the last command
+  int stops = 0;               // since the last command, until it was seen standing
   std::int64_t notBefore = 0;  // of the next stop
   std::int64_t pause = 0;      // until then, after another failure
   Driven pan;

@@ -205,6 +205,17 @@ TEST_F(HeadMovesTest, HeadThatGoesOnAfterAStopIsStoppedBySpeeds) {
   EXPECT_EQ("", send(2 * SECOND));
 }
 
+TEST_F(HeadMovesTest, HeadThatStoodAfterItsStopMayBeMovedByOthers) {
+  moves.command(speeds(40, 0), 0);
+  send(0);
+  moves.stop(10 * MS);
+  EXPECT_EQ("Stop", send(10 * MS));
+  EXPECT_EQ("", send(600 * MS));
+  status.panMoving = true;  // by a joystick
+  EXPECT_EQ("", send(700 * MS));
+  EXPECT_EQ("", send(5 * SECOND));
+}
+
 TEST_F(HeadMovesTest, SilenceStopsWhatIsDrivenBySpeedWithinASecond) {
   moves.command(speeds(40, 0), 0);
   send(0);
