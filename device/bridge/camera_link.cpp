@@ -129,6 +129,9 @@ void CameraLink::profilesCame(const std::optional<XmlElement>& response) {
 // The metadata of a head are a help only: polling does without.
 void CameraLink::prepareMetadata() {
   const MediaProfile& profile = found->profile;
+  if (isHead && profile.metadata.empty()) {
+    return succeeded();
+  }
   if (profile.metadata.empty()) {
     return failed("The profile " + profile.token +
                   " has no metadata: add a metadata configuration to it in the camera");

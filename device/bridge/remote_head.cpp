@@ -299,31 +299,54 @@ void RemoteHead::tellParameters() {
   }
 }
 
+// A preset that was known before keeps its number.
 void RemoteHead::presetsCame(const SoapReply& reply) {
   if (!reply.ok()) {
     return;
   }
-  int next = 1;
+  const std::map<int, Preset> former = std::exchange(presetTable, {});
+  std::vector<XmlElement> unknown;
   for (const XmlElement& element : reply.body().children()) {
-    const std::string token = element.attribute("token").value_or("");
-    const auto number = text::toNumber<int>(token);
-    while (presetTable.contains(next)) {
-      ++next;
+    const auto known = std::ranges::find_if(
+        former, [&](const auto& one) { return one.second.token == element.attribute("token"); });
+    if (known == former.end()) {
+      unknown.push_back(element);
+    } else {
+      presetTable[known->first] = presetOf(element).value_or(known->second);
     }
-    const bool isFree = number && *number >= 1 && !presetTable.contains(*number);
-    const int key = isFree ? *number : next;
-    if (token.empty() || key > MOST_PRESETS) {
-      continue;
-    }
-    Preset preset{token, {}};
-    if (const auto position = element.child(ns::SCHEMA, "PTZPosition")) {
-      const HeadReading there = onvif::readHeadPosition(*position);
-      const auto degrees = there.panTilt ? map.degreesOf(*there.panTilt) : std::nullopt;
-      preset.position = {degrees ? degrees->pan : 0, degrees ? degrees->tilt : 0,
-                         map.zoomOf(there).value_or(HeadMap::LEAST_ZOOM)};
-    }
-    presetTable[key] = preset;
   }
+  for (const XmlElement& element : unknown) {
+    addPreset(element);
+  }
+}
+
+// Under the number that its token is, if that is free.
+void RemoteHead::addPreset(const XmlElement& element) {
+  const std::string token = element.attribute("token").value_or("");
+  const auto number = text::toNumber<int>(token);
+  int key = 1;
+  if (number && *number >= 1 && !presetTable.contains(*number)) {
+    key = *number;
+  }
+  while (presetTable.contains(key)) {
+    ++key;
+  }
+  if (!token.empty() && key <= MOST_PRESETS) {
+    presetTable[key] = presetOf(element).value_or(Preset{token, {}});
+  }
+}
+
+// Nothing without a place.
+std::optional<RemoteHead::Preset> RemoteHead::presetOf(const XmlElement& element) const {
+  const auto position = element.child(ns::SCHEMA, "PTZPosition");
+  if (!position) {
+    return std::nullopt;
+  }
+  const HeadReading there = onvif::readHeadPosition(*position);
+  const auto degrees = there.panTilt ? map.degreesOf(*there.panTilt) : std::nullopt;
+  return Preset{element.attribute("token").value_or(""),
+                {degrees ? degrees->pan : 0, degrees ? degrees->tilt : 0,
+                 map.zoomOf(there).value_or(HeadMap::LEAST_ZOOM)}};
 }
 
 void RemoteHead::step() {

@@ -50,6 +50,11 @@ class RemoteHead : public ServedHead {
   void stopForGood();
 
  private:
+  struct Preset {
+    std::string token;
+    HeadPosition position;
+  };
+
   using Answered = void (RemoteHead::*)(const onvif::SoapReply& reply);
 
   void found(const CameraFound& camera);
@@ -62,6 +67,8 @@ class RemoteHead : public ServedHead {
   void configurationsCame(const onvif::SoapReply& reply);
   void optionsCame(const onvif::SoapReply& reply);
   void presetsCame(const onvif::SoapReply& reply);
+  void addPreset(const onvif::XmlElement& element);
+  std::optional<Preset> presetOf(const onvif::XmlElement& element) const;
   void nowKnown();
   void tellParameters();
   void sendStopBeside();
@@ -75,11 +82,6 @@ class RemoteHead : public ServedHead {
   void tell(std::string* last, const std::string& words);
   std::string service() const;
   onvif::Tag withProfile(const char* name) const;
-
-  struct Preset {
-    std::string token;
-    HeadPosition position;
-  };
 
   HeadSettings settings;
   Announce announce;
