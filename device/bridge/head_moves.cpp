@@ -113,6 +113,9 @@ std::optional<HeadCall> HeadMoves::next(std::int64_t now, const std::optional<He
     waiting = {};
     isStopWanted = true;
   }
+  if (now - lastCommand >= SILENCE) {
+    dropSpeeds();
+  }
   if (isStopWanted || goesOn) {
     return now >= notBefore ? std::optional(sendStop(goesOn && !isStopWanted)) : std::nullopt;
   }
@@ -153,6 +156,18 @@ void HeadMoves::answered(const Outcome& outcome, std::int64_t now) {
 
 bool HeadMoves::isDriven() const {
   return pan.percent != 0 || tilt.percent != 0 || zoom.percent != 0;
+}
+
+bool HeadMoves::hasTimeout() const {
+  const auto& limits = map.getFacts().timeout;
+  return !isTimeoutRefused && !(limits && limits->high <= 0);
+}
+
+// They were for a moment that is over; a place is one still.
+void HeadMoves::dropSpeeds() {
+  for (AxisCommand* axis : {&waiting.pan, &waiting.tilt, &waiting.zoom}) {
+    *axis = isContinuous(*axis) ? AxisCommand() : *axis;
+  }
 }
 
 HeadCall HeadMoves::sendStop(bool bySpeeds) {
@@ -253,11 +268,9 @@ Tag HeadMoves::continuousMove(std::optional<double> panPercent, std::optional<do
   if (zoomPercent) {
     velocity.add(onvif::zoomTag(map.zoomVelocityOf(*zoomPercent)));
   }
-  const auto& limits = map.getFacts().timeout;
-  const bool hasTimeout = !isTimeoutRefused && !(limits && limits->high <= 0);
   return Tag("tptz:ContinuousMove", profileTag(), std::move(velocity),
-             hasTimeout ? std::optional(Tag("tptz:Timeout", onvif::durationText(holdTime())))
-                        : std::nullopt);
+             hasTimeout() ? std::optional(Tag("tptz:Timeout", onvif::durationText(holdTime())))
+                          : std::nullopt);
 }
 
 Tag HeadMoves::profileTag() const {

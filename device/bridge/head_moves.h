@@ -66,6 +66,9 @@ class HeadMoves {
   bool isUnderWay() const { return isDriven() || isInFlight || isStopWanted; }
   bool isStopOnItsWay() const { return isStopInFlight; }
 
+  // The head takes motions that end by themselves, as far as is known.
+  bool hasTimeout() const;
+
   // A combination of motions that no single call can express was asked for.
   bool isCompromised() const { return compromised; }
 
@@ -77,6 +80,7 @@ class HeadMoves {
     std::int64_t until = 0;  // its Timeout
   };
 
+  void dropSpeeds();
   HeadCall sendStop(bool bySpeeds);
   std::optional<HeadCall> nextOfCommand(std::int64_t now, const std::optional<HeadStatus>& status);
   HeadCall sendZoom();

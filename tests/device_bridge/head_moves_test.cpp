@@ -216,6 +216,24 @@ TEST_F(HeadMovesTest, HeadThatStoodAfterItsStopMayBeMovedByOthers) {
   EXPECT_EQ("", send(5 * SECOND));
 }
 
+TEST_F(HeadMovesTest, SpeedThatWaitedThroughAnOutageIsNotSentAndAPlaceIs) {
+  moves.command(speeds(40, 0), 0);
+  next(0);
+  moves.command(speeds(50, 0), 100 * MS);
+  moves.answered({}, 2 * SECOND);  // nobody was there
+  EXPECT_EQ("Stop", send(2 * SECOND));
+  EXPECT_EQ("", send(2 * SECOND));
+  moves.stop(3 * SECOND);
+  next(3 * SECOND);
+  moves.command({.pan = {MoveKind::absolute, -35},
+                 .tilt = {MoveKind::absolute, 0},
+                 .zoom = {MoveKind::continuous, 10}},
+                3 * SECOND);
+  moves.answered({.ok = true}, 5 * SECOND);
+  EXPECT_EQ("AbsoluteMove -35,0 at 1,1", send(5 * SECOND));
+  EXPECT_EQ("", send(5 * SECOND));
+}
+
 TEST_F(HeadMovesTest, SilenceStopsWhatIsDrivenBySpeedWithinASecond) {
   moves.command(speeds(40, 0), 0);
   send(0);
