@@ -21,6 +21,11 @@ std::int64_t FrameClock::timeOf(const std::optional<std::int64_t>& told,
   return between(*camera + differences.front().amount - leastDelay, arrival);
 }
 
+std::optional<std::int64_t> FrameClock::at(std::int64_t camera) const {
+  return differences.empty() ? std::nullopt
+                             : std::optional(camera + differences.front().amount - leastDelay);
+}
+
 // A picture's own time is better than that of its document.
 std::optional<std::int64_t> FrameClock::plausible(const std::optional<std::int64_t>& told,
                                                   const std::optional<std::int64_t>& sent) {

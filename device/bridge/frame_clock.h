@@ -25,6 +25,10 @@ class FrameClock {
   std::int64_t timeOf(const std::optional<std::int64_t>& told,
                       const std::optional<std::int64_t>& sent, std::int64_t arrival);
 
+  // The monotonic moment of one of the camera's clock, by the frames that came before; nothing
+  // without any.
+  std::optional<std::int64_t> at(std::int64_t camera) const;
+
  private:
   struct Difference {
     std::int64_t time = 0;

@@ -25,7 +25,13 @@ void HeadSight::told(const HeadReading& reading, const HeadMap& map, std::int64_
         {taken, degrees->pan, degrees->tilt, places.empty() ? Place().zoom : places.back().zoom});
   }
   Place& place = places.back();
-  place.zoom = map.zoomOf(reading).value_or(place.zoom);
+  const bool isGuessed = map.zoomLaw(reading) == ZoomLaw::guessed;
+  if (!isGuessed && map.zoomOf(reading)) {
+    zoomKnown = taken;
+  }
+  if (!isGuessed || !zoomKnown || taken - *zoomKnown > GOOD_FOR) {
+    place.zoom = map.zoomOf(reading).value_or(place.zoom);
+  }
   fieldAngle = map.fieldAngleOfZoom(place.zoom);
   widest = map.getTold().fieldAngles.high;
   panTiltMoves = reading.panTiltMoves;

@@ -48,7 +48,8 @@ class HeadSight {
   Moved movedWithin(std::int64_t span) const;
 
   bool believesMoves;
-  std::deque<Place> places;  // of the last STUCK
+  std::deque<Place> places;               // of the last STUCK
+  std::optional<std::int64_t> zoomKnown;  // when it was told otherwise than for a guess
   std::optional<bool> panTiltMoves;
   std::optional<bool> zoomMoves;
   double fieldAngle = 0;  // degrees

@@ -8,6 +8,7 @@
 
 #include "base/text.h"
 #include "base/units.h"
+#include "bridge/head_outcome.h"
 #include "onvif/namespaces.h"
 #include "onvif_client/xml_number.h"
 
@@ -41,11 +42,6 @@ std::string productOf(std::string name) {
 
 std::string tenthsOf(double degrees) {
   return std::to_string(std::lround(degrees * TENTHS));
-}
-
-bool isAboutTimeout(const onvif::Failure& failure) {
-  return failure.hasSubcode("TimeoutNotSupported") ||
-         failure.words.find("imeout") != std::string::npos;
 }
 
 }  // namespace
@@ -375,16 +371,16 @@ void RemoteHead::sendMove(std::int64_t now) {
 
 void RemoteHead::moveAnswered(const SoapReply& reply) {
   const std::int64_t now = g_get_monotonic_time();
-  if (reply.ok()) {
-    moves.answered({.ok = true, .isTimeoutRefused = false, .isOperationMissing = false}, now);
-    tell(&moveTrouble, "");
-  } else {
-    const onvif::Failure& failure = reply.failure();
-    moves.answered({.ok = false,
-                    .isTimeoutRefused = isAboutTimeout(failure),
-                    .isOperationMissing = failure.trouble == onvif::Trouble::missing},
-                   now);
-    tell(&moveTrouble, "The head does not do as it is told. " + failure.words);
+  const HeadMoves::Outcome outcome = outcomeOf(reply);
+  moves.answered(outcome, now);
+  if (!moves.hasTimeout() && !std::exchange(isNoTimeoutTold, true)) {
+    announce(
+        "The head takes no time after which it is to stop by itself: this bridge alone stops it, "
+        "and nothing does when this machine or the network fails");
+  }
+  if (!outcome.isTimeoutRefused) {
+    tell(&moveTrouble,
+         reply.ok() ? "" : "The head does not do as it is told. " + reply.failure().words);
   }
   sendMove(now);
 }
@@ -419,15 +415,19 @@ void RemoteHead::statusCame(const SoapReply& reply, std::int64_t asked) {
         "The head does not tell its field angle: until a zoom table is measured, pictures are "
         "framed by a guess");
   }
-  sight.told(reading, map, asked + (now - asked) / 2);
+  const std::int64_t taken = asked + (now - asked) / 2;
+  clock.timeOf(reading.time, std::nullopt, taken);
+  sight.told(reading, map, taken);
 }
 
+// By the clock that the polls have set: a stream may be late, and what was polled since is newer.
 void RemoteHead::metadataCame(const onvif::MetadataArrival& arrival) try {
   if (!areFactsKnown) {
     return;
   }
   for (const HeadReading& reading : onvif::readMetadata(arrival.document).head) {
-    sight.told(reading, map, arrival.time);
+    const auto told = reading.time ? clock.at(*reading.time) : std::nullopt;
+    sight.told(reading, map, std::min(told.value_or(arrival.time), arrival.time));
   }
 } catch (const onvif::MetadataError&) {
   // Its status is asked for besides.

@@ -10,6 +10,7 @@
 
 #include "bridge/bridge_settings.h"
 #include "bridge/camera_link.h"
+#include "bridge/frame_clock.h"
 #include "bridge/head_moves.h"
 #include "bridge/head_sight.h"
 #include "services/periodic_timer.h"
@@ -94,6 +95,7 @@ class RemoteHead : public ServedHead {
   HeadMap map;
   HeadMoves moves;
   HeadSight sight;
+  FrameClock clock;  // of the head, by the status that is asked for
   bool areFactsKnown = false;
   bool isHeld = false;
   bool isEnding = false;
@@ -109,6 +111,7 @@ class RemoteHead : public ServedHead {
   std::string factsTrouble;
   bool isCompromiseTold = false;
   bool isGuessTold = false;
+  bool isNoTimeoutTold = false;
   CameraLink link;
   PeriodicTimer timer;
 };

@@ -132,6 +132,9 @@ HeadReading readHeadReading(const XmlElement& status) {
     const auto angle = numberOf(*field, "hfov");
     reading.fieldAngle = angle && *angle > 0 && *angle < 180 ? angle : std::nullopt;
   }
+  if (const auto time = status.child(ns::SCHEMA, "UtcTime")) {
+    reading.time = readDateTime(time->text());
+  }
   return reading;
 }
 

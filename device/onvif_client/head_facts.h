@@ -58,6 +58,7 @@ struct HeadReading {
   std::optional<bool> panTiltMoves;  // nothing for UNKNOWN
   std::optional<bool> zoomMoves;
   std::optional<double> fieldAngle;  // degrees across the picture
+  std::optional<std::int64_t> time;  // of the camera's clock, microseconds since 1970
 };
 
 // A tt:Position or PTZPosition alone.

@@ -70,6 +70,21 @@ TEST(HeadSightTest, ReadingWithoutAPlaceMakesTheLastPlaceNoNewer) {
   EXPECT_FALSE(sight.status(2 * SECOND + 1));
 }
 
+// Its status tells how wide its picture is, its metadata tell the zoom's position alone.
+TEST(HeadSightTest, ZoomIsNotGuessedWhileItIsTold) {
+  HeadSight sight(true);
+  HeadReading told = at(12);
+  told.zoom = Vector1{0.5, ""};
+  told.fieldAngle = 20;
+  sight.told(told, map(), SECOND);
+  HeadReading guessed = at(12.01);
+  guessed.zoom = Vector1{0.5, ""};
+  sight.told(guessed, map(), SECOND + 50 * MS);
+  EXPECT_NEAR(20, sight.status(SECOND + 50 * MS)->pictureWidth, 0.01) << "and not 10.9";
+  sight.told(guessed, map(), 2 * SECOND + MS);
+  EXPECT_NEAR(60 / 5.5, sight.status(2 * SECOND + MS)->pictureWidth, 0.01) << "half of ten times";
+}
+
 TEST(HeadSightTest, MotionIsWhatTheHeadSays) {
   HeadSight sight(true);
   sight.told(at(12, true), map(), SECOND);

@@ -5,10 +5,15 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "fake_camera.h"
+#include "onvif/ptz_space.h"
+#include "onvif/time_text.h"
+#include "scripted_rtsp.h"
 
 namespace device::bridge {
 namespace {
@@ -21,6 +26,7 @@ using onvif::FakeRequest;
 using onvif::Tag;
 using testing::Contains;
 using testing::HasSubstr;
+using testing::Not;
 
 constexpr std::int64_t MS = 1000;
 namespace ns = onvif::ns;
@@ -42,7 +48,13 @@ class ScriptedHead {
   }
 
   bool hasStop = true;
+  bool isInDegrees = false;  // and says so, if it is not busy
+  bool isBusy = false;       // with its start
+  bool isMoveLate = false;   // its answer to a motion, by 300 ms
+  std::string streamUri;     // of its metadata; empty: it has none
   bool isStuckMoving = false;
+  bool tellsTime = false;  // in its status
+  bool takesTimeout = true;
   unsigned statusDelay = 0;  // milliseconds
   double pan = 0;
   double speed = 0;
@@ -57,22 +69,64 @@ class ScriptedHead {
       return answered(Tag("tds:GetServicesResponse", service(ns::MEDIA2), service(ns::PTZ)));
     }
     if (request.operation == "GetProfiles") {
+      Tag parts("tr2:Configurations", Tag("tr2:PTZ", Attribute("token", "ptz")));
+      if (!streamUri.empty()) {
+        parts.add(Tag("tr2:Metadata", Attribute("token", "m")));
+      }
       return answered(
-          Tag("tr2:GetProfilesResponse",
-              Tag("tr2:Profiles", Attribute("token", "p1"), Tag("tr2:Name", "main"),
-                  Tag("tr2:Configurations", Tag("tr2:PTZ", Attribute("token", "ptz"))))));
+          Tag("tr2:GetProfilesResponse", Tag("tr2:Profiles", Attribute("token", "p1"),
+                                             Tag("tr2:Name", "main"), std::move(parts))));
+    }
+    if (request.operation == "GetStreamUri") {
+      return answered(Tag("tr2:GetStreamUriResponse", Tag("tr2:Uri", streamUri)));
+    }
+    const bool isFact = request.operation == "GetNodes" || request.operation == "GetConfigurations";
+    if (isFact && isInDegrees) {
+      return isBusy ? onvif::faulted(
+                          onvif::Fault(onvif::FaultCode::receiver, {"ter:Action"}, "Busy"), 500)
+                    : answered(request.operation == "GetNodes" ? nodes() : configurations());
+    }
+    if (request.operation == "GetPresets") {
+      return answered(Tag("tptz:GetPresetsResponse",
+                          Tag("tptz:Preset", Attribute("token", "door"), Tag("tt:Name", "door")),
+                          Tag("tptz:Preset", Attribute("token", "7"), Tag("tt:Name", "seven"))));
     }
     if (request.operation == "GetStatus") {
       return status();
+    }
+    if (!takesTimeout && request.body.find("Timeout") != std::string::npos) {
+      return onvif::faulted(onvif::Fault(onvif::FaultCode::sender,
+                                         {"ter:InvalidArgVal", "ter:TimeoutNotSupported"}, "No"),
+                            400);
     }
     const bool isMove = request.operation == "ContinuousMove";
     const bool isStop = request.operation == "Stop" && hasStop;
     if (isMove || isStop) {
       speed = isMove && request.body.find("x=\"0\"") == std::string::npos ? 1 : 0;
-      return answered(Tag(isMove ? "tptz:ContinuousMoveResponse" : "tptz:StopResponse"));
+      FakeAnswer done = answered(Tag(isMove ? "tptz:ContinuousMoveResponse" : "tptz:StopResponse"));
+      done.delay = isMove && isMoveLate ? 300 : 0;
+      return done;
     }
     return onvif::faulted(
         onvif::Fault(onvif::FaultCode::receiver, {"ter:ActionNotSupported"}, "No"), 500);
+  }
+
+  static Tag nodes() {
+    const auto range = [](const char* name, double end) {
+      return Tag(name, Tag("tt:Min", -end), Tag("tt:Max", end));
+    };
+    return Tag(
+        "tptz:GetNodesResponse",
+        Tag("tptz:PTZNode", Attribute("token", "n"),
+            Tag("tt:SupportedPTZSpaces", Tag("tt:AbsolutePanTiltPositionSpace",
+                                             Tag("tt:URI", onvif::space::POSITION_DEGREES),
+                                             range("tt:XRange", 180), range("tt:YRange", 90)))));
+  }
+
+  static Tag configurations() {
+    return Tag("tptz:GetConfigurationsResponse",
+               Tag("tptz:PTZConfiguration", Attribute("token", "ptz"),
+                   Tag("tt:DefaultAbsolutePantTiltPositionSpace", onvif::space::POSITION_DEGREES)));
   }
 
   FakeAnswer status() {
@@ -82,7 +136,9 @@ class ScriptedHead {
         Tag("tptz:GetStatusResponse",
             Tag("tptz:PTZStatus",
                 Tag("tt:Position", Tag("tt:PanTilt", Attribute("x", pan), Attribute("y", 0.0))),
-                Tag("tt:MoveStatus", Tag("tt:PanTilt", moves), Tag("tt:Zoom", "IDLE")))));
+                Tag("tt:MoveStatus", Tag("tt:PanTilt", moves), Tag("tt:Zoom", "IDLE")),
+                tellsTime ? std::optional(Tag("tt:UtcTime", onvif::dateTimeText(g_get_real_time())))
+                          : std::nullopt)));
     told.delay = statusDelay;
     return told;
   }
@@ -114,6 +170,17 @@ class RemoteHeadTest : public testing::Test {
     ASSERT_TRUE(iterateUntil([this] { return camera.speed != 0; }));
   }
 
+  // Found anew each second, as its stream breaks whenever it was opened.
+  HeadSettings foundAnew() {
+    rtsp.document = "<tt:MetadataStream></tt:MetadataStream>";
+    rtsp.life = 300000;
+    camera.streamUri = rtsp.uri();
+    HeadSettings told = settings();
+    told.usesMetadata = true;
+    return told;
+  }
+
+  onvif::ScriptedRtsp rtsp;
   ScriptedHead camera;
   std::vector<std::string> announced;
   std::int64_t commanded = 0;
@@ -157,6 +224,113 @@ TEST_F(RemoteHeadTest, StatusThatIsHalfASecondLateIsToldAndHoldsNoCommandUp) {
   ASSERT_FALSE(moves.empty());
   EXPECT_LT(moves[0] - camera.timesOf("GetStatus").back(), 500 * MS);
   ASSERT_TRUE(iterateUntil([this] { return camera.speed == 0; })) << "silence counts all the same";
+}
+
+TEST_F(RemoteHeadTest, WhatIsKnownOfAHeadCountsUntilItAnswersAnew) {
+  camera.isInDegrees = true;
+  HeadSettings told = foundAnew();
+  told.told.pan.reset();
+  told.told.tilt.reset();
+  RemoteHead head(told, {}, announce());
+  ASSERT_TRUE(iterateUntil([&] { return head.toldStatus().has_value(); }));
+  camera.isBusy = true;
+  const std::size_t before = camera.timesOf("GetNodes").size();
+  ASSERT_TRUE(iterateUntil([&] { return camera.timesOf("GetNodes").size() > before; }));
+  const std::size_t asked = camera.timesOf("GetStatus").size();
+  ASSERT_TRUE(iterateUntil([&] { return camera.timesOf("GetStatus").size() > asked + 2; }));
+  camera.pan = 0.5;
+  ASSERT_TRUE(iterateUntil([&] { return head.toldStatus() && head.toldStatus()->pan == 0.5; }))
+      << "where it was is not told as where it is";
+  camera.isBusy = false;
+  const std::size_t refused = camera.timesOf("GetNodes").size();
+  ASSERT_TRUE(iterateUntil([&] { return camera.timesOf("GetPresets").size() > 1; }));
+  EXPECT_GT(camera.timesOf("GetNodes").size(), refused) << "it is asked again";
+}
+
+TEST_F(RemoteHeadTest, HeadWithoutStopIsStoppedForGoodBySpeedsOfZero) {
+  camera.hasStop = false;
+  RemoteHead head(settings(), {}, announce());
+  drive(&head);
+  head.stopForGood();
+  EXPECT_EQ(0, camera.speed) << "before this ends";
+}
+
+TEST_F(RemoteHeadTest, LastStopComesAfterTheMotionThatIsOnItsWay) {
+  camera.isMoveLate = true;
+  RemoteHead head(settings(), {}, announce());
+  drive(&head);
+  const std::int64_t begun = g_get_monotonic_time();
+  head.stopForGood();
+  const auto stops = camera.timesOf("Stop");
+  ASSERT_EQ(1U, stops.size());
+  EXPECT_GE(stops[0] - commanded, 300 * MS) << "only when the motion was answered";
+  EXPECT_LT(g_get_monotonic_time() - begun, 1000 * MS) << "and not the silence's";
+  EXPECT_EQ(0, camera.speed);
+}
+
+TEST_F(RemoteHeadTest, HeadThatRefusesATimeoutIsMovedWithoutAndThatIsTold) {
+  camera.takesTimeout = false;
+  RemoteHead head(settings(), {}, announce());
+  ASSERT_TRUE(iterateUntil([&] { return head.toldStatus().has_value(); }));
+  ASSERT_TRUE(iterateUntil([&] {
+    head.command({.pan = {MoveKind::continuous, 40}, .tilt = {}, .zoom = {}});
+    return camera.speed != 0;
+  }));
+  EXPECT_THAT(announced, Contains(HasSubstr("this bridge alone stops it")));
+  EXPECT_THAT(announced, Not(Contains(HasSubstr("does not do as it is told"))));
+  ASSERT_TRUE(iterateUntil([this] { return camera.speed == 0; })) << "when nobody commands";
+}
+
+// Its stream is broken again and again, and so is found again and again.
+TEST_F(RemoteHeadTest, PresetsAreCountedOnce) {
+  RemoteHead head(foundAnew(), {}, announce());
+  ASSERT_TRUE(iterateUntil([&] { return !head.presets().empty(); }));
+  ASSERT_TRUE(iterateUntil([this] { return camera.timesOf("GetPresets").size() >= 3; }));
+  const std::size_t asked = camera.timesOf("GetStatus").size();
+  ASSERT_TRUE(iterateUntil([&] { return camera.timesOf("GetStatus").size() > asked + 2; }));
+  const auto presets = head.presets();
+  EXPECT_EQ(2U, presets.size());
+  EXPECT_TRUE(presets.contains(1));
+  EXPECT_TRUE(presets.contains(7));
+}
+
+TEST_F(RemoteHeadTest, HeadWithoutMetadataIsNotLookedForAgain) {
+  HeadSettings told = settings();
+  told.usesMetadata = true;
+  RemoteHead head(told, {}, announce());
+  ASSERT_TRUE(iterateUntil([&] { return head.toldStatus().has_value(); }));
+  const std::int64_t begun = g_get_monotonic_time();
+  ASSERT_TRUE(iterateUntil(
+      [&] { return g_get_monotonic_time() - begun > GrowingPause::FIRST + 200 * MS; }));
+  EXPECT_EQ(1U, camera.timesOf("GetProfiles").size());
+  EXPECT_THAT(announced, Not(Contains(HasSubstr("metadata")))) << "it is polled";
+}
+
+// Its status is asked for ten times a second, and its metadata come twenty times, from long ago.
+TEST_F(RemoteHeadTest, MetadataThatComeLateDoNotCountAsNew) {
+  camera.tellsTime = true;
+  camera.pan = 0.25;
+  rtsp.document =
+      "<tt:MetadataStream xmlns:tt=\"http://www.onvif.org/ver10/schema\"><tt:PTZ><tt:PTZStatus>"
+      "<tt:Position><tt:PanTilt x=\"-0.5\" y=\"0\"/></tt:Position><tt:UtcTime>" +
+      onvif::dateTimeText(g_get_real_time() - 5000 * MS) +
+      "</tt:UtcTime></tt:PTZStatus></tt:PTZ></tt:MetadataStream>";
+  camera.streamUri = rtsp.uri();
+  HeadSettings told = settings();
+  told.usesMetadata = true;
+  RemoteHead head(told, {}, announce());
+  ASSERT_TRUE(iterateUntil([&] { return head.toldStatus().has_value() && rtsp.played > 0; }));
+  int polls = 0;
+  int late = 0;
+  std::size_t asked = 0;
+  ASSERT_TRUE(iterateUntil([&] {
+    polls += camera.timesOf("GetStatus").size() != asked ? 1 : 0;
+    asked = camera.timesOf("GetStatus").size();
+    late += head.presentStatus().pan < 0 ? 1 : 0;
+    return polls > 10;
+  }));
+  EXPECT_EQ(0, late);
+  EXPECT_DOUBLE_EQ(45, head.presentStatus().pan) << "a quarter of the way";
 }
 
 }  // namespace
