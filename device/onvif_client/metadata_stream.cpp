@@ -4,7 +4,9 @@
 #include <gst/gst.h>
 #include <gst/rtp/gstrtpbuffer.h>
 
+#include <atomic>
 #include <deque>
+#include <memory>
 #include <stdexcept>
 #include <utility>
 #include <variant>
@@ -87,7 +89,8 @@ const char* textOf(const GstStructure* structure, const char* field) {
 }  // namespace
 
 struct MetadataStream::Parts {
-  explicit Parts(Callbacks callbacks) : callbacks(std::move(callbacks)) {}
+  Parts(Callbacks callbacks, std::int64_t silence)
+      : callbacks(std::move(callbacks)), silence(silence) {}
   Parts(const Parts&) = delete;
   Parts& operator=(const Parts&) = delete;
   ~Parts() {
@@ -101,6 +104,9 @@ struct MetadataStream::Parts {
   void handleItems();
   void handle(const ArrivedPacket& arrived);
   void fail(const std::string& words);
+  void lookForLife();
+  void askForLife();
+  static void lifeAnswered(GstPromise* promise, gpointer waiting);
 
   static gboolean selectStream(GstElement*, guint, GstCaps* caps, gpointer self);
   static void padAdded(GstElement*, GstPad* pad, gpointer self);
@@ -112,7 +118,13 @@ struct MetadataStream::Parts {
   static gboolean woken(gpointer self);
   static gboolean look(gpointer self);
 
+  // Answers come in GStreamer's threads, and perhaps when nobody waits any more.
+  using LifeSign = std::shared_ptr<std::atomic<bool>>;
+
   Callbacks callbacks;
+  std::int64_t silence;  // microseconds
+  LifeSign hasAnswered = std::make_shared<std::atomic<bool>>(false);
+  bool isLifeAsked = false;
   Inbox inbox;
   MetadataJoiner joiner;
   bool isFirst = true;  // whose begin is no gap
@@ -123,12 +135,13 @@ struct MetadataStream::Parts {
   GSourcePtr looker;
   GSourcePtr watch;
   GObjectPtr<GstElement> pipeline;
-  GstElement* sink = nullptr;  // the pipeline's
+  GstElement* source = nullptr;  // the pipeline's
+  GstElement* sink = nullptr;    // the same
 };
 
 void MetadataStream::Parts::build(const std::string& address, const Login& login) {
   pipeline.reset(GST_ELEMENT(gst_object_ref_sink(gst_pipeline_new(nullptr))));
-  GstElement* source = gst_element_factory_make("rtspsrc", nullptr);
+  source = gst_element_factory_make("rtspsrc", nullptr);
   sink = gst_element_factory_make("appsink", nullptr);
   if (source == nullptr || sink == nullptr) {
     throw std::runtime_error("GStreamer cannot receive RTSP here");
@@ -255,11 +268,50 @@ gboolean MetadataStream::Parts::woken(gpointer data) {
 }
 
 gboolean MetadataStream::Parts::look(gpointer data) {
-  auto* self = static_cast<Parts*>(data);
-  if (g_get_monotonic_time() - self->alive > SILENCE) {
-    self->fail("The camera's stream has been silent for 10 s");
-  }
+  static_cast<Parts*>(data)->lookForLife();
   return G_SOURCE_CONTINUE;
+}
+
+// Where nothing happens, some cameras tell nothing: no metadata, and no sender reports.
+void MetadataStream::Parts::lookForLife() {
+  const std::int64_t now = g_get_monotonic_time();
+  if (hasAnswered->exchange(false)) {
+    alive = now;
+    isLifeAsked = false;
+  }
+  if (now - alive > silence) {
+    fail("The camera's stream has been silent for " + std::to_string(silence / G_USEC_PER_SEC) +
+         " s");
+  } else if (now - alive > silence / 2 && !std::exchange(isLifeAsked, true)) {
+    askForLife();
+  }
+}
+
+// rtspsrc keeps the answers to its own keep-alives to itself. Any answer will do: no camera has
+// such a parameter.
+void MetadataStream::Parts::askForLife() {
+  GstPromise* promise =
+      gst_promise_new_with_change_func(lifeAnswered, new LifeSign(hasAnswered),
+                                       [](gpointer data) { delete static_cast<LifeSign*>(data); });
+  gboolean isSent = FALSE;
+  g_signal_emit_by_name(source, "get-parameter", "alive", nullptr, promise, &isSent);
+  gst_promise_unref(promise);
+}
+
+void MetadataStream::Parts::lifeAnswered(GstPromise* promise, gpointer waiting) {
+  if (gst_promise_wait(promise) != GST_PROMISE_RESULT_REPLIED) {
+    return;
+  }
+  const GstStructure* reply = gst_promise_get_reply(promise);
+  int result = -1;
+  int code = 0;
+  if (reply != nullptr) {
+    gst_structure_get_int(reply, "rtsp-result", &result);
+    gst_structure_get_int(reply, "rtsp-code", &code);
+  }
+  if (result == 0 || code > 0) {
+    static_cast<LifeSign*>(waiting)->get()->store(true);
+  }
 }
 
 void MetadataStream::Parts::handleItems() {
@@ -291,8 +343,9 @@ void MetadataStream::Parts::fail(const std::string& words) {
   }
 }
 
-MetadataStream::MetadataStream(const std::string& address, const Login& login, Callbacks callbacks)
-    : parts(std::make_unique<Parts>(std::move(callbacks))) {
+MetadataStream::MetadataStream(const std::string& address, const Login& login, Callbacks callbacks,
+                               std::int64_t silence)
+    : parts(std::make_unique<Parts>(std::move(callbacks), silence)) {
   startGStreamer();
   parts->build(address, login);
 }

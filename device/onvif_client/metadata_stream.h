@@ -27,11 +27,13 @@ class MetadataStream {
     std::function<void(const std::string& words)> onTrouble;
   };
 
-  // So long may a stream that lives tell nothing at all before it counts as broken.
+  // So long may a stream tell nothing at all, not even that the camera lives, before it counts as
+  // broken. The camera is asked for that after half of it.
   static constexpr std::int64_t SILENCE = 10000000;  // microseconds
 
   // Throws std::runtime_error without GStreamer or its parts.
-  MetadataStream(const std::string& address, const Login& login, Callbacks callbacks);
+  MetadataStream(const std::string& address, const Login& login, Callbacks callbacks,
+                 std::int64_t silence = SILENCE);
   MetadataStream(const MetadataStream&) = delete;
   MetadataStream& operator=(const MetadataStream&) = delete;
   ~MetadataStream();

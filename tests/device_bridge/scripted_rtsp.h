@@ -35,6 +35,8 @@ class ScriptedRtsp {
   std::string document;
   std::int64_t life = 0;  // microseconds from PLAY on, and a document at least; 0: for ever
   bool isSilent = false;  // plays, and sends nothing
+  bool isDead = false;    // answers nothing any more
+  int questions = 0;      // whether it lives
   int played = 0;         // connections
   std::string challenge;  // header lines for who does not log in
   std::string loggedIn;   // the header line of who does
@@ -90,6 +92,11 @@ class ScriptedRtsp {
 
   void answer(Client* client, const std::string& request) {
     const std::string method = request.substr(0, request.find(' '));
+    if (isDead) {
+      return;
+    }
+    // After the body of the one before it, which nobody reads.
+    questions += request.find("GET_PARAMETER rtsp:") != std::string::npos ? 1 : 0;
     const std::string field = "CSeq: ";
     const std::size_t number = request.find(field) + field.size();
     std::string reply = "RTSP/1.0 200 OK\r\nCSeq: ";
@@ -103,7 +110,7 @@ class ScriptedRtsp {
       return send(client, reply + "\r\n" + challenge + "\r\n\r\n");
     }
     if (method == "OPTIONS") {
-      reply += "\r\nPublic: OPTIONS, DESCRIBE, SETUP, PLAY, TEARDOWN";
+      reply += "\r\nPublic: OPTIONS, DESCRIBE, SETUP, PLAY, GET_PARAMETER, TEARDOWN";
     } else if (method == "DESCRIBE") {
       body =
           "v=0\r\no=- 1 1 IN IP4 127.0.0.1\r\ns=-\r\nt=0 0\r\nm=application 0 RTP/AVP 107\r\n"
