@@ -1,5 +1,6 @@
 #include "web_server/mqtt_client.h"
 
+#include <openssl/ssl.h>
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
@@ -114,8 +115,21 @@ int MqttLoop::serve(std::chrono::milliseconds longest, bool isAnswered) {
   return exchange(hasNews);
 }
 
+// The library may stop between two messages (it does once it has noted some hundred answers, as
+// nobody reads these notes here); what TLS has decrypted by then shows at no descriptor.
+int MqttLoop::readAll() {
+  int result = MOSQ_ERR_SUCCESS;
+  bool hasMore = true;
+  while (hasMore && result == MOSQ_ERR_SUCCESS) {
+    result = mosquitto_loop_read(client, 1);
+    const auto* tls = static_cast<const SSL*>(mosquitto_ssl_get(client));
+    hasMore = tls != nullptr && SSL_pending(tls) > 0;
+  }
+  return result;
+}
+
 int MqttLoop::exchange(bool hasNews) {
-  int result = hasNews ? mosquitto_loop_read(client, 1) : MOSQ_ERR_SUCCESS;
+  int result = hasNews ? readAll() : MOSQ_ERR_SUCCESS;
   if (result == MOSQ_ERR_SUCCESS && mosquitto_want_write(client)) {
     result = mosquitto_loop_write(client, 1);
   }

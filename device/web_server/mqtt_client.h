@@ -62,6 +62,7 @@ class MqttLoop {
   bool hasReached() const { return isReached; }
 
  private:
+  int readAll();
   int exchange(bool hasNews);
 
   mosquitto* const client;

@@ -2,16 +2,19 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <openssl/ssl.h>
 #include <sys/resource.h>
 #include <sys/select.h>
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
 #include <optional>
 #include <random>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "base/file_descriptor.h"
@@ -28,8 +31,6 @@ using testing::Not;
 using testing::Pair;
 
 using Milliseconds = std::chrono::milliseconds;
-
-constexpr const char* AVAILABILITY = MqttPublisher::AVAILABILITY;
 
 class MqttPublisherTest : public testing::Test {
  protected:
@@ -570,6 +571,59 @@ TEST_F(MqttOutboxTest, AlarmsThatAreGivenUpAreTold) {
   EXPECT_TRUE(tells(publisher, "3 alarms were given up"));
 }
 
+// Takes one connection, to end before it does, tells that many messages in one TLS record, and
+// nothing else.
+class PackingBroker {
+ public:
+  PackingBroker(const std::string& certificate, const std::string& key, int count)
+      : context(SSL_CTX_new(TLS_server_method()), SSL_CTX_free) {
+    EXPECT_EQ(1,
+              SSL_CTX_use_certificate_file(context.get(), certificate.c_str(), SSL_FILETYPE_PEM));
+    EXPECT_EQ(1, SSL_CTX_use_PrivateKey_file(context.get(), key.c_str(), SSL_FILETYPE_PEM));
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t size = sizeof(address);
+    EXPECT_EQ(0, bind(listener.get(), reinterpret_cast<sockaddr*>(&address), size));
+    EXPECT_EQ(0, listen(listener.get(), 1));
+    EXPECT_EQ(0, getsockname(listener.get(), reinterpret_cast<sockaddr*>(&address), &size));
+    port = ntohs(address.sin_port);
+    thread = std::thread([this, count] { serve(count); });
+  }
+  PackingBroker(const PackingBroker&) = delete;
+  PackingBroker& operator=(const PackingBroker&) = delete;
+  ~PackingBroker() {
+    shutdown(listener.get(), SHUT_RDWR);
+    thread.join();
+  }
+
+  int getPort() const { return port; }
+
+ private:
+  void serve(int count) {
+    const FileDescriptor device(accept(listener.get(), nullptr, nullptr));
+    const std::unique_ptr<SSL, decltype(&SSL_free)> tls(SSL_new(context.get()), SSL_free);
+    SSL_set_fd(tls.get(), device.get());
+    std::array<char, 4096> told{};
+    if (SSL_accept(tls.get()) != 1 || SSL_read(tls.get(), told.data(), told.size()) <= 0) {
+      return;
+    }
+    std::string record = {0x20, 2, 0, 0};  // CONNACK
+    for (int id = 1; id <= count; ++id) {
+      record += {0x32, 6, 0, 1, 'a'};  // PUBLISH, to be acknowledged
+      record += {static_cast<char>(id >> 8), static_cast<char>(id), 'x'};
+    }
+    SSL_write(tls.get(), record.data(), static_cast<int>(record.size()));
+    while (SSL_read(tls.get(), told.data(), told.size()) > 0) {
+    }
+  }
+
+  const std::unique_ptr<SSL_CTX, decltype(&SSL_CTX_free)> context;
+  const FileDescriptor listener{socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)};
+  int port = 0;
+  std::thread thread;
+};
+
 class MqttTlsTest : public MqttPublisherTest {
  protected:
   void SetUp() override {
@@ -659,6 +713,27 @@ TEST_F(MqttTlsTest, HostThatNeverAnswersIsAwaitedAtRest) {
     ASSERT_EQ(MOSQ_ERR_SUCCESS, loop.serve(Milliseconds(1000), false));
   }
   EXPECT_LT(turns, 20);
+}
+
+// TLS hands over what it has decrypted only to who reads on: the connection has nothing more to
+// say.
+TEST_F(MqttTlsTest, EverythingInOneRecordIsTaken) {
+  constexpr int COUNT = 1000;  // with an answer each, more than the library has room to note
+  const PackingBroker packing(certificates.file("broker.crt"), certificates.file("broker.key"),
+                              COUNT);
+  int taken = 0;
+  const MosquittoPtr client = makeMqttClient(nullptr, &taken);
+  mosquitto_message_callback_set(
+      client.get(),
+      [](mosquitto*, void* data, const mosquitto_message*) { ++*static_cast<int*>(data); });
+  const std::optional<BrokerTls> tls = settingsOf("ca", "device").tls;
+  ASSERT_EQ(MOSQ_ERR_SUCCESS, introduce(client.get(), std::nullopt, tls));
+  ASSERT_EQ(MOSQ_ERR_SUCCESS, connectTo(client.get(), {"127.0.0.1", packing.getPort()}, tls));
+  MqttLoop loop(client.get());
+  // The client itself gives up a host that is silent.
+  while (taken < COUNT && loop.serve(Milliseconds(1000), taken > 0) == MOSQ_ERR_SUCCESS) {
+  }
+  EXPECT_EQ(COUNT, taken);
 }
 
 TEST_F(MqttTlsTest, DeviceWithoutACertificateIsNotTaken) {
