@@ -123,7 +123,8 @@ MqttPublisher::Health MqttPublisher::getHealth() {
   return {.isConnected = connected != nullptr,
           .connects = connects,
           .waiting = outbox.getWaiting().size(),
-          .dropped = outbox.getDropped()};
+          .dropped = outbox.getDropped(),
+          .refusals = refusals};
 }
 
 void MqttPublisher::clear(const std::string& topic) {
@@ -185,9 +186,9 @@ std::chrono::milliseconds MqttPublisher::meanPause(std::chrono::milliseconds sho
 }
 
 void MqttPublisher::pause() {
+  const LockGuard lock(mutex);
   const Clock::time_point end =
       Clock::now() + pauseOf(meanPause(settings.reconnect, refusals), chance);
-  const LockGuard lock(mutex);
   for (auto now = Clock::now(); !stopping && now < end; now = Clock::now()) {
     changed.waitFor(mutex, std::chrono::ceil<std::chrono::milliseconds>(end - now));
   }
@@ -218,31 +219,35 @@ void MqttPublisher::serve(Connection* connection, const BrokerAddress& host) {
   const Clock::time_point deadline = Clock::now() + settings.patience;
   bool announced = false;
   MqttLoop loop(connection->client.get(), &bell);
-  ++refusals;  // until it is taken
+  // Who is not there has refused nobody, however long it was looked for.
+  const auto fail = [&](const std::string& why) {
+    if (!announced && loop.hasReached()) {
+      refused();
+    }
+    tell(host, why);
+  };
   Clock::time_point repetition = firstRepetition();
   while (!isStopping()) {
     const int result =
         loop.serve(untilNext(announced ? repetition : deadline), connection->answered);
     settle(connection);
     if (connection->refusal != 0) {
-      return tell(host, mosquitto_connack_string(connection->refusal));
+      return fail(mosquitto_connack_string(connection->refusal));
     }
     if (result != MOSQ_ERR_SUCCESS) {
-      refusals -= !announced && !loop.hasReached() ? 1 : 0;
-      return tell(host, connection->faultOf(result));
+      return fail(connection->faultOf(result));
     }
     if (!announced && connection->answered) {
       tellConnected(host);
       announce(connection);
       announced = true;
-      refusals = 0;
     }
     if (announced && Clock::now() >= repetition) {
       tellAgain(connection);
       repetition = Clock::now() + settings.repeat;
     }
     if (!announced && Clock::now() > deadline) {
-      return tell(host, "no answer");
+      return fail("no answer");
     }
   }
   if (announced) {
@@ -339,8 +344,14 @@ void MqttPublisher::tell(const BrokerAddress& host, const std::string& what) {
   }
 }
 
+void MqttPublisher::refused() {
+  const LockGuard lock(mutex);
+  ++refusals;
+}
+
 void MqttPublisher::tellConnected(const BrokerAddress& host) {
   const LockGuard lock(mutex);
+  refusals = 0;
   lastNews.clear();
   news.push_back(nameOf(host) + ": connected");
 }

@@ -72,10 +72,11 @@ class MqttPublisher {
     std::uint64_t connects = 0;  // since the start
     std::size_t waiting = 0;     // alarms that are not acknowledged
     std::uint64_t dropped = 0;   // alarms given up since the outbox was made
+    int refusals = 0;            // tries in a row at hosts that were there and took no connection
   };
   Health getHealth();
 
-  // Before the next try; refusals: tries in a row at hosts that were there and took no connection.
+  // Before the next try; refusals as in Health.
   static std::chrono::milliseconds meanPause(std::chrono::milliseconds shortest, int refusals);
   static std::chrono::milliseconds pauseOf(std::chrono::milliseconds mean,
                                            std::minstd_rand& chance);
@@ -99,13 +100,13 @@ class MqttPublisher {
   void leave(Connection* connection) EXCLUDES(mutex);
   bool isStopping() EXCLUDES(mutex);
   void pause() EXCLUDES(mutex);
+  void refused() EXCLUDES(mutex);
   void tell(const BrokerAddress& host, const std::string& what) EXCLUDES(mutex);
   void tellConnected(const BrokerAddress& host) EXCLUDES(mutex);
 
   const Settings settings;
   const std::string availability;
   const MqttBell bell;                              // something is to be sent, or the end has come
-  int refusals = 0;                                 // the thread's
   std::minstd_rand chance{std::random_device()()};  // the thread's
 
   Mutex mutex;
@@ -115,6 +116,7 @@ class MqttPublisher {
   // Set while the broker has answered and is there.
   mosquitto* connected GUARDED_BY(mutex) = nullptr;
   std::uint64_t connects GUARDED_BY(mutex) = 0;
+  int refusals GUARDED_BY(mutex) = 0;
   std::map<std::string, std::string> retained GUARDED_BY(mutex);
   // Cleared and not retained since. They are cleared again with each new connection, as the old one
   // may have been dead already when they were.

@@ -32,6 +32,62 @@ using testing::Pair;
 
 using Milliseconds = std::chrono::milliseconds;
 
+// A host that takes the connection and then says nothing, or nothing of what it was told.
+class SilentBroker {
+ public:
+  enum class Word { none, allButAcknowledgements };
+
+  explicit SilentBroker(Word word = Word::none) {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t size = sizeof(address);
+    EXPECT_EQ(0, bind(listener.get(), reinterpret_cast<sockaddr*>(&address), size));
+    EXPECT_EQ(0, listen(listener.get(), 16));
+    EXPECT_EQ(0, getsockname(listener.get(), reinterpret_cast<sockaddr*>(&address), &size));
+    port = ntohs(address.sin_port);
+    if (word != Word::none) {
+      thread = std::thread([this] { serve(); });
+    }
+  }
+  SilentBroker(const SilentBroker&) = delete;
+  SilentBroker& operator=(const SilentBroker&) = delete;
+  ~SilentBroker() {
+    shutdown(listener.get(), SHUT_RDWR);
+    if (thread.joinable()) {
+      thread.join();
+    }
+  }
+
+  int getPort() const { return port; }
+
+ private:
+  void serve() {
+    for (;;) {
+      const FileDescriptor device(accept(listener.get(), nullptr, nullptr));
+      if (!device.isOpen()) {
+        return;
+      }
+      constexpr std::array<char, 4> TAKEN = {0x20, 2, 0, 0};  // CONNACK
+      constexpr std::array<char, 2> HERE = {'\xd0', 0};       // PINGRESP
+      std::array<char, 4096> told{};
+      recv(device.get(), told.data(), told.size(), 0);
+      ::send(device.get(), TAKEN.data(), TAKEN.size(), MSG_NOSIGNAL);
+      for (ssize_t size = 0; (size = recv(device.get(), told.data(), told.size(), 0)) > 0;) {
+        if (size == 2 && told[0] == '\xc0') {  // PINGREQ
+          ::send(device.get(), HERE.data(), HERE.size(), MSG_NOSIGNAL);
+        }
+      }
+    }
+  }
+
+  const FileDescriptor listener{socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)};
+  int port = 0;
+  std::thread thread;
+};
+
+constexpr const char* AVAILABILITY = MqttPublisher::AVAILABILITY;
+
 class MqttPublisherTest : public testing::Test {
  protected:
   void SetUp() override {
@@ -395,6 +451,50 @@ TEST_F(MqttPublisherTest, BrokerThatRefusesIsAskedEverMoreRarely) {
     refuse();
   }
   EXPECT_GE(std::chrono::steady_clock::now() - first, Milliseconds(480));
+}
+
+// As where power or the way to it has failed: nobody answers, not even with a refusal.
+TEST_F(MqttPublisherTest, HostThatCannotBeReachedHasRefusedNobody) {
+  const FileDescriptor listener(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  socklen_t size = sizeof(address);
+  ASSERT_EQ(0, bind(listener.get(), reinterpret_cast<sockaddr*>(&address), size));
+  ASSERT_EQ(0, listen(listener.get(), 0));
+  ASSERT_EQ(0, getsockname(listener.get(), reinterpret_cast<sockaddr*>(&address), &size));
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  const FileDescriptor first(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  ASSERT_EQ(0, connect(first.get(), reinterpret_cast<sockaddr*>(&address), size));  // it is full
+  MqttPublisher::Settings settings = settingsFor({});
+  settings.patience = Milliseconds(50);
+  for (const char* host : {"127.0.0.1", "127.0.0.2", "127.0.0.3"}) {
+    settings.hosts.push_back({host, ntohs(address.sin_port)});
+  }
+  MqttPublisher publisher(settings);
+  ASSERT_TRUE(tells(publisher,
+                    "127.0.0.3 port " + std::to_string(ntohs(address.sin_port)) + ": no answer"));
+  EXPECT_EQ(0, publisher.getHealth().refusals);
+}
+
+TEST_F(MqttPublisherTest, HostWhereNobodyListensHasRefusedNobody) {
+  const ReservedPort nobodys;
+  MqttPublisher publisher(settingsFor({nobodys.getNumber()}));
+  ASSERT_TRUE(tells(publisher, "MQTT broker"));
+  EXPECT_EQ(0, publisher.getHealth().refusals);
+}
+
+TEST_F(MqttPublisherTest, HostThatIsSilentHasRefusedUntilAnotherOneTakesTheDevice) {
+  const SilentBroker silent;
+  Broker broker;
+  broker.stop();
+  MqttPublisher::Settings settings = settingsFor({silent.getPort(), broker.getPort()});
+  settings.patience = Milliseconds(200);
+  MqttPublisher publisher(settings);
+  ASSERT_TRUE(tells(publisher, ": no answer"));
+  EXPECT_LT(0, publisher.getHealth().refusals);
+  broker.start();
+  ASSERT_TRUE(tells(publisher, "connected"));
+  EXPECT_EQ(0, publisher.getHealth().refusals);
 }
 
 TEST_F(MqttPublisherTest, HealthTellsTheConnection) {
