@@ -42,8 +42,10 @@ struct FleetListener::Connection {
     mosquitto_message_callback_set(
         client.get(), [](mosquitto*, void* data, const mosquitto_message* message) {
           static_cast<Connection*>(data)->take(
-              {message->topic, std::string(static_cast<const char*>(message->payload),
-                                           static_cast<std::size_t>(message->payloadlen))});
+              {message->topic,
+               std::string(static_cast<const char*>(message->payload),
+                           static_cast<std::size_t>(message->payloadlen)),
+               message->retain});
         });
   }
   Connection(const Connection&) = delete;

@@ -18,6 +18,7 @@ class FleetListener {
   struct Message {
     std::string topic;  // empty: the connection was lost, or has been made anew
     std::string payload;
+    bool isRetained = false;  // told before there was this connection
   };
 
   FleetListener(BrokerHosts hosts, const BrokerOptions& options);

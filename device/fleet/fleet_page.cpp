@@ -52,7 +52,7 @@ void FleetPage::listen() {
       if (message.topic.empty()) {
         sites.brokerLost(broker);
       } else {
-        sites.take(broker, message.topic, message.payload, now());
+        sites.take(broker, message.topic, message.payload, now(), message.isRetained);
       }
     }
     for (const std::string& news : listeners[broker]->takeNews()) {

@@ -41,7 +41,7 @@ json_t* listOf(const auto& alarms) {
 }  // namespace
 
 void SiteTable::take(std::size_t broker, std::string_view topic, const std::string& payload,
-                     double now) {
+                     double now, bool isRetained) {
   if (!topic.starts_with(TOP) || payload.size() > LONGEST_PAYLOAD) {
     return;
   }
@@ -50,13 +50,16 @@ void SiteTable::take(std::size_t broker, std::string_view topic, const std::stri
   if (!isSiteName(name) || name.size() == topic.size()) {
     return;
   }
+  const bool isNew = !sites.contains(name);
   Site* site = siteOf(name);
   if (site == nullptr) {
     return;
   }
   const JsonAutoPtr before(jsonOf(name, *site));
-  site->heard = now;
-  site->isSilent = false;
+  if (isNew || !isRetained) {
+    site->heard = now;
+    site->isSilent = false;
+  }
   const std::string_view rest = topic.substr(name.size() + 1);
   if (rest == AVAILABILITY) {
     availability(site, broker, payload);

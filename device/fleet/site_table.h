@@ -27,8 +27,10 @@ class SiteTable {
   static constexpr std::size_t LAST_ALARMS = 500;  // of all
   static constexpr std::size_t LONGEST_PAYLOAD = 65536;
 
-  // A message of that broker; an empty payload clears the topic.
-  void take(std::size_t broker, std::string_view topic, const std::string& payload, double now);
+  // A message of that broker; an empty payload clears the topic. isRetained: the broker repeats it,
+  // so that it is no word of the site now, unless the site is a new one.
+  void take(std::size_t broker, std::string_view topic, const std::string& payload, double now,
+            bool isRetained = false);
 
   // What the broker said of who is online is nobody's word any more.
   void brokerLost(std::size_t broker);

@@ -6,9 +6,11 @@
 #include <chrono>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "broker.h"
+#include "fleet/fleet_listener.h"
 #include "fleet/fleet_options.h"
 #include "web_client.h"
 #include "web_server/mqtt_publisher.h"
@@ -73,6 +75,30 @@ TEST_F(FleetPageTest, SiteComesAndGoes) {
   }
   EXPECT_TRUE(shows(R"("online":"offline")"));
   EXPECT_THAT(news, Contains(HasSubstr(": connected")));
+}
+
+TEST_F(FleetPageTest, ListenerTellsWhatABrokerRepeatsFromWhatIsNew) {
+  const Broker broker;
+  Subscriber site(broker.getPort());
+  const std::string topic = "sites/north/SentrelVideo/device";
+  site.publish(topic, "online");
+  ASSERT_TRUE(site.sees(topic, "online"));
+  FleetListener listener({{"127.0.0.1", broker.getPort()}}, {});
+  std::vector<FleetListener::Message> messages;
+  const auto hasAnother = [&](std::size_t count) {
+    return site.runUntil([&] {
+      for (FleetListener::Message& message : listener.takeMessages()) {
+        messages.push_back(std::move(message));
+      }
+      return messages.size() >= count;
+    });
+  };
+  ASSERT_TRUE(hasAnother(1));
+  EXPECT_TRUE(messages[0].isRetained);
+  site.publish(topic, "offline");
+  ASSERT_TRUE(hasAnother(2));
+  EXPECT_EQ("offline", messages[1].payload);
+  EXPECT_FALSE(messages[1].isRetained);
 }
 
 TEST_F(FleetPageTest, PageTakesTheNextHostWhenOneIsKilled) {

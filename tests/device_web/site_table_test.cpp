@@ -96,6 +96,21 @@ TEST_F(SiteTableTest, SiteThatIsSilentHasGoneWhateverItsLastWordWas) {
   EXPECT_THAT(table.changes(NOON + 201), HasSubstr(R"("silent":false)"));
 }
 
+// With each connection of the page a broker says again what dead sites have said.
+TEST_F(SiteTableTest, WordThatABrokerRepeatsIsNoneOfTheSite) {
+  const std::string topic = "sites/north/SentrelVideo/device";
+  table.take(BROKER, topic, "online", NOON, true);  // of a site that is new, it may be
+  EXPECT_THAT(everything(), HasSubstr(R"("heard":1767268800)"));
+  table.changes(NOON);
+  table.take(BROKER, topic, "online", NOON + 100, true);
+  EXPECT_THAT(table.changes(NOON + 151), HasSubstr(R"("silent":true)"));
+  table.brokerLost(BROKER);
+  table.take(BROKER, topic, "online", NOON + 160, true);
+  EXPECT_THAT(table.changes(NOON + 160), HasSubstr(R"("online":"online","silent":true)"));
+  take(topic, "online", NOON + 161);
+  EXPECT_THAT(table.changes(NOON + 161), HasSubstr(R"("silent":false)"));
+}
+
 TEST_F(SiteTableTest, SiteIsOnlineWhileOneOfTwoBrokersSaysSo) {
   const std::string topic = "sites/north/SentrelVideo/device";
   table.take(0, topic, "online", NOON);
