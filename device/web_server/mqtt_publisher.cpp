@@ -41,6 +41,7 @@ struct MqttPublisher::Connection {
   int refusal = 0;
   std::vector<int> acknowledged;  // messages, since settle()
   int lastAcknowledged = 0;
+  int awaited = 0;    // the last "online", until it is acknowledged
   std::string fault;  // what the library told last; it knows more than its results
 
   explicit Connection(const std::string& site)
@@ -243,7 +244,9 @@ void MqttPublisher::serve(Connection* connection, const BrokerAddress& host) {
       announced = true;
     }
     if (announced && Clock::now() >= repetition) {
-      tellAgain(connection);
+      if (!tellAgain(connection)) {
+        return fail("nothing is acknowledged");
+      }
       repetition = Clock::now() + settings.repeat;
     }
     if (!announced && Clock::now() > deadline) {
@@ -275,12 +278,18 @@ void MqttPublisher::tellAll(Connection* connection) {
   for (const auto& [topic, payload] : retained) {
     send(client, topic, payload, MQTT_ONCE, true);
   }
-  send(client, availability, ONLINE, MQTT_ONCE, true);
+  connection->awaited = send(client, availability, ONLINE, MQTT_ONCE, true);
 }
 
-void MqttPublisher::tellAgain(Connection* connection) {
+// Not to a host that answers but has acknowledged no "online" since: what it is told would only
+// pile up, and an alarm would wait for ever.
+bool MqttPublisher::tellAgain(Connection* connection) {
+  if (connection->awaited != 0) {
+    return false;
+  }
   const LockGuard lock(mutex);
   tellAll(connection);
+  return true;
 }
 
 // Devices that have come back together tell theirs again at different times.
@@ -297,6 +306,9 @@ void MqttPublisher::settle(Connection* connection) {
     return;
   }
   connection->lastAcknowledged = messages.back();
+  if (std::ranges::count(messages, connection->awaited) > 0) {
+    connection->awaited = 0;
+  }
   const LockGuard lock(mutex);
   std::vector<std::int64_t> alarms;
   for (const int message : messages) {

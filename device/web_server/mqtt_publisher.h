@@ -48,7 +48,8 @@ class MqttPublisher {
     // For a broker's answer to a new connection.
     std::chrono::milliseconds patience = std::chrono::seconds(10);
     // After it all that is retained is told again, and "online": a cluster may acknowledge what it
-    // has not stored, and who dies together with its broker has no last will but its silence.
+    // has not stored, and who dies together with its broker has no last will but its silence. A
+    // host that has not acknowledged them by the next time is left.
     std::chrono::milliseconds repeat = std::chrono::seconds(60);
   };
 
@@ -95,7 +96,7 @@ class MqttPublisher {
   void settle(Connection* connection) EXCLUDES(mutex);
   void announce(Connection* connection) EXCLUDES(mutex);
   void tellAll(Connection* connection) REQUIRES(mutex);
-  void tellAgain(Connection* connection) EXCLUDES(mutex);
+  bool tellAgain(Connection* connection) EXCLUDES(mutex);
   Clock::time_point firstRepetition();
   void leave(Connection* connection) EXCLUDES(mutex);
   bool isStopping() EXCLUDES(mutex);

@@ -497,6 +497,18 @@ TEST_F(MqttPublisherTest, HostThatIsSilentHasRefusedUntilAnotherOneTakesTheDevic
   EXPECT_EQ(0, publisher.getHealth().refusals);
 }
 
+TEST_F(MqttPublisherTest, HostThatAcknowledgesNothingIsLeftForTheNextOne) {
+  const SilentBroker forgetful(SilentBroker::Word::allButAcknowledgements);
+  const Broker other;
+  MqttPublisher::Settings settings = settingsFor({forgetful.getPort(), other.getPort()});
+  settings.repeat = Milliseconds(100);
+  MqttPublisher publisher(settings);
+  publisher.alarm("a", "1");
+  Subscriber subscriber(other.getPort());
+  EXPECT_TRUE(subscriber.sees("a", "1"));
+  EXPECT_TRUE(tells(publisher, ": nothing is acknowledged"));
+}
+
 TEST_F(MqttPublisherTest, HealthTellsTheConnection) {
   Broker broker;
   MqttPublisher publisher(settingsFor({broker.getPort()}));
