@@ -29,12 +29,9 @@ constexpr char SEQUENCE[] = "Nats-Sequence";
 constexpr char SUBJECT[] = "Nats-Subject";
 constexpr char TIME[] = "Nats-Time-Stamp";
 constexpr std::int64_t ANSWER_MS = 2000;
-constexpr std::chrono::seconds ENOUGH(2);  // after which nothing more is begun
-constexpr std::chrono::seconds PATIENCE(8);
-constexpr std::uint64_t MOST_MESSAGES = 100000;  // read for one answer
-constexpr std::uint64_t FIRST_STEP = 4096;       // numbers of messages to look back
-constexpr std::uint64_t GROWTH = 4;              // of the steps
-constexpr std::uint64_t WALKERS = 1024;          // that ask at the same time
+constexpr std::uint64_t FIRST_STEP = 4096;  // numbers of messages to look back
+constexpr std::uint64_t GROWTH = 4;         // of the steps
+constexpr std::uint64_t WALKERS = 1024;     // that ask at the same time
 
 using OptionsPtr = std::unique_ptr<natsOptions, GDeleter<natsOptions_Destroy>>;
 using ConnectionPtr = std::unique_ptr<natsConnection, GDeleter<natsConnection_Destroy>>;
@@ -104,10 +101,11 @@ class Stream {
     return take().second;
   }
 
-  // All of the subject with these numbers; several ways at once, as each answer names its next
-  // question.
-  void each(std::uint64_t first, std::uint64_t last, const std::string& subject,
-            const std::function<void(const KeptMessage&)>& told) {
+  // All of the subject with these numbers, in no order; several ways at once, as each answer names
+  // its next question. Whether it is all of them: told returns whether it wants another one. Who
+  // wants none has answers to come, and nothing more to ask.
+  bool each(std::uint64_t first, std::uint64_t last, const std::string& subject,
+            const std::function<bool(const KeptMessage&)>& told) {
     const std::uint64_t share = (last - first) / WALKERS + 1;
     std::vector<std::uint64_t> ends;
     for (std::uint64_t begin = first; begin <= last; begin += share) {
@@ -117,8 +115,8 @@ class Stream {
     for (std::size_t walking = ends.size(); walking > 0;) {
       const auto [walker, message] = take();
       const std::uint64_t end = ends.at(walker);
-      if (message && message->number <= end) {
-        told(*message);
+      if (message && message->number <= end && !told(*message)) {
+        return false;
       }
       if (message && message->number < end) {
         askNext(walker, message->number + 1, subject);
@@ -126,6 +124,7 @@ class Stream {
         --walking;
       }
     }
+    return true;
   }
 
  private:
@@ -141,9 +140,6 @@ class Stream {
 
   // Who has asked, and the message that he is given.
   std::pair<std::size_t, std::optional<KeptMessage>> take() {
-    if (Clock::now() > deadline) {
-      throw std::runtime_error("it takes too long");
-    }
     natsMsg* received = nullptr;
     check(natsSubscription_NextMsg(&received, answers.get(), ANSWER_MS));
     const MessagePtr message(received);
@@ -164,13 +160,18 @@ class Stream {
                                     static_cast<std::size_t>(natsMsg_GetDataLength(received))}}};
   }
 
-  const Clock::time_point deadline = Clock::now() + PATIENCE;
   ConnectionPtr connection;
   InboxPtr inbox;
   SubscriptionPtr answers;
 };
 
-std::string answerOf(const std::vector<JsonAutoPtr>& alarms, const std::string& since) {
+std::string answerOf(const AlarmHistory& history, std::string since) {
+  std::vector<JsonAutoPtr> alarms = history.last(HistoryReader::MOST + 1);
+  if (alarms.size() > HistoryReader::MOST) {
+    // There are more after that time than are told.
+    alarms.erase(alarms.begin());
+    since = textOf(alarms.front().get(), "time");
+  }
   const JsonAutoPtr json(json_object());
   json_object_set_new(json.get(), "since", jsonText(since));
   json_t* list = json_array();
@@ -192,7 +193,8 @@ WebAnswer refusal(const std::string& reason) {
 
 }  // namespace
 
-HistoryReader::HistoryReader(HistoryAccess access) : access(std::move(access)) {
+HistoryReader::HistoryReader(HistoryAccess access, Bounds bounds)
+    : access(std::move(access)), bounds(bounds) {
   thread = std::thread(&HistoryReader::run, this);
 }
 
@@ -264,7 +266,6 @@ std::optional<std::string> HistoryReader::nextQuestion() {
 WebAnswer HistoryReader::read(const std::string& site) const {
   const std::string subject = subjectOf(site.empty() ? "*" : site);
   const std::string any = subjectOf("*");
-  const Clock::time_point enough = Clock::now() + ENOUGH;
   try {
     Stream stream(access);
     const std::optional<KeptMessage> first = stream.next(1, any);
@@ -272,22 +273,29 @@ WebAnswer HistoryReader::read(const std::string& site) const {
     if (!first || !last) {
       return {.body = answerOf({}, isoTime(g_get_real_time()))};
     }
+    const Clock::time_point enough = Clock::now() + bounds.time;
     AlarmHistory history;
     std::uint64_t count = 0;
     std::uint64_t begin = last->number + 1;
-    for (std::uint64_t step = FIRST_STEP; begin > first->number && count < MOST_MESSAGES &&
-                                          Clock::now() < enough && history.last(MOST).size() < MOST;
+    std::string since = last->time;
+    bool isWhole = true;
+    for (std::uint64_t step = FIRST_STEP;
+         isWhole && begin > first->number && count < bounds.messages && Clock::now() < enough &&
+         history.last(MOST).size() < MOST;
          step *= GROWTH) {
-      const std::uint64_t from = std::max(first->number, begin - std::min(begin, step));
-      stream.each(from, begin - 1, subject, [&](const KeptMessage& message) {
+      // Of all sites, each number is a message to be read.
+      const std::uint64_t most = site.empty() ? std::min(step, bounds.messages - count) : step;
+      const std::uint64_t from = std::max(first->number, begin - std::min(begin, most));
+      isWhole = stream.each(from, begin - 1, subject, [&](const KeptMessage& message) {
         history.take(message.subject, message.payload);
-        ++count;
+        return ++count <= bounds.messages && Clock::now() < enough;
       });
-      begin = from;
+      if (isWhole) {
+        begin = from;
+        since = stream.next(begin, any).value_or(*last).time;
+      }
     }
-    const std::optional<KeptMessage> earliest = stream.next(begin, any);
-    return {.body =
-                answerOf(history.last(MOST), inMilliseconds((earliest ? earliest : last)->time))};
+    return {.body = answerOf(history, inMilliseconds(since))};
   } catch (const std::exception& error) {
     return refusal(std::string("The history cannot be read: ") + error.what());
   }

@@ -1,6 +1,7 @@
 #ifndef DEVICE_FLEET_HISTORY_READER_H
 #define DEVICE_FLEET_HISTORY_READER_H
 
+#include <chrono>
 #include <cstdint>
 #include <deque>
 #include <functional>
@@ -35,7 +36,14 @@ class HistoryReader {
   static constexpr std::size_t MOST = 500;
   static constexpr std::size_t MOST_WAITING = 64;  // questions
 
-  explicit HistoryReader(HistoryAccess access);
+  // Of one answer; with the first of them nothing more is read.
+  struct Bounds {
+    std::uint64_t messages = 100000;
+    std::chrono::milliseconds time = std::chrono::seconds(2);
+  };
+
+  explicit HistoryReader(HistoryAccess access) : HistoryReader(std::move(access), Bounds()) {}
+  HistoryReader(HistoryAccess access, Bounds bounds);
   HistoryReader(const HistoryReader&) = delete;
   HistoryReader& operator=(const HistoryReader&) = delete;
 
@@ -54,6 +62,7 @@ class HistoryReader {
   WebAnswer read(const std::string& site) const;
 
   const HistoryAccess access;
+  const Bounds bounds;
   std::map<std::string, std::vector<WebServer::Reply>> waiting;  // by site
   std::size_t waitingCount = 0;
   Mutex mutex;

@@ -124,12 +124,40 @@ TEST(HistoryReaderTest, AlarmsOfAllAndOfOneAreRead) {
   HistoryReader reader({.port = node.getPort(), .password = "word"});
   const WebAnswer all = ask(&reader, "");
   EXPECT_EQ(200u, all.status);
-  EXPECT_THAT(all.body, AllOf(HasSubstr(R"({"since":"20)"), HasSubstr(R"("site":"south")"),
+  EXPECT_THAT(all.body, AllOf(HasSubstr(R"({"since":"1702")"), HasSubstr(R"("site":"south")"),
                               HasSubstr(R"("time":"2200")"), HasSubstr(R"("time":"1702")"),
                               Not(HasSubstr(R"("time":"1701")")), Not(HasSubstr("state"))));
   const WebAnswer one = ask(&reader, "south");
+  EXPECT_THAT(one.body, HasSubstr(R"({"since":"20)"));
   EXPECT_THAT(one.body, HasSubstr(R"("alarms":[{"site":"south","alarm":"CameraANY","nice":"",)"
                                   R"("time":"2201","active":true}]})"));
+}
+
+std::size_t alarmsIn(const WebAnswer& answer) {
+  std::size_t count = 0;
+  for (std::size_t at = answer.body.find("\"site\""); at != std::string::npos;
+       at = answer.body.find("\"site\"", at + 1)) {
+    ++count;
+  }
+  return count;
+}
+
+TEST(HistoryReaderTest, NoMoreIsReadThanTheBoundsAllow) {
+  Node node;
+  node.keepAlarms();
+  for (int number = 1; number <= 5000; ++number) {
+    node.tell("north", "Camera1ProfileANY", number);
+  }
+  node.complete();
+  const HistoryAccess access{.port = node.getPort(), .password = "word"};
+  HistoryReader few(access, {.messages = 100});
+  EXPECT_EQ(100u, alarmsIn(ask(&few, "")));
+  EXPECT_GE(101u, alarmsIn(ask(&few, "north")));
+  HistoryReader hurried(access, {.time = std::chrono::milliseconds(1)});
+  const WebAnswer answer = ask(&hurried, "");
+  EXPECT_EQ(200u, answer.status);
+  EXPECT_GT(HistoryReader::MOST, alarmsIn(answer));
+  EXPECT_THAT(answer.body, HasSubstr(R"({"since":"20)"));
 }
 
 TEST(HistoryReaderTest, WhatCannotBeReadIsTold) {

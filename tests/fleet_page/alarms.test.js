@@ -77,6 +77,19 @@ test('the history of all and of one site is read, and what happens then is added
   assert.deepEqual(asked, ['history', 'changed', 'history?site=north', 'changed']);
 });
 
+test('what had to go is a gap, and the words say since when there is none', async () => {
+  const { histories } = historiesOf({
+    history: [200, { since: '2026-01-01T12:00:00.000Z', alarms: [alarm('2026-01-01T12:30:00.000Z')] }],
+  });
+  histories.readAgain();
+  await tick();
+  const minute = (number) => `2026-01-02T${10 + Math.floor(number / 60)}:${10 + (number % 50)}:00.${number}Z`;
+  histories.add(Array.from({ length: 499 }, (_, number) => alarm(minute(number))));
+  assert.equal(histories.words, 'since 2026-01-01 12:00');
+  histories.add([alarm('2026-01-03T12:00:00.000Z')]);
+  assert.equal(histories.words, 'since 2026-01-02 10:10');
+});
+
 test('where no history is kept nothing is said of it, and one that cannot be read is told', async () => {
   const none = historiesOf({ history: [404, {}] });
   none.histories.readAgain();

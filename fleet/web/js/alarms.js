@@ -7,6 +7,7 @@ export const keyOf = (alarm) => [alarm.time, alarm.site, alarm.alarm, alarm.acti
 
 export class Alarms {
   #alarms = new Map(); // by key
+  #isCut = false;
 
   /** What is there already counts once; the latest are kept. */
   add(alarms) {
@@ -15,7 +16,13 @@ export class Alarms {
     }
     if (this.#alarms.size > MOST) {
       this.#alarms = new Map(this.list('').map((alarm) => [keyOf(alarm), alarm]));
+      this.#isCut = true;
     }
+  }
+
+  /** The earliest time that is kept, once earlier ones had to go; otherwise empty. */
+  get cutAt() {
+    return this.#isCut ? this.list('').at(-1).time : '';
   }
 
   /** The latest first: those whose site, name or topic has the text. */

@@ -2,10 +2,11 @@
 
 import { Alarms } from './alarms.js';
 
+const FAULT = 'the history cannot be read';
 const words = (since) => `since ${since.slice(0, 16).replace('T', ' ')}`;
 
 export class Histories {
-  #all = { alarms: new Alarms(), words: '' };
+  #all = { alarms: new Alarms(), since: '', fault: '' };
   #one; // of the chosen site
   #site = '';
   #changed;
@@ -28,7 +29,8 @@ export class Histories {
 
   /** For a reader: since when they are complete; empty where that is not known. */
   get words() {
-    return this.#present.words;
+    const { alarms, since, fault } = this.#present;
+    return fault || (since && words(since > alarms.cutAt ? since : alarms.cutAt));
   }
 
   /** What has just happened, somewhere. */
@@ -45,7 +47,7 @@ export class Histories {
     this.#site = site;
     this.#one = undefined;
     if (site) {
-      this.#one = { alarms: new Alarms(), words: '' };
+      this.#one = { alarms: new Alarms(), since: '', fault: '' };
       this.#one.alarms.add(this.#all.alarms.list('').filter((alarm) => alarm.site === site));
       this.#ask(this.#one, `history?site=${encodeURIComponent(site)}`);
     }
@@ -67,9 +69,10 @@ export class Histories {
       }
       const told = answer.ok ? await answer.json() : undefined;
       place.alarms.add(told?.alarms ?? []);
-      place.words = told ? words(told.since) : 'the history cannot be read';
+      place.since = told?.since ?? place.since;
+      place.fault = told ? '' : FAULT;
     } catch {
-      place.words = 'the history cannot be read';
+      place.fault = FAULT;
     }
     this.#changed();
   }

@@ -3,7 +3,6 @@ import { Histories } from './histories.js';
 import { Rows } from './rows.js';
 import { Sites, statusOf, wordsOf } from './sites.js';
 
-const ALARMS_SHOWN = 100;
 const REFRESH = 30000; // milliseconds, for the words that tell a time
 
 const byId = (name) => document.querySelector(`[data-testid="${name}"]`);
@@ -71,7 +70,7 @@ function alarmRow(alarm) {
 function drawAlarms() {
   const wanted = byId('alarm-search').value.trim();
   histories.choose(sites.get(wanted) ? wanted : '');
-  const list = histories.shown.list(byId('alarm-search').value).slice(0, ALARMS_SHOWN);
+  const list = histories.shown.list(byId('alarm-search').value);
   setText(byId('alarms-since'), histories.words);
   const signature = JSON.stringify(list.map((alarm) => [alarm, sites.get(alarm.site)?.url]));
   if (signature === drawnAlarms) {
