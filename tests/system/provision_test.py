@@ -72,6 +72,13 @@ class ProvisionTest(RunTest):
         except urllib.error.HTTPError:
             return None  # the web server is there before the daemon is
 
+    def before(self, name):
+        """What the playbook has kept of a site: its profiles' names, or None."""
+        path = self.folder / f"{name}.before.json"
+        if not path.exists():
+            return None
+        return [profile["name"] for profile in json.loads(path.read_text("utf-8"))["profiles"]]
+
     def names(self, name):
         return [profile["name"] for profile in self.configuration(name)["profiles"]]
 
@@ -86,12 +93,17 @@ class ProvisionTest(RunTest):
         status, text, told = self.play(wanted, "--check", "--diff", "-vvv")
         self.assertEqual((0, {"plain": (1, 0), "motor": (1, 0)}), (status, told), text)
         self.assertIn('+            "name": "Gate"', text)
-        self.assertNotIn("Gate", self.names("plain"))
+        first = self.names("plain")
+        self.assertNotIn("Gate", first)
+        self.assertIsNone(self.before("plain"))
 
         status, text, told = self.play(wanted)
         self.assertEqual((0, {"plain": (1, 0), "motor": (1, 0)}), (status, told), text)
         self.assertEqual(["Gate"], self.names("plain"))
         self.assertEqual([], self.configuration("motor")["profiles"][0]["presets"])
+        self.assertEqual(first, self.before("plain"))
+        motor_first = self.before("motor")
+        self.assertNotIn("Yard", motor_first)
 
         # What is there already stays; a refusal ends it before the next site.
         status, text, told = self.play({"motor": profile("Yard"), "plain": profile("Gate", camera=7),
@@ -100,6 +112,7 @@ class ProvisionTest(RunTest):
         self.assertIn("2002", text)
         self.assertEqual(["Gate"], self.names("plain"))
         self.assertEqual(["Yard"], self.names("motor"))
+        self.assertEqual(motor_first, self.before("motor"))  # it was not changed
 
 
 if __name__ == "__main__":
