@@ -1,13 +1,25 @@
 """What script/fleet makes of hosts and sites."""
 
+import importlib.machinery
+import importlib.util
 import pathlib
 import re
+import socket
 import subprocess
+import sys
 import tempfile
 import unittest
 
 REPOSITORY = pathlib.Path(__file__).resolve().parents[2]
 HOSTS = {"nats": "n1=10.0.0.1,n2=10.0.0.2,n3=10.0.0.3", "mosquitto": "m1=10.0.0.1,m2=broker.lan"}
+
+
+def load():
+    sys.dont_write_bytecode = True
+    loader = importlib.machinery.SourceFileLoader("fleet", str(REPOSITORY / "script" / "fleet"))
+    module = importlib.util.module_from_spec(importlib.util.spec_from_loader("fleet", loader))
+    loader.exec_module(module)
+    return module
 
 
 class FleetTest(unittest.TestCase):
@@ -102,6 +114,27 @@ class FleetTest(unittest.TestCase):
         result = subprocess.run(["nats-server", "-c", configuration, "-t"], capture_output=True,
                                 text=True, check=False)
         self.assertEqual(0, result.returncode, result.stderr)
+
+    def test_history_that_is_kept_already_takes_other_bounds(self):
+        node = self.out / "node"
+        node.mkdir(parents=True)
+        with socket.socket() as probe:
+            probe.bind(("127.0.0.1", 0))
+            port = probe.getsockname()[1]
+        (node / "keeper").write_text(f"{port} word\n", encoding="utf-8")
+        (node / "conf").write_text(
+            f'listen: "127.0.0.1:{port}"\njetstream {{ store_dir: "{node}" }}\n'
+            'authorization { users: [{ user: "keeper", password: "word" }] }\n', encoding="utf-8")
+        server = subprocess.Popen(["nats-server", "-c", node / "conf"], stderr=subprocess.DEVNULL)
+        self.addCleanup(server.wait)
+        self.addCleanup(server.kill)
+        fleet = load()
+        fleet.PATIENCE = 10
+        for bound in (2**28, 2**28, 2**29):  # new, as it is, and another one
+            fleet.ALARMS["max_bytes"] = bound
+            fleet.keep_alarms(node, 1)
+            with fleet.keeper_of(node) as keeper:
+                self.assertEqual(bound, keeper.ask("STREAM.INFO.ALARMS")["config"]["max_bytes"])
 
     def test_keys_are_for_their_owner_alone(self):
         self.make()
