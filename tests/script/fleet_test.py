@@ -71,8 +71,13 @@ class FleetTest(unittest.TestCase):
         self.assertIn('{ user: "CN=south_2,O=fleet", permissions: '
                       '{ publish: ["sites.south_2.>"], subscribe: { deny: ">" } } }',
                       self.read("n1/sites.conf"))
-        self.make(brokers="mosquitto")
-        self.assertIn("pattern write sites/%u/#", self.read("m1/sites.acl"))
+        self.make(self.sites_file("north", "south_2"), brokers="mosquitto")
+        self.assertEqual(["user north", "topic write sites/north/#", "user south_2",
+                          "topic write sites/south_2/#", "user viewer", "topic read sites/#"],
+                         [line for line in self.read("m1/sites.acl").splitlines()
+                          if not line.startswith("#")])
+        self.make(self.sites_file("north"), brokers="mosquitto")  # one has been withdrawn
+        self.assertNotIn("south_2", self.read("m2/sites.acl"))
         self.assertNotIn("anonymous true", self.read("m1/mosquitto.conf"))
         self.assertIn("require_certificate true", self.read("m2/mosquitto.conf"))
 
