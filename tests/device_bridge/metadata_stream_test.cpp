@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "device_bridge/scripted_rtsp.h"
+#include "scripted_rtsp.h"
 #include "support/main_loop.h"
 
 namespace device::onvif {
