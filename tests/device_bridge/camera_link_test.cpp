@@ -98,7 +98,7 @@ TEST_F(CameraLinkTest, StreamThatIsClosedAfterTwoSecondsHasLived) {
   rtsp.life = 2000000;
   start(CameraLink::Patience());
   ASSERT_TRUE(isTold(1));
-  ASSERT_TRUE(iterateUntil([this] { return rtsp.played == 2 || losses > 0; }));
+  ASSERT_TRUE(iterateUntil([this] { return rtsp.played == 2; }));
   EXPECT_EQ(1, asked("GetStreamUri")) << "it is opened where it was";
 }
 
