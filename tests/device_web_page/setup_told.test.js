@@ -9,11 +9,15 @@ import {
   indexOfCamera,
   nextStep,
   pairOf,
+  picturesOf,
   plainTrouble,
   toldOfCalibration,
   toldOfCamera,
   toldOfHead,
+  toldOfObjects,
+  toldOfZoomTable,
   verticalAngle,
+  wordsOfObjects,
 } from '../../device/web/js/setup-told.js';
 
 const EMPTY = {
@@ -26,6 +30,8 @@ const EMPTY = {
   sensorWidth: NaN,
   invertPan: false,
   invertTilt: false,
+  homePan: NaN,
+  homeTilt: NaN,
 };
 
 test('a pair needs both of its numbers', () => {
@@ -34,12 +40,76 @@ test('a pair needs both of its numbers', () => {
   assert.equal(pairOf(2.5, NaN), undefined);
 });
 
-test('what is not entered is not told of the head', () => {
-  assert.deepEqual(toldOfHead(EMPTY), {});
-  assert.deepEqual(toldOfHead({ ...EMPTY, tiltLow: -90, tiltHigh: 20, invertPan: true }), {
+test('what is cleared is taken away from the head', () => {
+  const nothing = {
+    field_angles: null,
+    pan_range: null,
+    tilt_range: null,
+    sensor_width: null,
+    invert_pan: false,
+    invert_tilt: false,
+    home: null,
+  };
+  assert.deepEqual(toldOfHead(EMPTY), nothing);
+  const entered = { tiltLow: -90, tiltHigh: 20, invertPan: true, homePan: 10, homeTilt: -5 };
+  assert.deepEqual(toldOfHead({ ...EMPTY, ...entered }), {
+    ...nothing,
     tilt_range: [-90, 20],
     invert_pan: true,
+    home: [10, -5],
   });
+});
+
+test('a zoom table is told when it is another one than is kept', () => {
+  const table = [
+    [0, 60],
+    [0.5, 20],
+  ];
+  assert.deepEqual(toldOfZoomTable('0 60\n0.5 20\n', table), {});
+  assert.deepEqual(toldOfZoomTable('', undefined), {});
+  assert.deepEqual(toldOfZoomTable('', table), { zoom_table: null });
+  assert.deepEqual(toldOfZoomTable(' 0, 60\n\n1 3', table), {
+    zoom_table: [
+      [0, 60],
+      [1, 3],
+    ],
+  });
+  assert.throws(() => toldOfZoomTable('0 60 1', table), /in each line/);
+  assert.throws(() => toldOfZoomTable('wide 60', table), /in each line/);
+  assert.equal(fieldsOfHead({ zoom_table: table })['head-zoom-table'], '0 60\n0.5 20');
+});
+
+test('how objects are understood is told, and taken away when it is cleared', () => {
+  const empty = { pixelsWide: NaN, pixelsHigh: NaN, classes: '', likelihood: NaN, leastDelay: NaN };
+  const nothing = { pixels: null, classes: null, likelihood: null, least_delay: null };
+  assert.deepEqual(toldOfObjects(empty), nothing);
+  const told = toldOfObjects({
+    pixelsWide: 640,
+    pixelsHigh: 360,
+    classes: 'Human, Vehicle,',
+    likelihood: 0.4,
+    leastDelay: 0.25,
+  });
+  const known = { pixels: [640, 360], classes: ['Human', 'Vehicle'], likelihood: 0.4, least_delay: 0.25 };
+  assert.deepEqual(told, known);
+  const fields = fieldsOfCamera({ ...GATE, ...known, horizontal_fov: 60 });
+  assert.equal(fields['camera-pixels-high'], 360);
+  assert.equal(fields['camera-classes'], 'Human, Vehicle');
+  assert.equal(fields['camera-likelihood'], 0.4);
+  assert.equal(fields['camera-least-delay'], 0.25);
+});
+
+test('a fixed camera with a zoom by motor is an overview camera, the head is none', () => {
+  const [head, zoom, plain] = [
+    { token: 'head', head: true, picture: true },
+    { token: 'zoom', head: true, picture: true },
+    { token: 'plain', head: false, picture: true },
+  ];
+  const sound = { token: 'sound', head: false, picture: false };
+  const tokens = (profiles, settings) =>
+    picturesOf({ address: GATE.address, profiles }, settings).map(({ token }) => token);
+  assert.deepEqual(tokens([zoom, plain, sound], { head: HEAD }), ['plain', 'zoom']);
+  assert.deepEqual(tokens([head, plain], { head: { ...HEAD, address: GATE.address } }), ['plain']);
 });
 
 test('the angle from bottom to top follows from the picture', () => {
@@ -78,7 +148,11 @@ test('metadata that are off are told apart from a camera without analytics', () 
 
 const HEAD = { address: 'http://10.0.0.1/onvif/device_service', profile: 'head' };
 const GATE = { address: 'http://10.0.0.2:81/onvif/device_service', profile: 'one', name: 'Gate' };
-const moving = { running: false, profiles: [{ head: true, picture: true }] };
+const moving = {
+  running: false,
+  address: HEAD.address,
+  profiles: [{ head: true, picture: true }],
+};
 const fixed = { running: false, profiles: [{ head: false, picture: true }] };
 
 test('what is to be done next follows from what there is', () => {
@@ -120,7 +194,15 @@ test('a name that is changed leaves the calibration as it is', () => {
   const unchanged = { name: 'Door', angle: fields['camera-angle'] };
   assert.deepEqual(toldOfCamera(unchanged, picture, known), { name: 'Door' });
   assert.equal(toldOfCamera({ name: 'Door', angle: 60 }, picture, known).horizontal_fov, 60);
-  assert.deepEqual(fieldsOfCamera(undefined), { 'camera-name': 'Overview', 'camera-angle': 60 });
+  assert.equal(fieldsOfCamera(undefined)['camera-name'], 'Overview');
+  assert.equal(fieldsOfCamera(undefined)['camera-angle'], 60);
+});
+
+test('objects are told as they come, of a camera that is taken', () => {
+  assert.match(wordsOfObjects(0, undefined), /once it is an overview camera/);
+  assert.match(wordsOfObjects(1, undefined), /no objects yet/);
+  assert.equal(wordsOfObjects(1, [{}]), 'It tells 1 object now.');
+  assert.equal(wordsOfObjects(2, []), 'It tells 0 objects now.');
 });
 
 test('what the settings refuse is told in plain words', () => {

@@ -1,6 +1,7 @@
 /** Sets cameras and head up: setup.html. */
 
-import { byTestId, h, setText } from './dom.js';
+import { byTestId, h, setText, svg } from './dom.js';
+import { listen } from './live.js';
 import { callSetUp } from './setup-api.js';
 import {
   adviceOf,
@@ -10,9 +11,13 @@ import {
   indexOfCamera,
   isCalibrated,
   nextStep,
+  picturesOf,
   plainTrouble,
   toldOfCamera,
   toldOfHead,
+  toldOfObjects,
+  toldOfZoomTable,
+  wordsOfObjects,
 } from './setup-told.js';
 
 const BUSY = 400; // milliseconds between two looks while something is being done
@@ -35,9 +40,17 @@ const ENTERED = [
   'head-sensor-width',
   'head-invert-pan',
   'head-invert-tilt',
+  'head-home-pan',
+  'head-home-tilt',
+  'head-zoom-table',
   'camera-profile',
   'camera-name',
   'camera-angle',
+  'camera-pixels-wide',
+  'camera-pixels-high',
+  'camera-classes',
+  'camera-likelihood',
+  'camera-least-delay',
 ];
 
 let state = null;
@@ -122,10 +135,9 @@ function showFound({ running, cameras }) {
   );
 }
 
-function fillProfiles(id, profiles, isWanted) {
-  const wanted = profiles.filter(isWanted);
+function fillProfiles(id, profiles) {
   byTestId(id).replaceChildren(
-    ...wanted.map(({ token, name }) => h('option', { value: token }, name || token)),
+    ...profiles.map(({ token, name }) => h('option', { value: token }, name || token)),
   );
 }
 
@@ -133,12 +145,19 @@ function showCamera(camera) {
   const waits = camera?.running ? [`Looks at ${camera.address} …`] : [];
   showList('find-words', camera?.words.length ? camera.words : waits);
   byTestId('find-inspect').disabled = Boolean(camera?.running);
-  const key = camera && !camera.running ? JSON.stringify([camera.address, camera.profiles]) : null;
+  const { head } = state.settings;
+  const key =
+    camera && !camera.running
+      ? JSON.stringify([camera.address, camera.profiles, head?.address])
+      : null;
   if (key === shownCamera) return;
   shownCamera = key;
   const profiles = camera?.profiles ?? [];
-  fillProfiles('head-profile', profiles, ({ head }) => head);
-  fillProfiles('camera-profile', profiles, ({ picture, head }) => picture && !head);
+  fillProfiles(
+    'head-profile',
+    profiles.filter((profile) => profile.head),
+  );
+  fillProfiles('camera-profile', camera ? picturesOf(camera, state.settings) : []);
   if (profiles.length) fillFields(camera.address);
 }
 
@@ -176,6 +195,8 @@ function keepDraft() {
     const field = byTestId(id);
     draft.values[id] = field.type === 'checkbox' ? field.checked : field.value;
   }
+  // An address with a user and a password in it is refused, and kept nowhere.
+  if (draft.values['find-address'].includes('@')) draft.values['find-address'] = '';
   sessionStorage.setItem(DRAFT, JSON.stringify(draft));
 }
 
@@ -234,6 +255,9 @@ function showSettings({ settings }) {
   showItems('cameras-list', settings.cameras ?? [], () => (settings.cameras ?? []).map(cameraItem));
   const height = byTestId('mast-height');
   if (document.activeElement !== height && !height.value) height.value = settings.mast_height ?? 5;
+  const following = byTestId('general-following');
+  const kept = settings.following ?? 'predictive';
+  if (following.dataset.kept !== kept) following.value = following.dataset.kept = kept;
 }
 
 function cameraItem(camera, i) {
@@ -269,6 +293,7 @@ async function look() {
   showMetadata(state.metadata);
   showSettings(state);
   showTroubles();
+  showObjects();
 }
 
 async function watch() {
@@ -306,6 +331,21 @@ async function showPicture() {
   setTimeout(showPicture, PICTURE);
 }
 
+const framesOf = new Map(); // the last one, by the number of its camera
+
+/** What the camera that is looked at tells, once it is one of the settings'. */
+function showObjects() {
+  const profile = chosen('camera-profile');
+  const number = profile ? knownIndex() + 1 : 0;
+  const objects = framesOf.get(number)?.objects;
+  setText(byTestId('camera-objects'), profile ? wordsOfObjects(number, objects) : '');
+  byTestId('camera-outlines').replaceChildren(
+    ...(number > 0 ? (objects ?? []) : []).map(({ polygon }) =>
+      svg('polygon', { class: 'outline', points: polygon.map(([x, y]) => `${x},${-y}`).join(' ') }),
+    ),
+  );
+}
+
 function inspect(which) {
   return act('find', () => callSetUp('inspect', which));
 }
@@ -336,20 +376,41 @@ byTestId('head-check').addEventListener('click', () =>
   ),
 );
 byTestId('head-stop').addEventListener('click', () => act('head', () => callSetUp('stopCheck')));
-onSubmit('head-form', () => {
-  const told = toldOfHead({
-    fieldIn: number('head-field-in'),
-    fieldOut: number('head-field-out'),
-    panLow: number('head-pan-low'),
-    panHigh: number('head-pan-high'),
-    tiltLow: number('head-tilt-low'),
-    tiltHigh: number('head-tilt-high'),
-    sensorWidth: number('head-sensor-width'),
-    invertPan: byTestId('head-invert-pan').checked,
-    invertTilt: byTestId('head-invert-tilt').checked,
+function headEntered() {
+  const known = state.settings.head;
+  const former = known?.address === state.camera?.address ? known : {};
+  return {
+    ...toldOfHead({
+      fieldIn: number('head-field-in'),
+      fieldOut: number('head-field-out'),
+      panLow: number('head-pan-low'),
+      panHigh: number('head-pan-high'),
+      tiltLow: number('head-tilt-low'),
+      tiltHigh: number('head-tilt-high'),
+      sensorWidth: number('head-sensor-width'),
+      invertPan: byTestId('head-invert-pan').checked,
+      invertTilt: byTestId('head-invert-tilt').checked,
+      homePan: number('head-home-pan'),
+      homeTilt: number('head-home-tilt'),
+    }),
+    ...toldOfZoomTable(byTestId('head-zoom-table').value, former.zoom_table),
+  };
+}
+
+function objectsEntered() {
+  return toldOfObjects({
+    pixelsWide: number('camera-pixels-wide'),
+    pixelsHigh: number('camera-pixels-high'),
+    classes: byTestId('camera-classes').value,
+    likelihood: number('camera-likelihood'),
+    leastDelay: number('camera-least-delay'),
   });
+}
+
+onSubmit('head-form', () => {
   const profile = byTestId('head-profile').value;
-  act('head', () => callSetUp('useHead', { profile, told }), 'It is kept.');
+  const use = async () => callSetUp('useHead', { profile, told: headEntered() });
+  act('head', use, 'It is kept.');
 });
 byTestId('camera-metadata').addEventListener('click', () =>
   act('camera', () =>
@@ -363,14 +424,17 @@ onSubmit('camera-form', () => {
   const entered = { name: byTestId('camera-name').value, angle: number('camera-angle') };
   const index = knownIndex();
   const known = state.settings.cameras?.[index];
-  const told = toldOfCamera(entered, profile, known);
+  const told = { ...toldOfCamera(entered, profile, known), ...objectsEntered() };
   const which = known ? { number: index + 1 } : { profile: profile.token };
   act('camera', () => callSetUp('useCamera', { ...which, told }), 'It is kept.');
 });
 onSubmit('general-form', () =>
   act(
     'general',
-    () => callSetUp('useGeneral', { told: { mast_height: number('mast-height') } }),
+    () =>
+      callSetUp('useGeneral', {
+        told: { mast_height: number('mast-height'), following: byTestId('general-following').value },
+      }),
     'It is kept.',
   ),
 );
@@ -382,3 +446,13 @@ for (const id of ENTERED) {
 enter(draft.values);
 watch();
 showPicture();
+listen(
+  {
+    model: () => framesOf.clear(), // the cameras may be others
+    frame: (frame) => {
+      framesOf.set(frame.camera, frame);
+      if (state && !document.hidden) showObjects();
+    },
+  },
+  () => {},
+);

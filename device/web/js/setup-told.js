@@ -15,17 +15,50 @@ export function verticalAngle(horizontal, width, height) {
   return degreesOf(2 * Math.atan((Math.tan(radiansOf(horizontal / 2)) * height) / width));
 }
 
-/** Leaves out what is not said: the measured, or what the head tells itself, counts there. */
+const orNull = (number) => (Number.isFinite(number) ? number : null);
+
+/** What is empty is null: the measured, or what the head tells itself, counts there. */
 export function toldOfHead(fields) {
-  const told = {
-    field_angles: pairOf(fields.fieldIn, fields.fieldOut),
-    pan_range: pairOf(fields.panLow, fields.panHigh),
-    tilt_range: pairOf(fields.tiltLow, fields.tiltHigh),
-    sensor_width: Number.isFinite(fields.sensorWidth) ? fields.sensorWidth : undefined,
-    invert_pan: fields.invertPan || undefined,
-    invert_tilt: fields.invertTilt || undefined,
+  return {
+    field_angles: pairOf(fields.fieldIn, fields.fieldOut) ?? null,
+    pan_range: pairOf(fields.panLow, fields.panHigh) ?? null,
+    tilt_range: pairOf(fields.tiltLow, fields.tiltHigh) ?? null,
+    sensor_width: orNull(fields.sensorWidth),
+    invert_pan: fields.invertPan,
+    invert_tilt: fields.invertTilt,
+    home: pairOf(fields.homePan, fields.homeTilt) ?? null,
   };
-  return Object.fromEntries(Object.entries(told).filter(([, value]) => value !== undefined));
+}
+
+/** Lines of a zoom position and the degrees there. */
+export function textOfZoomTable(table) {
+  return (table ?? []).map((point) => point.join(' ')).join('\n');
+}
+
+/**
+ * What was measured counts where the text is as the settings have it.
+ * @throws {Error} with words for the user
+ */
+export function toldOfZoomTable(text, former) {
+  if (text.trim() === textOfZoomTable(former)) return {};
+  const lines = text.split('\n').filter((line) => line.trim());
+  const table = lines.map((line) => line.trim().split(/[\s,;]+/).map(Number));
+  if (!table.every((point) => point.length === 2 && point.every(Number.isFinite))) {
+    throw new Error('Enter a zoom position and the degrees there in each line of the zoom table.');
+  }
+  return { zoom_table: table.length ? table : null };
+}
+
+/** How a camera's objects are understood; what is empty is null. */
+export function toldOfObjects({ pixelsWide, pixelsHigh, classes, likelihood, leastDelay }) {
+  const names = classes.split(',').map((name) => name.trim());
+  const wanted = names.filter(Boolean);
+  return {
+    pixels: pairOf(pixelsWide, pixelsHigh) ?? null,
+    classes: wanted.length ? wanted : null,
+    likelihood: orNull(likelihood),
+    least_delay: orNull(leastDelay),
+  };
 }
 
 /**
@@ -61,6 +94,16 @@ export function adviceOf(profile) {
     : 'This profile finds no objects: switch object analytics on in the camera itself.';
 }
 
+/**
+ * @param {number} number of the camera among the settings', from 1; 0 for none
+ * @param {object[]} [objects] of its last frame
+ */
+export function wordsOfObjects(number, objects) {
+  if (number === 0) return 'Its objects are shown as they come once it is an overview camera.';
+  if (!objects) return 'It has told no objects yet: let somebody walk through its picture.';
+  return `It tells ${objects.length} ${objects.length === 1 ? 'object' : 'objects'} now.`;
+}
+
 /** The host of a camera of the settings, for a person. */
 export function headAddress({ address }) {
   try {
@@ -85,7 +128,10 @@ export function fieldsOfHead(head) {
   const [fieldIn, fieldOut] = head.field_angles ?? [];
   const [panLow, panHigh] = head.pan_range ?? [];
   const [tiltLow, tiltHigh] = head.tilt_range ?? [];
+  const [homePan, homeTilt] = head.home ?? [];
   const numbers = {
+    'head-home-pan': homePan,
+    'head-home-tilt': homeTilt,
     'head-field-in': fieldIn,
     'head-field-out': fieldOut,
     'head-pan-low': panLow,
@@ -98,6 +144,7 @@ export function fieldsOfHead(head) {
     ...Object.fromEntries(Object.entries(numbers).map(([id, value]) => [id, value ?? ''])),
     'head-invert-pan': head.invert_pan ?? false,
     'head-invert-tilt': head.invert_tilt ?? false,
+    'head-zoom-table': textOfZoomTable(head.zoom_table),
     ...(head.profile ? { 'head-profile': head.profile } : {}),
   };
 }
@@ -107,7 +154,22 @@ export function fieldsOfCamera(camera) {
   return {
     'camera-name': camera?.name ?? 'Overview',
     'camera-angle': camera ? roundedAngle(camera.horizontal_fov) : 60,
+    'camera-pixels-wide': camera?.pixels?.[0] ?? '',
+    'camera-pixels-high': camera?.pixels?.[1] ?? '',
+    'camera-classes': camera?.classes?.join(', ') ?? '',
+    'camera-likelihood': camera?.likelihood ?? '',
+    'camera-least-delay': camera?.least_delay ?? '',
   };
+}
+
+/**
+ * Profiles that may be an overview camera's, those that move nothing first: a fixed camera with a zoom
+ * by motor says of its profiles that they move, too. The head's own are none.
+ */
+export function picturesOf({ address, profiles }, { head }) {
+  const isHead = head?.address === address;
+  const may = profiles.filter((profile) => profile.picture && !(isHead && profile.head));
+  return may.toSorted((one, other) => Number(one.head) - Number(other.head));
 }
 
 /** What has to be done next. */
@@ -122,7 +184,7 @@ export function nextStep({ settings, camera, check }) {
   }
   const { cameras = [] } = settings;
   if (!cameras.length) {
-    const isFixed = camera?.profiles.some(({ head, picture }) => picture && !head);
+    const isFixed = camera && picturesOf(camera, settings).length > 0;
     return isFixed
       ? 'Next: say that this is an overview camera (3), or look at another one (1).'
       : 'Next: look at an overview camera (1).';
@@ -141,6 +203,10 @@ const PLAIN = [
   [/pan_range/, 'The pan and tilt ranges have to grow: enter the smaller number first.'],
   [/horizontal_fov|vertical_fov/, 'Enter how many degrees wide the picture is: 0.1 to 179.'],
   [/mast_height/, 'Enter the height in metres: 0.5 to 200.'],
+  [/zoom_table/, 'In the zoom table positions have to grow from line to line, and degrees to fall.'],
+  [/least_delay/, 'Enter the least delay in seconds: 0 to 5.'],
+  [/likelihood/, 'Enter the least likelihood as a number from 0 to 1.'],
+  [/pixels/, 'Enter width and height in whole pixels.'],
   [/sensor_width/, 'Enter the width of the sensor in millimetres: up to 100.'],
   [/^Say first which camera$/, 'Look at a camera first: step 1.'],
   [/cameras has to be a list of at most/, 'There are four overview cameras at most: remove one first.'],

@@ -177,6 +177,17 @@ test('an overview camera is seen, and what was entered outlives a page that is l
   await settled('missing', 'calibrate Square');
   // The same camera is not taken twice.
   await settled('camera-use', 'Keep the change');
+  await settled('camera-objects', 'It tells 1 object now');
+  await page.locator('[data-testid="camera-outlines"] .outline').waitFor({ state: 'attached' });
+  await element('camera-more').locator('summary').click();
+  await element('camera-least-delay').fill('0.1');
+  await element('camera-use').click();
+  await settled('camera-done', 'It is kept');
+  assert.equal(settings().cameras[0].least_delay, 0.1);
+  await element('camera-least-delay').fill('');
+  await element('camera-use').click();
+  await settled('camera-done', 'It is kept');
+  assert.equal(settings().cameras[0].least_delay, undefined);
   assert.equal(settings().cameras.length, 1);
 });
 
