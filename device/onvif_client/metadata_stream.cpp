@@ -105,7 +105,7 @@ struct MetadataStream::Parts {
   void handle(const ArrivedPacket& arrived);
   void fail(const std::string& words);
   void lookForLife();
-  void askForLife();
+  bool askForLife();
   static void lifeAnswered(GstPromise* promise, gpointer waiting);
 
   static gboolean selectStream(GstElement*, guint, GstCaps* caps, gpointer self);
@@ -282,20 +282,21 @@ void MetadataStream::Parts::lookForLife() {
   if (now - alive > silence) {
     fail("The camera's stream has been silent for " + std::to_string(silence / G_USEC_PER_SEC) +
          " s");
-  } else if (now - alive > silence / 2 && !std::exchange(isLifeAsked, true)) {
-    askForLife();
+  } else if (now - alive > silence / 2 && !isLifeAsked) {
+    isLifeAsked = askForLife();
   }
 }
 
 // rtspsrc keeps the answers to its own keep-alives to itself. Any answer will do: no camera has
 // such a parameter.
-void MetadataStream::Parts::askForLife() {
+bool MetadataStream::Parts::askForLife() {
   GstPromise* promise =
       gst_promise_new_with_change_func(lifeAnswered, new LifeSign(hasAnswered),
                                        [](gpointer data) { delete static_cast<LifeSign*>(data); });
   gboolean isSent = FALSE;
   g_signal_emit_by_name(source, "get-parameter", "alive", nullptr, promise, &isSent);
   gst_promise_unref(promise);
+  return isSent == TRUE;
 }
 
 void MetadataStream::Parts::lifeAnswered(GstPromise* promise, gpointer waiting) {
@@ -303,13 +304,12 @@ void MetadataStream::Parts::lifeAnswered(GstPromise* promise, gpointer waiting) 
     return;
   }
   const GstStructure* reply = gst_promise_get_reply(promise);
+  // Its code says OK even where nothing could be sent.
   int result = -1;
-  int code = 0;
   if (reply != nullptr) {
     gst_structure_get_int(reply, "rtsp-result", &result);
-    gst_structure_get_int(reply, "rtsp-code", &code);
   }
-  if (result == 0 || code > 0) {
+  if (result == 0) {
     static_cast<LifeSign*>(waiting)->get()->store(true);
   }
 }

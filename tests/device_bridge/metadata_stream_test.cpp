@@ -61,6 +61,13 @@ TEST_F(MetadataStreamTest, QuietCameraThatAnswersIsNotBroken) {
   EXPECT_EQ(1, rtsp.played);
 }
 
+TEST_F(MetadataStreamTest, CameraThatCannotBeAskedIsBrokenWhenItIsSilent) {
+  rtsp.knowsParameters = false;
+  ASSERT_TRUE(iterateUntil([this] { return rtsp.questions > 0 || !troubles.empty(); }));
+  ASSERT_EQ(1U, troubles.size());
+  EXPECT_EQ("The camera's stream has been silent for 2 s", troubles[0]);
+}
+
 TEST_F(MetadataStreamTest, CameraThatAnswersNothingIsBroken) {
   ASSERT_TRUE(iterateUntil([this] { return rtsp.played == 1; }));
   rtsp.isDead = true;

@@ -33,13 +33,14 @@ class ScriptedRtsp {
   std::string uri() const { return "rtsp://127.0.0.1:" + std::to_string(port) + "/metadata"; }
 
   std::string document;
-  std::int64_t life = 0;  // microseconds from PLAY on, and a document at least; 0: for ever
-  bool isSilent = false;  // plays, and sends nothing
-  bool isDead = false;    // answers nothing any more
-  int questions = 0;      // whether it lives
-  int played = 0;         // connections
-  std::string challenge;  // header lines for who does not log in
-  std::string loggedIn;   // the header line of who does
+  std::int64_t life = 0;        // microseconds from PLAY on, and a document at least; 0: for ever
+  bool isSilent = false;        // plays, and sends nothing
+  bool isDead = false;          // answers nothing any more
+  bool knowsParameters = true;  // GET_PARAMETER
+  int questions = 0;            // whether it lives
+  int played = 0;               // connections
+  std::string challenge;        // header lines for who does not log in
+  std::string loggedIn;         // the header line of who does
 
  private:
   static constexpr guint PERIOD = 50;  // milliseconds from document to document
@@ -110,7 +111,8 @@ class ScriptedRtsp {
       return send(client, reply + "\r\n" + challenge + "\r\n\r\n");
     }
     if (method == "OPTIONS") {
-      reply += "\r\nPublic: OPTIONS, DESCRIBE, SETUP, PLAY, GET_PARAMETER, TEARDOWN";
+      reply += "\r\nPublic: OPTIONS, DESCRIBE, SETUP, PLAY, TEARDOWN";
+      reply += knowsParameters ? ", GET_PARAMETER" : "";
     } else if (method == "DESCRIBE") {
       body =
           "v=0\r\no=- 1 1 IN IP4 127.0.0.1\r\ns=-\r\nt=0 0\r\nm=application 0 RTP/AVP 107\r\n"
