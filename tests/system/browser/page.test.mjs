@@ -8,7 +8,7 @@ import { mkdirSync, writeFileSync } from 'node:fs';
 import path from 'node:path';
 import { after, before, test } from 'node:test';
 
-import { BUILD, launch } from './browser.mjs';
+import { BUILD, launch, restingHead } from './browser.mjs';
 import { DeviceRun, REPOSITORY } from './device_run.mjs';
 
 const PATIENCE = 90_000; // milliseconds; more than a machine that is busy needs
@@ -297,6 +297,7 @@ test('a camera is calibrated by clicks and arrow keys', async () => {
   await direction.and(page.locator('[data-pan]')).waitFor();
   const panOf = () => direction.evaluate(({ dataset }) => Number(dataset.pan));
   const marks = page.getByTestId('calibration-marks').locator('.point');
+  await restingHead(page);
   const picture = await element('picture-1').boundingBox();
   for (const [x, y] of [[0.1, 0.1], [0.9, 0.1], [0.1, 0.9], [0.9, 0.9]]) {
     await page.mouse.click(picture.x + x * picture.width, picture.y + y * picture.height);

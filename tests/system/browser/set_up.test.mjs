@@ -17,7 +17,7 @@ import {
   sightTo,
 } from '../../../device/web/js/calibrated-camera.js';
 import { angleBetween } from '../../../device/web/js/geometry.js';
-import { BUILD, launch } from './browser.mjs';
+import { BUILD, directionOfHead, launch, restingHead } from './browser.mjs';
 import { DeviceRun, REPOSITORY } from './device_run.mjs';
 
 const PATIENCE = 90_000; // milliseconds; more than a machine that is busy needs
@@ -29,7 +29,6 @@ const MAST = 18; // metres
 const TRUTH = { pan: 0, tilt: -20.8, hfov: 27, vfov: 15.38 };
 const EXACT = 0.3; // degrees
 const LED_WITHIN = 10_000; // milliseconds; then the key is pressed anew, as a user would
-const STANDING = 0.6; // seconds
 const FOLLOWED = 3; // degrees
 const CALM = 0.4; // degrees, for a picture of the guide
 const SETTLING = 8000; // milliseconds, likewise: until the head has zoomed in
@@ -191,28 +190,11 @@ test('an overview camera is seen, and what was entered outlives a page that is l
   assert.equal(settings().cameras.length, 1);
 });
 
-const directionOfHead = () =>
-  element('head-direction').evaluate(({ dataset: { time, pan, tilt } }) => ({
-    time: Number(time),
-    pan: Number(pan),
-    tilt: Number(tilt),
-  }));
-
-/** Where it stands: for so long by its own time, as a page of a busy machine may show it late. */
-async function restingHead() {
-  for (let from = await directionOfHead(); ; ) {
-    await page.waitForTimeout(100);
-    const head = await directionOfHead();
-    if (head.pan !== from.pan || head.tilt !== from.tilt) from = head;
-    else if (head.time - from.time >= STANDING) return head;
-  }
-}
-
 /** As a client of the camera, which comes to a place however busy the machine is. */
 async function takeHead(pan, tilt) {
   for (;;) {
     await moveHead(pan, tilt);
-    const head = await restingHead();
+    const head = await restingHead(page);
     // The daemon's last word may have come later, which was a stop.
     if (Math.abs(head.pan - pan) < 0.1 && Math.abs(head.tilt - tilt) < 0.1) return head;
   }
@@ -244,7 +226,7 @@ async function moveHead(pan, tilt) {
 
 /** By a key that is held, and no more when it is not; answers where it stands. */
 async function leadByKey(key, axis, way) {
-  const from = (await directionOfHead())[axis];
+  const from = (await directionOfHead(page))[axis];
   for (let hasMoved = false; !hasMoved; ) {
     await element('calibration').focus();
     await page.keyboard.down(key);
@@ -261,7 +243,7 @@ async function leadByKey(key, axis, way) {
       );
     await page.keyboard.up(key);
   }
-  return restingHead();
+  return restingHead(page);
 }
 
 /** @param {{x: number, y: number}} place -1 to 1; where the picture is at the moment of the click */
@@ -354,7 +336,7 @@ function pressWhenOffBy(degrees) {
 }
 
 test('the walk test shows head and person', { timeout: 4 * PATIENCE }, async () => {
-  const { pan } = await directionOfHead();
+  const { pan } = await directionOfHead(page);
   const end = Date.now() + 3 * PATIENCE;
   while (!(await isSomebodyFollowed(pan))) {
     assert.ok(Date.now() < end, await element('walk-moment').textContent());
