@@ -180,7 +180,8 @@ void HeadCheck::answered(const HeadMoves::Outcome& outcome, const std::string& w
     return;
   }
   if (outcome.isTimeoutRefused && !std::exchange(isTimeoutRefused, true)) {
-    phase = isZeroSent ? Phase::stopping : Phase::begin;  // again, without
+    const bool isStopped = isZeroSent || wasStop || !trouble.empty();
+    phase = isStopped ? Phase::stopping : Phase::begin;  // again, without
     return;
   }
   if (wasStop && outcome.isOperationMissing && !isStopMissing) {

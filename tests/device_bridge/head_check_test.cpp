@@ -294,5 +294,45 @@ TEST_F(HeadCheckTest, CheckThatIsGivenUpLeavesTheHeadStanding) {
   EXPECT_EQ(0, head.panSpeed);
 }
 
+// As a head answers: what it is asked for next, until it is driven.
+HeadCall firstDrive(HeadCheck* check, std::int64_t* now) {
+  const SimulatedHead standing;
+  for (; *now < 10 * SECOND; *now += 10 * MS) {
+    check->told(standing.reading(), *now - 20 * MS, *now);
+    if (auto call = check->next(*now)) {
+      return *call;
+    }
+  }
+  return {onvif::Tag("none")};
+}
+
+TEST_F(HeadCheckTest, HeadIsNotDrivenAgainWhenItRefusesATimeoutAfterTheEnd) {
+  HeadCheck check("head", facts(), false);
+  std::int64_t now = SECOND;
+  ASSERT_EQ("tptz:ContinuousMove", firstDrive(&check, &now).operation.getName());
+  check.giveUp("It was ended");
+  check.answered({.ok = false, .isTimeoutRefused = true}, "No", now);
+  const auto next = check.next(now + 10 * MS);
+  ASSERT_TRUE(next);
+  EXPECT_EQ("tptz:Stop", next->operation.getName());
+}
+
+TEST_F(HeadCheckTest, StopThatFailsByATimeoutIsSentAgain) {
+  HeadCheck check("head", facts(), false);
+  std::int64_t now = SECOND;
+  ASSERT_EQ("tptz:ContinuousMove", firstDrive(&check, &now).operation.getName());
+  check.answered({.ok = true}, "", now);
+  std::optional<HeadCall> next;
+  for (; !next && now < 10 * SECOND; now += 10 * MS) {
+    next = check.next(now);
+  }
+  ASSERT_TRUE(next);
+  ASSERT_EQ("tptz:Stop", next->operation.getName());
+  check.answered({.ok = false, .isTimeoutRefused = true}, "Timeout of the motor", now);
+  next = check.next(now + 10 * MS);
+  ASSERT_TRUE(next);
+  EXPECT_EQ("tptz:Stop", next->operation.getName());
+}
+
 }  // namespace
 }  // namespace device::bridge
