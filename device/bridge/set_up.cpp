@@ -331,11 +331,16 @@ JsonAutoPtr SetUp::checkHead(const json_t* params) {
   if (profile.ptz.empty() || !abilities->services.contains(onvif::ns::PTZ)) {
     throw BadRequest("This profile moves no head");
   }
-  check = std::make_unique<HeadCheckRun>(device, login, *abilities, profile,
-                                         json_is_true(json_object_get(params, "zoom")),
-                                         [this] { means.holdHead(false); });
+  means.holdHead(true);  // whoever moves it has it stand before the check begins
+  try {
+    check = std::make_unique<HeadCheckRun>(device, login, *abilities, profile,
+                                           json_is_true(json_object_get(params, "zoom")),
+                                           [this] { means.holdHead(false); });
+  } catch (...) {
+    means.holdHead(false);
+    throw;
+  }
   checked = device;
-  means.holdHead(true);
   return nothing();
 }
 

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -99,12 +100,19 @@ class SetUpTest : public testing::Test {
   SettingsFiles files{folder / "cameras.json", folder / "credentials.json"};
   int changes = 0;
   std::vector<bool> held;
+  std::function<void()> whileItStops = [] {};
   std::vector<onvif::FoundCamera> around;
   std::string trouble;
   std::string everythingSaid;
   bridge::SetUp setUp{{.files = files,
                        .changed = [this] { ++changes; },
-                       .holdHead = [this](bool isHeld) { held.push_back(isHeld); },
+                       .holdHead =
+                           [this](bool isHeld) {
+                             held.push_back(isHeld);
+                             if (isHeld) {
+                               whileItStops();
+                             }
+                           },
                        .find = [this] { return around; }}};
 };
 
@@ -366,6 +374,23 @@ TEST_F(SetUpTest, CheckOfAHeadThatEverythingIsRightWith) {
   useHead();
   EXPECT_FALSE(files.getSettings().head.told.invertPanSpeed);
   EXPECT_TRUE(files.getSettings().head.believesMoves);
+}
+
+// The last Stop takes up to a second, in which the main loop runs.
+TEST_F(SetUpTest, CheckBeginsOnlyWhenTheHeadIsHeld) {
+  inspect();
+  bool hasMoved = false;
+  whileItStops = [&] {
+    const std::int64_t begun = g_get_monotonic_time();
+    ASSERT_TRUE(iterateUntil([&] {
+      hasMoved = hasMoved || drive.getHead().status().moving();
+      return g_get_monotonic_time() - begun > 800000;
+    }));
+  };
+  ask("checkHead", R"({"profile": "head"})");
+  ASSERT_EQ("", trouble);
+  EXPECT_FALSE(hasMoved);
+  ASSERT_TRUE(iterateUntil([this] { return drive.getHead().status().moving(); }));
 }
 
 TEST_F(SetUpTest, MetadataThatCannotBeSwitchedOnAreToldInWords) {
