@@ -255,7 +255,7 @@ std::optional<HeadCall> HeadCheck::begin(std::int64_t now) {
     case Kind::drive:
       return send(
           move(step().isPan ? step().percent : 0, step().isPan ? 0 : step().percent, DRIVE_HOLD),
-          now);
+          now, hasTimeout());
     case Kind::leave:
       if (!hasTimeout()) {
         measured.takesTimeout = false;
@@ -263,7 +263,7 @@ std::optional<HeadCall> HeadCheck::begin(std::int64_t now) {
         nextStep();
         return begin(now);
       }
-      return send(move(step().percent, 0, HOLD), now);
+      return send(move(step().percent, 0, HOLD), now, hasTimeout());
     case Kind::zoom: {
       const onvif::ListedSpace* listed = zoomSpace(map.getFacts());
       return send(Tag("tptz:AbsoluteMove", Tag("tptz:ProfileToken", profile),
@@ -328,11 +328,11 @@ std::optional<HeadCall> HeadCheck::whileSettling(std::int64_t now) {
   return next(now);
 }
 
-HeadCall HeadCheck::send(Tag operation, std::int64_t now) {
+HeadCall HeadCheck::send(Tag operation, std::int64_t now, bool withTimeout) {
   sent = now;
   phase = Phase::moving;
   isInFlight = true;
-  return {std::move(operation)};
+  return {std::move(operation), withTimeout};
 }
 
 HeadCall HeadCheck::sendStop(std::int64_t now) {
@@ -353,7 +353,7 @@ HeadCall HeadCheck::sendZeroSpeeds(std::int64_t now) {
   phase = Phase::settling;
   isZeroSent = true;
   isInFlight = true;
-  return {move(0, 0, HOLD)};
+  return {move(0, 0, HOLD), hasTimeout()};
 }
 
 Tag HeadCheck::move(double panPercent, double tiltPercent, std::int64_t hold) const {

@@ -86,7 +86,7 @@ class HeadCheck {
   std::optional<HeadCall> begin(std::int64_t now);
   std::optional<HeadCall> whileMoving(std::int64_t now);
   std::optional<HeadCall> whileSettling(std::int64_t now);
-  HeadCall send(onvif::Tag operation, std::int64_t now);
+  HeadCall send(onvif::Tag operation, std::int64_t now, bool withTimeout = false);
   HeadCall sendStop(std::int64_t now);
   HeadCall sendZeroSpeeds(std::int64_t now);
   onvif::Tag move(double panPercent, double tiltPercent, std::int64_t hold) const;

@@ -47,10 +47,11 @@ void HeadCheckRun::step() {
   }
   const std::int64_t now = g_get_monotonic_time();
   if (auto call = check.next(now)) {
-    calls.call(service, std::move(call->operation), [this](const SoapReply& reply) {
-      check.answered(outcomeOf(reply), reply.ok() ? "" : reply.failure().words,
-                     g_get_monotonic_time());
-    });
+    calls.call(service, std::move(call->operation),
+               [this, hadTimeout = call->hasTimeout](const SoapReply& reply) {
+                 check.answered(outcomeOf(reply, hadTimeout),
+                                reply.ok() ? "" : reply.failure().words, g_get_monotonic_time());
+               });
   }
   askStatus(now);
 }

@@ -42,6 +42,10 @@ void replace(AxisCommand* old, const AxisCommand& command) {
 HeadMoves::HeadMoves(std::string profile, HeadMap map)
     : profile(std::move(profile)), map(std::move(map)) {}
 
+void HeadMoves::foundAnew() {
+  isTimeoutRefused = isTimeoutDoubted = isTrialInFlight = false;
+}
+
 void HeadMoves::setHead(std::string newProfile, HeadMap newMap) {
   profile = std::move(newProfile);
   map = std::move(newMap);
@@ -135,7 +139,13 @@ std::optional<HeadCall> HeadMoves::next(std::int64_t now, const std::optional<He
 
 void HeadMoves::answered(const Outcome& outcome, std::int64_t now) {
   isInFlight = false;
-  isTimeoutRefused = isTimeoutRefused || outcome.isTimeoutRefused;
+  if (std::exchange(isTrialInFlight, false)) {
+    isTimeoutRefused = outcome.ok;
+    isTimeoutDoubted = false;
+  }
+  if (outcome.isTimeoutRefused) {
+    isTimeoutRefused = isTimeoutDoubted = true;
+  }
   if (!outcome.ok) {
     lastSpeeds.clear();
   }
@@ -170,16 +180,21 @@ void HeadMoves::dropSpeeds() {
   }
 }
 
-HeadCall HeadMoves::sendStop(bool bySpeeds) {
+HeadCall HeadMoves::sendStop(bool withSpeeds) {
   isStopWanted = false;
   isInFlight = true;
   isStopInFlight = true;
   lastSpeeds.clear();
-  if (!isStopMissing && !bySpeeds) {
+  if (!isStopMissing && !withSpeeds) {
     return {Tag("tptz:Stop", profileTag(), Tag("tptz:PanTilt", true), Tag("tptz:Zoom", true))};
   }
-  return {continuousMove(
-      0, 0, map.getFacts().zoomVelocities.empty() ? std::nullopt : std::optional(0.0))};
+  return bySpeeds(continuousMove(
+      0, 0, map.getFacts().zoomVelocities.empty() ? std::nullopt : std::optional(0.0)));
+}
+
+HeadCall HeadMoves::bySpeeds(Tag operation) {
+  isTrialInFlight = isTimeoutDoubted;
+  return {std::move(operation), hasTimeout()};
 }
 
 // Speeds before an absolute zoom, and in turns with it where both wait again and again.
@@ -256,7 +271,7 @@ std::optional<HeadCall> HeadMoves::sendSpeeds(std::int64_t now) {
     waiting.zoom = {};
   }
   isZoomsTurn = true;
-  return HeadCall{std::move(call)};
+  return bySpeeds(std::move(call));
 }
 
 Tag HeadMoves::continuousMove(std::optional<double> panPercent, std::optional<double> tiltPercent,

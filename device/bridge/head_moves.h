@@ -16,6 +16,7 @@ namespace device::bridge {
 // What is to be asked of the head: an operation without anything around it.
 struct HeadCall {
   onvif::Tag operation;
+  bool hasTimeout = false;
 };
 
 // The head's commands on their way: one call at a time, and of what waits only the newest of each
@@ -33,6 +34,9 @@ class HeadMoves {
 
   // profile: token of the one that moves the head.
   HeadMoves(std::string profile, HeadMap map);
+
+  // A Timeout is tried again: it may be another head, or have refused for another reason.
+  void foundAnew();
 
   // More is known of the head.
   void setHead(std::string newProfile, HeadMap newMap);
@@ -54,7 +58,7 @@ class HeadMoves {
   // What became of the call that next() gave.
   struct Outcome {
     bool ok = false;
-    bool isTimeoutRefused = false;    // the head gets none from now on
+    bool isTimeoutRefused = false;    // the head gets none from now on, if it does without
     bool isOperationMissing = false;  // of a Stop: zero speeds take its place from now on
   };
   void answered(const Outcome& outcome, std::int64_t now);
@@ -68,6 +72,8 @@ class HeadMoves {
 
   // The head takes motions that end by themselves, as far as is known.
   bool hasTimeout() const;
+  // The head was seen to move by speed only without.
+  bool isWithoutTimeout() const { return !hasTimeout() && !isTimeoutDoubted; }
 
   // A combination of motions that no single call can express was asked for.
   bool isCompromised() const { return compromised; }
@@ -81,7 +87,8 @@ class HeadMoves {
   };
 
   void dropSpeeds();
-  HeadCall sendStop(bool bySpeeds);
+  HeadCall sendStop(bool withSpeeds);
+  HeadCall bySpeeds(onvif::Tag operation);
   std::optional<HeadCall> nextOfCommand(std::int64_t now, const std::optional<HeadStatus>& status);
   HeadCall sendZoom();
   HeadCall sendPosition(const HeadStatus& status);
@@ -104,6 +111,8 @@ class HeadMoves {
   bool isStopWanted = false;
   bool isStopMissing = false;  // the head has none
   bool isTimeoutRefused = false;
+  bool isTimeoutDoubted = false;  // it was refused, and nothing was done without yet
+  bool isTrialInFlight = false;   // the first call without
   bool isInFlight = false;
   bool isStopInFlight = false;
   std::string lastSpeeds;  // the last continuous move as it was sent

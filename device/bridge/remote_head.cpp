@@ -174,6 +174,7 @@ void RemoteHead::sendStopBeside() {
 void RemoteHead::found(const CameraFound& camera) {
   node = camera.profile.ptzNode;
   refusals = 0;
+  moves.foundAnew();
   askFacts();
 }
 
@@ -363,17 +364,19 @@ void RemoteHead::sendMove(std::int64_t now) {
     return;
   }
   link.getCalls().call(service(), std::move(call->operation),
-                       [this](const SoapReply& reply) { moveAnswered(reply); });
+                       [this, hadTimeout = call->hasTimeout](const SoapReply& reply) {
+                         moveAnswered(reply, hadTimeout);
+                       });
   if (moves.isCompromised() && !std::exchange(isCompromiseTold, true)) {
     announce("The head cannot go to a place on one axis and at a speed on the other at a time");
   }
 }
 
-void RemoteHead::moveAnswered(const SoapReply& reply) {
+void RemoteHead::moveAnswered(const SoapReply& reply, bool hadTimeout) {
   const std::int64_t now = g_get_monotonic_time();
-  const HeadMoves::Outcome outcome = outcomeOf(reply);
+  const HeadMoves::Outcome outcome = outcomeOf(reply, hadTimeout);
   moves.answered(outcome, now);
-  if (!moves.hasTimeout() && !std::exchange(isNoTimeoutTold, true)) {
+  if (moves.isWithoutTimeout() && !std::exchange(isNoTimeoutTold, true)) {
     announce(
         "The head takes no time after which it is to stop by itself: this bridge alone stops it, "
         "and nothing does when this machine or the network fails");

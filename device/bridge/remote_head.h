@@ -75,7 +75,7 @@ class RemoteHead : public ServedHead {
   void sendStopBeside();
   void step();
   void sendMove(std::int64_t now);
-  void moveAnswered(const onvif::SoapReply& reply);
+  void moveAnswered(const onvif::SoapReply& reply, bool hadTimeout);
   void askStatus(std::int64_t now);
   void statusCame(const onvif::SoapReply& reply, std::int64_t asked);
   void metadataCame(const onvif::MetadataArrival& arrival);

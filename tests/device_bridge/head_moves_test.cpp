@@ -306,5 +306,18 @@ TEST_F(HeadMovesTest, TimeoutIsLeftOutWhereItIsRefused) {
   EXPECT_EQ("ContinuousMove 0.4,0", wordsOf(*other.next(0, status)));
 }
 
+// It was busy, or it spoke of another time.
+TEST_F(HeadMovesTest, TimeoutComesBackWhenWithoutItTheHeadRefusesAsWell) {
+  moves.command(speeds(50, 0), 0);
+  EXPECT_EQ("ContinuousMove 0.5,0 PT1S", next(0));
+  moves.answered({.ok = false, .isTimeoutRefused = true}, 1);
+  moves.command(speeds(50, 0), 10 * MS);
+  EXPECT_EQ("ContinuousMove 0.5,0", next(10 * MS));
+  moves.answered({.ok = false}, 11 * MS);
+  EXPECT_TRUE(moves.hasTimeout());
+  moves.command(speeds(50, 0), 20 * MS);
+  EXPECT_EQ("ContinuousMove 0.5,0 PT1S", next(20 * MS));
+}
+
 }  // namespace
 }  // namespace device::bridge

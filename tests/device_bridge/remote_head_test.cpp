@@ -47,7 +47,16 @@ class ScriptedHead {
     return times;
   }
 
+  std::string lastBodyOf(const std::string& operation) const {
+    std::string body;
+    for (const FakeRequest& request : camera.requests) {
+      body = request.operation == operation ? request.body : body;
+    }
+    return body;
+  }
+
   bool hasStop = true;
+  std::string stopTrouble;   // words of the fault that each Stop gets
   bool isInDegrees = false;  // and says so, if it is not busy
   bool isBusy = false;       // with its start
   bool isMoveLate = false;   // its answer to a motion, by 300 ms
@@ -98,6 +107,10 @@ class ScriptedHead {
       return onvif::faulted(onvif::Fault(onvif::FaultCode::sender,
                                          {"ter:InvalidArgVal", "ter:TimeoutNotSupported"}, "No"),
                             400);
+    }
+    if (request.operation == "Stop" && !stopTrouble.empty()) {
+      return onvif::faulted(onvif::Fault(onvif::FaultCode::receiver, {"ter:Action"}, stopTrouble),
+                            500);
     }
     const bool isMove = request.operation == "ContinuousMove";
     const bool isStop = request.operation == "Stop" && hasStop;
@@ -276,9 +289,39 @@ TEST_F(RemoteHeadTest, HeadThatRefusesATimeoutIsMovedWithoutAndThatIsTold) {
     head.command({.pan = {MoveKind::continuous, 40}, .tilt = {}, .zoom = {}});
     return camera.speed != 0;
   }));
-  EXPECT_THAT(announced, Contains(HasSubstr("this bridge alone stops it")));
+  ASSERT_TRUE(iterateUntil([this] {
+    return announced.back().find("this bridge alone stops it") != std::string::npos;
+  })) << "once it was seen to move without";
   EXPECT_THAT(announced, Not(Contains(HasSubstr("does not do as it is told"))));
   ASSERT_TRUE(iterateUntil([this] { return camera.speed == 0; })) << "when nobody commands";
+}
+
+TEST_F(RemoteHeadTest, StopThatFailsByATimeoutTakesNoneFromTheMotions) {
+  camera.stopTrouble = "Timeout of the motor";
+  RemoteHead head(settings(), {}, announce());
+  drive(&head);
+  ASSERT_TRUE(iterateUntil([this] { return camera.timesOf("Stop").size() > 1; }));
+  EXPECT_THAT(announced, Contains(HasSubstr("does not do as it is told. ")));
+  EXPECT_THAT(announced, Not(Contains(HasSubstr("this bridge alone stops it"))));
+  camera.stopTrouble.clear();
+  ASSERT_TRUE(iterateUntil([this] { return camera.speed == 0; }));
+  drive(&head);
+  EXPECT_THAT(camera.lastBodyOf("ContinuousMove"), HasSubstr("Timeout"));
+}
+
+TEST_F(RemoteHeadTest, HeadThatIsFoundAnewIsAskedForATimeoutAgain) {
+  camera.takesTimeout = false;
+  RemoteHead head(foundAnew(), {}, announce());
+  const auto isDrivenBy = [&](bool withTimeout) {
+    head.command({.pan = {MoveKind::continuous, 40}, .tilt = {}, .zoom = {}});
+    const bool hasTimeout =
+        camera.lastBodyOf("ContinuousMove").find("Timeout") != std::string::npos;
+    return camera.speed != 0 && hasTimeout == withTimeout;
+  };
+  ASSERT_TRUE(iterateUntil([&] { return head.toldStatus().has_value(); }));
+  ASSERT_TRUE(iterateUntil([&] { return isDrivenBy(false); }));
+  camera.takesTimeout = true;
+  EXPECT_TRUE(iterateUntil([&] { return isDrivenBy(true); }));
 }
 
 // Its stream is broken again and again, and so is found again and again.
