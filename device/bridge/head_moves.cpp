@@ -99,8 +99,14 @@ void HeadMoves::stop(std::int64_t now) {
   lastCommand = now;
   stops = 0;
   isStopWanted = true;
+  isStopBySpeeds = false;
   pause = FIRST_PAUSE;
   notBefore = now;
+}
+
+void HeadMoves::stopBySpeeds(std::int64_t now) {
+  stop(now);
+  isStopBySpeeds = true;
 }
 
 std::optional<HeadCall> HeadMoves::next(std::int64_t now, const std::optional<HeadStatus>& status) {
@@ -121,7 +127,8 @@ std::optional<HeadCall> HeadMoves::next(std::int64_t now, const std::optional<He
     dropSpeeds();
   }
   if (isStopWanted || goesOn) {
-    return now >= notBefore ? std::optional(sendStop(goesOn && !isStopWanted)) : std::nullopt;
+    return now >= notBefore ? std::optional(sendStop(isStopBySpeeds || (goesOn && !isStopWanted)))
+                            : std::nullopt;
   }
   if (way != Way::none) {
     const bool isHome = std::exchange(way, Way::none) == Way::home;
@@ -182,6 +189,7 @@ void HeadMoves::dropSpeeds() {
 
 HeadCall HeadMoves::sendStop(bool withSpeeds) {
   isStopWanted = false;
+  isStopBySpeeds = false;
   isInFlight = true;
   isStopInFlight = true;
   lastSpeeds.clear();

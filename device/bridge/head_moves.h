@@ -48,6 +48,9 @@ class HeadMoves {
   // The head is to stand still, whatever waits.
   void stop(std::int64_t now);
 
+  // The same by speeds of zero: a Stop was not heeded.
+  void stopBySpeeds(std::int64_t now);
+
   // Nothing waits any more; what is on its way to the head goes on.
   void forget();
 
@@ -68,6 +71,9 @@ class HeadMoves {
 
   // It is driven, a call is on its way, or a stop waits for its turn.
   bool isUnderWay() const { return isDriven() || isInFlight || isStopWanted; }
+  // It was stopped, and has not been seen standing since.
+  bool isStopUnseen() const { return stops > 0; }
+  std::int64_t getLastStop() const { return lastStop; }
   bool isStopOnItsWay() const { return isStopInFlight; }
 
   // The head takes motions that end by themselves, as far as is known.
@@ -109,6 +115,7 @@ class HeadMoves {
   int waySpeed = 100;
   bool isZoomsTurn = false;
   bool isStopWanted = false;
+  bool isStopBySpeeds = false;
   bool isStopMissing = false;  // the head has none
   bool isTimeoutRefused = false;
   bool isTimeoutDoubted = false;  // it was refused, and nothing was done without yet

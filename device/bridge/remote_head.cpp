@@ -146,7 +146,7 @@ const std::map<std::string, std::string>* RemoteHead::parameters() const {
 }
 
 void RemoteHead::stopForGood() {
-  if (!areFactsKnown || isHeld || !moves.isUnderWay()) {
+  if (!areFactsKnown || isHeld || !isToBeStopped(g_get_monotonic_time())) {
     return moves.forget();
   }
   isEnding = true;
@@ -154,14 +154,27 @@ void RemoteHead::stopForGood() {
   moves.stop(begun);
   sendMove(begun);
   bool isSentBeside = false;
-  for (std::int64_t now = begun; moves.isUnderWay() && now - begun < LAST_WORD;
+  bool isSentBySpeeds = false;
+  for (std::int64_t now = begun; isToBeStopped(now) && now - begun < LAST_WORD;
        now = g_get_monotonic_time()) {
-    if (now - begun >= BESIDE && !moves.isStopOnItsWay() && !std::exchange(isSentBeside, true)) {
+    const bool isLate = now - begun >= BESIDE;
+    if (isLate && moves.isUnderWay() && !moves.isStopOnItsWay() &&
+        !std::exchange(isSentBeside, true)) {
       sendStopBeside();
+    }
+    if (isLate && !moves.isUnderWay() && !std::exchange(isSentBySpeeds, true)) {
+      moves.stopBySpeeds(now);  // it has answered, and goes on
+      sendMove(now);
     }
     g_main_context_iteration(g_main_context_get_thread_default(), TRUE);  // the timer's at least
   }
   isEnding = false;
+}
+
+// Some answer a Stop and go on: what was seen before it says nothing.
+bool RemoteHead::isToBeStopped(std::int64_t now) const {
+  const auto seen = moves.isStopUnseen() ? sight.status(now) : std::nullopt;
+  return moves.isUnderWay() || (seen && (seen->moving() || sight.getTaken() < moves.getLastStop()));
 }
 
 // The answer to the call before it does not come: better out of turn than never.

@@ -46,8 +46,9 @@ class RemoteHead : public ServedHead {
   // While it is held nothing is sent that moves the head or stops it: somebody else does.
   void hold(bool isHeldNow) { isHeld = isHeldNow; }
 
-  // Stops the head after what is on its way to it, by speeds of zero where it has no Stop, and
-  // waits for its answer, for a second at most. Commands that come meanwhile count for nothing.
+  // Stops the head after what is on its way to it, by speeds of zero where it has no Stop or
+  // goes on, and waits for its answer and until it stands, for a second at most. Commands that come
+  // meanwhile count for nothing.
   void stopForGood();
 
  private:
@@ -72,6 +73,7 @@ class RemoteHead : public ServedHead {
   std::optional<Preset> presetOf(const onvif::XmlElement& element) const;
   void nowKnown();
   void tellParameters();
+  bool isToBeStopped(std::int64_t now) const;
   void sendStopBeside();
   void step();
   void sendMove(std::int64_t now);

@@ -56,6 +56,7 @@ class ScriptedHead {
   }
 
   bool hasStop = true;
+  bool heedsStop = true;
   std::string stopTrouble;   // words of the fault that each Stop gets
   bool isInDegrees = false;  // and says so, if it is not busy
   bool isBusy = false;       // with its start
@@ -111,6 +112,9 @@ class ScriptedHead {
     if (request.operation == "Stop" && !stopTrouble.empty()) {
       return onvif::faulted(onvif::Fault(onvif::FaultCode::receiver, {"ter:Action"}, stopTrouble),
                             500);
+    }
+    if (request.operation == "Stop" && !heedsStop) {
+      return answered(Tag("tptz:StopResponse"));
     }
     const bool isMove = request.operation == "ContinuousMove";
     const bool isStop = request.operation == "Stop" && hasStop;
@@ -322,6 +326,30 @@ TEST_F(RemoteHeadTest, HeadThatIsFoundAnewIsAskedForATimeoutAgain) {
   ASSERT_TRUE(iterateUntil([&] { return isDrivenBy(false); }));
   camera.takesTimeout = true;
   EXPECT_TRUE(iterateUntil([&] { return isDrivenBy(true); }));
+}
+
+TEST_F(RemoteHeadTest, HeadThatGoesOnAfterItsLastStopGetsSpeedsOfZero) {
+  camera.heedsStop = false;
+  RemoteHead head(settings(), {}, announce());
+  drive(&head);
+  head.stopForGood();
+  EXPECT_EQ(1U, camera.timesOf("Stop").size());
+  EXPECT_EQ(0, camera.speed) << "before this ends";
+}
+
+TEST_F(RemoteHeadTest, HeadThatWentOnAfterAStopIsStoppedForGood) {
+  camera.heedsStop = false;
+  RemoteHead head(settings(), {}, announce());
+  drive(&head);
+  head.command({.pan = {MoveKind::continuous, 0},
+                .tilt = {MoveKind::continuous, 0},
+                .zoom = {MoveKind::continuous, 0},
+                .speed = 0});
+  ASSERT_TRUE(iterateUntil([&] {
+    return !camera.timesOf("Stop").empty() && head.toldStatus() && head.toldStatus()->moving();
+  }));
+  head.stopForGood();
+  EXPECT_EQ(0, camera.speed) << "before this ends";
 }
 
 // Its stream is broken again and again, and so is found again and again.
