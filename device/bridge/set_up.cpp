@@ -424,6 +424,7 @@ JsonAutoPtr SetUp::useHead(const json_t* params) {
   enter(head.get(), told);
   means.files.change([&](json_t* root) { json_object_set(root, "head", head.get()); },
                      newCredentials());
+  checked.clear();  // from here on the settings have it, and the user may change it there
   settingsWritten();
   return nothing();
 }

@@ -41,8 +41,8 @@ namespace device::bridge {
 //                    the last picture, and fetches the next
 //   useHead          {"profile", "told": {..}}: the camera is the head; told: further keys of the
 //                    settings' head, but for address and login; null takes one away. What the check
-//                    has found counts where told does not say else, and further what the settings
-//                    say of the same head
+//                    has found counts once, where told does not say else, and further what the
+//                    settings say of the same head
 //   useCamera        {"profile", "told": {..}}: the camera is one more overview camera
 //                    {"number": 1, "told": {..}}: changes of one that there is; null takes a key
 //                    away

@@ -393,6 +393,30 @@ TEST_F(SetUpTest, CheckBeginsOnlyWhenTheHeadIsHeld) {
   ASSERT_TRUE(iterateUntil([this] { return drive.getHead().status().moving(); }));
 }
 
+TEST_F(SetUpTest, WhatWasCheckedCountsOnce) {
+  inspect();
+  ask("checkHead", R"({"profile": "head"})");
+  ASSERT_EQ("", trouble);
+  ASSERT_TRUE(iterateUntil([this] {
+    const JsonAutoPtr told = state("check");
+    return json_object_get(json_object_get(told.get(), "found"), "invert_pan_speed") != nullptr;
+  }));
+  ask("stopCheck");
+  ASSERT_TRUE(iterateUntil([this] { return !isRunning("check"); }));
+  const auto headHas = [this](const char* key) {
+    return json_object_get(json_object_get(files.getJson(), "head"), key) != nullptr;
+  };
+  useHead();
+  EXPECT_TRUE(headHas("invert_pan_speed"));
+  ask("useHead", R"({"profile": "head", "told": {"invert_pan_speed": null}})");
+  ASSERT_EQ("", trouble);
+  EXPECT_FALSE(headHas("invert_pan_speed")) << "it was cleared";
+  ask("useHead", R"({"profile": "head", "told": {"invert_pan_speed": true}})");
+  ask("useHead", R"({"profile": "head", "told": {"home": [10, -5]}})");
+  ASSERT_EQ("", trouble);
+  EXPECT_TRUE(files.getSettings().head.told.invertPanSpeed) << "the user's, not the check's";
+}
+
 TEST_F(SetUpTest, MetadataThatCannotBeSwitchedOnAreToldInWords) {
   inspect();
   ask("switchMetadataOn", R"({"profile": "overview1"})");
