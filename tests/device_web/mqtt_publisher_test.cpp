@@ -32,20 +32,47 @@ using testing::Pair;
 
 using Milliseconds = std::chrono::milliseconds;
 
+// A port on which somebody may wait; not more than so many, and one, until they are taken.
+class Listener {
+ public:
+  explicit Listener(int most, in_addr_t host = INADDR_LOOPBACK) {
+    sockaddr_in address = addressOf(host, 0);
+    socklen_t size = sizeof(address);
+    EXPECT_EQ(0, bind(descriptor.get(), reinterpret_cast<sockaddr*>(&address), size));
+    EXPECT_EQ(0, listen(descriptor.get(), most));
+    EXPECT_EQ(0, getsockname(descriptor.get(), reinterpret_cast<sockaddr*>(&address), &size));
+    port = ntohs(address.sin_port);
+  }
+
+  int get() const { return descriptor.get(); }
+  int getPort() const { return port; }
+
+  FileDescriptor connected() const {
+    FileDescriptor client(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    sockaddr_in address = addressOf(INADDR_LOOPBACK, port);
+    EXPECT_EQ(0, connect(client.get(), reinterpret_cast<sockaddr*>(&address), sizeof(address)));
+    return client;
+  }
+
+ private:
+  static sockaddr_in addressOf(in_addr_t host, std::uint16_t port) {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(port);
+    address.sin_addr.s_addr = htonl(host);
+    return address;
+  }
+
+  const FileDescriptor descriptor{socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)};
+  std::uint16_t port = 0;
+};
+
 // A host that takes the connection and then says nothing, or nothing of what it was told.
 class SilentBroker {
  public:
   enum class Word { none, allButAcknowledgements };
 
   explicit SilentBroker(Word word = Word::none) {
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t size = sizeof(address);
-    EXPECT_EQ(0, bind(listener.get(), reinterpret_cast<sockaddr*>(&address), size));
-    EXPECT_EQ(0, listen(listener.get(), 16));
-    EXPECT_EQ(0, getsockname(listener.get(), reinterpret_cast<sockaddr*>(&address), &size));
-    port = ntohs(address.sin_port);
     if (word != Word::none) {
       thread = std::thread([this] { serve(); });
     }
@@ -59,7 +86,7 @@ class SilentBroker {
     }
   }
 
-  int getPort() const { return port; }
+  int getPort() const { return listener.getPort(); }
 
  private:
   void serve() {
@@ -81,8 +108,7 @@ class SilentBroker {
     }
   }
 
-  const FileDescriptor listener{socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)};
-  int port = 0;
+  const Listener listener{16};
   std::thread thread;
 };
 
@@ -270,15 +296,8 @@ TEST_F(MqttPublisherTest, BrokerThatIsAwayIsToldOfOnce) {
 }
 
 TEST_F(MqttPublisherTest, BrokerThatNeverAnswersHoldsUpNobody) {
-  const FileDescriptor listener(socket(AF_INET, SOCK_STREAM, 0));
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  socklen_t size = sizeof(address);
-  ASSERT_EQ(0, bind(listener.get(), reinterpret_cast<sockaddr*>(&address), size));
-  ASSERT_EQ(0, listen(listener.get(), 4));
-  ASSERT_EQ(0, getsockname(listener.get(), reinterpret_cast<sockaddr*>(&address), &size));
-  MqttPublisher::Settings settings = settingsFor({ntohs(address.sin_port)});
+  const Listener listener(4);
+  MqttPublisher::Settings settings = settingsFor({listener.getPort()});
   settings.patience = Milliseconds(50);
   auto publisher = std::make_unique<MqttPublisher>(settings);
   // It gives up and comes again.
@@ -427,15 +446,8 @@ TEST_F(MqttPublisherTest, PauseGrowsWhileHostsTakeNoConnection) {
 
 // The least that nine pauses can be: half of 20, 20, 40, 80 and five times 160 ms.
 TEST_F(MqttPublisherTest, BrokerThatRefusesIsAskedEverMoreRarely) {
-  const FileDescriptor listener(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  socklen_t size = sizeof(address);
-  ASSERT_EQ(0, bind(listener.get(), reinterpret_cast<sockaddr*>(&address), size));
-  ASSERT_EQ(0, listen(listener.get(), 1));
-  ASSERT_EQ(0, getsockname(listener.get(), reinterpret_cast<sockaddr*>(&address), &size));
-  const MqttPublisher publisher(settingsFor({ntohs(address.sin_port)}));
+  const Listener listener(1);
+  const MqttPublisher publisher(settingsFor({listener.getPort()}));
   const auto refuse = [&listener] {
     constexpr unsigned char UNAVAILABLE[] = {0x20, 2, 0, 3};  // CONNACK
     char request[200];
@@ -455,24 +467,16 @@ TEST_F(MqttPublisherTest, BrokerThatRefusesIsAskedEverMoreRarely) {
 
 // As where power or the way to it has failed: nobody answers, not even with a refusal.
 TEST_F(MqttPublisherTest, HostThatCannotBeReachedHasRefusedNobody) {
-  const FileDescriptor listener(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  socklen_t size = sizeof(address);
-  ASSERT_EQ(0, bind(listener.get(), reinterpret_cast<sockaddr*>(&address), size));
-  ASSERT_EQ(0, listen(listener.get(), 0));
-  ASSERT_EQ(0, getsockname(listener.get(), reinterpret_cast<sockaddr*>(&address), &size));
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  const FileDescriptor first(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
-  ASSERT_EQ(0, connect(first.get(), reinterpret_cast<sockaddr*>(&address), size));  // it is full
+  const Listener listener(0, INADDR_ANY);
+  const FileDescriptor first = listener.connected();  // it is full
   MqttPublisher::Settings settings = settingsFor({});
   settings.patience = Milliseconds(50);
   for (const char* host : {"127.0.0.1", "127.0.0.2", "127.0.0.3"}) {
-    settings.hosts.push_back({host, ntohs(address.sin_port)});
+    settings.hosts.push_back({host, listener.getPort()});
   }
   MqttPublisher publisher(settings);
-  ASSERT_TRUE(tells(publisher,
-                    "127.0.0.3 port " + std::to_string(ntohs(address.sin_port)) + ": no answer"));
+  ASSERT_TRUE(
+      tells(publisher, "127.0.0.3 port " + std::to_string(listener.getPort()) + ": no answer"));
   EXPECT_EQ(0, publisher.getHealth().refusals);
 }
 
@@ -692,14 +696,6 @@ class PackingBroker {
     EXPECT_EQ(1,
               SSL_CTX_use_certificate_file(context.get(), certificate.c_str(), SSL_FILETYPE_PEM));
     EXPECT_EQ(1, SSL_CTX_use_PrivateKey_file(context.get(), key.c_str(), SSL_FILETYPE_PEM));
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t size = sizeof(address);
-    EXPECT_EQ(0, bind(listener.get(), reinterpret_cast<sockaddr*>(&address), size));
-    EXPECT_EQ(0, listen(listener.get(), 1));
-    EXPECT_EQ(0, getsockname(listener.get(), reinterpret_cast<sockaddr*>(&address), &size));
-    port = ntohs(address.sin_port);
     thread = std::thread([this, count] { serve(count); });
   }
   PackingBroker(const PackingBroker&) = delete;
@@ -709,7 +705,7 @@ class PackingBroker {
     thread.join();
   }
 
-  int getPort() const { return port; }
+  int getPort() const { return listener.getPort(); }
 
  private:
   void serve(int count) {
@@ -731,8 +727,7 @@ class PackingBroker {
   }
 
   const std::unique_ptr<SSL_CTX, decltype(&SSL_CTX_free)> context;
-  const FileDescriptor listener{socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)};
-  int port = 0;
+  const Listener listener{1};
   std::thread thread;
 };
 
@@ -801,20 +796,12 @@ TEST_F(MqttTlsTest, DeviceWhoseCertificateHasExpiredIsNotTaken) {
 // A host that hangs takes connections all the same. As over a network, the connection is not there
 // at once: the first try to get it finds the queue full, and the second one comes a second later.
 TEST_F(MqttTlsTest, HostThatNeverAnswersIsAwaitedAtRest) {
-  const FileDescriptor listener(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  socklen_t size = sizeof(address);
-  ASSERT_EQ(0, bind(listener.get(), reinterpret_cast<sockaddr*>(&address), size));
-  ASSERT_EQ(0, listen(listener.get(), 0));
-  ASSERT_EQ(0, getsockname(listener.get(), reinterpret_cast<sockaddr*>(&address), &size));
-  const FileDescriptor first(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
-  ASSERT_EQ(0, connect(first.get(), reinterpret_cast<sockaddr*>(&address), size));
+  const Listener listener(0);
+  const FileDescriptor first = listener.connected();
   const std::optional<BrokerTls> tls = settingsOf("ca", "device").tls;
   const MosquittoPtr client = makeMqttClient(nullptr, nullptr);
   ASSERT_EQ(MOSQ_ERR_SUCCESS, introduce(client.get(), std::nullopt, tls));
-  ASSERT_EQ(MOSQ_ERR_SUCCESS, connectTo(client.get(), {"127.0.0.1", ntohs(address.sin_port)}, tls));
+  ASSERT_EQ(MOSQ_ERR_SUCCESS, connectTo(client.get(), {"127.0.0.1", listener.getPort()}, tls));
   const FileDescriptor taken(accept(listener.get(), nullptr, nullptr));
   const FileDescriptor device(accept(listener.get(), nullptr, nullptr));
   ASSERT_TRUE(device.isOpen());
