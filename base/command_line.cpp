@@ -1,5 +1,7 @@
 #include "base/command_line.h"
 
+#include <exception>
+#include <iostream>
 #include <memory>
 
 #include "base/glib_ptr.h"
@@ -23,5 +25,19 @@ void readOptions(const char* summary, std::span<const GOptionEntry> entries,
   }
   if (g_strv_length(argv) > 1) {
     throw OptionError(std::string("Not an option: ") + argv[1]);
+  }
+}
+
+int runProgram(const std::function<int()>& run) {
+  constexpr int FAILED = 1;
+  constexpr int USAGE = 2;
+  try {
+    return run();
+  } catch (const OptionError& error) {
+    std::cerr << error.what() << '\n';
+    return USAGE;
+  } catch (const std::exception& error) {
+    std::cerr << error.what() << '\n';
+    return FAILED;
   }
 }

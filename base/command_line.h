@@ -2,6 +2,7 @@
 #ifndef BASE_COMMAND_LINE_H
 #define BASE_COMMAND_LINE_H
 
+#include <functional>
 #include <span>
 #include <stdexcept>
 #include <string>
@@ -35,5 +36,9 @@ class OptionText {
 // headed by the summary, and ends the process for "--help".
 void readOptions(const char* summary, std::span<const GOptionEntry> entries,
                  const std::vector<std::string>& arguments);
+
+// What a program's main returns: what run returns; 2 after an OptionError and 1 after any other
+// exception, whose words go to the standard error output.
+int runProgram(const std::function<int()>& run);
 
 #endif

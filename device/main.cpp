@@ -1,17 +1,13 @@
 #include <glib-unix.h>
 
 #include <csignal>
-#include <exception>
-#include <iostream>
 
 #include "app/options.h"
 #include "app/virtual_device.h"
+#include "base/command_line.h"
 #include "services/bus.h"
 
 namespace {
-
-constexpr int FAILED = 1;
-constexpr int USAGE = 2;
 
 gboolean stopDevice(gpointer device) {
   static_cast<device::VirtualDevice*>(device)->stop();
@@ -30,13 +26,5 @@ int runDevice(const device::Options& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  try {
-    return runDevice(device::parseOptions({argv, argv + argc}));
-  } catch (const device::OptionError& error) {
-    std::cerr << error.what() << '\n';
-    return USAGE;
-  } catch (const std::exception& error) {
-    std::cerr << error.what() << '\n';
-    return FAILED;
-  }
+  return runProgram([&] { return runDevice(device::parseOptions({argv, argv + argc})); });
 }

@@ -62,11 +62,14 @@ add_library(device_services STATIC
   onvif_server/device_operations.cpp
   onvif_server/discovery_responder.cpp
   onvif_server/event_operations.cpp
+  onvif_server/faulty_reports.cpp
+  onvif_server/faulty_services.cpp
   onvif_server/head_space.cpp
   onvif_server/media_operations.cpp
   onvif_server/metadata.cpp
   onvif_server/notification.cpp
   onvif_server/onvif_camera.cpp
+  onvif_server/onvif_faults.cpp
   onvif_server/onvif_options.cpp
   onvif_server/operations.cpp
   onvif_server/ptz_operations.cpp
@@ -80,6 +83,7 @@ add_library(device_services STATIC
   rtsp/rtsp_connections.cpp
   rtsp/rtsp_server.cpp
   rtsp/stream_entry.cpp
+  rtsp/stream_faults.cpp
   rtsp/stream_feeds.cpp
   services/parameter_service.cpp
   services/periodic_timer.cpp

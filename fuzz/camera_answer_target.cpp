@@ -94,7 +94,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                    .tilt = {device::MoveKind::continuous, -20},
                    .zoom = {device::MoveKind::absolute, 500}},
                   now);
-    while (const auto call = moves.next(now, seen)) {
+    while (const auto call = moves.next(now, seen, now)) {
       const XmlDocument written(call->operation.document());
       moves.answered({.ok = true, .isTimeoutRefused = false, .isOperationMissing = false}, now);
     }
@@ -103,7 +103,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   bool isStopped = !moves.isDriven();
   for (int i = 0; i < 20 && !isStopped; ++i) {
     now += PAUSE;
-    if (moves.next(now, std::nullopt)) {
+    if (moves.next(now, std::nullopt, now)) {
       moves.answered({.ok = true, .isTimeoutRefused = false, .isOperationMissing = false}, now);
     }
     isStopped = !moves.isDriven();

@@ -1,4 +1,5 @@
 // Messages to the virtual device's ONVIF side: texts with a zero byte between them.
+#include <array>
 #include <cmath>
 #include <cstdint>
 #include <memory>
@@ -29,6 +30,10 @@ using namespace device::onvif;  // NOLINT
 
 constexpr std::int64_t SECOND = units::fromSeconds(1);
 constexpr std::int64_t NOON = 1767268800 * SECOND;  // 2026-01-01T12:00:00Z
+// From one message to the next; the longest is over that of a pull point that is not told
+// otherwise.
+constexpr std::array<std::int64_t, 6> PAUSES = {0,          SECOND / 10, SECOND / 5,
+                                                SECOND / 2, 5 * SECOND,  61 * SECOND};
 const DiscoveryDevice DEVICE{"urn:uuid:1", {"onvif://www.onvif.org/type/ptz"}, "http://a/"};
 
 HeadSetup headOfTheTarget() {
@@ -82,7 +87,7 @@ struct Camera {
   PtzOperations ptz{profiles, drive, [] { return NOON; }};
   EventService events{busOfTheTarget()};
   const std::uint32_t alarmId = events.declare(alarm(false), false);
-  EventOperations eventOperations{events};
+  EventOperations eventOperations{events, [this] { return now; }};
   TokenBook tokens{"user", "pass", [] { return NOON; }};
   Operations operations;
 };
@@ -191,7 +196,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   fuzz::Input input(data, size);
   Client client;
   client.asksForUser = input.flag();
-  const std::int64_t pause = input.between(0, 5) * SECOND / 10;
+  const std::int64_t pause = PAUSES[static_cast<std::size_t>(input.between(0, 5))];
   client.path = pointPath(static_cast<std::size_t>(1 + input.between(0, 2)));
   client.isThere = !input.flag();
   client.isReached = !input.flag();
@@ -205,6 +210,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     checkDiscovery(message);
     calls.push_back(send(camera, message, client));
     camera.now += pause;
+    camera.eventOperations.update();
     camera.events.send(camera.alarmId, alarm(state = !state));
     checkHead(camera);
   }

@@ -1,27 +1,15 @@
 // Scores one head with one seed and prints what it earned.
 #include <cstdlib>
-#include <exception>
 #include <iostream>
 
+#include "base/command_line.h"
 #include "score/job.h"
 #include "score/job_json.h"
 #include "score/options.h"
 
-namespace {
-
-constexpr int USAGE = 2;
-
-}  // namespace
-
 int main(int argc, char** argv) {
-  try {
+  return runProgram([&] {
     std::cout << score::toJson(score::runJob(score::parseOptions({argv, argv + argc}))) << '\n';
     return EXIT_SUCCESS;
-  } catch (const score::OptionError& error) {
-    std::cerr << error.what() << '\n';
-    return USAGE;
-  } catch (const std::exception& error) {
-    std::cerr << error.what() << '\n';
-    return EXIT_FAILURE;
-  }
+  });
 }

@@ -21,6 +21,8 @@ struct CameraIdentity {
   std::string manufacturer;
   std::string model;
   std::string serial;
+
+  bool operator==(const CameraIdentity&) const = default;
 };
 
 CameraIdentity readIdentity(const XmlElement& response);
@@ -39,6 +41,8 @@ struct MediaProfile {
   bool metadataTellsObjects = false;
   std::string ptz;  // token of its PTZ configuration; empty without one
   std::string ptzNode;
+
+  bool operator==(const MediaProfile&) const = default;
 };
 
 // Of both media services.

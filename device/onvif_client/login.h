@@ -9,6 +9,8 @@ namespace device::onvif {
 struct Login {
   std::string user;
   std::string password;
+
+  bool operator==(const Login&) const = default;
 };
 
 }  // namespace device::onvif

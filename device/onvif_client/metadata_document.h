@@ -70,6 +70,8 @@ struct SeenFrame {
 struct PixelSize {
   int width = 0;
   int height = 0;
+
+  bool operator==(const PixelSize&) const = default;
 };
 
 struct MetadataDocument {

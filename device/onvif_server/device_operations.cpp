@@ -3,6 +3,7 @@
 #include <array>
 
 #include "base/glib_ptr.h"
+#include "base/units.h"
 #include "onvif/fault.h"
 #include "onvif/namespaces.h"
 
@@ -35,20 +36,6 @@ std::string escaped(const std::string& text) {
 
 std::string hostName() {
   return g_get_host_name();
-}
-
-Tag systemDateAndTime(const Request&) {
-  const GDateTimePtr now(g_date_time_new_now_utc());
-  return Tag("tds:GetSystemDateAndTimeResponse",
-             Tag("tds:SystemDateAndTime", Tag("tt:DateTimeType", "NTP"),
-                 Tag("tt:DaylightSavings", false), Tag("tt:TimeZone", Tag("tt:TZ", "UTC0")),
-                 Tag("tt:UTCDateTime",
-                     Tag("tt:Time", Tag("tt:Hour", g_date_time_get_hour(now.get())),
-                         Tag("tt:Minute", g_date_time_get_minute(now.get())),
-                         Tag("tt:Second", g_date_time_get_second(now.get()))),
-                     Tag("tt:Date", Tag("tt:Year", g_date_time_get_year(now.get())),
-                         Tag("tt:Month", g_date_time_get_month(now.get())),
-                         Tag("tt:Day", g_date_time_get_day_of_month(now.get()))))));
 }
 
 Tag services(const Request& request) {
@@ -144,7 +131,8 @@ void DeviceOperations::addTo(Operations& operations) {
   const auto add = [&](const char* name, Access access, Operations::Function function) {
     operations.add(ns::DEVICE, name, access, std::move(function));
   };
-  add("GetSystemDateAndTime", Access::anybody, systemDateAndTime);
+  add("GetSystemDateAndTime", Access::anybody,
+      [this](const Request&) { return systemDateAndTime(); });
   add("GetServices", Access::anybody, services);
   add("GetCapabilities", Access::anybody, capabilities);
   add("GetServiceCapabilities", Access::anybody, serviceCapabilities);
@@ -158,6 +146,20 @@ void DeviceOperations::addTo(Operations& operations) {
   add("GetNetworkInterfaces", Access::user, networkInterfaces);
   add("GetNTP", Access::user, ntp);
   add("GetDiscoveryMode", Access::user, discoveryMode);
+}
+
+Tag DeviceOperations::systemDateAndTime() const {
+  const GDateTimePtr now(g_date_time_new_from_unix_utc(clock() / units::MICROSECONDS_PER_SECOND));
+  return Tag("tds:GetSystemDateAndTimeResponse",
+             Tag("tds:SystemDateAndTime", Tag("tt:DateTimeType", "NTP"),
+                 Tag("tt:DaylightSavings", false), Tag("tt:TimeZone", Tag("tt:TZ", "UTC0")),
+                 Tag("tt:UTCDateTime",
+                     Tag("tt:Time", Tag("tt:Hour", g_date_time_get_hour(now.get())),
+                         Tag("tt:Minute", g_date_time_get_minute(now.get())),
+                         Tag("tt:Second", g_date_time_get_second(now.get()))),
+                     Tag("tt:Date", Tag("tt:Year", g_date_time_get_year(now.get())),
+                         Tag("tt:Month", g_date_time_get_month(now.get())),
+                         Tag("tt:Day", g_date_time_get_day_of_month(now.get()))))));
 }
 
 Tag DeviceOperations::information() const {

@@ -1,7 +1,12 @@
 #ifndef DEVICE_ONVIF_SERVER_DEVICE_OPERATIONS_H
 #define DEVICE_ONVIF_SERVER_DEVICE_OPERATIONS_H
 
+#include <glib.h>
+
+#include <cstdint>
+#include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "onvif_server/operations.h"
@@ -22,15 +27,21 @@ std::vector<std::string> scopesOf(const DeviceIdentity& identity);
 // The device service: who it is, what time it is, and where its other services are.
 class DeviceOperations {
  public:
-  explicit DeviceOperations(DeviceIdentity identity) : identity(std::move(identity)) {}
+  // Microseconds since 1970.
+  using WallClock = std::function<std::int64_t()>;
+
+  explicit DeviceOperations(DeviceIdentity identity, WallClock clock = g_get_real_time)
+      : identity(std::move(identity)), clock(std::move(clock)) {}
 
   void addTo(Operations& operations);
 
  private:
+  Tag systemDateAndTime() const;
   Tag information() const;
   Tag scopes() const;
 
   DeviceIdentity identity;
+  WallClock clock;
 };
 
 }  // namespace device::onvif

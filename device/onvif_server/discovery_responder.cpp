@@ -63,11 +63,13 @@ GObjectPtr<GSocket> join(const std::string& address) {
 }  // namespace
 
 DiscoveryResponder::DiscoveryResponder(std::string address, std::uint16_t port, std::string path,
-                                       std::string endpoint, std::vector<std::string> scopes)
+                                       std::string endpoint, std::vector<std::string> scopes,
+                                       Delay delay)
     : address(std::move(address)),
       port(port),
       path(std::move(path)),
       device{std::move(endpoint), std::move(scopes), ""},
+      delay(std::move(delay)),
       sequence{g_get_real_time() / units::MICROSECONDS_PER_SECOND, 0},
       socket(join(this->address)),
       group(g_inet_socket_address_new_from_string(DISCOVERY_GROUP, DISCOVERY_PORT)),
@@ -79,6 +81,14 @@ DiscoveryResponder::DiscoveryResponder(std::string address, std::uint16_t port, 
 DiscoveryResponder::~DiscoveryResponder() {
   ++sequence.number;
   send(group.get(), discoveryBye(device, sequence));
+}
+
+guint DiscoveryResponder::delayOfChance() {
+  return static_cast<guint>(g_random_int_range(0, MOST_DELAY));
+}
+
+std::size_t DiscoveryResponder::waitingAnswers() const {
+  return waiting.size();
 }
 
 gboolean DiscoveryResponder::readable(GSocket*, GIOCondition, gpointer data) {
@@ -111,8 +121,7 @@ bool DiscoveryResponder::readOne() {
 void DiscoveryResponder::answerLater(const DiscoveryQuestion& question,
                                      GObjectPtr<GSocketAddress> asker) {
   Waiting& entry = waiting.emplace_back(Waiting{this, question, std::move(asker), nullptr});
-  const auto delay = static_cast<guint>(g_random_int_range(0, MOST_DELAY));
-  entry.timer = startTimer(delay, due, &entry);
+  entry.timer = startTimer(delay(), due, &entry);
 }
 
 gboolean DiscoveryResponder::due(gpointer data) {

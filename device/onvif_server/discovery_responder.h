@@ -20,17 +20,23 @@ namespace device::onvif {
 // not meet.
 class DiscoveryResponder {
  public:
-  static constexpr guint MOST_DELAY = 500;         // milliseconds
+  static constexpr gint32 MOST_DELAY = 500;        // milliseconds
   static constexpr std::size_t MOST_WAITING = 64;  // answers; beyond, questions are not heard
   static constexpr int PER_TURN = 16;              // questions
+
+  using Delay = std::function<guint()>;  // milliseconds until an answer
+  static guint delayOfChance();
 
   // address: the device's own on that network, as text; "0.0.0.0" leaves the choice to the system.
   // Throws std::runtime_error when it cannot listen.
   DiscoveryResponder(std::string address, std::uint16_t port, std::string path,
-                     std::string endpoint, std::vector<std::string> scopes);
+                     std::string endpoint, std::vector<std::string> scopes,
+                     Delay delay = delayOfChance);
   DiscoveryResponder(const DiscoveryResponder&) = delete;
   DiscoveryResponder& operator=(const DiscoveryResponder&) = delete;
   ~DiscoveryResponder();
+
+  std::size_t waitingAnswers() const;
 
  private:
   struct Waiting;
@@ -46,6 +52,7 @@ class DiscoveryResponder {
   std::uint16_t port;
   std::string path;
   DiscoveryDevice device;
+  Delay delay;
   DiscoverySequence sequence;
   GObjectPtr<GSocket> socket;
   GObjectPtr<GSocketAddress> group;

@@ -23,9 +23,9 @@ Fault noSuchPoint() {
 
 }  // namespace
 
-EventOperations::EventOperations(EventService& events)
+EventOperations::EventOperations(EventService& events, PullPoints::Clock clock)
     : events(events),
-      points([] { return g_get_monotonic_time(); }),
+      points(std::move(clock), [this] { return present(); }),
       timer(PERIOD, [this] { points.update(); }) {
   // Observers stay for good, longer than this.
   const auto whileHere = [this](void (EventOperations::*tell)(const Event& event)) {
@@ -190,7 +190,7 @@ Tag EventOperations::create(const Request& request) {
   const auto element = request.body.child(ns::EVENTS, "Filter");
   TopicFilter filter = element ? TopicFilter(*element) : TopicFilter();
   const std::int64_t lifetime = lifetimeOf(request, ns::EVENTS, "InitialTerminationTime");
-  const auto point = points.create(std::move(filter), lifetime, present());
+  const auto point = points.create(std::move(filter), lifetime);
   if (!point) {
     throw Fault(FaultCode::receiver, {"ter:Action"},
                 "There are as many pull points as there may be");
@@ -245,11 +245,9 @@ Tag EventOperations::unsubscribe(const Request& request) {
 }
 
 Tag EventOperations::synchronize(const Request& request) {
-  const int point = pointOf(request);
-  if (!points.lifetimeOf(point)) {
+  if (!points.synchronize(pointOf(request))) {
     throw noSuchPoint();
   }
-  points.publishTo(point, present());
   return Tag("tev:SetSynchronizationPointResponse");
 }
 

@@ -1,6 +1,8 @@
 #ifndef DEVICE_ONVIF_SERVER_EVENT_OPERATIONS_H
 #define DEVICE_ONVIF_SERVER_EVENT_OPERATIONS_H
 
+#include <glib.h>
+
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -24,8 +26,8 @@ class EventOperations {
   static constexpr std::int64_t MOST_PATIENCE = 30000000;    // microseconds, of one pull
   static constexpr std::size_t MOST_AT_ONCE = 256;           // notifications
 
-  // The events outlive the service.
-  explicit EventOperations(EventService& events);
+  // The events outlive the service. The clock is that of the points' and pulls' times.
+  explicit EventOperations(EventService& events, PullPoints::Clock clock = g_get_monotonic_time);
   EventOperations(const EventOperations&) = delete;
   EventOperations& operator=(const EventOperations&) = delete;
 
@@ -45,6 +47,9 @@ class EventOperations {
   std::vector<std::string> rulesOf(const std::string& analytics) const;
 
   std::size_t pullPoints() const { return points.size(); }
+
+  // Forgets points and answers pulls whose time is over, which a timer does, too.
+  void update() { points.update(); }
 
  private:
   static constexpr std::int64_t PERIOD = 50000;  // microseconds

@@ -17,19 +17,50 @@ double rounded(double value) {
   return std::round(value * DECIMALS) / DECIMALS;
 }
 
-template <typename Points>
-std::vector<PicturePoint> upright(const Points& points, const OverviewCamera& camera) {
-  std::vector<PicturePoint> result;
-  for (const FramePoint& point : points) {
-    const PicturePoint seen = camera.toUpright({point.x / UNIT, point.y / UNIT});
-    result.push_back({rounded(seen.x), rounded(seen.y)});
-  }
-  return result;
-}
+// Writes the places of one camera's picture.
+class PlaceWriter {
+ public:
+  PlaceWriter(const OverviewCamera& camera, PlaceCoordinates coordinates)
+      : camera(camera), coordinates(coordinates) {}
 
-Tag boxTag(const std::vector<PicturePoint>& corners) {
+  bool isDownwards() const { return coordinates != PlaceCoordinates::normal; }
+
+  template <typename Points>
+  std::vector<PicturePoint> written(const Points& points) const {
+    std::vector<PicturePoint> result;
+    for (const FramePoint& point : points) {
+      const PicturePoint seen = camera.toUpright({point.x / UNIT, point.y / UNIT});
+      const PicturePoint told = isDownwards() ? toPixels(seen) : seen;
+      result.push_back({rounded(told.x), rounded(told.y)});
+    }
+    return result;
+  }
+
+  // To normal coordinates.
+  std::optional<Tag> transformation() const {
+    if (coordinates != PlaceCoordinates::transformedPixels) {
+      return std::nullopt;
+    }
+    return Tag("tt:Transformation", Tag("tt:Translate", Attribute("x", -1.0), Attribute("y", 1.0)),
+               Tag("tt:Scale", Attribute("x", 2.0 / camera.pictureWidth()),
+                   Attribute("y", -2.0 / camera.pictureHeight())));
+  }
+
+ private:
+  PicturePoint toPixels(const PicturePoint& point) const {
+    return {(point.x + 1) / 2 * camera.pictureWidth(), (1 - point.y) / 2 * camera.pictureHeight()};
+  }
+
+  const OverviewCamera& camera;
+  PlaceCoordinates coordinates;
+};
+
+Tag boxTag(const std::vector<PicturePoint>& corners, bool isDownwards) {
   const auto [left, right] = std::ranges::minmax(corners, {}, &PicturePoint::x);
-  const auto [bottom, top] = std::ranges::minmax(corners, {}, &PicturePoint::y);
+  auto [bottom, top] = std::ranges::minmax(corners, {}, &PicturePoint::y);
+  if (isDownwards) {
+    std::swap(bottom, top);
+  }
   return Tag("tt:BoundingBox", Attribute("left", left.x), Attribute("top", top.y),
              Attribute("right", right.x), Attribute("bottom", bottom.y));
 }
@@ -48,10 +79,11 @@ Tag centreTag(const std::vector<PicturePoint>& points) {
   return pointTag("tt:CenterOfGravity", {rounded(sum.x / count), rounded(sum.y / count)});
 }
 
-Tag objectTag(const FrameObject& object, const OverviewCamera& camera) {
-  const std::vector<PicturePoint> corners = upright(object.box, camera);
-  const std::vector<PicturePoint> outline = upright(object.outline, camera);
-  Tag shape("tt:Shape", boxTag(corners), centreTag(outline.empty() ? corners : outline));
+Tag objectTag(const FrameObject& object, const PlaceWriter& places) {
+  const std::vector<PicturePoint> corners = places.written(object.box);
+  const std::vector<PicturePoint> outline = places.written(object.outline);
+  Tag shape("tt:Shape", boxTag(corners, places.isDownwards()),
+            centreTag(outline.empty() ? corners : outline));
   if (outline.size() >= 3) {
     Tag polygon("tt:Polygon");
     for (const PicturePoint& point : outline) {
@@ -90,9 +122,13 @@ Tag mergeTag(const FrameEvent& event) {
   return tag;
 }
 
-// The vocabulary has splits before merges, and deletions last.
-Tag treeTag(const std::vector<FrameEvent>& events) {
+// The vocabulary has new names first, splits before merges, and deletions last.
+Tag treeTag(const std::vector<FrameEvent>& events, const ReportManner& manner) {
   Tag tree("tt:ObjectTree");
+  for (const auto& [from, to] : manner.renames) {
+    tree.add(Tag("tt:Rename", Tag("tt:from", Attribute("ObjectId", from)),
+                 Tag("tt:to", Attribute("ObjectId", to))));
+  }
   for (const FrameAction action : {FrameAction::split, FrameAction::merge, FrameAction::deletion}) {
     for (const FrameEvent& event : events) {
       if (event.action != action) {
@@ -114,13 +150,15 @@ std::string documentOf(Tag content) {
 
 }  // namespace
 
-std::string analyticsDocument(const Frame& frame, const OverviewCamera& camera, std::int64_t time) {
-  Tag tag("tt:Frame", Attribute("UtcTime", dateTimeText(time)));
+std::string analyticsDocument(const Frame& frame, const OverviewCamera& camera, std::int64_t time,
+                              const ReportManner& manner) {
+  const PlaceWriter places(camera, manner.coordinates);
+  Tag tag("tt:Frame", Attribute("UtcTime", dateTimeText(time)), places.transformation());
   for (const FrameObject& object : frame.objects) {
-    tag.add(objectTag(object, camera));
+    tag.add(objectTag(object, places));
   }
-  if (!frame.events.empty()) {
-    tag.add(treeTag(frame.events));
+  if (!frame.events.empty() || !manner.renames.empty()) {
+    tag.add(treeTag(frame.events, manner));
   }
   return documentOf(Tag("tt:VideoAnalytics", std::move(tag)));
 }

@@ -63,22 +63,34 @@ DeviceIdentity identityOf(const Model& model, std::uint16_t port) {
 OnvifCamera::OnvifCamera(const OnvifOptions& options, OnvifSources given)
     : sources(std::move(given)),
       profiles(cameraProfiles(sources.model, sources.world)),
-      server(options, operations),
+      faults(sources.world.channelCount()),
+      streamFaults(options.faults ? std::make_shared<StreamFaults>(streamCount()) : nullptr),
+      server(options, operations, {}, manners()),
       streams(streamOptions(options), streamSetups(),
               [this](std::size_t stream) { return sceneOf(profiles[stream]); }),
       identity(identityOf(sources.model, server.port())),
-      device(identity),
+      device(identity, [this] { return wallClock(); }),
       media(
           profiles, sources.model.head,
           [this](const CameraProfile& profile, const std::string& host) {
             return streamUri(profile, host);
           },
           [this](const std::string& configuration) { return events.rulesOf(configuration); }),
-      ptz(profiles, sources.drive, g_get_real_time),
+      ptz(profiles, sources.drive, [this] { return wallClock(); }),
       events(sources.events),
       analytics(profiles,
                 [this](const std::string& configuration) { return events.rulesOf(configuration); }),
+      faultyServices(faults, sources.drive),
       stateTimer(STATE_PERIOD, [this] { tellStates(); }) {
+  addOperations();
+  setFaults(OnvifFaults::namesIn(options.faults.value_or("")));
+  media.onSynchronize([this](const CameraProfile& profile) { synchronize(profile); });
+  events.observe([this](const auto& notifications) { tellEvents(notifications); });
+  events.namePresets([this](int preset) { return ptz.nameOf(preset); });
+  beFound();
+}
+
+void OnvifCamera::addOperations() {
   device.addTo(operations);
   media.addTo(operations);
   ptz.addTo(operations);
@@ -86,10 +98,47 @@ OnvifCamera::OnvifCamera(const OnvifOptions& options, OnvifSources given)
   analytics.addTo(operations);
   operations.setDocuments({MediaOperations::SNAPSHOT_ROOT, "image/jpeg",
                            [this](const std::string& token) { return snapshot(token); }});
-  media.onSynchronize([this](const CameraProfile& profile) { synchronize(profile); });
-  events.observe([this](const auto& notifications) { tellEvents(notifications); });
-  events.namePresets([this](int preset) { return ptz.nameOf(preset); });
-  beFound();
+  if (streamFaults) {
+    faultyServices.cover(operations);
+    ptz.claimMotion([this] { return faults.ofHead("always-moving"); });
+  }
+}
+
+SoapManners OnvifCamera::manners() const {
+  if (!streamFaults) {
+    return {};
+  }
+  return {.clock = [this] { return wallClock(); },
+          .takesTokens = [this] { return !faults.ofCamera("digest-only"); },
+          .knowsUser = [this] { return !faults.ofCamera("password-changed"); },
+          .isThere = [this] { return !faults.ofCamera("away"); }};
+}
+
+std::int64_t OnvifCamera::wallClock() const {
+  constexpr std::int64_t HOUR = units::fromSeconds(3600);
+  return g_get_real_time() + (faults.ofCamera("clock-ahead") ? HOUR : 0);
+}
+
+// Who has been let in with a password that is good no more, or by a camera that has gone, is put
+// out.
+void OnvifCamera::setFaults(const std::vector<std::string>& names) {
+  if (!streamFaults) {
+    return;
+  }
+  faults.set(names);
+  const bool wasOpen = !streamFaults->isAway && !streamFaults->isUserForgotten;
+  streamFaults->isAway = faults.ofCamera("away");
+  streamFaults->isUserForgotten = faults.ofCamera("password-changed");
+  for (std::size_t i = 0; i < streamCount(); ++i) {
+    StreamFaults::Stream& stream = streamFaults->streams[i];
+    const int number = profiles[i].camera;
+    stream.hasSmallPackets = faults.ofOverview(number, "small-packets");
+    stream.losesPackets = faults.ofOverview(number, "loses-packets");
+    stream.closes = faults.ofOverview(number, "closes");
+  }
+  if (wasOpen && (streamFaults->isAway || streamFaults->isUserForgotten)) {
+    streams.endConnections();
+  }
 }
 
 std::string OnvifCamera::url() const {
@@ -136,7 +185,8 @@ StreamOptions OnvifCamera::streamOptions(const OnvifOptions& options) const {
   return {.address = options.address,
           .port = options.port == 0 ? std::uint16_t{0} : STREAM_PORT,
           .user = options.user,
-          .framesPerSecond = FRAMES_PER_SECOND};
+          .framesPerSecond = FRAMES_PER_SECOND,
+          .faults = streamFaults};
 }
 
 std::vector<StreamSetup> OnvifCamera::streamSetups() const {
@@ -163,7 +213,12 @@ StreamScene OnvifCamera::sceneOf(const CameraProfile& profile) const {
 // The host's name without its port.
 std::string OnvifCamera::streamUri(const CameraProfile& profile, const std::string& host) const {
   const std::string name = host.substr(0, host.rfind(':'));
-  return "rtsp://" + name + ':' + std::to_string(streams.port()) + '/' + profile.stream();
+  std::string path = profile.stream();
+  if (faults.ofCamera("no-picture")) {
+    path = profile.picture() + "/metadata";
+  }
+  path += faults.ofOverview(profile.camera, "gzip") ? "/gzip" : "";
+  return "rtsp://" + name + ':' + std::to_string(streams.port()) + '/' + path;
 }
 
 // As the camera really hangs, and the head really looks.
@@ -187,8 +242,10 @@ void OnvifCamera::frame(int channel, const Frame& frame) {
     return;
   }
   const std::int64_t age = g_get_monotonic_time() - frame.timestamp;
+  const FaultyReports::Report report = faultyReports.told(channel + 1, frame);
   streams.tell(stream,
-               analyticsDocument(frame, sources.world.camera(channel), g_get_real_time() - age),
+               analyticsDocument(report.frame, sources.world.camera(channel), wallClock() - age,
+                                 report.manner),
                g_get_monotonic_time());
 }
 

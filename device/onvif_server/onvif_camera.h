@@ -14,7 +14,10 @@
 #include "onvif_server/device_operations.h"
 #include "onvif_server/discovery_responder.h"
 #include "onvif_server/event_operations.h"
+#include "onvif_server/faulty_reports.h"
+#include "onvif_server/faulty_services.h"
 #include "onvif_server/media_operations.h"
+#include "onvif_server/onvif_faults.h"
 #include "onvif_server/onvif_options.h"
 #include "onvif_server/operations.h"
 #include "onvif_server/ptz_operations.h"
@@ -47,7 +50,8 @@ class OnvifCamera {
   // A picture takes the main loop a while; whoever asks more often is given the same one.
   static constexpr double SHOT_PERIOD = 0.5;  // seconds
 
-  // Throws std::runtime_error when it cannot listen. Without discovery it goes on, and says so.
+  // Throws std::runtime_error when it cannot listen, or for faults that there are not. Without
+  // discovery it goes on, and says so.
   OnvifCamera(const OnvifOptions& options, OnvifSources given);
   OnvifCamera(const OnvifCamera&) = delete;
   OnvifCamera& operator=(const OnvifCamera&) = delete;
@@ -56,6 +60,11 @@ class OnvifCamera {
 
   // What the analytics of an overview camera (from 0) report, for the metadata streams.
   void frame(int channel, const Frame& frame);
+
+  // What it does wrong from now on; nothing changes when it was started to do right. Throws
+  // std::runtime_error for what there is not.
+  void setFaults(const std::vector<std::string>& names);
+  const OnvifFaults& getFaults() const { return faults; }
 
   // Of the device service: "http://127.0.0.1:8081/onvif/device_service".
   std::string url() const;
@@ -66,6 +75,9 @@ class OnvifCamera {
     std::string jpeg;
   };
 
+  std::int64_t wallClock() const;
+  SoapManners manners() const;
+  void addOperations();
   std::optional<std::string> snapshot(const std::string& token);
   std::string paintedFor(const CameraProfile& profile) const;
   OverviewCamera cameraOf(const CameraProfile& profile) const;
@@ -85,6 +97,8 @@ class OnvifCamera {
   OnvifSources sources;
   std::vector<CameraProfile> profiles;  // the first ones are those of the streams, in their order
   std::map<std::string, Shot> shots;    // the last of each picture, by its name
+  OnvifFaults faults;
+  std::shared_ptr<StreamFaults> streamFaults;  // null: it does right for good
   Operations operations;
   SoapServer server;  // the services hold on to its requests, and so go before it
   PictureStreams streams;
@@ -94,6 +108,8 @@ class OnvifCamera {
   PtzOperations ptz;
   EventOperations events;
   AnalyticsOperations analytics;
+  FaultyServices faultyServices;
+  FaultyReports faultyReports{faults};
   std::map<std::size_t, PictureStreams::Readers> untold;  // by stream: the present state
   std::string toldHead;                // its status in the metadata told last, without the time
   PictureStreams::Readers toldHeadTo;  // those who know it

@@ -20,8 +20,10 @@ std::string underOwnNames(std::string text) {
 
 std::optional<OnvifOptions> readOnvifOptions(const RawOnvifOptions& raw) {
   if (raw.port == nullptr) {
-    if (raw.address != nullptr || raw.user != nullptr || raw.passwordFile != nullptr) {
-      throw WebOptionError("--onvif-listen, --onvif-user and --onvif-password-file need --onvif");
+    if (raw.address != nullptr || raw.user != nullptr || raw.passwordFile != nullptr ||
+        raw.faults != nullptr) {
+      throw WebOptionError(
+          "--onvif-listen, --onvif-user, --onvif-password-file and --onvif-faults need --onvif");
     }
     return std::nullopt;
   }
@@ -30,7 +32,9 @@ std::optional<OnvifOptions> readOnvifOptions(const RawOnvifOptions& raw) {
                                                .port = raw.port,
                                                .user = raw.user,
                                                .passwordFile = raw.passwordFile});
-    return OnvifOptions{options.address, *options.port, options.user};
+    return OnvifOptions{
+        options.address, *options.port, options.user,
+        raw.faults != nullptr ? std::optional<std::string>(raw.faults) : std::nullopt};
   } catch (const WebOptionError& error) {
     const std::string text = underOwnNames(error.what());
     constexpr std::string_view PORT = "--onvif-port";

@@ -24,6 +24,12 @@ void Operations::setAction(const std::string& nameSpace, const std::string& name
   operations.at({nameSpace, name}).action = std::move(action);
 }
 
+void Operations::cover(const Layer& layer) {
+  for (auto& [name, operation] : operations) {
+    operation.serve = layer(name, std::move(operation.serve));
+  }
+}
+
 const Operations::Operation* Operations::find(const XmlName& name) const {
   const auto found = operations.find(name);
   return found != operations.end() ? &found->second : nullptr;

@@ -65,6 +65,10 @@ class Operations {
   void setDocuments(Documents documents) { offered = std::move(documents); }
   const std::optional<Documents>& getDocuments() const { return offered; }
 
+  // Puts something between the clients and what serves each operation that there is by now.
+  using Layer = std::function<WaitingFunction(const XmlName& name, WaitingFunction serve)>;
+  void cover(const Layer& layer);
+
   // Null for what there is not.
   const Operation* find(const XmlName& name) const;
 

@@ -170,7 +170,7 @@ Tag PtzOperations::status(const Request& request) {
 Tag PtzOperations::statusTag(const std::string& name, bool withTime) const {
   const HeadStatus told = drive.getHead().toldStatus();
   const HeadStatus real = drive.getHead().status();
-  const bool pending = drive.getHead().isCommandOnItsWay();
+  const bool pending = drive.getHead().isCommandOnItsWay() || claimsMotion();
   const bool panTiltMoves =
       pending || told.panMoving || told.tiltMoving || real.panMoving || real.tiltMoving;
   const bool zoomMoves = pending || told.zoomMoving || real.zoomMoving;

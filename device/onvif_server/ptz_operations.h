@@ -5,6 +5,7 @@
 #include <functional>
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "onvif_server/camera_profile.h"
@@ -36,6 +37,9 @@ class PtzOperations {
   // Where the head is and whether it moves, as an element of that name; without a time, it is the
   // same for the same state.
   Tag statusTag(const std::string& name, bool withTime) const;
+
+  // Whether the head is to claim motion, though it stands.
+  void claimMotion(std::function<bool()> given) { claimsMotion = std::move(given); }
 
   // What a preset is called, by the client that set it or by its number.
   std::string nameOf(int preset) const;
@@ -69,6 +73,7 @@ class PtzOperations {
   HeadDrive& drive;
   WallClock clock;
   HeadSpace spaces;
+  std::function<bool()> claimsMotion = [] { return false; };
   std::map<int, std::string> presetNames;  // that clients gave
 };
 

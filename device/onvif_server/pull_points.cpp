@@ -15,11 +15,10 @@ void keepNewest(Queue* queue, std::size_t most) {
 
 }  // namespace
 
-PullPoints::PullPoints(Clock clock, const PullPointLimits& limits)
-    : clock(std::move(clock)), limits(limits) {}
+PullPoints::PullPoints(Clock clock, Present present, const PullPointLimits& limits)
+    : clock(std::move(clock)), present(std::move(present)), limits(limits) {}
 
-std::optional<int> PullPoints::create(TopicFilter filter, std::int64_t lifetime,
-                                      const std::vector<Notification>& initial) {
+std::optional<int> PullPoints::create(TopicFilter filter, std::int64_t lifetime) {
   update();
   if (points.size() >= limits.points) {
     return std::nullopt;
@@ -30,7 +29,7 @@ std::optional<int> PullPoints::create(TopicFilter filter, std::int64_t lifetime,
   point.created = point.pulled = clock();
   point.end = point.created + lifetime;
   point.queue = takeLegacy(point.filter);
-  publishTo(last, initial);
+  addPresent(&point);
   return last;
 }
 
@@ -49,15 +48,14 @@ void PullPoints::publish(const std::vector<Notification>& notifications) {
   }
 }
 
-void PullPoints::publishTo(int number, const std::vector<Notification>& notifications) {
+bool PullPoints::synchronize(int number) {
   Point* point = find(number);
   if (point == nullptr) {
-    return;
+    return false;
   }
-  for (const Notification& each : notifications) {
-    add(point, {std::make_shared<const Notification>(each), clock()});
-  }
+  addPresent(point);
   answerIfAny(number, point);
+  return true;
 }
 
 PullPoints::Pulled PullPoints::pull(int number, std::size_t most, std::int64_t patience,
@@ -93,7 +91,7 @@ bool PullPoints::renew(int number, std::int64_t lifetime) {
     return false;
   }
   point->lifetime = lifetime;
-  point->end = clock() + lifetime;
+  point->end = (point->pull ? point->pull->end : clock()) + lifetime;
   return true;
 }
 
@@ -147,6 +145,27 @@ void PullPoints::add(Point* point, const Waiting& waiting) const {
   }
 }
 
+void PullPoints::addPresent(Point* point) const {
+  for (const Notification& each : present()) {
+    add(point, {std::make_shared<const Notification>(each), clock()});
+  }
+}
+
+// Of the properties that it is told to have changed, those that there are no more.
+void PullPoints::addGone(Point* point, const Queue& told) const {
+  std::vector<Notification> known = present();
+  for (const Waiting& waiting : told) {
+    Notification gone = *waiting.notification;
+    const bool isKnown = std::ranges::any_of(
+        known, [&](const Notification& other) { return isSameProperty(gone, other); });
+    if (gone.operation == PropertyOperation::changed && !isKnown) {
+      gone.operation = PropertyOperation::deleted;
+      add(point, {std::make_shared<const Notification>(gone), clock()});
+      known.push_back(std::move(gone));
+    }
+  }
+}
+
 void PullPoints::forget(int number) {
   Point* point = find(number);
   takeBack(point);
@@ -173,12 +192,18 @@ std::pair<const int, PullPoints::Point>* PullPoints::heirOf(const Point& lost) {
   return found != points.end() ? &*found : nullptr;
 }
 
-// What came before it was there; of the rest it was told itself.
+// What came before it was there; of the rest it was told itself. It may know what came later
+// already, and so is told last how things are.
 void PullPoints::handOver(Queue* left, int number, Point* heir) {
   std::erase_if(*left, [heir](const Waiting& waiting) { return waiting.since > heir->created; });
   dropOld(left);
+  if (left->empty()) {
+    return;
+  }
   heir->queue.insert(heir->queue.begin(), left->begin(), left->end());
   keepNewest(&heir->queue, limits.queue);
+  addGone(heir, *left);
+  addPresent(heir);
   answerIfAny(number, heir);
 }
 

@@ -26,13 +26,17 @@ struct PullPointLimits {
 // The places at which clients fetch notifications. Each is forgotten when its time is over; a new
 // one begins with the present state. What is handed over to a client that has gone is not lost: it
 // waits for the next pull. Nor is what happened that a forgotten point's client has not got: who
-// came with the same filter after its last pull is taken for its client and told what came before;
-// where there is nobody, the newest of it, and of what the filter lets pass later, wait for a time
-// for the next new point with that filter, which hands them over before the present state. A point
-// that is removed leaves nothing. Used from one thread; the clock never goes back.
+// came with the same filter after its last pull is taken for its client and told what came before,
+// and the present state anew, as the last word; where there is nobody, the newest of it, and of
+// what the filter lets pass later, wait for a time for the next new point with that filter, which
+// hands them over before the present state. A point that is removed leaves nothing. Used from one
+// thread; the clock never goes back.
 class PullPoints {
  public:
   using Clock = std::function<std::int64_t()>;  // microseconds
+
+  // All properties as they are now; each filter chooses from them.
+  using Present = std::function<std::vector<Notification>()>;
 
   // Is to be told whether the notifications have gone on to the client. May be called later than
   // the points live.
@@ -46,26 +50,26 @@ class PullPoints {
   };
   enum class Pulled { yes, noPoint, anotherWaits };
 
-  explicit PullPoints(Clock clock, const PullPointLimits& limits = {});
+  PullPoints(Clock clock, Present present, const PullPointLimits& limits = {});
   PullPoints(const PullPoints&) = delete;
   PullPoints& operator=(const PullPoints&) = delete;
 
-  // initial: the present state, from which the filter chooses. Nothing when there are too many
-  // points; else its number, which is never given twice.
-  std::optional<int> create(TopicFilter filter, std::int64_t lifetime,
-                            const std::vector<Notification>& initial);
+  // Nothing when there are too many points; else its number, which is never given twice.
+  std::optional<int> create(TopicFilter filter, std::int64_t lifetime);
 
   // Puts notifications into the queues that want them. The oldest ones are lost where too many
   // wait.
   void publish(const std::vector<Notification>& notifications);
-  void publishTo(int point, const std::vector<Notification>& notifications);
+
+  // Tells it the present state again; whether there is such a point.
+  bool synchronize(int point);
 
   // Hands over what waits, at most so many, or what comes first within a time; then nothing. While
   // another pull waits whose client is there, nothing is done; one whose client has gone is
   // answered with nothing. From the answer on the point lives for its lifetime again.
   Pulled pull(int point, std::size_t most, std::int64_t patience, Client client);
 
-  // Lets it live for so long from now on.
+  // Lets it live for so long from now on; while a pull waits, from the pull's end on.
   bool renew(int point, std::int64_t lifetime);
 
   bool remove(int point);
@@ -109,6 +113,8 @@ class PullPoints {
 
   Point* find(int point);
   void add(Point* point, const Waiting& waiting) const;
+  void addPresent(Point* point) const;
+  void addGone(Point* point, const Queue& told) const;
   void forget(int number);
   void handOver(Queue* left, int number, Point* heir);
   std::pair<const int, Point>* heirOf(const Point& lost);
@@ -121,6 +127,7 @@ class PullPoints {
   void answerIfAny(int number, Point* point);
 
   Clock clock;
+  Present present;
   PullPointLimits limits;
   std::map<int, Point> points;
   std::deque<Legacy> legacies;  // the oldest first, as many as points at most

@@ -106,9 +106,10 @@ const Operations::Operation& notOffered() {
 }  // namespace
 
 SoapServer::SoapServer(const OnvifOptions& options, const Operations& operations,
-                       const ConnectionLimits& limits)
+                       const ConnectionLimits& limits, SoapManners given)
     : address(options.address),
       operations(operations),
+      manners(std::move(given)),
       connections(limits),
       calls{.begin = setHeaders,
             .check = [this](SoupServerMessage* message) { check(message); },
@@ -120,7 +121,7 @@ SoapServer::SoapServer(const OnvifOptions& options, const Operations& operations
   connectCalls(server.get(), calls);
   if (options.user) {
     login.emplace(*options.user, NONCE_LIFETIME);
-    tokens.emplace(options.user->name, options.user->password, g_get_real_time);
+    tokens.emplace(options.user->name, options.user->password, manners.clock);
   }
   listener = std::make_unique<WebListener>(
       address, options.port,
@@ -138,6 +139,9 @@ SoapServer::~SoapServer() {
 // Before the body is read.
 void SoapServer::check(SoupServerMessage* message) {
   connections.enter(soup_server_message_get_remote_address(message), ConnectionStep_e::body);
+  if (!manners.isThere()) {
+    return leave(message);
+  }
   if (!origins->isAllowed(hostOf(message).c_str(), headerOf(message, "Origin"))) {
     return refuse(message, SOUP_STATUS_FORBIDDEN);
   }
@@ -210,11 +214,13 @@ SoapServer::Caller SoapServer::callerOf(SoupServerMessage* message) {
   if (headerOf(message, "Authorization") == nullptr) {
     return Caller::unknown;
   }
-  return login->challengeFor(message) ? Caller::refused : Caller::user;
+  return login->challengeFor(message) || !manners.knowsUser() ? Caller::refused : Caller::user;
 }
 
 void SoapServer::askForUser(SoupServerMessage* message) {
-  if (const auto challenge = login->challengeFor(message)) {
+  // Whom nobody can be is asked for in vain.
+  const auto challenge = manners.knowsUser() ? login->challengeFor(message) : std::nullopt;
+  if (challenge) {
     setHeader(message, "WWW-Authenticate", challenge->c_str());
   }
   refuse(message, SOUP_STATUS_UNAUTHORIZED);
@@ -226,10 +232,10 @@ void SoapServer::answer(SoupServerMessage* message, const std::string& path,
   const Operations::Operation& operation = found != nullptr ? *found : notOffered();
   const bool asksForToken = caller == Caller::unknown && operation.access != Access::anybody;
   if (asksForToken) {
-    if (!envelope.token) {
+    if (!envelope.token || !manners.takesTokens()) {
       return askForUser(message);
     }
-    if (!tokens->use(*envelope.token)) {
+    if (!tokens->use(*envelope.token) || !manners.knowsUser()) {
       throw notAuthorized();
     }
   }
@@ -287,6 +293,11 @@ bool SoapServer::isAwaited(SoupServerMessage* message) const {
   constexpr short GONE = POLLRDHUP | POLLHUP | POLLERR;
   pollfd state = {g_socket_get_fd(socket.get()), GONE, 0};
   return poll(&state, 1, 0) == 0 || (state.revents & GONE) == 0;
+}
+
+void SoapServer::leave(SoupServerMessage* message) {
+  const GObjectPtr<GIOStream> connection(soup_server_message_steal_connection(message));
+  g_io_stream_close(connection.get(), nullptr, nullptr);
 }
 
 void SoapServer::refuseBody(SoupServerMessage* message) {

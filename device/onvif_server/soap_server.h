@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <list>
 #include <memory>
 #include <optional>
@@ -24,6 +25,14 @@
 
 namespace device::onvif {
 
+// How a camera lets its clients in, where it does not do so as it ought to.
+struct SoapManners {
+  std::function<std::int64_t()> clock = g_get_real_time;  // of tokens, microseconds since 1970
+  std::function<bool()> takesTokens = [] { return true; };
+  std::function<bool()> knowsUser = [] { return true; };
+  std::function<bool()> isThere = [] { return true; };  // else connections end without an answer
+};
+
 // Offers operations by SOAP over HTTP, in the main loop of its thread, at any path below /onvif/.
 // Answers other than an operation's own or a SOAP fault have no body:
 //
@@ -38,7 +47,7 @@ class SoapServer {
 
   // The operations outlive the server. Throws std::runtime_error when it cannot listen.
   SoapServer(const OnvifOptions& options, const Operations& operations,
-             const ConnectionLimits& limits = {});
+             const ConnectionLimits& limits = {}, SoapManners manners = {});
   SoapServer(const SoapServer&) = delete;
   SoapServer& operator=(const SoapServer&) = delete;
 
@@ -72,10 +81,12 @@ class SoapServer {
   void release(const std::shared_ptr<SoupServerMessage>& message, bool isHeldBack);
   static gboolean heldLongEnough(gpointer heldAnswer);
   bool isAwaited(SoupServerMessage* message) const;
+  static void leave(SoupServerMessage* message);
   void refuseBody(SoupServerMessage* message);
 
   std::string address;
   const Operations& operations;
+  SoapManners manners;
   std::optional<DigestLogin> login;
   std::optional<TokenBook> tokens;
   std::optional<OriginCheck> origins;

@@ -34,6 +34,9 @@ class PictureStreams {
 
   std::uint16_t port() const { return server.port(); }
 
+  // Of clients, all that there are by now.
+  void endConnections() { server.endConnections(); }
+
   // Whether anybody reads the metadata of a stream.
   bool isRead(std::size_t stream) const { return feeds->isRead(stream); }
 

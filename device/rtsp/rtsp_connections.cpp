@@ -168,12 +168,34 @@ void RtspConnections::end(Connection* connection) {
   callSoon(connection->context.get(), close, g_object_ref(connection->client), g_object_unref);
 }
 
+void RtspConnections::endPresent() {
+  const LockGuard lock(mutex);
+  for (Connection& connection : connections) {
+    end(&connection);
+  }
+}
+
+bool RtspConnections::endOne(const GstRTSPClient* client) {
+  const LockGuard lock(mutex);
+  const auto found = std::ranges::find(connections, client, &Connection::client);
+  if (found == connections.end()) {
+    return false;
+  }
+  end(&*found);
+  return true;
+}
+
 void RtspConnections::endAll() {
   const LockGuard lock(mutex);
   for (Connection& connection : connections) {
     end(&connection);
   }
-  while (!connections.empty() && fewer.waitFor(mutex, ENDING_TIME)) {
+  const auto deadline = std::chrono::steady_clock::now() + ENDING_TIME;
+  const auto timeLeft = [&] {
+    return std::chrono::ceil<std::chrono::milliseconds>(deadline -
+                                                        std::chrono::steady_clock::now());
+  };
+  while (!connections.empty() && fewer.waitFor(mutex, timeLeft())) {
   }
 }
 

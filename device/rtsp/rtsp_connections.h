@@ -39,6 +39,10 @@ class RtspConnections : public std::enable_shared_from_this<RtspConnections> {
   // Ends who has been without a session for too long, and who is too many. In the server's loop.
   void limit() EXCLUDES(mutex);
 
+  // Ends all that there are by now, or one of them; false when it has ended already. Nobody waits.
+  void endPresent() EXCLUDES(mutex);
+  bool endOne(const GstRTSPClient* client) EXCLUDES(mutex);
+
   // Ends all, when the server's loop has ended. One that waits for its first picture is not waited
   // for: it ends by itself.
   void endAll() EXCLUDES(mutex);

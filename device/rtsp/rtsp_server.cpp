@@ -103,6 +103,7 @@ struct Place {
   int framesPerSecond;
   Offer offer;
   std::shared_ptr<StreamFeeds> feeds;
+  std::shared_ptr<StreamFaults> faults;
 
   static void free(gpointer data, GClosure*) { delete static_cast<Place*>(data); }
 };
@@ -158,6 +159,15 @@ void tolerateUntaken(GstRTSPMedia* media) {
   }
 }
 
+// The last payloader is that of the metadata.
+void spoil(GstRTSPMedia* media, const Place& place) {
+  const GObjectPtr<GstElement> pipeline(gst_rtsp_media_get_element(media));
+  const char* name = place.offer.picture ? "pay1" : "pay0";
+  const GObjectPtr<GstElement> payloader(
+      gst_bin_get_by_name_recurse_up(GST_BIN(pipeline.get()), name));
+  spoilPackets(payloader.get(), place.faults, place.stream);
+}
+
 void mediaMade(GstRTSPMediaFactory*, GstRTSPMedia* media, gpointer data) {
   const auto* place = static_cast<Place*>(data);
   if (place->offer.picture) {
@@ -165,22 +175,58 @@ void mediaMade(GstRTSPMediaFactory*, GstRTSPMedia* media, gpointer data) {
   }
   openEntry(media, *place, METADATA, place->offer.metadata);
   tolerateUntaken(media);
+  if (place->faults) {
+    spoil(media, *place);
+  }
 }
+
+// One that is closed every few seconds, while that is wanted.
+struct Closing {
+  std::shared_ptr<StreamFaults> faults;
+  std::size_t stream;
+  std::shared_ptr<RtspConnections> connections;
+  GObjectPtr<GstRTSPClient> client;
+
+  static gboolean due(gpointer data) {
+    const auto* self = static_cast<Closing*>(data);
+    if (!self->faults->streams[self->stream].closes) {
+      return G_SOURCE_CONTINUE;
+    }
+    self->connections->endOne(self->client.get());
+    return G_SOURCE_REMOVE;
+  }
+
+  static void start(Closing* closing, GMainContext* context) {
+    const GSourceReference source(g_timeout_source_new(closing->faults->closesAfter));
+    g_source_set_callback(source.get(), due, closing,
+                          [](gpointer data) { delete static_cast<Closing*>(data); });
+    g_source_attach(source.get(), context);
+  }
+};
 
 // Where clients' plays are told. The paths are those of the streams.
 struct Plays {
   std::vector<std::string> paths;
   std::shared_ptr<StreamFeeds> feeds;
+  std::shared_ptr<StreamFaults> faults;
+  std::shared_ptr<RtspConnections> connections;
+  GMainContext* context;  // of the server, in which no play is told after its end
 
   static void free(gpointer data, GClosure*) { delete static_cast<Plays*>(data); }
 };
 
-void played(GstRTSPClient*, GstRTSPContext* context, gpointer data) {
+void played(GstRTSPClient* client, GstRTSPContext* context, gpointer data) {
   const auto* plays = static_cast<Plays*>(data);
   const std::string path = context->uri->abspath + std::string("/");
   for (std::size_t stream = 0; stream < plays->paths.size(); ++stream) {
     if (path.starts_with(plays->paths[stream])) {
       plays->feeds->begin(stream);
+      if (plays->faults) {
+        auto* held = static_cast<GstRTSPClient*>(g_object_ref(client));
+        Closing::start(
+            new Closing{plays->faults, stream, plays->connections, GObjectPtr<GstRTSPClient>(held)},
+            plays->context);
+      }
     }
   }
 }
@@ -204,7 +250,7 @@ RtspServer::RtspServer(const StreamOptions& options, const std::vector<StreamSet
       connections(std::make_shared<RtspConnections>(options.limits, context.get())) {
   startGStreamer();
   server.reset(gst_rtsp_server_new());
-  auto* plays = new Plays{{}, feeds};
+  auto* plays = new Plays{{}, feeds, options.faults, connections, context.get()};
   for (const StreamSetup& stream : streams) {
     plays->paths.push_back('/' + stream.name + '/');
   }
@@ -213,7 +259,7 @@ RtspServer::RtspServer(const StreamOptions& options, const std::vector<StreamSet
   for (std::size_t i = 0; i < streams.size(); ++i) {
     addStream(options, streams[i], i, feeds);
   }
-  gst_rtsp_server_set_auth(server.get(), makeRtspAccess(options.user).get());
+  gst_rtsp_server_set_auth(server.get(), makeRtspAccess(options.user, options.faults).get());
   gst_rtsp_server_set_content_length_limit(server.get(), LONGEST_BODY);
   connections->watch(server.get());
   const GObjectPtr<GstRTSPSessionPool> sessions(gst_rtsp_server_get_session_pool(server.get()));
@@ -244,7 +290,7 @@ void RtspServer::addStream(const StreamOptions& options, const StreamSetup& setu
     gst_rtsp_media_factory_add_role(factory, RTSP_ROLE, GST_RTSP_PERM_MEDIA_FACTORY_ACCESS,
                                     G_TYPE_BOOLEAN, TRUE, GST_RTSP_PERM_MEDIA_FACTORY_CONSTRUCT,
                                     G_TYPE_BOOLEAN, TRUE, nullptr);
-    auto* place = new Place{stream, setup, options.framesPerSecond, offer, feeds};
+    auto* place = new Place{stream, setup, options.framesPerSecond, offer, feeds, options.faults};
     g_signal_connect_data(factory, "media-configure", G_CALLBACK(mediaMade), place, Place::free,
                           GConnectFlags{});
     const std::string path = '/' + setup.name + offer.path;

@@ -13,6 +13,7 @@
 
 #include "base/glib_ptr.h"
 #include "rtsp/rtsp_connections.h"
+#include "rtsp/stream_faults.h"
 #include "rtsp/stream_feeds.h"
 #include "web_server/web_options.h"
 
@@ -33,6 +34,7 @@ struct StreamOptions {
   std::optional<WebUser> user;        // by digest; without: everybody
   int framesPerSecond = 10;
   RtspLimits limits = {};
+  std::shared_ptr<StreamFaults> faults = {};  // null: none
 };
 
 // The RTSP side of the streams, in a thread of its own. Media go over the clients' connections
@@ -50,6 +52,9 @@ class RtspServer {
   ~RtspServer();
 
   std::uint16_t port() const { return boundPort; }
+
+  // All that there are by now.
+  void endConnections() { connections->endPresent(); }
 
  private:
   void addStream(const StreamOptions& options, const StreamSetup& setup, std::size_t stream,

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -51,6 +52,14 @@ TEST_F(CommandLineTest, TellsWhatItDoesNotKnow) {
   EXPECT_EQ(complaint({"--colour", "red"}), "Unknown option --colour");
   EXPECT_EQ(complaint({"red"}), "Not an option: red");
   EXPECT_NE(complaint({"--count", "many"}), "");
+}
+
+TEST(RunProgramTest, WhatEndsItIsItsStatus) {
+  EXPECT_EQ(7, runProgram([] { return 7; }));
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(2, runProgram([]() -> int { throw OptionError("no such option"); }));
+  EXPECT_EQ(1, runProgram([]() -> int { throw std::logic_error("no such thing"); }));
+  EXPECT_EQ("no such option\nno such thing\n", testing::internal::GetCapturedStderr());
 }
 
 }  // namespace

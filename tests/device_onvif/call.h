@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "onvif/fault.h"
 #include "onvif/namespaces.h"
@@ -33,6 +34,13 @@ class CallAnswer {
   }
   double number(const std::string& name) const { return std::stod(attribute(name)); }
   std::string name() const { return element.name().name; }
+  std::vector<std::string> children() const {
+    std::vector<std::string> names;
+    for (const XmlElement& child : element.children()) {
+      names.push_back(child.name().name);
+    }
+    return names;
+  }
 
  private:
   CallAnswer(std::shared_ptr<XmlDocument> document, XmlElement element)

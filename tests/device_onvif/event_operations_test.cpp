@@ -6,11 +6,14 @@
 
 #include "device_onvif/call.h"
 #include "device_services/private_bus.h"
+#include "onvif/time_text.h"
 
 namespace device::onvif {
 namespace {
 
 using Texts = std::vector<std::string>;
+
+constexpr std::int64_t SECOND = 1000000;
 
 EventKey topic(const char* level, const char* value) {
   return {.name = level, .nameSpace = "tns1", .value = std::string(value)};
@@ -42,9 +45,18 @@ class EventOperationsTest : public testing::Test {
   }
 
   // "topic operation name=value..." of each message that waits.
-  Texts pull(const std::string& path) {
-    return textsOf(call(operations, ns::EVENTS, "PullMessages",
-                        "<Timeout>PT0S</Timeout><MessageLimit>100</MessageLimit>", path));
+  Texts pull(const std::string& path, int most = 100) {
+    return textsOf(call(
+        operations, ns::EVENTS, "PullMessages",
+        "<Timeout>PT0S</Timeout><MessageLimit>" + std::to_string(most) + "</MessageLimit>", path));
+  }
+
+  // Microseconds that a new point is given.
+  std::int64_t lifetime(const std::string& content) {
+    const CallAnswer answer = call(operations, ns::EVENTS, "CreatePullPointSubscription", content);
+    const auto begin = readDateTime(answer.at("CurrentTime").text());
+    const auto end = readDateTime(answer.at("TerminationTime").text());
+    return end.value_or(0) - begin.value_or(0);
   }
 
   static Texts textsOf(const CallAnswer& answer) {
@@ -65,7 +77,8 @@ class EventOperationsTest : public testing::Test {
   DbusDaemon bus;
   GObjectPtr<GDBusConnection> connection = connectToSystemBus();
   EventService events{connection.get()};
-  EventOperations onvif{events};
+  std::int64_t now = 1000 * SECOND;
+  EventOperations onvif{events, [this] { return now; }};
   Operations operations;
 };
 
@@ -203,6 +216,25 @@ TEST_F(EventOperationsTest, SynchronizationTellsThePresentStateAgain) {
   EXPECT_EQ(1U, pull(point).size());
 }
 
+// Its network goes, and it subscribes anew before the former point's time is over.
+TEST_F(EventOperationsTest, WhoComesBackEarlyIsToldThePresentStateLast) {
+  const std::uint32_t id = events.declare(motionAlarm(1, false), false);
+  const auto alarm = [](const std::string& operation, const std::string& state) {
+    return "tns1:VideoSource/MotionAlarm " + operation + " Source=source_overview1 State=" + state;
+  };
+  subscribe();
+  now += 5 * SECOND;
+  events.send(id, {{.name = "State", .value = true, .isData = true}});
+  now += 15 * SECOND;
+  const std::string point = subscribe();
+  EXPECT_EQ(Texts{alarm("Initialized", "true")}, pull(point));
+  now += 10 * SECOND;
+  events.send(id, {{.name = "State", .value = false, .isData = true}});
+  EXPECT_EQ(Texts{alarm("Changed", "false")}, pull(point));
+  now += 30 * SECOND;
+  EXPECT_EQ((Texts{alarm("Changed", "true"), alarm("Initialized", "false")}), pull(point));
+}
+
 TEST_F(EventOperationsTest, PointIsRenewedAndGivenUp) {
   const std::string point = subscribe("<InitialTerminationTime>PT10S</InitialTerminationTime>");
   const CallAnswer renewed = call(operations, ns::NOTIFICATION, "Renew",
@@ -226,7 +258,45 @@ TEST_F(EventOperationsTest, TimesAreLengthsOrMomentsToCome) {
                       std::string("<InitialTerminationTime>") + time + "</InitialTerminationTime>"))
         << time;
   }
-  subscribe("<InitialTerminationTime>2999-01-01T00:00:00Z</InitialTerminationTime>");
+}
+
+TEST_F(EventOperationsTest, PointHasAMinuteUnlessToldOtherwiseAndAnHourAtMost) {
+  const auto until = [](const std::string& time) {
+    return "<InitialTerminationTime>" + time + "</InitialTerminationTime>";
+  };
+  EXPECT_EQ(60 * SECOND, lifetime(""));
+  EXPECT_EQ(7 * SECOND, lifetime(until("PT7S")));
+  EXPECT_EQ(3600 * SECOND, lifetime(until("PT1H")));
+  EXPECT_EQ(3600 * SECOND, lifetime(until("PT1H1S")));
+  EXPECT_EQ(3600 * SECOND, lifetime(until("2999-01-01T00:00:00Z")));
+}
+
+TEST_F(EventOperationsTest, OneAnswerHas256MessagesAtMost) {
+  const std::uint32_t id = events.declare(motionAlarm(1, false), false);
+  const std::string point = subscribe();
+  pull(point);
+  for (int i = 0; i < 300; ++i) {
+    events.send(id, {{.name = "State", .value = i % 2 == 0, .isData = true}});
+  }
+  EXPECT_EQ(256U, pull(point, 1000).size());
+  EXPECT_EQ(44U, pull(point, 1000).size());
+}
+
+TEST_F(EventOperationsTest, PullWaitsForHalfAMinuteAtMost) {
+  const std::string point = subscribe();
+  bool isAnswered = false;
+  const Operations::Operation* operation = operations.find({ns::EVENTS, "PullMessages"});
+  const XmlDocument request(std::string("<PullMessages xmlns=\"") + ns::EVENTS +
+                            "\"><Timeout>PT1H</Timeout><MessageLimit>5</MessageLimit>"
+                            "</PullMessages>");
+  operation->serve({request.root(), "camera:80", point},
+                   {[&](const Tag&, const auto&) { isAnswered = true; }, [] { return true; }});
+  now += 30 * SECOND - 1;
+  onvif.update();
+  EXPECT_FALSE(isAnswered);
+  ++now;
+  onvif.update();
+  EXPECT_TRUE(isAnswered);
 }
 
 TEST_F(EventOperationsTest, PointsAreSoManyAndNoMore) {

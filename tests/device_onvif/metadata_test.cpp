@@ -47,6 +47,38 @@ TEST(MetadataTest, FrameTellsItsTimeAndEachObjectsShape) {
   EXPECT_EQ(0, stream.count("ObjectTree"));
 }
 
+// Of a picture of 1920 x 1080, as places are told wrongly on purpose.
+TEST(MetadataTest, PlacesInPixelsHaveTheirTransformationOrNot) {
+  const Frame frame{.timestamp = 1, .objects = {object()}, .events = {}};
+  const auto told = [&](PlaceCoordinates coordinates) {
+    return CallAnswer(
+        analyticsDocument(frame, cameraOf(0), NEW_YEAR, {.coordinates = coordinates}));
+  };
+  const double width = cameraOf(0).pictureWidth();
+  const double height = cameraOf(0).pictureHeight();
+  const CallAnswer bare = told(PlaceCoordinates::barePixels);
+  EXPECT_EQ(width / 4, bare.at("BoundingBox").number("left"));
+  EXPECT_EQ(height * 3 / 8, bare.at("BoundingBox").number("top"));
+  EXPECT_EQ(width / 2, bare.at("BoundingBox").number("right"));
+  EXPECT_EQ(height / 2, bare.at("BoundingBox").number("bottom"));
+  EXPECT_EQ(0, bare.count("Transformation"));
+  const CallAnswer whole = told(PlaceCoordinates::transformedPixels);
+  const CallAnswer box = whole.at("BoundingBox");
+  const CallAnswer scale = whole.at("Scale");
+  const CallAnswer shift = whole.at("Translate");
+  EXPECT_NEAR(-0.5, box.number("left") * scale.number("x") + shift.number("x"), 1e-9);
+  EXPECT_NEAR(0.25, box.number("top") * scale.number("y") + shift.number("y"), 1e-9);
+}
+
+TEST(MetadataTest, NewNamesAreToldFirst) {
+  const CallAnswer stream(analyticsDocument(
+      {.timestamp = 1, .objects = {}, .events = {{FrameAction::deletion, {3}, {}}}}, cameraOf(0),
+      NEW_YEAR, {.renames = {{12, 13}}}));
+  EXPECT_EQ("12", stream.at("Rename").at("from").attribute("ObjectId"));
+  EXPECT_EQ("13", stream.at("Rename").at("to").attribute("ObjectId"));
+  EXPECT_EQ(1, stream.count("Delete"));
+}
+
 // A receiver turns scene coordinates of a sensor at 90 degrees to (y, -x).
 TEST(MetadataTest, ShapesLieInTheUprightPicture) {
   const CallAnswer box =

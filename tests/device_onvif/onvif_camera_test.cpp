@@ -159,26 +159,32 @@ TEST_F(OnvifCameraTest, StreamIsAtTheHostThatTheClientCalls) {
   EXPECT_THAT(response.body, testing::ContainsRegex("rtsp://127.0.0.1:[0-9]+/overview2<"));
 }
 
-// Nobody is there: a wall to the left, a tree to the right, and the ground between them.
+// Nobody is there: a wall before the first camera, a tree before the second one, which looks to the
+// right of it, and the ground.
 TEST_F(OnvifCameraTest, PictureShowsWhatStandsAround) {
   WorldSetup setup = model.world;
   setup.scenery = {{.middle = {-2, 6}, .width = 2, .depth = 0.3, .height = 3}};
-  setup.detections.ghosts = {{.kind = GhostKind::tree, .middle = {2, 6}, .width = 2, .length = 3}};
+  setup.detections.ghosts = {{.kind = GhostKind::tree, .middle = {6, -2}, .width = 2, .length = 3}};
   const World around(setup, {});
   seconds = 0;
   startBefore(around, "127.0.0.1");
-  const Picture picture =
-      pictureOf(WebClient(camera->port()).get("/onvif/snapshot/overview1").body);
-  const auto colourAt = [&](const SpacePoint& place) {
-    const auto point = around.camera(0).project(place);
+  const auto pictureOfCamera = [&](int number) {
+    const std::string path = "/onvif/snapshot/overview" + std::to_string(number);
+    return pictureOf(WebClient(camera->port()).get(path).body);
+  };
+  const Picture first = pictureOfCamera(1);
+  const Picture second = pictureOfCamera(2);
+  const auto colourAt = [&](int number, const SpacePoint& place) {
+    const Picture& picture = number == 1 ? first : second;
+    const auto point = around.camera(number - 1).project(place);
     EXPECT_TRUE(point);
     return picture.at(static_cast<int>((point->x + 1) / 2 * picture.getWidth()),
                       static_cast<int>((1 - point->y) / 2 * picture.getHeight()));
   };
-  const Colour wall = colourAt({-2, 6, 1.5});
+  const Colour wall = colourAt(1, {-2, 6, 1.5});
   EXPECT_GT(wall.red, wall.green);  // plaster
-  const Colour tree = colourAt({2, 6, 1.5});
-  const Colour ground = colourAt({0, 6, 0});
+  const Colour tree = colourAt(2, {6, -2, 1.5});
+  const Colour ground = colourAt(2, {6, 0, 0});
   EXPECT_LT(tree.blue, ground.blue * 0.75);
 }
 

@@ -55,6 +55,11 @@ TEST_F(OnvifOptionsTest, EveryOptionIsReadBesideThoseOfTheWebServer) {
   EXPECT_EQ("secret word", options->user->password);
 }
 
+TEST_F(OnvifOptionsTest, CameraDoesRightUnlessFaultsAreNamed) {
+  EXPECT_FALSE(parse({"--onvif", "0"})->faults);
+  EXPECT_EQ("head:no-stop", parse({"--onvif", "0", "--onvif-faults", "head:no-stop"})->faults);
+}
+
 TEST_F(OnvifOptionsTest, NetworkNeedsAUser) {
   EXPECT_EQ(
       "--onvif-listen 0.0.0.0 opens the device to the network: it needs --onvif-user and "
@@ -68,8 +73,9 @@ TEST_F(OnvifOptionsTest, WhatCannotBeUsedIsToldByItsOwnName) {
             errorOf({"--onvif", "0", "--onvif-listen", "here"}));
   EXPECT_EQ("--onvif-user needs --onvif-password-file",
             errorOf({"--onvif", "0", "--onvif-user", "anna"}));
-  EXPECT_EQ("--onvif-listen, --onvif-user and --onvif-password-file need --onvif",
+  EXPECT_EQ("--onvif-listen, --onvif-user, --onvif-password-file and --onvif-faults need --onvif",
             errorOf({"--onvif-user", "anna"}));
+  EXPECT_NE("no error", errorOf({"--onvif-faults", "head:no-stop"}));
   EXPECT_NE("no error", errorOf({"--onvif-listen", "127.0.0.1"}));
   EXPECT_NE("no error", errorOf({"--onvif-password-file", passwordFile()}));
 }

@@ -48,8 +48,9 @@ class PtzOperationsTest : public testing::Test {
                    std::to_string(y) + "\"" + (space.empty() ? "" : " space=\"" + space + "\"") +
                    "/></" + element + ">");
   }
-  static std::string zoom(const std::string& element, double x) {
-    return HEAD + ("<" + element + "><tt:Zoom x=\"" + std::to_string(x) + "\"/></" + element + ">");
+  static std::string zoom(const std::string& element, double x, const std::string& space = "") {
+    return HEAD + ("<" + element + "><tt:Zoom x=\"" + std::to_string(x) + "\"" +
+                   (space.empty() ? "" : " space=\"" + space + "\"") + "/></" + element + ">");
   }
 
   std::int64_t now = 5000 * SECOND;
@@ -136,6 +137,59 @@ TEST_F(PtzOperationsTest, PositionsBeyondTheRangeAreRefusedAndMoveNothing) {
   pass(1);
   EXPECT_NEAR(0, status().pan, 1e-9);
   EXPECT_NEAR(-40, status().tilt, 1e-9);
+}
+
+TEST_F(PtzOperationsTest, EachNumberHasARangeAndEachVectorItsSpaces) {
+  const auto withSpeed = [](const std::string& vector) {
+    std::string speed = vector;
+    speed.erase(0, std::string(HEAD).size());
+    return panTilt("Position", 0.5, 0) + speed;
+  };
+  struct Refused {
+    const char* operation;
+    std::string content;
+    const char* fault;
+  };
+  constexpr char NO_SPACE[] = "ter:SpaceNotSupported";
+  constexpr char POSITION[] = "ter:InvalidPosition";
+  constexpr char TRANSLATION[] = "ter:InvalidTranslation";
+  constexpr char VELOCITY[] = "ter:InvalidVelocity";
+  constexpr char SPEED[] = "ter:InvalidSpeed";
+  const std::vector<Refused> table = {
+      {"AbsoluteMove", panTilt("Position", 0, 0, space::VELOCITY), NO_SPACE},
+      {"AbsoluteMove", zoom("Position", 0, space::ZOOM_VELOCITY), NO_SPACE},
+      {"RelativeMove", panTilt("Translation", 0, 0, space::POSITION), NO_SPACE},
+      {"RelativeMove", zoom("Translation", 0, space::ZOOM_POSITION), NO_SPACE},
+      {"ContinuousMove", panTilt("Velocity", 0, 0, space::POSITION), NO_SPACE},
+      {"ContinuousMove", zoom("Velocity", 0, space::ZOOM_POSITION), NO_SPACE},
+      {"AbsoluteMove", withSpeed(panTilt("Speed", 1, 1, space::VELOCITY)), NO_SPACE},
+      {"AbsoluteMove", withSpeed(zoom("Speed", 1, space::ZOOM_VELOCITY)), NO_SPACE},
+      {"AbsoluteMove", panTilt("Position", -1.01, 0), POSITION},
+      {"AbsoluteMove", panTilt("Position", 0, 1.01), POSITION},
+      {"AbsoluteMove", panTilt("Position", 181, 0, space::POSITION_DEGREES), POSITION},
+      {"AbsoluteMove", panTilt("Position", 0, -91, space::POSITION_DEGREES), POSITION},
+      {"AbsoluteMove", zoom("Position", 1.01), POSITION},
+      {"RelativeMove", panTilt("Translation", 1.01, 0), TRANSLATION},
+      {"RelativeMove", panTilt("Translation", 0, -1.01), TRANSLATION},
+      {"RelativeMove", panTilt("Translation", 181, 0, space::TRANSLATION_DEGREES), TRANSLATION},
+      {"RelativeMove", panTilt("Translation", 0, -181, space::TRANSLATION_DEGREES), TRANSLATION},
+      {"RelativeMove", panTilt("Translation", -1.01, 0, space::TRANSLATION_PICTURE), TRANSLATION},
+      {"RelativeMove", panTilt("Translation", 0, 1.01, space::TRANSLATION_PICTURE), TRANSLATION},
+      {"RelativeMove", zoom("Translation", 1.01), TRANSLATION},
+      {"ContinuousMove", panTilt("Velocity", 0, -1.01), VELOCITY},
+      {"ContinuousMove", zoom("Velocity", 1.01), VELOCITY},
+      {"AbsoluteMove", withSpeed(panTilt("Speed", -0.1, 0)), SPEED},
+      {"AbsoluteMove", withSpeed(panTilt("Speed", 0, 1.1)), SPEED},
+      {"AbsoluteMove", withSpeed(panTilt("Speed", 101, 0, space::SPEED_DEGREES)), SPEED},
+      {"AbsoluteMove", withSpeed(panTilt("Speed", 0, -1, space::SPEED_DEGREES)), SPEED},
+      {"AbsoluteMove", withSpeed(zoom("Speed", 1.1)), SPEED}};
+  for (const Refused& each : table) {
+    EXPECT_EQ(each.fault, fault(each.operation, each.content)) << each.content;
+  }
+  pass(1);
+  EXPECT_NEAR(0, status().pan, 1e-9);
+  EXPECT_NEAR(-40, status().tilt, 1e-9);
+  EXPECT_EQ(1, status().zoom);
 }
 
 TEST_F(PtzOperationsTest, NumbersHaveToBeFinite) {

@@ -27,10 +27,17 @@ std::string textOf(const std::vector<Notification>& notifications) {
   return text;
 }
 
+TopicFilter topicsBelowVideoSource() {
+  const XmlDocument document(
+      "<f xmlns:n=\"http://docs.oasis-open.org/wsn/b-2\" xmlns:t=\"http://www.onvif.org/ver10/"
+      "topics\"><n:TopicExpression>t:VideoSource//.</n:TopicExpression></f>");
+  return TopicFilter(document.root());
+}
+
 class PullPointsTest : public testing::Test {
  protected:
   int create(std::int64_t lifetime = 60 * SECOND) {
-    return points.create(TopicFilter(), lifetime, {}).value_or(0);
+    return points.create(TopicFilter(), lifetime).value_or(0);
   }
 
   bool pull(int point, std::size_t most = 10, std::int64_t patience = SECOND) {
@@ -52,7 +59,9 @@ class PullPointsTest : public testing::Test {
 
   // What it begins with, "n" as the present state.
   std::string toldANewPoint(const TopicFilter& filter = {}) {
-    const int point = points.create(filter, SECOND, {present("n")}).value_or(0);
+    state = {present("n")};
+    const int point = points.create(filter, SECOND).value_or(0);
+    state.clear();
     isSentAtOnce = true;
     pull(point);
     points.remove(point);
@@ -60,7 +69,8 @@ class PullPointsTest : public testing::Test {
   }
 
   std::int64_t now = 1000 * SECOND;
-  PullPoints points{[this] { return now; }, {.points = 3, .queue = 4}};
+  std::vector<Notification> state;  // the present one
+  PullPoints points{[this] { return now; }, [this] { return state; }, {.points = 3, .queue = 4}};
   std::vector<std::string> answers;  // what each pull of a point was answered with, in order
   PullPoints::Pulled pulled = PullPoints::Pulled::noPoint;  // the last one
   bool isThere = true;                                      // who pulls
@@ -80,8 +90,8 @@ TEST_F(PullPointsTest, WhatWaitsIsHandedOverAtOnceAndOnce) {
 }
 
 TEST_F(PullPointsTest, NewPointBeginsWithThePresentState) {
-  const auto point = points.create(TopicFilter(), SECOND, {event("now")});
-  EXPECT_TRUE(pull(*point));
+  state = {event("now")};
+  EXPECT_TRUE(pull(create()));
   EXPECT_EQ(Answers{"now"}, answers);
 }
 
@@ -222,8 +232,8 @@ TEST_F(PullPointsTest, AnswerMaySettleWhenItsPointHasGone) {
   delivery(false);
   PullPoints::Sent late;
   {
-    PullPoints brief([this] { return now; });
-    const int other = brief.create(TopicFilter(), SECOND, {event("a")}).value_or(0);
+    PullPoints brief([this] { return now; }, [] { return std::vector{event("a")}; });
+    const int other = brief.create(TopicFilter(), SECOND).value_or(0);
     brief.pull(other, 1, 0,
                {[&](const auto&, const auto& sent) { late = sent; }, [] { return true; }});
   }
@@ -265,7 +275,8 @@ TEST_F(PullPointsTest, OfAForgottenPointOnlyWhatItsClientHasNotGotIsTold) {
 }
 
 TEST_F(PullPointsTest, PresentStateOfAForgottenPointIsNotToldAgain) {
-  points.create(TopicFilter(), SECOND, {present("x")});
+  state = {present("x")};
+  create(SECOND);
   points.publish({present("y"), event("a")});
   forget(SECOND);
   points.publish({present("z")});
@@ -297,24 +308,21 @@ TEST_F(PullPointsTest, EventsOfAForgottenPointWaitForTenMinutes) {
 }
 
 TEST_F(PullPointsTest, HundredEventsOfAForgottenPointWaitAtMost) {
-  PullPoints many([this] { return now; });
-  many.create(TopicFilter(), SECOND, {});
+  PullPoints many([this] { return now; }, [this] { return state; });
+  many.create(TopicFilter(), SECOND);
   many.publish(std::vector<Notification>(60, event("a")));
   now += SECOND;
   many.update();
   many.publish(std::vector<Notification>(60, event("b")));
   std::string told;
-  many.pull(many.create(TopicFilter(), SECOND, {}).value_or(0), 1000, 0,
+  many.pull(many.create(TopicFilter(), SECOND).value_or(0), 1000, 0,
             {[&](const auto& taken, const auto&) { told = textOf(taken); }, [] { return true; }});
   EXPECT_EQ(std::string(40, 'a') + std::string(60, 'b'), told);
 }
 
 TEST_F(PullPointsTest, EventsOfAForgottenPointAreForAPointWithItsFilter) {
-  const XmlDocument document(
-      "<f xmlns:n=\"http://docs.oasis-open.org/wsn/b-2\" xmlns:t=\"http://www.onvif.org/ver10/"
-      "topics\"><n:TopicExpression>t:VideoSource//.</n:TopicExpression></f>");
-  const TopicFilter filter(document.root());
-  points.create(filter, SECOND, {});
+  const TopicFilter filter = topicsBelowVideoSource();
+  points.create(filter, SECOND);
   points.publish({event("a")});
   forget(SECOND);
   EXPECT_EQ("n", toldANewPoint());
@@ -343,10 +351,46 @@ TEST_F(PullPointsTest, WhoHasComeBackAlreadyIsToldWhatItMissedWhenItsLostPointsT
   points.publish({event("b")});
   pull(point);
   pull(point, 10, 30 * SECOND);
+  state = {present("n")};
   forget(6 * SECOND);
-  EXPECT_EQ((Answers{"b", "a"}), answers);
+  EXPECT_EQ((Answers{"b", "an"}), answers);
   points.publish({event("c")});
   EXPECT_EQ("n", toldANewPoint());
+}
+
+TEST_F(PullPointsTest, WhatHasGoneSinceItWasMissedIsToldToHaveGone) {
+  Notification door = event("d");
+  door.operation = PropertyOperation::changed;
+  Notification gate = present("g");
+  gate.source = {{"Source", "gate"}};
+  create(10 * SECOND);
+  points.publish({door, door});
+  now += SECOND;
+  const int point = create();
+  state = {gate};
+  forget(9 * SECOND);
+  std::string operations;
+  const auto take = [&](const std::vector<Notification>& taken, const auto&) {
+    for (const Notification& each : taken) {
+      operations += each.data[0].value + std::to_string(static_cast<int>(each.operation)) + ' ';
+    }
+  };
+  points.pull(point, 10, 0, {take, [] { return true; }});
+  EXPECT_EQ("d2 d2 d3 g1 ", operations);
+}
+
+// It knows the present state already.
+TEST_F(PullPointsTest, WhoHasComeBackAlreadyAndHasMissedNothingIsToldNothing) {
+  create(10 * SECOND);
+  now += 3 * SECOND;
+  const int point = create();
+  now += SECOND;
+  points.publish({event("a")});
+  pull(point);
+  state = {present("n")};
+  forget(6 * SECOND);
+  pull(point, 10, 0);
+  EXPECT_EQ((Answers{"a", ""}), answers);
 }
 
 TEST_F(PullPointsTest, WhatItMissedComesBeforeWhatWaitsForIt) {
@@ -356,9 +400,10 @@ TEST_F(PullPointsTest, WhatItMissedComesBeforeWhatWaitsForIt) {
   const int point = create();
   now += SECOND;
   points.publish({event("b")});
+  state = {present("n")};
   forget(8 * SECOND);
   pull(point);
-  EXPECT_EQ((Answers{"ab"}), answers);
+  EXPECT_EQ((Answers{"abn"}), answers);
 }
 
 TEST_F(PullPointsTest, WhatHasWaitedForTenMinutesAtALostPointIsNotTold) {
@@ -389,11 +434,33 @@ TEST_F(PullPointsTest, WhoWasThereAlreadyIsNotTakenForALostClient) {
   EXPECT_EQ("bn", toldANewPoint());
 }
 
+TEST_F(PullPointsTest, WhoCameLaterWithAnotherFilterIsNotTakenForALostClient) {
+  create(10 * SECOND);
+  points.publish({event("a")});
+  now += SECOND;
+  const int other = points.create(topicsBelowVideoSource(), 60 * SECOND).value_or(0);
+  forget(9 * SECOND);
+  pull(other, 10, 0);
+  EXPECT_EQ((Answers{""}), answers);
+  EXPECT_EQ("an", toldANewPoint());
+}
+
 TEST_F(PullPointsTest, RenewingCountsFromNowOn) {
   const int point = create(10 * SECOND);
   now += 9 * SECOND;
   EXPECT_TRUE(points.renew(point, 5 * SECOND));
   EXPECT_EQ(5 * SECOND, points.lifetimeOf(point));
+}
+
+TEST_F(PullPointsTest, RenewingWhileAPullWaitsCountsFromItsEnd) {
+  const int point = create(10 * SECOND);
+  pull(point, 10, 30 * SECOND);
+  now += 5 * SECOND;
+  EXPECT_TRUE(points.renew(point, SECOND));
+  EXPECT_EQ(26 * SECOND, points.lifetimeOf(point));
+  forget(24 * SECOND);
+  points.publish({event("a")});
+  EXPECT_EQ(Answers{"a"}, answers);
 }
 
 TEST_F(PullPointsTest, PointOfAClientThatPullsLivesOn) {
@@ -411,6 +478,17 @@ TEST_F(PullPointsTest, FullQueueLosesItsOldest) {
   points.publish({event("1"), event("2"), event("3"), event("4"), event("5"), event("6")});
   pull(point);
   EXPECT_EQ(Answers{"3456"}, answers);
+}
+
+TEST_F(PullPointsTest, ThousandEventsWaitUnlessToldOtherwise) {
+  PullPoints usual([this] { return now; }, [this] { return state; });
+  const int point = usual.create(TopicFilter(), SECOND).value_or(0);
+  usual.publish(std::vector<Notification>(100, event("a")));
+  usual.publish(std::vector<Notification>(1000, event("b")));
+  std::string told;
+  usual.pull(point, 2000, 0,
+             {[&](const auto& taken, const auto&) { told = textOf(taken); }, [] { return true; }});
+  EXPECT_EQ(std::string(1000, 'b'), told);
 }
 
 TEST_F(PullPointsTest, ThereIsRoomAgainWhenAPointHasGone) {
@@ -444,7 +522,8 @@ TEST_F(PullPointsTest, EachPointHasAQueueOfItsOwnBehindItsFilter) {
       "<f xmlns:n=\"http://docs.oasis-open.org/wsn/b-2\" xmlns:t=\"http://www.onvif.org/ver10/"
       "topics\"><n:TopicExpression>t:Other</n:TopicExpression></f>");
   const int all = create();
-  const int other = points.create(TopicFilter(document.root()), SECOND, {event("x")}).value_or(0);
+  state = {event("x")};
+  const int other = points.create(TopicFilter(document.root()), SECOND).value_or(0);
   points.publish({event("a")});
   pull(other, 10, 0);
   pull(all, 10, 0);

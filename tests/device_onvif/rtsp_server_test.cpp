@@ -20,6 +20,7 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 using testing::HasSubstr;
+using testing::Not;
 
 // A raw picture is greater than all that an entry holds of itself.
 constexpr int WIDTH = 640;
@@ -41,7 +42,15 @@ class RawClient {
   }
 
   void say(const std::string& text) {
-    g_socket_send(socket.get(), text.data(), text.size(), nullptr, nullptr);
+    for (std::size_t said = 0; said < text.size();) {
+      g_socket_condition_wait(socket.get(), G_IO_OUT, nullptr, nullptr);
+      const gssize count =
+          g_socket_send(socket.get(), text.data() + said, text.size() - said, nullptr, nullptr);
+      if (count < 0) {
+        return;  // it has ended
+      }
+      said += static_cast<std::size_t>(count);
+    }
   }
 
   // Lines: more headers, each with its end.
@@ -83,6 +92,7 @@ class RtspServerLimitsTest : public testing::Test {
   void start(const RtspLimits& limits = {}) {
     StreamOptions options;
     options.limits = limits;
+    options.faults = faults;
     server = std::make_unique<RtspServer>(
         options, std::vector<StreamSetup>{{"camera", WIDTH, HEIGHT}}, feeds);
   }
@@ -140,6 +150,7 @@ class RtspServerLimitsTest : public testing::Test {
   }
 
   std::shared_ptr<StreamFeeds> feeds = std::make_shared<StreamFeeds>(1);
+  std::shared_ptr<StreamFaults> faults;
   std::unique_ptr<RtspServer> server;
 };
 
@@ -205,6 +216,37 @@ TEST_F(RtspServerLimitsTest, MetadataAreNamedAsTheyAreRegistered) {
   }
 }
 
+TEST_F(RtspServerLimitsTest, CameraThatIsAwayOrHasForgottenTheUserLetsNobodyIn) {
+  faults = std::make_shared<StreamFaults>(1);
+  start();
+  RawClient before(server->port());
+  before.request("OPTIONS", "*");
+  ASSERT_TRUE(iterateUntil([&] { return before.hasHeard("200 OK"); }));
+  faults->isUserForgotten = true;
+  RawClient stranger(server->port());
+  stranger.request("DESCRIBE", address("/metadata"));
+  EXPECT_TRUE(iterateUntil([&] { return stranger.hasHeard("401 Unauthorized"); }));
+  faults->isAway = true;
+  server->endConnections();
+  EXPECT_TRUE(iterateUntil([&] { return before.hasEnded(); }));
+  RawClient late(server->port());
+  EXPECT_TRUE(iterateUntil([&] { return late.hasEnded(); }));
+}
+
+TEST_F(RtspServerLimitsTest, StreamIsClosedOverAndOverWhileThatIsWanted) {
+  faults = std::make_shared<StreamFaults>(1, 200);
+  start();
+  RawClient client(server->port());
+  const std::string session = sessionLine(setUp(client));
+  client.request("PLAY", address("/metadata"), session);
+  ASSERT_TRUE(feedUntil([&] { return client.hasHeard("RTP-Info"); }));
+  const std::int64_t begun = g_get_monotonic_time();
+  feedUntil([&] { return client.hasEnded() || g_get_monotonic_time() - begun > 500000; });
+  EXPECT_FALSE(client.hasEnded());
+  faults->streams[0].closes = true;
+  EXPECT_TRUE(feedUntil([&] { return client.hasEnded(); }));
+}
+
 // The library would take them in, and with them what a page in a browser sends.
 TEST_F(RtspServerLimitsTest, RtspWithinHttpIsRefused) {
   start();
@@ -237,6 +279,44 @@ TEST_F(RtspServerLimitsTest, BodyAbove64KibibytesIsNotWaitedFor) {
   RawClient client(server->port());
   client.request("OPTIONS", "*", "Content-Length: 65537\r\n");
   EXPECT_TRUE(iterateUntil([&] { return client.hasEnded() || client.hasHeard("RTSP/1.0 4"); }));
+}
+
+TEST_F(RtspServerLimitsTest, BodyOf64KibibytesIsWaitedFor) {
+  start();
+  RawClient client(server->port());
+  client.request("OPTIONS", "*", "Content-Length: 65536\r\n");
+  client.say(std::string(65536, ' '));
+  EXPECT_TRUE(iterateUntil([&] { return client.hasHeard("RTSP/1.0 ") || client.hasEnded(); }));
+  EXPECT_TRUE(client.hasHeard("RTSP/1.0 200 OK")) << client.all();
+}
+
+// A minute is what holds where no time is told.
+TEST_F(RtspServerLimitsTest, SessionHasAMinuteUnlessToldOtherwise) {
+  start();
+  RawClient client(server->port());
+  const std::string reply = setUp(client);
+  EXPECT_THAT(reply, HasSubstr("\r\nSession: "));
+  EXPECT_THAT(reply, Not(HasSubstr("timeout")));
+}
+
+TEST_F(RtspServerLimitsTest, ConnectionsAre128UnlessToldOtherwise) {
+  start();
+  std::vector<std::unique_ptr<RawClient>> clients;
+  const auto come = [&] {
+    clients.push_back(std::make_unique<RawClient>(server->port()));
+    clients.back()->request("OPTIONS", "*");
+    EXPECT_TRUE(iterateUntil([&] { return clients.back()->hasHeard("200 OK"); }));
+  };
+  while (clients.size() < 128) {
+    come();
+  }
+  RawClient& first = *clients.front();
+  first.request("DESCRIBE", address("/nothing"));
+  EXPECT_TRUE(iterateUntil([&] { return first.hasHeard("404") || first.hasEnded(); }));
+  EXPECT_FALSE(first.hasEnded());
+  come();
+  EXPECT_TRUE(iterateUntil([&] { return first.hasEnded(); }));
+  EXPECT_FALSE(clients[1]->hasEnded());
 }
 
 TEST_F(RtspServerLimitsTest, OldestConnectionWithoutASessionGivesWay) {
