@@ -1,17 +1,14 @@
 #include <glib-unix.h>
 
 #include <csignal>
-#include <exception>
 #include <iostream>
 
+#include "base/command_line.h"
 #include "base/glib_ptr.h"
 #include "fleet/fleet_options.h"
 #include "fleet/fleet_page.h"
 
 namespace {
-
-constexpr int FAILED = 1;
-constexpr int USAGE = 2;
 
 gboolean stop(gpointer loop) {
   g_main_loop_quit(static_cast<GMainLoop*>(loop));
@@ -36,13 +33,5 @@ int show(const device::FleetOptions& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  try {
-    return show(device::parseFleetOptions({argv, argv + argc}));
-  } catch (const OptionError& error) {
-    std::cerr << error.what() << '\n';
-    return USAGE;
-  } catch (const std::exception& error) {
-    std::cerr << error.what() << '\n';
-    return FAILED;
-  }
+  return runProgram([&] { return show(device::parseFleetOptions({argv, argv + argc})); });
 }

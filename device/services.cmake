@@ -211,7 +211,3 @@ target_link_libraries(device_fleet PUBLIC device_services PkgConfig::MOSQUITTO
                                    PRIVATE sentrel_options PkgConfig::NATS)
 add_executable(fleet_page fleet_main.cpp)
 target_link_libraries(fleet_page PRIVATE sentrel_options device_fleet)
-
-# Virtual sites for trials of a fleet.
-add_executable(fleet_sites fleet_sites_main.cpp)
-target_link_libraries(fleet_sites PRIVATE sentrel_options device_services)

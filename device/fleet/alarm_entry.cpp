@@ -1,5 +1,7 @@
 #include "fleet/alarm_entry.h"
 
+#include <algorithm>
+
 #include "web_server/json_values.h"
 
 namespace device {
@@ -17,6 +19,9 @@ JsonAutoPtr alarmEntry(const std::string& site, const std::string& alarm, const 
   json_object_set_new(entry.get(), "nice", jsonText(textOf(event, "nice")));
   json_object_set_new(entry.get(), "time", jsonText(textOf(event, "time")));
   json_object_set_new(entry.get(), "active", json_boolean(isActive(event)));
+  const EventNumber number = EventNumber::of(event);
+  json_object_set_new(entry.get(), "start", jsonText(number.start));
+  json_object_set_new(entry.get(), "seq", json_integer(number.count));
   return entry;
 }
 
@@ -30,7 +35,8 @@ std::string textOf(const json_t* object, const char* key) {
 }
 
 EventNumber EventNumber::of(const json_t* event) {
-  return {textOf(event, "start"), json_integer_value(json_object_get(event, "seq"))};
+  return {textOf(event, "start"),
+          std::clamp<json_int_t>(json_integer_value(json_object_get(event, "seq")), 0, MOST)};
 }
 
 }  // namespace device

@@ -10,7 +10,8 @@
 namespace device {
 
 // How an alarm's begin or end stands in a list: {"site":"north","alarm":"Camera1ProfileANY",
-// "nice":"Door","time":"2026-01-01T12:00:00.000Z","active":true}. event: as the site told it.
+// "nice":"Door","time":"2026-01-01T12:00:00.000Z","active":true,"start":"...","seq":17}.
+// event: as the site told it.
 JsonAutoPtr alarmEntry(const std::string& site, const std::string& alarm, const json_t* event);
 
 // What a site's event says; of texts no more than a page shows.
@@ -21,6 +22,8 @@ std::string textOf(const json_t* object, const char* key);
 struct EventNumber {
   std::string start;     // of the device
   json_int_t count = 0;  // from 1
+
+  static constexpr json_int_t MOST = json_int_t{1} << 53;
 
   static EventNumber of(const json_t* event);
   auto operator<=>(const EventNumber&) const = default;

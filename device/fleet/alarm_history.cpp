@@ -9,7 +9,7 @@ namespace device {
 namespace {
 
 constexpr std::string_view TOP = "sites.";
-constexpr std::string_view OWN = ".MiruPlatform.SentrelVideo.";
+constexpr std::string_view OWN = ".SentrelVideo.alarms.";
 constexpr std::string_view ALARM = "Camera";
 
 }  // namespace
@@ -29,6 +29,16 @@ void AlarmHistory::take(std::string_view subject, const std::string& payload) {
     events[{site, alarm}].try_emplace(EventNumber::of(event.get()),
                                       alarmEntry(site, alarm, event.get()));
   }
+}
+
+std::vector<JsonAutoPtr> AlarmHistory::all() const {
+  std::vector<JsonAutoPtr> entries;
+  for (const auto& [alarm, numbered] : events) {
+    for (const auto& [number, entry] : numbered) {
+      entries.push_back(entry);
+    }
+  }
+  return entries;
 }
 
 // An alarm is declared with a value, its first one: that is news only if it is raised. What came

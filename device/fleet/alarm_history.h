@@ -23,6 +23,9 @@ class AlarmHistory {
   // The last ones that have begun or ended (alarmEntry), by their time, the latest last.
   std::vector<JsonAutoPtr> last(std::size_t most) const;
 
+  // All that was taken, each alarm's by number.
+  std::vector<JsonAutoPtr> all() const;
+
  private:
   using Alarm = std::pair<std::string, std::string>;  // of a site
 

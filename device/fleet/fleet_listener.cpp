@@ -1,6 +1,6 @@
 #include "fleet/fleet_listener.h"
 
-#include <chrono>
+#include <algorithm>
 #include <functional>
 #include <utility>
 
@@ -13,10 +13,12 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr char ALL_SITES[] = "sites/#";
+constexpr int AT_MOST_ONCE = 0;  // QoS
 constexpr std::chrono::milliseconds LONGEST_WAIT(100);
 constexpr int REFUSED = 0x80;  // of a subscription
 constexpr std::chrono::seconds PATIENCE(10);
 constexpr std::chrono::milliseconds PAUSE(1000);
+constexpr int MOST_DOUBLINGS = 3;
 
 }  // namespace
 
@@ -30,7 +32,7 @@ struct FleetListener::Connection {
     mosquitto_connect_callback_set(client.get(), [](mosquitto* client, void* data, int code) {
       static_cast<Connection*>(data)->refusal = code;
       if (code == 0) {
-        mosquitto_subscribe(client, nullptr, ALL_SITES, MQTT_ONCE);
+        mosquitto_subscribe(client, nullptr, ALL_SITES, AT_MOST_ONCE);
       }
     });
     mosquitto_subscribe_callback_set(
@@ -38,14 +40,19 @@ struct FleetListener::Connection {
           auto* self = static_cast<Connection*>(data);
           self->isSubscribed = count > 0 && granted[0] < REFUSED;
           self->isRefused = !self->isSubscribed;
+          self->heard = Clock::now();
         });
     mosquitto_message_callback_set(
         client.get(), [](mosquitto*, void* data, const mosquitto_message* message) {
-          static_cast<Connection*>(data)->take(
-              {message->topic,
-               std::string(static_cast<const char*>(message->payload),
-                           static_cast<std::size_t>(message->payloadlen)),
-               message->retain});
+          auto* self = static_cast<Connection*>(data);
+          if (!message->retain) {
+            self->heard = Clock::now();
+            self->hasHeard = true;
+          }
+          self->take({message->topic,
+                      std::string(static_cast<const char*>(message->payload),
+                                  static_cast<std::size_t>(message->payloadlen)),
+                      message->retain});
         });
   }
   Connection(const Connection&) = delete;
@@ -56,10 +63,13 @@ struct FleetListener::Connection {
   int refusal = 0;
   bool isSubscribed = false;
   bool isRefused = false;
+  bool hasHeard = false;    // a site; what the host repeats is no word of one
+  Clock::time_point heard;  // then, or since it is subscribed
 };
 
-FleetListener::FleetListener(BrokerHosts hosts, const BrokerOptions& options)
-    : hosts(std::move(hosts)), login(options.login), tls(options.tls) {
+FleetListener::FleetListener(BrokerHosts hosts, const BrokerOptions& options,
+                             std::chrono::milliseconds silence)
+    : hosts(std::move(hosts)), login(options.login), tls(options.tls), silence(silence) {
   thread = std::thread(&FleetListener::run, this);
 }
 
@@ -93,7 +103,7 @@ void FleetListener::run() {
   }
 }
 
-// Returns why it has ended; empty when it was told to.
+// Returns why it has ended; empty when it was told to, or that is no news.
 std::string FleetListener::listen(const BrokerAddress& host) {
   Connection connection([this](Message message) { keep(std::move(message)); });
   mosquitto* client = connection.client.get();
@@ -115,11 +125,18 @@ std::string FleetListener::listen(const BrokerAddress& host) {
     if (connection.isRefused) {
       return "the subscription was refused";
     }
-    if (connection.isSubscribed && !std::exchange(isTold, true)) {
+    if (connection.hasHeard) {
+      silences = 0;
+    }
+    if (connection.isSubscribed && silences == 0 && !std::exchange(isTold, true)) {
       tell(nameOf(host) + ": connected");
     }
     if (!connection.isSubscribed && Clock::now() > deadline) {
       return "no answer";
+    }
+    if (connection.isSubscribed &&
+        Clock::now() - connection.heard > silence * (1 << std::min(silences, MOST_DOUBLINGS))) {
+      return silences++ == 0 ? "no site was heard" : "";
     }
   }
   return result == MOSQ_ERR_SUCCESS ? "" : mosquitto_strerror(result);

@@ -1,15 +1,21 @@
 #include "fleet/fleet_page.h"
 
+#include <algorithm>
+#include <span>
 #include <utility>
 
 #include "base/units.h"
+#include "web_server/event_json.h"
 
 namespace device {
 
 namespace {
 
+// The time of day when the page began, and since then a clock that nobody sets: with a jump of a
+// few minutes all sites would be silent.
 double now() {
-  return units::toSeconds(g_get_real_time());
+  static const std::int64_t OFFSET = g_get_real_time() - g_get_monotonic_time();
+  return units::toSeconds(g_get_monotonic_time() + OFFSET);
 }
 
 }  // namespace
@@ -59,6 +65,31 @@ void FleetPage::listen() {
       announce(news);
     }
   }
+  lookForMissing();
+}
+
+// What was sent while nothing reached this page.
+void FleetPage::lookForMissing() {
+  constexpr double CLOCKS = 5;  // seconds by which the clocks of nodes may differ
+  const std::optional<double> since = sites.missingSince(now());
+  if (since && history) {
+    // By the time of day that nodes have, too: the clock may have been set since the page began.
+    const std::int64_t ago = units::roundedFromSeconds(now() - *since + CLOCKS);
+    history->askSince(isoTime(g_get_real_time() - ago),
+                      [this](const HistoryReader::Alarms& alarms) {
+                        kept.insert(kept.end(), alarms.begin(), alarms.end());
+                      });
+  }
+  takeKept();
+  if (const std::size_t lost = sites.takeLost(); lost > 0) {
+    announce("at least " + std::to_string(lost) + " alarms' values were neither told nor kept");
+  }
+}
+
+void FleetPage::takeKept() {
+  const std::size_t count = std::min(kept.size(), KEPT_AT_ONCE);
+  sites.takeKept(std::span(kept).last(count));
+  kept.resize(kept.size() - count);
 }
 
 void FleetPage::tellChanges() {

@@ -37,9 +37,13 @@ class FleetPage {
   static constexpr char HISTORY_PATH[] = "/history";
   static constexpr std::int64_t LISTENING_PERIOD = 100000;  // microseconds
   static constexpr std::int64_t CHANGES_PERIOD = 1000000;   // microseconds
+  // Of what was kept, each time: an answer may be a hundred thousand, and nobody waits for them.
+  static constexpr std::size_t KEPT_AT_ONCE = 5000;
 
   void askHistory(const std::string& query, WebServer::Reply reply);
   void listen();
+  void lookForMissing();
+  void takeKept();
   void tellChanges();
 
   std::function<void(const std::string&)> announce;
@@ -47,6 +51,7 @@ class FleetPage {
   WebServer server;
   EventStream& changes;
   std::optional<HistoryReader> history;
+  std::vector<JsonAutoPtr> kept;  // that the table has not taken yet; the next one is the last
   std::vector<std::unique_ptr<FleetListener>> listeners;  // of each broker
   PeriodicTimer listeningTimer;
   PeriodicTimer changesTimer;

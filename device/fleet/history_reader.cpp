@@ -28,7 +28,6 @@ constexpr char READER[] = "reader";
 constexpr char SEQUENCE[] = "Nats-Sequence";
 constexpr char SUBJECT[] = "Nats-Subject";
 constexpr char TIME[] = "Nats-Time-Stamp";
-constexpr std::int64_t ANSWER_MS = 2000;
 constexpr std::uint64_t FIRST_STEP = 4096;  // numbers of messages to look back
 constexpr std::uint64_t GROWTH = 4;         // of the steps
 constexpr std::uint64_t WALKERS = 1024;     // that ask at the same time
@@ -68,14 +67,15 @@ std::string inMilliseconds(const std::string& time) {
 // The stream of a node, by the numbers of its messages.
 class Stream {
  public:
-  explicit Stream(const HistoryAccess& access) {
+  Stream(const HistoryAccess& access, std::chrono::milliseconds longest)
+      : patience(longest.count()) {
     natsOptions* made = nullptr;
     check(natsOptions_Create(&made));
     const OptionsPtr options(made);
     const std::string url = "nats://127.0.0.1:" + std::to_string(access.port);
     check(natsOptions_SetURL(made, url.c_str()));
     check(natsOptions_SetUserInfo(made, READER, access.password.c_str()));
-    check(natsOptions_SetTimeout(made, ANSWER_MS));
+    check(natsOptions_SetTimeout(made, patience));
     check(natsOptions_SetAllowReconnect(made, false));
     natsConnection* connected = nullptr;
     check(natsConnection_Connect(&connected, made));
@@ -88,6 +88,11 @@ class Stream {
                                        (inbox.get() + std::string(".*")).c_str()));
     answers.reset(subscribed);
   }
+  Stream(const Stream&) = delete;
+  Stream& operator=(const Stream&) = delete;
+
+  // The library's thread takes what comes for the subscription until the connection is closed.
+  ~Stream() { natsConnection_Close(connection.get()); }
 
   // The last message of a subject; nothing when there is none.
   std::optional<KeptMessage> last(const std::string& subject) {
@@ -141,7 +146,7 @@ class Stream {
   // Who has asked, and the message that he is given.
   std::pair<std::size_t, std::optional<KeptMessage>> take() {
     natsMsg* received = nullptr;
-    check(natsSubscription_NextMsg(&received, answers.get(), ANSWER_MS));
+    check(natsSubscription_NextMsg(&received, answers.get(), patience));
     const MessagePtr message(received);
     if (natsMsg_IsNoResponders(received)) {
       throw std::runtime_error("none is kept");
@@ -160,18 +165,13 @@ class Stream {
                                     static_cast<std::size_t>(natsMsg_GetDataLength(received))}}};
   }
 
+  const std::int64_t patience;  // milliseconds
   ConnectionPtr connection;
   InboxPtr inbox;
   SubscriptionPtr answers;
 };
 
-std::string answerOf(const AlarmHistory& history, std::string since) {
-  std::vector<JsonAutoPtr> alarms = history.last(HistoryReader::MOST + 1);
-  if (alarms.size() > HistoryReader::MOST) {
-    // There are more after that time than are told.
-    alarms.erase(alarms.begin());
-    since = textOf(alarms.front().get(), "time");
-  }
+std::string answerOf(const std::vector<JsonAutoPtr>& alarms, const std::string& since) {
   const JsonAutoPtr json(json_object());
   json_object_set_new(json.get(), "since", jsonText(since));
   json_t* list = json_array();
@@ -182,8 +182,18 @@ std::string answerOf(const AlarmHistory& history, std::string since) {
   return lineOf(json.get());
 }
 
+std::string lastOf(const AlarmHistory& history, const std::string& since) {
+  std::vector<JsonAutoPtr> alarms = history.last(HistoryReader::MOST + 1);
+  if (alarms.size() <= HistoryReader::MOST) {
+    return answerOf(alarms, since);
+  }
+  // There are more after that time than are told.
+  alarms.erase(alarms.begin());
+  return answerOf(alarms, textOf(alarms.front().get(), "time"));
+}
+
 std::string subjectOf(const std::string& site) {
-  return "sites." + site + ".MiruPlatform.SentrelVideo.*";
+  return "sites." + site + ".SentrelVideo.alarms.*";
 }
 
 WebAnswer refusal(const std::string& reason) {
@@ -195,7 +205,9 @@ WebAnswer refusal(const std::string& reason) {
 
 HistoryReader::HistoryReader(HistoryAccess access, Bounds bounds)
     : access(std::move(access)), bounds(bounds) {
-  thread = std::thread(&HistoryReader::run, this);
+  for (std::size_t reader = 0; reader < READERS; ++reader) {
+    threads.emplace_back(&HistoryReader::run, this);
+  }
 }
 
 HistoryReader::~HistoryReader() {
@@ -204,52 +216,64 @@ HistoryReader::~HistoryReader() {
     stopping = true;
   }
   changed.notifyAll();
-  thread.join();
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
 }
 
 void HistoryReader::ask(const std::string& site, WebServer::Reply reply) {
+  ask(Question{.site = site, .since = {}},
+      [reply = std::move(reply)](const Answer& answer) { reply(answer.page); });
+}
+
+void HistoryReader::askSince(const std::string& time, std::function<void(const Alarms&)> take) {
+  ask(Question{.site = {}, .since = time},
+      [take = std::move(take)](const Answer& answer) { take(answer.alarms); });
+}
+
+void HistoryReader::ask(const Question& question, Done done) {
   if (waitingCount >= MOST_WAITING) {
-    return reply(refusal("Too many ask for the history"));
+    return done({.page = refusal("Too many ask for the history"), .alarms = {}});
   }
   ++waitingCount;
-  std::vector<WebServer::Reply>& asking = waiting[site];
-  asking.push_back(std::move(reply));
+  std::vector<Done>& asking = waiting[question];
+  asking.push_back(std::move(done));
   if (asking.size() > 1) {
     return;  // the same answer serves
   }
   {
     const LockGuard lock(mutex);
-    questions.push_back(site);
+    questions.push_back(question);
   }
   changed.notifyAll();
 }
 
 void HistoryReader::deliver() {
-  std::vector<std::pair<std::string, WebAnswer>> answered;
+  std::vector<std::pair<Question, Answer>> answered;
   {
     const LockGuard lock(mutex);
     answered.swap(answers);
   }
-  for (const auto& [site, answer] : answered) {
-    const std::vector<WebServer::Reply> replies = std::move(waiting[site]);
-    waiting.erase(site);
-    waitingCount -= replies.size();
-    for (const WebServer::Reply& reply : replies) {
-      reply(answer);
+  for (const auto& [question, answer] : answered) {
+    const std::vector<Done> asking = std::move(waiting[question]);
+    waiting.erase(question);
+    waitingCount -= asking.size();
+    for (const Done& done : asking) {
+      done(answer);
     }
   }
 }
 
 void HistoryReader::run() {
-  while (const std::optional<std::string> site = nextQuestion()) {
-    WebAnswer answer = read(*site);
+  while (const std::optional<Question> question = nextQuestion()) {
+    Answer answer = read(*question);
     const LockGuard lock(mutex);
-    answers.emplace_back(*site, std::move(answer));
+    answers.emplace_back(*question, std::move(answer));
   }
 }
 
 // Nothing at the end.
-std::optional<std::string> HistoryReader::nextQuestion() {
+std::optional<HistoryReader::Question> HistoryReader::nextQuestion() {
   const LockGuard lock(mutex);
   while (questions.empty() && !stopping) {
     changed.wait(mutex);
@@ -257,31 +281,36 @@ std::optional<std::string> HistoryReader::nextQuestion() {
   if (stopping) {
     return std::nullopt;
   }
-  std::string site = std::move(questions.front());
+  Question question = std::move(questions.front());
   questions.pop_front();
-  return site;
+  return question;
 }
 
-// Further and further back, as most of what is kept is what was told again, until there are enough.
-WebAnswer HistoryReader::read(const std::string& site) const {
+// Further and further back, until there are enough.
+HistoryReader::Answer HistoryReader::read(const Question& question) const {
+  const std::string& site = question.site;
   const std::string subject = subjectOf(site.empty() ? "*" : site);
   const std::string any = subjectOf("*");
   try {
-    Stream stream(access);
+    Stream stream(access, bounds.answer);
     const std::optional<KeptMessage> first = stream.next(1, any);
     const std::optional<KeptMessage> last = stream.last(any);
     if (!first || !last) {
-      return {.body = answerOf({}, isoTime(g_get_real_time()))};
+      return {.page = {.body = answerOf({}, isoTime(g_get_real_time()))}, .alarms = {}};
     }
     const Clock::time_point enough = Clock::now() + bounds.time;
     AlarmHistory history;
     std::uint64_t count = 0;
     std::uint64_t begin = last->number + 1;
     std::string since = last->time;
+    const auto hasEnough = [&] {
+      return question.since.empty() ? history.last(MOST).size() >= MOST
+                                    : inMilliseconds(since) < question.since;
+    };
     bool isWhole = true;
     for (std::uint64_t step = FIRST_STEP;
          isWhole && begin > first->number && count < bounds.messages && Clock::now() < enough &&
-         history.last(MOST).size() < MOST;
+         !hasEnough();
          step *= GROWTH) {
       // Of all sites, each number is a message to be read.
       const std::uint64_t most = site.empty() ? std::min(step, bounds.messages - count) : step;
@@ -295,9 +324,13 @@ WebAnswer HistoryReader::read(const std::string& site) const {
         since = stream.next(begin, any).value_or(*last).time;
       }
     }
-    return {.body = answerOf(history, inMilliseconds(since))};
+    if (!question.since.empty()) {
+      return {.page = {}, .alarms = history.all()};
+    }
+    return {.page = {.body = lastOf(history, inMilliseconds(since))}, .alarms = {}};
   } catch (const std::exception& error) {
-    return refusal(std::string("The history cannot be read: ") + error.what());
+    return {.page = refusal(std::string("The history cannot be read: ") + error.what()),
+            .alarms = {}};
   }
 }
 

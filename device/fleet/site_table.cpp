@@ -30,14 +30,6 @@ std::string addressOf(const json_t* object) {
   return url.starts_with("http://") || url.starts_with("https://") ? url : "";
 }
 
-json_t* listOf(const auto& alarms) {
-  json_t* list = json_array();
-  for (const JsonAutoPtr& alarm : alarms) {
-    json_array_append(list, alarm.get());
-  }
-  return list;
-}
-
 }  // namespace
 
 void SiteTable::take(std::size_t broker, std::string_view topic, const std::string& payload,
@@ -66,7 +58,7 @@ void SiteTable::take(std::size_t broker, std::string_view topic, const std::stri
   } else if (rest == ABOUT) {
     about(site, payload);
   } else if (rest.starts_with(OWN)) {
-    event(name, site, std::string(rest.substr(OWN.size())), payload);
+    event(name, site, std::string(rest.substr(OWN.size())), payload, now, isRetained);
   }
   json_object_del(before.get(), "heard");
   const JsonAutoPtr after(jsonOf(name, *site));
@@ -104,7 +96,7 @@ void SiteTable::about(Site* site, const std::string& payload) {
 }
 
 void SiteTable::event(const std::string& name, Site* site, const std::string& topic,
-                      const std::string& payload) {
+                      const std::string& payload, double now, bool isRetained) {
   const JsonAutoPtr json = parsed(payload);
   if (topic == "state") {
     const std::string state = textOf(json_object_get(json.get(), "data"), "value");
@@ -112,45 +104,182 @@ void SiteTable::event(const std::string& name, Site* site, const std::string& to
   } else if (topic == "isSentreling") {
     site->isFollowing = isActive(json.get());
   } else if (topic.starts_with("Camera") && isSiteName(topic)) {
-    alarm(name, site, topic, json.get());
+    alarm(name, site, topic, json.get(), now, isRetained);
   }
 }
 
-void SiteTable::alarm(const std::string& name, Site* site, const std::string& topic,
-                      json_t* event) {
+void SiteTable::alarm(const std::string& name, Site* site, const std::string& topic, json_t* event,
+                      double now, bool isRetained) {
+  const std::string place = name + '/' + topic;
   if (event == nullptr) {
     site->alarms.erase(topic);
-    places.erase(name + '/' + topic);
+    places.erase(place);
+    gaps.erase(place);
     return;
   }
   if (!site->alarms.contains(topic) && site->alarms.size() >= MOST_ALARMS) {
     return;
   }
-  if (!isNews(name + '/' + topic, event)) {
-    return;
+  const JsonAutoPtr entry = alarmEntry(name, topic, event);
+  const EventNumber number = EventNumber::of(event);
+  const Place last = places[place];
+  if (!isNews(&places[place], number, now, isRetained)) {
+    return takeLate(place, entry);
   }
   const bool active = isActive(event);
   const bool before = std::exchange(site->alarms[topic], active);
-  if (active == before) {
+  if (active != before) {
+    list({place, number, entry});
+  }
+  note(place, last, number, before, now);
+  if (const auto gap = gaps.find(place); gap != gaps.end()) {
+    gap->second.end = number.count;
+    gap->second.told[number.count] = {entry, active != before};
+  }
+}
+
+void SiteTable::list(Listed listed) {
+  listAt(alarms.end(), std::move(listed));
+}
+
+// It stands before what has followed it, and where that has left the list it is too old, too.
+// Clocks may be wrong. isFollowed: something that has followed it was listed.
+void SiteTable::listLate(Listed listed, bool isFollowed) {
+  const auto follows = [&](const Listed& other) {
+    return other.number.count > listed.number.count && other.topic == listed.topic &&
+           other.number.start == listed.number.start;
+  };
+  const auto place = std::ranges::find_if(alarms, follows);
+  if (place == alarms.end() && isFollowed) {
+    newAlarms.push_back(listed.entry);  // for pages that show more
     return;
   }
-  const JsonAutoPtr entry = alarmEntry(name, topic, event);
-  alarms.push_back(entry);
-  newAlarms.push_back(entry);
+  listAt(place, std::move(listed));
+}
+
+void SiteTable::listAt(std::deque<Listed>::iterator place, Listed listed) {
+  newAlarms.push_back(listed.entry);
+  alarms.insert(place, std::move(listed));
   if (alarms.size() > LAST_ALARMS) {
     alarms.pop_front();
   }
 }
 
-// What is told again, or by a second broker, has the same place or an earlier one.
-bool SiteTable::isNews(const std::string& topic, json_t* event) {
-  const EventNumber number = EventNumber::of(event);
-  EventNumber& last = places[topic];
-  if (number.start == last.start && number.count <= last.count) {
-    return false;
+// What is told again, or by a second broker, has the same place or an earlier one. What a broker
+// repeats may be what a node that is behind holds: it does not tell that nothing has come since.
+bool SiteTable::isNews(Place* place, const EventNumber& number, double now, bool isRetained) {
+  const bool isLater = number.start != place->number.start || number.count > place->number.count;
+  if (isLater && isRetained) {
+    // Who lives tells it again long before it would be taken for gone.
+    *place = {number, place->number.start.empty() ? now - SILENCE : place->known};
+  } else if (isLater || (number == place->number && !isRetained)) {
+    *place = {number, now};
   }
-  last = number;
-  return true;
+  return isLater;
+}
+
+// With a device's start an alarm is declared, which is none.
+void SiteTable::note(const std::string& topic, const Place& before, const EventNumber& number,
+                     bool wasActive, double now) {
+  constexpr json_int_t DECLARED = 1;
+  const bool isSameStart = number.start == before.number.start;
+  const auto found = gaps.find(topic);
+  if (found != gaps.end() && !isSameStart) {
+    endGap(topic, found->second);
+    gaps.erase(found);
+  }
+  const EventNumber last = isSameStart ? before.number : EventNumber{number.start, DECLARED};
+  if (before.number.start.empty() || number.count <= last.count + 1) {
+    return;
+  }
+  if (!gaps.contains(topic) && gaps.size() >= MOST_GAPS) {
+    countLost(static_cast<std::size_t>(number.count - last.count - 1));
+    return;
+  }
+  Gap& gap =
+      gaps.try_emplace(topic, Gap{.last = last, .isActive = wasActive, .known = before.known})
+          .first->second;
+  // Who leaves out numbers again and again keeps it open no longer.
+  if (gap.told.size() < MOST_TOLD) {
+    gap.asked = 0;
+    gap.due = now + FIRST_LOOK;
+  }
+}
+
+std::size_t SiteTable::Gap::missing() const {
+  return static_cast<std::size_t>(end - last.count) - told.size();
+}
+
+std::optional<double> SiteTable::missingSince(double now) {
+  const auto isOver = [now](const auto& place) {
+    const Gap& gap = place.second;
+    return gap.missing() == 0 || (now >= gap.due && gap.asked == MOST_LOOKS);
+  };
+  for (const auto& place : gaps) {
+    if (isOver(place)) {
+      endGap(place.first, place.second);
+    }
+  }
+  std::erase_if(gaps, isOver);
+  std::optional<double> since;
+  for (auto& [topic, gap] : gaps) {
+    if (now >= gap.due) {
+      ++gap.asked;
+      gap.due = now + (gap.asked < MOST_LOOKS ? FIRST_LOOK * std::pow(4, gap.asked) : ANSWER);
+      since = std::min(since.value_or(gap.known), gap.known);
+    }
+  }
+  return since;
+}
+
+// Where an odd number was missing, the one behind them seemed to be no change. No more are listed
+// than the list holds.
+void SiteTable::endGap(const std::string& topic, const Gap& gap) {
+  json_int_t lastListed = 0;
+  for (const auto& [number, told] : gap.told) {
+    lastListed = told.isListed ? number : lastListed;
+  }
+  std::vector<Listed> late;
+  bool before = gap.isActive;
+  for (const auto& [number, told] : gap.told) {
+    const bool active = json_is_true(json_object_get(told.entry.get(), "active"));
+    if (active != before && !told.isListed) {
+      late.push_back({topic, {gap.last.start, number}, told.entry});
+    }
+    before = active;
+  }
+  for (Listed& listed : std::span(late).last(std::min(late.size(), LAST_ALARMS))) {
+    const bool isFollowed = listed.number.count < lastListed;
+    listLate(std::move(listed), isFollowed);
+  }
+  countLost(gap.missing());
+}
+
+// Its size is what the site says: one odd number would be more than all the others.
+void SiteTable::countLost(std::size_t count) {
+  lost += std::min(count, MOST_LOST);
+}
+
+void SiteTable::takeKept(std::span<const JsonAutoPtr> entries) {
+  for (const JsonAutoPtr& entry : entries) {
+    takeLate(textOf(entry.get(), "site") + '/' + textOf(entry.get(), "alarm"), entry);
+  }
+}
+
+void SiteTable::takeLate(const std::string& topic, const JsonAutoPtr& entry) {
+  const auto place = gaps.find(topic);
+  if (place == gaps.end()) {
+    return;
+  }
+  Gap& gap = place->second;
+  const EventNumber number = EventNumber::of(entry.get());
+  if (number.start == gap.last.start && number.count > gap.last.count && number.count < gap.end) {
+    gap.told.try_emplace(number.count, Gap::Told{.entry = entry});
+  }
+}
+
+std::size_t SiteTable::takeLost() {
+  return std::exchange(lost, 0);
 }
 
 void SiteTable::brokerLost(std::size_t broker) {
@@ -192,7 +321,11 @@ std::string SiteTable::everything(double now) const {
     json_array_append_new(list, jsonOf(name, site));
   }
   json_object_set_new(json.get(), "sites", list);
-  json_object_set_new(json.get(), "alarms", listOf(alarms));
+  json_t* latest = json_array();
+  for (const Listed& listed : alarms) {
+    json_array_append(latest, listed.entry.get());
+  }
+  json_object_set_new(json.get(), "alarms", latest);
   json_object_set_new(json.get(), "now", json_integer(std::llround(now)));
   return lineOf(json.get());
 }
@@ -217,7 +350,11 @@ std::string SiteTable::changes(double now) {
     json_array_append_new(list, jsonOf(name, sites[name]));
   }
   json_object_set_new(json.get(), "sites", list);
-  json_object_set_new(json.get(), "alarms", listOf(std::exchange(newAlarms, {})));
+  json_t* latest = json_array();
+  for (const JsonAutoPtr& entry : std::exchange(newAlarms, {})) {
+    json_array_append(latest, entry.get());
+  }
+  json_object_set_new(json.get(), "alarms", latest);
   json_object_set_new(json.get(), "now", json_integer(std::llround(now)));
   return lineOf(json.get());
 }

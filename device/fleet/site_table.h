@@ -6,7 +6,9 @@
 #include <cstdint>
 #include <deque>
 #include <map>
+#include <optional>
 #include <set>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -26,6 +28,12 @@ class SiteTable {
   static constexpr std::size_t MOST_ALARMS = 64;   // of one site
   static constexpr std::size_t LAST_ALARMS = 500;  // of all
   static constexpr std::size_t LONGEST_PAYLOAD = 65536;
+  static constexpr std::size_t MOST_GAPS = 10000;
+  static constexpr std::size_t MOST_TOLD = 1000;  // of an alarm while a gap of it is open
+  static constexpr std::size_t MOST_LOST = 1000;  // that are counted of a gap
+  static constexpr double FIRST_LOOK = 2;  // seconds after a gap is noticed; then four times that
+  static constexpr int MOST_LOOKS = 4;
+  static constexpr double ANSWER = 10;  // seconds for the last one's
 
   // A message of that broker; an empty payload clears the topic. isRetained: the broker repeats it,
   // so that it is no word of the site now, unless the site is a new one.
@@ -34,6 +42,18 @@ class SiteTable {
 
   // What the broker said of who is online is nobody's word any more.
   void brokerLost(std::size_t broker);
+
+  // An alarm's numbers may show that some of them were not told. Since when what was kept elsewhere
+  // has to be looked for; nothing while there is nothing to look for. Each gap is asked for some
+  // times, ever more rarely, from some seconds after it was noticed: what has been sent at the same
+  // time may be on its way to where it is kept, and is kept again within a minute.
+  std::optional<double> missingSince(double now);
+
+  // What was kept (alarmEntry): of it what was not told. It stands before what has followed it.
+  void takeKept(std::span<const JsonAutoPtr> entries);
+
+  // How many were not found, since the last call; of each gap no more than MOST_LOST.
+  std::size_t takeLost();
 
   // {"sites":[...],"alarms":[...],"now":...}: all of it; the latest alarm is the last one.
   std::string everything(double now) const;
@@ -54,19 +74,57 @@ class SiteTable {
     bool isSilent = false;
   };
 
+  // Of an alarm's events some after the last one that was told in its turn are missing.
+  struct Gap {
+    struct Told {
+      JsonAutoPtr entry;
+      bool isListed = false;
+    };
+
+    EventNumber last;
+    bool isActive = false;                 // as the last one said
+    json_int_t end = 0;                    // number of the latest one
+    std::map<json_int_t, Told> told = {};  // of those after the last one
+    double known = 0;                      // when nothing was missing
+    double due = 0;                        // when it is to be asked for
+    int asked = 0;                         // times
+
+    std::size_t missing() const;
+  };
+  struct Place {
+    EventNumber number;  // of the latest event
+    double known = 0;    // when nothing had come since
+  };
+  struct Listed {
+    std::string topic;  // with the site
+    EventNumber number;
+    JsonAutoPtr entry;
+  };
+
   Site* siteOf(const std::string& name);
   void availability(Site* site, std::size_t broker, const std::string& payload);
   void about(Site* site, const std::string& payload);
   void event(const std::string& name, Site* site, const std::string& topic,
-             const std::string& payload);
-  void alarm(const std::string& name, Site* site, const std::string& topic, json_t* event);
-  bool isNews(const std::string& topic, json_t* event);
+             const std::string& payload, double now, bool isRetained);
+  void alarm(const std::string& name, Site* site, const std::string& topic, json_t* event,
+             double now, bool isRetained);
+  bool isNews(Place* place, const EventNumber& number, double now, bool isRetained);
+  void note(const std::string& topic, const Place& before, const EventNumber& number,
+            bool wasActive, double now);
+  void endGap(const std::string& topic, const Gap& gap);
+  void countLost(std::size_t count);
+  void takeLate(const std::string& topic, const JsonAutoPtr& entry);
+  void list(Listed listed);
+  void listLate(Listed listed, bool isFollowed);
+  void listAt(std::deque<Listed>::iterator place, Listed listed);
   bool notesSilence(Site* site, double now);
   static json_t* jsonOf(const std::string& name, const Site& site);
 
   std::map<std::string, Site> sites;
-  std::map<std::string, EventNumber> places;  // of the latest alarms, by site and topic
-  std::deque<JsonAutoPtr> alarms;
+  std::map<std::string, Place> places;  // of the latest alarms, by site and topic
+  std::map<std::string, Gap> gaps;      // likewise
+  std::size_t lost = 0;
+  std::deque<Listed> alarms;
   std::set<std::string> changed;
   std::vector<JsonAutoPtr> newAlarms;
 };

@@ -1,14 +1,18 @@
 #include "web_server/mqtt_client.h"
 
+#include <netinet/in.h>
 #include <openssl/ssl.h>
 #include <poll.h>
 #include <sys/eventfd.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <stdexcept>
+
+#include "base/mutex.h"
 
 namespace device {
 
@@ -25,6 +29,59 @@ void useLibrary() {
 
 const char* given(const std::string& file) {
   return file.empty() ? nullptr : file.c_str();
+}
+
+constexpr char LOOPBACK[] = "127.0.0.1";
+
+// A port of the program's own, from which nobody takes connections.
+class OwnPort {
+ public:
+  OwnPort() {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t size = sizeof(address);
+    auto* const place = reinterpret_cast<sockaddr*>(&address);
+    const bool isThere = bind(descriptor.get(), place, size) == 0 &&
+                         listen(descriptor.get(), 1) == 0 &&
+                         getsockname(descriptor.get(), place, &size) == 0;
+    number = isThere ? ntohs(address.sin_port) : 0;
+  }
+
+  int getNumber() const { return number; }  // 0: there is none
+
+ private:
+  const FileDescriptor descriptor{socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)};
+  int number = 0;
+};
+
+int connectToOneself(const BrokerTls& tls) {
+  const OwnPort port;
+  const MosquittoPtr client = makeMqttClient(nullptr, nullptr);
+  if (!client || port.getNumber() == 0) {
+    return MOSQ_ERR_NOMEM;
+  }
+  const int result = introduce(client.get(), std::nullopt, tls);
+  return result == MOSQ_ERR_SUCCESS
+             ? mosquitto_connect_async(client.get(), LOOPBACK, port.getNumber(), MQTT_KEEP_ALIVE)
+             : result;
+}
+
+// The library sets itself up for TLS with its first connection, which has to be the only one then.
+// That is one to the program itself: it looks up no name, for which the others would wait as well.
+int useTls(const BrokerTls& tls) {
+  static struct {
+    Mutex mutex;
+    bool isUsed GUARDED_BY(mutex) = false;
+  } s_library;
+  const LockGuard lock(s_library.mutex);
+  if (s_library.isUsed) {
+    return MOSQ_ERR_SUCCESS;
+  }
+  const int result = connectToOneself(tls);
+  // What TLS refuses, the connection that is wanted tells better.
+  s_library.isUsed = result == MOSQ_ERR_SUCCESS || result == MOSQ_ERR_TLS;
+  return s_library.isUsed ? MOSQ_ERR_SUCCESS : result;
 }
 
 }  // namespace
@@ -52,22 +109,11 @@ int introduce(mosquitto* client, const std::optional<BrokerLogin>& login,
   return result;
 }
 
-// The first that connects by TLS sets the library up for it, which the library does not guard.
 int connectTo(mosquitto* client, const BrokerAddress& host, const std::optional<BrokerTls>& tls) {
-  const auto connect = [&] {
-    return mosquitto_connect_async(client, host.host.c_str(), host.port, MQTT_KEEP_ALIVE);
-  };
-  bool isFirst = false;
-  if (tls) {
-    static const int FIRST_RESULT = [&] {
-      isFirst = true;
-      return connect();
-    }();
-    if (isFirst) {
-      return FIRST_RESULT;
-    }
-  }
-  return connect();
+  const int result = tls ? useTls(*tls) : MOSQ_ERR_SUCCESS;
+  return result == MOSQ_ERR_SUCCESS
+             ? mosquitto_connect_async(client, host.host.c_str(), host.port, MQTT_KEEP_ALIVE)
+             : result;
 }
 
 MqttBell::MqttBell() : descriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {

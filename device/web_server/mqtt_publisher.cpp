@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <functional>
 #include <memory>
+#include <string_view>
 #include <utility>
 
 namespace device {
@@ -12,6 +13,7 @@ namespace {
 constexpr std::chrono::seconds FAREWELL(1);
 constexpr char ONLINE[] = "online";
 constexpr char OFFLINE[] = "offline";
+constexpr std::string_view OWN_EVENTS = "MiruPlatform/SentrelVideo/";
 
 int send(mosquitto* client, const std::string& topic, const std::string& payload, int qos,
          bool isRetained) {
@@ -116,7 +118,40 @@ void MqttPublisher::alarm(const std::string& topic, const std::string& payload) 
 }
 
 void MqttPublisher::sendAlarm(mosquitto* client, const AlarmOutbox::Alarm& alarm) {
-  underway[send(client, alarm.topic, alarm.payload, MQTT_ONCE, true)] = alarm.id;
+  if (const std::string topic = topicForHistory(alarm.topic); !topic.empty()) {
+    sendPart(client, alarm, topic, false);
+    recent[alarm.id] = {alarm.id, topic, alarm.payload};
+    if (recent.size() > AlarmOutbox::LIMIT) {
+      recent.erase(recent.begin());
+    }
+  }
+  sendPart(client, alarm, alarm.topic, true);
+}
+
+void MqttPublisher::sendPart(mosquitto* client, const AlarmOutbox::Alarm& alarm,
+                             const std::string& topic, bool isRetained) {
+  underway[send(client, topic, alarm.payload, MQTT_ONCE, isRetained)] = alarm.id;
+  ++parts[alarm.id];
+}
+
+// Empty where none is kept.
+std::string MqttPublisher::topicForHistory(const std::string& topic) const {
+  const std::string prefix = topicPrefix(settings.site);
+  std::string own = prefix;
+  own.append(OWN_EVENTS);
+  return settings.site.empty() || !topic.starts_with(own)
+             ? ""
+             : prefix + ALARMS + topic.substr(own.size());
+}
+
+// Returns the number of the last message; 0: there was none.
+int MqttPublisher::tellHistoryAgain(mosquitto* client) {
+  int last = 0;
+  for (const auto& [id, alarm] : earlier) {
+    last = send(client, alarm.topic, alarm.payload, MQTT_ONCE, false);
+  }
+  earlier = std::exchange(recent, {});
+  return last;
 }
 
 MqttPublisher::Health MqttPublisher::getHealth() {
@@ -214,6 +249,7 @@ void MqttPublisher::connectOnce(const BrokerAddress& host) {
   const LockGuard lock(mutex);
   connected = nullptr;
   underway.clear();
+  parts.clear();
 }
 
 void MqttPublisher::serve(Connection* connection, const BrokerAddress& host) {
@@ -288,6 +324,7 @@ bool MqttPublisher::tellAgain(Connection* connection) {
     return false;
   }
   const LockGuard lock(mutex);
+  tellHistoryAgain(connection->client.get());
   tellAll(connection);
   return true;
 }
@@ -313,14 +350,18 @@ void MqttPublisher::settle(Connection* connection) {
   std::vector<std::int64_t> alarms;
   for (const int message : messages) {
     if (const auto found = underway.find(message); found != underway.end()) {
-      alarms.push_back(found->second);
+      if (--parts[found->second] == 0) {
+        parts.erase(found->second);
+        alarms.push_back(found->second);
+      }
       underway.erase(found);
     }
   }
   outbox.acknowledge(alarms);
 }
 
-// Messages are acknowledged in the order in which they were sent.
+// Messages are acknowledged in the order in which they were sent. What a history was told once has
+// no other turn; it stands behind the rest, as it may be too much for the time that there is.
 void MqttPublisher::leave(Connection* connection) {
   mosquitto* client = connection->client.get();
   int last = 0;
@@ -331,6 +372,9 @@ void MqttPublisher::leave(Connection* connection) {
       send(client, topic, "", MQTT_ONCE, true);
     }
     last = send(client, availability, OFFLINE, MQTT_ONCE, true);
+    const int early = tellHistoryAgain(client);
+    const int late = tellHistoryAgain(client);
+    last = late != 0 ? late : early != 0 ? early : last;
   }
   const Clock::time_point deadline = Clock::now() + FAREWELL;
   MqttLoop loop(client);

@@ -27,12 +27,18 @@ namespace device {
 // process. Messages that are not retained are for those who listen now;
 // without a connection they are dropped.
 //
+// Of a site, each alarm goes beside that below ALARMS, where nothing is retained or told again with
+// the present values, for whoever keeps a history. It goes there a second time, a minute or two
+// later, or when the device leaves: a cluster acknowledges it also while nobody is there who keeps
+// it.
+//
 // AVAILABILITY, below the site, tells whether the device is there: "online", and by the broker's
 // own hand "offline" once the connection is lost. All functions may be called from any thread and
 // return at once.
 class MqttPublisher {
  public:
   static constexpr char AVAILABILITY[] = "SentrelVideo/device";
+  static constexpr char ALARMS[] = "SentrelVideo/alarms/";
 
   struct Settings {
     BrokerHosts hosts = {};  // at least one; the next one with each try, all devices alike
@@ -93,6 +99,10 @@ class MqttPublisher {
   void connectOnce(const BrokerAddress& host);
   void serve(Connection* connection, const BrokerAddress& host);
   void sendAlarm(mosquitto* client, const AlarmOutbox::Alarm& alarm) REQUIRES(mutex);
+  void sendPart(mosquitto* client, const AlarmOutbox::Alarm& alarm, const std::string& topic,
+                bool isRetained) REQUIRES(mutex);
+  std::string topicForHistory(const std::string& topic) const;
+  int tellHistoryAgain(mosquitto* client) REQUIRES(mutex);
   void settle(Connection* connection) EXCLUDES(mutex);
   void announce(Connection* connection) EXCLUDES(mutex);
   void tellAll(Connection* connection) REQUIRES(mutex);
@@ -124,8 +134,13 @@ class MqttPublisher {
   std::set<std::string> cleared GUARDED_BY(mutex);
   AlarmOutbox outbox GUARDED_BY(mutex);
   std::uint64_t droppedTold GUARDED_BY(mutex) = 0;
-  // Alarms by the number of the message that carries them over the present connection.
+  // Alarms by the number of a message that carries them over the present connection, and how many
+  // messages of each are not acknowledged.
   std::map<int, std::int64_t> underway GUARDED_BY(mutex);
+  std::map<std::int64_t, int> parts GUARDED_BY(mutex);
+  // Alarms that a history was told since the last repetition, and between the one before and that.
+  std::map<std::int64_t, AlarmOutbox::Alarm> recent GUARDED_BY(mutex);
+  std::map<std::int64_t, AlarmOutbox::Alarm> earlier GUARDED_BY(mutex);
   std::vector<std::string> news GUARDED_BY(mutex);
   // By host, since the last connection.
   std::map<std::string, std::string> lastNews GUARDED_BY(mutex);

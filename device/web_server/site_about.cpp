@@ -1,5 +1,6 @@
 #include "web_server/site_about.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace device {
@@ -16,22 +17,36 @@ std::string question(const char* method) {
 
 }  // namespace
 
-SiteAbout::SiteAbout(Ask ask, std::function<void()> told)
-    : ask(std::move(ask)), told(std::move(told)) {}
+SiteAbout::SiteAbout(Ask ask, std::function<void()> told, Scope_e scope)
+    : ask(std::move(ask)), told(std::move(told)), scope(scope) {}
+
+void SiteAbout::outdate() {
+  isDue = true;
+  rest = 0;
+  resting = 0;
+}
 
 void SiteAbout::take(const std::string& request) {
-  if (request.find(CHANGING_METHOD) != std::string::npos) {
+  if (scope == Scope_e::all && request.find(CHANGING_METHOD) != std::string::npos) {
     outdate();
   }
 }
 
 void SiteAbout::look() {
-  if (awaited > 0 || !std::exchange(isDue, false)) {
+  if (awaited > 0 || !isDue) {
     return;
   }
-  awaited = 2;
+  if (resting > 0) {
+    --resting;
+    return;
+  }
+  isDue = false;
+  isUnanswered = false;
+  awaited = scope == Scope_e::all ? 2 : 1;
   askFor("getSupportedVersions", VERSIONS, &versions);
-  askFor("getConfiguration", STATUS, &status);
+  if (scope == Scope_e::all) {
+    askFor("getConfiguration", STATUS, &status);
+  }
 }
 
 void SiteAbout::writeTo(json_t* about) const {
@@ -45,18 +60,37 @@ void SiteAbout::writeTo(json_t* about) const {
 
 void SiteAbout::askFor(const char* method, const char* key, JsonAutoPtr* place) {
   ask(question(method), [this, key, place](const std::string* answer) {
-    --awaited;
     const JsonAutoPtr document(
         answer != nullptr ? json_loadb(answer->data(), answer->size(), 0, nullptr) : nullptr);
     json_t* value = json_object_get(json_object_get(document.get(), "data"), key);
     if (value == nullptr) {
-      return outdate();
-    }
-    if (json_equal(value, place->get()) == 0) {
+      isUnanswered = true;
+    } else if (json_equal(value, place->get()) == 0) {
       *place = JsonAutoPtr(json_incref(value));
       told();
     }
+    if (--awaited == 0) {
+      conclude();
+    }
   });
+}
+
+// Who has left may stay away for long, and says so by itself when he is back.
+void SiteAbout::conclude() {
+  rest = isUnanswered ? std::clamp(2 * rest, 1, LONGEST_REST) : 0;
+  resting = rest;
+  isDue = isDue || isUnanswered;
+}
+
+std::string SiteAbout::apiVersions() const {
+  std::string text;
+  std::size_t i = 0;
+  const json_t* version = nullptr;
+  json_array_foreach(versions.get(), i, version) {
+    const char* name = json_string_value(version);
+    text.append(i > 0 ? "," : "").append(name != nullptr ? name : "");
+  }
+  return text;
 }
 
 }  // namespace device

@@ -15,7 +15,7 @@ using testing::IsEmpty;
 class AlarmHistoryTest : public testing::Test {
  protected:
   void take(int number, bool active, const std::string& time, const std::string& start = "S") {
-    history.take("sites.north.MiruPlatform.SentrelVideo.Camera1",
+    history.take("sites.north.SentrelVideo.alarms.Camera1",
                  R"({"data":{"active":)" + std::string(active ? "true" : "false") +
                      R"(},"time":")" + time + R"(","start":")" + start + R"(","seq":)" +
                      std::to_string(number) + "}");
@@ -63,7 +63,7 @@ TEST_F(AlarmHistoryTest, DeviceThatStartsAnewEndsWhatItHadRaised) {
 TEST_F(AlarmHistoryTest, LateOnesStandAtTheirTimeAndTheLatestAreKept) {
   take(3, false, "3");
   take(2, true, "2");
-  history.take("sites.south.MiruPlatform.SentrelVideo.CameraANY",
+  history.take("sites.south.SentrelVideo.alarms.CameraANY",
                R"({"data":{"active":true},"time":"25","start":"S","seq":1})");
   EXPECT_THAT(last(2), ElementsAre("south CameraANY 25 begins", "north Camera1 3 ends"));
 }
@@ -71,19 +71,17 @@ TEST_F(AlarmHistoryTest, LateOnesStandAtTheirTimeAndTheLatestAreKept) {
 TEST_F(AlarmHistoryTest, AnythingElseIsPassedOver) {
   const std::string event = R"({"data":{"active":true},"time":"1","start":"S","seq":1})";
   for (const char* subject :
-       {"", "sites", "sites.", "sites.north.MiruPlatform.SentrelVideo.",
-        "sites..MiruPlatform.SentrelVideo.Camera1", "sites.MiruPlatform.SentrelVideo.Camera1",
-        "sites.north.MiruPlatform.SentrelVideo.state",
-        "elsewhere.north.MiruPlatform.SentrelVideo.Camera1",
-        "sites.a.b.MiruPlatform.SentrelVideo.Camera1",
-        "sites.north.MiruPlatform.SentrelVideo.Camera1.x"}) {
+       {"", "sites", "sites.", "sites.north.SentrelVideo.alarms.",
+        "sites..SentrelVideo.alarms.Camera1", "sites.SentrelVideo.alarms.Camera1",
+        "sites.north.SentrelVideo.alarms.state", "elsewhere.north.SentrelVideo.alarms.Camera1",
+        "sites.a.b.SentrelVideo.alarms.Camera1", "sites.north.SentrelVideo.alarms.Camera1.x"}) {
     history.take(subject, event);
   }
   for (const char* payload : {"", "{", "[]", "\"x\""}) {
-    history.take("sites.north.MiruPlatform.SentrelVideo.Camera1", payload);
+    history.take("sites.north.SentrelVideo.alarms.Camera1", payload);
   }
   EXPECT_THAT(last(), IsEmpty());
-  history.take("sites.north.MiruPlatform.SentrelVideo.Camera1", event);
+  history.take("sites.north.SentrelVideo.alarms.Camera1", event);
   EXPECT_THAT(last(), ElementsAre("north Camera1 1 begins"));
 }
 

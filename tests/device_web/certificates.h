@@ -14,14 +14,15 @@ namespace device {
 // Certificates of a test's own, NAME.crt and NAME.key.
 class Certificates {
  public:
-  // Signed by that authority, which is made with its first one; for the address 127.0.0.1.
+  // Signed by that authority, which is made with its first one; for that address.
   // days below 0: it has expired.
-  void make(const std::string& authority, const std::string& name, int days = 2) {
+  void make(const std::string& authority, const std::string& name, int days = 2,
+            const std::string& address = "127.0.0.1") {
     if (!std::filesystem::exists(file(authority + ".crt"))) {
       run("req -x509 -days 2 -nodes " + KEY + " -subj /CN=" + authority + " -keyout " +
           file(authority + ".key") + " -out " + file(authority + ".crt"));
     }
-    writeText(file("names"), "subjectAltName=IP:127.0.0.1\n");
+    writeText(file("names"), "subjectAltName=IP:" + address + "\n");
     run("req " + KEY + " -nodes -subj /O=fleet/CN=" + name + " -keyout " + file(name + ".key") +
         " -out " + file(name + ".csr"));
     run("x509 -req -in " + file(name + ".csr") + " -CA " + file(authority + ".crt") + " -CAkey " +

@@ -3,7 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
+#include <functional>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <utility>
@@ -12,14 +15,31 @@
 #include "broker.h"
 #include "fleet/fleet_listener.h"
 #include "fleet/fleet_options.h"
+#include "history_node.h"
 #include "web_client.h"
 #include "web_server/mqtt_publisher.h"
+
+namespace {
+
+std::int64_t s_jump = 0;  // microseconds by which the clock was set
+
+}  // namespace
+
+// In place of the library's.
+extern "C" gint64 g_get_real_time() {
+  return std::chrono::duration_cast<std::chrono::microseconds>(
+             std::chrono::system_clock::now().time_since_epoch())
+             .count() +
+         s_jump;
+}
 
 namespace device {
 namespace {
 
 using testing::Contains;
+using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::Not;
 
 // Real brokers, a site's real publisher and the page.
 class FleetPageTest : public testing::Test {
@@ -77,6 +97,22 @@ TEST_F(FleetPageTest, SiteComesAndGoes) {
   EXPECT_THAT(news, Contains(HasSubstr(": connected")));
 }
 
+TEST_F(FleetPageTest, ClockThatJumpsMakesNoSiteSilent) {
+  constexpr std::int64_t DAY = 86400000000;
+  open({{{"127.0.0.1", ReservedPort().getNumber()}}});
+  const auto seconds = [this] {
+    const std::string told = WebClient(port).get("/sites").body;
+    return std::stoll(told.substr(told.rfind(':') + 1));
+  };
+  const std::int64_t before = seconds();
+  EXPECT_NEAR(static_cast<double>(g_get_real_time()) / 1e6, static_cast<double>(before), 3600);
+  for (const std::int64_t jump : {DAY, -DAY}) {
+    s_jump = jump;
+    EXPECT_NEAR(static_cast<double>(before), static_cast<double>(seconds()), 3600);
+  }
+  s_jump = 0;
+}
+
 TEST_F(FleetPageTest, ListenerTellsWhatABrokerRepeatsFromWhatIsNew) {
   const Broker broker;
   Subscriber site(broker.getPort());
@@ -99,6 +135,65 @@ TEST_F(FleetPageTest, ListenerTellsWhatABrokerRepeatsFromWhatIsNew) {
   ASSERT_TRUE(hasAnother(2));
   EXPECT_EQ("offline", messages[1].payload);
   EXPECT_FALSE(messages[1].isRetained);
+}
+
+// As a node that has taken the subscription and then tells nothing of it.
+TEST_F(FleetPageTest, HostAtWhichNoSiteIsHeardIsLeftForTheNextOne) {
+  const Broker silent;
+  const Broker other;
+  Subscriber repeated(silent.getPort());
+  repeated.publish("sites/south/SentrelVideo/device", "online");  // what it repeats is no word
+  repeated.drain();
+  MqttPublisher::Settings settings = siteAt({{"127.0.0.1", other.getPort()}});
+  settings.repeat = std::chrono::milliseconds(50);
+  MqttPublisher site(settings);
+  FleetListener listener({{"127.0.0.1", silent.getPort()}, {"127.0.0.1", other.getPort()}}, {},
+                         std::chrono::milliseconds(300));
+  const std::string topic = "sites/north/SentrelVideo/device";
+  bool isHeard = false;
+  std::vector<std::string> news;
+  EXPECT_TRUE(repeated.runUntil([&] {
+    for (const FleetListener::Message& message : listener.takeMessages()) {
+      isHeard = isHeard || message.topic == topic;
+    }
+    std::ranges::move(listener.takeNews(), std::back_inserter(news));
+    return isHeard && news.size() >= 3;
+  }));
+  const auto told = [](const Broker& broker, const char* what) {
+    return "127.0.0.1:" + std::to_string(broker.getPort()) + ": " + what;
+  };
+  EXPECT_THAT(news, ElementsAre(told(silent, "connected"), told(silent, "no site was heard"),
+                                told(other, "connected")));
+}
+
+TEST_F(FleetPageTest, HostsAreLeftEverMoreRarelyWhereThereIsNoSite) {
+  const Broker broker;
+  Subscriber clock(broker.getPort());
+  FleetListener listener({{"127.0.0.1", broker.getPort()}}, {}, std::chrono::milliseconds(20));
+  const auto begin = std::chrono::steady_clock::now();
+  std::size_t left = 0;
+  EXPECT_TRUE(clock.runUntil([&] {
+    left += listener.takeMessages().size();  // of lost connections; there are no others
+    return left == 3;
+  }));
+  // 20, 40 and 80 ms, and a second's pause after each but the last.
+  EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(2140));
+  EXPECT_THAT(listener.takeNews(),
+              ElementsAre(HasSubstr(": connected"), HasSubstr(": no site was heard")));
+}
+
+// A cluster remembers for whoever asks for more, and goes on with it when his node has died.
+TEST_F(FleetPageTest, BrokerKeepsNothingForAPage) {
+  const Broker broker;
+  {
+    const FleetListener listener({{"127.0.0.1", broker.getPort()}}, {});
+    const auto deadline = std::chrono::steady_clock::now() + BROKER_PATIENCE;
+    while (broker.getLog().find("sites/# (QoS") == std::string::npos &&
+           std::chrono::steady_clock::now() < deadline) {
+      usleep(1000);  // between two looks
+    }
+  }
+  EXPECT_THAT(broker.getLog(), HasSubstr("sites/# (QoS 0)"));
 }
 
 TEST_F(FleetPageTest, PageTakesTheNextHostWhenOneIsKilled) {
@@ -128,6 +223,55 @@ TEST_F(FleetPageTest, HistoryIsThereWhereOneIsRead) {
   const WebResponse answer = WebClient(port).get("/history?site=north");
   EXPECT_EQ(503, answer.status);
   EXPECT_THAT(answer.body, HasSubstr("The history cannot be read"));
+}
+
+// The node of the history has what the broker has lost.
+class FleetPageGapTest : public FleetPageTest {
+ protected:
+  // tellBegun: once the page has begun. Of the numbers from 2 to the last one nothing is told.
+  void findWhatWasNotTold(const std::function<void()>& tellBegun, int last = 3) {
+    HistoryNode node;
+    node.keepAlarms();
+    const Broker broker;
+    Subscriber site(broker.getPort());
+    history = HistoryAccess{node.getPort(), "word"};
+    open({{{"127.0.0.1", broker.getPort()}}});
+    const auto tell = [&](int seq, const char* active) {
+      const std::string event = std::string(R"({"data":{"active":)") + active +
+                                R"(},"time":"9","start":"S","seq":)" + std::to_string(seq) + "}";
+      node.tell("north", "Camera1", seq);
+      site.publish("sites/north/MiruPlatform/SentrelVideo/Camera1", event);
+      site.drain();
+    };
+    tell(1, "true");
+    ASSERT_TRUE(shows(R"("seq":1})"));
+    tellBegun();
+    for (int seq = 2; seq <= last; ++seq) {
+      node.tell("north", "Camera1", seq);
+    }
+    tell(last + 1, "false");
+    node.complete();
+    ASSERT_TRUE(shows(R"("seq":)" + std::to_string(last + 1) + "}"));
+    EXPECT_TRUE(shows(R"("seq":)" + std::to_string(last - 1) + "},"));
+    EXPECT_TRUE(shows(R"("active":true,"start":"S","seq":)" + std::to_string(last) + "},"));
+    EXPECT_THAT(news, Not(Contains(HasSubstr("neither told nor kept"))));
+  }
+};
+
+TEST_F(FleetPageGapTest, WhatWasNotToldIsReadFromTheHistory) {
+  findWhatWasNotTold([] {});
+}
+
+// More than the table takes at once.
+TEST_F(FleetPageGapTest, LongAnswerIsTakenWhole) {
+  findWhatWasNotTold([] {}, 12001);
+}
+
+// The clock was an hour ahead when the page began.
+TEST_F(FleetPageGapTest, ClockThatIsSetBackHidesNothingThatWasKept) {
+  constexpr std::int64_t HOUR = 3600000000;
+  s_jump = HOUR;
+  findWhatWasNotTold([] { s_jump = 0; });
 }
 
 TEST_F(FleetPageTest, OptionsNameABroker) {

@@ -676,6 +676,66 @@ TEST_F(MqttOutboxTest, AlarmThatTheBrokerHasNotAcknowledgedIsToldItAgain) {
   EXPECT_THAT(retainedAt(broker.getPort()), Contains(Pair("a", "2")));
 }
 
+TEST_F(MqttOutboxTest, SitesAlarmsGoBesideWhereAHistoryIsKeptTwiceEachAndNoMore) {
+  const Broker broker;
+  Subscriber subscriber(broker.getPort());
+  MqttPublisher::Settings settings = settingsOf(broker.getPort());
+  settings.site = "north";
+  settings.repeat = Milliseconds(300);
+  MqttPublisher publisher(settings);
+  const std::string own = "sites/north/MiruPlatform/SentrelVideo/";
+  const std::string kept = "sites/north/SentrelVideo/alarms/";
+  ASSERT_TRUE(subscriber.sees("sites/north/SentrelVideo/device", "online"));
+  publisher.retain(own + "state", "running");
+  publisher.alarm("sites/north/VideoSource/MotionAlarm/1", "motion");
+  publisher.alarm(own + "Camera1", "begins");
+  publisher.alarm(own + "Camera1", "ends");
+  const auto hasAll = [&](std::size_t count) {
+    return subscriber.runUntil(
+        [&] { return subscriber.payloadsOf(own + "Camera1").size() >= count; });
+  };
+  ASSERT_TRUE(hasAll(7));  // both, and the last one at five repetitions
+  EXPECT_THAT(subscriber.payloadsOf(kept + "Camera1"),
+              testing::ElementsAre("begins", "ends", "begins", "ends"));
+  EXPECT_FALSE(subscriber.hasTopic(kept + "state"));
+  EXPECT_FALSE(subscriber.hasTopic(kept + "MotionAlarm/1"));
+  EXPECT_THAT(retainedAt(broker.getPort()), Not(Contains(Key(kept + "Camera1"))));
+  EXPECT_EQ(0u, publisher.getHealth().waiting);
+}
+
+TEST_F(MqttOutboxTest, DeviceThatLeavesTellsTheHistoryWhatItHasToldOnce) {
+  const Broker broker;
+  Subscriber subscriber(broker.getPort());
+  MqttPublisher::Settings settings = settingsOf(broker.getPort());
+  settings.site = "north";
+  std::optional<MqttPublisher> publisher(settings);
+  ASSERT_TRUE(subscriber.sees("sites/north/SentrelVideo/device", "online"));
+  publisher->alarm("sites/north/MiruPlatform/SentrelVideo/Camera1", "begins");
+  publisher->alarm("sites/north/MiruPlatform/SentrelVideo/Camera1", "ends");
+  publisher.reset();
+  subscriber.drain();
+  EXPECT_THAT(subscriber.payloadsOf("sites/north/SentrelVideo/alarms/Camera1"),
+              testing::ElementsAre("begins", "ends", "begins", "ends"));
+}
+
+TEST_F(MqttOutboxTest, AlarmThatWaitedGoesToTheHistoryInItsTurn) {
+  Broker broker;
+  subscribe(broker.getPort());
+  broker.stop();
+  MqttPublisher::Settings settings = settingsOf(broker.getPort());
+  settings.site = "north";
+  MqttPublisher publisher(settings);
+  const std::string own = "sites/north/MiruPlatform/SentrelVideo/Camera1";
+  publisher.alarm(own, "begins");
+  publisher.alarm(own, "ends");
+  broker.start();
+  Subscriber viewer(broker.getPort(), "viewer");
+  ASSERT_TRUE(viewer.sees("sites/north/SentrelVideo/device", "online"));
+  EXPECT_THAT(viewer.payloadsOf("sites/north/SentrelVideo/alarms/Camera1"),
+              testing::ElementsAre("begins", "ends"));
+  EXPECT_THAT(viewer.payloadsOf(own), testing::ElementsAre("begins", "ends", "ends"));
+}
+
 TEST_F(MqttOutboxTest, AlarmsThatAreGivenUpAreTold) {
   const ReservedPort nobodys;
   MqttPublisher publisher(settingsOf(nobodys.getNumber()));
@@ -770,6 +830,16 @@ TEST_F(MqttTlsTest, DeviceAndBrokerKnowEachOther) {
 TEST_F(MqttTlsTest, BrokerOfAnotherAuthorityIsNotTrusted) {
   MqttPublisher publisher(settingsOf("other", "device"));
   EXPECT_TRUE(tells(publisher, "certificate verify failed"));
+}
+
+TEST_F(MqttTlsTest, BrokerWhoseCertificateNamesAnotherHostIsNotTrusted) {
+  certificates.make("ca", "broker", 2, "127.0.0.2");
+  broker->stop();
+  broker->start();
+  Subscriber subscriber(broker->getPort());
+  MqttPublisher publisher(settingsOf("ca", "device"));
+  EXPECT_TRUE(tells(publisher, "certificate verify failed"));
+  EXPECT_EQ(nullptr, subscriber.find(AVAILABILITY, "online"));
 }
 
 // Both sides' clocks are right in the end; until then it is as if the certificate had expired.

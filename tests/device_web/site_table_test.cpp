@@ -4,11 +4,14 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 namespace device {
 namespace {
 
+using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::IsEmpty;
 using testing::Not;
 
 class SiteTableTest : public testing::Test {
@@ -45,7 +48,8 @@ TEST_F(SiteTableTest, SiteIsAsItTells) {
   EXPECT_EQ(R"({"sites":[{"name":"north","online":"online","silent":false,"state":"running",)"
             R"("following":true,"alarms":["Camera1ProfileANY"],"url":"https://north:8080/",)"
             R"("model":"k47","version":"1.0.0","heard":1767268803}],"alarms":[{"site":"north",)"
-            R"("alarm":"Camera1ProfileANY","nice":"Door","time":"T1","active":true}],)"
+            R"("alarm":"Camera1ProfileANY","nice":"Door","time":"T1","active":true,"start":"S",)"
+            R"("seq":1}],)"
             R"("now":1767268800})",
             everything());
 }
@@ -78,6 +82,182 @@ TEST_F(SiteTableTest, AlarmThatIsToldAgainIsNoNewOne) {
     ++count;
   }
   EXPECT_EQ(3u, count);
+}
+
+// As "alarm seq" of those that the page has told as new since the last call.
+std::vector<std::string> newAlarms(SiteTable* table, double now) {
+  std::vector<std::string> texts;
+  const JsonAutoPtr told(json_loads(table->changes(now).c_str(), 0, nullptr));
+  const json_t* alarms = json_object_get(told.get(), "alarms");
+  for (std::size_t index = 0; index < json_array_size(alarms); ++index) {
+    const json_t* entry = json_array_get(alarms, index);
+    texts.push_back(textOf(entry, "alarm") + ' ' +
+                    std::to_string(json_integer_value(json_object_get(entry, "seq"))));
+  }
+  return texts;
+}
+
+class SiteTableGapTest : public SiteTableTest {
+ protected:
+  // What was kept of these numbers; odd ones are raised.
+  void takeKept(int first, int last, const std::string& start = "S") {
+    std::vector<JsonAutoPtr> kept;
+    for (int seq = first; seq <= last; ++seq) {
+      const JsonAutoPtr event(json_loads(alarm(seq % 2 == 1, seq, start).c_str(), 0, nullptr));
+      kept.push_back(alarmEntry("north", "Camera1", event.get()));
+    }
+    table.takeKept(kept);
+  }
+
+  void tell(int seq, double now, const std::string& start = "S") {
+    take(own + "Camera1", alarm(seq % 2 == 1, seq, start), now);
+  }
+
+  // The table is looked through ten times a second.
+  std::vector<std::string> news(double now) {
+    table.missingSince(now);
+    return newAlarms(&table, now);
+  }
+};
+
+TEST_F(SiteTableGapTest, WhatWasNotToldIsLookedForAndListedBeforeWhatFollowedIt) {
+  tell(1, NOON);
+  tell(1, NOON + 60);  // told again: nothing is missing
+  EXPECT_THAT(newAlarms(&table, NOON + 60), ElementsAre("Camera1 1"));
+  EXPECT_FALSE(table.missingSince(NOON + 60));
+  tell(4, NOON + 70);
+  EXPECT_FALSE(table.missingSince(NOON + 71));
+  EXPECT_EQ(NOON + 60, table.missingSince(NOON + 72));
+  EXPECT_FALSE(table.missingSince(NOON + 72));  // it has been asked for
+  takeKept(1, 5);
+  EXPECT_THAT(news(NOON + 73), ElementsAre("Camera1 4", "Camera1 2", "Camera1 3"));
+  const std::string all = everything();
+  EXPECT_LT(all.find("\"T2\""), all.find("\"T3\""));
+  EXPECT_LT(all.find("\"T3\""), all.find("\"T4\""));
+  takeKept(1, 5);
+  EXPECT_THAT(news(NOON + 200), IsEmpty());
+  EXPECT_EQ(0u, table.takeLost());
+}
+
+TEST_F(SiteTableGapTest, ValueThatSeemedToBeNoChangeIsOneOnceTheMissingOneIsFound) {
+  tell(1, NOON);
+  tell(3, NOON + 10);
+  EXPECT_THAT(newAlarms(&table, NOON), ElementsAre("Camera1 1"));
+  takeKept(2, 2);
+  EXPECT_THAT(news(NOON + 11), ElementsAre("Camera1 2", "Camera1 3"));
+  EXPECT_LT(everything().find("\"T2\""), everything().find("\"T3\""));
+  EXPECT_THAT(everything(), HasSubstr("\"T3\""));
+}
+
+TEST_F(SiteTableGapTest, WhatABrokerTellsLateFillsTheGapToo) {
+  tell(1, NOON);
+  tell(4, NOON + 10);
+  tell(3, NOON + 11);
+  tell(7, NOON + 12);
+  tell(2, NOON + 13);
+  takeKept(5, 6);
+  EXPECT_THAT(news(NOON + 14), ElementsAre("Camera1 1", "Camera1 4", "Camera1 7", "Camera1 2",
+                                           "Camera1 3", "Camera1 5", "Camera1 6"));
+}
+
+TEST_F(SiteTableGapTest, WhatIsNowhereIsAskedForFourTimesAndCounted) {
+  tell(1, NOON);
+  tell(4, NOON + 10);
+  std::vector<double> asked;
+  for (double after = 0; after < 1000; ++after) {
+    if (table.missingSince(NOON + 10 + after)) {
+      asked.push_back(after);
+    }
+  }
+  EXPECT_THAT(asked, ElementsAre(2, 10, 42, 170));
+  EXPECT_EQ(2u, table.takeLost());
+  EXPECT_EQ(0u, table.takeLost());
+  takeKept(1, 4);
+  EXPECT_THAT(news(NOON + 2000), ElementsAre("Camera1 1", "Camera1 4"));
+}
+
+TEST_F(SiteTableGapTest, WhoLeavesOutNumbersAgainAndAgainIsNotFollowedForEver) {
+  const auto tellNumber = [&](const std::string& seq, double now) {
+    take(own + "Camera2", R"({"data":{"active":true},"start":"S","seq":)" + seq + "}", now);
+  };
+  double now = NOON;
+  for (int seq = 1; table.takeLost() == 0 && now < NOON + 3000; seq += 2, ++now) {
+    tell(seq, now);
+    table.missingSince(now);
+  }
+  EXPECT_LT(now, NOON + 1200);
+  tellNumber("-9223372036854775808", NOON);
+  tellNumber("9223372036854775807", NOON);
+  for (double after = 0; after < 400; ++after) {
+    table.missingSince(NOON + after);
+  }
+  EXPECT_EQ(SiteTable::MOST_LOST, table.takeLost());  // and not 2^53 of them
+}
+
+// A node that is behind repeats what was told before the value that got lost.
+TEST_F(SiteTableGapTest, WhatABrokerRepeatsDoesNotTellThatNothingWasMissing) {
+  tell(1, NOON);
+  table.take(BROKER, own + "Camera1", alarm(true, 1), NOON + 100, true);
+  tell(4, NOON + 110);
+  EXPECT_EQ(NOON, table.missingSince(NOON + 120));
+}
+
+// The node may be behind with the later one, too, of which the rest was lost.
+TEST_F(SiteTableGapTest, LaterValueThatABrokerRepeatsDoesNotTellThatNothingHasComeSince) {
+  tell(1, NOON);
+  table.take(BROKER, own + "Camera1", alarm(false, 2), NOON + 100, true);
+  tell(5, NOON + 110);
+  EXPECT_EQ(NOON, table.missingSince(NOON + 120));
+}
+
+// What a page is told when it begins may be as old as a site may be silent.
+TEST_F(SiteTableGapTest, FirstValueThatABrokerRepeatsMayBeAsOldAsASiteMayBeSilent) {
+  table.take(BROKER, own + "Camera1", alarm(true, 1), NOON, true);
+  tell(4, NOON + 10);
+  EXPECT_EQ(NOON - SiteTable::SILENCE, table.missingSince(NOON + 20));
+  tell(4, NOON + 70);
+  tell(7, NOON + 80);
+  takeKept(2, 3);
+  EXPECT_EQ(NOON - SiteTable::SILENCE, table.missingSince(NOON + 90)) << "the gap that is open";
+}
+
+TEST_F(SiteTableGapTest, NoMoreIsListedOfAGapThanTheListHolds) {
+  const int last = 3 * static_cast<int>(SiteTable::LAST_ALARMS);
+  tell(1, NOON);
+  tell(last, NOON + 10);
+  newAlarms(&table, NOON + 10);
+  takeKept(2, last - 1);
+  const std::vector<std::string> late = news(NOON + 20);
+  ASSERT_EQ(SiteTable::LAST_ALARMS, late.size());
+  EXPECT_EQ("Camera1 " + std::to_string(last - 1), late.back());
+  EXPECT_EQ(0u, table.takeLost());
+}
+
+TEST_F(SiteTableGapTest, LateValueWhoseFollowersHaveLeftTheListIsNotTheLatestOne) {
+  const auto fill = [this](int alarms) {
+    for (int seq = 1; seq <= alarms; ++seq) {
+      take(own + "Camera2", alarm(seq % 2 == 1, seq));
+    }
+  };
+  tell(1, NOON);
+  tell(4, NOON + 10);
+  fill(static_cast<int>(SiteTable::LAST_ALARMS));
+  newAlarms(&table, NOON + 10);
+  takeKept(2, 3);
+  EXPECT_THAT(news(NOON + 11), ElementsAre("Camera1 2", "Camera1 3"));  // a page sorts them
+  EXPECT_EQ(std::string::npos, everything().find(R"("alarm":"Camera1")"));
+  EXPECT_NE(std::string::npos, everything().find("\"T1\""));  // Camera2's first one
+}
+
+TEST_F(SiteTableGapTest, FirstWordOfADeviceIsNoGapAndANewStartBeginsWithItsDeclaration) {
+  tell(7, NOON);
+  tell(2, NOON + 10, "T");
+  EXPECT_FALSE(table.missingSince(NOON + 100));
+  tell(5, NOON + 110, "U");
+  EXPECT_EQ(NOON + 10, table.missingSince(NOON + 120));
+  takeKept(2, 4, "U");
+  table.missingSince(NOON + 121);
+  EXPECT_EQ(0u, table.takeLost());
 }
 
 TEST_F(SiteTableTest, AlarmThatIsUndeclaredIsGone) {

@@ -60,6 +60,7 @@ class FleetTest(unittest.TestCase):
         self.assertIn('listen: "10.0.0.2:8883"', node)
         self.assertIn('routes: ["nats://10.0.0.1:6222", "nats://10.0.0.3:6222"]', node)
         self.assertIn("stream_replicas: 3\n", node)
+        self.assertIn('consumer_inactive_threshold: "10m"\n', node)
         self.assertIn("verify_and_map: true", node)
         self.assertIn('"/etc/nats/n2.key"', node)
         # Nothing listens on all addresses.
@@ -80,6 +81,22 @@ class FleetTest(unittest.TestCase):
         self.assertNotIn("south_2", self.read("m2/sites.acl"))
         self.assertNotIn("anonymous true", self.read("m1/mosquitto.conf"))
         self.assertIn("require_certificate true", self.read("m2/mosquitto.conf"))
+
+    def test_site_that_is_withdrawn_is_let_in_by_no_node_until_it_is_back(self):
+        barred = ('{ user: "CN=south_2,O=fleet", allowed_connection_types: ["LEAFNODE"], permissions: '
+                  '{ publish: ["sites.south_2.>"], subscribe: { deny: ">" } } }')
+        both, one = self.sites_file("north", "south_2"), self.sites_file("north")
+        self.assertNotIn("withdrawn", self.make(both).stdout)
+        self.assertIn("withdrawn: south_2\n", self.make(one).stdout)
+        for node in ("n1", "n2", "n3"):
+            self.assertIn(barred, self.read(f"{node}/sites.conf"))
+        self.assertIn('"CN=north,O=fleet", permissions', self.read("n1/sites.conf"))
+        for end in ("crt", "key"):
+            (self.out / f"sites/south_2.{end}").unlink()
+        self.assertIn("withdrawn: south_2\n", self.make(one).stdout)
+        self.assertIn(barred, self.read("n1/sites.conf"), "nodes would end if it left their list")
+        self.make(both)
+        self.assertNotIn("allowed_connection_types", self.read("n1/sites.conf"))
 
     def test_site_can_pretend_to_be_no_node_whatever_its_name_is(self):
         self.make(self.sites_file("n1"))
@@ -110,15 +127,33 @@ class FleetTest(unittest.TestCase):
                       self.read("n2/sites.conf"))
         self.assertNotEqual(password, self.read("n2/keeper").split()[1])
 
-    def test_nodes_files_are_taken_by_the_broker_and_its_unit(self):
+    def test_page_is_told_where_the_brokers_are(self):
         self.make()
-        self.assertIn("-c /etc/nats/nats-server.conf", self.read("n1/fleet.conf"))
-        configuration = self.out / "n1" / "nats-server.conf"
-        configuration.write_text(self.read("n1/nats-server.conf").replace(
-            "/etc/nats", str(self.out / "n1")), encoding="utf-8")
-        result = subprocess.run(["nats-server", "-c", configuration, "-t"], capture_output=True,
-                                text=True, check=False)
-        self.assertEqual(0, result.returncode, result.stderr)
+        self.assertIn('\nBROKERS="--mqtt 10.0.0.1,10.0.0.2,10.0.0.3"\n', self.read("viewer/brokers"))
+        self.make(hosts="n1=fd00::1,n2=10.0.0.2,n3=broker.lan")
+        self.assertIn('"--mqtt [fd00::1],10.0.0.2,broker.lan"', self.read("viewer/brokers"))
+        self.make(brokers="mosquitto")
+        self.assertIn('"--mqtt 10.0.0.1 --mqtt broker.lan"', self.read("viewer/brokers"))
+        # Named in both places they would be refused.
+        packaging = REPOSITORY / "packaging" / "fleet"
+        self.assertNotIn('--mqtt', (packaging / "sentrelvideo-fleet.default").read_text("utf-8"))
+        unit = (packaging / "sentrelvideo-fleet.service").read_text("utf-8")
+        self.assertIn("EnvironmentFile=-/etc/sentrelvideo-fleet/brokers\n", unit)
+        self.assertRegex(unit, r"(?m)^ExecStart=.* \$BROKERS \$OPTIONS$")
+
+    def test_nodes_files_are_taken_by_the_broker_and_its_unit(self):
+        for hosts in (None, "n1=fd00::1,n2=[fd00::2],n3=broker.lan"):
+            self.make(hosts=hosts)
+            self.assertIn("-c /etc/nats/nats-server.conf", self.read("n1/fleet.conf"))
+            configuration = self.out / "n1" / "nats-server.conf"
+            configuration.write_text(self.read("n1/nats-server.conf").replace(
+                "/etc/nats", str(self.out / "n1")), encoding="utf-8")
+            result = subprocess.run(["nats-server", "-c", configuration, "-t"],
+                                    capture_output=True, text=True, check=False)
+            self.assertEqual(0, result.returncode, result.stderr)
+        node = self.read("n2/nats-server.conf")
+        self.assertIn('listen: "[fd00::2]:8883"', node)
+        self.assertIn('routes: ["nats://[fd00::1]:6222", "nats://broker.lan:6222"]', node)
 
     def test_history_that_is_kept_already_takes_other_bounds(self):
         node = self.out / "node"

@@ -7,7 +7,6 @@
 #include <chrono>
 #include <cmath>
 #include <csignal>
-#include <exception>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -29,8 +28,6 @@
 
 namespace {
 
-constexpr int FAILED = 1;
-constexpr int USAGE = 2;
 constexpr int MOST_SITES = 10000;
 constexpr int MOST_ALARMS = 1000;
 constexpr std::int64_t STEP = 100000;  // microseconds
@@ -281,13 +278,5 @@ int publish(const SiteOptions& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  try {
-    return publish(parseOptions({argv, argv + argc}));
-  } catch (const OptionError& error) {
-    std::cerr << error.what() << '\n';
-    return USAGE;
-  } catch (const std::exception& error) {
-    std::cerr << error.what() << '\n';
-    return FAILED;
-  }
+  return runProgram([&] { return publish(parseOptions({argv, argv + argc})); });
 }
