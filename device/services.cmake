@@ -165,6 +165,7 @@ target_link_libraries(device_onvif_client PUBLIC device_onvif base PkgConfig::GL
                                           PRIVATE sentrel_options)
 
 add_library(device_bridge STATIC
+  bridge/axis_scale.cpp
   bridge/bridge.cpp
   bridge/bridge_options.cpp
   bridge/bridge_settings.cpp

@@ -35,6 +35,7 @@ struct Raw {
   OptionText onvifListen;
   OptionText onvifUser;
   OptionText onvifPasswordFile;
+  OptionText onvifFaults;
 };
 
 std::string choicesOf(const std::vector<std::string>& names) {
@@ -83,6 +84,9 @@ void parse(const std::vector<std::string>& arguments, Raw* raw) {
        "User whom the ONVIF camera asks for", "NAME"},
       {"onvif-password-file", 0, 0, G_OPTION_ARG_FILENAME, raw->onvifPasswordFile.out(),
        "File whose first line is that user's password", "FILE"},
+      {"onvif-faults", 0, 0, G_OPTION_ARG_STRING, raw->onvifFaults.out(),
+       "Do wrong what is named, for trying software against imperfect cameras (see docs/onvif.md)",
+       "PLACE:FAULT,..."},
       {nullptr, 0, 0, G_OPTION_ARG_NONE, nullptr, nullptr, nullptr}};
   const std::vector<GOptionEntry> web = raw->web.entries();
   entries.insert(entries.end() - 1, web.begin(), web.end());
@@ -125,7 +129,8 @@ std::optional<onvif::OnvifOptions> onvifOptionsOf(const Raw& raw) try {
   return onvif::readOnvifOptions({.port = raw.onvif.get(),
                                   .address = raw.onvifListen.get(),
                                   .user = raw.onvifUser.get(),
-                                  .passwordFile = raw.onvifPasswordFile.get()});
+                                  .passwordFile = raw.onvifPasswordFile.get(),
+                                  .faults = raw.onvifFaults.get()});
 } catch (const WebOptionError& error) {
   throw OptionError(error.what());
 }

@@ -3,11 +3,13 @@
 #include <cstdio>
 #include <exception>
 #include <limits>
+#include <stdexcept>
 #include <utility>
 
 #include "base/units.h"
 #include "model/installation.h"
 #include "services/frame_encoding.h"
+#include "web_server/json_values.h"
 #include "web_server/live_json.h"
 
 namespace device {
@@ -157,6 +159,31 @@ void VirtualDevice::offerOnvif() {
       *options.onvif, onvif::OnvifSources{model, world, drive, events,
                                           [this] { return secondsSinceStart(); }, announce});
   console.message("ONVIF: " + onvifCamera->url());
+  if (options.onvif->faults) {
+    web->addAnswer("/api/faults", [this](const std::string& body) { return setFaults(body); });
+  }
+}
+
+// {"faults": ["head:no-stop"]}, all that there are to be from now on.
+WebAnswer VirtualDevice::setFaults(const std::string& body) {
+  const JsonAutoPtr request(json_loadb(body.data(), body.size(), 0, nullptr));
+  std::vector<std::string> names;
+  std::size_t index = 0;
+  const json_t* name = nullptr;
+  json_array_foreach(json_object_get(request.get(), "faults"), index, name) {
+    names.emplace_back(json_is_string(name) ? json_string_value(name) : "");
+  }
+  try {
+    if (!json_is_array(json_object_get(request.get(), "faults"))) {
+      throw std::runtime_error("The body must be a JSON object with a list of faults");
+    }
+    onvifCamera->setFaults(names);
+    return {SOUP_STATUS_OK, "{}\n"};
+  } catch (const std::runtime_error& error) {
+    const JsonAutoPtr refusal(
+        json_pack("{s:{s:s, s:o}}", "error", "code", "HTTP", "message", jsonText(error.what())));
+    return {SOUP_STATUS_BAD_REQUEST, lineOf(refusal.get())};
+  }
 }
 
 std::vector<Lens> VirtualDevice::lenses() const {

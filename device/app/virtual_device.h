@@ -56,6 +56,7 @@ class VirtualDevice {
   RunInfo runInfo() const;
   WebSources webSources();
   void offerOnvif();
+  WebAnswer setFaults(const std::string& body);
   std::vector<Lens> lenses() const;
   double secondsSinceStart() const;
   bool isHeadReady() const;

@@ -18,6 +18,9 @@ constexpr std::int64_t HEAD_PERIOD = 10000;  // microseconds
 constexpr guint RESTART_DELAY = 1000;        // milliseconds
 constexpr int WARNING = 4;                   // of the system log
 constexpr std::chrono::seconds SEARCH(4);
+constexpr char RESTART_WANTED[] =
+    "It is kept. Start the application again: until then the offset of a camera beside the head "
+    "counts twice, or not at all";
 
 }  // namespace
 
@@ -41,7 +44,8 @@ Bridge::Bridge(const BridgeOptions& options, SettingsFiles& files, const DeviceP
       cameras([this](int channel, const Frame& one) { frame(channel, one); },
               [this](const std::string& name, const std::string& text) { announce(name, text); }),
       loop(g_main_loop_new(g_main_context_get_thread_default(), FALSE)) {
-  offerLensesAndFrames();
+  offerLenses();
+  offerFrames();
   if (options.log) {
     syslog.emplace(paths.log, [this](const SyslogLine& line) { logLine(line); });
   }
@@ -57,50 +61,78 @@ Bridge::Bridge(const BridgeOptions& options, SettingsFiles& files, const DeviceP
                  .events = events,
                  .parameters = parameterStore,
                  .seconds = [this] { return secondsSinceStart(); },
-                 .announce = [this](const std::string& text) { console.message(text); }});
+                 .announce = [this](const std::string& text) { console.message(text); },
+                 .keepFollowing = [this](const std::string& way) { return keepFollowing(way); }});
   setUp.emplace(SetUp::Means{.files = files,
                              .changed = [this] { settingsChanged(); },
                              .holdHead = [this](bool isHeld) { head.hold(isHeld); },
-                             .find = [] { return onvif::findCameras(SEARCH); }});
+                             .find = [] { return onvif::findCameras(SEARCH); },
+                             .zoomTold = [this] { return head.zoomTold(); }});
   web->addAnswer("/api/setup", [this](const std::string& body) { return setUp->answer(body); });
   console.message("The page: " + web->url());
   startHead();
-  startCameras();
+  cameras.take(settings.cameras, files.getCredentials());
 }
 
 void Bridge::startHead() {
   head.set(nullptr);  // the former one stops before another one comes to the same head
+  headLogin = loginOf(files.getCredentials(), settings.head.address.login);
   if (settings.hasHead()) {
     head.set(std::make_unique<RemoteHead>(
-        settings.head, loginOf(files.getCredentials(), settings.head.address.login),
-        [this](const std::string& text) { announce("Head", text); }));
+        settings.head, headLogin, [this](const std::string& text) { announce("Head", text); }));
   }
 }
 
-void Bridge::startCameras() {
-  cameras.start(settings.cameras, files.getCredentials());
-}
-
-// Names and sockets are given up before they are taken anew.
-void Bridge::offerLensesAndFrames() {
-  const int count = static_cast<int>(settings.cameras.size());
+// A name is given up before it is taken anew; so are sockets.
+void Bridge::offerLenses() {
   lens.reset();
   lens.emplace(connection.get(), lensesOf(settings));
+}
+
+void Bridge::offerFrames() {
+  const int count = static_cast<int>(settings.cameras.size());
   scenes.reset();
   scenes.emplace(paths.scenes, sceneHandshake, count);
   subscribers.reset();
   subscribers.emplace(paths.subscriber, subscriberHandshake, count);
 }
 
+// What the change does not concern goes on: who is followed, and the head that follows.
 void Bridge::settingsChanged() {
   const BridgeSettings former = std::exchange(settings, files.getSettings());
-  startHead();
-  startCameras();
+  if (former.head != settings.head ||
+      headLogin != loginOf(files.getCredentials(), settings.head.address.login)) {
+    startHead();
+  }
+  cameras.take(settings.cameras, files.getCredentials());
+  if (parametersOf(former, options.usesModule) != parametersOf(settings, options.usesModule)) {
+    tellParameters();
+  }
+  if (!areLensesAlike(former, settings)) {
+    offerLenses();
+  }
+  if (former.cameras.size() != settings.cameras.size()) {
+    offerFrames();
+  }
   if (!isToldAlike(former, settings)) {
-    parameterStore = ParameterStore(parametersOf(settings, options.usesModule));
-    offerLensesAndFrames();
     startOrRestartDaemon();
   }
+}
+
+// An application that others start takes the way as it runs, and at its start where the cameras
+// are.
+std::string Bridge::keepFollowing(const std::string& way) {
+  const BridgeSettings former = settings;
+  setUp->useFollowing(way);
+  return options.daemon.empty() && !isToldAlike(former, settings) ? RESTART_WANTED : "";
+}
+
+// That somebody has asked for the head to be identified is no setting: any other text than before
+// would ask for it anew.
+void Bridge::tellParameters() {
+  const std::string asked = parameterStore.get(IDENTIFY).value_or("");
+  parameterStore = ParameterStore(parametersOf(settings, options.usesModule));
+  parameterStore.set(IDENTIFY, asked);
 }
 
 void Bridge::startOrRestartDaemon() {

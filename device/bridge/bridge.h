@@ -52,11 +52,16 @@ class Bridge {
   // Ends the application, then the bridge. Again is ignored.
   void stop();
 
+  // Of the page.
+  std::string url() const { return web->url(); }
+
  private:
   void startHead();
-  void startCameras();
-  void offerLensesAndFrames();
+  void offerLenses();
+  void offerFrames();
   void settingsChanged();
+  void tellParameters();
+  std::string keepFollowing(const std::string& way);
   void startOrRestartDaemon();
   void frame(int channel, const Frame& frame);
   void showStatus();
@@ -70,6 +75,7 @@ class Bridge {
   BridgeOptions options;
   SettingsFiles& files;
   BridgeSettings settings;  // that are at work
+  onvif::Login headLogin;   // likewise
   DevicePaths paths;
   GObjectPtr<GDBusConnection> connection;
   std::int64_t start;  // monotonic microseconds

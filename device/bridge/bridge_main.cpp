@@ -2,9 +2,9 @@
 
 #include <chrono>
 #include <csignal>
-#include <exception>
 #include <iostream>
 
+#include "base/command_line.h"
 #include "bridge/bridge.h"
 #include "onvif_client/camera_search.h"
 #include "services/bus.h"
@@ -14,9 +14,6 @@ namespace {
 using device::bridge::Bridge;
 using device::bridge::BridgeOptions;
 using device::bridge::SettingsFiles;
-
-constexpr int FAILED = 1;
-constexpr int USAGE = 2;
 
 gboolean stopBridge(gpointer bridge) {
   static_cast<Bridge*>(bridge)->stop();
@@ -46,14 +43,8 @@ int main(int argc, char** argv) {
   // No proxy stands between here and a camera; to look for one would need the user's settings.
   g_setenv("GIO_USE_PROXY_RESOLVER", "dummy", TRUE);
   g_setenv("GSETTINGS_BACKEND", "memory", TRUE);
-  try {
+  return runProgram([&] {
     const BridgeOptions options = device::bridge::parseBridgeOptions({argv, argv + argc});
     return options.find ? tellCameras() : runBridge(options);
-  } catch (const OptionError& error) {
-    std::cerr << error.what() << '\n';
-    return USAGE;
-  } catch (const std::exception& error) {
-    std::cerr << error.what() << '\n';
-    return FAILED;
-  }
+  });
 }

@@ -160,10 +160,23 @@ CameraAddress readAddress(Part& part) {
   return {device, part.text("login"), part.text("profile")};
 }
 
+ZoomUnit readZoomUnit(Part& part) {
+  const std::string name = part.text("zoom_unit");
+  if (name.empty()) {
+    return ZoomUnit::guessed;
+  }
+  if (name != "generic" && name != "millimetres") {
+    throw part.fault("zoom_unit", "is generic or millimetres");
+  }
+  return name == "generic" ? ZoomUnit::generic : ZoomUnit::millimetres;
+}
+
 HeadTold readTold(Part& part) {
   HeadTold told;
   told.pan = part.range("pan_range", TURN);
   told.tilt = part.range("tilt_range", TURN);
+  told.panEnds = part.range("pan_ends", TURN);
+  told.tiltEnds = part.range("tilt_ends", TURN);
   told.invertPan = part.flag("invert_pan", false);
   told.invertTilt = part.flag("invert_tilt", false);
   told.invertPanSpeed = part.flag("invert_pan_speed", false);
@@ -182,6 +195,12 @@ HeadTold readTold(Part& part) {
       throw part.fault("pan_range", "and tilt_range have to grow");
     }
   }
+  for (const auto& ends : {told.panEnds, told.tiltEnds}) {
+    if (ends && !ends->isReal()) {
+      throw part.fault("pan_ends", "and tilt_ends have to grow");
+    }
+  }
+  told.zoomUnit = readZoomUnit(part);
   for (json_t* point : part.list("zoom_table")) {
     const ZoomPoint next{part.checked(json_array_get(point, 0), "zoom_table", {-1e6, 1e6}),
                          part.checked(json_array_get(point, 1), "zoom_table", PICTURE)};
@@ -200,6 +219,7 @@ HeadSettings readHead(Part part) {
   head.address = readAddress(part);
   head.told = readTold(part);
   head.believesMoves = part.flag("move_status", true);
+  head.heedsTimeout = part.flag("timeout", true);
   head.usesMetadata = part.flag("metadata", true);
   head.product = part.text("product");
   if (part.has("status_age")) {

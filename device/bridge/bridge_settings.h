@@ -27,15 +27,20 @@ struct CameraAddress {
   std::string device;   // of the device service
   std::string login;    // name of an entry of the credentials; empty: without a user
   std::string profile;  // token; empty: the first one that fits
+
+  bool operator==(const CameraAddress&) const = default;
 };
 
 struct HeadSettings {
   CameraAddress address;
   HeadTold told;
   bool believesMoves = true;        // what the head says of its motion
+  bool heedsTimeout = true;         // it stops by itself when its time is over
   bool usesMetadata = true;         // of the head's profile, for its status
   std::string product;              // for the application; empty: what the camera calls itself
   std::optional<double> statusAge;  // seconds, for the application
+
+  bool operator==(const HeadSettings&) const = default;
 };
 
 struct OverviewSettings {

@@ -1,7 +1,9 @@
 #include "bridge/camera_link.h"
 
 #include <algorithm>
+#include <array>
 #include <stdexcept>
+#include <string_view>
 #include <utility>
 
 #include "base/units.h"
@@ -23,6 +25,8 @@ constexpr char NO_HEAD[] =
 constexpr char NO_OBJECTS[] =
     "The camera has no profile with a picture and analytics: switch object analytics on in the "
     "camera, and metadata in the same profile";
+// What a fault says of a profile that there is no more.
+constexpr std::array<std::string_view, 3> PROFILE_GONE = {"NoProfile", "NoEntity", "NoConfig"};
 
 guint millisecondsOf(std::int64_t microseconds) {
   return static_cast<guint>(microseconds / units::MICROSECONDS_PER_MILLISECOND);
@@ -58,7 +62,9 @@ void CameraLink::begin() {
 void CameraLink::ask(const std::string& service, Tag operation, Next next) {
   calls.call(service, std::move(operation), [this, next](const SoapReply& reply) {
     if (!reply.ok() && reply.failure().trouble != onvif::Trouble::missing) {
-      return failed(reply.failure().words);
+      const bool isStreamRefused =
+          next == &CameraLink::streamCame && reply.failure().trouble == onvif::Trouble::refused;
+      return isStreamRefused ? streamRefused(reply.failure()) : failed(reply.failure().words);
     }
     (this->*next)(reply.ok() ? std::optional(reply.body()) : std::nullopt);
   });
@@ -118,8 +124,10 @@ void CameraLink::profilesCame(const std::optional<XmlElement>& response) {
     return failed(NO_HEAD);
   }
   finding.profile = *chosen;
-  found = finding;
-  callbacks.onFound(*found);
+  if (!isProfileInDoubt || found != finding) {
+    found = finding;
+    callbacks.onFound(*found);
+  }
   if (wantsMetadata) {
     return prepareMetadata();
   }
@@ -167,7 +175,7 @@ void CameraLink::streamCame(const std::optional<XmlElement>& response) {
     uri = child.name().name == "Uri" ? child.text() : inner ? inner->text() : uri;
   }
   if (!uri.starts_with("rtsp://")) {
-    return failed("The camera does not say where its stream is");
+    return streamFailed("The camera does not say where its stream is");
   }
   streamUri = onvif::reachedAt(uri, address.device);
   openStream();
@@ -181,7 +189,7 @@ void CameraLink::openStream() try {
           [this](const onvif::MetadataArrival& arrival) { metadataCame(arrival); },
           [this](const std::string& words) { streamBroke(words); }});
 } catch (const std::runtime_error& error) {
-  failed(error.what());
+  streamFailed(error.what());
 }
 
 void CameraLink::metadataCame(const onvif::MetadataArrival& arrival) {
@@ -194,7 +202,8 @@ void CameraLink::metadataCame(const onvif::MetadataArrival& arrival) {
 
 void CameraLink::streamBroke(const std::string& words) {
   if (!firstCame || g_get_monotonic_time() - *firstCame < patience.lived) {
-    return failed(broken.empty() ? words : broken);
+    const std::string first = broken.empty() ? words : broken;
+    return streamFailed(first);
   }
   broken = words;
   stream.reset();
@@ -210,7 +219,26 @@ void CameraLink::succeeded() {
   }
 }
 
+// A head is there without it: it is asked where it is, and is not found anew for its stream.
+void CameraLink::streamFailed(const std::string& words) {
+  failed(words);
+  isStreamAlone = isHead;
+}
+
+// A head that knows its profile no more knows perhaps another one; if it tells the same one, it is
+// as it was.
+void CameraLink::streamRefused(const onvif::Failure& failure) {
+  const auto isOf = [&](std::string_view subcode) { return failure.hasSubcode(subcode); };
+  if (std::ranges::none_of(PROFILE_GONE, isOf)) {
+    return streamFailed(failure.words);
+  }
+  failed(failure.words);
+  isProfileInDoubt = isHead;
+}
+
 void CameraLink::failed(const std::string& words) {
+  isStreamAlone = false;
+  isProfileInDoubt = false;
   tell(words);
   if (stream || !broken.empty()) {
     stream.reset();
@@ -234,7 +262,11 @@ bool CameraLink::usesMedia2() const {
 // Whatever it was, the camera may be another one by now.
 gboolean CameraLink::retryDue(gpointer data) {
   auto* self = static_cast<CameraLink*>(data);
-  self->begin();
+  if (self->isStreamAlone) {
+    self->askForStream();
+  } else {
+    self->begin();
+  }
   return G_SOURCE_REMOVE;
 }
 

@@ -24,12 +24,15 @@ struct CameraFound {
   onvif::CameraIdentity identity;
   onvif::ServiceAddresses services;
   onvif::MediaProfile profile;
+
+  bool operator==(const CameraFound&) const = default;
 };
 
 // The way to one camera: finds out what it has, keeps its metadata coming, and begins anew with
 // growing pauses after whatever goes wrong. Some cameras close a stream every few seconds: one that
-// has lived is opened again at once, and if something comes in time nobody is told. In the main
-// loop of its thread.
+// has lived is opened again at once, and if something comes in time nobody is told. Of a head that
+// answers the stream alone is tried again; where it knows its profile no more it is looked at anew,
+// and found when it is not as it was. In the main loop of its thread.
 class CameraLink {
  public:
   struct Callbacks {
@@ -75,6 +78,8 @@ class CameraLink {
   void metadataCame(const onvif::MetadataArrival& arrival);
   void streamBroke(const std::string& words);
   void succeeded();
+  void streamFailed(const std::string& words);
+  void streamRefused(const onvif::Failure& failure);
   void failed(const std::string& words);
   void tell(const std::string& words);
   bool usesMedia2() const;
@@ -99,7 +104,9 @@ class CameraLink {
   GSourcePtr giveUp;  // a stream that is being opened again
   GrowingPause pause;
   GSourcePtr retry;
-  std::string told;  // the trouble that was told last
+  bool isStreamAlone = false;     // what is to be tried again
+  bool isProfileInDoubt = false;  // whoever is looked at may be as it was
+  std::string told;               // the trouble that was told last
 };
 
 }  // namespace device::bridge

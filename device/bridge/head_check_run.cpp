@@ -22,10 +22,13 @@ constexpr std::int64_t LAST_WORD = 2000000;  // microseconds
 
 HeadCheckRun::HeadCheckRun(const std::string& device, const onvif::Login& login,
                            const CameraAbilities& abilities, const onvif::MediaProfile& profile,
-                           bool withZoom, std::function<void()> over)
-    : service(abilities.services.at(ns::PTZ)),
+                           HeadCheck::Wishes wishes, std::function<void()> over)
+    : device(device),
+      login(login),
+      abilities(abilities),
+      service(abilities.services.at(ns::PTZ)),
       profile(profile.token),
-      check(profile.token, abilities.head, withZoom),
+      check(profile.token, abilities.head, std::move(wishes)),
       over(std::move(over)),
       calls(device, login),
       timer(TICK, [this] { step(); }) {}
@@ -53,7 +56,23 @@ void HeadCheckRun::step() {
                                 reply.ok() ? "" : reply.failure().words, g_get_monotonic_time());
                });
   }
+  askPicture();
   askStatus(now);
+}
+
+void HeadCheckRun::askPicture() {
+  if (!check.isPictureDue() || isPictureAsked) {
+    return;
+  }
+  isPictureAsked = true;
+  const auto came = [this](const std::string& jpeg, const std::string& words) {
+    isPictureAsked = false;
+    check.pictured(jpeg, words);
+  };
+  snapshot = std::make_unique<Snapshot>(
+      device, login, abilities, profile,
+      Snapshot::Callbacks{[came](const std::string& jpeg) { came(jpeg, ""); },
+                          [came](const std::string& words) { came("", words); }});
 }
 
 void HeadCheckRun::askStatus(std::int64_t now) {

@@ -3,10 +3,12 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
 
 #include "bridge/camera_survey.h"
 #include "bridge/head_check.h"
+#include "bridge/snapshot.h"
 #include "onvif_client/camera_calls.h"
 #include "services/periodic_timer.h"
 
@@ -22,8 +24,8 @@ class HeadCheckRun {
   // over is called once, later; the run may be destroyed after that only. Throws std::runtime_error
   // for what is no address.
   HeadCheckRun(const std::string& device, const onvif::Login& login,
-               const CameraAbilities& abilities, const onvif::MediaProfile& profile, bool withZoom,
-               std::function<void()> over);
+               const CameraAbilities& abilities, const onvif::MediaProfile& profile,
+               HeadCheck::Wishes wishes, std::function<void()> over);
   HeadCheckRun(const HeadCheckRun&) = delete;
   HeadCheckRun& operator=(const HeadCheckRun&) = delete;
 
@@ -40,17 +42,23 @@ class HeadCheckRun {
 
  private:
   void step();
+  void askPicture();
   void askStatus(std::int64_t now);
   void statusCame(const onvif::SoapReply& reply, std::int64_t asked);
 
+  std::string device;
+  onvif::Login login;
+  CameraAbilities abilities;
   std::string service;
   std::string profile;
   HeadCheck check;
   std::function<void()> over;
   bool isTold = false;
   bool isStatusAsked = false;
+  bool isPictureAsked = false;
   std::int64_t statusDue = 0;
-  int silences = 0;  // one after another
+  int silences = 0;                    // one after another
+  std::unique_ptr<Snapshot> snapshot;  // the last one
   onvif::CameraCalls calls;
   PeriodicTimer timer;
 };

@@ -99,14 +99,16 @@ Vector2 HeadMap::positionOf(const Degrees& target) const {
   const double pan = told.invertPan ? -target.pan : target.pan;
   const double tilt = told.invertTilt ? -target.tilt : target.tilt;
   if (const ListedSpace* degrees = inDegrees()) {
-    return {bearingWithin(degrees->x, pan), within(degrees->y, tilt), space::POSITION_DEGREES};
+    const Axes ends = endsWithin({degrees->x, degrees->y});
+    return {bearingWithin(ends.pan, pan), within(ends.tilt, tilt), space::POSITION_DEGREES};
   }
   const Axes axes = genericDegrees().value_or(Axes{{-180, 180}, {-90, 90}});
   const ListedSpace* listed = generic();
   const Range x = listed != nullptr ? listed->x : WHOLE;
   const Range y = listed != nullptr && listed->y.isReal() ? listed->y : WHOLE;
-  return {mapped(bearingWithin(axes.pan, pan), axes.pan, x),
-          mapped(within(axes.tilt, tilt), axes.tilt, y), space::POSITION};
+  const Axes ends = endsWithin(axes);
+  return {mapped(bearingWithin(ends.pan, pan), axes.pan, x),
+          mapped(within(ends.tilt, tilt), axes.tilt, y), space::POSITION};
 }
 
 Vector2 HeadMap::velocityOf(double panPercent, double tiltPercent) const {
@@ -176,27 +178,33 @@ Vector1 HeadMap::zoomPositionOf(double zoom) const {
   return {range.low, uri};
 }
 
-// A table has the numbers of the status in which it was measured.
+// A table has the numbers of the status in which it was measured. Without a word of it those that
+// are beyond the generic range are millimetres.
 bool HeadMap::isTableInMillimetres() const {
+  if (told.zoomUnit != ZoomUnit::guessed) {
+    return told.zoomUnit == ZoomUnit::millimetres;
+  }
   const ListedSpace* millimetres = onvif::findSpace(facts.zoomPositions, space::ZOOM_MILLIMETRES);
   const ListedSpace* listed = onvif::findSpace(facts.zoomPositions, space::ZOOM_POSITION);
   const double farthest = told.zoomTable.empty() ? 0 : told.zoomTable.back().position;
   return millimetres != nullptr && farthest > (listed != nullptr ? listed->x.high : 1);
 }
 
+bool HeadMap::isInMillimetres(const Vector1& zoom) const {
+  const std::string& given = zoom.space.empty() ? facts.defaultZoomPosition : zoom.space;
+  return given == space::ZOOM_MILLIMETRES;
+}
+
 // The application takes a head whose zoom is told otherwise than it was sent for a strange one. By
 // a table both are the same; what it is between its points then counts less.
 ZoomLaw HeadMap::zoomLaw(const HeadReading& reading) const {
-  const std::string& given = reading.zoom && !reading.zoom->space.empty()
-                                 ? reading.zoom->space
-                                 : facts.defaultZoomPosition;
-  const bool isInMillimetres = given == space::ZOOM_MILLIMETRES;
+  const bool isLength = isInMillimetres(reading.zoom.value_or(Vector1()));
   const bool isByTable =
-      told.zoomTable.size() >= 2 && reading.zoom && isInMillimetres == isTableInMillimetres();
+      told.zoomTable.size() >= 2 && reading.zoom && isLength == isTableInMillimetres();
   if (reading.fieldAngle && !isByTable) {
     return ZoomLaw::fieldAngle;
   }
-  if (isInMillimetres && told.sensorWidth > 0) {
+  if (isLength && told.sensorWidth > 0) {
     return ZoomLaw::millimetres;
   }
   return isByTable ? ZoomLaw::table : ZoomLaw::guessed;
@@ -218,7 +226,17 @@ std::optional<HeadMap::Axes> HeadMap::limits() const {
   if (!axes) {
     return std::nullopt;
   }
-  return Axes{turned(axes->pan, told.invertPan), turned(axes->tilt, told.invertTilt)};
+  const Axes ends = endsWithin(*axes);
+  return Axes{turned(ends.pan, told.invertPan), turned(ends.tilt, told.invertTilt)};
+}
+
+HeadMap::Axes HeadMap::endsWithin(const Axes& axes) const {
+  const auto cut = [](const Range& range, const std::optional<Range>& ends) {
+    const Range both =
+        ends ? Range{std::max(range.low, ends->low), std::min(range.high, ends->high)} : range;
+    return both.isReal() ? both : range;
+  };
+  return {cut(axes.pan, told.panEnds), cut(axes.tilt, told.tiltEnds)};
 }
 
 // What the user tells counts before what the head says.

@@ -19,20 +19,30 @@ using onvif::Vector2;
 struct ZoomPoint {
   double position = 0;    // the head's own number
   double fieldAngle = 0;  // degrees across the picture
+
+  bool operator==(const ZoomPoint&) const = default;
 };
+
+// What a zoom table's positions count; guessed: by their size.
+enum class ZoomUnit { guessed, generic, millimetres };
 
 // What the head does not say of itself, as the user tells it or the set-up has measured it.
 struct HeadTold {
   std::optional<Range> pan;  // degrees at the ends of the generic range
   std::optional<Range> tilt;
+  std::optional<Range> panEnds;  // degrees at which it stops, where that is short of its range
+  std::optional<Range> tiltEnds;
   bool invertPan = false;  // the head's pan grows to the left; positions and speeds alike
   bool invertTilt = false;
   bool invertPanSpeed = false;  // a positive speed makes the head's own pan fall
   bool invertTiltSpeed = false;
   Range fieldAngles;                 // degrees across the picture: tele, wide
   std::vector<ZoomPoint> zoomTable;  // positions growing, angles falling; 2 or more, or none
-  double sensorWidth = 0;            // millimetres; 0: not known
+  ZoomUnit zoomUnit = ZoomUnit::guessed;
+  double sensorWidth = 0;                         // millimetres; 0: not known
   std::optional<std::pair<double, double>> home;  // pan and tilt, where the head has no home
+
+  bool operator==(const HeadTold&) const = default;
 };
 
 // How the zoom's positions are read.
@@ -59,7 +69,7 @@ class HeadMap {
   std::optional<Degrees> degreesOf(const Vector2& position) const;
 
   // Where to send the head: in degrees when the head takes those, else in its generic space; within
-  // the range of either.
+  // the range of either, and of where it stops.
   Vector2 positionOf(const Degrees& target) const;
 
   // Percent of full speed in the head's velocity space.
@@ -81,6 +91,9 @@ class HeadMap {
   // How far it turns, in degrees; nothing when that is not known.
   std::optional<Axes> limits() const;
 
+  // Whether a position is a length, and no number of its generic range.
+  bool isInMillimetres(const Vector1& zoom) const;
+
   // What tells most at this reading.
   ZoomLaw zoomLaw(const HeadReading& reading) const;
 
@@ -91,6 +104,7 @@ class HeadMap {
   const onvif::ListedSpace* generic() const;
   const onvif::ListedSpace* inDegrees() const;
   std::optional<Axes> genericDegrees() const;
+  Axes endsWithin(const Axes& axes) const;
   double fieldAngleOfPosition(const Vector1& zoom) const;
   double angleByTable(double position) const;
   bool isTableInMillimetres() const;

@@ -109,16 +109,17 @@ void HeadMoves::stopBySpeeds(std::int64_t now) {
   isStopBySpeeds = true;
 }
 
-std::optional<HeadCall> HeadMoves::next(std::int64_t now, const std::optional<HeadStatus>& status) {
+std::optional<HeadCall> HeadMoves::next(std::int64_t now, const std::optional<HeadStatus>& status,
+                                        std::int64_t taken) {
   if (isInFlight) {
     return std::nullopt;
   }
-  if (stops > 0 && now - lastStop >= STOP_AGAIN && status && !status->moving()) {
+  const bool isSeenSince = stops > 0 && now - lastStop >= STOP_AGAIN && status && taken > lastStop;
+  if (isSeenSince && !status->moving()) {
     stops = 0;  // what moves it from now on is somebody else's
   }
   const bool isForgotten = isDriven() && now - lastCommand >= SILENCE;
-  const bool goesOn =
-      stops > 0 && stops < MOST_STOPS && now - lastStop >= STOP_AGAIN && status && status->moving();
+  const bool goesOn = isSeenSince && status->moving() && stops < MOST_STOPS;
   if (isForgotten) {
     waiting = {};
     isStopWanted = true;

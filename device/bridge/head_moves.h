@@ -56,7 +56,10 @@ class HeadMoves {
 
   // The call that is to be made now, if any; none before the last one was answered. status: what
   // is known of the head, for the axes that a command leaves alone; nothing when it is not known.
-  std::optional<HeadCall> next(std::int64_t now, const std::optional<HeadStatus>& status);
+  // taken: not before that the head was so; whether it stands after a Stop is seen by what was
+  // taken after the answer to it.
+  std::optional<HeadCall> next(std::int64_t now, const std::optional<HeadStatus>& status,
+                               std::int64_t taken);
 
   // What became of the call that next() gave.
   struct Outcome {

@@ -32,6 +32,10 @@ const std::map<std::string, std::string>* HeadSwitch::parameters() const {
   return head ? head->parameters() : nullptr;
 }
 
+std::optional<RemoteHead::Zoom> HeadSwitch::zoomTold() const {
+  return head ? head->zoomTold() : std::nullopt;
+}
+
 void HeadSwitch::command(const HeadCommand& command) {
   if (isFree()) {
     head->command(command);

@@ -3,6 +3,7 @@
 
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "bridge/remote_head.h"
@@ -28,6 +29,9 @@ class HeadSwitch : public ServedHead {
 
   // Null as long as too little is known.
   const std::map<std::string, std::string>* parameters() const;
+
+  // As RemoteHead; nothing without a head.
+  std::optional<RemoteHead::Zoom> zoomTold() const;
 
   void command(const HeadCommand& command) override;
   void goHome(int speed) override;

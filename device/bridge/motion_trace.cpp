@@ -38,6 +38,34 @@ double MotionTrace::speedBetween(std::int64_t moment, std::int64_t end) const {
   return (last->place - first->place) / units::toSeconds(last->time - first->time);
 }
 
+double MotionTrace::steadySpeed(std::int64_t moment) const {
+  const Sample* start = at(moment);
+  if (start == nullptr || std::abs(wayFrom(moment)) <= least) {
+    return 0;
+  }
+  const double way = wayFrom(moment);
+  const auto reached = [&](double share) {
+    return std::ranges::find_if(samples, [&](const Sample& sample) {
+      return sample.time > moment && (sample.place - start->place) / way >= share;
+    });
+  };
+  const auto first = reached(0.25);
+  const auto last = reached(0.75);
+  if (first == samples.end() || last == samples.end() || last->time <= first->time) {
+    return 0;
+  }
+  return (last->place - first->place) / units::toSeconds(last->time - first->time);
+}
+
+double MotionTrace::finest() const {
+  double least = 0;
+  for (std::size_t i = 1; i < samples.size(); ++i) {
+    const double change = std::abs(samples[i].place - samples[i - 1].place);
+    least = change > 0 && (least == 0 || change < least) ? change : least;
+  }
+  return least;
+}
+
 std::optional<std::int64_t> MotionTrace::stillSince() const {
   if (samples.empty()) {
     return std::nullopt;

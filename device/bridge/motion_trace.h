@@ -34,6 +34,13 @@ class MotionTrace {
   // motion.
   double speedBetween(std::int64_t moment, std::int64_t end) const;
 
+  // Units a second in the middle half of the way from where it was at a moment to the last place; 0
+  // where that was not seen.
+  double steadySpeed(std::int64_t moment) const;
+
+  // The least change that was seen: no finer than that are its places told. 0 for no motion.
+  double finest() const;
+
   // Since when it has been where it is; nothing before the first place.
   std::optional<std::int64_t> stillSince() const;
 

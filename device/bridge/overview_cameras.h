@@ -3,8 +3,8 @@
 
 #include <cstdint>
 #include <functional>
-#include <list>
 #include <map>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -15,8 +15,9 @@
 
 namespace device::bridge {
 
-// The overview cameras, a channel each. They change while the application stays: whom the former
-// ones told is told to be gone, and no id is given twice in a channel.
+// The overview cameras, a channel each. They change while the application stays: one that is
+// reached and read as before goes on, with its objects; whom another one told is told to be gone,
+// and no id is given twice in a channel.
 class OverviewCameras {
  public:
   using OnFrame = std::function<void(int channel, const Frame& frame)>;
@@ -27,15 +28,22 @@ class OverviewCameras {
 
   // In the place of those that were there. Throws SettingsError for a login that is not there and
   // std::runtime_error for what is no address.
-  void start(const std::vector<OverviewSettings>& settings, const Credentials& credentials);
+  void take(const std::vector<OverviewSettings>& settings, const Credentials& credentials);
 
  private:
-  void end();
+  struct Camera {
+    OverviewSettings settings;
+    onvif::Login login;
+    std::unique_ptr<RemoteOverview> remote;
+  };
+
+  void start(int channel, const OverviewSettings& settings, const onvif::Login& login);
+  void end(int channel);
 
   OnFrame onFrame;
   AnnounceOf announce;
   std::map<int, std::int32_t> lastIds;  // by channel
-  std::list<RemoteOverview> cameras;
+  std::map<int, Camera> cameras;        // likewise
 };
 
 }  // namespace device::bridge

@@ -25,6 +25,8 @@ constexpr std::int64_t SLOW = 200000;  // microseconds from a question to its an
 constexpr std::int64_t MINUTE = units::fromSeconds(60);
 constexpr std::int64_t LAST_WORD = 1000000;  // microseconds
 constexpr std::int64_t BESIDE = 500000;      // so long its turn is waited for
+constexpr std::int64_t STREAM_QUIET = 300000;
+constexpr std::int64_t MOST_LATE = 10000000;  // of metadata; beyond, a clock was set
 constexpr double SMOOTHING = 0.1;
 constexpr std::size_t SHORTEST_PRODUCT = 5;
 constexpr double TENTHS = 10;
@@ -57,7 +59,11 @@ RemoteHead::RemoteHead(const HeadSettings& settings, const onvif::Login& login, 
             .onMetadata = [this](const auto& arrival) { metadataCame(arrival); },
             .onLost = [] {},
             .announce = this->announce}),
-      timer(TICK, [this] { step(); }) {}
+      timer(TICK, [this] { step(); }) {
+  if (!settings.heedsTimeout) {
+    tellNoTimeout("The head does not stop by itself when its time is over, as its check has found");
+  }
+}
 
 RemoteHead::~RemoteHead() = default;
 
@@ -174,7 +180,13 @@ void RemoteHead::stopForGood() {
 // Some answer a Stop and go on: what was seen before it says nothing.
 bool RemoteHead::isToBeStopped(std::int64_t now) const {
   const auto seen = moves.isStopUnseen() ? sight.status(now) : std::nullopt;
-  return moves.isUnderWay() || (seen && (seen->moving() || sight.getTaken() < moves.getLastStop()));
+  return moves.isUnderWay() || (seen && (seen->moving() || takenAtLeast() <= moves.getLastStop()));
+}
+
+// The last status: the answer may have taken its time on the way here, and the head to say it.
+std::int64_t RemoteHead::takenAtLeast() const {
+  return sight.getTaken().value_or(0) - roundTrip / 2 -
+         units::roundedFromSeconds(settings.statusAge.value_or(0));
 }
 
 // The answer to the call before it does not come: better out of turn than never.
@@ -194,35 +206,31 @@ void RemoteHead::found(const CameraFound& camera) {
 void RemoteHead::askFacts() {
   ++factsRound;
   factsDue.reset();
-  finding = {};  // until all is told anew, the map has the former facts
-  ask(Tag("tptz:GetNodes"), &RemoteHead::nodesCame);  // some have no GetNode
+  isAnyRefused = false;
+  ask(Tag("tptz:GetNodes"), &Told::nodes, &RemoteHead::askConfigurations);  // some have no GetNode
 }
 
 // Only what the head says that it does not have is not there: who is silent, or busy with its
-// start, is asked again.
-void RemoteHead::ask(Tag operation, Answered answered) {
-  link.getCalls().call(service(), std::move(operation),
-                       [this, answered, round = factsRound](const SoapReply& reply) {
-                         if (round != factsRound) {
-                           return;  // it was found anew meanwhile
-                         }
-                         if (reply.ok() || isThereNoSuch(reply.failure())) {
-                           (this->*answered)(reply);
-                         } else if (!isRefusedForGood(reply.failure())) {
-                           askFactsLater(reply.failure());
-                         }
-                       });
-}
-
-bool RemoteHead::isThereNoSuch(const onvif::Failure& failure) {
-  const bool isRefused = failure.trouble == onvif::Trouble::refused;
-  return failure.trouble == onvif::Trouble::missing ||
-         (isRefused && !areFactsKnown && ++refusals >= MOST_REFUSALS);
-}
-
-// What was known of it goes on to count.
-bool RemoteHead::isRefusedForGood(const onvif::Failure& failure) {
-  return failure.trouble == onvif::Trouble::refused && areFactsKnown && ++refusals >= MOST_REFUSALS;
+// start, is asked again. What it refuses over and over is gone by without, as it was told before
+// if it was, and asked for again later.
+void RemoteHead::ask(Tag operation, std::optional<SoapReply> Told::*answer, Next next) {
+  link.getCalls().call(
+      service(), std::move(operation),
+      [this, answer, next, round = factsRound](const SoapReply& reply) {
+        if (round != factsRound) {
+          return;  // it was found anew meanwhile
+        }
+        const bool isRefused = !reply.ok() && reply.failure().trouble == onvif::Trouble::refused;
+        const bool isAnswer = reply.ok() || reply.failure().trouble == onvif::Trouble::missing;
+        if (!isAnswer && !(isRefused && ++refusals >= MOST_REFUSALS)) {
+          return askFactsLater(reply.failure());
+        }
+        if (isAnswer) {
+          told.*answer = reply;
+        }
+        isAnyRefused = isAnyRefused || isRefused;
+        (this->*next)();
+      });
 }
 
 void RemoteHead::askFactsLater(const onvif::Failure& failure) {
@@ -230,50 +238,63 @@ void RemoteHead::askFactsLater(const onvif::Failure& failure) {
   factsDue = g_get_monotonic_time() + factsPause.next();
 }
 
-// What is not told is not known: each answer may be missing.
-void RemoteHead::nodesCame(const SoapReply& reply) {
-  if (reply.ok()) {
-    onvif::readNodeFacts(reply.body(), node, &finding);
-  }
-  ask(Tag("tptz:GetConfigurations"), &RemoteHead::configurationsCame);
+void RemoteHead::askConfigurations() {
+  ask(Tag("tptz:GetConfigurations"), &Told::configurations, &RemoteHead::askOptions);
 }
 
-void RemoteHead::configurationsCame(const SoapReply& reply) {
+void RemoteHead::askOptions() {
   const std::string token = link.getFound() ? link.getFound()->profile.ptz : "";
-  for (const XmlElement& one : reply.ok() ? reply.body().children() : std::vector<XmlElement>()) {
-    if (one.attribute("token") == token) {
-      onvif::readHeadFacts(one, &finding);
-    }
-  }
-  ask(Tag("tptz:GetConfigurationOptions", Tag("tptz:ConfigurationToken", token)),
-      &RemoteHead::optionsCame);
+  ask(Tag("tptz:GetConfigurationOptions", Tag("tptz:ConfigurationToken", token)), &Told::options,
+      &RemoteHead::allAsked);
 }
 
-void RemoteHead::optionsCame(const SoapReply& reply) {
-  if (reply.ok() && reply.body().firstChild()) {
-    onvif::readHeadFacts(*reply.body().firstChild(), &finding);
+void RemoteHead::allAsked() {
+  if (isAnyRefused) {
+    factsDue = g_get_monotonic_time() + factsPause.next();
+  } else {
+    factsPause.succeeded();
+    tell(&factsTrouble, "");
   }
-  factsPause.succeeded();
-  tell(&factsTrouble, "");
   nowKnown();
   link.getCalls().call(service(), withProfile("tptz:GetPresets"),
                        [this](const SoapReply& presets) { presetsCame(presets); });
+}
+
+// What is not told is not known: each answer may be missing.
+HeadFacts RemoteHead::factsTold() const {
+  const auto has = [](const std::optional<SoapReply>& reply) { return reply && reply->ok(); };
+  const std::string token = link.getFound() ? link.getFound()->profile.ptz : "";
+  HeadFacts facts;
+  if (has(told.nodes)) {
+    onvif::readNodeFacts(told.nodes->body(), node, &facts);
+  }
+  for (const XmlElement& one : has(told.configurations) ? told.configurations->body().children()
+                                                        : std::vector<XmlElement>()) {
+    if (one.attribute("token") == token) {
+      onvif::readHeadFacts(one, &facts);
+    }
+  }
+  if (has(told.options) && told.options->body().firstChild()) {
+    onvif::readHeadFacts(*told.options->body().firstChild(), &facts);
+  }
+  return facts;
 }
 
 void RemoteHead::nowKnown() {
   if (!link.getFound()) {
     return;
   }
-  map = HeadMap(finding, settings.told);
+  map = HeadMap(factsTold(), settings.told);
   moves.setHead(link.getFound()->profile.token, map);
   areFactsKnown = true;
   statusDue = 0;
   const std::string missing = map.whatIsMissing();
-  if (!missing.empty()) {
+  if (std::exchange(missingTold, missing) != missing && !missing.empty()) {
     announce(missing);
-    return;
   }
-  tellParameters();
+  if (missing.empty()) {
+    tellParameters();
+  }
 }
 
 void RemoteHead::tellParameters() {
@@ -365,6 +386,12 @@ void RemoteHead::step() {
     askFacts();
   }
   sendMove(now);
+  // The stream did instead of the polls that fail, and says nothing new any more.
+  if (streamCounted && now - *streamCounted > STREAM_QUIET && !statusTrouble.empty()) {
+    streamCounted.reset();
+    statusPause.succeeded();
+    statusDue = now;
+  }
   askStatus(now);
 }
 
@@ -372,7 +399,7 @@ void RemoteHead::sendMove(std::int64_t now) {
   if (!areFactsKnown || isHeld) {
     return;
   }
-  auto call = moves.next(now, sight.status(now));
+  auto call = moves.next(now, sight.status(now), takenAtLeast());
   if (!call) {
     return;
   }
@@ -389,16 +416,22 @@ void RemoteHead::moveAnswered(const SoapReply& reply, bool hadTimeout) {
   const std::int64_t now = g_get_monotonic_time();
   const HeadMoves::Outcome outcome = outcomeOf(reply, hadTimeout);
   moves.answered(outcome, now);
-  if (moves.isWithoutTimeout() && !std::exchange(isNoTimeoutTold, true)) {
-    announce(
-        "The head takes no time after which it is to stop by itself: this bridge alone stops it, "
-        "and nothing does when this machine or the network fails");
+  if (moves.isWithoutTimeout()) {
+    tellNoTimeout("The head takes no time after which it is to stop by itself");
   }
   if (!outcome.isTimeoutRefused) {
     tell(&moveTrouble,
          reply.ok() ? "" : "The head does not do as it is told. " + reply.failure().words);
   }
   sendMove(now);
+}
+
+void RemoteHead::tellNoTimeout(const std::string& what) {
+  if (!std::exchange(isNoTimeoutTold, true)) {
+    announce(what +
+             ": this bridge alone stops it, and nothing does when this machine or the network "
+             "fails");
+  }
 }
 
 void RemoteHead::askStatus(std::int64_t now) {
@@ -418,6 +451,7 @@ void RemoteHead::statusCame(const SoapReply& reply, std::int64_t asked) {
       reply.ok() ? reply.body().child(ns::PTZ, "PTZStatus") : std::optional<XmlElement>();
   if (!status) {
     statusDue = now + statusPause.next();
+    zoomNow.reset();
     const std::string why = reply.ok() ? "Its answer is empty" : reply.failure().words;
     return tell(&statusTrouble, "The head does not say where it is. " + why);
   }
@@ -431,19 +465,48 @@ void RemoteHead::statusCame(const SoapReply& reply, std::int64_t asked) {
         "The head does not tell its field angle: until a zoom table is measured, pictures are "
         "framed by a guess");
   }
+  zoomNow = reading.zoom ? std::optional(Zoom{reading.zoom->x, map.isInMillimetres(*reading.zoom)})
+                         : std::nullopt;
+  lastPolled = now;
   const std::int64_t taken = asked + (now - asked) / 2;
   clock.timeOf(reading.time, std::nullopt, taken);
   sight.told(reading, map, taken);
 }
 
 // By the clock that the polls have set: a stream may be late, and what was polled since is newer.
+// While no poll is answered the head's clock may be set: then the stream sets its own, as late as
+// it was. A time that stands still makes no status new.
+std::int64_t RemoteHead::momentOf(const HeadReading& reading,
+                                  const onvif::MetadataArrival& arrival) {
+  if (!reading.time) {
+    return arrival.time;
+  }
+  if (streamTime != reading.time) {
+    streamTime = reading.time;
+    streamTimeBegun = arrival.time;
+  }
+  const auto byPolls = clock.at(*reading.time);
+  const bool isPolled = arrival.time - lastPolled <= HeadSight::GOOD_FOR;
+  std::int64_t taken = arrival.time;
+  if (isPolled && byPolls) {
+    taken = std::min(*byPolls, arrival.time);
+    const std::int64_t late = arrival.time - taken;
+    streamLateness = late <= MOST_LATE ? late : streamLateness;
+    streamClock = FrameClock();
+  } else {
+    taken = streamClock.timeOf(reading.time, arrival.sent, arrival.time) - streamLateness;
+  }
+  return std::min(taken, streamTimeBegun + HeadSight::GOOD_FOR);
+}
+
 void RemoteHead::metadataCame(const onvif::MetadataArrival& arrival) try {
   if (!areFactsKnown) {
     return;
   }
   for (const HeadReading& reading : onvif::readMetadata(arrival.document).head) {
-    const auto told = reading.time ? clock.at(*reading.time) : std::nullopt;
-    sight.told(reading, map, std::min(told.value_or(arrival.time), arrival.time));
+    const auto before = sight.getTaken();
+    sight.told(reading, map, momentOf(reading, arrival));
+    streamCounted = sight.getTaken() != before ? arrival.time : streamCounted;
   }
 } catch (const onvif::MetadataError&) {
   // Its status is asked for besides.

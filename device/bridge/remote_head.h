@@ -43,6 +43,15 @@ class RemoteHead : public ServedHead {
   // What the daemon asks the head for, names without "root."; null as long as too little is known.
   const std::map<std::string, std::string>* parameters() const;
 
+  // The zoom's position in the head's own numbers.
+  struct Zoom {
+    double position = 0;
+    bool isInMillimetres = false;
+  };
+
+  // As its last status tells it; nothing where that tells none.
+  std::optional<Zoom> zoomTold() const { return zoomNow; }
+
   // While it is held nothing is sent that moves the head or stops it: somebody else does.
   void hold(bool isHeldNow) { isHeld = isHeldNow; }
 
@@ -57,29 +66,37 @@ class RemoteHead : public ServedHead {
     HeadPosition position;
   };
 
-  using Answered = void (RemoteHead::*)(const onvif::SoapReply& reply);
+  // The last answers to what it can; nothing: none yet.
+  struct Told {
+    std::optional<onvif::SoapReply> nodes;
+    std::optional<onvif::SoapReply> configurations;
+    std::optional<onvif::SoapReply> options;
+  };
+  using Next = void (RemoteHead::*)();
 
   void found(const CameraFound& camera);
   void askFacts();
-  bool isThereNoSuch(const onvif::Failure& failure);
-  bool isRefusedForGood(const onvif::Failure& failure);
   void askFactsLater(const onvif::Failure& failure);
-  void ask(onvif::Tag operation, Answered answered);
-  void nodesCame(const onvif::SoapReply& reply);
-  void configurationsCame(const onvif::SoapReply& reply);
-  void optionsCame(const onvif::SoapReply& reply);
+  void ask(onvif::Tag operation, std::optional<onvif::SoapReply> Told::*answer, Next next);
+  void askConfigurations();
+  void askOptions();
+  void allAsked();
+  HeadFacts factsTold() const;
   void presetsCame(const onvif::SoapReply& reply);
   void addPreset(const onvif::XmlElement& element);
   std::optional<Preset> presetOf(const onvif::XmlElement& element) const;
   void nowKnown();
   void tellParameters();
   bool isToBeStopped(std::int64_t now) const;
+  std::int64_t takenAtLeast() const;
   void sendStopBeside();
   void step();
   void sendMove(std::int64_t now);
   void moveAnswered(const onvif::SoapReply& reply, bool hadTimeout);
+  void tellNoTimeout(const std::string& what);
   void askStatus(std::int64_t now);
   void statusCame(const onvif::SoapReply& reply, std::int64_t asked);
+  std::int64_t momentOf(const HeadReading& reading, const onvif::MetadataArrival& arrival);
   void metadataCame(const onvif::MetadataArrival& arrival);
   void measure(std::int64_t trip, std::int64_t now);
   void tell(std::string* last, const std::string& words);
@@ -88,16 +105,24 @@ class RemoteHead : public ServedHead {
 
   HeadSettings settings;
   Announce announce;
-  std::string node;   // token
-  HeadFacts finding;  // while it is asked
+  std::string node;  // token
+  Told told;
   int factsRound = 0;
-  int refusals = 0;  // since it was found
+  int refusals = 0;           // since it was found
+  bool isAnyRefused = false;  // of this round
+  std::string missingTold;
   std::optional<std::int64_t> factsDue;
   GrowingPause factsPause;
   HeadMap map;
   HeadMoves moves;
   HeadSight sight;
   FrameClock clock;  // of the head, by the status that is asked for
+  std::int64_t lastPolled = 0;
+  FrameClock streamClock;                     // of the head, by its metadata alone
+  std::int64_t streamLateness = 0;            // as it was by the other one
+  std::optional<std::int64_t> streamTime;     // that the metadata tell
+  std::int64_t streamTimeBegun = 0;           // since when it is that
+  std::optional<std::int64_t> streamCounted;  // when metadata were newer than the polls
   bool areFactsKnown = false;
   bool isHeld = false;
   bool isEnding = false;
@@ -105,6 +130,7 @@ class RemoteHead : public ServedHead {
   std::map<int, Preset> presetTable;
   bool isStatusAsked = false;
   std::int64_t statusDue = 0;
+  std::optional<Zoom> zoomNow;
   GrowingPause statusPause;
   std::int64_t roundTrip = 0;  // microseconds, smoothed
   std::int64_t slownessTold = 0;

@@ -21,6 +21,8 @@ struct SceneWishes {
   std::set<std::string> classes = {"Human",     "Person", "Pedestrian",
                                    "HumanBody", "Face",   "HumanFace"};
   double likelihood = 0.5;  // of such a class, at least
+
+  bool operator==(const SceneWishes&) const = default;
 };
 
 // What analytics see, made into frames of one channel as the application knows them. Ids count from

@@ -18,6 +18,7 @@ namespace {
 using onvif::MediaProfile;
 
 constexpr std::size_t LONGEST_TEXT = 1024;
+constexpr char BUSY[] = "Another change is being made";
 
 struct BadRequest : std::runtime_error {
   using std::runtime_error::runtime_error;
@@ -145,6 +146,24 @@ struct SetUp::Search {
   }
 };
 
+namespace {
+
+json_t* pairOf(const Range& range) {
+  return json_pack("[f, f]", range.low, range.high);
+}
+
+void enterAxis(json_t* head, const HeadMeasured::Axis& axis, const std::string& name) {
+  if (axis.scale && axis.scale->degrees && axis.scale->isOtherThanTold()) {
+    json_object_set_new(head, (name + "_range").c_str(), pairOf(*axis.scale->degrees));
+  }
+  if (axis.ends) {
+    json_object_set_new(head, (name + "_ends").c_str(),
+                        axis.ends->isShort() ? pairOf(axis.ends->reached) : json_null());
+  }
+}
+
+}  // namespace
+
 json_t* settingsFound(const HeadMeasured& measured, bool isWhole) {
   json_t* head = json_object();
   if (measured.pan.moves) {
@@ -153,8 +172,13 @@ json_t* settingsFound(const HeadMeasured& measured, bool isWhole) {
   if (measured.tilt.moves) {
     json_object_set_new(head, "invert_tilt_speed", json_boolean(measured.tilt.isReversed));
   }
+  enterAxis(head, measured.pan, "pan");
+  enterAxis(head, measured.tilt, "tilt");
   if (measured.tellsMotion) {
     json_object_set_new(head, "move_status", json_boolean(*measured.tellsMotion));
+  }
+  if (measured.heedsTimeout) {
+    json_object_set_new(head, "timeout", json_boolean(*measured.heedsTimeout));
   }
   if (isWhole && measured.zoomTable.size() > 1) {
     const auto [least, most] = std::ranges::minmax(measured.zoomTable, {}, &ZoomPoint::fieldAngle);
@@ -165,6 +189,8 @@ json_t* settingsFound(const HeadMeasured& measured, bool isWhole) {
       json_array_append_new(table, json_pack("[f, f]", point.position, point.fieldAngle));
     }
     json_object_set_new(head, "zoom_table", table);
+    json_object_set_new(head, "zoom_unit",
+                        json_string(measured.isTableInMillimetres ? "millimetres" : "generic"));
   }
   return head;
 }
@@ -185,12 +211,20 @@ SetUp::~SetUp() = default;
 
 SetUp::Method SetUp::methodOf(const std::string& name) {
   static const std::map<std::string, Method> METHODS = {
-      {"getSetUp", &SetUp::tell},         {"search", &SetUp::search},
-      {"inspect", &SetUp::inspect},       {"checkHead", &SetUp::checkHead},
-      {"stopCheck", &SetUp::stopCheck},   {"switchMetadataOn", &SetUp::switchMetadataOn},
-      {"snapshot", &SetUp::takeSnapshot}, {"useHead", &SetUp::useHead},
-      {"useCamera", &SetUp::useCamera},   {"removeCamera", &SetUp::removeCamera},
-      {"useGeneral", &SetUp::useGeneral}, {"view", &SetUp::view},
+      {"getSetUp", &SetUp::tell},
+      {"search", &SetUp::search},
+      {"inspect", &SetUp::inspect},
+      {"checkHead", &SetUp::checkHead},
+      {"checkPictures", &SetUp::checkPictures},
+      {"stopCheck", &SetUp::stopCheck},
+      {"switchMetadataOn", &SetUp::switchMetadataOn},
+      {"snapshot", &SetUp::takeSnapshot},
+      {"headZoom", &SetUp::headZoom},
+      {"useHead", &SetUp::useHead},
+      {"useCamera", &SetUp::useCamera},
+      {"removeCamera", &SetUp::removeCamera},
+      {"useGeneral", &SetUp::useGeneral},
+      {"view", &SetUp::view},
   };
   const auto found = METHODS.find(name);
   if (found == METHODS.end()) {
@@ -202,11 +236,20 @@ SetUp::Method SetUp::methodOf(const std::string& name) {
 // A change may wait for a head to stop, while others ask.
 WebAnswer SetUp::answer(const std::string& body) {
   if (std::exchange(isAnswering, true)) {
-    return refusal("Another change is being made");
+    return refusal(BUSY);
   }
   WebAnswer told = answerTo(body);
   isAnswering = false;
   return told;
+}
+
+void SetUp::useFollowing(const std::string& way) {
+  if (isAnswering) {
+    throw BadRequest(BUSY);
+  }
+  means.files.change(
+      [&way](json_t* root) { json_object_set_new(root, "following", jsonText(way)); });
+  settingsWritten();
 }
 
 void SetUp::stopForGood() {
@@ -226,7 +269,7 @@ WebAnswer SetUp::answerTo(const std::string& body) {
     const JsonAutoPtr data = (this->*method)(json_object_get(request.get(), "params"));
     const JsonAutoPtr told(json_pack("{s:O}", "data", data.get()));
     return {SOUP_STATUS_OK, lineOf(told.get())};
-  } catch (const std::runtime_error& error) {  // SettingsError, too
+  } catch (const std::exception& error) {  // whatever it is: others may ask after it
     return refusal(error.what());
   }
 }
@@ -333,8 +376,7 @@ JsonAutoPtr SetUp::checkHead(const json_t* params) {
   }
   means.holdHead(true);  // whoever moves it has it stand before the check begins
   try {
-    check = std::make_unique<HeadCheckRun>(device, login, *abilities, profile,
-                                           json_is_true(json_object_get(params, "zoom")),
+    check = std::make_unique<HeadCheckRun>(device, login, *abilities, profile, wishesIn(params),
                                            [this] { means.holdHead(false); });
   } catch (...) {
     means.holdHead(false);
@@ -342,6 +384,45 @@ JsonAutoPtr SetUp::checkHead(const json_t* params) {
   }
   checked = device;
   return nothing();
+}
+
+HeadCheck::Wishes SetUp::wishesIn(const json_t* params) const {
+  const auto wished = [params](const char* key) {
+    return json_is_true(json_object_get(params, key));
+  };
+  HeadCheck::Wishes wishes{wished("zoom"), wished("ends"), wished("sight"), {}};
+  const JsonAutoPtr head(json_object());
+  const BridgeSettings& settings = means.files.getSettings();
+  if (settings.hasHead() && settings.head.address.device == device) {
+    enter(head.get(), json_object_get(means.files.getJson(), "head"));
+  }
+  merge(head.get(), toldIn(params));
+  json_object_set_new(head.get(), "address", jsonText(device));
+  const bool isFieldKnown = json_object_get(head.get(), "field_angles") != nullptr;
+  if (!isFieldKnown) {  // which the check is there to find out
+    json_object_set_new(head.get(), "field_angles", json_pack("[f, f]", 1.0, 1.0));
+  }
+  const JsonAutoPtr root(json_pack("{s:O}", "head", head.get()));
+  wishes.told = settingsOf(lineOf(root.get()), "What is entered").head.told;
+  if (!isFieldKnown) {
+    wishes.told.fieldAngles = {};
+  }
+  return wishes;
+}
+
+JsonAutoPtr SetUp::checkPictures(const json_t*) {
+  const auto& sight = check ? check->getCheck().getMeasured().sight : std::nullopt;
+  if (!sight || sight->after.empty()) {
+    throw BadRequest("There are no pictures of a check");
+  }
+  const auto encoded = [](const std::string& jpeg) {
+    const GTextPtr text(g_base64_encode(reinterpret_cast<const guchar*>(jpeg.data()), jpeg.size()));
+    return jsonText(text.get());
+  };
+  return JsonAutoPtr(json_pack(
+      "{s:{s:f, s:f}, s:{s:f, s:f}, s:f, s:o, s:o}", "from", "pan", sight->from.pan, "tilt",
+      sight->from.tilt, "to", "pan", sight->to.pan, "tilt", sight->to.tilt, "field_angle",
+      sight->fieldAngle, "before", encoded(sight->before), "after", encoded(sight->after)));
 }
 
 JsonAutoPtr SetUp::stopCheck(const json_t*) {
@@ -406,6 +487,13 @@ JsonAutoPtr SetUp::view(const json_t* params) {
                                isNew ? jsonText(seen.jpeg) : json_null()));
 }
 
+JsonAutoPtr SetUp::headZoom(const json_t*) {
+  const auto zoom = means.zoomTold();
+  return JsonAutoPtr(json_pack("{s:o, s:s}", "position",
+                               zoom ? json_real(zoom->position) : json_null(), "unit",
+                               zoom && zoom->isInMillimetres ? "millimetres" : "generic"));
+}
+
 JsonAutoPtr SetUp::useHead(const json_t* params) {
   requireNoCheck();
   requireCamera();
@@ -415,13 +503,12 @@ JsonAutoPtr SetUp::useHead(const json_t* params) {
   const bool isSame =
       isAlike(place.get(), former, "address") && isAlike(place.get(), former, "profile");
   const JsonAutoPtr head(isSame ? json_deep_copy(former) : json_object());
-  takeAway(head.get(), told);
   enter(head.get(), place.get());
   if (check && checked == device) {
     const JsonAutoPtr measured(foundBy(check->getCheck()));
-    enter(head.get(), measured.get());
+    merge(head.get(), measured.get());
   }
-  enter(head.get(), told);
+  merge(head.get(), told);  // what was cleared stays so, whatever was measured
   means.files.change([&](json_t* root) { json_object_set(root, "head", head.get()); },
                      newCredentials());
   checked.clear();  // from here on the settings have it, and the user may change it there
@@ -507,8 +594,10 @@ json_t* SetUp::cameraJson() const {
   if (device.empty()) {
     return json_null();
   }
-  return json_pack("{s:b, s:o, s:o, s:o, s:o}", "running", !isSurveyed, "address", jsonText(device),
-                   "trouble", jsonText(surveyTrouble), "words",
+  const bool isInDegrees = abilities && onvif::findSpace(abilities->head.positions,
+                                                         onvif::space::POSITION_DEGREES) != nullptr;
+  return json_pack("{s:b, s:b, s:o, s:o, s:o, s:o}", "running", !isSurveyed, "degrees", isInDegrees,
+                   "address", jsonText(device), "trouble", jsonText(surveyTrouble), "words",
                    textsJson(abilities ? wordsOf(*abilities) : std::vector<std::string>()),
                    "profiles",
                    profilesJson(abilities ? abilities->profiles : std::vector<MediaProfile>()));
@@ -519,9 +608,11 @@ json_t* SetUp::checkJson() const {
     return json_null();
   }
   const HeadCheck& state = check->getCheck();
-  return json_pack("{s:b, s:o, s:o, s:o, s:o}", "running", !state.isOver(), "step",
-                   jsonText(state.presentStep()), "trouble", jsonText(state.getTrouble()), "words",
-                   textsJson(wordsOf(state.getMeasured())), "found", foundBy(state));
+  const auto& sight = state.getMeasured().sight;
+  return json_pack("{s:b, s:b, s:o, s:o, s:o, s:o}", "running", !state.isOver(), "sight",
+                   sight && !sight->after.empty(), "step", jsonText(state.presentStep()), "trouble",
+                   jsonText(state.getTrouble()), "words", textsJson(wordsOf(state.getMeasured())),
+                   "found", foundBy(state));
 }
 
 // Address, login and profile, as the settings have them.

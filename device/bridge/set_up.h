@@ -11,6 +11,7 @@
 #include "bridge/camera_views.h"
 #include "bridge/head_check_run.h"
 #include "bridge/metadata_switch.h"
+#include "bridge/remote_head.h"
 #include "bridge/settings_files.h"
 #include "bridge/snapshot.h"
 #include "onvif_client/camera_search.h"
@@ -23,15 +24,22 @@ namespace device::bridge {
 // takes its time is begun, and getSetUp tells how far it is:
 //
 //   getSetUp         {"missing", "settings", "search": {"running", "cameras": [{"name", "hardware",
-//                    "address"}]}, "camera": {"running", "address", "trouble", "words", "profiles":
+//                    "address"}]}, "camera": {"running", "degrees": whether the head knows them,
+//                    "address", "trouble", "words", "profiles":
 //                    [{"token", "name", "head", "picture", "analytics", "objects", "width",
-//                    "height"}]}, "check": {"running", "step", "trouble", "words", "found"},
+//                    "height"}]}, "check": {"running", "sight": whether there are pictures,
+//                    "step", "trouble", "words", "found"},
 //                    "metadata": {"running", "trouble", "done"}}
 //   search           which cameras there are
 //   inspect          {"address", "user", "password"}, or {"camera": 1} or {"head": true}, of the
 //                    settings and with their credentials; what it can, and from here on it is "the
 //                    camera"
-//   checkHead        {"profile", "zoom": bool}: moves the camera's head
+//   checkHead        {"profile", "zoom": bool, "ends": bool, "sight": bool, "told": {..}}: moves
+//   the
+//                    camera's head, through its zoom, to the ends of pan and tilt, and to where two
+//                    pictures tell its scale, where that is wished; told: as for useHead
+//   checkPictures    those pictures: {"from": {"pan", "tilt"}, "to": {"pan", "tilt"},
+//                    "field_angle": degrees across, "before", "after": base64}
 //   stopCheck
 //   switchMetadataOn {"profile"}
 //   snapshot         {"profile"}: {"running", "trouble", "jpeg": base64 or null} of the last one,
@@ -39,6 +47,8 @@ namespace device::bridge {
 //   view             {"camera": 1} or {"head": true} of the settings, {"have": number}: {"number",
 //                    "trouble", "jpeg": base64, or null while it is the one that the page has} of
 //                    the last picture, and fetches the next
+//   headZoom         {"position": in the head's own numbers, or null where it tells none, "unit":
+//                    "generic" or "millimetres"} of the settings' head, as it is now
 //   useHead          {"profile", "told": {..}}: the camera is the head; told: further keys of the
 //                    settings' head, but for address and login; null takes one away. What the check
 //                    has found counts once, where told does not say else, and further what the
@@ -57,6 +67,7 @@ class SetUp {
     std::function<void()> changed;                          // the files are others now
     std::function<void(bool isHeld)> holdHead;              // while it is checked
     std::function<std::vector<onvif::FoundCamera>()> find;  // takes seconds, in a thread of its own
+    std::function<std::optional<RemoteHead::Zoom>()> zoomTold;  // by the settings' head
   };
 
   explicit SetUp(Means means);
@@ -65,6 +76,9 @@ class SetUp {
   ~SetUp();
 
   WebAnswer answer(const std::string& body);
+
+  // As useGeneral does. Throws std::runtime_error with words for the user.
+  void useFollowing(const std::string& way);
 
   // A head that is being checked is stopped, which is waited for.
   void stopForGood();
@@ -78,16 +92,19 @@ class SetUp {
   JsonAutoPtr search(const json_t* params);
   JsonAutoPtr inspect(const json_t* params);
   JsonAutoPtr checkHead(const json_t* params);
+  JsonAutoPtr checkPictures(const json_t* params);
   JsonAutoPtr stopCheck(const json_t* params);
   JsonAutoPtr switchMetadataOn(const json_t* params);
   JsonAutoPtr takeSnapshot(const json_t* params);
   JsonAutoPtr view(const json_t* params);
+  JsonAutoPtr headZoom(const json_t* params);
   JsonAutoPtr useHead(const json_t* params);
   JsonAutoPtr useCamera(const json_t* params);
   JsonAutoPtr removeCamera(const json_t* params);
   JsonAutoPtr useGeneral(const json_t* params);
 
   const CameraAddress* knownIn(const json_t* params) const;
+  HeadCheck::Wishes wishesIn(const json_t* params) const;
   void readLogin(const json_t* params);
   void survey();
   void settingsWritten();

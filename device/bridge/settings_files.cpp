@@ -5,6 +5,7 @@
 
 #include <cstdlib>
 
+#include <system_error>
 #include <utility>
 
 #include "base/glib_ptr.h"
@@ -79,13 +80,35 @@ void SettingsFiles::change(const Edit& edit, const Credentials& added) {
     all[name] = login;
   }
   checkLogins(next, all);
+  const bool hadCredentials = std::filesystem::exists(credentialsFile);
   if (!added.empty()) {
     write(credentialsFile, textOf(all), CREDENTIALS_MODE);
-    credentials = std::move(all);
   }
-  write(settingsFile, text, SETTINGS_MODE);
+  try {
+    write(settingsFile, text, SETTINGS_MODE);
+  } catch (const SettingsError&) {
+    if (!added.empty()) {
+      takeCredentialsBack(hadCredentials);
+    }
+    throw;
+  }
   settings = std::move(next);
+  credentials = std::move(all);
   json = std::move(edited);
+}
+
+// They are written first, as settings that name a login which is not there would not be read.
+void SettingsFiles::takeCredentialsBack(bool hadCredentials) const {
+  if (!hadCredentials) {
+    std::error_code ignored;  // one too many does no harm
+    std::filesystem::remove(credentialsFile, ignored);
+    return;
+  }
+  try {
+    write(credentialsFile, textOf(credentials), CREDENTIALS_MODE);
+  } catch (const SettingsError&) {
+    // Nothing can be written any more, which the caller is told. The next change writes them anew.
+  }
 }
 
 }  // namespace device::bridge

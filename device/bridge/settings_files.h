@@ -34,6 +34,8 @@ class SettingsFiles {
   void change(const Edit& edit, const Credentials& added = {});
 
  private:
+  void takeCredentialsBack(bool hadCredentials) const;
+
   std::filesystem::path settingsFile;
   std::filesystem::path credentialsFile;
   JsonAutoPtr json;

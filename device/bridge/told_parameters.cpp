@@ -29,6 +29,17 @@ std::string metres(double value) {
 constexpr double PERSONS_MIDDLE = 0.9;  // metres above the ground
 constexpr double LEAST_HEIGHT = 0.1;
 
+// What its limits are made of, with the ranges that it tells by itself.
+bool areLimitsAlike(const HeadTold& one, const HeadTold& other) {
+  return one.pan == other.pan && one.tilt == other.tilt && one.panEnds == other.panEnds &&
+         one.tiltEnds == other.tiltEnds && one.invertPan == other.invertPan &&
+         one.invertTilt == other.invertTilt;
+}
+
+bool standsBesideTheHead(const OverviewSettings& camera) {
+  return camera.offsetX != 0 || camera.offsetY != 0;
+}
+
 // Who follows by prediction stands on the ground by the overview's offset; else the host's
 // mathematics of the head do. Told in both places it would count twice.
 template <typename Tell>
@@ -39,7 +50,7 @@ void tellOffset(const BridgeSettings& settings, const OverviewSettings& camera,
     tell("SentrelVideo.Overview." + number + ".OffsetY", metres(camera.offsetY));
     return;
   }
-  if (camera.offsetX == 0 && camera.offsetY == 0) {
+  if (!standsBesideTheHead(camera)) {
     return;
   }
   const std::string centre = "PTZ.RemoteCenter." + number;
@@ -80,6 +91,7 @@ std::map<std::string, std::string> parametersOf(const BridgeSettings& settings, 
   tell("ImageSource.NbrOfSources", std::to_string(count));
   tell("SentrelVideo.Following", settings.following);
   tell("SentrelVideo.MastHeight", metres(settings.mastHeight));
+  tell(IDENTIFY, "0");
   if (settings.head.statusAge) {
     tell("SentrelVideo.StatusAge", metres(*settings.head.statusAge));
   }
@@ -110,18 +122,24 @@ std::vector<Lens> lensesOf(const BridgeSettings& settings) {
   return lenses;
 }
 
-bool isToldAlike(const BridgeSettings& one, const BridgeSettings& other) {
-  const auto lensAlike = [](const Lens& a, const Lens& b) {
+bool areLensesAlike(const BridgeSettings& one, const BridgeSettings& other) {
+  const auto isAlike = [](const Lens& a, const Lens& b) {
     return a.horizontalFov == b.horizontalFov && a.verticalFov == b.verticalFov;
   };
+  return std::ranges::equal(lensesOf(one), lensesOf(other), isAlike);
+}
+
+bool isToldAlike(const BridgeSettings& one, const BridgeSettings& other) {
+  const bool isOneOffset = std::ranges::any_of(one.cameras, standsBesideTheHead);
+  BridgeSettings alike = one;
+  alike.following = isOneOffset ? one.following : other.following;
   const HeadSettings& head = one.head;
   const HeadSettings& otherHead = other.head;
-  return parametersOf(one, false) == parametersOf(other, false) &&
-         std::ranges::equal(lensesOf(one), lensesOf(other), lensAlike) &&
+  return parametersOf(alike, false) == parametersOf(other, false) && areLensesAlike(one, other) &&
          one.hasHead() == other.hasHead() && head.product == otherHead.product &&
          head.address.device == otherHead.address.device &&
          head.told.fieldAngles == otherHead.told.fieldAngles &&
-         head.told.pan == otherHead.told.pan && head.told.tilt == otherHead.told.tilt;
+         areLimitsAlike(head.told, otherHead.told);
 }
 
 std::string modelJsonOf(const BridgeSettings& settings, const std::string& product) {

@@ -1,7 +1,7 @@
 #include "onvif_client/camera_search.h"
 
 #include <arpa/inet.h>
-#include <glib.h>
+#include <gio/gio.h>
 #include <ifaddrs.h>
 #include <net/if.h>
 #include <netinet/in.h>
@@ -9,8 +9,11 @@
 #include <sys/socket.h>
 
 #include <algorithm>
+#include <array>
+#include <cerrno>
 #include <memory>
 #include <optional>
+#include <set>
 #include <sstream>
 #include <utility>
 
@@ -33,6 +36,8 @@ constexpr XmlLimits LIMITS{.bytes = 65536, .depth = 16, .elements = 1024, .attri
 constexpr std::int64_t PAUSE = 700000;  // microseconds between two questions
 constexpr int QUESTIONS = 3;
 constexpr int LOOK = 50;  // milliseconds
+constexpr std::size_t MOST_TRIALS = 200;
+constexpr int TRIAL_SHARE = 4;  // of the patience
 
 std::vector<std::string> wordsOf(const XmlElement& match, const char* name) {
   const auto child = match.child(ns::DISCOVERY, name);
@@ -55,6 +60,83 @@ std::string scopeOf(const std::vector<std::string>& scopes, const std::string& k
     }
   }
   return "";
+}
+
+using UriPtr = std::unique_ptr<GUri, GDeleter<g_uri_unref>>;
+
+// Cameras with several networks, or behind a translation, tell addresses that lead nowhere from
+// here: whoever has answered is where the answer came from.
+std::optional<std::string> addressAt(const std::string& sender, const std::string& told) {
+  const UriPtr uri(g_uri_parse(told.c_str(), G_URI_FLAGS_ENCODED, nullptr));
+  if (sender.empty() || !uri || g_uri_get_host(uri.get()) == nullptr) {
+    return std::nullopt;
+  }
+  const GTextPtr joined(g_uri_join(G_URI_FLAGS_ENCODED, g_uri_get_scheme(uri.get()), nullptr,
+                                   sender.c_str(), g_uri_get_port(uri.get()),
+                                   g_uri_get_path(uri.get()), nullptr, nullptr));
+  return joined.get();
+}
+
+void addSender(const std::string& sender, std::vector<std::string>* addresses) {
+  const auto own = addresses->empty() ? std::nullopt : addressAt(sender, addresses->front());
+  if (own && std::ranges::find(*addresses, *own) == addresses->end()) {
+    addresses->push_back(*own);
+  }
+}
+
+// An address that is tried.
+struct Trial {
+  std::string address;
+  FileDescriptor socket;
+  bool hasAnswered = false;
+  bool isOver = false;
+};
+
+// Only numeric addresses: cameras tell no others, and a name's server may keep silent.
+FileDescriptor beginConnection(const std::string& address) {
+  constexpr int HTTP_PORT = 80;
+  constexpr int HTTPS_PORT = 443;
+  const UriPtr uri(g_uri_parse(address.c_str(), G_URI_FLAGS_ENCODED, nullptr));
+  const char* host = uri ? g_uri_get_host(uri.get()) : nullptr;
+  const GObjectPtr<GInetAddress> numeric(host != nullptr ? g_inet_address_new_from_string(host)
+                                                         : nullptr);
+  if (!numeric) {
+    return FileDescriptor(-1);
+  }
+  const int usual = std::string(g_uri_get_scheme(uri.get())) == "https" ? HTTPS_PORT : HTTP_PORT;
+  const int port = g_uri_get_port(uri.get()) > 0 ? g_uri_get_port(uri.get()) : usual;
+  const GObjectPtr<GSocketAddress> target(
+      g_inet_socket_address_new(numeric.get(), static_cast<guint16>(port)));
+  sockaddr_storage native{};
+  const gssize size = g_socket_address_get_native_size(target.get());
+  g_socket_address_to_native(target.get(), &native, sizeof(native), nullptr);
+  FileDescriptor socket(::socket(native.ss_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+  if (socket.get() >= 0 &&
+      connect(socket.get(), reinterpret_cast<const sockaddr*>(&native),
+              static_cast<socklen_t>(size)) != 0 &&
+      errno != EINPROGRESS) {
+    return FileDescriptor(-1);
+  }
+  return socket;
+}
+
+void look(std::vector<Trial>* trials, int milliseconds) {
+  std::vector<pollfd> waiting;
+  for (const Trial& trial : *trials) {
+    waiting.push_back({trial.isOver ? -1 : trial.socket.get(), POLLOUT, 0});
+  }
+  if (poll(waiting.data(), waiting.size(), milliseconds) <= 0) {
+    return;
+  }
+  for (std::size_t i = 0; i < waiting.size(); ++i) {
+    if (waiting[i].revents != 0) {
+      int trouble = 0;
+      socklen_t length = sizeof(trouble);
+      getsockopt(waiting[i].fd, SOL_SOCKET, SO_ERROR, &trouble, &length);
+      (*trials)[i].hasAnswered = trouble == 0 && (waiting[i].revents & POLLOUT) != 0;
+      (*trials)[i].isOver = true;
+    }
+  }
 }
 
 FoundCamera readMatch(const XmlElement& match) {
@@ -121,10 +203,19 @@ void receive(const std::vector<FileDescriptor>& sockets, const std::string& id,
   }
   std::string datagram(LONGEST_DATAGRAM, '\0');
   for (const pollfd& one : waiting) {
-    const ssize_t size =
-        (one.revents & POLLIN) != 0 ? recv(one.fd, datagram.data(), datagram.size(), 0) : -1;
+    if ((one.revents & POLLIN) == 0) {
+      continue;
+    }
+    sockaddr_in from{};
+    socklen_t length = sizeof(from);
+    const ssize_t size = recvfrom(one.fd, datagram.data(), datagram.size(), 0,
+                                  reinterpret_cast<sockaddr*>(&from), &length);
     if (size > 0) {
-      take(readDiscoveryMatches({datagram.data(), static_cast<std::size_t>(size)}, id), found);
+      std::array<char, INET_ADDRSTRLEN> sender{};
+      inet_ntop(AF_INET, &from.sin_addr, sender.data(), sender.size());
+      take(readDiscoveryMatches({datagram.data(), static_cast<std::size_t>(size)}, id,
+                                sender.data()),
+           found);
     }
   }
 }
@@ -139,7 +230,8 @@ std::string discoveryProbe(const std::string& messageId) {
 }
 
 std::vector<FoundCamera> readDiscoveryMatches(std::string_view datagram,
-                                              const std::string& messageId) try {
+                                              const std::string& messageId,
+                                              const std::string& sender) try {
   const XmlDocument document(datagram, LIMITS);
   const XmlElement root = document.root();
   const auto header = root.child(ns::SOAP, "Header");
@@ -154,6 +246,7 @@ std::vector<FoundCamera> readDiscoveryMatches(std::string_view datagram,
     FoundCamera camera = readMatch(match);
     if (match.is(ns::DISCOVERY, "ProbeMatch") && !camera.endpoint.empty() &&
         !camera.addresses.empty()) {
+      addSender(sender, &camera.addresses);
       found.push_back(std::move(camera));
     }
   }
@@ -162,13 +255,41 @@ std::vector<FoundCamera> readDiscoveryMatches(std::string_view datagram,
   return {};
 }
 
+void sortByAnswer(std::vector<FoundCamera>* cameras, std::chrono::milliseconds patience) {
+  std::vector<Trial> trials;
+  for (const FoundCamera& camera : *cameras) {
+    for (const std::string& address : camera.addresses) {
+      if (trials.size() < MOST_TRIALS) {
+        trials.push_back({address, beginConnection(address)});
+        trials.back().isOver = trials.back().socket.get() < 0;
+      }
+    }
+  }
+  const std::int64_t end = g_get_monotonic_time() + std::chrono::microseconds(patience).count();
+  while (g_get_monotonic_time() < end && !std::ranges::all_of(trials, &Trial::isOver)) {
+    look(&trials, LOOK);
+  }
+  std::set<std::string> answered;
+  for (const Trial& trial : trials) {
+    if (trial.hasAnswered) {
+      answered.insert(trial.address);
+    }
+  }
+  for (FoundCamera& camera : *cameras) {
+    auto& all = camera.addresses;
+    std::stable_partition(all.begin(), all.end(),
+                          [&](const std::string& one) { return answered.contains(one); });
+  }
+}
+
 std::vector<FoundCamera> findCameras(std::chrono::milliseconds patience) {
   const std::vector<FileDescriptor> sockets = openSockets();
   const GTextPtr random(g_uuid_string_random());
   const std::string id = std::string("urn:uuid:") + random.get();
   const std::string probe = discoveryProbe(id);
   const std::int64_t begin = g_get_monotonic_time();
-  const std::int64_t end = begin + std::chrono::microseconds(patience).count();
+  const std::int64_t end =
+      begin + std::chrono::microseconds(patience - patience / TRIAL_SHARE).count();
   std::vector<FoundCamera> found;
   int asked = 0;
   for (std::int64_t now = begin; now < end; now = g_get_monotonic_time()) {
@@ -178,6 +299,7 @@ std::vector<FoundCamera> findCameras(std::chrono::milliseconds patience) {
     }
     receive(sockets, id, &found);
   }
+  sortByAnswer(&found, patience / TRIAL_SHARE);
   return found;
 }
 

@@ -154,7 +154,8 @@ WebAnswer answerToHeadMove(const std::string& body, const HeadMover& move) {
     const JsonAutoPtr request = objectIn(body);
     const double pan = percentIn(request.get(), "pan");
     const double tilt = percentIn(request.get(), "tilt");
-    move(pan, tilt);
+    const bool hasZoom = json_object_get(request.get(), "zoom") != nullptr;
+    move(pan, tilt, hasZoom ? std::optional(percentIn(request.get(), "zoom")) : std::nullopt);
     return answerOf(json_pack("{s:{}}", "data"));
   } catch (const BadRequest& error) {
     return badRequest(error.what());

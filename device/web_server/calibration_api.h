@@ -2,6 +2,7 @@
 #define DEVICE_WEB_SERVER_CALIBRATION_API_H
 
 #include <functional>
+#include <optional>
 #include <string>
 
 #include "web_server/web_server.h"
@@ -24,15 +25,16 @@ namespace device {
 //     or
 //     {"refusal":{"reason":"onALine","text":"..","points":[..],"residuals":[..]}}; points from 0
 //   /api/calibration/head
-//     {"pan":20,"tilt":-20} per cent of full speed, to the right and up; the head stops by itself
-//     when this is not said again. {"data":{}}
+//     {"pan":20,"tilt":-20,"zoom":5} per cent of full speed, to the right, up and in; the head
+//     stops by itself when this is not said again. Without zoom, which may be missing, that goes on
+//     as it does. {"data":{}}
 //
 // What is no such request is answered by 400 and {"error":{"code":"HTTP","message":".."}}.
 // The arithmetic takes a fifth of a millisecond, with wrong points some tens of them, and a quarter
 // of a second at the worst.
 
 // Is given per cents of full speed, -100 to 100.
-using HeadMover = std::function<void(double pan, double tilt)>;
+using HeadMover = std::function<void(double pan, double tilt, std::optional<double> zoom)>;
 
 WebAnswer answerToCalibration(const std::string& body);
 WebAnswer answerToHeadMove(const std::string& body, const HeadMover& move);

@@ -45,8 +45,11 @@ void checkRequest(const json_t* request) {
 
 }  // namespace
 
-DeviceApi::DeviceApi(ParameterStore& parameters, std::function<void()> changed)
-    : parameters(parameters), changed(std::move(changed)) {}
+DeviceApi::DeviceApi(ParameterStore& parameters, std::function<void()> changed,
+                     KeepFollowing keepFollowing)
+    : parameters(parameters),
+      changed(std::move(changed)),
+      keepFollowing(std::move(keepFollowing)) {}
 
 std::string DeviceApi::followingOf(const ParameterStore& parameters) {
   return parameters.get(FOLLOWING) == PREDICTIVE ? PREDICTIVE : SPECIFIED;
@@ -64,7 +67,7 @@ std::string DeviceApi::answer(const std::string& body) {
     if (method == "getDeviceSettings") {
       data = settings();
     } else if (method == "setDeviceSettings") {
-      choose(json_object_get(request.get(), "params"));
+      data = choose(json_object_get(request.get(), "params"));
     } else if (method == "identifyHead") {
       identify();
     } else {
@@ -82,7 +85,7 @@ JsonAutoPtr DeviceApi::settings() const {
   return JsonAutoPtr(json_pack("{s:s}", "following", followingOf(parameters).c_str()));
 }
 
-void DeviceApi::choose(const json_t* params) {
+JsonAutoPtr DeviceApi::choose(const json_t* params) {
   const json_t* following = json_object_get(params, "following");
   if (following == nullptr) {
     throw Refusal("2003", "A mandatory parameter is missing");
@@ -91,7 +94,20 @@ void DeviceApi::choose(const json_t* params) {
   if (way != PREDICTIVE && way != SPECIFIED) {
     throw Refusal("2004", "\"following\" is \"predictive\" or \"specified\"");
   }
-  set(FOLLOWING, way);
+  JsonAutoPtr data(json_object());
+  if (keepFollowing == nullptr) {
+    set(FOLLOWING, way);
+    return data;
+  }
+  try {
+    if (const std::string notice = keepFollowing(way); !notice.empty()) {
+      json_object_set_new(data.get(), "notice", jsonText(notice));
+    }
+  } catch (const std::runtime_error& error) {
+    throw Refusal("1000", error.what());
+  }
+  changed();
+  return data;
 }
 
 // Any other text than before will do.

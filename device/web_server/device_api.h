@@ -13,15 +13,22 @@ namespace device {
 // document each way, with the application's codes.
 //
 //   getDeviceSettings                          "data" {"following": "predictive" or "specified"}
-//   setDeviceSettings  {"following": the same}  the application's way of following
+//   setDeviceSettings  {"following": the same}  the application's way of following; "data" has a
+//                                              "notice" where the user has to do something yet
 //   identifyHead                               the head is to be identified anew
 //
-// The application takes changes of these while its head rests. Nothing is kept: the next start has
-// what the command line and the model say.
+// The application takes changes of these while its head rests. Nothing is kept, unless the device
+// has a place for it: the next start has what the command line and the model say.
 class DeviceApi {
  public:
+  // Keeps the way of following and sets what follows from it. Returns what the user has to do yet,
+  // in words; empty when it is nothing. Throws std::runtime_error with words for the user when it
+  // cannot.
+  using KeepFollowing = std::function<std::string(const std::string& way)>;
+
   // The store must outlive it. changed is called after each change.
-  DeviceApi(ParameterStore& parameters, std::function<void()> changed);
+  DeviceApi(ParameterStore& parameters, std::function<void()> changed,
+            KeepFollowing keepFollowing = nullptr);
 
   std::string answer(const std::string& body);
 
@@ -30,12 +37,13 @@ class DeviceApi {
 
  private:
   JsonAutoPtr settings() const;
-  void choose(const json_t* params);
+  JsonAutoPtr choose(const json_t* params);
   void identify();
   void set(const char* name, const std::string& value);
 
   ParameterStore& parameters;
   std::function<void()> changed;
+  KeepFollowing keepFollowing;
 };
 
 }  // namespace device

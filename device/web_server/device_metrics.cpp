@@ -254,7 +254,11 @@ bool DeviceMetrics::placeOf(const Event& event, Place* place) {
 std::string DeviceMetrics::text(MetricsForm_e form, const Present& present) const {
   MetricsText text(form);
   text.family("sentrelvideo_build", MetricType_e::info, "What runs here.");
-  text.sample(1, {{"version", DEVICE_VERSION}});
+  Labels running = {{"version", DEVICE_VERSION}};
+  if (!present.api.empty()) {
+    running.emplace_back("api", present.api);
+  }
+  text.sample(1, running);
   writeTracker(&text);
   writeAlarms(&text);
   writeFrames(&text);

@@ -37,7 +37,8 @@ class DeviceMetrics {
   void headCall(HeadCall_e call, double time, double seconds);
 
   struct Present {
-    std::vector<MqttPublisher::Health> brokers;
+    std::string api = {};  // versions of the application's; empty while they are not known
+    std::vector<MqttPublisher::Health> brokers = {};
     const Report* report = nullptr;  // whose running score is told, if there is one
   };
   std::string text(MetricsForm_e form, const Present& present) const;

@@ -62,12 +62,15 @@ WebInterface::WebInterface(const WebOptions& options, const std::string& applica
             server.ask(body, std::move(done));
           },
           [this] { live.send(followingMessage()); }),
-      deviceApi(this->sources.parameters, [this] { live.send(followingMessage()); }),
+      deviceApi(
+          this->sources.parameters, [this] { live.send(followingMessage()); },
+          this->sources.keepFollowing),
       about(
           [this](const std::string& body, std::function<void(const std::string*)> done) {
             server.ask(body, std::move(done));
           },
-          [this] { tellAbout(); }),
+          [this] { tellAbout(); },
+          options.broker.site.empty() ? SiteAbout::Scope_e::versions : SiteAbout::Scope_e::all),
       prefix(topicPrefix(options.broker.site)),
       publishers(makePublishers(options.broker)),
       liveTimer(LIVE_PERIOD, [this] { sendLive(); }),
@@ -88,19 +91,21 @@ WebInterface::WebInterface(const WebOptions& options, const std::string& applica
   if (!options.broker.discovery.empty()) {
     discovery.emplace(options.broker.discovery, options.broker.site, url());
   }
-  if (!options.broker.site.empty()) {
-    tellAbout();
-  }
+  tellAbout();
   server.addAnswer("/api/device", [this](const std::string& body) {
     return WebAnswer{.body = deviceApi.answer(body)};
   });
   observeEvents();
-  offerCalibration(server, [&head = this->sources.head](double pan, double tilt) {
-    HeadCommand command;
-    command.pan = {MoveKind::continuous, pan};
-    command.tilt = {MoveKind::continuous, tilt};
-    head.command(command);
-  });
+  offerCalibration(
+      server, [&head = this->sources.head](double pan, double tilt, std::optional<double> zoom) {
+        HeadCommand command;
+        command.pan = {MoveKind::continuous, pan};
+        command.tilt = {MoveKind::continuous, tilt};
+        if (zoom) {
+          command.zoom = {MoveKind::continuous, *zoom};
+        }
+        head.command(command);
+      });
 }
 
 void WebInterface::frame(double time, int channel, const Frame& frame) {
@@ -183,9 +188,7 @@ void WebInterface::event(const Event& given) {
   if (!isDrawing(event)) {
     lastMinute.takeEvent(sources.seconds(), json);
   }
-  const std::string message = streamMessage("event", json);
-  events.send(message);
-  live.send(message);
+  // First, so that what a page has shown is kept, however the device ends.
   for (const auto& publisher : publishers) {
     if (event.stateless) {
       publisher->publish(topic, json);
@@ -195,6 +198,9 @@ void WebInterface::event(const Event& given) {
       publisher->retain(topic, json);
     }
   }
+  const std::string message = streamMessage("event", json);
+  events.send(message);
+  live.send(message);
 }
 
 void WebInterface::undeclared(const Event& event) {
@@ -294,11 +300,14 @@ std::string WebInterface::scoreMessage() const {
 
 // Who sees many sites is told which this is and where its page is.
 void WebInterface::tellAbout() {
+  if (prefix.empty()) {
+    return;
+  }
   const JsonAutoPtr json(json_object());
   json_object_set_new(json.get(), "version", json_string(DEVICE_VERSION));
   json_object_set_new(json.get(), "model", jsonText(sources.name));
   json_object_set_new(json.get(), "cameras", json_integer(sources.cameras));
-  json_object_set_new(json.get(), "url", jsonText(url()));
+  json_object_set_new(json.get(), "url", jsonText(server.urlElsewhere()));
   json_object_set_new(json.get(), "start", jsonText(start));
   about.writeTo(json.get());
   for (const auto& publisher : publishers) {
@@ -325,7 +334,8 @@ void WebInterface::tellDiscovery() {
 }
 
 WebServer::Page WebInterface::makeMetrics(const char* accept) const {
-  DeviceMetrics::Present present{.brokers = {}, .report = sources.report};
+  DeviceMetrics::Present present{
+      .api = about.apiVersions(), .brokers = {}, .report = sources.report};
   for (const auto& publisher : publishers) {
     present.brokers.push_back(publisher->getHealth());
   }
@@ -335,9 +345,7 @@ WebServer::Page WebInterface::makeMetrics(const char* accept) const {
 
 void WebInterface::tellNews() {
   tellDiscovery();
-  if (!prefix.empty()) {
-    about.look();
-  }
+  about.look();
   for (const auto& publisher : publishers) {
     for (const std::string& news : publisher->takeNews()) {
       sources.announce(news);

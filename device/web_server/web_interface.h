@@ -45,6 +45,8 @@ struct WebSources {
   std::function<double()> seconds;                   // since the device's start
   std::function<void(const std::string&)> announce;  // tells the user something
   const Report* report = nullptr;                    // whose running score is told, if there is one
+  // Of a device that keeps the way of following; without, the parameter alone is set.
+  DeviceApi::KeepFollowing keepFollowing = nullptr;
 };
 
 // The device as seen over the network: the web server with its streams of events, of all that the

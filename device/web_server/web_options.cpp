@@ -69,4 +69,9 @@ bool isLoopback(const std::string& text) {
   return address && g_inet_address_get_is_loopback(address.get()) != FALSE;
 }
 
+bool isEveryAddress(const std::string& text) {
+  const GObjectPtr<GInetAddress> address(g_inet_address_new_from_string(text.c_str()));
+  return address && g_inet_address_get_is_any(address.get()) != FALSE;
+}
+
 }  // namespace device

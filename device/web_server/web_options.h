@@ -44,6 +44,9 @@ WebOptions readWebOptions(const RawWebOptions& raw);
 // True for the addresses of 127.0.0.0/8 and for ::1, as text without brackets.
 bool isLoopback(const std::string& address);
 
+// True for 0.0.0.0 and ::, which stand for all addresses of the machine: nobody is reached there.
+bool isEveryAddress(const std::string& address);
+
 }  // namespace device
 
 #endif

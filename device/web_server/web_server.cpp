@@ -177,6 +177,10 @@ std::string WebServer::url() const {
          '/';
 }
 
+std::string WebServer::urlElsewhere() const {
+  return isEveryAddress(address) ? "" : url();
+}
+
 void WebServer::listen(const WebOptions& options) {
   const auto at = [&](std::uint16_t port) {
     return std::make_unique<WebListener>(

@@ -118,6 +118,9 @@ class WebServer {
   // "http://127.0.0.1:8080/"
   std::string url() const;
 
+  // The same for who is elsewhere; empty when the server listens at every address of the machine.
+  std::string urlElsewhere() const;
+
  private:
   struct Stream {
     Opening opening;

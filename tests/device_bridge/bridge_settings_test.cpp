@@ -73,6 +73,36 @@ TEST(BridgeSettingsTest, OnlyWhatTheApplicationIsToldMakesADifferenceToIt) {
   EXPECT_FALSE(isToldAlike(settings, other));
 }
 
+// It reads the limits at its start.
+TEST(BridgeSettingsTest, WhereTheHeadStopsMakesADifferenceToTheApplication) {
+  const BridgeSettings settings = settingsOf(whole(), "cameras.json");
+  const auto isAlikeWith = [&](const auto& change) {
+    BridgeSettings other = settings;
+    change(other.head.told);
+    return isToldAlike(settings, other);
+  };
+  EXPECT_FALSE(isAlikeWith([](HeadTold& told) { told.panEnds = Range{-100, 100}; }));
+  EXPECT_FALSE(isAlikeWith([](HeadTold& told) { told.tiltEnds = Range{-80, 10}; }));
+  EXPECT_FALSE(isAlikeWith([](HeadTold& told) { told.invertPan = true; }));
+  EXPECT_FALSE(isAlikeWith([](HeadTold& told) { told.invertTilt = true; }));
+}
+
+// It reads the way of following as it runs.
+TEST(BridgeSettingsTest, WayOfFollowingMakesADifferenceOnlyWhereACameraStandsBesideTheHead) {
+  BridgeSettings settings = settingsOf(whole(), "cameras.json");
+  BridgeSettings other = settings;
+  other.following = "specified";
+  EXPECT_TRUE(isToldAlike(settings, other));
+  EXPECT_TRUE(isToldAlike(other, settings));
+  other.mastHeight = 7;
+  EXPECT_FALSE(isToldAlike(settings, other));
+  settings.cameras[0].offsetX = 0.5;
+  other = settings;
+  other.following = "specified";
+  EXPECT_FALSE(isToldAlike(settings, other));
+  EXPECT_FALSE(isToldAlike(other, settings));
+}
+
 TEST(BridgeSettingsTest, FaultsAreToldWithTheirPlace) {
   EXPECT_THAT(complaintOf("{"), HasSubstr("cameras.json, line 1"));
   EXPECT_THAT(complaintOf(std::string("{") + HEAD + R"(, "cameras": {}})"),

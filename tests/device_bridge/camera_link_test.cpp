@@ -34,17 +34,23 @@ class CameraLinkTest : public testing::Test {
 
   FakeAnswer answer(const FakeRequest& request) const {
     if (request.operation == "GetServices") {
-      return answered(Tag(
-          "tds:GetServicesResponse",
-          Tag("tds:Service", Tag("tds:Namespace", ns::MEDIA2), Tag("tds:XAddr", camera.url()))));
+      return answered(Tag("tds:GetServicesResponse", serviceOf(ns::MEDIA2), serviceOf(ns::PTZ)));
     }
     if (request.operation == "GetProfiles") {
+      const std::string token = asked("GetProfiles") == 1 ? "p1" : laterProfile;
       return answered(
           Tag("tr2:GetProfilesResponse",
-              Tag("tr2:Profiles", Attribute("token", "p1"), Tag("tr2:Name", "main"),
+              Tag("tr2:Profiles", Attribute("token", token), Tag("tr2:Name", "main"),
                   Tag("tr2:Configurations", Tag("tr2:VideoSource", Attribute("token", "v")),
                       Tag("tr2:Analytics", Attribute("token", "a")),
+                      Tag("tr2:PTZ", Attribute("token", "z")),
                       Tag("tr2:Metadata", Attribute("token", "m"), Tag("tt:Analytics", true))))));
+    }
+    if (request.operation == "GetStreamUri" &&
+        request.body.find(">" + refusedProfile + "<") != std::string::npos) {
+      return onvif::faulted(onvif::Fault(onvif::FaultCode::sender,
+                                         {"ter:InvalidArgVal", "ter:NoProfile"}, "No such profile"),
+                            400);
     }
     if (request.operation == "GetStreamUri") {
       return answered(Tag("tr2:GetStreamUriResponse", Tag("tr2:Uri", rtsp.uri())));
@@ -53,14 +59,19 @@ class CameraLinkTest : public testing::Test {
         onvif::Fault(onvif::FaultCode::receiver, {"ter:ActionNotSupported"}, "No"), 500);
   }
 
-  void start(const CameraLink::Patience& patience) {
-    link.emplace(CameraAddress{camera.url(), "", ""}, onvif::Login(), false, true,
-                 CameraLink::Callbacks{
-                     .onFound = [](const CameraFound&) {},
-                     .onMetadata = [this](const onvif::MetadataArrival&) { ++documents; },
-                     .onLost = [this] { ++losses; },
-                     .announce = [this](const std::string& text) { announced.push_back(text); }},
-                 patience);
+  Tag serviceOf(const char* vocabulary) const {
+    return Tag("tds:Service", Tag("tds:Namespace", vocabulary), Tag("tds:XAddr", camera.url()));
+  }
+
+  void start(const CameraLink::Patience& patience, bool isHead = false) {
+    link.emplace(
+        CameraAddress{camera.url(), "", ""}, onvif::Login(), isHead, true,
+        CameraLink::Callbacks{
+            .onFound = [this](const CameraFound& one) { found.push_back(one.profile.token); },
+            .onMetadata = [this](const onvif::MetadataArrival&) { ++documents; },
+            .onLost = [this] { ++losses; },
+            .announce = [this](const std::string& text) { announced.push_back(text); }},
+        patience);
   }
 
   std::ptrdiff_t asked(const std::string& operation) const {
@@ -79,6 +90,9 @@ class CameraLinkTest : public testing::Test {
   onvif::ScriptedRtsp rtsp;
   FakeCamera camera{[this](const FakeRequest& request) { return answer(request); }};
   std::optional<CameraLink> link;
+  std::string laterProfile = "p1";  // that there is from the second time on
+  std::string refusedProfile = "none";
+  std::vector<std::string> found;
   std::vector<std::string> announced;
   int documents = 0;
   int losses = 0;
@@ -129,6 +143,23 @@ TEST_F(CameraLinkTest, StreamThatIsOpenedAgainAndTellsNothingIsLost) {
   ASSERT_TRUE(iterateUntil([&] { return documents > before; }));
   EXPECT_THAT(announced, ElementsAre(ENDED, BACK));
   EXPECT_EQ(2, rtsp.played) << "it was waited for all the same";
+}
+
+TEST_F(CameraLinkTest, HeadWhoseProfileIsGoneIsFoundAnewByTheOneThatThereIs) {
+  refusedProfile = "p1";
+  laterProfile = "p2";
+  start(CameraLink::Patience(), true);
+  ASSERT_TRUE(isTold(1)) << "by the profile that there is";
+  EXPECT_THAT(found, ElementsAre("p1", "p2"));
+  EXPECT_EQ(BACK, announced.back());
+}
+
+TEST_F(CameraLinkTest, HeadThatDeniesTheProfileThatItTellsIsFoundOnce) {
+  refusedProfile = "p1";
+  start(CameraLink::Patience(), true);
+  ASSERT_TRUE(iterateUntil([this] { return asked("GetStreamUri") == 2; }));
+  EXPECT_EQ(2, asked("GetProfiles")) << "another one might have been there";
+  EXPECT_THAT(found, ElementsAre("p1")) << "what is known of it stays";
 }
 
 }  // namespace

@@ -38,11 +38,24 @@ struct SimulatedHead {
   bool tellsMotion = true;
   bool isAtItsEnd = false;  // cannot pan on
   bool isFixed = false;     // cannot pan at all
+  bool isZoomRestless = false;
   std::int64_t delay = 100 * MS;
 
   double pan = 0.1;
   double tilt = -0.2;
   double zoom = 0;
+  double zoomTarget = 0;
+  double zoomSpeed = 1e6;  // a second
+  double trueHalf = 100;   // degrees for each of its numbers
+  double panEnd = 1;       // it goes no further to either side
+  double panLowest = -1;   // nor further than that
+  double pace = 1e6;
+  double usualPace = 1e6;  // of its numbers a second, on its way to a place
+  bool ignoresPlaces = false;
+  bool leavesPlaceOut = false;  // every other time
+  double fineness = 0;          // steps in which it tells its place
+  std::optional<double> panTarget;
+  std::optional<double> tiltTarget;
   double panSpeed = 0;
   double tiltSpeed = 0;
   std::int64_t until = 0;
@@ -66,6 +79,25 @@ struct SimulatedHead {
     const double next = pan + sign * panSpeed * seconds;
     pan = isFixed ? pan : isAtItsEnd ? std::min(next, 0.1) : next;
     tilt += sign * tiltSpeed * seconds;
+    const auto go = [&](std::optional<double> target, double* place) {
+      if (target) {
+        *place += std::clamp(*target - *place, -pace * seconds, pace * seconds);
+      }
+    };
+    go(panTarget, &pan);
+    go(tiltTarget, &tilt);
+    const double zoomStep = zoomSpeed * seconds;
+    zoom += std::clamp(zoomTarget - zoom, -zoomStep, zoomStep);
+  }
+
+  void goTo(double x, double y, const std::string& uri) {
+    if (ignoresPlaces) {
+      return;
+    }
+    const bool isInDegrees = uri == space::POSITION_DEGREES;
+    panTarget = std::clamp(isInDegrees ? x / trueHalf : x, std::max(-panEnd, panLowest), panEnd);
+    tiltTarget = std::clamp(isInDegrees ? y / trueHalf : y, -1.0, 1.0);
+    pace = usualPace;
   }
 
   void hear(const onvif::Tag& operation, std::int64_t now) {
@@ -73,6 +105,9 @@ struct SimulatedHead {
     const onvif::XmlElement root = document.root();
     const std::string name = root.name().name;
     heard.push_back(name);
+    if (name != "Stop") {
+      panTarget = tiltTarget = std::nullopt;
+    }
     if (name == "Stop" && heedsStop) {
       panSpeed = tiltSpeed = 0;
     }
@@ -84,12 +119,15 @@ struct SimulatedHead {
         tiltSpeed = 0.5 * std::stod(*panTilt->attribute("y"));
         fastest = std::max({fastest, std::abs(panSpeed), std::abs(tiltSpeed)});
       }
-      if (name == "AbsoluteMove" && panTilt) {
-        pan = std::stod(*panTilt->attribute("x"));
-        tilt = std::stod(*panTilt->attribute("y"));
+      if (name == "AbsoluteMove" && panTilt && part.name().name == "Position") {
+        goTo(std::stod(*panTilt->attribute("x")), std::stod(*panTilt->attribute("y")),
+             panTilt->attribute("space").value_or(""));
+      }
+      if (name == "AbsoluteMove" && panTilt && part.name().name == "Speed") {
+        pace = std::stod(*panTilt->attribute("x")) / trueHalf;
       }
       if (name == "AbsoluteMove" && zoomTo) {
-        zoom = std::stod(*zoomTo->attribute("x"));
+        zoomTarget = std::stod(*zoomTo->attribute("x"));
       }
       if (part.name().name == "Timeout") {
         until = now + *onvif::readDuration(part.text());
@@ -97,12 +135,21 @@ struct SimulatedHead {
     }
   }
 
+  mutable double restless = 0;
+  mutable bool isLeftOut = false;
+
+  double toldAs(double place) const {
+    return fineness > 0 ? std::round(place / fineness) * fineness : place;
+  }
+
   HeadReading reading() const {
     HeadReading result;
-    if (tellsPlace) {
-      result.panTilt = onvif::Vector2{pan, tilt, space::POSITION};
+    isLeftOut = leavesPlaceOut && !isLeftOut;
+    if (tellsPlace && !isLeftOut) {
+      result.panTilt = onvif::Vector2{toldAs(pan), toldAs(tilt), space::POSITION};
     }
-    result.zoom = onvif::Vector1{zoom, space::ZOOM_POSITION};
+    restless = isZoomRestless && zoom > 0.01 ? 0.005 - restless : 0;
+    result.zoom = onvif::Vector1{zoom + restless, space::ZOOM_POSITION};
     if (tellsMotion) {
       result.panTiltMoves = isStuckMoving || panSpeed != 0 || tiltSpeed != 0;
     }
@@ -126,9 +173,10 @@ class HeadCheckTest : public testing::Test {
  protected:
   // Answers come at once; the status 20 ms after it was asked for, every 50 ms.
   void run(bool withZoom = false, std::int64_t givenUp = 0) {
-    HeadCheck check("head", facts(), withZoom);
+    wishes.zoom = wishes.zoom || withZoom;
+    HeadCheck check("head", headFacts, wishes);
     std::int64_t now = SECOND;
-    for (; !check.isOver() && now < 200 * SECOND; now += 10 * MS) {
+    for (; !check.isOver() && now < 900 * SECOND; now += 10 * MS) {
       if (givenUp != 0 && now >= givenUp) {
         check.giveUp("It was ended");
       }
@@ -145,6 +193,9 @@ class HeadCheckTest : public testing::Test {
                         .isOperationMissing = isMissing},
                        "No", now);
       }
+      if (check.isPictureDue()) {
+        check.pictured(picture, "It has none");
+      }
       if (now % (50 * MS) == 0) {
         check.told(head.reading(), now - 20 * MS, now);
       }
@@ -157,11 +208,26 @@ class HeadCheckTest : public testing::Test {
   }
 
   SimulatedHead head;
+  HeadFacts headFacts = facts();
+  HeadCheck::Wishes wishes;
+  std::string picture = "a JPEG";
   HeadMeasured measured;
   std::string trouble;
   std::vector<std::string> words;
   std::int64_t took = 0;
 };
+
+// As a head answers: what it is asked for next, until it is driven.
+HeadCall firstDrive(HeadCheck* check, std::int64_t* now) {
+  const SimulatedHead standing{};
+  for (; *now < 10 * SECOND; *now += 10 * MS) {
+    check->told(standing.reading(), *now - 20 * MS, *now);
+    if (auto call = check->next(*now)) {
+      return *call;
+    }
+  }
+  return {onvif::Tag("none")};
+}
 
 TEST_F(HeadCheckTest, HeadThatDoesEverythingAsItShould) {
   run();
@@ -279,6 +345,238 @@ TEST_F(HeadCheckTest, ZoomTableHasNinePointsOfWhichMostAreWhereThePictureIsWide)
   EXPECT_THAT(words, Contains("Its picture is 6.0 to 60.0 degrees wide"));
 }
 
+// A hundred seconds to its tele end and as many back.
+TEST_F(HeadCheckTest, SlowZoomIsWaitedForAsItsSpeedWasMeasured) {
+  head.zoomSpeed = 0.01;
+  run(true);
+  EXPECT_EQ("", trouble);
+  ASSERT_EQ(9U, measured.zoomTable.size());
+  EXPECT_NEAR(1, measured.zoomTable[8].position, 0.002);
+  EXPECT_NEAR(6, measured.zoomTable[8].fieldAngle, 0.03);
+  EXPECT_GE(took, 200 * SECOND);
+  EXPECT_DOUBLE_EQ(0, head.zoom);
+}
+
+TEST_F(HeadCheckTest, ZoomThatNeverArrivesHoldsTheCheckNoLongerThanItsSpeedSays) {
+  head.zoomSpeed = 0.1;
+  head.isZoomRestless = true;
+  run(true);
+  EXPECT_EQ("", trouble);
+  EXPECT_LT(took, 280 * SECOND) << "some ways of a minute, the others of some seconds";
+}
+
+TEST_F(HeadCheckTest, ProgressIsTold) {
+  HeadCheck check("head", facts(), {.zoom = true});
+  EXPECT_EQ("Looks where the head is", check.presentStep());
+  std::int64_t now = SECOND;
+  firstDrive(&check, &now);
+  EXPECT_EQ("Pans a little (2 of 16)", check.presentStep());
+}
+
+HeadTold toldHalf(double pan, double tilt) {
+  HeadTold told;
+  told.pan = Range{-pan, pan};
+  told.tilt = Range{-tilt, tilt};
+  told.fieldAngles = {6, 60};
+  return told;
+}
+
+// It turns by 100 degrees for each of its numbers; 110 are told of its pan, 101 of its tilt.
+TEST_F(HeadCheckTest, ScaleIsThatOfItsDegrees) {
+  headFacts.positions.push_back({space::POSITION_DEGREES, {-110, 110}, {-101, 101}});
+  run();
+  EXPECT_EQ("", trouble);
+  ASSERT_TRUE(measured.pan.scale);
+  EXPECT_NEAR(100, measured.pan.scale->perNumber, 0.5);
+  EXPECT_TRUE(measured.pan.scale->isOtherThanTold());
+  ASSERT_TRUE(measured.pan.scale->degrees);
+  EXPECT_NEAR(-100, measured.pan.scale->degrees->low, 0.5);
+  EXPECT_NEAR(100, measured.pan.scale->degrees->high, 0.5);
+  ASSERT_TRUE(measured.tilt.scale);
+  EXPECT_NEAR(100, measured.tilt.scale->perNumber, 0.5);
+  EXPECT_FALSE(measured.tilt.scale->isOtherThanTold()) << "one percent";
+  EXPECT_THAT(words, Contains(HasSubstr("its range is from -100.0 to 100.0 degrees")));
+}
+
+TEST_F(HeadCheckTest, ScaleIsThatOfItsSpeedWhereNothingElseTellsIt) {
+  headFacts.speeds = {{space::SPEED_DEGREES, {0, 50}, {}}};
+  wishes.told = toldHalf(140, 100);
+  run();
+  EXPECT_EQ("", trouble);
+  ASSERT_TRUE(measured.pan.scale);
+  EXPECT_TRUE(measured.pan.scale->isBySpeed);
+  EXPECT_NEAR(100, measured.pan.scale->perNumber, 3);
+  EXPECT_TRUE(measured.pan.scale->isOtherThanTold());
+  ASSERT_TRUE(measured.tilt.scale);
+  EXPECT_FALSE(measured.tilt.scale->isOtherThanTold());
+}
+
+TEST_F(HeadCheckTest, NoScaleOfAHeadOfWhichNoDegreesAreKnown) {
+  run();
+  EXPECT_FALSE(measured.pan.scale);
+}
+
+TEST_F(HeadCheckTest, EndsAreWhereItReallyStops) {
+  head.panEnd = 0.9;
+  wishes.told = toldHalf(100, 100);
+  wishes.ends = true;
+  run();
+  EXPECT_EQ("", trouble);
+  ASSERT_TRUE(measured.pan.ends);
+  EXPECT_TRUE(measured.pan.ends->isShort());
+  EXPECT_NEAR(-90, measured.pan.ends->reached.low, 1e-6);
+  EXPECT_NEAR(90, measured.pan.ends->reached.high, 1e-6);
+  EXPECT_NEAR(100, measured.pan.ends->announced.high, 1e-6);
+  ASSERT_TRUE(measured.tilt.ends);
+  EXPECT_FALSE(measured.tilt.ends->isShort());
+  EXPECT_NEAR(0.1, head.pan, 1e-9) << "it is back";
+}
+
+TEST_F(HeadCheckTest, HeadThatIsStillOnItsWayIsNotAtItsEnd) {
+  head.usualPace = 0.002;
+  wishes.told = toldHalf(100, 100);
+  wishes.ends = true;
+  run();
+  EXPECT_FALSE(measured.pan.ends);
+  EXPECT_FALSE(measured.tilt.ends);
+}
+
+TEST_F(HeadCheckTest, HeadThatDoesNotSetOutHasNoEnds) {
+  head.ignoresPlaces = true;
+  wishes.told = toldHalf(100, 100);
+  wishes.ends = true;
+  run();
+  EXPECT_EQ("", trouble);
+  EXPECT_FALSE(measured.pan.ends);
+  EXPECT_FALSE(measured.tilt.ends);
+}
+
+TEST_F(HeadCheckTest, OneEndAloneIsNone) {
+  wishes.told = toldHalf(100, 100);
+  wishes.ends = true;
+  run();
+  const std::int64_t whole = took;
+  ASSERT_TRUE(measured.pan.ends);
+  int withoutTilt = 0;
+  for (std::int64_t end = 2 * SECOND; end < whole; end += 100 * MS) {
+    head = {};
+    run(false, end);
+    EXPECT_TRUE(!measured.pan.ends || measured.pan.ends->reached.isReal()) << end;
+    EXPECT_TRUE(!measured.tilt.ends || measured.tilt.ends->reached.isReal()) << end;
+    withoutTilt += measured.pan.ends && !measured.tilt.ends ? 1 : 0;
+  }
+  EXPECT_LT(0, withoutTilt) << "one was ended between them";
+}
+
+TEST_F(HeadCheckTest, PanThatStopsFarShortIsShortAndNotRoundTheOtherWay) {
+  head.panLowest = 0.05;
+  head.pan = 0.2;
+  wishes.told = toldHalf(179, 100);
+  wishes.ends = true;
+  run();
+  ASSERT_TRUE(measured.pan.ends);
+  EXPECT_NEAR(8.95, measured.pan.ends->reached.low, 1e-6);
+  EXPECT_NEAR(179, measured.pan.ends->reached.high, 1e-6);
+}
+
+TEST_F(HeadCheckTest, PlaceThatIsLeftOutNowAndThenIsAsItWas) {
+  head.leavesPlaceOut = true;
+  headFacts.positions.push_back({space::POSITION_DEGREES, {-100, 100}, {-100, 100}});
+  wishes.ends = true;
+  run();
+  EXPECT_EQ("", trouble);
+  ASSERT_TRUE(measured.pan.scale);
+  EXPECT_NEAR(100, measured.pan.scale->perNumber, 0.5);
+  ASSERT_TRUE(measured.pan.ends);
+  EXPECT_FALSE(measured.pan.ends->isShort());
+}
+
+// In steps of 1.8 degrees, over some fifty: 3.6 percent at the most.
+TEST_F(HeadCheckTest, CoarseStatusMakesNoScaleWrong) {
+  head.fineness = 0.018;
+  head.pan = 0.1049;
+  head.tilt = -0.2049;
+  headFacts.positions.push_back({space::POSITION_DEGREES, {-100, 100}, {-102, 102}});
+  run();
+  ASSERT_TRUE(measured.pan.scale);
+  EXPECT_NEAR(100, measured.pan.scale->perNumber, 3.6);
+  EXPECT_FALSE(measured.pan.scale->isOtherThanTold());
+  ASSERT_TRUE(measured.tilt.scale);
+  EXPECT_FALSE(measured.tilt.scale->isOtherThanTold()) << "two percent, and as much by its steps";
+}
+
+TEST_F(HeadCheckTest, RangeThatLiesTwoDegreesAsideIsTold) {
+  headFacts.positions.push_back({space::POSITION_DEGREES, {-98, 102}, {-99.5, 100.5}});
+  run();
+  ASSERT_TRUE(measured.pan.scale);
+  EXPECT_TRUE(measured.pan.scale->isOtherThanTold());
+  ASSERT_TRUE(measured.tilt.scale);
+  EXPECT_FALSE(measured.tilt.scale->isOtherThanTold()) << "half a degree";
+}
+
+TEST_F(HeadCheckTest, NumbersThatFallWhereDegreesGrowAreTold) {
+  head.trueHalf = -100;
+  headFacts.positions.push_back({space::POSITION_DEGREES, {-100, 100}, {-100, 100}});
+  run();
+  EXPECT_FALSE(measured.pan.scale);
+  EXPECT_THAT(words, Contains(HasSubstr("The numbers of its pan fall where its degrees grow")));
+  EXPECT_THAT(words, Contains(HasSubstr("The numbers of its tilt fall")));
+}
+
+TEST_F(HeadCheckTest, EndsAreLeftOutUnlessTheyAreWishedAndOfWhoTurnsForEver) {
+  wishes.told = toldHalf(100, 100);
+  run();
+  EXPECT_FALSE(measured.pan.ends);
+  wishes.told = toldHalf(180, 100);
+  wishes.ends = true;
+  run();
+  EXPECT_FALSE(measured.pan.ends);
+  EXPECT_TRUE(measured.tilt.ends);
+}
+
+// From pan 0.1, tilt -0.2, that is 10 and -20 degrees, towards the middle by ten.
+TEST_F(HeadCheckTest, TwoPicturesAreTakenTenDegreesApart) {
+  wishes.told = toldHalf(100, 100);
+  wishes.sight = true;
+  run();
+  EXPECT_EQ("", trouble);
+  ASSERT_TRUE(measured.sight);
+  EXPECT_EQ("a JPEG", measured.sight->before);
+  EXPECT_EQ("a JPEG", measured.sight->after);
+  EXPECT_NEAR(10, measured.sight->from.pan, 1e-6);
+  EXPECT_NEAR(-20, measured.sight->from.tilt, 1e-6);
+  EXPECT_NEAR(0, measured.sight->to.pan, 1e-6);
+  EXPECT_NEAR(-10, measured.sight->to.tilt, 1e-6);
+  EXPECT_DOUBLE_EQ(60, measured.sight->fieldAngle);
+}
+
+TEST_F(HeadCheckTest, PicturesAreNearerToEachOtherZoomedIn) {
+  wishes.told = toldHalf(100, 100);
+  wishes.sight = true;
+  head.zoom = head.zoomTarget = 0.5;
+  run();
+  ASSERT_TRUE(measured.sight);
+  // A fifth of 60 / sqrt(10).
+  EXPECT_NEAR(3.795, measured.sight->from.pan - measured.sight->to.pan, 0.001);
+}
+
+TEST_F(HeadCheckTest, NoPicturesAreToldAndTheCheckGoesOn) {
+  wishes.told = toldHalf(100, 100);
+  wishes.sight = true;
+  picture = "";
+  run();
+  EXPECT_EQ("", trouble);
+  EXPECT_FALSE(measured.sight);
+  EXPECT_THAT(words, Contains("Its scale cannot be looked at. It has none"));
+}
+
+TEST_F(HeadCheckTest, PicturesNeedToldRanges) {
+  wishes.sight = true;
+  run();
+  EXPECT_EQ("", trouble);
+  EXPECT_THAT(words, Contains(HasSubstr("enter its ranges and how wide its picture is")));
+}
+
 TEST_F(HeadCheckTest, HeadThatSaysNothingOfItsPlaceIsNotMoved) {
   head.tellsPlace = false;
   run();
@@ -294,20 +592,8 @@ TEST_F(HeadCheckTest, CheckThatIsGivenUpLeavesTheHeadStanding) {
   EXPECT_EQ(0, head.panSpeed);
 }
 
-// As a head answers: what it is asked for next, until it is driven.
-HeadCall firstDrive(HeadCheck* check, std::int64_t* now) {
-  const SimulatedHead standing;
-  for (; *now < 10 * SECOND; *now += 10 * MS) {
-    check->told(standing.reading(), *now - 20 * MS, *now);
-    if (auto call = check->next(*now)) {
-      return *call;
-    }
-  }
-  return {onvif::Tag("none")};
-}
-
 TEST_F(HeadCheckTest, HeadIsNotDrivenAgainWhenItRefusesATimeoutAfterTheEnd) {
-  HeadCheck check("head", facts(), false);
+  HeadCheck check("head", facts(), {});
   std::int64_t now = SECOND;
   ASSERT_EQ("tptz:ContinuousMove", firstDrive(&check, &now).operation.getName());
   check.giveUp("It was ended");
@@ -318,7 +604,7 @@ TEST_F(HeadCheckTest, HeadIsNotDrivenAgainWhenItRefusesATimeoutAfterTheEnd) {
 }
 
 TEST_F(HeadCheckTest, StopThatFailsByATimeoutIsSentAgain) {
-  HeadCheck check("head", facts(), false);
+  HeadCheck check("head", facts(), {});
   std::int64_t now = SECOND;
   ASSERT_EQ("tptz:ContinuousMove", firstDrive(&check, &now).operation.getName());
   check.answered({.ok = true}, "", now);

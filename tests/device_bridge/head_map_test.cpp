@@ -180,6 +180,37 @@ TEST(HeadMapTest, TableInMillimetresIsCommandedInMillimetres) {
   EXPECT_EQ(ZoomLaw::fieldAngle, map.zoomLaw(reading)) << "the table has no such numbers";
 }
 
+// 5 to 20 might be either, by their size.
+TEST(HeadMapTest, UnitOfATableThatIsToldCounts) {
+  HeadFacts facts = genericFacts();
+  facts.zoomPositions = {{space::ZOOM_POSITION, {0, 100}, {}},
+                         {space::ZOOM_MILLIMETRES, {5, 20}, {}}};
+  HeadTold told = toldRanges();
+  told.zoomTable = {{5, 60}, {20, 6}};
+  EXPECT_EQ(space::ZOOM_POSITION, HeadMap(facts, told).zoomPositionOf(1).space) << "by size";
+  told.zoomUnit = ZoomUnit::millimetres;
+  EXPECT_EQ(space::ZOOM_MILLIMETRES, HeadMap(facts, told).zoomPositionOf(1).space);
+  facts.zoomPositions[0].x = {0, 1};
+  told.zoomUnit = ZoomUnit::generic;
+  EXPECT_EQ(space::ZOOM_POSITION, HeadMap(facts, told).zoomPositionOf(1).space);
+}
+
+// Numbers keep their degrees; the head is sent, and said to go, no further.
+TEST(HeadMapTest, EndsHoldTheHeadBack) {
+  HeadTold told = toldRanges();
+  told.pan = Range{-100, 100};
+  told.panEnds = Range{-90, 80};
+  const HeadMap map(genericFacts(), told);
+  expectDegrees(50, -35, map, {0.5, 0, space::POSITION});
+  EXPECT_NEAR(0.8, map.positionOf({95, -35}).x, 1e-9);
+  EXPECT_NEAR(-0.9, map.positionOf({-120, -35}).x, 1e-9);
+  ASSERT_TRUE(map.limits());
+  EXPECT_EQ((Range{-90, 80}), map.limits()->pan);
+  HeadTold inDegrees = toldAngles();
+  inDegrees.tiltEnds = Range{-90, 10};
+  EXPECT_DOUBLE_EQ(10, HeadMap(degreeFacts(), inDegrees).positionOf({0, 25}).y);
+}
+
 TEST(HeadMapTest, ZoomByATable) {
   HeadTold told = toldAngles();
   told.zoomTable = {{0, 60}, {0.4, 15}, {1, 6}};

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <string>
 
 #include "onvif/namespaces.h"
@@ -60,7 +61,7 @@ class HeadMovesTest : public testing::Test {
  protected:
   // What is sent at a moment; empty for nothing.
   std::string next(std::int64_t now) {
-    const auto call = moves.next(now, status);
+    const auto call = moves.next(now, status, taken.value_or(now));
     return call ? wordsOf(*call) : "";
   }
   // The same, and it is answered at once.
@@ -74,6 +75,7 @@ class HeadMovesTest : public testing::Test {
 
   HeadMoves moves{"head", {facts(), angles()}};
   HeadStatus status{.pan = 30, .tilt = -20, .zoom = 1};
+  std::optional<std::int64_t> taken;  // the status; without: now
 };
 
 TEST_F(HeadMovesTest, SpeedsHaveATimeout) {
@@ -216,6 +218,26 @@ TEST_F(HeadMovesTest, HeadThatStoodAfterItsStopMayBeMovedByOthers) {
   EXPECT_EQ("", send(5 * SECOND));
 }
 
+// Heads tell where they were half a second ago.
+TEST_F(HeadMovesTest, StatusFromBeforeTheStopSaysNothingOfIt) {
+  moves.command(speeds(40, 0), 0);
+  send(0);
+  moves.stop(10 * MS);
+  EXPECT_EQ("Stop", send(10 * MS));
+  taken = 10 * MS;  // it had not begun to move yet
+  EXPECT_EQ("", send(600 * MS));
+  EXPECT_TRUE(moves.isStopUnseen());
+  taken = 11 * MS;
+  status.panMoving = true;
+  EXPECT_EQ("ContinuousMove 0,0 zoom 0 PT1S", send(700 * MS)) << "it goes on";
+  taken = 650 * MS;
+  EXPECT_EQ("", send(1300 * MS)) << "it moved before it was stopped again";
+  taken = 1250 * MS;
+  status.panMoving = false;
+  EXPECT_EQ("", send(1350 * MS));
+  EXPECT_FALSE(moves.isStopUnseen());
+}
+
 TEST_F(HeadMovesTest, SpeedThatWaitedThroughAnOutageIsNotSentAndAPlaceIs) {
   moves.command(speeds(40, 0), 0);
   next(0);
@@ -290,7 +312,7 @@ TEST_F(HeadMovesTest, HeadThatKnowsPartsOfASecondGetsSoLittleThatItStandsWithinO
   fine.timeout = Range{1, 60};
   HeadMoves whole("head", {fine, angles()});
   whole.command(speeds(40, 0), 0);
-  EXPECT_EQ("ContinuousMove 0.4,0 PT1S", wordsOf(*whole.next(0, status)));
+  EXPECT_EQ("ContinuousMove 0.4,0 PT1S", wordsOf(*whole.next(0, status, 0)));
 }
 
 TEST_F(HeadMovesTest, TimeoutIsLeftOutWhereItIsRefused) {
@@ -303,7 +325,7 @@ TEST_F(HeadMovesTest, TimeoutIsLeftOutWhereItIsRefused) {
   none.timeout = Range{0, 0};
   HeadMoves other("head", {none, angles()});
   other.command(speeds(40, 0), 0);
-  EXPECT_EQ("ContinuousMove 0.4,0", wordsOf(*other.next(0, status)));
+  EXPECT_EQ("ContinuousMove 0.4,0", wordsOf(*other.next(0, status, 0)));
 }
 
 // It was busy, or it spoke of another time.

@@ -54,5 +54,18 @@ TEST(MotionTraceTest, PlaceThatIsNoLaterCountsForNothing) {
   EXPECT_EQ(1, trace.place());
 }
 
+// A second each to get faster and to slow down, two in between at 10 units a second.
+TEST(MotionTraceTest, SteadySpeedIsThatOfTheMiddleOfTheWay) {
+  MotionTrace trace(0.01);
+  for (int i = 0; i <= 40; ++i) {
+    const double t = i / 10.0;
+    const double place = t < 1 ? 5 * t * t : t < 3 ? 5 + 10 * (t - 1) : 30 - 5 * (4 - t) * (4 - t);
+    trace.add(i * 100000 + 1, place);
+  }
+  EXPECT_NEAR(10, trace.steadySpeed(1), 1e-6);
+  EXPECT_EQ(0, trace.steadySpeed(4000001));
+  EXPECT_EQ(0, MotionTrace(0.01).steadySpeed(0));
+}
+
 }  // namespace
 }  // namespace device::bridge

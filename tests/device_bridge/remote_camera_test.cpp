@@ -211,18 +211,48 @@ TEST_F(RemoteCameraTest, WhoWasToldIsGoneWhenTheCamerasAreSetUpAnewAndNoIdIsGive
       },
       [this](const std::string&, const std::string& text) { announced.push_back(text); });
   const Credentials credentials{{USER, {USER, "secret word"}}};
-  cameras.start({overviewSettings()}, credentials);
+  OverviewSettings settings = overviewSettings();
+  cameras.take({settings}, credentials);
   ASSERT_TRUE(isSeenAnew());
   const int number = frames.back().objects[0].id;
   for (int i = 1; i <= 2; ++i) {
     frames.clear();
-    cameras.start({overviewSettings()}, credentials);
+    settings.wishes.likelihood -= 0.1;
+    cameras.take({settings}, credentials);
     ASSERT_EQ(1U, frames.size());
     ASSERT_EQ(1U, frames[0].events.size());
     EXPECT_EQ((FrameEvent{FrameAction::deletion, {number + i - 1}, {}}), frames[0].events[0]);
     ASSERT_TRUE(isSeenAnew());
     EXPECT_EQ(number + i, frames.back().objects[0].id);
   }
+}
+
+TEST_F(RemoteCameraTest, CameraThatIsReadAsBeforeGoesOnWithItsObjects) {
+  std::vector<std::string> names;
+  OverviewCameras cameras(
+      [this](int, const Frame& frame) { frames.push_back(frame); },
+      [&](const std::string& name, const std::string&) { names.push_back(name); });
+  const Credentials credentials{{USER, {USER, "secret word"}}};
+  OverviewSettings settings = overviewSettings();
+  cameras.take({settings}, credentials);
+  ASSERT_TRUE(isSeenAnew());
+  const int number = frames.back().objects[0].id;
+  frames.clear();
+  settings.name = "Gate";
+  settings.pan = 20;
+  settings.horizontalFov = 70;
+  cameras.take({settings}, credentials);
+  EXPECT_TRUE(frames.empty());
+  ASSERT_TRUE(isSeenAnew());
+  EXPECT_EQ(number, frames.back().objects[0].id);
+  camera.reset();
+  ASSERT_TRUE(iterateUntil([&] { return !names.empty(); }));
+  EXPECT_EQ("Gate", names.back()) << "as it is called now";
+  frames.clear();
+  cameras.take({settings}, {{USER, {USER, "another word"}}});
+  start("another word");
+  ASSERT_TRUE(isSeenAnew());
+  EXPECT_LT(number, frames.back().objects[0].id) << "whoever logs in otherwise begins anew";
 }
 
 TEST_F(RemoteCameraTest, PasswordThatWasChangedIsToldOnceAndGoodAgainWhenItIsBack) {

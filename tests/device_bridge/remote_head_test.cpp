@@ -10,160 +10,18 @@
 #include <string>
 #include <vector>
 
-#include "fake_camera.h"
-#include "onvif/ptz_space.h"
 #include "onvif/time_text.h"
+#include "scripted_head.h"
 #include "scripted_rtsp.h"
 
 namespace device::bridge {
 namespace {
 
-using onvif::answered;
-using onvif::Attribute;
-using onvif::FakeAnswer;
-using onvif::FakeCamera;
-using onvif::FakeRequest;
-using onvif::Tag;
 using testing::Contains;
 using testing::HasSubstr;
 using testing::Not;
 
 constexpr std::int64_t MS = 1000;
-namespace ns = onvif::ns;
-
-// One that tells generic positions and, once it was driven, moves on until something stops it.
-class ScriptedHead {
- public:
-  std::string url() const { return camera.url(); }
-
-  // When an operation was asked for, since the beginning.
-  std::vector<std::int64_t> timesOf(const std::string& operation) const {
-    std::vector<std::int64_t> times;
-    for (std::size_t i = 0; i < camera.requests.size(); ++i) {
-      if (camera.requests[i].operation == operation) {
-        times.push_back(when[i]);
-      }
-    }
-    return times;
-  }
-
-  std::string lastBodyOf(const std::string& operation) const {
-    std::string body;
-    for (const FakeRequest& request : camera.requests) {
-      body = request.operation == operation ? request.body : body;
-    }
-    return body;
-  }
-
-  bool hasStop = true;
-  bool heedsStop = true;
-  std::string stopTrouble;   // words of the fault that each Stop gets
-  bool isInDegrees = false;  // and says so, if it is not busy
-  bool isBusy = false;       // with its start
-  bool isMoveLate = false;   // its answer to a motion, by 300 ms
-  std::string streamUri;     // of its metadata; empty: it has none
-  bool isStuckMoving = false;
-  bool tellsTime = false;  // in its status
-  bool takesTimeout = true;
-  unsigned statusDelay = 0;  // milliseconds
-  double pan = 0;
-  double speed = 0;
-
- private:
-  FakeAnswer answer(const FakeRequest& request) {
-    when.push_back(g_get_monotonic_time());
-    if (request.operation == "GetServices") {
-      const auto service = [this](const char* name) {
-        return Tag("tds:Service", Tag("tds:Namespace", name), Tag("tds:XAddr", camera.url()));
-      };
-      return answered(Tag("tds:GetServicesResponse", service(ns::MEDIA2), service(ns::PTZ)));
-    }
-    if (request.operation == "GetProfiles") {
-      Tag parts("tr2:Configurations", Tag("tr2:PTZ", Attribute("token", "ptz")));
-      if (!streamUri.empty()) {
-        parts.add(Tag("tr2:Metadata", Attribute("token", "m")));
-      }
-      return answered(
-          Tag("tr2:GetProfilesResponse", Tag("tr2:Profiles", Attribute("token", "p1"),
-                                             Tag("tr2:Name", "main"), std::move(parts))));
-    }
-    if (request.operation == "GetStreamUri") {
-      return answered(Tag("tr2:GetStreamUriResponse", Tag("tr2:Uri", streamUri)));
-    }
-    const bool isFact = request.operation == "GetNodes" || request.operation == "GetConfigurations";
-    if (isFact && isInDegrees) {
-      return isBusy ? onvif::faulted(
-                          onvif::Fault(onvif::FaultCode::receiver, {"ter:Action"}, "Busy"), 500)
-                    : answered(request.operation == "GetNodes" ? nodes() : configurations());
-    }
-    if (request.operation == "GetPresets") {
-      return answered(Tag("tptz:GetPresetsResponse",
-                          Tag("tptz:Preset", Attribute("token", "door"), Tag("tt:Name", "door")),
-                          Tag("tptz:Preset", Attribute("token", "7"), Tag("tt:Name", "seven"))));
-    }
-    if (request.operation == "GetStatus") {
-      return status();
-    }
-    if (!takesTimeout && request.body.find("Timeout") != std::string::npos) {
-      return onvif::faulted(onvif::Fault(onvif::FaultCode::sender,
-                                         {"ter:InvalidArgVal", "ter:TimeoutNotSupported"}, "No"),
-                            400);
-    }
-    if (request.operation == "Stop" && !stopTrouble.empty()) {
-      return onvif::faulted(onvif::Fault(onvif::FaultCode::receiver, {"ter:Action"}, stopTrouble),
-                            500);
-    }
-    if (request.operation == "Stop" && !heedsStop) {
-      return answered(Tag("tptz:StopResponse"));
-    }
-    const bool isMove = request.operation == "ContinuousMove";
-    const bool isStop = request.operation == "Stop" && hasStop;
-    if (isMove || isStop) {
-      speed = isMove && request.body.find("x=\"0\"") == std::string::npos ? 1 : 0;
-      FakeAnswer done = answered(Tag(isMove ? "tptz:ContinuousMoveResponse" : "tptz:StopResponse"));
-      done.delay = isMove && isMoveLate ? 300 : 0;
-      return done;
-    }
-    return onvif::faulted(
-        onvif::Fault(onvif::FaultCode::receiver, {"ter:ActionNotSupported"}, "No"), 500);
-  }
-
-  static Tag nodes() {
-    const auto range = [](const char* name, double end) {
-      return Tag(name, Tag("tt:Min", -end), Tag("tt:Max", end));
-    };
-    return Tag(
-        "tptz:GetNodesResponse",
-        Tag("tptz:PTZNode", Attribute("token", "n"),
-            Tag("tt:SupportedPTZSpaces", Tag("tt:AbsolutePanTiltPositionSpace",
-                                             Tag("tt:URI", onvif::space::POSITION_DEGREES),
-                                             range("tt:XRange", 180), range("tt:YRange", 90)))));
-  }
-
-  static Tag configurations() {
-    return Tag("tptz:GetConfigurationsResponse",
-               Tag("tptz:PTZConfiguration", Attribute("token", "ptz"),
-                   Tag("tt:DefaultAbsolutePantTiltPositionSpace", onvif::space::POSITION_DEGREES)));
-  }
-
-  FakeAnswer status() {
-    pan = std::min(pan + 0.002 * speed, 0.9);
-    const char* moves = isStuckMoving || speed != 0 ? "MOVING" : "IDLE";
-    FakeAnswer told = answered(
-        Tag("tptz:GetStatusResponse",
-            Tag("tptz:PTZStatus",
-                Tag("tt:Position", Tag("tt:PanTilt", Attribute("x", pan), Attribute("y", 0.0))),
-                Tag("tt:MoveStatus", Tag("tt:PanTilt", moves), Tag("tt:Zoom", "IDLE")),
-                tellsTime ? std::optional(Tag("tt:UtcTime", onvif::dateTimeText(g_get_real_time())))
-                          : std::nullopt)));
-    told.delay = statusDelay;
-    return told;
-  }
-
-  std::vector<std::int64_t> when;
-  FakeCamera camera{[this](const FakeRequest& request) { return answer(request); }};
-};
-
 class RemoteHeadTest : public testing::Test {
  protected:
   HeadSettings settings() const {
@@ -187,14 +45,27 @@ class RemoteHeadTest : public testing::Test {
     ASSERT_TRUE(iterateUntil([this] { return camera.speed != 0; }));
   }
 
-  // Found anew each second, as its stream breaks whenever it was opened.
+  // Found anew again and again, as it says nothing when it is asked for its stream.
   HeadSettings foundAnew() {
-    rtsp.document = "<tt:MetadataStream></tt:MetadataStream>";
-    rtsp.life = 300000;
     camera.streamUri = rtsp.uri();
+    camera.isStreamAway = true;
+    return withMetadata();
+  }
+
+  HeadSettings withMetadata() const {
     HeadSettings told = settings();
     told.usesMetadata = true;
     return told;
+  }
+
+  // What its metadata tell from now on.
+  void tellByMetadata(double pan, const std::string& time) {
+    rtsp.document =
+        "<tt:MetadataStream xmlns:tt=\"http://www.onvif.org/ver10/schema\"><tt:PTZ><tt:PTZStatus>"
+        "<tt:Position><tt:PanTilt x=\"" +
+        std::to_string(pan) + "\" y=\"0\"/></tt:Position><tt:UtcTime>" + time +
+        "</tt:UtcTime></tt:PTZStatus></tt:PTZ></tt:MetadataStream>";
+    camera.streamUri = rtsp.uri();
   }
 
   onvif::ScriptedRtsp rtsp;
@@ -226,6 +97,20 @@ TEST_F(RemoteHeadTest, MotionThatIsToldForGoodIsNotBelieved) {
   RemoteHead head(settings(), {}, announce());
   ASSERT_TRUE(iterateUntil([&] { return head.toldStatus() && head.toldStatus()->moving(); }));
   ASSERT_TRUE(iterateUntil([&] { return head.toldStatus() && !head.toldStatus()->moving(); }));
+}
+
+TEST_F(RemoteHeadTest, ZoomIsToldInItsOwnNumbers) {
+  RemoteHead head(settings(), {}, announce());
+  ASSERT_TRUE(iterateUntil([&] { return head.toldStatus().has_value(); }));
+  EXPECT_FALSE(head.zoomTold());
+  camera.zoom = 0.25;
+  ASSERT_TRUE(iterateUntil([&] { return head.zoomTold().has_value(); }));
+  EXPECT_EQ(0.25, head.zoomTold()->position);
+  EXPECT_FALSE(head.zoomTold()->isInMillimetres);
+  camera.zoom = 4.5;
+  camera.zoomSpace = onvif::space::ZOOM_MILLIMETRES;
+  ASSERT_TRUE(iterateUntil([&] { return head.zoomTold()->position == 4.5; }));
+  EXPECT_TRUE(head.zoomTold()->isInMillimetres);
 }
 
 TEST_F(RemoteHeadTest, StatusThatIsHalfASecondLateIsToldAndHoldsNoCommandUp) {
@@ -352,7 +237,6 @@ TEST_F(RemoteHeadTest, HeadThatWentOnAfterAStopIsStoppedForGood) {
   EXPECT_EQ(0, camera.speed) << "before this ends";
 }
 
-// Its stream is broken again and again, and so is found again and again.
 TEST_F(RemoteHeadTest, PresetsAreCountedOnce) {
   RemoteHead head(foundAnew(), {}, announce());
   ASSERT_TRUE(iterateUntil([&] { return !head.presets().empty(); }));
@@ -366,9 +250,7 @@ TEST_F(RemoteHeadTest, PresetsAreCountedOnce) {
 }
 
 TEST_F(RemoteHeadTest, HeadWithoutMetadataIsNotLookedForAgain) {
-  HeadSettings told = settings();
-  told.usesMetadata = true;
-  RemoteHead head(told, {}, announce());
+  RemoteHead head(withMetadata(), {}, announce());
   ASSERT_TRUE(iterateUntil([&] { return head.toldStatus().has_value(); }));
   const std::int64_t begun = g_get_monotonic_time();
   ASSERT_TRUE(iterateUntil(
@@ -377,19 +259,30 @@ TEST_F(RemoteHeadTest, HeadWithoutMetadataIsNotLookedForAgain) {
   EXPECT_THAT(announced, Not(Contains(HasSubstr("metadata")))) << "it is polled";
 }
 
+// What it answers after the Stop is from before it.
+TEST_F(RemoteHeadTest, HeadThatIsLateToTellAndGoesOnAfterAStopIsStoppedAgain) {
+  camera.heedsStop = false;
+  camera.statusDelay = 400;
+  RemoteHead head(settings(), {}, announce());
+  ASSERT_TRUE(iterateUntil([&] { return head.toldStatus().has_value(); }));
+  const std::size_t asked = camera.timesOf("GetStatus").size();
+  ASSERT_TRUE(iterateUntil([&] { return camera.timesOf("GetStatus").size() > asked; }));
+  head.command({.pan = {MoveKind::continuous, 40}, .tilt = {}, .zoom = {}});
+  ASSERT_TRUE(iterateUntil([this] { return camera.speed != 0; }));
+  head.command({.pan = {MoveKind::continuous, 0},
+                .tilt = {MoveKind::continuous, 0},
+                .zoom = {MoveKind::continuous, 0},
+                .speed = 0});
+  EXPECT_TRUE(iterateUntil([this] { return camera.speed == 0; })) << "by speeds of zero";
+  EXPECT_EQ(1U, camera.timesOf("Stop").size());
+}
+
 // Its status is asked for ten times a second, and its metadata come twenty times, from long ago.
 TEST_F(RemoteHeadTest, MetadataThatComeLateDoNotCountAsNew) {
   camera.tellsTime = true;
   camera.pan = 0.25;
-  rtsp.document =
-      "<tt:MetadataStream xmlns:tt=\"http://www.onvif.org/ver10/schema\"><tt:PTZ><tt:PTZStatus>"
-      "<tt:Position><tt:PanTilt x=\"-0.5\" y=\"0\"/></tt:Position><tt:UtcTime>" +
-      onvif::dateTimeText(g_get_real_time() - 5000 * MS) +
-      "</tt:UtcTime></tt:PTZStatus></tt:PTZ></tt:MetadataStream>";
-  camera.streamUri = rtsp.uri();
-  HeadSettings told = settings();
-  told.usesMetadata = true;
-  RemoteHead head(told, {}, announce());
+  tellByMetadata(-0.5, onvif::dateTimeText(g_get_real_time() - 5000 * MS));
+  RemoteHead head(withMetadata(), {}, announce());
   ASSERT_TRUE(iterateUntil([&] { return head.toldStatus().has_value() && rtsp.played > 0; }));
   int polls = 0;
   int late = 0;
@@ -402,6 +295,92 @@ TEST_F(RemoteHeadTest, MetadataThatComeLateDoNotCountAsNew) {
   }));
   EXPECT_EQ(0, late);
   EXPECT_DOUBLE_EQ(45, head.presentStatus().pan) << "a quarter of the way";
+}
+
+// Its clock is set back while it answers no question for its status.
+TEST_F(RemoteHeadTest, MetadataSetTheirOwnClockWhileNoPollIsAnswered) {
+  constexpr std::int64_t HOUR = 3600000 * MS;
+  camera.tellsTime = true;
+  camera.pan = 0.25;
+  tellByMetadata(0.25, onvif::dateTimeText(g_get_real_time()));
+  RemoteHead head(withMetadata(), {}, announce());
+  ASSERT_TRUE(iterateUntil([&] {
+    tellByMetadata(0.25, onvif::dateTimeText(g_get_real_time()));
+    return head.toldStatus().has_value() && rtsp.played > 0;
+  }));
+  camera.hasNoStatus = true;
+  EXPECT_TRUE(iterateUntil([&] {
+    tellByMetadata(-0.5, onvif::dateTimeText(g_get_real_time() - HOUR));
+    return head.toldStatus() && head.toldStatus()->pan == -90;
+  }));
+}
+
+TEST_F(RemoteHeadTest, MetadataThatTellOneTimeOverAndOverMakeNoStatusNew) {
+  camera.hasNoStatus = true;
+  tellByMetadata(0.25, onvif::dateTimeText(g_get_real_time()));
+  RemoteHead head(withMetadata(), {}, announce());
+  ASSERT_TRUE(iterateUntil([&] { return head.toldStatus().has_value(); }));
+  ASSERT_TRUE(iterateUntil([&] { return !head.toldStatus(); }));
+  tellByMetadata(0.25, onvif::dateTimeText(g_get_real_time()));
+  EXPECT_TRUE(iterateUntil([&] { return head.toldStatus().has_value(); })) << "it goes on";
+}
+
+// The pauses between questions that are not answered have grown meanwhile.
+TEST_F(RemoteHeadTest, HeadIsPolledAtOnceWhenMetadataThatDidInsteadFallSilent) {
+  camera.hasNoStatus = true;
+  tellByMetadata(0.25, onvif::dateTimeText(g_get_real_time()));
+  RemoteHead head(withMetadata(), {}, announce());
+  ASSERT_TRUE(iterateUntil([&] {
+    tellByMetadata(0.25, onvif::dateTimeText(g_get_real_time()));
+    return camera.timesOf("GetStatus").size() == 3;
+  }));
+  rtsp.isSilent = true;
+  camera.hasNoStatus = false;
+  ASSERT_TRUE(iterateUntil([this] { return camera.timesOf("GetStatus").size() > 3; }));
+  const auto asked = camera.timesOf("GetStatus");
+  EXPECT_LT(asked[3] - asked[2], 4 * GrowingPause::FIRST);
+}
+
+TEST_F(RemoteHeadTest, HeadWhoseStreamFailsIsNotFoundAnewForIt) {
+  rtsp.document = "<tt:MetadataStream></tt:MetadataStream>";
+  camera.streamUri = "rtsp://127.0.0.1:1/metadata";  // nobody listens there
+  RemoteHead head(withMetadata(), {}, announce());
+  ASSERT_TRUE(iterateUntil([this] { return camera.timesOf("GetStreamUri").size() == 2; }));
+  EXPECT_TRUE(head.toldStatus()) << "it is polled";
+  camera.streamUri = rtsp.uri();
+  ASSERT_TRUE(iterateUntil([this] { return rtsp.played > 0; })) << "the stream is tried again";
+  const auto asked = camera.timesOf("GetStreamUri");
+  ASSERT_EQ(3U, asked.size());
+  EXPECT_GE(asked[1] - asked[0], GrowingPause::FIRST);
+  EXPECT_GE(asked[2] - asked[1], 2 * GrowingPause::FIRST);
+  EXPECT_EQ(1U, camera.timesOf("GetProfiles").size());
+  EXPECT_EQ(1U, camera.timesOf("GetNodes").size());
+}
+
+// It is busy when it is found, and says that it cannot; three refusals are taken for an answer.
+TEST_F(RemoteHeadTest, HeadThatRefusedToSayWhatItCanIsAskedOnWhileItWorks) {
+  camera.isInDegrees = true;
+  camera.isBusy = true;
+  camera.pan = 0.25;
+  RemoteHead head(settings(), {}, announce());
+  ASSERT_TRUE(iterateUntil([&] { return head.toldStatus().has_value(); }));
+  EXPECT_EQ(45, head.toldStatus()->pan) << "as the user tells it";
+  drive(&head);
+  const std::size_t asked = camera.timesOf("GetNodes").size();
+  camera.isBusy = false;
+  ASSERT_TRUE(iterateUntil([&] { return head.toldStatus() && head.toldStatus()->pan < 1; }))
+      << "in its own degrees";
+  EXPECT_EQ(asked + 1, camera.timesOf("GetNodes").size());
+  EXPECT_EQ(1U, camera.timesOf("GetProfiles").size()) << "it was not found anew";
+}
+
+TEST_F(RemoteHeadTest, HeadThatIsKnownToIgnoreItsTimeoutIsNamedAtTheStart) {
+  HeadSettings told = settings();
+  told.heedsTimeout = false;
+  const RemoteHead head(told, {}, announce());
+  EXPECT_THAT(announced, testing::ElementsAre(testing::AllOf(
+                             HasSubstr("does not stop by itself when its time is over"),
+                             HasSubstr("this bridge alone stops it"))));
 }
 
 }  // namespace

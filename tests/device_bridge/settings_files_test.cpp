@@ -98,6 +98,20 @@ TEST_F(SettingsFilesTest, FolderThatCannotBeWrittenIsToldAndChangesNothing) {
     EXPECT_THAT(error.what(), Not(HasSubstr("secret")));
   }
   EXPECT_FALSE(files.getSettings().hasHead());
+  EXPECT_FALSE(std::filesystem::exists(at("credentials.json")));
+}
+
+TEST_F(SettingsFilesTest, PasswordIsNotKeptWhenTheSettingsCannotBeWritten) {
+  std::filesystem::create_directory(at("none"));
+  SettingsFiles files(at("none") / "cameras.json", at("credentials.json"));
+  files.change(addHead, mast);
+  const std::string before = contentOf(at("credentials.json"));
+  std::filesystem::remove_all(at("none"));
+  const Credentials others{{"mast", {"anna", "another word"}}, {"gate", {"bob", "third word"}}};
+  EXPECT_THROW(files.change(addHead, others), SettingsError);
+  EXPECT_EQ(before, contentOf(at("credentials.json")));
+  EXPECT_EQ("secret word", files.getCredentials().at("mast").password);
+  EXPECT_FALSE(files.getCredentials().contains("gate"));
 }
 
 TEST_F(SettingsFilesTest, NothingIsLeftBesideTheFiles) {

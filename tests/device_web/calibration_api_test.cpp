@@ -98,11 +98,19 @@ TEST(CalibrationApiTest, WhatIsNoRequestIsRefused) {
 
 TEST(CalibrationApiTest, MovesTheHead) {
   std::optional<std::pair<double, double>> moved;
-  const HeadMover move = [&](double pan, double tilt) { moved = {pan, tilt}; };
+  std::optional<double> zoomed;
+  const HeadMover move = [&](double pan, double tilt, std::optional<double> zoom) {
+    moved = {pan, tilt};
+    zoomed = zoom;
+  };
   EXPECT_EQ(answerToHeadMove(R"({"pan":20,"tilt":-5.5})", move).status, 200U);
   EXPECT_EQ(moved, std::pair(20.0, -5.5));
+  EXPECT_EQ(zoomed, std::nullopt);
+  EXPECT_EQ(answerToHeadMove(R"({"pan":0,"tilt":0,"zoom":-4})", move).status, 200U);
+  EXPECT_EQ(zoomed, -4);
   moved.reset();
-  for (const char* bad : {"", "{}", R"({"pan":101,"tilt":0})", R"({"pan":0,"tilt":"up"})"}) {
+  for (const char* bad : {"", "{}", R"({"pan":101,"tilt":0})", R"({"pan":0,"tilt":"up"})",
+                          R"({"pan":0,"tilt":0,"zoom":101})"}) {
     EXPECT_EQ(answerToHeadMove(bad, move).status, 400U) << bad;
   }
   EXPECT_FALSE(moved);
@@ -114,7 +122,7 @@ TEST(CalibrationApiTest, IsOfferedByTheServer) {
   options.port = 0;
   WebServer server(options, folder / "application");
   double toTheRight = 0;
-  offerCalibration(server, [&](double pan, double) { toTheRight = pan; });
+  offerCalibration(server, [&](double pan, double, std::optional<double>) { toTheRight = pan; });
   const WebResponse found = WebClient(server.port()).post(QUARTER_TURN, "/api/calibration");
   EXPECT_EQ(found.status, 200);
   EXPECT_THAT(found.body, HasSubstr("\"hfov\""));

@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace device {
 namespace {
@@ -39,6 +41,38 @@ TEST_F(DeviceApiTest, TellsAndChangesTheWayOfFollowing) {
   EXPECT_NE(ask("getDeviceSettings").find(R"("following":"specified")"), std::string::npos);
   EXPECT_EQ(codeOf(ask("setDeviceSettings", R"({"following":"predictive"})")), "");
   EXPECT_EQ(parameter("root.SentrelVideo.Following"), "predictive");
+}
+
+TEST_F(DeviceApiTest, DeviceThatKeepsTheWayOfFollowingSetsItItself) {
+  std::vector<std::string> kept;
+  DeviceApi keeping(
+      store, [this] { ++changes; },
+      [&](const std::string& way) {
+        if (!kept.empty()) {
+          throw std::runtime_error("Cannot write cameras.json");
+        }
+        kept.push_back(way);
+        return std::string();
+      });
+  const std::string request =
+      R"({"apiVersion":"1.0","method":"setDeviceSettings","params":{"following":"specified"}})";
+  EXPECT_EQ(codeOf(keeping.answer(request)), "");
+  EXPECT_EQ(kept, std::vector<std::string>{"specified"});
+  EXPECT_EQ(parameter("root.SentrelVideo.Following"), "predictive") << "nobody else has";
+  EXPECT_EQ(changes, 1);
+  const std::string refused = keeping.answer(request);
+  EXPECT_EQ(codeOf(refused), "1000");
+  EXPECT_NE(refused.find("Cannot write cameras.json"), std::string::npos);
+  EXPECT_EQ(changes, 1);
+}
+
+TEST_F(DeviceApiTest, WhatIsToBeDoneYetIsTold) {
+  DeviceApi keeping(
+      store, [this] { ++changes; }, [](const std::string&) { return std::string("Start it"); });
+  const std::string told = keeping.answer(
+      R"({"apiVersion":"1.0","method":"setDeviceSettings","params":{"following":"specified"}})");
+  EXPECT_NE(told.find(R"("data":{"notice":"Start it"})"), std::string::npos) << told;
+  EXPECT_EQ(changes, 1) << "it is kept";
 }
 
 TEST_F(DeviceApiTest, AnyOtherWayIsTheSpecifiedOne) {

@@ -5,6 +5,8 @@
 
 #include <string>
 
+#include "support/counted_allocations.h"
+
 namespace device {
 namespace {
 
@@ -48,6 +50,12 @@ TEST_F(DeviceMetricsTest, ApplicationIsUpWhileItTellsItsState) {
   EXPECT_THAT(text(), HasSubstr("{sentrelvideo_state=\"running\"} 0\n"));
 }
 
+TEST_F(DeviceMetricsTest, VersionsAreToldAsFarAsTheyAreKnown) {
+  EXPECT_THAT(text(), HasSubstr("\nsentrelvideo_build_info{version=\"1.0.0\"} 1\n"));
+  EXPECT_THAT(metrics.text(MetricsForm_e::text, {.api = "1.0,1.1"}),
+              HasSubstr("\nsentrelvideo_build_info{version=\"1.0.0\",api=\"1.0,1.1\"} 1\n"));
+}
+
 TEST_F(DeviceMetricsTest, FollowingIsTold) {
   metrics.event(active("isSentreling", true));
   EXPECT_THAT(text(), HasSubstr("\nsentrelvideo_following 1\n"));
@@ -81,6 +89,18 @@ TEST_F(DeviceMetricsTest, FramesAreToldByCamera) {
   EXPECT_THAT(text(), HasSubstr("sentrelvideo_frame_timestamp_seconds{camera=\"1\"} 11.5\n"));
   EXPECT_THAT(text(), HasSubstr("sentrelvideo_objects{camera=\"1\"} 2\n"));
   EXPECT_THAT(text(), HasSubstr("sentrelvideo_judged_objects_total{camera=\"1\"} 6\n"));
+}
+
+// What is counted on the way of each frame: four numbers of its camera.
+TEST_F(DeviceMetricsTest, CountingAFrameTakesNoMemory) {
+  metrics.frame(0, 4, 10.5);
+  metrics.frame(3, 4, 10.5);
+  const long before = s_allocations;
+  for (int i = 0; i < 1000; ++i) {
+    metrics.frame(i % 2 * 3, 5, 11);
+  }
+  EXPECT_EQ(before, s_allocations);
+  EXPECT_THAT(text(), HasSubstr("sentrelvideo_frames_total{camera=\"4\"} 501\n"));
 }
 
 TEST_F(DeviceMetricsTest, RequestsAreToldByMethodAndStatusAndTheirTimesTogether) {

@@ -63,8 +63,9 @@ class WebInterfaceTest : public testing::Test {
  protected:
   void SetUp() override { start(); }
 
-  void start(const BrokerOptions& broker = {}) {
+  void start(const BrokerOptions& broker = {}, const std::string& address = "127.0.0.1") {
     WebOptions options;
+    options.address = address;
     options.port = 0;
     options.broker = broker;
     web.emplace(options, folder / "application",
@@ -91,8 +92,7 @@ class WebInterfaceTest : public testing::Test {
                            .seconds = [this] { return seconds; },
                            .announce = [](const std::string&) {},
                            .report = &report});
-    port = static_cast<std::uint16_t>(
-        std::stoi(web->url().substr(std::string("http://127.0.0.1:").size())));
+    port = static_cast<std::uint16_t>(std::stoi(web->url().substr(web->url().rfind(':') + 1)));
   }
 
   std::uint32_t declare(EventKeys keys, bool stateless = false) {
@@ -271,6 +271,21 @@ TEST_F(WebInterfaceTest, MetricsTellWhatTheDeviceSees) {
   EXPECT_TRUE(response.body.ends_with("\n# EOF\n"));
 }
 
+TEST_F(WebInterfaceTest, MetricsTellTheApplicationsVersions) {
+  FakeApplication daemon(folder / "application");
+  daemon.setAnswer(
+      "Content-Type: application/json\r\nStatus: 200 OK\r\n\r\n"
+      R"({"data":{"apiVersions":["1.0","1.1"],"configurationStatus":7}})");
+  declare(stateKeys("Camera1ProfileANY", false));
+  EXPECT_TRUE(iterateUntil([&] {
+    return WebClient(port).get("/metrics").body.find(",api=\"1.0,1.1\"}") != std::string::npos;
+  }));
+  // Of one that is no site nothing else is asked, whatever is configured.
+  WebClient(port).post(R"({"method":"setConfiguration"})");
+  letMomentsPass();
+  EXPECT_EQ(2u, daemon.getRequests().size());
+}
+
 // Starts the interface itself.
 class LateWebInterfaceTest : public WebInterfaceTest {
  protected:
@@ -393,6 +408,15 @@ TEST_F(LateWebInterfaceTest, SitesEventsReachEachOfTwoBrokersUnderItsName) {
   EXPECT_TRUE(application.call("Undeclare", g_variant_new("(u)", id)).ok());
   EXPECT_TRUE(atFirst.sees(top + "Camera1ProfileANY", ""));
   EXPECT_TRUE(atSecond.sees(top + "Camera1ProfileANY", ""));
+}
+
+TEST_F(LateWebInterfaceTest, SiteThatListensAtEveryAddressNamesNoneForItsPage) {
+  const Broker broker;
+  start({.brokers = {{{"127.0.0.1", broker.getPort()}}}, .site = "north"}, "0.0.0.0");
+  Subscriber subscriber(broker.getPort());
+  const std::string topic = "sites/north/SentrelVideo/about";
+  ASSERT_TRUE(subscriber.runUntil([&] { return subscriber.hasTopic(topic); }));
+  EXPECT_THAT(subscriber.everyPayloadOf(topic)[0], HasSubstr(R"("url":"","start":)"));
 }
 
 TEST_F(LateWebInterfaceTest, SiteTellsWhatItsApplicationSaysOfItself) {

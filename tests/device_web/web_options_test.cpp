@@ -62,6 +62,15 @@ TEST_F(WebOptionsTest, LoopbackNeedsNoUser) {
   EXPECT_EQ("::1", parse({"--listen", "::1"}).address);
 }
 
+TEST_F(WebOptionsTest, EveryAddressIsToldFromOneOfThem) {
+  for (const char* every : {"0.0.0.0", "::", "0::0"}) {
+    EXPECT_TRUE(isEveryAddress(every)) << every;
+  }
+  for (const char* one : {"0.0.0.1", "127.0.0.1", "10.0.0.0", "::1", "every"}) {
+    EXPECT_FALSE(isEveryAddress(one)) << one;
+  }
+}
+
 TEST_F(WebOptionsTest, NetworkWithoutAUserIsRefused) {
   for (const std::string address : {"0.0.0.0", "::", "192.168.0.9", "128.0.0.1"}) {
     EXPECT_EQ("--listen " + address +

@@ -200,6 +200,21 @@ test('no speed overtakes a stop: a stop is told at once, and again after what wa
   assert.equal(moves.length, 3);
 });
 
+test('the zoom is led where that is wished, and stands when its key is released', async () => {
+  const { session, told } = start({ zooms: true });
+  session.press('+', false);
+  assert.deepEqual(told.moves.at(-1), { pan: 0, tilt: 0, zoom: 4 });
+  await answered();
+  session.release('+');
+  assert.deepEqual(told.moves.at(-1), { pan: 0, tilt: 0, zoom: 0 });
+  await answered();
+  session.press('-', true);
+  assert.deepEqual(told.moves.at(-1), { pan: 0, tilt: 0, zoom: -30 });
+  const without = start();
+  without.session.press('+', false);
+  assert.deepEqual(without.told.moves, []);
+});
+
 test('with shift it is faster, other keys do nothing', () => {
   const { session, told } = start();
   session.press('a', false);

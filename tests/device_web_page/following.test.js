@@ -1,7 +1,7 @@
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
 
-import { atWork, thoughtTexts } from '../../device/web/js/following.js';
+import { FollowingPanel, atWork, thoughtTexts } from '../../device/web/js/following.js';
 import { Store } from '../../device/web/js/store.js';
 
 const HEAD = {
@@ -102,4 +102,28 @@ test('a daemon that does not run thinks nothing', () => {
   model({ channels: [] });
   assert.equal(store.following, null);
   assert.deepEqual([store.aims.length, store.tracks.size], [0, 0]);
+});
+
+test('what the user has to do after a choice is told until the next one', async (context) => {
+  const elements = {};
+  const elementOf = (id) =>
+    (elements[id] ??= { dataset: {}, addEventListener() {}, setAttribute() {}, textContent: '' });
+  globalThis.document = { querySelector: (selector) => elementOf(/"(.*)"/.exec(selector)[1]) };
+  context.after(() => delete globalThis.document);
+  let answer = { data: { notice: 'Start it again' } };
+  context.mock.method(globalThis, 'fetch', async () => Response.json(answer));
+  const panel = new FollowingPanel({ on() {} });
+  const notice = () => elementOf('notice-following').textContent;
+  await panel.choose('specified');
+  assert.equal(notice(), 'Start it again');
+  assert.equal(elementOf('error-following').textContent, '', 'nothing went wrong');
+  answer = { data: {} };
+  await panel.choose('predictive');
+  assert.equal(notice(), '');
+  answer = { data: { notice: 'Start it again' } };
+  await panel.choose('specified');
+  answer = { error: { code: '1000', message: 'It cannot be written' } };
+  await panel.choose('predictive');
+  assert.equal(notice(), '', 'that choice was not taken');
+  assert.match(elementOf('error-following').textContent, /cannot be written/);
 });

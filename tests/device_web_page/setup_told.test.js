@@ -7,6 +7,7 @@ import {
   fieldsOfHead,
   headAddress,
   indexOfCamera,
+  isCleared,
   nextStep,
   pairOf,
   picturesOf,
@@ -32,6 +33,14 @@ const EMPTY = {
   invertTilt: false,
   homePan: NaN,
   homeTilt: NaN,
+  panEndLow: NaN,
+  panEndHigh: NaN,
+  tiltEndLow: NaN,
+  tiltEndHigh: NaN,
+  zoomUnit: '',
+  product: '',
+  statusAge: NaN,
+  metadata: true,
 };
 
 test('a pair needs both of its numbers', () => {
@@ -40,24 +49,54 @@ test('a pair needs both of its numbers', () => {
   assert.equal(pairOf(2.5, NaN), undefined);
 });
 
-test('what is cleared is taken away from the head', () => {
-  const nothing = {
-    field_angles: null,
-    pan_range: null,
-    tilt_range: null,
-    sensor_width: null,
-    invert_pan: false,
-    invert_tilt: false,
-    home: null,
-  };
-  assert.deepEqual(toldOfHead(EMPTY), nothing);
+const ALWAYS = { invert_pan: false, invert_tilt: false, metadata: true };
+
+test('what was never entered is left to what was measured', () => {
+  assert.deepEqual(toldOfHead(EMPTY, {}), ALWAYS);
   const entered = { tiltLow: -90, tiltHigh: 20, invertPan: true, homePan: 10, homeTilt: -5 };
-  assert.deepEqual(toldOfHead({ ...EMPTY, ...entered }), {
-    ...nothing,
+  assert.deepEqual(toldOfHead({ ...EMPTY, ...entered }, {}), {
+    ...ALWAYS,
     tilt_range: [-90, 20],
     invert_pan: true,
     home: [10, -5],
   });
+});
+
+test('what is cleared is taken away from the head, but for angles that a check has found', () => {
+  const former = { field_angles: [3, 60], pan_range: [-90, 90], product: 'Gate', zoom_unit: 'generic' };
+  const cleared = { field_angles: null, pan_range: null, product: null, zoom_unit: null };
+  assert.deepEqual(toldOfHead(EMPTY, former), { ...ALWAYS, ...cleared });
+  const found = { field_angles: [2.5, 63.4], pan_range: [-85, 85] };
+  const { field_angles: taken, ...others } = toldOfHead(EMPTY, former, found);
+  assert.equal(taken, undefined);
+  assert.equal(others.pan_range, null);
+});
+
+test('what is rarely needed of a head is told and filled in', () => {
+  const entered = {
+    panEndLow: -80,
+    panEndHigh: 85,
+    zoomUnit: 'millimetres',
+    product: ' Gate ',
+    statusAge: 0.2,
+    metadata: false,
+  };
+  const told = toldOfHead({ ...EMPTY, ...entered }, {});
+  assert.deepEqual(told, {
+    ...ALWAYS,
+    pan_ends: [-80, 85],
+    zoom_unit: 'millimetres',
+    product: 'Gate',
+    status_age: 0.2,
+    metadata: false,
+  });
+  const fields = fieldsOfHead(told);
+  assert.equal(fields['head-pan-end-high'], 85);
+  assert.equal(fields['head-zoom-unit'], 'millimetres');
+  assert.equal(fields['head-product'], 'Gate');
+  assert.equal(fields['head-status-age'], 0.2);
+  assert.equal(fields['head-metadata'], false);
+  assert.equal(fieldsOfHead({})['head-metadata'], true);
 });
 
 test('a zoom table is told when it is another one than is kept', () => {
@@ -213,4 +252,13 @@ test('what the settings refuse is told in plain words', () => {
   assert.match(plainTrouble('cameras.json: mast_height has to be a number'), /in metres/);
   assert.match(plainTrouble('Say first which camera'), /step 1/);
   assert.equal(plainTrouble('The disk is full'), 'The disk is full');
+});
+
+test('ends that are reached empty their fields, and no others', () => {
+  const found = { pan_ends: null, tilt_ends: [-90, 15] };
+  assert.equal(isCleared(found, 'head-pan-end-low'), true);
+  assert.equal(isCleared(found, 'head-pan-end-high'), true);
+  assert.equal(isCleared(found, 'head-tilt-end-low'), false);
+  assert.equal(isCleared(found, 'head-pan-low'), false);
+  assert.equal(isCleared({}, 'head-pan-end-low'), false);
 });

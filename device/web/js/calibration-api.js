@@ -27,5 +27,5 @@ async function post(path, body) {
 /** @returns {Promise<{data?: object, refusal?: object}>} */
 export const solve = (request) => post('/api/calibration', request);
 
-/** @param {{pan: number, tilt: number}} speeds per cent */
+/** @param {{pan: number, tilt: number, zoom?: number}} speeds per cent */
 export const moveHead = (speeds) => post('/api/calibration/head', speeds);

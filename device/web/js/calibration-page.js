@@ -11,6 +11,7 @@ import { byTestId, h, setText } from './dom.js';
 import { EditorState } from './editor-state.js';
 import { toScene } from './geometry.js';
 import { HeadView } from './head-view.js';
+import { offerToLead } from './lead-buttons.js';
 import { listen } from './live.js';
 import { OverviewPictures } from './overview.js';
 import { callSetUp } from './setup-api.js';
@@ -61,7 +62,9 @@ function begin(channel) {
   const height = isOfOthers() ? store.model.mast_height_m : null;
   new CalibrationPanel(byTestId('calibration-step'), overview, session, { ...turn, height, kept });
   walk = new WalkPanel(overview, { ...turn, store, number: wanted, camera: cameraThatCounts });
-  offerToLead();
+  const keys = { left: 'ArrowLeft', right: 'ArrowRight', up: 'ArrowUp', down: 'ArrowDown' };
+  const buttons = Object.entries(keys).map(([name, key]) => [byTestId(`lead-${name}`), key]);
+  offerToLead(session, buttons, () => byTestId('lead-fast').checked);
   if (!isOfOthers()) return;
   offerToKeep();
   const seen = h('img', { class: 'seen', 'data-testid': 'overview-seen', alt: '', hidden: true });
@@ -107,30 +110,6 @@ function offerToKeep() {
       setText(status, `It is not kept: ${error.message}`);
     }
   });
-}
-
-/** For those who have no arrow keys: as long as a button is pressed the head moves. */
-function offerToLead() {
-  const keys = { left: 'ArrowLeft', right: 'ArrowRight', up: 'ArrowUp', down: 'ArrowDown' };
-  const isFast = () => byTestId('lead-fast').checked;
-  for (const [name, key] of Object.entries(keys)) {
-    const button = byTestId(`lead-${name}`);
-    const press = () => session.press(key, isFast());
-    const release = () => session.release(key);
-    button.addEventListener('pointerdown', (event) => {
-      button.setPointerCapture(event.pointerId);
-      press();
-    });
-    for (const type of ['pointerup', 'pointercancel', 'lostpointercapture', 'blur', 'keyup']) {
-      button.addEventListener(type, release);
-    }
-    button.addEventListener('keydown', (event) => {
-      if (event.key !== ' ' && event.key !== 'Enter') return;
-      event.preventDefault();
-      press();
-    });
-    button.addEventListener('contextmenu', (event) => event.preventDefault());
-  }
 }
 
 /** Somebody who is followed takes the head away from who calibrates. */

@@ -16,14 +16,18 @@ const AGAIN = 2000; // milliseconds until the camera is asked for again after th
 const SLOW = 4; // per cent of the head's full speed
 const FAST = 30;
 
-const ARROWS = {
-  ArrowLeft: { pan: -1, tilt: 0 },
-  ArrowRight: { pan: 1, tilt: 0 },
-  ArrowUp: { pan: 0, tilt: 1 },
-  ArrowDown: { pan: 0, tilt: -1 },
+/** What is held, and which axis it leads where; the zoom's where that is led, too. */
+const KEYS = {
+  ArrowLeft: ['pan', -1],
+  ArrowRight: ['pan', 1],
+  ArrowUp: ['tilt', 1],
+  ArrowDown: ['tilt', -1],
+  '+': ['zoom', 1],
+  '-': ['zoom', -1],
 };
 
-export const isArrow = (key) => Object.hasOwn(ARROWS, key);
+const isKey = (key) => Object.hasOwn(KEYS, key);
+export const isArrow = (key) => isKey(key) && KEYS[key][0] !== 'zoom';
 
 /** Emits "change" whenever something that is shown is another. */
 export class CalibrationSession extends EventTarget {
@@ -44,7 +48,8 @@ export class CalibrationSession extends EventTarget {
    * @param {{picture: {width: number, height: number},
    *          headDirection: () => ({pan: number, tilt: number}|null), isMoving?: () => boolean,
    *          solve: (request: object) => Promise<object>,
-   *          moveHead: (speeds: {pan: number, tilt: number}) => Promise<void>,
+   *          moveHead: (speeds: {pan: number, tilt: number, zoom?: number}) => Promise<void>,
+   *          zooms?: boolean,
    *          setInterval?: Function, clearInterval?: Function, setTimeout?: Function}} means
    */
   constructor(means) {
@@ -119,7 +124,7 @@ export class CalibrationSession extends EventTarget {
   }
 
   press(key, isFast) {
-    if (!isArrow(key) || (this.#pressed.has(key) && this.#isFast === isFast)) return;
+    if (!this.#leads(key) || (this.#pressed.has(key) && this.#isFast === isFast)) return;
     this.#pressed.add(key);
     this.#isFast = isFast;
     this.#lead();
@@ -136,12 +141,16 @@ export class CalibrationSession extends EventTarget {
     this.#lead();
   }
 
+  #leads(key) {
+    return isArrow(key) || (this.means.zooms && isKey(key));
+  }
+
   get speeds() {
     const percent = this.#isFast ? FAST : SLOW;
-    const sum = { pan: 0, tilt: 0 };
+    const sum = { pan: 0, tilt: 0, ...(this.means.zooms ? { zoom: 0 } : {}) };
     for (const key of this.#pressed) {
-      sum.pan += ARROWS[key].pan * percent;
-      sum.tilt += ARROWS[key].tilt * percent;
+      const [axis, sign] = KEYS[key];
+      sum[axis] += sign * percent;
     }
     return sum;
   }
@@ -162,7 +171,7 @@ export class CalibrationSession extends EventTarget {
     const { speeds } = this;
     if (this.#onTheirWay > 0) {
       this.#isMoveDue = true;
-      if (speeds.pan !== 0 || speeds.tilt !== 0) return;
+      if (Object.values(speeds).some((speed) => speed !== 0)) return;
     }
     ++this.#onTheirWay;
     try {

@@ -10,12 +10,13 @@ const LATER = 2000; // after what failed
  * @param {HTMLImageElement} image hidden until there is a picture
  * @param {HTMLElement} trouble where it is told why there is none
  * @param {{camera: number}|{head: true}} which
+ * @param {() => boolean} [isWanted] nothing is asked for while it is not
  */
-export function showCamera(image, trouble, which) {
+export function showCamera(image, trouble, which, isWanted = () => true) {
   let have = 0;
   async function next() {
     let pause = AGAIN;
-    if (!document.hidden) {
+    if (!document.hidden && isWanted()) {
       try {
         const view = await callSetUp('view', { ...which, have });
         setText(trouble, view.trouble ? `${view.trouble}. It is tried again.` : '');

@@ -64,10 +64,12 @@ export class FollowingPanel {
   async choose(following) {
     this.isUnsent = true;
     try {
-      await callDevice('setDeviceSettings', { following });
+      const { notice = '' } = await callDevice('setDeviceSettings', { following });
       this.showError('');
+      setText(byTestId('notice-following'), notice);
     } catch (error) {
       this.showError(describe(error));
+      setText(byTestId('notice-following'), '');
     }
     // A choice that was not taken must not look as if it had been.
     this.isUnsent = false;

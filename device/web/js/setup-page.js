@@ -3,6 +3,7 @@
 import { byTestId, h, setText, svg } from './dom.js';
 import { listen } from './live.js';
 import { callSetUp } from './setup-api.js';
+import { enteredFromSight, showSight } from './setup-sight-panel.js';
 import {
   adviceOf,
   fieldsOfCamera,
@@ -10,6 +11,7 @@ import {
   headAddress,
   indexOfCamera,
   isCalibrated,
+  isCleared,
   nextStep,
   picturesOf,
   plainTrouble,
@@ -19,6 +21,8 @@ import {
   toldOfZoomTable,
   wordsOfObjects,
 } from './setup-told.js';
+import { withRow } from './setup-zoom.js';
+import { forgetHead, headIsAt, showZoomByEye, takeRowsBy } from './setup-zoom-panel.js';
 
 const BUSY = 400; // milliseconds between two looks while something is being done
 const IDLE = 3000;
@@ -31,6 +35,8 @@ const ENTERED = [
   'find-user',
   'head-profile',
   'head-zoom',
+  'head-ends',
+  'head-sight',
   'head-field-in',
   'head-field-out',
   'head-pan-low',
@@ -43,6 +49,14 @@ const ENTERED = [
   'head-home-pan',
   'head-home-tilt',
   'head-zoom-table',
+  'head-zoom-unit',
+  'head-pan-end-low',
+  'head-pan-end-high',
+  'head-tilt-end-low',
+  'head-tilt-end-high',
+  'head-product',
+  'head-status-age',
+  'head-metadata',
   'camera-profile',
   'camera-name',
   'camera-angle',
@@ -168,6 +182,7 @@ function fillFields(address) {
   draft.camera = address;
   const { head } = state.settings;
   enter(fieldsOfHead(head?.address === address ? head : {}));
+  enter({ 'head-sight': state.camera.profiles.some((one) => one.head) && !state.camera.degrees });
   fillCameraFields();
   for (const step of ['head', 'camera']) setText(byTestId(`${step}-done`), '');
 }
@@ -211,9 +226,25 @@ function showCheck(check) {
     : 'Look at the camera with the head first: step 1.';
   setText(byTestId('head-step'), check?.running ? `${check.step} …` : canMove ? '' : hint);
   showList('head-words', check?.words ?? []);
+  byTestId('head-take').hidden = check?.running || !TAKEN.some((key) => key in (check?.found ?? {}));
+  showSight(check);
+  const isHead = state.camera?.address === state.settings.head?.address;
+  showZoomByEye(Boolean(state.settings.head && isHead && !check?.running));
   const [low, high] = check?.found.field_angles ?? [];
   byTestId('head-field-in').placeholder = low?.toFixed(1) ?? '';
   byTestId('head-field-out').placeholder = high?.toFixed(1) ?? '';
+}
+
+// What a check may find and the fields have.
+const TAKEN = ['field_angles', 'pan_range', 'tilt_range', 'pan_ends', 'tilt_ends', 'zoom_table'];
+
+/** The fields of what was found; the others stay as they are. */
+function takeFound(found) {
+  const filled = fieldsOfHead(found);
+  const empty = fieldsOfHead({});
+  const isTold = ([id, value]) => value !== empty[id] || isCleared(found, id);
+  enter(Object.fromEntries(Object.entries(filled).filter(isTold)));
+  keepDraft();
 }
 
 function showMetadata({ running, trouble, done }) {
@@ -372,27 +403,58 @@ byTestId('head-check').addEventListener('click', () =>
     callSetUp('checkHead', {
       profile: byTestId('head-profile').value,
       zoom: byTestId('head-zoom').checked,
+      ends: byTestId('head-ends').checked,
+      sight: byTestId('head-sight').checked,
+      told: headEntered(),
     }),
   ),
 );
 byTestId('head-stop').addEventListener('click', () => act('head', () => callSetUp('stopCheck')));
+byTestId('head-take').addEventListener('click', () => takeFound(state.check.found));
+byTestId('sight-take').addEventListener('click', () => {
+  const { head } = state.settings;
+  const known = head?.address === state.camera?.address ? head : {};
+  takeFound(enteredFromSight({ ...known, ...headEntered() }));
+});
+
+takeRowsBy(({ zoom, unit, angle }) => {
+  const { text, refusal } = withRow(byTestId('head-zoom-table').value, zoom, angle);
+  if (refusal) return refusal;
+  enter({ 'head-zoom-table': text, 'head-zoom-unit': unit });
+  byTestId('head-more').open = true;
+  keepDraft();
+  return (
+    `The picture is ${angle.toFixed(2)} degrees wide at ${zoom}: that line is in the zoom table. ` +
+    'Go on at another zoom. From two lines on the table counts; "This is the head" keeps it.'
+  );
+});
+
 function headEntered() {
   const known = state.settings.head;
   const former = known?.address === state.camera?.address ? known : {};
+  const entered = {
+    fieldIn: number('head-field-in'),
+    fieldOut: number('head-field-out'),
+    panLow: number('head-pan-low'),
+    panHigh: number('head-pan-high'),
+    tiltLow: number('head-tilt-low'),
+    tiltHigh: number('head-tilt-high'),
+    sensorWidth: number('head-sensor-width'),
+    invertPan: byTestId('head-invert-pan').checked,
+    invertTilt: byTestId('head-invert-tilt').checked,
+    homePan: number('head-home-pan'),
+    homeTilt: number('head-home-tilt'),
+    panEndLow: number('head-pan-end-low'),
+    panEndHigh: number('head-pan-end-high'),
+    tiltEndLow: number('head-tilt-end-low'),
+    tiltEndHigh: number('head-tilt-end-high'),
+    zoomUnit: byTestId('head-zoom-unit').value,
+    product: byTestId('head-product').value,
+    statusAge: number('head-status-age'),
+    metadata: byTestId('head-metadata').checked,
+  };
   return {
-    ...toldOfHead({
-      fieldIn: number('head-field-in'),
-      fieldOut: number('head-field-out'),
-      panLow: number('head-pan-low'),
-      panHigh: number('head-pan-high'),
-      tiltLow: number('head-tilt-low'),
-      tiltHigh: number('head-tilt-high'),
-      sensorWidth: number('head-sensor-width'),
-      invertPan: byTestId('head-invert-pan').checked,
-      invertTilt: byTestId('head-invert-tilt').checked,
-      homePan: number('head-home-pan'),
-      homeTilt: number('head-home-tilt'),
-    }),
+    ...toldOfHead(entered, former, state.check?.found),
     ...toldOfZoomTable(byTestId('head-zoom-table').value, former.zoom_table),
   };
 }
@@ -409,7 +471,12 @@ function objectsEntered() {
 
 onSubmit('head-form', () => {
   const profile = byTestId('head-profile').value;
-  const use = async () => callSetUp('useHead', { profile, told: headEntered() });
+  const use = async () => {
+    await callSetUp('useHead', { profile, told: headEntered() });
+    await look();
+    enter(fieldsOfHead(state.settings.head)); // with what was measured
+    keepDraft();
+  };
   act('head', use, 'It is kept.');
 });
 byTestId('camera-metadata').addEventListener('click', () =>
@@ -448,7 +515,12 @@ watch();
 showPicture();
 listen(
   {
-    model: () => framesOf.clear(), // the cameras may be others
+    // The cameras may be others.
+    model: () => {
+      framesOf.clear();
+      forgetHead();
+    },
+    head: headIsAt,
     frame: (frame) => {
       framesOf.set(frame.camera, frame);
       if (state && !document.hidden) showObjects();

@@ -17,17 +17,36 @@ export function verticalAngle(horizontal, width, height) {
 
 const orNull = (number) => (Number.isFinite(number) ? number : null);
 
-/** What is empty is null: the measured, or what the head tells itself, counts there. */
-export function toldOfHead(fields) {
-  return {
-    field_angles: pairOf(fields.fieldIn, fields.fieldOut) ?? null,
-    pan_range: pairOf(fields.panLow, fields.panHigh) ?? null,
-    tilt_range: pairOf(fields.tiltLow, fields.tiltHigh) ?? null,
-    sensor_width: orNull(fields.sensorWidth),
+/**
+ * What was never entered is left out: the measured, or what the head tells itself, counts there. What
+ * was cleared is null, and stays so.
+ * @param {object} former the head as the settings have it
+ * @param {object} [found] by a check: angles without which there is no head may be cleared for those
+ */
+export function toldOfHead(fields, former, found = {}) {
+  const entered = {
+    field_angles: pairOf(fields.fieldIn, fields.fieldOut),
+    pan_range: pairOf(fields.panLow, fields.panHigh),
+    tilt_range: pairOf(fields.tiltLow, fields.tiltHigh),
+    pan_ends: pairOf(fields.panEndLow, fields.panEndHigh),
+    tilt_ends: pairOf(fields.tiltEndLow, fields.tiltEndHigh),
+    sensor_width: orNull(fields.sensorWidth) ?? undefined,
+    home: pairOf(fields.homePan, fields.homeTilt),
+    zoom_unit: fields.zoomUnit || undefined,
+    product: fields.product.trim() || undefined,
+    status_age: orNull(fields.statusAge) ?? undefined,
+  };
+  const told = {
     invert_pan: fields.invertPan,
     invert_tilt: fields.invertTilt,
-    home: pairOf(fields.homePan, fields.homeTilt) ?? null,
+    metadata: fields.metadata,
   };
+  for (const [key, value] of Object.entries(entered)) {
+    const isForFound = key === 'field_angles' && found.field_angles;
+    if (value !== undefined) told[key] = value;
+    else if (former[key] !== undefined && !isForFound) told[key] = null;
+  }
+  return told;
 }
 
 /** Lines of a zoom position and the degrees there. */
@@ -123,12 +142,20 @@ export function indexOfCamera(settings, address, profile) {
 /** A camera that nobody has calibrated or written by hand has no direction. */
 export const isCalibrated = (camera) => camera.pan !== undefined || camera.tilt !== undefined;
 
+/** Whether a check has found that there is nothing to be said in that field. */
+export function isCleared(found, id) {
+  const [, axis] = /^head-(pan|tilt)-end-/.exec(id) ?? [];
+  return axis !== undefined && found[`${axis}_ends`] === null;
+}
+
 /** The fields of the head's step, by test id, as its settings fill them. */
 export function fieldsOfHead(head) {
   const [fieldIn, fieldOut] = head.field_angles ?? [];
   const [panLow, panHigh] = head.pan_range ?? [];
   const [tiltLow, tiltHigh] = head.tilt_range ?? [];
   const [homePan, homeTilt] = head.home ?? [];
+  const [panEndLow, panEndHigh] = head.pan_ends ?? [];
+  const [tiltEndLow, tiltEndHigh] = head.tilt_ends ?? [];
   const numbers = {
     'head-home-pan': homePan,
     'head-home-tilt': homeTilt,
@@ -139,12 +166,20 @@ export function fieldsOfHead(head) {
     'head-tilt-low': tiltLow,
     'head-tilt-high': tiltHigh,
     'head-sensor-width': head.sensor_width,
+    'head-pan-end-low': panEndLow,
+    'head-pan-end-high': panEndHigh,
+    'head-tilt-end-low': tiltEndLow,
+    'head-tilt-end-high': tiltEndHigh,
+    'head-product': head.product,
+    'head-status-age': head.status_age,
+    'head-zoom-unit': head.zoom_unit,
   };
   return {
     ...Object.fromEntries(Object.entries(numbers).map(([id, value]) => [id, value ?? ''])),
     'head-invert-pan': head.invert_pan ?? false,
     'head-invert-tilt': head.invert_tilt ?? false,
     'head-zoom-table': textOfZoomTable(head.zoom_table),
+    'head-metadata': head.metadata ?? true,
     ...(head.profile ? { 'head-profile': head.profile } : {}),
   };
 }
@@ -200,7 +235,8 @@ const PLAIN = [
     'Enter how many degrees wide the picture is, fully in (the smaller) and fully out; or let the ' +
       'check go through the zoom, where the head tells its angle.',
   ],
-  [/pan_range/, 'The pan and tilt ranges have to grow: enter the smaller number first.'],
+  [/pan_range|pan_ends/, 'The pan and tilt ranges have to grow: enter the smaller number first.'],
+  [/status_age/, 'Enter the age of the status in seconds: 0 to 5.'],
   [/horizontal_fov|vertical_fov/, 'Enter how many degrees wide the picture is: 0.1 to 179.'],
   [/mast_height/, 'Enter the height in metres: 0.5 to 200.'],
   [/zoom_table/, 'In the zoom table positions have to grow from line to line, and degrees to fall.'],
