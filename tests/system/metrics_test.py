@@ -118,6 +118,8 @@ class MetricsTest(RunTest):
         self.assertTrue(content_type.startswith("application/openmetrics-text"))
         families = {family.name: family
                     for family in openmetrics.text_string_to_metric_families(text)}
+        [running] = families["sentrelvideo_build"].samples
+        self.assertEqual({"version": "1.0.0", "api": "1.0"}, running.labels)
         self.assertEqual("stateset", families["sentrelvideo_state"].type)
         states = {sample.labels["sentrelvideo_state"]: sample.value
                   for sample in families["sentrelvideo_state"].samples}

@@ -338,3 +338,12 @@ class OnvifTest(RunTest):
                      "rtsp://127.0.0.1:8554/head"):
             self.assertIn(text, result.stdout)
         self.assertNotIn("ERROR", result.stdout)
+        heard = json.loads(result.stdout.splitlines()[-1])
+        endpoint = heard["Hello"]["endpoint"]
+        self.assertRegex(endpoint, r"^urn:uuid:[0-9a-f]{8}(-[0-9a-f]{4}){3}-[0-9a-f]{12}$")
+        everybody = {"endpoint": endpoint, "to": "urn:schemas-xmlsoap-org:ws:2005:04:discovery",
+                     "answers": None}
+        self.assertEqual({
+            "Hello": {**everybody, "address": address}, "Bye": {**everybody, "address": None},
+            "ResolveMatch": {"endpoint": endpoint, "address": address, "answers": "urn:uuid:7", "to":
+                             "http://schemas.xmlsoap.org/ws/2004/08/addressing/role/anonymous"}}, heard)

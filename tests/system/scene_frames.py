@@ -1,7 +1,10 @@
-"""Scene frames as the host's libscene reads them, with people that the test makes up."""
+"""Scene frames as the host's libscene reads them: with people that the test makes up, or as they come."""
 
+import socket
 import struct
 import time
+
+from journal import Journal
 
 MAGIC = 0x314E4353
 VERSION = 1
@@ -63,3 +66,62 @@ class Walker:
 
     def __call__(self):
         return packed(encode([self.step()]))
+
+
+class SceneReader:
+    """What a device or the bridge tells of one channel, as the daemon gets it."""
+
+    def __init__(self, pid, channel):
+        """pid: of the process whose namespace has the socket; channel from 0."""
+        self.frames = Journal()
+        self._socket = socket.socket(socket.AF_UNIX, socket.SOCK_STREAM)
+        self._socket.connect(f"/proc/{pid}/root/run/strata/subscriber")
+        self._socket.sendall(f"SUBSCRIBE {channel} 7\n".encode())
+        self._stream = self._socket.makefile("rb")
+        answer = self._stream.readline()
+        assert answer == b"OK\n", answer
+        self.frames.follow(self._read())
+
+    def _read(self):
+        try:
+            while head := self._stream.read(12):
+                yield Frame(self._stream.read(struct.unpack(">iq", head)[0]))
+        except (OSError, struct.error):
+            pass  # it has ended
+
+    def close(self):
+        self._socket.shutdown(socket.SHUT_RDWR)
+        self._socket.close()
+
+
+class Frame:
+    """time: microseconds of the monotonic clock; boxes: (left, low, right, high) in Q12, by id."""
+
+    def __init__(self, text):
+        self._text, self._at = text, 0
+        _, _, _, scene, objects, events = self._take("<IIIIII")
+        self.time = self._properties(scene)[TIMESTAMP][0]
+        self.boxes = {}
+        for _ in range(objects):
+            number, count = self._take("<iI")
+            points = self._properties(count)[POLYGON]
+            self.boxes[number] = (min(points[::2]), min(points[1::2]),
+                                  max(points[::2]), max(points[1::2]))
+        self.deleted = set()
+        for _ in range(events):
+            action, count = self._take("<II")
+            told = self._properties(count)
+            if action == DELETE:
+                self.deleted.update(told[DELETED_IDS])
+
+    def _take(self, form):
+        values = struct.unpack_from(form, self._text, self._at)
+        self._at += struct.calcsize(form)
+        return values
+
+    def _properties(self, count):
+        found = {}
+        for _ in range(count):
+            number, length = self._take("<II")
+            found[number] = self._take(f"<{length}{'q' if number == TIMESTAMP else 'i'}")
+        return found

@@ -74,6 +74,8 @@ class SetUpTest(RunTest):
         check = self.page.wait_for("check")
         self.assertEqual("", check["trouble"])
         self.assertIn("It heeds a Stop", check["words"])
+        self.assertTrue(any(words.endswith("own numbers; told are 180.0")
+                            for words in check["words"]), check["words"])
         self.assertTrue(any(words.startswith("Left alone it stands after")
                             for words in check["words"]), check["words"])
         self.page.call("useHead", profile="head",

@@ -1,7 +1,11 @@
 """A run whose camera stands outside, and says itself how things are."""
 
 import math
+import pathlib
 import re
+
+from camera import comm
+from journal import wait_until
 
 ADDRESS = re.compile(r"camera: ONVIF: http://127\.0\.0\.1:(\d+)/onvif/device_service$")
 # What the outer camera itself says of the nearest person and of the head.
@@ -26,3 +30,20 @@ def wait_until_followed(run, start=0):
         start = run.output.wait_for(
             lambda line: (m := TRUTH.match(line)) and float(m[1]) < FOLLOWED,
             "somebody who is followed", start=start)
+
+
+def descendants(pid):
+    found = []
+    for task in pathlib.Path(f"/proc/{pid}/task").glob("*/children"):
+        for child in task.read_text().split():
+            found += [int(child), *descendants(int(child))]
+    return found
+
+
+def process_of(run, name):
+    """Of a run; comm has 15 letters at most."""
+    def find():
+        return [pid for pid in descendants(run.pid) if comm(pid) == name[:15]]
+
+    wait_until(find, name)
+    return find()[0]

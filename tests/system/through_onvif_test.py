@@ -1,16 +1,15 @@
 """The daemon with cameras and a head that it reaches by ONVIF and RTSP alone."""
 
 import os
-import pathlib
 import re
 import signal
 import time
 
-from camera import ENABLED, TUNED, comm
+from camera import ENABLED, TUNED
 from journal import PATIENCE, wait_until
 from onvif_client import envelope, post
 from run_script import STATUS as STATUS_LINE, RunTest
-from through_onvif import ADDRESS, wait_until_followed
+from through_onvif import ADDRESS, process_of, wait_until_followed
 
 POSITION = re.compile(rb'PanTilt x="([-0-9.e]+)" y="([-0-9.e]+)"')
 STATUS = envelope("<tptz:GetStatus><tptz:ProfileToken>head</tptz:ProfileToken></tptz:GetStatus>")
@@ -20,14 +19,6 @@ DRIVEN = 0.2  # degrees from a death to the head's rest, at least
 PAUSE = 0.2  # seconds; the next daemon takes longer to begin
 STANDS = 0.01  # degrees in that
 LONGEST = 1.1  # seconds from the death of whoever steers to the head's rest
-
-
-def descendants(pid):
-    found = []
-    for task in pathlib.Path(f"/proc/{pid}/task").glob("*/children"):
-        for child in task.read_text().split():
-            found += [int(child), *descendants(int(child))]
-    return found
 
 
 def way_between(one, other):
@@ -45,11 +36,7 @@ class ThroughOnvifTest(RunTest):
         self.port = int(ADDRESS.match(self.run_.output.entries()[position - 1])[1])
 
     def process(self, name):
-        """Of the run; comm has 15 letters at most."""
-        def find():
-            return [pid for pid in descendants(self.run_.pid) if comm(pid) == name[:15]]
-        wait_until(find, name)
-        return find()[0]
+        return process_of(self.run_, name)
 
     def look(self):
         """Where the head is, in degrees, as the camera itself says, and when."""

@@ -28,6 +28,14 @@ const MAST = 18; // metres
 // How the model's camera really hangs.
 const TRUTH = { pan: 0, tilt: -20.8, hfov: 27, vfov: 15.38 };
 const EXACT = 0.3; // degrees
+const RANGES = {
+  'field-in': '2.5',
+  'field-out': '63.4',
+  'pan-low': '-180',
+  'pan-high': '180',
+  'tilt-low': '-90',
+  'tilt-high': '20',
+};
 const LED_WITHIN = 10_000; // milliseconds; then the key is pressed anew, as a user would
 const FOLLOWED = 3; // degrees
 const CALM = 0.4; // degrees, for a picture of the guide
@@ -144,20 +152,55 @@ test('what the head does not say is asked for, and the head is checked', async (
   await element('head-use').click();
   await settled('head-trouble', 'Enter how many degrees wide the picture is');
   if (!process.env.SENTREL_GUIDE_PICTURES) await element('head-zoom').uncheck();
+  // What the pictures' cross follows from.
+  for (const [field, value] of Object.entries(RANGES)) await element(`head-${field}`).fill(value);
+  assert.equal(await element('head-sight').isChecked(), false, 'it knows degrees');
+  await element('head-sight').check();
   await element('head-check').click();
   await settled('head-step', /…/);
   // What it measures is another test's; here the end of it is told.
   await settled('head-words', 'It answers within');
   await page.locator('[data-testid="head-use"]:enabled').waitFor();
   assert.equal(await element('head-step').textContent(), '');
-  await element('head-field-in').fill('2.5');
-  await element('head-field-out').fill('63.4');
+  await settled('head-words', 'told are 180.0');
+  await lookAtSight();
   await element('head-use').click();
   await settled('head-done', 'It is kept');
   assert.equal(await element('head-trouble').textContent(), '');
   assert.deepEqual(settings().head.field_angles, [2.5, 63.4]);
   await takePicture('head.png', 'head');
 });
+
+test('the zoom is led by buttons, and a look of the same place on both crosses is refused', async () => {
+  await element('zoom-eye').locator('summary').click();
+  await page.locator('[data-testid="zoom-picture"]:not([hidden])').waitFor();
+  const led = page.waitForRequest((request) => /"zoom":4/.test(request.postData() ?? ''));
+  await element('zoom-in').focus();
+  await page.keyboard.down(' ');
+  await led;
+  await page.keyboard.up(' ');
+  await element('zoom-left').click();
+  await settled('zoom-words', 'on the right cross');
+  await element('zoom-right').click();
+  await settled('zoom-words', 'has not moved between the marks');
+  await element('zoom-eye').locator('summary').click();
+});
+
+/** Who clicks where the cross is finds the ranges right. */
+async function lookAtSight() {
+  await settled('sight-words', 'Does it lie under the cross?');
+  await takePicture('sight.jpg', 'head');
+  const cross = await element('sight-cross').evaluate(({ dataset }) => ({ ...dataset }));
+  // To the left and down by ten degrees, of a picture that is 63.4 wide.
+  assert.ok(cross.x > 0.2 && cross.x < 0.4 && cross.y > 0.4 && cross.y < 0.6, JSON.stringify(cross));
+  const { width, height } = await element('sight-after').boundingBox();
+  const position = { x: ((Number(cross.x) + 1) / 2) * width, y: ((1 - cross.y) / 2) * height };
+  await element('sight-after').click({ position });
+  await settled('sight-words', /pan (1\.0|0\.99)\d+ times, its tilt (1\.0|0\.99)/);
+  await element('sight-take').click();
+  assert.ok(Math.abs((await element('head-pan-high').inputValue()) - 180) < 2);
+  for (const [field, value] of Object.entries(RANGES)) await element(`head-${field}`).fill(value);
+}
 
 test('an overview camera is seen, and what was entered outlives a page that is loaded anew', async () => {
   await element('mast-height').fill(String(MAST));
@@ -188,6 +231,20 @@ test('an overview camera is seen, and what was entered outlives a page that is l
   await settled('camera-done', 'It is kept');
   assert.equal(settings().cameras[0].least_delay, undefined);
   assert.equal(settings().cameras.length, 1);
+});
+
+test('on a phone nothing is cut off, and from and to stand beside each other', async () => {
+  const size = page.viewportSize();
+  await page.setViewportSize({ width: 390, height: size.height });
+  const isCut = () => document.documentElement.scrollWidth > window.innerWidth;
+  assert.equal(await page.evaluate(isCut), false);
+  for (const axis of ['pan', 'tilt']) {
+    const [low, high] = await Promise.all(
+      ['low', 'high'].map((end) => element(`head-${axis}-${end}`).boundingBox()),
+    );
+    assert.equal(low.y, high.y, axis);
+  }
+  await page.setViewportSize(size);
 });
 
 /** As a client of the camera, which comes to a place however busy the machine is. */
