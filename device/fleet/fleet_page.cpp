@@ -1,6 +1,7 @@
 #include "fleet/fleet_page.h"
 
 #include <algorithm>
+#include <iterator>
 #include <span>
 #include <utility>
 
@@ -36,7 +37,8 @@ FleetPage::FleetPage(const FleetOptions& options, std::function<void(const std::
     });
   }
   for (const BrokerHosts& hosts : options.web.broker.brokers) {
-    listeners.push_back(std::make_unique<FleetListener>(hosts, options.web.broker));
+    brokers.push_back(
+        {.listener = std::make_unique<FleetListener>(hosts, options.web.broker), .messages = {}});
   }
 }
 
@@ -53,36 +55,55 @@ void FleetPage::listen() {
   if (history) {
     history->deliver();
   }
-  for (std::size_t broker = 0; broker < listeners.size(); ++broker) {
-    for (const FleetListener::Message& message : listeners[broker]->takeMessages()) {
-      if (message.topic.empty()) {
-        sites.brokerLost(broker);
-      } else {
-        sites.take(broker, message.topic, message.payload, now(), message.isRetained);
-      }
-    }
-    for (const std::string& news : listeners[broker]->takeNews()) {
+  for (std::size_t broker = 0; broker < brokers.size(); ++broker) {
+    takeMessages(broker);
+    for (const std::string& news : brokers[broker].listener->takeNews()) {
       announce(news);
     }
   }
+  takeKept();
   lookForMissing();
 }
 
-// What was sent while nothing reached this page.
+void FleetPage::takeMessages(std::size_t index) {
+  Broker& broker = brokers[index];
+  std::ranges::move(broker.listener->takeMessages(), std::back_inserter(broker.messages));
+  for (std::size_t count = 0; count < MESSAGES_AT_ONCE && !broker.messages.empty(); ++count) {
+    const FleetListener::Message& message = broker.messages.front();
+    if (message.topic.empty()) {
+      sites.brokerLost(index);
+    } else {
+      sites.take(index, message.topic, message.payload, now(), message.isRetained);
+    }
+    broker.messages.pop_front();
+  }
+}
+
+// What was sent while nothing reached this page. Nothing is given up before an answer was taken.
 void FleetPage::lookForMissing() {
+  if (isAsked || !kept.empty()) {
+    return;
+  }
   constexpr double CLOCKS = 5;  // seconds by which the clocks of nodes may differ
   const std::optional<double> since = sites.missingSince(now());
   if (since && history) {
     // By the time of day that nodes have, too: the clock may have been set since the page began.
+    isAsked = true;
     const std::int64_t ago = units::roundedFromSeconds(now() - *since + CLOCKS);
     history->askSince(isoTime(g_get_real_time() - ago),
-                      [this](const HistoryReader::Alarms& alarms) {
-                        kept.insert(kept.end(), alarms.begin(), alarms.end());
-                      });
+                      [this](const HistoryReader::Alarms* alarms) { answered(alarms); });
   }
-  takeKept();
   if (const std::size_t lost = sites.takeLost(); lost > 0) {
     announce("at least " + std::to_string(lost) + " alarms' values were neither told nor kept");
+  }
+}
+
+void FleetPage::answered(const HistoryReader::Alarms* alarms) {
+  isAsked = false;
+  if (alarms == nullptr) {
+    sites.lookedInVain(now());
+  } else {
+    kept = *alarms;
   }
 }
 

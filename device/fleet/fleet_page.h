@@ -1,6 +1,7 @@
 #ifndef DEVICE_FLEET_FLEET_PAGE_H
 #define DEVICE_FLEET_FLEET_PAGE_H
 
+#include <deque>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -37,12 +38,21 @@ class FleetPage {
   static constexpr char HISTORY_PATH[] = "/history";
   static constexpr std::int64_t LISTENING_PERIOD = 100000;  // microseconds
   static constexpr std::int64_t CHANGES_PERIOD = 1000000;   // microseconds
-  // Of what was kept, each time: an answer may be a hundred thousand, and nobody waits for them.
+  // Of what was told and of what was kept, each time: when a page connects these may be a hundred
+  // thousand, and nobody who looks at it waits for them.
+  static constexpr std::size_t MESSAGES_AT_ONCE = 2000;
   static constexpr std::size_t KEPT_AT_ONCE = 5000;
+
+  struct Broker {
+    std::unique_ptr<FleetListener> listener;
+    std::deque<FleetListener::Message> messages;  // that the table has not taken yet
+  };
 
   void askHistory(const std::string& query, WebServer::Reply reply);
   void listen();
+  void takeMessages(std::size_t index);
   void lookForMissing();
+  void answered(const HistoryReader::Alarms* alarms);
   void takeKept();
   void tellChanges();
 
@@ -51,8 +61,9 @@ class FleetPage {
   WebServer server;
   EventStream& changes;
   std::optional<HistoryReader> history;
+  bool isAsked = false;           // the history, for what is missing
   std::vector<JsonAutoPtr> kept;  // that the table has not taken yet; the next one is the last
-  std::vector<std::unique_ptr<FleetListener>> listeners;  // of each broker
+  std::vector<Broker> brokers;
   PeriodicTimer listeningTimer;
   PeriodicTimer changesTimer;
 };

@@ -226,9 +226,10 @@ void HistoryReader::ask(const std::string& site, WebServer::Reply reply) {
       [reply = std::move(reply)](const Answer& answer) { reply(answer.page); });
 }
 
-void HistoryReader::askSince(const std::string& time, std::function<void(const Alarms&)> take) {
-  ask(Question{.site = {}, .since = time},
-      [take = std::move(take)](const Answer& answer) { take(answer.alarms); });
+void HistoryReader::askSince(const std::string& time, std::function<void(const Alarms*)> take) {
+  ask(Question{.site = {}, .since = time}, [take = std::move(take)](const Answer& answer) {
+    take(answer.alarms ? &*answer.alarms : nullptr);
+  });
 }
 
 void HistoryReader::ask(const Question& question, Done done) {
@@ -296,7 +297,7 @@ HistoryReader::Answer HistoryReader::read(const Question& question) const {
     const std::optional<KeptMessage> first = stream.next(1, any);
     const std::optional<KeptMessage> last = stream.last(any);
     if (!first || !last) {
-      return {.page = {.body = answerOf({}, isoTime(g_get_real_time()))}, .alarms = {}};
+      return {.page = {.body = answerOf({}, isoTime(g_get_real_time()))}, .alarms = Alarms()};
     }
     const Clock::time_point enough = Clock::now() + bounds.time;
     AlarmHistory history;

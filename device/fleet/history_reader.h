@@ -57,9 +57,9 @@ class HistoryReader {
   void ask(const std::string& site, WebServer::Reply reply);
 
   // Everything that was kept of all sites since that time (isoTime), however much, in its bounds
-  // (alarmEntry); each alarm's by number. Nothing when it cannot be read.
+  // (alarmEntry); each alarm's by number. Null when it cannot be read.
   using Alarms = std::vector<JsonAutoPtr>;
-  void askSince(const std::string& time, std::function<void(const Alarms&)> take);
+  void askSince(const std::string& time, std::function<void(const Alarms*)> take);
 
   // Replies to who has asked what is answered by now.
   void deliver();
@@ -73,7 +73,7 @@ class HistoryReader {
   };
   struct Answer {
     WebAnswer page;
-    Alarms alarms;  // instead of a page, where a time was asked for
+    std::optional<Alarms> alarms;  // instead of a page, where a time was asked for
   };
   using Done = std::function<void(const Answer&)>;
 

@@ -114,8 +114,7 @@ void SiteTable::alarm(const std::string& name, Site* site, const std::string& to
   if (event == nullptr) {
     site->alarms.erase(topic);
     places.erase(place);
-    gaps.erase(place);
-    return;
+    return;  // what is missing of it is looked for yet
   }
   if (!site->alarms.contains(topic) && site->alarms.size() >= MOST_ALARMS) {
     return;
@@ -123,7 +122,11 @@ void SiteTable::alarm(const std::string& name, Site* site, const std::string& to
   const JsonAutoPtr entry = alarmEntry(name, topic, event);
   const EventNumber number = EventNumber::of(event);
   const Place last = places[place];
-  if (!isNews(&places[place], number, now, isRetained)) {
+  const bool isNews = isLater(last, number, isRetained);
+  if (isNews || (number == last.number && !isRetained)) {
+    move(&places[place], number, now, isRetained);
+  }
+  if (!isNews) {
     return takeLate(place, entry);
   }
   const bool active = isActive(event);
@@ -165,17 +168,33 @@ void SiteTable::listAt(std::deque<Listed>::iterator place, Listed listed) {
   }
 }
 
-// What is told again, or by a second broker, has the same place or an earlier one. What a broker
-// repeats may be what a node that is behind holds: it does not tell that nothing has come since.
-bool SiteTable::isNews(Place* place, const EventNumber& number, double now, bool isRetained) {
-  const bool isLater = number.start != place->number.start || number.count > place->number.count;
-  if (isLater && isRetained) {
-    // Who lives tells it again long before it would be taken for gone.
-    *place = {number, place->number.start.empty() ? now - SILENCE : place->known};
-  } else if (isLater || (number == place->number && !isRetained)) {
-    *place = {number, now};
+// What is told again, or by a second broker, has the same place or an earlier one. A broker that
+// was away tells of a former start what it had waiting; one that is behind repeats an earlier one.
+bool SiteTable::isLater(const Place& place, const EventNumber& number, bool isRetained) {
+  const std::string& start = place.number.start;
+  if (number.start == start) {
+    return number.count > place.number.count;
   }
-  return isLater;
+  return std::ranges::count(place.former, number.start) == 0 &&
+         !(isRetained && number.start < start);
+}
+
+// What a broker repeats may be what a node that is behind holds: it does not tell that nothing has
+// come since. Who lives tells it again long before it would be taken for gone.
+void SiteTable::move(Place* place, const EventNumber& number, double now, bool isRetained) {
+  const bool isFirst = place->number.start.empty();
+  if (!isFirst && number.start != place->number.start) {
+    place->former.push_back(place->number.start);
+    if (place->former.size() > MOST_STARTS) {
+      place->former.pop_front();
+    }
+  }
+  place->number = number;
+  if (!isRetained) {
+    place->known = now;
+  } else if (isFirst) {
+    place->known = now - SILENCE;
+  }
 }
 
 // With a device's start an alarm is declared, which is none.
@@ -223,13 +242,23 @@ std::optional<double> SiteTable::missingSince(double now) {
   std::erase_if(gaps, isOver);
   std::optional<double> since;
   for (auto& [topic, gap] : gaps) {
-    if (now >= gap.due) {
+    gap.isAsked = now >= gap.due;
+    if (gap.isAsked) {
       ++gap.asked;
       gap.due = now + (gap.asked < MOST_LOOKS ? FIRST_LOOK * std::pow(4, gap.asked) : ANSWER);
       since = std::min(since.value_or(gap.known), gap.known);
     }
   }
   return since;
+}
+
+void SiteTable::lookedInVain(double now) {
+  for (auto& [topic, gap] : gaps) {
+    if (std::exchange(gap.isAsked, false)) {
+      --gap.asked;
+      gap.due = now + ANSWER;
+    }
+  }
 }
 
 // Where an odd number was missing, the one behind them seemed to be no change. No more are listed

@@ -33,7 +33,8 @@ class SiteTable {
   static constexpr std::size_t MOST_LOST = 1000;  // that are counted of a gap
   static constexpr double FIRST_LOOK = 2;  // seconds after a gap is noticed; then four times that
   static constexpr int MOST_LOOKS = 4;
-  static constexpr double ANSWER = 10;  // seconds for the last one's
+  static constexpr double ANSWER = 10;  // seconds for the last one's, and after one in vain
+  static constexpr std::size_t MOST_STARTS = 4;  // of a device that are known as former ones
 
   // A message of that broker; an empty payload clears the topic. isRetained: the broker repeats it,
   // so that it is no word of the site now, unless the site is a new one.
@@ -48,6 +49,9 @@ class SiteTable {
   // times, ever more rarely, from some seconds after it was noticed: what has been sent at the same
   // time may be on its way to where it is kept, and is kept again within a minute.
   std::optional<double> missingSince(double now);
+
+  // The last one was no look: nobody could tell what was kept.
+  void lookedInVain(double now);
 
   // What was kept (alarmEntry): of it what was not told. It stands before what has followed it.
   void takeKept(std::span<const JsonAutoPtr> entries);
@@ -88,12 +92,14 @@ class SiteTable {
     double known = 0;                      // when nothing was missing
     double due = 0;                        // when it is to be asked for
     int asked = 0;                         // times
+    bool isAsked = false;                  // with the last question
 
     std::size_t missing() const;
   };
   struct Place {
-    EventNumber number;  // of the latest event
-    double known = 0;    // when nothing had come since
+    EventNumber number;                   // of the latest event
+    double known = 0;                     // when nothing had come since
+    std::deque<std::string> former = {};  // starts; the latest is the last one
   };
   struct Listed {
     std::string topic;  // with the site
@@ -108,7 +114,8 @@ class SiteTable {
              const std::string& payload, double now, bool isRetained);
   void alarm(const std::string& name, Site* site, const std::string& topic, json_t* event,
              double now, bool isRetained);
-  bool isNews(Place* place, const EventNumber& number, double now, bool isRetained);
+  static bool isLater(const Place& place, const EventNumber& number, bool isRetained);
+  static void move(Place* place, const EventNumber& number, double now, bool isRetained);
   void note(const std::string& topic, const Place& before, const EventNumber& number,
             bool wasActive, double now);
   void endGap(const std::string& topic, const Gap& gap);

@@ -160,7 +160,7 @@ TEST_F(FleetPageTest, HostAtWhichNoSiteIsHeardIsLeftForTheNextOne) {
     return isHeard && news.size() >= 3;
   }));
   const auto told = [](const Broker& broker, const char* what) {
-    return "127.0.0.1:" + std::to_string(broker.getPort()) + ": " + what;
+    return "MQTT broker 127.0.0.1 port " + std::to_string(broker.getPort()) + ": " + what;
   };
   EXPECT_THAT(news, ElementsAre(told(silent, "connected"), told(silent, "no site was heard"),
                                 told(other, "connected")));

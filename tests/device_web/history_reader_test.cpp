@@ -25,6 +25,7 @@ namespace {
 
 using testing::AllOf;
 using testing::Contains;
+using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
@@ -44,13 +45,13 @@ WebAnswer ask(HistoryReader* reader, const std::string& site) {
   return answerTo(reader, [&](WebServer::Reply reply) { reader->ask(site, std::move(reply)); });
 }
 
-// As "site seq"; "none" where nothing is answered.
+// As "site seq"; "fault" where it cannot be read, "none" where nothing is answered.
 std::vector<std::string> alarmsSince(HistoryReader* reader, const std::string& time) {
   std::optional<std::vector<std::string>> alarms;
   answerTo(reader, [&](WebServer::Reply reply) {
-    reader->askSince(time, [&alarms, reply = std::move(reply)](const HistoryReader::Alarms& kept) {
-      alarms.emplace();
-      for (const JsonAutoPtr& entry : kept) {
+    reader->askSince(time, [&alarms, reply = std::move(reply)](const HistoryReader::Alarms* kept) {
+      alarms.emplace(kept == nullptr ? 1 : 0, "fault");
+      for (const JsonAutoPtr& entry : kept != nullptr ? *kept : HistoryReader::Alarms()) {
         alarms->push_back(textOf(entry.get(), "site") + ' ' +
                           std::to_string(EventNumber::of(entry.get()).count));
       }
@@ -108,10 +109,14 @@ TEST(HistoryReaderTest, EverythingSinceATimeIsReadAndNotTheWholeHistory) {
   EXPECT_EQ(4096u, alarms.size());
 }
 
-TEST(HistoryReaderTest, NothingIsTakenOfWhatCannotBeRead) {
-  HistoryReader reader({.port = static_cast<std::uint16_t>(ReservedPort().getNumber()),
-                        .password = "word"});
-  EXPECT_THAT(alarmsSince(&reader, isoTime(g_get_real_time())), IsEmpty());
+TEST(HistoryReaderTest, FaultIsNoEmptyHistory) {
+  HistoryReader reader(
+      {.port = static_cast<std::uint16_t>(ReservedPort().getNumber()), .password = "word"});
+  EXPECT_THAT(alarmsSince(&reader, isoTime(g_get_real_time())), ElementsAre("fault"));
+  HistoryNode node;
+  node.keepAlarms();
+  HistoryReader empty({.port = node.getPort(), .password = "word"});
+  EXPECT_THAT(alarmsSince(&empty, isoTime(g_get_real_time())), IsEmpty());
 }
 
 TEST(HistoryReaderTest, NoMoreIsReadThanTheBoundsAllow) {

@@ -260,6 +260,56 @@ TEST_F(SiteTableGapTest, FirstWordOfADeviceIsNoGapAndANewStartBeginsWithItsDecla
   EXPECT_EQ(0u, table.takeLost());
 }
 
+// Of two brokers the one that was away tells what had waited, when the other has told more.
+TEST_F(SiteTableGapTest, ValueOfAFormerStartIsNoLaterOne) {
+  tell(1, NOON, "2026-02");
+  tell(2, NOON + 1, "2026-01");  // its clock was set back
+  tell(3, NOON + 2, "2026-01");
+  newAlarms(&table, NOON + 2);
+  tell(2, NOON + 3, "2026-02");
+  tell(9, NOON + 4, "2026-02");
+  EXPECT_THAT(news(NOON + 20), IsEmpty());
+  EXPECT_THAT(everything(), HasSubstr(R"("alarms":["Camera1"],"url")"));
+  EXPECT_FALSE(table.missingSince(NOON + 30));
+}
+
+TEST_F(SiteTableGapTest, EarlierStartThatABrokerRepeatsIsNoLaterOne) {
+  tell(3, NOON, "2026-02");
+  newAlarms(&table, NOON);
+  table.take(BROKER, own + "Camera1", alarm(false, 8, "2026-01"), NOON + 1, true);
+  tell(4, NOON + 2, "2026-02");
+  EXPECT_THAT(newAlarms(&table, NOON + 2), ElementsAre("Camera1 4"));
+  EXPECT_FALSE(table.missingSince(NOON + 30));
+}
+
+TEST_F(SiteTableGapTest, LookAtWhichNothingCouldBeToldIsNone) {
+  tell(1, NOON);
+  tell(4, NOON + 10);
+  double now = NOON + 10;
+  for (int times = 0; times < 3 * SiteTable::MOST_LOOKS; ++now) {
+    if (table.missingSince(now)) {
+      table.lookedInVain(now);
+      ++times;
+    }
+    ASSERT_LT(now, NOON + 200);
+  }
+  EXPECT_EQ(0u, table.takeLost());
+  EXPECT_FALSE(table.missingSince(now + SiteTable::ANSWER - 2));
+  EXPECT_EQ(NOON, table.missingSince(now + SiteTable::ANSWER));
+  takeKept(2, 3);
+  EXPECT_THAT(news(now + SiteTable::ANSWER),
+              ElementsAre("Camera1 1", "Camera1 4", "Camera1 2", "Camera1 3"));
+}
+
+TEST_F(SiteTableGapTest, WhatIsMissingOfAnAlarmThatIsGoneIsLookedForYet) {
+  tell(1, NOON);
+  tell(4, NOON + 10);
+  take(own + "Camera1", "", NOON + 11);
+  EXPECT_EQ(NOON, table.missingSince(NOON + 20));
+  takeKept(2, 3);
+  EXPECT_THAT(news(NOON + 21), ElementsAre("Camera1 1", "Camera1 4", "Camera1 2", "Camera1 3"));
+}
+
 TEST_F(SiteTableTest, AlarmThatIsUndeclaredIsGone) {
   take(own + "Camera1Profile1", alarm(true, 1));
   take(own + "Camera1Profile1", "");
