@@ -23,6 +23,7 @@ constexpr char TABLES[] =
     "CREATE TABLE IF NOT EXISTS alarm"
     " (id INTEGER PRIMARY KEY, topic TEXT NOT NULL, payload TEXT NOT NULL);"
     "CREATE TABLE IF NOT EXISTS dropped (id INTEGER PRIMARY KEY, count INTEGER NOT NULL);"
+    "CREATE TABLE IF NOT EXISTS topic (name TEXT PRIMARY KEY) WITHOUT ROWID;"
     "COMMIT;";
 
 bool isDamage(int code) {
@@ -66,6 +67,22 @@ void AlarmOutbox::acknowledge(const std::vector<std::int64_t>& ids) {
   store();
 }
 
+void AlarmOutbox::keepTopic(const std::string& topic) {
+  if (topics.insert(topic).second) {
+    changedTopics.insert(topic);
+    store();
+  }
+}
+
+void AlarmOutbox::forgetTopics(const std::vector<std::string>& gone) {
+  for (const std::string& topic : gone) {
+    if (topics.erase(topic) > 0) {
+      changedTopics.insert(topic);
+    }
+  }
+  store();
+}
+
 std::vector<std::string> AlarmOutbox::takeNews() {
   return std::exchange(news, {});
 }
@@ -99,6 +116,7 @@ void AlarmOutbox::openOnce() {
   waiting.clear();
   lacking.clear();
   surplus.clear();
+  topics.clear();
   sqlite3* opened = nullptr;
   const int result = sqlite3_open(path.c_str(), &opened);
   file.reset(opened);
@@ -132,6 +150,13 @@ void AlarmOutbox::load() {
   if (result != SQLITE_DONE) {
     fail();
   }
+  const Statement names = prepare("SELECT name FROM topic");
+  while ((result = sqlite3_step(names.get())) == SQLITE_ROW) {
+    topics.insert(textOf(names.get(), 0));
+  }
+  if (result != SQLITE_DONE) {
+    fail();
+  }
   const Statement count = prepare("SELECT count FROM dropped");
   if (sqlite3_step(count.get()) == SQLITE_ROW) {
     dropped = static_cast<std::uint64_t>(sqlite3_column_int64(count.get(), 0));
@@ -154,7 +179,7 @@ void AlarmOutbox::store() {
 }
 
 void AlarmOutbox::storeChanges() {
-  if (lacking.empty() && surplus.empty() && !droppedMore) {
+  if (lacking.empty() && surplus.empty() && !droppedMore && changedTopics.empty()) {
     return;
   }
   execute("BEGIN IMMEDIATE");
@@ -167,6 +192,11 @@ void AlarmOutbox::storeChanges() {
             {alarm.topic, alarm.payload});
     }
   }
+  for (const std::string& topic : changedTopics) {
+    write(topics.contains(topic) ? "INSERT OR IGNORE INTO topic (name) VALUES (?)"
+                                 : "DELETE FROM topic WHERE name = ?",
+          {}, {topic});
+  }
   if (droppedMore) {
     write("INSERT OR REPLACE INTO dropped (id, count) VALUES (1, ?)",
           {static_cast<std::int64_t>(dropped)});
@@ -175,6 +205,7 @@ void AlarmOutbox::storeChanges() {
   lacking.clear();
   surplus.clear();
   droppedMore = false;
+  changedTopics.clear();
 }
 
 void AlarmOutbox::execute(const char* sql) {

@@ -14,10 +14,11 @@
 
 namespace device {
 
-// Alarms on their way to a broker, in their order, until it has acknowledged them. They outlive the
-// process in a file, however it ends; a machine that loses its power may lose those of the last
-// seconds. While the file cannot be written, for want of room, they are held in memory, and written
-// once that is possible. Not for several threads at once.
+// Alarms on their way to a broker, in their order, until it has acknowledged them, and the topics
+// under which it may hold values. They outlive the process in a file, however it ends; a machine
+// that loses its power may lose those of the last seconds. While the file cannot be written, for
+// want of room, they are held in memory, and written once that is possible. Not for several threads
+// at once.
 class AlarmOutbox {
  public:
   struct Alarm {
@@ -39,6 +40,13 @@ class AlarmOutbox {
   void acknowledge(const std::vector<std::int64_t>& ids);
 
   const std::deque<Alarm>& getWaiting() const { return waiting; }
+
+  // A value of that topic is told, or holds no more.
+  void keepTopic(const std::string& topic);
+  void forgetTopics(const std::vector<std::string>& gone);
+
+  // Those that were kept and not forgotten, by earlier processes, too.
+  const std::set<std::string>& getTopics() const { return topics; }
 
   // Given up since the file was made.
   std::uint64_t getDropped() const { return dropped; }
@@ -82,6 +90,8 @@ class AlarmOutbox {
   std::set<std::int64_t> lacking;
   std::set<std::int64_t> surplus;
   bool droppedMore = false;
+  std::set<std::string> topics;
+  std::set<std::string> changedTopics;  // those that the file has otherwise
   bool isFaulty = false;
   std::vector<std::string> news;
 };

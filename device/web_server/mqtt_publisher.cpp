@@ -43,8 +43,9 @@ struct MqttPublisher::Connection {
   int refusal = 0;
   std::vector<int> acknowledged;  // messages, since settle()
   int lastAcknowledged = 0;
-  int awaited = 0;    // the last "online", until it is acknowledged
-  std::string fault;  // what the library told last; it knows more than its results
+  int awaited = 0;       // the last "online", until it is acknowledged
+  bool isTaken = false;  // one was, and none has been missing
+  std::string fault;     // what the library told last; it knows more than its results
 
   explicit Connection(const std::string& site)
       : client(makeMqttClient(site.empty() ? nullptr : clientId(site).c_str(), this)) {
@@ -78,7 +79,8 @@ MqttPublisher::MqttPublisher(Settings given)
     : settings(std::move(given)),
       availability(topicPrefix(settings.site) + AVAILABILITY),
       outbox(settings.outbox) {
-  // What an earlier process has left to tell is no present value.
+  // What an earlier process has told, or left to tell, is no present value.
+  cleared = outbox.getTopics();
   for (const AlarmOutbox::Alarm& alarm : outbox.getWaiting()) {
     cleared.insert(alarm.topic);
   }
@@ -98,6 +100,16 @@ MqttPublisher::~MqttPublisher() {
 
 void MqttPublisher::retain(const std::string& topic, const std::string& payload) {
   const LockGuard lock(mutex);
+  outbox.keepTopic(topic);
+  keep(topic, payload);
+}
+
+void MqttPublisher::retainBeyond(const std::string& topic, const std::string& payload) {
+  const LockGuard lock(mutex);
+  keep(topic, payload);
+}
+
+void MqttPublisher::keep(const std::string& topic, const std::string& payload) {
   retained[topic] = payload;
   cleared.erase(topic);
   if (connected != nullptr) {
@@ -110,6 +122,7 @@ void MqttPublisher::alarm(const std::string& topic, const std::string& payload) 
   const LockGuard lock(mutex);
   retained[topic] = payload;
   cleared.erase(topic);
+  outbox.keepTopic(topic);
   const std::int64_t id = outbox.append(topic, payload);
   if (connected != nullptr) {
     sendAlarm(connected, {id, topic, payload});
@@ -169,6 +182,7 @@ void MqttPublisher::clear(const std::string& topic) {
     return;
   }
   cleared.insert(topic);
+  clearing.erase(topic);  // it is cleared behind that
   if (connected != nullptr) {
     send(connected, topic, "", MQTT_ONCE, true);
     bell.ring();
@@ -256,14 +270,15 @@ void MqttPublisher::serve(Connection* connection, const BrokerAddress& host) {
   const Clock::time_point deadline = Clock::now() + settings.patience;
   bool announced = false;
   MqttLoop loop(connection->client.get(), &bell);
-  // Who is not there has refused nobody, however long it was looked for.
+  // Who is not there has refused nobody, however long it was looked for. Who answers but takes
+  // nothing has: a node that is overloaded, to which all would come back at once.
   const auto fail = [&](const std::string& why) {
-    if (!announced && loop.hasReached()) {
+    if (!connection->isTaken && loop.hasReached()) {
       refused();
     }
     tell(host, why);
   };
-  Clock::time_point repetition = firstRepetition();
+  Clock::time_point repetition;
   while (!isStopping()) {
     const int result =
         loop.serve(untilNext(announced ? repetition : deadline), connection->answered);
@@ -278,9 +293,11 @@ void MqttPublisher::serve(Connection* connection, const BrokerAddress& host) {
       tellConnected(host);
       announce(connection);
       announced = true;
+      repetition = firstRepetition();
     }
     if (announced && Clock::now() >= repetition) {
       if (!tellAgain(connection)) {
+        connection->isTaken = false;
         return fail("nothing is acknowledged");
       }
       repetition = Clock::now() + settings.repeat;
@@ -315,6 +332,7 @@ void MqttPublisher::tellAll(Connection* connection) {
     send(client, topic, payload, MQTT_ONCE, true);
   }
   connection->awaited = send(client, availability, ONLINE, MQTT_ONCE, true);
+  clearing = cleared;
 }
 
 // Not to a host that answers but has acknowledged no "online" since: what it is told would only
@@ -345,6 +363,8 @@ void MqttPublisher::settle(Connection* connection) {
   connection->lastAcknowledged = messages.back();
   if (std::ranges::count(messages, connection->awaited) > 0) {
     connection->awaited = 0;
+    connection->isTaken = true;
+    taken();
   }
   const LockGuard lock(mutex);
   std::vector<std::int64_t> alarms;
@@ -382,6 +402,10 @@ void MqttPublisher::leave(Connection* connection) {
          loop.serve(untilNext(deadline), true) == MOSQ_ERR_SUCCESS) {
     settle(connection);
   }
+  if (connection->lastAcknowledged == last) {
+    const LockGuard lock(mutex);
+    outbox.forgetTopics({outbox.getTopics().begin(), outbox.getTopics().end()});
+  }
   mosquitto_disconnect(client);
   loop.serve(std::chrono::milliseconds(0), true);
 }
@@ -405,9 +429,21 @@ void MqttPublisher::refused() {
   ++refusals;
 }
 
-void MqttPublisher::tellConnected(const BrokerAddress& host) {
+// All that was sent before has been acknowledged, too.
+void MqttPublisher::taken() {
   const LockGuard lock(mutex);
   refusals = 0;
+  std::vector<std::string> gone;
+  for (const std::string& topic : std::exchange(clearing, {})) {
+    if (cleared.erase(topic) > 0) {
+      gone.push_back(topic);
+    }
+  }
+  outbox.forgetTopics(gone);
+}
+
+void MqttPublisher::tellConnected(const BrokerAddress& host) {
+  const LockGuard lock(mutex);
   lastNews.clear();
   news.push_back(nameOf(host) + ": connected");
 }

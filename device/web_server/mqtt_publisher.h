@@ -68,7 +68,10 @@ class MqttPublisher {
   // acknowledgement.
   ~MqttPublisher();
 
+  // A value of this process: of one that is killed the next one clears what it does not tell.
   void retain(const std::string& topic, const std::string& payload);
+  // What is not of this process alone: the next one leaves it as it is until it tells it.
+  void retainBeyond(const std::string& topic, const std::string& payload);
   // As retain, for what is not to be missed.
   void alarm(const std::string& topic, const std::string& payload);
   void clear(const std::string& topic);
@@ -79,7 +82,7 @@ class MqttPublisher {
     std::uint64_t connects = 0;  // since the start
     std::size_t waiting = 0;     // alarms that are not acknowledged
     std::uint64_t dropped = 0;   // alarms given up since the outbox was made
-    int refusals = 0;            // tries in a row at hosts that were there and took no connection
+    int refusals = 0;            // tries in a row at hosts that were there and took nothing
   };
   Health getHealth();
 
@@ -98,12 +101,14 @@ class MqttPublisher {
   void run();
   void connectOnce(const BrokerAddress& host);
   void serve(Connection* connection, const BrokerAddress& host);
+  void keep(const std::string& topic, const std::string& payload) REQUIRES(mutex);
   void sendAlarm(mosquitto* client, const AlarmOutbox::Alarm& alarm) REQUIRES(mutex);
   void sendPart(mosquitto* client, const AlarmOutbox::Alarm& alarm, const std::string& topic,
                 bool isRetained) REQUIRES(mutex);
   std::string topicForHistory(const std::string& topic) const;
   int tellHistoryAgain(mosquitto* client) REQUIRES(mutex);
   void settle(Connection* connection) EXCLUDES(mutex);
+  void taken() EXCLUDES(mutex);
   void announce(Connection* connection) EXCLUDES(mutex);
   void tellAll(Connection* connection) REQUIRES(mutex);
   bool tellAgain(Connection* connection) EXCLUDES(mutex);
@@ -129,9 +134,11 @@ class MqttPublisher {
   std::uint64_t connects GUARDED_BY(mutex) = 0;
   int refusals GUARDED_BY(mutex) = 0;
   std::map<std::string, std::string> retained GUARDED_BY(mutex);
-  // Cleared and not retained since. They are cleared again with each new connection, as the old one
-  // may have been dead already when they were.
+  // Cleared and not retained since, or of an earlier process. They are cleared again with each new
+  // connection, as the old one may have been dead already when they were; until an "online" that
+  // was sent behind them is acknowledged.
   std::set<std::string> cleared GUARDED_BY(mutex);
+  std::set<std::string> clearing GUARDED_BY(mutex);  // those before the last "online"
   AlarmOutbox outbox GUARDED_BY(mutex);
   std::uint64_t droppedTold GUARDED_BY(mutex) = 0;
   // Alarms by the number of a message that carries them over the present connection, and how many

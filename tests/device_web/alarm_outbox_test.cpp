@@ -53,6 +53,20 @@ TEST_F(AlarmOutboxTest, AlarmsWaitInTheirOrderAndOutliveTheOutbox) {
   EXPECT_EQ("4", payloadsOf(outbox).back());
 }
 
+TEST_F(AlarmOutboxTest, TopicsAreKeptUntilTheyAreForgotten) {
+  {
+    AlarmOutbox outbox(path);
+    for (const char* topic : {"t/a", "t/b", "t/a", "t/c"}) {
+      outbox.keepTopic(topic);
+    }
+    outbox.forgetTopics({"t/b", "t/unknown"});
+    EXPECT_THAT(outbox.getTopics(), ElementsAre("t/a", "t/c"));
+  }
+  AlarmOutbox outbox(path);
+  EXPECT_THAT(outbox.getTopics(), ElementsAre("t/a", "t/c"));
+  EXPECT_THAT(outbox.getWaiting(), IsEmpty());
+}
+
 TEST_F(AlarmOutboxTest, AcknowledgedOnesAreGoneWhereverTheyStand) {
   {
     AlarmOutbox outbox(path);
