@@ -259,9 +259,9 @@ std::string DeviceMetrics::text(MetricsForm_e form, const Present& present) cons
     running.emplace_back("api", present.api);
   }
   text.sample(1, running);
-  writeTracker(&text);
+  writeTracker(&text, present.isAnswering);
   writeAlarms(&text);
-  writeFrames(&text);
+  writeFrames(&text, present.cameras);
   writeRequests(&text);
   writeHead(&text);
   if (present.report != nullptr) {
@@ -272,9 +272,10 @@ std::string DeviceMetrics::text(MetricsForm_e form, const Present& present) cons
   return text.finish();
 }
 
-void DeviceMetrics::writeTracker(MetricsText* text) const {
-  text->family("sentrelvideo_up", MetricType_e::gauge, "Whether the application tells its state.");
-  text->sample(state.empty() ? 0 : 1);
+void DeviceMetrics::writeTracker(MetricsText* text, bool isAnswering) const {
+  text->family("sentrelvideo_up", MetricType_e::gauge,
+               "Whether the application tells its state and answers.");
+  text->sample(isAnswering && !state.empty() ? 1 : 0);
   text->family("sentrelvideo_state", MetricType_e::stateSet, "State of the tracker.");
   for (const char* possible : STATES) {
     text->sample(state == possible ? 1 : 0, {{"sentrelvideo_state", possible}});
@@ -325,10 +326,17 @@ void DeviceMetrics::writeAlarms(MetricsText* text) const {
   }
 }
 
-void DeviceMetrics::writeFrames(MetricsText* text) const {
+void DeviceMetrics::writeFrames(MetricsText* text, int present) const {
+  std::map<int, Camera> all = cameras;
+  for (int channel = 0; channel < present; ++channel) {
+    all.try_emplace(channel);
+  }
   const auto each = [&](const char* name, MetricType_e type, const char* help, auto value) {
     text->family(name, type, help);
-    for (const auto& [channel, camera] : cameras) {
+    for (const auto& [channel, camera] : all) {
+      if (type == MetricType_e::gauge && camera.frames == 0) {
+        continue;  // there is none yet
+      }
       text->sample(static_cast<double>(value(camera)), {{"camera", std::to_string(channel + 1)}});
     }
   };

@@ -37,7 +37,9 @@ class DeviceMetrics {
   void headCall(HeadCall_e call, double time, double seconds);
 
   struct Present {
-    std::string api = {};  // versions of the application's; empty while they are not known
+    std::string api = {};     // versions of the application's; empty while they are not known
+    bool isAnswering = true;  // the application, when it is asked
+    int cameras = 0;          // that are there; one that has never told anything is there, too
     std::vector<MqttPublisher::Health> brokers = {};
     const Report* report = nullptr;  // whose running score is told, if there is one
   };
@@ -68,9 +70,9 @@ class DeviceMetrics {
   static constexpr std::array STEP_BOUNDS = {0.02, 0.05, 0.1, 0.2, 0.5, 1.0};  // seconds
 
   static bool placeOf(const Event& event, Place* place);
-  void writeTracker(MetricsText* text) const;
+  void writeTracker(MetricsText* text, bool isAnswering) const;
   void writeAlarms(MetricsText* text) const;
-  void writeFrames(MetricsText* text) const;
+  void writeFrames(MetricsText* text, int present) const;
   void writeRequests(MetricsText* text) const;
   void writeHead(MetricsText* text) const;
 

@@ -76,6 +76,7 @@ WebInterface::WebInterface(const WebOptions& options, const std::string& applica
       liveTimer(LIVE_PERIOD, [this] { sendLive(); }),
       minuteTimer(MINUTE_PERIOD, [this] { keepMoment(); }),
       questionTimer(QUESTION_PERIOD, [this] { askWhatItThinks(); }),
+      answerTimer(ANSWER_PERIOD, [this] { lookForAnswer(); }),
       newsTimer(NEWS_PERIOD, [this] { tellNews(); }),
       scoreTimer(SCORE_PERIOD, [this] {
         if (this->sources.report != nullptr && live.hasReaders()) {
@@ -145,6 +146,18 @@ void WebInterface::lookForApplication() {
   server.ask(PRESENCE_QUESTION, [this](const std::string* answer) {
     isLookedFor = false;
     daemonRunning(answer != nullptr);
+  });
+}
+
+// An application that hangs tells its last state for ever.
+void WebInterface::lookForAnswer() {
+  if (std::exchange(isAnswerAwaited, true)) {
+    isAnswering = false;
+    return;
+  }
+  server.ask(PRESENCE_QUESTION, [this](const std::string* answer) {
+    isAnswerAwaited = false;
+    isAnswering = answer != nullptr;
   });
 }
 
@@ -311,7 +324,7 @@ void WebInterface::tellAbout() {
   json_object_set_new(json.get(), "start", jsonText(start));
   about.writeTo(json.get());
   for (const auto& publisher : publishers) {
-    publisher->retain(prefix + ABOUT, lineOf(json.get()));
+    publisher->retainBeyond(prefix + ABOUT, lineOf(json.get()));
   }
 }
 
@@ -326,7 +339,7 @@ void WebInterface::tellDiscovery() {
       discovery->message(sources.events.getTable().getEvents());
   for (const auto& publisher : publishers) {
     if (message) {
-      publisher->retain(discovery->topic(), *message);
+      publisher->retainBeyond(discovery->topic(), *message);
     } else {
       publisher->clear(discovery->topic());
     }
@@ -334,8 +347,11 @@ void WebInterface::tellDiscovery() {
 }
 
 WebServer::Page WebInterface::makeMetrics(const char* accept) const {
-  DeviceMetrics::Present present{
-      .api = about.apiVersions(), .brokers = {}, .report = sources.report};
+  DeviceMetrics::Present present{.api = about.apiVersions(),
+                                 .isAnswering = isAnswering,
+                                 .cameras = sources.cameras,
+                                 .brokers = {},
+                                 .report = sources.report};
   for (const auto& publisher : publishers) {
     present.brokers.push_back(publisher->getHealth());
   }

@@ -104,6 +104,7 @@ class WebInterface {
   static constexpr std::int64_t QUESTION_PERIOD = 200000;
   static constexpr int UNREAD_QUESTIONS = 5;
   static constexpr std::int64_t APPLICATION_PERIOD = units::fromSeconds(1);
+  static constexpr std::int64_t ANSWER_PERIOD = units::fromSeconds(10);
   static constexpr std::int64_t SCORE_PERIOD = units::fromSeconds(1);
 
   void observeEvents();
@@ -122,6 +123,7 @@ class WebInterface {
   void keepMoment();
   void askWhatItThinks();
   void lookForApplication();
+  void lookForAnswer();
   std::string followingMessage() const;
   std::string scoreMessage() const;
   void tellNews();
@@ -147,6 +149,9 @@ class WebInterface {
   PeriodicTimer liveTimer;
   PeriodicTimer minuteTimer;
   PeriodicTimer questionTimer;
+  bool isAnswerAwaited = false;
+  bool isAnswering = true;  // as far as it was asked
+  PeriodicTimer answerTimer;
   PeriodicTimer newsTimer;
   PeriodicTimer scoreTimer;
   bool isLookedFor = false;

@@ -50,6 +50,21 @@ TEST_F(DeviceMetricsTest, ApplicationIsUpWhileItTellsItsState) {
   EXPECT_THAT(text(), HasSubstr("{sentrelvideo_state=\"running\"} 0\n"));
 }
 
+TEST_F(DeviceMetricsTest, ApplicationThatDoesNotAnswerIsNotUpWhateverItHasTold) {
+  metrics.event(state("running"));
+  EXPECT_THAT(metrics.text(MetricsForm_e::text, {.isAnswering = false}),
+              HasSubstr("\nsentrelvideo_up 0\n"));
+}
+
+TEST_F(DeviceMetricsTest, CameraThatHasNeverToldAnythingIsThere) {
+  metrics.frame(0, 4, 10.5);
+  const std::string told = metrics.text(MetricsForm_e::text, {.cameras = 2});
+  EXPECT_THAT(told, HasSubstr("sentrelvideo_frames_total{camera=\"1\"} 1\n"));
+  EXPECT_THAT(told, HasSubstr("sentrelvideo_frames_total{camera=\"2\"} 0\n"));
+  EXPECT_THAT(told, Not(HasSubstr("sentrelvideo_frame_timestamp_seconds{camera=\"2\"}")));
+  EXPECT_THAT(told, Not(HasSubstr("camera=\"3\"")));
+}
+
 TEST_F(DeviceMetricsTest, VersionsAreToldAsFarAsTheyAreKnown) {
   EXPECT_THAT(text(), HasSubstr("\nsentrelvideo_build_info{version=\"1.0.0\"} 1\n"));
   EXPECT_THAT(metrics.text(MetricsForm_e::text, {.api = "1.0,1.1"}),

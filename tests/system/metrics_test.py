@@ -2,7 +2,9 @@
 
 import http.client
 import json
+import os
 import re
+import signal
 import socket
 import subprocess
 import sys
@@ -12,6 +14,7 @@ from broker import HOST, Broker
 from journal import PATIENCE, wait_until
 from namespace import PACKAGES, REPOSITORY
 from run_script import RunTest
+from through_onvif import process_of
 from web import PAGE
 
 # Debian's module, also for a Python that is not Debian's.
@@ -91,13 +94,13 @@ class MetricsTest(RunTest):
             (self.state / name).write_text(text, encoding="utf-8")
         broker = Broker(self)
         seen = broker.subscribe()
-        run = self.start("--port", "0", "--mqtt", f"{HOST}:{broker.port}", "--", "--user", "anna",
-                         "--password-file", f"{IN_NAMESPACE}/password",
-                         "--metrics-token-file", f"{IN_NAMESPACE}/token")
+        self.run_ = self.start("--port", "0", "--mqtt", f"{HOST}:{broker.port}", "--", "--user", "anna",
+                               "--password-file", f"{IN_NAMESPACE}/password",
+                               "--metrics-token-file", f"{IN_NAMESPACE}/token")
         seen.wait_for(lambda publication: publication.topic == STATE and publication.event and
                       publication.event["data"] == {"value": "running"}, "the tracker")
-        position = run.output.wait_for(PAGE.match, "the page's address")
-        return int(PAGE.match(run.output.entries()[position - 1])[1])
+        position = self.run_.output.wait_for(PAGE.match, "the page's address")
+        return int(PAGE.match(self.run_.output.entries()[position - 1])[1])
 
     def scrape(self, port, accept):
         connection = http.client.HTTPConnection(HOST, port, timeout=60)
@@ -144,6 +147,20 @@ class MetricsTest(RunTest):
         self.check("check", "rules", VIEWS / "sentrelvideo.rules.yml")
         self.check("test", "rules", VIEWS / "sentrelvideo.rules.test.yml")
         self.check_scrapes(scraped, refused, expressions)
+        self.check_daemon_that_hangs(port)
+
+    def check_daemon_that_hangs(self, port):
+        def is_up():
+            return re.search(r"^sentrelvideo_up (\d)$", self.scrape(port, "text/plain")[1], re.M)[1] == "1"
+
+        daemon = process_of(self.run_, "sentrelvideo")
+        self.assertTrue(is_up())
+        os.kill(daemon, signal.SIGSTOP)
+        try:
+            wait_until(lambda: not is_up(), "the daemon's silence")
+        finally:
+            os.kill(daemon, signal.SIGCONT)
+        wait_until(is_up, "the daemon's answer")
 
     def check(self, *words, **options):
         result = subprocess.run(["promtool", *map(str, words)], capture_output=True, text=True,
