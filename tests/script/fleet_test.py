@@ -117,6 +117,43 @@ class FleetTest(unittest.TestCase):
         self.assertEqual({"ca.srl", "sites/site-00003.crt", "sites/site-00003.key",
                           "n1/sites.conf", "n2/sites.conf", "n3/sites.conf"}, changed)
 
+    def test_node_that_has_moved_gets_a_certificate_of_its_new_address(self):
+        self.make(hosts="n1=10.0.0.1,n2=10.0.0.2,n3=broker.lan")
+        before = self.everything()
+        self.make(hosts="n1=10.0.0.7,n2=10.0.0.2,n3=broker.lan")
+        changed = {str(path) for path, text in self.everything().items()
+                   if text != before[path] and path.suffix in (".crt", ".key")}
+        self.assertEqual({"n1/n1.crt", "n1/n1.key", "n1/n1-node.crt", "n1/n1-node.key"}, changed)
+        for address, name in (("10.0.0.7", "n1"), ("10.0.0.2", "n2")):
+            told = subprocess.run(["openssl", "x509", "-noout", "-in", self.out / f"{name}/{name}.crt",
+                                   "-checkip", address], capture_output=True, text=True, check=True)
+            self.assertIn("does match", told.stdout)
+
+    def test_names_and_addresses_that_cannot_be_are_refused(self):
+        for hosts in ("n1=10.0.0.1:8883,n2=10.0.0.2,n3=10.0.0.3", "n1=a b,n2=10.0.0.2,n3=10.0.0.3",
+                      "sites=10.0.0.1,n2=10.0.0.2,n3=10.0.0.3", "n1=[b],n2=10.0.0.2,n3=10.0.0.3",
+                      "viewer=10.0.0.1,n2=10.0.0.2,n3=10.0.0.3", 'n1=a",n2=10.0.0.2,n3=10.0.0.3'):
+            result = self.make(hosts=hosts)
+            self.assertEqual(1, result.returncode, hosts)
+            self.assertIn("--hosts", result.stderr)
+        for name in ("ca", "viewer"):
+            result = self.make(self.sites_file("north", name))
+            self.assertEqual(1, result.returncode)
+            self.assertIn(f"--sites: {name} is the ", result.stderr)
+        self.assertFalse(self.out.exists())
+
+    def test_what_is_no_alarms_value_is_no_history(self):
+        events = {b'{"time":"2026-01-01T12:00:00.000Z","data":{"active":true},"start":"S","seq":2}': True}
+        for odd in (b"x", b"[]", b"{}", b"7", b'"a"', b"\xff", b"[" * 100000,
+                    b'{"time":"2026-01-01T12:00:00.000Z"}',
+                    b'{"time":"2026-01-01T12:00:00.000Z","data":{"active":1}}',
+                    b'{"time":"2026-01-01T12:00:00.000Z","data":[]}',
+                    b'{"time":"2026-01-01T12:00:00.000Z","data":{"active":true},"seq":[]}',
+                    b'{"time":"\\u001b[2J","data":{"active":true}}', b'{"time":7,"data":{"active":true}}'):
+            events[odd] = False
+        for payload, is_alarm in events.items():
+            self.assertEqual(is_alarm, load().event_of(payload) is not None, payload)
+
     def test_page_has_its_certificate_and_reads_the_history_of_the_node_beside_it(self):
         self.make()
         self.assertTrue(self.is_taken_by("ca.crt", "sslclient", "viewer/viewer.crt"))
