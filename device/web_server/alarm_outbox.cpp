@@ -9,7 +9,7 @@ namespace device {
 
 namespace {
 
-constexpr int PATIENCE_MS = 1000;  // for an earlier process that is about to end
+constexpr int PATIENCE_MS = 5000;  // for an earlier process that is about to end
 
 // A log in front of the file makes each change whole without waiting for the disk. Nobody else may
 // have the file: two devices would send each other's alarms.

@@ -1,11 +1,11 @@
 """A run whose camera stands outside, and says itself how things are."""
 
 import math
-import pathlib
 import re
 
 from camera import comm
 from journal import wait_until
+from run_script import descendants
 
 ADDRESS = re.compile(r"camera: ONVIF: http://127\.0\.0\.1:(\d+)/onvif/device_service$")
 # What the outer camera itself says of the nearest person and of the head.
@@ -30,14 +30,6 @@ def wait_until_followed(run, start=0):
         start = run.output.wait_for(
             lambda line: (m := TRUTH.match(line)) and float(m[1]) < FOLLOWED,
             "somebody who is followed", start=start)
-
-
-def descendants(pid):
-    found = []
-    for task in pathlib.Path(f"/proc/{pid}/task").glob("*/children"):
-        for child in task.read_text().split():
-            found += [int(child), *descendants(int(child))]
-    return found
 
 
 def process_of(run, name):
