@@ -168,8 +168,10 @@ TEST_F(FleetPageTest, HostAtWhichNoSiteIsHeardIsLeftForTheNextOne) {
 
 TEST_F(FleetPageTest, HostsAreLeftEverMoreRarelyWhereThereIsNoSite) {
   const Broker broker;
+  const Broker other;
   Subscriber clock(broker.getPort());
-  FleetListener listener({{"127.0.0.1", broker.getPort()}}, {}, std::chrono::milliseconds(20));
+  FleetListener listener({{"127.0.0.1", broker.getPort()}, {"127.0.0.1", other.getPort()}}, {},
+                         std::chrono::milliseconds(20));
   const auto begin = std::chrono::steady_clock::now();
   std::size_t left = 0;
   EXPECT_TRUE(clock.runUntil([&] {
@@ -194,6 +196,32 @@ TEST_F(FleetPageTest, BrokerKeepsNothingForAPage) {
     }
   }
   EXPECT_THAT(broker.getLog(), HasSubstr("sites/# (QoS 0)"));
+}
+
+// More than is taken at once.
+TEST_F(FleetPageTest, WhatABrokerRepeatsIsTakenWhole) {
+  constexpr int SITES = 5000;
+  const Broker broker;
+  Subscriber sites(broker.getPort());
+  for (int site = 1; site <= SITES; ++site) {
+    sites.publish("sites/s" + std::to_string(site) + "/SentrelVideo/device", "online");
+  }
+  sites.drain();
+  open({{{"127.0.0.1", broker.getPort()}}});
+  const auto deadline = std::chrono::steady_clock::now() + BROKER_PATIENCE;
+  const auto shown = [this] {
+    const std::string body = WebClient(port).get("/sites").body;
+    int count = 0;
+    for (std::size_t at = 0; (at = body.find("\"online\":\"online\"", at)) != std::string::npos;
+         ++at) {
+      ++count;
+    }
+    return count;
+  };
+  while (shown() < SITES && std::chrono::steady_clock::now() < deadline) {
+    g_main_context_iteration(nullptr, TRUE);
+  }
+  EXPECT_EQ(SITES, shown());
 }
 
 TEST_F(FleetPageTest, PageTakesTheNextHostWhenOneIsKilled) {

@@ -16,6 +16,7 @@
 #include <random>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "base/file_descriptor.h"
@@ -73,11 +74,11 @@ class Listener {
 // A host that takes the connection and then says nothing, or nothing of what it was told.
 class SilentBroker {
  public:
-  enum class Word { none, allButAcknowledgements };
+  enum class Word { none, allButAcknowledgements, oneAcknowledgement };
 
   explicit SilentBroker(Word word = Word::none) {
     if (word != Word::none) {
-      thread = std::thread([this] { serve(); });
+      thread = std::thread([this, word] { serve(word == Word::oneAcknowledgement); });
     }
   }
   SilentBroker(const SilentBroker&) = delete;
@@ -92,7 +93,7 @@ class SilentBroker {
   int getPort() const { return listener.getPort(); }
 
  private:
-  void serve() {
+  void serve(bool acknowledges) {
     for (;;) {
       const FileDescriptor device(accept(listener.get(), nullptr, nullptr));
       if (!device.isOpen()) {
@@ -103,7 +104,13 @@ class SilentBroker {
       std::array<char, 4096> told{};
       recv(device.get(), told.data(), told.size(), 0);
       ::send(device.get(), TAKEN.data(), TAKEN.size(), MSG_NOSIGNAL);
+      bool isDue = acknowledges;
       for (ssize_t size = 0; (size = recv(device.get(), told.data(), told.size(), 0)) > 0;) {
+        if ((told[0] & 0xf0) == 0x30 && std::exchange(isDue, false)) {  // a short PUBLISH
+          const std::size_t number = 4 + static_cast<std::size_t>(told[3]);
+          const std::array<char, 4> taken = {0x40, 2, told.at(number), told.at(number + 1)};
+          ::send(device.get(), taken.data(), taken.size(), MSG_NOSIGNAL);
+        }
         if (size == 2 && told[0] == '\xc0') {  // PINGREQ
           ::send(device.get(), HERE.data(), HERE.size(), MSG_NOSIGNAL);
         }
@@ -530,6 +537,15 @@ TEST_F(MqttPublisherTest, HostThatAcknowledgesNothingIsAskedEverMoreRarely) {
   settings.repeat = Milliseconds(20);
   MqttPublisher publisher(settings);
   EXPECT_TRUE(becomes([&] { return publisher.getHealth().refusals > 2; }));
+}
+
+TEST_F(MqttPublisherTest, HostThatAcknowledgesNothingMoreHasRefused) {
+  const SilentBroker forgetful(SilentBroker::Word::oneAcknowledgement);
+  MqttPublisher::Settings settings = settingsFor({forgetful.getPort()});
+  settings.repeat = Milliseconds(20);
+  MqttPublisher publisher(settings);
+  EXPECT_TRUE(tells(publisher, ": nothing is acknowledged"));
+  EXPECT_TRUE(becomes([&] { return publisher.getHealth().refusals > 0; }));
 }
 
 TEST_F(MqttPublisherTest, HealthTellsTheConnection) {
