@@ -56,7 +56,7 @@ void SiteTable::take(std::size_t broker, std::string_view topic, const std::stri
   if (rest == AVAILABILITY) {
     availability(site, broker, payload);
   } else if (rest == ABOUT) {
-    about(site, payload);
+    about(site, payload, isRetained);
   } else if (rest.starts_with(OWN)) {
     event(name, site, std::string(rest.substr(OWN.size())), payload, now, isRetained);
   }
@@ -88,11 +88,14 @@ void SiteTable::availability(Site* site, std::size_t broker, const std::string& 
   }
 }
 
-void SiteTable::about(Site* site, const std::string& payload) {
+void SiteTable::about(Site* site, const std::string& payload, bool isRetained) {
   const JsonAutoPtr json = parsed(payload);
   site->url = addressOf(json.get());
   site->model = textOf(json.get(), "model");
   site->version = textOf(json.get(), "version");
+  if (!isRetained || site->start.empty()) {
+    site->start = textOf(json.get(), "start");
+  }
 }
 
 void SiteTable::event(const std::string& name, Site* site, const std::string& topic,
@@ -113,18 +116,18 @@ void SiteTable::alarm(const std::string& name, Site* site, const std::string& to
   const std::string place = name + '/' + topic;
   if (event == nullptr) {
     site->alarms.erase(topic);
-    places.erase(place);
-    return;  // what is missing of it is looked for yet
+    return;  // its place stays, and what is missing of it is looked for yet
   }
   if (!site->alarms.contains(topic) && site->alarms.size() >= MOST_ALARMS) {
     return;
   }
   const JsonAutoPtr entry = alarmEntry(name, topic, event);
   const EventNumber number = EventNumber::of(event);
-  const Place last = places[place];
-  const bool isNews = isLater(last, number, isRetained);
+  Place* known = placeOf(site, topic);
+  const Place last = *known;
+  const bool isNews = isLater(*site, last, number, isRetained);
   if (isNews || (number == last.number && !isRetained)) {
-    move(&places[place], number, now, isRetained);
+    move(known, number, now, isRetained);
   }
   if (!isNews) {
     return takeLate(place, entry);
@@ -135,10 +138,21 @@ void SiteTable::alarm(const std::string& name, Site* site, const std::string& to
     list({place, number, entry});
   }
   note(place, last, number, before, now);
-  if (const auto gap = gaps.find(place); gap != gaps.end()) {
+  if (const auto gap = gaps.find({place, number.start});
+      gap != gaps.end() && gap->second.told.size() < MOST_TOLD) {
     gap->second.end = number.count;
     gap->second.told[number.count] = {entry, active != before};
   }
+}
+
+// Those of alarms that are gone make room.
+SiteTable::Place* SiteTable::placeOf(Site* site, const std::string& topic) {
+  if (!site->places.contains(topic) && site->places.size() >= MOST_PLACES) {
+    const auto gone = std::ranges::find_if(
+        site->places, [&](const auto& place) { return !site->alarms.contains(place.first); });
+    site->places.erase(gone);  // there is one: alarms are fewer
+  }
+  return &site->places[topic];
 }
 
 void SiteTable::list(Listed listed) {
@@ -170,13 +184,15 @@ void SiteTable::listAt(std::deque<Listed>::iterator place, Listed listed) {
 
 // What is told again, or by a second broker, has the same place or an earlier one. A broker that
 // was away tells of a former start what it had waiting; one that is behind repeats an earlier one.
-bool SiteTable::isLater(const Place& place, const EventNumber& number, bool isRetained) {
+// What the device itself says of its start is right.
+bool SiteTable::isLater(const Site& site, const Place& place, const EventNumber& number,
+                        bool isRetained) {
   const std::string& start = place.number.start;
   if (number.start == start) {
     return number.count > place.number.count;
   }
-  return std::ranges::count(place.former, number.start) == 0 &&
-         !(isRetained && number.start < start);
+  return number.start == site.start || (std::ranges::count(place.former, number.start) == 0 &&
+                                        !(isRetained && number.start < start));
 }
 
 // What a broker repeats may be what a node that is behind holds: it does not tell that nothing has
@@ -184,6 +200,7 @@ bool SiteTable::isLater(const Place& place, const EventNumber& number, bool isRe
 void SiteTable::move(Place* place, const EventNumber& number, double now, bool isRetained) {
   const bool isFirst = place->number.start.empty();
   if (!isFirst && number.start != place->number.start) {
+    std::erase(place->former, number.start);
     place->former.push_back(place->number.start);
     if (place->former.size() > MOST_STARTS) {
       place->former.pop_front();
@@ -197,32 +214,27 @@ void SiteTable::move(Place* place, const EventNumber& number, double now, bool i
   }
 }
 
-// With a device's start an alarm is declared, which is none.
+// With a device's start an alarm is declared, which is none. What is missing of a former start is
+// looked for by itself. Who leaves out numbers again and again keeps nothing open for ever.
 void SiteTable::note(const std::string& topic, const Place& before, const EventNumber& number,
                      bool wasActive, double now) {
   constexpr json_int_t DECLARED = 1;
-  const bool isSameStart = number.start == before.number.start;
-  const auto found = gaps.find(topic);
-  if (found != gaps.end() && !isSameStart) {
-    endGap(topic, found->second);
-    gaps.erase(found);
-  }
-  const EventNumber last = isSameStart ? before.number : EventNumber{number.start, DECLARED};
+  const EventNumber last =
+      number.start == before.number.start ? before.number : EventNumber{number.start, DECLARED};
   if (before.number.start.empty() || number.count <= last.count + 1) {
     return;
   }
-  if (!gaps.contains(topic) && gaps.size() >= MOST_GAPS) {
+  const Run run{topic, number.start};
+  const auto found = gaps.find(run);
+  if (found != gaps.end() ? found->second.told.size() >= MOST_TOLD : gaps.size() >= MOST_GAPS) {
     countLost(static_cast<std::size_t>(number.count - last.count - 1));
     return;
   }
-  Gap& gap =
-      gaps.try_emplace(topic, Gap{.last = last, .isActive = wasActive, .known = before.known})
-          .first->second;
-  // Who leaves out numbers again and again keeps it open no longer.
-  if (gap.told.size() < MOST_TOLD) {
-    gap.asked = 0;
-    gap.due = now + FIRST_LOOK;
-  }
+  Gap& gap = gaps.try_emplace(run, Gap{.last = last, .isActive = wasActive, .known = before.known})
+                 .first->second;
+  gap.asked = 0;
+  gap.isAsked = false;
+  gap.due = now + FIRST_LOOK;
 }
 
 std::size_t SiteTable::Gap::missing() const {
@@ -241,7 +253,7 @@ std::optional<double> SiteTable::missingSince(double now) {
   }
   std::erase_if(gaps, isOver);
   std::optional<double> since;
-  for (auto& [topic, gap] : gaps) {
+  for (auto& [run, gap] : gaps) {
     gap.isAsked = now >= gap.due;
     if (gap.isAsked) {
       ++gap.asked;
@@ -253,7 +265,7 @@ std::optional<double> SiteTable::missingSince(double now) {
 }
 
 void SiteTable::lookedInVain(double now) {
-  for (auto& [topic, gap] : gaps) {
+  for (auto& [run, gap] : gaps) {
     if (std::exchange(gap.isAsked, false)) {
       --gap.asked;
       gap.due = now + ANSWER;
@@ -263,7 +275,7 @@ void SiteTable::lookedInVain(double now) {
 
 // Where an odd number was missing, the one behind them seemed to be no change. No more are listed
 // than the list holds.
-void SiteTable::endGap(const std::string& topic, const Gap& gap) {
+void SiteTable::endGap(const Run& run, const Gap& gap) {
   json_int_t lastListed = 0;
   for (const auto& [number, told] : gap.told) {
     lastListed = told.isListed ? number : lastListed;
@@ -273,7 +285,7 @@ void SiteTable::endGap(const std::string& topic, const Gap& gap) {
   for (const auto& [number, told] : gap.told) {
     const bool active = json_is_true(json_object_get(told.entry.get(), "active"));
     if (active != before && !told.isListed) {
-      late.push_back({topic, {gap.last.start, number}, told.entry});
+      late.push_back({run.first, {run.second, number}, told.entry});
     }
     before = active;
   }
@@ -296,13 +308,13 @@ void SiteTable::takeKept(std::span<const JsonAutoPtr> entries) {
 }
 
 void SiteTable::takeLate(const std::string& topic, const JsonAutoPtr& entry) {
-  const auto place = gaps.find(topic);
-  if (place == gaps.end()) {
+  const EventNumber number = EventNumber::of(entry.get());
+  const auto found = gaps.find({topic, number.start});
+  if (found == gaps.end()) {
     return;
   }
-  Gap& gap = place->second;
-  const EventNumber number = EventNumber::of(entry.get());
-  if (number.start == gap.last.start && number.count > gap.last.count && number.count < gap.end) {
+  Gap& gap = found->second;
+  if (number.count > gap.last.count && number.count < gap.end) {
     gap.told.try_emplace(number.count, Gap::Told{.entry = entry});
   }
 }

@@ -11,6 +11,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "base/json_auto_ptr.h"
@@ -35,6 +36,7 @@ class SiteTable {
   static constexpr int MOST_LOOKS = 4;
   static constexpr double ANSWER = 10;  // seconds for the last one's, and after one in vain
   static constexpr std::size_t MOST_STARTS = 4;  // of a device that are known as former ones
+  static constexpr std::size_t MOST_PLACES = 4 * MOST_ALARMS;  // of one site; some are gone
 
   // A message of that broker; an empty payload clears the topic. isRetained: the broker repeats it,
   // so that it is no word of the site now, unless the site is a new one.
@@ -66,14 +68,21 @@ class SiteTable {
   std::string changes(double now);
 
  private:
+  struct Place {
+    EventNumber number;                   // of the latest event
+    double known = 0;                     // when nothing had come since
+    std::deque<std::string> former = {};  // starts; the latest is the last one
+  };
   struct Site {
     std::map<std::size_t, bool> online;  // by broker
     std::string state;                   // empty: not told
     bool isFollowing = false;
-    std::map<std::string, bool> alarms;  // by the last topic
+    std::map<std::string, bool> alarms;   // by the last topic
+    std::map<std::string, Place> places;  // likewise, also of those that are gone
     std::string url;
     std::string model;
     std::string version;
+    std::string start;  // as it said itself last
     double heard = 0;
     bool isSilent = false;
   };
@@ -96,29 +105,27 @@ class SiteTable {
 
     std::size_t missing() const;
   };
-  struct Place {
-    EventNumber number;                   // of the latest event
-    double known = 0;                     // when nothing had come since
-    std::deque<std::string> former = {};  // starts; the latest is the last one
-  };
   struct Listed {
     std::string topic;  // with the site
     EventNumber number;
     JsonAutoPtr entry;
   };
+  using Run = std::pair<std::string, std::string>;  // topic with the site, and a device's start
 
   Site* siteOf(const std::string& name);
   void availability(Site* site, std::size_t broker, const std::string& payload);
-  void about(Site* site, const std::string& payload);
+  void about(Site* site, const std::string& payload, bool isRetained);
   void event(const std::string& name, Site* site, const std::string& topic,
              const std::string& payload, double now, bool isRetained);
   void alarm(const std::string& name, Site* site, const std::string& topic, json_t* event,
              double now, bool isRetained);
-  static bool isLater(const Place& place, const EventNumber& number, bool isRetained);
+  static bool isLater(const Site& site, const Place& place, const EventNumber& number,
+                      bool isRetained);
+  static Place* placeOf(Site* site, const std::string& topic);
   static void move(Place* place, const EventNumber& number, double now, bool isRetained);
   void note(const std::string& topic, const Place& before, const EventNumber& number,
             bool wasActive, double now);
-  void endGap(const std::string& topic, const Gap& gap);
+  void endGap(const Run& run, const Gap& gap);
   void countLost(std::size_t count);
   void takeLate(const std::string& topic, const JsonAutoPtr& entry);
   void list(Listed listed);
@@ -128,8 +135,7 @@ class SiteTable {
   static json_t* jsonOf(const std::string& name, const Site& site);
 
   std::map<std::string, Site> sites;
-  std::map<std::string, Place> places;  // of the latest alarms, by site and topic
-  std::map<std::string, Gap> gaps;      // likewise
+  std::map<Run, Gap> gaps;
   std::size_t lost = 0;
   std::deque<Listed> alarms;
   std::set<std::string> changed;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <iterator>
 #include <memory>
 #include <string_view>
 #include <utility>
@@ -13,6 +14,7 @@ namespace {
 constexpr std::chrono::seconds FAREWELL(1);
 constexpr char ONLINE[] = "online";
 constexpr char OFFLINE[] = "offline";
+constexpr std::string_view SITES = "sites/";
 constexpr std::string_view OWN_EVENTS = "MiruPlatform/SentrelVideo/";
 
 int send(mosquitto* client, const std::string& topic, const std::string& payload, int qos,
@@ -80,9 +82,16 @@ MqttPublisher::MqttPublisher(Settings given)
       availability(topicPrefix(settings.site) + AVAILABILITY),
       outbox(settings.outbox) {
   // What an earlier process has told, or left to tell, is no present value.
-  cleared = outbox.getTopics();
+  const std::set<std::string>& topics = outbox.getTopics();
+  std::vector<std::string> foreign;
+  std::ranges::copy_if(topics, std::back_inserter(foreign),
+                       [this](const std::string& topic) { return !isOwn(topic); });
+  outbox.forgetTopics(foreign);
+  for (const std::string& topic : topics) {
+    cleared[topic] = 0;
+  }
   for (const AlarmOutbox::Alarm& alarm : outbox.getWaiting()) {
-    cleared.insert(alarm.topic);
+    cleared[alarm.topic] = 0;
   }
   droppedTold = outbox.getDropped();
   thread = std::thread(&MqttPublisher::run, this);
@@ -147,6 +156,12 @@ void MqttPublisher::sendPart(mosquitto* client, const AlarmOutbox::Alarm& alarm,
   ++parts[alarm.id];
 }
 
+// Of a device that had another name, or none, the broker may take nothing.
+bool MqttPublisher::isOwn(const std::string& topic) const {
+  const std::string prefix = topicPrefix(settings.site);
+  return prefix.empty() ? !topic.starts_with(SITES) : topic.starts_with(prefix);
+}
+
 // Empty where none is kept.
 std::string MqttPublisher::topicForHistory(const std::string& topic) const {
   const std::string prefix = topicPrefix(settings.site);
@@ -181,7 +196,7 @@ void MqttPublisher::clear(const std::string& topic) {
   if (retained.erase(topic) == 0) {
     return;
   }
-  cleared.insert(topic);
+  cleared[topic] = 0;
   clearing.erase(topic);  // it is cleared behind that
   if (connected != nullptr) {
     send(connected, topic, "", MQTT_ONCE, true);
@@ -318,21 +333,24 @@ void MqttPublisher::announce(Connection* connection) {
   for (const AlarmOutbox::Alarm& alarm : outbox.getWaiting()) {
     sendAlarm(client, alarm);
   }
-  for (const std::string& topic : cleared) {
-    send(client, topic, "", MQTT_ONCE, true);
-  }
-  tellAll(connection);
+  tellAll(connection, true);
   connected = client;
   ++connects;
 }
 
-void MqttPublisher::tellAll(Connection* connection) {
+void MqttPublisher::tellAll(Connection* connection, bool isFirst) {
   mosquitto* client = connection->client.get();
+  clearing.clear();
+  for (const auto& [topic, acknowledged] : cleared) {
+    if (isFirst || acknowledged < CLEARED_OFTEN) {
+      send(client, topic, "", MQTT_ONCE, true);
+      clearing.insert(topic);
+    }
+  }
   for (const auto& [topic, payload] : retained) {
     send(client, topic, payload, MQTT_ONCE, true);
   }
   connection->awaited = send(client, availability, ONLINE, MQTT_ONCE, true);
-  clearing = cleared;
 }
 
 // Not to a host that answers but has acknowledged no "online" since: what it is told would only
@@ -343,7 +361,7 @@ bool MqttPublisher::tellAgain(Connection* connection) {
   }
   const LockGuard lock(mutex);
   tellHistoryAgain(connection->client.get());
-  tellAll(connection);
+  tellAll(connection, false);
   return true;
 }
 
@@ -435,7 +453,8 @@ void MqttPublisher::taken() {
   refusals = 0;
   std::vector<std::string> gone;
   for (const std::string& topic : std::exchange(clearing, {})) {
-    if (cleared.erase(topic) > 0) {
+    const auto found = cleared.find(topic);
+    if (found != cleared.end() && ++found->second == CLEARED_OFTEN) {
       gone.push_back(topic);
     }
   }

@@ -105,12 +105,13 @@ class MqttPublisher {
   void sendAlarm(mosquitto* client, const AlarmOutbox::Alarm& alarm) REQUIRES(mutex);
   void sendPart(mosquitto* client, const AlarmOutbox::Alarm& alarm, const std::string& topic,
                 bool isRetained) REQUIRES(mutex);
+  bool isOwn(const std::string& topic) const;
   std::string topicForHistory(const std::string& topic) const;
   int tellHistoryAgain(mosquitto* client) REQUIRES(mutex);
   void settle(Connection* connection) EXCLUDES(mutex);
   void taken() EXCLUDES(mutex);
   void announce(Connection* connection) EXCLUDES(mutex);
-  void tellAll(Connection* connection) REQUIRES(mutex);
+  void tellAll(Connection* connection, bool isFirst) REQUIRES(mutex);
   bool tellAgain(Connection* connection) EXCLUDES(mutex);
   Clock::time_point firstRepetition();
   void leave(Connection* connection) EXCLUDES(mutex);
@@ -134,10 +135,11 @@ class MqttPublisher {
   std::uint64_t connects GUARDED_BY(mutex) = 0;
   int refusals GUARDED_BY(mutex) = 0;
   std::map<std::string, std::string> retained GUARDED_BY(mutex);
-  // Cleared and not retained since, or of an earlier process. They are cleared again with each new
-  // connection, as the old one may have been dead already when they were; until an "online" that
-  // was sent behind them is acknowledged.
-  std::set<std::string> cleared GUARDED_BY(mutex);
+  // Cleared and not retained since, or of an earlier process, and how often an "online" that was
+  // sent behind that was acknowledged. They are cleared again with each new connection, as the old
+  // one may have been dead already when they were, and once more, as a value is.
+  static constexpr int CLEARED_OFTEN = 2;
+  std::map<std::string, int> cleared GUARDED_BY(mutex);
   std::set<std::string> clearing GUARDED_BY(mutex);  // those before the last "online"
   AlarmOutbox outbox GUARDED_BY(mutex);
   std::uint64_t droppedTold GUARDED_BY(mutex) = 0;

@@ -273,6 +273,35 @@ TEST_F(SiteTableGapTest, ValueOfAFormerStartIsNoLaterOne) {
   EXPECT_FALSE(table.missingSince(NOON + 30));
 }
 
+TEST_F(SiteTableGapTest, FormerStartIsOneThoughItsValueWasCleared) {
+  tell(3, NOON, "2026-01");
+  take(own + "Camera1", "", NOON + 1);
+  tell(1, NOON + 2, "2026-02");
+  newAlarms(&table, NOON + 2);
+  tell(4, NOON + 3, "2026-01");
+  EXPECT_THAT(newAlarms(&table, NOON + 3), IsEmpty());
+  tell(2, NOON + 4, "2026-02");
+  EXPECT_THAT(newAlarms(&table, NOON + 4), ElementsAre("Camera1 2"));
+}
+
+// A page that has just begun knows of no former start: the device's word of itself puts it right.
+TEST_F(SiteTableGapTest, PresentStartWinsAgainstAFormerOneThatWasTakenForNew) {
+  const std::string about = "sites/north/SentrelVideo/about";
+  table.take(BROKER, about, R"({"start":"2026-01"})", NOON, true);
+  tell(1, NOON, "2026-02");
+  tell(7, NOON + 1, "2026-01");
+  newAlarms(&table, NOON + 1);
+  tell(2, NOON + 2, "2026-02");
+  EXPECT_THAT(newAlarms(&table, NOON + 2), IsEmpty()) << "taken for a former start's";
+  take(about, R"({"start":"2026-02"})", NOON + 3);
+  table.take(BROKER, about, R"({"start":"2026-01"})", NOON + 4, true);  // a node is behind
+  tell(4, NOON + 5, "2026-02");
+  EXPECT_THAT(newAlarms(&table, NOON + 5), ElementsAre("Camera1 4"));
+  tell(8, NOON + 6, "2026-01");
+  tell(5, NOON + 7, "2026-02");
+  EXPECT_THAT(newAlarms(&table, NOON + 7), ElementsAre("Camera1 5"));
+}
+
 TEST_F(SiteTableGapTest, EarlierStartThatABrokerRepeatsIsNoLaterOne) {
   tell(3, NOON, "2026-02");
   newAlarms(&table, NOON);
@@ -308,6 +337,47 @@ TEST_F(SiteTableGapTest, WhatIsMissingOfAnAlarmThatIsGoneIsLookedForYet) {
   EXPECT_EQ(NOON, table.missingSince(NOON + 20));
   takeKept(2, 3);
   EXPECT_THAT(news(NOON + 21), ElementsAre("Camera1 1", "Camera1 4", "Camera1 2", "Camera1 3"));
+}
+
+// As a device does that starts again.
+TEST_F(SiteTableGapTest, WhatIsMissingIsLookedForAlsoOnceTheAlarmIsDeclaredAnew) {
+  for (const bool isCleared : {true, false}) {
+    table = SiteTable();
+    tell(1, NOON);
+    tell(4, NOON + 10);
+    if (isCleared) {
+      take(own + "Camera1", "", NOON + 11);
+    }
+    tell(1, NOON + 11, "T");
+    EXPECT_EQ(NOON, table.missingSince(NOON + 20));
+    takeKept(2, 3);
+    EXPECT_THAT(news(NOON + 21), testing::IsSupersetOf({"Camera1 2", "Camera1 3"}));
+    EXPECT_EQ(0u, table.takeLost());
+  }
+}
+
+TEST_F(SiteTableGapTest, GapThatCannotBeLookedForHasABound) {
+  double now = NOON;
+  for (int seq = 1; table.takeLost() == 0 && now < NOON + 3000; seq += 2, ++now) {
+    tell(seq, now);
+    if (table.missingSince(now)) {
+      table.lookedInVain(now);
+    }
+  }
+  EXPECT_LT(now, NOON + 1200);
+}
+
+TEST_F(SiteTableGapTest, AlarmsThatAreGoneMakeRoom) {
+  const int many = 2 * static_cast<int>(SiteTable::MOST_PLACES);
+  for (int number = 1; number <= many; ++number) {
+    const std::string topic = own + "Camera" + std::to_string(number);
+    take(topic, alarm(true, 1));
+    if (number < many) {
+      take(topic, "");
+    }
+  }
+  EXPECT_THAT(everything(),
+              HasSubstr(R"("alarms":["Camera)" + std::to_string(many) + R"("],"url")"));
 }
 
 TEST_F(SiteTableTest, AlarmThatIsUndeclaredIsGone) {
