@@ -33,6 +33,7 @@ void addTrackerCases(Cases& cases);
 void addFollowingCases(Cases& cases);
 void addApiCases(Cases& cases);
 void addCalibrationCases(Cases& cases);
+void addMetricsCases(Cases& cases);
 
 // Writes people's walk to standard output: for each frame its size (32 bits of this machine) and
 // its bytes.

@@ -41,6 +41,7 @@ bench::Cases allCases() {
   bench::addFollowingCases(cases);
   bench::addApiCases(cases);
   bench::addCalibrationCases(cases);
+  bench::addMetricsCases(cases);
   return cases;
 }
 
