@@ -730,7 +730,7 @@ TEST_F(MqttOutboxTest, TopicsThatAreClearedAreForgotten) {
   const pid_t device = fork();
   if (device == 0) {
     MqttPublisher::Settings settings = settingsOf(broker.getPort());
-    settings.repeat = Milliseconds(50);
+    settings.repeat = Milliseconds(2000);  // the broker's time to acknowledge
     MqttPublisher publisher(settings);
     publisher.retain("stays", "1");
     for (;;) {
