@@ -5,6 +5,7 @@
 #include "bench/case.h"
 #include "bench/everyday.h"
 #include "services/frame_encoding.h"
+#include "services/frame_handshake.h"
 #include "web_server/device_metrics.h"
 
 namespace bench {
