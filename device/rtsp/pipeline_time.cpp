@@ -25,4 +25,12 @@ GstClockTime StampOrder::inOrder(GstClockTime stamp) {
   return last;
 }
 
+std::optional<GstClockTime> StampOrder::newer(GstClockTime stamp) {
+  if (stamp <= last) {
+    return std::nullopt;
+  }
+  last = stamp;
+  return stamp;
+}
+
 }  // namespace device

@@ -19,8 +19,11 @@ std::optional<GstClockTime> pipelineTimeOf(GstElement* element, std::int64_t mom
 // process then. Any thread may call, one at a time.
 class StampOrder {
  public:
-  // The stamp, or the last one if that is later.
+  // The stamp, or the last one if that is later: of what nobody may miss.
   GstClockTime inOrder(GstClockTime stamp);
+
+  // Nothing if it is no later than the last one: of pictures, no two of which are of one moment.
+  std::optional<GstClockTime> newer(GstClockTime stamp);
 
  private:
   std::atomic<GstClockTime> last = 0;

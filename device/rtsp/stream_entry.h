@@ -26,8 +26,12 @@ struct StreamEntry {
 // Whether what it is given goes on.
 bool isRunning(const StreamEntry& entry);
 
+// Of those that are painted; the others are told in documents.
+bool isPicture(const StreamEntry& entry);
+
 // Gives it a picture or a document of a moment (microseconds of the monotonic clock). False while
-// its pipeline does not run: nobody would hear it. One thread at a time may call for an entry.
+// its pipeline does not run: nobody would hear it; and for a picture from before one that it was
+// given. One thread at a time may call for an entry.
 bool send(const StreamEntry& entry, const void* data, std::size_t size, std::int64_t time);
 
 }  // namespace device

@@ -77,10 +77,6 @@ void StreamFeeds::end() {
   changed.notifyAll();
 }
 
-bool StreamFeeds::isPicture(const StreamEntry& entry) {
-  return entry.codec == StreamCodec::h264 || entry.codec == StreamCodec::jpeg;
-}
-
 bool StreamFeeds::hasEntry(std::size_t stream, bool ofPictures) {
   return std::ranges::any_of(entries, [&](const StreamEntry& entry) {
     return entry.stream == stream && isPicture(entry) == ofPictures;

@@ -56,7 +56,6 @@ class StreamFeeds {
   void end() EXCLUDES(mutex);
 
  private:
-  static bool isPicture(const StreamEntry& entry);
   bool hasEntry(std::size_t stream, bool ofPictures) REQUIRES(mutex);
   std::vector<StreamEntry> entriesOf(std::size_t stream, bool ofPictures) REQUIRES(mutex);
 

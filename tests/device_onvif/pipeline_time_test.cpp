@@ -43,5 +43,20 @@ TEST_F(PipelineTimeTest, IsNotKnownUntilTheElementRuns) {
   }
 }
 
+TEST(StampOrderTest, DocumentFromBeforeTheLastOneGoesOutWithIt) {
+  StampOrder order;
+  EXPECT_EQ(5U, order.inOrder(5));
+  EXPECT_EQ(5U, order.inOrder(3));
+  EXPECT_EQ(7U, order.inOrder(7));
+}
+
+TEST(StampOrderTest, NoTwoPicturesAreOfOneMoment) {
+  StampOrder order;
+  EXPECT_EQ(5U, order.newer(5));
+  EXPECT_FALSE(order.newer(3)) << "it was taken before a pause";
+  EXPECT_FALSE(order.newer(5));
+  EXPECT_EQ(6U, order.newer(6)) << "what was refused does not count";
+}
+
 }  // namespace
 }  // namespace device

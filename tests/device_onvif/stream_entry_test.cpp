@@ -64,9 +64,10 @@ TEST_F(StreamEntryTest, StampsFollowTheMoments) {
   EXPECT_DOUBLE_EQ(3, next());
 }
 
-// A pause of ten seconds does not count, so that a picture of the time before would come to lie
+// A pause of ten seconds does not count, so that what was told in the time before would come to lie
 // before the last one.
 TEST_F(StreamEntryTest, StampsNeverRunBackAfterAPause) {
+  entry.codec = StreamCodec::metadata;
   run();
   EXPECT_TRUE(give(START + 20 * SECOND));
   gst_element_set_state(pipeline.get(), GST_STATE_PAUSED);
@@ -74,6 +75,17 @@ TEST_F(StreamEntryTest, StampsNeverRunBackAfterAPause) {
   EXPECT_TRUE(give(START + 21 * SECOND));
   EXPECT_TRUE(give(START + 32 * SECOND));
   EXPECT_DOUBLE_EQ(20, next());
+  EXPECT_DOUBLE_EQ(20, next());
+  EXPECT_DOUBLE_EQ(22, next());
+}
+
+TEST_F(StreamEntryTest, PictureOfTheTimeBeforeAPauseIsLeftOut) {
+  run();
+  EXPECT_TRUE(give(START + 20 * SECOND));
+  gst_element_set_state(pipeline.get(), GST_STATE_PAUSED);
+  run(START + 10 * SECOND);
+  EXPECT_FALSE(give(START + 21 * SECOND));
+  EXPECT_TRUE(give(START + 32 * SECOND));
   EXPECT_DOUBLE_EQ(20, next());
   EXPECT_DOUBLE_EQ(22, next());
 }
