@@ -16,6 +16,8 @@ namespace device::bridge {
 // One that tells generic positions and, once it was driven, moves on until something stops it.
 class ScriptedHead {
  public:
+  static constexpr unsigned LATE = 100;  // milliseconds
+
   std::string url() const { return camera.url(); }
 
   // When an operation was asked for, since the beginning.
@@ -42,7 +44,7 @@ class ScriptedHead {
   std::string stopTrouble;   // words of the fault that each Stop gets
   bool isInDegrees = false;  // and says so, if it is not busy
   bool isBusy = false;       // with its start
-  bool isMoveLate = false;   // its answer to a motion, by 300 ms
+  bool isMoveLate = false;   // its answer to a motion
   std::string streamUri;     // of its metadata; empty: it has none
   bool isStuckMoving = false;
   std::optional<double> zoom;
@@ -117,7 +119,7 @@ class ScriptedHead {
       speed = isMove && request.body.find("x=\"0\"") == std::string::npos ? 1 : 0;
       onvif::FakeAnswer done =
           onvif::answered(onvif::Tag(isMove ? "tptz:ContinuousMoveResponse" : "tptz:StopResponse"));
-      done.delay = isMove && isMoveLate ? 300 : 0;
+      done.delay = isMove && isMoveLate ? LATE : 0;
       return done;
     }
     return onvif::faulted(

@@ -14,7 +14,7 @@
 // Runs the default main loop until a condition holds, which another thread may bring about; false
 // when it does not within a time that only a broken test needs.
 inline bool iterateUntil(const std::function<bool()>& condition) {
-  constexpr guint PATIENCE_MS = 30000;
+  constexpr guint PATIENCE_MS = 120000;
   constexpr guint LOOK_MS = 5;
   bool isOver = false;
   const GSourcePtr patience = startTimer(
