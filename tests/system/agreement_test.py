@@ -28,6 +28,9 @@ class AgreementTest(RunTest):
         return json.loads(run.stdout)
 
     def check_agreement(self, model, scene, seed):
+        self.measured(lambda: self.compare(model, scene, seed))
+
+    def compare(self, model, scene, seed):
         self.run_for(SECONDS, "--model", model, "--scene", scene, "--seed", str(seed))
         real = self.read_report()
         score = real["score"]

@@ -228,7 +228,8 @@ class FollowTest(FollowRun):
         self.follow_well("--model", "slow-head")
 
     def test_fast_head(self):
-        self.follow_well("--model", "fast-head")
+        """Which swings when processes are held up."""
+        self.measured(lambda: self.follow_well("--model", "fast-head"))
 
     def test_mechanical_head_follows_in_its_own_picture(self):
         """Whose picture holds everybody when it looks at the middle of a group, far from each."""

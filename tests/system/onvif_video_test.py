@@ -16,7 +16,7 @@ from onvif_client import PREFIXES, cam, check, port_of
 from run_script import RunTest
 from web import EventStream, Web
 
-PATIENCE = 120  # seconds for what takes 10 s where nothing else runs
+PATIENCE = 240  # seconds for what takes 10 s where nothing else runs
 WIDTH, HEIGHT = 160, 90  # pixels in which pictures are compared
 CHANGE = 16  # of 255; noise is averaged away in so small a picture
 NEAR = 20  # metres from the mast
@@ -150,21 +150,35 @@ class OnvifVideoTest(RunTest):
         self.assertEqual(["mjpeg,1280,720"], probe(self.address(port, "head_jpeg")))
         addresses = [first.replace("/head", "/" + name) for name in STREAMS]
         addresses += [address + "/jpeg" for address in addresses] + [addresses[1] + "/gzip"]
-        # The stamps as they come.
-        decoders = [ffmpeg(address, "-map", "0:v", "-vsync", "passthrough", "-enc_time_base", "1:90000",
-                           "-f", "framemd5") for address in addresses]
+        decoders = [self.decoder_of(address, 100) for address in addresses]
         for address, decoder in zip(addresses, decoders):
-            pictures = [line.split(b",") for line in output_of(decoder).splitlines()
-                        if not line.startswith(b"#")]
-            # None is the same as another: there is noise in each.
-            self.assertEqual(100, len({picture[-1] for picture in pictures}), address)
-            self.assertTenASecond([int(picture[2]) / 90000 for picture in pictures], address)
+            self.steps_of(decoder, 100, address)
+        for address in (addresses[0], addresses[-2]):
+            self.assertTenASecond(self.steps_of(self.decoder_of(address, 50), 50, address), address)
 
-    def assertTenASecond(self, stamps, address):
-        """A machine with much else to do leaves pictures out, but not every second one all the time."""
-        steps = sorted(later - former for former, later in zip(stamps, stamps[1:]))
-        self.assertGreater(steps[0], 0, address)
-        self.assertAlmostEqual(0.1, steps[len(steps) // 10], delta=0.03, msg=(address, steps))
+    @staticmethod
+    def decoder_of(address, pictures):
+        return ffmpeg(address, "-map", "0:v", "-vsync", "passthrough", "-enc_time_base", "1:90000",
+                      "-f", "framemd5", frames=pictures)
+
+    def steps_of(self, decoder, expected, address):
+        """Seconds from picture to picture, by the stamps as they come."""
+        pictures = [line.split(b",") for line in output_of(decoder).splitlines()
+                    if not line.startswith(b"#")]
+        # None is the same as another: there is noise in each.
+        self.assertEqual(expected, len({picture[-1] for picture in pictures}), address)
+        # The decoder guesses the first one's stamp if it was cut out of its stream before it had a report.
+        stamps = [int(picture[2]) / 90000 for picture in pictures[1:]]
+        steps = [later - former for former, later in zip(stamps, stamps[1:])]
+        self.assertGreater(min(steps), 0, address)
+        return steps
+
+    def assertTenASecond(self, steps, address):
+        """Of one that is watched alone. A machine with much else to do leaves pictures out, but not every
+        second one all the time, and takes them now sooner and now later."""
+        steps = sorted(steps)
+        self.assertLess(steps[len(steps) // 10], 0.13, (address, steps))
+        self.assertGreater(statistics.median(steps), 0.07, (address, steps))
 
     def test_pictures_show_a_person_where_the_truth_has_one(self):
         run, port = self.start_streams()
@@ -196,10 +210,11 @@ class OnvifVideoTest(RunTest):
         self.assertGreater(seen, 0)
         # And nowhere else: most of the ground is as it always is.
         self.assertLess(len(changed), size / 4)
-        self.assertHeadSeesSomebody(run, port)
 
-    def assertHeadSeesSomebody(self, run, port):
+    def test_head_sees_whom_it_follows(self):
         """By the picture that the documents show."""
+        run, port = self.start_streams()
+        trousers = 0
         for _ in range(5):  # one may go as the picture is taken
             begin = len(run.output)
             for _ in range(3):

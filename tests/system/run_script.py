@@ -1,5 +1,6 @@
 """script/run as a user calls it."""
 
+import itertools
 import json
 import os
 import pathlib
@@ -9,6 +10,7 @@ import subprocess
 import tempfile
 import unittest
 
+import machine
 from journal import PATIENCE, Journal, wait_until
 from namespace import REPOSITORY, require
 
@@ -33,8 +35,21 @@ class RunTest(unittest.TestCase):
         folder = tempfile.TemporaryDirectory()
         self.addCleanup(folder.cleanup)
         self.folder = pathlib.Path(folder.name)
-        self.state = self.folder / "state"
-        self.report = self.folder / "report"
+        self.use_folders("state", "report")
+
+    def use_folders(self, state, report):
+        self.state = self.folder / state
+        self.report = self.folder / report
+
+    def measured(self, attempt):
+        """What is judged by figures of real time, in folders of its own each time."""
+        numbers = itertools.count(2)
+
+        def begin_anew():
+            number = next(numbers)
+            self.use_folders(f"state-{number}", f"report-{number}")
+
+        machine.measured(self, attempt, begin_anew)
 
     # The camera, unless a test names another one; None for what runs when none is named.
     model = "perfect"
