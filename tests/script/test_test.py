@@ -15,6 +15,7 @@ NINJA = CALLED + '[ ! -e "$ROOT/build-fails" ]\n'
 CTEST = CALLED + '''
 preset=$2
 echo "age ${SENTREL_TEST_AGE:-own}" >> "$ROOT/calls"
+echo "nice $(nice)" >> "$ROOT/calls"
 for process in $(< "/proc/$PPID/task/$PPID/children"); do
   [ "$process" = $$ ] || echo "beside $process" >> "$ROOT/calls"
 done
@@ -130,8 +131,22 @@ class ScriptTestTest(unittest.TestCase):
         status, told = self.run_script("--ci")
         self.assertEqual(1, status)
         names = [line.split(";")[0].removeprefix("test: failed: ") for line in told]
-        # The release's tests are run twice: what is measured comes last, alone.
-        self.assertEqual(["release.A.b", "address.A.b", "thread.A.b", "release.A.b"], names)
+        # The release's tests are run twice: what is measured comes last, alone. So are those under the
+        # address sanitizer: what happens in real time comes first.
+        self.assertEqual(["release.A.b", "address.A.b", "address.A.b", "thread.A.b", "release.A.b"],
+                         names)
+
+    def test_ci_lets_what_only_computes_stand_back(self):
+        self.run_script("--ci")
+        own = os.nice(0)
+        runs = [(call, int(nice)) for call, nice in zip(self.calls("ctest"), self.calls("nice"))]
+        self.assertEqual(5, len(runs))
+        for call, nice in runs:
+            stands_back = "--preset address" in call and " --exclude-regex " in call
+            self.assertEqual(19 if stands_back else own, nice, call)
+        in_time, computes = (call for call, _ in runs if "--preset address" in call)
+        pattern = in_time.partition("--tests-regex ")[2]
+        self.assertIn(f"--exclude-regex {pattern}|", computes, "each test is in one of both")
 
     def test_ci_runs_on_machines_of_three_ages(self):
         if subprocess.run(["unshare", "--time", "true"], capture_output=True).returncode:
@@ -151,6 +166,7 @@ class ScriptTestTest(unittest.TestCase):
                              " fleet_page fleet_sites")
         for pattern, targets in ((r"^app_tests\.ClockTest\.Runs$", " app_tests"),
                                  (r"^system\.StopTest\.test_sighup$", daemon_and_device),
+                                 ("^device_bridge_tests$", " device_bridge_tests"),
                                  (r"^system\.A\.b$|^app_tests\.A\.b$", ""),
                                  (r"^fuzz\.handshake$", ""), ("Clock", ""), ("app_tests", "")):
             with self.subTest(pattern=pattern):
