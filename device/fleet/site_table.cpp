@@ -60,6 +60,9 @@ void SiteTable::take(std::size_t broker, std::string_view topic, const std::stri
   } else if (rest.starts_with(OWN)) {
     event(name, site, std::string(rest.substr(OWN.size())), payload, now, isRetained);
   }
+  if (payload.empty() && isForgotten(*site)) {
+    return forget(name, isNew);
+  }
   json_object_del(before.get(), "heard");
   const JsonAutoPtr after(jsonOf(name, *site));
   json_object_del(after.get(), "heard");
@@ -77,7 +80,22 @@ SiteTable::Site* SiteTable::siteOf(const std::string& name) {
     return nullptr;
   }
   changed.insert(name);
+  gone.erase(name);
   return &sites[name];
+}
+
+// Nothing of what it told is left at any broker.
+bool SiteTable::isForgotten(const Site& site) {
+  return site.online.empty() && site.state.empty() && !site.isFollowing && site.alarms.empty() &&
+         site.url.empty() && site.model.empty() && site.version.empty() && site.start.empty();
+}
+
+void SiteTable::forget(const std::string& name, bool isNew) {
+  sites.erase(name);
+  changed.erase(name);
+  if (!isNew) {
+    gone.insert(name);
+  }
 }
 
 void SiteTable::availability(Site* site, std::size_t broker, const std::string& payload) {
@@ -382,7 +400,7 @@ std::string SiteTable::changes(double now) {
       changed.insert(name);
     }
   }
-  if (changed.empty() && newAlarms.empty()) {
+  if (changed.empty() && gone.empty() && newAlarms.empty()) {
     return {};
   }
   const JsonAutoPtr json(json_object());
@@ -391,6 +409,11 @@ std::string SiteTable::changes(double now) {
     json_array_append_new(list, jsonOf(name, sites[name]));
   }
   json_object_set_new(json.get(), "sites", list);
+  json_t* names = json_array();
+  for (const std::string& name : std::exchange(gone, {})) {
+    json_array_append_new(names, jsonText(name));
+  }
+  json_object_set_new(json.get(), "gone", names);
   json_t* latest = json_array();
   for (const JsonAutoPtr& entry : std::exchange(newAlarms, {})) {
     json_array_append(latest, entry.get());

@@ -38,7 +38,8 @@ class SiteTable {
   static constexpr std::size_t MOST_STARTS = 4;  // of a device that are known as former ones
   static constexpr std::size_t MOST_PLACES = 4 * MOST_ALARMS;  // of one site; some are gone
 
-  // A message of that broker; an empty payload clears the topic. isRetained: the broker repeats it,
+  // A message of that broker; an empty payload clears the topic, and with the last one the site.
+  // isRetained: the broker repeats it,
   // so that it is no word of the site now, unless the site is a new one.
   void take(std::size_t broker, std::string_view topic, const std::string& payload, double now,
             bool isRetained = false);
@@ -64,7 +65,8 @@ class SiteTable {
   // {"sites":[...],"alarms":[...],"now":...}: all of it; the latest alarm is the last one.
   std::string everything(double now) const;
 
-  // The same of what has changed since the last call; empty for nothing.
+  // The same of what has changed since the last call, with "gone":[...], the names of those that
+  // are no more; empty for nothing.
   std::string changes(double now);
 
  private:
@@ -113,6 +115,8 @@ class SiteTable {
   using Run = std::pair<std::string, std::string>;  // topic with the site, and a device's start
 
   Site* siteOf(const std::string& name);
+  static bool isForgotten(const Site& site);
+  void forget(const std::string& name, bool isNew);
   void availability(Site* site, std::size_t broker, const std::string& payload);
   void about(Site* site, const std::string& payload, bool isRetained);
   void event(const std::string& name, Site* site, const std::string& topic,
@@ -139,6 +143,7 @@ class SiteTable {
   std::size_t lost = 0;
   std::deque<Listed> alarms;
   std::set<std::string> changed;
+  std::set<std::string> gone;
   std::vector<JsonAutoPtr> newAlarms;
 };
 

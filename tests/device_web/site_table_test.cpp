@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace device {
@@ -66,6 +67,59 @@ TEST_F(SiteTableTest, ChangesAreToldOnceAndOnlyWhatHasChanged) {
   const std::string changes = table.changes(NOON);
   EXPECT_THAT(changes, HasSubstr(R"("name":"north","online":"offline")"));
   EXPECT_THAT(changes, Not(HasSubstr("south")));
+}
+
+TEST_F(SiteTableTest, SiteOfWhichNothingIsLeftAtAnyBrokerIsNoMore) {
+  take("sites/north/SentrelVideo/device", "online");
+  table.take(1, "sites/north/SentrelVideo/device", "online", NOON);
+  take("sites/north/SentrelVideo/about", R"({"url":"http://north/","start":"S"})");
+  take(own + "state", R"({"data":{"value":"running"}})");
+  take(own + "isSentreling", R"({"data":{"active":true}})");
+  take(own + "Camera1Profile1", alarm(true, 1));
+  take("sites/south/SentrelVideo/device", "online");
+  table.changes(NOON);
+  for (const char* topic : {"MiruPlatform/SentrelVideo/Camera1Profile1", "SentrelVideo/device",
+                            "MiruPlatform/SentrelVideo/isSentreling", "SentrelVideo/about",
+                            "MiruPlatform/SentrelVideo/state"}) {
+    take(std::string("sites/north/") + topic, "");
+    EXPECT_THAT(everything(), HasSubstr("north")) << topic;
+  }
+  EXPECT_THAT(table.changes(NOON), HasSubstr(R"("gone":[])"));
+  table.take(1, "sites/north/SentrelVideo/device", "", NOON);  // as the other broker forgets it
+  EXPECT_THAT(everything(), Not(HasSubstr(R"("name":"north")")));
+  EXPECT_THAT(table.changes(NOON), HasSubstr(R"({"sites":[],"gone":["north"],"alarms":[])"));
+  EXPECT_THAT(table.changes(NOON + 200), Not(HasSubstr("north"))) << "once";
+}
+
+TEST_F(SiteTableTest, EachThatIsLeftOfASiteKeepsIt) {
+  const std::string about = "sites/north/SentrelVideo/about";
+  const std::vector<std::pair<std::string, std::string>> words = {
+      {"sites/north/SentrelVideo/device", "offline"},
+      {about, R"({"url":"http://north/"})"},
+      {about, R"({"model":"k47"})"},
+      {about, R"({"version":"1.0.0"})"},
+      {about, R"({"start":"S"})"},
+      {own + "state", R"({"data":{"value":"running"}})"},
+      {own + "isSentreling", R"({"data":{"active":true}})"},
+      {own + "Camera1Profile1", alarm(false, 1)}};
+  for (const auto& [topic, payload] : words) {
+    take(topic, payload);
+    take("sites/north/VideoSource/MotionAlarm/1", "");
+    EXPECT_THAT(everything(), HasSubstr(R"("name":"north")")) << payload;
+    take(topic, "");
+    EXPECT_THAT(everything(), Not(HasSubstr(R"("name":"north")"))) << payload;
+  }
+}
+
+TEST_F(SiteTableTest, SiteThatComesBackIsNotGone) {
+  take("sites/north/SentrelVideo/device", "online");
+  take("sites/north/SentrelVideo/device", "");
+  take("sites/north/SentrelVideo/device", "online");
+  const std::string told = table.changes(NOON);
+  EXPECT_THAT(told, HasSubstr(R"("name":"north")"));
+  EXPECT_THAT(told, HasSubstr(R"("gone":[])"));
+  take("sites/south/SentrelVideo/device", "");
+  EXPECT_EQ("", table.changes(NOON)) << "who was never there is not gone";
 }
 
 TEST_F(SiteTableTest, AlarmThatIsToldAgainIsNoNewOne) {
@@ -274,6 +328,7 @@ TEST_F(SiteTableGapTest, ValueOfAFormerStartIsNoLaterOne) {
 }
 
 TEST_F(SiteTableGapTest, FormerStartIsOneThoughItsValueWasCleared) {
+  take("sites/north/SentrelVideo/device", "offline");  // or all would be forgotten with the value
   tell(3, NOON, "2026-01");
   take(own + "Camera1", "", NOON + 1);
   tell(1, NOON + 2, "2026-02");
@@ -381,6 +436,7 @@ TEST_F(SiteTableGapTest, AlarmsThatAreGoneMakeRoom) {
 }
 
 TEST_F(SiteTableTest, AlarmThatIsUndeclaredIsGone) {
+  take("sites/north/SentrelVideo/device", "online");
   take(own + "Camera1Profile1", alarm(true, 1));
   take(own + "Camera1Profile1", "");
   EXPECT_THAT(everything(), HasSubstr(R"("alarms":[],"url")"));

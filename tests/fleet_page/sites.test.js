@@ -60,11 +60,20 @@ test('sites are found by kind and by text, the worst first, then by name', () =>
 test('a change replaces its sites only', () => {
   const sites = new Sites();
   sites.replace({ sites: [site('a'), site('b')], now: 0 }, 0);
-  sites.change({ sites: [site('b', { following: true })], now: 1 }, 1);
+  sites.change({ sites: [site('b', { following: true })], gone: [], now: 1 }, 1);
   assert.deepEqual(names(sites.list('following', '')), ['b']);
   assert.equal(sites.count('all'), 2);
   assert.equal(sites.get('b').following, true);
   assert.equal(sites.get('c'), undefined);
+});
+
+test('a site that is no more leaves the list', () => {
+  const sites = new Sites();
+  sites.replace({ sites: [site('a'), site('b')], now: 0 }, 0);
+  sites.change({ sites: [], gone: ['a', 'never'], now: 1 }, 1);
+  assert.deepEqual(names(sites.list('all', '')), ['b']);
+  sites.change({ sites: [site('a')], gone: [], now: 2 }, 2);
+  assert.equal(sites.count('all'), 2);
 });
 
 test('only the rows in sight are there, however many there are', () => {

@@ -51,6 +51,9 @@ export class Sites {
     for (const site of told.sites) {
       this.#sites.set(site.name, site);
     }
+    for (const name of told.gone) {
+      this.#sites.delete(name);
+    }
     this.#offset = told.now - here;
   }
 
