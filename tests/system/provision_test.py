@@ -54,7 +54,7 @@ class ProvisionTest(RunTest):
             "sentrelvideo_cameras": [{"id": 1, "active": True, "rotation": 0}]}}}), encoding="utf-8")
         result = subprocess.run(
             ["ansible-playbook", "-i", inventory, PLAYBOOK, *options], text=True,
-            stdout=subprocess.PIPE, stderr=subprocess.STDOUT, timeout=2 * PATIENCE, check=False,
+            stdout=subprocess.PIPE, stderr=subprocess.STDOUT, timeout=5 * PATIENCE, check=False,
             env=os.environ | {"HOME": str(self.folder), "ANSIBLE_NOCOLOR": "1", "LC_ALL": "C.UTF-8"})
         self.assertNotIn(PASSWORD, result.stdout)
         told = {name: (int(changed), int(failed)) for name, changed, failed in re.findall(
