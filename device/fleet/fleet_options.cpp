@@ -58,7 +58,7 @@ FleetOptions parseFleetOptions(const std::vector<std::string>& arguments) {
     if (options.broker.brokers.empty()) {
       throw OptionError("--mqtt names the broker to listen to");
     }
-    return {.web = options, .history = readHistory(history.get())};
+    return {.web = options, .history = readHistory(history.get()), .historyBounds = {}};
   } catch (const WebOptionError& error) {
     throw OptionError(error.what());
   }

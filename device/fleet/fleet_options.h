@@ -14,6 +14,7 @@ namespace device {
 struct FleetOptions {
   WebOptions web;
   std::optional<HistoryAccess> history;  // without: none is shown
+  HistoryReader::Bounds historyBounds;   // nobody chooses others
 };
 
 // Of the fleet's page. arguments begin with the program's name. Throws OptionError; prints help and

@@ -31,7 +31,7 @@ FleetPage::FleetPage(const FleetOptions& options, std::function<void(const std::
     return WebServer::Page{"application/json", sites.everything(now())};
   });
   if (options.history) {
-    history.emplace(*options.history);
+    history.emplace(*options.history, options.historyBounds);
     server.addQuestion(HISTORY_PATH, [this](const std::string& query, WebServer::Reply reply) {
       askHistory(query, std::move(reply));
     });
