@@ -70,6 +70,13 @@ def faults_of(score, recognised=LEAST_RECOGNISED, error=MOST_MEDIAN_ERROR):
     return found
 
 
+def states_from_the_start(states):
+    """Without what was told before the daemon told anything: "connecting", too, may have passed by then."""
+    known = states[states[0] == "-":]
+    known = known[known[0] == "stopped":]
+    return known if states[0] != "-" or known[0] == "connecting" else ["connecting", *known]
+
+
 def is_home(head):
     return all(abs(float(told) - wanted) <= PLAY for told, wanted in zip(head, HOME))
 
@@ -98,11 +105,10 @@ class FollowRun(RunTest):
         self.assertRegex(run.text(), r"The daemon ended with status 0 after \d+ ms")
         self.assertIsNotNone(report["state_running_after_s"], report)
         self.assertLessEqual(report["state_running_after_s"], MOST_SECONDS_TO_RUNNING)
-        states = run.states()
+        states = states_from_the_start(run.states())
         # On a machine that holds processes up, a head may seem to be another one than was identified.
         doubts = (self.report / "syslog.txt").read_text(encoding="utf-8").count(DOUBT)
-        self.assertEqual(["connecting", "autotuning", "running"] * (1 + doubts),
-                         states[states[0] == "stopped":])
+        self.assertEqual(["connecting", "autotuning", "running"] * (1 + doubts), states)
         self.assertGreaterEqual(report["alarms_started"], 1, report)
         self.assertEqual(report["alarms_started"], report["alarms_ended"], report)
         self.assertGreater(report["followed_s"], 0, report)

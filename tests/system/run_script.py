@@ -116,12 +116,13 @@ class Run:
     def text(self):
         return "\n".join(self.output.entries())
 
-    def wait_for_state(self, state):
+    def wait_for_state(self, *states):
+        """One of them: a line a second tells it, and some last shorter."""
         def matches(line):
             status = STATUS.match(line)
-            return status is not None and status[2] == state
+            return status is not None and status[2] in states
 
-        self.output.wait_for(matches, f"the state {state}")
+        self.output.wait_for(matches, f"the state {' or '.join(states)}")
 
     def statuses(self):
         """Status lines as matches: time, state, target pan and tilt, head pan, tilt and zoom."""

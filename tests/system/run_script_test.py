@@ -39,7 +39,7 @@ class RunScriptTest(RunTest):
 
     def test_interrupt_ends_all_in_order_and_writes_the_report(self):
         run = self.start()
-        run.wait_for_state("connecting")
+        run.wait_for_state("connecting", "autotuning")
         run.interrupt()
         self.assertEqual(0, run.wait(), run.text())
         self.assertIn("The daemon ended with status 0", run.text())
