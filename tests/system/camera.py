@@ -12,6 +12,7 @@ import unittest
 from bus_monitor import BusMonitor
 from journal import PATIENCE, Journal, wait_until
 from namespace import REPOSITORY
+from processes import children_of
 
 LOCALDATA = pathlib.Path("/usr/local/packages/sentrelvideo/localdata")
 CONFIGURATION = LOCALDATA / "config.json"
@@ -153,10 +154,7 @@ def stacks_of(pid):
 
 
 def children():
-    pids = []
-    for task in pathlib.Path("/proc/self/task").iterdir():
-        pids += [int(pid) for pid in (task / "children").read_text().split()]
-    return pids
+    return children_of("self")
 
 
 def comm(pid):

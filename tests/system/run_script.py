@@ -13,16 +13,9 @@ import unittest
 import machine
 from journal import PATIENCE, Journal, wait_until
 from namespace import REPOSITORY, require
+from processes import children_of, descendants_of
 
 STATUS = re.compile(r"^ *([0-9.]+) s  (\S+) +target +(\S+) +(\S+)  head +(\S+) +(\S+) x([0-9.]+)")
-
-
-def descendants(pid):
-    found = []
-    for task in pathlib.Path(f"/proc/{pid}/task").glob("*/children"):
-        for child in task.read_text(encoding="ascii").split():
-            found += [int(child), *descendants(int(child))]
-    return found
 
 
 class RunTest(unittest.TestCase):
@@ -104,10 +97,9 @@ class Run:
 
     def crash(self):
         """Device and daemon at once, without a word; the namespace dies with its first process."""
-        everybody = descendants(self._process.pid)
-        children = f"/proc/{self._process.pid}/task/{self._process.pid}/children"
-        for pid in pathlib.Path(children).read_text(encoding="ascii").split():
-            os.kill(int(pid), signal.SIGKILL)
+        everybody = descendants_of(self._process.pid)
+        for pid in children_of(self._process.pid):
+            os.kill(pid, signal.SIGKILL)
         self.wait()
         # Some die a moment later, and have their files until then.
         wait_until(lambda: not any(pathlib.Path(f"/proc/{pid}").exists() for pid in everybody),

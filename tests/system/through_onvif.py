@@ -5,7 +5,7 @@ import re
 
 from camera import comm
 from journal import wait_until
-from run_script import descendants
+from processes import descendants_of
 
 ADDRESS = re.compile(r"camera: ONVIF: http://127\.0\.0\.1:(\d+)/onvif/device_service$")
 # What the outer camera itself says of the nearest person and of the head.
@@ -35,7 +35,7 @@ def wait_until_followed(run, start=0):
 def process_of(run, name):
     """Of a run; comm has 15 letters at most."""
     def find():
-        return [pid for pid in descendants(run.pid) if comm(pid) == name[:15]]
+        return [pid for pid in descendants_of(run.pid) if comm(pid) == name[:15]]
 
     wait_until(find, name)
     return find()[0]
