@@ -14,7 +14,7 @@ namespace device {
 struct FleetOptions {
   WebOptions web;
   std::optional<HistoryAccess> history;  // without: none is shown
-  HistoryReader::Bounds historyBounds;   // nobody chooses others
+  HistoryReader::Bounds historyBounds;   // of each answer; no option sets them
 };
 
 // Of the fleet's page. arguments begin with the program's name. Throws OptionError; prints help and

@@ -39,8 +39,8 @@ class SiteTable {
   static constexpr std::size_t MOST_PLACES = 4 * MOST_ALARMS;  // of one site; some are gone
 
   // A message of that broker; an empty payload clears the topic, and with the last one the site.
-  // isRetained: the broker repeats it,
-  // so that it is no word of the site now, unless the site is a new one.
+  // isRetained: the broker repeats it, so that it is no word of the site now, unless the site is a
+  // new one.
   void take(std::size_t broker, std::string_view topic, const std::string& payload, double now,
             bool isRetained = false);
 

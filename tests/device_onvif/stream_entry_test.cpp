@@ -36,6 +36,14 @@ class StreamEntryTest : public testing::Test {
 
   bool give(std::int64_t time) { return send(entry, "document", 8, time); }
 
+  // Something at 20 s, and a pause of ten seconds that does not count.
+  void giveAndPause() {
+    run();
+    EXPECT_TRUE(give(START + 20 * SECOND));
+    gst_element_set_state(pipeline.get(), GST_STATE_PAUSED);
+    run(START + 10 * SECOND);
+  }
+
   // Seconds since its start.
   double next() {
     const std::unique_ptr<GstSample, GDeleter<gst_sample_unref>> sample(
@@ -64,14 +72,10 @@ TEST_F(StreamEntryTest, StampsFollowTheMoments) {
   EXPECT_DOUBLE_EQ(3, next());
 }
 
-// A pause of ten seconds does not count, so that what was told in the time before would come to lie
-// before the last one.
+// What was told in the time before the pause would come to lie before the last one.
 TEST_F(StreamEntryTest, StampsNeverRunBackAfterAPause) {
   entry.codec = StreamCodec::metadata;
-  run();
-  EXPECT_TRUE(give(START + 20 * SECOND));
-  gst_element_set_state(pipeline.get(), GST_STATE_PAUSED);
-  run(START + 10 * SECOND);
+  giveAndPause();
   ASSERT_TRUE(give(START + 21 * SECOND));
   EXPECT_TRUE(give(START + 32 * SECOND));
   EXPECT_DOUBLE_EQ(20, next());
@@ -80,10 +84,7 @@ TEST_F(StreamEntryTest, StampsNeverRunBackAfterAPause) {
 }
 
 TEST_F(StreamEntryTest, PictureOfTheTimeBeforeAPauseIsLeftOut) {
-  run();
-  EXPECT_TRUE(give(START + 20 * SECOND));
-  gst_element_set_state(pipeline.get(), GST_STATE_PAUSED);
-  run(START + 10 * SECOND);
+  giveAndPause();
   EXPECT_FALSE(give(START + 21 * SECOND));
   EXPECT_TRUE(give(START + 32 * SECOND));
   EXPECT_DOUBLE_EQ(20, next());

@@ -39,14 +39,17 @@ def measured(test, attempt, begin_anew):
     """An attempt that fails counts if the machine had the time for it; else begins anew."""
     for _ in range(ATTEMPTS):
         watch = Watch()
+        failure = None
         try:
             attempt()
-        except AssertionError:
-            if watch.had_time():
-                raise
-        else:
-            watch.had_time()
+        except AssertionError as error:
+            failure = error
+        finally:
+            had_enough = watch.had_time()
+        if failure is None:
             return
+        if had_enough:
+            raise failure
         begin_anew()
     test.skipTest(NO_TIME)
 
